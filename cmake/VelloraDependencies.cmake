@@ -1,0 +1,22 @@
+# Everything that is not ours, found once. The reason for each stands in docs/dependencies.md.
+find_package(Threads REQUIRED)
+find_package(Boost 1.81 REQUIRED COMPONENTS url)
+find_package(simdjson 3.0 REQUIRED)
+find_package(RapidJSON REQUIRED)
+
+add_library(vellora_rapidjson INTERFACE)
+target_include_directories(vellora_rapidjson SYSTEM INTERFACE ${RAPIDJSON_INCLUDE_DIRS} ${RapidJSON_INCLUDE_DIRS})
+
+if(VELLORA_BUILD_HOSTKIT)
+  find_package(CURL REQUIRED)
+  find_package(SQLite3 REQUIRED)
+  find_package(ZLIB REQUIRED)
+  find_package(spdlog REQUIRED)
+endif()
+if(VELLORA_BUILD_APPS)
+  find_package(CLI11 REQUIRED)
+endif()
+if(VELLORA_BUILD_TESTS)
+  find_package(GTest REQUIRED)
+  include(GoogleTest)
+endif()

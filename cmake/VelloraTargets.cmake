@@ -1,0 +1,46 @@
+# The one place that says how our own targets are compiled.
+
+find_program(VELLORA_CCACHE ccache)
+if(VELLORA_CCACHE AND PROJECT_IS_TOP_LEVEL)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${VELLORA_CCACHE}")
+endif()
+
+# Flags for our own code only; nothing here reaches a consumer of the package.
+add_library(vellora_build_flags INTERFACE)
+target_compile_options(vellora_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(VELLORA_WARNINGS_AS_ERRORS)
+  target_compile_options(vellora_build_flags INTERFACE -Werror)
+endif()
+if(VELLORA_SANITIZE)
+  target_compile_options(vellora_build_flags INTERFACE
+    -fsanitize=${VELLORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(vellora_build_flags INTERFACE -fsanitize=${VELLORA_SANITIZE})
+endif()
+if(VELLORA_COVERAGE)
+  target_compile_options(vellora_build_flags INTERFACE --coverage -O0)
+  target_link_options(vellora_build_flags INTERFACE --coverage)
+endif()
+
+# vellora_library(<target> <Alias>): one library per folder, included from the root of the tree.
+function(vellora_library target alias)
+  add_library(${target})
+  add_library(Vellora::${alias} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${alias})
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>")
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:vellora_build_flags>)
+endfunction()
+
+# vellora_public_headers(<target> <header>…): what is installed; a header that is not named here is internal.
+function(vellora_public_headers target)
+  target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ARGN})
+endfunction()
+
+# vellora_test(<target> SOURCES … LIBS …): one test program, every test of it known to CTest by name.
+function(vellora_test target)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${target} ${arg_SOURCES})
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(${target} PRIVATE vellora_build_flags ${arg_LIBS} GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()

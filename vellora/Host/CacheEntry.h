@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "vellora/Host/Row.h"
+#include "vellora/Platform/Data.h"
+
+namespace CorvaneSDK {
+
+/// One row to write.
+struct CacheEntry {
+  vellora::Data data;
+  Meta meta;
+  std::optional<std::string> dataKey;  ///< absent: the host gives the row its key
+
+  friend bool operator==(const CacheEntry&, const CacheEntry&) = default;
+};
+
+}  // namespace CorvaneSDK

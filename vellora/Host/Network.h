@@ -1,0 +1,47 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include "vellora/Host/NetRequest.h"
+#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Error.h"
+#include "vellora/Platform/URLResponse.h"
+
+namespace CorvaneSDK {
+
+/// Sends requests to the records server. Implemented by the host.
+///
+/// What you must guarantee:
+/// - Resolve the request's relative URL against your server, and authenticate it. The path begins with
+///   "/services/data/"; send path and query exactly as they stand, they are already percent-encoded.
+/// - Call `completion` exactly once for each request: also when the request fails, times out, or your network
+///   is shut down. A request that is never completed keeps a lookup waiting for ever.
+/// - Keep to the request's `timeoutInterval` (seconds).
+///
+/// What you may rely on:
+/// - Every request is a GET without body and without headers.
+/// - `completion` may be called on any thread, also inside `sendRequest`. The library goes on working on that
+///   thread: it decodes, writes to the cache and calls your lookup's completion there.
+///
+/// Ownership: the library holds you by `std::shared_ptr`; you own `completion` until you have called it.
+/// Threads: `sendRequest` is called from several threads at once.
+class Network {
+ public:
+  /// `data` is the response body, whatever the status code: the library looks at bodies, not at statuses. It is
+  /// absent when there is none, which the library treats as a failure; an empty body is a present, empty `Data`.
+  /// `error` is a transport error. `response` may be absent; the library ignores it.
+  using Completion = std::function<void(std::optional<vellora::Data> data, std::optional<vellora::Error> error,
+                                        std::optional<vellora::URLResponse> response)>;
+
+  virtual ~Network() = default;
+
+  virtual void sendRequest(const NetRequest& request, Completion completion) = 0;
+
+ protected:
+  Network() = default;
+  Network(const Network&) = default;
+  Network& operator=(const Network&) = default;
+};
+
+}  // namespace CorvaneSDK

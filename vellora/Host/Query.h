@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+#include "vellora/Host/Row.h"
+
+namespace CorvaneSDK {
+
+/// A predicate on rows. One that only compares meta values also carries the pairs, so that a host with an
+/// index can answer without a scan; a host that ignores the pairs returns the same rows.
+class RowFilter {
+ public:
+  using Predicate = std::function<bool(const Row&)>;
+
+  /// Any predicate; must not be empty, and is called only during the call that it is handed to.
+  template <class P>
+    requires std::is_invocable_r_v<bool, const P&, const Row&>
+  RowFilter(P predicate) : predicate_(std::move(predicate)) {}  // NOLINT: converts on purpose
+
+  [[nodiscard]] bool operator()(const Row& row) const { return predicate_(row); }
+
+  /// The pairs that a row's meta must hold, when the filter is nothing but that; else null.
+  [[nodiscard]] const Meta* metaPairs() const noexcept { return metaPairs_ ? &*metaPairs_ : nullptr; }
+
+ private:
+  friend RowFilter metaEquals(Meta pairs);
+
+  Predicate predicate_;
+  std::optional<Meta> metaPairs_;
+};
+
+/// Admits the rows whose meta holds every one of `pairs`. A row that lacks one of the keys is not admitted.
+[[nodiscard]] RowFilter metaEquals(Meta pairs);
+
+/// Positions from `lower` up to, not including, `upper`.
+struct PositionRange {
+  std::int64_t lower = 0;
+  std::int64_t upper = std::numeric_limits<std::int64_t>::max();
+
+  friend bool operator==(const PositionRange&, const PositionRange&) = default;
+};
+
+/// Selects rows of a table.
+class Query {
+ public:
+  /// Every row that `filter` admits, in an order of the host's choice.
+  [[nodiscard]] static Query exact(RowFilter filter) { return {std::nullopt, std::move(filter)}; }
+
+  /// Among the rows that `filter` admits (all when absent), those whose positions in oldest-first order fall
+  /// in `range`; returned oldest first. An empty range selects none; positions past the end are ignored.
+  [[nodiscard]] static Query oldest(PositionRange range, std::optional<RowFilter> filter = std::nullopt) {
+    return {range, std::move(filter)};
+  }
+
+  /// The positions of an oldest-first query; absent for an exact one.
+  [[nodiscard]] const std::optional<PositionRange>& oldestRange() const noexcept { return range_; }
+
+  /// Absent when every row is admitted.
+  [[nodiscard]] const std::optional<RowFilter>& filter() const noexcept { return filter_; }
+
+ private:
+  Query(std::optional<PositionRange> range, std::optional<RowFilter> filter)
+      : range_(range), filter_(std::move(filter)) {}
+
+  std::optional<PositionRange> range_;
+  std::optional<RowFilter> filter_;
+};
+
+}  // namespace CorvaneSDK

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+
+#include "vellora/Host/Cache.h"
+#include "vellora/Host/Logger.h"
+#include "vellora/Host/Network.h"
+
+namespace vellora {
+
+/// The three host facilities that every data service needs, all present: a `RequiredAPI` exists only once all
+/// three were obtained from the `PlatformAPI`. It is the library's own value, hence not in the host's namespace.
+///
+/// Ownership: a plain value; copies share the facilities.
+struct RequiredAPI {
+  std::shared_ptr<CorvaneSDK::Network> network;
+  std::shared_ptr<CorvaneSDK::Cache> cache;
+  std::shared_ptr<CorvaneSDK::Logger> logger;
+};
+
+}  // namespace vellora

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <concepts>
+#include <memory>
+
+#include "vellora/Host/PlatformAPI.h"
+#include "vellora/Host/ServiceIdentifier.h"
+
+namespace CorvaneSDK {
+
+/// A service that a host's registry can hold. Its identifier belongs to the type, not to an instance; see
+/// `IdentifiedService`.
+class Service {
+ public:
+  virtual ~Service() = default;
+
+  /// Tells the service of the platform that it runs on.
+  virtual void configure(const std::shared_ptr<PlatformAPI>& api) = 0;
+
+ protected:
+  Service() = default;
+  Service(const Service&) = default;
+  Service& operator=(const Service&) = default;
+};
+
+/// A service type that names itself, callable without an instance.
+template <class S>
+concept IdentifiedService = std::derived_from<S, Service> && requires {
+  { S::serviceIdentifier() } -> std::same_as<ServiceIdentifier>;
+};
+
+}  // namespace CorvaneSDK

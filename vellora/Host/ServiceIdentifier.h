@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+namespace CorvaneSDK {
+
+/// The name and version under which a host's registry knows a service.
+struct ServiceIdentifier {
+  std::string name;
+  int version = 0;
+
+  friend bool operator==(const ServiceIdentifier&, const ServiceIdentifier&) = default;
+};
+
+}  // namespace CorvaneSDK
