@@ -30,8 +30,8 @@ concept DescribedErrorValue = ErrorValue<E> && requires(const E& error) {
 class Error {
  public:
   template <ErrorValue E>
-  requires(!std::same_as<std::remove_cvref_t<E>, Error>) Error(E error)
-      : holder_(std::make_shared<const Holder<E>>(std::move(error))) {}  // NOLINT: converts on purpose
+    requires(!std::same_as<std::remove_cvref_t<E>, Error>)
+  Error(E error) : holder_(std::make_shared<const Holder<E>>(std::move(error))) {}  // NOLINT: converts on purpose
 
   /// One sentence for a person. Types without texts of their own give the platform's default.
   [[nodiscard]] std::string localizedDescription() const { return holder_->localizedDescription(); }
