@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <mutex>
+
+#include "vellora/Platform/DispatchQueue.h"
+
+namespace vellora::testkit {
+
+/// A serial queue that runs nothing until the test says so, on the thread that says so.
+///
+///     const auto queue = std::make_shared<ManualQueue>();
+///     // … construct what is tested with `queue` …
+///     EXPECT_EQ(queue->pending(), 2U);
+///     queue->runAll();
+///
+/// Ownership: owns submitted work until it has run; what never ran is dropped with the queue.
+/// Threads: safe to use from several threads at once. Run it from one thread at a time if the work must keep
+/// to the promise of a serial queue, one piece at a time.
+class ManualQueue final : public DispatchQueue {
+ public:
+  ManualQueue() = default;
+  ManualQueue(const ManualQueue&) = delete;
+  ManualQueue& operator=(const ManualQueue&) = delete;
+
+  void async(Work work) override;
+
+  /// Runs the oldest piece of work, and destroys its captures before it returns. False when there was none.
+  bool runNext();
+
+  /// Runs everything, also what is submitted meanwhile, and tells how many pieces that were. Work that
+  /// submits itself again without end keeps it running for ever: use `runNext` for that.
+  std::size_t runAll();
+
+  /// How many pieces of work wait.
+  [[nodiscard]] std::size_t pending() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::deque<Work> work_;  // under mutex_
+};
+
+}  // namespace vellora::testkit

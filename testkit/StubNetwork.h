@@ -1,0 +1,159 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "vellora/Host/Network.h"
+
+namespace vellora::testkit {
+
+/// A network that gives scripted answers and records what it was asked.
+///
+///     const auto network = std::make_shared<StubNetwork>();
+///     network->answer("/services/data/v50.0/theme", StubNetwork::body(R"({"themeItems": []})"));
+///     network->answerPrefix("/services/data/v50.0/query?", StubNetwork::failure(Unreachable{}).held());
+///     // … what is tested sends its requests …
+///     network->releaseAll();
+///     EXPECT_EQ(network->count("/services/data/v50.0/theme"), 1U);
+///
+/// Which answer a request gets: of the rules that match it, the newest; if there is none, the next answer of
+/// `answerNext`; if there is none left, an `Unscripted` error, at once.
+///
+/// Ownership: owns the completions that it has not called. Those still held when it is destroyed are dropped
+/// uncalled, as are those of `never()`.
+/// Threads: safe to use from several threads at once. An answer is delivered inside `sendRequest`, or, when
+/// it is held, inside the `release` call that lets it go; in either case with no lock held, so a completion
+/// may send, script and release. Errors: a request that nothing was scripted for completes with an
+/// `Unscripted` error, and is listed by `unscripted()`.
+class StubNetwork final : public CorvaneSDK::Network {
+ public:
+  using Predicate = std::function<bool(const CorvaneSDK::NetRequest&)>;
+
+  /// What a request is answered with. Made by `body`, `failure`, `nothing` and `never`.
+  class Answer {
+   public:
+    /// The same answer, held back until a `release` call.
+    [[nodiscard]] Answer held() const;
+
+    /// The same answer, accompanied by `response`.
+    [[nodiscard]] Answer with(URLResponse response) const;
+
+   private:
+    friend class StubNetwork;
+    enum class Delivery { immediate, held, never };
+
+    std::optional<Data> data_;
+    std::optional<Error> error_;
+    std::optional<URLResponse> response_;
+    Delivery delivery_ = Delivery::immediate;
+  };
+
+  /// The response body `text`, and no error.
+  [[nodiscard]] static Answer body(std::string text);
+  [[nodiscard]] static Answer body(Data data);
+
+  /// `error`, and no body.
+  [[nodiscard]] static Answer failure(Error error);
+
+  /// Neither body nor error.
+  [[nodiscard]] static Answer nothing();
+
+  /// No completion: the request hangs.
+  [[nodiscard]] static Answer never();
+
+  /// The error of a request that nothing was scripted for.
+  struct Unscripted {
+    std::string url;
+
+    [[nodiscard]] std::string localizedDescription() const;
+  };
+
+  struct Request {
+    CorvaneSDK::NetRequest request;
+    std::thread::id thread;  ///< that called `sendRequest`
+  };
+
+  StubNetwork();
+  ~StubNetwork() override;
+  StubNetwork(const StubNetwork&) = delete;
+  StubNetwork& operator=(const StubNetwork&) = delete;
+
+  /// Answers every request for exactly `url`.
+  void answer(std::string url, Answer answer);
+
+  /// Answers the requests for exactly `url` with `answers` in turn; the last one stays. None: as if not
+  /// scripted.
+  void answer(std::string url, std::vector<Answer> answers);
+
+  /// Answers every request whose URL begins with `prefix`.
+  void answerPrefix(std::string prefix, Answer answer);
+
+  /// Answers every request that `predicate` admits. It is called inside `sendRequest`.
+  void answerWhen(Predicate predicate, Answer answer);
+
+  /// Answers one request that no rule matches; several calls queue up, first in, first out.
+  void answerNext(Answer answer);
+
+  void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override;
+
+  /// Delivers the oldest held answer. False when none is held.
+  bool releaseOne();
+
+  /// Delivers the answers held for exactly `url`, or all, oldest first, and tells how many. What is held
+  /// meanwhile stays held.
+  std::size_t release(std::string_view url);
+  std::size_t releaseAll();
+
+  /// How many answers are held.
+  [[nodiscard]] std::size_t held() const;
+
+  /// Every request, in the order in which they came.
+  [[nodiscard]] std::vector<Request> requests() const;
+
+  /// The URLs of `requests()`.
+  [[nodiscard]] std::vector<std::string> urls() const;
+
+  /// How many requests came, or came for exactly `url`.
+  [[nodiscard]] std::size_t count() const;
+  [[nodiscard]] std::size_t count(std::string_view url) const;
+
+  /// The URLs of the requests that nothing was scripted for.
+  [[nodiscard]] std::vector<std::string> unscripted() const;
+
+  /// Waits until `count` requests came in all; false when they have not after `limit`. For requests that
+  /// another thread sends. A request whose answer is held can be released once this has returned true.
+  [[nodiscard]] bool waitForRequests(std::size_t count,
+                                     std::chrono::milliseconds limit = std::chrono::seconds(10)) const;
+
+ private:
+  struct Rule;
+  struct Pending;
+
+  void addRule(Predicate matches, std::vector<Answer> answers);
+  [[nodiscard]] std::shared_ptr<Rule> ruleFor(const CorvaneSDK::NetRequest& request) const;
+  [[nodiscard]] Answer takeAnswer(Rule* rule, const std::string& url);  // call with mutex_ locked
+  [[nodiscard]] std::vector<Pending> takeHeld(const std::function<bool(const Pending&)>& wanted);
+  static std::size_t deliver(std::vector<Pending> pending);
+
+  mutable std::mutex mutex_;
+  mutable std::condition_variable requested_;
+  // All below under mutex_.
+  std::vector<std::shared_ptr<Rule>> rules_;
+  std::deque<Answer> next_;
+  std::vector<Pending> held_;
+  std::vector<Pending> hanging_;
+  std::vector<Request> requests_;
+  std::vector<std::string> unscripted_;
+};
+
+}  // namespace vellora::testkit

@@ -1,0 +1,91 @@
+#include "testkit/ManualQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace vellora::testkit {
+namespace {
+
+TEST(ManualQueueTest, RunsNothingByItself) {
+  ManualQueue queue;
+  bool ran = false;
+  queue.async([&] { ran = true; });
+  EXPECT_FALSE(ran);
+  EXPECT_EQ(queue.pending(), 1U);
+}
+
+TEST(ManualQueueTest, RunsOnePieceAtATimeOldestFirst) {
+  ManualQueue queue;
+  std::vector<int> ran;
+  queue.async([&] { ran.push_back(1); });
+  queue.async([&] { ran.push_back(2); });
+
+  EXPECT_TRUE(queue.runNext());
+  EXPECT_EQ(ran, std::vector{1});
+  EXPECT_TRUE(queue.runNext());
+  EXPECT_EQ(ran, (std::vector{1, 2}));
+  EXPECT_FALSE(queue.runNext());
+}
+
+TEST(ManualQueueTest, RunAllAlsoRunsWhatIsSubmittedMeanwhile) {
+  ManualQueue queue;
+  std::vector<int> ran;
+  queue.async([&] {
+    ran.push_back(1);
+    queue.async([&] { ran.push_back(3); });
+  });
+  queue.async([&] { ran.push_back(2); });
+
+  EXPECT_EQ(queue.runAll(), 3U);
+  EXPECT_EQ(ran, (std::vector{1, 2, 3}));
+  EXPECT_EQ(queue.pending(), 0U);
+  EXPECT_EQ(queue.runAll(), 0U);
+}
+
+TEST(ManualQueueTest, RunsOnTheThreadThatSaysSo) {
+  ManualQueue queue;
+  std::thread::id ran;
+  std::thread([&] { queue.async([&] { ran = std::this_thread::get_id(); }); }).join();
+  queue.runAll();
+  EXPECT_EQ(ran, std::this_thread::get_id());
+}
+
+TEST(ManualQueueTest, DestroysTheCapturesOfWhatHasRun) {
+  ManualQueue queue;
+  auto captured = std::make_shared<int>();
+  const std::weak_ptr<int> observed = captured;
+  queue.async([captured = std::move(captured)] { EXPECT_NE(captured, nullptr); });
+  ASSERT_FALSE(observed.expired());
+  queue.runNext();
+  EXPECT_TRUE(observed.expired());
+}
+
+TEST(ManualQueueTest, DropsWhatNeverRan) {
+  auto captured = std::make_shared<int>();
+  const std::weak_ptr<int> observed = captured;
+  {
+    ManualQueue queue;
+    queue.async([captured = std::move(captured)] { ADD_FAILURE() << "must not run"; });
+  }
+  EXPECT_TRUE(observed.expired());
+}
+
+TEST(ManualQueueTest, KeepsEveryPieceThatSeveralThreadsSubmit) {
+  ManualQueue queue;
+  int ran = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int piece = 0; piece < 100; ++piece) queue.async([&] { ++ran; });
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(queue.runAll(), 400U);
+  EXPECT_EQ(ran, 400);
+}
+
+}  // namespace
+}  // namespace vellora::testkit
