@@ -1,0 +1,25 @@
+#pragma once
+
+#include "vellora/Host/Table.h"
+#include "vellora/Platform/Date.h"
+
+namespace vellora::hostkit {
+
+/// The dates that a row may bear to be returned: at most the table's maximum age away from now.
+///
+/// That holds in both directions. A row dated in the future was written before the clock was set back; its
+/// true age is unknown, so it is given the benefit of the doubt for as long as a row in the past is, and no
+/// longer: else a clock that once stood years ahead would make rows that never go.
+struct LiveSpan {
+  LiveSpan(Date now, CorvaneSDK::Table::MaxAge maxAge);
+
+  [[nodiscard]] bool contains(Date written) const { return earliest <= written && written <= latest; }
+
+  Date earliest;
+  Date latest;
+};
+
+/// The age in seconds.
+[[nodiscard]] double seconds(CorvaneSDK::Table::MaxAge maxAge);
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "vellora/Host/Cache.h"
+#include "vellora/Host/Table.h"
+#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Date.h"
+
+namespace vellora::hostkit {
+
+class MemoryCacheTable;
+
+/// A `Cache` that keeps everything in memory and forgets it with the process: for tests, benchmarks,
+/// previews, and for hosts that must leave nothing on disk. Nothing bounds its size but the callers' own
+/// purging.
+///
+/// Rows written without a data key are keyed by their meta, so equal meta replaces the earlier row. An exact
+/// query yields the newest row first. A filter made by `metaEquals` is answered through an index.
+///
+/// Ownership: tables live as long as the cache or anyone who holds them. Blobs share their bytes with the
+/// `Data` that was saved.
+/// Threads: every call may come from any thread. No lock is held while a filter is called.
+/// Errors: none; every write succeeds.
+class MemoryCache final : public CorvaneSDK::Cache {
+ public:
+  /// `clock` dates the rows and tells their age; it is called from any thread, while no lock is held.
+  explicit MemoryCache(std::function<Date()> clock = now);
+  ~MemoryCache() override;
+
+  [[nodiscard]] std::optional<Data> load(const std::string& key) override;
+  bool save(const Data& data, const std::string& key) override;
+  bool remove(const std::string& key) override;
+  [[nodiscard]] std::shared_ptr<CorvaneSDK::CacheTable> openTable(const std::string& tableKey) override;
+  [[nodiscard]] std::shared_ptr<CorvaneSDK::CacheTable> createTable(const CorvaneSDK::Table& table) override;
+
+ private:
+  const std::function<Date()> clock_;
+
+  std::mutex mutex_;  // guards what follows
+  std::map<std::string, Data> blobs_;
+  std::map<std::string, std::shared_ptr<MemoryCacheTable>> tables_;
+};
+
+}  // namespace vellora::hostkit

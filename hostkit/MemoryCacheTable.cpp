@@ -1,0 +1,117 @@
+#include "hostkit/MemoryCacheTable.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "hostkit/MetaCodec.h"
+
+namespace vellora::hostkit {
+
+MemoryCacheTable::MemoryCacheTable(CorvaneSDK::Table::MaxAge maxAge, std::function<Date()> clock)
+    : maxAge_(maxAge), clock_(std::move(clock)) {}
+
+std::vector<Data> MemoryCacheTable::load(const CorvaneSDK::Query& query) {
+  std::vector<Data> blobs;
+  for (const auto& stored : rowsFor(query)) blobs.push_back(stored->data);
+  return blobs;
+}
+
+std::vector<CorvaneSDK::Row> MemoryCacheTable::fetch(const CorvaneSDK::Query& query) {
+  std::vector<CorvaneSDK::Row> rows;
+  for (const auto& stored : rowsFor(query)) rows.push_back(stored->row);
+  return rows;
+}
+
+bool MemoryCacheTable::purge(const CorvaneSDK::RowFilter& rowsInFilter) {
+  StoredRows doomed = candidates(&rowsInFilter);
+  std::erase_if(doomed, [&rowsInFilter](const auto& stored) { return !rowsInFilter(stored->row); });
+
+  const std::lock_guard lock(mutex_);
+  for (const auto& stored : doomed) remove(stored->sequence);
+  return true;
+}
+
+bool MemoryCacheTable::upsert(const CorvaneSDK::CacheEntry& entry) {
+  auto stored = std::make_shared<StoredRow>();
+  stored->row = {entry.meta, entry.dataKey ? *entry.dataKey : derivedDataKey(entry.meta)};
+  stored->data = entry.data;
+  stored->written = clock_();
+
+  const std::lock_guard lock(mutex_);
+  removeRowsOutside(LiveSpan(stored->written, maxAge_));
+  if (const auto found = byDataKey_.find(stored->row.dataKey); found != byDataKey_.end()) {
+    remove(found->second);
+  }
+  stored->sequence = ++lastSequence_;
+  add(std::move(stored));
+  return true;
+}
+
+StoredRows MemoryCacheTable::rowsFor(const CorvaneSDK::Query& query) {
+  if (selectsNothing(query)) return {};
+  const LiveSpan live(clock_(), maxAge_);
+  StoredRows rows = candidates(query.filter() ? &*query.filter() : nullptr);
+  std::erase_if(rows, [&live](const auto& stored) { return !live.contains(stored->written); });
+  return selectedRows(std::move(rows), query);
+}
+
+/// Every row that `filter` may admit, oldest first, however old.
+StoredRows MemoryCacheTable::candidates(const CorvaneSDK::RowFilter* filter) {
+  StoredRows rows;
+  const CorvaneSDK::Meta* pairs = filter != nullptr ? indexablePairs(*filter) : nullptr;
+  const std::lock_guard lock(mutex_);
+  if (pairs == nullptr) {
+    rows.reserve(rows_.size());
+    for (const auto& [sequence, stored] : rows_) rows.push_back(stored);
+  } else if (const std::set<Sequence>* sequences = smallestIndexEntry(*pairs)) {
+    for (const Sequence sequence : *sequences) {
+      const auto& stored = rows_.at(sequence);
+      if (holdsPairs(stored->row.meta, *pairs)) rows.push_back(stored);
+    }
+  }
+  return rows;
+}
+
+/// The rows that hold the rarest of `pairs`; null when one of the pairs is in no row.
+const std::set<MemoryCacheTable::Sequence>* MemoryCacheTable::smallestIndexEntry(
+    const CorvaneSDK::Meta& pairs) const {
+  const std::set<Sequence>* smallest = nullptr;
+  for (const auto& pair : pairs) {
+    const auto found = byMetaPair_.find(pair);
+    if (found == byMetaPair_.end()) return nullptr;
+    if (smallest == nullptr || found->second.size() < smallest->size()) smallest = &found->second;
+  }
+  return smallest;
+}
+
+void MemoryCacheTable::add(std::shared_ptr<const StoredRow> stored) {
+  const Sequence sequence = stored->sequence;
+  byDataKey_[stored->row.dataKey] = sequence;
+  byDate_.emplace(stored->written, sequence);
+  for (const auto& pair : stored->row.meta) byMetaPair_[pair].insert(sequence);
+  rows_.emplace(sequence, std::move(stored));
+}
+
+/// Does nothing when the row has gone in the meantime.
+void MemoryCacheTable::remove(Sequence sequence) {
+  const auto found = rows_.find(sequence);
+  if (found == rows_.end()) return;
+  const StoredRow& stored = *found->second;
+  byDataKey_.erase(stored.row.dataKey);
+  byDate_.erase({stored.written, sequence});
+  for (const auto& pair : stored.row.meta) {
+    const auto entry = byMetaPair_.find(pair);
+    entry->second.erase(sequence);
+    if (entry->second.empty()) byMetaPair_.erase(entry);
+  }
+  rows_.erase(found);
+}
+
+void MemoryCacheTable::removeRowsOutside(const LiveSpan& live) {
+  while (!byDate_.empty() && byDate_.begin()->first < live.earliest) remove(byDate_.begin()->second);
+  while (!byDate_.empty() && live.latest < std::prev(byDate_.end())->first) {
+    remove(std::prev(byDate_.end())->second);
+  }
+}
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hostkit/LiveSpan.h"
+#include "hostkit/StoredRow.h"
+#include "vellora/Host/CacheTable.h"
+
+namespace vellora::hostkit {
+
+/// A table of a `MemoryCache`.
+///
+/// Threads: synchronises itself; filters and the clock are called while no lock is held.
+class MemoryCacheTable final : public CorvaneSDK::CacheTable {
+ public:
+  MemoryCacheTable(CorvaneSDK::Table::MaxAge maxAge, std::function<Date()> clock);
+
+  [[nodiscard]] std::vector<Data> load(const CorvaneSDK::Query& query) override;
+  [[nodiscard]] std::vector<CorvaneSDK::Row> fetch(const CorvaneSDK::Query& query) override;
+  bool purge(const CorvaneSDK::RowFilter& rowsInFilter) override;
+  bool upsert(const CorvaneSDK::CacheEntry& entry) override;
+
+ private:
+  using Sequence = std::int64_t;
+  using MetaPair = std::pair<std::string, std::string>;
+
+  [[nodiscard]] StoredRows rowsFor(const CorvaneSDK::Query& query);
+  [[nodiscard]] StoredRows candidates(const CorvaneSDK::RowFilter* filter);
+
+  // The caller of these holds the lock.
+  [[nodiscard]] const std::set<Sequence>* smallestIndexEntry(const CorvaneSDK::Meta& pairs) const;
+  void add(std::shared_ptr<const StoredRow> stored);
+  void remove(Sequence sequence);
+  void removeRowsOutside(const LiveSpan& live);
+
+  const CorvaneSDK::Table::MaxAge maxAge_;
+  const std::function<Date()> clock_;
+
+  std::mutex mutex_;  // guards what follows
+  Sequence lastSequence_ = 0;
+  std::map<Sequence, std::shared_ptr<const StoredRow>> rows_;
+  std::map<std::string, Sequence> byDataKey_;
+  std::map<MetaPair, std::set<Sequence>> byMetaPair_;
+  std::set<std::pair<Date, Sequence>> byDate_;
+};
+
+}  // namespace vellora::hostkit
