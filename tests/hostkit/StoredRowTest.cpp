@@ -17,7 +17,7 @@ using testing::ElementsAre;
 
 StoredRows threeRows() {
   StoredRows rows;
-  for (const std::string& key : {"a", "b", "c"}) {
+  for (const std::string key : {"a", "b", "c"}) {
     StoredRow stored;
     stored.row = {{{"name", key}}, key};
     rows.push_back(std::make_shared<const StoredRow>(stored));
