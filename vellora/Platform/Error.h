@@ -10,11 +10,13 @@
 
 namespace vellora {
 
-/// What a type needs to travel as an `Error`: it tells a person what went wrong.
+/// What a type needs to travel as an `Error`: it tells a person what went wrong. Copying is asked last: a
+/// `Result` can be made of an `Error`, and whether it is copyable would otherwise depend on itself.
 template <class E>
-concept ErrorValue = std::copy_constructible<E> && requires(const E& error) {
+concept ErrorValue = requires(const E& error) {
   { error.localizedDescription() } -> std::convertible_to<std::string>;
-};
+}
+&&std::copy_constructible<E>;
 
 /// An error value whose textual form differs from its localized description, such as an enumeration's
 /// `other(…)`.
@@ -30,8 +32,8 @@ concept DescribedErrorValue = ErrorValue<E> && requires(const E& error) {
 class Error {
  public:
   template <ErrorValue E>
-    requires(!std::same_as<std::remove_cvref_t<E>, Error>)
-  Error(E error) : holder_(std::make_shared<const Holder<E>>(std::move(error))) {}  // NOLINT: converts on purpose
+  requires(!std::same_as<std::remove_cvref_t<E>, Error>) Error(E error)
+      : holder_(std::make_shared<const Holder<E>>(std::move(error))) {}  // NOLINT: converts on purpose
 
   /// One sentence for a person. Types without texts of their own give the platform's default.
   [[nodiscard]] std::string localizedDescription() const { return holder_->localizedDescription(); }
