@@ -15,7 +15,10 @@ TEST(DataTest, EmptyDataHasReadablePadding) {
 }
 
 TEST(DataTest, KeepsAnyBytesAndPadsThemWithZeros) {
-  const std::string bytes("a\0\xff" "b", 4);
+  const std::string bytes(
+      "a\0\xff"
+      "b",
+      4);
   const Data data(bytes);
   EXPECT_EQ(data.view(), bytes);
   EXPECT_EQ(std::string(data.data() + data.size(), Data::padding), std::string(Data::padding, '\0'));

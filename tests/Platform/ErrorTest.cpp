@@ -13,7 +13,9 @@ struct Refused {
 };
 
 struct Coded {
-  [[nodiscard]] std::string localizedDescription() const { return defaultErrorDescription("Coded", "timedOut"); }
+  [[nodiscard]] std::string localizedDescription() const {
+    return defaultErrorDescription("Coded", "timedOut");
+  }
   [[nodiscard]] static std::string description() { return "timedOut"; }
 };
 
@@ -26,7 +28,8 @@ TEST(ErrorTest, GivesBackTheConcreteError) {
 
 TEST(ErrorTest, CopiesShareTheError) {
   const Error error = Refused{"example"};
-  const Error copy = error;  // NOLINT(performance-unnecessary-copy-initialization): the copy is what is tested
+  const Error copy =
+      error;  // NOLINT(performance-unnecessary-copy-initialization): the copy is what is tested
   EXPECT_EQ(copy.as<Refused>(), error.as<Refused>());
 }
 

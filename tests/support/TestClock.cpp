@@ -18,12 +18,15 @@ Date now() {
     const std::lock_guard lock(mutex);
     if (stopped) return *stopped;
   }
-  return Date::since1970(std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count());
+  return Date::since1970(
+      std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count());
 }
 
 namespace tests {
 
-TestClock::TestClock(Date start) { set(start); }
+TestClock::TestClock(Date start) {
+  set(start);
+}
 
 TestClock::~TestClock() {
   const std::lock_guard lock(mutex);

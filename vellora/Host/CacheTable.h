@@ -24,8 +24,8 @@ namespace CorvaneSDK {
 /// - Results of `purge` and `upsert` are advisory; the library neither logs nor retries a false one.
 /// - Filters are quick, do not call back into the table, and are not called after the call has returned.
 ///
-/// Ownership: held by `std::shared_ptr` by each data service that opened it; keeps what it needs of its `Cache`.
-/// Threads: every call comes from several threads at once.
+/// Ownership: held by `std::shared_ptr` by each data service that opened it; keeps what it needs of its
+/// `Cache`. Threads: every call comes from several threads at once.
 class CacheTable {
  public:
   virtual ~CacheTable() = default;
@@ -50,8 +50,8 @@ class CacheTable {
   virtual bool purge(const RowFilter& rowsInFilter) = 0;
 
   /// Stores `entry` as a row: with a data key it replaces the row of that key. Without one the host keys the
-  /// row; whether it then replaces an earlier row of equal meta is the host's choice, but the row just written
-  /// is the one that an exact query for its meta must yield first.
+  /// row; whether it then replaces an earlier row of equal meta is the host's choice, but the row just
+  /// written is the one that an exact query for its meta must yield first.
   virtual bool upsert(const CacheEntry& entry) = 0;
 
  protected:

@@ -19,8 +19,8 @@ class RowFilter {
 
   /// Any predicate; must not be empty, and is called only during the call that it is handed to.
   template <class P>
-    requires std::is_invocable_r_v<bool, const P&, const Row&>
-  RowFilter(P predicate) : predicate_(std::move(predicate)) {}  // NOLINT: converts on purpose
+  requires std::is_invocable_r_v<bool, const P&, const Row&> RowFilter(P predicate)
+      : predicate_(std::move(predicate)) {}  // NOLINT: converts on purpose
 
   [[nodiscard]] bool operator()(const Row& row) const { return predicate_(row); }
 

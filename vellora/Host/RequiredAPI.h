@@ -9,7 +9,8 @@
 namespace vellora {
 
 /// The three host facilities that every data service needs, all present: a `RequiredAPI` exists only once all
-/// three were obtained from the `PlatformAPI`. It is the library's own value, hence not in the host's namespace.
+/// three were obtained from the `PlatformAPI`. It is the library's own value, hence not in the host's
+/// namespace.
 ///
 /// Ownership: a plain value; copies share the facilities.
 struct RequiredAPI {

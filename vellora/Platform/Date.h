@@ -21,7 +21,9 @@ class Date {
   }
 
   [[nodiscard]] constexpr double secondsSinceReferenceDate() const { return seconds_; }
-  [[nodiscard]] constexpr double secondsSince1970() const { return seconds_ + secondsFrom1970ToReferenceDate; }
+  [[nodiscard]] constexpr double secondsSince1970() const {
+    return seconds_ + secondsFrom1970ToReferenceDate;
+  }
 
   /// Seconds from `earlier` to this point; negative when `earlier` is later.
   [[nodiscard]] constexpr double secondsSince(Date earlier) const { return seconds_ - earlier.seconds_; }

@@ -35,7 +35,8 @@ constexpr Field<Record, Member> field(std::string_view key, Member Record::*memb
 ///
 ///       static constexpr std::string_view recordName = "SObject";
 ///       static constexpr auto fields() {
-///         return std::tuple(json::field("name", &SObject::name), json::field("keyPrefix", &SObject::keyPrefix));
+///         return std::tuple(json::field("name", &SObject::name), json::field("keyPrefix",
+///         &SObject::keyPrefix));
 ///       }
 ///     };
 ///

@@ -16,7 +16,8 @@ enum class URLRequestCachePolicy {
 
 /// A request for a URL. The defaults make a GET with a time-out of 60 seconds, no headers and no body.
 struct URLRequest {
-  explicit URLRequest(URL requestUrl, URLRequestCachePolicy policy = URLRequestCachePolicy::useProtocolCachePolicy,
+  explicit URLRequest(URL requestUrl,
+                      URLRequestCachePolicy policy = URLRequestCachePolicy::useProtocolCachePolicy,
                       double timeoutSeconds = 60.0)
       : url(std::move(requestUrl)), cachePolicy(policy), timeoutInterval(timeoutSeconds) {}
 

@@ -1,0 +1,63 @@
+#include "apps/records-server/DataSet.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+#include "apps/records-server/AsciiCase.h"
+#include "apps/records-server/DataSetContent.h"
+
+namespace vellora::recordsserver {
+namespace {
+
+// For texts that come with the program: that they can be read is not a matter of input.
+std::shared_ptr<const DataSetContent> contentOf(const DataFiles& files) {
+  auto content = readDataSet(files);
+  if (!content) {
+    std::fprintf(stderr, "built-in data: %s\n", content.error().localizedDescription().c_str());
+    std::abort();
+  }
+  return std::make_shared<const DataSetContent>(std::move(content).value());
+}
+
+const std::string* find(const std::map<std::string, std::string, std::less<>>& layouts, std::string_view name) {
+  const auto found = layouts.find(name);
+  return found == layouts.end() ? nullptr : &found->second;
+}
+
+}  // namespace
+
+DataSet::DataSet(std::shared_ptr<const DataSetContent> content) : content_(std::move(content)) {}
+
+DataSet DataSet::builtIn() { return DataSet(contentOf(builtInDataFiles())); }
+
+DataSet DataSet::generated(std::size_t types) { return DataSet(contentOf(generatedDataFiles(types))); }
+
+Result<DataSet> DataSet::load(const std::filesystem::path& folder) {
+  const auto files = readDataFiles(folder);
+  if (!files) return files.error();
+  auto content = readDataSet(files.value());
+  if (!content) return content.error();
+  return DataSet(std::make_shared<const DataSetContent>(std::move(content).value()));
+}
+
+const Data& DataSet::objectList() const { return content_->objectList; }
+
+const Data& DataSet::themeList() const { return content_->themeList; }
+
+const std::string* DataSet::searchLayout(std::string_view name) const {
+  return find(content_->searchLayouts, name);
+}
+
+const std::string* DataSet::compactLayout(std::string_view name) const {
+  return find(content_->compactLayouts, name);
+}
+
+const Table* DataSet::table(std::string_view name) const {
+  const auto found = std::find_if(content_->tables.begin(), content_->tables.end(),
+                                  [name](const Table& table) { return equalIgnoringCase(table.name, name); });
+  return found == content_->tables.end() ? nullptr : &*found;
+}
+
+}  // namespace vellora::recordsserver

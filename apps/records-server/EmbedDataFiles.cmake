@@ -1,0 +1,16 @@
+# cmake -DFOLDER=… -DOUTPUT=… -P EmbedDataFiles.cmake: writes the C++ source that holds the data files' text.
+function(append_member member file)
+  file(READ "${FOLDER}/${file}" text)
+  set(code "${code}      .${member} = R\"data(${text})data\",\n" PARENT_SCOPE)
+endfunction()
+
+set(code "#include \"apps/records-server/DataFiles.h\"\n\nnamespace vellora::recordsserver {\n\n")
+string(APPEND code "DataFiles builtInDataFiles() {\n  return {\n")
+append_member(objects objects.json)
+append_member(themes themes.json)
+append_member(listViews list-views.json)
+append_member(searchLayouts search-layouts.json)
+append_member(compactLayouts compact-layouts.json)
+append_member(fields fields.json)
+string(APPEND code "  };\n}\n\n}  // namespace vellora::recordsserver\n")
+file(WRITE "${OUTPUT}" "${code}")

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string_view>
+
+#include "apps/records-server/DataSet.h"
+#include "vellora/Platform/Data.h"
+
+namespace vellora::recordsserver {
+
+/// What a request is answered with: a JSON body and its status.
+struct Answer {
+  int status = 200;
+  Data body;
+
+  /// An answer that tells of an error in the server's form.
+  [[nodiscard]] static Answer error(int status, std::string_view message, std::string_view code);
+};
+
+/// Answers a GET of `target`, a path with its query part as it was sent. Unknown object types are left out of
+/// the layout answers; an object type that is asked for twice is answered once.
+[[nodiscard]] Answer answerFor(std::string_view target, const DataSet& data);
+
+}  // namespace vellora::recordsserver
