@@ -8,13 +8,15 @@ namespace {
 constexpr int usageError = 2;
 
 void addServingOptions(CLI::App& app, Arguments& arguments) {
-  app.add_option("--port", arguments.port, "Listen on this port; without it on a free one")->option_text("PORT");
+  app.add_option("--port", arguments.port, "Listen on this port; without it on a free one")
+      ->option_text("PORT");
   app.add_option("--port-file", arguments.portFile, "Write the port's number to this file once it is open")
       ->option_text("FILE");
   app.add_option("--token-file", arguments.tokenFile,
                  "Ask for the bearer token in this file; requests without it get status 401")
       ->option_text("FILE");
-  app.add_option("--log-file", arguments.logFile, "Append the request lines to this file, not to standard error")
+  app.add_option("--log-file", arguments.logFile,
+                 "Append the request lines to this file, not to standard error")
       ->option_text("FILE");
   app.add_flag("--exit-with-stdin", arguments.exitWithStdin, "Stop when standard input is closed");
 }
@@ -32,7 +34,9 @@ void addDataOptions(CLI::App& app, Arguments& arguments) {
 
 void addFaultOptions(CLI::App& app, Arguments& arguments) {
   const std::string group = "Faults, for every request: --delay and one of the others";
-  app.add_option("--delay", arguments.delayMilliseconds, "Wait before each answer")->option_text("MS")->group(group);
+  app.add_option("--delay", arguments.delayMilliseconds, "Wait before each answer")
+      ->option_text("MS")
+      ->group(group);
   auto* fail = app.add_option("--fail", arguments.failStatus, "Answer with this status and an error body")
                    ->option_text("STATUS")
                    ->check(CLI::Range(400, 599))
@@ -41,8 +45,12 @@ void addFaultOptions(CLI::App& app, Arguments& arguments) {
                                   "End the connection after this many bytes of each body")
                        ->option_text("BYTES")
                        ->group(group);
-  auto* drop = app.add_flag("--drop", arguments.drop, "End the connection without an answer")->group(group);
-  auto* garbage = app.add_flag("--garbage", arguments.garbage, "Answer with bytes that are not JSON")->group(group);
+  auto* drop = app.add_flag("--drop", arguments.drop, "End the connection without an answer")
+                   ->option_text(" ")
+                   ->group(group);
+  auto* garbage = app.add_flag("--garbage", arguments.garbage, "Answer with bytes that are not JSON")
+                      ->option_text(" ")
+                      ->group(group);
   fail->excludes(truncate)->excludes(drop)->excludes(garbage);
   truncate->excludes(drop)->excludes(garbage);
   drop->excludes(garbage);

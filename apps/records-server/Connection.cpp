@@ -27,8 +27,8 @@ namespace beast = boost::beast;
 namespace http = boost::beast::http;
 using Executor = asio::io_context::executor_type;
 using Stream = beast::basic_stream<asio::ip::tcp, Executor>;
-using Timer =
-    asio::basic_waitable_timer<std::chrono::steady_clock, asio::wait_traits<std::chrono::steady_clock>, Executor>;
+using Timer = asio::basic_waitable_timer<std::chrono::steady_clock,
+                                         asio::wait_traits<std::chrono::steady_clock>, Executor>;
 using Parser = http::request_parser<http::string_body>;
 using Request = http::request<http::string_body>;
 
@@ -67,11 +67,13 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
   void readRequest() {
     parser_.emplace();
-    parser_->header_limit(static_cast<std::uint32_t>(state_.options.maxTargetBytes + headerBytesBesidesTarget));
+    parser_->header_limit(
+        static_cast<std::uint32_t>(state_.options.maxTargetBytes + headerBytesBesidesTarget));
     parser_->body_limit(maxBodyBytes);
     stream_.expires_after(state_.options.clientTimeout);
-    http::async_read(stream_, buffer_, *parser_,
-                     [self = shared_from_this()](beast::error_code error, std::size_t) { self->received(error); });
+    http::async_read(
+        stream_, buffer_, *parser_,
+        [self = shared_from_this()](beast::error_code error, std::size_t) { self->received(error); });
   }
 
  private:
@@ -94,8 +96,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void react(const RecordedRequest& request) {
     if (fault_.kind == Fault::Kind::drop) return close();
     if (fault_.kind == Fault::Kind::never) return waitForEnd();
-    auto response = fault_.kind == Fault::Kind::none || fault_.kind == Fault::Kind::truncate ? rightResponse(request)
-                                                                                             : faultyResponse();
+    auto response = fault_.kind == Fault::Kind::none || fault_.kind == Fault::Kind::truncate
+                        ? rightResponse(request)
+                        : faultyResponse();
     response.bytes = request.method == "HEAD" ? 0 : response.answer.body.size();
     response.closes = !parser_->get().keep_alive();
     if (fault_.kind == Fault::Kind::truncate) {
@@ -110,7 +113,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
       return {Answer::error(414, "The address is too long.", "BAD_REQUEST"), ""};
     const auto& token = state_.options.token;
     if (!token.empty() && request.header("Authorization") != "Bearer " + token)
-      return {Answer::error(401, "A valid bearer token is required.", "UNAUTHORIZED"), "WWW-Authenticate: Bearer\r\n"};
+      return {Answer::error(401, "A valid bearer token is required.", "UNAUTHORIZED"),
+              "WWW-Authenticate: Bearer\r\n"};
     if (request.method != "GET")
       return {Answer::error(405, "Only GET is allowed here.", "METHOD_NOT_ALLOWED"), "Allow: GET\r\n"};
     return {answerFor(request.target, state_.data), ""};
@@ -132,8 +136,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void send(Response response) {
     response_ = std::move(response);
     head_ = headOf(response_);
-    const std::array<asio::const_buffer, 2> parts{asio::buffer(head_),
-                                                  asio::buffer(response_.answer.body.data(), response_.bytes)};
+    const std::array<asio::const_buffer, 2> parts{
+        asio::buffer(head_), asio::buffer(response_.answer.body.data(), response_.bytes)};
     stream_.expires_after(state_.options.clientTimeout);
     asio::async_write(stream_, parts, [self = shared_from_this()](beast::error_code error, std::size_t) {
       if (error || self->response_.closes) return self->close();

@@ -21,7 +21,8 @@ struct DataFiles {
   std::string searchLayouts;
   /// compact-layouts.json: an array of compact layouts as the compact layout answer shows them.
   std::string compactLayouts;
-  /// fields.json: an array of {"object", "nameField", "fields"}; "nameField" is absent for a type without one.
+  /// fields.json: an array of {"object", "nameField", "fields"}; "nameField" is absent for a type without
+  /// one.
   std::string fields;
 };
 

@@ -21,7 +21,8 @@ std::shared_ptr<const DataSetContent> contentOf(const DataFiles& files) {
   return std::make_shared<const DataSetContent>(std::move(content).value());
 }
 
-const std::string* find(const std::map<std::string, std::string, std::less<>>& layouts, std::string_view name) {
+const std::string* find(const std::map<std::string, std::string, std::less<>>& layouts,
+                        std::string_view name) {
   const auto found = layouts.find(name);
   return found == layouts.end() ? nullptr : &found->second;
 }
@@ -30,9 +31,13 @@ const std::string* find(const std::map<std::string, std::string, std::less<>>& l
 
 DataSet::DataSet(std::shared_ptr<const DataSetContent> content) : content_(std::move(content)) {}
 
-DataSet DataSet::builtIn() { return DataSet(contentOf(builtInDataFiles())); }
+DataSet DataSet::builtIn() {
+  return DataSet(contentOf(builtInDataFiles()));
+}
 
-DataSet DataSet::generated(std::size_t types) { return DataSet(contentOf(generatedDataFiles(types))); }
+DataSet DataSet::generated(std::size_t types) {
+  return DataSet(contentOf(generatedDataFiles(types)));
+}
 
 Result<DataSet> DataSet::load(const std::filesystem::path& folder) {
   const auto files = readDataFiles(folder);
@@ -42,9 +47,13 @@ Result<DataSet> DataSet::load(const std::filesystem::path& folder) {
   return DataSet(std::make_shared<const DataSetContent>(std::move(content).value()));
 }
 
-const Data& DataSet::objectList() const { return content_->objectList; }
+const Data& DataSet::objectList() const {
+  return content_->objectList;
+}
 
-const Data& DataSet::themeList() const { return content_->themeList; }
+const Data& DataSet::themeList() const {
+  return content_->themeList;
+}
 
 const std::string* DataSet::searchLayout(std::string_view name) const {
   return find(content_->searchLayouts, name);

@@ -26,9 +26,13 @@ std::vector<std::string> distinctNames(std::string_view list) {
   return names;
 }
 
-Answer objectList(const std::string&, const DataSet& data) { return {200, data.objectList()}; }
+Answer objectList(const std::string&, const DataSet& data) {
+  return {200, data.objectList()};
+}
 
-Answer themeList(const std::string&, const DataSet& data) { return {200, data.themeList()}; }
+Answer themeList(const std::string&, const DataSet& data) {
+  return {200, data.themeList()};
+}
 
 void appendMember(std::string& list, const std::string& member) {
   if (list.size() > 1) list += ',';
@@ -91,7 +95,8 @@ Answer answerFor(std::string_view target, const DataSet& data) {
                                    [&](const Endpoint& endpoint) { return endpoint.path == parsed->path; });
   if (found == std::end(endpoints))
     return Answer::error(404, "There is nothing at this address.", "NOT_FOUND");
-  if (found->needsQ && !parsed->q) return Answer::error(400, "The query item \"q\" is missing.", "MISSING_ARGUMENT");
+  if (found->needsQ && !parsed->q)
+    return Answer::error(400, "The query item \"q\" is missing.", "MISSING_ARGUMENT");
   return found->answer(parsed->q.value_or(""), data);
 }
 

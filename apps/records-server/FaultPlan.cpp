@@ -49,8 +49,9 @@ void FaultPlan::clear() {
 
 Fault FaultPlan::take(std::string_view target) {
   const std::lock_guard lock(mutex_);
-  const auto rule = std::find_if(rules_.rbegin(), rules_.rend(),
-                                 [target](const Rule& candidate) { return applies(candidate.pattern, target); });
+  const auto rule = std::find_if(rules_.rbegin(), rules_.rend(), [target](const Rule& candidate) {
+    return applies(candidate.pattern, target);
+  });
   if (rule == rules_.rend()) return {};
   const auto fault = rule->fault;
   if (rule->left && --*rule->left == 0) rules_.erase(std::next(rule).base());

@@ -32,10 +32,13 @@ std::string keyPrefix(std::size_t index) {
   if (index == 0) return R"("005")";
   if (index == 1) return R"("00B")";
   if (index >= prefixesGenerated) return "null";
-  return {'"', digits[firstSmallLetter + index / (62 * 62)], digits[index / 62 % 62], digits[index % 62], '"'};
+  return {'"', digits[firstSmallLetter + index / (62 * 62)], digits[index / 62 % 62], digits[index % 62],
+          '"'};
 }
 
-std::string quoted(const std::string& text) { return '"' + text + '"'; }
+std::string quoted(const std::string& text) {
+  return '"' + text + '"';
+}
 
 std::string describeEntry(std::size_t index) {
   const auto name = typeName(index);
@@ -47,8 +50,8 @@ std::string describeEntry(std::size_t index) {
 std::string icon(const std::string& name, const char* theme, const char* type, const char* suffix, int size) {
   const auto length = std::to_string(size);
   return R"({"contentType":")" + std::string(type) + R"(","height":)" + length + R"(,"theme":")" + theme +
-         R"(","url":"https://icons.example/)" + theme + "/" + name + "_" + length + suffix + R"(","width":)" + length +
-         "}";
+         R"(","url":"https://icons.example/)" + theme + "/" + name + "_" + length + suffix + R"(","width":)" +
+         length + "}";
 }
 
 std::string themeEntry(std::size_t index) {
@@ -82,9 +85,9 @@ std::string searchLayout(std::size_t index) {
 std::string fieldItem(const std::string& label, const std::string& value, const std::string& type,
                       const std::string& referenceTo, const std::string& relationshipName) {
   return R"({"label":)" + quoted(label) + R"(,"layoutComponents":[{"value":)" + quoted(value) +
-         R"(,"details":{"name":)" + quoted(value) + R"(,"label":)" + quoted(label) + R"(,"type":)" + quoted(type) +
-         R"(,"htmlFormatted":false,"referenceTo":[)" + referenceTo + R"(],"relationshipName":)" + relationshipName +
-         "}}]}";
+         R"(,"details":{"name":)" + quoted(value) + R"(,"label":)" + quoted(label) + R"(,"type":)" +
+         quoted(type) + R"(,"htmlFormatted":false,"referenceTo":[)" + referenceTo +
+         R"(],"relationshipName":)" + relationshipName + "}}]}";
 }
 
 std::string compactLayout(std::size_t index, std::size_t types) {
@@ -117,7 +120,8 @@ DataFiles generatedDataFiles(std::size_t types) {
   return {
       .objects = arrayOf(types, describeEntry),
       .themes = arrayOf(types, themeEntry),
-      .listViews = arrayOf(types > 0 ? listViewsGenerated : 0, [types](std::size_t i) { return listView(i, types); }),
+      .listViews =
+          arrayOf(types > 0 ? listViewsGenerated : 0, [types](std::size_t i) { return listView(i, types); }),
       .searchLayouts = arrayOf(types, searchLayout),
       .compactLayouts = arrayOf(types, [types](std::size_t i) { return compactLayout(i, types); }),
       .fields = arrayOf(types, fields),

@@ -57,8 +57,9 @@ Result<Plan> planFor(const QueryStatement& query, const Table& table) {
 }
 
 bool matches(const Plan& plan, const TableRow& row) {
-  return std::all_of(plan.conditions.begin(), plan.conditions.end(),
-                     [&row](const auto& condition) { return condition.second->contains(row.values[condition.first]); });
+  return std::all_of(plan.conditions.begin(), plan.conditions.end(), [&row](const auto& condition) {
+    return condition.second->contains(row.values[condition.first]);
+  });
 }
 
 json::value jsonValue(const FieldValue& value) {
@@ -82,7 +83,8 @@ void setField(json::object& record, std::string_view path, json::value value) {
 
 json::object recordOf(const Table& table, const Plan& plan, const TableRow& row) {
   json::object record{{"about", {{"type", table.name}, {"url", row.url}}}};
-  for (const auto field : plan.fields) setField(record, table.columns[field].path, jsonValue(row.values[field]));
+  for (const auto field : plan.fields)
+    setField(record, table.columns[field].path, jsonValue(row.values[field]));
   return record;
 }
 

@@ -51,7 +51,8 @@ class Parser {
   bool object() {
     const auto& token = tokens_[at_];
     wanted_ = "an object";
-    if (token.kind != Kind::word || !isName(token.text) || token.text.find('.') != std::string::npos) return false;
+    if (token.kind != Kind::word || !isName(token.text) || token.text.find('.') != std::string::npos)
+      return false;
     statement_.object = token.text;
     ++at_;
     return true;
@@ -70,7 +71,8 @@ class Parser {
     auto field = path("a field");
     if (!field) return false;
     QueryCondition condition{std::move(*field), {}};
-    const auto read = symbolFollows("=") ? literal(condition) : keyword("IN", "\"=\" or IN") && list(condition);
+    const auto read =
+        symbolFollows("=") ? literal(condition) : keyword("IN", "\"=\" or IN") && list(condition);
     statement_.conditions.push_back(std::move(condition));
     return read;
   }

@@ -7,25 +7,40 @@
 namespace vellora::recordsserver {
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+bool isLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
 
-bool isWordCharacter(char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '.'; }
+bool isWordCharacter(char c) {
+  return isLetter(c) || (c >= '0' && c <= '9') || c == '.';
+}
 
-bool isSymbol(char c) { return c == ',' || c == '(' || c == ')' || c == '='; }
+bool isSymbol(char c) {
+  return c == ',' || c == '(' || c == ')' || c == '=';
+}
 
 std::optional<char> unescaped(char c) {
   switch (c) {
     case '\'':
     case '"':
-    case '\\': return c;
-    case 'n': return '\n';
-    case 'r': return '\r';
-    case 't': return '\t';
-    case 'b': return '\b';
-    case 'f': return '\f';
-    default: return std::nullopt;
+    case '\\':
+      return c;
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    case 'b':
+      return '\b';
+    case 'f':
+      return '\f';
+    default:
+      return std::nullopt;
   }
 }
 
@@ -90,6 +105,8 @@ class Tokenizer {
 
 }  // namespace
 
-Result<std::vector<QueryToken>> tokenizeQuery(std::string_view text) { return Tokenizer(text).tokens(); }
+Result<std::vector<QueryToken>> tokenizeQuery(std::string_view text) {
+  return Tokenizer(text).tokens();
+}
 
 }  // namespace vellora::recordsserver

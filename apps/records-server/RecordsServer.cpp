@@ -17,8 +17,9 @@ namespace {
 
 namespace asio = boost::asio;
 using Acceptor = asio::basic_socket_acceptor<asio::ip::tcp, asio::io_context::executor_type>;
-using Timer = asio::basic_waitable_timer<std::chrono::steady_clock, asio::wait_traits<std::chrono::steady_clock>,
-                                         asio::io_context::executor_type>;
+using Timer =
+    asio::basic_waitable_timer<std::chrono::steady_clock, asio::wait_traits<std::chrono::steady_clock>,
+                               asio::io_context::executor_type>;
 
 constexpr std::chrono::milliseconds pauseWithoutDescriptors{50};
 
@@ -97,11 +98,17 @@ RecordsServer::RecordsServer(std::unique_ptr<Implementation> implementation)
 
 RecordsServer::~RecordsServer() = default;
 
-std::uint16_t RecordsServer::port() const { return implementation_->port(); }
+std::uint16_t RecordsServer::port() const {
+  return implementation_->port();
+}
 
-std::string RecordsServer::url() const { return "http://127.0.0.1:" + std::to_string(port()); }
+std::string RecordsServer::url() const {
+  return "http://127.0.0.1:" + std::to_string(port());
+}
 
-void RecordsServer::stop() { implementation_->stop(); }
+void RecordsServer::stop() {
+  implementation_->stop();
+}
 
 std::vector<std::string> RecordsServer::requests() const {
   std::vector<std::string> lines;
@@ -113,7 +120,9 @@ std::vector<RecordedRequest> RecordsServer::recordedRequests() const {
   return implementation_->state().log.requests();
 }
 
-void RecordsServer::clearRequests() { implementation_->state().log.clear(); }
+void RecordsServer::clearRequests() {
+  implementation_->state().log.clear();
+}
 
 bool RecordsServer::waitForRequests(std::size_t count, std::chrono::milliseconds atMost) const {
   return implementation_->state().log.waitFor(count, atMost);
@@ -123,6 +132,8 @@ void RecordsServer::setFault(const std::string& pattern, Fault fault, std::optio
   implementation_->state().faults.set(pattern, fault, count);
 }
 
-void RecordsServer::clearFaults() { implementation_->state().faults.clear(); }
+void RecordsServer::clearFaults() {
+  implementation_->state().faults.clear();
+}
 
 }  // namespace vellora::recordsserver
