@@ -1,6 +1,6 @@
 # Everything that is not ours, found once. The reason for each stands in docs/dependencies.md.
 find_package(Threads REQUIRED)
-find_package(Boost 1.81 REQUIRED COMPONENTS url)
+find_package(Boost 1.81 REQUIRED COMPONENTS json url)
 find_package(simdjson 3.0 REQUIRED)
 find_package(RapidJSON REQUIRED)
 

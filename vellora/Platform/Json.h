@@ -1,5 +1,7 @@
 #pragma once
 
+#include <concepts>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -41,24 +43,46 @@ constexpr Field<Record, Member> field(std::string_view key, Member Record::*memb
 ///     };
 ///
 /// A plain member is required, a `std::optional` member is optional. Fields decode in this order and decoding
-/// stops at the first failure.
+/// stops at the first failure. A member is a `std::string`, `bool`, `std::int64_t`, `double`, a `Date` (a
+/// number of seconds since 2001-01-01 00:00:00 UTC), a record, a `std::shared_ptr` to a record, or a
+/// `std::optional`, `std::vector` or `std::map` by string of these.
+///
+/// A record whose JSON form is irregular also declares one or both of these; they take the table's place,
+/// which then serves printing alone. They are defined in the record's source file.
+///
+///     [[nodiscard]] static bool decodeJson(const json::Reader& reader, SObject& out);
+///     [[nodiscard]] bool encodeJson(json::Writer& writer) const;  // writes the members of an object
 template <class T>
 concept Record = requires {
   { T::recordName } -> std::convertible_to<std::string_view>;
   T::fields();
 };
 
+/// What an irregular record reads itself from, and writes itself to.
+class Reader;
+class Writer;
+
+/// Objects and arrays nested deeper than this are neither read nor written.
+inline constexpr std::size_t maximumDepth = 512;
+
 /// Reads a value of `T` from JSON text. Fails with a `DecodingError` that names kind and path.
 ///
 /// Strict RFC 8259 over the whole document, nesting up to 512, a UTF-8 byte order mark is skipped. The first
-/// of duplicate keys wins, unknown keys are ignored, null for an optional is absent.
+/// of duplicate keys wins, unknown keys are ignored, null for an optional is absent. A number is an integer
+/// when its value is one, however it is written: 16.0 and 1.6e1 are. A number beyond the range of a double,
+/// or written as an integer beyond 64 bits, makes the document invalid, in an ignored member too.
 ///
 /// Defined in the source file of each record; the types that can be decoded are those.
+///
+/// Threads: may be called from several threads at once. Each thread keeps the memory of one parser for its
+/// next call, unless a document was so large that keeping it would be a burden.
 template <class T>
 Result<T> decode(const Data& text);
 
-/// Writes `value` as JSON text without blanks, in field order, absent optionals left out. Fails with an
-/// `EncodingError` for what JSON cannot hold: a number that is not finite, text that is not UTF-8.
+/// Writes `value` as JSON text without blanks, in field order, absent optionals left out; an absent optional
+/// as the whole value, or inside a list or map, is null. Fails with an `EncodingError` for what JSON cannot
+/// hold: a number that is not finite, text that is not UTF-8, a null pointer, values nested deeper than
+/// `decode` accepts.
 template <class T>
 Result<Data> encode(const T& value);
 
