@@ -39,7 +39,9 @@ struct TwoForms {
     for (const auto& group : groups) out.flat.insert(out.flat.end(), group.begin(), group.end());
     return true;
   }
-  bool encodeJson(json::Writer& writer) const { return writer.member("type", type) && writer.member("flat", flat); }
+  bool encodeJson(json::Writer& writer) const {
+    return writer.member("type", type) && writer.member("flat", flat);
+  }
 };
 
 // Any key: the values alone are kept.
@@ -72,7 +74,9 @@ struct Derived {
     for (const auto& word : out.words) out.lengths[word] = static_cast<std::int64_t>(word.size());
     return true;
   }
-  bool encodeJson(json::Writer& writer) const { return writer.member("words", words) && writer.member("title", title); }
+  bool encodeJson(json::Writer& writer) const {
+    return writer.member("words", words) && writer.member("title", title);
+  }
 };
 
 // Text that holds another document, so that decoding it decodes within a decoding.
@@ -103,12 +107,14 @@ std::string failureTextOf(std::string_view text) {
 }
 
 TEST(JsonCodecTest, TakesTheFirstFormWhenItCanBeRead) {
-  const auto value = read<TwoForms>(R"({"type":"A","flat":[{"name":"x"}],"groups":[[{"name":"y"}]]})").value();
+  const auto value =
+      read<TwoForms>(R"({"type":"A","flat":[{"name":"x"}],"groups":[[{"name":"y"}]]})").value();
   EXPECT_EQ(value.flat, (std::vector<Flat>{{"x"}}));
 }
 
 TEST(JsonCodecTest, TakesTheOtherFormWhateverIsWrongWithTheFirst) {
-  for (const std::string_view flat : {"null", "1", "{}", "[null]", R"([{"name":"x"},{"name":1}])", R"([{}])"}) {
+  for (const std::string_view flat :
+       {"null", "1", "{}", "[null]", R"([{"name":"x"},{"name":1}])", R"([{}])"}) {
     const auto value = read<TwoForms>(R"({"type":"A","flat":)" + std::string(flat) +
                                       R"(,"groups":[[{"name":"y"},{"name":"z"}],[{"name":"w"}]]})");
     ASSERT_TRUE(value.hasValue()) << flat;
@@ -119,8 +125,9 @@ TEST(JsonCodecTest, TakesTheOtherFormWhateverIsWrongWithTheFirst) {
 
 TEST(JsonCodecTest, ReportsTheFailureOfTheLastFormAlone) {
   EXPECT_EQ(failureTextOf<TwoForms>(R"({"type":"A","flat":[{"name":1}]})"), R"(missing key "groups" at $)");
-  EXPECT_EQ(failureTextOf<TwoForms>(R"({"type":"A","flat":[{"name":1}],"groups":[[{"name":"y"},{"name":null}]]})"),
-            "expected a string at $.groups[0][1].name");
+  EXPECT_EQ(
+      failureTextOf<TwoForms>(R"({"type":"A","flat":[{"name":1}],"groups":[[{"name":"y"},{"name":null}]]})"),
+      "expected a string at $.groups[0][1].name");
   EXPECT_EQ(failureTextOf<TwoForms>("[]"), "expected an object at $");
 }
 
@@ -133,7 +140,9 @@ TEST(JsonCodecTest, WritesAnIrregularRecordAsItSays) {
 
 TEST(JsonCodecTest, VisitsMembersInDocumentOrder) {
   const auto value =
-      read<Collected>(R"({"b":{"type":"1","flat":[]},"a b":{"type":"2","flat":[]},"":{"type":"3","flat":[]}})").value();
+      read<Collected>(
+          R"({"b":{"type":"1","flat":[]},"a b":{"type":"2","flat":[]},"":{"type":"3","flat":[]}})")
+          .value();
   EXPECT_EQ(value.keys, (std::vector<std::string>{"b", "a b", ""}));
   EXPECT_EQ(value.values[2].type, "3");
   EXPECT_TRUE(read<Collected>("{}").value().values.empty());

@@ -34,7 +34,9 @@ struct Response {
   std::vector<Entry> entries;
 
   static constexpr std::string_view recordName = "Response";
-  static constexpr auto fields() { return std::tuple(json::field("sobjects", &Response::entries, "entries")); }
+  static constexpr auto fields() {
+    return std::tuple(json::field("sobjects", &Response::entries, "entries"));
+  }
   friend bool operator==(const Response&, const Response&) = default;
 };
 
@@ -49,10 +51,10 @@ struct Everything {
 
   static constexpr std::string_view recordName = "Everything";
   static constexpr auto fields() {
-    return std::tuple(json::field("integer", &Everything::integer), json::field("number", &Everything::number),
-                      json::field("date", &Everything::date), json::field("map", &Everything::map),
-                      json::field("shared", &Everything::shared), json::field("nested", &Everything::nested),
-                      json::field("list", &Everything::list));
+    return std::tuple(json::field("integer", &Everything::integer),
+                      json::field("number", &Everything::number), json::field("date", &Everything::date),
+                      json::field("map", &Everything::map), json::field("shared", &Everything::shared),
+                      json::field("nested", &Everything::nested), json::field("list", &Everything::list));
   }
 };
 
@@ -76,7 +78,8 @@ DecodingError failureOf(std::string_view text) {
   const auto result = read<T>(text);
   if (result) return DecodingError::invalidJson("nothing: the text was accepted");
   const auto* error = result.error().template as<DecodingError>();
-  return error ? *error : DecodingError::invalidJson("another error: " + result.error().localizedDescription());
+  return error ? *error
+               : DecodingError::invalidJson("another error: " + result.error().localizedDescription());
 }
 
 template <class T>
@@ -84,7 +87,8 @@ std::string failureTextOf(std::string_view text) {
   return failureOf<T>(text).localizedDescription();
 }
 
-constexpr std::string_view account = R"({"name":"Account","keyPrefix":"001","labelPlural":"Accounts","createable":true})";
+constexpr std::string_view account =
+    R"({"name":"Account","keyPrefix":"001","labelPlural":"Accounts","createable":true})";
 
 std::string nestedArrays(std::size_t depth, std::string_view innermost = "") {
   return std::string(depth, '[').append(innermost) + std::string(depth, ']');
@@ -119,20 +123,24 @@ TEST(JsonReadingTest, NamesTheTopLevelInItsPath) {
 
 TEST(JsonReadingTest, ReadsARecordByItsKeysInAnyOrder) {
   const auto entry =
-      read<Entry>(R"({"createable":false,"labelPlural":"Accounts","name":"Account","keyPrefix":"001"})").value();
+      read<Entry>(R"({"createable":false,"labelPlural":"Accounts","name":"Account","keyPrefix":"001"})")
+          .value();
   EXPECT_EQ(entry, (Entry{"Account", "001", "Accounts", false}));
 }
 
 TEST(JsonReadingTest, IgnoresUnknownKeys) {
   const auto entry =
-      read<Entry>(R"({"a":{"name":1},"name":"A","b":[null],"labelPlural":"As","createable":true,"c":1})").value();
+      read<Entry>(R"({"a":{"name":1},"name":"A","b":[null],"labelPlural":"As","createable":true,"c":1})")
+          .value();
   EXPECT_EQ(entry, (Entry{"A", std::nullopt, "As", true}));
 }
 
 TEST(JsonReadingTest, TakesAMissingOrNullOptionalAsAbsent) {
-  EXPECT_EQ(read<Entry>(R"({"name":"A","labelPlural":"As","createable":true})").value().keyPrefix, std::nullopt);
-  EXPECT_EQ(read<Entry>(R"({"name":"A","keyPrefix":null,"labelPlural":"As","createable":true})").value().keyPrefix,
+  EXPECT_EQ(read<Entry>(R"({"name":"A","labelPlural":"As","createable":true})").value().keyPrefix,
             std::nullopt);
+  EXPECT_EQ(
+      read<Entry>(R"({"name":"A","keyPrefix":null,"labelPlural":"As","createable":true})").value().keyPrefix,
+      std::nullopt);
 }
 
 TEST(JsonReadingTest, FailsOnAnOptionalOfTheWrongType) {
@@ -154,14 +162,14 @@ TEST(JsonReadingTest, NamesAMissingKeyAndItsObject) {
 }
 
 TEST(JsonReadingTest, NamesTheExpectedTypeAndTheMember) {
-  EXPECT_EQ(failureTextOf<Response>(
-                R"({"sobjects":[{"name":"A","labelPlural":"As","createable":true},)"
-                R"({"name":"B","labelPlural":"Bs","createable":"true"}]})"),
+  EXPECT_EQ(failureTextOf<Response>(R"({"sobjects":[{"name":"A","labelPlural":"As","createable":true},)"
+                                    R"({"name":"B","labelPlural":"Bs","createable":"true"}]})"),
             "expected a boolean at $.sobjects[1].createable");
 }
 
 TEST(JsonReadingTest, StopsAtTheFirstFailureInFieldOrder) {
-  EXPECT_EQ(failureTextOf<Entry>(R"({"createable":1,"labelPlural":2,"name":3})"), "expected a string at $.name");
+  EXPECT_EQ(failureTextOf<Entry>(R"({"createable":1,"labelPlural":2,"name":3})"),
+            "expected a string at $.name");
   EXPECT_EQ(failureTextOf<Entry>("{}"), R"(missing key "name" at $)");
 }
 
@@ -175,7 +183,8 @@ TEST(JsonReadingTest, TakesAnEscapedKeyAsTheKeyItSpells) {
 
 TEST(JsonReadingTest, TakesTheFirstOfDuplicateKeys) {
   const auto entry =
-      read<Entry>(R"({"name":"first","name":"second","labelPlural":"As","createable":true,"name":3})").value();
+      read<Entry>(R"({"name":"first","name":"second","labelPlural":"As","createable":true,"name":3})")
+          .value();
   EXPECT_EQ(entry.name, "first");
   EXPECT_EQ((read<std::map<std::string, std::int64_t>>(R"({"a":1,"a":"x","b":2})").value()),
             (std::map<std::string, std::int64_t>{{"a", 1}, {"b", 2}}));
@@ -188,17 +197,19 @@ TEST(JsonReadingTest, FailsWhenTheFirstOfDuplicateKeysIsWrong) {
 
 TEST(JsonReadingTest, TellsAnEmptyListFromAnAbsentOne) {
   constexpr std::string_view rest = R"("integer":1,"number":2,"date":3,"map":{},"shared":)";
-  const auto with = read<Everything>("{\"list\":[]," + std::string(rest) + std::string(account) + "}").value();
+  const auto with =
+      read<Everything>("{\"list\":[]," + std::string(rest) + std::string(account) + "}").value();
   const auto without = read<Everything>("{" + std::string(rest) + std::string(account) + "}").value();
   EXPECT_EQ(with.list, std::vector<std::string>{});
   EXPECT_EQ(without.list, std::nullopt);
 }
 
 TEST(JsonReadingTest, ReadsEveryTypeOfMember) {
-  const auto all = read<Everything>(R"({"integer":-7,"number":0.5,"date":-978307200,"map":{"b":2,"a":1},"shared":)" +
-                                    std::string(account) + R"(,"nested":)" + std::string(account) +
-                                    R"(,"list":["x","y"]})")
-                       .value();
+  const auto all =
+      read<Everything>(R"({"integer":-7,"number":0.5,"date":-978307200,"map":{"b":2,"a":1},"shared":)" +
+                       std::string(account) + R"(,"nested":)" + std::string(account) +
+                       R"(,"list":["x","y"]})")
+          .value();
   EXPECT_EQ(all.integer, -7);
   EXPECT_EQ(all.number, 0.5);
   EXPECT_EQ(all.date, Date::since1970(0));
@@ -209,7 +220,8 @@ TEST(JsonReadingTest, ReadsEveryTypeOfMember) {
 }
 
 TEST(JsonReadingTest, ReadsARecordThatContainsItself) {
-  const auto node = read<Node>(R"({"value":"a","parts":[{"value":"b","parts":[{"value":"c"}]},{"value":"d"}]})").value();
+  const auto node =
+      read<Node>(R"({"value":"a","parts":[{"value":"b","parts":[{"value":"c"}]},{"value":"d"}]})").value();
   ASSERT_EQ(node.parts->size(), 2U);
   EXPECT_EQ(node.parts->at(0).parts->at(0).value, "c");
   EXPECT_EQ(node.parts->at(1).parts.has_value(), false);
@@ -231,8 +243,8 @@ TEST(JsonReadingTest, TakesANumberOfIntegralValueAsAnInteger) {
 }
 
 TEST(JsonReadingTest, RefusesWhatIsNoIntegerOf64Bits) {
-  for (const std::string_view text : {"16.5", "9223372036854775808", "9223372036854775808.0", "1e300", "-1e19", "\"1\"",
-                                      "true", "null", "[]", "{}", "1e-1"}) {
+  for (const std::string_view text : {"16.5", "9223372036854775808", "9223372036854775808.0", "1e300",
+                                      "-1e19", "\"1\"", "true", "null", "[]", "{}", "1e-1"}) {
     EXPECT_EQ(failureTextOf<std::int64_t>(text), "expected an integer at $") << text;
   }
 }
@@ -261,7 +273,8 @@ TEST(JsonReadingTest, ReadsADateAsSecondsSince2001) {
 // Text
 
 TEST(JsonReadingTest, KeepsEveryCharacterOfAText) {
-  EXPECT_EQ(read<std::string>(R"("a\"\\\/\b\f\n\r\té\u00e9\ud83d\ude00")").value(), "a\"\\/\b\f\n\r\té\u00e9😀");
+  EXPECT_EQ(read<std::string>(R"("a\"\\\/\b\f\n\r\té\u00e9\ud83d\ude00")").value(),
+            "a\"\\/\b\f\n\r\té\u00e9😀");
   EXPECT_EQ(read<std::string>(R"("a\u0000b")").value(), std::string("a\0b", 3));
   EXPECT_EQ(read<std::string>(R"("\/services\/data")").value(), "/services/data");
 }
@@ -283,8 +296,10 @@ TEST(JsonReadingTest, AcceptsNestingUpTo512) {
 }
 
 TEST(JsonReadingTest, RefusesNestingOf513) {
-  EXPECT_EQ(failureTextOf<std::string>(nestedArrays(513)), "not valid JSON at byte 512: nested deeper than 512");
-  EXPECT_EQ(failureTextOf<std::string>(nestedArrays(513, "1")), "not valid JSON at byte 512: nested deeper than 512");
+  EXPECT_EQ(failureTextOf<std::string>(nestedArrays(513)),
+            "not valid JSON at byte 512: nested deeper than 512");
+  EXPECT_EQ(failureTextOf<std::string>(nestedArrays(513, "1")),
+            "not valid JSON at byte 512: nested deeper than 512");
   EXPECT_EQ(failureOf<std::string>(nestedObjects(513, "")).kind(), DecodingError::Kind::invalidJson);
   EXPECT_EQ(failureTextOf<Response>(R"({"sobjects":[],"x":)" + nestedArrays(512) + "}"),
             "not valid JSON at byte 530: nested deeper than 512");
@@ -292,7 +307,8 @@ TEST(JsonReadingTest, RefusesNestingOf513) {
 
 TEST(JsonReadingTest, RefusesNestingOf513AlsoAfterADocumentOf512) {
   EXPECT_EQ(failureTextOf<std::string>(nestedArrays(512, "1")), "expected a string at $");
-  EXPECT_EQ(failureTextOf<std::string>(nestedArrays(513)), "not valid JSON at byte 512: nested deeper than 512");
+  EXPECT_EQ(failureTextOf<std::string>(nestedArrays(513)),
+            "not valid JSON at byte 512: nested deeper than 512");
 }
 
 TEST(JsonReadingTest, ReadsARecordAsDeepAsADocumentMayBe) {
@@ -321,17 +337,16 @@ TEST_P(JsonStrictnessTest, RefusesTheDocument) {
 
 INSTANTIATE_TEST_SUITE_P(
     Documents, JsonStrictnessTest,
-    testing::Values(
-        Broken{"", "not valid JSON at byte 0: the text ends too early"},
-        Broken{"  ", "not valid JSON at byte 2: the text ends too early"},
-        Broken{R"({"sobjects":[])", "not valid JSON at byte 14: the text ends too early"},
-        Broken{R"({"sobjects":[],})", "not valid JSON at byte 15: syntax error"},
-        Broken{R"({"sobjects":[]} x)", "not valid JSON at byte 16: more text after the value"},
-        Broken{R"({"sobjects":[]}{})", "not valid JSON at byte 15: more text after the value"},
-        Broken{"<html>", "not valid JSON at byte 0: syntax error"},
-        Broken{R"({'sobjects':[]})", "not valid JSON at byte 1: syntax error"},
-        Broken{R"({"sobjects":[],"x":NaN})", "not valid JSON at byte 19: syntax error"},
-        Broken{R"({"sobjects":[],"x":01})", "not valid JSON at byte 20: syntax error"}));
+    testing::Values(Broken{"", "not valid JSON at byte 0: the text ends too early"},
+                    Broken{"  ", "not valid JSON at byte 2: the text ends too early"},
+                    Broken{R"({"sobjects":[])", "not valid JSON at byte 14: the text ends too early"},
+                    Broken{R"({"sobjects":[],})", "not valid JSON at byte 15: syntax error"},
+                    Broken{R"({"sobjects":[]} x)", "not valid JSON at byte 16: more text after the value"},
+                    Broken{R"({"sobjects":[]}{})", "not valid JSON at byte 15: more text after the value"},
+                    Broken{"<html>", "not valid JSON at byte 0: syntax error"},
+                    Broken{R"({'sobjects':[]})", "not valid JSON at byte 1: syntax error"},
+                    Broken{R"({"sobjects":[],"x":NaN})", "not valid JSON at byte 19: syntax error"},
+                    Broken{R"({"sobjects":[],"x":01})", "not valid JSON at byte 20: syntax error"}));
 
 INSTANTIATE_TEST_SUITE_P(
     IgnoredMembers, JsonStrictnessTest,
@@ -345,17 +360,21 @@ INSTANTIATE_TEST_SUITE_P(
         Broken{"{\"sobjects\":[],\"x\":\"\xED\xA0\x80\"}", "not valid JSON at byte 20: syntax error"},
         Broken{"{\"sobjects\":[],\"x\":\"\xC0\xAF\"}", "not valid JSON at byte 20: syntax error"},
         Broken{R"({"sobjects":[],"x":1e400})", "not valid JSON at byte 24: number out of range"},
-        Broken{R"({"sobjects":[],"x":18446744073709551616})", "not valid JSON at byte 39: number out of range"},
-        Broken{R"({"sobjects":[],"x":-9223372036854775809})", "not valid JSON at byte 39: number out of range"}));
+        Broken{R"({"sobjects":[],"x":18446744073709551616})",
+               "not valid JSON at byte 39: number out of range"},
+        Broken{R"({"sobjects":[],"x":-9223372036854775809})",
+               "not valid JSON at byte 39: number out of range"}));
 
 TEST(JsonReadingTest, RefusesADocumentThatIsCutAtAnyByte) {
-  const std::string whole = R"({"sobjects":[{"name":"Açc\u00e9\n","keyPrefix":null,"labelPlural":"😀","createable":true,)"
-                            R"("x":[1.5e3,-2,{"y":false}]}],"z":""})";
+  const std::string whole =
+      R"({"sobjects":[{"name":"Açc\u00e9\n","keyPrefix":null,"labelPlural":"😀","createable":true,)"
+      R"("x":[1.5e3,-2,{"y":false}]}],"z":""})";
   ASSERT_TRUE(read<Response>(whole).hasValue());
   for (std::size_t length = 0; length < whole.size(); ++length) {
     const auto error = failureOf<Response>(whole.substr(0, length));
     EXPECT_EQ(error.kind(), DecodingError::Kind::invalidJson) << length;
-    EXPECT_EQ(error.localizedDescription().find("not valid JSON at byte "), 0U) << error.localizedDescription();
+    EXPECT_EQ(error.localizedDescription().find("not valid JSON at byte "), 0U)
+        << error.localizedDescription();
   }
 }
 

@@ -43,14 +43,15 @@ struct Sheet {
   static constexpr std::string_view recordName = "Sheet";
   static constexpr auto fields() {
     return std::tuple(json::field("isOpen", &Sheet::isOpen), json::field("size", &Sheet::size),
-                      json::field("ratio", &Sheet::ratio), json::field("downloadedTime", &Sheet::downloadedTime),
+                      json::field("ratio", &Sheet::ratio),
+                      json::field("downloadedTime", &Sheet::downloadedTime),
                       json::field("columns", &Sheet::columns), json::field("meta", &Sheet::meta),
                       json::field("first", &Sheet::first), json::field("words", &Sheet::words),
                       json::field("shared", &Sheet::shared));
   }
   friend bool operator==(const Sheet& left, const Sheet& right) {
-    return std::tie(left.isOpen, left.size, left.ratio, left.downloadedTime, left.columns, left.meta, left.first,
-                    left.words, *left.shared) ==
+    return std::tie(left.isOpen, left.size, left.ratio, left.downloadedTime, left.columns, left.meta,
+                    left.first, left.words, *left.shared) ==
            std::tie(right.isOpen, right.size, right.ratio, right.downloadedTime, right.columns, right.meta,
                     right.first, right.words, *right.shared);
   }
@@ -88,15 +89,17 @@ TEST(JsonWritingTest, WritesFieldsInTheirOrderWithoutBlanks) {
   sheet.first = Column{"Name", std::nullopt};
   sheet.words = {"x", "y"};
   sheet.shared = std::make_shared<Column>(Column{"S", "f"});
-  EXPECT_EQ(written(sheet),
-            R"({"isOpen":true,"size":-7,"ratio":0.5,"downloadedTime":12.25,"columns":[{"name":"Name","format":"text"},)"
-            R"({"name":"Owner"}],"meta":{"a":"b","k":"v"},"first":{"name":"Name"},"words":["x","y"],)"
-            R"("shared":{"name":"S","format":"f"}})");
+  EXPECT_EQ(
+      written(sheet),
+      R"({"isOpen":true,"size":-7,"ratio":0.5,"downloadedTime":12.25,"columns":[{"name":"Name","format":"text"},)"
+      R"({"name":"Owner"}],"meta":{"a":"b","k":"v"},"first":{"name":"Name"},"words":["x","y"],)"
+      R"("shared":{"name":"S","format":"f"}})");
 }
 
 TEST(JsonWritingTest, LeavesAbsentOptionalsOut) {
-  EXPECT_EQ(written(Sheet{}), R"({"isOpen":false,"size":0,"ratio":0,"downloadedTime":0,"columns":[],"meta":{},)"
-                              R"("shared":{"name":""}})");
+  EXPECT_EQ(written(Sheet{}),
+            R"({"isOpen":false,"size":0,"ratio":0,"downloadedTime":0,"columns":[],"meta":{},)"
+            R"("shared":{"name":""}})");
 }
 
 TEST(JsonWritingTest, WritesBareValues) {
@@ -111,7 +114,8 @@ TEST(JsonWritingTest, WritesAnAbsentWholeValueAsNull) {
   EXPECT_EQ(written(std::optional<Column>()), "null");
   EXPECT_EQ(written(std::optional<std::string>("abc")), R"("abc")");
   EXPECT_EQ(written(std::vector<std::optional<std::string>>{"a", std::nullopt}), R"(["a",null])");
-  EXPECT_EQ((written(std::map<std::string, std::optional<std::string>>{{"a", std::nullopt}})), R"({"a":null})");
+  EXPECT_EQ((written(std::map<std::string, std::optional<std::string>>{{"a", std::nullopt}})),
+            R"({"a":null})");
 }
 
 TEST(JsonWritingTest, WritesTheExtremesOfIntegers) {
@@ -166,10 +170,13 @@ TEST(JsonWritingTest, WritesADateAsSecondsSince2001) {
   EXPECT_EQ(written(Date::sinceReferenceDate(0.125)), "0.125");
 }
 
-TEST(JsonWritingTest, WritesASlashAsItIs) { EXPECT_EQ(written(std::string("/a/b")), R"("/a/b")"); }
+TEST(JsonWritingTest, WritesASlashAsItIs) {
+  EXPECT_EQ(written(std::string("/a/b")), R"("/a/b")");
+}
 
 TEST(JsonWritingTest, EscapesWhatJsonDemands) {
-  EXPECT_EQ(written(std::string("\"\\\b\f\n\r\t\x01\x1F\x7F é😀")), "\"\\\"\\\\\\b\\f\\n\\r\\t\\u0001\\u001F\x7F é😀\"");
+  EXPECT_EQ(written(std::string("\"\\\b\f\n\r\t\x01\x1F\x7F é😀")),
+            "\"\\\"\\\\\\b\\f\\n\\r\\t\\u0001\\u001F\x7F é😀\"");
   EXPECT_EQ(written(std::string("a\0b", 3)), R"("a\u0000b")");
   EXPECT_EQ((written(std::map<std::string, std::string>{{"a\"\n", ""}})), R"({"a\"\n":""})");
 }
@@ -234,7 +241,8 @@ class RandomSheets {
   bool flip() { return upTo(1) == 1; }
   double number() { return std::ldexp(static_cast<double>(random_()), static_cast<int>(upTo(200)) - 100); }
   std::string text() {
-    static const std::vector<std::string> pieces = {"a", "\"", "\\", "/", "\n", "é", "😀", std::string(1, '\0'), "\x7F", " "};
+    static const std::vector<std::string> pieces = {
+        "a", "\"", "\\", "/", "\n", "é", "😀", std::string(1, '\0'), "\x7F", " "};
     std::string text;
     for (auto left = upTo(6); left > 0; --left) text += pieces[upTo(pieces.size() - 1)];
     return text;

@@ -31,8 +31,8 @@ class DecodingError {
 
   [[nodiscard]] Kind kind() const noexcept { return kind_; }
 
-  /// One line of bounded length that names kind and place, safe to log whatever the text held: of the text itself
-  /// it quotes nothing but keys.
+  /// One line of bounded length that names kind and place, safe to log whatever the text held: of the text
+  /// itself it quotes nothing but keys.
   [[nodiscard]] const std::string& localizedDescription() const noexcept { return description_; }
 
   friend bool operator==(const DecodingError&, const DecodingError&) = default;

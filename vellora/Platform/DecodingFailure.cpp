@@ -24,7 +24,9 @@ bool DecodingFailure::under(std::size_t index) {
   return false;
 }
 
-void DecodingFailure::clear() { path_.clear(); }
+void DecodingFailure::clear() {
+  path_.clear();
+}
 
 DecodingError DecodingFailure::error() const {
   return isMissingKey_ ? DecodingError::missingKey(subject_, path_.text())

@@ -9,8 +9,8 @@
 
 namespace vellora::json {
 
-/// A decoding failure on its way up. Every function that reports one returns false, so that a step which fails can
-/// end in `return failure.…`; a step that succeeds never touches this.
+/// A decoding failure on its way up. Every function that reports one returns false, so that a step which
+/// fails can end in `return failure.…`; a step that succeeds never touches this.
 class DecodingFailure {
  public:
   /// The failure itself, at the place where it happened.

@@ -1,7 +1,8 @@
 #pragma once
 
-// The definitions behind `Json.h`, for the source files of records: it brings the parser's headers with it, so no
-// other header includes this one. A record's source file ends in the instantiations that its users link against:
+// The definitions behind `Json.h`, for the source files of records: it brings the parser's headers with it,
+// so no other header includes this one. A record's source file ends in the instantiations that its users link
+// against:
 //
 //     template Result<SObject> json::decode(const Data& text);
 //     template Result<Data> json::encode(const SObject& value);
@@ -46,8 +47,8 @@ inline constexpr bool isOptional = false;
 template <class T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 
-/// How values of `T` are read and written. Both directions return whether they succeeded, and leave the reason with
-/// the failure or the writer they were given.
+/// How values of `T` are read and written. Both directions return whether they succeeded, and leave the
+/// reason with the failure or the writer they were given.
 template <class T>
 struct Codec;
 
@@ -140,7 +141,8 @@ struct Codec<std::vector<T>> {
   }
 
  private:
-  // A list of ten million bare zeroes must not claim the memory of ten million records before the first one fails.
+  // A list of ten million bare zeroes must not claim the memory of ten million records before the first one
+  // fails.
   static constexpr std::size_t largestReserve = (std::size_t{1} << 20U) / sizeof(T) + 1;
 };
 
@@ -191,8 +193,11 @@ struct Codec<T> {
     if constexpr (EncodesItself<T>) {
       if (!value.encodeJson(writer)) return false;
     } else {
-      const auto writeField = [&](const auto& field) { return writer.member(field.key, value.*field.member); };
-      if (!std::apply([&](const auto&... field) { return (writeField(field) && ...); }, T::fields())) return false;
+      const auto writeField = [&](const auto& field) {
+        return writer.member(field.key, value.*field.member);
+      };
+      if (!std::apply([&](const auto&... field) { return (writeField(field) && ...); }, T::fields()))
+        return false;
     }
     return writer.endObject();
   }

@@ -49,8 +49,8 @@ std::optional<DecodingError> Document::parse(const Data& text) {
   auto error = parseWith(*parser_, maximumDepth, json, root_);
   if (!error) return std::nullopt;
   if (auto found = findSyntaxError(json, skipped)) return found;
-  // simdjson refuses to go as deep as its limit, but lets an empty object or array pass there. So a document that
-  // is just deep enough is refused at first; when nothing is wrong with it, one level more does no harm.
+  // simdjson refuses to go as deep as its limit, but lets an empty object or array pass there. So a document
+  // that is just deep enough is refused at first; when nothing is wrong with it, one level more does no harm.
   if (error == simdjson::DEPTH_ERROR) error = parseWith(*parser_, maximumDepth + 1, json, root_);
   if (!error) return std::nullopt;
   return DecodingError::invalidJson(simdjson::error_message(error));

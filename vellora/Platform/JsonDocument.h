@@ -12,10 +12,10 @@ namespace vellora::json {
 
 /// A parsed JSON text, as long as it is being decoded.
 ///
-/// Ownership: takes the parser that its thread keeps and gives it back at its end, so that the parser's memory is
-/// allocated once per thread. A second document on the same thread meanwhile has a parser of its own. A parser
-/// that has grown for a text of more than 4 MiB is not kept: it holds up to 14 bytes per byte of text.
-/// Threads: belongs to the thread that made it.
+/// Ownership: takes the parser that its thread keeps and gives it back at its end, so that the parser's
+/// memory is allocated once per thread. A second document on the same thread meanwhile has a parser of its
+/// own. A parser that has grown for a text of more than 4 MiB is not kept: it holds up to 14 bytes per byte
+/// of text. Threads: belongs to the thread that made it.
 class Document {
  public:
   Document();
@@ -24,7 +24,8 @@ class Document {
   Document(const Document&) = delete;
   Document& operator=(const Document&) = delete;
 
-  /// Parses and validates the whole text, in place: it needs the padding that `Data` has. Gives the failure if any.
+  /// Parses and validates the whole text, in place: it needs the padding that `Data` has. Gives the failure
+  /// if any.
   [[nodiscard]] std::optional<DecodingError> parse(const Data& text);
 
   /// The top-level value; valid after a successful `parse`, as long as this document lives.

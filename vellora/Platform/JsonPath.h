@@ -8,8 +8,8 @@
 
 namespace vellora::json {
 
-/// Where in a document a coding failure happened. Built from the inside out, while the failure is handed up, so
-/// that a success pays nothing for it.
+/// Where in a document a coding failure happened. Built from the inside out, while the failure is handed up,
+/// so that a success pays nothing for it.
 class Path {
  public:
   /// Tells that what was recorded so far lies under member `key`, or under element `index`.
@@ -18,8 +18,8 @@ class Path {
 
   void clear() { steps_.clear(); }
 
-  /// Such as `$.sobjects[3].createable`. One line of bounded length, whatever the keys hold: long keys are cut,
-  /// and of very many steps those in the middle are left out.
+  /// Such as `$.sobjects[3].createable`. One line of bounded length, whatever the keys hold: long keys are
+  /// cut, and of very many steps those in the middle are left out.
   [[nodiscard]] std::string text() const;
 
  private:

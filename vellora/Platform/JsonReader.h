@@ -9,8 +9,9 @@
 
 namespace vellora::json {
 
-/// One JSON value, as an irregular record sees it while decoding itself. Every step returns whether it succeeded;
-/// after a failure the record returns false, and the reader already knows what was wrong and where.
+/// One JSON value, as an irregular record sees it while decoding itself. Every step returns whether it
+/// succeeded; after a failure the record returns false, and the reader already knows what was wrong and
+/// where.
 ///
 /// Ownership: refers to the document being decoded; cheap to copy, not to be kept.
 class Reader {
@@ -21,13 +22,13 @@ class Reader {
   template <class T>
   [[nodiscard]] bool read(T& out) const;
 
-  /// Reads member `key` of the object into `out`. It is required, unless `out` is a `std::optional`: then missing
-  /// and null are absent.
+  /// Reads member `key` of the object into `out`. It is required, unless `out` is a `std::optional`: then
+  /// missing and null are absent.
   template <class T>
   [[nodiscard]] bool member(std::string_view key, T& out) const;
 
-  /// Reads member `key` into `out` if that is possible. Whatever stands in the way (no such member, null, a wrong
-  /// type anywhere inside) gives false, leaves `out` as it was, and is no failure.
+  /// Reads member `key` into `out` if that is possible. Whatever stands in the way (no such member, null, a
+  /// wrong type anywhere inside) gives false, leaves `out` as it was, and is no failure.
   template <class T>
   [[nodiscard]] bool tryMember(std::string_view key, T& out) const;
 

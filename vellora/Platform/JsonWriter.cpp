@@ -26,16 +26,23 @@ struct Writer::State {
 
 namespace {
 
-// From here on a double is written with an exponent: its plain digits would read as an integer that is too large.
+// From here on a double is written with an exponent: its plain digits would read as an integer that is too
+// large.
 constexpr double beyond64Bits = 9223372036854775808.0;
 
 // RapidJSON counts bytes in 32 bits.
-bool fits(std::string_view text) { return text.size() <= std::numeric_limits<rapidjson::SizeType>::max(); }
+bool fits(std::string_view text) {
+  return text.size() <= std::numeric_limits<rapidjson::SizeType>::max();
+}
 
-rapidjson::SizeType sizeOf(std::string_view text) { return static_cast<rapidjson::SizeType>(text.size()); }
+rapidjson::SizeType sizeOf(std::string_view text) {
+  return static_cast<rapidjson::SizeType>(text.size());
+}
 
 // RapidJSON takes no null pointer, which an empty view may have.
-const char* bytesOf(std::string_view text) { return text.empty() ? "" : text.data(); }
+const char* bytesOf(std::string_view text) {
+  return text.empty() ? "" : text.data();
+}
 
 }  // namespace
 
@@ -43,19 +50,27 @@ Writer::Writer() : state_(std::make_unique<State>()) {}
 
 Writer::~Writer() = default;
 
-bool Writer::null() { return state_->sink.Null(); }
+bool Writer::null() {
+  return state_->sink.Null();
+}
 
-bool Writer::boolean(bool value) { return state_->sink.Bool(value); }
+bool Writer::boolean(bool value) {
+  return state_->sink.Bool(value);
+}
 
-bool Writer::integer(std::int64_t value) { return state_->sink.Int64(value); }
+bool Writer::integer(std::int64_t value) {
+  return state_->sink.Int64(value);
+}
 
 bool Writer::number(double value) {
   if (!std::isfinite(value)) return fail(EncodingError::Kind::numberNotFinite);
   std::array<char, 32> digits;  // the shortest form of a double takes at most 24
-  const auto end = std::abs(value) < beyond64Bits
-                       ? std::to_chars(digits.begin(), digits.end(), value).ptr
-                       : std::to_chars(digits.begin(), digits.end(), value, std::chars_format::scientific).ptr;
-  return state_->sink.RawValue(digits.data(), static_cast<std::size_t>(end - digits.data()), rapidjson::kNumberType);
+  const auto end =
+      std::abs(value) < beyond64Bits
+          ? std::to_chars(digits.begin(), digits.end(), value).ptr
+          : std::to_chars(digits.begin(), digits.end(), value, std::chars_format::scientific).ptr;
+  return state_->sink.RawValue(digits.data(), static_cast<std::size_t>(end - digits.data()),
+                               rapidjson::kNumberType);
 }
 
 bool Writer::text(std::string_view value) {
@@ -103,8 +118,12 @@ bool Writer::under(std::size_t index) {
   return false;
 }
 
-Data Writer::data() const { return Data(state_->buffer.GetString(), state_->buffer.GetSize()); }
+Data Writer::data() const {
+  return Data(state_->buffer.GetString(), state_->buffer.GetSize());
+}
 
-EncodingError Writer::error() const { return EncodingError(state_->failure, state_->path.text()); }
+EncodingError Writer::error() const {
+  return EncodingError(state_->failure, state_->path.text());
+}
 
 }  // namespace vellora::json

@@ -10,8 +10,8 @@
 
 namespace vellora::json {
 
-/// Writes one JSON text from front to back. Every step returns whether it succeeded; after a failure nothing more is
-/// written, and the writer knows what was wrong and where. An irregular record uses `member` alone.
+/// Writes one JSON text from front to back. Every step returns whether it succeeded; after a failure nothing
+/// more is written, and the writer knows what was wrong and where. An irregular record uses `member` alone.
 class Writer {
  public:
   Writer();
@@ -24,7 +24,8 @@ class Writer {
   template <class T>
   [[nodiscard]] bool member(std::string_view key, const T& value);
 
-  /// Writes a value: the whole text, an element, or what belongs to the last `key`. An absent optional is null.
+  /// Writes a value: the whole text, an element, or what belongs to the last `key`. An absent optional is
+  /// null.
   template <class T>
   [[nodiscard]] bool write(const T& value);
 
@@ -40,8 +41,8 @@ class Writer {
   [[nodiscard]] bool beginArray();
   [[nodiscard]] bool endArray();
 
-  /// Records a failure here, and, while it is handed up, the member or the element that it lies under. All return
-  /// false.
+  /// Records a failure here, and, while it is handed up, the member or the element that it lies under. All
+  /// return false.
   bool fail(EncodingError::Kind kind);
   bool under(std::string_view key);
   bool under(std::size_t index);

@@ -13,7 +13,9 @@ struct Character {
   std::size_t length;  // in bytes
 };
 
-constexpr bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+constexpr bool isContinuation(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
 
 // How many bytes a character that begins with `lead` has; 0 when none begins so.
 std::size_t lengthFromLead(unsigned char lead) {
@@ -47,8 +49,8 @@ Character firstCharacter(std::string_view text) {
 
 // Controls, line separators, and the marks that reverse how a line is displayed.
 bool breaksLine(char32_t codePoint) {
-  return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) || (codePoint >= 0x2028 && codePoint <= 0x202E) ||
-         (codePoint >= 0x2066 && codePoint <= 0x2069);
+  return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) ||
+         (codePoint >= 0x2028 && codePoint <= 0x202E) || (codePoint >= 0x2066 && codePoint <= 0x2069);
 }
 
 std::string hexEscape(char32_t codePoint) {

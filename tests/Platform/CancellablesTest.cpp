@@ -1,0 +1,43 @@
+#include "vellora/Platform/Cancellables.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+#include "vellora/Platform/Subject.h"
+
+namespace vellora {
+namespace {
+
+TEST(CancellablesTest, KeepsSubscriptionsAliveForTheOwnersLife) {
+  const Subject<int> subject;
+  int values = 0;
+  std::optional<Cancellables> owner(std::in_place);
+  owner->insert(subject.publisher().sink([&](int value) { values += value; }));
+  subject.send(1);
+  EXPECT_EQ(values, 1);
+  owner.reset();
+  subject.send(1);
+  EXPECT_EQ(values, 1);
+}
+
+TEST(CancellablesTest, NeverRemovesATokenByItself) {
+  Cancellables owner;
+  for (int i = 0; i < 3; ++i) owner.insert(Publisher<int>::just(i).sink([](int) {}));
+  EXPECT_EQ(owner.size(), 3U);
+}
+
+TEST(AnyCancellableTest, MovingATokenKeepsItsSubscription) {
+  const Subject<int> subject;
+  int values = 0;
+  AnyCancellable token = subject.publisher().sink([&](int value) { values += value; });
+  AnyCancellable moved = std::move(token);
+  subject.send(1);
+  EXPECT_EQ(values, 1);
+  moved = AnyCancellable();
+  subject.send(1);
+  EXPECT_EQ(values, 1);
+}
+
+}  // namespace
+}  // namespace vellora

@@ -1,0 +1,59 @@
+#include "vellora/Platform/SerialGate.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace vellora {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(SerialGateTest, RunsAnActionAtOnceWhenNobodyIsInside) {
+  SerialGate gate;
+  int ran = 0;
+  gate.run([&] { ++ran; });
+  EXPECT_EQ(ran, 1);
+}
+
+TEST(SerialGateTest, AnActionFromInsideAnotherRunsBehindIt) {
+  SerialGate gate;
+  std::vector<int> order;
+  gate.run([&] {
+    gate.run([&] { order.push_back(2); });
+    order.push_back(1);
+  });
+  EXPECT_THAT(order, ElementsAre(1, 2));
+}
+
+TEST(SerialGateTest, EnqueuedActionsWaitForTheDrain) {
+  SerialGate gate;
+  std::vector<int> order;
+  gate.enqueue([&] { order.push_back(1); });
+  EXPECT_THAT(order, IsEmpty());
+  gate.run([&] { order.push_back(2); });
+  EXPECT_THAT(order, ElementsAre(1, 2));
+  gate.drain();
+  EXPECT_THAT(order, ElementsAre(1, 2));
+}
+
+TEST(SerialGateTest, ActionsOfSeveralThreadsNeverOverlap) {
+  SerialGate gate;
+  int count = 0;
+  const auto add = [&] {
+    for (int i = 0; i < 1000; ++i) gate.run([&] { ++count; });
+  };
+  {
+    std::thread one(add);
+    std::thread other(add);
+    one.join();
+    other.join();
+  }
+  EXPECT_EQ(count, 2000);
+}
+
+}  // namespace
+}  // namespace vellora

@@ -1,0 +1,44 @@
+#include "vellora/Platform/DispatchQueue.h"
+
+#include <algorithm>
+#include <boost/asio/post.hpp>
+#include <thread>
+#include <utility>
+
+#include "vellora/Platform/detail/ThreadPool.h"
+
+namespace vellora {
+
+namespace {
+
+// A pool that is larger than the machine, because a host's cache or completion may block its thread for a
+// while.
+std::size_t threadCount() {
+  return std::max(4U, std::thread::hardware_concurrency());
+}
+
+class GlobalQueue final : public DispatchQueue {
+ public:
+  void async(Work work) override { boost::asio::post(detail::threadPool().get_executor(), std::move(work)); }
+};
+
+}  // namespace
+
+namespace detail {
+
+boost::asio::thread_pool& threadPool() {
+  // Never destroyed, so that work may still be submitted, and `exit` be called from a piece of work, while
+  // the process ends: joining the threads then would wait for oneself.
+  static auto* const pool =
+      new boost::asio::thread_pool(threadCount());  // NOLINT(cppcoreguidelines-owning-memory)
+  return *pool;
+}
+
+}  // namespace detail
+
+const std::shared_ptr<DispatchQueue>& DispatchQueue::global(DispatchQoS) {
+  static const std::shared_ptr<DispatchQueue> queue = std::make_shared<GlobalQueue>();
+  return queue;
+}
+
+}  // namespace vellora

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "vellora/Platform/SerialGate.h"
+#include "vellora/Platform/detail/Link.h"
+#include "vellora/Platform/detail/Source.h"
+
+namespace vellora::detail {
+
+/// Delivers each value to everyone who has subscribed by then; never ends. With a current value, every
+/// subscriber is given that first, and misses none after it.
+///
+/// Threads: safe to use from several threads at once. Each subscriber gets the values in the order of their
+/// storing, one at a time, on the thread that stored them or on one that is delivering to it already.
+template <class T>
+class Broadcast final : public Source<T>, public std::enable_shared_from_this<Broadcast<T>> {
+ public:
+  explicit Broadcast(std::optional<T> current) : current_(std::move(current)) {}
+
+  [[nodiscard]] std::optional<T> current() const {
+    const std::lock_guard lock(mutex_);
+    return current_;
+  }
+
+  void send(const T& value) {
+    std::vector<std::shared_ptr<Subscriber>> subscribers;
+    {
+      const std::lock_guard lock(mutex_);
+      if (current_) current_ = value;
+      for (const auto& [id, subscriber] : subscribers_) {
+        subscriber->enqueue(value);
+        subscribers.push_back(subscriber);
+      }
+    }
+    for (const auto& subscriber : subscribers) subscriber->gate.drain();
+  }
+
+  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const override {
+    const auto subscriber = std::make_shared<Subscriber>(Link<T>::make(std::move(observer), scope));
+    std::uint64_t id = 0;
+    {
+      const std::lock_guard lock(mutex_);
+      if (current_) subscriber->enqueue(*current_);
+      id = nextId_++;
+      subscribers_.emplace(id, subscriber);
+    }
+    scope.add([weak = this->weak_from_this(), id] {
+      if (const auto broadcast = weak.lock()) broadcast->forget(id);
+    });
+    subscriber->gate.drain();
+  }
+
+ private:
+  struct Subscriber {
+    explicit Subscriber(std::shared_ptr<Link<T>> to) : link(std::move(to)) {}
+
+    void enqueue(const T& value) {
+      gate.enqueue([to = link, value] { to->receive(value); });
+    }
+
+    const std::shared_ptr<Link<T>> link;
+    SerialGate gate;
+  };
+
+  void forget(std::uint64_t id) const {
+    std::shared_ptr<Subscriber> forgotten;  // destroyed outside the lock
+    const std::lock_guard lock(mutex_);
+    const auto found = subscribers_.find(id);
+    if (found == subscribers_.end()) return;
+    forgotten = std::move(found->second);
+    subscribers_.erase(found);
+  }
+
+  mutable std::mutex mutex_;
+  std::optional<T> current_;
+  mutable std::uint64_t nextId_ = 0;
+  mutable std::map<std::uint64_t, std::shared_ptr<Subscriber>> subscribers_;  // in the order of their arrival
+};
+
+}  // namespace vellora::detail

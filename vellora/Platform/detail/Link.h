@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "vellora/Platform/Observer.h"
+#include "vellora/Platform/SubscriptionScope.h"
+
+namespace vellora::detail {
+
+/// What a waiting producer holds of its consumer: a place that cancelling empties. The producer owns the
+/// link, the scope knows it only weakly.
+///
+/// Threads: safe to use from several threads at once; the observer is called with no lock held.
+template <class T>
+class Link {
+ public:
+  /// Makes a link that the end of `scope` empties.
+  [[nodiscard]] static std::shared_ptr<Link> make(std::shared_ptr<Observer<T>> observer,
+                                                  const SubscriptionScope& scope) {
+    auto link = std::make_shared<Link>(std::move(observer), scope);
+    link->registration_ = scope.add([weak = std::weak_ptr<Link>(link)] {
+      if (const auto cut = weak.lock()) cut->take();
+    });
+    return link;
+  }
+
+  Link(std::shared_ptr<Observer<T>> observer, SubscriptionScope scope)
+      : observer_(std::move(observer)), scope_(std::move(scope)) {}
+  ~Link() { scope_.remove(registration_); }
+  Link(const Link&) = delete;
+  Link& operator=(const Link&) = delete;
+
+  void receive(T value) {
+    if (const auto observer = get()) observer->receive(std::move(value));
+  }
+
+  /// Passes the end on and lets go of the observer.
+  void complete(Completion completion) {
+    if (const auto observer = take()) observer->complete(std::move(completion));
+  }
+
+  [[nodiscard]] std::shared_ptr<Observer<T>> get() const {
+    const std::lock_guard lock(mutex_);
+    return observer_;
+  }
+
+  std::shared_ptr<Observer<T>> take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(observer_, nullptr);
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::shared_ptr<Observer<T>> observer_;
+  const SubscriptionScope scope_;
+  SubscriptionScope::Registration registration_ = 0;  // constant once `make` has returned
+};
+
+}  // namespace vellora::detail
