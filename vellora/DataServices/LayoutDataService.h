@@ -1,0 +1,63 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/Host/RequiredAPI.h"
+#include "vellora/Models/ObjectLayoutInfo.h"
+
+namespace vellora {
+
+/// Answers which columns the search results of object types show. Serves what the cache holds, fetches the rest in
+/// one request from "/services/data/v50.0/search/layout", and caches each layout in a blob of its own,
+/// "OPS_Layout_" followed by the object type.
+///
+/// A cached layout that is older than the time-out is served once more and dropped by the same lookup, so that a
+/// screen has something to show at once; only the next lookup goes to the server for it.
+///
+/// Ownership: make it with `std::make_shared`; pending answers hold it weakly, and go on without it: the completion
+/// is called all the same, nothing is cached or logged any more.
+/// Threads: safe to use from several threads at once; has no queue. The cache is read on the caller's thread; when
+/// that answers everything, the completion runs inside the call, else on the thread on which the host's network
+/// calls back.
+/// Errors: `decoding` and `network`, beside what the cache held.
+/// Units: the time-out is in seconds.
+class LayoutDataService : public std::enable_shared_from_this<LayoutDataService> {
+ public:
+  struct Constants {
+    static constexpr std::string_view keyPrefix = "OPS_Layout_";
+    static constexpr std::string_view queryApiVersion = "v50.0";
+  };
+
+  using Completion = std::function<void(std::optional<std::vector<ObjectLayoutInfo>> layouts,
+                                        std::optional<SObjectsDataServiceError> error)>;
+
+  /// Takes the host's facilities; does no work.
+  LayoutDataService(RequiredAPI api, double cacheTimeout);
+
+  /// Looks up the layouts of the object types `names`. The completion, if there is one, is called exactly once: with
+  /// the downloaded layouts followed by the cached ones in the order of `names`; after a failure with the cached
+  /// ones, maybe none, and the error. A type that the server does not know has no layout in the list.
+  void layoutForApiName(const std::vector<std::string>& names, Completion completion);
+
+ private:
+  void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
+  void save(const std::string& key, const ObjectLayoutInfo& objectLayoutInfo);
+  [[nodiscard]] std::optional<ObjectLayoutInfo> load(const std::string& key);
+
+  void logError(std::string text, const Error& error);
+  static void logError(const std::weak_ptr<LayoutDataService>& weak, std::string text, const Error& error);
+
+  // Constant after construction.
+  const std::shared_ptr<CorvaneSDK::Network> network_;
+  const std::shared_ptr<CorvaneSDK::Cache> cache_;
+  const std::shared_ptr<CorvaneSDK::Logger> logger_;
+  const double cacheTimeout_;
+};
+
+}  // namespace vellora

@@ -1,0 +1,11 @@
+#include "vellora/Models/ObjectLayoutInfo.h"
+
+#include "vellora/Platform/JsonCodec.h"
+
+namespace vellora {
+
+template Result<std::vector<ObjectLayoutInfo>> json::decode(const Data& text);
+template Result<ObjectLayoutInfo> json::decode(const Data& text);
+template Result<Data> json::encode(const ObjectLayoutInfo& value);
+
+}  // namespace vellora
