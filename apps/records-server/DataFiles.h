@@ -11,7 +11,8 @@ namespace vellora::recordsserver {
 /// The JSON texts that a data set is read from, one member per file of a data folder.
 struct DataFiles {
   /// objects.json: an array with an object per object type. "name", "label" and "labelPlural" are required,
-  /// any other member of a describe entry may be given and replaces its default.
+  /// any other member of a describe entry may be given and replaces its default. Only "keyPrefix" has none:
+  /// an entry without it is sent without it.
   std::string objects;
   /// themes.json: an array of theme entries as the theme answer shows them.
   std::string themes;

@@ -106,11 +106,12 @@ Result<Data> readObjectList(const std::string& file) {
   described.reserve(entries.value().size());
   for (const auto& entry : entries.value()) {
     auto full = ordinaryDescribeEntry(text(entry.get_object(), "name"));
+    if (!entry.get_object().contains("keyPrefix")) full.stable_erase("keyPrefix");
     for (const auto& [member, value] : entry.get_object()) full[member] = value;
     described.push_back(std::move(full));
   }
   return Data(json::serialize(
-      json::object{{"encoding", "UTF-8"}, {"maxBatchSize", 200}, {"sobjects", std::move(described)}}));
+      json::object{{"encoding", "UTF-8"}, {"count", described.size()}, {"sobjects", std::move(described)}}));
 }
 
 Result<Data> readThemeList(const std::string& file) {
@@ -152,7 +153,7 @@ Result<Table> readFields(const std::string& file) {
   const auto entries = readObjects("fields.json", file, {"object"});
   if (!entries) return entries.error();
   Table table{"FieldDefinition",
-              {{"DurableId"},
+              {{"Id"},
                {"EntityDefinition.QualifiedApiName"},
                {"IsNameField", Column::Type::boolean},
                {"QualifiedApiName"}},
