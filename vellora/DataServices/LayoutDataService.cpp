@@ -24,7 +24,8 @@ std::string joined(const std::vector<std::string>& names) {
   return text;
 }
 
-std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(const std::vector<std::string>& objectTypeNames) {
+std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
+    const std::vector<std::string>& objectTypeNames) {
   const auto version = std::string(LayoutDataService::Constants::queryApiVersion);
   return serverRequest("/services/data/" + version + "/search/layout", joined(objectTypeNames));
 }
@@ -33,7 +34,8 @@ std::vector<std::string> namesWithoutLayout(const std::vector<std::string>& name
                                             const std::vector<ObjectLayoutInfo>& layouts) {
   std::vector<std::string> missing;
   std::copy_if(names.begin(), names.end(), std::back_inserter(missing), [&](const std::string& name) {
-    return std::none_of(layouts.begin(), layouts.end(), [&](const auto& layout) { return layout.objectType == name; });
+    return std::none_of(layouts.begin(), layouts.end(),
+                        [&](const auto& layout) { return layout.objectType == name; });
   });
   return missing;
 }
@@ -71,22 +73,23 @@ void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, 
 void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion) {
   const auto request = requestToGetSearchLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
-  network_->sendRequest(*request, [weak = weak_from_this(), completion = std::move(completion)](
-                                      const std::optional<Data>& data, const std::optional<Error>& error, const auto&) {
-    if (!data) {
-      if (error) logError(weak, "getLayoutFromNetwork(_:completion:): Network request error:  ", *error);
-      return completion(std::nullopt, SObjectsDataServiceError::network());
-    }
-    auto layouts = json::decode<std::vector<ObjectLayoutInfo>>(*data);
-    if (!layouts) {
-      logError(weak, "getLayoutFromNetwork(_:completion:): Failed to decode: ", layouts.error());
-      return completion(std::nullopt, SObjectsDataServiceError::decoding());
-    }
-    completion(layouts.value(), std::nullopt);
-    const auto self = weak.lock();  // only now: the completion may have released the service
-    if (!self) return;
-    for (const auto& layout : layouts.value()) self->save(cacheKey(layout.objectType), layout);
-  });
+  network_->sendRequest(
+      *request, [weak = weak_from_this(), completion = std::move(completion)](
+                    const std::optional<Data>& data, const std::optional<Error>& error, const auto&) {
+        if (!data) {
+          if (error) logError(weak, "getLayoutFromNetwork(_:completion:): Network request error:  ", *error);
+          return completion(std::nullopt, SObjectsDataServiceError::network());
+        }
+        auto layouts = json::decode<std::vector<ObjectLayoutInfo>>(*data);
+        if (!layouts) {
+          logError(weak, "getLayoutFromNetwork(_:completion:): Failed to decode: ", layouts.error());
+          return completion(std::nullopt, SObjectsDataServiceError::decoding());
+        }
+        completion(layouts.value(), std::nullopt);
+        const auto self = weak.lock();  // only now: the completion may have released the service
+        if (!self) return;
+        for (const auto& layout : layouts.value()) self->save(cacheKey(layout.objectType), layout);
+      });
 }
 
 void LayoutDataService::save(const std::string& key, const ObjectLayoutInfo& objectLayoutInfo) {
@@ -114,7 +117,8 @@ void LayoutDataService::logError(std::string text, const Error& error) {
   logger_->log(text.append(error.localizedDescription()), LogLevel::error);
 }
 
-void LayoutDataService::logError(const std::weak_ptr<LayoutDataService>& weak, std::string text, const Error& error) {
+void LayoutDataService::logError(const std::weak_ptr<LayoutDataService>& weak, std::string text,
+                                 const Error& error) {
   if (const auto self = weak.lock()) self->logError(std::move(text), error);
 }
 

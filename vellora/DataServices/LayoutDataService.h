@@ -13,20 +13,18 @@
 
 namespace vellora {
 
-/// Answers which columns the search results of object types show. Serves what the cache holds, fetches the rest in
-/// one request from "/services/data/v50.0/search/layout", and caches each layout in a blob of its own,
-/// "OPS_Layout_" followed by the object type.
+/// Answers which columns the search results of object types show. Serves what the cache holds, fetches the
+/// rest in one request from "/services/data/v50.0/search/layout", and caches each layout in a blob of its
+/// own, "OPS_Layout_" followed by the object type.
 ///
-/// A cached layout that is older than the time-out is served once more and dropped by the same lookup, so that a
-/// screen has something to show at once; only the next lookup goes to the server for it.
+/// A cached layout that is older than the time-out is served once more and dropped by the same lookup, so
+/// that a screen has something to show at once; only the next lookup goes to the server for it.
 ///
-/// Ownership: make it with `std::make_shared`; pending answers hold it weakly, and go on without it: the completion
-/// is called all the same, nothing is cached or logged any more.
-/// Threads: safe to use from several threads at once; has no queue. The cache is read on the caller's thread; when
-/// that answers everything, the completion runs inside the call, else on the thread on which the host's network
-/// calls back.
-/// Errors: `decoding` and `network`, beside what the cache held.
-/// Units: the time-out is in seconds.
+/// Ownership: make it with `std::make_shared`; pending answers hold it weakly, and go on without it: the
+/// completion is called all the same, nothing is cached or logged any more. Threads: safe to use from several
+/// threads at once; has no queue. The cache is read on the caller's thread; when that answers everything, the
+/// completion runs inside the call, else on the thread on which the host's network calls back. Errors:
+/// `decoding` and `network`, beside what the cache held. Units: the time-out is in seconds.
 class LayoutDataService : public std::enable_shared_from_this<LayoutDataService> {
  public:
   struct Constants {
@@ -40,9 +38,10 @@ class LayoutDataService : public std::enable_shared_from_this<LayoutDataService>
   /// Takes the host's facilities; does no work.
   LayoutDataService(RequiredAPI api, double cacheTimeout);
 
-  /// Looks up the layouts of the object types `names`. The completion, if there is one, is called exactly once: with
-  /// the downloaded layouts followed by the cached ones in the order of `names`; after a failure with the cached
-  /// ones, maybe none, and the error. A type that the server does not know has no layout in the list.
+  /// Looks up the layouts of the object types `names`. The completion, if there is one, is called exactly
+  /// once: with the downloaded layouts followed by the cached ones in the order of `names`; after a failure
+  /// with the cached ones, maybe none, and the error. A type that the server does not know has no layout in
+  /// the list.
   void layoutForApiName(const std::vector<std::string>& names, Completion completion);
 
  private:

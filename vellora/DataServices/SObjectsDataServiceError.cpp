@@ -7,11 +7,16 @@ namespace {
 std::string_view nameOf(SObjectsDataServiceError::Case errorCase) {
   using Case = SObjectsDataServiceError::Case;
   switch (errorCase) {
-    case Case::other: return "other";
-    case Case::decoding: return "decoding";
-    case Case::network: return "network";
-    case Case::noData: return "noData";
-    case Case::invalidUrl: return "invalidUrl";
+    case Case::other:
+      return "other";
+    case Case::decoding:
+      return "decoding";
+    case Case::network:
+      return "network";
+    case Case::noData:
+      return "noData";
+    case Case::invalidUrl:
+      return "invalidUrl";
   }
   return "unknown";
 }

@@ -12,7 +12,8 @@ std::optional<CorvaneSDK::NetRequest> requestFor(const std::optional<URLComponen
   if (!components) return std::nullopt;
   auto url = components->url();
   if (!url) return std::nullopt;
-  return CorvaneSDK::NetRequest(URLRequest(*std::move(url), URLRequestCachePolicy::useProtocolCachePolicy, 60.0));
+  return CorvaneSDK::NetRequest(
+      URLRequest(*std::move(url), URLRequestCachePolicy::useProtocolCachePolicy, 60.0));
 }
 
 }  // namespace

@@ -9,8 +9,8 @@
 
 namespace vellora {
 
-/// The base of error enumerations without texts of their own: a case, maybe with the error that it carries. Their
-/// texts are the platform's defaults.
+/// The base of error enumerations without texts of their own: a case, maybe with the error that it carries.
+/// Their texts are the platform's defaults.
 ///
 /// Ownership: a plain value. Threads: immutable.
 class EnumerationError {
@@ -30,7 +30,8 @@ class EnumerationError {
   EnumerationError(std::string_view typeName, std::string_view caseName, std::optional<Error> payload)
       : typeName_(typeName), caseName_(caseName), payload_(std::move(payload)) {}
 
-  /// Equal are plain values of the same case, and carrying ones whose payloads' localized descriptions are equal.
+  /// Equal are plain values of the same case, and carrying ones whose payloads' localized descriptions are
+  /// equal.
   [[nodiscard]] bool equals(const EnumerationError& other) const;
 
  private:

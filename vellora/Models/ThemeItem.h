@@ -1,0 +1,51 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vellora/Models/ColorInfo.h"
+#include "vellora/Models/IconInfo.h"
+#include "vellora/Platform/Json.h"
+
+namespace vellora {
+
+/// The theme entry of one object type: its colours and icons, each for one theme, and the choice among them.
+///
+/// Names of themes are compared as they stand, letter case included. When several candidates are equally
+/// good, the one that the server lists first is chosen. What is chosen differs on purpose: a colour or a
+/// raster icon of another theme is better than none on a screen, a vector icon of another theme is not.
+struct ThemeItem {
+  struct Constants {
+    static constexpr std::string_view svgType = "image/svg+xml";  ///< content type of a vector icon
+  };
+
+  std::string name;                              ///< API name of the object type
+  std::optional<std::vector<ColorInfo>> colors;  ///< absent is not the same as empty
+  std::vector<IconInfo> icons;
+
+  /// The colour for `theme`; when the theme has none, the first colour of any.
+  [[nodiscard]] std::optional<std::string> color(std::string_view theme) const;
+
+  /// The address of the first vector icon of `theme`, whatever its width; of no other theme.
+  [[nodiscard]] std::optional<std::string> svgIconUrl(std::string_view theme) const;
+
+  /// The address of the narrowest icon of `theme`, of any content type, among those with a positive width.
+  /// When there is none, of the narrowest icon of any theme, where no width counts as 0: an icon without
+  /// width is narrower than one with.
+  [[nodiscard]] std::optional<std::string> smallIconUrl(std::string_view theme) const;
+
+  /// The same for the widest icon; without a candidate in `theme`, an icon without width is the last choice.
+  [[nodiscard]] std::optional<std::string> largeIconUrl(std::string_view theme) const;
+
+  static constexpr std::string_view recordName = "ThemeItem";
+  static constexpr auto fields() {
+    return std::tuple(json::field("name", &ThemeItem::name), json::field("colors", &ThemeItem::colors),
+                      json::field("icons", &ThemeItem::icons));
+  }
+
+  friend bool operator==(const ThemeItem&, const ThemeItem&) = default;
+};
+
+}  // namespace vellora

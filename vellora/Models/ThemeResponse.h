@@ -1,0 +1,20 @@
+#pragma once
+
+#include <vector>
+
+#include "vellora/Models/ThemeItem.h"
+#include "vellora/Platform/Json.h"
+
+namespace vellora {
+
+/// The body of "/services/data/v50.0/theme": a theme entry for each object type that has one.
+struct ThemeResponse {
+  std::vector<ThemeItem> themeItems;
+
+  static constexpr std::string_view recordName = "ThemeResponse";
+  static constexpr auto fields() { return std::tuple(json::field("themeItems", &ThemeResponse::themeItems)); }
+
+  friend bool operator==(const ThemeResponse&, const ThemeResponse&) = default;
+};
+
+}  // namespace vellora
