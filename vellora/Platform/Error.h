@@ -31,8 +31,9 @@ concept DescribedErrorValue = ErrorValue<E> && requires(const E& error) {
 /// Threads: immutable, hence safe to read from several threads.
 class Error {
  public:
-  template <ErrorValue E>
-  requires(!std::same_as<std::remove_cvref_t<E>, Error>) Error(E error)
+  // The first condition stands first: whether an `Error` can be copied must not depend on the answer itself.
+  template <class E>
+  requires(!std::same_as<std::remove_cvref_t<E>, Error>) && ErrorValue<E> Error(E error)
       : holder_(std::make_shared<const Holder<E>>(std::move(error))) {}  // NOLINT: converts on purpose
 
   /// One sentence for a person. Types without texts of their own give the platform's default.
