@@ -37,7 +37,6 @@ struct Response {
   static constexpr auto fields() {
     return std::tuple(json::field("sobjects", &Response::entries, "entries"));
   }
-  friend bool operator==(const Response&, const Response&) = default;
 };
 
 struct Everything {

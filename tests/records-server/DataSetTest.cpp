@@ -31,9 +31,12 @@ json::object entryOf(const json::array& list, std::string_view name) {
 /// A folder of data files that are all in order; a test spoils what it wants.
 class DataFolder {
  public:
-  DataFolder() : path_(std::filesystem::temp_directory_path() / ("records-server-data-" + std::to_string(::getpid()))) {
+  DataFolder()
+      : path_(std::filesystem::temp_directory_path() /
+              ("records-server-data-" + std::to_string(::getpid()))) {
     std::filesystem::create_directories(path_);
-    write("objects.json", R"([{"name": "Thing", "keyPrefix": "t01", "label": "Thing", "labelPlural": "Things"}])");
+    write("objects.json",
+          R"([{"name": "Thing", "keyPrefix": "t01", "label": "Thing", "labelPlural": "Things"}])");
     write("themes.json", R"([{"name": "Thing", "icons": []}])");
     write("list-views.json", R"([{"Id": "00B1", "SobjectType": "Thing"}])");
     write("search-layouts.json", R"([{"objectType": "Thing", "searchColumns": []}])");
@@ -225,9 +228,11 @@ TEST(DataSetTest, TellsOfAMissingFile) {
 TEST(DataSetTest, TellsWhereAFileIsNotJson) {
   const DataFolder folder;
   folder.write("objects.json", "[{},]");
-  EXPECT_TRUE(folder.loadError().starts_with("objects.json: not valid JSON at byte 4: ")) << folder.loadError();
+  EXPECT_TRUE(folder.loadError().starts_with("objects.json: not valid JSON at byte 4: "))
+      << folder.loadError();
   folder.write("objects.json", "[");
-  EXPECT_TRUE(folder.loadError().starts_with("objects.json: not valid JSON at byte 1: ")) << folder.loadError();
+  EXPECT_TRUE(folder.loadError().starts_with("objects.json: not valid JSON at byte 1: "))
+      << folder.loadError();
 }
 
 TEST(DataSetTest, TellsWhatAnEntryLacks) {

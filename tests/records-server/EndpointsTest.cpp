@@ -16,8 +16,9 @@ using test::percentEncoded;
 const std::string searchLayouts = "/services/data/v50.0/search/layout?q=";
 const std::string compactLayouts = "/services/data/v53.0/compactLayouts?q=";
 const std::string query = "/services/data/v50.0/query?q=";
-const std::string hostileNames[] = {"'", "\"", "&", "%", "\r\n", "Account\r\nX-Header: 1", "<script>", "../..",
-                                    "Ä", "配送先", "\xff\xfe", ",,,", std::string("\0", 1), std::string(10'000, 'x')};
+const std::string hostileNames[] = {
+    "'",     "\"", "&",      "%",        "\r\n", "Account\r\nX-Header: 1", "<script>",
+    "../..", "Ä",  "配送先", "\xff\xfe", ",,,",  std::string("\0", 1),     std::string(10'000, 'x')};
 
 Answer get(const std::string& target) {
   static const auto data = DataSet::builtIn();
@@ -120,14 +121,16 @@ TEST(EndpointsTest, TakesAPlusForAPlus) {
 }
 
 TEST(EndpointsTest, TellsOfQueriesThatItCannotAnswer) {
-  EXPECT_EQ(errorOf(query),
-            R"(400 [{"message":"expected SELECT at position 0, but the query ends","code":"BAD_QUERY"}])");
+  EXPECT_EQ(
+      errorOf(query),
+      R"(400 [{"message":"expected SELECT at position 0, but the query ends","code":"BAD_QUERY"}])");
   EXPECT_EQ(errorOf(query + "SELECT%20Id%20FROM%20Account"),
             R"(400 [{"message":"no object 'Account' can be queried","code":"UNKNOWN_TYPE"}])");
 }
 
 TEST(EndpointsTest, TellsOfAMissingItem) {
-  const std::string error = R"(400 [{"message":"The query item \"q\" is missing.","code":"MISSING_ARGUMENT"}])";
+  const std::string error =
+      R"(400 [{"message":"The query item \"q\" is missing.","code":"MISSING_ARGUMENT"}])";
   EXPECT_EQ(errorOf("/services/data/v50.0/query"), error);
   EXPECT_EQ(errorOf("/services/data/v53.0/query?"), error);
   EXPECT_EQ(errorOf("/services/data/v50.0/search/layout"), error);
@@ -140,9 +143,11 @@ TEST(EndpointsTest, TellsOfBrokenPercentEncoding) {
 }
 
 TEST(EndpointsTest, KnowsNoOtherPaths) {
-  for (const auto* path : {"/", "*", "/services/data/v50.0", "/services/data/v50.0/sobjects/", "/services/data/v53.0/theme",
-                           "/services/data/v50.0/compactLayouts?q=Account", "/services/data/v50.0//theme"})
-    EXPECT_EQ(errorOf(path), R"(404 [{"message":"There is nothing at this address.","code":"NOT_FOUND"}])");
+  for (const auto* path :
+       {"/", "*", "/services/data/v50.0", "/services/data/v50.0/sobjects/", "/services/data/v53.0/theme",
+        "/services/data/v50.0/compactLayouts?q=Account", "/services/data/v50.0//theme"})
+    EXPECT_EQ(errorOf(path),
+              R"(404 [{"message":"There is nothing at this address.","code":"NOT_FOUND"}])");
 }
 
 }  // namespace

@@ -117,7 +117,8 @@ class Program {
 class TemporaryFile {
  public:
   explicit TemporaryFile(const std::string& name)
-      : path(std::filesystem::temp_directory_path() / ("records-server-" + std::to_string(::getpid()) + name)) {}
+      : path(std::filesystem::temp_directory_path() /
+             ("records-server-" + std::to_string(::getpid()) + name)) {}
   ~TemporaryFile() { std::filesystem::remove(path); }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -207,8 +208,8 @@ TEST(ProgramTest, ExplainsItself) {
   Program program({"--help"});
   const auto help = program.output.rest();
   EXPECT_EQ(program.exitCode(), 0);
-  for (const auto* option : {"--port", "--port-file", "--token-file", "--log-file", "--exit-with-stdin", "--data", "--types",
-                             "--delay", "--fail", "--truncate", "--drop", "--garbage"})
+  for (const auto* option : {"--port", "--port-file", "--token-file", "--log-file", "--exit-with-stdin",
+                             "--data", "--types", "--delay", "--fail", "--truncate", "--drop", "--garbage"})
     EXPECT_NE(help.find(option), std::string::npos) << option;
   EXPECT_EQ(program.errors.rest(), "");
 }
@@ -248,7 +249,8 @@ TEST(ProgramTest, TellsOfAPortThatIsTaken) {
   const auto port = std::to_string(first.port());
   Program second({"--port", port});
   EXPECT_EQ(second.exitCode(), 1);
-  EXPECT_EQ(second.errors.rest(), "records-server: cannot listen on 127.0.0.1:" + port + ": Address already in use\n");
+  EXPECT_EQ(second.errors.rest(),
+            "records-server: cannot listen on 127.0.0.1:" + port + ": Address already in use\n");
 }
 
 }  // namespace

@@ -28,24 +28,26 @@ TEST(QueryEngineTest, AnswersWithTheSelectedFieldsOnly) {
 }
 
 TEST(QueryEngineTest, NestsTheFieldsOfRelatedRecords) {
-  EXPECT_EQ(answerTo("SELECT EntityDefinition.QualifiedApiName, QualifiedApiName, IsNameField FROM FieldDefinition "
-                     "WHERE EntityDefinition.QualifiedApiName IN ('Case','Task') AND IsNameField = true"),
-            R"({"count":2,"complete":true,"records":[)"
-            R"({"about":{"type":"FieldDefinition",)"
-            R"("url":"/services/data/v50.0/sobjects/FieldDefinition/Case.CaseNumber"},)"
-            R"("EntityDefinition":{"about":{"type":"EntityDefinition"},"QualifiedApiName":"Case"},)"
-            R"("QualifiedApiName":"CaseNumber","IsNameField":true},)"
-            R"({"about":{"type":"FieldDefinition",)"
-            R"("url":"/services/data/v50.0/sobjects/FieldDefinition/Task.Subject"},)"
-            R"("EntityDefinition":{"about":{"type":"EntityDefinition"},"QualifiedApiName":"Task"},)"
-            R"("QualifiedApiName":"Subject","IsNameField":true}]})");
+  EXPECT_EQ(
+      answerTo("SELECT EntityDefinition.QualifiedApiName, QualifiedApiName, IsNameField FROM FieldDefinition "
+               "WHERE EntityDefinition.QualifiedApiName IN ('Case','Task') AND IsNameField = true"),
+      R"({"count":2,"complete":true,"records":[)"
+      R"({"about":{"type":"FieldDefinition",)"
+      R"("url":"/services/data/v50.0/sobjects/FieldDefinition/Case.CaseNumber"},)"
+      R"("EntityDefinition":{"about":{"type":"EntityDefinition"},"QualifiedApiName":"Case"},)"
+      R"("QualifiedApiName":"CaseNumber","IsNameField":true},)"
+      R"({"about":{"type":"FieldDefinition",)"
+      R"("url":"/services/data/v50.0/sobjects/FieldDefinition/Task.Subject"},)"
+      R"("EntityDefinition":{"about":{"type":"EntityDefinition"},"QualifiedApiName":"Task"},)"
+      R"("QualifiedApiName":"Subject","IsNameField":true}]})");
 }
 
 TEST(QueryEngineTest, AnswersWithNoRecordsWhenNoneMatches) {
   const auto none = R"({"count":0,"complete":true,"records":[]})";
   EXPECT_EQ(answerTo("SELECT Id FROM ListView WHERE Id = 'nosuch'"), none);
   EXPECT_EQ(answerTo("SELECT Id FROM FieldDefinition WHERE EntityDefinition.QualifiedApiName IN ('')"), none);
-  EXPECT_EQ(answerTo("SELECT Id FROM ListView WHERE Id = '00B000000000001' AND SobjectType = 'Contact'"), none);
+  EXPECT_EQ(answerTo("SELECT Id FROM ListView WHERE Id = '00B000000000001' AND SobjectType = 'Contact'"),
+            none);
 }
 
 TEST(QueryEngineTest, FindsRowsWithoutAValueByNull) {
@@ -82,7 +84,8 @@ TEST(QueryEngineTest, TellsOfUnknownNames) {
 TEST(QueryEngineTest, TellsOfLiteralsOfAnotherType) {
   EXPECT_EQ(answerTo("SELECT Id FROM FieldDefinition WHERE IsNameField = 'true'"),
             "UNKNOWN_FIELD: 'IsNameField' is compared with another type");
-  EXPECT_EQ(answerTo("SELECT Id FROM ListView WHERE Id = true"), "UNKNOWN_FIELD: 'Id' is compared with another type");
+  EXPECT_EQ(answerTo("SELECT Id FROM ListView WHERE Id = true"),
+            "UNKNOWN_FIELD: 'Id' is compared with another type");
 }
 
 }  // namespace

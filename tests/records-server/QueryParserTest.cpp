@@ -37,9 +37,10 @@ TEST(QueryParserTest, ReadsPathsListsAndSeveralConditions) {
       "WHERE EntityDefinition.QualifiedApiName IN ('User','Account') AND IsNameField = true");
   ASSERT_TRUE(statement);
   EXPECT_EQ(statement.value(),
-            (QueryStatement{{"EntityDefinition.QualifiedApiName", "QualifiedApiName", "IsNameField"},
-                            "FieldDefinition",
-                            {{"EntityDefinition.QualifiedApiName", {"Account"s, "User"s}}, {"IsNameField", {true}}}}));
+            (QueryStatement{
+                {"EntityDefinition.QualifiedApiName", "QualifiedApiName", "IsNameField"},
+                "FieldDefinition",
+                {{"EntityDefinition.QualifiedApiName", {"Account"s, "User"s}}, {"IsNameField", {true}}}}));
 }
 
 TEST(QueryParserTest, NeedsNoCondition) {
@@ -49,7 +50,8 @@ TEST(QueryParserTest, NeedsNoCondition) {
 }
 
 TEST(QueryParserTest, DoesNotMindBlanksAndLineBreaksBetweenWords) {
-  const auto statement = parseQuery(" \tSELECT  Id ,\r\nName\nFROM ListView WHERE Id='x'AND Name IN('y' , 'z') ");
+  const auto statement =
+      parseQuery(" \tSELECT  Id ,\r\nName\nFROM ListView WHERE Id='x'AND Name IN('y' , 'z') ");
   ASSERT_TRUE(statement);
   EXPECT_EQ(statement.value(),
             (QueryStatement{{"Id", "Name"}, "ListView", {{"Id", {"x"s}}, {"Name", {"y"s, "z"s}}}}));
@@ -72,7 +74,8 @@ TEST(QueryParserTest, UndoesEscapesInStrings) {
 }
 
 TEST(QueryParserTest, KeepsAnyOtherBytesOfAString) {
-  EXPECT_EQ(onlyCondition("Id = 'SELECT, (\xc3\xa9) \xff=\"'"), (QueryCondition{"Id", {"SELECT, (\xc3\xa9) \xff=\""s}}));
+  EXPECT_EQ(onlyCondition("Id = 'SELECT, (\xc3\xa9) \xff=\"'"),
+            (QueryCondition{"Id", {"SELECT, (\xc3\xa9) \xff=\""s}}));
 }
 
 TEST(QueryParserTest, ReadsAnEmptyStringInAList) {
@@ -85,7 +88,8 @@ TEST(QueryParserTest, TellsWhatItExpectedAndWhere) {
   EXPECT_EQ(errorOf("SELECT FROM X"), "BAD_QUERY: expected a field at position 7");
   EXPECT_EQ(errorOf("SELECT Id, FROM X"), "BAD_QUERY: expected a field at position 11");
   EXPECT_EQ(errorOf("SELECT Id X"), "BAD_QUERY: expected FROM at position 10");
-  EXPECT_EQ(errorOf("SELECT Id FROM"), "BAD_QUERY: expected an object at position 14, but the query ends");
+  EXPECT_EQ(errorOf("SELECT Id FROM"),
+            "BAD_QUERY: expected an object at position 14, but the query ends");
   EXPECT_EQ(errorOf("SELECT Id FROM A.B"), "BAD_QUERY: expected an object at position 15");
   EXPECT_EQ(errorOf("SELECT Id FROM X LIMIT 5"), "BAD_QUERY: unexpected character at position 23");
   EXPECT_EQ(errorOf("SELECT Id FROM X ORDER BY Id"), "BAD_QUERY: expected WHERE at position 17");
@@ -93,11 +97,14 @@ TEST(QueryParserTest, TellsWhatItExpectedAndWhere) {
             "BAD_QUERY: expected a field at position 22, but the query ends");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id"),
             "BAD_QUERY: expected \"=\" or IN at position 25, but the query ends");
-  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id LIKE 'x'"), "BAD_QUERY: expected \"=\" or IN at position 26");
-  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = Name"), "BAD_QUERY: expected a literal at position 28");
+  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id LIKE 'x'"),
+            "BAD_QUERY: expected \"=\" or IN at position 26");
+  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = Name"),
+            "BAD_QUERY: expected a literal at position 28");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN 'x'"), "BAD_QUERY: expected \"(\" at position 29");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN ()"), "BAD_QUERY: expected a literal at position 30");
-  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN ('x',)"), "BAD_QUERY: expected a literal at position 34");
+  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN ('x',)"),
+            "BAD_QUERY: expected a literal at position 34");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN ('x'"),
             "BAD_QUERY: expected \")\" or \",\" at position 33, but the query ends");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'x' OR Id = 'y'"),
@@ -111,8 +118,10 @@ TEST(QueryParserTest, RefusesBadStrings) {
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = '"), "BAD_QUERY: string without end at position 28");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'x\\"), "BAD_QUERY: unknown escape at position 30");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = '\\q'"), "BAD_QUERY: unknown escape at position 29");
-  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'x\ny'"), "BAD_QUERY: line break in a string at position 30");
-  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'x\ry'"), "BAD_QUERY: line break in a string at position 30");
+  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'x\ny'"),
+            "BAD_QUERY: line break in a string at position 30");
+  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'x\ry'"),
+            "BAD_QUERY: line break in a string at position 30");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'o'neil'"),
             "BAD_QUERY: string without end at position 35");
 }

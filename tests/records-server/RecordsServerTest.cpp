@@ -23,14 +23,17 @@ const std::string themes = "/services/data/v50.0/theme";
 const std::string objects = "/services/data/v50.0/sobjects";
 const std::string accountLayout = "/services/data/v50.0/search/layout?q=Account";
 
-std::unique_ptr<RecordsServer> started(RecordsServer::Options options = {}, DataSet data = DataSet::builtIn()) {
+std::unique_ptr<RecordsServer> started(RecordsServer::Options options = {},
+                                       DataSet data = DataSet::builtIn()) {
   auto server = RecordsServer::start(std::move(data), std::move(options));
   if (server) return std::move(server).value();
   ADD_FAILURE() << server.error().localizedDescription();
   return nullptr;
 }
 
-std::string themeBody() { return std::string(DataSet::builtIn().themeList().view()); }
+std::string themeBody() {
+  return std::string(DataSet::builtIn().themeList().view());
+}
 
 TEST(RecordsServerTest, TellsItsAddress) {
   const auto server = started();
@@ -88,7 +91,8 @@ TEST(RecordsServerTest, RecordsRequestLinesExactlyAsTheyCame) {
 
 TEST(RecordsServerTest, RecordsHeaders) {
   const auto server = started();
-  EXPECT_EQ(httpGet(server->port(), themes, "AUTHORIZATION: Bearer abc\r\nX-One: 1\r\nX-One: 2\r\n").status, 200);
+  EXPECT_EQ(httpGet(server->port(), themes, "AUTHORIZATION: Bearer abc\r\nX-One: 1\r\nX-One: 2\r\n").status,
+            200);
   const auto request = server->recordedRequests().at(0);
   EXPECT_EQ(request.header("Authorization"), "Bearer abc");
   EXPECT_EQ(request.header("host"), "localhost");
@@ -153,8 +157,9 @@ TEST(RecordsServerTest, SendsNoBodyInAnswerToHead) {
 
 TEST(RecordsServerTest, AnswersWhatIsNotHttpWithAnErrorAndTheEnd) {
   const auto server = started();
-  for (const auto* bytes : {"hello\r\n\r\n", "GET\r\n\r\n", "GET / HTTP/9.9\r\n\r\n", "GET / HTTP/1.1\r\nno colon\r\n\r\n",
-                            "GET /a b HTTP/1.1\r\n\r\n", "GET / HTTP/1.1\r\nContent-Length: -1\r\n\r\n"}) {
+  for (const auto* bytes :
+       {"hello\r\n\r\n", "GET\r\n\r\n", "GET / HTTP/9.9\r\n\r\n", "GET / HTTP/1.1\r\nno colon\r\n\r\n",
+        "GET /a b HTTP/1.1\r\n\r\n", "GET / HTTP/1.1\r\nContent-Length: -1\r\n\r\n"}) {
     HttpClient client(server->port());
     client.send(bytes);
     const auto reply = client.receive();
@@ -360,9 +365,7 @@ TEST(RecordsServerTest, CannotListenOnAPortThatIsTaken) {
 
 TEST(RecordsServerTest, ListensOnThePortThatItIsGiven) {
   RecordsServer::Options options;
-  {
-    options.port = started()->port();
-  }
+  { options.port = started()->port(); }
   const auto server = started(options);
   EXPECT_EQ(server->port(), options.port);
   EXPECT_EQ(httpGet(server->port(), themes).status, 200);

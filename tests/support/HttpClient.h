@@ -54,7 +54,8 @@ class HttpClient {
 };
 
 /// One GET over a connection of its own.
-[[nodiscard]] HttpReply httpGet(std::uint16_t port, const std::string& target, const std::string& headers = "");
+[[nodiscard]] HttpReply httpGet(std::uint16_t port, const std::string& target,
+                                const std::string& headers = "");
 
 /// `text` with everything but ASCII letters and digits percent-encoded.
 [[nodiscard]] std::string percentEncoded(std::string_view text);
