@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "hostkit/MemoryCache.h"
+#include "hostkit/SQLiteCache.h"
 #include "tests/hostkit/ManualClock.h"
 #include "tests/hostkit/TemporaryFolder.h"
 #include "vellora/Host/Cache.h"
@@ -43,8 +44,22 @@ class MemoryKind {
   }
 };
 
+class SQLiteKind {
+ public:
+  static constexpr bool outlivesTheProcess = true;
+
+  [[nodiscard]] std::shared_ptr<Cache> open(const std::function<Date()>& clock) const {
+    SQLiteCache::Options options;
+    options.clock = clock;
+    return SQLiteCache::open(folder_.file("cache.db"), options).value();
+  }
+
+ private:
+  TemporaryFolder folder_;
+};
+
 /// Every kind of cache that the contract's tests run on.
-using CacheKinds = testing::Types<MemoryKind>;
+using CacheKinds = testing::Types<MemoryKind, SQLiteKind>;
 
 /// A test of the contract: an empty cache of one kind, whose clock the test sets.
 template <class Kind>

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+namespace vellora::hostkit {
+
+/// Why a cache file cannot be used. Nothing has been changed in it.
+struct SQLiteCacheError {
+  enum class Reason {
+    unwritable,    ///< the file or its folder cannot be created, read or written
+    foreignFile,   ///< something else has that name, and never was a cache of ours
+    newerVersion,  ///< a newer version of the library wrote it
+    locked,        ///< another process keeps it locked
+    failed,        ///< the database reports another failure
+  };
+
+  Reason reason = Reason::failed;
+  std::string path;
+  std::string detail;  ///< the system's or the database's own words; may be empty
+
+  /// What is wrong, where, and what to do about it.
+  [[nodiscard]] std::string localizedDescription() const;
+
+  friend bool operator==(const SQLiteCacheError&, const SQLiteCacheError&) = default;
+};
+
+}  // namespace vellora::hostkit

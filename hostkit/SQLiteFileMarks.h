@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+namespace vellora::hostkit {
+
+/// What a file is, judged by its first page alone.
+enum class SQLiteFileKind {
+  absent,
+  empty,       ///< there, without any bytes
+  ours,        ///< with all that tells our files apart
+  damaged,     ///< ours, but not whole
+  newer,       ///< ours, from a newer version
+  foreign,     ///< never ours
+  unreadable,  ///< `errno` tells why
+};
+
+/// Looks at `path` without changing it or anything beside it. The file is read through SQLite's own file
+/// layer: a descriptor of our own would, when closed, release the locks that this process holds on the file.
+[[nodiscard]] SQLiteFileKind kindOfFile(const std::string& path);
+
+}  // namespace vellora::hostkit

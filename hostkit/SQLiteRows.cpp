@@ -1,0 +1,236 @@
+#include "hostkit/SQLiteRows.h"
+
+#include <limits>
+#include <string_view>
+#include <utility>
+
+#include "hostkit/Checksum.h"
+#include "hostkit/MetaCodec.h"
+
+namespace vellora::hostkit::sqliteRows {
+
+namespace {
+
+using CorvaneSDK::Meta;
+using MaxAge = CorvaneSDK::Table::MaxAge;
+
+struct RowBytes {
+  std::int64_t sequence;
+  std::string_view dataKey;
+  double written;
+  std::string_view meta;
+  std::string_view data;
+};
+
+std::int64_t checksum(std::string_view tableKey, const RowBytes& row) {
+  const Date written = Date::sinceReferenceDate(row.written);
+  return Checksum()
+      .add("row")
+      .add(tableKey)
+      .add(row.sequence)
+      .add(row.dataKey)
+      .add(written)
+      .add(row.meta)
+      .add(row.data)
+      .value();
+}
+
+std::int64_t checksum(std::string_view tableKey, std::int64_t maxAge) {
+  return Checksum().add("table").add(tableKey).add(maxAge).value();
+}
+
+/// The row that the statement stands on; null when it is damaged.
+std::shared_ptr<const StoredRow> verifiedRow(const SQLiteStatement& found, const std::string& tableKey) {
+  const RowBytes bytes{found.integer(0), found.bytes(1), found.real(2), found.bytes(4), found.bytes(5)};
+  if (checksum(tableKey, bytes) != found.integer(3)) return nullptr;
+  auto meta = decodedMeta(bytes.meta);
+  if (!meta) return nullptr;
+  auto stored = std::make_shared<StoredRow>();
+  stored->row = {std::move(*meta), std::string(bytes.dataKey)};
+  stored->data = Data(bytes.data.data(), bytes.data.size());
+  stored->written = Date::sinceReferenceDate(bytes.written);
+  stored->sequence = bytes.sequence;
+  return stored;
+}
+
+/// How many rows hold the pair, counted up to `limit`.
+std::int64_t countUpTo(std::int64_t limit, SQLiteDatabase& database, const std::string& tableKey,
+                       const Meta::value_type& pair) {
+  SQLiteStatement count = database.statement(
+      "SELECT count(*) FROM (SELECT 1 FROM vellora_meta INDEXED BY vellora_meta_pair"
+      " WHERE table_name = ? AND name = ? AND value = ? LIMIT ?)");
+  count.bind(tableKey).bind(pair.first).bind(pair.second).bind(limit);
+  return count.step() ? count.integer(0) : 0;
+}
+
+/// The pair that the fewest rows hold, found at a cost that grows with that few, not with the table.
+const Meta::value_type& rarestPair(SQLiteDatabase& database, const std::string& tableKey, const Meta& pairs) {
+  const Meta::value_type* rarest = &*pairs.begin();
+  if (pairs.size() == 1) return *rarest;
+  constexpr std::int64_t mostRows = std::numeric_limits<std::int32_t>::max();
+  for (std::int64_t limit = 16; limit < mostRows; limit *= 8) {
+    std::int64_t fewest = limit;
+    for (const auto& pair : pairs) {
+      const std::int64_t count = countUpTo(fewest, database, tableKey, pair);
+      if (count < fewest) {
+        fewest = count;
+        rarest = &pair;
+      }
+    }
+    if (fewest < limit) break;
+  }
+  return *rarest;
+}
+
+std::optional<MaxAge> maxAgeOfSeconds(std::int64_t stored) {
+  if (stored == static_cast<std::int64_t>(seconds(MaxAge::sevenDays))) return MaxAge::sevenDays;
+  return std::nullopt;
+}
+
+std::int64_t nextSequence(SQLiteDatabase& database) {
+  SQLiteStatement next = database.statement(
+      "SELECT max(coalesce((SELECT seq FROM sqlite_sequence WHERE name = 'vellora_row'), 0),"
+      " coalesce((SELECT max(sequence) FROM vellora_row), 0)) + 1");
+  return next.step() ? next.integer(0) : 0;
+}
+
+void removeKey(SQLiteDatabase& database, const std::string& tableKey, const std::string& dataKey) {
+  std::optional<std::int64_t> sequence;
+  {
+    SQLiteStatement found =
+        database.statement("SELECT sequence FROM vellora_row WHERE table_name = ? AND data_key = ?");
+    if (found.bind(tableKey).bind(dataKey).step()) sequence = found.integer(0);
+  }
+  if (sequence) remove(database, *sequence);
+}
+
+void writePairs(SQLiteDatabase& database, const std::string& tableKey, std::int64_t sequence,
+                const Meta& meta) {
+  for (const auto& [name, value] : meta) {
+    // A damaged row may have left a pair under this number: it belongs to nobody any more.
+    database
+        .statement(
+            "INSERT OR REPLACE INTO vellora_meta(sequence, name, value, table_name) VALUES(?, ?, ?, ?)")
+        .bind(sequence)
+        .bind(name)
+        .bind(value)
+        .bind(tableKey)
+        .step();
+  }
+}
+
+}  // namespace
+
+StoredRows read(SQLiteDatabase& database, const std::string& tableKey, const LiveSpan& live,
+                const Meta* pairs) {
+  StoredRows rows;
+  const auto collect = [&](SQLiteStatement& found) {
+    found.bind(live.earliest.secondsSinceReferenceDate()).bind(live.latest.secondsSinceReferenceDate());
+    while (found.step()) {
+      auto stored = verifiedRow(found, tableKey);
+      if (stored && (pairs == nullptr || holdsPairs(stored->row.meta, *pairs)))
+        rows.push_back(std::move(stored));
+    }
+  };
+  if (pairs == nullptr) {
+    // In order of the rows themselves: any index would make SQLite sort them.
+    SQLiteStatement all = database.statement(
+        "SELECT sequence, data_key, written, checksum, meta, data FROM vellora_row NOT INDEXED"
+        " WHERE table_name = ? AND written BETWEEN ? AND ? ORDER BY sequence");
+    collect(all.bind(tableKey));
+  } else {
+    const auto& [name, value] = rarestPair(database, tableKey, *pairs);
+    SQLiteStatement some = database.statement(
+        "SELECT r.sequence, r.data_key, r.written, r.checksum, r.meta, r.data"
+        " FROM vellora_meta m INDEXED BY vellora_meta_pair CROSS JOIN vellora_row r ON r.sequence = "
+        "m.sequence"
+        " WHERE m.table_name = ? AND m.name = ? AND m.value = ? AND r.written BETWEEN ? AND ?"
+        " ORDER BY m.sequence");
+    collect(some.bind(tableKey).bind(name).bind(value));
+  }
+  return rows;
+}
+
+std::vector<Header> readHeaders(SQLiteDatabase& database, const std::string& tableKey, const Meta* pairs) {
+  std::vector<Header> headers;
+  const auto collect = [&headers](SQLiteStatement& found) {
+    while (found.step()) {
+      Header header{found.integer(0), std::nullopt};
+      if (auto meta = decodedMeta(found.bytes(2)))
+        header.row = {std::move(*meta), std::string(found.bytes(1))};
+      headers.push_back(std::move(header));
+    }
+  };
+  if (pairs == nullptr) {
+    SQLiteStatement all = database.statement(
+        "SELECT sequence, data_key, meta FROM vellora_row NOT INDEXED WHERE table_name = ?");
+    collect(all.bind(tableKey));
+  } else {
+    const auto& [name, value] = rarestPair(database, tableKey, *pairs);
+    SQLiteStatement some = database.statement(
+        "SELECT r.sequence, r.data_key, r.meta"
+        " FROM vellora_meta m INDEXED BY vellora_meta_pair CROSS JOIN vellora_row r ON r.sequence = "
+        "m.sequence"
+        " WHERE m.table_name = ? AND m.name = ? AND m.value = ?");
+    collect(some.bind(tableKey).bind(name).bind(value));
+  }
+  return headers;
+}
+
+void write(SQLiteDatabase& database, const std::string& tableKey, const CorvaneSDK::Row& row,
+           const Data& data, Date written) {
+  removeKey(database, tableKey, row.dataKey);
+  const std::string meta = encodedMeta(row.meta);
+  const RowBytes bytes{nextSequence(database), row.dataKey, written.secondsSinceReferenceDate(), meta,
+                       data.view()};
+  database
+      .statement(
+          "INSERT INTO vellora_row(sequence, table_name, data_key, written, checksum, meta, data)"
+          " VALUES(?, ?, ?, ?, ?, ?, ?)")
+      .bind(bytes.sequence)
+      .bind(tableKey)
+      .bind(bytes.dataKey)
+      .bind(bytes.written)
+      .bind(checksum(tableKey, bytes))
+      .bind(bytes.meta)
+      .bind(bytes.data)
+      .step();
+  writePairs(database, tableKey, bytes.sequence, row.meta);
+}
+
+void remove(SQLiteDatabase& database, std::int64_t sequence) {
+  database.statement("DELETE FROM vellora_meta WHERE sequence = ?").bind(sequence).step();
+  database.statement("DELETE FROM vellora_row WHERE sequence = ?").bind(sequence).step();
+}
+
+void removeOutside(SQLiteDatabase& database, const std::string& tableKey, const LiveSpan& live) {
+  std::vector<std::int64_t> sequences;
+  {
+    SQLiteStatement found = database.statement(
+        "SELECT sequence FROM vellora_row WHERE table_name = ?1 AND written < ?2"
+        " UNION ALL SELECT sequence FROM vellora_row WHERE table_name = ?1 AND written > ?3");
+    found.bind(tableKey)
+        .bind(live.earliest.secondsSinceReferenceDate())
+        .bind(live.latest.secondsSinceReferenceDate());
+    while (found.step()) sequences.push_back(found.integer(0));
+  }
+  for (const std::int64_t sequence : sequences) remove(database, sequence);
+}
+
+std::optional<MaxAge> maxAgeOfTable(SQLiteDatabase& database, const std::string& tableKey) {
+  SQLiteStatement found = database.statement("SELECT max_age, checksum FROM vellora_table WHERE name = ?");
+  if (!found.bind(tableKey).step()) return std::nullopt;
+  if (checksum(tableKey, found.integer(0)) != found.integer(1)) return std::nullopt;
+  return maxAgeOfSeconds(found.integer(0));
+}
+
+void writeTable(SQLiteDatabase& database, const CorvaneSDK::Table& table) {
+  const auto maxAge = static_cast<std::int64_t>(seconds(table.maxAge()));
+  database.statement("INSERT OR REPLACE INTO vellora_table(name, max_age, checksum) VALUES(?, ?, ?)")
+      .bind(table.key())
+      .bind(maxAge)
+      .bind(checksum(table.key(), maxAge))
+      .step();
+}
+
+}  // namespace vellora::hostkit::sqliteRows

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+struct sqlite3_stmt;
+
+namespace vellora::hostkit {
+
+class SQLiteDatabase;
+
+/// One run of a prepared statement: bind, then step until false. All content is bound and read as bytes, so
+/// that any byte, NUL included, survives.
+///
+/// Ownership: borrowed from the database, which keeps it prepared; do not run the same statement twice at
+/// once. Errors: the database remembers its first failure; after one, `step` returns false.
+class SQLiteStatement {
+ public:
+  /// `statement` may be null, which is a statement that could not be prepared.
+  SQLiteStatement(SQLiteDatabase& database, sqlite3_stmt* statement);
+  ~SQLiteStatement();
+  SQLiteStatement(const SQLiteStatement&) = delete;
+  SQLiteStatement& operator=(const SQLiteStatement&) = delete;
+
+  /// Binds the next parameter; `bytes` must outlive the run.
+  SQLiteStatement& bind(std::string_view bytes);
+  SQLiteStatement& bind(std::int64_t number);
+  SQLiteStatement& bind(double number);
+
+  /// True when there is a row to read.
+  bool step();
+
+  /// The column's bytes, valid until the next step.
+  [[nodiscard]] std::string_view bytes(int column) const;
+  [[nodiscard]] std::int64_t integer(int column) const;
+  [[nodiscard]] double real(int column) const;
+
+ private:
+  void note(int code);
+
+  SQLiteDatabase& database_;
+  sqlite3_stmt* const statement_;
+  int bound_ = 0;
+};
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,33 @@
+#include "hostkit/SQLiteStore.h"
+
+#include <utility>
+
+#include "hostkit/SQLiteCacheFile.h"
+
+namespace vellora::hostkit {
+
+SQLiteStore::SQLiteStore(std::shared_ptr<SQLiteDatabase> database, std::string path,
+                         std::chrono::milliseconds busyTimeout, std::function<Date()> clock)
+    : path_(std::move(path)),
+      busyTimeout_(busyTimeout),
+      clock_(std::move(clock)),
+      database_(std::move(database)) {}
+
+bool SQLiteStore::perform(const std::function<void(SQLiteDatabase&)>& operation) {
+  const std::lock_guard lock(mutex_);
+  for (int round = 0; round < 2 && database_; ++round) {
+    database_->clearFailure();
+    operation(*database_);
+    if (!database_->failed()) return true;
+    if (!meansDamage(database_->failure())) return false;
+    replaceDamagedFile();
+  }
+  return false;
+}
+
+void SQLiteStore::replaceDamagedFile() {
+  auto replaced = sqliteCacheFile::replace(std::move(database_), path_, busyTimeout_);
+  database_ = replaced ? std::move(replaced).value() : nullptr;
+}
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,260 @@
+#include "hostkit/SQLiteCacheFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "hostkit/SQLiteCache.h"
+#include "hostkit/SQLiteCacheError.h"
+#include "tests/hostkit/SQLiteFiles.h"
+#include "tests/hostkit/TemporaryFolder.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+using Reason = SQLiteCacheError::Reason;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class SQLiteCacheFileTest : public testing::Test {
+ protected:
+  /// A closed cache file that holds the blob "1" under "a".
+  void makeCache() const { ASSERT_TRUE(open()->save(Data(std::string("1")), "a")); }
+
+  [[nodiscard]] Result<std::shared_ptr<SQLiteCache>> tryToOpen(const std::string& where) const {
+    SQLiteCache::Options options;
+    options.busyTimeout = std::chrono::milliseconds(1);
+    return SQLiteCache::open(where, options);
+  }
+  [[nodiscard]] std::shared_ptr<SQLiteCache> open() const { return tryToOpen(path).value(); }
+
+  /// Why `where` is refused, and that the refusal changed nothing in the folder.
+  [[nodiscard]] SQLiteCacheError refusal(const std::string& where) const {
+    const auto names = fileNames(folder.path());
+    const std::string bytes = std::filesystem::is_regular_file(where) ? fileBytes(where) : "";
+    const auto opened = tryToOpen(where);
+    EXPECT_FALSE(opened.hasValue());
+    if (opened.hasValue()) return {};
+    EXPECT_EQ(fileNames(folder.path()), names);
+    if (std::filesystem::is_regular_file(where)) {
+      EXPECT_TRUE(fileBytes(where) == bytes);
+    }
+    const auto* error = opened.error().as<SQLiteCacheError>();
+    EXPECT_NE(error, nullptr);
+    return error != nullptr ? *error : SQLiteCacheError();
+  }
+
+  void patch(std::size_t offset, const std::string& bytes) const {
+    std::string all = fileBytes(path);
+    all.replace(offset, bytes.size(), bytes);
+    writeFile(path, all);
+  }
+
+  TemporaryFolder folder;
+  const std::string path = folder.file("cache.db");
+};
+
+TEST_F(SQLiteCacheFileTest, RefusesATextFile) {
+  writeFile(path, "Dear diary,\n");
+  EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::foreignFile, path, ""}));
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesATextThatQuotesOurTables) {
+  writeFile(path, "CREATE TABLE vellora_blob(generation INTEGER)\n");
+  EXPECT_EQ(refusal(path).reason, Reason::foreignFile);
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesAnotherProgramsDatabase) {
+  RawDatabase(path).run(
+      "PRAGMA application_id = 7; CREATE TABLE note(text); INSERT INTO note VALUES('keep')");
+  EXPECT_EQ(refusal(path).reason, Reason::foreignFile);
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesAnotherProgramsDatabaseThatHasALog) {
+  const std::string original = folder.file("original.db");
+  RawDatabase other(original);
+  other.run("PRAGMA journal_mode = WAL; CREATE TABLE note(text); INSERT INTO note VALUES('keep')");
+  std::filesystem::copy_file(original, path);
+  std::filesystem::copy_file(original + "-wal", path + "-wal");
+  const std::string log = fileBytes(path + "-wal");
+
+  EXPECT_EQ(refusal(path).reason, Reason::foreignFile);
+
+  EXPECT_TRUE(fileBytes(path + "-wal") == log);
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesAFileThatEndsBeforeItsMarks) {
+  makeCache();
+  std::filesystem::resize_file(path, 68);
+  EXPECT_EQ(refusal(path).reason, Reason::foreignFile);
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesWhatIsNoFile) {
+  std::filesystem::create_directory(path);
+  EXPECT_EQ(refusal(path).reason, Reason::foreignFile);
+  const std::string pipe = folder.file("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(refusal(pipe).reason, Reason::foreignFile);
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesANewerVersion) {
+  makeCache();
+  RawDatabase(path).run("PRAGMA user_version = 2");
+  EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::newerVersion, path, ""}));
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesANewerVersionThatStandsInTheLogOnly) {
+  makeCache();
+  RawDatabase newer(path);
+  newer.run("PRAGMA user_version = 2");
+
+  EXPECT_EQ(refusal(path).reason, Reason::newerVersion);
+}
+
+TEST_F(SQLiteCacheFileTest, TellsAPathThatCannotBe) {
+  writeFile(folder.file("file"), "");
+  const SQLiteCacheError error = refusal(folder.file("file/cache.db"));
+  EXPECT_EQ(error.reason, Reason::unwritable);
+  EXPECT_EQ(error.detail, "Not a directory");
+  EXPECT_EQ(refusal("/proc/no such folder/cache.db").reason, Reason::unwritable);
+  EXPECT_EQ(refusal("").reason, Reason::unwritable);
+  EXPECT_EQ(refusal(path + std::string("\0.db", 4)).reason, Reason::unwritable);
+}
+
+TEST_F(SQLiteCacheFileTest, TellsAFileThatMayNotBeWritten) {
+  if (geteuid() == 0) GTEST_SKIP() << "nothing is closed to this user";
+  makeCache();
+  chmod(path.c_str(), 0400);
+  EXPECT_EQ(refusal(path).reason, Reason::unwritable);
+}
+
+TEST_F(SQLiteCacheFileTest, TellsAFileThatAnotherProcessHolds) {
+  makeCache();
+  RawDatabase other(path);
+  other.run("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; PRAGMA user_version = 1");
+  const auto opened = tryToOpen(path);
+
+  ASSERT_FALSE(opened.hasValue());
+  ASSERT_NE(opened.error().as<SQLiteCacheError>(), nullptr);
+  EXPECT_EQ(opened.error().as<SQLiteCacheError>()->reason, Reason::locked);
+}
+
+TEST_F(SQLiteCacheFileTest, TakesAnEmptyFileForAFreshOnesPlace) {
+  writeFile(path, "");
+  chmod(path.c_str(), 0644);
+  makeCache();
+  EXPECT_EQ(modeOf(path), 0600U);
+  EXPECT_EQ(open()->load("a"), Data(std::string("1")));
+}
+
+TEST_F(SQLiteCacheFileTest, DoesNotPlayALogIntoAFreshFile) {
+  {
+    const auto cache = open();
+    cache->save(Data(std::string("1")), "a");
+    std::filesystem::copy_file(path + "-wal", folder.file("kept"));
+  }
+  std::filesystem::remove(path);
+  std::filesystem::rename(folder.file("kept"), path + "-wal");
+  const std::string log = fileBytes(path + "-wal");
+
+  EXPECT_EQ(open()->load("a"), std::nullopt);
+
+  EXPECT_TRUE(fileBytes(path + ".damaged-1-wal") == log);
+  EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db", "cache.db.damaged-1-wal"));
+}
+
+TEST_F(SQLiteCacheFileTest, SetsAFileWithoutItsMagicAside) {
+  makeCache();
+  patch(0, "XXXX");
+  const std::string bytes = fileBytes(path);
+
+  const auto cache = open();
+
+  EXPECT_EQ(cache->load("a"), std::nullopt);
+  EXPECT_TRUE(cache->save(Data(std::string("2")), "a"));
+  EXPECT_EQ(cache->load("a"), Data(std::string("2")));
+  EXPECT_TRUE(fileBytes(path + ".damaged-1") == bytes);
+}
+
+TEST_F(SQLiteCacheFileTest, SetsAFileWithoutItsIdAside) {
+  makeCache();
+  RawDatabase(path).run("PRAGMA application_id = 0");
+  EXPECT_EQ(open()->load("a"), std::nullopt);
+  EXPECT_THAT(fileNames(folder.path()), testing::Contains("cache.db.damaged-1"));
+}
+
+TEST_F(SQLiteCacheFileTest, SetsAFileWithOtherTablesAside) {
+  makeCache();
+  RawDatabase(path).run("ALTER TABLE vellora_row ADD COLUMN extra");
+  EXPECT_EQ(open()->load("a"), std::nullopt);
+  EXPECT_TRUE(std::filesystem::exists(path + ".damaged-1"));
+}
+
+TEST_F(SQLiteCacheFileTest, SetsItsLogAsideWithIt) {
+  const std::string copy = folder.file("copy.db");
+  std::string log;
+  {
+    const auto cache = open();
+    cache->save(Data(std::string("1")), "a");
+    std::filesystem::copy_file(path, copy);
+    std::filesystem::copy_file(path + "-wal", copy + "-wal");
+    log = fileBytes(copy + "-wal");
+  }
+  std::string damaged = fileBytes(copy);
+  damaged[0] = 'X';
+  writeFile(copy, damaged);
+
+  EXPECT_TRUE(tryToOpen(copy).hasValue());
+
+  EXPECT_TRUE(fileBytes(copy + ".damaged-1") == damaged);
+  EXPECT_TRUE(fileBytes(copy + ".damaged-1-wal") == log);
+}
+
+TEST_F(SQLiteCacheFileTest, NumbersWhatItSetsAside) {
+  for (int round = 1; round <= 3; ++round) {
+    makeCache();
+    patch(0, "round " + std::to_string(round));
+  }
+  makeCache();
+
+  EXPECT_EQ(fileBytes(path + ".damaged-1").substr(0, 7), "round 1");
+  EXPECT_EQ(fileBytes(path + ".damaged-2").substr(0, 7), "round 2");
+  EXPECT_EQ(fileBytes(path + ".damaged-3").substr(0, 7), "round 3");
+}
+
+TEST_F(SQLiteCacheFileTest, SetsAsideTheFileBehindALink) {
+  makeCache();
+  patch(0, "XXXX");
+  const std::string link = folder.file("link.db");
+  std::filesystem::create_symlink("cache.db", link);
+
+  EXPECT_TRUE(tryToOpen(link).hasValue());
+
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_TRUE(std::filesystem::exists(path + ".damaged-1"));
+}
+
+TEST_F(SQLiteCacheFileTest, LeavesAFileThatIsNotDamagedWhenTheOneThatWasHasBeenReplaced) {
+  makeCache();
+  const auto timeout = std::chrono::milliseconds(1);
+  auto damaged = sqliteCacheFile::open(path, timeout).value();
+  std::filesystem::rename(path, folder.file("replaced by another process"));
+  makeCache();
+
+  const auto replaced = sqliteCacheFile::replace(std::move(damaged), path, timeout);
+
+  ASSERT_TRUE(replaced.hasValue());
+  EXPECT_FALSE(std::filesystem::exists(path + ".damaged-1"));
+  EXPECT_EQ(open()->load("a"), Data(std::string("1")));
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests
