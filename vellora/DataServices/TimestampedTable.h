@@ -1,0 +1,109 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "vellora/DataServices/CacheState.h"
+#include "vellora/Host/Cache.h"
+#include "vellora/Host/CacheTable.h"
+#include "vellora/Host/Logger.h"
+#include "vellora/Platform/Json.h"
+
+namespace vellora {
+
+/// What the two services that keep a fetched list in a host table have in common: the table, the blob that
+/// says when the list was fetched, the freshness rule, and how a row is read, written and purged. Which kinds
+/// of rows there are, which writes move the time stamp and which kinds are purged differs between the two,
+/// and stays with them.
+///
+/// Every row's meta names its kind under "cacheEntryType"; the row of `Names::listKind` is the list. Only
+/// that row and the time stamp decide the state: single items are served however old they are, because the
+/// list they came from is what a service refreshes.
+///
+/// Nothing here fails outwards. A row that cannot be read counts as absent, so that the caller goes on to the
+/// next source; it stays, since the host's age limit or the purge removes it, or the next write replaces it.
+///
+/// Ownership: shares the host's cache, table and logger; knows nothing of the service that owns it.
+/// Threads: constant after construction, hence as safe as the host's objects. The table is called on the
+/// caller's thread. Errors: logged, as the operation's signature followed by ": Failed to decode: " or ":
+/// Failed to encode: ". Units: seconds.
+class TimestampedTable {
+ public:
+  /// The meta key that every row has.
+  static constexpr std::string_view cacheEntryType = "cacheEntryType";
+
+  /// How many rows of one kind a purge leaves.
+  static constexpr std::size_t maxCount = 100;
+
+  /// What tells one service's storage from another's.
+  struct Names {
+    std::string tableKey;
+    std::string timeStampKey;  ///< of the blob
+    std::string listKind;
+  };
+
+  /// Opens the table, or creates it with a maximum age of seven days. Reads and writes nothing else.
+  TimestampedTable(std::shared_ptr<CorvaneSDK::Cache> cache, std::shared_ptr<CorvaneSDK::Logger> logger,
+                   double cacheTimeout, Names names);
+
+  /// Reads the cache afresh each time.
+  [[nodiscard]] CacheState cacheState() const;
+
+  /// Says that the list was fetched now.
+  void saveFetchTimeStamp() const;
+
+  /// The first row whose meta holds all pairs of `meta`. Logs `operation` followed by `found` when there is
+  /// such a row, before it is decoded.
+  template <class T>
+  [[nodiscard]] std::optional<T> read(const CorvaneSDK::Meta& meta, std::string_view operation,
+                                      std::string_view found = {}) const {
+    const auto rows = cacheTable_->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(meta)));
+    if (rows.empty()) return std::nullopt;
+    log(operation, found);
+    auto value = json::decode<T>(rows.front());
+    if (value) return std::move(value).value();
+    logError(operation, ": Failed to decode: ", value.error());
+    return std::nullopt;
+  }
+
+  /// Writes `value` as a row, logs `operation` followed by `written`, and returns true; false when `value`
+  /// has no JSON form. What the host makes of the row is not looked at.
+  template <class T>
+  bool write(const T& value, CorvaneSDK::Meta meta, std::string_view operation,
+             std::string_view written = {}) const {
+    auto data = json::encode(value);
+    if (!data) {
+      logError(operation, ": Failed to encode: ", data.error());
+      return false;
+    }
+    cacheTable_->upsert({std::move(data).value(), std::move(meta), std::nullopt});
+    log(operation, written);
+    return true;
+  }
+
+  /// Purges the oldest rows of `kind` until the `maxCount` newest are left. Hosts may keep rows of equal meta
+  /// side by side, and lookups add rows without end: this is what bounds them.
+  void enforceCacheCount(std::string_view kind) const;
+
+  /// The meta that all rows of `kind` have; single items add their identifying pair.
+  [[nodiscard]] static CorvaneSDK::Meta kindMeta(std::string_view kind);
+
+ private:
+  [[nodiscard]] bool isCacheEmpty() const;
+  [[nodiscard]] bool cacheNeedsToBeRefreshed() const;
+  void log(std::string_view operation, std::string_view detail) const;
+  void logError(std::string_view operation, std::string_view failure, const Error& error) const;
+
+  // Constant after construction.
+  const std::shared_ptr<CorvaneSDK::Cache> cache_;
+  const std::shared_ptr<CorvaneSDK::Logger> logger_;
+  const double cacheTimeout_;
+  const Names names_;
+  const std::shared_ptr<CorvaneSDK::CacheTable> cacheTable_;
+};
+
+}  // namespace vellora
