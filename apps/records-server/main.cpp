@@ -40,7 +40,9 @@ extern "C" void onSignal(int) {
   errno = savedErrno;
 }
 
+// The reader of the log may go away before the server does: that is no reason to end.
 bool catchSignals() {
+  if (std::signal(SIGPIPE, SIG_IGN) == SIG_ERR) return false;
   if (::pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) return false;
   struct sigaction action {};
   action.sa_handler = onSignal;

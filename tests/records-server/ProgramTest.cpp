@@ -36,13 +36,17 @@ struct Pipe {
   }
   ~Pipe() {
     closeIn();
-    ::close(out);
+    closeOut();
   }
   Pipe(const Pipe&) = delete;
   Pipe& operator=(const Pipe&) = delete;
 
   void closeIn() {
     if (in >= 0) ::close(std::exchange(in, -1));
+  }
+
+  void closeOut() {
+    if (out >= 0) ::close(std::exchange(out, -1));
   }
 
   [[nodiscard]] std::string line() const {
@@ -183,6 +187,16 @@ TEST(ProgramTest, WritesItsPortAndItsLogToFiles) {
   program.signal(SIGTERM);
   EXPECT_EQ(program.exitCode(), 0);
   EXPECT_EQ(program.errors.rest(), "");
+}
+
+TEST(ProgramTest, OutlivesTheReaderOfItsLog) {
+  Program program({});
+  const auto port = program.port();
+  program.errors.closeOut();
+  EXPECT_EQ(httpGet(port, themes).status, 200);
+  EXPECT_EQ(httpGet(port, themes).status, 200);
+  program.signal(SIGTERM);
+  EXPECT_EQ(program.exitCode(), 0);
 }
 
 TEST(ProgramTest, WantsTheTokenOfAFileAndPrintsItNowhere) {
