@@ -130,9 +130,8 @@ TEST_F(LayoutDataServiceTest, MissingLayoutsAreFetchedInOneRequestAndCachedAfter
   });
   EXPECT_THAT(network->urls(), ElementsAre(bothUrl));
   EXPECT_THAT(cacheCallsAtAnswer, ElementsAre("load OPS_Layout_Account", "load OPS_Layout_Contact"));
-  EXPECT_THAT(recordedCache->callTexts(),
-              ElementsAre("load OPS_Layout_Account", "load OPS_Layout_Contact", "save OPS_Layout_Account",
-                          "save OPS_Layout_Contact"));
+  EXPECT_THAT(recordedCache->callTexts(), ElementsAre("load OPS_Layout_Account", "load OPS_Layout_Contact",
+                                                      "save OPS_Layout_Account", "save OPS_Layout_Contact"));
   EXPECT_THAT(log(), ElementsAre(miss, miss));
   EXPECT_EQ(cache->load("OPS_Layout_Account")->view(),
             R"({"objectLayoutInfo":{"objectType":"Account","searchColumns":[]},"downloadedTime":721692800})");
@@ -161,7 +160,8 @@ TEST_F(LayoutDataServiceTest, AnExpiredLayoutIsServedOnceMoreAndThenFetched) {
   EXPECT_THAT(lookUp({"Account"}).types, ElementsAre("Account"));
   EXPECT_EQ(network->count(), 0U);
   EXPECT_FALSE(isCached("Account"));
-  EXPECT_THAT(recordedCache->callTexts(), ElementsAre("load OPS_Layout_Account", "remove OPS_Layout_Account"));
+  EXPECT_THAT(recordedCache->callTexts(),
+              ElementsAre("load OPS_Layout_Account", "remove OPS_Layout_Account"));
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]"));
   EXPECT_THAT(lookUp({"Account"}).types, ElementsAre("Account"));
   EXPECT_EQ(network->count(), 1U);
@@ -203,8 +203,10 @@ TEST_F(LayoutDataServiceTest, ARepeatedCachedNameIsAnsweredAsOftenAsItIsNamed) {
 }
 
 TEST_F(LayoutDataServiceTest, ABlobOfAnotherTypeIsAnsweredAlthoughItsNameIsMissing) {
-  // The blob of Account holds a layout of Contact: counts decide, so the lookup is answered without a request.
-  cache->save(json::encode(ObjectLayoutInfoCacheEntry{{"Contact", {}}, clock.date()}).value(), "OPS_Layout_Account");
+  // The blob of Account holds a layout of Contact: counts decide, so the lookup is answered without a
+  // request.
+  cache->save(json::encode(ObjectLayoutInfoCacheEntry{{"Contact", {}}, clock.date()}).value(),
+              "OPS_Layout_Account");
   EXPECT_THAT(lookUp({"Account"}).types, ElementsAre("Contact"));
   EXPECT_EQ(network->count(), 0U);
 }
@@ -233,7 +235,8 @@ TEST_F(LayoutDataServiceTest, ABodyThatIsNotAListOfLayoutsGivesWhatIsCachedAndDe
   const Answer answer = lookUp({"Account", "Contact"});
   EXPECT_THAT(answer.types, ElementsAre("Contact"));
   EXPECT_EQ(answer.error, SObjectsDataServiceError::decoding());
-  EXPECT_THAT(log(), ElementsAre(miss, decodeErrorLine + "expected an array at $", publicErrorLine + decodingText));
+  EXPECT_THAT(log(),
+              ElementsAre(miss, decodeErrorLine + "expected an array at $", publicErrorLine + decodingText));
   EXPECT_FALSE(isCached("Account"));
 }
 
@@ -348,8 +351,8 @@ TEST_F(LayoutDataServiceTest, ACompletionMayLookUpAgain) {
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]"));
   network->answer("/services/data/v50.0/search/layout?q=Contact", StubNetwork::body("[" + contactJson + "]"));
   Answer inner;
-  service->layoutForApiName({"Account"},
-                            [&](const auto&, const auto&) { service->layoutForApiName({"Contact"}, into(inner)); });
+  service->layoutForApiName(
+      {"Account"}, [&](const auto&, const auto&) { service->layoutForApiName({"Contact"}, into(inner)); });
   EXPECT_EQ(inner.calls, 1);
   EXPECT_THAT(inner.types, ElementsAre("Contact"));
 }

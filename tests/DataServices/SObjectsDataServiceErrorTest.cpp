@@ -37,12 +37,14 @@ TEST(SObjectsDataServiceErrorTest, MapWrapsAForeignErrorInOther) {
 }
 
 TEST(SObjectsDataServiceErrorTest, MapWithoutALoggerConvertsSilently) {
-  EXPECT_EQ(SObjectsDataServiceError::map(TestError{"x"}, nullptr), SObjectsDataServiceError::other(TestError{"x"}));
+  EXPECT_EQ(SObjectsDataServiceError::map(TestError{"x"}, nullptr),
+            SObjectsDataServiceError::other(TestError{"x"}));
 }
 
 TEST(SObjectsDataServiceErrorTest, OthersAreEqualWhenTheirDescriptionsAre) {
   EXPECT_EQ(SObjectsDataServiceError::other(TestError{"x"}), SObjectsDataServiceError::other(TestError{"x"}));
-  EXPECT_FALSE(SObjectsDataServiceError::other(TestError{"x"}) == SObjectsDataServiceError::other(TestError{"y"}));
+  EXPECT_FALSE(SObjectsDataServiceError::other(TestError{"x"}) ==
+               SObjectsDataServiceError::other(TestError{"y"}));
 }
 
 TEST(SObjectsDataServiceErrorTest, PlainCasesEqualThemselvesOnly) {

@@ -11,9 +11,10 @@ const ObjectLayoutInfoCacheEntry entry{{"Account", {{"Name", "Account Name", std
                                        Date::sinceReferenceDate(722000000.25)};
 
 TEST(ObjectLayoutInfoCacheEntryTest, WritesTheDownloadTimeAsANumberOfSecondsSince2001) {
-  EXPECT_EQ(json::encode(entry).value().view(),
-            R"({"objectLayoutInfo":{"objectType":"Account","searchColumns":[)"
-            R"({"name":"Name","label":"Account Name","field":"Account.Name"}]},"downloadedTime":722000000.25})");
+  EXPECT_EQ(
+      json::encode(entry).value().view(),
+      R"({"objectLayoutInfo":{"objectType":"Account","searchColumns":[)"
+      R"({"name":"Name","label":"Account Name","field":"Account.Name"}]},"downloadedTime":722000000.25})");
 }
 
 TEST(ObjectLayoutInfoCacheEntryTest, ReadsBackEqual) {

@@ -8,7 +8,9 @@
 namespace vellora {
 namespace {
 
-Result<ObjectLayoutInfo> decoded(const std::string& text) { return json::decode<ObjectLayoutInfo>(Data(text)); }
+Result<ObjectLayoutInfo> decoded(const std::string& text) {
+  return json::decode<ObjectLayoutInfo>(Data(text));
+}
 
 std::string failureOf(const std::string& text) {
   const auto result = decoded(text);
@@ -16,10 +18,10 @@ std::string failureOf(const std::string& text) {
 }
 
 TEST(ObjectLayoutInfoTest, DecodesTheServersForm) {
-  const auto layout = decoded(
-      R"({"limitRows":25,"objectType":"Account","searchColumns":[)"
-      R"({"field":"Account.Name","format":null,"label":"Account Name","name":"Name"},)"
-      R"json({"field":"toLabel(Type)","format":"string","label":"Type","name":"Type"}]})json");
+  const auto layout =
+      decoded(R"({"limitRows":25,"objectType":"Account","searchColumns":[)"
+              R"({"field":"Account.Name","format":null,"label":"Account Name","name":"Name"},)"
+              R"json({"field":"toLabel(Type)","format":"string","label":"Type","name":"Type"}]})json");
   ASSERT_TRUE(layout);
   EXPECT_EQ(layout.value(), (ObjectLayoutInfo{"Account",
                                               {{"Name", "Account Name", std::nullopt, "Account.Name"},
@@ -34,8 +36,8 @@ TEST(ObjectLayoutInfoTest, AnEmptyListOfColumnsIsALayoutWithoutColumns) {
 
 TEST(ObjectLayoutInfoTest, AColumnWithoutFormatOrWithANullOneHasNoneAndWritesNone) {
   for (const std::string format : {"", R"("format":null,)"}) {
-    const auto layout =
-        decoded(R"({"objectType":"A","searchColumns":[{)" + format + R"("name":"N","label":"L","field":"F"}]})");
+    const auto layout = decoded(R"({"objectType":"A","searchColumns":[{)" + format +
+                                R"("name":"N","label":"L","field":"F"}]})");
     ASSERT_TRUE(layout);
     EXPECT_EQ(layout.value().searchColumns.at(0).format, std::nullopt);
     EXPECT_EQ(json::encode(layout.value()).value().view(),
