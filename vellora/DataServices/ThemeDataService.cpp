@@ -1,0 +1,175 @@
+#include "vellora/DataServices/ThemeDataService.h"
+
+#include <algorithm>
+
+#include "vellora/DataServices/ServerRequest.h"
+#include "vellora/DataServices/TimestampedTable.h"
+#include "vellora/Models/ThemeResponse.h"
+#include "vellora/Platform/SerialDispatchQueue.h"
+
+namespace vellora {
+
+namespace {
+
+constexpr std::string_view listKind = "themes";
+constexpr std::string_view entryKind = "theme";
+
+static_assert(ThemeDataService::Constants::cacheEntryType == TimestampedTable::cacheEntryType);
+
+CorvaneSDK::Meta metaOfEntry(const std::string& name) {
+  auto meta = TimestampedTable::kindMeta(entryKind);
+  meta.emplace(ThemeDataService::Constants::name, name);
+  return meta;
+}
+
+std::optional<ThemeItem> firstNamed(const std::string& name, const std::vector<ThemeItem>& themes) {
+  const auto found =
+      std::find_if(themes.begin(), themes.end(), [&](const ThemeItem& theme) { return theme.name == name; });
+  return found == themes.end() ? std::nullopt : std::optional(*found);
+}
+
+Result<Data> presentBody(std::optional<Data> body) {
+  if (!body) return Error(ThemeDataServiceError::noData());
+  return *std::move(body);
+}
+
+}  // namespace
+
+ThemeDataService::ThemeDataService(RequiredAPI api, double cacheTimeout)
+    : network_(std::move(api.network)),
+      logger_(std::move(api.logger)),
+      table_(std::make_unique<const TimestampedTable>(
+          std::move(api.cache), logger_, cacheTimeout,
+          TimestampedTable::Names{"OPS_ThemesCacheTable", "ops.theme.fetch.timestamp",
+                                  std::string(listKind)})),
+      queue_(std::make_shared<SerialDispatchQueue>("ThemeDataService.queue", DispatchQoS::userInitiated)) {}
+
+ThemeDataService::~ThemeDataService() {
+  table_->enforceCacheCount(entryKind);
+}
+
+ThemeDataService::CacheState ThemeDataService::cacheState() const {
+  return table_->cacheState();
+}
+
+void ThemeDataService::loadThemes(LoadCompletion completion) {
+  const auto self = shared_from_this();  // whoever is called from here may drop the last handle
+  log("loadThemes(completion:), cacheState: " + describe(cacheState()));
+  if (cacheState() == CacheState::valid) {
+    if (completion) completion(std::nullopt);
+    return;
+  }
+  const auto ended = [weak = weak_from_this(),
+                      completion = std::move(completion)](const std::optional<Error>& error) {
+    if (error) {
+      if (completion) completion(mapped(*error, weak));
+      return;
+    }
+    if (const auto service = weak.lock()) service->log("loadThemes(completion:), fetch completed");
+    if (completion) completion(std::nullopt);
+  };
+  subscriptions_.insert(fetchedThemes().subscribe(queue_).sink([](const auto&) {}, ended));
+}
+
+Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector<std::string> names) {
+  return Publisher<std::string>::sequence(std::move(names))
+      .receive(queue_)
+      .flatMap([self = shared_from_this()](const std::string& name) { return self->themeTuple(name); })
+      .collect()
+      .map([weak = weak_from_this()](std::vector<ThemeTuple> tuples) {
+        std::map<std::string, ThemeItem> found;
+        for (auto& [name, theme] : tuples) {
+          if (theme) {
+            found.insert_or_assign(name, *std::move(theme));
+          } else {
+            found.erase(name);
+          }
+          if (const auto service = weak.lock()) service->log("themes(for:): name: " + name);
+        }
+        return found;
+      });
+}
+
+Publisher<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(const std::string& name) {
+  return theme(name).map(
+      [name](std::optional<ThemeItem> theme) { return ThemeTuple(name, std::move(theme)); });
+}
+
+Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& name) {
+  using Answer = Publisher<std::optional<ThemeItem>>;
+  if (auto entry = cachedTheme(name)) return Answer::just(std::move(entry));
+  if (const auto list = cachedThemes()) {
+    auto entry = firstNamed(name, *list);
+    if (entry) {
+      save(*entry);
+    } else {
+      log("theme(for:), no theme was found for name: " + name);
+    }
+    return Answer::just(std::move(entry));
+  }
+  return fetchedThemes().map([name, weak = weak_from_this()](const std::vector<ThemeItem>& list) {
+    auto entry = firstNamed(name, list);
+    const auto service = entry ? weak.lock() : nullptr;
+    if (service) service->save(*entry);
+    return entry;
+  });
+}
+
+Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes() {
+  log("fetchedThemes()");
+  const auto request = serverRequest("/services/data/" + std::string(Constants::queryApiVersion) + "/theme");
+  if (!request) return Publisher<std::vector<ThemeItem>>::fail(ThemeDataServiceError::invalidUrl());
+  const auto weak = weak_from_this();
+  return requestPublisher(*request)
+      .tryMap(presentBody)
+      .decode<ThemeResponse>()
+      .mapError([weak](const Error& error) { return mapped(error, weak); })
+      .map([weak](ThemeResponse response) {
+        if (const auto service = weak.lock()) service->save(response.themeItems);
+        if (const auto service = weak.lock()) service->log("fetchedThemes(), themes was fetched then cached");
+        return std::move(response.themeItems);
+      });
+}
+
+// The request is sent here and now, whoever subscribes, and whenever: that is what makes a load's request go
+// out on the caller's thread.
+Publisher<std::optional<Data>> ThemeDataService::requestPublisher(const CorvaneSDK::NetRequest& request) {
+  return Publisher<std::optional<Data>>::promise([&](const Promise<std::optional<Data>>& promise) {
+    network_->sendRequest(request,
+                          [promise](std::optional<Data> data, std::optional<Error> error, const auto&) {
+                            if (error) return promise.fail(*std::move(error));
+                            promise.succeed(std::move(data));
+                          });
+  });
+}
+
+std::optional<std::vector<ThemeItem>> ThemeDataService::cachedThemes() const {
+  return table_->read<std::vector<ThemeItem>>(TimestampedTable::kindMeta(listKind), "cachedThemes()");
+}
+
+std::optional<ThemeItem> ThemeDataService::cachedTheme(const std::string& name) const {
+  return table_->read<ThemeItem>(metaOfEntry(name), "cachedTheme(for:)",
+                                 ", name: " + name + ", was retrieved from cache");
+}
+
+void ThemeDataService::save(const std::vector<ThemeItem>& themes) const {
+  if (table_->write(themes, TimestampedTable::kindMeta(listKind), "save(_:)")) table_->saveFetchTimeStamp();
+}
+
+void ThemeDataService::save(const ThemeItem& theme) const {
+  table_->write(theme, metaOfEntry(theme.name), "save(_:)", ", theme.name: " + theme.name);
+}
+
+void ThemeDataService::log(std::string_view message) const {
+  logger_->log(message, CorvaneSDK::LogLevel::info);
+}
+
+// The logger is held without the service: its line must not keep alive what was let go of.
+ThemeDataServiceError ThemeDataService::mapped(const Error& error,
+                                               const std::weak_ptr<ThemeDataService>& weak) {
+  const auto service = weak.lock();
+  const auto logger = service ? service->logger_ : nullptr;
+  return ThemeDataServiceError::map(error, logger.get());
+}
+
+}  // namespace vellora

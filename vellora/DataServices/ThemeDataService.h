@@ -1,0 +1,97 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "vellora/DataServices/CacheState.h"
+#include "vellora/DataServices/ThemeDataServiceError.h"
+#include "vellora/Host/NetRequest.h"
+#include "vellora/Host/RequiredAPI.h"
+#include "vellora/Models/ThemeItem.h"
+#include "vellora/Platform/Cancellables.h"
+#include "vellora/Platform/Data.h"
+#include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Publisher.h"
+
+namespace vellora {
+
+class TimestampedTable;
+
+/// Answers which colours and icons object types have. The server gives the theme entries of all types in one
+/// list,
+/// "/services/data/v50.0/theme". It is kept as one row of the table "OPS_ThemesCacheTable", with the moment
+/// of its fetch in the blob "ops.theme.fetch.timestamp"; each entry that was asked for also has a row of its
+/// own.
+///
+/// Only `loadThemes` looks at the age of the list. A lookup takes what there is, however old: an outdated
+/// colour now is better than the right one after a round trip.
+///
+/// Ownership: make it with `std::make_shared`. A lookup holds it until all of its names have been taken up;
+/// what waits for the network holds it weakly and goes on without it, but caches and logs nothing any more.
+/// The last handle trims the table to the 100 newest single entries, on whatever thread it is dropped.
+/// Threads: safe to use from several threads at once. `loadThemes` reads the cache and sends its request on
+/// the caller's thread, a lookup on a serial queue of the service; both go on where the host's network calls
+/// back. Errors: `other` and `noData`. What the cache cannot read or write is logged and counts as absent.
+/// Units: the time-out is in seconds.
+class ThemeDataService : public std::enable_shared_from_this<ThemeDataService> {
+ public:
+  using CacheState = vellora::CacheState;
+  using LoadCompletion = std::function<void(std::optional<ThemeDataServiceError> error)>;
+
+  struct Constants {
+    static constexpr std::string_view name = "name";  ///< meta key: which entry a row holds
+    static constexpr std::string_view cacheEntryType = "cacheEntryType";  ///< meta key of every row: its kind
+    static constexpr std::string_view queryApiVersion = "v50.0";
+  };
+
+  /// Takes the host's facilities and opens the table; reads nothing.
+  ThemeDataService(RequiredAPI api, double cacheTimeout);
+  ~ThemeDataService();
+  ThemeDataService(const ThemeDataService&) = delete;
+  ThemeDataService& operator=(const ThemeDataService&) = delete;
+
+  /// Whether the list is cached and fresh. Reads the cache afresh each time.
+  [[nodiscard]] CacheState cacheState() const;
+
+  /// Makes sure that the list is cached and fresh. The completion, if there is one, is called once: at once
+  /// when nothing is to be done; else after the fetch, unless the service was released before.
+  void loadThemes(LoadCompletion completion);
+
+  /// Looks up the theme entries of the object types `names`; yields one dictionary by name, in which a type
+  /// without an entry has no key. Fails as a whole when a fetch fails. While no list is cached each name
+  /// fetches it for itself.
+  [[nodiscard]] Publisher<std::map<std::string, ThemeItem>> themes(std::vector<std::string> names);
+
+ private:
+  using ThemeTuple = std::pair<std::string, std::optional<ThemeItem>>;
+
+  [[nodiscard]] Publisher<ThemeTuple> themeTuple(const std::string& name);
+  [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name);
+  [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
+  [[nodiscard]] Publisher<std::optional<Data>> requestPublisher(const CorvaneSDK::NetRequest& request);
+
+  [[nodiscard]] std::optional<std::vector<ThemeItem>> cachedThemes() const;
+  [[nodiscard]] std::optional<ThemeItem> cachedTheme(const std::string& name) const;
+  void save(const std::vector<ThemeItem>& themes) const;
+  void save(const ThemeItem& theme) const;
+
+  void log(std::string_view message) const;
+  static ThemeDataServiceError mapped(const Error& error, const std::weak_ptr<ThemeDataService>& weak);
+
+  // Constant after construction.
+  const std::shared_ptr<CorvaneSDK::Network> network_;
+  const std::shared_ptr<CorvaneSDK::Logger> logger_;
+  const std::unique_ptr<const TimestampedTable> table_;
+  const std::shared_ptr<DispatchQueue> queue_;
+
+  // Synchronises itself.
+  Cancellables subscriptions_;
+};
+
+}  // namespace vellora
