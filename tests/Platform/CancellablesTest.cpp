@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <optional>
 
 #include "vellora/Platform/Subject.h"
@@ -37,6 +38,19 @@ TEST(AnyCancellableTest, MovingATokenKeepsItsSubscription) {
   moved = AnyCancellable();
   subject.send(1);
   EXPECT_EQ(values, 1);
+}
+
+TEST(AnyCancellableTest, ADetachedSubscriptionGoesOnUntilWhatItWaitsForIsGone) {
+  const auto held = std::make_shared<int>(0);
+  int values = 0;
+  {
+    const Subject<int> subject;
+    subject.publisher().sink([&, held](int value) { values += value; }).detach();
+    subject.send(1);
+    EXPECT_EQ(values, 1);
+    EXPECT_EQ(held.use_count(), 2);
+  }
+  EXPECT_EQ(held.use_count(), 1);
 }
 
 }  // namespace

@@ -38,6 +38,8 @@ std::vector<Step> steps() {
        [passOn](const Publisher<int>& up, const Held& held, const auto&) { return up.map(passOn(held)); }},
       {"TryMap", [](const Publisher<int>& up, const Held& held,
                     const auto&) { return up.tryMap([held](int value) { return Result<int>(value); }); }},
+      {"First", [](const Publisher<int>& up, const Held& held,
+                   const auto&) { return up.first([held](int) { return true; }); }},
       {"MapError", [](const Publisher<int>& up, const Held& held,
                       const auto&) { return up.mapError([held](const Error& error) { return error; }); }},
       {"FlatMapOuter",

@@ -167,6 +167,30 @@ TEST(PublisherTest, TryMapCancelsUpstreamOnFailure) {
   EXPECT_THAT(recorder.events, ElementsAre("failed: too large"));
 }
 
+TEST(PublisherTest, FirstPassesOnTheFirstAdmittedValueAndCancelsUpstream) {
+  const Subject<int> subject;
+  int seen = 0;
+  Recorder<int> recorder;
+  recorder.subscribe(subject.publisher()
+                         .map([&](int value) {
+                           ++seen;
+                           return value;
+                         })
+                         .first([](int value) { return value > 1; }));
+  subject.send(1);
+  EXPECT_THAT(recorder.events, IsEmpty());
+  subject.send(2);
+  subject.send(3);
+  EXPECT_THAT(recorder.events, ElementsAre("2", "end"));
+  EXPECT_EQ(seen, 2);
+}
+
+TEST(PublisherTest, FirstOfAnUpstreamWithoutAnAdmittedValueOnlyEnds) {
+  const auto none = [](int) { return false; };
+  EXPECT_THAT(eventsOf(Publisher<int>::sequence({1, 2}).first(none)), ElementsAre("end"));
+  EXPECT_THAT(eventsOf(Publisher<int>::fail(TestError{"broken"}).first(none)), ElementsAre("failed: broken"));
+}
+
 TEST(PublisherTest, FlatMapMergesInTheOrderInWhichInnerProducersYield) {
   std::vector<Promise<int>> promises(2);
   Recorder<int> recorder;

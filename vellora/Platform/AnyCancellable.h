@@ -28,6 +28,9 @@ class [[nodiscard]] AnyCancellable {
     if (const auto scope = std::exchange(scope_, std::nullopt)) scope->end();
   }
 
+  /// Lets the subscription go on without its token, until it ends by itself or with what it waits for.
+  void detach() && { scope_.reset(); }
+
   void swap(AnyCancellable& other) noexcept { std::swap(scope_, other.scope_); }
 
  private:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <functional>
 #include <memory>
 #include <type_traits>
@@ -97,6 +98,14 @@ class Publisher {
   [[nodiscard]] auto tryMap(F transform) const {
     using U = typename std::remove_cvref_t<std::invoke_result_t<F&, T>>::Value;
     return Publisher<U>::template make<detail::TryMapSource<T, U, F>>(source_, std::move(transform));
+  }
+
+  /// Passes on the first value that `admits`, then cancels upstream and ends; of an upstream that ends
+  /// without one, only the end.
+  template <class P>
+  requires std::predicate<P&, const T&>
+  [[nodiscard]] Publisher first(P admits) const {
+    return make<detail::FirstSource<T, P>>(source_, std::move(admits));
   }
 
   /// Replaces the error of a failure by what `transform` makes of it.

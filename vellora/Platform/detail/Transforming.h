@@ -80,6 +80,49 @@ class TryMapSource final : public Source<U> {
   const F transform_;
 };
 
+/// Passes on the first value that a predicate admits, cancels upstream and ends.
+template <class T, class P>
+class FirstSource final : public Source<T> {
+ public:
+  FirstSource(SourcePtr<T> upstream, P admits) : upstream_(std::move(upstream)), admits_(std::move(admits)) {}
+
+  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const override {
+    const SubscriptionScope own = scope.child();
+    upstream_->subscribe(std::make_shared<FirstObserver>(std::move(observer), admits_, scope, own), own);
+  }
+
+ private:
+  class FirstObserver final : public Observer<T> {
+   public:
+    FirstObserver(std::shared_ptr<Observer<T>> downstream, P admits, SubscriptionScope outer,
+                  SubscriptionScope own)
+        : downstream_(std::move(downstream)),
+          admits_(std::move(admits)),
+          outer_(std::move(outer)),
+          own_(std::move(own)) {}
+
+    void receive(T value) override {
+      if (!own_.isActive() || !admits_(std::as_const(value))) return;
+      own_.end();
+      downstream_->receive(std::move(value));
+      if (outer_.isActive()) downstream_->complete({});
+    }
+
+    void complete(Completion completion) override {
+      if (own_.end()) downstream_->complete(std::move(completion));
+    }
+
+   private:
+    const std::shared_ptr<Observer<T>> downstream_;
+    P admits_;
+    const SubscriptionScope outer_;
+    const SubscriptionScope own_;
+  };
+
+  const SourcePtr<T> upstream_;
+  const P admits_;
+};
+
 /// Replaces an error.
 template <class T, class F>
 class MapErrorSource final : public Source<T> {
