@@ -1,0 +1,53 @@
+#include "vellora/Platform/JsonDocument.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+namespace vellora::json {
+namespace {
+
+std::string_view textOf(const Document& document) {
+  std::string_view text;
+  return document.root().get(text) ? "no text" : text;
+}
+
+TEST(JsonDocumentTest, LeavesTheBytesAsTheyAre) {
+  const std::string text = R"(  "a\u00e9"  )";
+  const Data data(text);
+  Document document;
+  ASSERT_FALSE(document.parse(data).has_value());
+  EXPECT_EQ(textOf(document), "aé");
+  EXPECT_EQ(data.view(), text);
+}
+
+TEST(JsonDocumentTest, SharesNothingWithAnotherOneOfItsThread) {
+  Document first;
+  ASSERT_FALSE(first.parse(Data(std::string(R"("first")"))).has_value());
+  {
+    Document second;
+    ASSERT_FALSE(second.parse(Data(std::string(R"("second")"))).has_value());
+    EXPECT_EQ(textOf(second), "second");
+  }
+  EXPECT_EQ(textOf(first), "first");
+}
+
+TEST(JsonDocumentTest, ReadsAfterATextThatItRefused) {
+  Document document;
+  EXPECT_TRUE(document.parse(Data(std::string("[1,"))).has_value());
+  ASSERT_FALSE(document.parse(Data(std::string(R"("a")"))).has_value());
+  EXPECT_EQ(textOf(document), "a");
+}
+
+TEST(JsonDocumentTest, ReadsTextsOnBothSidesOfTheSizeThatAParserIsKeptFor) {
+  for (const std::size_t size : {std::size_t{4} << 20U, (std::size_t{4} << 20U) + 1, std::size_t{10}}) {
+    const std::string text(size - 2, 'a');
+    Document document;
+    ASSERT_FALSE(document.parse(Data('"' + text + '"')).has_value());
+    EXPECT_EQ(textOf(document), text);
+  }
+}
+
+}  // namespace
+}  // namespace vellora::json
