@@ -24,7 +24,8 @@ class URLComponents {
 
   /// Replaces the query by `items`, in order, joined with "&". In names and values only the characters
   /// A-Z a-z 0-9 ! $ ' ( ) * + , - . / : ; ? @ _ ~ stand for themselves; every other byte is
-  /// percent-encoded in upper-case hexadecimal, "%" included. An empty value gives "name=".
+  /// percent-encoded in upper-case hexadecimal, "%" included. An empty value gives "name="; no items at all
+  /// give no query.
   void setQueryItems(const std::vector<URLQueryItem>& items);
 
   /// The URL that the components form; no value when they form none.
