@@ -27,6 +27,11 @@ std::int64_t nextGeneration(SQLiteDatabase& database) {
   return next.step() ? next.integer(0) : 0;
 }
 
+std::optional<std::int64_t> generationOf(SQLiteDatabase& database, const std::string& key) {
+  SQLiteStatement found = database.statement("SELECT generation FROM vellora_blob WHERE name = ?");
+  return found.bind(key).step() ? std::optional(found.integer(0)) : std::nullopt;
+}
+
 void removeBlob(SQLiteDatabase& database, const std::string& key) {
   database.statement("DELETE FROM vellora_blob WHERE name = ?").bind(key).step();
 }
@@ -74,6 +79,7 @@ bool SQLiteCache::save(const Data& data, const std::string& key) {
         .bind(checksum(key, generation, data.view()))
         .bind(data.view())
         .step();
+    if (generationOf(database, key) != generation) database.noteDamage();
     transaction.commit();
   });
 }

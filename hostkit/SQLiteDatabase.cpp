@@ -87,6 +87,10 @@ void SQLiteDatabase::note(int code) {
   if (failure_ == SQLITE_OK) failure_ = code;
 }
 
+void SQLiteDatabase::noteDamage() {
+  note(SQLITE_CORRUPT_INDEX);
+}
+
 bool SQLiteDatabase::inTransaction() const {
   return sqlite3_get_autocommit(handle_) == 0;
 }

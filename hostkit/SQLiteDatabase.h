@@ -41,6 +41,11 @@ class SQLiteDatabase {
   void run(std::string_view sql);
 
   void note(int code);
+
+  /// Remembers, as a failure, that the file was found damaged where SQLite did not notice: what was written
+  /// cannot be found again.
+  void noteDamage();
+
   [[nodiscard]] bool failed() const { return failure_ != 0; }
   [[nodiscard]] int failure() const { return failure_; }  ///< SQLite's result code, 0 when there is none
   void clearFailure() { failure_ = 0; }

@@ -1,5 +1,6 @@
 #include "hostkit/SQLiteRows.h"
 
+#include <algorithm>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -94,14 +95,21 @@ std::int64_t nextSequence(SQLiteDatabase& database) {
   return next.step() ? next.integer(0) : 0;
 }
 
-void removeKey(SQLiteDatabase& database, const std::string& tableKey, const std::string& dataKey) {
-  std::optional<std::int64_t> sequence;
-  {
-    SQLiteStatement found =
-        database.statement("SELECT sequence FROM vellora_row WHERE table_name = ? AND data_key = ?");
-    if (found.bind(tableKey).bind(dataKey).step()) sequence = found.integer(0);
-  }
-  if (sequence) remove(database, *sequence);
+std::optional<std::int64_t> sequenceOf(SQLiteDatabase& database, const std::string& tableKey,
+                                       const std::string& dataKey) {
+  SQLiteStatement found =
+      database.statement("SELECT sequence FROM vellora_row WHERE table_name = ? AND data_key = ?");
+  return found.bind(tableKey).bind(dataKey).step() ? std::optional(found.integer(0)) : std::nullopt;
+}
+
+bool indexHolds(SQLiteDatabase& database, const std::string& tableKey, std::int64_t sequence,
+                const Meta& meta) {
+  return std::all_of(meta.begin(), meta.end(), [&](const auto& pair) {
+    SQLiteStatement found = database.statement(
+        "SELECT 1 FROM vellora_meta INDEXED BY vellora_meta_pair"
+        " WHERE table_name = ? AND name = ? AND value = ? AND sequence = ?");
+    return found.bind(tableKey).bind(pair.first).bind(pair.second).bind(sequence).step();
+  });
 }
 
 void writePairs(SQLiteDatabase& database, const std::string& tableKey, std::int64_t sequence,
@@ -179,7 +187,7 @@ std::vector<Header> readHeaders(SQLiteDatabase& database, const std::string& tab
 
 void write(SQLiteDatabase& database, const std::string& tableKey, const CorvaneSDK::Row& row,
            const Data& data, Date written) {
-  removeKey(database, tableKey, row.dataKey);
+  if (const auto earlier = sequenceOf(database, tableKey, row.dataKey)) remove(database, *earlier);
   const std::string meta = encodedMeta(row.meta);
   const RowBytes bytes{nextSequence(database), row.dataKey, written.secondsSinceReferenceDate(), meta,
                        data.view()};
@@ -196,6 +204,9 @@ void write(SQLiteDatabase& database, const std::string& tableKey, const CorvaneS
       .bind(bytes.data)
       .step();
   writePairs(database, tableKey, bytes.sequence, row.meta);
+  const bool found = sequenceOf(database, tableKey, row.dataKey) == bytes.sequence &&
+                     indexHolds(database, tableKey, bytes.sequence, row.meta);
+  if (!found) database.noteDamage();
 }
 
 void remove(SQLiteDatabase& database, std::int64_t sequence) {

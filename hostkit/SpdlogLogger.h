@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "vellora/Host/Logger.h"
+#include "vellora/Platform/Result.h"
+
+namespace vellora::hostkit {
+
+/// Why a log file cannot be written.
+struct LogFileError {
+  std::string path;
+  std::string detail;  ///< the system's own words
+
+  /// What is wrong, where, and what to do about it.
+  [[nodiscard]] std::string localizedDescription() const;
+
+  friend bool operator==(const LogFileError&, const LogFileError&) = default;
+};
+
+/// A `Logger` that writes to standard error or to a file: one line per message, with date and time in UTC and
+/// the level. Control characters in a message are written as escapes, so that text from a server can neither
+/// forge a line nor drive a terminal.
+///
+/// Ownership: closes its file at the end; standard error stays open.
+/// Threads: every call may come from any thread; lines are never mixed.
+/// Errors: a line that cannot be written is dropped; logging never fails a caller.
+class SpdlogLogger final : public CorvaneSDK::Logger {
+ public:
+  /// What is written.
+  enum class Level {
+    off,    ///< nothing
+    error,  ///< errors only
+    info,   ///< everything
+  };
+
+  /// The level of that name ("off", "error", "info"); absent for any other.
+  [[nodiscard]] static std::optional<Level> levelNamed(std::string_view name);
+
+  [[nodiscard]] static std::shared_ptr<SpdlogLogger> toStandardError(Level level);
+
+  /// Appends to the file `path`, which is created with mode 0600 when it is not there.
+  [[nodiscard]] static Result<std::shared_ptr<SpdlogLogger>> toFile(const std::string& path, Level level);
+
+  ~SpdlogLogger() override;
+
+  void log(std::string_view message, CorvaneSDK::LogLevel level) override;
+
+ private:
+  class Implementation;
+  explicit SpdlogLogger(std::unique_ptr<Implementation> implementation);
+
+  const std::unique_ptr<Implementation> implementation_;
+};
+
+}  // namespace vellora::hostkit

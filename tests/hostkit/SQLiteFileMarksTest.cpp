@@ -1,0 +1,75 @@
+#include "hostkit/SQLiteFileMarks.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+#include "hostkit/SQLiteCacheFile.h"
+#include "tests/hostkit/SQLiteFiles.h"
+#include "tests/hostkit/TemporaryFolder.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+class SQLiteFileMarksTest : public testing::Test {
+ protected:
+  SQLiteFileMarksTest() {
+    EXPECT_TRUE(sqliteCacheFile::open(path, std::chrono::milliseconds(1)).hasValue());
+    ours = fileBytes(path);
+  }
+
+  /// What `bytes` are taken for, as a file.
+  [[nodiscard]] SQLiteFileKind kindOf(const std::string& bytes) const {
+    writeFile(path, bytes);
+    return kindOfFile(path);
+  }
+
+  [[nodiscard]] static std::string without(std::string bytes, std::size_t offset) {
+    bytes.replace(offset, 1, 1, static_cast<char>(~bytes[offset]));
+    return bytes;
+  }
+
+  static constexpr std::size_t magic = 3;
+  static constexpr std::size_t id = 70;
+  TemporaryFolder folder;
+  const std::string path = folder.file("cache.db");
+  std::string ours;
+};
+
+TEST_F(SQLiteFileMarksTest, KnowsOurFilesByThreeMarks) {
+  EXPECT_EQ(kindOf(ours), SQLiteFileKind::ours);
+}
+
+TEST_F(SQLiteFileMarksTest, TwoMarksOfThreeMakeADamagedFileOfOurs) {
+  const std::size_t table = ours.find("CREATE TABLE vellora_blob(");
+  EXPECT_EQ(kindOf(without(ours, magic)), SQLiteFileKind::damaged);
+  EXPECT_EQ(kindOf(without(ours, id)), SQLiteFileKind::damaged);
+  EXPECT_EQ(kindOf(without(ours, table)), SQLiteFileKind::damaged);
+}
+
+TEST_F(SQLiteFileMarksTest, OneMarkMakesNoFileOfOurs) {
+  const std::size_t table = ours.find("CREATE TABLE vellora_blob(");
+  EXPECT_EQ(kindOf(without(without(ours, magic), id)), SQLiteFileKind::foreign);
+  EXPECT_EQ(kindOf(without(without(ours, magic), table)), SQLiteFileKind::foreign);
+  EXPECT_EQ(kindOf(without(without(ours, id), table)), SQLiteFileKind::foreign);
+  EXPECT_EQ(kindOf(ours.substr(0, 60)), SQLiteFileKind::foreign);
+  EXPECT_EQ(kindOf("S"), SQLiteFileKind::foreign);
+}
+
+TEST_F(SQLiteFileMarksTest, TellsANewerVersionByItsNumber) {
+  std::string newer = ours;
+  newer.at(63) = 2;
+  EXPECT_EQ(kindOf(newer), SQLiteFileKind::newer);
+}
+
+TEST_F(SQLiteFileMarksTest, TellsAbsentFromEmpty) {
+  EXPECT_EQ(kindOf(""), SQLiteFileKind::empty);
+  EXPECT_EQ(kindOfFile(folder.file("none")), SQLiteFileKind::absent);
+  EXPECT_EQ(kindOfFile(folder.path().string()), SQLiteFileKind::foreign);
+  EXPECT_EQ(kindOfFile(path + "/below"), SQLiteFileKind::unreadable);
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests
