@@ -1,0 +1,98 @@
+#include "apps/vellora/Arguments.h"
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <map>
+#include <utility>
+
+#include "apps/vellora/DefaultCacheFile.h"
+
+namespace vellora::command {
+
+namespace {
+
+using Level = hostkit::SpdlogLogger::Level;
+
+const std::map<std::string, Level> logLevels{{"off", Level::off}, {"error", Level::error}, {"info", Level::info}};
+
+const char* const footer =
+    "Exit codes: 0 every key answered, 1 unexpected, 2 usage, 3 answered but some keys have no entry,\n"
+    "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used, 130 interrupted.";
+
+void addOptions(CLI::App& app, Arguments& arguments) {
+  app.add_option("--server", arguments.server, "The records server, such as https://records.example")
+      ->envname("VELLORA_SERVER")
+      ->type_name("URL");
+  app.add_option("--token-file", arguments.tokenFile, "File with the bearer token; - is standard input")
+      ->type_name("FILE");
+  app.add_option("--theme", arguments.theme, "Theme of colours and icons")->capture_default_str()->type_name("NAME");
+  app.add_option("--cache", arguments.cacheFile, "Cache file; by default one for each server in your cache folder")
+      ->type_name("FILE");
+  app.add_option("--cache-timeout", arguments.cacheTimeout, "Age at which cached data expires")
+      ->capture_default_str()
+      ->type_name("SECONDS");
+  app.add_option("--wait", arguments.wait, "How long to wait for the answer")
+      ->capture_default_str()
+      ->type_name("SECONDS");
+  app.add_flag("--json", arguments.json, "Print one JSON document instead of a table");
+  app.add_option("--log", arguments.logLevel, "Library log: off, error or info; off by default")
+      ->transform(CLI::Transformer(logLevels))
+      ->type_name("LEVEL");
+  app.add_option("--log-file", arguments.logFile, "Write the log there instead of to standard error")
+      ->type_name("FILE");
+  app.add_flag("!--no-color", arguments.color, "Never print colours; NO_COLOR does the same");
+}
+
+CLI::App* addCommand(CLI::App& app, Arguments& arguments, const std::string& name, const std::string& help,
+                     Arguments::Command command) {
+  auto* sub = app.add_subcommand(name, help + "; - reads them from standard input, one a line");
+  sub->add_option("NAME", arguments.keys, "API names of object types")->required();
+  sub->callback([&arguments, command] { arguments.command = command; });
+  return sub->fallthrough();
+}
+
+std::optional<std::string> complaintAbout(const Arguments& arguments) {
+  if (arguments.server.empty()) return "no server: give --server URL or set VELLORA_SERVER";
+  if (!(arguments.cacheTimeout >= 0)) return "--cache-timeout must be a number of seconds, 0 or more";
+  if (!(arguments.wait > 0)) return "--wait must be a number of seconds above 0";
+  if (arguments.readsKeys() && arguments.tokenFile == "-") {
+    return "standard input cannot give both the token and the names: put the token into a file";
+  }
+  return std::nullopt;
+}
+
+Problem usage(const std::string& what) { return {ExitCode::usage, what + "; see vellora --help"}; }
+
+}  // namespace
+
+std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* const* argv) {
+  Arguments arguments;
+  CLI::App app("Looks at the metadata of a business-records server.", "vellora");
+  app.set_version_flag("--version", "vellora " VELLORA_VERSION);
+  app.footer(footer);
+  app.require_subcommand(1);
+  addOptions(app, arguments);
+  addCommand(app, arguments, "search-layouts", "Columns that search results of the object types show",
+             Arguments::Command::searchLayouts);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    const auto subcommands = app.get_subcommands();
+    return HelpText{subcommands.empty() ? app.help() : subcommands.front()->help()};
+  } catch (const CLI::CallForVersion& version) {
+    return HelpText{std::string(version.what()) + "\n"};
+  } catch (const CLI::Error& error) {
+    const auto unknown = app.remaining();
+    const bool hasCommand = !app.get_subcommands().empty();
+    return usage(hasCommand || unknown.empty() ? error.what() : "there is no command " + unknown.front());
+  }
+  if (const auto complaint = complaintAbout(arguments)) return usage(*complaint);
+  if (arguments.cacheFile.empty()) {
+    const auto file = defaultCacheFile(arguments.server);
+    if (!file) return usage("no folder for the cache: set HOME or XDG_CACHE_HOME, or give --cache FILE");
+    arguments.cacheFile = *file;
+  }
+  return arguments;
+}
+
+}  // namespace vellora::command

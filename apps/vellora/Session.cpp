@@ -1,0 +1,162 @@
+#include "apps/vellora/Session.h"
+
+#include <condition_variable>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <mutex>
+#include <utility>
+
+#include "hostkit/CurlNetwork.h"
+#include "hostkit/SQLiteCache.h"
+#include "hostkit/SpdlogLogger.h"
+
+namespace vellora::command {
+
+using CorvaneSDK::LogLevel;
+
+/// Remembers the first thing that went wrong with a request: no answer, or one that the library could not use.
+class Session::Failures {
+ public:
+  void note(const hostkit::RequestOutcome& outcome) {
+    const std::lock_guard lock(mutex_);
+    lastPath_ = outcome.path;
+    lastStatus_ = outcome.statusCode;
+    if (outcome.error && !first_) first_ = outcome.error->text;
+  }
+
+  void note(std::string_view errorLine) {
+    const std::lock_guard lock(mutex_);
+    if (first_ || lastPath_.empty()) return;
+    first_ = "the answer of the server to " + lastPath_ + " (status " + std::to_string(lastStatus_) +
+             ") cannot be used: " + std::string(errorLine);
+  }
+
+  [[nodiscard]] std::optional<std::string> first() const {
+    const std::lock_guard lock(mutex_);
+    return first_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::string lastPath_;
+  int lastStatus_ = 0;
+  std::optional<std::string> first_;
+};
+
+/// Passes lines on, and notes the errors.
+class Session::NotingLogger final : public CorvaneSDK::Logger {
+ public:
+  NotingLogger(std::shared_ptr<Failures> failures, std::shared_ptr<CorvaneSDK::Logger> next)
+      : failures_(std::move(failures)), next_(std::move(next)) {}
+
+  void log(std::string_view message, LogLevel level) override {
+    if (level == LogLevel::error) failures_->note(message);
+    next_->log(message, level);
+  }
+
+ private:
+  const std::shared_ptr<Failures> failures_;
+  const std::shared_ptr<CorvaneSDK::Logger> next_;
+};
+
+/// Passes requests on, and knows how many of their completions are running.
+class Session::SettlingNetwork final : public CorvaneSDK::Network {
+ public:
+  explicit SettlingNetwork(std::shared_ptr<CorvaneSDK::Network> next) : next_(std::move(next)) {}
+
+  void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override {
+    next_->sendRequest(request, [running = running_, completion = std::move(completion)](auto data, auto error,
+                                                                                         auto response) {
+      running->add(1);
+      completion(std::move(data), std::move(error), std::move(response));
+      running->add(-1);
+    });
+  }
+
+  void settle() const { running_->waitForZero(); }
+
+ private:
+  class Count {
+   public:
+    void add(int difference) {
+      const std::lock_guard lock(mutex_);
+      count_ += difference;
+      if (count_ == 0) zero_.notify_all();
+    }
+
+    void waitForZero() {
+      std::unique_lock lock(mutex_);
+      zero_.wait(lock, [this] { return count_ == 0; });
+    }
+
+   private:
+    std::mutex mutex_;
+    std::condition_variable zero_;
+    int count_ = 0;
+  };
+
+  const std::shared_ptr<CorvaneSDK::Network> next_;
+  const std::shared_ptr<Count> running_ = std::make_shared<Count>();  // completions may outlive the network
+};
+
+namespace {
+
+Result<std::shared_ptr<CorvaneSDK::Logger>> openLog(const Arguments& arguments) {
+  if (!arguments.logFile) {
+    return std::shared_ptr<CorvaneSDK::Logger>(hostkit::SpdlogLogger::toStandardError(arguments.logLevel));
+  }
+  auto logger = hostkit::SpdlogLogger::toFile(*arguments.logFile, arguments.logLevel);
+  if (!logger) return logger.error();
+  return std::shared_ptr<CorvaneSDK::Logger>(std::move(logger).value());
+}
+
+/// The token in a file or on standard input, without the line end behind it.
+std::variant<std::optional<std::string>, Problem> readToken(const std::optional<std::string>& file) {
+  if (!file) return std::nullopt;
+  std::ifstream stream;
+  if (*file != "-") stream.open(*file, std::ios::binary);
+  auto& in = *file == "-" ? std::cin : stream;
+  std::string token{std::istreambuf_iterator<char>(in), {}};
+  if (!in) return Problem{ExitCode::usage, "cannot read the token file " + *file};
+  while (token.ends_with('\n') || token.ends_with('\r')) token.pop_back();
+  if (token.empty()) return Problem{ExitCode::usage, "there is no token in " + *file};
+  return std::optional(std::move(token));
+}
+
+}  // namespace
+
+std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& arguments) {
+  auto token = readToken(arguments.tokenFile);
+  if (const auto* problem = std::get_if<Problem>(&token)) return *problem;
+
+  const auto failures = std::make_shared<Failures>();
+  hostkit::CurlNetwork::Options options{.server = arguments.server};
+  options.token = [token = std::get<0>(std::move(token))] { return token; };
+  options.observer = [failures](const hostkit::RequestOutcome& outcome) { failures->note(outcome); };
+  auto network = hostkit::CurlNetwork::make(std::move(options));
+  if (!network) return Problem{ExitCode::usage, network.error().localizedDescription()};
+
+  auto log = openLog(arguments);
+  if (!log) return Problem{ExitCode::usage, log.error().localizedDescription()};
+
+  auto cache = hostkit::SQLiteCache::open(arguments.cacheFile);
+  if (!cache) return Problem{ExitCode::cacheUnusable, cache.error().localizedDescription()};
+
+  const auto settling = std::make_shared<SettlingNetwork>(std::move(network).value());
+  return std::unique_ptr<Session>(
+      new Session(failures, settling,
+                  {settling, std::move(cache).value(),
+                   std::make_shared<NotingLogger>(failures, std::move(log).value())}));
+}
+
+Session::Session(std::shared_ptr<Failures> failures, std::shared_ptr<SettlingNetwork> network, RequiredAPI api)
+    : failures_(std::move(failures)), network_(std::move(network)), api_(std::move(api)) {}
+
+Session::~Session() = default;
+
+void Session::settle() const { network_->settle(); }
+
+std::optional<std::string> Session::failure() const { return failures_->first(); }
+
+}  // namespace vellora::command

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "apps/vellora/Arguments.h"
+#include "apps/vellora/Problem.h"
+#include "vellora/Host/RequiredAPI.h"
+
+namespace vellora::command {
+
+/// The host that one run of the command is: its network, its cache file and its log; and what went wrong in them.
+///
+/// Threads: `failure` may be called while requests run.
+class Session {
+ public:
+  /// Opens log, cache and network as the arguments say.
+  [[nodiscard]] static std::variant<std::unique_ptr<Session>, Problem> open(const Arguments& arguments);
+
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  [[nodiscard]] const RequiredAPI& api() const noexcept { return api_; }
+
+  /// Waits until the library has done with the answers that came. It caches some of them only after it has passed
+  /// them on, and must not be torn down in between.
+  void settle() const;
+
+  /// Which request failed first, and why; no value when none did.
+  [[nodiscard]] std::optional<std::string> failure() const;
+
+ private:
+  class Failures;
+  class NotingLogger;
+  class SettlingNetwork;
+
+  Session(std::shared_ptr<Failures> failures, std::shared_ptr<SettlingNetwork> network, RequiredAPI api);
+
+  const std::shared_ptr<Failures> failures_;
+  const std::shared_ptr<SettlingNetwork> network_;
+  const RequiredAPI api_;
+};
+
+}  // namespace vellora::command

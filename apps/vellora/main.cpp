@@ -1,0 +1,60 @@
+#include <signal.h>
+#include <unistd.h>
+
+#include <exception>
+#include <iostream>
+#include <variant>
+
+#include "apps/vellora/Arguments.h"
+#include "apps/vellora/Keys.h"
+#include "apps/vellora/Output.h"
+#include "apps/vellora/SearchLayouts.h"
+#include "apps/vellora/Session.h"
+
+namespace {
+
+using namespace vellora::command;
+
+// Nothing needs tidying up: the cache file survives an end at any moment.
+extern "C" void onInterrupt(int) { ::_exit(static_cast<int>(ExitCode::interrupted)); }
+
+void setUpSignals() {
+  struct sigaction interrupt {};
+  interrupt.sa_handler = onInterrupt;
+  ::sigaction(SIGINT, &interrupt, nullptr);
+  struct sigaction ignore {};
+  ignore.sa_handler = SIG_IGN;
+  ::sigaction(SIGPIPE, &ignore, nullptr);  // a reader that left shows as a failed write
+}
+
+ExitCode runCommand(const Arguments& arguments) {
+  const auto keys = keysToLookUp(arguments, std::cin);
+  const auto opened = Session::open(arguments);
+  if (const auto* problem = std::get_if<Problem>(&opened)) return complain(*problem);
+  const Session& session = *std::get<0>(opened);
+  switch (arguments.command) {
+    case Arguments::Command::searchLayouts:
+      return run(searchLayouts(arguments, session), keys, arguments, session);
+  }
+  return ExitCode::unexpected;
+}
+
+ExitCode start(int argc, const char* const* argv) {
+  const auto parsed = parseArguments(argc, argv);
+  if (const auto* problem = std::get_if<Problem>(&parsed)) return complain(*problem);
+  if (const auto* help = std::get_if<HelpText>(&parsed)) {
+    return print(help->text) ? ExitCode::answered : ExitCode::unexpected;
+  }
+  return runCommand(std::get<Arguments>(parsed));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  setUpSignals();
+  try {
+    return static_cast<int>(start(argc, argv));
+  } catch (const std::exception& error) {
+    return static_cast<int>(complain({ExitCode::unexpected, error.what()}));
+  }
+}
