@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <future>
 #include <memory>
 #include <optional>
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "tests/support/Requests.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/ScriptedServer.h"
 
 namespace vellora::hostkit {
@@ -29,6 +29,7 @@ using testing::Not;
 using testing::StartsWith;
 using tests::closedPort;
 using tests::get;
+using tests::ScopedEnvironment;
 using tests::ScriptedServer;
 using Then = ScriptedServer::Then;
 
@@ -408,13 +409,26 @@ TEST_F(CurlNetworkTest, TheTokenIsInNoErrorEvenIfTheServerSendsItBack) {
 TEST_F(CurlNetworkTest, AProxyOfTheEnvironmentIsNotAskedForALoopbackServer) {
   ScriptedServer proxy;
   proxy.replyAlways(ScriptedServer::http("200 OK", "from the proxy"));
-  ::setenv("http_proxy", proxy.url().c_str(), 1);
-  ::setenv("all_proxy", proxy.url().c_str(), 1);
+  const ScopedEnvironment httpProxy("http_proxy", proxy.url());
+  const ScopedEnvironment anyProxy("all_proxy", proxy.url());
+  const ScopedEnvironment noException("no_proxy", "");
   remake({.server = server.url()});
   server.reply(ScriptedServer::http("200 OK", "from the server"));
   EXPECT_EQ(ask("/theme").body(), "from the server");
-  ::unsetenv("http_proxy");
-  ::unsetenv("all_proxy");
+  network.reset();
+  EXPECT_EQ(proxy.connections(), 0U);
+}
+
+TEST_F(CurlNetworkTest, NoProxySeesWhatGoesWithoutTls) {
+  ScriptedServer proxy;
+  proxy.replyAlways(ScriptedServer::http("200 OK", "from the proxy"));
+  const ScopedEnvironment httpProxy("http_proxy", proxy.url());
+  const ScopedEnvironment noException("no_proxy", "");
+  // This machine too, but not by a loopback address.
+  remake({.server = "http://0.0.0.0:" + std::to_string(server.port())});
+  server.reply(ScriptedServer::http("200 OK", "from the server"));
+  EXPECT_EQ(ask("/theme").body(), "from the server");
+  network.reset();
   EXPECT_EQ(proxy.connections(), 0U);
 }
 
