@@ -23,7 +23,8 @@ Checksum& Checksum::add(std::int64_t number) {
 }
 
 Checksum& Checksum::add(Date date) {
-  return add(std::bit_cast<std::int64_t>(date.secondsSinceReferenceDate()));
+  return add(std::bit_cast<std::int64_t>(date.secondsSinceReferenceDate() +
+                                         0.0));  // a database keeps no negative zero
 }
 
 void Checksum::addBytes(const void* bytes, std::size_t size) {

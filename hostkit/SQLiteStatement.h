@@ -12,8 +12,8 @@ class SQLiteDatabase;
 /// One run of a prepared statement: bind, then step until false. All content is bound and read as bytes, so
 /// that any byte, NUL included, survives.
 ///
-/// Ownership: borrowed from the database, which keeps it prepared; do not run the same statement twice at
-/// once. Errors: the database remembers its first failure; after one, `step` returns false.
+/// Ownership: borrowed from the database, which keeps it prepared; one text is one run at a time.
+/// Errors: the database remembers its first failure; after one, `step` returns false.
 class SQLiteStatement {
  public:
   /// `statement` may be null, which is a statement that could not be prepared.

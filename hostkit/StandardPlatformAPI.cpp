@@ -2,7 +2,39 @@
 
 #include <utility>
 
+#include "hostkit/CoalescingNetwork.h"
+#include "hostkit/MemoryCache.h"
+#include "hostkit/SQLiteCache.h"
+#include "hostkit/SpdlogLogger.h"
+
 namespace vellora::hostkit {
+
+namespace {
+
+Result<std::shared_ptr<CorvaneSDK::Cache>> makeCache(const std::optional<std::string>& file) {
+  if (!file) return std::shared_ptr<CorvaneSDK::Cache>(std::make_shared<MemoryCache>());
+  auto opened = SQLiteCache::open(*file);
+  if (!opened) return opened.error();
+  return std::shared_ptr<CorvaneSDK::Cache>(std::move(opened).value());
+}
+
+}  // namespace
+
+Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options options) {
+  CurlNetwork::Options networkOptions;
+  networkOptions.server = std::move(options.server);
+  networkOptions.token = std::move(options.token);
+  // The network first: a mistyped address should leave no cache file behind.
+  auto network = CurlNetwork::make(std::move(networkOptions));
+  if (!network) return network.error();
+  auto cache = makeCache(options.cacheFile);
+  if (!cache) return cache.error();
+  auto logger = std::move(options.logger);
+  if (!logger) logger = SpdlogLogger::toStandardError(SpdlogLogger::Level::off);
+  return std::make_shared<StandardPlatformAPI>(
+      std::make_shared<CoalescingNetwork>(std::move(network).value()), std::move(cache).value(),
+      std::move(logger));
+}
 
 StandardPlatformAPI::StandardPlatformAPI(std::shared_ptr<CorvaneSDK::Network> network,
                                          std::shared_ptr<CorvaneSDK::Cache> cache,

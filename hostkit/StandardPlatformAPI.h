@@ -1,18 +1,38 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 
+#include "hostkit/CurlNetwork.h"
 #include "vellora/Host/PlatformAPI.h"
+#include "vellora/Platform/Result.h"
 
 namespace vellora::hostkit {
 
 /// A `PlatformAPI` made of the three facilities that it is given, each of any kind: the ready-made ones or
-/// your own. Null stays null: the host then grants none of that kind.
+/// your own. Null stays null: the host then grants none of that kind. `make` builds the ready-made ones.
 ///
-/// Ownership: shares each facility; the library takes its own handles, so this object may go once the library
-/// is constructed. Threads: immutable, hence safe to read from several threads.
+/// Ownership: shares each facility; the library takes its own handles and needs this object only while it is
+/// being constructed.
+/// Threads: immutable, hence safe to read from several threads.
+/// Errors: `make` tells the `CurlNetworkError` or the `SQLiteCacheError` of the facility that cannot be had.
 class StandardPlatformAPI final : public CorvaneSDK::PlatformAPI {
  public:
+  struct Options {
+    /// The records server's address, such as "https://records.example".
+    std::string server;
+    /// Gives the bearer token; see `CurlNetwork`.
+    CurlNetwork::TokenProvider token = {};
+    /// Where a `SQLiteCache` is kept; absent: a `MemoryCache`, which forgets everything with the process.
+    std::optional<std::string> cacheFile = {};
+    /// Null: nothing is logged.
+    std::shared_ptr<CorvaneSDK::Logger> logger = {};
+  };
+
+  /// A host of the ready-made facilities. Equal requests under way at the same time share one.
+  [[nodiscard]] static Result<std::shared_ptr<StandardPlatformAPI>> make(Options options);
+
   StandardPlatformAPI(std::shared_ptr<CorvaneSDK::Network> network, std::shared_ptr<CorvaneSDK::Cache> cache,
                       std::shared_ptr<CorvaneSDK::Logger> logger);
 

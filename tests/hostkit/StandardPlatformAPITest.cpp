@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
-#include <utility>
+
+#include "hostkit/SQLiteCacheError.h"
+#include "tests/hostkit/TemporaryFolder.h"
 
 namespace vellora::hostkit {
 namespace {
@@ -36,6 +40,66 @@ TEST(StandardPlatformAPITest, GrantsNothingOfAKindThatItWasNotGiven) {
   EXPECT_EQ(api.network(), nullptr);
   EXPECT_EQ(api.cache(), nullptr);
   EXPECT_EQ(api.logger(), nullptr);
+}
+
+TEST(StandardPlatformAPITest, MakesTheReadyMadeFacilities) {
+  const tests::TemporaryFolder folder;
+  const auto logger = std::make_shared<SilentLogger>();
+  StandardPlatformAPI::Options options;
+  options.server = "https://records.example";
+  options.cacheFile = folder.file("new/cache.db");
+  options.logger = logger;
+
+  const auto api = StandardPlatformAPI::make(options);
+
+  ASSERT_TRUE(api.hasValue());
+  EXPECT_NE(api.value()->network(), nullptr);
+  EXPECT_EQ(api.value()->logger(), logger);
+  ASSERT_NE(api.value()->cache(), nullptr);
+  EXPECT_TRUE(api.value()->cache()->save(Data(std::string("1")), "a"));
+  EXPECT_TRUE(std::filesystem::exists(folder.file("new/cache.db")));
+}
+
+TEST(StandardPlatformAPITest, NeedsNoMoreThanAServer) {
+  StandardPlatformAPI::Options options;
+  options.server = "https://records.example";
+
+  const auto api = StandardPlatformAPI::make(options);
+
+  ASSERT_TRUE(api.hasValue());
+  ASSERT_NE(api.value()->cache(), nullptr);
+  EXPECT_TRUE(api.value()->cache()->save(Data(std::string("1")), "a"));
+  ASSERT_NE(api.value()->logger(), nullptr);
+  testing::internal::CaptureStderr();
+  api.value()->logger()->log("failure", CorvaneSDK::LogLevel::error);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(StandardPlatformAPITest, TellsAnAddressThatCannotBeUsedAndLeavesNoCacheBehind) {
+  const tests::TemporaryFolder folder;
+  StandardPlatformAPI::Options options;
+  options.server = "records example";
+  options.cacheFile = folder.file("cache.db");
+
+  const auto api = StandardPlatformAPI::make(options);
+
+  ASSERT_FALSE(api.hasValue());
+  ASSERT_NE(api.error().as<CurlNetworkError>(), nullptr);
+  EXPECT_EQ(api.error().as<CurlNetworkError>()->kind, CurlNetworkError::Kind::invalidAddress);
+  EXPECT_FALSE(std::filesystem::exists(folder.file("cache.db")));
+}
+
+TEST(StandardPlatformAPITest, TellsACacheFileThatCannotBeUsed) {
+  const tests::TemporaryFolder folder;
+  StandardPlatformAPI::Options options;
+  options.server = "https://records.example";
+  options.cacheFile = folder.path().string();
+
+  const auto api = StandardPlatformAPI::make(options);
+
+  ASSERT_FALSE(api.hasValue());
+  ASSERT_NE(api.error().as<SQLiteCacheError>(), nullptr);
+  EXPECT_EQ(api.error().as<SQLiteCacheError>()->reason, SQLiteCacheError::Reason::foreignFile);
 }
 
 }  // namespace

@@ -1,0 +1,78 @@
+#include "hostkit/SQLiteStore.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "hostkit/SQLiteCacheFile.h"
+#include "tests/hostkit/ManualClock.h"
+#include "tests/hostkit/SQLiteFiles.h"
+#include "tests/hostkit/TemporaryFolder.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+class SQLiteStoreTest : public testing::Test {
+ protected:
+  const std::chrono::milliseconds timeout{1};
+  TemporaryFolder folder;
+  const std::string path = folder.file("cache.db");
+  ManualClock clock;
+  SQLiteStore store{sqliteCacheFile::open(path, timeout).value(), path, timeout, clock.function()};
+};
+
+TEST_F(SQLiteStoreTest, RunsAnOperationOnce) {
+  int runs = 0;
+  EXPECT_TRUE(store.perform([&runs](SQLiteDatabase&) { ++runs; }));
+  EXPECT_EQ(runs, 1);
+}
+
+TEST_F(SQLiteStoreTest, DoesNotRepeatAnOperationThatFailsOtherwise) {
+  int runs = 0;
+  EXPECT_FALSE(store.perform([&runs](SQLiteDatabase& database) {
+    ++runs;
+    database.run("SELECT * FROM nowhere");
+  }));
+  EXPECT_EQ(runs, 1);
+  EXPECT_FALSE(std::filesystem::exists(path + ".damaged-1"));
+  EXPECT_TRUE(store.perform([](SQLiteDatabase&) {}));
+}
+
+TEST_F(SQLiteStoreTest, RepeatsAnOperationThatMeetsDamageOnAFreshFile) {
+  int runs = 0;
+  EXPECT_TRUE(store.perform([&runs](SQLiteDatabase& database) {
+    if (++runs == 1) database.noteDamage();
+  }));
+  EXPECT_EQ(runs, 2);
+  EXPECT_TRUE(std::filesystem::exists(path + ".damaged-1"));
+}
+
+TEST_F(SQLiteStoreTest, SetsNoMoreThanTwoFilesAsideForOneOperation) {
+  int runs = 0;
+  EXPECT_FALSE(store.perform([&runs](SQLiteDatabase& database) {
+    ++runs;
+    database.noteDamage();
+  }));
+  EXPECT_EQ(runs, 2);
+  EXPECT_FALSE(std::filesystem::exists(path + ".damaged-3"));
+  EXPECT_TRUE(store.perform([](SQLiteDatabase&) {}));
+}
+
+TEST_F(SQLiteStoreTest, LeavesANewerVersionsFileThatTookThePlaceOfADamagedOne) {
+  RawDatabase(path).run("PRAGMA user_version = 2");
+
+  EXPECT_FALSE(store.perform([](SQLiteDatabase& database) { database.noteDamage(); }));
+
+  EXPECT_FALSE(std::filesystem::exists(path + ".damaged-1"));
+  EXPECT_FALSE(store.perform([](SQLiteDatabase&) {}));
+}
+
+TEST_F(SQLiteStoreTest, TellsTheTimeOfItsClock) {
+  EXPECT_EQ(store.date(), Date::since1970(1'700'000'000));
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests
