@@ -1,0 +1,53 @@
+#include "vellora/Models/SObjectsResponse.h"
+
+#include <gtest/gtest.h>
+
+namespace vellora {
+namespace {
+
+std::string failureOf(std::string text) {
+  const auto decoded = json::decode<SObjectsResponse>(Data(std::move(text)));
+  return decoded ? "none" : decoded.error().localizedDescription();
+}
+
+TEST(SObjectsResponseTest, ReadsTheListInTheServersOrder) {
+  const auto decoded = json::decode<SObjectsResponse>(
+      Data(R"({"encoding":"UTF-8","maxBatchSize":200,"sobjects":[)"
+           R"({"name":"B","label":"b","labelPlural":"bs","createable":true},)"
+           R"({"name":"A","label":"a","labelPlural":"as","createable":false}]})"));
+  ASSERT_TRUE(decoded);
+  EXPECT_EQ(
+      decoded.value(),
+      (SObjectsResponse{{{"B", std::nullopt, "b", "bs", true}, {"A", std::nullopt, "a", "as", false}}}));
+}
+
+TEST(SObjectsResponseTest, MayBeEmptyButNotWithoutItsList) {
+  const auto decoded = json::decode<SObjectsResponse>(Data(R"({"sobjects":[]})"));
+  ASSERT_TRUE(decoded);
+  EXPECT_TRUE(decoded.value().sObjects.empty());
+  EXPECT_EQ(failureOf("{}"), "missing key \"sobjects\" at $");
+  EXPECT_EQ(failureOf(R"({"sobjects":null})"), "expected an array at $.sobjects");
+}
+
+TEST(SObjectsResponseTest, ComparesItsKeyLetterForLetter) {
+  EXPECT_EQ(failureOf(R"({"sObjects":[]})"), "missing key \"sobjects\" at $");
+}
+
+TEST(SObjectsResponseTest, FailsAsAWholeForOneBadEntry) {
+  EXPECT_EQ(failureOf(R"({"sobjects":[{"name":"A","label":"a","labelPlural":"as","createable":true},)"
+                      R"({"name":"B","label":"b","createable":true}]})"),
+            "missing key \"labelPlural\" at $.sobjects[1]");
+  EXPECT_EQ(failureOf(R"({"sobjects":[{"name":"A","label":"a","labelPlural":"as","createable":"true"}]})"),
+            "expected a boolean at $.sobjects[0].createable");
+}
+
+TEST(SObjectsResponseTest, WritesItsListUnderTheServersKey) {
+  const auto encoded = json::encode(SObjectsResponse{{{"A", "001", "a", "as", true}}});
+  ASSERT_TRUE(encoded);
+  EXPECT_EQ(
+      encoded.value().view(),
+      R"({"sobjects":[{"name":"A","keyPrefix":"001","label":"a","labelPlural":"as","createable":true}]})");
+}
+
+}  // namespace
+}  // namespace vellora

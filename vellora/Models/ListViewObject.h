@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "vellora/Platform/Json.h"
+
+namespace vellora {
+
+/// One row of the list-view query: a list view and what it lists.
+struct ListViewObject {
+  /// The JSON keys, upper-case as the query language returns them.
+  struct CodingKeys {
+    static constexpr std::string_view id = "Id";
+    static constexpr std::string_view objectType = "SobjectType";
+  };
+
+  std::string id;
+  std::optional<std::string> objectType;  ///< API name of the type that the list view lists
+
+  static constexpr std::string_view recordName = "ListViewObject";
+  static constexpr auto fields() {
+    return std::tuple(json::field(CodingKeys::id, &ListViewObject::id, "id"),
+                      json::field(CodingKeys::objectType, &ListViewObject::objectType, "objectType"));
+  }
+
+  friend bool operator==(const ListViewObject&, const ListViewObject&) = default;
+};
+
+}  // namespace vellora
