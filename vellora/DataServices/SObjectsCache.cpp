@@ -1,0 +1,98 @@
+#include "vellora/DataServices/SObjectsCache.h"
+
+#include <string_view>
+#include <utility>
+
+#include "vellora/DataServices/SObjectsDataService.h"
+
+namespace vellora {
+
+using CorvaneSDK::Meta;
+
+namespace {
+
+using Constants = SObjectsDataService::Constants;
+using CacheEntryType = SObjectsDataService::CacheEntryType;
+
+static_assert(Constants::cacheEntryType == TimestampedTable::cacheEntryType);
+
+Meta metaOf(CacheEntryType type) {
+  return TimestampedTable::kindMeta(rawValue(type));
+}
+
+Meta metaOf(CacheEntryType type, std::string_view key, const std::string& value) {
+  Meta meta = metaOf(type);
+  meta.emplace(key, value);
+  return meta;
+}
+
+}  // namespace
+
+SObjectsCache::SObjectsCache(std::shared_ptr<CorvaneSDK::Cache> cache,
+                             std::shared_ptr<CorvaneSDK::Logger> logger, double cacheTimeout)
+    : table_(std::move(cache), std::move(logger), cacheTimeout,
+             {"OPS_SObjectsCacheTable", "ops.sobject.fetch.timestamp",
+              std::string(rawValue(CacheEntryType::sObjects))}) {}
+
+std::optional<std::vector<SObject>> SObjectsCache::cachedSObjects() const {
+  return table_.read<std::vector<SObject>>(metaOf(CacheEntryType::sObjects), "cachedSObjects()");
+}
+
+std::optional<SObject> SObjectsCache::cachedSObject(const std::optional<std::string>& name) const {
+  if (!name) return std::nullopt;
+  return table_.read<SObject>(metaOf(CacheEntryType::sObject, Constants::name, *name), "cachedSObject(for:)",
+                              ", name: " + *name + ", was retrieved from cache");
+}
+
+std::optional<std::map<std::string, std::string>> SObjectsCache::cachedKeyPrefixes() const {
+  return table_.read<std::map<std::string, std::string>>(metaOf(CacheEntryType::keyPrefixes),
+                                                         "cachedKeyPrefixes()");
+}
+
+std::optional<std::string> SObjectsCache::cachedName(const std::string& keyPrefix) const {
+  return table_.read<std::string>(metaOf(CacheEntryType::keyPrefix, Constants::keyPrefix, keyPrefix),
+                                  "cachedName(for:)",
+                                  ", keyPrefix: " + keyPrefix + ", was retrieved from cache");
+}
+
+std::optional<std::string> SObjectsCache::cachedListViewType(const std::string& id) const {
+  return table_.read<std::string>(metaOf(CacheEntryType::listView, Constants::id, id),
+                                  "cachedListViewType(for:)", ", id: " + id + ", was retrieved from cache");
+}
+
+void SObjectsCache::save(const std::vector<SObject>& sObjects) const {
+  if (!table_.write(sObjects, metaOf(CacheEntryType::sObjects), "save(_:)")) return;
+  saveKeyPrefixes(sObjects);
+  table_.saveFetchTimeStamp();
+}
+
+void SObjectsCache::save(const SObject& sObject) const {
+  table_.write(sObject, metaOf(CacheEntryType::sObject, Constants::name, sObject.name), "save(_:)",
+               ", sObject.name: " + sObject.name);
+}
+
+void SObjectsCache::saveKeyPrefixes(const std::vector<SObject>& sObjects) const {
+  std::map<std::string, std::string> names;
+  for (const auto& sObject : sObjects) {
+    if (sObject.keyPrefix) names.insert_or_assign(*sObject.keyPrefix, sObject.name);
+  }
+  table_.write(names, metaOf(CacheEntryType::keyPrefixes), "saveKeyPrefixes(_:)");
+}
+
+void SObjectsCache::saveKeyPrefix(const std::string& keyPrefix, const std::string& name) const {
+  table_.write(name, metaOf(CacheEntryType::keyPrefix, Constants::keyPrefix, keyPrefix),
+               "saveKeyPrefix(_:for:)", ", saved name: " + name + " for keyPrefix: " + keyPrefix);
+}
+
+void SObjectsCache::save(const std::optional<std::string>& listViewType, const std::string& id) const {
+  table_.write(listViewType, metaOf(CacheEntryType::listView, Constants::id, id), "save(_:for:)",
+               ", id: " + id + ", listViewType: " + listViewType.value_or("nil"));
+}
+
+void SObjectsCache::enforceCacheCount() const {
+  for (const auto type : {CacheEntryType::keyPrefix, CacheEntryType::sObject, CacheEntryType::listView}) {
+    table_.enforceCacheCount(rawValue(type));
+  }
+}
+
+}  // namespace vellora

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vellora/DataServices/TimestampedTable.h"
+#include "vellora/Host/Cache.h"
+#include "vellora/Host/Logger.h"
+#include "vellora/Models/SObject.h"
+
+namespace vellora {
+
+/// What `SObjectsDataService` keeps in the host's cache: the rows of its table, and when the object list was
+/// fetched. Each read and write logs itself under its own name.
+///
+/// Beside the list there are rows for what single lookups found, so that the next one needs not decode a list
+/// of thousands. They never decide whether the cache is fresh, and are served however old they are.
+///
+/// Ownership: part of the service. Threads and errors: as `TimestampedTable` says.
+class SObjectsCache {
+ public:
+  SObjectsCache(std::shared_ptr<CorvaneSDK::Cache> cache, std::shared_ptr<CorvaneSDK::Logger> logger,
+                double cacheTimeout);
+
+  [[nodiscard]] CacheState cacheState() const { return table_.cacheState(); }
+
+  [[nodiscard]] std::optional<std::vector<SObject>> cachedSObjects() const;
+  /// An absent name is no object type's.
+  [[nodiscard]] std::optional<SObject> cachedSObject(const std::optional<std::string>& name) const;
+  /// Object API names by key prefix.
+  [[nodiscard]] std::optional<std::map<std::string, std::string>> cachedKeyPrefixes() const;
+  [[nodiscard]] std::optional<std::string> cachedName(const std::string& keyPrefix) const;
+  /// What the list view lists. Absent also where the server gave no type: such a row is written as null,
+  /// fails to decode, and so has the server asked again, which may know by then.
+  [[nodiscard]] std::optional<std::string> cachedListViewType(const std::string& id) const;
+
+  /// The fetched list, its key prefixes, and the time of the fetch. The only write that makes the cache
+  /// fresh.
+  void save(const std::vector<SObject>& sObjects) const;
+  void save(const SObject& sObject) const;
+  void saveKeyPrefix(const std::string& keyPrefix, const std::string& name) const;
+  void save(const std::optional<std::string>& listViewType, const std::string& id) const;
+
+  /// Bounds the rows of single lookups.
+  void enforceCacheCount() const;
+
+ private:
+  void saveKeyPrefixes(const std::vector<SObject>& sObjects) const;
+
+  const TimestampedTable table_;
+};
+
+}  // namespace vellora

@@ -1,0 +1,287 @@
+#include "vellora/DataServices/SObjectsDataService.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "vellora/DataServices/SObjectsCache.h"
+#include "vellora/DataServices/ServerRequest.h"
+#include "vellora/Models/ListViewObjectRecords.h"
+#include "vellora/Models/SObjectsResponse.h"
+#include "vellora/Platform/Description.h"
+#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Utf8.h"
+
+namespace vellora {
+
+using CorvaneSDK::LogLevel;
+using CorvaneSDK::NetRequest;
+
+struct SObjectsDataService::IdTuple {
+  std::string id;
+  OptionalSObject type;
+  OptionalSObject instance;
+};
+
+struct SObjectsDataService::NameTuple {
+  std::string name;
+  OptionalSObject sObject;
+};
+
+namespace {
+
+constexpr std::string_view listViewName = "ListView";
+
+/// What is left of a step whose service is gone: it neither yields nor ends.
+template <class T>
+Publisher<T> silence() {
+  return Publisher<T>::promise([](const Promise<T>&) {});
+}
+
+std::string serverPath(std::string_view resource) {
+  return std::string("/services/data/")
+      .append(SObjectsDataService::Constants::queryApiVersion)
+      .append("/")
+      .append(resource);
+}
+
+std::string keyPrefixOf(std::string_view id) {
+  std::size_t length = 0;
+  for (int count = 0; count < 3 && length < id.size(); ++count)
+    length += firstCharacter(id.substr(length)).length;
+  return std::string(id.substr(0, length));
+}
+
+std::optional<SObject> firstNamed(const std::vector<SObject>& sObjects,
+                                  const std::optional<std::string>& name) {
+  const auto found = std::find_if(sObjects.begin(), sObjects.end(),
+                                  [&](const auto& sObject) { return sObject.name == name; });
+  return found == sObjects.end() ? std::nullopt : std::optional(*found);
+}
+
+std::string nameOrNil(const std::optional<SObject>& sObject) {
+  return sObject ? sObject->name : "nil";
+}
+
+std::optional<std::string> optionalName(const std::optional<SObject>& sObject) {
+  return sObject ? std::optional(sObject->name) : std::nullopt;
+}
+
+}  // namespace
+
+SObjectsDataService::SObjectsDataService(RequiredAPI api, double cacheTimeout)
+    : network_(std::move(api.network)),
+      queue_(std::make_shared<SerialDispatchQueue>("SObjectsDataService.queue", DispatchQoS::userInitiated)),
+      logger_(std::move(api.logger)),
+      cache_(std::make_unique<SObjectsCache>(std::move(api.cache), logger_, cacheTimeout)) {}
+
+SObjectsDataService::~SObjectsDataService() {
+  cache_->enforceCacheCount();
+}
+
+CacheState SObjectsDataService::cacheState() const {
+  return cache_->cacheState();
+}
+
+void SObjectsDataService::loadSObjects(LoadCompletion completion) {
+  const auto self = shared_from_this();  // what is called from here may let go of the service
+  log("loadSObjects(completion:), cacheState: " + describe(cacheState()));
+  if (cacheState() == CacheState::valid) {
+    if (completion) completion(std::nullopt);
+    return;
+  }
+  auto ended = [weak = weak_from_this(), completion = std::move(completion)](const auto& failure) {
+    const auto service = weak.lock();
+    if (!failure && service) service->log("loadSObjects(completion:), fetch completed");
+    if (!completion) return;
+    if (!failure) return completion(std::nullopt);
+    completion(SObjectsDataServiceError::map(*failure, service ? service->logger_.get() : nullptr));
+  };
+  subscriptions_.insert(fetchedSObjects().subscribe(queue_).sink([](const auto&) {}, std::move(ended)));
+}
+
+Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsDataService::sObjectsForIds(
+    std::vector<std::string> ids) {
+  const auto tuples = Publisher<std::string>::sequence(std::move(ids))
+                          .receive(queue_)
+                          .flatMap([weak = weak_from_this()](const std::string& id) {
+                            const auto self = weak.lock();
+                            return self ? self->sObjectAsIdTuple(id) : silence<IdTuple>();
+                          })
+                          .collect();
+  return tuples.map([weak = weak_from_this()](const std::vector<IdTuple>& all) {
+    std::map<std::string, TypeAndInstance> found;
+    for (const auto& [id, type, instance] : all) {
+      found.insert_or_assign(id, TypeAndInstance{type, instance});
+      if (const auto self = weak.lock()) {
+        self->log("sObjectsForIds(_:): id: " + id + ", (type: " + nameOrNil(type) +
+                  ", instance: " + nameOrNil(instance) + ")");
+      }
+    }
+    return found;
+  });
+}
+
+Publisher<std::map<std::string, std::optional<SObject>>> SObjectsDataService::sObjectsForNames(
+    std::vector<std::string> names) {
+  const auto tuples = Publisher<std::string>::sequence(std::move(names))
+                          .receive(queue_)
+                          .flatMap([weak = weak_from_this()](const std::string& name) {
+                            const auto self = weak.lock();
+                            return self ? self->sObjectAsNameTuple(name) : silence<NameTuple>();
+                          })
+                          .collect();
+  return tuples.map([weak = weak_from_this()](const std::vector<NameTuple>& all) {
+    std::map<std::string, std::optional<SObject>> found;
+    for (const auto& [name, sObject] : all) {
+      found.insert_or_assign(name, sObject);
+      if (const auto self = weak.lock()) {
+        self->log("sObjectsForNames(_:): tuples for each id: " + name + ", " +
+                  describe(optionalName(sObject)) + ")");
+      }
+    }
+    return found;
+  });
+}
+
+Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(const std::string& id) {
+  const auto type = sObjectForId(id);
+  const auto instance = instanceSObject(id);
+  return type.combineLatest(instance).map([id](const std::pair<OptionalSObject, OptionalSObject>& both) {
+    return IdTuple{id, both.first, both.second};
+  });
+}
+
+Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(const std::string& name) {
+  return sObjectForName(name).map([name](const OptionalSObject& sObject) {
+    return NameTuple{name, sObject};
+  });
+}
+
+Publisher<std::optional<SObject>> SObjectsDataService::sObjectForId(const std::string& id) {
+  const auto typeName = name(id);
+  return typeName ? sObjectForName(typeName) : Publisher<OptionalSObject>::just(std::nullopt);
+}
+
+Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(
+    const std::optional<std::string>& name) {
+  log("sObjectForName(_:), name: " + name.value_or("null type"));
+  if (auto sObject = cache_->cachedSObject(name)) return Publisher<OptionalSObject>::just(std::move(sObject));
+  if (const auto sObjects = cache_->cachedSObjects()) {
+    auto sObject = firstNamed(*sObjects, name);
+    if (sObject) cache_->save(*sObject);
+    return Publisher<OptionalSObject>::just(std::move(sObject));
+  }
+  return fetchedSObjects().map([weak = weak_from_this(), name](const std::vector<SObject>& sObjects) {
+    auto sObject = firstNamed(sObjects, name);
+    const auto self = weak.lock();
+    if (sObject && self) self->cache_->save(*sObject);
+    return sObject;
+  });
+}
+
+Publisher<std::optional<SObject>> SObjectsDataService::instanceSObject(const std::string& id) {
+  return name(id) == listViewName ? listViewSObject(id) : Publisher<OptionalSObject>::just(std::nullopt);
+}
+
+Publisher<std::optional<SObject>> SObjectsDataService::listViewSObject(const std::string& id) {
+  if (const auto type = cache_->cachedListViewType(id)) {
+    log("listViewSObject(for:), id: " + id + ", was retrieved from cache");
+    return sObjectForName(type);
+  }
+  return fetchedListViewType(id).flatMap([weak = weak_from_this()](const std::optional<std::string>& type) {
+    const auto self = weak.lock();
+    return self ? self->sObjectForName(type) : silence<OptionalSObject>();
+  });
+}
+
+Publisher<std::vector<SObject>> SObjectsDataService::fetchedSObjects() {
+  const auto request = serverRequest(serverPath("sobjects"));
+  if (!request) return Publisher<std::vector<SObject>>::fail(SObjectsDataServiceError::invalidUrl());
+  return fetched<SObjectsResponse>(*request).map([weak = weak_from_this()](SObjectsResponse response) {
+    if (const auto self = weak.lock()) {
+      self->cache_->save(response.sObjects);
+      self->log("fetchedSObjects(), sObjects was fetched then cached");
+    }
+    return std::move(response.sObjects);
+  });
+}
+
+Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(const std::string& id) {
+  log("fetchedListViewType(for:): id: " + id);
+  const auto request =
+      serverRequest(serverPath("query"), "SELECT Id,SobjectType FROM ListView WHERE Id = '" + id + "'");
+  if (!request) return Publisher<std::optional<std::string>>::fail(SObjectsDataServiceError::invalidUrl());
+  return fetched<ListViewObjectRecords>(*request).map(
+      [weak = weak_from_this(), id](const ListViewObjectRecords& response) {
+        const auto type = response.records.empty() ? std::nullopt : response.records.front().objectType;
+        if (const auto self = weak.lock()) self->cache_->save(type, id);
+        if (const auto self = weak.lock()) {
+          self->log("fetchedListViewType(for:), list view for id: " + id + ", was fetched then cached");
+        }
+        return type;
+      });
+}
+
+/// The decoded body. What goes wrong is logged as the service's error.
+template <class Response>
+Publisher<Response> SObjectsDataService::fetched(const NetRequest& request) {
+  return requestPublisher(request)
+      .tryMap([](std::optional<Data> body) -> Result<Data> {
+        if (!body) return Error(SObjectsDataServiceError::noData());
+        return *std::move(body);
+      })
+      .template decode<Response>()
+      .mapError([weak = weak_from_this()](const Error& error) {
+        const auto self = weak.lock();
+        return SObjectsDataServiceError::map(error, self ? self->logger_.get() : nullptr);
+      });
+}
+
+/// Sends the request at each subscription.
+Publisher<std::optional<Data>> SObjectsDataService::requestPublisher(const NetRequest& request) {
+  using Body = std::optional<Data>;
+  return Publisher<Body>::deferred([weak = weak_from_this(), request] {
+    return Publisher<Body>::promise([&](const Promise<Body>& promise) {
+      const auto self = weak.lock();
+      if (!self) return;
+      self->network_->sendRequest(request,
+                                  [promise](Body body, const std::optional<Error>& error, const auto&) {
+                                    error ? promise.fail(*error) : promise.succeed(std::move(body));
+                                  });
+    });
+  });
+}
+
+std::optional<std::string> SObjectsDataService::name(const std::string& id) {
+  const std::string keyPrefix = keyPrefixOf(id);
+  if (auto name = cache_->cachedName(keyPrefix)) return name;
+  const auto names = cache_->cachedKeyPrefixes();
+  if (!names) return std::nullopt;
+  const auto found = names->find(keyPrefix);
+  if (found == names->end()) return std::nullopt;
+  cache_->saveKeyPrefix(keyPrefix, found->second);
+  return found->second;
+}
+
+void SObjectsDataService::log(const std::string& text) const {
+  logger_->log(text, LogLevel::info);
+}
+
+std::string_view rawValue(SObjectsDataService::CacheEntryType type) {
+  using Type = SObjectsDataService::CacheEntryType;
+  switch (type) {
+    case Type::listView:
+      return "listView";
+    case Type::sObjects:
+      return "sObjects";
+    case Type::sObject:
+      return "sObject";
+    case Type::keyPrefixes:
+      return "keyPrefixes";
+    case Type::keyPrefix:
+      return "keyPrefix";
+  }
+  return "unknown";
+}
+
+}  // namespace vellora

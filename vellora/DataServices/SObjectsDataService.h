@@ -1,0 +1,136 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vellora/DataServices/CacheState.h"
+#include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/Host/NetRequest.h"
+#include "vellora/Host/RequiredAPI.h"
+#include "vellora/Models/SObject.h"
+#include "vellora/Platform/Cancellables.h"
+#include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Publisher.h"
+
+namespace vellora {
+
+class SObjectsCache;
+
+/// Tells which object type a record id or a name belongs to. Fetches the object list from
+/// "/services/data/v50.0/sobjects" and what a list view lists from "/services/data/v50.0/query", and keeps
+/// both in the host's table "OPS_SObjectsCacheTable", the time of the last fetch in the blob
+/// "ops.sobject.fetch.timestamp".
+///
+/// Only `loadSObjects` looks at the age of the list. The lookups take the first of: the row of the single
+/// item, the cached list, a fetch; however old the rows are. Fetches are not shared: each lookup that finds
+/// no list sends a request of its own.
+///
+/// Ownership: make it with `std::make_shared`. Everything under way holds it weakly. Once it is released, an
+/// answer of the server is still passed on, but nothing is saved or logged; what would need the service's
+/// cache or a new request stays silent; a load under way is cancelled. The last to let go of it runs the
+/// purge that leaves the 100 newest rows of each kind of single item, on whatever thread that is. Threads:
+/// safe to use from several threads at once. A lookup does nothing before it is subscribed to; its cache work
+/// then runs on a private serial queue, and it answers there or, after a request, on the thread on which the
+/// host's network calls back.
+/// Errors: producers fail with a `SObjectsDataServiceError`: `other` for transport and decoding errors,
+/// `noData`, `invalidUrl`. What is not known is an absent value, not an error. Failures of the cache are
+/// logged and count as absent. Units: the time-out is in seconds.
+class SObjectsDataService : public std::enable_shared_from_this<SObjectsDataService> {
+ public:
+  /// The meta keys of the rows, and the version of the server's interface.
+  struct Constants {
+    static constexpr std::string_view id = "id";                ///< of a list view
+    static constexpr std::string_view name = "name";            ///< of a single object type
+    static constexpr std::string_view keyPrefix = "keyPrefix";  ///< of a single key prefix
+    static constexpr std::string_view cacheEntryType = "cacheEntryType";
+    static constexpr std::string_view queryApiVersion = "v50.0";
+  };
+
+  /// The kinds of rows; their raw values are their names.
+  enum class CacheEntryType {
+    listView,     ///< what one list view lists: text, or null where the server gave no type
+    sObjects,     ///< the object list
+    sObject,      ///< one object type
+    keyPrefixes,  ///< object API names by key prefix
+    keyPrefix,    ///< the object API name of one key prefix
+  };
+
+  using CacheState = vellora::CacheState;
+
+  /// What a record id stands for.
+  struct TypeAndInstance {
+    std::optional<SObject> type;  ///< the type that the record is of
+    std::optional<SObject>
+        instance;  ///< for a list view, the type that it lists; absent for any other record
+
+    friend bool operator==(const TypeAndInstance&, const TypeAndInstance&) = default;
+  };
+
+  using LoadCompletion = std::function<void(std::optional<SObjectsDataServiceError> error)>;
+
+  /// Takes the host's facilities and opens or creates the table; reads nothing.
+  SObjectsDataService(RequiredAPI api, double cacheTimeout);
+  ~SObjectsDataService();
+  SObjectsDataService(const SObjectsDataService&) = delete;
+  SObjectsDataService& operator=(const SObjectsDataService&) = delete;
+
+  /// Derived from the cache at each call.
+  [[nodiscard]] CacheState cacheState() const;
+
+  /// Makes sure that a fresh object list is cached. The completion, if there is one, is told of the failure
+  /// or of none: inside the call when the cache is valid, else when the fetch, which starts on the service's
+  /// queue, has ended.
+  void loadSObjects(LoadCompletion completion);
+
+  /// Yields what each of `ids` stands for, once, after the last of them has been found out; fails as a whole
+  /// when one of them does. An id's type is found by its first three characters.
+  [[nodiscard]] Publisher<std::map<std::string, TypeAndInstance>> sObjectsForIds(
+      std::vector<std::string> ids);
+
+  /// The same for the object types of `names`, which are compared exactly; a name that the list lacks has an
+  /// absent value.
+  [[nodiscard]] Publisher<std::map<std::string, std::optional<SObject>>> sObjectsForNames(
+      std::vector<std::string> names);
+
+ private:
+  struct IdTuple;
+  struct NameTuple;
+  using OptionalSObject = std::optional<SObject>;
+
+  // These read the cache when they are called; requests are sent when what they return is subscribed to.
+  [[nodiscard]] Publisher<IdTuple> sObjectAsIdTuple(const std::string& id);
+  [[nodiscard]] Publisher<NameTuple> sObjectAsNameTuple(const std::string& name);
+  [[nodiscard]] Publisher<OptionalSObject> sObjectForId(const std::string& id);
+  [[nodiscard]] Publisher<OptionalSObject> sObjectForName(const std::optional<std::string>& name);
+  [[nodiscard]] Publisher<OptionalSObject> instanceSObject(const std::string& id);
+  [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id);
+  [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects();
+  [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(const std::string& id);
+  [[nodiscard]] Publisher<std::optional<Data>> requestPublisher(const CorvaneSDK::NetRequest& request);
+  template <class Response>
+  [[nodiscard]] Publisher<Response> fetched(const CorvaneSDK::NetRequest& request);
+
+  /// The object API name for a record id, as far as the cache knows it.
+  [[nodiscard]] std::optional<std::string> name(const std::string& id);
+
+  void log(const std::string& text) const;
+
+  // Constant after construction.
+  const std::shared_ptr<CorvaneSDK::Network> network_;
+  const std::shared_ptr<DispatchQueue> queue_;
+  const std::shared_ptr<CorvaneSDK::Logger> logger_;
+  const std::unique_ptr<const SObjectsCache> cache_;
+
+  // Synchronises itself.
+  Cancellables subscriptions_;  // of the loads
+};
+
+/// The text that a row of that kind bears.
+[[nodiscard]] std::string_view rawValue(SObjectsDataService::CacheEntryType type);
+
+}  // namespace vellora
