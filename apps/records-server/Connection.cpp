@@ -32,8 +32,8 @@ using Timer = asio::basic_waitable_timer<std::chrono::steady_clock,
 using Parser = http::request_parser<http::string_body>;
 using Request = http::request<http::string_body>;
 
-constexpr std::size_t headerBytesBesidesTarget = 32 * 1024;
-constexpr std::size_t maxBodyBytes = 64 * 1024;
+constexpr std::size_t headerBytesBesidesTarget = 32'768;
+constexpr std::size_t maxBodyBytes = 65'536;
 constexpr std::string_view garbageBody = "{\"sobjects\": [\xff\xfe\x00 <html>, ]}";
 
 /// An answer as it goes out.

@@ -167,8 +167,11 @@ Result<Table> readFields(const std::string& file) {
     for (const auto& field : fields->get_array()) {
       if (!field.is_string()) return problemOfEntry("fields.json", i, "has a field that is not a text");
       const std::string name(field.get_string().data(), field.get_string().size());
-      table.rows.push_back({objectsPath + "FieldDefinition/" + object + "." + name,
-                            {object + "." + name, object, name == nameField, name}});
+      auto id = object;
+      id.append(".").append(name);
+      auto url = objectsPath + "FieldDefinition/";
+      url.append(id);
+      table.rows.push_back({std::move(url), {std::move(id), object, name == nameField, name}});
     }
   }
   return table;

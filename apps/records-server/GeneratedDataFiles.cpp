@@ -13,7 +13,8 @@ constexpr std::size_t listViewsGenerated = 50;
 
 // The first digit of an ordinary type is a small letter, which no prefix of the first two types begins with.
 constexpr std::size_t firstSmallLetter = 36;
-constexpr std::size_t prefixesGenerated = 26 * 62 * 62;
+constexpr std::size_t prefixesPerLetter = std::size_t{62} * 62;
+constexpr std::size_t prefixesGenerated = 26 * prefixesPerLetter;
 
 std::string numbered(const char* format, std::size_t number) {
   std::array<char, 64> text{};
@@ -32,8 +33,8 @@ std::string keyPrefix(std::size_t index) {
   if (index == 0) return R"("005")";
   if (index == 1) return R"("00B")";
   if (index >= prefixesGenerated) return "null";
-  return {'"', digits[firstSmallLetter + index / (62 * 62)], digits[index / 62 % 62], digits[index % 62],
-          '"'};
+  return {'"', digits[firstSmallLetter + index / prefixesPerLetter], digits[index / 62 % 62],
+          digits[index % 62], '"'};
 }
 
 std::string quoted(const std::string& text) {

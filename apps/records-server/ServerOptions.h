@@ -20,7 +20,7 @@ struct ServerOptions {
   /// on which nothing complete came in that time is closed.
   std::chrono::milliseconds clientTimeout{30'000};
   /// Longest target that is looked at; a longer one is answered with status 414.
-  std::size_t maxTargetBytes = 64 * 1024;
+  std::size_t maxTargetBytes = 65'536;
   /// Told of each request before it is answered, on the server's thread. May be empty.
   std::function<void(const RecordedRequest&)> onRequest;
   /// Whether requests are kept for `requests()`. A server that runs for days has no use for them.
