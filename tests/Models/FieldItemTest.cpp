@@ -1,0 +1,32 @@
+#include "vellora/Models/FieldItem.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "vellora/Platform/JsonCodec.h"
+
+namespace vellora {
+namespace {
+
+std::string failureOf(const std::string& text) {
+  const auto result = json::decode<FieldItem>(Data(text));
+  return result ? "decoded" : result.error().localizedDescription();
+}
+
+TEST(FieldItemTest, DecodesTheServersForm) {
+  const auto item = json::decode<FieldItem>(
+      Data(std::string(R"({"editable":false,"label":"Name","layoutComponents":[{"value":"Name"}]})")));
+  ASSERT_TRUE(item);
+  EXPECT_EQ(item.value(), (FieldItem{"Name", {{"Name", std::nullopt, std::nullopt}}}));
+}
+
+TEST(FieldItemTest, LabelAndComponentsAreRequired) {
+  EXPECT_EQ(failureOf(R"({"label":"Name","layoutComponents":[]})"), "decoded");
+  EXPECT_EQ(failureOf(R"({"layoutComponents":[]})"), R"(missing key "label" at $)");
+  EXPECT_EQ(failureOf(R"({"label":"Name"})"), R"(missing key "layoutComponents" at $)");
+  EXPECT_EQ(failureOf(R"({"label":"Name","layoutComponents":null})"), "expected an array at $.layoutComponents");
+}
+
+}  // namespace
+}  // namespace vellora

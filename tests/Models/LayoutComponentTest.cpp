@@ -1,0 +1,44 @@
+#include "vellora/Models/LayoutComponent.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "vellora/Platform/JsonCodec.h"
+
+namespace vellora {
+namespace {
+
+std::string failureOf(const std::string& text) {
+  const auto result = json::decode<LayoutComponent>(Data(text));
+  return result ? "decoded" : result.error().localizedDescription();
+}
+
+TEST(LayoutComponentTest, DecodesComponentsWithinComponents) {
+  const auto component = json::decode<LayoutComponent>(Data(std::string(
+      R"({"type":"Field","value":"Name","details":{"referenceTo":[],"type":"string","label":"Full Name",)"
+      R"("htmlFormatted":false},"components":[{"value":", "},{"value":"x","components":[]}]})")));
+  ASSERT_TRUE(component);
+  EXPECT_EQ(component.value(),
+            (LayoutComponent{
+                "Name",
+                LayoutComponentDetails{std::nullopt, {}, "string", "Full Name", false},
+                std::vector{LayoutComponent{", ", std::nullopt, std::nullopt},
+                            LayoutComponent{"x", std::nullopt, std::vector<LayoutComponent>()}},
+            }));
+}
+
+TEST(LayoutComponentTest, OnlyTheValueIsRequired) {
+  EXPECT_EQ(failureOf(R"({"value":""})"), "decoded");
+  EXPECT_EQ(failureOf(R"({"value":"v","details":null,"components":null})"), "decoded");
+  EXPECT_EQ(failureOf(R"({"details":null})"), R"(missing key "value" at $)");
+}
+
+TEST(LayoutComponentTest, DetailsAndComponentsOfAnotherFormFail) {
+  EXPECT_EQ(failureOf(R"({"value":"v","details":{}})"), R"(missing key "referenceTo" at $.details)");
+  EXPECT_EQ(failureOf(R"({"value":"v","components":[{"value":"w","components":[{}]}]})"),
+            R"(missing key "value" at $.components[0].components[0])");
+}
+
+}  // namespace
+}  // namespace vellora

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vellora/Platform/Json.h"
+
+namespace vellora {
+
+class CompactLayoutField;
+
+/// Fields in display order. Copies of the list share the fields.
+using CompactLayoutFields = std::vector<std::shared_ptr<CompactLayoutField>>;
+
+namespace detail {
+
+// For the field and for what it is constructed from.
+template <class T>
+constexpr auto compactLayoutFieldTable() {
+  return std::tuple(json::field("apiName", &T::apiName), json::field("fieldType", &T::fieldType),
+                    json::field("label", &T::label), json::field("referenceTo", &T::referenceTo),
+                    json::field("relationshipName", &T::relationshipName),
+                    json::field("htmlFormatted", &T::htmlFormatted),
+                    json::field("layoutFields", &T::layoutFields));
+}
+
+}  // namespace detail
+
+/// One headline field of a compact layout, simple or compound.
+///
+/// Ownership: shared by reference, never copied: who rewrites `apiName` does so for everybody who holds the
+/// field.
+/// Threads: not synchronised. The library rewrites a field before it answers with it, and reads it after that
+/// when it caches the answer; whoever rewrites an answered field sees to it that nobody reads it meanwhile.
+class CompactLayoutField final {
+ public:
+  /// What a field is constructed from.
+  struct Content {
+    std::string apiName;
+    std::string fieldType;
+    std::string label;
+    std::optional<std::string> referenceTo = {};
+    std::optional<std::string> relationshipName = {};
+    bool htmlFormatted = false;
+    std::optional<CompactLayoutFields> layoutFields = {};
+
+    static constexpr std::string_view recordName = "CompactLayoutField";
+    static constexpr auto fields() { return detail::compactLayoutFieldTable<Content>(); }
+  };
+
+  explicit CompactLayoutField(Content content);
+  CompactLayoutField(const CompactLayoutField&) = delete;
+  CompactLayoutField& operator=(const CompactLayoutField&) = delete;
+
+  /// Path of the field to show. For a reference field whose related object type's name field is known, that
+  /// of the name field, such as "Owner.Name".
+  std::string apiName;
+  const std::string fieldType;  ///< the server's word, such as "string" or "reference"
+  const std::string label;      ///< for display
+  /// Object type that a reference field points to; of several, the first that the server names.
+  const std::optional<std::string> referenceTo;
+  const std::optional<std::string> relationshipName;
+  const bool htmlFormatted;
+  /// The parts of a compound field; absent for a simple one.
+  const std::optional<CompactLayoutFields> layoutFields;
+
+  static constexpr std::string_view recordName = "CompactLayoutField";
+  static constexpr auto fields() { return detail::compactLayoutFieldTable<CompactLayoutField>(); }
+
+  /// Compares contents, also those of the parts.
+  friend bool operator==(const CompactLayoutField& left, const CompactLayoutField& right);
+};
+
+/// Compares the contents of the fields, not which objects they are.
+[[nodiscard]] bool haveEqualContents(const CompactLayoutFields& left, const CompactLayoutFields& right);
+
+}  // namespace vellora

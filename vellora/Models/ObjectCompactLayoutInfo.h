@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+
+#include "vellora/Models/CompactLayoutField.h"
+#include "vellora/Platform/Json.h"
+
+namespace vellora {
+
+/// The compact layout of one object type: the few headline fields that a record of it shows.
+///
+/// It has two JSON forms. The server's nests lines ("fieldItems"), their components and those of compound
+/// fields; reading it flattens them into one field for each component that shows one. The library's own, which
+/// it writes and keeps in the cache, is the flattened list ("layoutFields"); where that can be read it is
+/// preferred.
+///
+/// Ownership: a value whose copies share the fields.
+struct ObjectCompactLayoutInfo {
+  CompactLayoutFields layoutFields;
+  std::string objectType;  ///< API name of the object type; its cached copy is keyed by it
+
+  static constexpr std::string_view recordName = "ObjectCompactLayoutInfo";
+  static constexpr auto fields() {
+    return std::tuple(json::field("layoutFields", &ObjectCompactLayoutInfo::layoutFields),
+                      json::field("objectType", &ObjectCompactLayoutInfo::objectType));
+  }
+
+  [[nodiscard]] static bool decodeJson(const json::Reader& reader, ObjectCompactLayoutInfo& out);
+  [[nodiscard]] bool encodeJson(json::Writer& writer) const;
+
+  /// Compares the contents of the fields.
+  friend bool operator==(const ObjectCompactLayoutInfo& left, const ObjectCompactLayoutInfo& right) {
+    return left.objectType == right.objectType && haveEqualContents(left.layoutFields, right.layoutFields);
+  }
+};
+
+}  // namespace vellora
