@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 #include <memory>
 #include <string>
@@ -11,6 +12,7 @@
 
 #include "hostkit/MemoryCache.h"
 #include "testkit/FailingCache.h"
+#include "testkit/ForwardingCache.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"
 #include "tests/support/TestClock.h"
@@ -345,6 +347,29 @@ TEST_F(LayoutDataServiceTest, ACompletionThatReleasesTheServiceKeepsItFromCachin
   network->releaseAll();
   EXPECT_EQ(service, nullptr);
   EXPECT_FALSE(isCached("Account"));
+}
+
+/// Runs an action before it looks for a blob.
+class ActingCache final : public testkit::ForwardingCache {
+ public:
+  ActingCache(std::shared_ptr<Cache> next, std::function<void()> action)
+      : ForwardingCache(std::move(next)), action_(std::move(action)) {}
+  std::optional<Data> load(const std::string& key) override {
+    action_();
+    return ForwardingCache::load(key);
+  }
+
+ private:
+  const std::function<void()> action_;
+};
+
+TEST_F(LayoutDataServiceTest, AHostThatReleasesTheServiceDuringALookupLetsItFinishItsCall) {
+  network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]"));
+  const auto acting = std::make_shared<ActingCache>(cache, [&] { service.reset(); });
+  service = std::make_shared<LayoutDataService>(RequiredAPI{network, acting, logger}, timeout);
+  EXPECT_THAT(lookUp({"Account"}).types, ElementsAre("Account"));
+  EXPECT_EQ(service, nullptr);
+  EXPECT_TRUE(isCached("Account"));
 }
 
 TEST_F(LayoutDataServiceTest, ACompletionMayLookUpAgain) {

@@ -49,9 +49,6 @@ class LayoutDataService : public std::enable_shared_from_this<LayoutDataService>
   void save(const std::string& key, const ObjectLayoutInfo& objectLayoutInfo);
   [[nodiscard]] std::optional<ObjectLayoutInfo> load(const std::string& key);
 
-  void logError(std::string text, const Error& error);
-  static void logError(const std::weak_ptr<LayoutDataService>& weak, std::string text, const Error& error);
-
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;
   const std::shared_ptr<CorvaneSDK::Cache> cache_;

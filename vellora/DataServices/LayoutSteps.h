@@ -1,0 +1,134 @@
+#pragma once
+
+// The steps that both layout services take alike.
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/Host/Cache.h"
+#include "vellora/Host/Logger.h"
+#include "vellora/Host/Network.h"
+#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Error.h"
+#include "vellora/Platform/Json.h"
+
+namespace vellora {
+
+/// `names` in their order, with `separator` between each two.
+[[nodiscard]] std::string joined(const std::vector<std::string>& names, std::string_view separator);
+
+/// Those of `names`, in their order, that are no layout's object type.
+template <class Layout>
+[[nodiscard]] std::vector<std::string> namesWithoutLayout(const std::vector<std::string>& names,
+                                                          const std::vector<Layout>& layouts) {
+  std::vector<std::string> missing;
+  std::copy_if(names.begin(), names.end(), std::back_inserter(missing), [&](const std::string& name) {
+    return std::none_of(layouts.begin(), layouts.end(),
+                        [&](const Layout& layout) { return layout.objectType == name; });
+  });
+  return missing;
+}
+
+/// Whether what was downloaded then is older than `cacheTimeout` seconds now. A time in the future is not.
+[[nodiscard]] bool isExpired(Date downloadedTime, double cacheTimeout);
+
+/// Logs `text` followed by what the error says.
+void logError(CorvaneSDK::Logger& logger, std::string text, const Error& error);
+
+/// The same, unless the logger is gone.
+void logError(const std::weak_ptr<CorvaneSDK::Logger>& logger, std::string text, const Error& error);
+
+/// A service's logger for as long as the service lives: whoever holds it weakly logs nothing for a service
+/// that has been released.
+template <class Service>
+[[nodiscard]] std::weak_ptr<CorvaneSDK::Logger> loggerOf(const std::weak_ptr<Service>& service,
+                                                         CorvaneSDK::Logger& logger) {
+  return std::shared_ptr<CorvaneSDK::Logger>(service.lock(), &logger);
+}
+
+/// The cache entry under `key`; none when there is no blob or it isn't one, which is logged.
+template <class Entry>
+[[nodiscard]] std::optional<Entry> loadEntry(CorvaneSDK::Cache& cache, CorvaneSDK::Logger& logger,
+                                             const std::string& key) {
+  const auto data = cache.load(key);
+  if (!data) {
+    logger.log("load(key:): No data from cache", CorvaneSDK::LogLevel::info);
+    return std::nullopt;
+  }
+  auto entry = json::decode<Entry>(*data);
+  if (entry) return std::move(entry).value();
+  logError(logger, "load(key:): Failed to decode: ", entry.error());
+  return std::nullopt;
+}
+
+/// Stores `entry` under `key`; when it has no JSON form, logs that as a failure of `operation`.
+template <class Entry>
+void saveEntry(CorvaneSDK::Cache& cache, CorvaneSDK::Logger& logger, const std::string& key,
+               const Entry& entry, std::string_view operation) {
+  const auto data = json::encode(entry);
+  if (!data) return logError(logger, std::string(operation) + ": Failed to encode: ", data.error());
+  cache.save(data.value(), key);
+}
+
+/// Sends `request` and reads the response body as a `Body`. Calls `then(body, error)` with one of the two; the
+/// error is `network` without a body, `decoding` for one of another form. Logs the reason as a failure of
+/// `operation`.
+template <class Body, class Then>
+void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request,
+              std::weak_ptr<CorvaneSDK::Logger> logger, std::string operation, Then then) {
+  network.sendRequest(request, [logger = std::move(logger), operation = std::move(operation),
+                                then = std::move(then)](const std::optional<Data>& data,
+                                                        const std::optional<Error>& error, const auto&) {
+    if (!data) {
+      if (error) logError(logger, operation + ": Network request error:  ", *error);
+      return then(std::optional<Body>(), std::optional(SObjectsDataServiceError::network()));
+    }
+    auto body = json::decode<Body>(*data);
+    if (!body) {
+      logError(logger, operation + ": Failed to decode: ", body.error());
+      return then(std::optional<Body>(), std::optional(SObjectsDataServiceError::decoding()));
+    }
+    then(std::optional(std::move(body).value()), std::optional<SObjectsDataServiceError>());
+  });
+}
+
+template <class Layout>
+using LayoutCompletion = std::function<void(std::optional<std::vector<Layout>> layouts,
+                                            std::optional<SObjectsDataServiceError> error)>;
+
+/// What cached layouts a lookup has found.
+template <class Layout>
+struct CachedLayouts {
+  std::vector<Layout> fresh;  ///< belong to every answer
+  std::vector<Layout> found;  ///< all; better than nothing when the server fails
+};
+
+/// Takes a lookup's downloaded layouts and answers `completion`, if there is one, with these and the fresh
+/// ones; without downloaded layouts with all that were found and the error, which is logged as one of
+/// `operation`.
+template <class Layout>
+[[nodiscard]] LayoutCompletion<Layout> answerWithCached(CachedLayouts<Layout> cached,
+                                                        std::weak_ptr<CorvaneSDK::Logger> logger,
+                                                        std::string operation,
+                                                        LayoutCompletion<Layout> completion) {
+  return [cached = std::move(cached), logger = std::move(logger), operation = std::move(operation),
+          completion = std::move(completion)](auto downloaded, auto error) {
+    if (downloaded) {
+      downloaded->insert(downloaded->end(), cached.fresh.begin(), cached.fresh.end());
+      if (completion) completion(std::move(downloaded), std::nullopt);
+      return;
+    }
+    if (error) logError(logger, operation + ": Network request error:  ", *error);
+    if (completion) completion(cached.found, std::move(error));
+  };
+}
+
+}  // namespace vellora
