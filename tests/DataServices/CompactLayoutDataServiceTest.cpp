@@ -1,0 +1,433 @@
+#include "vellora/DataServices/CompactLayoutDataService.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "hostkit/SQLiteCache.h"
+#include "tests/DataServices/CompactLayoutFixture.h"
+#include "tests/hostkit/TemporaryFolder.h"
+#include "vellora/DataServices/CompactLayoutDataServiceError.h"
+#include "vellora/Platform/DecodingError.h"
+
+namespace vellora {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+using testkit::FailingCache;
+using testkit::StubNetwork;
+using tests::layoutJson;
+using tests::layoutsUrl;
+using tests::namesJson;
+using tests::namesUrl;
+using tests::ServerField;
+using tests::TestError;
+
+const ServerField owner{"OwnerId", "reference", "User", "Owner"};
+const std::string account = layoutJson("Account", {{"Name"}, owner});
+const std::string contact = layoutJson("Contact", {{"Name"}});
+const std::string userName = namesJson({{"User", "Name"}});
+
+const std::string miss = "info: load(key:): No data from cache";
+const std::string operation = "getCompactLayoutFromNetwork(_:completion:): ";
+const std::string getting =
+    "info: " + operation + "Getting qualified API names for reference type fields contained in the ";
+const std::string updated =
+    "info: " + operation + "Updated qualified API names for reference type fields contained in the ";
+const std::string namesErrorLine = "error: " + operation + "Qualified API Name network request failed: ";
+const std::string networkErrorLine = "error: " + operation + "Network request error:  ";
+const std::string publicErrorLine = "error: compactLayoutForApiName(_:completion:): Network request error:  ";
+const std::string networkText = "The operation could not be completed. (SObjectsDataServiceError.network)";
+const std::string decodingText = "The operation could not be completed. (SObjectsDataServiceError.decoding)";
+
+StubNetwork::Answer layouts(const std::string& members) {
+  return StubNetwork::body("{" + members + "}");
+}
+
+class CompactLayoutDataServiceTest : public tests::CompactLayoutFixture {
+ protected:
+  /// The server knows Account, and the name field of User.
+  void serveAccount() {
+    network->answer(layoutsUrl("Account"), layouts(account));
+    network->answer(namesUrl("'User'"), StubNetwork::body(userName));
+  }
+};
+
+TEST_F(CompactLayoutDataServiceTest, ConstructionTouchesNothing) {
+  EXPECT_EQ(network->count(), 0U);
+  EXPECT_THAT(recordedCache->callTexts(), IsEmpty());
+  EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(CompactLayoutDataServiceTest, NoNamesAreAnsweredAtOnceWithoutARequest) {
+  lookUp({});
+  EXPECT_THAT(answers, ElementsAre(""));
+  EXPECT_EQ(network->count(), 0U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, YoungCachedLayoutsAreAnsweredInTheOrderOfTheNamesWithoutARequest) {
+  cacheLayout("Account", 10);
+  cacheLayout("Contact", 20);
+  lookUp({"Contact", "Account", "Contact"});
+  EXPECT_THAT(answers, ElementsAre("Contact[] Account[] Contact[]"));
+  EXPECT_EQ(answerThread, std::this_thread::get_id());
+  EXPECT_EQ(network->count(), 0U);
+  EXPECT_THAT(recordedCache->callTexts(),
+              ElementsAre("load OPS_CompactLayout_Contact", "load OPS_CompactLayout_Account",
+                          "load OPS_CompactLayout_Contact"));
+  EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(CompactLayoutDataServiceTest,
+       AReferenceFieldIsRewrittenToThePathOfTheNameFieldInTheAnswerAndInTheCache) {
+  serveAccount();
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name]"));
+  EXPECT_THAT(network->urls(), ElementsAre(layoutsUrl("Account"), namesUrl("'User'")));
+  EXPECT_EQ(blob("Account"),
+            R"({"compactLayout":{"objectType":"Account","layoutFields":[)"
+            R"({"apiName":"Name","fieldType":"string","label":"Line","htmlFormatted":false},)"
+            R"({"apiName":"Owner.Name","fieldType":"reference","label":"Line","referenceTo":"User",)"
+            R"("relationshipName":"Owner","htmlFormatted":false}]},"downloadedTime":721692800})");
+  EXPECT_THAT(log(), ElementsAre(miss, getting + "Account compactLayout(s) - 'User'",
+                                 updated + R"(Account compactLayout(s) - ["User": "Name"])"));
+}
+
+TEST_F(CompactLayoutDataServiceTest, TheCallerIsAnsweredBeforeAnythingIsCached) {
+  network->answer(layoutsUrl("Account,Contact"), layouts(account + "," + contact));
+  network->answer(namesUrl("'User'"), StubNetwork::body(userName));
+  std::vector<std::string> callsAtAnswer;
+  service->compactLayoutForApiName(
+      {"Account", "Contact"}, [&](const auto&, const auto&) { callsAtAnswer = recordedCache->callTexts(); });
+  EXPECT_THAT(callsAtAnswer, ElementsAre("load OPS_CompactLayout_Account", "load OPS_CompactLayout_Contact"));
+  EXPECT_THAT(recordedCache->callTexts(),
+              ElementsAre("load OPS_CompactLayout_Account", "load OPS_CompactLayout_Contact",
+                          "save OPS_CompactLayout_Account", "save OPS_CompactLayout_Contact"));
+}
+
+TEST_F(CompactLayoutDataServiceTest, WhatWasCachedIsAnsweredRewrittenAndWithoutARequest) {
+  serveAccount();
+  lookUp({"Account"});
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name]", "Account[Name,Owner.Name]"));
+  EXPECT_EQ(network->count(), 2U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, BothRequestsArePlainGetsWithATimeoutOfAMinute) {
+  serveAccount();
+  lookUp({"Account"});
+  ASSERT_EQ(network->count(), 2U);
+  for (const auto& sent : network->requests()) {
+    const auto& request = sent.request.base();
+    EXPECT_EQ(request.httpMethod, "GET");
+    EXPECT_EQ(request.timeoutInterval, 60.0);
+    EXPECT_EQ(request.cachePolicy, URLRequestCachePolicy::useProtocolCachePolicy);
+    EXPECT_TRUE(request.headers.empty());
+    EXPECT_EQ(request.body, std::nullopt);
+  }
+}
+
+TEST_F(CompactLayoutDataServiceTest, WithoutReferenceFieldsTheNameQueryIsSentAllTheSame) {
+  network->answer(layoutsUrl("Contact"), layouts(contact));
+  network->answer(namesUrl("''"), StubNetwork::body(namesJson({})));
+  lookUp({"Contact"});
+  EXPECT_THAT(answers, ElementsAre("Contact[Name]"));
+  EXPECT_THAT(network->urls(), ElementsAre(layoutsUrl("Contact"), namesUrl("''")));
+  EXPECT_TRUE(isCached("Contact"));
+  EXPECT_THAT(log(), ElementsAre(miss, getting + "Contact compactLayout(s) - ''",
+                                 updated + "Contact compactLayout(s) - [:]"));
+}
+
+TEST_F(CompactLayoutDataServiceTest, AnAnswerWithoutLayoutsIsAnsweredEmptyAfterItsNameQuery) {
+  network->answer(layoutsUrl("Nothing"), layouts(""));
+  network->answer(namesUrl("''"), StubNetwork::body(namesJson({})));
+  lookUp({"Nothing"});
+  EXPECT_THAT(answers, ElementsAre(""));
+  EXPECT_EQ(network->count(), 2U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, OnlyAnExpiredLayoutIsRequestedAndComesBeforeTheYoungOnes) {
+  cacheLayout("Contact", 10);
+  cacheLayout("Account", timeout + 1);
+  cacheLayout("User", 20);
+  serveAccount();
+  lookUp({"Contact", "Account", "User"});
+  EXPECT_EQ(network->count(layoutsUrl("Account")), 1U);
+  EXPECT_EQ(network->count(), 2U);
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name] Contact[] User[]"));
+}
+
+TEST_F(CompactLayoutDataServiceTest, AnExpiredLayoutIsServedWithTheErrorWhenTheServerFailsAndStaysCached) {
+  cacheLayout("Account", timeout + 1);
+  cacheLayout("Contact", 10);
+  network->answer(layoutsUrl("Account"), StubNetwork::failure(TestError{"line down"}));
+  lookUp({"Account", "Contact", "Contact"});
+  EXPECT_THAT(answers, ElementsAre("Account[] Contact[] Contact[] + network"));
+  EXPECT_TRUE(isCached("Account"));
+  EXPECT_THAT(log(), ElementsAre(networkErrorLine + "line down", publicErrorLine + networkText));
+}
+
+TEST_F(CompactLayoutDataServiceTest, AnAgeOfExactlyTheTimeoutOrADateInTheFutureIsNotExpired) {
+  cacheLayout("Account", timeout);
+  cacheLayout("Contact", -10 * timeout);
+  lookUp({"Account", "Contact"});
+  EXPECT_THAT(answers, ElementsAre("Account[] Contact[]"));
+  EXPECT_EQ(network->count(), 0U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, ANegativeTimeoutExpiresEverythingAndOneThatIsNoNumberNothing) {
+  cacheLayout("Account", 0);
+  service = makeService(std::numeric_limits<double>::quiet_NaN());
+  lookUp({"Account"});
+  EXPECT_EQ(network->count(), 0U);
+  service = makeService(-1);
+  network->answer(layoutsUrl("Account"), StubNetwork::nothing());
+  lookUp({"Account"});
+  EXPECT_EQ(network->count(), 1U);
+  EXPECT_THAT(answers, ElementsAre("Account[]", "Account[] + network"));
+}
+
+TEST_F(CompactLayoutDataServiceTest, ABlobOfAnotherTypeIsCountedButDoesNotStandForItsName) {
+  // The blob of Account holds a layout of Contact. Alone, counts decide: it is the answer.
+  cache->save(json::encode(CompactLayoutCacheEntry{{{}, "Contact"}, clock.date()}).value(),
+              "OPS_CompactLayout_Account");
+  lookUp({"Account"});
+  EXPECT_EQ(network->count(), 0U);
+  network->answer(layoutsUrl("Account,User"), StubNetwork::nothing());
+  lookUp({"Account", "Contact", "User"});
+  EXPECT_EQ(network->count(layoutsUrl("Account,User")), 1U);
+  EXPECT_THAT(answers, ElementsAre("Contact[]", "Contact[] + network"));
+}
+
+TEST_F(CompactLayoutDataServiceTest, ARepeatedNameIsRequestedAsOftenAsItIsNamed) {
+  network->answer(layoutsUrl("Account,Account"), layouts(account));
+  network->answer(namesUrl("'User'"), StubNetwork::body(userName));
+  lookUp({"Account", "Account"});
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name]"));
+  EXPECT_EQ(log().at(2), getting + "Account, Account compactLayout(s) - 'User'");
+}
+
+TEST_F(CompactLayoutDataServiceTest, ALayoutOfAnUnexpectedTypeIsDeliveredAndCachedUnderItsOwnType) {
+  network->answer(layoutsUrl("Account"), layouts(R"("Account":)" + contact.substr(contact.find('{'))));
+  network->answer(namesUrl("''"), StubNetwork::body(namesJson({})));
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre("Contact[Name]"));
+  EXPECT_TRUE(isCached("Contact"));
+  EXPECT_FALSE(isCached("Account"));
+}
+
+TEST_F(CompactLayoutDataServiceTest, NoBodyAndNoErrorIsLoggedOnlyOnce) {
+  network->answer(layoutsUrl("Account"), StubNetwork::nothing());
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre(" + network"));
+  EXPECT_THAT(log(), ElementsAre(miss, publicErrorLine + networkText));
+  EXPECT_EQ(network->count(), 1U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, ABodyThatIsNoAnswerGivesWhatIsCachedAndDecoding) {
+  cacheLayout("Contact", 0);
+  network->answer(layoutsUrl("Account"),
+                  StubNetwork::body(R"([{"code":"SERVER_ERROR"}])").with({"", 500, {}}));
+  lookUp({"Account", "Contact"});
+  EXPECT_THAT(answers, ElementsAre("Contact[] + decoding"));
+  EXPECT_THAT(log(), ElementsAre(miss, "error: " + operation + "Failed to decode: expected an object at $",
+                                 publicErrorLine + decodingText));
+  EXPECT_EQ(network->count(), 1U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, AnEmptyBodyDoesNotDecode) {
+  network->answer(layoutsUrl("Account"), StubNetwork::body(""));
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre(" + decoding"));
+}
+
+TEST_F(CompactLayoutDataServiceTest, GoodBodiesAreUsedWhateverTheStatus) {
+  network->answer(layoutsUrl("Account"), layouts(account).with({"", 500, {}}));
+  network->answer(namesUrl("'User'"), StubNetwork::body(userName).with({"", 404, {}}));
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name]"));
+}
+
+/// Adds an error to every answer.
+class PessimisticNetwork final : public CorvaneSDK::Network {
+ public:
+  explicit PessimisticNetwork(std::shared_ptr<Network> next) : next_(std::move(next)) {}
+  void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override {
+    next_->sendRequest(request, [completion = std::move(completion)](auto data, auto, auto response) {
+      completion(std::move(data), TestError{"line down"}, std::move(response));
+    });
+  }
+
+ private:
+  const std::shared_ptr<Network> next_;
+};
+
+TEST_F(CompactLayoutDataServiceTest, AnErrorBesideABodyIsIgnored) {
+  serveAccount();
+  const auto pessimist = std::make_shared<PessimisticNetwork>(network);
+  service = std::make_shared<CompactLayoutDataService>(RequiredAPI{pessimist, cache, logger}, timeout);
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name]"));
+  EXPECT_THAT(logger->texts(CorvaneSDK::LogLevel::error), IsEmpty());
+}
+
+TEST_F(CompactLayoutDataServiceTest, AFailedNameQueryAnswersWhatTheServerSentWithoutErrorAndCachesNothing) {
+  struct Case {
+    StubNetwork::Answer answer;
+    std::string reason;
+  };
+  const std::vector<Case> cases = {
+      {StubNetwork::failure(TestError{"line down"}), "line down"},
+      {StubNetwork::nothing(),
+       "The operation could not be completed. (CompactLayoutDataServiceError.network)"},
+      {StubNetwork::body("{}"), R"(missing key "records" at $)"},
+  };
+  cacheLayout("Contact", 0);
+  for (const auto& each : cases) {
+    network->answer(layoutsUrl("Account"), layouts(account));
+    network->answer(namesUrl("'User'"), each.answer);
+    logger->clear();
+    lookUp({"Account", "Contact"});
+    EXPECT_EQ(answers.back(), "Account[Name,OwnerId] Contact[]");
+    EXPECT_THAT(log(), ElementsAre(miss, getting + "Account compactLayout(s) - 'User'",
+                                   namesErrorLine + each.reason));
+    EXPECT_FALSE(isCached("Account"));
+  }
+  EXPECT_EQ(answers.size(), cases.size());
+}
+
+TEST_F(CompactLayoutDataServiceTest, AfterAFailedNameQueryTheNextLookupAsksTheServerAgain) {
+  network->answer(layoutsUrl("Account"), layouts(account));
+  network->answer(namesUrl("'User'"), {StubNetwork::nothing(), StubNetwork::body(userName)});
+  lookUp({"Account"});
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre("Account[Name,OwnerId]", "Account[Name,Owner.Name]"));
+  EXPECT_EQ(network->count(), 4U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, ABlobThatDoesNotDecodeIsFetchedAgainAndOverwritten) {
+  cache->save(Data(std::string(R"({"compactLayout":7})")), "OPS_CompactLayout_Account");
+  network->answer(layoutsUrl("Account"), StubNetwork::nothing());
+  lookUp({"Account"});
+  EXPECT_EQ(log().at(0), "error: load(key:): Failed to decode: expected an object at $.compactLayout");
+  EXPECT_TRUE(isCached("Account")) << "a bad blob stays until a download replaces it";
+  serveAccount();
+  lookUp({"Account"});
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre(" + network", "Account[Name,Owner.Name]", "Account[Name,Owner.Name]"));
+  EXPECT_EQ(network->count(), 3U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, ALayoutThatCannotBeEncodedIsDeliveredAndLoggedButNotCached) {
+  clock.set(Date::sinceReferenceDate(std::numeric_limits<double>::infinity()));
+  serveAccount();
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name]"));
+  EXPECT_FALSE(isCached("Account"));
+  EXPECT_THAT(log().back(), StartsWith("error: save(key:compactLayout:): Failed to encode: "));
+}
+
+TEST_F(CompactLayoutDataServiceTest, ACacheThatRefusesToSaveChangesNothingForTheCaller) {
+  recordedCache->fail(FailingCache::Operation::save);
+  serveAccount();
+  lookUp({"Account"});
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name]"));
+  EXPECT_EQ(log().size(), 3U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, WithoutACompletionTheCacheIsFilledAllTheSame) {
+  serveAccount();
+  service->compactLayoutForApiName({"Account"}, nullptr);
+  EXPECT_TRUE(isCached("Account"));
+  service->compactLayoutForApiName({"Account"}, nullptr);
+  network->answer(layoutsUrl("Contact"), StubNetwork::nothing());
+  service->compactLayoutForApiName({"Contact"}, nullptr);
+  EXPECT_EQ(network->count(), 3U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, TheCompletionRunsOnTheThreadOfTheNetwork) {
+  network->answer(layoutsUrl("Account"), layouts(account).held());
+  network->answer(namesUrl("'User'"), StubNetwork::body(userName).held());
+  lookUp({"Account"});
+  EXPECT_THAT(answers, IsEmpty());
+  std::thread([&] { network->releaseAll(); }).join();
+  EXPECT_THAT(answers, IsEmpty());
+  std::thread second([&] { network->releaseAll(); });
+  const auto id = second.get_id();
+  second.join();
+  EXPECT_EQ(answers.size(), 1U);
+  EXPECT_EQ(answerThread, id);
+}
+
+TEST_F(CompactLayoutDataServiceTest, HostileTypeNamesStayOneQueryItem) {
+  const std::string hostile = "User') OR ('1'='1&q=x#y%20\xC3\xA9";
+  network->answerPrefix(layoutsUrl(""),
+                        layouts(layoutJson("Account", {{"OwnerId", "reference", hostile, "Owner"}})));
+  network->answerPrefix(namesUrl("").substr(0, 36), StubNetwork::body(namesJson({{hostile, "Name"}})));
+  lookUp({"Account&q=Other#x"});
+  EXPECT_THAT(answers, ElementsAre("Account[Owner.Name]"));
+  EXPECT_THAT(network->urls(), ElementsAre(layoutsUrl("Account%26q%3DOther%23x"),
+                                           namesUrl("'User')%20OR%20('1'%3D'1%26q%3Dx%23y%2520%C3%A9'")));
+}
+
+TEST_F(CompactLayoutDataServiceTest, TheProducerOfNamesSendsARequestForEachSubscription) {
+  network->answer(namesUrl("'A','B'"), StubNetwork::body(namesJson({{"A", "Name"}})));
+  const auto producer = service->qualifiedApiNameAsPublisher("'A','B'");
+  EXPECT_EQ(network->count(), 0U);
+  std::vector<std::string> events;
+  for (int i = 0; i < 2; ++i) {
+    const auto token =
+        producer.sink([&](const auto& info) { events.push_back(info.entityApiNames.at("A")); },
+                      [&](const auto& error) { events.push_back(error ? "failed" : "ended"); });
+  }
+  EXPECT_THAT(events, ElementsAre("Name", "ended", "Name", "ended"));
+  EXPECT_EQ(network->count(), 2U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, TheProducerOfNamesFailsWithTheReason) {
+  std::optional<Error> reason;
+  const auto fail = [&](const StubNetwork::Answer& answer) {
+    network->answer(namesUrl("'A'"), answer);
+    const auto token = service->qualifiedApiNameAsPublisher("'A'").sink(
+        [](const auto&) { FAIL() << "a value"; }, [&](const std::optional<Error>& error) { reason = error; });
+    return reason.has_value();
+  };
+  ASSERT_TRUE(fail(StubNetwork::failure(TestError{"line down"})));
+  EXPECT_NE(reason->as<TestError>(), nullptr);
+  ASSERT_TRUE(fail(StubNetwork::nothing()));
+  ASSERT_NE(reason->as<CompactLayoutDataServiceError>(), nullptr);
+  EXPECT_EQ(*reason->as<CompactLayoutDataServiceError>(), CompactLayoutDataServiceError::network());
+  ASSERT_TRUE(fail(StubNetwork::body("[]")));
+  EXPECT_NE(reason->as<DecodingError>(), nullptr);
+}
+
+TEST_F(CompactLayoutDataServiceTest, WithoutTheServiceTheProducerOfNamesSendsNothingAndNeverEnds) {
+  const auto producer = service->qualifiedApiNameAsPublisher("'A'");
+  service.reset();
+  const auto token =
+      producer.sink([](const auto&) { FAIL() << "a value"; }, [](const auto&) { FAIL() << "an end"; });
+  EXPECT_EQ(network->count(), 0U);
+}
+
+TEST_F(CompactLayoutDataServiceTest, LayoutsSurviveInACacheFile) {
+  const hostkit::tests::TemporaryFolder folder;
+  const auto open = [&] {
+    auto file = hostkit::SQLiteCache::open(folder.file("cache.sqlite"));
+    return std::make_shared<CompactLayoutDataService>(RequiredAPI{network, file.value(), logger}, timeout);
+  };
+  serveAccount();
+  open()->compactLayoutForApiName({"Account"}, record());
+  open()->compactLayoutForApiName({"Account"}, record());
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name]", "Account[Name,Owner.Name]"));
+  EXPECT_EQ(network->count(), 2U);
+}
+
+}  // namespace
+}  // namespace vellora

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/Host/RequiredAPI.h"
+#include "vellora/Models/CompactLayoutResults.h"
+#include "vellora/Models/ObjectQualifiedApiNameInfo.h"
+#include "vellora/Platform/CancellableSlot.h"
+#include "vellora/Platform/Publisher.h"
+
+namespace vellora {
+
+/// Answers which headline fields the records of object types show. Serves what the cache holds, fetches the
+/// rest in one request from "/services/data/v53.0/compactLayouts", and caches each layout in a blob of its
+/// own, "OPS_CompactLayout_" followed by the object type.
+///
+/// A field that points to a record is of no use on a screen unless that record's name is shown. So after each
+/// download a second request asks for the name fields of the object types pointed to, and such a field's
+/// `apiName` is rewritten to the path of the name field: "OwnerId" becomes "Owner.Name". When that request
+/// fails, the layouts are answered as they came and not cached, so that the next lookup tries again.
+///
+/// A cached layout that is older than the time-out counts as missing, and is served only when the download
+/// fails.
+///
+/// Ownership: make it with `std::make_shared`; pending answers hold it weakly. Threads: safe to use from
+/// several threads at once; has no queue. The cache is read on the caller's thread; when that answers
+/// everything, the completion runs inside the call, else on the thread on which the host's network calls back.
+/// Errors: `decoding` and `network`, beside what the cache held. Units: the time-out is in seconds.
+class CompactLayoutDataService : public std::enable_shared_from_this<CompactLayoutDataService> {
+ public:
+  struct Constants {
+    static constexpr std::string_view queryApiVersion = "v53.0";
+  };
+
+  using Completion = std::function<void(std::optional<std::vector<ObjectCompactLayoutInfo>> layouts,
+                                        std::optional<SObjectsDataServiceError> error)>;
+
+  /// Takes the host's facilities; does no work.
+  CompactLayoutDataService(RequiredAPI api, double cacheTimeout);
+
+  /// Looks up the layouts of the object types `names`. The completion, if there is one, is called with the
+  /// downloaded layouts followed by the cached ones that are young enough, these in the order of `names`;
+  /// after a failed download with all cached ones, maybe none, and the error. A type that the server does not
+  /// know has no layout in the list. The answer comes before anything is cached.
+  ///
+  /// It is called once, or never when the service is released before the answer, and when the download of
+  /// another lookup arrives between this one's download and its name fields: of two requests for name fields
+  /// only the one sent last is waited for. Have one lookup at a time if every one must be answered.
+  void compactLayoutForApiName(const std::vector<std::string>& names, Completion completion);
+
+  /// A producer of the name fields of object types. `entities` lists the types as a query does, in single
+  /// quotes with commas between, and is sent as it stands. Each subscription sends a request; a failed one
+  /// ends with the network's error, with `CompactLayoutDataServiceError` `network` when there is neither body
+  /// nor error, or with a `DecodingError`. Without the service it never ends.
+  [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> qualifiedApiNameAsPublisher(const std::string& entities);
+
+ private:
+  struct Cached {
+    bool expired;
+    ObjectCompactLayoutInfo info;
+  };
+  struct Download;
+
+  void getCompactLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
+  void resolveReferenceFields(const std::shared_ptr<const Download>& download);
+  [[nodiscard]] Publisher<Data> requestAsPublisher(const std::optional<CorvaneSDK::NetRequest>& request);
+  void save(const std::string& key, const ObjectCompactLayoutInfo& compactLayout);
+  [[nodiscard]] std::optional<Cached> load(const std::string& key);
+
+  // Constant after construction.
+  const std::shared_ptr<CorvaneSDK::Network> network_;
+  const std::shared_ptr<CorvaneSDK::Cache> cache_;
+  const std::shared_ptr<CorvaneSDK::Logger> logger_;
+  const double cacheTimeout_;
+
+  // Synchronises itself: downloads arrive on several threads at once.
+  CancellableSlot qualifiedApiNamesCancellable_;
+};
+
+/// The object types that the reference fields of the layouts point to, as a query lists them:
+/// 'User','Account'. Every field counts, so a type may come twice; parts of compound fields do not. Without
+/// any it is ''.
+[[nodiscard]] std::string referenceTypeFields(const CompactLayoutResults& compactLayoutResults);
+
+/// Rewrites the `apiName` of every field, of whatever type, that points to an object type in `entityApiNames`
+/// and has a relationship name: that name, a full stop, and the object type's name field. Parts of compound
+/// fields stay as they are. The fields are rewritten in place, for everybody who shares them.
+void updateReferenceTypeFields(const std::map<std::string, std::string>& entityApiNames,
+                               const CompactLayoutResults& compactLayoutResults);
+
+}  // namespace vellora
