@@ -47,7 +47,6 @@ SQLiteDatabase::Opened SQLiteDatabase::open(const std::string& path, std::chrono
 
 SQLiteDatabase::~SQLiteDatabase() {
   for (const auto& [sql, statement] : statements_) sqlite3_finalize(statement);
-  if (moved()) leaveUntouchedOnClose();
   sqlite3_close(handle_);
 }
 

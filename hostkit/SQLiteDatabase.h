@@ -14,11 +14,10 @@ namespace vellora::hostkit {
 
 /// A connection to a database file, set up to distrust the file's content.
 ///
-/// Ownership: closes the connection at the end. When the file is no longer the one under its name, closing
-/// leaves the log file of that name alone, since it belongs to another database by then.
-/// Threads: one thread at a time.
-/// Errors: the first failure is remembered until `clearFailure`, and what follows it does nothing; so a
-/// sequence of statements needs one look at its end.
+/// Ownership: closes the connection at the end. When the file is no longer the one under its name, SQLite
+/// leaves the log file of that name alone, since it belongs to another database by then. Threads: one thread
+/// at a time. Errors: the first failure is remembered until `clearFailure`, and what follows it does nothing;
+/// so a sequence of statements needs one look at its end.
 class SQLiteDatabase {
  public:
   struct Opened {

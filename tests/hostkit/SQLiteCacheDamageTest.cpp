@@ -237,6 +237,26 @@ TEST_F(SQLiteCacheDamageTest, AFileThatTurnsOutDamagedLaterIsSetAsideThen) {
   EXPECT_NE(cache->openTable("Rows"), nullptr);
 }
 
+TEST_F(SQLiteCacheDamageTest, AWriteThatADamagedIndexWouldHideIsStoredInAFreshFile) {
+  removeAllFiles();
+  for (const char letter : std::string("bdfhj")) {
+    open().value()->save(Data("data of " + std::string(1, letter)), "key " + std::string(1, letter));
+  }
+  std::string damaged = fileBytes(path);
+  const std::size_t rowsPage = damaged.find("data of b") / pageSize;
+  std::size_t entry = damaged.find("key b");
+  if (entry / pageSize == rowsPage) entry = damaged.find("key b", (rowsPage + 1) * pageSize);
+  ASSERT_LT(entry, damaged.size());
+  damaged[entry + 4] = 'z';  // the first entry of the index is now its largest: a search loses its way
+  writeFile(path, damaged);
+  const auto cache = open().value();
+
+  EXPECT_TRUE(cache->save(Data(std::string("new")), "key e"));
+
+  EXPECT_EQ(textOf(cache->load("key e")), "new");
+  EXPECT_TRUE(std::filesystem::exists(path + ".damaged-1"));
+}
+
 TEST_F(SQLiteCacheDamageTest, AWriteThatMeetsTheDamageIsStoredInTheFreshFile) {
   const std::size_t page = sound.find("the first blob") / pageSize * pageSize;
   std::string damaged = sound;
