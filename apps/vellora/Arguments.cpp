@@ -13,11 +13,13 @@ namespace {
 
 using Level = hostkit::SpdlogLogger::Level;
 
-const std::map<std::string, Level> logLevels{{"off", Level::off}, {"error", Level::error}, {"info", Level::info}};
+const std::map<std::string, Level> logLevels{
+    {"off", Level::off}, {"error", Level::error}, {"info", Level::info}};
 
 const char* const footer =
     "Exit codes: 0 every key answered, 1 unexpected, 2 usage, 3 answered but some keys have no entry,\n"
-    "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used, 130 interrupted.";
+    "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used, 130 "
+    "interrupted.";
 
 void addOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--server", arguments.server, "The records server, such as https://records.example")
@@ -25,8 +27,11 @@ void addOptions(CLI::App& app, Arguments& arguments) {
       ->type_name("URL");
   app.add_option("--token-file", arguments.tokenFile, "File with the bearer token; - is standard input")
       ->type_name("FILE");
-  app.add_option("--theme", arguments.theme, "Theme of colours and icons")->capture_default_str()->type_name("NAME");
-  app.add_option("--cache", arguments.cacheFile, "Cache file; by default one for each server in your cache folder")
+  app.add_option("--theme", arguments.theme, "Theme of colours and icons")
+      ->capture_default_str()
+      ->type_name("NAME");
+  app.add_option("--cache", arguments.cacheFile,
+                 "Cache file; by default one for each server in your cache folder")
       ->type_name("FILE");
   app.add_option("--cache-timeout", arguments.cacheTimeout, "Age at which cached data expires")
       ->capture_default_str()
@@ -61,7 +66,9 @@ std::optional<std::string> complaintAbout(const Arguments& arguments) {
   return std::nullopt;
 }
 
-Problem usage(const std::string& what) { return {ExitCode::usage, what + "; see vellora --help"}; }
+Problem usage(const std::string& what) {
+  return {ExitCode::usage, what + "; see vellora --help"};
+}
 
 }  // namespace
 

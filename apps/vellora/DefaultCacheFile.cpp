@@ -27,7 +27,8 @@ std::string fileName(const std::string& server) {
     const bool isPlain = std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '.';
     if (isPlain || (!name.empty() && name.back() != '-')) name += isPlain ? c : '-';
   }
-  const auto sum = ::crc32(0, reinterpret_cast<const Bytef*>(server.data()), static_cast<uInt>(server.size()));
+  const auto sum =
+      ::crc32(0, reinterpret_cast<const Bytef*>(server.data()), static_cast<uInt>(server.size()));
   std::array<char, 16> hex{};
   std::snprintf(hex.data(), hex.size(), "-%08lx", sum);
   return name + hex.data() + ".sqlite";

@@ -15,7 +15,8 @@ namespace vellora::command {
 
 using CorvaneSDK::LogLevel;
 
-/// Remembers the first thing that went wrong with a request: no answer, or one that the library could not use.
+/// Remembers the first thing that went wrong with a request: no answer, or one that the library could not
+/// use.
 class Session::Failures {
  public:
   void note(const hostkit::RequestOutcome& outcome) {
@@ -66,8 +67,8 @@ class Session::SettlingNetwork final : public CorvaneSDK::Network {
   explicit SettlingNetwork(std::shared_ptr<CorvaneSDK::Network> next) : next_(std::move(next)) {}
 
   void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override {
-    next_->sendRequest(request, [running = running_, completion = std::move(completion)](auto data, auto error,
-                                                                                         auto response) {
+    next_->sendRequest(request, [running = running_, completion = std::move(completion)](
+                                    auto data, auto error, auto response) {
       running->add(1);
       completion(std::move(data), std::move(error), std::move(response));
       running->add(-1);
@@ -150,13 +151,18 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
                    std::make_shared<NotingLogger>(failures, std::move(log).value())}));
 }
 
-Session::Session(std::shared_ptr<Failures> failures, std::shared_ptr<SettlingNetwork> network, RequiredAPI api)
+Session::Session(std::shared_ptr<Failures> failures, std::shared_ptr<SettlingNetwork> network,
+                 RequiredAPI api)
     : failures_(std::move(failures)), network_(std::move(network)), api_(std::move(api)) {}
 
 Session::~Session() = default;
 
-void Session::settle() const { network_->settle(); }
+void Session::settle() const {
+  network_->settle();
+}
 
-std::optional<std::string> Session::failure() const { return failures_->first(); }
+std::optional<std::string> Session::failure() const {
+  return failures_->first();
+}
 
 }  // namespace vellora::command

@@ -11,7 +11,8 @@
 
 namespace vellora::command {
 
-/// The host that one run of the command is: its network, its cache file and its log; and what went wrong in them.
+/// The host that one run of the command is: its network, its cache file and its log; and what went wrong in
+/// them.
 ///
 /// Threads: `failure` may be called while requests run.
 class Session {
@@ -25,8 +26,8 @@ class Session {
 
   [[nodiscard]] const RequiredAPI& api() const noexcept { return api_; }
 
-  /// Waits until the library has done with the answers that came. It caches some of them only after it has passed
-  /// them on, and must not be torn down in between.
+  /// Waits until the library has done with the answers that came. It caches some of them only after it has
+  /// passed them on, and must not be torn down in between.
   void settle() const;
 
   /// Which request failed first, and why; no value when none did.

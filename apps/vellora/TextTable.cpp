@@ -49,17 +49,21 @@ void forEachCharacter(std::string_view text, Visit visit) {
 
 std::string printable(std::string_view text) {
   std::string shown;
-  forEachCharacter(text, [&](std::string_view bytes, int width) { shown += width < 0 ? replacement : bytes; });
+  forEachCharacter(text,
+                   [&](std::string_view bytes, int width) { shown += width < 0 ? replacement : bytes; });
   return shown;
 }
 
 std::size_t displayWidth(std::string_view text) {
   std::size_t columns = 0;
-  forEachCharacter(text, [&](std::string_view, int width) { columns += width < 0 ? 1 : static_cast<std::size_t>(width); });
+  forEachCharacter(
+      text, [&](std::string_view, int width) { columns += width < 0 ? 1 : static_cast<std::size_t>(width); });
   return columns;
 }
 
-TextTable::TextTable(std::vector<std::string> header) : widths_(header.size()) { addRow(std::move(header)); }
+TextTable::TextTable(std::vector<std::string> header) : widths_(header.size()) {
+  addRow(std::move(header));
+}
 
 void TextTable::addRow(std::vector<std::string> cells) {
   for (std::size_t column = 0; column < cells.size(); ++column) {

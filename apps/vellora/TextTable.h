@@ -7,8 +7,8 @@
 
 namespace vellora::command {
 
-/// The text with everything replaced that a terminal would obey instead of showing: control characters and bytes
-/// that are not UTF-8 become U+FFFD.
+/// The text with everything replaced that a terminal would obey instead of showing: control characters and
+/// bytes that are not UTF-8 become U+FFFD.
 [[nodiscard]] std::string printable(std::string_view text);
 
 /// How many columns a terminal needs for a printable text.

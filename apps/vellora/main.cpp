@@ -16,7 +16,9 @@ namespace {
 using namespace vellora::command;
 
 // Nothing needs tidying up: the cache file survives an end at any moment.
-extern "C" void onInterrupt(int) { ::_exit(static_cast<int>(ExitCode::interrupted)); }
+extern "C" void onInterrupt(int) {
+  ::_exit(static_cast<int>(ExitCode::interrupted));
+}
 
 void setUpSignals() {
   struct sigaction interrupt {};

@@ -18,9 +18,9 @@ class SObjectsDataServiceThreadsTest : public testing::Test {
  protected:
   /// Loads the list from a network that answers at once, and returns the thread that completed it.
   std::thread::id loaded() {
-    std::promise<std::thread::id> completed;
-    service->loadSObjects([&](const auto&) { completed.set_value(std::this_thread::get_id()); });
-    auto thread = completed.get_future();
+    const auto completed = std::make_shared<std::promise<std::thread::id>>();
+    service->loadSObjects([completed](const auto&) { completed->set_value(std::this_thread::get_id()); });
+    auto thread = completed->get_future();
     EXPECT_EQ(thread.wait_for(patience), std::future_status::ready);
     return thread.get();
   }
@@ -30,6 +30,14 @@ class SObjectsDataServiceThreadsTest : public testing::Test {
     tokens.insert(service->sObjectsForNames(names).sink(
         [answered](const auto&) { answered->set_value(std::this_thread::get_id()); }));
     return answered->get_future();
+  }
+
+  std::map<std::string, SObjectsDataService::TypeAndInstance> found(const std::vector<std::string>& ids) {
+    using Found = std::map<std::string, SObjectsDataService::TypeAndInstance>;
+    const auto answered = std::make_shared<std::promise<Found>>();
+    tokens.insert(
+        service->sObjectsForIds(ids).sink([answered](const Found& all) { answered->set_value(all); }));
+    return answered->get_future().get();
   }
 
   SObjectsHost host;
@@ -46,9 +54,7 @@ TEST_F(SObjectsDataServiceThreadsTest, SendsALoadsRequestFromItsQueueAndComplete
   ASSERT_TRUE(host.network->waitForRequests(1, patience));
   EXPECT_NE(host.network->requests().front().thread, std::this_thread::get_id());
   // Until the service has subscribed to what it sent, the answer is delivered on its queue: wait for that.
-  std::promise<void> drained;
-  tokens.insert(service->sObjectsForNames({}).sink([&](const auto&) { drained.set_value(); }));
-  ASSERT_EQ(drained.get_future().wait_for(patience), std::future_status::ready);
+  ASSERT_EQ(threadOfNames({}).wait_for(patience), std::future_status::ready);
   host.network->releaseAll();
   EXPECT_EQ(completedOn, std::this_thread::get_id());
 }
@@ -74,8 +80,7 @@ TEST_F(SObjectsDataServiceThreadsTest, AnswersAfterAFetchWhereTheNetworkAnswers)
   host.network->answer(listUrl, StubNetwork::body(listBody).held());
   auto thread = threadOfNames({"Account"});
   ASSERT_TRUE(host.network->waitForRequests(1, patience));
-  auto drained = threadOfNames({});
-  ASSERT_EQ(drained.wait_for(patience), std::future_status::ready);
+  ASSERT_EQ(threadOfNames({}).wait_for(patience), std::future_status::ready);
 
   host.network->releaseAll();
 
@@ -86,14 +91,14 @@ TEST_F(SObjectsDataServiceThreadsTest, AnswersAfterAFetchWhereTheNetworkAnswers)
 TEST_F(SObjectsDataServiceThreadsTest, MayBeReleasedOnItsOwnQueue) {
   host.network->answer(listUrl, StubNetwork::body(listBody));
   loaded();
-  std::promise<void> released;
+  const auto released = std::make_shared<std::promise<void>>();
 
-  tokens.insert(service->sObjectsForNames({"Account"}).sink([&](const auto&) {
+  tokens.insert(service->sObjectsForNames({"Account"}).sink([this, released](const auto&) {
     service.reset();
-    released.set_value();
+    released->set_value();
   }));
 
-  ASSERT_EQ(released.get_future().wait_for(patience), std::future_status::ready);
+  ASSERT_EQ(released->get_future().wait_for(patience), std::future_status::ready);
   EXPECT_TRUE(host.logger->contains("enforceCacheCount(), cacheEntryType: listView"));
 }
 
@@ -108,11 +113,8 @@ TEST_F(SObjectsDataServiceThreadsTest, AnswersManyThreadsAtOnce) {
         service->loadSObjects(nullptr);
         auto names = threadOfNames({"Account", "Status", "Nobody"});
         EXPECT_EQ(names.wait_for(patience), std::future_status::ready);
-        std::promise<std::map<std::string, SObjectsDataService::TypeAndInstance>> found;
         const std::string id = "00B" + std::to_string(index * perThread + round);
-        tokens.insert(
-            service->sObjectsForIds({id, "001A"}).sink([&](const auto& all) { found.set_value(all); }));
-        const auto all = found.get_future().get();
+        const auto all = found({id, "001A"});
         EXPECT_EQ(all.at(id).instance, account);
         EXPECT_EQ(all.at("001A").type, account);
       }

@@ -77,8 +77,8 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   std::vector<std::string> argumentTexts{program};
   argumentTexts.insert(argumentTexts.end(), arguments.begin(), arguments.end());
   auto environmentTexts = environmentOf(options);
-  const int failure = ::posix_spawn(&process_, program.c_str(), &actions, nullptr, pointersTo(argumentTexts).data(),
-                                    pointersTo(environmentTexts).data());
+  const int failure = ::posix_spawn(&process_, program.c_str(), &actions, nullptr,
+                                    pointersTo(argumentTexts).data(), pointersTo(environmentTexts).data());
   posix_spawn_file_actions_destroy(&actions);
   for (const int ours : {in.reading, out.writing, err.writing}) ::close(ours);
   if (failure != 0) std::abort();
@@ -93,7 +93,9 @@ ChildProcess::~ChildProcess() {
   [[maybe_unused]] const auto ended = wait();
 }
 
-void ChildProcess::sendSignal(int signal) const { ::kill(process_, signal); }
+void ChildProcess::sendSignal(int signal) const {
+  ::kill(process_, signal);
+}
 
 ChildProcess::Ended ChildProcess::wait() {
   for (auto& pipe : pipes_) pipe.join();

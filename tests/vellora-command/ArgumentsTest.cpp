@@ -36,8 +36,9 @@ class ArgumentsTest : public testing::Test {
 };
 
 TEST_F(ArgumentsTest, ReadsOptionsBeforeAndAfterTheCommand) {
-  const auto result = parsed({"--server", "http://h", "search-layouts", "Account", "Contact", "--json", "--cache",
-                              "c.sqlite", "--cache-timeout", "5", "--wait", "2.5", "--log", "error", "--no-color"});
+  const auto result =
+      parsed({"--server", "http://h", "search-layouts", "Account", "Contact", "--json", "--cache", "c.sqlite",
+              "--cache-timeout", "5", "--wait", "2.5", "--log", "error", "--no-color"});
   const auto& arguments = std::get<Arguments>(result);
   EXPECT_EQ(arguments.command, Arguments::Command::searchLayouts);
   EXPECT_THAT(arguments.keys, ElementsAre("Account", "Contact"));
@@ -66,7 +67,8 @@ TEST_F(ArgumentsTest, HasDefaultsForEverythingButTheServer) {
 TEST_F(ArgumentsTest, TakesTheServerFromTheEnvironmentUnlessToldOtherwise) {
   ::setenv("VELLORA_SERVER", "http://from-environment", 1);
   EXPECT_EQ(std::get<Arguments>(parsed({"search-layouts", "A"})).server, "http://from-environment");
-  EXPECT_EQ(std::get<Arguments>(parsed({"--server", "http://told", "search-layouts", "A"})).server, "http://told");
+  EXPECT_EQ(std::get<Arguments>(parsed({"--server", "http://told", "search-layouts", "A"})).server,
+            "http://told");
 }
 
 TEST_F(ArgumentsTest, SaysWhatIsMissingAndWhatToDo) {
@@ -90,7 +92,8 @@ TEST_F(ArgumentsTest, RefusesNumbersThatMakeNoSense) {
               HasSubstr("--cache-timeout"));
   EXPECT_EQ(problemOf({"--server", "http://h", "--wait", "0", "search-layouts", "A"}),
             "--wait must be a number of seconds above 0; see vellora --help");
-  EXPECT_THAT(problemOf({"--server", "http://h", "--log", "loud", "search-layouts", "A"}), HasSubstr("--log"));
+  EXPECT_THAT(problemOf({"--server", "http://h", "--log", "loud", "search-layouts", "A"}),
+              HasSubstr("--log"));
 }
 
 TEST_F(ArgumentsTest, ADashStandsForStandardInputWhichServesOneThingOnly) {

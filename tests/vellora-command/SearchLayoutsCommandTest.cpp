@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "apps/records-server/RecordsServer.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/ChildProcess.h"
 
 namespace vellora::command {
 namespace {
@@ -152,8 +152,9 @@ TEST_F(SearchLayoutsCommandTest, WhenTheWaitRunsOutItSaysSo) {
   const auto ended = run({"--json", "--wait", "0.3", "search-layouts", "Account"});
   EXPECT_EQ(ended.exitCode, 5);
   EXPECT_EQ(ended.out, "null\n");
-  EXPECT_EQ(ended.err,
-            "vellora: no search layout for Account: no answer within 0.3 s; give it longer with --wait SECONDS\n");
+  EXPECT_EQ(
+      ended.err,
+      "vellora: no search layout for Account: no answer within 0.3 s; give it longer with --wait SECONDS\n");
 }
 
 TEST_F(SearchLayoutsCommandTest, ControlCEndsItAtOnceWithExitCode130) {
@@ -169,14 +170,16 @@ TEST_F(SearchLayoutsCommandTest, SendsTheTokenOfAFileAndPrintsItNowhere) {
   writeFile(tokenFile, "canary-7f3a\n");
   const auto ended = run({"--token-file", tokenFile, "--log", "info", "search-layouts", "Account"});
   EXPECT_EQ(ended.exitCode, 0);
-  EXPECT_THAT(server->recordedRequests().at(0).header("Authorization"), testing::Optional(testing::StrEq("Bearer canary-7f3a")));
+  EXPECT_THAT(server->recordedRequests().at(0).header("Authorization"),
+              testing::Optional(testing::StrEq("Bearer canary-7f3a")));
   EXPECT_THAT(ended.out + ended.err, Not(HasSubstr("canary")));
 }
 
 TEST_F(SearchLayoutsCommandTest, ReadsTheTokenFromStandardInput) {
   options.input = "canary-7f3a";
   EXPECT_EQ(run({"--token-file", "-", "search-layouts", "Account"}).exitCode, 0);
-  EXPECT_THAT(server->recordedRequests().at(0).header("Authorization"), testing::Optional(testing::StrEq("Bearer canary-7f3a")));
+  EXPECT_THAT(server->recordedRequests().at(0).header("Authorization"),
+              testing::Optional(testing::StrEq("Bearer canary-7f3a")));
 }
 
 TEST_F(SearchLayoutsCommandTest, ATokenFileThatIsNotThereOrEmptyIsAUsageError) {
@@ -192,9 +195,10 @@ TEST_F(SearchLayoutsCommandTest, ATokenFileThatIsNotThereOrEmptyIsAUsageError) {
 }
 
 TEST_F(SearchLayoutsCommandTest, AServerAddressThatIsNoneIsAUsageError) {
-  for (const std::string address : {"records.example", "ftp://records.example", "http://", "http://user:pw@h"}) {
-    const auto ended =
-        ChildProcess::run(VELLORA, {"--server", address, "--cache", cacheFile, "search-layouts", "A"}, options);
+  for (const std::string address :
+       {"records.example", "ftp://records.example", "http://", "http://user:pw@h"}) {
+    const auto ended = ChildProcess::run(
+        VELLORA, {"--server", address, "--cache", cacheFile, "search-layouts", "A"}, options);
     EXPECT_EQ(ended.exitCode, 2) << address;
     EXPECT_THAT(ended.err, StartsWith("vellora: ")) << address;
     EXPECT_THAT(ended.err, Not(HasSubstr("pw"))) << address;
@@ -211,7 +215,8 @@ TEST_F(SearchLayoutsCommandTest, AnOptionThatIsMissingIsAUsageErrorOfOneLine) {
 TEST_F(SearchLayoutsCommandTest, ACacheFolderThatCannotBeMadeIsExitCodeSeven) {
   writeFile(folder.file("file"), "in the way");
   const auto ended = ChildProcess::run(
-      VELLORA, {"--server", server->url(), "--cache", folder.file("file") + "/cache.sqlite", "search-layouts", "A"},
+      VELLORA,
+      {"--server", server->url(), "--cache", folder.file("file") + "/cache.sqlite", "search-layouts", "A"},
       options);
   EXPECT_EQ(ended.exitCode, 7);
   EXPECT_THAT(ended.err, HasSubstr(folder.file("file")));
@@ -255,10 +260,11 @@ TEST_F(SearchLayoutsCommandTest, ALogFileThatCannotBeWrittenIsAUsageError) {
 }
 
 TEST_F(SearchLayoutsCommandTest, AReaderThatLeavesIsAnErrorNotACrash) {
-  const auto ended = ChildProcess::run(
-      "/bin/sh", {"-c", "'" VELLORA "' --server " + server->url() + " --cache " + cacheFile +
-                            " search-layouts Account > /dev/full; echo exit $?"},
-      options);
+  const auto ended =
+      ChildProcess::run("/bin/sh",
+                        {"-c", "'" VELLORA "' --server " + server->url() + " --cache " + cacheFile +
+                                   " search-layouts Account > /dev/full; echo exit $?"},
+                        options);
   EXPECT_EQ(ended.out, "exit 1\n");
   EXPECT_EQ(ended.err, "vellora: cannot write to standard output\n");
 }

@@ -25,7 +25,10 @@ TEST(TextTableTest, AnEmptyCellAtTheEndLeavesNoBlanks) {
 
 TEST(PrintableTest, ReplacesWhatATerminalWouldObey) {
   EXPECT_EQ(printable("a\x1b[31mb\r\n\tc\x7f"), "a\uFFFD[31mb\uFFFD\uFFFD\uFFFDc\uFFFD");
-  EXPECT_EQ(printable("\xC2\x9B" "31m"), "\uFFFD31m") << "the one-character form of the escape sequence";
+  EXPECT_EQ(printable("\xC2\x9B"
+                      "31m"),
+            "\uFFFD31m")
+      << "the one-character form of the escape sequence";
   EXPECT_EQ(printable("bad \xff\xc3 end"), "bad \uFFFD\uFFFD end");
   EXPECT_EQ(printable(std::string("nul\0!", 5)), "nul\uFFFD!");
   EXPECT_EQ(printable("Überstunden 顧客 🙂"), "Überstunden 顧客 🙂");

@@ -101,13 +101,7 @@ void SObjectsDataService::loadSObjects(LoadCompletion completion) {
 
 Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsDataService::sObjectsForIds(
     std::vector<std::string> ids) {
-  const auto tuples = Publisher<std::string>::sequence(std::move(ids))
-                          .receive(queue_)
-                          .flatMap([weak = weak_from_this()](const std::string& id) {
-                            const auto self = weak.lock();
-                            return self ? self->sObjectAsIdTuple(id) : silence<IdTuple>();
-                          })
-                          .collect();
+  const auto tuples = collected(std::move(ids), &SObjectsDataService::sObjectAsIdTuple);
   return tuples.map([weak = weak_from_this()](const std::vector<IdTuple>& all) {
     std::map<std::string, TypeAndInstance> found;
     for (const auto& [id, type, instance] : all) {
@@ -123,13 +117,7 @@ Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsD
 
 Publisher<std::map<std::string, std::optional<SObject>>> SObjectsDataService::sObjectsForNames(
     std::vector<std::string> names) {
-  const auto tuples = Publisher<std::string>::sequence(std::move(names))
-                          .receive(queue_)
-                          .flatMap([weak = weak_from_this()](const std::string& name) {
-                            const auto self = weak.lock();
-                            return self ? self->sObjectAsNameTuple(name) : silence<NameTuple>();
-                          })
-                          .collect();
+  const auto tuples = collected(std::move(names), &SObjectsDataService::sObjectAsNameTuple);
   return tuples.map([weak = weak_from_this()](const std::vector<NameTuple>& all) {
     std::map<std::string, std::optional<SObject>> found;
     for (const auto& [name, sObject] : all) {
@@ -141,6 +129,20 @@ Publisher<std::map<std::string, std::optional<SObject>>> SObjectsDataService::sO
     }
     return found;
   });
+}
+
+/// Starts `lookUp` on the queue for each of `keys`, none waiting for another, and collects what they give in
+/// the order in which they give it.
+template <class Tuple>
+Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::string> keys,
+                                                             LookUp<Tuple> lookUp) {
+  return Publisher<std::string>::sequence(std::move(keys))
+      .receive(queue_)
+      .flatMap([weak = weak_from_this(), lookUp](const std::string& key) {
+        const auto self = weak.lock();
+        return self ? (*self.*lookUp)(key) : silence<Tuple>();
+      })
+      .collect();
 }
 
 Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(const std::string& id) {

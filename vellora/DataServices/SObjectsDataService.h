@@ -101,6 +101,11 @@ class SObjectsDataService : public std::enable_shared_from_this<SObjectsDataServ
   struct IdTuple;
   struct NameTuple;
   using OptionalSObject = std::optional<SObject>;
+  template <class Tuple>
+  using LookUp = Publisher<Tuple> (SObjectsDataService::*)(const std::string& key);
+
+  template <class Tuple>
+  [[nodiscard]] Publisher<std::vector<Tuple>> collected(std::vector<std::string> keys, LookUp<Tuple> lookUp);
 
   // These read the cache when they are called; requests are sent when what they return is subscribed to.
   [[nodiscard]] Publisher<IdTuple> sObjectAsIdTuple(const std::string& id);
