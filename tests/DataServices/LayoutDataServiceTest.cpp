@@ -142,7 +142,7 @@ TEST_F(LayoutDataServiceTest, MissingLayoutsAreFetchedInOneRequestAndCachedAfter
 TEST_F(LayoutDataServiceTest, TheRequestIsAPlainGetWithATimeoutOfAMinute) {
   network->answer(accountUrl, StubNetwork::body("[]"));
   lookUp({"Account"});
-  const auto& request = network->requests().at(0).request.base();
+  const URLRequest request = network->requests().at(0).request.base();
   EXPECT_EQ(request.httpMethod, "GET");
   EXPECT_EQ(request.timeoutInterval, 60.0);
   EXPECT_TRUE(request.headers.empty());
