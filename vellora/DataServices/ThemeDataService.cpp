@@ -164,12 +164,10 @@ void ThemeDataService::log(std::string_view message) const {
   logger_->log(message, CorvaneSDK::LogLevel::info);
 }
 
-// The logger is held without the service: its line must not keep alive what was let go of.
 ThemeDataServiceError ThemeDataService::mapped(const Error& error,
                                                const std::weak_ptr<ThemeDataService>& weak) {
   const auto service = weak.lock();
-  const auto logger = service ? service->logger_ : nullptr;
-  return ThemeDataServiceError::map(error, logger.get());
+  return ThemeDataServiceError::map(error, service ? service->logger_.get() : nullptr);
 }
 
 }  // namespace vellora
