@@ -1,0 +1,19 @@
+#include "vellora/Models/ObjectPresentationInfo.h"
+
+#include "vellora/Platform/JsonCodec.h"
+
+namespace vellora {
+
+ObjectPresentationInfo::ObjectPresentationInfo(const std::optional<ThemeItem>& typeTheme,
+                                               const SObject& typeSObject, std::string_view theme,
+                                               const std::optional<ThemeItem>& instanceTheme,
+                                               const std::optional<SObject>& instanceSObject)
+    : typePresentationInfo(typeTheme, typeSObject, theme) {
+  if (instanceTheme && instanceSObject)
+    instancePresentationInfo.emplace(instanceTheme, *instanceSObject, theme);
+}
+
+template Result<ObjectPresentationInfo> json::decode(const Data& text);
+template Result<Data> json::encode(const ObjectPresentationInfo& value);
+
+}  // namespace vellora

@@ -1,0 +1,23 @@
+#include "vellora/Models/PresentationInfo.h"
+
+#include "vellora/Platform/JsonCodec.h"
+
+namespace vellora {
+
+PresentationInfo::PresentationInfo(const std::optional<ThemeItem>& themeItem, const SObject& sobject,
+                                   std::string_view theme)
+    : label(sobject.label),
+      labelPlural(sobject.labelPlural),
+      createable(sobject.createable),
+      apiName_(sobject.name) {
+  if (!themeItem) return;
+  color = themeItem->color(theme);
+  svgIconUrl = themeItem->svgIconUrl(theme);
+  smallIconUrl = themeItem->smallIconUrl(theme);
+  largeIconUrl = themeItem->largeIconUrl(theme);
+}
+
+template Result<PresentationInfo> json::decode(const Data& text);
+template Result<Data> json::encode(const PresentationInfo& value);
+
+}  // namespace vellora
