@@ -1,7 +1,11 @@
 #include "tests/support/ManualQueues.h"
 
+#include <cstddef>
 #include <deque>
+#include <memory>
+#include <set>
 #include <utility>
+#include <vector>
 
 #include "vellora/Platform/SerialDispatchQueue.h"
 
@@ -9,19 +13,49 @@ namespace vellora {
 
 namespace {
 
-std::deque<DispatchQueue::Work> submitted;
+constexpr const void* globalQueue = nullptr;
+
+struct Submitted {
+  const void* queue;
+  DispatchQueue::Work work;
+};
+
+std::deque<Submitted> submitted;
+
+/// Where the pieces stand that could be the next to run.
+std::vector<std::size_t> runnable() {
+  std::vector<std::size_t> places;
+  std::set<const void*> busy;
+  for (std::size_t place = 0; place < submitted.size(); ++place) {
+    const void* queue = submitted[place].queue;
+    if (queue == globalQueue || busy.insert(queue).second) places.push_back(place);
+  }
+  return places;
+}
+
+class GlobalQueue final : public DispatchQueue {
+ public:
+  void async(Work work) override { submitted.push_back({globalQueue, std::move(work)}); }
+};
 
 }  // namespace
 
 struct SerialDispatchQueue::Strand {};
 
 SerialDispatchQueue::SerialDispatchQueue(std::string label, DispatchQoS qos)
-    : label_(std::move(label)), qos_(qos) {}
+    : label_(std::move(label)), qos_(qos), strand_(std::make_unique<Strand>()) {}
 
 SerialDispatchQueue::~SerialDispatchQueue() = default;
 
+// A queue that is gone may share its address with a later one; their work then runs in order, as if they were
+// one.
 void SerialDispatchQueue::async(Work work) {
-  submitted.push_back(std::move(work));
+  submitted.push_back({strand_.get(), std::move(work)});
+}
+
+const std::shared_ptr<DispatchQueue>& DispatchQueue::global(DispatchQoS) {
+  static const std::shared_ptr<DispatchQueue> queue = std::make_shared<GlobalQueue>();
+  return queue;
 }
 
 namespace tests {
@@ -32,10 +66,19 @@ ManualQueues::~ManualQueues() {
 
 bool ManualQueues::runNext() {
   if (submitted.empty()) return false;
-  const auto work = std::move(submitted.front());
-  submitted.pop_front();
-  work();
+  runChoice(0);
   return true;
+}
+
+std::size_t ManualQueues::choices() const {
+  return runnable().size();
+}
+
+void ManualQueues::runChoice(std::size_t choice) {
+  const auto chosen = submitted.begin() + static_cast<std::ptrdiff_t>(runnable().at(choice));
+  const auto work = std::move(chosen->work);
+  submitted.erase(chosen);
+  work();
 }
 
 std::size_t ManualQueues::runAll() {

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 namespace vellora::tests {
 
-/// Steps the serial queues by hand. Link `vellora_manual_queues` to use it: every `SerialDispatchQueue` of
-/// the program then runs nothing until the test says so, on the test's thread, in the order of submission.
-/// For programs that do everything on one thread.
+/// Steps the library's queues by hand. Link `vellora_manual_queues` to use it: every `SerialDispatchQueue` of
+/// the program, and the global queue, then run nothing until the test says so, on the test's thread, in the
+/// order of submission. For programs that do everything on one thread.
 class ManualQueues {
  public:
   ManualQueues() = default;
@@ -19,6 +20,13 @@ class ManualQueues {
 
   /// Runs everything, also what is submitted meanwhile, and tells how many pieces that were.
   std::size_t runAll();
+
+  /// How many pieces of work could be the next to run: the oldest of each serial queue, and all of the global
+  /// one.
+  [[nodiscard]] std::size_t choices() const;
+
+  /// Runs one of them, counted from the oldest.
+  void runChoice(std::size_t choice);
 
   [[nodiscard]] std::size_t pending() const;
 };
