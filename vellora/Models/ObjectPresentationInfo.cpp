@@ -1,5 +1,9 @@
 #include "vellora/Models/ObjectPresentationInfo.h"
 
+#include <map>
+#include <optional>
+#include <string>
+
 #include "vellora/Platform/JsonCodec.h"
 
 namespace vellora {
@@ -15,5 +19,6 @@ ObjectPresentationInfo::ObjectPresentationInfo(const std::optional<ThemeItem>& t
 
 template Result<ObjectPresentationInfo> json::decode(const Data& text);
 template Result<Data> json::encode(const ObjectPresentationInfo& value);
+template Result<Data> json::encode(const std::optional<std::map<std::string, ObjectPresentationInfo>>& value);
 
 }  // namespace vellora

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/Host/Logger.h"
+
+namespace vellora {
+
+/// The layouts by their own object types; of two of one type the later one stands.
+template <class Info>
+[[nodiscard]] std::map<std::string, Info> byObjectType(const std::vector<Info>& infos) {
+  std::map<std::string, Info> byType;
+  for (const auto& info : infos) byType.insert_or_assign(info.objectType, info);
+  return byType;
+}
+
+/// What a layout lookup's caller gets of a layout service's answer: the dictionary; nothing when there was no
+/// list, after the error, if one came, has been logged. An error beside a list is of no interest: the list
+/// holds what there is.
+template <class Info>
+[[nodiscard]] std::optional<std::map<std::string, Info>> layoutAnswer(
+    const std::optional<std::vector<Info>>& infos, const std::optional<SObjectsDataServiceError>& error,
+    CorvaneSDK::Logger& logger) {
+  if (!infos) {
+    if (error) logger.log("error: " + error->localizedDescription(), CorvaneSDK::LogLevel::error);
+    return std::nullopt;
+  }
+  return byObjectType(*infos);
+}
+
+}  // namespace vellora

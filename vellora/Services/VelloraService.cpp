@@ -1,0 +1,99 @@
+#include "vellora/Services/VelloraService.h"
+
+#include "vellora/Services/VelloraServiceImplementation.h"
+
+namespace vellora {
+
+namespace {
+
+/// Asks for the facilities in their order and stops at the first one that is absent.
+RequiredAPI requiredFrom(CorvaneSDK::PlatformAPI* api) {
+  RequiredAPI required;
+  if (!api || !(required.network = api->network())) throw VelloraServiceError::requiredAPI();
+  if (!(required.cache = api->cache())) throw VelloraServiceError::requiredAPI();
+  if (!(required.logger = api->logger())) throw VelloraServiceError::requiredAPI();
+  return required;
+}
+
+std::shared_ptr<DispatchQueue> required(std::shared_ptr<DispatchQueue> queue) {
+  if (!queue) throw VelloraServiceError::requiredAPI();
+  return queue;
+}
+
+/// A lookup whose answer nobody wants is carried out all the same, since it fills the cache.
+template <class Completion>
+Completion orNothing(Completion completion) {
+  return completion ? std::move(completion) : Completion([](const auto&) {});
+}
+
+}  // namespace
+
+std::string VelloraService::State::description() const {
+  switch (case_) {
+    case Case::isLoading:
+      return "isLoading";
+    case Case::loaded:
+      return "loaded";
+    case Case::failed:
+      break;
+  }
+  return "failed(" + error_->description() + ")";
+}
+
+bool operator==(const VelloraService::State& left, const VelloraService::State& right) {
+  if (left.case_ != right.case_) return false;
+  return !left.error_ || left.error_->localizedDescription() == right.error_->localizedDescription();
+}
+
+VelloraService::VelloraService(const std::shared_ptr<CorvaneSDK::PlatformAPI>& api, double cacheTimeout,
+                               std::string theme, std::shared_ptr<DispatchQueue> queue)
+    : implementation_(std::make_shared<Implementation>(requiredFrom(api.get()), cacheTimeout,
+                                                       std::move(theme), required(std::move(queue)))) {
+  implementation_->prefetch();
+}
+
+VelloraService::~VelloraService() = default;
+
+CorvaneSDK::ServiceIdentifier VelloraService::serviceIdentifier() {
+  return {"VelloraService", 1};
+}
+
+void VelloraService::configure(const std::shared_ptr<CorvaneSDK::PlatformAPI>&) {}
+
+VelloraService::State VelloraService::primerState() const {
+  return implementation_->primerState().value();
+}
+
+Publisher<VelloraService::State> VelloraService::primerStateStream() const {
+  return implementation_->primerState().stream();
+}
+
+Publisher<WillChange> VelloraService::objectWillChange() const {
+  return implementation_->objectWillChange().publisher();
+}
+
+bool VelloraService::primedAndCached() const {
+  return implementation_->primedAndCached();
+}
+
+void VelloraService::objectPresentationInfoForIds(const std::vector<std::string>& ids,
+                                                  PresentationCompletion completion) {
+  implementation_->objectPresentationInfoForIds(ids, orNothing(std::move(completion)));
+}
+
+void VelloraService::objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,
+                                                       PresentationCompletion completion) {
+  implementation_->objectPresentationInfoForApiNames(apiNames, orNothing(std::move(completion)));
+}
+
+void VelloraService::objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
+                                                 LayoutCompletion completion) {
+  implementation_->objectLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
+}
+
+void VelloraService::objectCompactLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
+                                                        CompactLayoutCompletion completion) {
+  implementation_->objectCompactLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
+}
+
+}  // namespace vellora

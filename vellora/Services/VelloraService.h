@@ -1,0 +1,111 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "vellora/Host/PlatformAPI.h"
+#include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Published.h"
+#include "vellora/Services/VelloraServiceError.h"
+#include "vellora/Services/VelloraServicing.h"
+
+namespace vellora {
+
+/// The library: answers what the types of a records server's objects look like. Construct it early and keep
+/// it: it begins at once to load the object types and their themes, so that the first screen finds them.
+///
+/// Ownership: owns its data services and shares the host's facilities. Destroying it ends what is under way:
+/// pending presentation lookups are never answered; a pending layout lookup is, and keeps what it needs until
+/// then. Threads: every member may be called from any thread, also from inside a completion or a change of
+/// the state. Errors: only the constructor throws. Later failures show in `primerState` and in what lookups
+/// leave out. Units: the cache time-out is in seconds.
+class VelloraService final : public VelloraServicing {
+ public:
+  struct Constants {
+    /// The label for the serial queue that you pass in.
+    static constexpr std::string_view queueLabel = "VelloraService.queue";
+  };
+
+  /// How far the loading has got.
+  class State {
+   public:
+    enum class Case {
+      isLoading,  ///< a prefetch is running
+      loaded,     ///< the last prefetch loaded both lists
+      failed,     ///< the last prefetch reported an error from one of its two loads
+    };
+
+    [[nodiscard]] static State isLoading() { return {Case::isLoading, std::nullopt}; }
+    [[nodiscard]] static State loaded() { return {Case::loaded, std::nullopt}; }
+    [[nodiscard]] static State failed(Error error) { return {Case::failed, std::move(error)}; }
+
+    [[nodiscard]] Case stateCase() const noexcept { return case_; }
+
+    /// The error of a failed prefetch, a `ThemeDataServiceError` or an `SObjectsDataServiceError`; else null.
+    [[nodiscard]] const Error* error() const noexcept { return error_ ? &*error_ : nullptr; }
+
+    /// The textual form: "isLoading", "loaded", "failed(…)".
+    [[nodiscard]] std::string description() const;
+
+    /// Two failures are equal when the localized descriptions of their errors are.
+    friend bool operator==(const State& left, const State& right);
+
+   private:
+    State(Case stateCase, std::optional<Error> error) : case_(stateCase), error_(std::move(error)) {}
+
+    Case case_;
+    std::optional<Error> error_;
+  };
+
+  /// Takes network, cache and logger from `api`, in that order, and starts the prefetch on `queue`, which
+  /// should be serial. `cacheTimeout` is the age in seconds at which what is cached counts as expired: 0
+  /// fetches anew each time, a negative one as well, one that is not a number never. `theme` names the theme
+  /// whose colours and icons are wanted; for a theme that the server doesn't have, others' are taken where
+  /// there is a fallback.
+  ///
+  /// Throws `VelloraServiceError::requiredAPI` when `api` lacks a facility, or there is no `api` or no
+  /// `queue`; nothing has been started then.
+  VelloraService(const std::shared_ptr<CorvaneSDK::PlatformAPI>& api, double cacheTimeout, std::string theme,
+                 std::shared_ptr<DispatchQueue> queue);
+  ~VelloraService() override;
+  VelloraService(const VelloraService&) = delete;
+  VelloraService& operator=(const VelloraService&) = delete;
+
+  /// The name "VelloraService" and version 1, for the host's registry.
+  [[nodiscard]] static CorvaneSDK::ServiceIdentifier serviceIdentifier();
+
+  /// Does nothing: what the constructor was given stays in force.
+  void configure(const std::shared_ptr<CorvaneSDK::PlatformAPI>& api) override;
+
+  [[nodiscard]] State primerState() const;
+
+  /// Yields the current state at once, then every later one; never ends.
+  [[nodiscard]] Publisher<State> primerStateStream() const;
+
+  /// Yields just before each change of the state.
+  [[nodiscard]] Publisher<WillChange> objectWillChange() const;
+
+  /// True when the state is `loaded` and neither cache has expired since: an id lookup is then answered from
+  /// the cache. Reads the host's cache.
+  [[nodiscard]] bool primedAndCached() const;
+
+  void objectPresentationInfoForIds(const std::vector<std::string>& ids,
+                                    PresentationCompletion completion) override;
+  void objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,
+                                         PresentationCompletion completion) override;
+  void objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
+                                   LayoutCompletion completion) override;
+  void objectCompactLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
+                                          CompactLayoutCompletion completion) override;
+
+ private:
+  class Implementation;
+
+  const std::shared_ptr<Implementation> implementation_;
+};
+
+}  // namespace vellora

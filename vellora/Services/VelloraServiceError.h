@@ -1,0 +1,29 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include "vellora/Platform/EnumerationError.h"
+
+namespace vellora {
+
+/// What `VelloraService`'s constructor throws.
+class VelloraServiceError final : public EnumerationError, public std::exception {
+ public:
+  /// The host lacks something that the library cannot do without: network, cache, logger or queue.
+  [[nodiscard]] static VelloraServiceError requiredAPI() { return VelloraServiceError("requiredAPI"); }
+
+  [[nodiscard]] const char* what() const noexcept override { return text_.c_str(); }
+
+  friend bool operator==(const VelloraServiceError& left, const VelloraServiceError& right) {
+    return left.equals(right);
+  }
+
+ private:
+  explicit VelloraServiceError(std::string_view caseName)
+      : EnumerationError("VelloraServiceError", caseName, std::nullopt), text_(localizedDescription()) {}
+
+  std::string text_;
+};
+
+}  // namespace vellora

@@ -1,0 +1,229 @@
+#include "vellora/Services/VelloraServiceImplementation.h"
+
+#include <set>
+#include <utility>
+
+#include "vellora/Platform/Description.h"
+#include "vellora/Services/LayoutAnswer.h"
+
+namespace vellora {
+
+using CorvaneSDK::LogLevel;
+
+namespace {
+
+/// The distinct names of all types and instances.
+template <class SObjectsById>
+std::vector<std::string> namesOf(const SObjectsById& sObjects) {
+  std::set<std::string> names;
+  for (const auto& [id, found] : sObjects) {
+    if (found.type) names.insert(found.type->name);
+    if (found.instance) names.insert(found.instance->name);
+  }
+  return {names.begin(), names.end()};
+}
+
+}  // namespace
+
+VelloraService::Implementation::Implementation(const RequiredAPI& api, double cacheTimeout, std::string theme,
+                                               std::shared_ptr<DispatchQueue> queue)
+    : logger_(api.logger),
+      queue_(std::move(queue)),
+      themeDataService_(std::make_shared<ThemeDataService>(api, cacheTimeout)),
+      sObjectsDataService_(std::make_shared<SObjectsDataService>(api, cacheTimeout)),
+      layoutDataService_(std::make_shared<LayoutDataService>(api, cacheTimeout)),
+      compactLayoutDataService_(std::make_shared<CompactLayoutDataService>(api, cacheTimeout)),
+      theme_(std::move(theme)),
+      primerState_(State::isLoading(), objectWillChange_) {}
+
+void VelloraService::Implementation::log(const std::string& text) const {
+  logger_->log(text, LogLevel::info);
+}
+
+// Prefetch and readiness
+
+void VelloraService::Implementation::prefetch() {
+  primerState_.set(State::isLoading());
+  log("prefetch(): primerState: " + primerState_.value().description());
+  const DispatchGroup group;
+  loadThemes(group);
+  loadSObjects(group);
+  group.notify(DispatchQueue::global(DispatchQoS::userInitiated), [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->finishPrefetch();
+  });
+}
+
+void VelloraService::Implementation::loadThemes(const DispatchGroup& group) {
+  group.enter();
+  group.async(queue_, [weak = weak_from_this(), group] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->themeDataService_->loadThemes([weak, group](const auto& error) {
+      if (const auto still = weak.lock(); still && error) still->noteFailure(*error, "themes");
+      group.leave();
+    });
+  });
+}
+
+void VelloraService::Implementation::loadSObjects(const DispatchGroup& group) {
+  group.enter();
+  group.async(queue_, [weak = weak_from_this(), group] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->sObjectsDataService_->loadSObjects([weak, group](const auto& error) {
+      if (const auto still = weak.lock(); still && error) still->noteFailure(*error, "sobjects");
+      group.leave();
+    });
+  });
+}
+
+void VelloraService::Implementation::noteFailure(const Error& error, std::string_view loading) {
+  primerState_.set(State::failed(error));
+  log("prefetch(): error while loading " + std::string(loading) + ": " + error.localizedDescription());
+}
+
+void VelloraService::Implementation::finishPrefetch() {
+  if (primerState_.value() != State::isLoading()) return;  // a load has failed, and said so
+  primerState_.set(State::loaded());
+  log("prefetch(): primerState: " + State::loaded().description());
+}
+
+void VelloraService::Implementation::waitForPrefetch(std::function<void()> completion) {
+  const std::string text = "waitForPrefetch(completion:): primerState: ";
+  const State state = primerState_.value();
+  log(text + state.description());
+  if (state != State::isLoading()) prefetch();
+  primerState_.stream()
+      .map([logger = logger_, text](State current) {
+        logger->log(text + current.description(), LogLevel::info);
+        return current;
+      })
+      .first([](const State& current) { return current != State::isLoading(); })
+      .sink([completion = std::move(completion)](const State&) { completion(); })
+      .detach();  // it ends by itself, or with the property
+}
+
+bool VelloraService::Implementation::primedAndCached() const {
+  return primerState_.value() == State::loaded() && themeDataService_->cacheState() == CacheState::valid &&
+         sObjectsDataService_->cacheState() == CacheState::valid;
+}
+
+// Presentation lookups
+
+void VelloraService::Implementation::objectPresentationInfoForIds(const std::vector<std::string>& ids,
+                                                                  PresentationCompletion completion) {
+  if (primedAndCached()) return objectPresentationInfoForIdsOnceLoaded(ids, std::move(completion));
+  waitForPrefetch([weak = weak_from_this(), ids, completion = std::move(completion)] {
+    if (const auto self = weak.lock()) self->objectPresentationInfoForIdsOnceLoaded(ids, completion);
+  });
+}
+
+void VelloraService::Implementation::objectPresentationInfoForIdsOnceLoaded(
+    const std::vector<std::string>& ids, PresentationCompletion completion) {
+  const std::string text = "objectPresentationInfoForIdsOnceLoaded(_:completion:)";
+  log(text + " ids.count: " + std::to_string(ids.size()));
+  const auto weak = weak_from_this();
+  const auto resolved = std::make_shared<SObjectsById>();
+  const auto results = std::make_shared<Infos>();
+  subscriptions_.insert(
+      sObjectsDataService_->sObjectsForIds(ids)
+          .map([resolved](SObjectsById sObjects) {
+            *resolved = std::move(sObjects);
+            return namesOf(*resolved);
+          })
+          .flatMap([weak](std::vector<std::string> names) {
+            const auto self = weak.lock();
+            if (!self)
+              return Publisher<Themes>::promise([](const auto&) {});  // never ends: nobody is to be answered
+            return self->themeDataService_->themes(std::move(names));
+          })
+          .map([weak, resolved, results, text](const Themes& themes) {
+            for (const auto& [id, found] : *resolved) {
+              const auto self = weak.lock();
+              if (self) {
+                self->log(text + " typeSObject: " + describe(found.type) +
+                          ", instanceSObject: " + describe(found.instance));
+              }
+              if (found.type && self) {
+                results->insert_or_assign(
+                    id, self->createObjectPresentationInfo(*found.type, found.instance, themes));
+              } else {
+                results->erase(id);
+              }
+            }
+            return *results;
+          })
+          .sink([completion = std::move(completion)](Infos infos) { completion(std::move(infos)); },
+                [weak, text](const Completion&) {
+                  if (const auto self = weak.lock()) self->log(text);
+                }));
+}
+
+void VelloraService::Implementation::objectPresentationInfoForApiNames(
+    const std::vector<std::string>& apiNames, PresentationCompletion completion) {
+  objectPresentationInfoForApiNamesFetchIfNeeded(apiNames, std::move(completion));
+}
+
+void VelloraService::Implementation::objectPresentationInfoForApiNamesFetchIfNeeded(
+    const std::vector<std::string>& apiNames, PresentationCompletion completion) {
+  const std::string text = "objectPresentationInfoForApiNamesFetchIfNeeded(_:completion:)";
+  log(text + " apiNames.count: " + std::to_string(apiNames.size()));
+  const auto weak = weak_from_this();
+  const auto results = std::make_shared<Infos>();
+  subscriptions_.insert(sObjectsDataService_->sObjectsForNames(apiNames)
+                            .combineLatest(themeDataService_->themes(apiNames))
+                            .sink(
+                                [weak, results](const auto& latest) {
+                                  const auto& [sObjects, themes] = latest;
+                                  for (const auto& [name, sObject] : sObjects) {
+                                    const auto self = weak.lock();
+                                    if (sObject && self) {
+                                      results->insert_or_assign(
+                                          name, self->createObjectPresentationInfo(*sObject, {}, themes));
+                                    } else {
+                                      results->erase(name);
+                                    }
+                                  }
+                                },
+                                [weak, results, text, completion = std::move(completion)](const Completion&) {
+                                  if (const auto self = weak.lock()) self->log(text);
+                                  completion(std::move(*results));
+                                }));
+}
+
+ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationInfo(
+    const SObject& sObject, const std::optional<SObject>& sObjectInstance,
+    const std::optional<Themes>& themes) const {
+  const auto themeOf = [&themes](const std::optional<SObject>& type) -> std::optional<ThemeItem> {
+    if (!type || !themes) return std::nullopt;
+    const auto found = themes->find(type->name);
+    return found == themes->end() ? std::nullopt : std::optional(found->second);
+  };
+  const auto typeTheme = themeOf(sObject);
+  const auto instanceTheme = themeOf(sObjectInstance);
+  log("createObjectPresentationInfo(for:sObjectInstance:themes:) typeTheme: " + describe(typeTheme) +
+      ", instanceTheme: " + describe(instanceTheme));
+  return ObjectPresentationInfo(typeTheme, sObject, theme_, instanceTheme, sObjectInstance);
+}
+
+// Layout lookups
+
+void VelloraService::Implementation::objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
+                                                                 LayoutCompletion completion) {
+  layoutDataService_->layoutForApiName(
+      apiNames,
+      [self = shared_from_this(), completion = std::move(completion)](const auto& infos, const auto& error) {
+        completion(layoutAnswer(infos, error, *self->logger_));
+      });
+}
+
+void VelloraService::Implementation::objectCompactLayoutInfoForApiNames(
+    const std::vector<std::string>& apiNames, CompactLayoutCompletion completion) {
+  compactLayoutDataService_->compactLayoutForApiName(
+      apiNames,
+      [self = shared_from_this(), completion = std::move(completion)](const auto& infos, const auto& error) {
+        completion(layoutAnswer(infos, error, *self->logger_));
+      });
+}
+
+}  // namespace vellora

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vellora/DataServices/CompactLayoutDataService.h"
+#include "vellora/DataServices/LayoutDataService.h"
+#include "vellora/DataServices/SObjectsDataService.h"
+#include "vellora/DataServices/ThemeDataService.h"
+#include "vellora/Host/RequiredAPI.h"
+#include "vellora/Platform/Cancellables.h"
+#include "vellora/Platform/DispatchGroup.h"
+#include "vellora/Services/VelloraService.h"
+
+namespace vellora {
+
+/// What stands behind a `VelloraService`: shared, so that what is under way can hold it weakly.
+class VelloraService::Implementation : public std::enable_shared_from_this<Implementation> {
+ public:
+  Implementation(const RequiredAPI& api, double cacheTimeout, std::string theme,
+                 std::shared_ptr<DispatchQueue> queue);
+
+  /// Loads both lists, each from its cache where that is fresh, side by side on the queue.
+  void prefetch();
+
+  [[nodiscard]] const Published<State>& primerState() const noexcept { return primerState_; }
+  [[nodiscard]] const Subject<WillChange>& objectWillChange() const noexcept { return objectWillChange_; }
+  [[nodiscard]] bool primedAndCached() const;
+
+  void objectPresentationInfoForIds(const std::vector<std::string>& ids, PresentationCompletion completion);
+  void objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,
+                                         PresentationCompletion completion);
+  void objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames, LayoutCompletion completion);
+  void objectCompactLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
+                                          CompactLayoutCompletion completion);
+
+ private:
+  using Infos = std::map<std::string, ObjectPresentationInfo>;
+  using Themes = std::map<std::string, ThemeItem>;
+  using SObjectsById = std::map<std::string, SObjectsDataService::TypeAndInstance>;
+
+  void loadThemes(const DispatchGroup& group);
+  void loadSObjects(const DispatchGroup& group);
+  void noteFailure(const Error& error, std::string_view loading);
+  void finishPrefetch();
+
+  /// Calls `completion` once the state is not, or no longer, `isLoading`; a prefetch that has finished is run
+  /// again first, so that expired caches are refreshed and a failed load is tried anew.
+  void waitForPrefetch(std::function<void()> completion);
+
+  void objectPresentationInfoForIdsOnceLoaded(const std::vector<std::string>& ids,
+                                              PresentationCompletion completion);
+  void objectPresentationInfoForApiNamesFetchIfNeeded(const std::vector<std::string>& apiNames,
+                                                      PresentationCompletion completion);
+  [[nodiscard]] ObjectPresentationInfo createObjectPresentationInfo(
+      const SObject& sObject, const std::optional<SObject>& sObjectInstance,
+      const std::optional<Themes>& themes) const;
+
+  void log(const std::string& text) const;
+
+  // Constant after construction.
+  const std::shared_ptr<CorvaneSDK::Logger> logger_;
+  const std::shared_ptr<DispatchQueue> queue_;
+  const std::shared_ptr<ThemeDataService> themeDataService_;
+  const std::shared_ptr<SObjectsDataService> sObjectsDataService_;
+  const std::shared_ptr<LayoutDataService> layoutDataService_;
+  const std::shared_ptr<CompactLayoutDataService> compactLayoutDataService_;
+  const std::string theme_;
+
+  // Synchronise themselves.
+  Cancellables subscriptions_;
+  const Subject<WillChange> objectWillChange_;
+  const Published<State> primerState_;
+};
+
+}  // namespace vellora

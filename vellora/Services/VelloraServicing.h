@@ -1,0 +1,12 @@
+#pragma once
+
+#include "vellora/Host/Service.h"
+#include "vellora/Services/ObjectPresentationServicing.h"
+
+namespace vellora {
+
+/// What the library is to its host: a service of the host's registry that answers the lookups. Depend on this
+/// rather than on `VelloraService` where you want to put a double in its place.
+class VelloraServicing : public CorvaneSDK::Service, public ObjectPresentationServicing {};
+
+}  // namespace vellora
