@@ -50,10 +50,28 @@ void addOptions(CLI::App& app, Arguments& arguments) {
 
 CLI::App* addCommand(CLI::App& app, Arguments& arguments, const std::string& name, const std::string& help,
                      Arguments::Command command) {
-  auto* sub = app.add_subcommand(name, help + "; - reads them from standard input, one a line");
-  sub->add_option("NAME", arguments.keys, "API names of object types")->required();
+  auto* sub = app.add_subcommand(name, help);
   sub->callback([&arguments, command] { arguments.command = command; });
   return sub->fallthrough();
+}
+
+void addLookups(CLI::App& app, Arguments& arguments) {
+  using Command = Arguments::Command;
+  const std::string orInput = "; - reads them from standard input, one a line";
+  const std::string names = "API names of object types" + orInput;
+  addCommand(app, arguments, "ids", "Label, colour and icons of the types of records", Command::ids)
+      ->add_option("ID", arguments.keys, "Record ids" + orInput)
+      ->required();
+  addCommand(app, arguments, "names", "Label, colour and icons of object types", Command::names)
+      ->add_option("NAME", arguments.keys, names)
+      ->required();
+  addCommand(app, arguments, "search-layouts", "Columns that search results of object types show",
+             Command::searchLayouts)
+      ->add_option("NAME", arguments.keys, names)
+      ->required();
+  addCommand(app, arguments, "compact-layouts", "Headline fields of object types", Command::compactLayouts)
+      ->add_option("NAME", arguments.keys, names)
+      ->required();
 }
 
 std::optional<std::string> complaintAbout(const Arguments& arguments) {
@@ -61,7 +79,7 @@ std::optional<std::string> complaintAbout(const Arguments& arguments) {
   if (!(arguments.cacheTimeout >= 0)) return "--cache-timeout must be a number of seconds, 0 or more";
   if (!(arguments.wait > 0)) return "--wait must be a number of seconds above 0";
   if (arguments.readsKeys() && arguments.tokenFile == "-") {
-    return "standard input cannot give both the token and the names: put the token into a file";
+    return "standard input cannot give both the token and the keys: put the token into a file";
   }
   return std::nullopt;
 }
@@ -79,8 +97,9 @@ std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* 
   app.footer(footer);
   app.require_subcommand(1);
   addOptions(app, arguments);
-  addCommand(app, arguments, "search-layouts", "Columns that search results of the object types show",
-             Arguments::Command::searchLayouts);
+  addLookups(app, arguments);
+  addCommand(app, arguments, "status", "How far loading has got, and how old the caches are",
+             Arguments::Command::status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {

@@ -12,9 +12,9 @@ namespace vellora::command {
 
 /// What the command was told, checked as far as that is possible without touching anything.
 struct Arguments {
-  enum class Command { searchLayouts };
+  enum class Command { ids, names, searchLayouts, compactLayouts, status };
 
-  Command command = Command::searchLayouts;
+  Command command = Command::ids;
   std::vector<std::string> keys;  ///< as given; "-" alone stands for the lines of standard input
   std::string server;
   std::optional<std::string> tokenFile;  ///< "-" is standard input

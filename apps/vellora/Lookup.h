@@ -23,7 +23,10 @@ struct Lookup {
 
   std::string what;  ///< what a key has none of when it is missing, such as "search layout"
   std::function<void(const std::vector<std::string>& keys, std::function<void(Answer)> completion)> start;
-  std::function<std::string(const std::string& key, const Record& record, const Style& style)> text;
+  std::function<std::string(const std::map<std::string, Record>& answer, const Style& style)> text;
+
+  /// The library's log line after which no answer comes any more; empty when it always answers.
+  std::string endLine = {};
 };
 
 /// Asks, waits, prints what came and complains of what did not.
@@ -32,6 +35,7 @@ ExitCode run(const Lookup<Record>& lookup, const std::vector<std::string>& keys,
              const Session& session) {
   using Answer = typename Lookup<Record>::Answer;
   const auto awaited = std::make_shared<Awaited<Answer>>();  // an answer may come after the wait
+  if (!lookup.endLine.empty()) session.whenLogged(lookup.endLine, [awaited] { awaited->giveUp(); });
   lookup.start(keys, [awaited](Answer answer) { awaited->set(std::move(answer)); });
   const std::optional<Answer> arrived = awaited->waitFor(arguments.wait);
   session.settle();
@@ -42,17 +46,15 @@ ExitCode run(const Lookup<Record>& lookup, const std::vector<std::string>& keys,
     if (!json) return complain({ExitCode::unexpected, json.error().localizedDescription()});
     if (!print(std::string(json.value().view()) + "\n")) return ExitCode::unexpected;
   } else if (answer) {
-    const Style style(arguments.color);
-    std::string text;
-    for (const auto& [key, record] : *answer) text += lookup.text(key, record, style);
-    if (!print(text)) return ExitCode::unexpected;
+    if (!print(lookup.text(*answer, Style(arguments.color)))) return ExitCode::unexpected;
   }
 
   std::vector<std::string> missing;
   for (const auto& key : distinct(keys)) {
     if (!answer || !answer->contains(key)) missing.push_back(key);
   }
-  return judge(missing, lookup.what, arrived.has_value(), arguments, session);
+  const Ending ending = arrived ? Ending::answered : awaited->isOver() ? Ending::failed : Ending::ranOut;
+  return judge(missing, lookup.what, ending, arguments, session);
 }
 
 }  // namespace vellora::command

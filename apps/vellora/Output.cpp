@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <charconv>
 #include <cstdlib>
 #include <iostream>
 #include <set>
@@ -42,6 +43,15 @@ std::string Style::heading(const std::string& text) const {
   return colors_ ? "\x1b[1m" + printable(text) + "\x1b[0m" : printable(text);
 }
 
+std::string Style::swatch(std::string_view color) const {
+  if (color.starts_with('#')) color.remove_prefix(1);
+  unsigned value = 0;
+  const auto [end, error] = std::from_chars(color.data(), color.data() + color.size(), value, 16);
+  if (!colors_ || color.size() != 6 || error != std::errc() || end != color.data() + color.size()) return {};
+  const auto part = [value](unsigned shift) { return std::to_string((value >> shift) & 0xFFU); };
+  return "\x1b[48;2;" + part(16) + ";" + part(8) + ";" + part(0) + "m  \x1b[0m ";
+}
+
 bool print(std::string_view text) {
   std::cout << text << std::flush;
   if (!std::cout) complain({ExitCode::unexpected, "cannot write to standard output"});
@@ -62,17 +72,21 @@ std::vector<std::string> distinct(const std::vector<std::string>& keys) {
   return once;
 }
 
-ExitCode judge(const std::vector<std::string>& missing, const std::string& what, bool answered,
+ExitCode judge(const std::vector<std::string>& missing, const std::string& what, Ending ending,
                const Arguments& arguments, const Session& session) {
   if (missing.empty()) return ExitCode::answered;
-  const std::string none = "no " + what + " for " + list(missing);
+  const std::string none = "no " + what + " for " + list(missing) + ": ";
   const auto failure = session.failure();
-  if (!answered) {
-    const std::string why = failure ? *failure : "no answer within " + seconds(arguments.wait);
-    return complain({ExitCode::requestFailed, none + ": " + why + "; give it longer with --wait SECONDS"});
+  if (ending == Ending::ranOut) {
+    return complain({ExitCode::requestFailed, none + "no answer within " + seconds(arguments.wait) +
+                                                  (failure ? "; " + *failure : "") +
+                                                  "; give it longer with --wait SECONDS"});
   }
-  if (failure) return complain({ExitCode::requestFailed, none + ": " + *failure});
-  return complain({ExitCode::someMissing, none + ": the server has none"});
+  if (failure) return complain({ExitCode::requestFailed, none + *failure});
+  if (ending == Ending::failed) {
+    return complain({ExitCode::requestFailed, none + "the lookup failed; --log info shows how far it got"});
+  }
+  return complain({ExitCode::someMissing, none + "the server has none"});
 }
 
 }  // namespace vellora::command

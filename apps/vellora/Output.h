@@ -18,6 +18,9 @@ class Style {
 
   [[nodiscard]] std::string heading(const std::string& text) const;
 
+  /// Two blocks of the colour and a blank; empty without colours, or when it isn't of six hexadecimal digits.
+  [[nodiscard]] std::string swatch(std::string_view color) const;
+
  private:
   bool colors_;
 };
@@ -31,8 +34,15 @@ ExitCode complain(const Problem& problem);
 /// The keys without repetitions, in their order.
 [[nodiscard]] std::vector<std::string> distinct(const std::vector<std::string>& keys);
 
+/// How a lookup ended.
+enum class Ending {
+  answered,
+  failed,  ///< without an answer, since a step of it failed
+  ranOut,  ///< of time
+};
+
 /// The exit code of a lookup after which these keys are missing, and the line that explains it.
-[[nodiscard]] ExitCode judge(const std::vector<std::string>& missing, const std::string& what, bool answered,
+[[nodiscard]] ExitCode judge(const std::vector<std::string>& missing, const std::string& what, Ending ending,
                              const Arguments& arguments, const Session& session);
 
 }  // namespace vellora::command

@@ -45,7 +45,7 @@ class Session::Failures {
   std::optional<std::string> first_;
 };
 
-/// Passes lines on, and notes the errors.
+/// Passes lines on, notes the errors, and tells of the line that somebody waits for.
 class Session::NotingLogger final : public CorvaneSDK::Logger {
  public:
   NotingLogger(std::shared_ptr<Failures> failures, std::shared_ptr<CorvaneSDK::Logger> next)
@@ -54,11 +54,26 @@ class Session::NotingLogger final : public CorvaneSDK::Logger {
   void log(std::string_view message, LogLevel level) override {
     if (level == LogLevel::error) failures_->note(message);
     next_->log(message, level);
+    std::function<void()> action;
+    {
+      const std::lock_guard lock(mutex_);
+      if (message == awaitedLine_) action = action_;
+    }
+    if (action) action();
+  }
+
+  void whenLogged(std::string line, std::function<void()> action) {
+    const std::lock_guard lock(mutex_);
+    awaitedLine_ = std::move(line);
+    action_ = std::move(action);
   }
 
  private:
   const std::shared_ptr<Failures> failures_;
   const std::shared_ptr<CorvaneSDK::Logger> next_;
+  std::mutex mutex_;
+  std::string awaitedLine_;
+  std::function<void()> action_;
 };
 
 /// Passes requests on, and knows how many of their completions are running.
@@ -145,17 +160,23 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   if (!cache) return Problem{ExitCode::cacheUnusable, cache.error().localizedDescription()};
 
   const auto settling = std::make_shared<SettlingNetwork>(std::move(network).value());
+  const auto noting = std::make_shared<NotingLogger>(failures, std::move(log).value());
   return std::unique_ptr<Session>(
-      new Session(failures, settling,
-                  {settling, std::move(cache).value(),
-                   std::make_shared<NotingLogger>(failures, std::move(log).value())}));
+      new Session(failures, settling, noting, {settling, std::move(cache).value(), noting}));
 }
 
 Session::Session(std::shared_ptr<Failures> failures, std::shared_ptr<SettlingNetwork> network,
-                 RequiredAPI api)
-    : failures_(std::move(failures)), network_(std::move(network)), api_(std::move(api)) {}
+                 std::shared_ptr<NotingLogger> logger, RequiredAPI api)
+    : failures_(std::move(failures)),
+      network_(std::move(network)),
+      logger_(std::move(logger)),
+      api_(std::move(api)) {}
 
 Session::~Session() = default;
+
+void Session::whenLogged(std::string line, std::function<void()> action) const {
+  logger_->whenLogged(std::move(line), std::move(action));
+}
 
 void Session::settle() const {
   network_->settle();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,6 +27,9 @@ class Session {
 
   [[nodiscard]] const RequiredAPI& api() const noexcept { return api_; }
 
+  /// Calls `action` each time the library logs exactly `line`.
+  void whenLogged(std::string line, std::function<void()> action) const;
+
   /// Waits until the library has done with the answers that came. It caches some of them only after it has
   /// passed them on, and must not be torn down in between.
   void settle() const;
@@ -38,10 +42,12 @@ class Session {
   class NotingLogger;
   class SettlingNetwork;
 
-  Session(std::shared_ptr<Failures> failures, std::shared_ptr<SettlingNetwork> network, RequiredAPI api);
+  Session(std::shared_ptr<Failures> failures, std::shared_ptr<SettlingNetwork> network,
+          std::shared_ptr<NotingLogger> logger, RequiredAPI api);
 
   const std::shared_ptr<Failures> failures_;
   const std::shared_ptr<SettlingNetwork> network_;
+  const std::shared_ptr<NotingLogger> logger_;
   const RequiredAPI api_;
 };
 

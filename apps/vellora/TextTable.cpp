@@ -61,14 +61,18 @@ std::size_t displayWidth(std::string_view text) {
   return columns;
 }
 
-TextTable::TextTable(std::vector<std::string> header) : widths_(header.size()) {
+std::size_t Cell::width() const {
+  return displayWidth(text) + (swatch.empty() ? 0 : swatchWidth);
+}
+
+TextTable::TextTable(std::vector<Cell> header) : widths_(header.size()) {
   addRow(std::move(header));
 }
 
-void TextTable::addRow(std::vector<std::string> cells) {
+void TextTable::addRow(std::vector<Cell> cells) {
   for (std::size_t column = 0; column < cells.size(); ++column) {
-    cells[column] = printable(cells[column]);
-    widths_[column] = std::max(widths_[column], displayWidth(cells[column]));
+    cells[column].text = printable(cells[column].text);
+    widths_[column] = std::max(widths_[column], cells[column].width());
   }
   rows_.push_back(std::move(cells));
 }
@@ -79,7 +83,8 @@ std::string TextTable::text(std::string_view indent) const {
   for (const auto& row : rows_) {
     std::string line(indent);
     for (std::size_t column = 0; column < row.size(); ++column) {
-      line.append(row[column]).append(widths_[column] + gap - displayWidth(row[column]), ' ');
+      const Cell& cell = row[column];
+      line.append(cell.swatch).append(cell.text).append(widths_[column] + gap - cell.width(), ' ');
     }
     line.erase(line.find_last_not_of(' ') + 1);
     lines.append(line).append("\n");

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vellora::command {
@@ -14,19 +15,34 @@ namespace vellora::command {
 /// How many columns a terminal needs for a printable text.
 [[nodiscard]] std::size_t displayWidth(std::string_view text);
 
+/// One cell: its text, and what is shown before it and takes `swatchWidth` columns, such as a colour's
+/// swatch.
+struct Cell {
+  static constexpr std::size_t swatchWidth = 3;
+
+  Cell(std::string cellText, std::string cellSwatch = {})  // NOLINT: converts on purpose
+      : text(std::move(cellText)), swatch(std::move(cellSwatch)) {}
+  Cell(const char* cellText) : text(cellText) {}  // NOLINT: converts on purpose
+
+  [[nodiscard]] std::size_t width() const;
+
+  std::string text;
+  std::string swatch;
+};
+
 /// Lines up cells of text, whatever script they are in.
 class TextTable {
  public:
-  explicit TextTable(std::vector<std::string> header);
+  explicit TextTable(std::vector<Cell> header);
 
-  /// Adds a row with as many cells as the header has; they are made printable.
-  void addRow(std::vector<std::string> cells);
+  /// Adds a row with as many cells as the header has; their texts are made printable.
+  void addRow(std::vector<Cell> cells);
 
   /// The lines, each behind `indent`, without blanks at their ends.
   [[nodiscard]] std::string text(std::string_view indent) const;
 
  private:
-  std::vector<std::vector<std::string>> rows_;
+  std::vector<std::vector<Cell>> rows_;
   std::vector<std::size_t> widths_;
 };
 

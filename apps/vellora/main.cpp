@@ -6,10 +6,13 @@
 #include <variant>
 
 #include "apps/vellora/Arguments.h"
+#include "apps/vellora/CompactLayouts.h"
 #include "apps/vellora/Keys.h"
 #include "apps/vellora/Output.h"
+#include "apps/vellora/Presentation.h"
 #include "apps/vellora/SearchLayouts.h"
 #include "apps/vellora/Session.h"
+#include "apps/vellora/Status.h"
 
 namespace {
 
@@ -35,8 +38,16 @@ ExitCode runCommand(const Arguments& arguments) {
   if (const auto* problem = std::get_if<Problem>(&opened)) return complain(*problem);
   const Session& session = *std::get<0>(opened);
   switch (arguments.command) {
+    case Arguments::Command::ids:
+      return run(presentationForIds(arguments, session), keys, arguments, session);
+    case Arguments::Command::names:
+      return run(presentationForNames(arguments, session), keys, arguments, session);
     case Arguments::Command::searchLayouts:
       return run(searchLayouts(arguments, session), keys, arguments, session);
+    case Arguments::Command::compactLayouts:
+      return run(compactLayouts(arguments, session), keys, arguments, session);
+    case Arguments::Command::status:
+      return showStatus(arguments, session);
   }
   return ExitCode::unexpected;
 }

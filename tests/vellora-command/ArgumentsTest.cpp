@@ -100,7 +100,7 @@ TEST_F(ArgumentsTest, ADashStandsForStandardInputWhichServesOneThingOnly) {
   EXPECT_TRUE(std::get<Arguments>(parsed({"--server", "http://h", "search-layouts", "-"})).readsKeys());
   EXPECT_FALSE(std::get<Arguments>(parsed({"--server", "http://h", "search-layouts", "A"})).readsKeys());
   EXPECT_THAT(problemOf({"--server", "http://h", "--token-file", "-", "search-layouts", "-"}),
-              HasSubstr("cannot give both the token and the names"));
+              HasSubstr("cannot give both the token and the keys"));
 }
 
 TEST_F(ArgumentsTest, HelpAndVersionAreTextsForStandardOutput) {

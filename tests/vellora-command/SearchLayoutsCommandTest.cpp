@@ -1,63 +1,22 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
+#include <algorithm>
 
-#include "apps/records-server/RecordsServer.h"
-#include "tests/hostkit/TemporaryFolder.h"
-#include "tests/support/ChildProcess.h"
+#include "tests/vellora-command/CommandFixture.h"
 
 namespace vellora::command {
 namespace {
 
-using recordsserver::DataSet;
-using recordsserver::Fault;
-using recordsserver::RecordsServer;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
-using tests::ChildProcess;
 
 constexpr const char* endpoint = "/services/data/v50.0/search/layout";
 
-class SearchLayoutsCommandTest : public testing::Test {
- protected:
-  void SetUp() override {
-    auto started = RecordsServer::start(DataSet::builtIn());
-    ASSERT_TRUE(started);
-    server = std::move(started).value();
-  }
-
-  [[nodiscard]] std::vector<std::string> withServer(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), {"--server", server->url(), "--cache", cacheFile});
-    return arguments;
-  }
-
-  ChildProcess::Ended run(const std::vector<std::string>& arguments) const {
-    return ChildProcess::run(VELLORA, withServer(arguments), options);
-  }
-
-  void writeFile(const std::string& file, const std::string& content) const {
-    std::ofstream(file, std::ios::binary) << content;
-  }
-
-  [[nodiscard]] static std::string contentOf(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
-
-  const hostkit::tests::TemporaryFolder folder;
-  const std::string cacheFile = folder.file("cache.sqlite");
-  ChildProcess::Options options{.input = {}, .environment = {{"HOME", folder.path().string()}}};
-  std::unique_ptr<RecordsServer> server;
-};
+class SearchLayoutsCommandTest : public CommandFixture {};
 
 TEST_F(SearchLayoutsCommandTest, SendsOneRequestToTheLetterAndPrintsADictionaryByType) {
   const auto ended = run({"--json", "search-layouts", "Account", "Contact"});

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "apps/records-server/RecordsServer.h"
+#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/ChildProcess.h"
+
+namespace vellora::command {
+
+using recordsserver::DataSet;
+using recordsserver::Fault;
+using recordsserver::RecordsServer;
+using tests::ChildProcess;
+
+/// The command as its users start it: a process of its own, against a real server, with a cache file.
+class CommandFixture : public testing::Test {
+ protected:
+  void SetUp() override {
+    auto started = RecordsServer::start(DataSet::builtIn());
+    ASSERT_TRUE(started);
+    server = std::move(started).value();
+  }
+
+  [[nodiscard]] std::vector<std::string> withServer(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), {"--server", server->url(), "--cache", cacheFile});
+    return arguments;
+  }
+
+  ChildProcess::Ended run(const std::vector<std::string>& arguments) const {
+    return ChildProcess::run(VELLORA, withServer(arguments), options);
+  }
+
+  void writeFile(const std::string& file, const std::string& content) const {
+    std::ofstream(file, std::ios::binary) << content;
+  }
+
+  [[nodiscard]] static std::string contentOf(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+
+  const hostkit::tests::TemporaryFolder folder;
+  const std::string cacheFile = folder.file("cache.sqlite");
+  ChildProcess::Options options{.input = {}, .environment = {{"HOME", folder.path().string()}}};
+  std::unique_ptr<RecordsServer> server;
+};
+
+}  // namespace vellora::command

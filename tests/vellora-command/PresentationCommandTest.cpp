@@ -1,0 +1,203 @@
+#include "tests/vellora-command/CommandFixture.h"
+
+namespace vellora::command {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+using testing::UnorderedElementsAre;
+
+constexpr const char* themes = "GET /services/data/v50.0/theme";
+constexpr const char* sObjects = "GET /services/data/v50.0/sobjects";
+constexpr const char* accountsView =
+    "GET "
+    "/services/data/v50.0/"
+    "query?q=SELECT%20Id,SobjectType%20FROM%20ListView%20WHERE%20Id%20%3D%20'00B000000000001'";
+constexpr const char* queryEndpoint = "/services/data/v50.0/query";
+
+class PresentationCommandTest : public CommandFixture {};
+
+TEST_F(PresentationCommandTest, IdsPrintsTheRecordsAndSendsNoMoreThanItNeeds) {
+  const auto ended = run({"--json", "ids", "001000000000009", "00B000000000001"});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  EXPECT_EQ(ended.err, "");
+  EXPECT_THAT(server->requests(), UnorderedElementsAre(themes, sObjects, accountsView));
+  EXPECT_THAT(ended.out, StartsWith(R"({"001000000000009":{"typePresentationInfo":{"apiName":"Account",)"));
+  EXPECT_THAT(ended.out, HasSubstr(R"("00B000000000001":{"typePresentationInfo":{"apiName":"ListView",)"));
+  EXPECT_THAT(ended.out, HasSubstr(R"("instancePresentationInfo":{"apiName":"Account",)"));
+}
+
+TEST_F(PresentationCommandTest, ASecondRunWithAFreshCacheSendsNothing) {
+  const auto first = run({"--json", "ids", "001000000000009", "00B000000000001"});
+  server->clearRequests();
+  const auto second = run({"--json", "ids", "001000000000009", "00B000000000001"});
+  EXPECT_EQ(second.exitCode, 0);
+  EXPECT_EQ(second.out, first.out);
+  EXPECT_THAT(server->requests(), ElementsAre());
+  server->stop();
+  EXPECT_EQ(run({"--json", "ids", "001000000000009", "00B000000000001"}).out, first.out) << "offline";
+}
+
+TEST_F(PresentationCommandTest, WithATimeoutOfZeroTheListsAreFetchedAgain) {
+  run({"ids", "001000000000009"});
+  server->clearRequests();
+  EXPECT_EQ(run({"--cache-timeout", "0", "ids", "001000000000009"}).exitCode, 0);
+  EXPECT_THAT(server->requests(), UnorderedElementsAre(themes, sObjects));
+}
+
+TEST_F(PresentationCommandTest, TheTableShowsTheTypesAndWhatListViewsList) {
+  const auto ended = run({"ids", "001000000000009", "00B000000000001"});
+  EXPECT_THAT(ended.out, StartsWith("KEY              LABEL      PLURAL      API NAME  COLOUR"));
+  EXPECT_THAT(ended.out, HasSubstr("00B000000000001  List View  List Views  ListView"));
+  EXPECT_THAT(ended.out, HasSubstr("Accounts (Account)"));
+  EXPECT_THAT(ended.out, Not(HasSubstr("\x1b")));
+}
+
+TEST_F(PresentationCommandTest, NamesPrintsTheTypesOfTheChosenTheme) {
+  const auto light = run({"--json", "names", "Account"});
+  const auto dark = run({"--json", "--theme", "dark", "names", "Account"});
+  EXPECT_EQ(light.exitCode, 0);
+  EXPECT_THAT(light.out, StartsWith(R"({"Account":{"typePresentationInfo":{"apiName":"Account","color":")"));
+  EXPECT_NE(light.out, dark.out);
+}
+
+TEST_F(PresentationCommandTest, AThemeThatNoTypeHasFallsBackToOthers) {
+  const auto ended = run({"--json", "--theme", "no such theme", "names", "Account"});
+  EXPECT_EQ(ended.exitCode, 0);
+  EXPECT_THAT(ended.out, HasSubstr(R"("color":")"));
+  EXPECT_THAT(ended.out, Not(HasSubstr("svgIconUrl")));
+}
+
+TEST_F(PresentationCommandTest, UnknownKeysAreExitCodeThree) {
+  const auto ids = run({"--json", "ids", "001000000000009", "zzz000000000001", "x", ""});
+  EXPECT_EQ(ids.exitCode, 3);
+  EXPECT_EQ(ids.err, "vellora: no object type for zzz000000000001, x, : the server has none\n");
+  const auto names = run({"--json", "names", "Nonsense"});
+  EXPECT_EQ(names.exitCode, 3);
+  EXPECT_EQ(names.out, "{}\n");
+}
+
+TEST_F(PresentationCommandTest, RepeatedKeysAreOneEntry) {
+  const auto ended = run({"--json", "ids", "001000000000009", "001000000000009"});
+  EXPECT_EQ(ended.exitCode, 0);
+  EXPECT_EQ(ended.out.find("001000000000009"), ended.out.rfind("001000000000009"));
+}
+
+TEST_F(PresentationCommandTest, ThousandsOfIdsComeFromStandardInput) {
+  for (int i = 0; i < 50'000; ++i) options.input += "001" + std::to_string(i) + "\n";
+  const auto ended = run({"--json", "ids", "-"});
+  EXPECT_EQ(ended.exitCode, 0);
+  EXPECT_THAT(ended.out, HasSubstr(R"("00149999":{"typePresentationInfo":{"apiName":"Account")"));
+  EXPECT_EQ(server->requests().size(), 2U);
+}
+
+TEST_F(PresentationCommandTest, AFailedListViewQueryIsExitCodeFiveAtOnce) {
+  server->setFault(queryEndpoint, Fault::fail(500));
+  const auto ended = run({"--json", "ids", "00B000000000001", "001000000000009"});
+  EXPECT_EQ(ended.exitCode, 5);
+  EXPECT_EQ(ended.out, "null\n");
+  EXPECT_THAT(ended.err,
+              StartsWith("vellora: no object type for 00B000000000001, 001000000000009: the answer of the "
+                         "server to /services/data/v50.0/query (status 500) cannot be used: "));
+}
+
+TEST_F(PresentationCommandTest, AListViewQueryThatIsNeverAnsweredIsExitCodeFiveWhenTheWaitRunsOut) {
+  server->setFault(queryEndpoint, Fault::never());
+  const auto ended = run({"--wait", "0.5", "ids", "00B000000000001"});
+  EXPECT_EQ(ended.exitCode, 5);
+  EXPECT_EQ(ended.err,
+            "vellora: no object type for 00B000000000001: no answer within 0.5 s; give it longer with --wait "
+            "SECONDS\n");
+}
+
+TEST_F(PresentationCommandTest, AServerThatIsNotThereIsExitCodeFiveAtOnceForIdsAndNames) {
+  server->stop();
+  for (const std::string command : {"ids", "names"}) {
+    const auto ended = run({"--json", command, "Account"});
+    EXPECT_EQ(ended.exitCode, 5) << command;
+    EXPECT_THAT(ended.err, StartsWith("vellora: no object type for Account: ")) << command;
+    EXPECT_THAT(ended.err, HasSubstr("/services/data/v50.0/")) << command;
+  }
+}
+
+TEST_F(PresentationCommandTest, AnErrorBodyAndHalfABodyAreExitCodeFive) {
+  for (const auto& fault : {Fault::errorBody(), Fault::truncate(100), Fault::garbage()}) {
+    server->setFault(RecordsServer::everything, fault);
+    EXPECT_EQ(run({"ids", "001000000000009"}).exitCode, 5);
+    EXPECT_EQ(run({"names", "Account"}).exitCode, 5);
+  }
+}
+
+TEST_F(PresentationCommandTest, AHostileIdIsOneWellFormedRequest) {
+  const std::string id = "00B' OR '1'='1&x=%41\r\nX: y";
+  const auto ended = run({"--json", "ids", id});
+  EXPECT_NE(ended.exitCode, 1) << ended.err;
+  EXPECT_THAT(server->requests(),
+              UnorderedElementsAre(
+                  themes, sObjects,
+                  "GET /services/data/v50.0/query?q=SELECT%20Id,SobjectType%20FROM%20ListView%20WHERE%20"
+                  "Id%20%3D%20'00B'%20OR%20'1'%3D'1%26x%3D%2541%0D%0AX:%20y'"));
+}
+
+TEST_F(PresentationCommandTest, StatusTellsTheStateAndTheAgesOfTheCaches) {
+  const auto ended = run({"--json", "status"});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  EXPECT_THAT(ended.out, StartsWith(R"({"state":"loaded","primedAndCached":true,"themes":{"ageSeconds":)"));
+  EXPECT_THAT(ended.out, HasSubstr(R"("fresh":true},"sObjects":{"ageSeconds":)"));
+  const auto table = run({"status"});
+  EXPECT_THAT(table.out,
+              StartsWith("STATE         loaded\nREADY         yes\nTHEMES        fresh, fetched "));
+  EXPECT_EQ(table.err, "") << "no progress where nobody looks";
+}
+
+TEST_F(PresentationCommandTest, StatusOfAServerThatIsNotThereIsExitCodeFive) {
+  server->stop();
+  const auto ended = run({"--json", "status"});
+  EXPECT_EQ(ended.exitCode, 5);
+  EXPECT_THAT(ended.out, StartsWith(R"({"state":"failed","error":")"));
+  EXPECT_THAT(ended.out,
+              HasSubstr(R"("primedAndCached":false,"themes":{"fresh":false},"sObjects":{"fresh":false}})"));
+  EXPECT_THAT(ended.err, StartsWith("vellora: loading failed: "));
+}
+
+TEST_F(PresentationCommandTest, StatusOfAServerThatDoesNotAnswerEndsWithTheWait) {
+  server->setFault("/services/data/v50.0/theme", Fault::never());
+  const auto ended = run({"--wait", "0.5", "status"});
+  EXPECT_EQ(ended.exitCode, 5);
+  EXPECT_THAT(ended.out,
+              StartsWith("STATE         isLoading\nREADY         no\nTHEMES        never fetched\n"));
+  EXPECT_EQ(ended.err, "vellora: still loading after 0.5 s; give it longer with --wait SECONDS\n");
+}
+
+TEST_F(PresentationCommandTest, CompactLayoutsPrintsTheHeadlineFieldsWithRewrittenReferences) {
+  const auto ended = run({"--json", "compact-layouts", "Account", "Contact"});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  ASSERT_EQ(server->requests().size(), 2U);
+  EXPECT_EQ(server->requests()[0], "GET /services/data/v53.0/compactLayouts?q=Account,Contact");
+  EXPECT_THAT(server->requests()[1],
+              StartsWith("GET /services/data/v53.0/query?q=SELECT%20EntityDefinition.QualifiedApiName,%20"
+                         "QualifiedApiName,%20IsNameField%20FROM%20FieldDefinition%20WHERE%20"));
+  EXPECT_THAT(ended.out, StartsWith(R"({"Account":{"objectType":"Account","layoutFields":[)"));
+  EXPECT_THAT(ended.out, HasSubstr(R"("apiName":"Account.Name")"));
+  server->stop();
+  EXPECT_EQ(run({"--json", "compact-layouts", "Account", "Contact"}).out, ended.out) << "offline";
+}
+
+TEST_F(PresentationCommandTest, CompactLayoutsShowsThePartsOfCompoundFieldsBelowThem) {
+  const auto ended = run({"compact-layouts", "Account"});
+  EXPECT_EQ(ended.exitCode, 0);
+  EXPECT_THAT(ended.out, StartsWith("Account\n  LABEL"));
+  EXPECT_THAT(ended.out, testing::ContainsRegex("\n    [A-Z]")) << "a part stands further in";
+}
+
+TEST_F(PresentationCommandTest, AFailedNameQueryStillAnswersAndCachesNothing) {
+  server->setFault("/services/data/v53.0/query", Fault::fail(500));
+  EXPECT_EQ(run({"compact-layouts", "Contact"}).exitCode, 0);
+  EXPECT_EQ(run({"compact-layouts", "Contact"}).exitCode, 0);
+  EXPECT_EQ(server->requests().size(), 4U);
+}
+
+}  // namespace
+}  // namespace vellora::command
