@@ -76,7 +76,7 @@ Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector
       .receive(queue_)
       .flatMap([self = shared_from_this()](const std::string& name) { return self->themeTuple(name); })
       .collect()
-      .map([weak = weak_from_this()](std::vector<ThemeTuple> tuples) {
+      .map([weak = weak_from_this()](std::vector<ThemeTuple>&& tuples) {
         std::map<std::string, ThemeItem> found;
         for (auto& [name, theme] : tuples) {
           if (theme) {
