@@ -44,6 +44,11 @@ inline std::string layoutJson(const std::string& type, const std::vector<ServerF
   return quoted(type) + R"(:{"objectType":)" + quoted(type) + R"(,"fieldItems":[)" + items + "]}";
 }
 
+/// The server's answer that holds the layout of `type` alone.
+inline std::string layoutsJson(const std::string& type, const std::vector<ServerField>& fields) {
+  return std::string("{").append(layoutJson(type, fields)).append("}");
+}
+
 /// The server's answer to the name query: type and name field.
 inline std::string namesJson(const std::vector<std::pair<std::string, std::string>>& names) {
   std::string rows;

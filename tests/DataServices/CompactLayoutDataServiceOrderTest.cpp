@@ -1,0 +1,423 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/DataServices/CompactLayoutFixture.h"
+
+// Several downloads under way at once: every order of their events, checked against a model of the rules.
+
+namespace vellora {
+namespace {
+
+using testing::ElementsAre;
+using testkit::StubNetwork;
+using tests::layoutsJson;
+using tests::layoutsUrl;
+using tests::namesJson;
+using tests::namesUrl;
+
+/// A download of one layout, and what its caller gets.
+struct Download {
+  std::string type;
+  std::string layoutsUrl;
+  std::string layouts;
+  std::string namesUrl;
+  std::string names;
+  std::string rewritten;
+  std::string asSent;
+};
+
+const std::array<Download, 3> downloads{
+    Download{"Account", layoutsUrl("Account"),
+             layoutsJson("Account", {{"OwnerId", "reference", "User", "Owner"}}), namesUrl("'User'"),
+             namesJson({{"User", "Name"}}), "Account[Owner.Name]", "Account[OwnerId]"},
+    Download{"Case", layoutsUrl("Case"),
+             layoutsJson("Case", {{"ContactId", "reference", "Contact", "Contact"}}), namesUrl("'Contact'"),
+             namesJson({{"Contact", "Name"}}), "Case[Contact.Name]", "Case[ContactId]"},
+    Download{"Order", layoutsUrl("Order"),
+             layoutsJson("Order", {{"InvoiceId", "reference", "Invoice", "Invoice"}}), namesUrl("'Invoice'"),
+             namesJson({{"Invoice", "Number"}}), "Order[Invoice.Number]", "Order[InvoiceId]"},
+};
+
+enum class Course {
+  succeeds,
+  layoutsFail,
+  namesFail,
+};
+
+struct Event {
+  enum class Kind { lookup, layoutsArrive, namesArrive, release };
+  Kind kind;
+  std::size_t download = 0;
+};
+
+using Events = std::vector<Event>;
+
+std::string describe(const Events& events) {
+  static const char* const names[] = {"lookup", "layouts", "names", "release"};
+  std::string text;
+  for (const auto& event : events) {
+    text.append(text.empty() ? "" : ", ").append(names[static_cast<int>(event.kind)]);
+    if (event.kind != Event::Kind::release) text.append(" ").append(std::to_string(event.download));
+  }
+  return text;
+}
+
+/// The events of one download, in the one order in which they can happen.
+Events eventsOf(std::size_t download, Course course) {
+  Events events{{Event::Kind::lookup, download}, {Event::Kind::layoutsArrive, download}};
+  if (course != Course::layoutsFail) events.push_back({Event::Kind::namesArrive, download});
+  return events;
+}
+
+/// Calls `visit` with each way to merge the actors' events; tells how many there are.
+int forEachOrder(std::vector<Events> actors, const std::function<void(const Events&)>& visit,
+                 Events begun = {}) {
+  int orders = 0;
+  bool isComplete = true;
+  for (std::size_t actor = 0; actor < actors.size(); ++actor) {
+    if (actors[actor].empty()) continue;
+    isComplete = false;
+    auto left = actors;
+    auto order = begun;
+    order.push_back(left[actor].front());
+    left[actor].erase(left[actor].begin());
+    orders += forEachOrder(left, visit, order);
+  }
+  if (!isComplete) return orders;
+  visit(begun);
+  return 1;
+}
+
+/// What can be seen from outside.
+struct Seen {
+  std::vector<std::string> answers;
+  std::set<std::string> cached;
+  std::size_t requests = 0;
+
+  friend bool operator==(const Seen&, const Seen&) = default;
+  friend void PrintTo(const Seen& seen, std::ostream* out) {
+    *out << testing::PrintToString(seen.answers) << testing::PrintToString(seen.cached) << seen.requests;
+  }
+};
+
+using Courses = std::array<Course, 3>;
+
+/// The rules, told by the one thing that downloads share: the place of the pending name query.
+class Model {
+ public:
+  explicit Model(const Courses& courses, std::optional<std::size_t> begunByTheFirstAnswer = std::nullopt)
+      : courses_(courses), toBegin_(begunByTheFirstAnswer) {}
+
+  void happen(const Event& event) {
+    switch (event.kind) {
+      case Event::Kind::lookup:
+        return lookUp(event.download);
+      case Event::Kind::layoutsArrive:
+        return layoutsArrive(event.download);
+      case Event::Kind::namesArrive:
+        return namesArrive(event.download);
+      case Event::Kind::release:
+        isAlive_ = false;
+        pending_.reset();
+    }
+  }
+
+  [[nodiscard]] const Seen& seen() const { return seen_; }
+
+ private:
+  void lookUp(std::size_t download) {
+    if (!isAlive_) return;
+    awaited_.insert(download);
+    ++seen_.requests;
+  }
+
+  void layoutsArrive(std::size_t download) {
+    if (awaited_.erase(download) == 0) return;
+    if (courses_[download] == Course::layoutsFail) return answer(download, " + network");
+    if (!isAlive_) return;
+    ++seen_.requests;
+    pending_ = download;
+  }
+
+  void namesArrive(std::size_t download) {
+    if (pending_ != download) return;
+    pending_.reset();
+    if (courses_[download] == Course::namesFail) return answer(download, downloads[download].asSent);
+    answer(download, downloads[download].rewritten);
+    seen_.cached.insert(downloads[download].type);
+  }
+
+  void answer(std::size_t download, const std::string& text) {
+    seen_.answers.push_back(std::to_string(download) + ": " + text);
+    if (download == 0 && toBegin_) lookUp(*toBegin_);
+  }
+
+  const Courses courses_;
+  const std::optional<std::size_t> toBegin_;
+  bool isAlive_ = true;
+  std::set<std::size_t> awaited_;
+  std::optional<std::size_t> pending_;
+  Seen seen_;
+};
+
+/// The service on doubles whose every answer waits for its event.
+class World {
+ public:
+  explicit World(const Courses& courses, std::optional<std::size_t> begunByTheFirstAnswer = std::nullopt)
+      : toBegin_(begunByTheFirstAnswer) {
+    for (std::size_t i = 0; i < downloads.size(); ++i) {
+      const auto answer = [&](Course failure, const std::string& body) {
+        return (courses[i] == failure ? StubNetwork::nothing() : StubNetwork::body(body)).held();
+      };
+      network_->answer(downloads[i].layoutsUrl, answer(Course::layoutsFail, downloads[i].layouts));
+      network_->answer(downloads[i].namesUrl, answer(Course::namesFail, downloads[i].names));
+    }
+  }
+
+  void happen(const Event& event) {
+    switch (event.kind) {
+      case Event::Kind::lookup:
+        return lookUp(event.download);
+      case Event::Kind::layoutsArrive:
+        network_->release(downloads[event.download].layoutsUrl);
+        return;
+      case Event::Kind::namesArrive:
+        network_->release(downloads[event.download].namesUrl);
+        return;
+      case Event::Kind::release:
+        service_.reset();
+    }
+  }
+
+  [[nodiscard]] Seen seen() const {
+    Seen seen{answers_, {}, network_->count()};
+    for (const auto& download : downloads) {
+      if (isCachedRewritten(download)) seen.cached.insert(download.type);
+    }
+    return seen;
+  }
+
+ private:
+  void lookUp(std::size_t download) {
+    if (!service_) return;
+    service_->compactLayoutForApiName(
+        {downloads[download].type}, [this, download](const auto& layouts, const auto& error) {
+          answers_.push_back(std::to_string(download) + ": " + tests::answerText(layouts, error));
+          if (download == 0 && toBegin_) lookUp(*toBegin_);
+        });
+  }
+
+  [[nodiscard]] bool isCachedRewritten(const Download& download) const {
+    const auto blob = cache_->load("OPS_CompactLayout_" + download.type);
+    if (!blob) return false;
+    const auto entry = json::decode<CompactLayoutCacheEntry>(*blob);
+    EXPECT_TRUE(entry);
+    EXPECT_EQ(tests::answerText(std::vector{entry.value().compactLayout}, std::nullopt), download.rewritten);
+    return true;
+  }
+
+  const std::optional<std::size_t> toBegin_;
+  const std::shared_ptr<StubNetwork> network_ = std::make_shared<StubNetwork>();
+  const std::shared_ptr<hostkit::MemoryCache> cache_ = std::make_shared<hostkit::MemoryCache>();
+  std::shared_ptr<CompactLayoutDataService> service_ = std::make_shared<CompactLayoutDataService>(
+      RequiredAPI{network_, cache_, std::make_shared<testkit::RecordingLogger>()}, 3600);
+  std::vector<std::string> answers_;
+};
+
+/// Lets the events happen to both, and compares them after each one.
+void check(const Events& events, World& world, Model& model) {
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    world.happen(events[i]);
+    model.happen(events[i]);
+    ASSERT_EQ(world.seen(), model.seen()) << "after event " << i << " of: " << describe(events);
+  }
+}
+
+const std::vector<Course> allCourses{Course::succeeds, Course::layoutsFail, Course::namesFail};
+
+TEST(CompactLayoutDataServiceOrderTest, TwoDownloadsInEveryOrderAndCourse) {
+  int orders = 0;
+  for (const auto first : allCourses) {
+    for (const auto second : allCourses) {
+      const Courses courses{first, second, Course::succeeds};
+      orders += forEachOrder({eventsOf(0, first), eventsOf(1, second)}, [&](const Events& events) {
+        World world(courses);
+        Model model(courses);
+        check(events, world, model);
+      });
+    }
+  }
+  EXPECT_EQ(orders, 4 * 20 + 4 * 10 + 6);
+}
+
+TEST(CompactLayoutDataServiceOrderTest, TwoDownloadsAndTheReleaseOfTheServiceInEveryOrderAndCourse) {
+  int orders = 0;
+  for (const auto first : allCourses) {
+    for (const auto second : allCourses) {
+      const Courses courses{first, second, Course::succeeds};
+      const std::vector<Events> actors{eventsOf(0, first), eventsOf(1, second), {{Event::Kind::release}}};
+      orders += forEachOrder(actors, [&](const Events& events) {
+        World world(courses);
+        Model model(courses);
+        check(events, world, model);
+      });
+    }
+  }
+  EXPECT_EQ(orders, 4 * 20 * 7 + 4 * 10 * 6 + 6 * 5);
+}
+
+TEST(CompactLayoutDataServiceOrderTest, ThreeDownloadsInEveryOrderAndCourse) {
+  int orders = 0;
+  for (const auto first : allCourses) {
+    for (const auto second : allCourses) {
+      for (const auto third : allCourses) {
+        const Courses courses{first, second, third};
+        const std::vector<Events> actors{eventsOf(0, first), eventsOf(1, second), eventsOf(2, third)};
+        orders += forEachOrder(actors, [&](const Events& events) {
+          World world(courses);
+          Model model(courses);
+          check(events, world, model);
+        });
+      }
+    }
+  }
+  EXPECT_EQ(orders, 8 * 1680 + 12 * 560 + 6 * 210 + 90);
+}
+
+TEST(CompactLayoutDataServiceOrderTest, TwoDownloadsAndAThirdThatTheFirstAnswerBeginsInEveryOrderAndCourse) {
+  int orders = 0;
+  for (const auto first : allCourses) {
+    for (const auto third : allCourses) {
+      const Courses courses{first, Course::succeeds, third};
+      auto eventsOfThird = eventsOf(2, third);
+      eventsOfThird.erase(eventsOfThird.begin());
+      const std::vector<Events> actors{eventsOf(0, first), eventsOf(1, Course::succeeds), eventsOfThird};
+      orders += forEachOrder(actors, [&](const Events& events) {
+        World world(courses, 2);
+        Model model(courses, 2);
+        check(events, world, model);
+      });
+    }
+  }
+  EXPECT_EQ(orders, 4 * 560 + 2 * 140 + 2 * 210 + 60);
+}
+
+class CompactLayoutDataServiceOverlapTest : public tests::CompactLayoutFixture {
+ protected:
+  void serve(const Download& download, bool namesAreHeld) {
+    network->answer(download.layoutsUrl, StubNetwork::body(download.layouts));
+    const auto names = StubNetwork::body(download.names);
+    network->answer(download.namesUrl, namesAreHeld ? names.held() : names);
+  }
+
+  const Download& account = downloads[0];
+  const Download& order = downloads[2];
+};
+
+TEST_F(CompactLayoutDataServiceOverlapTest, ADownloadWhoseNamesAreAnsweredAtOnceSilencesTheOneThatWaits) {
+  serve(account, true);
+  serve(order, false);
+  lookUp({"Account"});
+  lookUp({"Order"});
+  EXPECT_THAT(answers, ElementsAre("Order[Invoice.Number]"));
+  EXPECT_EQ(network->releaseAll(), 1U);
+  EXPECT_THAT(answers, ElementsAre("Order[Invoice.Number]"));
+  EXPECT_FALSE(isCached("Account"));
+}
+
+TEST_F(CompactLayoutDataServiceOverlapTest, ALookupFromInsideAnAnswerThatCameAtOnceIsAnsweredToo) {
+  serve(account, false);
+  serve(order, true);
+  service->compactLayoutForApiName({"Account"}, [&](const auto& layouts, const auto& error) {
+    answers.push_back(tests::answerText(layouts, error));
+    lookUp({"Order"});
+  });
+  EXPECT_THAT(answers, ElementsAre("Account[Owner.Name]"));
+  network->releaseAll();
+  EXPECT_THAT(answers, ElementsAre("Account[Owner.Name]", "Order[Invoice.Number]"));
+  EXPECT_TRUE(isCached("Account"));
+  EXPECT_TRUE(isCached("Order"));
+}
+
+TEST_F(CompactLayoutDataServiceOverlapTest, LookupsFromInsideAnswersAreAllAnsweredWhenEverythingComesAtOnce) {
+  serve(account, false);
+  serve(order, false);
+  service->compactLayoutForApiName({"Account"}, [&](const auto&, const auto&) { lookUp({"Order"}); });
+  EXPECT_THAT(answers, ElementsAre("Order[Invoice.Number]"));
+  EXPECT_TRUE(isCached("Account"));
+  EXPECT_TRUE(isCached("Order"));
+}
+
+TEST_F(CompactLayoutDataServiceOverlapTest, ALookupAfterASilencedOneIsAnswered) {
+  serve(account, true);
+  serve(order, true);
+  lookUp({"Account"});
+  lookUp({"Order"});
+  network->releaseAll();
+  lookUp({"Account"});
+  network->releaseAll();
+  EXPECT_THAT(answers, ElementsAre("Order[Invoice.Number]", "Account[Owner.Name]"));
+}
+
+/// Answers of a lookup, counted from whatever thread they come.
+struct Counted {
+  std::atomic<int> answers = 0;
+  CompactLayoutDataService::Completion completion() {
+    return [this](const auto&, const auto&) { ++answers; };
+  }
+};
+
+TEST_F(CompactLayoutDataServiceOverlapTest, OfDownloadsThatArriveOnTwoThreadsTheNewestNameQueryIsAnswered) {
+  for (int round = 0; round < 100; ++round) {
+    service = makeService(-1);  // nothing is ever young
+    network->answer(account.layoutsUrl, StubNetwork::body(account.layouts).held());
+    network->answer(account.namesUrl, StubNetwork::body(account.names).held());
+    network->answer(order.layoutsUrl, StubNetwork::body(order.layouts).held());
+    network->answer(order.namesUrl, StubNetwork::body(order.names).held());
+    Counted ofAccount;
+    Counted ofOrder;
+    service->compactLayoutForApiName({"Account"}, ofAccount.completion());
+    service->compactLayoutForApiName({"Order"}, ofOrder.completion());
+    const auto arrive = [this](const Download& download) {
+      EXPECT_EQ(network->release(download.layoutsUrl), 1U);
+      EXPECT_EQ(network->release(download.namesUrl), 1U);
+    };
+    std::thread first([&] { arrive(account); });
+    std::thread second([&] { arrive(order); });
+    first.join();
+    second.join();
+    EXPECT_LE(ofAccount.answers, 1);
+    EXPECT_LE(ofOrder.answers, 1);
+    EXPECT_GE(ofAccount.answers + ofOrder.answers, 1);
+  }
+}
+
+TEST_F(CompactLayoutDataServiceOverlapTest, AServiceReleasedWhileItsDownloadsArriveAnswersAtMostOnce) {
+  for (int round = 0; round < 100; ++round) {
+    service = makeService(-1);
+    network->answer(account.layoutsUrl, StubNetwork::body(account.layouts).held());
+    network->answer(account.namesUrl, StubNetwork::body(account.names).held());
+    Counted ofAccount;
+    service->compactLayoutForApiName({"Account"}, ofAccount.completion());
+    std::thread networkThread([&] {
+      while (network->releaseOne()) {
+      }
+    });
+    service.reset();
+    networkThread.join();
+    EXPECT_LE(ofAccount.answers, 1);
+  }
+}
+
+}  // namespace
+}  // namespace vellora
