@@ -18,9 +18,10 @@ CompactLayoutCacheEntry entry() {
 }
 
 TEST(CompactLayoutCacheEntryTest, WritesTheDownloadTimeAsANumberOfSecondsSince2001) {
-  EXPECT_EQ(json::encode(entry()).value().view(),
-            R"({"compactLayout":{"objectType":"Account","layoutFields":[{"apiName":"Name","fieldType":"string",)"
-            R"("label":"Name","htmlFormatted":false}]},"downloadedTime":722000000.25})");
+  EXPECT_EQ(
+      json::encode(entry()).value().view(),
+      R"({"compactLayout":{"objectType":"Account","layoutFields":[{"apiName":"Name","fieldType":"string",)"
+      R"("label":"Name","htmlFormatted":false}]},"downloadedTime":722000000.25})");
 }
 
 TEST(CompactLayoutCacheEntryTest, ReadsBackEqual) {
@@ -36,8 +37,9 @@ TEST(CompactLayoutCacheEntryTest, BothFieldsAreRequired) {
   EXPECT_EQ(failureOf(R"({"downloadedTime":1})"), R"(missing key "compactLayout" at $)");
   EXPECT_EQ(failureOf(R"({"compactLayout":{"objectType":"A","layoutFields":[]}})"),
             R"(missing key "downloadedTime" at $)");
-  EXPECT_EQ(failureOf(R"({"compactLayout":{"objectType":"A","layoutFields":[]},"downloadedTime":"2026-11-20"})"),
-            "expected a number at $.downloadedTime");
+  EXPECT_EQ(
+      failureOf(R"({"compactLayout":{"objectType":"A","layoutFields":[]},"downloadedTime":"2026-11-20"})"),
+      "expected a number at $.downloadedTime");
 }
 
 }  // namespace

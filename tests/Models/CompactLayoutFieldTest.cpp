@@ -53,8 +53,9 @@ TEST(CompactLayoutFieldTest, AnEmptyListOfPartsIsNotAnAbsentOne) {
   content.layoutFields.emplace();
   const auto field = make(content);
   const auto text = json::encode(field).value();
-  EXPECT_EQ(text.view(),
-            R"({"apiName":"Name","fieldType":"string","label":"Full Name","htmlFormatted":false,"layoutFields":[]})");
+  EXPECT_EQ(
+      text.view(),
+      R"({"apiName":"Name","fieldType":"string","label":"Full Name","htmlFormatted":false,"layoutFields":[]})");
   EXPECT_EQ(*json::decode<std::shared_ptr<CompactLayoutField>>(text).value(), *field);
   EXPECT_FALSE(*field == *make(plain()));
 }
@@ -67,19 +68,25 @@ TEST(CompactLayoutFieldTest, ReadsBackEqual) {
 }
 
 TEST(CompactLayoutFieldTest, TheThreeOptionalMembersMayBeAbsentOrNull) {
-  for (const std::string members : {"", R"(,"referenceTo":null,"relationshipName":null,"layoutFields":null)"}) {
+  for (const std::string members :
+       {"", R"(,"referenceTo":null,"relationshipName":null,"layoutFields":null)"}) {
     const auto field = json::decode<std::shared_ptr<CompactLayoutField>>(
-        Data(R"({"apiName":"Name","fieldType":"string","label":"Full Name","htmlFormatted":false)" + members + "}"));
+        Data(R"({"apiName":"Name","fieldType":"string","label":"Full Name","htmlFormatted":false)" + members +
+             "}"));
     ASSERT_TRUE(field);
     EXPECT_EQ(*field.value(), *make(plain()));
   }
 }
 
 TEST(CompactLayoutFieldTest, TheOtherFourAreRequired) {
-  EXPECT_EQ(failureOf(R"({"fieldType":"f","label":"l","htmlFormatted":false})"), R"(missing key "apiName" at $)");
-  EXPECT_EQ(failureOf(R"({"apiName":"a","label":"l","htmlFormatted":false})"), R"(missing key "fieldType" at $)");
-  EXPECT_EQ(failureOf(R"({"apiName":"a","fieldType":"f","htmlFormatted":false})"), R"(missing key "label" at $)");
-  EXPECT_EQ(failureOf(R"({"apiName":"a","fieldType":"f","label":"l"})"), R"(missing key "htmlFormatted" at $)");
+  EXPECT_EQ(failureOf(R"({"fieldType":"f","label":"l","htmlFormatted":false})"),
+            R"(missing key "apiName" at $)");
+  EXPECT_EQ(failureOf(R"({"apiName":"a","label":"l","htmlFormatted":false})"),
+            R"(missing key "fieldType" at $)");
+  EXPECT_EQ(failureOf(R"({"apiName":"a","fieldType":"f","htmlFormatted":false})"),
+            R"(missing key "label" at $)");
+  EXPECT_EQ(failureOf(R"({"apiName":"a","fieldType":"f","label":"l"})"),
+            R"(missing key "htmlFormatted" at $)");
   EXPECT_EQ(failureOf(R"({"apiName":"a","fieldType":"f","label":"l","htmlFormatted":null})"),
             "expected a boolean at $.htmlFormatted");
 }
@@ -134,11 +141,12 @@ TEST(CompactLayoutFieldTest, APlaceWithoutAFieldEqualsOnlyItsLike) {
 }
 
 TEST(CompactLayoutFieldTest, ItsTextualFormNamesTheFieldsInTheirOrder) {
-  EXPECT_EQ(describe(*make(complete())),
-            "CompactLayoutField(apiName: \"OwnerId\", fieldType: \"reference\", label: \"Owner\", referenceTo: "
-            "Optional(\"User\"), relationshipName: Optional(\"Owner\"), htmlFormatted: true, layoutFields: "
-            "Optional([CompactLayoutField(apiName: \"Name\", fieldType: \"string\", label: \"Full Name\", "
-            "referenceTo: nil, relationshipName: nil, htmlFormatted: false, layoutFields: nil)]))");
+  EXPECT_EQ(
+      describe(*make(complete())),
+      "CompactLayoutField(apiName: \"OwnerId\", fieldType: \"reference\", label: \"Owner\", referenceTo: "
+      "Optional(\"User\"), relationshipName: Optional(\"Owner\"), htmlFormatted: true, layoutFields: "
+      "Optional([CompactLayoutField(apiName: \"Name\", fieldType: \"string\", label: \"Full Name\", "
+      "referenceTo: nil, relationshipName: nil, htmlFormatted: false, layoutFields: nil)]))");
 }
 
 }  // namespace

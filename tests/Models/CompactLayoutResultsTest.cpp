@@ -55,7 +55,8 @@ TEST(CompactLayoutResultsTest, OneBadLayoutFailsTheWholeAnswer) {
   EXPECT_EQ(failureOf(R"({"User":)" + layout("User") + R"(,"Account":{"objectType":"Account"}})"),
             R"(missing key "fieldItems" at $.Account)");
   EXPECT_EQ(failureOf(R"({"User":null})"), "expected an object at $.User");
-  EXPECT_EQ(failureOf(R"({"hasErrors":false,"User":)" + layout("User") + "}"), "expected an object at $.hasErrors");
+  EXPECT_EQ(failureOf(R"({"hasErrors":false,"User":)" + layout("User") + "}"),
+            "expected an object at $.hasErrors");
 }
 
 TEST(CompactLayoutResultsTest, AnAnswerThatIsNoObjectFails) {
@@ -67,8 +68,9 @@ TEST(CompactLayoutResultsTest, WhatItWritesIsNotWhatItReads) {
   const auto results = decoded(R"({"User":)" + layout("User") + R"(,"Account":)" + layout("Account") + "}");
   ASSERT_TRUE(results);
   const auto text = json::encode(results.value()).value();
-  EXPECT_EQ(text.view(),
-            R"({"layouts":[{"objectType":"User","layoutFields":[]},{"objectType":"Account","layoutFields":[]}]})");
+  EXPECT_EQ(
+      text.view(),
+      R"({"layouts":[{"objectType":"User","layoutFields":[]},{"objectType":"Account","layoutFields":[]}]})");
   EXPECT_EQ(failureOf(std::string(text.view())), "expected an object at $.layouts");
   EXPECT_EQ(json::encode(CompactLayoutResults()).value().view(), R"({"layouts":[]})");
 }

@@ -25,7 +25,8 @@ TEST(FieldItemTest, LabelAndComponentsAreRequired) {
   EXPECT_EQ(failureOf(R"({"label":"Name","layoutComponents":[]})"), "decoded");
   EXPECT_EQ(failureOf(R"({"layoutComponents":[]})"), R"(missing key "label" at $)");
   EXPECT_EQ(failureOf(R"({"label":"Name"})"), R"(missing key "layoutComponents" at $)");
-  EXPECT_EQ(failureOf(R"({"label":"Name","layoutComponents":null})"), "expected an array at $.layoutComponents");
+  EXPECT_EQ(failureOf(R"({"label":"Name","layoutComponents":null})"),
+            "expected an array at $.layoutComponents");
 }
 
 }  // namespace

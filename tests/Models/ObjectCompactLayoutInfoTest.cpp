@@ -34,14 +34,15 @@ ObjectCompactLayoutInfo layoutOf(std::vector<Content> contents) {
 }
 
 /// The server's description of a field called `label`.
-std::string details(const std::string& label, const std::string& rest = R"("type":"string","referenceTo":[])") {
+std::string details(const std::string& label,
+                    const std::string& rest = R"("type":"string","referenceTo":[])") {
   return R"("details":{"label":")" + label + R"(","htmlFormatted":false,)" + rest + "}";
 }
 
 /// The server's form of a layout of Account with one line called "Line".
 std::string withComponents(const std::string& components) {
-  return R"({"objectType":"Account","name":"Headline","fieldItems":[{"label":"Line","layoutComponents":[)" + components +
-         "]}]}";
+  return R"({"objectType":"Account","name":"Headline","fieldItems":[{"label":"Line","layoutComponents":[)" +
+         components + "]}]}";
 }
 
 Content text(const std::string& apiName, const std::string& label) {
@@ -59,8 +60,9 @@ TEST(ObjectCompactLayoutInfoTest, AFieldOfALineTakesTheLinesLabel) {
 }
 
 TEST(ObjectCompactLayoutInfoTest, SeveralFieldsOfALineAllTakeItsLabelAndTheirOrder) {
-  const auto layout = decoded(withComponents(R"({"value":"Status",)" + details("Status") + R"(},{"value":" / "},)" +
-                                             R"({"value":"Age",)" + details("Age in Days") + "}"));
+  const auto layout =
+      decoded(withComponents(R"({"value":"Status",)" + details("Status") + R"(},{"value":" / "},)" +
+                             R"({"value":"Age",)" + details("Age in Days") + "}"));
   ASSERT_TRUE(layout);
   EXPECT_EQ(layout.value(), layoutOf({text("Status", "Line"), text("Age", "Line")}));
 }
@@ -75,10 +77,10 @@ TEST(ObjectCompactLayoutInfoTest, TheFieldsOfAllLinesFollowOneAnother) {
 }
 
 TEST(ObjectCompactLayoutInfoTest, ACompoundFieldHoldsItsPartsUnderTheirOwnLabels) {
-  const auto layout =
-      decoded(withComponents(R"({"value":"Name",)" + details("Full Name") + R"(,"components":[{"value":"FirstName",)" +
-                             details("First Name") + R"(},{"value":" "},{"value":"LastName",)" + details("Last Name") +
-                             R"(,"components":[{"value":"Suffix",)" + details("Suffix") + "}]}]}"));
+  const auto layout = decoded(withComponents(
+      R"({"value":"Name",)" + details("Full Name") + R"(,"components":[{"value":"FirstName",)" +
+      details("First Name") + R"(},{"value":" "},{"value":"LastName",)" + details("Last Name") +
+      R"(,"components":[{"value":"Suffix",)" + details("Suffix") + "}]}]}"));
   ASSERT_TRUE(layout);
   auto lastName = text("LastName", "Last Name");
   lastName.layoutFields = CompactLayoutFields{make(text("Suffix", "Suffix"))};
@@ -102,19 +104,20 @@ TEST(ObjectCompactLayoutInfoTest, AFieldWithoutPartsHasNoListAndOneWhosePartsAre
 }
 
 TEST(ObjectCompactLayoutInfoTest, AComponentWithoutDetailsIsDroppedWithAllThatItContains) {
-  const auto layout = decoded(withComponents(R"({"value":"Group","components":[{"value":"Name",)" + details("Full Name") +
-                                             R"(}]},{"value":"Other","details":null,"components":[{"value":"X",)" +
-                                             details("x") + "}]}"));
+  const auto layout = decoded(withComponents(
+      R"({"value":"Group","components":[{"value":"Name",)" + details("Full Name") +
+      R"(}]},{"value":"Other","details":null,"components":[{"value":"X",)" + details("x") + "}]}"));
   ASSERT_TRUE(layout);
   EXPECT_EQ(layout.value(), layoutOf({}));
 }
 
 TEST(ObjectCompactLayoutInfoTest, OfTheTypesThatAFieldPointsToTheFirstIsKept) {
   const auto targetOf = [](const std::string& referenceTo) {
-    return decoded(withComponents(R"({"value":"OwnerId",)" +
-                                  details("Owner ID", R"("type":"reference","relationshipName":"Owner","referenceTo":)" +
-                                                          referenceTo) +
-                                  "}"))
+    return decoded(withComponents(
+                       R"({"value":"OwnerId",)" +
+                       details("Owner ID", R"("type":"reference","relationshipName":"Owner","referenceTo":)" +
+                                               referenceTo) +
+                       "}"))
         .value()
         .layoutFields.at(0)
         ->referenceTo;
@@ -139,9 +142,9 @@ TEST(ObjectCompactLayoutInfoTest, AFieldTakesWhatTheServerSaysOfIt) {
 }
 
 TEST(ObjectCompactLayoutInfoTest, ReadsTheFlatFormWhenItHasBoth) {
-  const auto layout = decoded(
-      R"({"objectType":"Account","fieldItems":"not even a list","layoutFields":[)"
-      R"({"apiName":"Name","fieldType":"string","label":"Line","htmlFormatted":false}]})");
+  const auto layout =
+      decoded(R"({"objectType":"Account","fieldItems":"not even a list","layoutFields":[)"
+              R"({"apiName":"Name","fieldType":"string","label":"Line","htmlFormatted":false}]})");
   ASSERT_TRUE(layout);
   EXPECT_EQ(layout.value(), layoutOf({text("Name", "Line")}));
 }
@@ -153,7 +156,8 @@ TEST(ObjectCompactLayoutInfoTest, AnEmptyFlatFormIsALayoutWithoutFields) {
 }
 
 TEST(ObjectCompactLayoutInfoTest, FallsBackToTheServersFormWhateverIsWrongWithTheFlatOne) {
-  const std::string items = R"("fieldItems":[{"label":"Line","layoutComponents":[{"value":"Name",)" + details("n") + "}]}]";
+  const std::string items =
+      R"("fieldItems":[{"label":"Line","layoutComponents":[{"value":"Name",)" + details("n") + "}]}]";
   for (const std::string flat : {"null", "7", "{}", R"("x")", "[null]", "[{}]",
                                  R"([{"apiName":"A","fieldType":"f","label":"l","htmlFormatted":0}])",
                                  R"([{"apiName":"A","fieldType":"f","label":"l","htmlFormatted":true},5])"}) {
@@ -185,10 +189,10 @@ TEST(ObjectCompactLayoutInfoTest, WritesTheFlatFormAlone) {
 }
 
 TEST(ObjectCompactLayoutInfoTest, WhatTheServerSentReadsBackEqualOnceItIsWritten) {
-  const auto layout =
-      decoded(withComponents(R"({"value":"Name",)" + details("Full Name") + R"(,"components":[{"value":"FirstName",)" +
-                             details("First Name") + R"(}]},{"value":"OwnerId",)" +
-                             details("o", R"("type":"reference","relationshipName":"Owner","referenceTo":["User"])") + "}"));
+  const auto layout = decoded(withComponents(
+      R"({"value":"Name",)" + details("Full Name") + R"(,"components":[{"value":"FirstName",)" +
+      details("First Name") + R"(}]},{"value":"OwnerId",)" +
+      details("o", R"("type":"reference","relationshipName":"Owner","referenceTo":["User"])") + "}"));
   ASSERT_TRUE(layout);
   const auto again = json::decode<ObjectCompactLayoutInfo>(json::encode(layout.value()).value());
   ASSERT_TRUE(again);
@@ -218,7 +222,8 @@ TEST(ObjectCompactLayoutInfoTest, ALookupsAnswerIsWrittenAsOneDocument) {
 /// A layout with one field within another, `depth` of them.
 std::string nested(int depth) {
   std::string text = R"({"value":"F",)" + details("f") + "}";
-  for (int level = 1; level < depth; ++level) text = R"({"value":"F",)" + details("f") + R"(,"components":[)" + text + "]}";
+  for (int level = 1; level < depth; ++level)
+    text = R"({"value":"F",)" + details("f") + R"(,"components":[)" + text + "]}";
   return withComponents(text);
 }
 

@@ -22,7 +22,8 @@ std::string failureOf(const std::string& text) {
 }
 
 std::string row(const std::string& type, const std::string& field) {
-  return R"({"EntityDefinition":{"QualifiedApiName":")" + type + R"("},"QualifiedApiName":")" + field + R"("})";
+  return R"({"EntityDefinition":{"QualifiedApiName":")" + type + R"("},"QualifiedApiName":")" + field +
+         R"("})";
 }
 
 TEST(ObjectQualifiedApiNameInfoTest, GathersTheNameFieldsOfTheRows) {
@@ -30,8 +31,8 @@ TEST(ObjectQualifiedApiNameInfoTest, GathersTheNameFieldsOfTheRows) {
                             row("Case", "CaseNumber") + "]}");
   ASSERT_TRUE(info);
   EXPECT_EQ(info.value().entityApiNames, (Names{{"Account", "Name"}, {"Case", "CaseNumber"}}));
-  EXPECT_EQ(info.value().records, (std::vector<ObjectQualifiedApiNameInfo::Record>{{{"Account"}, "Name"},
-                                                                                   {{"Case"}, "CaseNumber"}}));
+  EXPECT_EQ(info.value().records, (std::vector<ObjectQualifiedApiNameInfo::Record>{
+                                      {{"Account"}, "Name"}, {{"Case"}, "CaseNumber"}}));
 }
 
 TEST(ObjectQualifiedApiNameInfoTest, IgnoresTheOtherMembersOfARow) {

@@ -23,7 +23,8 @@ class CancellableSlotTest : public testing::Test {
  protected:
   /// The subject's values arrive in `events` behind `name`.
   AnyCancellable subscribe(const std::string& name) {
-    return subject.publisher().sink([this, name](int value) { events.push_back(name + std::to_string(value)); });
+    return subject.publisher().sink(
+        [this, name](int value) { events.push_back(name + std::to_string(value)); });
   }
 
   const Subject<int> subject;
@@ -65,9 +66,8 @@ TEST_F(CancellableSlotTest, ASubscriptionThatEndsWhileItBeginsCancelsTheOneBefor
 
 TEST_F(CancellableSlotTest, AFinishedSubscriptionDoesNotCancelTheOneThatItsHandlersBegan) {
   slot->replace([&] {
-    return Publisher<int>::just(7).sink([](int) {}, [&](const auto&) {
-      slot->replace([&] { return subscribe("inner"); });
-    });
+    return Publisher<int>::just(7).sink(
+        [](int) {}, [&](const auto&) { slot->replace([&] { return subscribe("inner"); }); });
   });
   subject.send(1);
   EXPECT_THAT(events, ElementsAre("inner1"));
@@ -96,8 +96,9 @@ TEST_F(CancellableSlotTest, WhatACancelledSubscriptionHeldMayDestroyTheSlot) {
     slot.reset();
     delete value;
   });
-  slot->replace(
-      [&, held = std::move(owner)]() mutable { return other.publisher().sink([held = std::move(held)](int) {}); });
+  slot->replace([&, held = std::move(owner)]() mutable {
+    return other.publisher().sink([held = std::move(held)](int) {});
+  });
   ASSERT_TRUE(slot.has_value());
   slot->replace([&] { return subscribe("next"); });
   EXPECT_FALSE(slot.has_value());

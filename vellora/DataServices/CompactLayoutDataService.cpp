@@ -72,9 +72,9 @@ void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::st
     return;
   }
   const auto missing = namesWithoutLayout(names, cached.fresh);
-  getCompactLayoutFromNetwork(missing,
-                              answerWithCached(std::move(cached), loggerOf(weak_from_this(), *logger_),
-                                               "compactLayoutForApiName(_:completion:)", std::move(completion)));
+  getCompactLayoutFromNetwork(
+      missing, answerWithCached(std::move(cached), loggerOf(weak_from_this(), *logger_),
+                                "compactLayoutForApiName(_:completion:)", std::move(completion)));
 }
 
 void CompactLayoutDataService::getCompactLayoutFromNetwork(const std::vector<std::string>& names,
@@ -134,17 +134,18 @@ Publisher<Data> CompactLayoutDataService::requestAsPublisher(const std::optional
     return Publisher<Data>::promise([&](const Promise<Data>& promise) {
       const auto self = weak.lock();
       if (!self) return;
-      self->network_->sendRequest(request, [promise](std::optional<Data> data, std::optional<Error> error,
-                                                     const auto&) {
-        if (data) return promise.succeed(*std::move(data));
-        promise.fail(error ? *std::move(error) : Error(CompactLayoutDataServiceError::network()));
-      });
+      self->network_->sendRequest(
+          request, [promise](std::optional<Data> data, std::optional<Error> error, const auto&) {
+            if (data) return promise.succeed(*std::move(data));
+            promise.fail(error ? *std::move(error) : Error(CompactLayoutDataServiceError::network()));
+          });
     });
   });
 }
 
 void CompactLayoutDataService::save(const std::string& key, const ObjectCompactLayoutInfo& compactLayout) {
-  saveEntry(*cache_, *logger_, key, CompactLayoutCacheEntry{compactLayout, now()}, "save(key:compactLayout:)");
+  saveEntry(*cache_, *logger_, key, CompactLayoutCacheEntry{compactLayout, now()},
+            "save(key:compactLayout:)");
 }
 
 std::optional<CompactLayoutDataService::Cached> CompactLayoutDataService::load(const std::string& key) {

@@ -29,10 +29,12 @@ namespace vellora {
 /// A cached layout that is older than the time-out counts as missing, and is served only when the download
 /// fails.
 ///
-/// Ownership: make it with `std::make_shared`; pending answers hold it weakly. Threads: safe to use from
-/// several threads at once; has no queue. The cache is read on the caller's thread; when that answers
-/// everything, the completion runs inside the call, else on the thread on which the host's network calls back.
-/// Errors: `decoding` and `network`, beside what the cache held. Units: the time-out is in seconds.
+/// Ownership: make it with `std::make_shared`; pending answers hold it weakly.
+/// Threads: safe to use from several threads at once; has no queue. The cache is read on the caller's thread;
+/// when that answers everything, the completion runs inside the call, else on a thread on which the host's
+/// network calls back.
+/// Errors: `decoding` and `network`, beside what the cache held.
+/// Units: the time-out is in seconds.
 class CompactLayoutDataService : public std::enable_shared_from_this<CompactLayoutDataService> {
  public:
   struct Constants {
@@ -50,16 +52,18 @@ class CompactLayoutDataService : public std::enable_shared_from_this<CompactLayo
   /// after a failed download with all cached ones, maybe none, and the error. A type that the server does not
   /// know has no layout in the list. The answer comes before anything is cached.
   ///
-  /// It is called once, or never when the service is released before the answer, and when the download of
-  /// another lookup arrives between this one's download and its name fields: of two requests for name fields
-  /// only the one sent last is waited for. Have one lookup at a time if every one must be answered.
+  /// It is called once, with two exceptions. It is not called when the service is released before the name
+  /// fields have come; only a failed download is answered without it. And it is not called when the download
+  /// of another lookup arrives between this one's download and its name fields: of two requests for name
+  /// fields only the one sent last is waited for. Have one lookup at a time if every one must be answered.
   void compactLayoutForApiName(const std::vector<std::string>& names, Completion completion);
 
   /// A producer of the name fields of object types. `entities` lists the types as a query does, in single
   /// quotes with commas between, and is sent as it stands. Each subscription sends a request; a failed one
   /// ends with the network's error, with `CompactLayoutDataServiceError` `network` when there is neither body
   /// nor error, or with a `DecodingError`. Without the service it never ends.
-  [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> qualifiedApiNameAsPublisher(const std::string& entities);
+  [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> qualifiedApiNameAsPublisher(
+      const std::string& entities);
 
  private:
   struct Cached {

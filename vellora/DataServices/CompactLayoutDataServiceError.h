@@ -6,7 +6,9 @@ namespace vellora {
 
 /// What the producers of the compact layout service fail with; its lookups report `SObjectsDataServiceError`.
 ///
-/// Equality: the same case. Ownership: a plain value. Threads: immutable.
+/// Equality: the same case.
+/// Ownership: a plain value.
+/// Threads: immutable.
 class CompactLayoutDataServiceError final : public EnumerationError {
  public:
   enum class Case {

@@ -78,26 +78,26 @@ void saveEntry(CorvaneSDK::Cache& cache, CorvaneSDK::Logger& logger, const std::
   cache.save(data.value(), key);
 }
 
-/// Sends `request` and reads the response body as a `Body`. Calls `then(body, error)` with one of the two; the
-/// error is `network` without a body, `decoding` for one of another form. Logs the reason as a failure of
+/// Sends `request` and reads the response body as a `Body`. Calls `then(body, error)` with one of the two;
+/// the error is `network` without a body, `decoding` for one of another form. Logs the reason as a failure of
 /// `operation`.
 template <class Body, class Then>
 void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request,
               std::weak_ptr<CorvaneSDK::Logger> logger, std::string operation, Then then) {
-  network.sendRequest(request, [logger = std::move(logger), operation = std::move(operation),
-                                then = std::move(then)](const std::optional<Data>& data,
-                                                        const std::optional<Error>& error, const auto&) {
-    if (!data) {
-      if (error) logError(logger, operation + ": Network request error:  ", *error);
-      return then(std::optional<Body>(), std::optional(SObjectsDataServiceError::network()));
-    }
-    auto body = json::decode<Body>(*data);
-    if (!body) {
-      logError(logger, operation + ": Failed to decode: ", body.error());
-      return then(std::optional<Body>(), std::optional(SObjectsDataServiceError::decoding()));
-    }
-    then(std::optional(std::move(body).value()), std::optional<SObjectsDataServiceError>());
-  });
+  network.sendRequest(
+      request, [logger = std::move(logger), operation = std::move(operation), then = std::move(then)](
+                   const std::optional<Data>& data, const std::optional<Error>& error, const auto&) {
+        if (!data) {
+          if (error) logError(logger, operation + ": Network request error:  ", *error);
+          return then(std::optional<Body>(), std::optional(SObjectsDataServiceError::network()));
+        }
+        auto body = json::decode<Body>(*data);
+        if (!body) {
+          logError(logger, operation + ": Failed to decode: ", body.error());
+          return then(std::optional<Body>(), std::optional(SObjectsDataServiceError::decoding()));
+        }
+        then(std::optional(std::move(body).value()), std::optional<SObjectsDataServiceError>());
+      });
 }
 
 template <class Layout>

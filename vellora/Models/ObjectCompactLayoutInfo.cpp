@@ -66,6 +66,7 @@ bool ObjectCompactLayoutInfo::encodeJson(json::Writer& writer) const {
 
 template Result<ObjectCompactLayoutInfo> json::decode(const Data& text);
 template Result<Data> json::encode(const ObjectCompactLayoutInfo& value);
-template Result<Data> json::encode(const std::optional<std::map<std::string, ObjectCompactLayoutInfo>>& value);
+template Result<Data> json::encode(
+    const std::optional<std::map<std::string, ObjectCompactLayoutInfo>>& value);
 
 }  // namespace vellora

@@ -10,9 +10,9 @@ namespace vellora {
 /// The compact layout of one object type: the few headline fields that a record of it shows.
 ///
 /// It has two JSON forms. The server's nests lines ("fieldItems"), their components and those of compound
-/// fields; reading it flattens them into one field for each component that shows one. The library's own, which
-/// it writes and keeps in the cache, is the flattened list ("layoutFields"); where that can be read it is
-/// preferred.
+/// fields; reading it flattens them into one field for each component that shows one. The library's own,
+/// which it writes and keeps in the cache, is the flattened list ("layoutFields"); where that can be read it
+/// is preferred.
 ///
 /// Ownership: a value whose copies share the fields.
 struct ObjectCompactLayoutInfo {

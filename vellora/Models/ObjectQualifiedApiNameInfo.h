@@ -19,7 +19,8 @@ struct ObjectQualifiedApiNameInfo {
 
       static constexpr std::string_view recordName = "EntityDefinition";
       static constexpr auto fields() {
-        return std::tuple(json::field("QualifiedApiName", &EntityDefinition::entityTypeName, "entityTypeName"));
+        return std::tuple(
+            json::field("QualifiedApiName", &EntityDefinition::entityTypeName, "entityTypeName"));
       }
 
       friend bool operator==(const EntityDefinition&, const EntityDefinition&) = default;
