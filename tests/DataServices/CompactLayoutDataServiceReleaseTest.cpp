@@ -134,9 +134,9 @@ class CompactLayoutDataServiceReleaseTest : public tests::CompactLayoutFixture {
 
   bool before = true;
   HostCalls calls;
-  const StubNetwork::Answer account =
+  const StubNetwork::Answer accountLayout =
       StubNetwork::body(layoutsJson("Account", {{"OwnerId", "reference", "User", "Owner"}}));
-  const StubNetwork::Answer userName = StubNetwork::body(namesJson({{"User", "Name"}}));
+  const StubNetwork::Answer userNames = StubNetwork::body(namesJson({{"User", "Name"}}));
 };
 
 const std::vector<std::string> nobody;
@@ -144,7 +144,7 @@ const std::vector<std::string> rewritten{"Account[Owner.Name]"};
 const std::vector<std::string> asSent{"Account[OwnerId]"};
 
 TEST_F(CompactLayoutDataServiceReleaseTest, ACallThatAnswersAtOnceOutlivesItsService) {
-  serve(account, userName);
+  serve(accountLayout, userNames);
   for (const bool beforeTheCall : {true, false}) {
     before = beforeTheCall;
     // Load, miss, request, line, request, line, save.
@@ -154,7 +154,7 @@ TEST_F(CompactLayoutDataServiceReleaseTest, ACallThatAnswersAtOnceOutlivesItsSer
 }
 
 TEST_F(CompactLayoutDataServiceReleaseTest, OnceReleasedALookupIsSilentUntilItsNamesAreAnswered) {
-  serve(account.held(), userName.held());
+  serve(accountLayout.held(), userNames.held());
   for (const bool beforeTheCall : {true, false}) {
     before = beforeTheCall;
     EXPECT_EQ(runReleasingAt(0), (Outcome{rewritten, true, 7}));
@@ -172,7 +172,7 @@ TEST_F(CompactLayoutDataServiceReleaseTest, OnceReleasedALookupIsSilentUntilItsN
 
 TEST_F(CompactLayoutDataServiceReleaseTest, AFailedDownloadIsAnsweredWithoutTheServiceButLeavesNoLine) {
   const auto check = [this](const StubNetwork::Answer& failure, const std::string& answer) {
-    serve(failure.held(), userName.held());
+    serve(failure.held(), userNames.held());
     const std::vector<std::string> answered{answer};
     EXPECT_EQ(runReleasingAt(0), (Outcome{answered, false, 5}));
     for (int call = 1; call <= 3; ++call)
@@ -189,7 +189,7 @@ TEST_F(CompactLayoutDataServiceReleaseTest, AFailedDownloadIsAnsweredWithoutTheS
 
 TEST_F(CompactLayoutDataServiceReleaseTest, AFailedNameQueryIsAnsweredAsSoonAsItsFailureIsLogged) {
   for (const auto& failure : {StubNetwork::failure(TestError{"line down"}), StubNetwork::body("[]")}) {
-    serve(account.held(), failure.held());
+    serve(accountLayout.held(), failure.held());
     EXPECT_EQ(runReleasingAt(0), (Outcome{asSent, false, 6}));
     for (int call = 1; call <= 3; ++call)
       EXPECT_EQ(runReleasingAt(call), (Outcome{nobody, false, 3})) << call;
@@ -200,7 +200,7 @@ TEST_F(CompactLayoutDataServiceReleaseTest, AFailedNameQueryIsAnsweredAsSoonAsIt
 }
 
 TEST_F(CompactLayoutDataServiceReleaseTest, ACompletionThatReleasesTheServiceKeepsItFromCaching) {
-  serve(account.held(), userName.held());
+  serve(accountLayout.held(), userNames.held());
   service->compactLayoutForApiName({"Account"}, [&](const auto& layouts, const auto& error) {
     answers.push_back(tests::answerText(layouts, error));
     service.reset();
@@ -226,14 +226,14 @@ TEST_F(CompactLayoutDataServiceReleaseTest, ACompletionMayReleaseTheServiceInEve
     EXPECT_EQ(service, nullptr);
   };
   cacheLayout("Contact", 0);
-  releaseIn("Contact", account, userName);
-  releaseIn("Account", StubNetwork::nothing().held(), userName);
-  releaseIn("Account", account.held(), StubNetwork::nothing().held());
+  releaseIn("Contact", accountLayout, userNames);
+  releaseIn("Account", StubNetwork::nothing().held(), userNames);
+  releaseIn("Account", accountLayout.held(), StubNetwork::nothing().held());
   EXPECT_THAT(answers, ElementsAre("Contact[]", " + network", "Account[OwnerId]"));
 }
 
 TEST_F(CompactLayoutDataServiceReleaseTest, ReleasingTheServiceLetsGoOfAllThatTheCallerHandedIn) {
-  serve(account.held(), userName.held());
+  serve(accountLayout.held(), userNames.held());
   auto held = std::make_shared<int>(7);
   const std::weak_ptr<int> watched = held;
   service->compactLayoutForApiName({"Account"}, [held = std::move(held)](const auto&, const auto&) {});
@@ -245,7 +245,7 @@ TEST_F(CompactLayoutDataServiceReleaseTest, ReleasingTheServiceLetsGoOfAllThatTh
 }
 
 TEST_F(CompactLayoutDataServiceReleaseTest, AnAnsweredLookupLeavesNothingOfTheCallersBehind) {
-  serve(account, userName);
+  serve(accountLayout, userNames);
   auto held = std::make_shared<int>(7);
   const std::weak_ptr<int> watched = held;
   service->compactLayoutForApiName({"Account"}, [held = std::move(held)](const auto&, const auto&) {});

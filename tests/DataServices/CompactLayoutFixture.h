@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -84,6 +85,30 @@ inline std::string answerText(const std::optional<std::vector<ObjectCompactLayou
   return error ? text + " + " + error->description() : text;
 }
 
+/// A download of one layout, and what its caller gets.
+struct SampleDownload {
+  std::string type;
+  std::string layoutsUrl;
+  std::string layouts;
+  std::string namesUrl;
+  std::string names;
+  std::string rewritten;
+  std::string asSent;
+};
+
+inline const std::array<SampleDownload, 3> downloads{
+    SampleDownload{"Account", layoutsUrl("Account"),
+                   layoutsJson("Account", {{"OwnerId", "reference", "User", "Owner"}}), namesUrl("'User'"),
+                   namesJson({{"User", "Name"}}), "Account[Owner.Name]", "Account[OwnerId]"},
+    SampleDownload{
+        "Case", layoutsUrl("Case"), layoutsJson("Case", {{"ContactId", "reference", "Contact", "Contact"}}),
+        namesUrl("'Contact'"), namesJson({{"Contact", "Name"}}), "Case[Contact.Name]", "Case[ContactId]"},
+    SampleDownload{"Order", layoutsUrl("Order"),
+                   layoutsJson("Order", {{"InvoiceId", "reference", "Invoice", "Invoice"}}),
+                   namesUrl("'Invoice'"), namesJson({{"Invoice", "Number"}}), "Order[Invoice.Number]",
+                   "Order[InvoiceId]"},
+};
+
 /// A service on doubles: the network answers as it is told, the cache records and fails as it is told.
 class CompactLayoutFixture : public testing::Test {
  protected:
@@ -125,6 +150,16 @@ class CompactLayoutFixture : public testing::Test {
     }
     return lines;
   }
+
+  /// The server knows Account, and the name field of User.
+  void serveAccount() {
+    network->answer(layoutsUrl("Account"), testkit::StubNetwork::body(onlyAccount));
+    network->answer(namesUrl("'User'"), testkit::StubNetwork::body(userName));
+  }
+
+  const std::string account = layoutJson("Account", {{"Name"}, {"OwnerId", "reference", "User", "Owner"}});
+  const std::string onlyAccount = std::string("{").append(account).append("}");
+  const std::string userName = namesJson({{"User", "Name"}});
 
   TestClock clock;
   const std::shared_ptr<testkit::StubNetwork> network = std::make_shared<testkit::StubNetwork>();
