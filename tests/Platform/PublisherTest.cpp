@@ -167,6 +167,33 @@ TEST(PublisherTest, TryMapCancelsUpstreamOnFailure) {
   EXPECT_THAT(recorder.events, ElementsAre("failed: too large"));
 }
 
+TEST(PublisherTest, DecodeReadsEachValueAndFailsAtTheFirstThatIsNone) {
+  const Subject<Data> texts;
+  Recorder<std::string> recorder;
+  recorder.subscribe(texts.publisher().decode<std::string>());
+  texts.send(Data(std::string("\"a\"")));
+  texts.send(Data(std::string("1")));
+  texts.send(Data(std::string("\"b\"")));
+  EXPECT_THAT(recorder.events, ElementsAre("\"a\"", "failed: expected a string at $"));
+}
+
+TEST(PublisherTest, DecodeCancelsUpstreamOnFailure) {
+  const Subject<std::string> texts;
+  const auto queue = std::make_shared<ManualQueue>();
+  Recorder<std::string> recorder;
+  int calls = 0;
+  recorder.subscribe(texts.publisher()
+                         .map([&](const std::string& text) {
+                           ++calls;
+                           return Data(text);
+                         })
+                         .decode<std::string>()
+                         .receive(queue));
+  texts.send("not JSON");
+  texts.send("\"b\"");
+  EXPECT_EQ(calls, 1);
+}
+
 TEST(PublisherTest, FirstPassesOnTheFirstAdmittedValueAndCancelsUpstream) {
   const Subject<int> subject;
   int seen = 0;
@@ -302,6 +329,16 @@ TEST(PublisherTest, ZipWaitsForBothAndPairsInOrder) {
               ElementsAre("failed: broken"));
 }
 
+TEST(PublisherTest, ZipRunsNoClosureOfTheSecondAfterTheFirstHasFailed) {
+  int mapped = 0;
+  const auto second = Publisher<int>::just(1).map([&](int value) {
+    ++mapped;
+    return value;
+  });
+  EXPECT_THAT(eventsOf(Publisher<int>::fail(TestError{"broken"}).zip(second)), ElementsAre("failed: broken"));
+  EXPECT_EQ(mapped, 0);
+}
+
 TEST(PublisherTest, ReceiveTakesOneHopForEachValueAndOneForTheEnd) {
   const auto queue = std::make_shared<ManualQueue>();
   Recorder<int> recorder;
@@ -391,6 +428,20 @@ TEST(PublisherTest, ASubscriptionCancelledBeforeItsTurnIsNeverStarted) {
   queue->runAll();
   EXPECT_EQ(started, 0);
   EXPECT_THAT(recorder.events, IsEmpty());
+}
+
+TEST(PublisherTest, AnEndedInnerSubscriptionLeavesNothingBehindInThePipelineAroundIt) {
+  const auto queue = std::make_shared<ManualQueue>();
+  const Subject<int> subject;
+  Recorder<int> recorder;
+  recorder.subscribe(subject.publisher().flatMap(
+      [&queue](int value) { return Publisher<int>::just(value).subscribe(queue); }));
+  const auto handles = queue.use_count();
+  subject.send(1);
+  subject.send(2);
+  queue->runAll();
+  EXPECT_THAT(recorder.events, ElementsAre("1", "2"));
+  EXPECT_EQ(queue.use_count(), handles);
 }
 
 TEST(PublisherTest, DroppingTheTokenAtOnceCancelsAtOnce) {

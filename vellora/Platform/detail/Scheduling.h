@@ -90,7 +90,7 @@ class SubscribeOnSource final : public Source<T> {
       : upstream_(std::move(upstream)), queue_(std::move(queue)) {}
 
   void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const override {
-    const auto start = std::make_shared<Start>(upstream_, Link<T>::make(std::move(observer), scope));
+    const auto start = std::make_shared<Start>(upstream_, Link<T>::make(std::move(observer), scope), scope);
     start->registration = scope.add([weak = std::weak_ptr<Start>(start), queue = queue_] {
       const auto cancelled = weak.lock();
       if (!cancelled) return;
@@ -107,8 +107,12 @@ class SubscribeOnSource final : public Source<T> {
  private:
   /// The subscription while it waits for its turn, and its lifetime upstream once it has begun.
   struct Start {
-    Start(SourcePtr<T> source, std::shared_ptr<Link<T>> to)
-        : link(std::move(to)), upstream(std::move(source)) {}
+    Start(SourcePtr<T> source, std::shared_ptr<Link<T>> to, SubscriptionScope downstream)
+        : link(std::move(to)), scope(std::move(downstream)), upstream(std::move(source)) {}
+    // So that a scope that lives long does not collect the marks of subscriptions that have ended.
+    ~Start() { scope.remove(registration); }
+    Start(const Start&) = delete;
+    Start& operator=(const Start&) = delete;
 
     SourcePtr<T> takeUpstream() {
       const std::lock_guard lock(mutex);
@@ -116,6 +120,7 @@ class SubscribeOnSource final : public Source<T> {
     }
 
     const std::shared_ptr<Link<T>> link;
+    const SubscriptionScope scope;
     const SubscriptionScope own;
     SubscriptionScope::Registration registration = 0;  // constant once `subscribe` has submitted the start
     std::mutex mutex;

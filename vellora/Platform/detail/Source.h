@@ -53,6 +53,7 @@ class JustSource final : public Source<T> {
   explicit JustSource(T value) : value_(std::move(value)) {}
 
   void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const override {
+    if (!scope.isActive()) return;
     observer->receive(value_);
     if (scope.isActive()) observer->complete({});
   }
