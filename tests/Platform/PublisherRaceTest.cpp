@@ -185,6 +185,17 @@ TEST(PublisherRaceTest, DroppingTheTokenWhileWorkHopsThroughAQueueLosesNothingTh
   }
 }
 
+TEST(PublisherRaceTest, OneTokenMayBeCancelledFromSeveralThreads) {
+  const Subject<int> subject;
+  for (int round = 0; round < rounds; ++round) {
+    int values = 0;
+    AnyCancellable token = subject.publisher().sink([&](int) { ++values; });
+    race({[&] { token.cancel(); }, [&] { token.cancel(); }});
+    subject.send(1);
+    ASSERT_EQ(values, 0);
+  }
+}
+
 TEST(PublisherRaceTest, TokensMayBeKeptFromSeveralThreads) {
   Cancellables tokens;
   const Subject<int> subject;

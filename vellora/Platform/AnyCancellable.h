@@ -24,8 +24,8 @@ class [[nodiscard]] AnyCancellable {
   }
   ~AnyCancellable() { cancel(); }
 
-  void cancel() {
-    if (const auto scope = std::exchange(scope_, std::nullopt)) scope->end();
+  void cancel() const {
+    if (scope_) scope_->end();
   }
 
   /// Lets the subscription go on without its token, until it ends by itself or with what it waits for.
