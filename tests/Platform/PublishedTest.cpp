@@ -87,6 +87,22 @@ TEST(PublishedTest, SubscribersAreServedInTheOrderOfTheirArrival) {
   EXPECT_THAT(events, ElementsAre("first 0", "second 0", "first 1", "second 1"));
 }
 
+TEST(PublishedTest, ADroppedSubscriberIsForgottenAndCostsNothingMore) {
+  struct Counting {
+    explicit Counting(int& counter) : copies(&counter) {}
+    Counting(const Counting& other) : copies(other.copies) { ++*copies; }
+    Counting& operator=(const Counting&) = default;
+    int* copies;
+  };
+  int copies = 0;
+  const Subject<Counting> subject;
+  {
+    const auto token = subject.publisher().sink([](const Counting&) {});
+  }
+  subject.send(Counting(copies));
+  EXPECT_EQ(copies, 0);
+}
+
 TEST(PublishedTest, ADroppedSubscriberGetsNothingMore) {
   const Published<int> property(0, {});
   std::vector<int> values;

@@ -56,18 +56,26 @@ TEST(PublisherTest, SequenceYieldsItsElementsInOrder) {
 }
 
 TEST(PublisherTest, SequenceStopsWhenItsSubscriberCancels) {
+  const Subject<int> start;
+  int yielded = 0;
   std::vector<int> values;
   bool ended = false;
-  AnyCancellable token;
-  const auto queue = std::make_shared<ManualQueue>();
-  token = Publisher<int>::sequence({1, 2, 3}).subscribe(queue).sink(
-      [&](int value) {
-        values.push_back(value);
-        if (value == 2) token.cancel();
-      },
-      [&](const Completion&) { ended = true; });
-  queue->runAll();
+  AnyCancellable token = start.publisher()
+                             .flatMap([&](int) {
+                               return Publisher<int>::sequence({1, 2, 3}).map([&](int value) {
+                                 ++yielded;
+                                 return value;
+                               });
+                             })
+                             .sink(
+                                 [&](int value) {
+                                   values.push_back(value);
+                                   if (value == 2) token.cancel();
+                                 },
+                                 [&](const Completion&) { ended = true; });
+  start.send(0);
   EXPECT_THAT(values, ElementsAre(1, 2));
+  EXPECT_EQ(yielded, 2);
   EXPECT_FALSE(ended);
 }
 
@@ -256,6 +264,44 @@ TEST(PublisherTest, FlatMapFailsAsAWholeAndCancelsTheOtherInnerProducers) {
   promises[1].succeed(1);
   EXPECT_THAT(recorder.events, ElementsAre("failed: broken"));
   EXPECT_EQ(mapped, 0);
+}
+
+TEST(PublisherTest, FlatMapCancelsTheOtherInnerProducersThoughItsFailureIsStillOnItsWay) {
+  const auto queue = std::make_shared<ManualQueue>();
+  std::vector<Subject<int>> subjects(2);
+  int mapped = 0;
+  Recorder<int> recorder;
+  recorder.subscribe(Publisher<int>::sequence({0, 1, 2})
+                         .flatMap([&](int index) {
+                           if (index == 2) return Publisher<int>::fail(TestError{"broken"});
+                           return subjects[static_cast<std::size_t>(index)].publisher().map([&](int value) {
+                             ++mapped;
+                             return value;
+                           });
+                         })
+                         .receive(queue));
+  subjects[0].send(1);
+  EXPECT_EQ(mapped, 0);
+  queue->runAll();
+  EXPECT_THAT(recorder.events, ElementsAre("failed: broken"));
+}
+
+TEST(PublisherTest, FlatMapDropsWhatStillWaitsWhenItsSubscriberCancels) {
+  std::vector<Subject<int>> subjects(2);
+  int mapped = 0;
+  Recorder<int> recorder;
+  recorder.subscribe(
+      Publisher<int>::sequence({0, 1})
+          .flatMap([&](int index) { return subjects[static_cast<std::size_t>(index)].publisher(); })
+          .map([&](int value) {
+            ++mapped;
+            subjects[1].send(2);
+            recorder.token.cancel();
+            return value;
+          }));
+  subjects[0].send(1);
+  EXPECT_EQ(mapped, 1);
+  EXPECT_THAT(recorder.events, IsEmpty());
 }
 
 TEST(PublisherTest, FlatMapStartsNothingAfterAFailure) {

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace vellora {
@@ -38,6 +40,17 @@ TEST(SerialGateTest, EnqueuedActionsWaitForTheDrain) {
   EXPECT_THAT(order, ElementsAre(1, 2));
   gate.drain();
   EXPECT_THAT(order, ElementsAre(1, 2));
+}
+
+TEST(SerialGateTest, WhatAnActionCapturedGoesBeforeTheNextOneRuns) {
+  SerialGate gate;
+  auto held = std::make_shared<int>(0);
+  const std::weak_ptr<int> weak = held;
+  bool isGone = false;
+  gate.enqueue([kept = std::move(held)] {});
+  gate.enqueue([&] { isGone = weak.expired(); });
+  gate.drain();
+  EXPECT_TRUE(isGone);
 }
 
 TEST(SerialGateTest, ActionsOfSeveralThreadsNeverOverlap) {
