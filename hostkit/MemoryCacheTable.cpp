@@ -1,6 +1,7 @@
 #include "hostkit/MemoryCacheTable.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 #include "hostkit/MetaCodec.h"
@@ -36,6 +37,7 @@ bool MemoryCacheTable::upsert(const CorvaneSDK::CacheEntry& entry) {
   stored->row = {entry.meta, entry.dataKey ? *entry.dataKey : derivedDataKey(entry.meta)};
   stored->data = entry.data;
   stored->written = clock_();
+  if (std::isnan(stored->written.secondsSinceReferenceDate())) return false;  // it has no place by date
 
   const std::lock_guard lock(mutex_);
   removeRowsOutside(LiveSpan(stored->written, maxAge_));

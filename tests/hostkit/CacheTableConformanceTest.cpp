@@ -134,6 +134,17 @@ TYPED_TEST(CacheTableConformanceTest, NewestIsTheLastWrittenEvenWhenTheClockWasS
   EXPECT_THAT(texts(table->load(Query::oldest({}))), ElementsAre("1", "2"));
 }
 
+TYPED_TEST(CacheTableConformanceTest, ARowWithoutADateIsNotWrittenAndHarmsNoOther) {
+  const auto table = this->emptyTable();
+  table->upsert(item("a", "1", "key of a"));
+  const Date date = this->clock.function()();
+  this->clock.set(Date::sinceReferenceDate(std::numeric_limits<double>::quiet_NaN()));
+  EXPECT_FALSE(table->upsert(item("b", "2", "key of b")));
+  EXPECT_THAT(table->load(Query::oldest({})), IsEmpty());
+  this->clock.set(date);
+  EXPECT_THAT(texts(table->load(Query::oldest({}))), ElementsAre("1"));
+}
+
 TYPED_TEST(CacheTableConformanceTest, AFilterMayUseTheTable) {
   const auto table = this->emptyTable();
   addItems(*table, {"a", "b"});

@@ -16,6 +16,11 @@ class ManualClock {
     state_->date = Date::sinceReferenceDate(state_->date.secondsSinceReferenceDate() + seconds);
   }
 
+  void set(Date date) {
+    const std::lock_guard lock(state_->mutex);
+    state_->date = date;
+  }
+
   [[nodiscard]] std::function<Date()> function() const {
     return [state = state_] {
       const std::lock_guard lock(state->mutex);
