@@ -1,6 +1,7 @@
 #include "apps/records-server/Arguments.h"
 
 #include <CLI/CLI.hpp>
+#include <iostream>
 
 namespace vellora::recordsserver {
 namespace {
@@ -70,8 +71,11 @@ std::variant<Arguments, int> readArguments(int argc, const char* const* argv) {
   addFaultOptions(app, arguments);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& help) {
+    return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : usageError;
+    std::cerr << "records-server: " << error.what() << "; see records-server --help\n";
+    return usageError;
   }
   return arguments;
 }

@@ -1,7 +1,6 @@
 #include "apps/records-server/DataFiles.h"
 
 #include <fstream>
-#include <iterator>
 #include <optional>
 
 #include "apps/records-server/DataError.h"
@@ -12,8 +11,9 @@ namespace {
 std::optional<std::string> textOf(const std::filesystem::path& file) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) return std::nullopt;
-  std::string text{std::istreambuf_iterator<char>(stream), {}};
-  if (stream.bad()) return std::nullopt;
+  std::string text;
+  for (char next = 0; stream.get(next);) text += next;
+  if (stream.bad()) return std::nullopt;  // a folder, for instance, can be opened
   return text;
 }
 

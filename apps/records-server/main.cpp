@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <variant>
@@ -69,7 +68,9 @@ Result<DataSet> readData(const Arguments& arguments) {
 Result<std::string> readToken(const std::string& file) {
   if (file.empty()) return std::string();
   std::ifstream stream(file, std::ios::binary);
-  std::string token{std::istreambuf_iterator<char>(stream), {}};
+  std::string token;
+  for (char next = 0; stream.get(next);) token += next;
+  if (!stream.eof() || stream.bad()) return Error(DataError{"cannot read " + file});
   while (token.ends_with('\n') || token.ends_with('\r')) token.pop_back();
   if (token.empty()) return Error(DataError{"there is no token in " + file});
   return token;

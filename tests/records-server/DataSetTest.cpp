@@ -225,6 +225,13 @@ TEST(DataSetTest, TellsOfAMissingFile) {
   EXPECT_EQ(folder.loadError(), "cannot read " + folder.file("themes.json").string());
 }
 
+TEST(DataSetTest, TellsOfAFolderInPlaceOfAFile) {
+  const DataFolder folder;
+  std::filesystem::remove(folder.file("themes.json"));
+  std::filesystem::create_directory(folder.file("themes.json"));
+  EXPECT_EQ(folder.loadError(), "cannot read " + folder.file("themes.json").string());
+}
+
 TEST(DataSetTest, TellsWhereAFileIsNotJson) {
   const DataFolder folder;
   folder.write("objects.json", "[{},]");

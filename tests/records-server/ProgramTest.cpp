@@ -238,7 +238,9 @@ TEST(ProgramTest, TellsOfWrongUsage) {
                                                                      {"extra"}}) {
     Program program(arguments);
     EXPECT_EQ(program.exitCode(), 2) << arguments[0];
-    EXPECT_NE(program.errors.rest(), "");
+    const auto message = program.errors.rest();
+    EXPECT_TRUE(message.starts_with("records-server: ")) << message;
+    EXPECT_EQ(message.find('\n'), message.size() - 1) << message;
     EXPECT_EQ(program.output.rest(), "");
   }
 }
@@ -249,7 +251,13 @@ TEST(ProgramTest, TellsWhyItCannotStart) {
   EXPECT_EQ(data.errors.rest(), "records-server: cannot read /nonexistent/objects.json\n");
   Program token({"--token-file", "/nonexistent"});
   EXPECT_EQ(token.exitCode(), 1);
-  EXPECT_EQ(token.errors.rest(), "records-server: there is no token in /nonexistent\n");
+  EXPECT_EQ(token.errors.rest(), "records-server: cannot read /nonexistent\n");
+  Program folderAsToken({"--token-file", "/"});
+  EXPECT_EQ(folderAsToken.exitCode(), 1);
+  EXPECT_EQ(folderAsToken.errors.rest(), "records-server: cannot read /\n");
+  Program noToken({"--token-file", "/dev/null"});
+  EXPECT_EQ(noToken.exitCode(), 1);
+  EXPECT_EQ(noToken.errors.rest(), "records-server: there is no token in /dev/null\n");
   Program log({"--log-file", "/nonexistent/log"});
   EXPECT_EQ(log.exitCode(), 1);
   EXPECT_EQ(log.errors.rest(), "records-server: cannot write /nonexistent/log\n");
