@@ -78,7 +78,9 @@ ExitCode judge(const std::vector<std::string>& missing, const std::string& what,
   const std::string none = "no " + what + " for " + list(missing) + ": ";
   const auto failure = session.failure();
   if (ending == Ending::ranOut) {
-    return complain({ExitCode::requestFailed, none + "no answer within " + seconds(arguments.wait) +
+    const auto request = session.unanswered();
+    return complain({ExitCode::requestFailed, none + "no answer" + (request ? " to " + *request : "") +
+                                                  " within " + seconds(arguments.wait) +
                                                   (failure ? "; " + *failure : "") +
                                                   "; give it longer with --wait SECONDS"});
   }

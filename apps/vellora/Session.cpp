@@ -1,11 +1,12 @@
 #include "apps/vellora/Session.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include "hostkit/CurlNetwork.h"
 #include "hostkit/SQLiteCache.h"
@@ -76,44 +77,66 @@ class Session::NotingLogger final : public CorvaneSDK::Logger {
   std::function<void()> action_;
 };
 
-/// Passes requests on, and knows how many of their completions are running.
+/// Passes requests on, and knows which of them have no answer yet, and how many completions are running.
 class Session::SettlingNetwork final : public CorvaneSDK::Network {
  public:
   explicit SettlingNetwork(std::shared_ptr<CorvaneSDK::Network> next) : next_(std::move(next)) {}
 
   void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override {
-    next_->sendRequest(request, [running = running_, completion = std::move(completion)](
-                                    auto data, auto error, auto response) {
-      running->add(1);
+    const std::string& url = request.base().url.absoluteString();
+    std::string path = url.substr(0, url.find('?'));
+    requests_->sent(path);
+    next_->sendRequest(request, [requests = requests_, path = std::move(path),
+                                 completion = std::move(completion)](auto data, auto error, auto response) {
+      requests->answered(path);
       completion(std::move(data), std::move(error), std::move(response));
-      running->add(-1);
+      requests->completed();
     });
   }
 
-  void settle() const { running_->waitForZero(); }
+  void settle() const { requests_->waitForCompletions(); }
+
+  [[nodiscard]] std::optional<std::string> unanswered() const { return requests_->unanswered(); }
 
  private:
-  class Count {
+  class Requests {
    public:
-    void add(int difference) {
+    void sent(const std::string& path) {
       const std::lock_guard lock(mutex_);
-      count_ += difference;
-      if (count_ == 0) zero_.notify_all();
+      unanswered_.push_back(path);
     }
 
-    void waitForZero() {
+    void answered(const std::string& path) {
+      const std::lock_guard lock(mutex_);
+      unanswered_.erase(std::find(unanswered_.begin(), unanswered_.end(), path));
+      ++running_;
+    }
+
+    void completed() {
+      const std::lock_guard lock(mutex_);
+      if (--running_ == 0) noneRuns_.notify_all();
+    }
+
+    void waitForCompletions() {
       std::unique_lock lock(mutex_);
-      zero_.wait(lock, [this] { return count_ == 0; });
+      noneRuns_.wait(lock, [this] { return running_ == 0; });
+    }
+
+    [[nodiscard]] std::optional<std::string> unanswered() const {
+      const std::lock_guard lock(mutex_);
+      return unanswered_.empty() ? std::nullopt : std::optional(unanswered_.front());
     }
 
    private:
-    std::mutex mutex_;
-    std::condition_variable zero_;
-    int count_ = 0;
+    mutable std::mutex mutex_;
+    std::condition_variable noneRuns_;
+    int running_ = 0;                      // completions
+    std::vector<std::string> unanswered_;  // paths, oldest first
   };
 
   const std::shared_ptr<CorvaneSDK::Network> next_;
-  const std::shared_ptr<Count> running_ = std::make_shared<Count>();  // completions may outlive the network
+  // Shared, since completions may outlive the network.
+  const std::shared_ptr<Requests> requests_ = std::make_shared<Requests>();
 };
 
 namespace {
@@ -133,8 +156,11 @@ std::variant<std::optional<std::string>, Problem> readToken(const std::optional<
   std::ifstream stream;
   if (*file != "-") stream.open(*file, std::ios::binary);
   auto& in = *file == "-" ? std::cin : stream;
-  std::string token{std::istreambuf_iterator<char>(in), {}};
-  if (!in) return Problem{ExitCode::usage, "cannot read the token file " + *file};
+  const auto unreadable = Problem{ExitCode::usage, "cannot read the token file " + *file};
+  if (!in) return unreadable;
+  std::string token;
+  for (char next = 0; in.get(next);) token += next;
+  if (in.bad()) return unreadable;  // a folder, for instance, can be opened
   while (token.ends_with('\n') || token.ends_with('\r')) token.pop_back();
   if (token.empty()) return Problem{ExitCode::usage, "there is no token in " + *file};
   return std::optional(std::move(token));
@@ -180,6 +206,10 @@ void Session::whenLogged(std::string line, std::function<void()> action) const {
 
 void Session::settle() const {
   network_->settle();
+}
+
+std::optional<std::string> Session::unanswered() const {
+  return network_->unanswered();
 }
 
 std::optional<std::string> Session::failure() const {

@@ -15,7 +15,7 @@ namespace vellora::command {
 /// The host that one run of the command is: its network, its cache file and its log; and what went wrong in
 /// them.
 ///
-/// Threads: `failure` may be called while requests run.
+/// Threads: `failure` and `unanswered` may be called while requests run.
 class Session {
  public:
   /// Opens log, cache and network as the arguments say.
@@ -33,6 +33,9 @@ class Session {
   /// Waits until the library has done with the answers that came. It caches some of them only after it has
   /// passed them on, and must not be torn down in between.
   void settle() const;
+
+  /// The path of the oldest request that has no answer yet; no value when there is none.
+  [[nodiscard]] std::optional<std::string> unanswered() const;
 
   /// Which request failed first, and why; no value when none did.
   [[nodiscard]] std::optional<std::string> failure() const;

@@ -1,6 +1,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <variant>
@@ -34,6 +35,8 @@ void setUpSignals() {
 
 ExitCode runCommand(const Arguments& arguments) {
   const auto keys = keysToLookUp(arguments, std::cin);
+  // The C library's word: the stream takes a failure for the end.
+  if (std::ferror(stdin) != 0) return complain({ExitCode::usage, "cannot read standard input"});
   const auto opened = Session::open(arguments);
   if (const auto* problem = std::get_if<Problem>(&opened)) return complain(*problem);
   const Session& session = *std::get<0>(opened);

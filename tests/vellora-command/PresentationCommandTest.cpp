@@ -107,9 +107,10 @@ TEST_F(PresentationCommandTest, AListViewQueryThatIsNeverAnsweredIsExitCodeFiveW
   server->setFault(queryEndpoint, Fault::never());
   const auto ended = run({"--wait", "0.5", "ids", "00B000000000001"});
   EXPECT_EQ(ended.exitCode, 5);
-  EXPECT_EQ(ended.err,
-            "vellora: no object type for 00B000000000001: no answer within 0.5 s; give it longer with --wait "
-            "SECONDS\n");
+  EXPECT_EQ(
+      ended.err,
+      "vellora: no object type for 00B000000000001: no answer to /services/data/v50.0/query within 0.5 s; "
+      "give it longer with --wait SECONDS\n");
 }
 
 TEST_F(PresentationCommandTest, AServerThatIsNotThereIsExitCodeFiveAtOnceForIdsAndNames) {

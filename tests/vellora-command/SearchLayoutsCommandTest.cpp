@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "hostkit/SQLiteCache.h"
 #include "tests/vellora-command/CommandFixture.h"
 
 namespace vellora::command {
@@ -66,10 +67,45 @@ TEST_F(SearchLayoutsCommandTest, ReadsNamesFromStandardInput) {
   EXPECT_THAT(server->requests(), ElementsAre("GET /services/data/v50.0/search/layout?q=Account,Contact"));
 }
 
+TEST_F(SearchLayoutsCommandTest, StandardInputThatCannotBeReadIsAUsageError) {
+  for (const std::string& input : {"< " + folder.path().string(), std::string("<&-")}) {
+    const auto ended = ChildProcess::run("/bin/sh",
+                                         {"-c", "'" VELLORA "' --server " + server->url() + " --cache " +
+                                                    cacheFile + " search-layouts - " + input},
+                                         options);
+    EXPECT_EQ(ended.exitCode, 2) << input;
+    EXPECT_EQ(ended.out, "") << input;
+    EXPECT_EQ(ended.err, "vellora: cannot read standard input\n") << input;
+  }
+}
+
 TEST_F(SearchLayoutsCommandTest, AnUnknownNameIsExitCodeThree) {
   const auto ended = run({"--json", "search-layouts", "Account", "Nonsense", "Nonsense"});
   EXPECT_EQ(ended.exitCode, 3);
   EXPECT_THAT(ended.out, StartsWith(R"({"Account":)"));
+  EXPECT_EQ(ended.err, "vellora: no search layout for Nonsense: the server has none\n");
+}
+
+TEST_F(SearchLayoutsCommandTest, NamesTenMissingKeysAndCountsTheRest) {
+  const auto ended = run({"search-layouts", "A", "B", "C", "D", "E", "F", "G", "H", "I", "J", "K", "L"});
+  EXPECT_EQ(ended.exitCode, 3);
+  EXPECT_EQ(ended.err,
+            "vellora: no search layout for A, B, C, D, E, F, G, H, I, J and 2 more: the server has none\n");
+}
+
+TEST_F(SearchLayoutsCommandTest, AMessageCarriesNoControlCharactersToTheTerminal) {
+  EXPECT_EQ(run({"search-layouts", "a\x1b[31m\nb"}).err,
+            "vellora: no search layout for a\uFFFD[31m\uFFFDb: the server has none\n");
+}
+
+TEST_F(SearchLayoutsCommandTest, AnEntryOfTheCacheThatCannotBeReadIsNotTakenForAFailedRequest) {
+  {
+    const auto cache = hostkit::SQLiteCache::open(cacheFile);
+    ASSERT_TRUE(cache);
+    cache.value()->save(Data(std::string("not JSON")), "OPS_Layout_Nonsense");
+  }
+  const auto ended = run({"search-layouts", "Nonsense"});
+  EXPECT_EQ(ended.exitCode, 3);
   EXPECT_EQ(ended.err, "vellora: no search layout for Nonsense: the server has none\n");
 }
 
@@ -113,7 +149,8 @@ TEST_F(SearchLayoutsCommandTest, WhenTheWaitRunsOutItSaysSo) {
   EXPECT_EQ(ended.out, "null\n");
   EXPECT_EQ(
       ended.err,
-      "vellora: no search layout for Account: no answer within 0.3 s; give it longer with --wait SECONDS\n");
+      "vellora: no search layout for Account: no answer to /services/data/v50.0/search/layout within 0.3 s; "
+      "give it longer with --wait SECONDS\n");
 }
 
 TEST_F(SearchLayoutsCommandTest, ControlCEndsItAtOnceWithExitCode130) {
@@ -141,11 +178,14 @@ TEST_F(SearchLayoutsCommandTest, ReadsTheTokenFromStandardInput) {
               testing::Optional(testing::StrEq("Bearer canary-7f3a")));
 }
 
-TEST_F(SearchLayoutsCommandTest, ATokenFileThatIsNotThereOrEmptyIsAUsageError) {
+TEST_F(SearchLayoutsCommandTest, ATokenFileThatCannotBeReadOrIsEmptyIsAUsageError) {
   const std::string tokenFile = folder.file("token");
   const auto absent = run({"--token-file", tokenFile, "search-layouts", "Account"});
   EXPECT_EQ(absent.exitCode, 2);
   EXPECT_EQ(absent.err, "vellora: cannot read the token file " + tokenFile + "\n");
+  const auto aFolder = run({"--token-file", folder.path().string(), "search-layouts", "Account"});
+  EXPECT_EQ(aFolder.exitCode, 2);
+  EXPECT_EQ(aFolder.err, "vellora: cannot read the token file " + folder.path().string() + "\n");
   writeFile(tokenFile, "\n");
   const auto empty = run({"--token-file", tokenFile, "search-layouts", "Account"});
   EXPECT_EQ(empty.exitCode, 2);
