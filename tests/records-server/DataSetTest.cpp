@@ -68,9 +68,9 @@ TEST(DataSetTest, BuiltInHasFortyFourTypesWithAllTheirMembers) {
   EXPECT_EQ(account.at("keyPrefix"), "001");
   EXPECT_EQ(account.at("labelPlural"), "Accounts");
   EXPECT_EQ(account.at("createable"), true);
-  EXPECT_EQ(account.at("custom"), false);
+  EXPECT_EQ(account.at("ownAddition"), false);
   EXPECT_EQ(account.at("urls").at("describe"), "/services/data/v50.0/sobjects/Account/describe");
-  EXPECT_EQ(entryOf(types, "Vehicle").at("custom"), true);
+  EXPECT_EQ(entryOf(types, "Vehicle").at("ownAddition"), true);
   EXPECT_EQ(entryOf(types, "ListView").at("createable"), false);
 }
 
