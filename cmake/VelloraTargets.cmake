@@ -50,6 +50,8 @@ function(vellora_test target)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${target} ${arg_SOURCES})
   target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
+  # Tests are built far more often than they run long; what they test is optimised as users have it.
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0>)
   target_link_libraries(${target} PRIVATE vellora_build_flags ${arg_LIBS} GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()
