@@ -4,6 +4,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -34,33 +35,41 @@ class RecordsServer::Implementation {
   boost::system::error_code listen() {
     const asio::ip::tcp::endpoint endpoint(asio::ip::address_v4::loopback(), state_.options.port);
     boost::system::error_code error;
-    acceptor_.open(endpoint.protocol(), error);
-    if (!error) acceptor_.set_option(asio::socket_base::reuse_address(true), error);
-    if (!error) acceptor_.bind(endpoint, error);
-    if (!error) acceptor_.listen(asio::socket_base::max_listen_connections, error);
-    if (!error) port_ = acceptor_.local_endpoint(error).port();
+    Acceptor& acceptor = loop_->acceptor;
+    acceptor.open(endpoint.protocol(), error);
+    if (!error) acceptor.set_option(asio::socket_base::reuse_address(true), error);
+    if (!error) acceptor.bind(endpoint, error);
+    if (!error) acceptor.listen(asio::socket_base::max_listen_connections, error);
+    if (!error) port_ = acceptor.local_endpoint(error).port();
     return error;
   }
 
   void run() {
     accept();
-    thread_ = std::thread([this] { context_.run(); });
+    thread_ = std::thread([this] { loop_->context.run(); });
   }
 
   void stop() {
-    context_.stop();
     const std::lock_guard lock(stopping_);
+    if (!loop_) return;
+    loop_->context.stop();
     if (thread_.joinable()) thread_.join();
-    boost::system::error_code ignored;
-    acceptor_.close(ignored);
+    loop_.reset();
   }
 
   ServerState& state() { return state_; }
   [[nodiscard]] std::uint16_t port() const { return port_; }
 
  private:
+  /// What runs on the server's thread. Its end closes the connections, which use the state.
+  struct Loop {
+    asio::io_context context{1};
+    Acceptor acceptor{context};
+    Timer pause{context};
+  };
+
   void accept() {
-    acceptor_.async_accept([this](boost::system::error_code error, ConnectionSocket socket) {
+    loop_->acceptor.async_accept([this](boost::system::error_code error, ConnectionSocket socket) {
       if (error) return acceptLater();
       startConnection(std::move(socket), state_);
       accept();
@@ -69,8 +78,8 @@ class RecordsServer::Implementation {
 
   // Without a free descriptor, accepting fails again at once until a connection ends.
   void acceptLater() {
-    pause_.expires_after(pauseWithoutDescriptors);
-    pause_.async_wait([this](boost::system::error_code error) {
+    loop_->pause.expires_after(pauseWithoutDescriptors);
+    loop_->pause.async_wait([this](boost::system::error_code error) {
       if (!error) accept();
     });
   }
@@ -78,9 +87,7 @@ class RecordsServer::Implementation {
   ServerState state_;
   std::uint16_t port_ = 0;
   std::mutex stopping_;
-  asio::io_context context_{1};  // its end destroys the connections, which use the state above
-  Acceptor acceptor_{context_};
-  Timer pause_{context_};
+  std::unique_ptr<Loop> loop_ = std::make_unique<Loop>();  // null once stopped
   std::thread thread_;
 };
 

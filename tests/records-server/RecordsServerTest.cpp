@@ -244,7 +244,7 @@ TEST(RecordsServerTest, EndsWaitingClientsWhenItStops) {
   delayed.sendGet(objects);
   HttpClient idle(server->port());
   ASSERT_TRUE(server->waitForRequests(2));
-  server.reset();
+  server->stop();
   for (auto* client : {&waiting, &delayed, &idle}) EXPECT_EQ(client->receive().status, 0);
 }
 
