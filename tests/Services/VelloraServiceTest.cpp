@@ -143,6 +143,64 @@ TEST_F(VelloraServiceTest, ObserversOfTheObjectAreToldBeforeEachChange) {
   EXPECT_EQ(service->primerState(), State::loaded());
 }
 
+/// A lookup after which a prefetch is run again, so that the state changes inside the call.
+void lookUpSomethingExpired(std::optional<VelloraService>& service, const int& releases) {
+  service->objectPresentationInfoForIds({"001"},
+                                        [](const auto&) { ADD_FAILURE() << "nobody is to be answered"; });
+  EXPECT_EQ(releases, 1) << "inside the call";
+}
+
+TEST_F(VelloraServiceTest, MayBeReleasedInsideAChangeOfTheStateThatALookupMakes) {
+  constructAndLoad();
+  clock.advance(timeout + 1);
+  int releases = 0;
+  const auto token = service->primerStateStream().sink([&](const State& state) {
+    if (state != State::isLoading()) return;
+    ++releases;
+    service.reset();
+  });
+  lookUpSomethingExpired(service, releases);
+  runAll();
+  EXPECT_EQ(network->count(), 2U) << "the prefetch that it began does nothing";
+}
+
+TEST_F(VelloraServiceTest, MayBeReleasedJustBeforeAChangeOfTheStateThatALookupMakes) {
+  constructAndLoad();
+  clock.advance(timeout + 1);
+  int releases = 0;
+  const auto token = service->objectWillChange().sink([&](WillChange) {
+    ++releases;
+    service.reset();
+  });
+  lookUpSomethingExpired(service, releases);
+  runAll();
+  EXPECT_EQ(network->count(), 2U);
+}
+
+TEST_F(VelloraServiceTest, MayBeReleasedInsideAChangeOfTheStateThatAPrefetchMakes) {
+  for (const bool fails : {false, true}) {
+    if (fails) network->answer(themesUrl, testkit::StubNetwork::failure(TestError{"line down"}));
+    clock.advance(timeout + 1);
+    construct();
+    const auto token = service->primerStateStream().sink([&](const State& state) {
+      if (state != State::isLoading()) service.reset();
+    });
+    runAll();
+    EXPECT_FALSE(service);
+  }
+}
+
+TEST_F(VelloraServiceTest, MayBeReleasedByACompletionThatIsCalledInsideTheLookup) {
+  network->answerPrefix("/services/data/v50.0/search", testkit::StubNetwork::body("[]"));
+  network->answerPrefix("/services/data/v53.0", testkit::StubNetwork::nothing());
+  construct();
+  service->objectLayoutInfoForApiNames({"Account"}, [&](const auto&) { service.reset(); });
+  EXPECT_FALSE(service);
+  construct();
+  service->objectCompactLayoutInfoForApiNames({"Account"}, [&](const auto&) { service.reset(); });
+  EXPECT_FALSE(service);
+}
+
 TEST_F(VelloraServiceTest, LookupsWithoutACompletionAreCarriedOutAllTheSame) {
   constructAndLoad();
   network->answerPrefix("/services/data/v50.0/search", testkit::StubNetwork::body("[]"));

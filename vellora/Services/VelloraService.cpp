@@ -76,24 +76,31 @@ bool VelloraService::primedAndCached() const {
   return implementation_->primedAndCached();
 }
 
+// Each lookup keeps the implementation until it returns: a change of the state or a completion, on this
+// thread or on another, may destroy the service before.
+
 void VelloraService::objectPresentationInfoForIds(const std::vector<std::string>& ids,
                                                   PresentationCompletion completion) {
-  implementation_->objectPresentationInfoForIds(ids, orNothing(std::move(completion)));
+  const auto implementation = implementation_;
+  implementation->objectPresentationInfoForIds(ids, orNothing(std::move(completion)));
 }
 
 void VelloraService::objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,
                                                        PresentationCompletion completion) {
-  implementation_->objectPresentationInfoForApiNames(apiNames, orNothing(std::move(completion)));
+  const auto implementation = implementation_;
+  implementation->objectPresentationInfoForApiNames(apiNames, orNothing(std::move(completion)));
 }
 
 void VelloraService::objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
                                                  LayoutCompletion completion) {
-  implementation_->objectLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
+  const auto implementation = implementation_;
+  implementation->objectLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
 }
 
 void VelloraService::objectCompactLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
                                                         CompactLayoutCompletion completion) {
-  implementation_->objectCompactLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
+  const auto implementation = implementation_;
+  implementation->objectCompactLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
 }
 
 }  // namespace vellora
