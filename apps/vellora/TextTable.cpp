@@ -12,22 +12,25 @@ namespace {
 
 constexpr std::string_view replacement = "\xEF\xBF\xBD";
 
+/// Made once: making it reads a file.
+locale_t utf8() {
+  static const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+  return locale;
+}
+
 /// Makes the C library read UTF-8 on this thread, whatever the user's locale, and puts things back.
 class Utf8Locale {
  public:
-  Utf8Locale() : utf8_(::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
-    if (utf8_ != nullptr) previous_ = ::uselocale(utf8_);
+  Utf8Locale() {
+    if (utf8() != nullptr) previous_ = ::uselocale(utf8());
   }
   ~Utf8Locale() {
-    if (utf8_ == nullptr) return;
-    ::uselocale(previous_);
-    ::freelocale(utf8_);
+    if (utf8() != nullptr) ::uselocale(previous_);
   }
   Utf8Locale(const Utf8Locale&) = delete;
   Utf8Locale& operator=(const Utf8Locale&) = delete;
 
  private:
-  locale_t utf8_;
   locale_t previous_ = nullptr;
 };
 
