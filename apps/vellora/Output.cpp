@@ -17,14 +17,17 @@ namespace {
 bool terminalHasColors() {
   const char* noColor = std::getenv("NO_COLOR");
   if (noColor != nullptr && *noColor != '\0') return false;
-  const char* terminal = std::getenv("TERM");
-  return ::isatty(STDOUT_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
+  const char* variable = std::getenv("TERM");
+  const std::string_view terminal = variable != nullptr ? variable : "";
+  return ::isatty(STDOUT_FILENO) == 1 && !terminal.empty() && terminal != "dumb";
 }
 
 std::string list(const std::vector<std::string>& keys) {
   constexpr std::size_t most = 10;
   std::string text;
-  for (std::size_t i = 0; i < keys.size() && i < most; ++i) text.append(i == 0 ? "" : ", ").append(keys[i]);
+  for (std::size_t i = 0; i < keys.size() && i < most; ++i) {
+    text.append(i == 0 ? "" : ", ").append(keys[i].empty() ? "\"\"" : keys[i]);
+  }
   if (keys.size() > most) text.append(" and ").append(std::to_string(keys.size() - most)).append(" more");
   return text;
 }

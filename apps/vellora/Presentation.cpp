@@ -50,8 +50,14 @@ Lookup<ObjectPresentationInfo> presentationForIds(const Arguments& arguments, co
 }
 
 Lookup<ObjectPresentationInfo> presentationForNames(const Arguments& arguments, const Session& session) {
+  // After the loading, since before it each name would send for both lists by itself.
   const auto start = [service = openService(arguments, session)](const auto& names, auto completion) {
-    service->objectPresentationInfoForApiNames(names, std::move(completion));
+    service->primerStateStream()
+        .first([](const VelloraService::State& state) { return state != VelloraService::State::isLoading(); })
+        .sink([weak = std::weak_ptr(service), names, completion = std::move(completion)](const auto&) {
+          if (const auto loaded = weak.lock()) loaded->objectPresentationInfoForApiNames(names, completion);
+        })
+        .detach();
   };
   return {"object type", start, textOf};
 }

@@ -1,8 +1,12 @@
+#include <algorithm>
+#include <chrono>
+
 #include "tests/vellora-command/CommandFixture.h"
 
 namespace vellora::command {
 namespace {
 
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -73,7 +77,7 @@ TEST_F(PresentationCommandTest, AThemeThatNoTypeHasFallsBackToOthers) {
 TEST_F(PresentationCommandTest, UnknownKeysAreExitCodeThree) {
   const auto ids = run({"--json", "ids", "001000000000009", "zzz000000000001", "x", ""});
   EXPECT_EQ(ids.exitCode, 3);
-  EXPECT_EQ(ids.err, "vellora: no object type for zzz000000000001, x, : the server has none\n");
+  EXPECT_EQ(ids.err, "vellora: no object type for zzz000000000001, x, \"\": the server has none\n");
   const auto names = run({"--json", "names", "Nonsense"});
   EXPECT_EQ(names.exitCode, 3);
   EXPECT_EQ(names.out, "{}\n");
@@ -91,6 +95,42 @@ TEST_F(PresentationCommandTest, ThousandsOfIdsComeFromStandardInput) {
   EXPECT_EQ(ended.exitCode, 0);
   EXPECT_THAT(ended.out, HasSubstr(R"("00149999":{"typePresentationInfo":{"apiName":"Account")"));
   EXPECT_EQ(server->requests().size(), 2U);
+
+  const auto table = run({"ids", "-"});
+  EXPECT_EQ(table.exitCode, 0);
+  EXPECT_EQ(std::count(table.out.begin(), table.out.end(), '\n'), 50'001) << "a heading and a row for each";
+}
+
+TEST_F(PresentationCommandTest, ThousandsOfNamesNeedEachListOnce) {
+  server->setFault(RecordsServer::everything, Fault::delay(std::chrono::milliseconds(20)));
+  for (int i = 0; i < 1'000; ++i) options.input += "Unheard" + std::to_string(i) + "\n";
+  options.input += "Account\nContact\n";
+  const auto ended = run({"--json", "names", "-"});
+  EXPECT_EQ(ended.exitCode, 3);
+  EXPECT_THAT(ended.out, StartsWith(R"({"Account":)"));
+  EXPECT_THAT(ended.out, HasSubstr(R"("Contact":{)"));
+  EXPECT_THAT(server->requests(), UnorderedElementsAre(themes, sObjects));
+}
+
+TEST_F(PresentationCommandTest, WhatIsWrongInTheCacheIsNotBlamedOnTheServer) {
+  // A list view that the server doesn't know is cached as null, which is no type's name when it is read.
+  const std::vector<std::string> words = {"--cache-timeout", "0", "ids", "00Bnosuch", "zzz"};
+  run(words);
+  const auto again = run(words);
+  EXPECT_EQ(again.exitCode, 3);
+  EXPECT_EQ(again.err, "vellora: no object type for zzz: the server has none\n");
+}
+
+TEST_F(PresentationCommandTest, AServerThatNeverAnswersIsExitCodeFiveWhenTheWaitRunsOut) {
+  server->setFault(RecordsServer::everything, Fault::never());
+  for (const std::string command : {"ids", "names", "compact-layouts"}) {
+    const auto ended = run({"--json", "--wait", "0.5", command, "Account"});
+    EXPECT_EQ(ended.exitCode, 5) << command;
+    EXPECT_EQ(ended.out, "null\n") << command;
+    EXPECT_THAT(ended.err, ContainsRegex("for Account: no answer to /services/data/v5[03].0/[a-zA-Z]* within "
+                                         "0.5 s; give it longer with --wait SECONDS"))
+        << command;
+  }
 }
 
 TEST_F(PresentationCommandTest, AFailedListViewQueryIsExitCodeFiveAtOnce) {
@@ -126,8 +166,13 @@ TEST_F(PresentationCommandTest, AServerThatIsNotThereIsExitCodeFiveAtOnceForIdsA
 TEST_F(PresentationCommandTest, AnErrorBodyAndHalfABodyAreExitCodeFive) {
   for (const auto& fault : {Fault::errorBody(), Fault::truncate(100), Fault::garbage()}) {
     server->setFault(RecordsServer::everything, fault);
-    EXPECT_EQ(run({"ids", "001000000000009"}).exitCode, 5);
-    EXPECT_EQ(run({"names", "Account"}).exitCode, 5);
+    for (const std::string command : {"ids", "names", "compact-layouts"}) {
+      const auto ended = run({command, "Account"});
+      EXPECT_EQ(ended.exitCode, 5) << command;
+      EXPECT_EQ(ended.out, "") << command;
+      EXPECT_THAT(ended.err, ContainsRegex("^vellora: no [a-z ]* for Account: .*/services/data/v5[03].0/"))
+          << command;
+    }
   }
 }
 
@@ -147,6 +192,7 @@ TEST_F(PresentationCommandTest, StatusTellsTheStateAndTheAgesOfTheCaches) {
   EXPECT_EQ(ended.exitCode, 0) << ended.err;
   EXPECT_THAT(ended.out, StartsWith(R"({"state":"loaded","primedAndCached":true,"themes":{"ageSeconds":)"));
   EXPECT_THAT(ended.out, HasSubstr(R"("fresh":true},"sObjects":{"ageSeconds":)"));
+  EXPECT_THAT(server->requests(), UnorderedElementsAre(themes, sObjects));
   const auto table = run({"status"});
   EXPECT_THAT(table.out,
               StartsWith("STATE         loaded\nREADY         yes\nTHEMES        fresh, fetched "));
@@ -190,7 +236,7 @@ TEST_F(PresentationCommandTest, CompactLayoutsShowsThePartsOfCompoundFieldsBelow
   const auto ended = run({"compact-layouts", "Account"});
   EXPECT_EQ(ended.exitCode, 0);
   EXPECT_THAT(ended.out, StartsWith("Account\n  LABEL"));
-  EXPECT_THAT(ended.out, testing::ContainsRegex("\n    [A-Z]")) << "a part stands further in";
+  EXPECT_THAT(ended.out, ContainsRegex("\n    [A-Z]")) << "a part stands further in";
 }
 
 TEST_F(PresentationCommandTest, AFailedNameQueryStillAnswersAndCachesNothing) {

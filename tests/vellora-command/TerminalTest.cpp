@@ -1,0 +1,70 @@
+#include "tests/vellora-command/CommandFixture.h"
+
+// What the command shows to somebody who sits at a terminal, which `script` plays here.
+
+namespace vellora::command {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+class TerminalTest : public CommandFixture {
+ protected:
+  TerminalTest() { options.environment["TERM"] = "xterm-256color"; }
+
+  /// What stands on the terminal in the end: standard output and standard error as they came.
+  std::string shownBy(const std::vector<std::string>& arguments) const {
+    std::string line = VELLORA;
+    for (const auto& word : withServer(arguments)) line.append(" ").append(word);
+    const auto ended = ChildProcess::run("/usr/bin/script", {"-qec", line, "/dev/null"}, options);
+    EXPECT_EQ(ended.exitCode, 0) << ended.err;
+    return ended.out;
+  }
+};
+
+TEST_F(TerminalTest, StatusShowsTheStatesAsTheyChange) {
+  EXPECT_THAT(shownBy({"status"}),
+              StartsWith("vellora: isLoading\r\nvellora: loaded\r\nSTATE         loaded\r\n"));
+}
+
+TEST_F(TerminalTest, ColoursHaveASwatchAndColumnsStayInLine) {
+  const auto shown = shownBy({"names", "Account"});
+  EXPECT_THAT(shown, StartsWith("KEY      LABEL    PLURAL    API NAME  COLOUR     CREATEABLE"));
+  EXPECT_THAT(
+      shown,
+      HasSubstr("\nAccount  Account  Accounts  Account   \x1b[48;2;47;111;222m  \x1b[0m 2F6FDE  yes "));
+}
+
+TEST_F(TerminalTest, HeadingsAreBold) {
+  EXPECT_THAT(shownBy({"search-layouts", "Account"}), StartsWith("\x1b[1mAccount\x1b[0m\r\n"));
+  EXPECT_THAT(shownBy({"compact-layouts", "Account"}), StartsWith("\x1b[1mAccount\x1b[0m\r\n"));
+}
+
+TEST_F(TerminalTest, WhoWantsNoColoursGetsNone) {
+  const auto plain = [this](const std::vector<std::string>& arguments) {
+    EXPECT_THAT(shownBy(arguments), Not(HasSubstr("\x1b")));
+  };
+  plain({"--no-color", "names", "Account"});
+  plain({"--json", "names", "Account"});
+  options.environment["NO_COLOR"] = "1";
+  plain({"names", "Account"});
+  options.environment["NO_COLOR"] = "";
+  EXPECT_THAT(shownBy({"names", "Account"}), HasSubstr("\x1b")) << "an empty NO_COLOR says nothing";
+  options.environment["TERM"] = "dumb";
+  plain({"names", "Account"});
+}
+
+TEST_F(TerminalTest, StandardInputIsNotReadUnasked) {
+  options.input = "left alone\n";
+  for (const std::string command : {"ids 001", "names Account", "search-layouts Account", "status"}) {
+    const auto ended = ChildProcess::run("/bin/sh",
+                                         {"-c", VELLORA " --server " + server->url() + " --cache " +
+                                                    cacheFile + " " + command + " > /dev/null; cat"},
+                                         options);
+    EXPECT_EQ(ended.out, "left alone\n") << command;
+  }
+}
+
+}  // namespace
+}  // namespace vellora::command
