@@ -68,7 +68,7 @@ json::value jsonValue(const FieldValue& value) {
   return nullptr;
 }
 
-// A path "Related.Field" becomes an object "Related", with attributes of its own, that holds "Field".
+// A path "Related.Field" becomes an object "Related", with an "about" of its own, that holds "Field".
 void setField(json::object& record, std::string_view path, json::value value) {
   const auto dot = path.find('.');
   if (dot == std::string_view::npos) {

@@ -12,9 +12,7 @@ struct QueryError {
   [[nodiscard]] std::string localizedDescription() const { return code + ": " + message; }
 
   /// The query's text follows no form that the server knows.
-  [[nodiscard]] static QueryError malformed(std::string message) {
-    return {"BAD_QUERY", std::move(message)};
-  }
+  [[nodiscard]] static QueryError malformed(std::string message) { return {"BAD_QUERY", std::move(message)}; }
 };
 
 }  // namespace vellora::recordsserver

@@ -121,9 +121,8 @@ TEST(EndpointsTest, TakesAPlusForAPlus) {
 }
 
 TEST(EndpointsTest, TellsOfQueriesThatItCannotAnswer) {
-  EXPECT_EQ(
-      errorOf(query),
-      R"(400 [{"message":"expected SELECT at position 0, but the query ends","code":"BAD_QUERY"}])");
+  EXPECT_EQ(errorOf(query),
+            R"(400 [{"message":"expected SELECT at position 0, but the query ends","code":"BAD_QUERY"}])");
   EXPECT_EQ(errorOf(query + "SELECT%20Id%20FROM%20Account"),
             R"(400 [{"message":"no object 'Account' can be queried","code":"UNKNOWN_TYPE"}])");
 }
@@ -146,8 +145,7 @@ TEST(EndpointsTest, KnowsNoOtherPaths) {
   for (const auto* path :
        {"/", "*", "/services/data/v50.0", "/services/data/v50.0/sobjects/", "/services/data/v53.0/theme",
         "/services/data/v50.0/compactLayouts?q=Account", "/services/data/v50.0//theme"})
-    EXPECT_EQ(errorOf(path),
-              R"(404 [{"message":"There is nothing at this address.","code":"NOT_FOUND"}])");
+    EXPECT_EQ(errorOf(path), R"(404 [{"message":"There is nothing at this address.","code":"NOT_FOUND"}])");
 }
 
 }  // namespace

@@ -88,8 +88,7 @@ TEST(QueryParserTest, TellsWhatItExpectedAndWhere) {
   EXPECT_EQ(errorOf("SELECT FROM X"), "BAD_QUERY: expected a field at position 7");
   EXPECT_EQ(errorOf("SELECT Id, FROM X"), "BAD_QUERY: expected a field at position 11");
   EXPECT_EQ(errorOf("SELECT Id X"), "BAD_QUERY: expected FROM at position 10");
-  EXPECT_EQ(errorOf("SELECT Id FROM"),
-            "BAD_QUERY: expected an object at position 14, but the query ends");
+  EXPECT_EQ(errorOf("SELECT Id FROM"), "BAD_QUERY: expected an object at position 14, but the query ends");
   EXPECT_EQ(errorOf("SELECT Id FROM A.B"), "BAD_QUERY: expected an object at position 15");
   EXPECT_EQ(errorOf("SELECT Id FROM X LIMIT 5"), "BAD_QUERY: unexpected character at position 23");
   EXPECT_EQ(errorOf("SELECT Id FROM X ORDER BY Id"), "BAD_QUERY: expected WHERE at position 17");
@@ -97,14 +96,11 @@ TEST(QueryParserTest, TellsWhatItExpectedAndWhere) {
             "BAD_QUERY: expected a field at position 22, but the query ends");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id"),
             "BAD_QUERY: expected \"=\" or IN at position 25, but the query ends");
-  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id LIKE 'x'"),
-            "BAD_QUERY: expected \"=\" or IN at position 26");
-  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = Name"),
-            "BAD_QUERY: expected a literal at position 28");
+  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id LIKE 'x'"), "BAD_QUERY: expected \"=\" or IN at position 26");
+  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = Name"), "BAD_QUERY: expected a literal at position 28");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN 'x'"), "BAD_QUERY: expected \"(\" at position 29");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN ()"), "BAD_QUERY: expected a literal at position 30");
-  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN ('x',)"),
-            "BAD_QUERY: expected a literal at position 34");
+  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN ('x',)"), "BAD_QUERY: expected a literal at position 34");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id IN ('x'"),
             "BAD_QUERY: expected \")\" or \",\" at position 33, but the query ends");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'x' OR Id = 'y'"),
@@ -122,8 +118,7 @@ TEST(QueryParserTest, RefusesBadStrings) {
             "BAD_QUERY: line break in a string at position 30");
   EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'x\ry'"),
             "BAD_QUERY: line break in a string at position 30");
-  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'o'neil'"),
-            "BAD_QUERY: string without end at position 35");
+  EXPECT_EQ(errorOf("SELECT Id FROM X WHERE Id = 'o'neil'"), "BAD_QUERY: string without end at position 35");
 }
 
 TEST(QueryParserTest, RefusesPathsWithEmptyParts) {
