@@ -91,6 +91,18 @@ TEST_F(CompactLayoutDataServiceTest, TheCallerIsAnsweredBeforeAnythingIsCached) 
                           "save OPS_CompactLayout_Account", "save OPS_CompactLayout_Contact"));
 }
 
+TEST_F(CompactLayoutDataServiceTest, ALayoutsAgeCountsFromTheArrivalOfItsNames) {
+  network->answer(layoutsUrl("Contact"), layouts(layoutJson("Contact", {})).held());
+  network->answer(namesUrl("''"), StubNetwork::body(namesJson({})).held());
+  lookUp({"Contact"});
+  clock.advance(30);
+  ASSERT_TRUE(network->releaseOne());
+  clock.advance(0.5);
+  ASSERT_TRUE(network->releaseOne());
+  EXPECT_EQ(blob("Contact"),
+            R"({"compactLayout":{"objectType":"Contact","layoutFields":[]},"downloadedTime":721692830.5})");
+}
+
 TEST_F(CompactLayoutDataServiceTest, WhatWasCachedIsAnsweredRewrittenAndWithoutARequest) {
   serveAccount();
   lookUp({"Account"});

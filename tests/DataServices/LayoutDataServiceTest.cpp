@@ -139,6 +139,16 @@ TEST_F(LayoutDataServiceTest, MissingLayoutsAreFetchedInOneRequestAndCachedAfter
             R"({"objectLayoutInfo":{"objectType":"Account","searchColumns":[]},"downloadedTime":721692800})");
 }
 
+TEST_F(LayoutDataServiceTest, ALayoutsAgeCountsFromItsArrivalNotFromTheLookup) {
+  network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]").held());
+  service->layoutForApiName({"Account"}, nullptr);
+  clock.advance(30.5);
+  network->releaseAll();
+  EXPECT_EQ(
+      cache->load("OPS_Layout_Account")->view(),
+      R"({"objectLayoutInfo":{"objectType":"Account","searchColumns":[]},"downloadedTime":721692830.5})");
+}
+
 TEST_F(LayoutDataServiceTest, TheRequestIsAPlainGetWithATimeoutOfAMinute) {
   network->answer(accountUrl, StubNetwork::body("[]"));
   lookUp({"Account"});

@@ -59,6 +59,7 @@ TEST_F(LayoutLookupTest, APendingLookupIsAnsweredAndCachedAfterTheFacadeIsReleas
   service.reset();
   network->releaseAll();
   EXPECT_EQ(calls, 1);
+  EXPECT_TRUE(cache->load("OPS_Layout_Account"));
 }
 
 TEST_F(LayoutLookupTest, APendingCompactLookupIsAnsweredAndCachedAfterTheFacadeIsReleased) {
@@ -71,6 +72,28 @@ TEST_F(LayoutLookupTest, APendingCompactLookupIsAnsweredAndCachedAfterTheFacadeI
   network->releaseAll();
   network->releaseAll();
   EXPECT_EQ(calls, 1);
+  EXPECT_TRUE(cache->load("OPS_CompactLayout_Account"));
+}
+
+TEST_F(LayoutLookupTest, BothKindsOfLayoutsExpireAfterTheTimeoutOfTheFacade) {
+  network->answer(layoutUrl, StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
+  network->answer(compactUrl, StubNetwork::body(R"({"x":{"objectType":"Account","fieldItems":[]}})"));
+  network->answerPrefix(nameQuery, StubNetwork::body(R"({"records":[]})"));
+  const auto lookUpBoth = [this] {
+    service->objectLayoutInfoForApiNames({"Account"}, nullptr);
+    service->objectCompactLayoutInfoForApiNames({"Account"}, nullptr);
+  };
+  lookUpBoth();
+  clock.advance(timeout);
+  lookUpBoth();
+  EXPECT_EQ(network->count(layoutUrl), 1U);
+  EXPECT_EQ(network->count(compactUrl), 1U);
+  EXPECT_TRUE(cache->load("OPS_Layout_Account"));
+  clock.advance(1);
+  lookUpBoth();
+  EXPECT_EQ(network->count(layoutUrl), 1U) << "an expired search layout is served once more";
+  EXPECT_FALSE(cache->load("OPS_Layout_Account")) << "and dropped";
+  EXPECT_EQ(network->count(compactUrl), 2U);
 }
 
 }  // namespace
