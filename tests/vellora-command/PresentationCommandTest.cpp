@@ -239,6 +239,22 @@ TEST_F(PresentationCommandTest, CompactLayoutsShowsThePartsOfCompoundFieldsBelow
   EXPECT_THAT(ended.out, ContainsRegex("\n    [A-Z]")) << "a part stands further in";
 }
 
+TEST_F(PresentationCommandTest, AnExpiredCompactLayoutIsPrintedOnlyWhenTheServerFails) {
+  const auto first = run({"--cache-timeout", "0", "compact-layouts", "Order"});
+  EXPECT_EQ(run({"--cache-timeout", "0", "compact-layouts", "Order"}).out, first.out);
+  EXPECT_EQ(server->requests().size(), 4U) << "an expired layout counts as missing";
+  server->stop();
+  const auto offline = run({"--cache-timeout", "0", "compact-layouts", "Order"});
+  EXPECT_EQ(offline.exitCode, 0);
+  EXPECT_EQ(offline.out, first.out);
+}
+
+TEST_F(PresentationCommandTest, ACompactLayoutWithoutFieldsSaysSo) {
+  const auto ended = run({"compact-layouts", "Survey"});
+  EXPECT_EQ(ended.exitCode, 0);
+  EXPECT_EQ(ended.out, "Survey\n  no fields\n");
+}
+
 TEST_F(PresentationCommandTest, AFailedNameQueryStillAnswersAndCachesNothing) {
   server->setFault("/services/data/v53.0/query", Fault::fail(500));
   EXPECT_EQ(run({"compact-layouts", "Contact"}).exitCode, 0);
