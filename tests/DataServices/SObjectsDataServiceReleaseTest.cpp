@@ -359,6 +359,22 @@ TEST(SObjectsDataServiceReleaseTest, ALoadsCompletionMayLetGoOfIt) {
   EXPECT_THAT(life.callsAfterItsEnd(), IsEmpty());
 }
 
+TEST(SObjectsDataServiceReleaseTest, ALoadsCompletionThatLetsGoOfItDestroysIt) {
+  for (const auto& answer : {StubNetwork::body(listBody), StubNetwork::nothing()}) {
+    Life life(Life::Cached::nothing, answer);
+    const std::weak_ptr<SObjectsDataService> weak = life.service;
+    bool destroyed = false;
+    life.service->loadSObjects([&](const auto&) {
+      life.service.reset();
+      destroyed = weak.expired();
+    });
+
+    life.finish();
+
+    EXPECT_TRUE(destroyed);
+  }
+}
+
 TEST(SObjectsDataServiceReleaseTest, ACompletionInsideTheCallMayLetGoOfItToo) {
   Life life(Life::Cached::list);
   life.service->loadSObjects([&life](const auto&) { life.service.reset(); });

@@ -235,6 +235,24 @@ TEST_F(ThemeDataServiceReleaseTest, ACompletionMayReleaseTheService) {
   EXPECT_EQ(service, nullptr);
 }
 
+TEST_F(ThemeDataServiceReleaseTest, ACompletionThatReleasesTheServiceDestroysIt) {
+  for (const auto& answer : {StubNetwork::nothing(), StubNetwork::body(response({}))}) {
+    network->answer(url, answer.held());
+    auto service = makeService();
+    const std::weak_ptr<ThemeDataService> weak = service;
+    bool destroyed = false;
+    service->loadThemes([&](const auto&) {
+      service.reset();
+      destroyed = weak.expired();
+    });
+    queues.runAll();
+
+    network->releaseAll();
+
+    EXPECT_TRUE(destroyed);
+  }
+}
+
 TEST_F(ThemeDataServiceReleaseTest, AReleasedServiceTakesItsWaitingLoadWithIt) {
   network->answer(url, StubNetwork::body(response({})).held());
   auto service = makeService();

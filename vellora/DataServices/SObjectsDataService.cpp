@@ -90,11 +90,12 @@ void SObjectsDataService::loadSObjects(LoadCompletion completion) {
     return;
   }
   auto ended = [weak = weak_from_this(), completion = std::move(completion)](const auto& failure) {
-    const auto service = weak.lock();
-    if (!failure && service) service->log("loadSObjects(completion:), fetch completed");
-    if (!completion) return;
-    if (!failure) return completion(std::nullopt);
-    completion(SObjectsDataServiceError::map(*failure, service ? service->logger_.get() : nullptr));
+    if (failure) {
+      if (completion) completion(mapped(*failure, weak));
+      return;
+    }
+    if (const auto service = weak.lock()) service->log("loadSObjects(completion:), fetch completed");
+    if (completion) completion(std::nullopt);
   };
   subscriptions_.insert(fetchedSObjects().subscribe(queue_).sink([](const auto&) {}, std::move(ended)));
 }
@@ -233,10 +234,7 @@ Publisher<Response> SObjectsDataService::fetched(const NetRequest& request) {
         return *std::move(body);
       })
       .template decode<Response>()
-      .mapError([weak = weak_from_this()](const Error& error) {
-        const auto self = weak.lock();
-        return SObjectsDataServiceError::map(error, self ? self->logger_.get() : nullptr);
-      });
+      .mapError([weak = weak_from_this()](const Error& error) { return mapped(error, weak); });
 }
 
 /// Sends the request at each subscription.
@@ -267,6 +265,12 @@ std::optional<std::string> SObjectsDataService::name(const std::string& id) {
 
 void SObjectsDataService::log(const std::string& text) const {
   logger_->log(text, LogLevel::info);
+}
+
+SObjectsDataServiceError SObjectsDataService::mapped(const Error& error,
+                                                     const std::weak_ptr<SObjectsDataService>& weak) {
+  const auto service = weak.lock();
+  return SObjectsDataServiceError::map(error, service ? service->logger_.get() : nullptr);
 }
 
 std::string_view rawValue(SObjectsDataService::CacheEntryType type) {

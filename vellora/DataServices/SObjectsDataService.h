@@ -124,6 +124,7 @@ class SObjectsDataService : public std::enable_shared_from_this<SObjectsDataServ
   [[nodiscard]] std::optional<std::string> name(const std::string& id);
 
   void log(const std::string& text) const;
+  static SObjectsDataServiceError mapped(const Error& error, const std::weak_ptr<SObjectsDataService>& weak);
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;
