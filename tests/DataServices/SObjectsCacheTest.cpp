@@ -74,7 +74,7 @@ TEST_F(SObjectsCacheTest, SavesSingleItemsUnderTheirKeys) {
                                         "save(_:for:), id: 00B1, listViewType: Contact"));
 }
 
-TEST_F(SObjectsCacheTest, LeavesTheDataKeyToTheHost) {
+TEST_F(SObjectsCacheTest, GivesASingleItemNoMetaButItsKindAndItsKey) {
   cache.save(account);
 
   const auto rows = table()->fetch(Query::exact(metaEquals({{"cacheEntryType", "sObject"}})));
@@ -134,7 +134,13 @@ TEST_F(SObjectsCacheTest, PassesOverRowsThatLackTheirKey) {
   table()->upsert({Data(std::string("\"Account\"")), {{"cacheEntryType", "keyPrefix"}}, std::nullopt});
 
   EXPECT_EQ(cache.cachedName(""), std::nullopt);
+}
+
+TEST_F(SObjectsCacheTest, TakesAnAbsentNameForNobodysAlsoWhenATypeHasAnEmptyOne) {
+  cache.save(SObject{"", std::nullopt, "", "", false});
+
   EXPECT_EQ(cache.cachedSObject(std::nullopt), std::nullopt);
+  EXPECT_TRUE(cache.cachedSObject(""));
 }
 
 TEST_F(SObjectsCacheTest, GivesThePrefixThatTwoTypesShareToTheLater) {

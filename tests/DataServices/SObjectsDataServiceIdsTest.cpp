@@ -100,6 +100,46 @@ TEST_F(SObjectsDataServiceIdsTest, GivesRepeatedIdsOneEntryAndALineForEach) {
       2);
 }
 
+TEST_F(SObjectsDataServiceIdsTest, OfARepeatedIdTheLaterAnswerDecides) {
+  cacheList();
+  host.network->answer(queryUrl("00B1"), {StubNetwork::body(listViewBody("00B1", "Account")).held(),
+                                          StubNetwork::body(listViewBody("00B1", "Contact")).held()});
+  Received<ById> received;
+
+  watch(service->sObjectsForIds({"00B1", "00B1"}), received);
+  queues.runAll();
+  host.network->releaseAll();
+
+  EXPECT_THAT(received.values, ElementsAre(ById{{"00B1", {listView, contact}}}));
+}
+
+TEST_F(SObjectsDataServiceIdsTest, TakesNoOtherTypeForAListViewWhateverItsNameBeginsWith) {
+  host.network->answer(
+      listUrl,
+      StubNetwork::body(
+          R"({"sobjects":[{"name":"ListViewChart","keyPrefix":"0Dd","label":"","labelPlural":"","createable":true},)"
+          R"({"name":"listview","keyPrefix":"0De","label":"","labelPlural":"","createable":true}]})"));
+  service->loadSObjects(nullptr);
+  queues.runAll();
+
+  EXPECT_EQ(ids({"0Dd1", "0De1"}).values.front().at("0Dd1").instance, std::nullopt);
+
+  EXPECT_THAT(host.network->urls(), ElementsAre(listUrl));
+}
+
+TEST_F(SObjectsDataServiceIdsTest, TakesAnAbsentTypeForNobodysAlsoWhenATypeHasNoName) {
+  host.network->answer(
+      listUrl,
+      StubNetwork::body(
+          R"({"sobjects":[{"name":"","label":"","labelPlural":"","createable":true},)"
+          R"({"name":"ListView","keyPrefix":"00B","label":"","labelPlural":"","createable":false}]})"));
+  service->loadSObjects(nullptr);
+  queues.runAll();
+  host.network->answer(queryUrl("00B1"), StubNetwork::body(R"({"records":[]})"));
+
+  EXPECT_EQ(ids({"00B1"}).values.front().at("00B1").instance, std::nullopt);
+}
+
 TEST_F(SObjectsDataServiceIdsTest, FindsBothTheTypeOfAListViewAndWhatItLists) {
   cacheList();
   host.network->answer(queryUrl("00B1"), StubNetwork::body(listViewBody("00B1", "Account")));

@@ -150,6 +150,18 @@ TEST_F(SObjectsDataServiceNamesTest, GivesARepeatedNameOneEntryAndALineForEach) 
                           "sObjectsForNames(_:): tuples for each id: Account, Optional(\"Account\"))"));
 }
 
+TEST_F(SObjectsDataServiceNamesTest, OfARepeatedNameTheLaterAnswerDecides) {
+  host.network->answer(listUrl,
+                       {StubNetwork::body(listBody).held(), StubNetwork::body(R"({"sobjects":[]})").held()});
+  Received<ByName> received;
+
+  watch(service->sObjectsForNames({"Account", "Account"}), received);
+  queues.runAll();
+  host.network->releaseAll();
+
+  EXPECT_THAT(received.values, ElementsAre(ElementsAre(Pair("Account", std::nullopt))));
+}
+
 TEST_F(SObjectsDataServiceNamesTest, FailsALookupAsAWhole) {
   host.network->answer(listUrl, {StubNetwork::body(listBody).held(), StubNetwork::nothing().held()});
   Received<ByName> received;

@@ -55,6 +55,16 @@ TEST_F(SObjectsDataServiceTest, LoadsTheListOfAnEmptyCache) {
   EXPECT_EQ(service->cacheState(), CacheState::valid);
 }
 
+TEST_F(SObjectsDataServiceTest, LogsThatTheFetchHasCompletedBeforeItSaysSo) {
+  host.network->answer(listUrl, StubNetwork::body(listBody));
+  std::string lastLine;
+
+  service->loadSObjects([&](const auto&) { lastLine = host.infos().back(); });
+  queues.runAll();
+
+  EXPECT_EQ(lastLine, "loadSObjects(completion:), fetch completed");
+}
+
 TEST_F(SObjectsDataServiceTest, AsksForTheListWithAPlainGet) {
   host.network->answer(listUrl, StubNetwork::body(listBody));
 

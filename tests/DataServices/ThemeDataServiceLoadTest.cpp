@@ -178,6 +178,33 @@ TEST_F(ThemeDataServiceLoadTest, ATransportErrorIsWrappedAndIsNotNoData) {
   EXPECT_EQ(load(makeService()), ThemeDataServiceError::other(TestError{"no route"}));
 }
 
+class TruncatingNetwork final : public CorvaneSDK::Network {
+ public:
+  void sendRequest(const CorvaneSDK::NetRequest&, Completion completion) override {
+    completion(Data(std::string(R"({"themeItems":[]})")), TestError{"truncated"}, std::nullopt);
+  }
+};
+
+TEST_F(ThemeDataServiceLoadTest, ABodyThatCameWithAnErrorIsNotTrusted) {
+  const auto service = std::make_shared<ThemeDataService>(
+      RequiredAPI{std::make_shared<TruncatingNetwork>(), cache, logger}, cacheTimeout);
+
+  EXPECT_EQ(load(service), ThemeDataServiceError::other(TestError{"truncated"}));
+  EXPECT_EQ(service->cacheState(), CacheState::empty);
+}
+
+TEST_F(ThemeDataServiceLoadTest, LogsThatTheFetchHasCompletedBeforeItSaysSo) {
+  network->answer(url, StubNetwork::body(response({})).held());
+  const auto service = makeService();
+  std::string lastLine;
+  service->loadThemes([&](const auto&) { lastLine = info().back(); });
+  passQueue(service);
+
+  network->releaseAll();
+
+  EXPECT_EQ(lastLine, "loadThemes(completion:), fetch completed");
+}
+
 TEST_F(ThemeDataServiceLoadTest, AnEmptyBodyIsABodyThatDoesNotDecode) {
   network->answer(url, StubNetwork::body(""));
   const auto error = load(makeService());

@@ -109,6 +109,19 @@ TEST_F(ThemeDataServiceTest, OfARepeatedNameTheLaterAnswerDecides) {
   EXPECT_EQ(answer.value(), Themes{});
 }
 
+TEST_F(ThemeDataServiceTest, OfARepeatedNameTheLaterEntryReplacesTheEarlier) {
+  network->answer(url, {StubNetwork::body(response({entryJson("A", "first")})).held(),
+                        StubNetwork::body(response({entryJson("A", "second")})).held()});
+  const auto service = makeService();
+  const Answer answer(service->themes({"A", "A"}));
+  ASSERT_TRUE(network->waitForRequests(2));
+  passQueue(service);
+
+  network->releaseAll();
+
+  EXPECT_EQ(answer.value(), (Themes{{"A", entry("A", "second")}}));
+}
+
 TEST_F(ThemeDataServiceTest, FetchesTheListWhenNoneIsCached) {
   network->answer(url, StubNetwork::body(response({entryJson("A"), entryJson("B")})));
   const auto service = makeService();

@@ -11,6 +11,7 @@
 
 #include "hostkit/MemoryCache.h"
 #include "testkit/FailingCache.h"
+#include "testkit/ForwardingCacheTable.h"
 #include "testkit/RecordingLogger.h"
 #include "tests/support/TestClock.h"
 
@@ -271,6 +272,80 @@ TEST_F(TimestampedTableTest, PurgesNoOtherKind) {
   make().enforceCacheCount("item");
 
   EXPECT_EQ(make().read<std::string>({{"cacheEntryType", "other"}, {"name", "0"}}, "cached"), "value");
+}
+
+/// Replaces no row by a later one of equal meta, and keeps what it was asked.
+class PilingTable final : public testkit::ForwardingCacheTable {
+ public:
+  using ForwardingCacheTable::ForwardingCacheTable;
+  std::vector<CorvaneSDK::Row> fetch(const CorvaneSDK::Query& query) override {
+    ranges.push_back(query.oldestRange());
+    return ForwardingCacheTable::fetch(query);
+  }
+  bool upsert(const CorvaneSDK::CacheEntry& entry) override {
+    givenKeys.push_back(entry.dataKey);
+    return ForwardingCacheTable::upsert({entry.data, entry.meta, std::to_string(givenKeys.size())});
+  }
+
+  std::vector<std::optional<CorvaneSDK::PositionRange>> ranges;
+  std::vector<std::optional<std::string>> givenKeys;
+};
+
+class PilingCache final : public testkit::ForwardingCache {
+ public:
+  using ForwardingCache::ForwardingCache;
+  std::shared_ptr<PilingTable> table;
+
+ protected:
+  std::shared_ptr<CorvaneSDK::CacheTable> wrapTable(std::shared_ptr<CorvaneSDK::CacheTable> next,
+                                                    const std::string&) override {
+    return table = std::make_shared<PilingTable>(std::move(next));
+  }
+};
+
+class TimestampedTableOfPiledRowsTest : public TimestampedTableTest {
+ protected:
+  void write(int count) const {
+    for (int index = 0; index < count; ++index) {
+      table.write(std::to_string(index), item("one"), "save(_:)");
+    }
+    logger->clear();
+  }
+
+  std::shared_ptr<PilingCache> pilingCache = std::make_shared<PilingCache>(cache);
+  const TimestampedTable table{pilingCache, logger, timeout, names};
+};
+
+TEST_F(TimestampedTableOfPiledRowsTest, LeavesTheDataKeyToTheHost) {
+  write(1);
+
+  EXPECT_THAT(pilingCache->table->givenKeys, ElementsAre(std::nullopt));
+}
+
+TEST_F(TimestampedTableOfPiledRowsTest, TakesTheFirstOfTheRowsThatTheHostYields) {
+  write(3);
+
+  EXPECT_EQ(table.read<std::string>(item("one"), "cached(for:)"), "2");
+}
+
+TEST_F(TimestampedTableOfPiledRowsTest, AsksForTheRowsOfAllPositionsOldestFirst) {
+  table.enforceCacheCount("item");
+
+  EXPECT_THAT(pilingCache->table->ranges,
+              ElementsAre(CorvaneSDK::PositionRange{0, std::numeric_limits<std::int64_t>::max()}));
+}
+
+TEST_F(TimestampedTableOfPiledRowsTest, PurgesOneRowAndNotThoseOfEqualMeta) {
+  write(101);
+
+  table.enforceCacheCount("item");
+
+  EXPECT_THAT(logger->texts(LogLevel::info),
+              ElementsAre("enforceCacheCount(), cacheEntryType: item, rows.count: 101, maxCount: 100",
+                          R"(enforceCacheCount(), purging row: ["cacheEntryType": "item", "name": "one"])"));
+  const auto rows = pilingCache->table->fetch(CorvaneSDK::Query::oldest({}));
+  ASSERT_EQ(rows.size(), 100U);
+  EXPECT_EQ(rows.front().dataKey, "2");
 }
 
 TEST_F(TimestampedTableTest, CountsTheRowsOfAnEmptyTable) {

@@ -21,6 +21,7 @@ struct Submitted {
 };
 
 std::deque<Submitted> submitted;
+std::vector<tests::ManualQueues::SerialQueue> madeQueues;
 
 /// Where the pieces stand that could be the next to run.
 std::vector<std::size_t> runnable() {
@@ -43,7 +44,9 @@ class GlobalQueue final : public DispatchQueue {
 struct SerialDispatchQueue::Strand {};
 
 SerialDispatchQueue::SerialDispatchQueue(std::string label, DispatchQoS qos)
-    : label_(std::move(label)), qos_(qos), strand_(std::make_unique<Strand>()) {}
+    : label_(std::move(label)), qos_(qos), strand_(std::make_unique<Strand>()) {
+  madeQueues.push_back({label_, qos_});
+}
 
 SerialDispatchQueue::~SerialDispatchQueue() = default;
 
@@ -62,6 +65,7 @@ namespace tests {
 
 ManualQueues::~ManualQueues() {
   while (!submitted.empty()) submitted.pop_front();  // what a piece of work held may submit more
+  madeQueues.clear();
 }
 
 bool ManualQueues::runNext() {
@@ -89,6 +93,10 @@ std::size_t ManualQueues::runAll() {
 
 std::size_t ManualQueues::pending() const {
   return submitted.size();
+}
+
+std::vector<ManualQueues::SerialQueue> ManualQueues::made() const {
+  return madeQueues;
 }
 
 }  // namespace tests

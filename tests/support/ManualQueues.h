@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
+#include <string>
+#include <vector>
+
+#include "vellora/Platform/DispatchQueue.h"
 
 namespace vellora::tests {
 
@@ -29,6 +32,16 @@ class ManualQueues {
   void runChoice(std::size_t choice);
 
   [[nodiscard]] std::size_t pending() const;
+
+  struct SerialQueue {
+    std::string label;
+    DispatchQoS qos = DispatchQoS::unspecified;
+
+    friend bool operator==(const SerialQueue&, const SerialQueue&) = default;
+  };
+
+  /// The serial queues that were made since the last `ManualQueues` was destroyed.
+  [[nodiscard]] std::vector<SerialQueue> made() const;
 };
 
 }  // namespace vellora::tests
