@@ -55,6 +55,16 @@ TEST_F(SObjectsDataServiceIdsTest, KnowsNoIdOfAnUnknownPrefix) {
                                         "sObjectsForIds(_:): id: 999A, (type: nil, instance: nil)"));
 }
 
+TEST_F(SObjectsDataServiceIdsTest, KnowsNoIdWithoutTheTableOfPrefixesThoughTheListIsThere) {
+  cacheList();
+  CorvaneSDK::CacheTable::open(*host.cache, tableKey)
+      ->purge(CorvaneSDK::metaEquals({{"cacheEntryType", "keyPrefixes"}}));
+
+  EXPECT_THAT(ids({"001A"}).values, ElementsAre(ById{{"001A", {}}}));
+
+  EXPECT_THAT(host.network->urls(), ElementsAre(listUrl));
+}
+
 TEST_F(SObjectsDataServiceIdsTest, LooksAShortIdUpByItsWholeText) {
   host.network->answer(
       listUrl,
