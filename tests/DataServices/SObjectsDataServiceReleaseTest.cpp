@@ -1,9 +1,8 @@
 #include <algorithm>
 #include <functional>
 
-#include "testkit/ForwardingCache.h"
-#include "testkit/ForwardingCacheTable.h"
 #include "tests/DataServices/SObjectsFixture.h"
+#include "tests/support/ListenedHost.h"
 #include "tests/support/ManualQueues.h"
 
 // What is left of the work under way when the service is released, at each moment at which that may happen.
@@ -38,75 +37,6 @@ class Calls {
 };
 
 using CallsPtr = std::shared_ptr<Calls>;
-
-class WatchedLogger final : public CorvaneSDK::Logger {
- public:
-  explicit WatchedLogger(CallsPtr calls) : calls_(std::move(calls)) {}
-  void log(std::string_view message, CorvaneSDK::LogLevel) override {
-    calls_->add("log " + std::string(message));
-  }
-
- private:
-  const CallsPtr calls_;
-};
-
-class WatchedTable final : public testkit::ForwardingCacheTable {
- public:
-  WatchedTable(std::shared_ptr<CorvaneSDK::CacheTable> next, CallsPtr calls)
-      : ForwardingCacheTable(std::move(next)), calls_(std::move(calls)) {}
-  std::vector<Data> load(const CorvaneSDK::Query& query) override {
-    calls_->add("read");
-    return ForwardingCacheTable::load(query);
-  }
-  std::vector<CorvaneSDK::Row> fetch(const CorvaneSDK::Query& query) override {
-    calls_->add("read");
-    return ForwardingCacheTable::fetch(query);
-  }
-  bool upsert(const CorvaneSDK::CacheEntry& entry) override {
-    calls_->add("save " + entry.meta.at("cacheEntryType"));
-    return ForwardingCacheTable::upsert(entry);
-  }
-
- private:
-  const CallsPtr calls_;
-};
-
-class WatchedCache final : public testkit::ForwardingCache {
- public:
-  explicit WatchedCache(CallsPtr calls)
-      : ForwardingCache(std::make_shared<hostkit::MemoryCache>()), calls_(std::move(calls)) {}
-  std::optional<Data> load(const std::string& key) override {
-    calls_->add("read");
-    return ForwardingCache::load(key);
-  }
-  bool save(const Data& data, const std::string& key) override {
-    calls_->add("save " + key);
-    return ForwardingCache::save(data, key);
-  }
-
- protected:
-  std::shared_ptr<CorvaneSDK::CacheTable> wrapTable(std::shared_ptr<CorvaneSDK::CacheTable> table,
-                                                    const std::string&) override {
-    return std::make_shared<WatchedTable>(std::move(table), calls_);
-  }
-
- private:
-  const CallsPtr calls_;
-};
-
-class WatchedNetwork final : public CorvaneSDK::Network {
- public:
-  WatchedNetwork(std::shared_ptr<StubNetwork> next, CallsPtr calls)
-      : next_(std::move(next)), calls_(std::move(calls)) {}
-  void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override {
-    calls_->add("send");
-    next_->sendRequest(request, std::move(completion));
-  }
-
- private:
-  const std::shared_ptr<StubNetwork> next_;
-  const CallsPtr calls_;
-};
 
 /// One life of a service whose host's calls are watched, up to the end of one piece of work.
 class Life {
@@ -172,8 +102,8 @@ class Life {
   CallsPtr calls = std::make_shared<Calls>();
   std::shared_ptr<StubNetwork> network = std::make_shared<StubNetwork>();
   std::shared_ptr<SObjectsDataService> service = std::make_shared<SObjectsDataService>(
-      RequiredAPI{std::make_shared<WatchedNetwork>(network, calls), std::make_shared<WatchedCache>(calls),
-                  std::make_shared<WatchedLogger>(calls)},
+      tests::listenedHost(network, std::make_shared<hostkit::MemoryCache>(),
+                          [calls = calls](const std::string& call) { calls->add(call); }),
       300);
   AnyCancellable token;
   bool answered = false;
@@ -332,7 +262,7 @@ TEST(SObjectsDataServiceReleaseTest, ALoadThatWaitsForItsQueueIsCancelled) {
   life.service.reset();
   life.finish();
 
-  EXPECT_FALSE(life.called("send"));
+  EXPECT_FALSE(life.called("sendRequest"));
   EXPECT_FALSE(life.answered);
 }
 
@@ -398,7 +328,7 @@ TEST(SObjectsDataServiceReleaseTest, ALookupThatIsCancelledDoesNothingFurther) {
 
   EXPECT_FALSE(life.answered || life.ended);
   EXPECT_FALSE(life.called("log sObjectForName(_:), name: Account"));
-  EXPECT_FALSE(life.called("save listView"));
+  EXPECT_FALSE(life.called("upsert listView"));
 }
 
 TEST(SObjectsDataServiceReleaseTest, IsNotKeptByALookupUnderWay) {
