@@ -24,10 +24,9 @@ namespace vellora {
 class TimestampedTable;
 
 /// Answers which colours and icons object types have. The server gives the theme entries of all types in one
-/// list,
-/// "/services/data/v50.0/theme". It is kept as one row of the table "OPS_ThemesCacheTable", with the moment
-/// of its fetch in the blob "ops.theme.fetch.timestamp"; each entry that was asked for also has a row of its
-/// own.
+/// list, "/services/data/v50.0/theme". It is kept as one row of the table "OPS_ThemesCacheTable", with the
+/// moment of its fetch in the blob "ops.theme.fetch.timestamp"; each entry that was asked for also has a row
+/// of its own.
 ///
 /// Only `loadThemes` looks at the age of the list. A lookup takes what there is, however old: an outdated
 /// colour now is better than the right one after a round trip.

@@ -29,8 +29,8 @@ class PresentationInfo {
 
   std::optional<std::string> color;         ///< as the theme gives it
   std::optional<std::string> svgIconUrl;    ///< address of the vector icon
-  std::optional<std::string> smallIconUrl;  ///< address of the small raster icon
-  std::optional<std::string> largeIconUrl;  ///< address of the large raster icon
+  std::optional<std::string> smallIconUrl;  ///< address of the small icon, raster or vector
+  std::optional<std::string> largeIconUrl;  ///< address of the large icon, raster or vector
   std::optional<std::string> label;         ///< singular, for display
   std::optional<std::string> labelPlural;   ///< plural, for display
   bool createable = false;                  ///< whether the user may create records of the type

@@ -14,8 +14,8 @@ namespace vellora {
 /// The theme entry of one object type: its colours and icons, each for one theme, and the choice among them.
 ///
 /// Names of themes are compared as they stand, letter case included. When several candidates are equally
-/// good, the one that the server lists first is chosen. What is chosen differs on purpose: a colour or a
-/// raster icon of another theme is better than none on a screen, a vector icon of another theme is not.
+/// good, the one that the server lists first is chosen. What is chosen differs on purpose: a colour, a small
+/// or a large icon of another theme is better than none on a screen, a vector icon of another theme is not.
 struct ThemeItem {
   struct Constants {
     static constexpr std::string_view svgType = "image/svg+xml";  ///< content type of a vector icon
