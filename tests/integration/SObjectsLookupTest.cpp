@@ -13,6 +13,7 @@
 #include "apps/records-server/RecordsServer.h"
 #include "apps/records-server/RequestTarget.h"
 #include "hostkit/CurlNetwork.h"
+#include "hostkit/MemoryCache.h"
 #include "hostkit/SQLiteCache.h"
 #include "testkit/RecordingLogger.h"
 #include "tests/hostkit/TemporaryFolder.h"
@@ -21,7 +22,7 @@
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Models/SObjectsResponse.h"
 
-// The whole way: the service, a network over real HTTP, a cache in a file, the demo server.
+// The whole way: the service, a network over real HTTP, each of the ready-made caches, the demo server.
 
 namespace vellora {
 namespace {
@@ -72,7 +73,8 @@ std::string nameOf(const std::optional<SObject>& sObject) {
   return sObject ? sObject->name : "nil";
 }
 
-class SObjectsLookupTest : public testing::Test {
+/// On the cache of that name.
+class SObjectsLookupTest : public testing::TestWithParam<std::string> {
  protected:
   void SetUp() override { serve(DataSet::builtIn()); }
 
@@ -82,11 +84,15 @@ class SObjectsLookupTest : public testing::Test {
     start();
   }
 
-  /// What another start of the program on the same file has.
+  /// What another start of the program on the same file has; in memory, another service on the same cache.
   void start() {
     service.reset();
-    cache.reset();
-    cache = SQLiteCache::open(folder.file("cache.sqlite")).value();
+    if (GetParam() == "SQLiteCache") {
+      cache.reset();
+      cache = SQLiteCache::open(folder.file("cache.sqlite")).value();
+    } else if (!cache) {
+      cache = std::make_shared<hostkit::MemoryCache>();
+    }
     service = std::make_shared<SObjectsDataService>(RequiredAPI{network, cache, logger}, 3600);
   }
 
@@ -113,11 +119,11 @@ class SObjectsLookupTest : public testing::Test {
   std::unique_ptr<RecordsServer> server;
   std::shared_ptr<RecordingLogger> logger = std::make_shared<RecordingLogger>();
   std::shared_ptr<CurlNetwork> network;
-  std::shared_ptr<SQLiteCache> cache;
+  std::shared_ptr<CorvaneSDK::Cache> cache;
   std::shared_ptr<SObjectsDataService> service;
 };
 
-TEST_F(SObjectsLookupTest, FetchesOnceAndWritesTheRows) {
+TEST_P(SObjectsLookupTest, FetchesOnceAndWritesTheRows) {
   EXPECT_EQ(nameOf(names({"Account"}).at("Account")), "Account");
   EXPECT_EQ(nameOf(names({"Contact"}).at("Contact")), "Contact");
   EXPECT_EQ(nameOf(ids({"001000000000001"}).at("001000000000001").type), "Account");
@@ -131,7 +137,7 @@ TEST_F(SObjectsLookupTest, FetchesOnceAndWritesTheRows) {
   EXPECT_THAT(logger->texts(CorvaneSDK::LogLevel::error), IsEmpty());
 }
 
-TEST_F(SObjectsLookupTest, GivesTheTypeOfAListViewAndTheTypeThatItLists) {
+TEST_P(SObjectsLookupTest, GivesTheTypeOfAListViewAndTheTypeThatItLists) {
   ASSERT_EQ(load(), std::nullopt);
 
   const auto found = ids({"00B000000000001", "00B00000000000a", "00B00000000000A"});
@@ -146,7 +152,7 @@ TEST_F(SObjectsLookupTest, GivesTheTypeOfAListViewAndTheTypeThatItLists) {
                                             std::string(queryLine) + "00B00000000000A'"));
 }
 
-TEST_F(SObjectsLookupTest, AnswersAfterARestartWithoutARequest) {
+TEST_P(SObjectsLookupTest, AnswersAfterARestartWithoutARequest) {
   ASSERT_EQ(load(), std::nullopt);
   const std::vector<std::string> asked{"00B000000000001", "003000000000001", "999000000000001"};
   const auto first = ids(asked);
@@ -161,7 +167,7 @@ TEST_F(SObjectsLookupTest, AnswersAfterARestartWithoutARequest) {
   EXPECT_THAT(server->requests(), IsEmpty());
 }
 
-TEST_F(SObjectsLookupTest, AnswersAfterARestartWithoutAServer) {
+TEST_P(SObjectsLookupTest, AnswersAfterARestartWithoutAServer) {
   ASSERT_EQ(load(), std::nullopt);
   const auto first = ids({"00B000000000001"});
 
@@ -171,7 +177,7 @@ TEST_F(SObjectsLookupTest, AnswersAfterARestartWithoutAServer) {
   EXPECT_EQ(ids({"00B000000000001"}), first);
 }
 
-TEST_F(SObjectsLookupTest, AsksAgainForAListViewThatListsNoType) {
+TEST_P(SObjectsLookupTest, AsksAgainForAListViewThatListsNoType) {
   ASSERT_EQ(load(), std::nullopt);
   server->clearRequests();
 
@@ -184,7 +190,7 @@ TEST_F(SObjectsLookupTest, AsksAgainForAListViewThatListsNoType) {
   EXPECT_EQ(server->requests().size(), 3U);  // the second is known, and known not to be in the list
 }
 
-TEST_F(SObjectsLookupTest, ReportsWhatTheServerDidWrong) {
+TEST_P(SObjectsLookupTest, ReportsWhatTheServerDidWrong) {
   server->setFault(RecordsServer::everything, Fault::fail(500), 1);
   const auto refused = load();
   ASSERT_TRUE(refused);
@@ -200,7 +206,7 @@ TEST_F(SObjectsLookupTest, ReportsWhatTheServerDidWrong) {
   EXPECT_EQ(service->cacheState(), CacheState::valid);
 }
 
-TEST_F(SObjectsLookupTest, SendsAHostileIdAsTheTextOfOneQuery) {
+TEST_P(SObjectsLookupTest, SendsAHostileIdAsTheTextOfOneQuery) {
   ASSERT_EQ(load(), std::nullopt);
   CacheTable::open(*cache, tableKey)
       ->upsert({Data(std::string("\"ListView\"")),
@@ -240,7 +246,7 @@ TEST_F(SObjectsLookupTest, SendsAHostileIdAsTheTextOfOneQuery) {
   }
 }
 
-TEST_F(SObjectsLookupTest, KeepsTheHundredNewestSingleRowsOfAManyTypedServer) {
+TEST_P(SObjectsLookupTest, KeepsTheHundredNewestSingleRowsOfAManyTypedServer) {
   const auto data = DataSet::generated(150);
   const auto listed = json::decode<SObjectsResponse>(data.objectList()).value().sObjects;
   serve(data);
@@ -256,6 +262,9 @@ TEST_F(SObjectsLookupTest, KeepsTheHundredNewestSingleRowsOfAManyTypedServer) {
   EXPECT_EQ(rows("sObject"), 100U);
   EXPECT_EQ(rows("sObjects"), 1U);
 }
+
+INSTANTIATE_TEST_SUITE_P(Caches, SObjectsLookupTest, testing::Values("MemoryCache", "SQLiteCache"),
+                         [](const auto& parameter) { return parameter.param; });
 
 }  // namespace
 }  // namespace vellora
