@@ -21,10 +21,12 @@ namespace vellora {
 /// that a screen has something to show at once; only the next lookup goes to the server for it.
 ///
 /// Ownership: make it with `std::make_shared`; pending answers hold it weakly, and go on without it: the
-/// completion is called all the same, nothing is cached or logged any more. Threads: safe to use from several
-/// threads at once; has no queue. The cache is read on the caller's thread; when that answers everything, the
-/// completion runs inside the call, else on the thread on which the host's network calls back. Errors:
-/// `decoding` and `network`, beside what the cache held. Units: the time-out is in seconds.
+/// completion is called all the same, nothing is cached or logged any more.
+/// Threads: safe to use from several threads at once; has no queue. The cache is read on the caller's thread;
+/// when that answers everything, the completion runs inside the call, else on the thread on which the host's
+/// network calls back.
+/// Errors: `decoding` and `network`, beside what the cache held.
+/// Units: the time-out is in seconds.
 class LayoutDataService : public std::enable_shared_from_this<LayoutDataService> {
  public:
   struct Constants {
