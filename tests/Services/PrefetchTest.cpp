@@ -3,8 +3,12 @@
 namespace vellora {
 namespace {
 
+using testing::Each;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
 using testkit::FailingCache;
 using testkit::StubNetwork;
 using tests::TestError;
@@ -103,6 +107,35 @@ TEST_F(PrefetchTest, OfTwoFailuresTheLaterOneStays) {
   network->release(sObjectsUrl);
   runAll();
   EXPECT_THAT(states, ElementsAre("isLoading", "failed(other(themes))", "failed(other(sobjects))"));
+}
+
+TEST_F(PrefetchTest, TheStateChangesBeforeItsLineIsLogged) {
+  for (const bool fails : {false, true}) {
+    if (fails) network->answer(sObjectsUrl, StubNetwork::nothing());
+    clock.advance(timeout + 1);
+    logger->clear();
+    construct();
+    std::size_t linesAtTheEnd = 0;
+    const auto token = service->primerStateStream().sink([&](const State& state) {
+      if (state != State::isLoading()) linesAtTheEnd = infosOf("prefetch()").size();
+    });
+    runAll();
+    EXPECT_EQ(linesAtTheEnd, 1U) << "that of the beginning";
+    EXPECT_THAT(infosOf("prefetch()"), SizeIs(2));
+  }
+}
+
+TEST_F(PrefetchTest, FailuresAreInfoLinesOfTheFacadeOnly) {
+  network->answer(themesUrl, StubNetwork::nothing());
+  constructAndLoad();
+  EXPECT_THAT(logger->texts(CorvaneSDK::LogLevel::error), Each(Not(HasSubstr("prefetch()"))));
+}
+
+TEST_F(PrefetchTest, OnlyTheTwoLoadsRunOnTheHostsQueue) {
+  construct();
+  EXPECT_EQ(queue->runAll(), 2U);
+  while (queues.runNext()) EXPECT_EQ(queue->pending(), 0U);
+  EXPECT_EQ(service->primerState(), State::loaded());
 }
 
 TEST_F(PrefetchTest, StaysLoadingWhileOneOfTheTwoIsPending) {
@@ -252,7 +285,6 @@ TEST_F(PrefetchTest, AFacadeReleasedWhileLoadingLeavesNothingBehind) {
     network->answer(themesUrl, StubNetwork::body(themesBody()).held());
     network->answer(sObjectsUrl, StubNetwork::body(sObjectsBody()).held());
     construct();
-    const std::weak_ptr<CorvaneSDK::Logger> held = logger;
     const std::vector<std::function<void()>> steps = {
         [&] { queue->runNext(); },      [&] { queue->runNext(); }, [&] { queues.runAll(); },
         [&] { network->releaseAll(); }, [&] { queues.runNext(); }, [&] { queues.runAll(); }};

@@ -5,7 +5,9 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
+using testing::StartsWith;
 using testkit::StubNetwork;
 using tests::TestError;
 using State = VelloraService::State;
@@ -211,6 +213,41 @@ TEST_F(PresentationLookupTest, AfterTheFacadeIsReleasedANameLookupThatWaitsForTh
   network->releaseAll();
   runAll();
   EXPECT_EQ(answer.calls, 0);
+}
+
+TEST_F(PresentationLookupTest, ALookupUnderWayDoesNotKeepTheFacade) {
+  const std::string end = "enforceCacheCount()";  // what the data services do when they are destroyed
+  constructAndLoad();
+  network->answerPrefix("/services/data/v50.0/query?", StubNetwork::never());
+  Answer answer;
+  service->objectPresentationInfoForIds({"00Bxx"}, into(answer));
+  runAll();
+  service.reset();
+  EXPECT_THAT(infosOf(end), Not(IsEmpty()));
+
+  clock.advance(timeout + 1);
+  network->answer(themesUrl, StubNetwork::never());
+  construct();
+  runAll();
+  logger->clear();
+  service->objectPresentationInfoForIds({"001a"}, into(answer));
+  service->objectPresentationInfoForApiNames({"Unheard"}, into(answer));
+  runAll();
+  service.reset();
+  EXPECT_THAT(infosOf(end), Not(IsEmpty()));
+}
+
+TEST_F(PresentationLookupTest, TheIdPathAnswersBeforeItLogsItsEndAndTheNamePathAfterwards) {
+  constructAndLoad();
+  logger->clear();
+  std::string lastLine;
+  const auto noteLastLine = [&](const Infos&) { lastLine = infos().back(); };
+  service->objectPresentationInfoForIds({"001a"}, noteLastLine);
+  runAll();
+  EXPECT_THAT(lastLine, StartsWith("createObjectPresentationInfo"));
+  service->objectPresentationInfoForApiNames({"Account"}, noteLastLine);
+  runAll();
+  EXPECT_EQ(lastLine, namePath);
 }
 
 TEST_F(PresentationLookupTest, ACompletionMayReleaseTheFacade) {
