@@ -5,8 +5,6 @@
 #include <fstream>
 #include <iostream>
 #include <mutex>
-#include <set>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -30,10 +28,9 @@ class Session::Failures {
     if (outcome.error && !first_) first_ = outcome.error->text;
   }
 
-  /// An error line while an answer is being used is about the request that was answered last.
   void note(std::string_view errorLine) {
     const std::lock_guard lock(mutex_);
-    if (first_) return;
+    if (first_ || lastPath_.empty()) return;
     first_ = "the answer of the server to " + lastPath_ + " (status " + std::to_string(lastStatus_) +
              ") cannot be used: " + std::string(errorLine);
   }
@@ -50,8 +47,43 @@ class Session::Failures {
   std::optional<std::string> first_;
 };
 
-/// Passes requests on, and knows which of them have no answer yet, and on which threads completions are
-/// running.
+/// Passes lines on, notes the errors of answers, and tells of the line that somebody waits for.
+class Session::NotingLogger final : public CorvaneSDK::Logger {
+ public:
+  NotingLogger(std::shared_ptr<Failures> failures, std::shared_ptr<CorvaneSDK::Logger> next)
+      : failures_(std::move(failures)), next_(std::move(next)) {}
+
+  void log(std::string_view message, LogLevel level) override {
+    if (level == LogLevel::error && !isAboutTheCache(message)) failures_->note(message);
+    next_->log(message, level);
+    std::function<void()> action;
+    {
+      const std::lock_guard lock(mutex_);
+      if (message == awaitedLine_) action = action_;
+    }
+    if (action) action();
+  }
+
+  void whenLogged(std::string line, std::function<void()> action) {
+    const std::lock_guard lock(mutex_);
+    awaitedLine_ = std::move(line);
+    action_ = std::move(action);
+  }
+
+ private:
+  /// A row that cannot be read counts as absent, and is then asked of the server.
+  static bool isAboutTheCache(std::string_view line) {
+    return line.starts_with("cached") || line.starts_with("load(key:)") || line.starts_with("save(");
+  }
+
+  const std::shared_ptr<Failures> failures_;
+  const std::shared_ptr<CorvaneSDK::Logger> next_;
+  std::mutex mutex_;
+  std::string awaitedLine_;
+  std::function<void()> action_;
+};
+
+/// Passes requests on, and knows which of them have no answer yet, and how many completions are running.
 class Session::SettlingNetwork final : public CorvaneSDK::Network {
  public:
   explicit SettlingNetwork(std::shared_ptr<CorvaneSDK::Network> next) : next_(std::move(next)) {}
@@ -72,9 +104,6 @@ class Session::SettlingNetwork final : public CorvaneSDK::Network {
 
   [[nodiscard]] std::optional<std::string> unanswered() const { return requests_->unanswered(); }
 
-  /// True inside a completion.
-  [[nodiscard]] bool completesOnThisThread() const { return requests_->completesOnThisThread(); }
-
  private:
   class Requests {
    public:
@@ -86,23 +115,17 @@ class Session::SettlingNetwork final : public CorvaneSDK::Network {
     void answered(const std::string& path) {
       const std::lock_guard lock(mutex_);
       unanswered_.erase(std::find(unanswered_.begin(), unanswered_.end(), path));
-      completing_.insert(std::this_thread::get_id());
+      ++running_;
     }
 
     void completed() {
       const std::lock_guard lock(mutex_);
-      completing_.erase(completing_.find(std::this_thread::get_id()));
-      if (completing_.empty()) noneRuns_.notify_all();
+      if (--running_ == 0) noneRuns_.notify_all();
     }
 
     void waitForCompletions() {
       std::unique_lock lock(mutex_);
-      noneRuns_.wait(lock, [this] { return completing_.empty(); });
-    }
-
-    [[nodiscard]] bool completesOnThisThread() const {
-      const std::lock_guard lock(mutex_);
-      return completing_.contains(std::this_thread::get_id());
+      noneRuns_.wait(lock, [this] { return running_ == 0; });
     }
 
     [[nodiscard]] std::optional<std::string> unanswered() const {
@@ -113,46 +136,13 @@ class Session::SettlingNetwork final : public CorvaneSDK::Network {
    private:
     mutable std::mutex mutex_;
     std::condition_variable noneRuns_;
-    std::multiset<std::thread::id> completing_;
+    int running_ = 0;                      // completions
     std::vector<std::string> unanswered_;  // paths, oldest first
   };
 
   const std::shared_ptr<CorvaneSDK::Network> next_;
   // Shared, since completions may outlive the network.
   const std::shared_ptr<Requests> requests_ = std::make_shared<Requests>();
-};
-
-/// Passes lines on, notes the errors of answers, and tells of the line that somebody waits for.
-class Session::NotingLogger final : public CorvaneSDK::Logger {
- public:
-  NotingLogger(std::shared_ptr<Failures> failures, std::shared_ptr<const SettlingNetwork> network,
-               std::shared_ptr<CorvaneSDK::Logger> next)
-      : failures_(std::move(failures)), network_(std::move(network)), next_(std::move(next)) {}
-
-  void log(std::string_view message, LogLevel level) override {
-    if (level == LogLevel::error && network_->completesOnThisThread()) failures_->note(message);
-    next_->log(message, level);
-    std::function<void()> action;
-    {
-      const std::lock_guard lock(mutex_);
-      if (message == awaitedLine_) action = action_;
-    }
-    if (action) action();
-  }
-
-  void whenLogged(std::string line, std::function<void()> action) {
-    const std::lock_guard lock(mutex_);
-    awaitedLine_ = std::move(line);
-    action_ = std::move(action);
-  }
-
- private:
-  const std::shared_ptr<Failures> failures_;
-  const std::shared_ptr<const SettlingNetwork> network_;
-  const std::shared_ptr<CorvaneSDK::Logger> next_;
-  std::mutex mutex_;
-  std::string awaitedLine_;
-  std::function<void()> action_;
 };
 
 namespace {
@@ -203,7 +193,7 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
 
   const auto coalescing = std::make_shared<hostkit::CoalescingNetwork>(std::move(network).value());
   const auto settling = std::make_shared<SettlingNetwork>(coalescing);
-  const auto noting = std::make_shared<NotingLogger>(failures, settling, std::move(log).value());
+  const auto noting = std::make_shared<NotingLogger>(failures, std::move(log).value());
   return std::unique_ptr<Session>(
       new Session(failures, settling, noting, {settling, std::move(cache).value(), noting}));
 }
