@@ -85,5 +85,12 @@ TEST(UpdateReferenceTypeFieldsTest, RewritesForEverybodyWhoSharesTheFields) {
   EXPECT_EQ(copy.layouts.at(1).layoutFields.at(0)->apiName, "Account.Name");
 }
 
+TEST(UpdateReferenceTypeFieldsTest, PassesOverFieldsThatAreNotThere) {
+  const CompactLayoutResults results{{{{nullptr}, "Account"}}};
+  EXPECT_EQ(referenceTypeFields(results), "''");
+  updateReferenceTypeFields({{"Account", "Name"}}, results);
+  EXPECT_EQ(results.layouts.at(0).layoutFields.at(0), nullptr);
+}
+
 }  // namespace
 }  // namespace vellora

@@ -158,7 +158,8 @@ std::string referenceTypeFields(const CompactLayoutResults& compactLayoutResults
   std::vector<std::string> types;
   for (const auto& layout : compactLayoutResults.layouts) {
     for (const auto& field : layout.layoutFields) {
-      if (field->fieldType == "reference" && field->referenceTo) types.push_back(*field->referenceTo);
+      if (field && field->fieldType == "reference" && field->referenceTo)
+        types.push_back(*field->referenceTo);
     }
   }
   return std::string("'").append(joined(types, "','")).append("'");
@@ -168,7 +169,7 @@ void updateReferenceTypeFields(const std::map<std::string, std::string>& entityA
                                const CompactLayoutResults& compactLayoutResults) {
   for (const auto& layout : compactLayoutResults.layouts) {
     for (const auto& field : layout.layoutFields) {
-      if (!field->referenceTo || !field->relationshipName) continue;
+      if (!field || !field->referenceTo || !field->relationshipName) continue;
       const auto nameField = entityApiNames.find(*field->referenceTo);
       if (nameField != entityApiNames.end()) {
         field->apiName = *field->relationshipName + "." + nameField->second;

@@ -19,7 +19,7 @@ CompactLayoutField::CompactLayoutField(Content content)
 bool haveEqualContents(const CompactLayoutFields& left, const CompactLayoutFields& right) {
   return std::equal(
       left.begin(), left.end(), right.begin(), right.end(),
-      [](const auto& one, const auto& other) { return one && other ? *one == *other : one == other; });
+      [](const auto& one, const auto& other) { return one == other || (one && other && *one == *other); });
 }
 
 bool operator==(const CompactLayoutField& left, const CompactLayoutField& right) {

@@ -54,8 +54,8 @@ class CompactLayoutField final {
   CompactLayoutField(const CompactLayoutField&) = delete;
   CompactLayoutField& operator=(const CompactLayoutField&) = delete;
 
-  /// Path of the field to show. For a reference field whose related object type's name field is known, that
-  /// of the name field, such as "Owner.Name".
+  /// Path of the field to show. For a top-level field that points to a related record whose type's name field
+  /// is known, that of the name field, such as "Owner.Name".
   std::string apiName;
   const std::string fieldType;  ///< the server's word, such as "string" or "reference"
   const std::string label;      ///< for display
