@@ -11,7 +11,7 @@
 
 #include "hostkit/SQLiteCache.h"
 #include "tests/DataServices/CompactLayoutFixture.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora {
 namespace {
@@ -262,7 +262,7 @@ TEST_F(CompactLayoutDataServiceTest, WithoutTheServiceTheProducerOfNamesSendsNot
 }
 
 TEST_F(CompactLayoutDataServiceTest, LayoutsSurviveInACacheFile) {
-  const hostkit::tests::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   const auto open = [&] {
     auto file = hostkit::SQLiteCache::open(folder.file("cache.sqlite"));
     return std::make_shared<CompactLayoutDataService>(RequiredAPI{network, file.value(), logger}, timeout);

@@ -12,11 +12,13 @@
 #include "hostkit/MemoryCache.h"
 #include "hostkit/SQLiteCache.h"
 #include "tests/hostkit/ManualClock.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/CacheTable.h"
 
 namespace vellora::hostkit::tests {
+
+using vellora::tests::TemporaryFolder;
 
 using CorvaneSDK::Cache;
 using CorvaneSDK::CacheEntry;

@@ -15,11 +15,13 @@
 #include "hostkit/SQLiteCache.h"
 #include "tests/hostkit/ManualClock.h"
 #include "tests/hostkit/SQLiteFiles.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "vellora/Host/CacheTable.h"
 
 namespace vellora::hostkit::tests {
 namespace {
+
+using vellora::tests::TemporaryFolder;
 
 using CorvaneSDK::CacheTable;
 using CorvaneSDK::Meta;

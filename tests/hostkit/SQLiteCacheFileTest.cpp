@@ -14,10 +14,12 @@
 #include "hostkit/SQLiteCache.h"
 #include "hostkit/SQLiteCacheError.h"
 #include "tests/hostkit/SQLiteFiles.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
 namespace {
+
+using vellora::tests::TemporaryFolder;
 
 using Reason = SQLiteCacheError::Reason;
 using testing::ElementsAre;

@@ -14,10 +14,12 @@
 
 #include "hostkit/SQLiteCacheFile.h"
 #include "tests/hostkit/ManualClock.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
 namespace {
+
+using vellora::tests::TemporaryFolder;
 
 using CorvaneSDK::metaEquals;
 using CorvaneSDK::Query;

@@ -8,10 +8,12 @@
 
 #include "hostkit/SQLiteCacheFile.h"
 #include "tests/hostkit/SQLiteFiles.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
 namespace {
+
+using vellora::tests::TemporaryFolder;
 
 class SQLiteFileMarksTest : public testing::Test {
  protected:

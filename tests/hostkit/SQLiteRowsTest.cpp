@@ -12,10 +12,12 @@
 
 #include "hostkit/SQLiteCacheFile.h"
 #include "tests/hostkit/SQLiteFiles.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
 namespace {
+
+using vellora::tests::TemporaryFolder;
 
 using CorvaneSDK::Meta;
 using CorvaneSDK::Row;

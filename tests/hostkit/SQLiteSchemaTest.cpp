@@ -7,10 +7,12 @@
 #include <string>
 
 #include "tests/hostkit/SQLiteFiles.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
 namespace {
+
+using vellora::tests::TemporaryFolder;
 
 using sqliteSchema::State;
 

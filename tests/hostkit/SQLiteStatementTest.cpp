@@ -11,10 +11,12 @@
 
 #include "hostkit/SQLiteDatabase.h"
 #include "tests/hostkit/SQLiteFiles.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
 namespace {
+
+using vellora::tests::TemporaryFolder;
 
 class SQLiteStatementTest : public testing::Test {
  protected:

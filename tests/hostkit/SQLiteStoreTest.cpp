@@ -10,10 +10,12 @@
 #include "hostkit/SQLiteCacheFile.h"
 #include "tests/hostkit/ManualClock.h"
 #include "tests/hostkit/SQLiteFiles.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
 namespace {
+
+using vellora::tests::TemporaryFolder;
 
 class SQLiteStoreTest : public testing::Test {
  protected:

@@ -11,10 +11,12 @@
 #include <vector>
 
 #include "tests/hostkit/SQLiteFiles.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
 namespace {
+
+using vellora::tests::TemporaryFolder;
 
 using CorvaneSDK::LogLevel;
 using Level = SpdlogLogger::Level;

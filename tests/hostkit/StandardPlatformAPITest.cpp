@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "hostkit/SQLiteCacheError.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit {
 namespace {
@@ -43,7 +43,7 @@ TEST(StandardPlatformAPITest, GrantsNothingOfAKindThatItWasNotGiven) {
 }
 
 TEST(StandardPlatformAPITest, MakesTheReadyMadeFacilities) {
-  const tests::TemporaryFolder folder;
+  const vellora::tests::TemporaryFolder folder;
   const auto logger = std::make_shared<SilentLogger>();
   StandardPlatformAPI::Options options;
   options.server = "https://records.example";
@@ -76,7 +76,7 @@ TEST(StandardPlatformAPITest, NeedsNoMoreThanAServer) {
 }
 
 TEST(StandardPlatformAPITest, TellsAnAddressThatCannotBeUsedAndLeavesNoCacheBehind) {
-  const tests::TemporaryFolder folder;
+  const vellora::tests::TemporaryFolder folder;
   StandardPlatformAPI::Options options;
   options.server = "records example";
   options.cacheFile = folder.file("cache.db");
@@ -90,7 +90,7 @@ TEST(StandardPlatformAPITest, TellsAnAddressThatCannotBeUsedAndLeavesNoCacheBehi
 }
 
 TEST(StandardPlatformAPITest, TellsACacheFileThatCannotBeUsed) {
-  const tests::TemporaryFolder folder;
+  const vellora::tests::TemporaryFolder folder;
   StandardPlatformAPI::Options options;
   options.server = "https://records.example";
   options.cacheFile = folder.path().string();

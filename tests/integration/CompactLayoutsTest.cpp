@@ -15,7 +15,7 @@
 #include "hostkit/CurlNetwork.h"
 #include "hostkit/SQLiteCache.h"
 #include "testkit/RecordingLogger.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "vellora/DataServices/CompactLayoutDataService.h"
 #include "vellora/Platform/URLComponents.h"
 
@@ -99,7 +99,7 @@ class CompactLayoutsTest : public testing::Test {
   const std::unique_ptr<RecordsServer> server =
       RecordsServer::start(recordsserver::DataSet::builtIn()).value();
   const std::shared_ptr<CurlNetwork> network = CurlNetwork::make({.server = server->url()}).value();
-  const hostkit::tests::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   const std::shared_ptr<testkit::RecordingLogger> logger = std::make_shared<testkit::RecordingLogger>();
   std::shared_ptr<CompactLayoutDataService> service = makeService();
 };

@@ -16,8 +16,8 @@
 #include "hostkit/MemoryCache.h"
 #include "hostkit/SQLiteCache.h"
 #include "testkit/RecordingLogger.h"
-#include "tests/hostkit/TemporaryFolder.h"
 #include "tests/support/PrintRecords.h"
+#include "tests/support/TemporaryFolder.h"
 #include "vellora/DataServices/SObjectsDataService.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Models/SObjectsResponse.h"
@@ -32,7 +32,6 @@ using CorvaneSDK::metaEquals;
 using CorvaneSDK::Query;
 using hostkit::CurlNetwork;
 using hostkit::SQLiteCache;
-using hostkit::tests::TemporaryFolder;
 using recordsserver::DataSet;
 using recordsserver::Fault;
 using recordsserver::RecordsServer;
@@ -40,6 +39,7 @@ using recordsserver::RequestTarget;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testkit::RecordingLogger;
+using tests::TemporaryFolder;
 
 using ById = std::map<std::string, SObjectsDataService::TypeAndInstance>;
 using ByName = std::map<std::string, std::optional<SObject>>;

@@ -14,9 +14,9 @@
 #include "hostkit/MemoryCache.h"
 #include "hostkit/SQLiteCache.h"
 #include "testkit/RecordingLogger.h"
-#include "tests/hostkit/TemporaryFolder.h"
 #include "tests/support/Answer.h"
 #include "tests/support/PrintRecords.h"
+#include "tests/support/TemporaryFolder.h"
 #include "vellora/DataServices/ThemeDataService.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Models/PresentationInfo.h"
@@ -75,7 +75,7 @@ class ThemesLookupTest : public testing::TestWithParam<std::string> {
         .size();
   }
 
-  hostkit::tests::TemporaryFolder folder;
+  tests::TemporaryFolder folder;
   std::unique_ptr<RecordsServer> server;
   std::shared_ptr<testkit::RecordingLogger> logger = std::make_shared<testkit::RecordingLogger>();
   std::shared_ptr<CorvaneSDK::Network> network;

@@ -18,7 +18,7 @@
 
 #include "apps/records-server/RecordsServer.h"
 #include "hostkit/StandardPlatformAPI.h"
-#include "tests/hostkit/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "vellora/Platform/SerialDispatchQueue.h"
 
 // The whole library as a host embeds it: real queues and threads, real HTTP, a cache in a file.
@@ -90,7 +90,7 @@ class VelloraServiceIntegrationTest : public testing::Test {
     return *infos;
   }
 
-  const hostkit::tests::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   std::unique_ptr<RecordsServer> server;
   std::optional<VelloraService> service;
 };

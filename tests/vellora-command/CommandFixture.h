@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "apps/records-server/RecordsServer.h"
-#include "tests/hostkit/TemporaryFolder.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace vellora::command {
 
@@ -48,7 +48,7 @@ class CommandFixture : public testing::Test {
     return {std::istreambuf_iterator<char>(stream), {}};
   }
 
-  const hostkit::tests::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   const std::string cacheFile = folder.file("cache.sqlite");
   ChildProcess::Options options{.input = {}, .environment = {{"HOME", folder.path().string()}}};
   std::unique_ptr<RecordsServer> server;

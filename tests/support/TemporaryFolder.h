@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-namespace vellora::hostkit::tests {
+namespace vellora::tests {
 
 /// A new, empty folder that is deleted with all its content at the end. It is in memory where the system has
 /// a place for that: a test that reopens a file a thousand times would otherwise wait for the disk each time.
@@ -38,4 +38,4 @@ class TemporaryFolder {
   std::filesystem::path path_;
 };
 
-}  // namespace vellora::hostkit::tests
+}  // namespace vellora::tests
