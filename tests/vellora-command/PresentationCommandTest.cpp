@@ -105,11 +105,16 @@ TEST_F(PresentationCommandTest, ThousandsOfNamesNeedEachListOnce) {
   server->setFault(RecordsServer::everything, Fault::delay(std::chrono::milliseconds(20)));
   for (int i = 0; i < 1'000; ++i) options.input += "Unheard" + std::to_string(i) + "\n";
   options.input += "Account\nContact\n";
-  const auto ended = run({"--json", "names", "-"});
+  const std::string log = folder.file("log");
+  const auto ended = run({"--log", "info", "--log-file", log, "--json", "names", "-"});
   EXPECT_EQ(ended.exitCode, 3);
   EXPECT_THAT(ended.out, StartsWith(R"({"Account":)"));
   EXPECT_THAT(ended.out, HasSubstr(R"("Contact":{)"));
   EXPECT_THAT(server->requests(), UnorderedElementsAre(themes, sObjects));
+  const std::string fetched = "fetchedSObjects(), sObjects was fetched then cached";
+  const std::string lines = contentOf(log);
+  EXPECT_THAT(lines, HasSubstr(fetched));
+  EXPECT_EQ(lines.find(fetched), lines.rfind(fetched)) << "and read each once";
 }
 
 TEST_F(PresentationCommandTest, WhatIsWrongInTheCacheIsNotBlamedOnTheServer) {
@@ -237,6 +242,8 @@ TEST_F(PresentationCommandTest, CompactLayoutsShowsThePartsOfCompoundFieldsBelow
   EXPECT_EQ(ended.exitCode, 0);
   EXPECT_THAT(ended.out, StartsWith("Account\n  LABEL"));
   EXPECT_THAT(ended.out, ContainsRegex("\n    [A-Z]")) << "a part stands further in";
+  EXPECT_THAT(run({"compact-layouts", "Contact"}).out,
+              ContainsRegex("\n  Superior  *Superior.Name  *reference  *Contact\n"));
 }
 
 TEST_F(PresentationCommandTest, AnExpiredCompactLayoutIsPrintedOnlyWhenTheServerFails) {

@@ -14,18 +14,20 @@ class TerminalTest : public CommandFixture {
   TerminalTest() { options.environment["TERM"] = "xterm-256color"; }
 
   /// What stands on the terminal in the end: standard output and standard error as they came.
-  std::string shownBy(const std::vector<std::string>& arguments) const {
+  std::string shownBy(const std::vector<std::string>& arguments, int exitCode = 0) const {
     std::string line = VELLORA;
     for (const auto& word : withServer(arguments)) line.append(" ").append(word);
     const auto ended = ChildProcess::run("/usr/bin/script", {"-qec", line, "/dev/null"}, options);
-    EXPECT_EQ(ended.exitCode, 0) << ended.err;
+    EXPECT_EQ(ended.exitCode, exitCode) << ended.err;
     return ended.out;
   }
 };
 
 TEST_F(TerminalTest, StatusShowsTheStatesAsTheyChange) {
-  EXPECT_THAT(shownBy({"status"}),
-              StartsWith("vellora: isLoading\r\nvellora: loaded\r\nSTATE         loaded\r\n"));
+  EXPECT_THAT(shownBy({"status"}), HasSubstr("vellora: loaded\r\nSTATE         loaded\r\n"));
+  server->setFault(RecordsServer::everything, Fault::never());
+  EXPECT_THAT(shownBy({"--cache-timeout", "0", "--wait", "0.3", "status"}, 5),
+              StartsWith("vellora: isLoading\r\nSTATE         isLoading\r\n"));
 }
 
 TEST_F(TerminalTest, ColoursHaveASwatchAndColumnsStayInLine) {
