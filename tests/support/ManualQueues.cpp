@@ -34,6 +34,13 @@ std::vector<std::size_t> runnable() {
   return places;
 }
 
+void runAt(std::size_t place) {
+  const auto chosen = submitted.begin() + static_cast<std::ptrdiff_t>(place);
+  const auto work = std::move(chosen->work);
+  submitted.erase(chosen);
+  work();
+}
+
 class GlobalQueue final : public DispatchQueue {
  public:
   void async(Work work) override { submitted.push_back({globalQueue, std::move(work)}); }
@@ -70,7 +77,7 @@ ManualQueues::~ManualQueues() {
 
 bool ManualQueues::runNext() {
   if (submitted.empty()) return false;
-  runChoice(0);
+  runAt(0);
   return true;
 }
 
@@ -79,10 +86,7 @@ std::size_t ManualQueues::choices() const {
 }
 
 void ManualQueues::runChoice(std::size_t choice) {
-  const auto chosen = submitted.begin() + static_cast<std::ptrdiff_t>(runnable().at(choice));
-  const auto work = std::move(chosen->work);
-  submitted.erase(chosen);
-  work();
+  runAt(runnable().at(choice));
 }
 
 std::size_t ManualQueues::runAll() {
