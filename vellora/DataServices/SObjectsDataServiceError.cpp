@@ -1,8 +1,12 @@
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 
+#include "vellora/DataServices/MappedError.h"
+
 namespace vellora {
 
 namespace {
+
+constexpr std::string_view typeName = "SObjectsDataServiceError";
 
 std::string_view nameOf(SObjectsDataServiceError::Case errorCase) {
   using Case = SObjectsDataServiceError::Case;
@@ -24,15 +28,10 @@ std::string_view nameOf(SObjectsDataServiceError::Case errorCase) {
 }  // namespace
 
 SObjectsDataServiceError::SObjectsDataServiceError(Case errorCase, std::optional<Error> payload)
-    : EnumerationError("SObjectsDataServiceError", nameOf(errorCase), std::move(payload)), case_(errorCase) {}
+    : EnumerationError(typeName, nameOf(errorCase), std::move(payload)), case_(errorCase) {}
 
 SObjectsDataServiceError SObjectsDataServiceError::map(const Error& error, CorvaneSDK::Logger* logger) {
-  if (logger) {
-    logger->log("VelloraService: SObjectsDataServiceError: " + error.localizedDescription(),
-                CorvaneSDK::LogLevel::error);
-  }
-  if (const auto* own = error.as<SObjectsDataServiceError>()) return *own;
-  return other(error);
+  return mappedError<SObjectsDataServiceError>(error, typeName, logger);
 }
 
 }  // namespace vellora

@@ -1,8 +1,12 @@
 #include "vellora/DataServices/ThemeDataServiceError.h"
 
+#include "vellora/DataServices/MappedError.h"
+
 namespace vellora {
 
 namespace {
+
+constexpr std::string_view typeName = "ThemeDataServiceError";
 
 std::string_view nameOf(ThemeDataServiceError::Case errorCase) {
   using Case = ThemeDataServiceError::Case;
@@ -22,15 +26,10 @@ std::string_view nameOf(ThemeDataServiceError::Case errorCase) {
 }  // namespace
 
 ThemeDataServiceError::ThemeDataServiceError(Case errorCase, std::optional<Error> payload)
-    : EnumerationError("ThemeDataServiceError", nameOf(errorCase), std::move(payload)), case_(errorCase) {}
+    : EnumerationError(typeName, nameOf(errorCase), std::move(payload)), case_(errorCase) {}
 
 ThemeDataServiceError ThemeDataServiceError::map(const Error& error, CorvaneSDK::Logger* logger) {
-  if (logger) {
-    logger->log("VelloraService: ThemeDataServiceError: " + error.localizedDescription(),
-                CorvaneSDK::LogLevel::error);
-  }
-  if (const auto* own = error.as<ThemeDataServiceError>()) return *own;
-  return other(error);
+  return mappedError<ThemeDataServiceError>(error, typeName, logger);
 }
 
 }  // namespace vellora

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "vellora/Host/Logger.h"
+#include "vellora/Platform/Error.h"
+
+namespace vellora {
+
+/// `error` as an `E`: itself when it is one, else `E::other` carrying it. Logged first, under the name of the
+/// type, when there is a logger.
+template <class E>
+[[nodiscard]] E mappedError(const Error& error, std::string_view typeName, CorvaneSDK::Logger* logger) {
+  if (logger) {
+    logger->log(
+        std::string("VelloraService: ").append(typeName).append(": ").append(error.localizedDescription()),
+        CorvaneSDK::LogLevel::error);
+  }
+  if (const auto* own = error.as<E>()) return *own;
+  return E::other(error);
+}
+
+}  // namespace vellora
