@@ -1,6 +1,24 @@
 #include "apps/vellora/Keys.h"
 
+#include <algorithm>
+#include <string_view>
+
+#include "vellora/Platform/Utf8.h"
+
 namespace vellora::command {
+
+namespace {
+
+bool isText(std::string_view key) {
+  while (!key.empty()) {
+    const Utf8Character character = firstCharacter(key);
+    if (character.codePoint == Utf8Character::replacement && character.length == 1) return false;
+    key.remove_prefix(character.length);
+  }
+  return true;
+}
+
+}  // namespace
 
 std::vector<std::string> keysToLookUp(const Arguments& arguments, std::istream& input) {
   if (!arguments.readsKeys()) return arguments.keys;
@@ -10,6 +28,11 @@ std::vector<std::string> keysToLookUp(const Arguments& arguments, std::istream& 
     if (!line.empty()) keys.push_back(std::move(line));
   }
   return keys;
+}
+
+std::optional<std::string> keyThatIsNoText(const std::vector<std::string>& keys) {
+  const auto found = std::find_if_not(keys.begin(), keys.end(), isText);
+  return found == keys.end() ? std::nullopt : std::optional(*found);
 }
 
 }  // namespace vellora::command

@@ -37,6 +37,7 @@ ExitCode runCommand(const Arguments& arguments) {
   const auto keys = keysToLookUp(arguments, std::cin);
   // The C library's word: the stream takes a failure for the end.
   if (std::ferror(stdin) != 0) return complain({ExitCode::usage, "cannot read standard input"});
+  if (const auto key = keyThatIsNoText(keys)) return complain({ExitCode::usage, "not UTF-8: " + *key});
   const auto opened = Session::open(arguments);
   if (const auto* problem = std::get_if<Problem>(&opened)) return complain(*problem);
   const Session& session = *std::get<0>(opened);

@@ -25,5 +25,10 @@ TEST(KeysTest, ADashAloneTakesTheLinesOfStandardInput) {
   EXPECT_THAT(keysToLookUp(arguments, input), ElementsAre("Account", " Contact ", "Case"));
 }
 
+TEST(KeysTest, TheFirstKeyThatIsNotUtf8IsFound) {
+  EXPECT_EQ(keyThatIsNoText({"Account", "Köln \U0001F642 \uFFFD", ""}), std::nullopt);
+  EXPECT_EQ(keyThatIsNoText({"Account", "001\xff", "\xc3"}), "001\xff");
+}
+
 }  // namespace
 }  // namespace vellora::command

@@ -269,5 +269,12 @@ TEST_F(PresentationCommandTest, AFailedNameQueryStillAnswersAndCachesNothing) {
   EXPECT_EQ(server->requests().size(), 4U);
 }
 
+TEST_F(PresentationCommandTest, AKeyThatIsNotUtf8IsAUsageErrorBeforeAnythingIsAsked) {
+  const auto ended = run({"--json", "ids", "001\xff"});
+  EXPECT_EQ(ended.exitCode, 2);
+  EXPECT_EQ(ended.err, "vellora: not UTF-8: 001\uFFFD\n");
+  EXPECT_THAT(server->requests(), ElementsAre());
+}
+
 }  // namespace
 }  // namespace vellora::command
