@@ -86,7 +86,7 @@ class SchedulesTest : public tests::ServiceFixture {
 };
 
 TEST_F(SchedulesTest, EveryLookupIsAnsweredOnceWhateverTheTiming) {
-  for (unsigned seed = 0; seed < 4000; ++seed) {
+  for (unsigned seed = 0; seed < 2000; ++seed) {
     run(seed, false);
     ASSERT_EQ(started.size(), static_cast<std::size_t>(lookups)) << "seed " << seed;
     for (const auto& lookup : started) {
@@ -101,7 +101,7 @@ TEST_F(SchedulesTest, EveryLookupIsAnsweredOnceWhateverTheTiming) {
 
 TEST_F(SchedulesTest, WithFailuresANameLookupIsAnsweredOnceAndAnIdLookupAtMostOnceAndIsAlwaysOver) {
   const std::string over = "objectPresentationInfoForIdsOnceLoaded(_:completion:)";
-  for (unsigned seed = 0; seed < 4000; ++seed) {
+  for (unsigned seed = 0; seed < 2000; ++seed) {
     logger->clear();
     run(seed, true);
     std::size_t byId = 0;
