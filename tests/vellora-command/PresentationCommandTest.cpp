@@ -276,5 +276,16 @@ TEST_F(PresentationCommandTest, AKeyThatIsNotUtf8IsAUsageErrorBeforeAnythingIsAs
   EXPECT_THAT(server->requests(), ElementsAre());
 }
 
+TEST_F(PresentationCommandTest, StandardInputIsNotReadUnasked) {
+  options.input = "left alone\n";
+  for (const std::string command : {"ids 001", "names Account", "search-layouts Account", "status"}) {
+    const auto ended = ChildProcess::run("/bin/sh",
+                                         {"-c", VELLORA " --server " + server->url() + " --cache " +
+                                                    cacheFile + " " + command + " > /dev/null; cat"},
+                                         options);
+    EXPECT_EQ(ended.out, "left alone\n") << command;
+  }
+}
+
 }  // namespace
 }  // namespace vellora::command
