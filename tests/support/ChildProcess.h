@@ -31,6 +31,9 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
+  /// Its number until `wait` has returned.
+  [[nodiscard]] pid_t id() const { return process_; }
+
   void sendSignal(int signal) const;
 
   /// Waits for the end. Call it once.
