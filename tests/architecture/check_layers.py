@@ -28,6 +28,7 @@ MAY_INCLUDE = {
     "testkit": LIBRARY,
     "apps/records-server": {PLATFORM},
     "apps/vellora": LIBRARY | {"hostkit"},
+    "bench": LIBRARY | {"hostkit", "testkit", "apps/records-server"},
     "examples": LIBRARY | {"hostkit", "testkit"},
 }
 

@@ -1,0 +1,38 @@
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "bench/Rows.h"
+#include "bench/Suite.h"
+
+// usage: vellora-bench [--smoke] [Google Benchmark's flags]
+//
+// Prints the progress on standard error and the table on standard output. Ends with 0 when every goal is met,
+// with 1 when one isn't or something could not be measured; with --smoke, which measures too briefly to
+// judge, with 1 only for the latter.
+int main(int argc, char** argv) {
+  using namespace vellora::bench;
+  std::vector<std::string> given(argv + 1, argv + argc);
+  const bool isSmoke = std::erase(given, "--smoke") > 0;
+  // What is given comes last and so overrides these.
+  std::vector<std::string> flags{argv[0], "--benchmark_enable_random_interleaving=true",
+                                 isSmoke ? "--benchmark_repetitions=1" : "--benchmark_repetitions=15",
+                                 isSmoke ? "--benchmark_min_time=0.001" : "--benchmark_min_time=0.05"};
+  flags.insert(flags.end(), given.begin(), given.end());
+  std::vector<char*> pointers;
+  std::transform(flags.begin(), flags.end(), std::back_inserter(pointers),
+                 [](std::string& flag) { return flag.data(); });
+  int count = static_cast<int>(pointers.size());
+  benchmark::Initialize(&count, pointers.data());
+  if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 2;
+
+  Suite suite;
+  addDecodingOfTheObjectList(suite);
+
+  const Table table = suite.run();
+  table.print(std::cout);
+  return isSmoke ? (table.isMeasured() ? 0 : 1) : (table.isMet() ? 0 : 1);
+}
