@@ -5,6 +5,7 @@
 #include <string>
 
 #include "apps/records-server/RecordsServer.h"
+#include "tests/records-server/RecordsServerFixture.h"
 #include "tests/support/HttpClient.h"
 
 namespace vellora::recordsserver {
@@ -13,21 +14,6 @@ namespace {
 using namespace std::chrono_literals;
 using test::HttpClient;
 using test::httpGet;
-
-const std::string themes = "/services/data/v50.0/theme";
-const std::string objects = "/services/data/v50.0/sobjects";
-const std::string accountLayout = "/services/data/v50.0/search/layout?q=Account";
-
-std::unique_ptr<RecordsServer> started(RecordsServer::Options options = {}) {
-  auto server = RecordsServer::start(DataSet::builtIn(), std::move(options));
-  if (server) return std::move(server).value();
-  ADD_FAILURE() << server.error().localizedDescription();
-  return nullptr;
-}
-
-std::string themeBody() {
-  return std::string(DataSet::builtIn().themeList().view());
-}
 
 TEST(RecordsServerFaultTest, DelaysAnAnswer) {
   const auto server = started();

@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/records-server/RecordsServerFixture.h"
 #include "tests/support/HttpClient.h"
 
 namespace vellora::recordsserver {
@@ -18,22 +19,6 @@ namespace {
 using namespace std::chrono_literals;
 using test::HttpClient;
 using test::httpGet;
-
-const std::string themes = "/services/data/v50.0/theme";
-const std::string objects = "/services/data/v50.0/sobjects";
-const std::string accountLayout = "/services/data/v50.0/search/layout?q=Account";
-
-std::unique_ptr<RecordsServer> started(RecordsServer::Options options = {},
-                                       DataSet data = DataSet::builtIn()) {
-  auto server = RecordsServer::start(std::move(data), std::move(options));
-  if (server) return std::move(server).value();
-  ADD_FAILURE() << server.error().localizedDescription();
-  return nullptr;
-}
-
-std::string themeBody() {
-  return std::string(DataSet::builtIn().themeList().view());
-}
 
 TEST(RecordsServerTest, TellsItsAddress) {
   const auto server = started();
