@@ -130,9 +130,10 @@ std::optional<Error> createFresh(const std::string& path, Milliseconds busyTimeo
 
   const int code = writeSchema(made, busyTimeout);
   const int number = code == SQLITE_OK ? putInPlace(made, path) : 0;
+  // Whether it went well or not: closing may have had to leave a log, which nothing was written to.
+  for (const auto suffix : companions) unlink((made + std::string(suffix)).c_str());
   if (code == SQLITE_OK && number == 0) return std::nullopt;
   unlink(made.c_str());
-  for (const auto suffix : companions) unlink((made + std::string(suffix)).c_str());
   if (code != SQLITE_OK) return databaseError(path, code);
   return unwritable(path, number);
 }

@@ -1,5 +1,7 @@
 #include "hostkit/SQLiteSchema.h"
 
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <array>
 #include <string>
@@ -48,16 +50,28 @@ bool holdsOurStatements(SQLiteDatabase& database) {
   return texts == expectedTexts();
 }
 
+/// Has changes written to a log from now on. SQLite may keep its old way, and say no more than that.
+void useLog(SQLiteDatabase& database) {
+  SQLiteStatement mode = database.statement("PRAGMA journal_mode = WAL");
+  const bool logs = mode.step() && mode.bytes(0) == "wal";
+  if (!logs) database.note(SQLITE_BUSY);
+}
+
 }  // namespace
 
 void create(SQLiteDatabase& database) {
   database.run("PRAGMA synchronous = FULL");
-  database.run("PRAGMA journal_mode = WAL");
-  SQLiteTransaction transaction(database, SQLiteTransaction::Kind::writing);
-  database.run("PRAGMA application_id = 1447842369");
-  database.run("PRAGMA user_version = 1");
-  for (const auto& statement : statements) database.run(statement);
-  transaction.commit();
+  // Straight into the file: from a log it would be moved there only on closing, which cannot tell of
+  // failures.
+  database.run("PRAGMA journal_mode = MEMORY");
+  {
+    SQLiteTransaction transaction(database, SQLiteTransaction::Kind::writing);
+    database.run("PRAGMA application_id = 1447842369");
+    database.run("PRAGMA user_version = 1");
+    for (const auto& statement : statements) database.run(statement);
+    transaction.commit();
+  }
+  useLog(database);
 }
 
 State check(SQLiteDatabase& database) {
