@@ -25,7 +25,8 @@ class SQLiteStore;
 ///
 /// Every blob and row bears a checksum: a damaged one is not there. A file that is damaged as a whole is
 /// renamed to NAME.damaged-1 (or the next free number) and a fresh one begun, at `open` or when the damage is
-/// met. A file that never was one of ours is refused and left as it is.
+/// met; where that fails, each further call tries again. A file that never was one of ours is refused and
+/// left as it is.
 ///
 /// A loss of power may lose the last writes, never mix them. What is deleted is overwritten in the file.
 ///

@@ -231,10 +231,10 @@ Result<Connection> open(const std::string& path, Milliseconds busyTimeout) {
 }
 
 Result<Connection> replace(Connection damaged, const std::string& path, Milliseconds busyTimeout) {
+  damaged->leaveUntouchedOnClose();
   const FolderLock lock(std::filesystem::path(path).parent_path().string());
   if (!lock.held()) return folderInUse(path);
   const bool stillThere = !damaged->moved();
-  damaged->leaveUntouchedOnClose();
   damaged.reset();
 
   Attempt outcome = attempt(path, busyTimeout);

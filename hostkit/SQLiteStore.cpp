@@ -15,7 +15,9 @@ SQLiteStore::SQLiteStore(std::shared_ptr<SQLiteDatabase> database, std::string p
 
 bool SQLiteStore::perform(const std::function<void(SQLiteDatabase&)>& operation) {
   const std::lock_guard lock(mutex_);
-  for (int round = 0; round < 2 && database_; ++round) {
+  for (int round = 0; round < 2; ++round) {
+    if (!database_) openAgain();
+    if (!database_) return false;
     database_->clearFailure();
     operation(*database_);
     if (!database_->failed()) return true;
@@ -28,6 +30,11 @@ bool SQLiteStore::perform(const std::function<void(SQLiteDatabase&)>& operation)
 void SQLiteStore::replaceDamagedFile() {
   auto replaced = sqliteCacheFile::replace(std::move(database_), path_, busyTimeout_);
   database_ = replaced ? std::move(replaced).value() : nullptr;
+}
+
+void SQLiteStore::openAgain() {
+  auto opened = sqliteCacheFile::open(path_, busyTimeout_);
+  if (opened) database_ = std::move(opened).value();
 }
 
 }  // namespace vellora::hostkit

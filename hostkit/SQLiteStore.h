@@ -16,7 +16,8 @@ namespace vellora::hostkit {
 /// Ownership: shared by the cache and its tables; the connection closes with the last of them.
 /// Threads: synchronises itself: one operation at a time.
 /// Errors: an operation that fails leaves the file as it was before it. One that finds the file damaged has
-/// it set aside, and is run once more on the fresh file.
+/// it set aside, and is run once more on the fresh file. Where no fresh file can be had, each further
+/// operation tries to open one before it fails.
 class SQLiteStore {
  public:
   SQLiteStore(std::shared_ptr<SQLiteDatabase> database, std::string path,
@@ -31,13 +32,14 @@ class SQLiteStore {
 
  private:
   void replaceDamagedFile();
+  void openAgain();
 
   const std::string path_;
   const std::chrono::milliseconds busyTimeout_;
   const std::function<Date()> clock_;
 
   std::mutex mutex_;                          // guards what follows
-  std::shared_ptr<SQLiteDatabase> database_;  // null when a damaged file could not be replaced
+  std::shared_ptr<SQLiteDatabase> database_;  // null while a damaged file cannot be replaced
 };
 
 }  // namespace vellora::hostkit

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -33,7 +33,6 @@ using CorvaneSDK::Row;
 using CorvaneSDK::Table;
 using Fault = FaultyFiles::Fault;
 using Lasting = FaultyFiles::Lasting;
-using testing::ElementsAre;
 
 using Value = std::optional<std::string>;
 
@@ -50,6 +49,14 @@ class Ledger {
 
  private:
   std::map<std::string, Value> values_;
+};
+
+/// What is at the path when the cache is opened.
+enum class Start {
+  nothing,
+  soundFile,
+  damagedFile,  ///< of ours, but its beginning gone: seen when it is opened
+  damagedPage,  ///< in a page of rows: seen when these are read or written
 };
 
 /// One cache file that is opened, read, written and closed while one of its file layer's calls fails: each of
@@ -128,6 +135,15 @@ class SQLiteCacheFaultTest : public testing::Test {
     }
   }
 
+  /// The same where a damaged file may have taken some of it away.
+  void expectAllThere(SQLiteCache& cache, Start start) const {
+    if (start == Start::nothing || start == Start::soundFile) {
+      expectAllRight(cache);
+    } else {
+      expectNothingWrong(cache);
+    }
+  }
+
   static Value loadBlob(SQLiteCache& cache, const std::string& name) {
     const auto blob = cache.load(name);
     return blob ? Value(blob->view()) : std::nullopt;
@@ -166,53 +182,63 @@ class SQLiteCacheFaultTest : public testing::Test {
     return nullptr;
   }
 
+  void damage(Start start) const {
+    std::string bytes = fileBytes(path);
+    const std::size_t at = start == Start::damagedFile ? 0 : bytes.find("old kept") / 4096 * 4096;
+    writeFile(path, bytes.replace(at, 16, std::string(16, '\xff')));
+  }
+
   /// Uses the cache with call number `call` failing; true when there was such a call.
-  bool survives(std::int64_t call, Fault fault, Lasting lasting, bool fresh) {
+  bool survives(std::int64_t call, Fault fault, Lasting lasting, Start start) {
     ledger = {};
-    if (!fresh) fill();
+    if (start != Start::nothing) fill();
+    const bool sound = start == Start::nothing || start == Start::soundFile;
+    if (!sound) damage(start);
     FaultyFiles files;
     files.failAt(call, fault, lasting);
     std::shared_ptr<SQLiteCache> cache = openOrNone();
     if (cache) use(*cache);
     const bool failed = files.hasFailed();
-    if (lasting == Lasting::fromThenOn) {
+    if (lasting == Lasting::fromThenOn && sound) {
       files.heal();
       expectSoundWhereTheProcessEnds();
       files.failAt(1, fault, lasting);
     }
     if (call % 2 == 0) cache.reset();  // closes it with the fault, else without
     files.heal();
-    expectUsableAfterwards(std::move(cache));
+    expectUsableAfterwards(std::move(cache), start);
     return failed;
   }
 
-  void expectUsableAfterwards(std::shared_ptr<SQLiteCache> cache) {
+  void expectUsableAfterwards(std::shared_ptr<SQLiteCache> cache, Start start) {
     if (!cache) {
       const auto opened = open(path);
       ASSERT_TRUE(opened.hasValue()) << opened.error().localizedDescription();
       cache = opened.value();
     }
-    expectAllRight(*cache);
+    expectAllThere(*cache, start);
     save(*cache, "kept", "afterwards");
-    EXPECT_EQ(ledger.at("blob kept"), "afterwards");
+    EXPECT_EQ(loadBlob(*cache, "kept"), "afterwards");
     cache.reset();
     cache = open(path).value();
-    expectAllRight(*cache);
+    expectAllThere(*cache, start);
+    EXPECT_EQ(loadBlob(*cache, "kept"), "afterwards");
     cache.reset();
-    EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
-    for (const auto& name : fileNames(folder.path())) std::filesystem::remove(folder.path() / name);
+    for (const auto& name : fileNames(folder.path())) {
+      EXPECT_TRUE(name == "cache.db" || name.starts_with("cache.db.damaged-")) << name;
+      std::filesystem::remove(folder.path() / name);
+    }
   }
 
-  /// Fails each call in turn, on a fresh file and on one that is there.
-  void failEachCall(Fault fault, Lasting lasting) {
-    for (const bool fresh : {true, false}) {
-      std::int64_t call = 1;
-      for (bool more = true; more && !HasFailure(); ++call) {
-        SCOPED_TRACE("call " + std::to_string(call) + (fresh ? ", fresh" : ""));
-        more = survives(call, fault, lasting, fresh);
-      }
-      EXPECT_GT(call, 10);
+  /// Fails each call in turn.
+  void failEachCall(Start start, Fault fault, Lasting lasting) {
+    std::int64_t call = 0;
+    while (!HasFailure()) {
+      SCOPED_TRACE("call " + std::to_string(++call));
+      if (!survives(call, fault, lasting, start)) break;
     }
+    EXPECT_GT(call, 5);
+    RecordProperty("calls", std::to_string(call - 1));
   }
 
   TemporaryFolder folder;
@@ -221,24 +247,48 @@ class SQLiteCacheFaultTest : public testing::Test {
   Ledger ledger;
 };
 
-TEST_F(SQLiteCacheFaultTest, NoCallThatFindsTheDiskFullLosesOrMixesAnything) {
-  failEachCall(Fault::full, Lasting::once);
+struct Attack {
+  Fault fault;
+  Lasting lasting;
+};
+
+/// Tests of every kind of fault.
+class SQLiteCacheEachFaultTest : public SQLiteCacheFaultTest, public testing::WithParamInterface<Attack> {
+ protected:
+  void failEachCall(Start start) {
+    SQLiteCacheFaultTest::failEachCall(start, GetParam().fault, GetParam().lasting);
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(, SQLiteCacheEachFaultTest,
+                         testing::Values(Attack{Fault::full, Lasting::once},
+                                         Attack{Fault::full, Lasting::fromThenOn},
+                                         Attack{Fault::error, Lasting::once},
+                                         Attack{Fault::error, Lasting::fromThenOn}),
+                         [](const auto& attack) {
+                           const bool full = attack.param.fault == Fault::full;
+                           const bool once = attack.param.lasting == Lasting::once;
+                           return std::string(full ? "Full" : "Broken") + (once ? "Once" : "FromThenOn");
+                         });
+
+TEST_P(SQLiteCacheEachFaultTest, LeavesAFreshFileUsableOrNone) {
+  failEachCall(Start::nothing);
 }
 
-TEST_F(SQLiteCacheFaultTest, ADiskThatStaysFullLosesAndMixesNothing) {
-  failEachCall(Fault::full, Lasting::fromThenOn);
+TEST_P(SQLiteCacheEachFaultTest, LosesAndMixesNothingInAFileThatIsThere) {
+  failEachCall(Start::soundFile);
 }
 
-TEST_F(SQLiteCacheFaultTest, NoCallThatTheDiskFailsLosesOrMixesAnything) {
-  failEachCall(Fault::error, Lasting::once);
+TEST_P(SQLiteCacheEachFaultTest, KeepsADamagedFileFromBeingReplacedForAWhileAtMost) {
+  failEachCall(Start::damagedFile);
 }
 
-TEST_F(SQLiteCacheFaultTest, ADiskThatGoesAwayLosesAndMixesNothing) {
-  failEachCall(Fault::error, Lasting::fromThenOn);
+TEST_P(SQLiteCacheEachFaultTest, KeepsAFileFoundDamagedLaterFromBeingReplacedForAWhileAtMost) {
+  failEachCall(Start::damagedPage);
 }
 
-TEST_F(SQLiteCacheFaultTest, NoLockThatAnotherProcessHoldsLosesOrMixesAnything) {
-  failEachCall(Fault::busy, Lasting::once);
+TEST_F(SQLiteCacheFaultTest, NoLockOfAnotherProcessLosesOrMixesAnything) {
+  failEachCall(Start::soundFile, Fault::busy, Lasting::once);
 }
 
 }  // namespace
