@@ -10,7 +10,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -101,12 +100,10 @@ int setAside(const std::string& path) {
   return 0;
 }
 
-/// Puts the complete file `made` where `path` is. Does not replace anything but a file without bytes.
+/// Puts the complete file `made` where `path` is; it may keep its first name, too. Does not replace anything
+/// but a file without bytes.
 int putInPlace(const std::string& made, const std::string& path) {
-  if (link(made.c_str(), path.c_str()) == 0) {
-    unlink(made.c_str());
-    return 0;
-  }
+  if (link(made.c_str(), path.c_str()) == 0) return 0;
   const bool noLinksHere = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;
   const bool replaceable = noLinksHere ? !exists(path) : kindOfFile(path) == SQLiteFileKind::empty;
   if (!replaceable) return EEXIST;
@@ -121,21 +118,26 @@ int writeSchema(const std::string& path, Milliseconds busyTimeout) {
   return database->failure();
 }
 
+void removeWithCompanions(const std::string& path) {
+  for (const auto suffix : companions) unlink((path + std::string(suffix)).c_str());
+  unlink(path.c_str());
+}
+
+/// The caller holds the folder's lock, so what has the name of the file in the making was left by a process
+/// that was killed.
 std::optional<Error> createFresh(const std::string& path, Milliseconds busyTimeout) {
-  std::string made = path + ".new-XXXXXX";
-  const int descriptor = mkostemp(made.data(), O_CLOEXEC);
+  const std::string made = path + ".new";
+  removeWithCompanions(made);
+  const int descriptor = ::open(made.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
   if (descriptor < 0) return unwritable(path, errno);
-  fchmod(descriptor, 0600);
   close(descriptor);
 
   const int code = writeSchema(made, busyTimeout);
   const int number = code == SQLITE_OK ? putInPlace(made, path) : 0;
-  // Whether it went well or not: closing may have had to leave a log, which nothing was written to.
-  for (const auto suffix : companions) unlink((made + std::string(suffix)).c_str());
-  if (code == SQLITE_OK && number == 0) return std::nullopt;
-  unlink(made.c_str());
+  removeWithCompanions(made);
   if (code != SQLITE_OK) return databaseError(path, code);
-  return unwritable(path, number);
+  if (number != 0) return unwritable(path, number);
+  return std::nullopt;
 }
 
 /// What came of an attempt: a connection, an error, or (neither) the finding that the file must be made anew.
