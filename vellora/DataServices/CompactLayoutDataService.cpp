@@ -33,7 +33,7 @@ struct CompactLayoutDataService::Download {
 namespace {
 
 std::string cacheKey(const std::string& objectType) {
-  return "OPS_CompactLayout_" + objectType;
+  return std::string(CompactLayoutDataService::Constants::keyPrefix) + objectType;
 }
 
 std::optional<NetRequest> requestFor(std::string_view endpoint, std::string queryText) {

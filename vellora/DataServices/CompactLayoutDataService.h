@@ -38,6 +38,7 @@ namespace vellora {
 class CompactLayoutDataService : public std::enable_shared_from_this<CompactLayoutDataService> {
  public:
   struct Constants {
+    static constexpr std::string_view keyPrefix = "OPS_CompactLayout_";
     static constexpr std::string_view queryApiVersion = "v53.0";
   };
 

@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/SObjectsDataService.h"
 
 namespace vellora {
@@ -31,7 +32,7 @@ Meta metaOf(CacheEntryType type, std::string_view key, const std::string& value)
 SObjectsCache::SObjectsCache(std::shared_ptr<CorvaneSDK::Cache> cache,
                              std::shared_ptr<CorvaneSDK::Logger> logger, double cacheTimeout)
     : table_(std::move(cache), std::move(logger), cacheTimeout,
-             {"OPS_SObjectsCacheTable", "ops.sobject.fetch.timestamp",
+             {"OPS_SObjectsCacheTable", std::string(sObjectsFetchTimeKey),
               std::string(rawValue(CacheEntryType::sObjects))}) {}
 
 std::optional<std::vector<SObject>> SObjectsCache::cachedSObjects() const {

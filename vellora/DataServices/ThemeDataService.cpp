@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Models/ThemeResponse.h"
@@ -40,7 +41,7 @@ ThemeDataService::ThemeDataService(RequiredAPI api, double cacheTimeout)
       logger_(std::move(api.logger)),
       table_(std::make_unique<const TimestampedTable>(
           std::move(api.cache), logger_, cacheTimeout,
-          TimestampedTable::Names{"OPS_ThemesCacheTable", "ops.theme.fetch.timestamp",
+          TimestampedTable::Names{"OPS_ThemesCacheTable", std::string(themesFetchTimeKey),
                                   std::string(listKind)})),
       queue_(std::make_shared<SerialDispatchQueue>("ThemeDataService.queue", DispatchQoS::userInitiated)) {}
 

@@ -1,11 +1,9 @@
 #include "vellora/DataServices/TimestampedTable.h"
 
-#include <array>
-#include <bit>
 #include <cmath>
-#include <cstdint>
 #include <vector>
 
+#include "vellora/DataServices/FetchTime.h"
 #include "vellora/Platform/Date.h"
 #include "vellora/Platform/Description.h"
 
@@ -37,27 +35,6 @@ std::shared_ptr<CacheTable> openOrCreate(CorvaneSDK::Cache& cache, const std::st
   return std::make_shared<NoTable>();
 }
 
-// The blob is the number's eight bytes as they lie in the memory of a little-endian machine.
-Data bytesOf(double seconds) {
-  const auto bits = std::bit_cast<std::uint64_t>(seconds);
-  std::array<unsigned char, sizeof bits> bytes{};
-  for (std::size_t index = 0; index < bytes.size(); ++index) {
-    bytes[index] = static_cast<unsigned char>(bits >> (8 * index));
-  }
-  return {bytes.data(), bytes.size()};
-}
-
-// An empty blob is the beginning of 1970; one that ends within the number says nothing.
-std::optional<double> secondsIn(const Data& blob) {
-  if (blob.empty()) return 0;
-  std::uint64_t bits = 0;
-  if (blob.size() < sizeof bits) return std::nullopt;
-  for (std::size_t index = 0; index < sizeof bits; ++index) {
-    bits |= std::uint64_t{static_cast<unsigned char>(blob.data()[index])} << (8 * index);
-  }
-  return std::bit_cast<double>(bits);
-}
-
 }  // namespace
 
 TimestampedTable::TimestampedTable(std::shared_ptr<CorvaneSDK::Cache> cache,
@@ -80,7 +57,7 @@ bool TimestampedTable::isCacheEmpty() const {
 
 bool TimestampedTable::cacheNeedsToBeRefreshed() const {
   const auto blob = cache_->load(names_.timeStampKey);
-  const auto stored = blob ? secondsIn(*blob) : std::nullopt;
+  const auto stored = blob ? secondsInFetchTimeStamp(*blob) : std::nullopt;
   if (!stored) return true;
   // A time stamp far in the future is as wrong as an old one. One that is no number compares false: never
   // stale.
@@ -88,7 +65,7 @@ bool TimestampedTable::cacheNeedsToBeRefreshed() const {
 }
 
 void TimestampedTable::saveFetchTimeStamp() const {
-  cache_->save(bytesOf(now().secondsSince1970()), names_.timeStampKey);
+  cache_->save(fetchTimeStamp(now().secondsSince1970()), names_.timeStampKey);
 }
 
 void TimestampedTable::enforceCacheCount(std::string_view kind) const {

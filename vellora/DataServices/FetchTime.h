@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Date.h"
+
+namespace vellora {
+
+/// The blobs that hold the moment at which a list was last fetched.
+inline constexpr std::string_view sObjectsFetchTimeKey = "ops.sobject.fetch.timestamp";
+inline constexpr std::string_view themesFetchTimeKey = "ops.theme.fetch.timestamp";
+
+/// A fetch time stamp: the seconds since 1970 as the eight bytes of a double, as they lie in the memory of a
+/// little-endian machine.
+[[nodiscard]] Data fetchTimeStamp(double secondsSince1970);
+
+/// The seconds in a fetch time stamp. An empty one is the beginning of 1970; one that ends within the number
+/// says nothing.
+[[nodiscard]] std::optional<double> secondsInFetchTimeStamp(const Data& blob);
+
+/// When the content of the cache blob `blob` under `key` was fetched; absent for a blob that doesn't tell,
+/// and for one that no data service reads.
+///
+/// A time stamp speaks for the list in a table, a layout's blob for itself.
+[[nodiscard]] std::optional<Date> fetchTime(std::string_view key, const Data& blob);
+
+/// `blob` as it would be if its content had been fetched at `time`; absent where `fetchTime` is.
+[[nodiscard]] std::optional<Data> withFetchTime(std::string_view key, const Data& blob, Date time);
+
+}  // namespace vellora
