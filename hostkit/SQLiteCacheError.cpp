@@ -22,6 +22,10 @@ Words wordsFor(SQLiteCacheError::Reason reason) {
               "Update this program, or choose another path."};
     case Reason::locked:
       return {"is locked by another process", "Try again when that process is done, or choose another path."};
+    case Reason::absent:
+      return {"does not exist", "Choose the path of a cache that has been used."};
+    case Reason::damaged:
+      return {"is damaged", "The next program that uses it sets it aside and begins a new one."};
     case Reason::failed:
       break;
   }

@@ -11,6 +11,8 @@ struct SQLiteCacheError {
     foreignFile,   ///< something else has that name, and never was a cache of ours
     newerVersion,  ///< a newer version of the library wrote it
     locked,        ///< another process keeps it locked
+    absent,        ///< there is no such file, and none was to be created
+    damaged,       ///< it is a cache of ours, but not whole, and was not to be replaced
     failed,        ///< the database reports another failure
   };
 

@@ -38,13 +38,6 @@ Error unwritable(const std::string& path, int number) {
   return SQLiteCacheError{Reason::unwritable, path, systemMessage(number)};
 }
 
-Error databaseError(const std::string& path, int code) {
-  const int primary = code & 0xff;
-  const bool denied = primary == SQLITE_CANTOPEN || primary == SQLITE_READONLY || primary == SQLITE_PERM;
-  const Reason reason = meansLocked(code) ? Reason::locked : denied ? Reason::unwritable : Reason::failed;
-  return SQLiteCacheError{reason, path, sqlite3_errstr(code)};
-}
-
 bool exists(const std::string& path) {
   struct stat status {};
   return lstat(path.c_str(), &status) == 0;
@@ -135,7 +128,7 @@ std::optional<Error> createFresh(const std::string& path, Milliseconds busyTimeo
   const int code = writeSchema(made, busyTimeout);
   const int number = code == SQLITE_OK ? putInPlace(made, path) : 0;
   removeWithCompanions(made);
-  if (code != SQLITE_OK) return databaseError(path, code);
+  if (code != SQLITE_OK) return errorFor(path, code);
   if (number != 0) return unwritable(path, number);
   return std::nullopt;
 }
@@ -150,7 +143,7 @@ Attempt openExisting(const std::string& path, Milliseconds busyTimeout) {
   auto [database, code] = SQLiteDatabase::open(path, busyTimeout);
   if (database == nullptr) {
     if (meansDamage(code)) return {};
-    return {nullptr, databaseError(path, code)};
+    return {nullptr, errorFor(path, code)};
   }
   const auto state = sqliteSchema::check(*database);
   if (state == sqliteSchema::State::sound) {
@@ -159,7 +152,7 @@ Attempt openExisting(const std::string& path, Milliseconds busyTimeout) {
   }
   database->leaveUntouchedOnClose();
   if (state == sqliteSchema::State::newer) return {nullptr, SQLiteCacheError{Reason::newerVersion, path, ""}};
-  if (state == sqliteSchema::State::unreadable) return {nullptr, databaseError(path, database->failure())};
+  if (state == sqliteSchema::State::unreadable) return {nullptr, errorFor(path, database->failure())};
   return {};
 }
 
@@ -209,6 +202,16 @@ Error folderInUse(const std::string& path) {
 }
 
 }  // namespace
+
+Error errorFor(const std::string& path, int code) {
+  const int primary = code & 0xff;
+  const bool denied = primary == SQLITE_CANTOPEN || primary == SQLITE_READONLY || primary == SQLITE_PERM;
+  const Reason reason = meansLocked(code)   ? Reason::locked
+                        : denied            ? Reason::unwritable
+                        : meansDamage(code) ? Reason::damaged
+                                            : Reason::failed;
+  return SQLiteCacheError{reason, path, sqlite3_errstr(code)};
+}
 
 std::string resolvedPath(const std::string& path) {
   if (!isName(path)) return path;

@@ -29,6 +29,9 @@ namespace sqliteCacheFile {
 /// it, and a later change of the working folder nothing.
 [[nodiscard]] std::string resolvedPath(const std::string& path);
 
+/// The error for SQLite's result code `code`.
+[[nodiscard]] Error errorFor(const std::string& path, int code);
+
 /// Opens the cache at the resolved `path`, creating or replacing what must be.
 [[nodiscard]] Result<std::shared_ptr<SQLiteDatabase>> open(const std::string& path,
                                                            std::chrono::milliseconds busyTimeout);

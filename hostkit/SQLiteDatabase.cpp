@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <filesystem>
 #include <utility>
 
 namespace vellora::hostkit {
@@ -41,6 +42,43 @@ SQLiteDatabase::Opened SQLiteDatabase::open(const std::string& path, std::chrono
   sqlite3_busy_timeout(handle, static_cast<int>(busyTimeout.count()));
   // SQLite falls back to reading when it may not write.
   if (sqlite3_db_readonly(handle, "main") == 1) return {nullptr, SQLITE_READONLY};
+  database->distrustContent();
+  return {std::move(database), SQLITE_OK};
+}
+
+SQLiteDatabase::Opened SQLiteDatabase::openForReading(const std::string& path,
+                                                      std::chrono::milliseconds busyTimeout) {
+  const bool hasLog = std::filesystem::exists(path + "-wal");
+  auto opened = open(path, busyTimeout);
+  if (opened.database == nullptr && opened.code == SQLITE_READONLY && !hasLog) opened = openUnchanging(path);
+  if (opened.database == nullptr) return opened;
+  opened.database->run("PRAGMA query_only = ON");
+  // Closing would move what stands in the log into the file. Without a log it only tidies up.
+  if (hasLog) opened.database->leaveUntouchedOnClose();
+  return opened;
+}
+
+/// Opens a file that nobody can be writing to, without the companions that SQLite could not create.
+SQLiteDatabase::Opened SQLiteDatabase::openUnchanging(const std::string& path) {
+  std::string address = "file:";
+  for (const char next : path) {
+    if (next == '%' || next == '?' || next == '#') {
+      constexpr std::string_view digits = "0123456789ABCDEF";
+      const auto byte = static_cast<unsigned char>(next);
+      address.append({'%', digits[byte >> 4U], digits[byte & 15U]});
+    } else {
+      address += next;
+    }
+  }
+  sqlite3* handle = nullptr;
+  const int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
+                    SQLITE_OPEN_EXRESCODE;
+  const int code = sqlite3_open_v2((address + "?immutable=1").c_str(), &handle, flags, nullptr);
+  if (code != SQLITE_OK) {
+    sqlite3_close(handle);
+    return {nullptr, code};
+  }
+  std::unique_ptr<SQLiteDatabase> database(new SQLiteDatabase(handle));
   database->distrustContent();
   return {std::move(database), SQLITE_OK};
 }

@@ -29,6 +29,10 @@ class SQLiteDatabase {
   /// as `busyTimeout`.
   [[nodiscard]] static Opened open(const std::string& path, std::chrono::milliseconds busyTimeout);
 
+  /// Opens the existing file `path` so that no call can change it or its log; what SQLite needs beside it is
+  /// gone again after closing. A file in a folder that nobody may write to can be read too.
+  [[nodiscard]] static Opened openForReading(const std::string& path, std::chrono::milliseconds busyTimeout);
+
   ~SQLiteDatabase();
   SQLiteDatabase(const SQLiteDatabase&) = delete;
   SQLiteDatabase& operator=(const SQLiteDatabase&) = delete;
@@ -60,6 +64,8 @@ class SQLiteDatabase {
 
  private:
   explicit SQLiteDatabase(sqlite3* handle) : handle_(handle) {}
+
+  [[nodiscard]] static Opened openUnchanging(const std::string& path);
 
   void distrustContent();
 

@@ -185,6 +185,25 @@ std::vector<Header> readHeaders(SQLiteDatabase& database, const std::string& tab
   return headers;
 }
 
+std::vector<Kept> readAll(SQLiteDatabase& database, const std::string& tableKey) {
+  std::vector<Kept> rows;
+  SQLiteStatement all = database.statement(
+      "SELECT sequence, data_key, written, checksum, meta, data FROM vellora_row NOT INDEXED"
+      " WHERE table_name = ? ORDER BY sequence");
+  all.bind(tableKey);
+  while (all.step()) {
+    Kept kept{{decodedMeta(all.bytes(4)).value_or(Meta()), std::string(all.bytes(1))},
+              Date::sinceReferenceDate(all.real(2)),
+              std::nullopt};
+    if (const auto sound = verifiedRow(all, tableKey)) {
+      kept.data = sound->data;
+      kept.found = indexHolds(database, tableKey, sound->sequence, sound->row.meta);
+    }
+    rows.push_back(std::move(kept));
+  }
+  return rows;
+}
+
 void write(SQLiteDatabase& database, const std::string& tableKey, const CorvaneSDK::Row& row,
            const Data& data, Date written) {
   if (const auto earlier = sequenceOf(database, tableKey, row.dataKey)) remove(database, *earlier);
@@ -226,6 +245,13 @@ void removeOutside(SQLiteDatabase& database, const std::string& tableKey, const 
     while (found.step()) sequences.push_back(found.integer(0));
   }
   for (const std::int64_t sequence : sequences) remove(database, sequence);
+}
+
+std::vector<std::string> tableKeys(SQLiteDatabase& database) {
+  std::vector<std::string> keys;
+  SQLiteStatement tables = database.statement("SELECT name FROM vellora_table ORDER BY name");
+  while (tables.step()) keys.emplace_back(tables.bytes(0));
+  return keys;
 }
 
 std::optional<MaxAge> maxAgeOfTable(SQLiteDatabase& database, const std::string& tableKey) {

@@ -32,6 +32,17 @@ struct Header {
 [[nodiscard]] std::vector<Header> readHeaders(SQLiteDatabase& database, const std::string& tableKey,
                                               const CorvaneSDK::Meta* pairs);
 
+/// A row as the table holds it.
+struct Kept {
+  CorvaneSDK::Row row;  ///< without meta when that cannot be read
+  Date written;
+  std::optional<Data> data;  ///< absent when the row is damaged
+  bool found = true;         ///< false when the index lacks some of its meta pairs, so that queries miss it
+};
+
+/// Every row of the table in the order of writing, old and damaged ones included.
+[[nodiscard]] std::vector<Kept> readAll(SQLiteDatabase& database, const std::string& tableKey);
+
 /// Stores a row in place of the one that has its data key, and as the newest. Its sequence is given here.
 void write(SQLiteDatabase& database, const std::string& tableKey, const CorvaneSDK::Row& row,
            const Data& data, Date written);
@@ -40,6 +51,9 @@ void remove(SQLiteDatabase& database, std::int64_t sequence);
 
 /// Deletes the rows of the table whose date `live` does not contain.
 void removeOutside(SQLiteDatabase& database, const std::string& tableKey, const LiveSpan& live);
+
+/// The keys under which tables are recorded, in their order; those with a damaged record included.
+[[nodiscard]] std::vector<std::string> tableKeys(SQLiteDatabase& database);
 
 /// The maximum age that the table was created with; absent when there is no such table, or its record is
 /// damaged.
