@@ -1,152 +1,92 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <map>
-#include <memory>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
-#include "hostkit/SQLiteCache.h"
-#include "tests/hostkit/ManualClock.h"
+#include "tests/hostkit/DamagedCacheTest.h"
 #include "tests/hostkit/SQLiteFiles.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/LongForm.h"
 #include "vellora/Host/CacheTable.h"
 
 namespace vellora::hostkit::tests {
 namespace {
 
-using vellora::tests::TemporaryFolder;
+using vellora::tests::longForm;
 
-using CorvaneSDK::CacheTable;
-using CorvaneSDK::Meta;
-using CorvaneSDK::metaEquals;
 using CorvaneSDK::Query;
 using CorvaneSDK::Row;
-using CorvaneSDK::Table;
 using testing::ElementsAre;
 
 constexpr std::size_t pageSize = 4096;
 
-/// A small cache file in every kind of damage. Whatever is damaged, an answer is the right one or none.
-class SQLiteCacheDamageTest : public testing::Test {
+/// A cache file that is damaged while nobody has it open.
+class SQLiteCacheDamageTest : public DamagedCacheTest {
  protected:
-  SQLiteCacheDamageTest() {
-    fill(*open().value());
-    sound = fileBytes(path);
+  /// The bytes to change in the short form: all but those that merely repeat the one before them, and a
+  /// sample of these.
+  [[nodiscard]] std::vector<std::size_t> tellingBytes() const {
+    std::vector<std::size_t> offsets;
+    for (std::size_t offset = 0; offset < sound.size(); ++offset) {
+      if (offset % 61 == 0 || sound[offset] != sound[offset - 1]) offsets.push_back(offset);
+    }
+    return offsets;
   }
 
-  [[nodiscard]] Result<std::shared_ptr<SQLiteCache>> open() const {
-    SQLiteCache::Options options;
-    options.clock = clock.function();
-    options.busyTimeout = std::chrono::milliseconds(1);
-    return SQLiteCache::open(path, options);
+  void expectNoWrongAnswerWith(std::size_t offset, int change) {
+    SCOPED_TRACE("byte " + std::to_string(offset) + ", change " + std::to_string(change));
+    std::string damaged = sound;
+    damaged[offset] = static_cast<char>(damaged[offset] ^ static_cast<char>(change));
+    expectNoWrongAnswer(damaged);
   }
 
-  void fill(SQLiteCache& cache) const {
-    for (const auto& [key, text] : blobs) {
-      cache.save(Data(std::string("an earlier blob")), key);
-      cache.save(Data(text), key);
-    }
-    const auto table = cache.createTable(Table::emptyWithKey("Rows", Table::MaxAge::sevenDays));
-    for (const auto& name : names) {
-      table->upsert({Data("earlier data of " + name), metaOf(name), std::nullopt});
-    }
-    for (const auto& name : names) table->upsert({Data("data of " + name), metaOf(name), std::nullopt});
+  void report(const std::string& what, std::size_t count) const {
+    std::cout << what << ": " << count << ", answers " << answers << ", misses " << misses << ", set aside "
+              << setAside << '\n';
   }
-
-  static Meta metaOf(const std::string& name) { return {{"kind", "item"}, {"name", name}}; }
-
-  /// Writes `bytes` as the file, opens it, and checks every answer; then that it can be written to, or says
-  /// no.
-  void expectNoWrongAnswer(const std::string& bytes) {
-    writeFile(path, bytes);
-    const auto opened = open();
-    if (opened) {
-      expectNoWrongAnswer(*opened.value());
-    } else {
-      EXPECT_TRUE(fileBytes(path) == bytes);
-    }
-    removeAllFiles();
-  }
-
-  void expectNoWrongAnswer(SQLiteCache& cache) {
-    for (const auto& [key, text] : blobs) {
-      const auto blob = cache.load(key);
-      if (blob) {
-        EXPECT_EQ(blob->view(), text);
-      }
-      ++(blob ? answers : misses);
-    }
-    if (const auto table = cache.openTable("Rows")) expectNoWrongRow(*table);
-    if (cache.save(Data(std::string("new")), "first")) {
-      EXPECT_EQ(textOf(cache.load("first")), "new");
-    }
-    const auto table = cache.createTable(Table::emptyWithKey("Rows", Table::MaxAge::sevenDays));
-    if (table->upsert({Data(std::string("new")), metaOf("a"), std::nullopt})) {
-      const auto found = table->load(Query::exact(metaEquals(metaOf("a"))));
-      if (!found.empty()) {
-        EXPECT_EQ(found[0].view(), "new");
-      }
-    }
-  }
-
-  void expectNoWrongRow(CacheTable& table) {
-    for (const auto& name : names) {
-      const auto found = table.load(Query::exact(metaEquals(metaOf(name))));
-      ASSERT_LE(found.size(), 1U);
-      if (!found.empty()) {
-        EXPECT_EQ(found[0].view(), "data of " + name);
-      }
-      ++(found.empty() ? misses : answers);
-    }
-    std::vector<std::string> found;
-    for (const Row& row : table.fetch(Query::oldest({}))) {
-      EXPECT_EQ(row.meta, metaOf(row.meta.at("name")));
-      found.push_back(row.meta.at("name"));
-    }
-    EXPECT_TRUE(std::includes(names.begin(), names.end(), found.begin(), found.end()))
-        << testing::PrintToString(found);
-  }
-
-  static std::string textOf(const std::optional<Data>& blob) {
-    return blob ? std::string(blob->view()) : "none";
-  }
-
-  void removeAllFiles() {
-    if (std::filesystem::exists(path + ".damaged-1")) ++setAside;
-    for (const auto& name : fileNames(folder.path())) std::filesystem::remove(folder.path() / name);
-  }
-
-  const std::map<std::string, std::string> blobs{
-      {"first", "the first blob"}, {"second", std::string(6000, 'b') + "the end"}, {"third", ""}};
-  const std::vector<std::string> names{"a", "b", "c", "d"};
-  TemporaryFolder folder;
-  const std::string path = folder.file("cache.db");
-  ManualClock clock;
-  std::string sound;
-  int answers = 0;
-  int misses = 0;
-  int setAside = 0;
 };
 
 TEST_F(SQLiteCacheDamageTest, AFlippedByteGivesNoWrongAnswer) {
-  // Every byte takes minutes; the sample meets every page, and each kind of field somewhere.
-  const std::size_t stride = std::getenv("VELLORA_TEST_EVERY_BYTE") != nullptr ? 1 : 61;
-  for (std::size_t offset = 0; offset < sound.size() && !HasFailure(); offset += stride) {
-    SCOPED_TRACE("byte " + std::to_string(offset));
-    std::string damaged = sound;
-    damaged[offset] = static_cast<char>(damaged[offset] ^ static_cast<char>(1 + offset % 255));
-    expectNoWrongAnswer(damaged);
+  std::size_t flips = 0;
+  if (const auto bits = longForm("VELLORA_TEST_EVERY_BYTE")) {
+    for (std::size_t offset = 0; offset < sound.size() && !HasFailure(); ++offset) {
+      for (int bit = 0; bit < *bits; ++bit, ++flips) expectNoWrongAnswerWith(offset, 1 << bit);
+    }
+  } else {
+    for (const std::size_t offset : tellingBytes()) {
+      expectNoWrongAnswerWith(offset, static_cast<int>(1 + offset % 255));
+      ++flips;
+      if (HasFailure()) break;
+    }
   }
+  report("flips", flips);
   EXPECT_GT(answers, misses);
   EXPECT_GT(misses, 0);
   EXPECT_GT(setAside, 0);
+}
+
+TEST_F(SQLiteCacheDamageTest, TwoFlippedBytesGiveNoWrongAnswer) {
+  const std::vector<std::size_t> telling = tellingBytes();
+  std::mt19937 random(7);
+  const auto draw = [&random](std::size_t count) {
+    return std::uniform_int_distribution<std::size_t>(0, count - 1)(random);
+  };
+  const int pairs = longForm("VELLORA_TEST_PAIRS").value_or(300);
+  for (int pair = 0; pair < pairs && !HasFailure(); ++pair) {
+    SCOPED_TRACE("pair " + std::to_string(pair));
+    std::string damaged = sound;
+    for (int i = 0; i < 2; ++i) damaged[telling[draw(telling.size())]] = static_cast<char>(draw(256));
+    expectNoWrongAnswer(damaged);
+  }
+  report("pairs of flips", static_cast<std::size_t>(pairs));
+  EXPECT_GT(answers, misses);
+  EXPECT_GT(misses, 0);
 }
 
 TEST_F(SQLiteCacheDamageTest, ATruncatedFileGivesNoWrongAnswer) {
@@ -157,26 +97,61 @@ TEST_F(SQLiteCacheDamageTest, ATruncatedFileGivesNoWrongAnswer) {
   EXPECT_GT(setAside, 0);
 }
 
-TEST_F(SQLiteCacheDamageTest, ADamagedLogGivesAStateThatOnceWas) {
-  const std::string copy = folder.file("copy.db");
-  std::string log;
-  {
+/// A file whose last writes are still in its log, as a process that was killed leaves them.
+class SQLiteCacheDamagedLogTest : public SQLiteCacheDamageTest {
+ protected:
+  SQLiteCacheDamagedLogTest() {
     const auto cache = open().value();
-    cache->save(Data(std::string("second write")), "first");
-    cache->save(Data(std::string("third write")), "first");
-    std::filesystem::copy_file(path, copy);
+    for (const char* text : {"second write", "third write"}) cache->save(Data(std::string(text)), "first");
+    cache->createTable(rowsTable())->upsert({Data(std::string("second row")), metaOf("a"), std::nullopt});
+    file = fileBytes(path);
     log = fileBytes(path + "-wal");
   }
-  for (std::size_t offset = 0; offset < log.size(); offset += 331) {
+
+  /// Opens the file with `damagedLog`: every state that it once had is right.
+  void expectAStateThatOnceWas(const std::string& damagedLog) {
+    removeAllFiles();
+    writeFile(path, file);
+    writeFile(path + "-wal", damagedLog);
+    const auto opened = open();
+    ASSERT_TRUE(opened.hasValue()) << opened.error().localizedDescription();
+    const std::string first = textOf(opened.value()->load("first"));
+    EXPECT_THAT(first, testing::AnyOf("the first blob", "second write", "third write"));
+    const auto rows = opened.value()->createTable(rowsTable())->load(exactly("a"));
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_THAT(std::string(rows[0].view()), testing::AnyOf("data of a", "second row"));
+    // The row was written last, so it can't be new beside an old blob.
+    if (rows[0].view() == "second row") {
+      EXPECT_EQ(first, "third write");
+    }
+    ++seen[first];
+  }
+
+  std::string file;
+  std::string log;
+  std::map<std::string, int> seen;
+};
+
+TEST_F(SQLiteCacheDamagedLogTest, AFlippedByteGivesAStateThatOnceWas) {
+  const std::size_t stride = longForm("VELLORA_TEST_EVERY_BYTE") ? 1 : 61;
+  for (std::size_t offset = 0; offset < log.size() && !HasFailure(); offset += stride) {
+    SCOPED_TRACE("byte " + std::to_string(offset));
     std::string damaged = log;
     damaged[offset] = static_cast<char>(damaged[offset] ^ 0x55);
-    std::filesystem::copy_file(copy, path, std::filesystem::copy_options::overwrite_existing);
-    writeFile(path + "-wal", damaged);
-    const auto opened = open();
-    ASSERT_TRUE(opened.hasValue());
-    EXPECT_THAT(textOf(opened.value()->load("first")),
-                testing::AnyOf("the first blob", "second write", "third write"));
+    expectAStateThatOnceWas(damaged);
   }
+  std::cout << "states seen: " << testing::PrintToString(seen) << '\n';
+  EXPECT_EQ(seen.size(), 3U);
+}
+
+TEST_F(SQLiteCacheDamagedLogTest, ACutGivesAStateThatOnceWas) {
+  const std::size_t stride = longForm("VELLORA_TEST_EVERY_BYTE") ? 1 : 251;
+  for (std::size_t size = 0; size < log.size() && !HasFailure(); size += stride) {
+    SCOPED_TRACE("size " + std::to_string(size));
+    expectAStateThatOnceWas(log.substr(0, size));
+  }
+  std::cout << "states seen: " << testing::PrintToString(seen) << '\n';
+  EXPECT_EQ(seen.size(), 3U);
 }
 
 TEST_F(SQLiteCacheDamageTest, ADamagedBlobIsAbsentAndOthersStay) {
@@ -200,7 +175,7 @@ TEST_F(SQLiteCacheDamageTest, ADamagedRowIsInNoAnswerAndTakesNoPosition) {
   const auto table = open().value()->openTable("Rows");
 
   ASSERT_NE(table, nullptr);
-  EXPECT_THAT(table->load(Query::exact(metaEquals(metaOf("b")))), testing::IsEmpty());
+  EXPECT_THAT(table->load(exactly("b")), testing::IsEmpty());
   const std::vector<Row> rows = table->fetch(Query::oldest({1, 2}));
   ASSERT_EQ(rows.size(), 1U);
   EXPECT_EQ(rows[0].meta, metaOf("c"));
@@ -230,12 +205,12 @@ TEST_F(SQLiteCacheDamageTest, AFileThatTurnsOutDamagedLaterIsSetAsideThen) {
   ASSERT_NE(table, nullptr);
   EXPECT_EQ(textOf(cache->load("first")), "the first blob");
 
-  EXPECT_THAT(table->load(Query::exact(metaEquals(metaOf("a")))), testing::IsEmpty());
+  EXPECT_THAT(table->load(exactly("a")), testing::IsEmpty());
 
   EXPECT_TRUE(fileBytes(path + ".damaged-1") == damaged);
   EXPECT_EQ(cache->load("first"), std::nullopt);
   EXPECT_TRUE(table->upsert({Data(std::string("new")), metaOf("a"), std::nullopt}));
-  EXPECT_THAT(table->load(Query::exact(metaEquals(metaOf("a")))), ElementsAre(Data(std::string("new"))));
+  EXPECT_THAT(table->load(exactly("a")), ElementsAre(Data(std::string("new"))));
   EXPECT_NE(cache->openTable("Rows"), nullptr);
 }
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <iostream>
 #include <map>
 #include <memory>
 #include <optional>
@@ -17,12 +18,14 @@
 #include "tests/hostkit/FaultyFiles.h"
 #include "tests/hostkit/ManualClock.h"
 #include "tests/hostkit/SQLiteFiles.h"
+#include "tests/support/LongForm.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/Host/CacheTable.h"
 
 namespace vellora::hostkit::tests {
 namespace {
 
+using vellora::tests::longForm;
 using vellora::tests::TemporaryFolder;
 
 using CorvaneSDK::CacheTable;
@@ -230,15 +233,17 @@ class SQLiteCacheFaultTest : public testing::Test {
     }
   }
 
-  /// Fails each call in turn.
+  /// Fails each call in turn; in the short form every third where a damaged file is replaced, which is slow.
   void failEachCall(Start start, Fault fault, Lasting lasting) {
-    std::int64_t call = 0;
-    while (!HasFailure()) {
-      SCOPED_TRACE("call " + std::to_string(++call));
+    const bool sound = start == Start::nothing || start == Start::soundFile;
+    const int step = sound || longForm("VELLORA_TEST_EVERY_CALL") ? 1 : 3;
+    std::int64_t failed = 0;
+    for (std::int64_t call = 1; !HasFailure(); call += step, ++failed) {
+      SCOPED_TRACE("call " + std::to_string(call));
       if (!survives(call, fault, lasting, start)) break;
     }
-    EXPECT_GT(call, 5);
-    RecordProperty("calls", std::to_string(call - 1));
+    EXPECT_GT(failed, 5);
+    std::cout << "failed calls: " << failed << '\n';
   }
 
   TemporaryFolder folder;

@@ -20,6 +20,7 @@
 namespace vellora::hostkit::tests {
 namespace {
 
+using vellora::tests::OrdinaryUser;
 using vellora::tests::TemporaryFolder;
 
 using Reason = SQLiteCacheError::Reason;
@@ -135,8 +136,39 @@ TEST_F(SQLiteCacheFileTest, TellsAPathThatCannotBe) {
 TEST_F(SQLiteCacheFileTest, TellsAFileThatMayNotBeWritten) {
   makeCache();
   chmod(path.c_str(), 0400);
-  const vellora::tests::OrdinaryUser user(folder.path());
+  const OrdinaryUser user(folder.path());
   EXPECT_EQ(refusal(path).reason, Reason::unwritable);
+}
+
+TEST_F(SQLiteCacheFileTest, TellsAFileThatMayNotBeRead) {
+  makeCache();
+  chmod(path.c_str(), 0200);
+  const OrdinaryUser user(folder.path());
+  EXPECT_EQ(refusal(path).reason, Reason::unwritable);
+}
+
+TEST_F(SQLiteCacheFileTest, TellsAFolderThatMayNotBeWrittenTo) {
+  const OrdinaryUser user(folder.path());
+  chmod(folder.path().c_str(), 0500);
+  EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::unwritable, path, "Permission denied"}));
+  EXPECT_EQ(refusal(folder.file("sub/cache.db")).detail, "Permission denied");
+  chmod(folder.path().c_str(), 0700);
+  makeCache();
+  chmod(folder.path().c_str(), 0500);
+
+  EXPECT_EQ(refusal(path).reason, Reason::unwritable);
+
+  chmod(folder.path().c_str(), 0700);
+  EXPECT_EQ(open()->load("a"), Data(std::string("1")));
+}
+
+TEST_F(SQLiteCacheFileTest, LeavesADamagedFileWhereItMayNotBeSetAside) {
+  makeCache();
+  patch(0, "XXXX");
+  const OrdinaryUser user(folder.path());
+  chmod(folder.path().c_str(), 0500);
+  EXPECT_EQ(refusal(path).reason, Reason::unwritable);
+  chmod(folder.path().c_str(), 0700);
 }
 
 TEST_F(SQLiteCacheFileTest, TellsAFileThatAnotherProcessHolds) {
