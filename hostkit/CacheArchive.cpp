@@ -1,6 +1,5 @@
 #include "hostkit/CacheArchive.h"
 
-#include <array>
 #include <charconv>
 #include <cstdint>
 #include <string_view>
@@ -143,6 +142,44 @@ std::int64_t checksum(const CacheArchive& archive) {
   return sum.value();
 }
 
+/// JSON with each entry of a list on a line of its own.
+class Lines {
+ public:
+  Lines& literal(std::string_view text) {
+    text_ += text;
+    return *this;
+  }
+
+  template <class T>
+  Lines& value(const T& value) {
+    const auto encoded = json::encode(value);
+    if (encoded) text_ += encoded.value().view();
+    if (!encoded && !error_) error_ = encoded.error();
+    return *this;
+  }
+
+  template <class Entries, class Write>
+  void list(const Entries& entries, const Write& write) {
+    const char* separator = "\n";
+    text_ += "[";
+    for (const auto& entry : entries) {
+      text_ += separator;
+      write(entry);
+      separator = ",\n";
+    }
+    text_ += "]";
+  }
+
+  [[nodiscard]] Result<Data> text() && {
+    if (error_) return *std::move(error_);
+    return Data(text_);
+  }
+
+ private:
+  std::string text_;
+  std::optional<Error> error_;
+};
+
 std::optional<CacheArchive> read(const Document& document) {
   CacheArchive archive;
   for (const auto& blob : document.blobs) {
@@ -217,15 +254,21 @@ Result<CacheArchive> CacheArchive::decode(const Data& text) {
 }
 
 Result<Data> CacheArchive::encode() const {
-  Document document{std::string(format), version, checksum(*this), {}, {}};
-  for (const auto& blob : blobs) document.blobs.push_back({blob.key, written(blob.data)});
-  for (const auto& table : tables) {
-    document.tables.push_back({table.key, std::string(sevenDays), {}});
-    for (const auto& row : table.rows) {
-      document.tables.back().rows.push_back({row.meta, row.dataKey, written(row.data)});
-    }
-  }
-  return json::encode(document);
+  Lines lines;
+  lines.literal("{\"format\":").value(std::string(format)).literal(",\"version\":").value(version);
+  lines.literal(",\"checksum\":").value(checksum(*this)).literal(",\"blobs\":");
+  lines.list(blobs, [&lines](const Blob& blob) { lines.value(WrittenBlob{blob.key, written(blob.data)}); });
+  lines.literal(",\"tables\":");
+  lines.list(tables, [&lines](const Table& table) {
+    lines.literal("{\"key\":").value(table.key);
+    lines.literal(",\"maxAge\":").value(std::string(sevenDays)).literal(",\"rows\":");
+    lines.list(table.rows, [&lines](const Row& row) {
+      lines.value(WrittenRow{row.meta, row.dataKey, written(row.data)});
+    });
+    lines.literal("}");
+  });
+  lines.literal("}");
+  return std::move(lines).text();
 }
 
 CacheArchive CacheArchive::fetchedAt(Date time) const {

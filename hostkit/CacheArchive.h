@@ -32,9 +32,9 @@ struct CacheArchiveError {
 /// The entries of a cache as one text, to be carried from one cache to another: an app ships one, restores it
 /// into its empty cache, and can answer at its first start without a network.
 ///
-/// The text is JSON, with blobs and rows in a fixed order, so that versions of it can be compared line by
-/// line in a repository; a checksum tells when it was changed by hand. It holds no more secrets than the
-/// cache does: what the server told of its object types, to the user whose cache it was.
+/// The text is JSON with a line for each entry, so that a repository shows what changed in it; a checksum
+/// tells when it was changed by hand. It holds no more secrets than the cache does: what the server told of
+/// its object types, to the user whose cache it was.
 struct CacheArchive {
   struct Blob {
     std::string key;

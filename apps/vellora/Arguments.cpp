@@ -18,8 +18,8 @@ const std::map<std::string, Level> logLevels{
 
 const char* const footer =
     "Exit codes: 0 every key answered, 1 unexpected, 2 usage, 3 answered but some keys have no entry,\n"
-    "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used, 130 "
-    "interrupted.";
+    "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used or "
+    "is damaged,\n130 interrupted.";
 
 void addOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--server", arguments.server, "The records server, such as https://records.example")
@@ -74,8 +74,53 @@ void addLookups(CLI::App& app, Arguments& arguments) {
       ->required();
 }
 
+void addCacheCommand(CLI::App& app, Arguments& arguments) {
+  using Action = CacheArguments::Action;
+  auto& cache = arguments.cache;
+  auto* group = addCommand(app, arguments, "cache", "Looks into a cache file, empties, ships and fills it",
+                           Arguments::Command::cache);
+  group->require_subcommand(1);
+  const auto add = [group, &cache](const std::string& name, const std::string& help, Action action) {
+    auto* sub = group->add_subcommand(name, help);
+    sub->callback([&cache, action] { cache.action = action; });
+    return sub->fallthrough();
+  };
+  add("ls", "What is in the file, how large, how old, fresh or expired", Action::list);
+  add("show", "What entries hold", Action::show)
+      ->add_option("ENTRY", cache.entries, "Entries, as ls names them")
+      ->required();
+  add("verify", "Whether anything in the file is damaged", Action::verify);
+  auto* purge = add("purge", "Deletes entries", Action::purge);
+  purge->add_option("ENTRY", cache.entries, "Entries to delete, as ls names them");
+  purge->add_flag("--expired", cache.expired, "Delete all that is expired, outdated or damaged");
+  purge->add_flag("--all", cache.all, "Delete everything");
+  auto* exporting = add("export", "Writes the entries as a text that import reads", Action::exportTo);
+  exporting->add_option("FILE", cache.file, "Where to; - is standard output")->capture_default_str();
+  exporting->add_flag("--replace", cache.replace, "Write over an existing file");
+  auto* importing = add("import", "Stores the entries of an exported text", Action::importFrom);
+  importing->add_option("FILE", cache.file, "Where from; - is standard input")->required();
+  importing->add_flag("--replace", cache.replace, "Write over entries that are in the cache already");
+  importing->add_flag("--fresh", cache.fresh, "Store them as if they had been fetched now");
+}
+
+std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
+  if (arguments.cacheFile.empty() && arguments.server.empty()) {
+    return "no cache file: give --cache FILE, or the --server URL whose default cache it is";
+  }
+  const auto& cache = arguments.cache;
+  const int ways = (cache.entries.empty() ? 0 : 1) + (cache.expired ? 1 : 0) + (cache.all ? 1 : 0);
+  if (cache.action == CacheArguments::Action::purge && ways != 1) {
+    return "say what to delete: entries, --expired or --all";
+  }
+  return std::nullopt;
+}
+
 std::optional<std::string> complaintAbout(const Arguments& arguments) {
-  if (arguments.server.empty()) return "no server: give --server URL or set VELLORA_SERVER";
+  if (arguments.command == Arguments::Command::cache) {
+    if (const auto complaint = complaintAboutCache(arguments)) return complaint;
+  } else if (arguments.server.empty()) {
+    return "no server: give --server URL or set VELLORA_SERVER";
+  }
   if (!(arguments.cacheTimeout >= 0)) return "--cache-timeout must be a number of seconds, 0 or more";
   if (!(arguments.wait > 0)) return "--wait must be a number of seconds above 0";
   if (arguments.readsKeys() && arguments.tokenFile == "-") {
@@ -100,6 +145,7 @@ std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* 
   addLookups(app, arguments);
   addCommand(app, arguments, "status", "How far loading has got, and how old the caches are",
              Arguments::Command::status);
+  addCacheCommand(app, arguments);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {

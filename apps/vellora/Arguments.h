@@ -5,6 +5,7 @@
 #include <variant>
 #include <vector>
 
+#include "apps/vellora/CacheArguments.h"
 #include "apps/vellora/Problem.h"
 #include "hostkit/SpdlogLogger.h"
 
@@ -12,7 +13,7 @@ namespace vellora::command {
 
 /// What the command was told, checked as far as that is possible without touching anything.
 struct Arguments {
-  enum class Command { ids, names, searchLayouts, compactLayouts, status };
+  enum class Command { ids, names, searchLayouts, compactLayouts, status, cache };
 
   Command command = Command::ids;
   std::vector<std::string> keys;  ///< as given; "-" alone stands for the lines of standard input
@@ -26,6 +27,7 @@ struct Arguments {
   hostkit::SpdlogLogger::Level logLevel = hostkit::SpdlogLogger::Level::off;
   std::optional<std::string> logFile;
   bool color = true;
+  CacheArguments cache;  ///< of the command of that name
 
   /// True when the keys are to be read from standard input.
   [[nodiscard]] bool readsKeys() const { return keys == std::vector<std::string>{"-"}; }

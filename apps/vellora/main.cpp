@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "apps/vellora/Arguments.h"
+#include "apps/vellora/CacheCommand.h"
 #include "apps/vellora/CompactLayouts.h"
 #include "apps/vellora/Keys.h"
 #include "apps/vellora/Output.h"
@@ -34,6 +35,7 @@ void setUpSignals() {
 }
 
 ExitCode runCommand(const Arguments& arguments) {
+  if (arguments.command == Arguments::Command::cache) return runCacheCommand(arguments);
   const auto keys = keysToLookUp(arguments, std::cin);
   // The C library's word: the stream takes a failure for the end.
   if (std::ferror(stdin) != 0) return complain({ExitCode::usage, "cannot read standard input"});
@@ -52,6 +54,8 @@ ExitCode runCommand(const Arguments& arguments) {
       return run(compactLayouts(arguments, session), keys, arguments, session);
     case Arguments::Command::status:
       return showStatus(arguments, session);
+    case Arguments::Command::cache:
+      break;  // needs no session
   }
   return ExitCode::unexpected;
 }

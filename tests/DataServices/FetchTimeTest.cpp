@@ -52,6 +52,14 @@ TEST(FetchTimeTest, ALayoutSpeaksForItself) {
   check("OPS_CompactLayout_Account", compactLayoutFetchedAt);
 }
 
+TEST(FetchTimeTest, TheRowsOfAListAreAsOldAsItsTimeStampSays) {
+  EXPECT_EQ(fetchTimeKeyForRowsOf("sObjects"), sObjectsFetchTimeKey);
+  EXPECT_EQ(fetchTimeKeyForRowsOf("keyPrefixes"), sObjectsFetchTimeKey);
+  EXPECT_EQ(fetchTimeKeyForRowsOf("themes"), themesFetchTimeKey);
+  EXPECT_EQ(fetchTimeKeyForRowsOf("sObject"), std::nullopt);
+  EXPECT_EQ(fetchTimeKeyForRowsOf(""), std::nullopt);
+}
+
 TEST(FetchTimeTest, OtherBlobsDoNotTell) {
   EXPECT_EQ(fetchTime("settings", fetchTimeStamp(1)), std::nullopt);
   EXPECT_EQ(withFetchTime("settings", fetchTimeStamp(1), later), std::nullopt);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -64,6 +65,11 @@ TEST(CacheArchiveTest, TheTextIsJsonThatShowsWhatIsText) {
   EXPECT_THAT(std::string(text.view()), HasSubstr(R"({"key":"text","data":{"text":"\"ä\\\n"}})"));
   EXPECT_THAT(std::string(text.view()),
               HasSubstr(R"({"meta":{"kind":"two"},"dataKey":"own key","data":{"hex":"00ff220a"}})"));
+}
+
+TEST(CacheArchiveTest, EachEntryIsALineOfItsOwn) {
+  const auto text = sample().encode().value();
+  EXPECT_EQ(std::count(text.view().begin(), text.view().end(), '\n'), 6);
 }
 
 TEST(CacheArchiveTest, AKeyThatIsNoTextCannotBeWritten) {

@@ -6,6 +6,8 @@
 
 #include "vellora/DataServices/CompactLayoutDataService.h"
 #include "vellora/DataServices/LayoutDataService.h"
+#include "vellora/DataServices/SObjectsDataService.h"
+#include "vellora/DataServices/ThemeDataService.h"
 #include "vellora/Models/CompactLayoutCacheEntry.h"
 #include "vellora/Models/ObjectLayoutInfoCacheEntry.h"
 #include "vellora/Platform/Json.h"
@@ -34,6 +36,14 @@ std::optional<Data> withTime(const Data& blob, Date time) {
 }
 
 }  // namespace
+
+std::optional<std::string_view> fetchTimeKeyForRowsOf(std::string_view cacheEntryType) {
+  using Type = SObjectsDataService::CacheEntryType;
+  if (cacheEntryType == rawValue(Type::sObjects) || cacheEntryType == rawValue(Type::keyPrefixes))
+    return sObjectsFetchTimeKey;
+  if (cacheEntryType == ThemeDataService::Constants::listKind) return themesFetchTimeKey;
+  return std::nullopt;
+}
 
 Data fetchTimeStamp(double secondsSince1970) {
   const auto bits = std::bit_cast<std::uint64_t>(secondsSince1970);

@@ -13,6 +13,10 @@ namespace vellora {
 inline constexpr std::string_view sObjectsFetchTimeKey = "ops.sobject.fetch.timestamp";
 inline constexpr std::string_view themesFetchTimeKey = "ops.theme.fetch.timestamp";
 
+/// The blob that says when the row of a fetched list was fetched, told by the row's "cacheEntryType"; absent
+/// for the rows of single items, which are served however old they are.
+[[nodiscard]] std::optional<std::string_view> fetchTimeKeyForRowsOf(std::string_view cacheEntryType);
+
 /// A fetch time stamp: the seconds since 1970 as the eight bytes of a double, as they lie in the memory of a
 /// little-endian machine.
 [[nodiscard]] Data fetchTimeStamp(double secondsSince1970);

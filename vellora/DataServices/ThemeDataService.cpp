@@ -12,7 +12,7 @@ namespace vellora {
 
 namespace {
 
-constexpr std::string_view listKind = "themes";
+constexpr std::string_view listKind = ThemeDataService::Constants::listKind;
 constexpr std::string_view entryKind = "theme";
 
 static_assert(ThemeDataService::Constants::cacheEntryType == TimestampedTable::cacheEntryType);

@@ -46,6 +46,7 @@ class ThemeDataService : public std::enable_shared_from_this<ThemeDataService> {
   struct Constants {
     static constexpr std::string_view name = "name";  ///< meta key: which entry a row holds
     static constexpr std::string_view cacheEntryType = "cacheEntryType";  ///< meta key of every row: its kind
+    static constexpr std::string_view listKind = "themes";  ///< the kind of the row that holds the list
     static constexpr std::string_view queryApiVersion = "v50.0";
   };
 

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vellora::command {
+
+/// What `vellora cache` was told.
+struct CacheArguments {
+  enum class Action { list, show, verify, purge, exportTo, importFrom };
+
+  Action action = Action::list;
+  std::vector<std::string> entries;  ///< to show or to purge, named as the list names them
+  bool all = false;                  ///< purge: everything
+  bool expired = false;              ///< purge: what is expired, outdated or damaged
+  std::string file = "-";            ///< to export to or import from; "-" is standard output or input
+  bool replace = false;              ///< export over a file, import over entries
+  bool fresh = false;                ///< import: as if fetched now
+};
+
+}  // namespace vellora::command
