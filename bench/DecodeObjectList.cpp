@@ -1,16 +1,12 @@
 #include <rapidjson/document.h>
-#include <simdjson.h>
 #include <nlohmann/json.hpp>
 
 #include <boost/json.hpp>
-#include <cstdlib>
-#include <iostream>
-#include <memory>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
+#include "bench/Decoding.h"
+#include "bench/HandWritten.h"
 #include "bench/Rows.h"
 #include "bench/Samples.h"
 #include "vellora/Models/SObjectsResponse.h"
@@ -21,42 +17,8 @@ namespace {
 
 using Types = std::vector<SObject>;
 
-constexpr const char* what = "decode the object list";
-
 Types decodedByOurs(const Data& text) {
   return json::decode<SObjectsResponse>(text).value().sObjects;
-}
-
-// Written for these five fields alone: one pass over the members, which ends when all have been seen.
-SObject extracted(simdjson::dom::object members) {
-  SObject type;
-  int missing = 5;
-  for (const auto [key, value] : members) {
-    if (key == "name") {
-      type.name = std::string_view(value);
-    } else if (key == "keyPrefix") {
-      if (!value.is_null()) type.keyPrefix = std::string_view(value);
-    } else if (key == "label") {
-      type.label = std::string_view(value);
-    } else if (key == "labelPlural") {
-      type.labelPlural = std::string_view(value);
-    } else if (key == "createable") {
-      type.createable = bool(value);
-    } else {
-      continue;
-    }
-    if (--missing == 0) break;
-  }
-  return type;
-}
-
-Types decodedBySimdjson(simdjson::dom::parser& parser, const Data& text) {
-  constexpr bool copyIfUnpadded = false;
-  const simdjson::dom::array list = parser.parse(text.data(), text.size(), copyIfUnpadded)["sobjects"];
-  Types types;
-  types.reserve(list.size());
-  for (const auto entry : list) types.push_back(extracted(entry));
-  return types;
 }
 
 std::string textOf(const boost::json::value& value) {
@@ -120,32 +82,15 @@ Types decodedByNlohmann(const Data& text) {
   return types;
 }
 
-/// A timing of `decode`, which has to give what ours gives.
-template <class Decode>
-Suite::Timing timeDecoding(Suite& suite, const std::string& who, Decode decode) {
-  return suite.time(what, who, [decode](benchmark::State& state) mutable {
-    const Data& text = sampleObjectList();
-    if (decode(text) != decodedByOurs(text)) return state.SkipWithError("decodes to something else");
-    for (auto _ : state) benchmark::DoNotOptimize(decode(text));
-  });
-}
-
 }  // namespace
 
 void addDecodingOfTheObjectList(Suite& suite) {
-  const auto ours = timeDecoding(suite, "ours", decodedByOurs);
-  const auto against = [&](const std::string& peer, auto decode, Suite::Goal goal) {
-    suite.compare(what, ours, timeDecoding(suite, peer, decode), goal);
-  };
-  against(
-      "simdjson by hand",
-      [parser = std::make_shared<simdjson::dom::parser>()](const Data& text) {
-        return decodedBySimdjson(*parser, text);
-      },
-      Suite::atMost(1.15));
-  against("Boost.JSON", decodedByBoost, Suite::atLeast(3));
-  against("RapidJSON", decodedByRapidJson, Suite::atLeast(3));
-  against("nlohmann", decodedByNlohmann, Suite::atLeast(20));
+  addDecoding<Types>(suite, "decode the object list", sampleObjectList(),
+                     {.ours = decodedByOurs,
+                      .byHand = extractedTypes,
+                      .boostJson = decodedByBoost,
+                      .rapidJson = decodedByRapidJson,
+                      .nlohmann = decodedByNlohmann});
 }
 
 }  // namespace vellora::bench

@@ -7,5 +7,9 @@ namespace vellora::bench {
 // Each adds its timings and its lines to the table, and stands in a source file of its own.
 
 void addDecodingOfTheObjectList(Suite& suite);
+void addDecodingOfTheThemeList(Suite& suite);
+void addEncoding(Suite& suite);
+void addColdStart(Suite& suite);
+void addCachedLayouts(Suite& suite);
 
 }  // namespace vellora::bench

@@ -1,6 +1,7 @@
 #include "bench/Samples.h"
 
 #include "apps/records-server/DataSet.h"
+#include "vellora/Models/SObjectsResponse.h"
 
 namespace vellora::bench {
 
@@ -19,6 +20,15 @@ const Data& sampleObjectList() {
 
 const Data& sampleThemeList() {
   return sampleData().themeList();
+}
+
+std::vector<std::string> sampleTypeNames(std::size_t count) {
+  const auto types = json::decode<SObjectsResponse>(sampleObjectList()).value().sObjects;
+  std::vector<std::string> names;
+  for (const auto& type : types) {
+    if (names.size() < count) names.push_back(type.name);
+  }
+  return names;
 }
 
 }  // namespace vellora::bench

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 #include "vellora/Platform/Data.h"
 
@@ -13,5 +15,8 @@ inline constexpr std::size_t sampleTypes = 2'000;
 /// theme entries with six icons and two colours. Made once, then shared.
 [[nodiscard]] const Data& sampleObjectList();
 [[nodiscard]] const Data& sampleThemeList();
+
+/// The names of the first `count` types of the object list.
+[[nodiscard]] std::vector<std::string> sampleTypeNames(std::size_t count);
 
 }  // namespace vellora::bench

@@ -31,6 +31,10 @@ int main(int argc, char** argv) {
 
   Suite suite;
   addDecodingOfTheObjectList(suite);
+  addDecodingOfTheThemeList(suite);
+  addEncoding(suite);
+  addColdStart(suite);
+  addCachedLayouts(suite);
 
   const Table table = suite.run();
   table.print(std::cout);

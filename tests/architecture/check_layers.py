@@ -28,7 +28,8 @@ MAY_INCLUDE = {
     "testkit": LIBRARY,
     "apps/records-server": {PLATFORM},
     "apps/vellora": LIBRARY | {"hostkit"},
-    "bench": LIBRARY | {"hostkit", "testkit", "apps/records-server"},
+    "tests/support": LIBRARY | {"hostkit", "testkit", "apps/records-server"},
+    "bench": LIBRARY | {"hostkit", "testkit", "apps/records-server", "tests/support"},
     "examples": LIBRARY | {"hostkit", "testkit"},
 }
 

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "hostkit/StandardPlatformAPI.h"
+#include "vellora/Services/VelloraService.h"
+
+namespace vellora::bench {
+
+/// The ready-made host for the demo server, with its cache in `cacheFile` or in memory, and logging nothing.
+/// Ends the program when there is none to be had.
+[[nodiscard]] std::shared_ptr<hostkit::StandardPlatformAPI> readyHost(
+    const std::string& server, const std::optional<std::string>& cacheFile);
+
+/// The façade on `host`, and its prefetch begun.
+[[nodiscard]] std::unique_ptr<VelloraService> startedService(
+    const std::shared_ptr<hostkit::StandardPlatformAPI>& host);
+
+/// Waits until the prefetch has ended, and tells whether both lists are loaded.
+[[nodiscard]] bool waitUntilLoaded(const VelloraService& service);
+
+}  // namespace vellora::bench
