@@ -6,17 +6,90 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 
 #include "vellora/Platform/JsonPath.h"
 
 namespace vellora::json {
 
-struct Writer::State {
-  using Encoding = rapidjson::UTF8<>;
-  using Sink = rapidjson::Writer<rapidjson::StringBuffer, Encoding, Encoding, rapidjson::CrtAllocator,
-                                 rapidjson::kWriteValidateEncodingFlag>;
+namespace {
 
+using Encoding = rapidjson::UTF8<>;
+using CheckingWriter = rapidjson::Writer<rapidjson::StringBuffer, Encoding, Encoding, rapidjson::CrtAllocator,
+                                         rapidjson::kWriteValidateEncodingFlag>;
+
+rapidjson::SizeType sizeOf(std::string_view text) {
+  return static_cast<rapidjson::SizeType>(text.size());
+}
+
+// RapidJSON takes no null pointer, which an empty view may have.
+const char* bytesOf(std::string_view text) {
+  return text.empty() ? "" : text.data();
+}
+
+constexpr std::uint64_t inEachByte(unsigned char byte) {
+  return 0x0101010101010101U * byte;
+}
+
+// Whether one of eight characters is not ASCII, a control character, a quotation mark or a backslash. What is
+// subtracted sets the top bit of a byte that is too small, or borrows from the next one, which then only
+// errs towards true.
+bool holdsOther(std::uint64_t eight) {
+  const std::uint64_t quotes = eight ^ inEachByte('"');
+  const std::uint64_t backslashes = eight ^ inEachByte('\\');
+  const std::uint64_t tooSmall =
+      (eight - inEachByte(' ')) | (quotes - inEachByte(1)) | (backslashes - inEachByte(1));
+  return ((tooSmall | eight) & inEachByte(0x80)) != 0;
+}
+
+// Copies `text` to `out`, where at least eight bytes fit, and tells whether it is ASCII that JSON shows as it
+// is. Stops early when it isn't.
+bool copyPlain(std::string_view text, char* out) {
+  constexpr std::size_t step = sizeof(std::uint64_t);
+  const auto copyEight = [&](std::size_t at) {
+    std::uint64_t eight = 0;
+    std::memcpy(&eight, text.data() + at, step);
+    std::memcpy(out + at, &eight, step);
+    return !holdsOther(eight);
+  };
+  if (text.size() < step) {
+    std::uint64_t padded = inEachByte(' ');
+    std::memcpy(&padded, bytesOf(text), text.size());
+    std::memcpy(out, &padded, step);
+    return !holdsOther(padded);
+  }
+  for (std::size_t at = 0; at + step < text.size(); at += step) {
+    if (!copyEight(at)) return false;
+  }
+  return copyEight(text.size() - step);
+}
+
+// RapidJSON looks at byte after byte to check and escape a text. Nearly all texts need neither, and are
+// copied whole.
+class Sink final : public CheckingWriter {
+ public:
+  using CheckingWriter::CheckingWriter;
+
+  bool text(std::string_view text) {
+    constexpr std::size_t room = sizeof(std::uint64_t);
+    Prefix(rapidjson::kStringType);
+    char* out = os_->Push(1 + text.size() + room);
+    if (copyPlain(text, out + 1)) {
+      out[0] = '"';
+      out[1 + text.size()] = '"';
+      os_->Pop(room - 1);
+      return EndValue(true);
+    }
+    os_->Pop(1 + text.size() + room);
+    return EndValue(WriteString(bytesOf(text), sizeOf(text)));
+  }
+};
+
+}  // namespace
+
+struct Writer::State {
   rapidjson::StringBuffer buffer;
   Sink sink{buffer};
   std::size_t depth = 0;
@@ -33,15 +106,6 @@ constexpr double beyond64Bits = 9223372036854775808.0;
 // RapidJSON counts bytes in 32 bits.
 bool fits(std::string_view text) {
   return text.size() <= std::numeric_limits<rapidjson::SizeType>::max();
-}
-
-rapidjson::SizeType sizeOf(std::string_view text) {
-  return static_cast<rapidjson::SizeType>(text.size());
-}
-
-// RapidJSON takes no null pointer, which an empty view may have.
-const char* bytesOf(std::string_view text) {
-  return text.empty() ? "" : text.data();
 }
 
 }  // namespace
@@ -74,12 +138,12 @@ bool Writer::number(double value) {
 }
 
 bool Writer::text(std::string_view value) {
-  const bool isWritten = fits(value) && state_->sink.String(bytesOf(value), sizeOf(value));
+  const bool isWritten = fits(value) && state_->sink.text(value);
   return isWritten || fail(EncodingError::Kind::textNotUtf8);
 }
 
 bool Writer::key(std::string_view key) {
-  const bool isWritten = fits(key) && state_->sink.Key(bytesOf(key), sizeOf(key));
+  const bool isWritten = fits(key) && state_->sink.text(key);
   return isWritten || fail(EncodingError::Kind::keyNotUtf8);
 }
 
