@@ -1,5 +1,7 @@
 #include "vellora/DataServices/CompactLayoutDataService.h"
 
+#include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "vellora/DataServices/CompactLayoutDataServiceError.h"
@@ -32,10 +34,6 @@ struct CompactLayoutDataService::Download {
 
 namespace {
 
-std::string cacheKey(const std::string& objectType) {
-  return std::string(CompactLayoutDataService::Constants::keyPrefix) + objectType;
-}
-
 std::optional<NetRequest> requestFor(std::string_view endpoint, std::string queryText) {
   const auto version = std::string(CompactLayoutDataService::Constants::queryApiVersion);
   return serverRequest("/services/data/" + version + std::string(endpoint), std::move(queryText));
@@ -60,14 +58,21 @@ CompactLayoutDataService::CompactLayoutDataService(RequiredAPI api, double cache
 void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::string>& names,
                                                        Completion completion) {
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
-  CachedLayouts<ObjectCompactLayoutInfo> cached;
+  std::vector<Cached> entries;
+  entries.reserve(names.size());
+  CacheKeys keys(Constants::keyPrefix);
   for (const auto& name : names) {
-    auto entry = load(cacheKey(name));
-    if (!entry) continue;
-    if (!entry->expired) cached.fresh.push_back(entry->info);
-    cached.found.push_back(std::move(entry->info));
+    if (auto entry = load(keys.keyOf(name))) entries.push_back(*std::move(entry));
   }
-  if (cached.fresh.size() == names.size()) {
+  const bool isComplete = entries.size() == names.size() &&
+                          std::none_of(entries.begin(), entries.end(), std::mem_fn(&Cached::expired));
+  CachedLayouts<ObjectCompactLayoutInfo> cached;
+  cached.fresh.reserve(entries.size());
+  for (auto& entry : entries) {
+    if (!isComplete) cached.found.push_back(entry.info);  // else nothing goes wrong that would need them
+    if (!entry.expired) cached.fresh.push_back(std::move(entry.info));
+  }
+  if (isComplete) {
     if (completion) completion(std::move(cached.fresh), std::nullopt);
     return;
   }
@@ -113,7 +118,8 @@ void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<cons
     download->completion(layouts, std::nullopt);
     const auto self = weak.lock();  // only now: the completion may have released the service
     if (!self) return;
-    for (const auto& layout : layouts) self->save(cacheKey(layout.objectType), layout);
+    CacheKeys keys(Constants::keyPrefix);
+    for (const auto& layout : layouts) self->save(keys.keyOf(layout.objectType), layout);
   };
   qualifiedApiNamesCancellable_.replace(
       [&] { return qualifiedApiNameAsPublisher(entities).sink(onValue, onCompletion); });

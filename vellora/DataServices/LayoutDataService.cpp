@@ -10,10 +10,6 @@ namespace vellora {
 
 namespace {
 
-std::string cacheKey(const std::string& objectType) {
-  return std::string(LayoutDataService::Constants::keyPrefix) + objectType;
-}
-
 std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
     const std::vector<std::string>& objectTypeNames) {
   const auto version = std::string(LayoutDataService::Constants::queryApiVersion);
@@ -31,8 +27,10 @@ LayoutDataService::LayoutDataService(RequiredAPI api, double cacheTimeout)
 void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, Completion completion) {
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
   std::vector<ObjectLayoutInfo> cached;
+  cached.reserve(names.size());
+  CacheKeys keys(Constants::keyPrefix);
   for (const auto& name : names) {
-    if (auto layout = load(cacheKey(name))) cached.push_back(*std::move(layout));
+    if (auto layout = load(keys.keyOf(name))) cached.push_back(*std::move(layout));
   }
   if (cached.size() == names.size()) {
     if (completion) completion(std::move(cached), std::nullopt);
@@ -53,7 +51,8 @@ void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& nam
         completion(layouts, std::move(error));
         const auto self = weak.lock();  // only now: the completion may have released the service
         if (!self || !layouts) return;
-        for (const auto& layout : *layouts) self->save(cacheKey(layout.objectType), layout);
+        CacheKeys keys(Constants::keyPrefix);
+        for (const auto& layout : *layouts) self->save(keys.keyOf(layout.objectType), layout);
       });
 }
 

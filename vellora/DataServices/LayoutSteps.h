@@ -3,6 +3,7 @@
 // The steps that both layout services take alike.
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <iterator>
 #include <memory>
@@ -36,6 +37,22 @@ template <class Layout>
   });
   return missing;
 }
+
+/// Makes the keys of a service's blobs one after the other, in the memory of one.
+class CacheKeys {
+ public:
+  explicit CacheKeys(std::string_view prefix) : key_(prefix), prefixSize_(prefix.size()) {}
+
+  /// The prefix followed by `objectType`; valid until the next call.
+  [[nodiscard]] const std::string& keyOf(std::string_view objectType) {
+    key_.resize(prefixSize_);
+    return key_.append(objectType);
+  }
+
+ private:
+  std::string key_;
+  const std::size_t prefixSize_;
+};
 
 /// Whether what was downloaded then is older than `cacheTimeout` seconds now. A time in the future is not.
 [[nodiscard]] bool isExpired(Date downloadedTime, double cacheTimeout);

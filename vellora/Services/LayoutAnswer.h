@@ -3,6 +3,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vellora/DataServices/SObjectsDataServiceError.h"
@@ -12,9 +13,13 @@ namespace vellora {
 
 /// The layouts by their own object types; of two of one type the later one stands.
 template <class Info>
-[[nodiscard]] std::map<std::string, Info> byObjectType(const std::vector<Info>& infos) {
+[[nodiscard]] std::map<std::string, Info> byObjectType(std::vector<Info> infos) {
   std::map<std::string, Info> byType;
-  for (const auto& info : infos) byType.insert_or_assign(info.objectType, info);
+  for (auto& info : infos) {
+    std::string type = info.objectType;
+    // Names often come in order, and then belong at the end.
+    byType.insert_or_assign(byType.end(), std::move(type), std::move(info));
+  }
   return byType;
 }
 
@@ -23,13 +28,13 @@ template <class Info>
 /// holds what there is.
 template <class Info>
 [[nodiscard]] std::optional<std::map<std::string, Info>> layoutAnswer(
-    const std::optional<std::vector<Info>>& infos, const std::optional<SObjectsDataServiceError>& error,
+    std::optional<std::vector<Info>> infos, const std::optional<SObjectsDataServiceError>& error,
     CorvaneSDK::Logger& logger) {
   if (!infos) {
     if (error) logger.log("error: " + error->localizedDescription(), CorvaneSDK::LogLevel::error);
     return std::nullopt;
   }
-  return byObjectType(*infos);
+  return byObjectType(*std::move(infos));
 }
 
 }  // namespace vellora

@@ -212,8 +212,8 @@ void VelloraService::Implementation::objectLayoutInfoForApiNames(const std::vect
                                                                  LayoutCompletion completion) {
   layoutDataService_->layoutForApiName(
       apiNames,
-      [self = shared_from_this(), completion = std::move(completion)](const auto& infos, const auto& error) {
-        completion(layoutAnswer(infos, error, *self->logger_));
+      [self = shared_from_this(), completion = std::move(completion)](auto infos, const auto& error) {
+        completion(layoutAnswer(std::move(infos), error, *self->logger_));
       });
 }
 
@@ -221,8 +221,8 @@ void VelloraService::Implementation::objectCompactLayoutInfoForApiNames(
     const std::vector<std::string>& apiNames, CompactLayoutCompletion completion) {
   compactLayoutDataService_->compactLayoutForApiName(
       apiNames,
-      [self = shared_from_this(), completion = std::move(completion)](const auto& infos, const auto& error) {
-        completion(layoutAnswer(infos, error, *self->logger_));
+      [self = shared_from_this(), completion = std::move(completion)](auto infos, const auto& error) {
+        completion(layoutAnswer(std::move(infos), error, *self->logger_));
       });
 }
 
