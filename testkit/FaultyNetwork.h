@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "testkit/HostFaults.h"
+#include "vellora/Host/Network.h"
+
+namespace vellora::testkit {
+
+/// A network whose requests fail as a `HostFaults` says; the others go to another network, which also times
+/// the wrong answers.
+///
+/// Ownership: shares both. Owns the completions that it holds back; what is still held when it is destroyed
+/// is dropped uncalled. An answer that comes after that is passed on without a fault.
+/// Threads: safe to use from several threads at once, as far as the other network is. No lock is held while a
+/// completion runs.
+class FaultyNetwork final : public CorvaneSDK::Network {
+ public:
+  /// The error of a `networkError`, and of an `answeredAtOnce` that has no answer.
+  struct Failure {
+    [[nodiscard]] std::string localizedDescription() const { return "The network failed, as planned."; }
+  };
+
+  FaultyNetwork(std::shared_ptr<CorvaneSDK::Network> next, std::shared_ptr<HostFaults> faults);
+  ~FaultyNetwork() override;
+  FaultyNetwork(const FaultyNetwork&) = delete;
+  FaultyNetwork& operator=(const FaultyNetwork&) = delete;
+
+  void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override;
+
+  /// Delivers what was `answeredLate` and has arrived so far, on this thread, and tells how many that were.
+  std::size_t deliverLate();
+
+  /// Lets go of every completion that is held back, without calling it: as a network that shuts down wrongly.
+  void dropHeld();
+
+ private:
+  class Held;
+
+  const std::shared_ptr<CorvaneSDK::Network> next_;
+  const std::shared_ptr<HostFaults> faults_;
+  const std::shared_ptr<Held> held_;
+};
+
+}  // namespace vellora::testkit

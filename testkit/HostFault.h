@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "testkit/HostCall.h"
+
+namespace vellora::testkit {
+
+/// What goes wrong with one call to a host.
+enum class HostFault {
+  // Requests.
+  networkError,    ///< an error, and no body
+  noBody,          ///< neither body nor error
+  emptyBody,       ///< a body of no bytes
+  errorBody,       ///< a body that tells of an error instead of answering
+  truncatedBody,   ///< the first half of the body
+  garbageBody,     ///< bytes that are no text
+  answeredTwice,   ///< the right answer, and once more
+  answeredLate,    ///< the right answer, when the test says so
+  answeredAtOnce,  ///< on the calling thread, before `sendRequest` returns
+  neverAnswered,
+  // What is read from the cache.
+  missing,        ///< not found: no blob, no rows, no table
+  truncated,      ///< the first half of the bytes
+  bitFlipped,     ///< the top bit of the byte in the middle is the other one
+  anothersBytes,  ///< well-formed, but another record's
+  olderForm,      ///< as an earlier version of the library could have written it
+  // What is written to the cache.
+  refused,  ///< not done, and the result says so; a table that is not created stays empty
+  // Log lines.
+  lineLost,
+};
+
+/// Such as "answered twice".
+[[nodiscard]] std::string_view describe(HostFault fault);
+
+/// The faults that a call of that kind can have.
+[[nodiscard]] const std::vector<HostFault>& faultsOf(HostCall::Operation operation);
+
+}  // namespace vellora::testkit
