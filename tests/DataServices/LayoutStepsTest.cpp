@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "hostkit/MemoryCache.h"
+#include "testkit/FaultyNetwork.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"
 #include "tests/support/TestClock.h"
@@ -109,6 +110,17 @@ TEST_F(LayoutStepsOnDoublesTest, ADownloadIsABodyOrAnErrorWhoseReasonIsLogged) {
       logger->lines(),
       ElementsAre(RecordingLogger::Line{LogLevel::error, "get(): Failed to decode: expected a string at $"},
                   RecordingLogger::Line{LogLevel::error, "get(): Network request error:  line down"}));
+}
+
+TEST_F(LayoutStepsOnDoublesTest, ADownloadIsOverWithTheFirstAnswer) {
+  const auto body = std::make_shared<StubNetwork>();
+  body->answer("/services/x", StubNetwork::body("\"text\""));
+  const auto faults = std::make_shared<testkit::HostFaults>();
+  faults->plan(0, testkit::HostFault::answeredTwice);
+  testkit::FaultyNetwork twice(body, faults);
+  int outcomes = 0;
+  download<std::string>(twice, request, logger, "get()", [&](const auto&, const auto&) { ++outcomes; });
+  EXPECT_EQ(outcomes, 1);
 }
 
 TEST_F(LayoutStepsOnDoublesTest, ADownloadIsAnsweredWithTheFreshLayoutsAFailureWithAllThatWereFound) {

@@ -3,6 +3,7 @@
 // The steps that both layout services take alike.
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <iterator>
@@ -97,13 +98,15 @@ void saveEntry(CorvaneSDK::Cache& cache, CorvaneSDK::Logger& logger, const std::
 
 /// Sends `request` and reads the response body as a `Body`. Calls `then(body, error)` with one of the two;
 /// the error is `network` without a body, `decoding` for one of another form. Logs the reason as a failure of
-/// `operation`.
+/// `operation`. A network that answers a second time is not listened to: `then` is called once.
 template <class Body, class Then>
 void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request,
               std::weak_ptr<CorvaneSDK::Logger> logger, std::string operation, Then then) {
   network.sendRequest(
-      request, [logger = std::move(logger), operation = std::move(operation), then = std::move(then)](
+      request, [answered = std::make_shared<std::atomic_flag>(), logger = std::move(logger),
+                operation = std::move(operation), then = std::move(then)](
                    const std::optional<Data>& data, const std::optional<Error>& error, const auto&) {
+        if (answered->test_and_set()) return;
         if (!data) {
           if (error) logError(logger, operation + ": Network request error:  ", *error);
           return then(std::optional<Body>(), std::optional(SObjectsDataServiceError::network()));
