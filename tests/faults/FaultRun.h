@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "testkit/FaultyHost.h"
+#include "testkit/ManualQueue.h"
+#include "tests/faults/CacheImage.h"
+#include "tests/faults/Deliveries.h"
+#include "tests/faults/SmallServer.h"
+#include "tests/support/ManualQueues.h"
+#include "vellora/Host/RequiredAPI.h"
+
+namespace vellora::faults {
+
+class FaultRun;
+
+/// Something that the library can be asked.
+struct Operation {
+  using Service = std::shared_ptr<void>;  ///< whatever must live until the answer
+
+  std::string name;
+  /// Makes the service on the host of the run, if there is none yet, and asks it; what it answers goes to the
+  /// run's `deliver`.
+  std::function<Service(FaultRun& run, const Service& service)> ask;
+  bool runsHostQueue = false;  ///< the prefetch, which runs there, belongs to it
+};
+
+/// One run of an operation on one thread, with a host of its own. Nothing happens but what it is told to do.
+class FaultRun {
+ public:
+  FaultRun(tests::ManualQueues& queues, std::shared_ptr<CorvaneSDK::Cache> cache,
+           const CacheImage* anothers = nullptr);
+  ~FaultRun();
+  FaultRun(const FaultRun&) = delete;
+  FaultRun& operator=(const FaultRun&) = delete;
+
+  testkit::FaultyHost& host() { return *host_; }
+  [[nodiscard]] std::shared_ptr<testkit::FaultyHost> platform() const { return host_; }
+  [[nodiscard]] RequiredAPI api() const { return {host_->network(), host_->cache(), host_->logger()}; }
+  [[nodiscard]] std::shared_ptr<DispatchQueue> hostQueue() const { return hostQueue_; }
+
+  /// Asks, lets everything happen until nothing is left to, and returns what came since.
+  Deliveries perform(const Operation& operation);
+
+  /// Lets go of the service, and lets happen what is left to.
+  void release();
+
+  /// What is still alive that should not be, in words; empty when nothing is. Call it after `release`.
+  [[nodiscard]] std::vector<std::string> leftovers();
+
+  /// A completion's way to the run: it holds on to a token, so that its own life shows.
+  [[nodiscard]] std::function<void(Delivery)> deliver();
+
+ private:
+  void settle(bool runsHostQueue);
+
+  tests::ManualQueues& queues_;
+  const std::shared_ptr<SmallServer> server_ = std::make_shared<SmallServer>();
+  const std::shared_ptr<testkit::FaultyHost> host_;
+  const std::shared_ptr<testkit::ManualQueue> hostQueue_ = std::make_shared<testkit::ManualQueue>();
+  std::shared_ptr<Deliveries> deliveries_ = std::make_shared<Deliveries>();
+  std::shared_ptr<int> completionToken_ = std::make_shared<int>(0);
+  Operation::Service service_;
+};
+
+}  // namespace vellora::faults
