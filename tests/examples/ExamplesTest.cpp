@@ -1,0 +1,97 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "apps/records-server/RecordsServer.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/HttpClient.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace vellora::tests {
+namespace {
+
+using recordsserver::DataSet;
+using recordsserver::RecordsServer;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* record = "001000000000009";
+
+/// The examples as somebody who tries them runs them.
+class ExamplesTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    auto started = RecordsServer::start(DataSet::builtIn());
+    ASSERT_TRUE(started);
+    server = std::move(started).value();
+  }
+
+  ChildProcess::Ended run(const std::string& program, const std::vector<std::string>& arguments) const {
+    std::vector<std::string> all{"-C", folder.path().string(), program};  // where they leave their files
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return ChildProcess::run("/usr/bin/env", all, {});
+  }
+
+  /// Saves the server's answer where the host that answers from a folder looks for it.
+  void keepAnswer(const std::string& path) const {
+    const auto file = std::filesystem::path(folder.file("answers") + path);
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << test::httpGet(server->port(), path).body;
+  }
+
+  const TemporaryFolder folder;
+  std::unique_ptr<RecordsServer> server;
+};
+
+TEST_F(ExamplesTest, EmbedTellsTheTypeOfARecord) {
+  const auto ended = run(EMBED, {server->url(), record});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  EXPECT_EQ(ended.out, "001000000000009 is of type Account\n");
+}
+
+TEST_F(ExamplesTest, OwnHostAnswersFromItsFolder) {
+  keepAnswer("/services/data/v50.0/sobjects");
+  keepAnswer("/services/data/v50.0/theme");
+  const auto ended = run(OWN_HOST, {folder.file("answers"), record});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  EXPECT_EQ(ended.out, "Account\n");
+}
+
+TEST_F(ExamplesTest, OwnHostLogsWhatIsMissing) {
+  const auto ended = run(OWN_HOST, {folder.file("absent"), record});
+  EXPECT_EQ(ended.out, "unknown\n");
+  EXPECT_THAT(ended.err, HasSubstr("error: VelloraService: SObjectsDataServiceError: There is no answer for "
+                                   "/services/data/v50.0/sobjects.\n"));
+}
+
+TEST_F(ExamplesTest, SeededStartAnswersWithoutANetworkFromWhatItShips) {
+  const std::string used = folder.file("used.sqlite");
+  const std::string seed = folder.file("seed.json");
+  ASSERT_EQ(run(VELLORA, {"--server", server->url(), "--cache", used, "ids", record}).exitCode, 0);
+  ASSERT_EQ(run(VELLORA, {"--cache", used, "cache", "export", seed}).exitCode, 0);
+  server->clearRequests();
+
+  const auto first = run(SEEDED_START, {server->url(), seed, folder.file("app.sqlite"), record});
+  EXPECT_EQ(first.exitCode, 0) << first.err;
+  EXPECT_EQ(first.out, "Account\n");
+  EXPECT_EQ(first.err, "");
+  EXPECT_THAT(server->requests(), IsEmpty()) << "what it shipped is fresh";
+  EXPECT_EQ(run(SEEDED_START, {server->url(), seed, folder.file("app.sqlite"), record}).out, "Account\n");
+}
+
+TEST_F(ExamplesTest, SeededStartRefusesWhatIsNoSeed) {
+  std::ofstream(folder.file("seed.json")) << "{}";
+  const auto ended =
+      run(SEEDED_START, {server->url(), folder.file("seed.json"), folder.file("app.sqlite"), record});
+  EXPECT_EQ(ended.exitCode, 1);
+  EXPECT_EQ(ended.err, "This is not an archive of a cache. Choose a file that was written as one.\n");
+}
+
+}  // namespace
+}  // namespace vellora::tests
