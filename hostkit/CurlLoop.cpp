@@ -49,6 +49,9 @@ CurlLoop::CurlLoop(CurlTransfer::Setting setting, std::unique_ptr<Multi> multi)
     : setting_(std::move(setting)), multi_(std::move(multi)) {
   // By itself curl keeps fewer when few requests are under way, and closes the others at once.
   curl_multi_setopt(multi_->handle.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(mostActive));
+  // One request at a time on an HTTP/2 connection too: with several, curl 7.88.1 now and then overlooks what
+  // has arrived, and lets them wait until their time is up.
+  curl_multi_setopt(multi_->handle.get(), CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_NOTHING));
 }
 
 CurlLoop::~CurlLoop() = default;

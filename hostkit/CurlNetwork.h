@@ -13,7 +13,8 @@
 
 namespace vellora::hostkit {
 
-/// A network on libcurl: HTTP/2 where the server has it, kept connections, gzip, TLS with verification.
+/// A network on libcurl: HTTP/2 where the server has it over TLS, kept connections, each with one request at
+/// a time and eight at most, gzip, TLS with verification.
 ///
 ///     auto network = CurlNetwork::make({.server = "https://records.example", .token = [] { return
 ///     readToken(); }}); if (!network) return fail(network.error().localizedDescription());

@@ -129,7 +129,11 @@ struct CurlTransfer::Callbacks {
   }
 
   static std::size_t header(const char* bytes, std::size_t, std::size_t count, void* transfer) noexcept {
-    takeHeaderLine({bytes, count}, static_cast<CurlTransfer*>(transfer)->response_.headers);
+    auto& self = *static_cast<CurlTransfer*>(transfer);
+    const std::string_view line(bytes, count);
+    if (line.starts_with("HTTP/")) self.headIsComplete_ = false;
+    if (line == "\r\n" || line == "\n") self.headIsComplete_ = true;
+    takeHeaderLine(line, self.response_.headers);
     return count;
   }
 };
@@ -208,6 +212,8 @@ std::optional<CurlNetworkError::Kind> CurlTransfer::takeBody(std::string_view by
 void CurlTransfer::finish(int curlCode) {
   if (bodyFault_) return fail(*bodyFault_);
   if (curlCode != CURLE_OK) return settleWithError(errorOf(curlCode));
+  // curl takes a head that the connection ends in for a whole one.
+  if (!headIsComplete_) return fail(Kind::connectionLost);
   long status = 0;
   curl_easy_getinfo(handle_->easy.get(), CURLINFO_RESPONSE_CODE, &status);
   response_.statusCode = static_cast<int>(status);
@@ -231,6 +237,7 @@ void CurlTransfer::followRedirect() {
   body_.clear();
   decoder_.reset();
   response_ = {};
+  headIsComplete_ = false;
   if (curl_easy_setopt(handle_->easy.get(), CURLOPT_URL, admitted.value().c_str()) != CURLE_OK) {
     fail(Kind::unavailable);
   }

@@ -83,6 +83,7 @@ class CurlTransfer {
   // Only on the driving thread.
   struct Handle;
   std::unique_ptr<Handle> handle_;
+  bool headIsComplete_ = false;  // of the answer that is coming
   std::string body_;
   std::unique_ptr<GzipDecoder> decoder_;  // of a packed body, once some of it has come
   std::optional<CurlNetworkError::Kind> bodyFault_;

@@ -158,6 +158,30 @@ TEST_F(CurlNetworkTest, PutsAChunkedBodyTogether) {
   EXPECT_EQ(ask("/theme").body(), "abcde");
 }
 
+TEST_F(CurlNetworkTest, WhatFollowsAChunkedBodyIsAmongTheHeaders) {
+  server.reply({"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\nX-Sum: 7\r\n\r\n"});
+  const Answer answer = ask("/theme");
+  EXPECT_EQ(answer.body(), "abc");
+  EXPECT_EQ(answer.response->headers.at("x-sum"), "7");
+}
+
+TEST_F(CurlNetworkTest, HalfAHeadIsAnError) {
+  server.reply({"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nX-Ha", Then::close});
+  expectError(ask("/theme"), Kind::connectionLost);
+  server.reply({"HTTP/1.1 200 OK\n\nlines of other systems", Then::close});
+  EXPECT_EQ(ask("/theme").body(), "lines of other systems");
+}
+
+TEST_F(CurlNetworkTest, AHundredMegabytesAreAnErrorUnlessTheyAreAllowed) {
+  constexpr std::size_t megabyte = 1024 * 1024;
+  const auto hundred = ScriptedServer::http("200 OK", std::string(100 * megabyte, 'x'));
+  server.reply(hundred);
+  expectError(ask("/theme"), Kind::tooLarge);
+  remake({.server = server.url(), .maxBodyBytes = 100 * megabyte});
+  server.reply(hundred);
+  EXPECT_EQ(ask("/theme").data->size(), 100 * megabyte);
+}
+
 TEST_F(CurlNetworkTest, ReadsABodyThatEndsWithTheConnection) {
   server.reply({"HTTP/1.1 200 OK\r\nConnection: close\r\n\r\nto the end", Then::close});
   EXPECT_EQ(ask("/theme").body(), "to the end");

@@ -113,16 +113,23 @@ void ScriptedServer::serve() {
   while (true) {
     std::vector<pollfd> waiting{{stopPipe_[0], POLLIN, 0}, {listener_, POLLIN, 0}};
     for (const auto& [socket, received] : open_) waiting.push_back({socket, POLLIN, 0});
-    ::poll(waiting.data(), waiting.size(), -1);
+    constexpr int betweenDrops = 5;  // milliseconds
+    ::poll(waiting.data(), waiting.size(), trickling_.empty() ? -1 : betweenDrops);
     if (waiting[0].revents != 0) return;
     if (waiting[1].revents != 0) acceptConnection();
     for (std::size_t i = 2; i < waiting.size(); ++i) {
       const int socket = waiting[i].fd;
       if (waiting[i].revents == 0 || receive(socket, open_.at(socket))) continue;
       open_.erase(socket);
+      trickling_.erase(socket);
       ::close(socket);
     }
+    trickle();
   }
+}
+
+void ScriptedServer::trickle() {
+  for (const int socket : trickling_) sendAll(socket, " ");
 }
 
 void ScriptedServer::acceptConnection() {
@@ -151,7 +158,8 @@ bool ScriptedServer::answer(int socket, std::string request) {
   const Reply reply = nextReply(std::move(request));
   sendAll(socket, reply.bytes);
   if (reply.then == Then::reset) resetOnClose(socket);
-  return reply.then == Then::keepOpen;
+  if (reply.then == Then::trickle) trickling_.insert(socket);
+  return reply.then == Then::keepOpen || reply.then == Then::trickle;
 }
 
 ScriptedServer::Reply ScriptedServer::nextReply(std::string request) {

@@ -6,6 +6,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -24,7 +25,12 @@ namespace vellora::tests {
 class ScriptedServer {
  public:
   /// What becomes of the connection behind a reply.
-  enum class Then { keepOpen, close, reset };
+  enum class Then {
+    keepOpen,
+    close,
+    reset,
+    trickle,  ///< a blank every few milliseconds, for as long as the client stays
+  };
 
   struct Reply {
     std::string bytes;
@@ -66,6 +72,7 @@ class ScriptedServer {
   void serve();
   void acceptConnection();
   [[nodiscard]] bool receive(int socket, std::string& received);
+  void trickle();
   [[nodiscard]] bool answer(int socket, std::string request);
   [[nodiscard]] Reply nextReply(std::string request);
 
@@ -82,6 +89,7 @@ class ScriptedServer {
   std::size_t connections_ = 0;
 
   std::map<int, std::string> open_;  // only on thread_: what each socket has sent so far
+  std::set<int> trickling_;          // only on thread_
   std::thread thread_;
 };
 

@@ -1,34 +1,34 @@
 #pragma once
 
-#include <sys/types.h>
-
-#include <filesystem>
 #include <string>
+
+#include "tests/support/ServerProcess.h"
+#include "tests/support/TestCertificate.h"
 
 namespace vellora::tests {
 
-/// `openssl s_server` on an ephemeral loopback port, with a self-signed certificate of its own. It answers
-/// each GET with a page of text.
+/// A server with TLS on an ephemeral loopback port. What comes in over TLS it passes on to a server without,
+/// and that one's answers and resets back; a client that it has no TLS with gets no further.
 ///
-/// Ownership: owns the process, and a folder with certificate and key that goes with it.
+/// Ownership: owns its process and its certificate.
 class TlsServer {
  public:
-  /// `subject` is what the certificate is for, such as "IP:127.0.0.1" or "DNS:records.example".
-  explicit TlsServer(const std::string& subject);
-  ~TlsServer();
-  TlsServer(const TlsServer&) = delete;
-  TlsServer& operator=(const TlsServer&) = delete;
+  /// `plainPort` is the loopback port of the server without TLS; `subject` and `valid` are the certificate's.
+  explicit TlsServer(int plainPort, const std::string& subject = "IP:127.0.0.1",
+                     TestCertificate::Valid valid = TestCertificate::Valid::now);
 
   /// Such as "https://127.0.0.1:40123".
   [[nodiscard]] const std::string& url() const noexcept { return url_; }
 
-  /// The certificate, as PEM: who trusts this file trusts the server.
-  [[nodiscard]] std::string certificate() const { return (folder_ / "certificate.pem").string(); }
+  /// The certificate's file.
+  [[nodiscard]] std::string certificate() const { return certificate_.file(); }
+
+  /// Ends it all at once, connections included.
+  void kill() { process_.stop(); }
 
  private:
-  std::filesystem::path folder_;
-  pid_t process_ = -1;
-  int output_ = -1;
+  TestCertificate certificate_;
+  ServerProcess process_;
   std::string url_;
 };
 
