@@ -26,8 +26,8 @@ bool initialiseCurl() {
   return initialised;
 }
 
-// OpenSSL writes to sockets in the plain way. A connection that the server has closed is then an error here,
-// not the end of the host's process.
+// Where curl lets OpenSSL write to sockets in the plain way, which 7.88.1 doesn't, a connection that the
+// server has closed is then an error here, not the end of the host's process.
 void blockBrokenPipeSignal() {
   sigset_t signals;
   sigemptyset(&signals);

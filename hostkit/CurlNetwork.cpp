@@ -10,7 +10,7 @@
 namespace vellora::hostkit {
 
 struct CurlNetwork::Parts {
-  const TokenProvider token;
+  const CurlRequest::TokenSetting token;
   const std::shared_ptr<CurlLoop> loop;
 };
 
@@ -21,8 +21,8 @@ Result<std::shared_ptr<CurlNetwork>> CurlNetwork::make(Options options) {
       CurlLoop::start({server.value(), std::move(options.caFile), options.maxBodyBytes,
                        options.connectTimeout, std::move(options.observer)});
   if (!loop) return loop.error();
-  return std::shared_ptr<CurlNetwork>(
-      new CurlNetwork(std::make_unique<Parts>(Parts{std::move(options.token), loop.value()})));
+  return std::shared_ptr<CurlNetwork>(new CurlNetwork(std::make_unique<Parts>(
+      Parts{{std::move(options.token), options.allowTokenOverPlainHttp}, loop.value()})));
 }
 
 CurlNetwork::CurlNetwork(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}

@@ -22,10 +22,11 @@ namespace vellora::hostkit {
 /// An answer is delivered as it came, whatever its status: body, status, headers (names in lower case, values
 /// of one name joined with ", "). A complete answer without a body, such as a 204, has an empty `Data`.
 ///
-/// The token goes to the server of `Options::server` and nowhere else. Redirects are followed on that very
-/// scheme, host and port only, five at most; any other is an error. Proxies are taken from the environment as
-/// curl does, for https only, where they see no more than the server's name; a loopback address never goes
-/// through one.
+/// The token goes to the server of `Options::server` and nowhere else, and over http to this machine only:
+/// what would take it to another without TLS fails with `unprotectedToken` and is not sent. Redirects are
+/// followed on that very scheme, host and port only, five at most; any other is an error. Proxies are taken
+/// from the environment as curl does, for https only, where they see no more than the server's name; a
+/// loopback address never goes through one.
 ///
 /// Ownership: shares nothing with its requests: dropping the last handle completes every pending request with
 /// a `shutDown` error, each before the destructor returns, except when a completion drops that handle: then
@@ -50,6 +51,9 @@ class CurlNetwork final : public CorvaneSDK::Network {
     /// The server's address: https or http, host, perhaps a port and a path under which the server lives.
     std::string server;
     TokenProvider token = {};
+    /// Lets the token go over http to another machine, where everybody on the way can read and use it. Only
+    /// for a network that you trust as a whole.
+    bool allowTokenOverPlainHttp = false;
     /// A PEM file of the certificate authorities to trust; absent: the system's.
     std::optional<std::string> caFile = {};
     /// A larger body, counted after decompression, fails the request with `tooLarge`.

@@ -7,18 +7,19 @@ namespace vellora::hostkit {
 /// Why a `CurlNetwork` could not be made, or why a request got no answer.
 struct CurlNetworkError {
   enum class Kind {
-    invalidAddress,   ///< the server's address cannot be used
-    invalidRequest,   ///< the request is not one that this network sends
-    badToken,         ///< the token provider gave a text that cannot stand in a header
-    unreachable,      ///< no connection: refused, no route, no such host
-    connectionLost,   ///< the connection ended before the answer did
-    timedOut,         ///< the request's time ran out, or the time to connect
-    tls,              ///< no trust in the server, or no common protocol with it
-    tooLarge,         ///< the body is larger than the cap
-    refusedRedirect,  ///< the server sends the client elsewhere, or round in circles
-    protocol,         ///< the answer is not HTTP, or is badly encoded
-    shutDown,         ///< the network was destroyed first
-    unavailable,      ///< the machine gave no thread or no memory
+    invalidAddress,    ///< the server's address cannot be used
+    invalidRequest,    ///< the request is not one that this network sends
+    badToken,          ///< the token provider gave a text that cannot stand in a header
+    unprotectedToken,  ///< the token would go to another machine without TLS
+    unreachable,       ///< no connection: refused, no route, no such host
+    connectionLost,    ///< the connection ended before the answer did
+    timedOut,          ///< the request's time ran out, or the time to connect
+    tls,               ///< no trust in the server, or no common protocol with it
+    tooLarge,          ///< the body is larger than the cap
+    refusedRedirect,   ///< the server sends the client elsewhere, or round in circles
+    protocol,          ///< the answer is not HTTP, or is badly encoded
+    shutDown,          ///< the network was destroyed first
+    unavailable,       ///< the machine gave no thread or no memory
   };
 
   Kind kind;

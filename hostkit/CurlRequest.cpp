@@ -70,7 +70,7 @@ std::optional<std::string> faultOf(const URLRequest& request) {
 }  // namespace
 
 Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, const ServerAddress& server,
-                                         const std::function<std::optional<std::string>()>& token) {
+                                         const TokenSetting& token) {
   const URLRequest& base = request.base();
   const auto refused = [&](Kind kind, const std::string& why) -> Error {
     return CurlNetworkError{kind, "a request to " + server.hostAndPort() + " was not sent: " + why};
@@ -83,8 +83,12 @@ Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, 
   for (const auto& [name, value] : base.headers) prepared.headerLines.push_back(headerLine(name, value));
   if (!holds(base.headers, "Accept-Encoding")) prepared.headerLines.emplace_back("Accept-Encoding: gzip");
   if (!holds(base.headers, "Accept")) prepared.headerLines.emplace_back("Accept: application/json");
-  if (!token || holds(base.headers, "Authorization")) return prepared;
-  if (std::optional<std::string> given = token()) {
+  if (!token.provider || holds(base.headers, "Authorization")) return prepared;
+  if (std::optional<std::string> given = token.provider()) {
+    if (server.scheme() != "https" && !server.isLoopback() && !token.mayGoUnprotected) {
+      return refused(Kind::unprotectedToken,
+                     "over http everybody on the way could read the token: give the server's https address");
+    }
     if (!isToken(*given)) {
       return refused(
           Kind::badToken,

@@ -24,6 +24,7 @@ Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options o
   CurlNetwork::Options networkOptions;
   networkOptions.server = std::move(options.server);
   networkOptions.token = std::move(options.token);
+  networkOptions.allowTokenOverPlainHttp = options.allowTokenOverPlainHttp;
   // The network first: a mistyped address should leave no cache file behind.
   auto network = CurlNetwork::make(std::move(networkOptions));
   if (!network) return network.error();

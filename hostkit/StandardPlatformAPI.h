@@ -24,6 +24,8 @@ class StandardPlatformAPI final : public CorvaneSDK::PlatformAPI {
     std::string server;
     /// Gives the bearer token; see `CurlNetwork`.
     CurlNetwork::TokenProvider token = {};
+    /// See `CurlNetwork`; the token of an http server elsewhere is refused without it.
+    bool allowTokenOverPlainHttp = false;
     /// Where a `SQLiteCache` is kept; absent: a `MemoryCache`, which forgets everything with the process.
     std::optional<std::string> cacheFile = {};
     /// Null: nothing is logged.

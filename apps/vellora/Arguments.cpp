@@ -25,7 +25,8 @@ void addOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--server", arguments.server, "The records server, such as https://records.example")
       ->envname("VELLORA_SERVER")
       ->type_name("URL");
-  app.add_option("--token-file", arguments.tokenFile, "File with the bearer token; - is standard input")
+  app.add_option("--token-file", arguments.tokenFile,
+                 "File with the bearer token, sent over https or to this machine; - is standard input")
       ->type_name("FILE");
   app.add_option("--theme", arguments.theme, "Theme of colours and icons")
       ->capture_default_str()

@@ -240,6 +240,20 @@ TEST_F(CurlNetworkTest, DoesNotSendATokenThatLeavesItsLine) {
   EXPECT_EQ(server.connections(), 0U);
 }
 
+TEST_F(CurlNetworkTest, SendsNoTokenOverHttpToWhatIsNoLoopbackAddressUnlessThatIsAllowed) {
+  server.replyAlways(ScriptedServer::http("200 OK", "{}"));
+  // This machine too, but that cannot be told by the address.
+  const std::string address = "http://0.0.0.0:" + std::to_string(server.port());
+  const auto token = [] { return std::optional(canary); };
+  remake({.server = address, .token = token});
+  expectError(ask("/theme"), Kind::unprotectedToken);
+  EXPECT_EQ(server.connections(), 0U);
+
+  remake({.server = address, .token = token, .allowTokenOverPlainHttp = true});
+  EXPECT_EQ(ask("/theme").body(), "{}");
+  EXPECT_THAT(server.requests()[0], HasSubstr(canary));
+}
+
 TEST_F(CurlNetworkTest, DoesNotSendAHeaderThatLeavesItsLine) {
   for (const auto& [name, value] : std::map<std::string, std::string>{
            {"X-A", "a\r\nX-Evil: 1"}, {"X-B", "a\nb"}, {"X-C\r\nX-Evil", "1"}, {"X-D: 1", "1"}, {"", "1"}}) {

@@ -20,7 +20,7 @@ using Lines = std::vector<std::string>;
 const ServerAddress server = ServerAddress::parse("https://records.example").value();
 
 CurlRequest prepared(const NetRequest& request) {
-  return CurlRequest::prepare(request, server, nullptr).value();
+  return CurlRequest::prepare(request, server, {}).value();
 }
 
 TEST(CurlRequestTest, ResolvesTheUrlAndAsksForWhatTheLibraryReads) {
@@ -39,9 +39,35 @@ TEST(CurlRequestTest, TheRequestsHeadersComeBeforeItsOwn) {
 
 TEST(CurlRequestTest, AddsTheToken) {
   const auto request =
-      CurlRequest::prepare(get("/x"), server, [] { return std::optional<std::string>("t0k.-_~+/="); });
+      CurlRequest::prepare(get("/x"), server, {[] { return std::optional<std::string>("t0k.-_~+/="); }});
   EXPECT_EQ(request.value().headerLines.back(), "Authorization: Bearer t0k.-_~+/=");
   EXPECT_EQ(request.value().token, "t0k.-_~+/=");
+}
+
+TEST(CurlRequestTest, KeepsTheTokenFromNetworksWhereItCouldBeRead) {
+  const auto token = [] { return std::optional<std::string>("t0k"); };
+  const auto refused = [&](const std::string& address, bool allowed) {
+    const auto request =
+        CurlRequest::prepare(get("/x"), ServerAddress::parse(address).value(), {token, allowed});
+    if (!request) {
+      EXPECT_EQ(request.error().as<CurlNetworkError>()->kind, CurlNetworkError::Kind::unprotectedToken);
+    }
+    return !request;
+  };
+  EXPECT_TRUE(refused("http://records.example", false));
+  EXPECT_TRUE(refused("http://10.0.0.1:8080", false));
+  EXPECT_TRUE(refused("http://localhost.example", false));
+  EXPECT_FALSE(refused("http://records.example", true));
+  EXPECT_FALSE(refused("https://records.example", false));
+  for (const char* here : {"http://localhost:8080", "http://127.0.0.1:8080", "http://[::1]:8080"}) {
+    EXPECT_FALSE(refused(here, false)) << here;
+  }
+  const ServerAddress elsewhere = ServerAddress::parse("http://records.example").value();
+  EXPECT_TRUE(CurlRequest::prepare(get("/x"), elsewhere, {[] { return std::optional<std::string>(); }}));
+  EXPECT_EQ(
+      CurlRequest::prepare(get("/x"), elsewhere, {token}).error().localizedDescription(),
+      "a request to records.example:80 was not sent: over http everybody on the way could read the token: "
+      "give the server's https address");
 }
 
 TEST(CurlRequestTest, DoesNotAskForATokenThatIsNotSent) {
@@ -51,14 +77,14 @@ TEST(CurlRequestTest, DoesNotAskForATokenThatIsNotSent) {
   };
   URLRequest authorized = get("/x").base();
   authorized.headers = {{"AUTHORIZATION", "Basic eDp5"}};
-  EXPECT_TRUE(CurlRequest::prepare(NetRequest(authorized), server, mustNotBeAsked));
-  EXPECT_FALSE(CurlRequest::prepare(get("//other.example/"), server, mustNotBeAsked));
+  EXPECT_TRUE(CurlRequest::prepare(NetRequest(authorized), server, {mustNotBeAsked}));
+  EXPECT_FALSE(CurlRequest::prepare(get("//other.example/"), server, {mustNotBeAsked}));
 }
 
 TEST(CurlRequestTest, SaysWhyItRefuses) {
   URLRequest base = get("/x").base();
   base.headers = {{"X-Evil", "a\nb"}};
-  const auto refused = CurlRequest::prepare(NetRequest(base), server, nullptr);
+  const auto refused = CurlRequest::prepare(NetRequest(base), server, {});
   ASSERT_FALSE(refused);
   EXPECT_EQ(refused.error().localizedDescription(),
             "a request to records.example:443 was not sent: the value of its header X-Evil holds a control "

@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "hostkit/SQLiteCacheError.h"
+#include "tests/support/Requests.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit {
@@ -73,6 +76,23 @@ TEST(StandardPlatformAPITest, NeedsNoMoreThanAServer) {
   testing::internal::CaptureStderr();
   api.value()->logger()->log("failure", CorvaneSDK::LogLevel::error);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(StandardPlatformAPITest, SendsTheTokenOverHttpToOtherMachinesOnlyWhenThatIsAllowed) {
+  const auto failureOfARequest = [](bool allowed) {
+    StandardPlatformAPI::Options options;
+    options.server = "http://0.0.0.0:" + std::to_string(vellora::tests::closedPort());
+    options.token = [] { return std::optional<std::string>("token"); };
+    options.allowTokenOverPlainHttp = allowed;
+    const auto api = StandardPlatformAPI::make(options).value();
+    std::promise<CurlNetworkError::Kind> kind;
+    api->network()->sendRequest(vellora::tests::get("/theme"), [&kind](auto, const auto& error, auto) {
+      kind.set_value(error->template as<CurlNetworkError>()->kind);
+    });
+    return kind.get_future().get();
+  };
+  EXPECT_EQ(failureOfARequest(false), CurlNetworkError::Kind::unprotectedToken);
+  EXPECT_EQ(failureOfARequest(true), CurlNetworkError::Kind::unreachable);
 }
 
 TEST(StandardPlatformAPITest, TellsAnAddressThatCannotBeUsedAndLeavesNoCacheBehind) {
