@@ -31,6 +31,7 @@ MAY_INCLUDE = {
     "tests/support": LIBRARY | {"hostkit", "testkit", "apps/records-server"},
     "bench": LIBRARY | {"hostkit", "testkit", "apps/records-server", "tests/support"},
     "examples": LIBRARY | {"hostkit", "testkit"},
+    "fuzz": LIBRARY | {"hostkit", "testkit", "apps/records-server", "tests/support"},
 }
 
 # Third-party headers stay out of ours, so that none of them reaches who includes us.
