@@ -1,7 +1,9 @@
 #include "tests/support/ManualQueues.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <set>
 #include <utility>
@@ -13,22 +15,28 @@ namespace vellora {
 
 namespace {
 
-constexpr const void* globalQueue = nullptr;
+constexpr std::uint64_t globalQueue = 0;
 
 struct Submitted {
-  const void* queue;
+  std::uint64_t queue;
   DispatchQueue::Work work;
 };
 
 std::deque<Submitted> submitted;
 std::vector<tests::ManualQueues::SerialQueue> madeQueues;
+std::function<DispatchQueue::Work(DispatchQueue::Work)> wrapper;
+std::uint64_t lastQueue = globalQueue;
+
+void submit(std::uint64_t queue, DispatchQueue::Work work) {
+  submitted.push_back({queue, wrapper ? wrapper(std::move(work)) : std::move(work)});
+}
 
 /// Where the pieces stand that could be the next to run.
 std::vector<std::size_t> runnable() {
   std::vector<std::size_t> places;
-  std::set<const void*> busy;
+  std::set<std::uint64_t> busy;
   for (std::size_t place = 0; place < submitted.size(); ++place) {
-    const void* queue = submitted[place].queue;
+    const std::uint64_t queue = submitted[place].queue;
     if (queue == globalQueue || busy.insert(queue).second) places.push_back(place);
   }
   return places;
@@ -43,12 +51,14 @@ void runAt(std::size_t place) {
 
 class GlobalQueue final : public DispatchQueue {
  public:
-  void async(Work work) override { submitted.push_back({globalQueue, std::move(work)}); }
+  void async(Work work) override { submit(globalQueue, std::move(work)); }
 };
 
 }  // namespace
 
-struct SerialDispatchQueue::Strand {};
+struct SerialDispatchQueue::Strand {
+  const std::uint64_t id = ++lastQueue;
+};
 
 SerialDispatchQueue::SerialDispatchQueue(std::string label, DispatchQoS qos)
     : label_(std::move(label)), qos_(qos), strand_(std::make_unique<Strand>()) {
@@ -57,10 +67,8 @@ SerialDispatchQueue::SerialDispatchQueue(std::string label, DispatchQoS qos)
 
 SerialDispatchQueue::~SerialDispatchQueue() = default;
 
-// A queue that is gone may share its address with a later one; their work then runs in order, as if they were
-// one.
 void SerialDispatchQueue::async(Work work) {
-  submitted.push_back({strand_.get(), std::move(work)});
+  submit(strand_->id, std::move(work));
 }
 
 const std::shared_ptr<DispatchQueue>& DispatchQueue::global(DispatchQoS) {
@@ -71,8 +79,19 @@ const std::shared_ptr<DispatchQueue>& DispatchQueue::global(DispatchQoS) {
 namespace tests {
 
 ManualQueues::~ManualQueues() {
-  while (!submitted.empty()) submitted.pop_front();  // what a piece of work held may submit more
+  dropAll();
   madeQueues.clear();
+}
+
+void ManualQueues::dropAll() {
+  while (!submitted.empty()) {
+    const auto dropped = std::move(submitted.front());  // what it held may submit more
+    submitted.pop_front();
+  }
+}
+
+void ManualQueues::wrapWork(std::function<DispatchQueue::Work(DispatchQueue::Work work)> wrap) {
+  wrapper = std::move(wrap);
 }
 
 bool ManualQueues::runNext() {

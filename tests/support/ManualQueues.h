@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,11 +19,17 @@ class ManualQueues {
   ManualQueues(const ManualQueues&) = delete;
   ManualQueues& operator=(const ManualQueues&) = delete;
 
+  /// Passes each piece of work through `wrap` when it is submitted; what that returns is run. Null: none.
+  void wrapWork(std::function<DispatchQueue::Work(DispatchQueue::Work work)> wrap);
+
   /// Runs the oldest piece of work. False when there was none.
   bool runNext();
 
   /// Runs everything, also what is submitted meanwhile, and tells how many pieces that were.
   std::size_t runAll();
+
+  /// Drops what was not run, also what is submitted meanwhile.
+  void dropAll();
 
   /// How many pieces of work could be the next to run: the oldest of each serial queue, and all of the global
   /// one.
