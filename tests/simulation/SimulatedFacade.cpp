@@ -30,10 +30,13 @@ SimulatedFacade::SimulatedFacade(World& world, SimulatedCache& cache)
     : world_(world),
       cache_(cache),
       host_(world, cache, [this](std::string_view message) { noteLog(message); }) {
-  world_.trace("construct a façade");
   for (std::size_t count = 0; count < lookups; ++count) unused_.push_back(count);
   std::rotate(unused_.begin(), unused_.begin() + static_cast<std::ptrdiff_t>(world_.draw.below(lookups)),
               unused_.end());
+}
+
+void SimulatedFacade::construct() {
+  world_.trace("construct a façade");
   const auto queue =
       std::make_shared<SerialDispatchQueue>(std::string(VelloraService::Constants::queueLabel));
   const auto& api = host_.api();

@@ -22,6 +22,9 @@ class SimulatedFacade {
   SimulatedFacade(const SimulatedFacade&) = delete;
   SimulatedFacade& operator=(const SimulatedFacade&) = delete;
 
+  /// Constructs the façade; observers of its state may start lookups within.
+  void construct();
+
   [[nodiscard]] bool mayLookUp() const { return service_ != nullptr && !unused_.empty(); }
 
   /// Starts a lookup of a kind and of keys that are drawn.
@@ -29,7 +32,6 @@ class SimulatedFacade {
 
   /// Drops the handle.
   void release();
-  [[nodiscard]] bool isReleased() const { return !service_; }
 
   void noteNameFieldsRequest(const CausePtr& cause);
 

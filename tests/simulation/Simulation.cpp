@@ -85,6 +85,7 @@ class Simulation {
   void addFacade() {
     --facadesLeft_;
     facades_.push_back(std::make_unique<SimulatedFacade>(world_, cache_));
+    facades_.back()->construct();
   }
 
   void checkSettled() {
