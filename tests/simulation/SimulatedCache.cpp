@@ -89,6 +89,7 @@ void SimulatedCache::noteLayout(const std::string& name, Mark kind, const std::o
 bool SimulatedCache::save(const Data& data, const std::string& key) {
   world_.trace("save " + key);
   checkBlob(data, key);
+  if (key == themesStamp || key == sObjectsStamp) --stampsOwed_;
   if (world_.draw.oneIn(world_.hazards.refusedWrite)) return false;
   keep(blobs_[key], data);
   return true;
@@ -105,6 +106,7 @@ bool SimulatedCache::remove(const std::string& key) {
 
 void SimulatedCache::checkSettled() {
   if (mustBeRemoved_) world_.breach("an expired search layout was not removed: " + *mustBeRemoved_);
+  world_.expect(stampsOwed_ == 0, "one time stamp follows each list that is written");
   freshnessReads_.clear();
 }
 
@@ -167,6 +169,9 @@ bool SimulatedCache::purge(const std::string& tableKey, const CorvaneSDK::RowFil
 bool SimulatedCache::upsert(const std::string& tableKey, const CorvaneSDK::CacheEntry& entry) {
   world_.trace("upsert " + tableKey + " " + valueOf(entry.meta, "cacheEntryType"));
   checkRow(entry);
+  if (const auto kind = valueOf(entry.meta, "cacheEntryType"); kind == "themes" || kind == "sObjects") {
+    ++stampsOwed_;
+  }
   if (world_.draw.oneIn(world_.hazards.refusedWrite)) return false;
   auto& rows = tables_.at(tableKey);
   const auto found =

@@ -35,7 +35,8 @@ class SimulatedCache {
   /// the list is fresh: what the library may conclude from them.
   [[nodiscard]] bool takeReadsSaidFresh();
 
-  /// To be called when nothing runs: an expired search layout must have been removed by then.
+  /// To be called when nothing runs: an expired search layout must have been removed by then, and each list
+  /// that was written have been followed by one time stamp.
   void checkSettled();
 
  private:
@@ -63,6 +64,7 @@ class SimulatedCache {
   std::map<std::string, std::vector<StoredRow>> tables_;  // rows in the order of their writing
   std::optional<std::string> mustBeRemoved_;
   std::vector<bool> freshnessReads_;
+  int stampsOwed_ = 0;
   int rowsMade_ = 0;
 };
 

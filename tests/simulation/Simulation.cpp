@@ -32,6 +32,19 @@ class Simulation {
     return world_.firstBreach();
   }
 
+  void addTo(Tally& tally) const {
+    tally.steps += steps_;
+    for (const auto& cause : world_.causes()) {
+      const bool lookup = cause->kind != Cause::Kind::nobody && cause->kind != Cause::Kind::prefetch;
+      tally.lookups += lookup ? 1 : 0;
+      tally.answers += static_cast<std::size_t>(cause->calls);
+      tally.requests += cause->requests.size();
+      for (const auto& request : cause->requests) {
+        tally.faultyAnswers += request->outcome == SentRequest::Outcome::faulty ? 1 : 0;
+      }
+    }
+  }
+
  private:
   /// Does one of the things that can happen next; false when nothing is left to happen.
   bool step() {
@@ -43,6 +56,7 @@ class Simulation {
     const std::size_t starts =
         static_cast<std::size_t>(mayLookUp) + (servicesMayLookUp ? 1 : 0) + (facadesLeft_ > 0 ? 1 : 0);
     if (work + requests + starts == 0) return false;
+    ++steps_;
     disturb();
 
     std::size_t choice = world_.draw.below(work + requests + starts);
@@ -109,12 +123,16 @@ class Simulation {
   std::vector<std::unique_ptr<SimulatedFacade>> facades_;
   std::unique_ptr<SimulatedServices> services_;
   std::size_t facadesLeft_ = 0;
+  std::size_t steps_ = 0;
 };
 
 }  // namespace
 
-std::optional<std::string> simulate(std::uint64_t seed, bool traced) {
-  return Simulation(seed, traced).run();
+std::optional<std::string> simulate(std::uint64_t seed, bool traced, Tally& tally) {
+  Simulation simulation(seed, traced);
+  auto breach = simulation.run();
+  simulation.addTo(tally);
+  return breach;
 }
 
 }  // namespace vellora::simulation

@@ -17,13 +17,16 @@ int main(int count, char** arguments) {
   const bool replay = std::strcmp(arguments[1], "--replay") == 0;
   const std::uint64_t first = std::strtoull(arguments[replay ? 2 : 1], nullptr, 10);
   const std::uint64_t seeds = replay ? 1 : std::strtoull(arguments[2], nullptr, 10);
+  vellora::simulation::Tally tally;
   for (std::uint64_t seed = first; seed < first + seeds; ++seed) {
-    const auto breach = vellora::simulation::simulate(seed, replay);
+    const auto breach = vellora::simulation::simulate(seed, replay, tally);
     if (!breach) continue;
     std::cerr << "seed " << seed << ": " << *breach << "\nreplay: " << arguments[0] << " --replay " << seed
               << '\n';
     return 1;
   }
-  std::cout << seeds << " seeds from " << first << " on: all as they must be\n";
+  std::cout << seeds << " seeds, " << tally.steps << " steps, " << tally.lookups << " lookups, "
+            << tally.answers << " answers, " << tally.requests << " requests, " << tally.faultyAnswers
+            << " of them answered wrongly\n";
   return 0;
 }
