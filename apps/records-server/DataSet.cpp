@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "apps/records-server/AsciiCase.h"
+#include "apps/http/AsciiCase.h"
 #include "apps/records-server/DataSetContent.h"
 
 namespace vellora::recordsserver {
@@ -64,8 +64,9 @@ const std::string* DataSet::compactLayout(std::string_view name) const {
 }
 
 const Table* DataSet::table(std::string_view name) const {
-  const auto found = std::find_if(content_->tables.begin(), content_->tables.end(),
-                                  [name](const Table& table) { return equalIgnoringCase(table.name, name); });
+  const auto found =
+      std::find_if(content_->tables.begin(), content_->tables.end(),
+                   [name](const Table& table) { return http::equalIgnoringCase(table.name, name); });
   return found == content_->tables.end() ? nullptr : &*found;
 }
 

@@ -1,7 +1,8 @@
 # cmake -DFOLDER=… -DOUTPUT=… -P EmbedDataFiles.cmake: writes the C++ source that holds the data files' text.
+include("${CMAKE_CURRENT_LIST_DIR}/../../cmake/RawString.cmake")
 function(append_member member file)
-  file(READ "${FOLDER}/${file}" text)
-  set(code "${code}      .${member} = R\"data(${text})data\",\n" PARENT_SCOPE)
+  raw_string(text "${FOLDER}/${file}")
+  set(code "${code}      .${member} = ${text},\n" PARENT_SCOPE)
 endfunction()
 
 set(code "#include \"apps/records-server/DataFiles.h\"\n\nnamespace vellora::recordsserver {\n\n")

@@ -4,6 +4,7 @@
 #include <boost/json.hpp>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/records-server/ErrorBody.h"

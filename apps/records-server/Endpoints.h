@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "apps/records-server/DataSet.h"
@@ -7,10 +8,11 @@
 
 namespace vellora::recordsserver {
 
-/// What a request is answered with: a JSON body and its status.
+/// What a request is answered with.
 struct Answer {
   int status = 200;
   Data body;
+  std::string contentType = "application/json;charset=UTF-8";
 
   /// An answer that tells of an error in the server's form.
   [[nodiscard]] static Answer error(int status, std::string_view message, std::string_view code);

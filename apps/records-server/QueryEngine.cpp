@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-#include "apps/records-server/AsciiCase.h"
+#include "apps/http/AsciiCase.h"
 #include "apps/records-server/QueryError.h"
 
 namespace vellora::recordsserver {
@@ -16,7 +16,7 @@ namespace json = boost::json;
 
 std::optional<std::size_t> columnIndex(const Table& table, const std::string& path) {
   const auto found = std::find_if(table.columns.begin(), table.columns.end(), [&path](const Column& column) {
-    return equalIgnoringCase(column.path, path);
+    return http::equalIgnoringCase(column.path, path);
   });
   if (found == table.columns.end()) return std::nullopt;
   return static_cast<std::size_t>(found - table.columns.begin());

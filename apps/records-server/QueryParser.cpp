@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "apps/records-server/AsciiCase.h"
+#include "apps/http/AsciiCase.h"
 #include "apps/records-server/QueryError.h"
 #include "apps/records-server/QueryTokenizer.h"
 
@@ -17,7 +17,7 @@ constexpr std::string_view keywords[] = {"select", "from", "where", "and", "in",
 
 bool isName(std::string_view word) {
   return std::none_of(std::begin(keywords), std::end(keywords),
-                      [word](std::string_view keyword) { return equalIgnoringCase(keyword, word); });
+                      [word](std::string_view keyword) { return http::equalIgnoringCase(keyword, word); });
 }
 
 bool isPath(std::string_view word) {
@@ -139,7 +139,7 @@ class Parser {
   }
 
   [[nodiscard]] bool keywordIs(const char* text) const {
-    return tokens_[at_].kind == Kind::word && equalIgnoringCase(tokens_[at_].text, text);
+    return tokens_[at_].kind == Kind::word && http::equalIgnoringCase(tokens_[at_].text, text);
   }
 
   std::vector<QueryToken> tokens_;  // the last is an end, and no step goes past it
