@@ -14,7 +14,8 @@ struct DataFiles {
   /// any other member of a describe entry may be given and replaces its default. Only "keyPrefix" has none:
   /// an entry without it is sent without it.
   std::string objects;
-  /// themes.json: an array of theme entries as the theme answer shows them.
+  /// themes.json: an array of theme entries as the theme answer shows them. A server that serves icons puts
+  /// its own address in place of "https://icons.example/".
   std::string themes;
   /// list-views.json: an array of {"Id", "Name", "SobjectType"}; "SobjectType" may be null.
   std::string listViews;

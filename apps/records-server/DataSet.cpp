@@ -47,6 +47,17 @@ Result<DataSet> DataSet::load(const std::filesystem::path& folder) {
   return DataSet(std::make_shared<const DataSetContent>(std::move(content).value()));
 }
 
+DataSet DataSet::withIconsAt(const std::string& server) const {
+  constexpr std::string_view placeholder = "https://icons.example/";
+  const auto address = server + "/icons/";
+  auto content = *content_;
+  std::string list(content.themeList.view());
+  for (auto at = list.find(placeholder); at != std::string::npos; at = list.find(placeholder, at))
+    list.replace(at, placeholder.size(), address);
+  content.themeList = Data(std::move(list));
+  return DataSet(std::make_shared<const DataSetContent>(std::move(content)));
+}
+
 const Data& DataSet::objectList() const {
   return content_->objectList;
 }

@@ -32,6 +32,9 @@ class DataSet {
   /// "00B000000000000" to "00B000000000049".
   [[nodiscard]] static DataSet generated(std::size_t types);
 
+  /// The same data, with icons whose addresses begin with "https://icons.example/" at `server` + "/icons/".
+  [[nodiscard]] DataSet withIconsAt(const std::string& server) const;
+
   /// The body of the object list answer.
   [[nodiscard]] const Data& objectList() const;
   /// The body of the theme answer.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "apps/records-server/ErrorBody.h"
+#include "apps/records-server/Icons.h"
 #include "apps/records-server/QueryEngine.h"
 #include "apps/records-server/QueryError.h"
 #include "apps/records-server/QueryParser.h"
@@ -92,6 +93,7 @@ Answer Answer::error(int status, std::string_view message, std::string_view code
 Answer answerFor(std::string_view target, const DataSet& data) {
   const auto parsed = RequestTarget::parse(target);
   if (!parsed) return Answer::error(400, "The address is not percent-encoded well.", "BAD_REQUEST");
+  if (auto icon = iconAt(parsed->path)) return {200, std::move(icon->image), std::move(icon->contentType)};
   const auto* found = std::find_if(std::begin(endpoints), std::end(endpoints),
                                    [&](const Endpoint& endpoint) { return endpoint.path == parsed->path; });
   if (found == std::end(endpoints))

@@ -19,7 +19,8 @@ struct Answer {
 };
 
 /// Answers a GET of `target`, a path with its query part as it was sent. Unknown object types are left out of
-/// the layout answers; an object type that is asked for twice is answered once.
+/// the layout answers; an object type that is asked for twice is answered once. Below "/icons/" there are the
+/// icons that `iconAt` draws.
 [[nodiscard]] Answer answerFor(std::string_view target, const DataSet& data);
 
 }  // namespace vellora::recordsserver

@@ -28,7 +28,7 @@ http::Server::Options serving(const ServerOptions& options) {
 class RecordsServer::Implementation {
  public:
   Implementation(const DataSet& data, Options options, std::unique_ptr<http::Server> server)
-      : state_{data,
+      : state_{options.servesIcons ? data.withIconsAt(urlAt(server->port())) : data,
                std::move(options),
                {},
                {}},

@@ -25,6 +25,9 @@ struct ServerOptions {
   std::function<void(const RecordedRequest&)> onRequest;
   /// Whether requests are kept for `requests()`. A server that runs for days has no use for them.
   bool keepsRequests = true;
+  /// Whether the icons' addresses in the theme answer lead to this server, which draws them. Without it they
+  /// are sent as the data set has them.
+  bool servesIcons = false;
 };
 
 }  // namespace vellora::recordsserver

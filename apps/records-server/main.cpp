@@ -115,6 +115,7 @@ int serve(const Arguments& arguments) {
   options.port = arguments.port;
   options.token = token.value();
   options.keepsRequests = false;
+  options.servesIcons = true;
   auto& log = arguments.logFile.empty() ? std::cerr : logFile;
   options.onRequest = [&log](const RecordedRequest& request) { log << request.line() << '\n' << std::flush; };
   auto server = RecordsServer::start(data.value(), std::move(options));
