@@ -146,6 +146,10 @@ std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* 
   addLookups(app, arguments);
   addCommand(app, arguments, "status", "How far loading has got, and how old the caches are",
              Arguments::Command::status);
+  addCommand(app, arguments, "explore", "Shows all of it on a web page, for a browser on this machine",
+             Arguments::Command::explore)
+      ->add_option("--port", arguments.port, "Serve the page on this port; by default on a free one")
+      ->type_name("PORT");
   addCacheCommand(app, arguments);
   try {
     app.parse(argc, argv);

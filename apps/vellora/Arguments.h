@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <variant>
@@ -13,7 +14,7 @@ namespace vellora::command {
 
 /// What the command was told, checked as far as that is possible without touching anything.
 struct Arguments {
-  enum class Command { ids, names, searchLayouts, compactLayouts, status, cache };
+  enum class Command { ids, names, searchLayouts, compactLayouts, status, explore, cache };
 
   Command command = Command::ids;
   std::vector<std::string> keys;  ///< as given; "-" alone stands for the lines of standard input
@@ -27,6 +28,7 @@ struct Arguments {
   hostkit::SpdlogLogger::Level logLevel = hostkit::SpdlogLogger::Level::off;
   std::optional<std::string> logFile;
   bool color = true;
+  std::uint16_t port = 0;  ///< of the explorer; 0 for a free one
   CacheArguments cache;  ///< of the command of that name
 
   /// True when the keys are to be read from standard input.

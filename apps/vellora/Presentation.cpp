@@ -33,7 +33,10 @@ std::string textOf(const std::map<std::string, ObjectPresentationInfo>& infos, c
 }  // namespace
 
 std::shared_ptr<VelloraService> openService(const Arguments& arguments, const Session& session) {
-  const auto& api = session.api();
+  return openService(arguments, session.api());
+}
+
+std::shared_ptr<VelloraService> openService(const Arguments& arguments, const RequiredAPI& api) {
   return std::make_shared<VelloraService>(
       std::make_shared<hostkit::StandardPlatformAPI>(api.network, api.cache, api.logger),
       arguments.cacheTimeout, arguments.theme,
@@ -49,15 +52,20 @@ Lookup<ObjectPresentationInfo> presentationForIds(const Arguments& arguments, co
   return {"object type", start, textOf, "objectPresentationInfoForIdsOnceLoaded(_:completion:)"};
 }
 
+void lookUpNamesOnceLoaded(const std::shared_ptr<VelloraService>& service,
+                           const std::vector<std::string>& names,
+                           VelloraService::PresentationCompletion completion) {
+  service->primerStateStream()
+      .first([](const VelloraService::State& state) { return state != VelloraService::State::isLoading(); })
+      .sink([weak = std::weak_ptr(service), names, completion = std::move(completion)](const auto&) {
+        if (const auto loaded = weak.lock()) loaded->objectPresentationInfoForApiNames(names, completion);
+      })
+      .detach();
+}
+
 Lookup<ObjectPresentationInfo> presentationForNames(const Arguments& arguments, const Session& session) {
-  // After the loading, since before it each name would send for both lists by itself.
   const auto start = [service = openService(arguments, session)](const auto& names, auto completion) {
-    service->primerStateStream()
-        .first([](const VelloraService::State& state) { return state != VelloraService::State::isLoading(); })
-        .sink([weak = std::weak_ptr(service), names, completion = std::move(completion)](const auto&) {
-          if (const auto loaded = weak.lock()) loaded->objectPresentationInfoForApiNames(names, completion);
-        })
-        .detach();
+    lookUpNamesOnceLoaded(service, names, std::move(completion));
   };
   return {"object type", start, textOf};
 }

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cmath>
-#include <cstring>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -12,10 +11,11 @@
 #include <string_view>
 
 #include "apps/vellora/Awaited.h"
+#include "apps/vellora/CacheStatus.h"
 #include "apps/vellora/Output.h"
 #include "apps/vellora/Presentation.h"
+#include "apps/vellora/PrimerState.h"
 #include "apps/vellora/TextTable.h"
-#include "vellora/Platform/Date.h"
 #include "vellora/Platform/JsonCodec.h"
 
 namespace vellora::command {
@@ -23,18 +23,6 @@ namespace vellora::command {
 namespace {
 
 using State = VelloraService::State;
-
-/// One of the two caches that loading fills.
-struct CacheStatus {
-  std::optional<double> ageSeconds;  ///< absent when it was never filled
-  bool fresh = false;
-
-  static constexpr std::string_view recordName = "CacheStatus";
-  static constexpr auto fields() {
-    return std::tuple(json::field("ageSeconds", &CacheStatus::ageSeconds),
-                      json::field("fresh", &CacheStatus::fresh));
-  }
-};
 
 struct Status {
   std::string state;
@@ -50,28 +38,6 @@ struct Status {
                       json::field("themes", &Status::themes), json::field("sObjects", &Status::sObjects));
   }
 };
-
-/// The services keep the moment of the last fetch as the raw bytes of a double, in seconds since 1970.
-CacheStatus cacheStatus(CorvaneSDK::Cache& cache, const std::string& timeStampKey, double cacheTimeout) {
-  double fetched = 0;
-  const auto bytes = cache.load(timeStampKey);
-  if (!bytes || bytes->size() < sizeof fetched) return {};
-  std::memcpy(&fetched, bytes->data(), sizeof fetched);
-  const double age = now().secondsSince1970() - fetched;
-  return {age, std::abs(age) <= cacheTimeout};
-}
-
-std::string_view nameOf(State::Case stateCase) {
-  switch (stateCase) {
-    case State::Case::isLoading:
-      return "isLoading";
-    case State::Case::loaded:
-      return "loaded";
-    case State::Case::failed:
-      return "failed";
-  }
-  return "unknown";
-}
 
 std::string text(const CacheStatus& cache) {
   if (!cache.ageSeconds) return "never fetched";
@@ -119,9 +85,8 @@ ExitCode showStatus(const Arguments& arguments, const Session& session) {
   auto& cache = *session.api().cache;
   const Status status{std::string(nameOf(state.stateCase())),
                       state.error() ? std::optional(state.error()->localizedDescription()) : std::nullopt,
-                      service->primedAndCached(),
-                      cacheStatus(cache, "ops.theme.fetch.timestamp", arguments.cacheTimeout),
-                      cacheStatus(cache, "ops.sobject.fetch.timestamp", arguments.cacheTimeout)};
+                      service->primedAndCached(), themesStatus(cache, arguments.cacheTimeout),
+                      sObjectsStatus(cache, arguments.cacheTimeout)};
   if (arguments.json) {
     const auto json = json::encode(status);
     if (!json) return complain({ExitCode::unexpected, json.error().localizedDescription()});

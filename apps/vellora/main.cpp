@@ -15,6 +15,7 @@
 #include "apps/vellora/SearchLayouts.h"
 #include "apps/vellora/Session.h"
 #include "apps/vellora/Status.h"
+#include "apps/vellora/explore/Explore.h"
 
 namespace {
 
@@ -54,6 +55,8 @@ ExitCode runCommand(const Arguments& arguments) {
       return run(compactLayouts(arguments, session), keys, arguments, session);
     case Arguments::Command::status:
       return showStatus(arguments, session);
+    case Arguments::Command::explore:
+      return explore(arguments, session);
     case Arguments::Command::cache:
       break;  // needs no session
   }

@@ -1,0 +1,139 @@
+#include "apps/vellora/explore/Explorer.h"
+
+#include <utility>
+
+#include "apps/vellora/Presentation.h"
+#include "apps/vellora/PrimerState.h"
+#include "apps/vellora/explore/ObservedCache.h"
+#include "vellora/DataServices/CompactLayoutDataService.h"
+#include "vellora/DataServices/LayoutDataService.h"
+#include "vellora/DataServices/SObjectsDataService.h"
+#include "vellora/Host/CacheTable.h"
+#include "vellora/Platform/JsonCodec.h"
+
+namespace vellora::explore {
+namespace {
+
+using State = VelloraService::State;
+
+std::optional<std::int64_t> numberOf(IconStore& icons, const std::optional<std::string>& address) {
+  const auto number = icons.admit(address);
+  if (!number) return std::nullopt;
+  return static_cast<std::int64_t>(*number);
+}
+
+ShownPresentation shown(const PresentationInfo& info, IconStore& icons) {
+  return {info, numberOf(icons, info.svgIconUrl), numberOf(icons, info.smallIconUrl),
+          numberOf(icons, info.largeIconUrl)};
+}
+
+/// The one layout that was asked for, and what the tally and the service say of its way. The service is the
+/// completion's to hold: it answers only as long as it lives.
+template <class Layout, class Service>
+auto answering(std::shared_ptr<Service> service, std::shared_ptr<Tally> tally,
+               std::function<void(LayoutAnswer<Layout>)> completion) {
+  return [service = std::move(service), tally = std::move(tally), completion = std::move(completion)](
+             const std::optional<std::vector<Layout>>& layouts,
+             const std::optional<SObjectsDataServiceError>& error) {
+    LayoutAnswer<Layout> answer{tally->source(), tally->failure(), {}};
+    if (error && !answer.failure) answer.failure = error->localizedDescription();
+    if (layouts && !layouts->empty()) answer.layout = layouts->front();
+    completion(std::move(answer));
+  };
+}
+
+}  // namespace
+
+Explorer::Explorer(const RequiredAPI& host, command::Arguments arguments)
+    : host_(host),
+      arguments_(std::move(arguments)),
+      icons_(std::make_shared<IconStore>(
+          arguments_.server, std::make_shared<ObservedNetwork>(host.network, reachable_, activity_,
+                                                               std::make_shared<Tally>()))) {
+  startAgain();
+}
+
+void Explorer::startAgain() {
+  auto service = command::openService(arguments_, observed(serviceTally_));
+  auto states = service->primerStateStream().sink(
+      [activity = activity_](const State& state) { activity->notePrefetch(state.description()); });
+  const std::lock_guard lock(mutex_);
+  std::swap(service_, service);
+  std::swap(states_, states);
+}
+
+ExplorerState Explorer::state(std::int64_t afterEntry) const {
+  const auto primer = service()->primerState();
+  auto& cache = *host_.cache;
+  ExplorerState state{.server = arguments_.server,
+                      .theme = arguments_.theme,
+                      .reachable = *reachable_,
+                      .prefetch = std::string(command::nameOf(primer.stateCase())),
+                      .themes = command::themesStatus(cache, arguments_.cacheTimeout),
+                      .sObjects = command::sObjectsStatus(cache, arguments_.cacheTimeout),
+                      .totals = activity_->totals(),
+                      .entries = activity_->after(afterEntry)};
+  if (primer.error() != nullptr) state.error = primer.error()->localizedDescription();
+  // As the façade says it, which would read the observed cache: looking must not show among what is looked
+  // at.
+  state.ready = primer == State::loaded() && state.themes.fresh && state.sObjects.fresh;
+  return state;
+}
+
+std::vector<SObject> Explorer::types() const {
+  const auto table = CorvaneSDK::CacheTable::open(*host_.cache, "OPS_SObjectsCacheTable");
+  if (!table) return {};
+  const auto kind = SObjectsDataService::CacheEntryType::sObjects;
+  const auto rows = table->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(
+      {{std::string(SObjectsDataService::Constants::cacheEntryType), std::string(rawValue(kind))}})));
+  if (rows.empty()) return {};
+  auto list = json::decode<std::vector<SObject>>(rows.front());
+  return list ? std::move(list).value() : std::vector<SObject>();
+}
+
+void Explorer::presentations(const std::vector<std::string>& names,
+                             std::function<void(PresentationAnswer)> completion) const {
+  const int answersBefore = serviceTally_->answers();
+  command::lookUpNamesOnceLoaded(
+      service(), names,
+      [tally = serviceTally_, icons = icons_, answersBefore,
+       completion = std::move(completion)](const std::map<std::string, ObjectPresentationInfo>& infos) {
+        PresentationAnswer answer;
+        answer.source = tally->answers() > answersBefore ? "network" : infos.empty() ? "nowhere" : "cache";
+        if (infos.empty()) answer.failure = tally->failure();
+        for (const auto& [name, info] : infos)
+          answer.presentations.emplace(name, shown(info.typePresentationInfo, *icons));
+        completion(std::move(answer));
+      });
+}
+
+void Explorer::searchLayout(const std::string& name,
+                            std::function<void(SearchLayoutAnswer)> completion) const {
+  const auto tally = std::make_shared<Tally>();
+  const auto layouts = std::make_shared<LayoutDataService>(observed(tally), arguments_.cacheTimeout);
+  layouts->layoutForApiName({name}, answering(layouts, tally, std::move(completion)));
+}
+
+// A service for each lookup: of two lookups of one service that overlap, one may stay unanswered.
+void Explorer::compactLayout(const std::string& name,
+                             std::function<void(CompactLayoutAnswer)> completion) const {
+  const auto tally = std::make_shared<Tally>();
+  const auto layouts = std::make_shared<CompactLayoutDataService>(observed(tally), arguments_.cacheTimeout);
+  layouts->compactLayoutForApiName({name}, answering(layouts, tally, std::move(completion)));
+}
+
+void Explorer::icon(std::size_t number, IconStore::Completion completion) const {
+  icons_->fetch(number, std::move(completion));
+}
+
+RequiredAPI Explorer::observed(const std::shared_ptr<Tally>& tally) const {
+  return {std::make_shared<ObservedNetwork>(host_.network, reachable_, activity_, tally),
+          std::make_shared<ObservedCache>(host_.cache, activity_, tally), host_.logger};
+}
+
+std::shared_ptr<VelloraService> Explorer::service() const {
+  const std::lock_guard lock(mutex_);
+  return service_;
+}
+
+}  // namespace vellora::explore

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+#include "apps/vellora/CacheStatus.h"
+#include "apps/vellora/explore/Activity.h"
+#include "vellora/Models/ObjectCompactLayoutInfo.h"
+#include "vellora/Models/ObjectLayoutInfo.h"
+#include "vellora/Models/PresentationInfo.h"
+#include "vellora/Platform/Json.h"
+
+namespace vellora::explore {
+
+/// How far everything is.
+struct ExplorerState {
+  std::string server;
+  std::string theme;
+  bool reachable = true;  ///< whether the server has been left in place
+  std::string prefetch;   ///< "isLoading", "loaded" or "failed"
+  std::optional<std::string> error = {};
+  bool ready = false;  ///< loaded, and nothing expired since
+  command::CacheStatus themes;
+  command::CacheStatus sObjects;
+  ActivityTotals totals;
+  std::vector<ActivityEntry> entries;
+
+  static constexpr std::string_view recordName = "ExplorerState";
+  static constexpr auto fields() {
+    return std::tuple(
+        json::field("server", &ExplorerState::server), json::field("theme", &ExplorerState::theme),
+        json::field("reachable", &ExplorerState::reachable),
+        json::field("prefetch", &ExplorerState::prefetch), json::field("error", &ExplorerState::error),
+        json::field("ready", &ExplorerState::ready), json::field("themes", &ExplorerState::themes),
+        json::field("sObjects", &ExplorerState::sObjects), json::field("totals", &ExplorerState::totals),
+        json::field("entries", &ExplorerState::entries));
+  }
+};
+
+/// A presentation, and the numbers of those of its icons that can be shown.
+struct ShownPresentation {
+  PresentationInfo info;
+  std::optional<std::int64_t> svgIcon;
+  std::optional<std::int64_t> smallIcon;
+  std::optional<std::int64_t> largeIcon;
+
+  static constexpr std::string_view recordName = "ShownPresentation";
+  static constexpr auto fields() {
+    return std::tuple(json::field("info", &ShownPresentation::info),
+                      json::field("svgIcon", &ShownPresentation::svgIcon),
+                      json::field("smallIcon", &ShownPresentation::smallIcon),
+                      json::field("largeIcon", &ShownPresentation::largeIcon));
+  }
+};
+
+/// What a lookup brought, and where that came from: "cache", "network" or "nowhere".
+struct PresentationAnswer {
+  std::string source;
+  std::optional<std::string> failure;  ///< why the server was of no help, where it was asked and was none
+  std::map<std::string, ShownPresentation> presentations;
+
+  static constexpr std::string_view recordName = "PresentationAnswer";
+  static constexpr auto fields() {
+    return std::tuple(json::field("source", &PresentationAnswer::source),
+                      json::field("failure", &PresentationAnswer::failure),
+                      json::field("presentations", &PresentationAnswer::presentations));
+  }
+};
+
+/// The same for one layout; absent where there is none.
+template <class Layout>
+struct LayoutAnswer {
+  std::string source;
+  std::optional<std::string> failure;
+  std::optional<Layout> layout;
+
+  static constexpr std::string_view recordName = "LayoutAnswer";
+  static constexpr auto fields() {
+    return std::tuple(json::field("source", &LayoutAnswer::source),
+                      json::field("failure", &LayoutAnswer::failure),
+                      json::field("layout", &LayoutAnswer::layout));
+  }
+};
+
+using SearchLayoutAnswer = LayoutAnswer<ObjectLayoutInfo>;
+using CompactLayoutAnswer = LayoutAnswer<ObjectCompactLayoutInfo>;
+
+}  // namespace vellora::explore

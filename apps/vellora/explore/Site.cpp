@@ -1,0 +1,193 @@
+#include "apps/vellora/explore/Site.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "apps/http/Target.h"
+#include "apps/vellora/Keys.h"
+#include "apps/vellora/explore/Page.h"
+#include "vellora/Platform/JsonCodec.h"
+
+namespace vellora::explore {
+namespace {
+
+using http::Exchange;
+using http::Request;
+using http::Response;
+using http::Target;
+using Need = RequestGuard::Need;
+
+constexpr const char* pagePolicy =
+    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
+    "base-uri 'none'; form-action 'none'; frame-ancestors 'none'; require-trusted-types-for 'script'; "
+    "trusted-types 'none'";
+// An icon may be a document with scripts in it: opened on its own it is one of no origin that can do nothing.
+constexpr const char* iconPolicy = "default-src 'none'; frame-ancestors 'none'; sandbox";
+constexpr const char* policyHeader = "Content-Security-Policy";
+
+constexpr std::size_t mostNames = 200;
+
+template <class T>
+Response jsonResponse(const T& value) {
+  auto body = json::encode(value);
+  if (!body) return plainText(500, body.error().localizedDescription());
+  return {200, "application/json;charset=UTF-8", std::move(body).value()};
+}
+
+void answer(const Exchange& exchange, Response response) {
+  exchange.answer(secured(std::move(response)));
+}
+
+template <class Answer>
+std::function<void(Answer)> answeringWithJson(const Exchange& exchange) {
+  return [exchange](const Answer& found) { answer(exchange, jsonResponse(found)); };
+}
+
+template <class Number>
+std::optional<Number> numberIn(std::string_view text) {
+  Number number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+/// The names of a query item, separated by commas, each percent-encoded; no value unless all are UTF-8.
+std::optional<std::vector<std::string>> namesIn(const Target& target) {
+  const auto item = target.encodedItem("names");
+  if (!item) return std::nullopt;
+  std::vector<std::string> names;
+  for (std::size_t at = 0; at <= item->size();) {
+    const auto end = std::min(item->find(',', at), item->size());
+    auto name = http::percentDecoded(std::string_view(*item).substr(at, end - at));
+    if (!name || name->empty() || names.size() == mostNames) return std::nullopt;
+    names.push_back(*std::move(name));
+    at = end + 1;
+  }
+  return command::keyThatIsNoText(names) ? std::nullopt : std::optional(std::move(names));
+}
+
+struct Call {
+  Explorer& explorer;
+  const Target& target;
+  const Exchange& exchange;
+
+  void badRequest(const std::string& text) const { answer(exchange, plainText(400, text)); }
+
+  void state() const {
+    const auto after = numberIn<std::int64_t>(target.encodedItem("after").value_or("0"));
+    if (!after) return badRequest("\"after\" must be the number of an entry.");
+    answer(exchange, jsonResponse(explorer.state(*after)));
+  }
+
+  void types() const { answer(exchange, jsonResponse(explorer.types())); }
+
+  void presentations() const {
+    const auto names = namesIn(target);
+    if (!names) return badRequest("\"names\" must be 1 to 200 names of object types.");
+    explorer.presentations(*names, answeringWithJson<PresentationAnswer>(exchange));
+  }
+
+  void searchLayout() const {
+    const auto names = namesIn(target);
+    if (!names || names->size() != 1) return badRequest("\"names\" must be the name of one object type.");
+    explorer.searchLayout(names->front(), answeringWithJson<SearchLayoutAnswer>(exchange));
+  }
+
+  void compactLayout() const {
+    const auto names = namesIn(target);
+    if (!names || names->size() != 1) return badRequest("\"names\" must be the name of one object type.");
+    explorer.compactLayout(names->front(), answeringWithJson<CompactLayoutAnswer>(exchange));
+  }
+
+  void icon() const {
+    const auto number = numberIn<std::size_t>(target.encodedItem("number").value_or(""));
+    if (!number) return badRequest("\"number\" must be an icon's number.");
+    explorer.icon(*number, [exchange = exchange](const std::optional<Image>& image) {
+      if (!image) return answer(exchange, plainText(404, "There is no such icon."));
+      answer(exchange, {200,
+                        std::string(image->contentType),
+                        image->bytes,
+                        {{policyHeader, iconPolicy}, {"Content-Disposition", "attachment"}}});
+    });
+  }
+
+  void server() const {
+    const auto reachable = target.encodedItem("reachable");
+    if (reachable != "true" && reachable != "false")
+      return badRequest("\"reachable\" must be true or false.");
+    explorer.setServerReachable(reachable == "true");
+    answer(exchange, {204});
+  }
+
+  void prefetch() const {
+    explorer.startAgain();
+    answer(exchange, {204});
+  }
+};
+
+struct Route {
+  std::string_view path;
+  Need need;
+  void (Call::*respond)() const;
+
+  [[nodiscard]] bool changesSomething() const { return need == Need::keyAndOrigin; }
+};
+
+constexpr Route routes[] = {
+    {"/api/state", Need::key, &Call::state},
+    {"/api/types", Need::key, &Call::types},
+    {"/api/presentations", Need::key, &Call::presentations},
+    {"/api/search-layout", Need::key, &Call::searchLayout},
+    {"/api/compact-layout", Need::key, &Call::compactLayout},
+    {"/api/icon", Need::ownPage, &Call::icon},
+    {"/api/server", Need::keyAndOrigin, &Call::server},
+    {"/api/prefetch", Need::keyAndOrigin, &Call::prefetch},
+};
+
+bool isAllowed(const Request& request, bool changesSomething) {
+  if (changesSomething) return request.method == "POST";
+  return request.method == "GET" || request.method == "HEAD";
+}
+
+Response methodNotAllowed(bool changesSomething) {
+  const std::string allowed = changesSomething ? "POST" : "GET, HEAD";
+  auto response = plainText(405, "Only " + allowed + " is allowed here.");
+  response.headers.emplace_back("Allow", allowed);
+  return response;
+}
+
+}  // namespace
+
+void Site::handle(const Request& request, const Exchange& exchange) const {
+  const auto target = Target::parse(request.target);
+  const auto hasPath = [&target](const auto& entry) { return entry.path == target.path; };
+  const auto files = pageFiles();
+  const auto file = std::find_if(files.begin(), files.end(), hasPath);
+  const auto* route = std::find_if(std::begin(routes), std::end(routes), hasPath);
+
+  const bool isRoute = route != std::end(routes);
+  const Need need = isRoute ? route->need : target.path == "/" ? Need::nothing : Need::ownPage;
+  if (auto refusal = guard_.refuse(request, need)) return answer(exchange, *std::move(refusal));
+  if (!isRoute && file == files.end())
+    return answer(exchange, plainText(404, "There is nothing at this address."));
+  const bool changesSomething = isRoute && route->changesSomething();
+  if (!isAllowed(request, changesSomething)) return answer(exchange, methodNotAllowed(changesSomething));
+  if (isRoute) return (Call{*explorer_, target, exchange}.*route->respond)();
+  answer(exchange, {200, std::string(file->contentType), Data(std::string(file->text))});
+}
+
+Response secured(Response response) {
+  const bool hasPolicy = std::any_of(response.headers.begin(), response.headers.end(),
+                                     [](const auto& header) { return header.first == policyHeader; });
+  if (!hasPolicy) response.headers.emplace_back(policyHeader, pagePolicy);
+  response.headers.insert(response.headers.end(), {{"X-Content-Type-Options", "nosniff"},
+                                                   {"X-Frame-Options", "DENY"},
+                                                   {"Referrer-Policy", "no-referrer"},
+                                                   {"Cross-Origin-Resource-Policy", "same-origin"},
+                                                   {"Cross-Origin-Opener-Policy", "same-origin"},
+                                                   {"Cache-Control", "no-store"}});
+  return response;
+}
+
+}  // namespace vellora::explore
