@@ -6,9 +6,12 @@
 namespace vellora::command {
 namespace {
 
+using testing::AnyOf;
 using testing::ContainsRegex;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsSupersetOf;
 using testing::Not;
 using testing::StartsWith;
 using testing::UnorderedElementsAre;
@@ -48,7 +51,9 @@ TEST_F(PresentationCommandTest, WithATimeoutOfZeroTheListsAreFetchedAgain) {
   run({"ids", "001000000000009"});
   server->clearRequests();
   EXPECT_EQ(run({"--cache-timeout", "0", "ids", "001000000000009"}).exitCode, 0);
-  EXPECT_THAT(server->requests(), UnorderedElementsAre(themes, sObjects));
+  // Once more, when the first loading has ended before the lookup begins: nothing is fresh then either.
+  EXPECT_THAT(server->requests(), IsSupersetOf({themes, sObjects}));
+  EXPECT_THAT(server->requests(), Each(AnyOf(themes, sObjects)));
 }
 
 TEST_F(PresentationCommandTest, TheTableShowsTheTypesAndWhatListViewsList) {
