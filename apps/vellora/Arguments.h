@@ -29,7 +29,7 @@ struct Arguments {
   std::optional<std::string> logFile;
   bool color = true;
   std::uint16_t port = 0;  ///< of the explorer; 0 for a free one
-  CacheArguments cache;  ///< of the command of that name
+  CacheArguments cache;    ///< of the command of that name
 
   /// True when the keys are to be read from standard input.
   [[nodiscard]] bool readsKeys() const { return keys == std::vector<std::string>{"-"}; }

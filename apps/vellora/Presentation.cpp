@@ -52,20 +52,20 @@ Lookup<ObjectPresentationInfo> presentationForIds(const Arguments& arguments, co
   return {"object type", start, textOf, "objectPresentationInfoForIdsOnceLoaded(_:completion:)"};
 }
 
-void lookUpNamesOnceLoaded(const std::shared_ptr<VelloraService>& service,
-                           const std::vector<std::string>& names,
-                           VelloraService::PresentationCompletion completion) {
+void onceLoaded(const std::shared_ptr<VelloraService>& service, std::function<void(VelloraService&)> action) {
   service->primerStateStream()
       .first([](const VelloraService::State& state) { return state != VelloraService::State::isLoading(); })
-      .sink([weak = std::weak_ptr(service), names, completion = std::move(completion)](const auto&) {
-        if (const auto loaded = weak.lock()) loaded->objectPresentationInfoForApiNames(names, completion);
+      .sink([weak = std::weak_ptr(service), action = std::move(action)](const auto&) {
+        if (const auto loaded = weak.lock()) action(*loaded);
       })
       .detach();
 }
 
 Lookup<ObjectPresentationInfo> presentationForNames(const Arguments& arguments, const Session& session) {
   const auto start = [service = openService(arguments, session)](const auto& names, auto completion) {
-    lookUpNamesOnceLoaded(service, names, std::move(completion));
+    onceLoaded(service, [names, completion = std::move(completion)](VelloraService& loaded) {
+      loaded.objectPresentationInfoForApiNames(names, completion);
+    });
   };
   return {"object type", start, textOf};
 }

@@ -1,8 +1,7 @@
 #pragma once
 
+#include <functional>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "apps/vellora/Lookup.h"
 #include "vellora/Host/RequiredAPI.h"
@@ -17,11 +16,9 @@ namespace vellora::command {
 /// The same on any host.
 [[nodiscard]] std::shared_ptr<VelloraService> openService(const Arguments& arguments, const RequiredAPI& api);
 
-/// Looks object types up when the loading has ended, however it did: before that each name would send for
-/// both lists by itself. Never answered when `service` is destroyed first.
-void lookUpNamesOnceLoaded(const std::shared_ptr<VelloraService>& service,
-                           const std::vector<std::string>& names,
-                           VelloraService::PresentationCompletion completion);
+/// Calls `action` when the loading has ended, however it did, maybe at once; not when `service` is destroyed
+/// first. Types are looked up by name from there: before that each name would send for both lists by itself.
+void onceLoaded(const std::shared_ptr<VelloraService>& service, std::function<void(VelloraService&)> action);
 
 /// `vellora ids`: what the records of these ids are.
 [[nodiscard]] Lookup<ObjectPresentationInfo> presentationForIds(const Arguments& arguments,

@@ -64,6 +64,15 @@ TEST_F(ArgumentsTest, HasDefaultsForEverythingButTheServer) {
   EXPECT_THAT(arguments.cacheFile, testing::StartsWith("/home/somebody/.cache/vellora/http-h-"));
 }
 
+TEST_F(ArgumentsTest, TheExplorersPortIsFreeUnlessItIsNamed) {
+  const auto free = parsed({"--server", "http://h", "explore"});
+  EXPECT_EQ(std::get<Arguments>(free).command, Arguments::Command::explore);
+  EXPECT_EQ(std::get<Arguments>(free).port, 0);
+  EXPECT_EQ(std::get<Arguments>(parsed({"--server", "http://h", "explore", "--port", "8123"})).port, 8123);
+  EXPECT_THAT(problemOf({"--server", "http://h", "explore", "--port", "65536"}), HasSubstr("--port"));
+  EXPECT_THAT(problemOf({"--server", "http://h", "explore", "--port", "-1"}), HasSubstr("--port"));
+}
+
 TEST_F(ArgumentsTest, TakesTheServerFromTheEnvironmentUnlessToldOtherwise) {
   ::setenv("VELLORA_SERVER", "http://from-environment", 1);
   EXPECT_EQ(std::get<Arguments>(parsed({"search-layouts", "A"})).server, "http://from-environment");

@@ -93,18 +93,19 @@ std::vector<SObject> Explorer::types() const {
 
 void Explorer::presentations(const std::vector<std::string>& names,
                              std::function<void(PresentationAnswer)> completion) const {
-  const int answersBefore = serviceTally_->answers();
-  command::lookUpNamesOnceLoaded(
-      service(), names,
-      [tally = serviceTally_, icons = icons_, answersBefore,
-       completion = std::move(completion)](const std::map<std::string, ObjectPresentationInfo>& infos) {
-        PresentationAnswer answer;
-        answer.source = tally->answers() > answersBefore ? "network" : infos.empty() ? "nowhere" : "cache";
-        if (infos.empty()) answer.failure = tally->failure();
-        for (const auto& [name, info] : infos)
-          answer.presentations.emplace(name, shown(info.typePresentationInfo, *icons));
-        completion(std::move(answer));
-      });
+  command::onceLoaded(service(), [names, tally = serviceTally_, icons = icons_,
+                                  completion = std::move(completion)](VelloraService& loaded) {
+    loaded.objectPresentationInfoForApiNames(
+        names, [tally, icons, completion, answersBefore = tally->answers()](
+                   const std::map<std::string, ObjectPresentationInfo>& infos) {
+          PresentationAnswer answer;
+          answer.source = tally->answers() > answersBefore ? "network" : infos.empty() ? "nowhere" : "cache";
+          if (infos.empty()) answer.failure = tally->failure();
+          for (const auto& [name, info] : infos)
+            answer.presentations.emplace(name, shown(info.typePresentationInfo, *icons));
+          completion(std::move(answer));
+        });
+  });
 }
 
 void Explorer::searchLayout(const std::string& name,

@@ -14,10 +14,11 @@ function badge(source) {
   return make("span", { class: `badge ${source}` }, sourceTexts[source] ?? source);
 }
 
-function fillHeader(header, label, name, presentation) {
-  paint(header, presentation?.info.color);
-  header.replaceChildren(
-    iconImage(presentation ? bestIcon(presentation) : undefined, 44, label),
+function makeHeader(label, name) {
+  return make(
+    "div",
+    { class: "head" },
+    iconImage(undefined, 44, label),
     make(
       "div",
       {},
@@ -25,6 +26,14 @@ function fillHeader(header, label, name, presentation) {
       foreign(name, "p", { class: "name" }),
     ),
   );
+}
+
+// The heading stays the same element: it may have the focus.
+function completeHeader(header, presentation) {
+  const { label, color } = presentation.info;
+  paint(header, color);
+  header.firstChild.replaceWith(iconImage(bestIcon(presentation), 44, label));
+  header.querySelector("h2").textContent = label;
 }
 
 function row(term, ...values) {
@@ -72,7 +81,7 @@ function searchTable(layout) {
     make(
       "tr",
       { "aria-hidden": "true" },
-      ...layout.searchColumns.map((column) => make("td", {}, sample(column.format ?? "string", index))),
+      ...layout.searchColumns.map((column, at) => make("td", {}, sample(column.format ?? "string", index, at))),
     ),
   );
   return make(
@@ -82,7 +91,7 @@ function searchTable(layout) {
   );
 }
 
-function headlineField(field) {
+function headlineField(field, at) {
   const parts = (field.layoutFields ?? []).map((part) => part.label).join(", ");
   return make(
     "div",
@@ -91,7 +100,7 @@ function headlineField(field) {
     make(
       "dd",
       {},
-      make("span", { class: "sample", "aria-hidden": "true" }, sample(field.fieldType, 0)),
+      make("span", { class: "sample", "aria-hidden": "true" }, sample(field.fieldType, 0, at)),
       foreign(parts ? `${field.apiName}: ${parts}` : field.apiName, "code", {}),
     ),
   );
@@ -142,8 +151,7 @@ export function open(name) {
   const myTurn = ++turn;
   current = name;
   const type = typeOf(name);
-  const header = make("div", { class: "head" });
-  fillHeader(header, type?.label ?? name, name);
+  const header = makeHeader(type?.label ?? name, name);
   const again = make("button", { type: "button", class: "small" }, "Look up again");
   again.addEventListener("click", () => {
     open(name);
@@ -159,7 +167,7 @@ export function open(name) {
   fill(presentation, myTurn, () => get("presentations", items), (answer) => {
     const found = answer.presentations[name];
     if (!found) return undefined;
-    fillHeader(header, found.info.label ?? name, name, found);
+    completeHeader(header, found);
     return presentationFacts(type, found);
   });
   fill(search, myTurn, () => get("search-layout", items), (answer) => answer.layout && searchTable(answer.layout));

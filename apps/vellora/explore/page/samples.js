@@ -1,10 +1,9 @@
 // What a value of a field's type might look like. Sizes and dates are made up; no record is read.
 const samples = new Map([
-  ["string", ["Larch & Sons", "Blue Harbour", "Northern Mill"]],
   ["textarea", ["12 Mill Lane", "3 Quay Street", "48 Hill Road"]],
   ["address", ["12 Mill Lane, Ashby", "3 Quay Street, Rowe", "48 Hill Road, Dell"]],
   ["email", ["ada@example.org", "lin@example.org", "omar@example.org"]],
-  ["phone", ["+00 20 5550 101", "+00 20 5550 102", "+00 20 5550 103"]],
+  ["phone", ["555 0101", "555 0102", "555 0103"]],
   ["url", ["www.example.org", "shop.example.org", "mill.example.org"]],
   ["date", ["3 Mar 2026", "17 Apr 2026", "9 Jun 2026"]],
   ["datetime", ["3 Mar 2026, 09:30", "17 Apr 2026, 14:05", "9 Jun 2026, 11:45"]],
@@ -17,8 +16,17 @@ const samples = new Map([
   ["reference", ["Ada Larch", "Lin Harbour", "Omar Mill"]],
 ]);
 
+// Of what says no more than that it is text; in turn, so that columns differ.
+const texts = [
+  ["Larch & Sons", "Blue Harbour", "Northern Mill"],
+  ["Ashby", "Rowe", "Dell"],
+  ["Cedar", "Alder", "Birch"],
+  ["Ada Larch", "Lin Harbour", "Omar Mill"],
+];
+
 export const sampleCount = 3;
 
-export function sample(type, index) {
-  return (samples.get(String(type).toLowerCase()) ?? samples.get("string"))[index % sampleCount];
+// The sample for a line of a column or, of a single record, for line 0 of its fields.
+export function sample(type, line, column) {
+  return (samples.get(String(type).toLowerCase()) ?? texts[column % texts.length])[line % sampleCount];
 }

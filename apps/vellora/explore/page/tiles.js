@@ -86,12 +86,18 @@ function makeTile(type) {
   return item;
 }
 
+// By their letters, whatever signs stand before them.
+function byLabel(left, right) {
+  const letters = ({ label }) => label.replace(/^[^\p{L}\p{N}]+/u, "");
+  return letters(left).localeCompare(letters(right));
+}
+
 export function showTypes(listed) {
   watcher.disconnect();
   wanted.clear();
   types.clear();
   tiles.clear();
-  for (const type of [...listed].sort((a, b) => a.label.localeCompare(b.label))) {
+  for (const type of [...listed].sort(byLabel)) {
     types.set(type.name, type);
     tiles.set(type.name, makeTile(type));
   }
@@ -139,8 +145,8 @@ export function markCurrent(name) {
 }
 
 function columnsOf(links) {
-  const top = links[0].offsetTop;
-  const second = links.findIndex((link) => link.offsetTop !== top);
+  const tops = links.map((link) => link.parentElement.offsetTop);
+  const second = tops.findIndex((top) => top !== tops[0]);
   return second < 0 ? links.length : second;
 }
 

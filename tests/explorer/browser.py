@@ -1,0 +1,127 @@
+"""A headless Chromium, driven over WebDriver with nothing but the standard library."""
+
+import base64
+import http.client
+import json
+import pathlib
+import re
+import shutil
+import subprocess
+import tempfile
+import time
+
+ELEMENT = "element-6066-11e4-a52e-4f735466cecf"
+FLAGS = [
+    "--headless", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--disable-quic", "--no-first-run",
+    "--disable-background-networking", "--disable-component-update", "--disable-sync", "--force-device-scale-factor=1",
+]  # fmt: skip
+
+KEYS = {"Enter": "\ue007", "Escape": "\ue00c", "Tab": "\ue004", "Space": " "}
+KEYS |= {"ArrowLeft": "\ue012", "ArrowUp": "\ue013", "ArrowRight": "\ue014", "ArrowDown": "\ue015"}
+
+
+def chromedriver():
+    """The path of the driver, or None where no browser is installed."""
+    return shutil.which("chromedriver") if shutil.which("chromium") else None
+
+
+class Browser:
+    """One browser window with a profile of its own, which ends with the object's `with` block."""
+
+    def __init__(self, width=1280, height=900):
+        self.folder = tempfile.mkdtemp(prefix="explorer-")
+        self.driver = subprocess.Popen(
+            [chromedriver(), "--port=0"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True
+        )
+        port = None
+        for line in self.driver.stdout:
+            if found := re.search(r"on port (\d+)\.", line):
+                port = int(found.group(1))
+                break
+        if port is None:
+            raise RuntimeError("chromedriver did not start")
+        self.connection = http.client.HTTPConnection("127.0.0.1", port, timeout=60)
+        options = {
+            "binary": shutil.which("chromium"),
+            "args": [*FLAGS, f"--user-data-dir={self.folder}", f"--window-size={width},{height}"],
+        }
+        wanted = {"goog:chromeOptions": options, "goog:loggingPrefs": {"browser": "ALL"}}
+        self.path = ""
+        session = self.call("POST", "/session", {"capabilities": {"alwaysMatch": wanted}})
+        self.path = f"/session/{session['sessionId']}"
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        try:
+            self.call("DELETE", "")
+        finally:
+            self.driver.terminate()
+            self.driver.wait()
+            self.driver.stdout.close()
+            self.connection.close()
+            shutil.rmtree(self.folder, ignore_errors=True)
+
+    def call(self, method, path, body=None):
+        text = None if method in ("GET", "DELETE") else json.dumps(body or {})
+        self.connection.request(method, self.path + path, text, {"Content-Type": "application/json"})
+        value = json.loads(self.connection.getresponse().read())["value"]
+        if isinstance(value, dict) and "error" in value:
+            raise RuntimeError(f"{value['error']}: {value['message'].splitlines()[0]}")
+        return value
+
+    def open(self, url):
+        self.call("POST", "/url", {"url": url})
+
+    def run(self, script, *arguments):
+        """The value that `script` returns."""
+        return self.call("POST", "/execute/sync", {"script": script, "args": list(arguments)})
+
+    def run_async(self, script, *arguments):
+        """The value that `script` gives to its last argument, a function."""
+        return self.call("POST", "/execute/async", {"script": script, "args": list(arguments)})
+
+    def wait(self, script, *arguments, seconds=15):
+        """The first value of `script` that counts as true."""
+        end = time.monotonic() + seconds
+        while time.monotonic() < end:
+            if value := self.run(script, *arguments):
+                return value
+            time.sleep(0.03)
+        raise AssertionError(f"did not become true within {seconds} s: {script} {arguments}")
+
+    def press(self, *names):
+        """Presses keys one after the other, wherever the focus is."""
+        actions = []
+        for name in names:
+            key = KEYS.get(name, name)
+            actions += [{"type": "keyDown", "value": key}, {"type": "keyUp", "value": key}]
+        self.call("POST", "/actions", {"actions": [{"type": "key", "id": "keys", "actions": actions}]})
+
+    def click(self, selector):
+        found = self.call("POST", "/element", {"using": "css selector", "value": selector})
+        self.call("POST", f"/element/{found[ELEMENT]}/click")
+
+    def role_and_name(self, selector):
+        """What assistive technology is told of an element."""
+        found = self.call("POST", "/element", {"using": "css selector", "value": selector})[ELEMENT]
+        get = lambda what: self.call("GET", f"/element/{found}/{what}")
+        return get("computedrole"), get("computedlabel")
+
+    def chrome(self, command, **parameters):
+        return self.call("POST", "/goog/cdp/execute", {"cmd": command, "params": parameters})
+
+    def set_scheme(self, scheme):
+        """"dark" or "light", as the user's system would say."""
+        self.chrome("Emulation.setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": scheme}])
+
+    def set_viewport(self, width, height):
+        self.chrome("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1, mobile=False)
+
+    def log(self):
+        """The lines of the console since the last call."""
+        return [entry["message"] for entry in self.call("POST", "/se/log", {"type": "browser"})]
+
+    def screenshot(self, file):
+        pathlib.Path(file).write_bytes(base64.b64decode(self.call("GET", "/screenshot")))

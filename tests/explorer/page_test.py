@@ -1,0 +1,344 @@
+#!/usr/bin/env python3
+"""Tests the explorer's page in a headless Chromium.
+
+usage: page_test.py VELLORA RECORDS_SERVER
+
+Exits with 77 where no browser is installed.
+"""
+
+import http.client
+import sys
+import unittest
+
+from browser import Browser, chromedriver
+from hostile_server import TEXTS, Server, hostile_answer, names
+from programs import Explorer, RecordsServer
+
+PROGRAMS = {}
+
+# The contrast of each visible text with the ground that it stands on, where it is below the least allowed.
+LOW_CONTRASTS = """
+  const parts = (colour) => colour.match(/[\\d.]+/g).map(Number);
+  const luminance = ([r, g, b]) => [r, g, b].map((part) => part / 255)
+    .map((share) => share <= 0.04045 ? share / 12.92 : ((share + 0.055) / 1.055) ** 2.4)
+    .reduce((sum, share, i) => sum + share * [0.2126, 0.7152, 0.0722][i], 0);
+  const groundOf = (element) => {
+    for (let at = element; at; at = at.parentElement) {
+      const colour = parts(getComputedStyle(at).backgroundColor);
+      if (colour.length === 3 || colour[3] === 1) return colour;
+      if (colour[3] !== 0) throw Error("a ground that lets others through");
+    }
+    throw Error("no ground");
+  };
+  const contrast = (one, other) => {
+    const [dark, light] = [luminance(one), luminance(other)].sort((a, b) => a - b);
+    return (light + 0.05) / (dark + 0.05);
+  };
+  const low = [];
+  let measured = 0;
+  const measure = (element, ink, text) => {
+    const ratio = contrast(parts(ink), groundOf(element));
+    ++measured;
+    if (ratio < 4.5) low.push(`${ratio.toFixed(2)} ${element.tagName}.${element.className} ${text}`);
+  };
+  for (const element of document.body.querySelectorAll("*")) {
+    if (!element.checkVisibility() || element.closest("noscript")) continue;
+    const text = [...element.childNodes].filter((node) => node.nodeType === 3).map((node) => node.data).join("").trim();
+    if (text) measure(element, getComputedStyle(element).color, text.slice(0, 40));
+    if (element.placeholder) measure(element, getComputedStyle(element, "::placeholder").color, element.placeholder);
+  }
+  return [measured, low];
+"""
+
+PANEL_IS_FILLED = "return document.querySelectorAll('#detail .badge').length === 3 && !document.querySelector('#detail [aria-busy]')"
+
+
+class PageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.browser = cls.enterClassContext(Browser())
+
+    def stopping(self, program):
+        self.addCleanup(program.stop)
+        return program
+
+    def explore(self, server, *options):
+        self.browser.open("about:blank")
+        explorer = self.stopping(Explorer(PROGRAMS["vellora"], server, *options))
+        self.browser.log()
+        self.browser.open(explorer.url)
+        return explorer
+
+    def explore_demo(self, *options):
+        server = self.stopping(RecordsServer(PROGRAMS["records-server"], *options))
+        self.explore(server.url)
+        self.wait_for_tiles()
+        return server
+
+    def wait_for_tiles(self):
+        self.browser.wait("return document.querySelectorAll('.tile .icon').length > 20")
+
+    def text(self, selector):
+        return self.browser.run("return document.querySelector(arguments[0]).innerText", selector)
+
+    def open_type(self, name):
+        self.browser.run("location.hash = '#/' + encodeURIComponent(arguments[0])", name)
+        self.browser.wait(
+            "return document.querySelector('#detail .name')?.textContent === arguments[0]", name
+        )
+        self.browser.wait(PANEL_IS_FILLED)
+
+    def sources(self):
+        """Where each part of the open type came from: headline, search result, presentation."""
+        return self.browser.run("return [...document.querySelectorAll('#detail .badge')].map((b) => b.innerText)")
+
+    def flip_switch(self, to):
+        self.browser.click("#reachable")
+        self.browser.wait("return document.querySelector('#notice').hidden === arguments[0]", to)
+
+    def assert_contrasts(self):
+        for scheme in ("light", "dark"):
+            self.browser.set_scheme(scheme)
+            measured, low = self.browser.run(LOW_CONTRASTS)
+            self.assertEqual(low, [], scheme)
+            self.assertGreater(measured, 60)
+
+
+class DemoPageTest(PageTest):
+    def test_shows_every_type_as_a_tile_in_its_colour_with_its_icon(self):
+        server = self.explore_demo()
+        self.assertEqual(self.text("#count"), "44")
+        self.assertEqual(self.browser.run("return document.querySelectorAll('#tiles li').length"), 44)
+        account = "li[data-name=Account] .swatch"
+        colour = "return getComputedStyle(document.querySelector(arguments[0])).backgroundColor"
+        self.assertEqual(self.browser.run(colour, account), "rgb(47, 111, 222)")
+        self.browser.wait("return document.querySelector(arguments[0] + ' img').naturalWidth > 0", account)
+        self.browser.run("document.querySelector('li[data-name=Permit]').scrollIntoView()")
+        self.browser.wait("return document.querySelector('li[data-name=Permit] .painted')")
+        self.assertEqual(self.browser.run(colour, "li[data-name=Permit] .swatch"), "rgb(0, 170, 102)")
+        self.assertEqual(self.text("li[data-name=AccessGrant] .swatch"), "Ac")
+        self.assertIn(server.url, self.text("#server"))
+        self.assertIn("Loaded", self.text("#prefetch"))
+        self.assertNotIn("key=", self.browser.run("return location.href"))
+        self.assertEqual(self.browser.log(), [])
+
+    def test_shows_what_an_app_would_show_of_a_type(self):
+        self.explore_demo()
+        self.open_type("Account")
+        self.assertEqual(self.sources(), ["from the network", "from the network", "from the cache"])
+        heads = "return [...document.querySelectorAll('#detail th bdi')].map((head) => head.innerText)"
+        self.assertEqual(self.browser.run(heads), ["Account Name", "City", "Phone", "Owner"])
+        fields = "return [...document.querySelectorAll('#detail .headline dt')].map((field) => field.innerText)"
+        self.assertEqual(self.browser.run(fields)[:3], ["Name", "Phone", "Website"])
+        facts = self.text("#detail .facts")
+        for fact in ("Accounts", "001", "can be created", "2F6FDE", "/icons/light/account_120.png"):
+            self.assertIn(fact, facts)
+        self.browser.wait("return [...document.images].every((image) => image.naturalWidth > 0 || image.loading)")
+        self.browser.click("#detail button")
+        self.browser.wait(PANEL_IS_FILLED)
+        self.assertEqual(self.sources(), ["from the cache"] * 3)
+        self.browser.wait("return document.querySelector('#entries').innerText.includes('OPS_Layout_Account')")
+        self.browser.click("#network-only")
+        self.assertNotIn("OPS_Layout_Account", self.text("#entries"))
+        self.assertIn("GET /services/data/v50.0/search/layout?q=Account", self.text("#entries"))
+
+    def test_searches_while_one_types(self):
+        self.explore_demo()
+        shown = "return [...document.querySelectorAll('#tiles li:not([hidden])')].map((tile) => tile.dataset.name)"
+        for typed, expected in (
+            ("invoice", ["Invoice", "InvoiceLine"]),
+            ("BEHÄLTER", ["Container"]),
+            ("配送", ["DeliveryStop"]),
+            ("001000000000009", ["Account"]),
+            ("nothing like it", []),
+        ):
+            self.browser.press("/")
+            self.browser.run("document.activeElement.select()")
+            self.browser.press(*typed)
+            self.browser.wait("return document.querySelector('#search').value === arguments[0]", typed)
+            self.assertEqual(self.browser.run(shown), expected)
+        self.assertEqual(self.text("#count"), "Nothing matches")
+
+    def test_is_used_with_the_keyboard_alone(self):
+        self.explore_demo()
+        focused = "return document.activeElement.closest('li')?.dataset.name ?? document.activeElement.id"
+        self.browser.press("/", *"case", "ArrowDown")
+        self.assertEqual(self.browser.run(focused), "Case")
+        self.browser.press("Enter")
+        self.browser.wait("return document.activeElement.id === 'detail-heading'")
+        self.assertEqual(self.text("#detail-heading"), "Case")
+        self.browser.press("Escape")
+        self.assertEqual(self.browser.run(focused), "Case")
+        self.browser.press("ArrowUp")
+        self.assertEqual(self.browser.run(focused), "search")
+        self.browser.run("document.activeElement.value = ''; document.activeElement.dispatchEvent(new Event('input'))")
+        self.browser.press("ArrowDown", "ArrowRight", "ArrowRight")
+        order = "return [...document.querySelectorAll('#tiles li')].map((tile) => tile.dataset.name)"
+        tiles = self.browser.run(order)
+        self.assertEqual(self.browser.run(focused), tiles[2])
+        self.browser.press("ArrowDown")
+        below = "return document.activeElement.getBoundingClientRect().left"
+        left = self.browser.run(below)
+        self.assertNotIn(self.browser.run(focused), tiles[:3])
+        self.browser.press("ArrowUp")
+        self.assertEqual(self.browser.run(below), left)
+        self.browser.press("ArrowLeft")
+        self.assertEqual(self.browser.run(focused), tiles[1])
+        outline = "return getComputedStyle(document.activeElement).outlineStyle"
+        self.assertEqual(self.browser.run(outline), "solid")
+        self.browser.run("document.querySelector('#reachable').focus()")
+        self.browser.press("Space")
+        self.browser.wait("return !document.querySelector('#notice').hidden")
+
+    def test_tells_assistive_technology_what_everything_is(self):
+        self.explore_demo()
+        self.open_type("Account")
+        for selector, expected in (
+            ("#search", ("searchbox", "Search object types")),
+            ("#reachable", ("switch", "Server reachable")),
+            ("#again", ("button", "Start again")),
+            ("#prefetch", ("status", "Prefetch")),
+            ("#tiles", ("list", "Object types")),
+            ("li[data-name=Account] a", ("link", "Account Account")),
+            ("#detail", ("region", "Account")),
+            ("#detail-heading", ("heading", "Account")),
+            (".activity", ("region", "Cache and network")),
+            ("#network-only", ("checkbox", "Network only")),
+        ):
+            self.assertEqual(self.browser.role_and_name(selector), expected, selector)
+        self.assertEqual(self.browser.run("return document.documentElement.lang"), "en")
+        self.assertEqual(self.browser.run("return document.querySelectorAll('img:not([alt])').length"), 0)
+        levels = "return [...document.querySelectorAll('h1,h2,h3')].map((heading) => heading.tagName).join(' ')"
+        self.assertEqual(self.browser.run(levels), "H1 H2 H2 H3 H3 H3 H2")
+
+    def test_can_be_read_in_the_dark_and_in_the_light(self):
+        self.explore_demo()
+        self.open_type("Document")  # white text could not be read on its colour
+        self.assert_contrasts()
+        ground = "return getComputedStyle(document.body).backgroundColor"
+        self.browser.set_scheme("light")
+        light = self.browser.run(ground)
+        self.browser.set_scheme("dark")
+        self.assertNotEqual(self.browser.run(ground), light)
+
+    def test_shows_the_app_without_its_server(self):
+        server = self.explore_demo()
+        self.open_type("Account")
+        self.flip_switch(False)
+        sent = server.requests()
+        self.browser.click("#again")
+        self.browser.wait("return document.querySelector('#prefetch').innerText.includes('Loaded')")
+        self.open_type("Account")
+        self.open_type("Contact")
+        self.assertEqual(self.sources(), ["not available", "not available", "from the cache"])
+        self.assertIn("the server has been taken away", self.text("#detail"))
+        self.open_type("Account")
+        self.assertEqual(self.sources(), ["from the cache"] * 3)
+        self.assert_contrasts()
+        self.assertEqual(server.requests(), sent)
+        self.flip_switch(True)
+        self.open_type("Contact")
+        self.assertEqual(self.sources(), ["from the network", "from the network", "from the cache"])
+
+    def test_shows_the_prefetch_while_it_runs(self):
+        server = self.stopping(RecordsServer(PROGRAMS["records-server"], "--delay", "1200"))
+        self.explore(server.url)
+        self.browser.wait("return document.querySelector('#prefetch').innerText.includes('Loading')")
+        self.assertEqual(self.text("#count"), "None yet")
+        self.browser.wait("return document.querySelector('#prefetch').innerText.includes('Loaded')")
+        self.wait_for_tiles()
+
+    def test_shows_why_a_prefetch_failed(self):
+        server = self.stopping(RecordsServer(PROGRAMS["records-server"], "--garbage"))
+        self.explore(server.url)
+        self.browser.wait("return document.querySelector('#prefetch').innerText.includes('Failed')")
+        self.assertIn("not valid JSON", self.text("#prefetch"))
+        self.assert_no_tiles()
+
+    def assert_no_tiles(self):
+        self.assertEqual(self.browser.run("return document.querySelectorAll('#tiles li').length"), 0)
+
+    def test_says_when_the_command_has_ended(self):
+        server = self.stopping(RecordsServer(PROGRAMS["records-server"]))
+        explorer = Explorer(PROGRAMS["vellora"], server.url)
+        self.browser.open("about:blank")
+        self.browser.open(explorer.url)
+        self.wait_for_tiles()
+        self.assertEqual(explorer.stop(), 130)
+        self.browser.wait("return document.querySelector('#notice.bad:not([hidden])')?.innerText.includes('ended')")
+
+    def test_shows_nothing_without_the_key(self):
+        server = self.stopping(RecordsServer(PROGRAMS["records-server"]))
+        explorer = self.stopping(Explorer(PROGRAMS["vellora"], server.url))
+        self.browser.open("about:blank")
+        self.browser.open(explorer.url.split("#")[0])
+        self.browser.run("sessionStorage.clear(); location.reload()")
+        self.browser.wait("return document.querySelector('#notice.bad:not([hidden])')?.innerText.includes('key')")
+        self.assert_no_tiles()
+
+
+class HostilePageTest(PageTest):
+    def test_runs_nothing_and_asks_nobody_that_a_hostile_server_names(self):
+        canary = self.stopping(Server(lambda _: (200, {"Access-Control-Allow-Origin": "*"}, b"")))
+        server = self.stopping(Server(hostile_answer(canary.url)))
+        self.explore(server.url)
+        self.browser.wait("return document.querySelectorAll('.tile .icon').length === arguments[0]", len(TEXTS))
+        labels = "return [...document.querySelectorAll('#tiles .label')].map((label) => label.textContent)"
+        self.assertEqual(sorted(self.browser.run(labels)), sorted(TEXTS))
+        for name in names():
+            self.open_type(name)
+            self.assertEqual(self.browser.run("return document.querySelectorAll('#detail th').length"), len(TEXTS))
+        self.assert_contrasts()
+        self.browser.wait("return [...document.images].every((image) => image.complete)")
+        foreign = "return document.querySelectorAll('script:not([src=\"/main.js\"]), iframe, object, style, [onload], [onerror], [style*=url]').length"
+        self.assertEqual(self.browser.run(foreign), 0)
+        self.assertIsNone(self.browser.run("return window.hostile"))
+        self.assertEqual(self.browser.run("return document.title"), "Vellora explorer")
+        self.assertEqual(canary.requests, [])
+        self.assertTrue(all(target.startswith(("/services/data/", "/icon/")) for target in server.requests))
+        self.assertIn("/icon/script.svg", server.requests)
+        wide = "return document.documentElement.scrollWidth <= document.documentElement.clientWidth"
+        self.assertTrue(self.browser.run(wide))
+
+    def test_its_policy_stops_what_the_page_does_not_do(self):
+        canary = self.stopping(Server(lambda _: (200, {"Access-Control-Allow-Origin": "*"}, b"")))
+        server = self.stopping(Server(hostile_answer(canary.url)))
+        self.explore(server.url)
+        markup = "try { document.body.innerHTML = '<b>'; return 'taken'; } catch (error) { return error.name; }"
+        self.assertEqual(self.browser.run(markup), "TypeError")
+        handler = "try { document.body.setAttribute('onclick', ''); return 'taken'; } catch (error) { return error.name; }"
+        self.assertEqual(self.browser.run(handler), "TypeError")
+        fetched = "const done = arguments[1]; fetch(arguments[0]).then(() => done('fetched'), () => done('stopped'))"
+        self.assertEqual(self.browser.run_async(fetched, canary.url), "stopped")
+        image = "const done = arguments[1], i = new Image(); i.onload = i.onerror = (e) => done(e.type); i.src = arguments[0]"
+        self.assertEqual(self.browser.run_async(image, canary.url), "error")
+        self.assertEqual(canary.requests, [])
+
+    def test_an_icon_opened_on_its_own_is_not_shown_as_a_document(self):
+        canary = self.stopping(Server(lambda _: (200, {}, b"")))
+        server = self.stopping(Server(hostile_answer(canary.url)))
+        explorer = self.explore(server.url)
+        self.browser.wait("return document.querySelectorAll('.tile .icon').length === arguments[0]", len(TEXTS))
+        origin = explorer.url.split("/#")[0]
+        connection = http.client.HTTPConnection(origin.removeprefix("http://"))
+        self.addCleanup(connection.close)
+        number = None
+        for candidate in range(4):
+            connection.request("GET", f"/api/icon?number={candidate}")
+            response = connection.getresponse()
+            if b"<script>" in response.read():
+                number = candidate
+                self.assertEqual(response.headers["Content-Type"], "image/svg+xml")
+        self.assertIsNotNone(number)
+        self.browser.run("location.href = arguments[0]", f"{origin}/api/icon?number={number}")
+        self.assertIsNone(self.browser.run("return window.hostile"))
+        self.assertEqual(self.browser.run("return document.documentElement.tagName"), "HTML")
+
+
+if __name__ == "__main__":
+    if chromedriver() is None:
+        print("skipped: chromium and chromium-driver are not installed; scripts/setup installs them")
+        sys.exit(77)
+    PROGRAMS["vellora"], PROGRAMS["records-server"] = sys.argv[1:3]
+    del sys.argv[1:3]
+    unittest.main()
