@@ -11,5 +11,7 @@ void addDecodingOfTheThemeList(Suite& suite);
 void addEncoding(Suite& suite);
 void addColdStart(Suite& suite);
 void addCachedLayouts(Suite& suite);
+void addColdStartMemory(Suite& suite);
+void addLibrarySize(Suite& suite);
 
 }  // namespace vellora::bench

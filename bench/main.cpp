@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/ColdStartMemory.h"
 #include "bench/Rows.h"
 #include "bench/Suite.h"
 
@@ -16,6 +17,7 @@
 int main(int argc, char** argv) {
   using namespace vellora::bench;
   std::vector<std::string> given(argv + 1, argv + argc);
+  if (given.size() == 3 && given[0] == measureColdStartFlag) return measureColdStart(given[1], given[2]);
   const bool isSmoke = std::erase(given, "--smoke") > 0;
   // What is given comes last and so overrides these.
   std::vector<std::string> flags{argv[0], "--benchmark_enable_random_interleaving=true",
@@ -35,6 +37,8 @@ int main(int argc, char** argv) {
   addEncoding(suite);
   addColdStart(suite);
   addCachedLayouts(suite);
+  addColdStartMemory(suite);
+  addLibrarySize(suite);
 
   const Table table = suite.run();
   table.print(std::cout);

@@ -181,6 +181,27 @@ TEST(JsonWritingTest, EscapesWhatJsonDemands) {
   EXPECT_EQ((written(std::map<std::string, std::string>{{"a\"\n", ""}})), R"({"a\"\n":""})");
 }
 
+TEST(JsonWritingTest, EscapesWhatJsonDemandsWhereverItStands) {
+  for (std::size_t size = 1; size <= 20; ++size) {
+    const std::string plain(size, 'x');
+    EXPECT_EQ(written(plain), '"' + plain + '"');
+    for (std::size_t at = 0; at < size; ++at) {
+      for (const auto& [character, escape] : std::map<std::string, std::string>{{"\"", "\\\""},
+                                                                                {"\\", "\\\\"},
+                                                                                {"\x1F", "\\u001F"},
+                                                                                {" ", " "},
+                                                                                {"\x7F", "\x7F"},
+                                                                                {"é", "é"}}) {
+        const auto with = [&](const std::string& middle) {
+          return plain.substr(0, at) + middle + plain.substr(at + 1);
+        };
+        EXPECT_EQ(written(with(character)), '"' + with(escape) + '"') << at << " of " << size;
+        EXPECT_EQ(failureOf(with("\xFF")), EncodingError::Kind::textNotUtf8) << at << " of " << size;
+      }
+    }
+  }
+}
+
 TEST(JsonWritingTest, RefusesTextThatIsNotUtf8) {
   for (const char* text : {"\xFF", "\xC0\xAF", "\xED\xA0\x80", "\xE2\x82", "a\x80", "\xF4\x90\x80\x80"}) {
     EXPECT_EQ(failureOf(std::string(text)), EncodingError::Kind::textNotUtf8);

@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+
+#include "tests/support/AllocationCounter.h"
+#include "vellora/Models/SObjectsResponse.h"
+#include "vellora/Models/ThemeResponse.h"
+
+// Ceilings on how often memory is taken. A text of up to 15 bytes needs none of its own.
+
+namespace vellora {
+namespace {
+
+using tests::AllocationCounter;
+
+constexpr std::size_t count = 200;
+
+std::string listOf(const std::string& entry) {
+  std::string list;
+  for (std::size_t index = 0; index < count; ++index) list.append(index > 0 ? "," : "").append(entry);
+  return '[' + list + ']';
+}
+
+Data objectList(const std::string& label) {
+  return Data(
+      R"({"sobjects":)" +
+      listOf(
+          R"({"activateable":false,"createable":true,"custom":false,"keyPrefix":"001","label":")" + label +
+          R"(","labelPlural":"Accounts","name":"Account","urls":{"describe":"/a/path/that/is/not/read"}})") +
+      "}");
+}
+
+Data themeList() {
+  return Data(
+      R"({"themeItems":)" +
+      listOf(R"({"name":"Account","colors":[{"color":"FF0000","context":"primary","theme":"light"}],)"
+             R"("icons":[{"contentType":"image/png","theme":"light","url":"/a.png","width":16,"height":16},)"
+             R"({"contentType":"image/svg+xml","theme":"dark","url":"/b.svg","width":24,"height":24}]})") +
+      "}");
+}
+
+/// The parser's memory is kept from one text to the next on a thread, so the second reading is the measure.
+template <class T>
+std::size_t allocationsOfReading(const Data& text) {
+  EXPECT_TRUE(json::decode<T>(text));
+  const AllocationCounter counter;
+  const auto decoded = json::decode<T>(text);
+  const std::size_t allocations = counter.allocations();
+  EXPECT_TRUE(decoded);
+  return allocations;
+}
+
+TEST(DecodingAllocationsTest, AnObjectListTakesMemoryOnceForAllItsTypes) {
+  EXPECT_EQ(allocationsOfReading<SObjectsResponse>(objectList("Account")), 1U);
+}
+
+TEST(DecodingAllocationsTest, AnObjectListTakesMemoryOnceForEachLongText) {
+  EXPECT_EQ(allocationsOfReading<SObjectsResponse>(objectList("a label of more than fifteen bytes")),
+            count + 1);
+}
+
+TEST(DecodingAllocationsTest, AThemeListTakesMemoryForItsLists) {
+  EXPECT_EQ(allocationsOfReading<ThemeResponse>(themeList()), 2 * count + 1);
+}
+
+TEST(DecodingAllocationsTest, WritingTakesMemoryForTheWriterAndItsBytes) {
+  const auto types = json::decode<SObjectsResponse>(objectList("Account")).value().sObjects;
+  const AllocationCounter counter;
+  const auto text = json::encode(types);
+  EXPECT_LE(counter.allocations(), 5U);
+  ASSERT_TRUE(text);
+}
+
+}  // namespace
+}  // namespace vellora
