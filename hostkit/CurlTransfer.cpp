@@ -193,6 +193,7 @@ std::optional<CurlNetworkError::Kind> CurlTransfer::takeBody(std::string_view by
   const auto encoding = response_.headers.find("content-encoding");
   if (encoding == response_.headers.end() || encoding->second == "identity") {
     if (bytes.size() > setting_.maxBodyBytes - body_.size()) return Kind::tooLarge;
+    if (body_.empty()) reserveBody();
     body_.append(bytes);
     return std::nullopt;
   }
@@ -207,6 +208,15 @@ std::optional<CurlNetworkError::Kind> CurlTransfer::takeBody(std::string_view by
       break;
   }
   return std::nullopt;
+}
+
+// A body that grew piece by piece would lie in memory twice each time that it moves. Memory that a server
+// announces and never fills is reserved, but not taken from the system.
+void CurlTransfer::reserveBody() {
+  curl_off_t announced = -1;
+  curl_easy_getinfo(handle_->easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+  if (announced <= 0) return;
+  body_.reserve(std::min(static_cast<std::size_t>(announced), setting_.maxBodyBytes) + Data::padding);
 }
 
 void CurlTransfer::finish(int curlCode) {

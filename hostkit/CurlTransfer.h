@@ -64,6 +64,7 @@ class CurlTransfer {
   struct Callbacks;
 
   [[nodiscard]] std::optional<CurlNetworkError::Kind> takeBody(std::string_view bytes);
+  void reserveBody();
   [[nodiscard]] bool isRedirect() const;
   void followRedirect();
   void settleWithAnswer();

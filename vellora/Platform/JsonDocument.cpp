@@ -24,6 +24,8 @@ std::unique_ptr<simdjson::dom::parser>& keptParser() {
 
 simdjson::error_code parseWith(simdjson::dom::parser& parser, std::size_t depth, std::string_view text,
                                simdjson::dom::element& root) {
+  // By itself a parser makes its new memory before it gives back what has become too small.
+  if (parser.capacity() < text.size()) parser = simdjson::dom::parser();
   if (parser.max_depth() != depth) {
     const auto error = parser.allocate(std::max(parser.capacity(), text.size()), depth);
     if (error) return error;
