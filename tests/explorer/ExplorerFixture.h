@@ -43,7 +43,7 @@ class ExplorerFixture : public testing::Test {
                     StubNetwork::body(scriptedCompactLayouts));
     network->answerPrefix("/services/data/v53.0/query", StubNetwork::body("{\"records\":[]}"));
     network->answer("/icons/a.svg", StubNetwork::body("<svg><script>alert(1)</script></svg>"));
-    explorer = std::make_shared<Explorer>(host, arguments());
+    explorer = std::make_shared<Explorer>(host, arguments(), "icon-key");
   }
 
   static command::Arguments arguments() {

@@ -40,14 +40,14 @@ TEST_F(ExplorerTest, ListsTheTypesAsTheCacheHoldsThem) {
   EXPECT_EQ(types.back().label, "</script><b>");
 }
 
-TEST_F(ExplorerTest, GivesNumbersToThoseIconsOnlyThatTheServerItselfHas) {
+TEST_F(ExplorerTest, GivesIdsToThoseIconsOnlyThatTheServerItselfHas) {
   const auto answer = presentations({"Account", "Note", "Unknown"});
   EXPECT_EQ(answer.source, "cache");
   ASSERT_EQ(answer.presentations.size(), 2U);
   const auto& account = answer.presentations.at("Account");
   EXPECT_EQ(account.info.color, "2F6FDE");
   EXPECT_EQ(account.info.largeIconUrl, "javascript:alert(1)");
-  EXPECT_TRUE(account.svgIcon);
+  EXPECT_EQ(account.svgIcon, "icon-key-0");
   EXPECT_FALSE(account.smallIcon);
   EXPECT_FALSE(account.largeIcon);
 }
@@ -125,10 +125,9 @@ TEST_F(ExplorerTest, LooksAtItsOwnStateWithoutATrace) {
 }
 
 TEST_F(ExplorerTest, KeepsIconsThatItFetchedForTheTimeWithoutTheServer) {
-  const auto number =
-      static_cast<std::size_t>(presentations({"Account"}).presentations.at("Account").svgIcon.value());
+  const auto id = presentations({"Account"}).presentations.at("Account").svgIcon.value();
   const auto iconNow = [&] {
-    return answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(number, completion); });
+    return answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(id, completion); });
   };
   explorer->setServerReachable(false);
   EXPECT_FALSE(iconNow());
@@ -141,11 +140,10 @@ TEST_F(ExplorerTest, KeepsIconsThatItFetchedForTheTimeWithoutTheServer) {
 
 TEST_F(ExplorerTest, ShowsNoIconThatIsNoImage) {
   using testkit::StubNetwork;
-  const auto number =
-      static_cast<std::size_t>(presentations({"Account"}).presentations.at("Account").svgIcon.value());
+  const auto id = presentations({"Account"}).presentations.at("Account").svgIcon.value();
   const auto isShown = [&](const StubNetwork::Answer& answer) {
     network->answer("/icons/a.svg", answer);
-    return answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(number, completion); })
+    return answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(id, completion); })
         .has_value();
   };
   EXPECT_FALSE(isShown(StubNetwork::body("<html><script>alert(1)</script></html>")));
@@ -153,7 +151,8 @@ TEST_F(ExplorerTest, ShowsNoIconThatIsNoImage) {
   EXPECT_FALSE(isShown(StubNetwork::body("<svg/>").with(URLResponse{"", 404, {}})));
   EXPECT_FALSE(isShown(StubNetwork::nothing()));
   EXPECT_TRUE(isShown(StubNetwork::body("<svg/>")));
-  const auto none = answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(9, completion); });
+  const auto none =
+      answerOf<std::optional<Image>>([&](auto completion) { explorer->icon("icon-key-9", completion); });
   EXPECT_FALSE(none);
 }
 

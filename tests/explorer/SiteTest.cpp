@@ -97,7 +97,7 @@ TEST_F(SiteTest, RefusesWhatTheGuardRefusesWithTheSameHeaders) {
                            "/api/search-layout?names=Account", "/api/compact-layout?names=Account"})
     EXPECT_EQ(ask(std::string("GET ") + path, "").status, 401) << path;
   EXPECT_EQ(ask("GET /main.js", "Sec-Fetch-Site: cross-site\r\n").status, 403);
-  EXPECT_EQ(ask("GET /api/icon?number=0", "Sec-Fetch-Site: cross-site\r\n").status, 403);
+  EXPECT_EQ(ask("GET /api/icon?id=icon-key-0", "Sec-Fetch-Site: cross-site\r\n").status, 403);
   EXPECT_EQ(network->count("/services/data/v50.0/search/layout?q=Account"), 0U);
 }
 
@@ -155,7 +155,7 @@ TEST_F(SiteTest, ShowsTypesPresentationsAndLayoutsAsJson) {
       R"-({"source":"cache","presentations":{"Account":{"info":{"apiName":"Account","color":"2F6FDE",)-"
       R"-("svgIconUrl":"https://records.example/base/icons/a.svg",)-"
       R"-("smallIconUrl":"https://other.example/a.png","largeIconUrl":"javascript:alert(1)",)-"
-      R"-("label":"Account","labelPlural":"Accounts","createable":true},"svgIcon":0},)-"
+      R"-("label":"Account","labelPlural":"Accounts","createable":true},"svgIcon":"icon-key-0"},)-"
       R"-("Note":{"info":{"apiName":"Note","label":"</script><b>","labelPlural":"Notes","createable":false}}}})-");
   EXPECT_EQ(get("/api/search-layout?names=Account").body,
             R"({"source":"network","layout":{"objectType":"Account","searchColumns":[{"name":"Name",)"
@@ -180,16 +180,15 @@ TEST_F(SiteTest, RefusesNamesThatNoTypeHas) {
 TEST_F(SiteTest, HandsIconsOverAsDocumentsThatCanDoNothing) {
   waitForPrefetch();
   static_cast<void>(get("/api/presentations?names=Account"));
-  const auto reply = ask("GET /api/icon?number=0", "Sec-Fetch-Site: same-origin\r\n");
+  const auto reply = ask("GET /api/icon?id=icon-key-0", "Sec-Fetch-Site: same-origin\r\n");
   EXPECT_EQ(reply.status, 200);
   EXPECT_EQ(reply.headers.at("content-type"), "image/svg+xml");
   EXPECT_EQ(reply.headers.at("content-security-policy"),
             "default-src 'none'; frame-ancestors 'none'; sandbox");
   EXPECT_EQ(reply.headers.at("content-disposition"), "attachment");
   EXPECT_EQ(reply.headers.at("x-content-type-options"), "nosniff");
-  EXPECT_EQ(get("/api/icon?number=1").status, 404);
-  for (const auto* number : {"", "-1", "0x0", "0 ", "99999999999999999999"})
-    EXPECT_EQ(get(std::string("/api/icon?number=") + number).status, 400) << number;
+  for (const auto* id : {"", "?id=", "?id=0", "?id=icon-key-1", "?id=icon-key-00", "?id=icon-key-0%20"})
+    EXPECT_EQ(get(std::string("/api/icon") + id).status, 404) << id;
 }
 
 TEST_F(SiteTest, StartsThePrefetchAgainWhenTold) {

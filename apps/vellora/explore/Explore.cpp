@@ -35,11 +35,13 @@ http::Response refusal(int status, std::string_view message) {
 
 ExitCode explore(const Arguments& arguments, const Session& session) {
   const auto key = newKey();
-  if (key.empty()) return complain({ExitCode::unexpected, "the machine gives no random numbers"});
+  const auto iconKey = newKey();
+  if (key.empty() || iconKey.empty())
+    return complain({ExitCode::unexpected, "the machine gives no random numbers"});
   const auto server = http::Server::listen({.port = arguments.port, .refusal = refusal});
   if (!server) return complain({ExitCode::usage, server.error().localizedDescription()});
   const auto port = server.value()->port();
-  const auto explorer = std::make_shared<explore::Explorer>(session.api(), arguments);
+  const auto explorer = std::make_shared<explore::Explorer>(session.api(), arguments, iconKey);
   const auto site = std::make_shared<explore::Site>(explorer, port, key);
   server.value()->run([site](const http::Request& request, const http::Exchange& exchange) {
     site->handle(request, exchange);

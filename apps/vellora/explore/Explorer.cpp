@@ -16,15 +16,8 @@ namespace {
 
 using State = VelloraService::State;
 
-std::optional<std::int64_t> numberOf(IconStore& icons, const std::optional<std::string>& address) {
-  const auto number = icons.admit(address);
-  if (!number) return std::nullopt;
-  return static_cast<std::int64_t>(*number);
-}
-
 ShownPresentation shown(const PresentationInfo& info, IconStore& icons) {
-  return {info, numberOf(icons, info.svgIconUrl), numberOf(icons, info.smallIconUrl),
-          numberOf(icons, info.largeIconUrl)};
+  return {info, icons.admit(info.svgIconUrl), icons.admit(info.smallIconUrl), icons.admit(info.largeIconUrl)};
 }
 
 /// The one layout that was asked for, and what the tally and the service say of its way. The service is the
@@ -44,12 +37,13 @@ auto answering(std::shared_ptr<Service> service, std::shared_ptr<Tally> tally,
 
 }  // namespace
 
-Explorer::Explorer(const RequiredAPI& host, command::Arguments arguments)
+Explorer::Explorer(const RequiredAPI& host, command::Arguments arguments, std::string iconKey)
     : host_(host),
       arguments_(std::move(arguments)),
-      icons_(std::make_shared<IconStore>(
-          arguments_.server, std::make_shared<ObservedNetwork>(host.network, reachable_, activity_,
-                                                               std::make_shared<Tally>()))) {
+      icons_(
+          std::make_shared<IconStore>(arguments_.server, std::move(iconKey),
+                                      std::make_shared<ObservedNetwork>(host.network, reachable_, activity_,
+                                                                        std::make_shared<Tally>()))) {
   startAgain();
 }
 
@@ -123,8 +117,8 @@ void Explorer::compactLayout(const std::string& name,
   layouts->compactLayoutForApiName({name}, answering(layouts, tally, std::move(completion)));
 }
 
-void Explorer::icon(std::size_t number, IconStore::Completion completion) const {
-  icons_->fetch(number, std::move(completion));
+void Explorer::icon(const std::string& id, IconStore::Completion completion) const {
+  icons_->fetch(id, std::move(completion));
 }
 
 RequiredAPI Explorer::observed(const std::shared_ptr<Tally>& tally) const {

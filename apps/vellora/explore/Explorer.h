@@ -27,8 +27,9 @@ namespace vellora::explore {
 /// Errors: a failed lookup is an answer that says why.
 class Explorer : public std::enable_shared_from_this<Explorer> {
  public:
-  /// `arguments` give server, theme and cache time-out. Starts the façade's first prefetch.
-  Explorer(const RequiredAPI& host, command::Arguments arguments);
+  /// `arguments` give server, theme and cache time-out, `iconKey` what begins the ids of icons. Starts the
+  /// façade's first prefetch.
+  Explorer(const RequiredAPI& host, command::Arguments arguments, std::string iconKey);
 
   /// What an app does when it is started: a new façade, which prefetches what isn't fresh.
   void startAgain();
@@ -47,8 +48,8 @@ class Explorer : public std::enable_shared_from_this<Explorer> {
   void searchLayout(const std::string& name, std::function<void(SearchLayoutAnswer)> completion) const;
   void compactLayout(const std::string& name, std::function<void(CompactLayoutAnswer)> completion) const;
 
-  /// The icon of a number that a presentation bears.
-  void icon(std::size_t number, IconStore::Completion completion) const;
+  /// The icon of an id that a presentation bears.
+  void icon(const std::string& id, IconStore::Completion completion) const;
 
  private:
   [[nodiscard]] RequiredAPI observed(const std::shared_ptr<Tally>& tally) const;

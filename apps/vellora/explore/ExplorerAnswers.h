@@ -42,12 +42,12 @@ struct ExplorerState {
   }
 };
 
-/// A presentation, and the numbers of those of its icons that can be shown.
+/// A presentation, and the ids of those of its icons that can be shown.
 struct ShownPresentation {
   PresentationInfo info;
-  std::optional<std::int64_t> svgIcon;
-  std::optional<std::int64_t> smallIcon;
-  std::optional<std::int64_t> largeIcon;
+  std::optional<std::string> svgIcon;
+  std::optional<std::string> smallIcon;
+  std::optional<std::string> largeIcon;
 
   static constexpr std::string_view recordName = "ShownPresentation";
   static constexpr auto fields() {

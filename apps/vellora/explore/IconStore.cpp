@@ -17,42 +17,45 @@ std::optional<Image> imageOf(const std::optional<Data>& data, const std::optiona
 
 }  // namespace
 
-IconStore::IconStore(std::string server, std::shared_ptr<CorvaneSDK::Network> network)
-    : server_(std::move(server)), network_(std::move(network)) {}
+IconStore::IconStore(std::string server, std::string key, std::shared_ptr<CorvaneSDK::Network> network)
+    : server_(std::move(server)), key_(std::move(key)), network_(std::move(network)) {}
 
-std::optional<std::size_t> IconStore::admit(const std::optional<std::string>& address) {
+std::optional<std::string> IconStore::admit(const std::optional<std::string>& address) {
   if (!address) return std::nullopt;
   const auto url = iconRequest(*address, server_);
   if (!url) return std::nullopt;
   const std::lock_guard lock(mutex_);
-  const auto known = numbers_.find(url->absoluteString());
-  if (known != numbers_.end()) return known->second;
+  const auto found = ids_.find(url->absoluteString());
+  if (found != ids_.end()) return found->second;
   if (icons_.size() == mostIcons) return std::nullopt;
-  icons_.push_back({*url, std::nullopt});
-  numbers_.emplace(url->absoluteString(), icons_.size() - 1);
-  return icons_.size() - 1;
+  const auto id = key_ + "-" + std::to_string(icons_.size());
+  icons_.emplace(id, Icon{*url, std::nullopt});
+  ids_.emplace(url->absoluteString(), id);
+  return id;
 }
 
-void IconStore::fetch(std::size_t number, Completion completion) {
-  std::optional<Icon> icon;
-  {
-    const std::lock_guard lock(mutex_);
-    if (number < icons_.size()) icon = icons_[number];
-  }
+void IconStore::fetch(const std::string& id, Completion completion) {
+  const auto icon = known(id);
   if (!icon || icon->image) return completion(icon ? icon->image : std::nullopt);
   network_->sendRequest(CorvaneSDK::NetRequest(URLRequest(icon->url)),
-                        [weak = weak_from_this(), number, completion = std::move(completion)](
+                        [weak = weak_from_this(), id, completion = std::move(completion)](
                             const auto& data, const auto&, const auto& response) {
                           const auto image = imageOf(data, response);
                           const auto self = weak.lock();
-                          if (self && image) self->keep(number, *image);
+                          if (self && image) self->keep(id, *image);
                           completion(image);
                         });
 }
 
-void IconStore::keep(std::size_t number, const Image& image) {
+std::optional<IconStore::Icon> IconStore::known(const std::string& id) {
   const std::lock_guard lock(mutex_);
-  auto& kept = icons_[number].image;
+  const auto found = icons_.find(id);
+  return found == icons_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void IconStore::keep(const std::string& id, const Image& image) {
+  const std::lock_guard lock(mutex_);
+  auto& kept = icons_.at(id).image;
   if (kept || bytesKept_ + image.bytes.size() > mostBytesKept) return;
   bytesKept_ += image.bytes.size();
   kept = image;

@@ -7,7 +7,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "apps/vellora/explore/Image.h"
 #include "vellora/Host/Network.h"
@@ -15,9 +14,9 @@
 
 namespace vellora::explore {
 
-/// The icons of the records server. The browser never sees their addresses as such: it gets a number for each
-/// address that leads to the records server and to nobody else, and the icon's bytes for the number. What was
-/// fetched once is kept, as an app would, so that it is there without the server.
+/// The icons of the records server. The browser never sees their addresses as such: it gets an id for each
+/// address that leads to the records server and to nobody else, and the icon's bytes for the id. Nobody can
+/// guess an id. What was fetched once is kept, as an app would, so that it is there without the server.
 ///
 /// Ownership: make it with `std::make_shared`; shares the network; answers that come after its end are
 /// dropped. Threads: safe to use from several threads at once.
@@ -29,15 +28,15 @@ class IconStore : public std::enable_shared_from_this<IconStore> {
   static constexpr std::size_t mostIcons = 20'000;   ///< what comes after that is not shown
   static constexpr std::size_t mostBytesKept = std::size_t{64} * 1024 * 1024;  ///< of all icons together
 
-  /// `server` is the records server's address, to which `network` sends.
-  IconStore(std::string server, std::shared_ptr<CorvaneSDK::Network> network);
+  /// `server` is the records server's address, to which `network` sends; `key` begins every id.
+  IconStore(std::string server, std::string key, std::shared_ptr<CorvaneSDK::Network> network);
 
-  /// The number for an address of an icon; none when the address leads elsewhere.
-  [[nodiscard]] std::optional<std::size_t> admit(const std::optional<std::string>& address);
+  /// The id for an address of an icon; none when the address leads elsewhere.
+  [[nodiscard]] std::optional<std::string> admit(const std::optional<std::string>& address);
 
-  /// Brings the icon, inside the call or on the network's thread; nothing when there is none of that number,
-  /// the server doesn't send it, or what it sends is no image.
-  void fetch(std::size_t number, Completion completion);
+  /// Brings the icon, inside the call or on the network's thread; nothing when there is none of that id, the
+  /// server doesn't send it, or what it sends is no image.
+  void fetch(const std::string& id, Completion completion);
 
  private:
   struct Icon {
@@ -45,13 +44,15 @@ class IconStore : public std::enable_shared_from_this<IconStore> {
     std::optional<Image> image;
   };
 
-  void keep(std::size_t number, const Image& image);
+  [[nodiscard]] std::optional<Icon> known(const std::string& id);
+  void keep(const std::string& id, const Image& image);
 
   const std::string server_;
+  const std::string key_;
   const std::shared_ptr<CorvaneSDK::Network> network_;
   std::mutex mutex_;
-  std::vector<Icon> icons_;
-  std::map<std::string, std::size_t> numbers_;  // by URL
+  std::map<std::string, Icon> icons_;       // by id
+  std::map<std::string, std::string> ids_;  // by URL
   std::size_t bytesKept_ = 0;
 };
 

@@ -44,9 +44,8 @@ std::function<void(Answer)> answeringWithJson(const Exchange& exchange) {
   return [exchange](const Answer& found) { answer(exchange, jsonResponse(found)); };
 }
 
-template <class Number>
-std::optional<Number> numberIn(std::string_view text) {
-  Number number = 0;
+std::optional<std::int64_t> numberIn(std::string_view text) {
+  std::int64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return number;
@@ -75,7 +74,7 @@ struct Call {
   void badRequest(const std::string& text) const { answer(exchange, plainText(400, text)); }
 
   void state() const {
-    const auto after = numberIn<std::int64_t>(target.encodedItem("after").value_or("0"));
+    const auto after = numberIn(target.encodedItem("after").value_or("0"));
     if (!after) return badRequest("\"after\" must be the number of an entry.");
     answer(exchange, jsonResponse(explorer.state(*after)));
   }
@@ -101,15 +100,14 @@ struct Call {
   }
 
   void icon() const {
-    const auto number = numberIn<std::size_t>(target.encodedItem("number").value_or(""));
-    if (!number) return badRequest("\"number\" must be an icon's number.");
-    explorer.icon(*number, [exchange = exchange](const std::optional<Image>& image) {
-      if (!image) return answer(exchange, plainText(404, "There is no such icon."));
-      answer(exchange, {200,
-                        std::string(image->contentType),
-                        image->bytes,
-                        {{policyHeader, iconPolicy}, {"Content-Disposition", "attachment"}}});
-    });
+    explorer.icon(target.encodedItem("id").value_or(""),
+                  [exchange = exchange](const std::optional<Image>& image) {
+                    if (!image) return answer(exchange, plainText(404, "There is no such icon."));
+                    answer(exchange, {200,
+                                      std::string(image->contentType),
+                                      image->bytes,
+                                      {{policyHeader, iconPolicy}, {"Content-Disposition", "attachment"}}});
+                  });
   }
 
   void server() const {
@@ -140,7 +138,7 @@ constexpr Route routes[] = {
     {"/api/presentations", Need::key, &Call::presentations},
     {"/api/search-layout", Need::key, &Call::searchLayout},
     {"/api/compact-layout", Need::key, &Call::compactLayout},
-    {"/api/icon", Need::ownPage, &Call::icon},
+    {"/api/icon", Need::ownPage, &Call::icon},  // an image's request bears no key; its id is one
     {"/api/server", Need::keyAndOrigin, &Call::server},
     {"/api/prefetch", Need::keyAndOrigin, &Call::prefetch},
 };

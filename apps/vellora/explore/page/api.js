@@ -33,6 +33,6 @@ export function nameList(names) {
   return names.map(encodeURIComponent).join(",");
 }
 
-export function iconAddress(number) {
-  return `/api/icon?number=${Number(number)}`;
+export function iconAddress(id) {
+  return `/api/icon?id=${encodeURIComponent(id)}`;
 }

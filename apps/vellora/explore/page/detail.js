@@ -40,14 +40,14 @@ function row(term, ...values) {
   return make("div", {}, make("dt", {}, term), make("dd", {}, ...values));
 }
 
-function iconRow(term, address, number, colour) {
+function iconRow(term, address, id, colour) {
   if (address === undefined) return row(term, make("span", { class: "quiet" }, "none"));
   const swatch = make("span", { class: "thumb" });
   paint(swatch, colour);
-  if (number !== undefined) swatch.append(make("img", { src: iconAddress(number), alt: "", width: 20, height: 20 }));
+  if (id !== undefined) swatch.append(make("img", { src: iconAddress(id), alt: "", width: 20, height: 20 }));
   return row(
     term,
-    number === undefined ? make("span", { class: "quiet" }, "not loaded, not this server's: ") : swatch,
+    id === undefined ? make("span", { class: "quiet" }, "not loaded, not this server's: ") : swatch,
     foreign(address, "code", {}),
   );
 }

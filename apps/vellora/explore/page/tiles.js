@@ -47,16 +47,16 @@ export function initials(text) {
 }
 
 // The icon, or in its place the initials. It is decoration: the label stands beside it.
-export function iconImage(number, size, label) {
+export function iconImage(id, size, label) {
   const place = make("span", { class: "icon", "aria-hidden": "true" });
   const fallBack = () => place.replaceChildren(make("span", { class: "initials" }, initials(label)));
-  if (number === undefined) {
+  if (id === undefined) {
     fallBack();
     return place;
   }
   const image = make("img", { alt: "", width: size, height: size });
   image.addEventListener("error", fallBack, { once: true });
-  image.src = iconAddress(number);
+  image.src = iconAddress(id);
   place.append(image);
   return place;
 }
