@@ -17,22 +17,46 @@ namespace vellora::command {
 
 using CorvaneSDK::LogLevel;
 
+namespace {
+
+/// An answer of the server while the library reads it, which it does on the thread that brings it.
+class AnswerInHand {
+ public:
+  AnswerInHand(std::string path, int status) : path_(std::move(path)), status_(status), outer_(current) {
+    current = this;
+  }
+  ~AnswerInHand() { current = outer_; }
+  AnswerInHand(const AnswerInHand&) = delete;
+  AnswerInHand& operator=(const AnswerInHand&) = delete;
+
+  /// The one of this thread; null where none is being read.
+  [[nodiscard]] static const AnswerInHand* ofThisThread() { return current; }
+
+  [[nodiscard]] std::string description() const {
+    return "the answer of the server to " + path_ + " (status " + std::to_string(status_) + ")";
+  }
+
+ private:
+  inline static thread_local const AnswerInHand* current = nullptr;
+
+  const std::string path_;
+  const int status_;
+  const AnswerInHand* const outer_;
+};
+
+}  // namespace
+
 /// Remembers the first thing that went wrong with a request: no answer, or one that the library could not
 /// use.
 class Session::Failures {
  public:
   void note(const hostkit::RequestOutcome& outcome) {
-    const std::lock_guard lock(mutex_);
-    lastPath_ = outcome.path;
-    lastStatus_ = outcome.statusCode;
-    if (outcome.error && !first_) first_ = outcome.error->text;
+    if (outcome.error) noteFirst(outcome.error->text);
   }
 
   void note(std::string_view errorLine) {
-    const std::lock_guard lock(mutex_);
-    if (first_ || lastPath_.empty()) return;
-    first_ = "the answer of the server to " + lastPath_ + " (status " + std::to_string(lastStatus_) +
-             ") cannot be used: " + std::string(errorLine);
+    if (const auto* answer = AnswerInHand::ofThisThread())
+      noteFirst(answer->description() + " cannot be used: " + std::string(errorLine));
   }
 
   [[nodiscard]] std::optional<std::string> first() const {
@@ -41,9 +65,12 @@ class Session::Failures {
   }
 
  private:
+  void noteFirst(std::string what) {
+    const std::lock_guard lock(mutex_);
+    if (!first_) first_ = std::move(what);
+  }
+
   mutable std::mutex mutex_;
-  std::string lastPath_;
-  int lastStatus_ = 0;
   std::optional<std::string> first_;
 };
 
@@ -95,7 +122,10 @@ class Session::SettlingNetwork final : public CorvaneSDK::Network {
     next_->sendRequest(request, [requests = requests_, path = std::move(path),
                                  completion = std::move(completion)](auto data, auto error, auto response) {
       requests->answered(path);
-      completion(std::move(data), std::move(error), std::move(response));
+      {
+        const AnswerInHand answer(path, response ? response->statusCode : 0);
+        completion(std::move(data), std::move(error), std::move(response));
+      }
       requests->completed();
     });
   }
