@@ -44,6 +44,31 @@ void takeHeaderLine(std::string_view line, std::map<std::string, std::string>& h
   if (!isNew) header->second.append(", ").append(value);
 }
 
+/// How many characters from the front of `text` stand in a row somewhere in `secret`; both in lower case.
+std::size_t sharedLength(std::string_view text, std::string_view secret) {
+  std::size_t longest = 0;
+  for (std::size_t at = 0; at < secret.size(); ++at) {
+    const auto [end, unused] = std::mismatch(text.begin(), text.end(), secret.begin() + at, secret.end());
+    longest = std::max(longest, static_cast<std::size_t>(end - text.begin()));
+  }
+  return longest;
+}
+
+/// `text` with "[token]" for each piece of `token` from which more than chance would speak.
+std::string withoutTraces(std::string_view text, std::string_view token) {
+  const std::size_t telling = std::min<std::size_t>(token.size(), 6);
+  const std::string lowerText = lowerCase(text);
+  const std::string lowerToken = lowerCase(token);
+  std::string clean;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t shared = sharedLength(std::string_view(lowerText).substr(at), lowerToken);
+    const bool isTrace = shared > 0 && shared >= telling;
+    clean += isTrace ? std::string_view("[token]") : text.substr(at, 1);
+    at += isTrace ? shared : 1;
+  }
+  return clean;
+}
+
 Kind kindOf(CURLcode code) {
   switch (code) {
     case CURLE_COULDNT_RESOLVE_HOST:
@@ -283,15 +308,10 @@ std::string CurlTransfer::where() const {
   return setting_.server.hostAndPort() + path_;
 }
 
-// curl's reasons may quote what the server sent, and a server may send back what it was sent.
+// curl's reasons may quote what the server sent, and a server may send back what it was sent: the token, a
+// piece of it, or, as the name of a host, in other letters.
 std::string CurlTransfer::redacted(std::string text) const {
-  if (!request_.token.empty()) {
-    for (std::size_t at = text.find(request_.token); at != std::string::npos;
-         at = text.find(request_.token, at)) {
-      text.replace(at, request_.token.size(), "[token]");
-      at += std::string_view("[token]").size();
-    }
-  }
+  text = withoutTraces(text, request_.token);
   std::replace_if(
       text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
   return text;

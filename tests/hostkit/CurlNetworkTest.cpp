@@ -449,6 +449,14 @@ TEST_F(CurlNetworkTest, TheTokenIsInNoErrorEvenIfTheServerSendsItBack) {
   }
 }
 
+TEST_F(CurlNetworkTest, NoPieceOfTheTokenIsInAnErrorEither) {
+  for (const std::string& host : {std::string("CANARY-TOKEN"), std::string("x.Token-5F1C.example")}) {
+    server.reply(ScriptedServer::http("302 Found", "", {"Location: http://" + host + "/"}));
+    EXPECT_THAT(ask("/theme").error->localizedDescription(),
+                AllOf(HasSubstr("[token]"), Not(HasSubstr("token-5")), Not(HasSubstr("canary-t"))));
+  }
+}
+
 TEST_F(CurlNetworkTest, AProxyOfTheEnvironmentIsNotAskedForALoopbackServer) {
   ScriptedServer proxy;
   proxy.replyAlways(ScriptedServer::http("200 OK", "from the proxy"));
