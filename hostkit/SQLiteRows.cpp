@@ -136,8 +136,10 @@ StoredRows read(SQLiteDatabase& database, const std::string& tableKey, const Liv
     found.bind(live.earliest.secondsSinceReferenceDate()).bind(live.latest.secondsSinceReferenceDate());
     while (found.step()) {
       auto stored = verifiedRow(found, tableKey);
-      if (stored && (pairs == nullptr || holdsPairs(stored->row.meta, *pairs)))
-        rows.push_back(std::move(stored));
+      if (!stored || (pairs != nullptr && !holdsPairs(stored->row.meta, *pairs))) continue;
+      // Both statements go up the sequences; a damaged page may lead to one row twice.
+      if (!rows.empty() && stored->sequence <= rows.back()->sequence) continue;
+      rows.push_back(std::move(stored));
     }
   };
   if (pairs == nullptr) {

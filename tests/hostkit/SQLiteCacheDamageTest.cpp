@@ -181,6 +181,23 @@ TEST_F(SQLiteCacheDamageTest, ADamagedRowIsInNoAnswerAndTakesNoPosition) {
   EXPECT_EQ(rows[0].meta, metaOf("c"));
 }
 
+TEST_F(SQLiteCacheDamageTest, ARowThatADamagedIndexLeadsToTwiceIsFoundOnce) {
+  // The page of the index that holds the pairs.
+  const std::size_t page = sound.rfind("name") / pageSize * pageSize;
+  constexpr std::size_t pointers = 8;  // behind the header of a page of an index
+  const auto entries = static_cast<std::size_t>(static_cast<unsigned char>(sound[page + 4]));
+  ASSERT_GE(entries, 2U);
+  for (std::size_t from = 0; from < entries; ++from) {
+    for (std::size_t to = 0; to < entries; ++to) {
+      SCOPED_TRACE(std::to_string(from) + " over " + std::to_string(to));
+      std::string damaged = sound;
+      damaged.replace(page + pointers + 2 * to, 2, sound.substr(page + pointers + 2 * from, 2));
+      expectNoWrongAnswer(damaged);
+    }
+  }
+  EXPECT_GT(misses, 0);
+}
+
 TEST_F(SQLiteCacheDamageTest, ADamagedRowCanBePurged) {
   std::string damaged = sound;
   damaged[damaged.find("data of b")] = 'D';
