@@ -16,17 +16,21 @@ void count(std::size_t size) {
   bytesSoFar.fetch_add(size, std::memory_order_relaxed);
 }
 
-void* allocated(std::size_t size) {
+void* allocatedOrNull(std::size_t size) {
   count(size);
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
+  return std::malloc(size == 0 ? 1 : size);
 }
 
-void* allocated(std::size_t size, std::align_val_t alignment) {
+void* allocatedOrNull(std::size_t size, std::align_val_t alignment) {
   count(size);
   const auto boundary = static_cast<std::size_t>(alignment);
   const std::size_t whole = (size + boundary - 1) / boundary * boundary;
-  if (void* memory = std::aligned_alloc(boundary, whole == 0 ? boundary : whole)) return memory;
+  return std::aligned_alloc(boundary, whole == 0 ? boundary : whole);
+}
+
+template <class... Alignment>
+void* allocated(std::size_t size, Alignment... alignment) {
+  if (void* memory = allocatedOrNull(size, alignment...)) return memory;
   throw std::bad_alloc();
 }
 
@@ -46,28 +50,72 @@ std::size_t AllocationCounter::bytes() const {
 
 }  // namespace vellora::tests
 
-// The other forms (arrays, nothrow) call these.
+// Every form, since those of a sanitizer, unlike the standard library's, don't call one another.
 
-void* operator new(std::size_t size) {
-  return vellora::tests::allocated(size);
+using std::align_val_t;
+using std::nothrow_t;
+using std::size_t;
+using vellora::tests::allocated;
+using vellora::tests::allocatedOrNull;
+
+void* operator new(size_t size) {
+  return allocated(size);
 }
-
-void* operator new(std::size_t size, std::align_val_t alignment) {
-  return vellora::tests::allocated(size, alignment);
+void* operator new[](size_t size) {
+  return allocated(size);
+}
+void* operator new(size_t size, align_val_t alignment) {
+  return allocated(size, alignment);
+}
+void* operator new[](size_t size, align_val_t alignment) {
+  return allocated(size, alignment);
+}
+void* operator new(size_t size, const nothrow_t&) noexcept {
+  return allocatedOrNull(size);
+}
+void* operator new[](size_t size, const nothrow_t&) noexcept {
+  return allocatedOrNull(size);
+}
+void* operator new(size_t size, align_val_t alignment, const nothrow_t&) noexcept {
+  return allocatedOrNull(size, alignment);
+}
+void* operator new[](size_t size, align_val_t alignment, const nothrow_t&) noexcept {
+  return allocatedOrNull(size, alignment);
 }
 
 void operator delete(void* memory) noexcept {
   std::free(memory);
 }
-
-void operator delete(void* memory, std::size_t) noexcept {
+void operator delete[](void* memory) noexcept {
   std::free(memory);
 }
-
-void operator delete(void* memory, std::align_val_t) noexcept {
+void operator delete(void* memory, size_t) noexcept {
   std::free(memory);
 }
-
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+void operator delete[](void* memory, size_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, align_val_t) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, align_val_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, size_t, align_val_t) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, size_t, align_val_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, const nothrow_t&) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, const nothrow_t&) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, align_val_t, const nothrow_t&) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, align_val_t, const nothrow_t&) noexcept {
   std::free(memory);
 }
