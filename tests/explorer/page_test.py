@@ -235,8 +235,12 @@ class DemoPageTest(PageTest):
         self.open_type("Account")
         self.assertEqual(self.sources(), ["from the cache"] * 3)
         self.assert_contrasts()
+        last = "document.querySelector('#tiles li:last-child')"
+        self.browser.run(f"{last}.scrollIntoView()")
+        self.browser.wait(f"return {last}.querySelector('.initials')")
         self.assertEqual(server.requests(), sent)
         self.flip_switch(True)
+        self.browser.wait(f"return {last}.querySelector('img')?.naturalWidth > 0")
         self.open_type("Contact")
         self.assertEqual(self.sources(), ["from the network", "from the network", "from the cache"])
 

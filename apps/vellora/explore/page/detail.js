@@ -44,7 +44,11 @@ function iconRow(term, address, id, colour) {
   if (address === undefined) return row(term, make("span", { class: "quiet" }, "none"));
   const swatch = make("span", { class: "thumb" });
   paint(swatch, colour);
-  if (id !== undefined) swatch.append(make("img", { src: iconAddress(id), alt: "", width: 20, height: 20 }));
+  if (id !== undefined) {
+    const image = make("img", { src: iconAddress(id), alt: "", width: 20, height: 20 });
+    image.addEventListener("error", () => image.remove());
+    swatch.append(image);
+  }
   return row(
     term,
     id === undefined ? make("span", { class: "quiet" }, "not loaded, not this server's: ") : swatch,

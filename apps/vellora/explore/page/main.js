@@ -2,7 +2,7 @@ import { showActivity } from "./activity.js";
 import { get, post, Refused } from "./api.js";
 import { close, currentName, open } from "./detail.js";
 import { byId, foreign, make } from "./dom.js";
-import { filter, linkOf, markCurrent, showTypes, visibleLinks } from "./tiles.js";
+import { filter, linkOf, markCurrent, showIconsAgain, showTypes, visibleLinks } from "./tiles.js";
 
 const search = byId("search");
 const reachable = byId("reachable");
@@ -11,6 +11,7 @@ const pollMilliseconds = 700;
 let lastEntry = 0;
 let fetchedAt; // when the object list that is shown was fetched, in seconds
 let failedToReach = false;
+let wasReachable = true;
 let shownPrefetch = "";
 
 const prefetchTexts = { isLoading: "Loading", loaded: "Loaded", failed: "Failed" };
@@ -67,6 +68,8 @@ async function poll() {
   if (reachable !== document.activeElement || reachable.checked === state.reachable) reachable.checked = state.reachable;
   showPrefetch(state);
   showNotice(state.reachable ? "" : "The server has been taken away: what you see now is what the cache holds.");
+  if (state.reachable && !wasReachable) showIconsAgain();
+  wasReachable = state.reachable;
   showActivity(state);
   await showList(state);
 }

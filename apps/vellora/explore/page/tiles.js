@@ -73,6 +73,11 @@ function show(name, presentation) {
   swatch.replaceChildren(iconImage(bestIcon(presentation), 30, presentation.info.label));
 }
 
+// Once the server is back: what it could not send may be there now.
+export function showIconsAgain() {
+  for (const [name, presentation] of presentations) show(name, presentation);
+}
+
 function makeTile(type) {
   const link = make(
     "a",
