@@ -2,15 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/DecodingFailure.h"
 #include "vellora/Platform/JsonCodec.h"
 
 namespace vellora {
 namespace {
-
-std::string failureOf(std::string text) {
-  const auto decoded = json::decode<ColorInfo>(Data(std::move(text)));
-  return decoded ? "none" : decoded.error().localizedDescription();
-}
 
 TEST(ColorInfoTest, ReadsItsThreeTextsAndIgnoresOtherKeys) {
   const auto decoded =
@@ -26,11 +22,13 @@ TEST(ColorInfoTest, PassesTheColorOnUntouched) {
 }
 
 TEST(ColorInfoTest, NeedsEachOfTheThree) {
-  EXPECT_EQ(failureOf(R"({"context":"c","theme":"t"})"), "missing key \"color\" at $");
-  EXPECT_EQ(failureOf(R"({"color":"x","theme":"t"})"), "missing key \"context\" at $");
-  EXPECT_EQ(failureOf(R"({"color":"x","context":"c"})"), "missing key \"theme\" at $");
-  EXPECT_EQ(failureOf(R"({"color":"x","context":null,"theme":"t"})"), "expected a string at $.context");
-  EXPECT_EQ(failureOf(R"({"color":7,"context":"c","theme":"t"})"), "expected a string at $.color");
+  EXPECT_EQ(tests::failureOf<ColorInfo>(R"({"context":"c","theme":"t"})"), "missing key \"color\" at $");
+  EXPECT_EQ(tests::failureOf<ColorInfo>(R"({"color":"x","theme":"t"})"), "missing key \"context\" at $");
+  EXPECT_EQ(tests::failureOf<ColorInfo>(R"({"color":"x","context":"c"})"), "missing key \"theme\" at $");
+  EXPECT_EQ(tests::failureOf<ColorInfo>(R"({"color":"x","context":null,"theme":"t"})"),
+            "expected a string at $.context");
+  EXPECT_EQ(tests::failureOf<ColorInfo>(R"({"color":7,"context":"c","theme":"t"})"),
+            "expected a string at $.color");
 }
 
 TEST(ColorInfoTest, WritesItsThreeTexts) {

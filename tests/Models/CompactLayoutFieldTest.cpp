@@ -6,6 +6,7 @@
 #include <string>
 #include <type_traits>
 
+#include "tests/support/DecodingFailure.h"
 #include "tests/support/PrintRecords.h"
 
 namespace vellora {
@@ -29,11 +30,6 @@ Content complete() {
           .relationshipName = "Owner",
           .htmlFormatted = true,
           .layoutFields = CompactLayoutFields{make(plain())}};
-}
-
-std::string failureOf(const std::string& text) {
-  const auto result = json::decode<std::shared_ptr<CompactLayoutField>>(Data(text));
-  return result ? "decoded" : result.error().localizedDescription();
 }
 
 TEST(CompactLayoutFieldTest, WritesAllMembersWhenAllArePresent) {
@@ -79,23 +75,31 @@ TEST(CompactLayoutFieldTest, TheThreeOptionalMembersMayBeAbsentOrNull) {
 }
 
 TEST(CompactLayoutFieldTest, TheOtherFourAreRequired) {
-  EXPECT_EQ(failureOf(R"({"fieldType":"f","label":"l","htmlFormatted":false})"),
+  EXPECT_EQ(tests::failureOf<std::shared_ptr<CompactLayoutField>>(
+                R"({"fieldType":"f","label":"l","htmlFormatted":false})"),
             R"(missing key "apiName" at $)");
-  EXPECT_EQ(failureOf(R"({"apiName":"a","label":"l","htmlFormatted":false})"),
+  EXPECT_EQ(tests::failureOf<std::shared_ptr<CompactLayoutField>>(
+                R"({"apiName":"a","label":"l","htmlFormatted":false})"),
             R"(missing key "fieldType" at $)");
-  EXPECT_EQ(failureOf(R"({"apiName":"a","fieldType":"f","htmlFormatted":false})"),
+  EXPECT_EQ(tests::failureOf<std::shared_ptr<CompactLayoutField>>(
+                R"({"apiName":"a","fieldType":"f","htmlFormatted":false})"),
             R"(missing key "label" at $)");
-  EXPECT_EQ(failureOf(R"({"apiName":"a","fieldType":"f","label":"l"})"),
-            R"(missing key "htmlFormatted" at $)");
-  EXPECT_EQ(failureOf(R"({"apiName":"a","fieldType":"f","label":"l","htmlFormatted":null})"),
+  EXPECT_EQ(
+      tests::failureOf<std::shared_ptr<CompactLayoutField>>(R"({"apiName":"a","fieldType":"f","label":"l"})"),
+      R"(missing key "htmlFormatted" at $)");
+  EXPECT_EQ(tests::failureOf<std::shared_ptr<CompactLayoutField>>(
+                R"({"apiName":"a","fieldType":"f","label":"l","htmlFormatted":null})"),
             "expected a boolean at $.htmlFormatted");
 }
 
 TEST(CompactLayoutFieldTest, AnOptionalMemberOfAnotherTypeFails) {
   const std::string required = R"({"apiName":"a","fieldType":"f","label":"l","htmlFormatted":false,)";
-  EXPECT_EQ(failureOf(required + R"("referenceTo":["User"]})"), "expected a string at $.referenceTo");
-  EXPECT_EQ(failureOf(required + R"("relationshipName":1})"), "expected a string at $.relationshipName");
-  EXPECT_EQ(failureOf(required + R"("layoutFields":[{}]})"), R"(missing key "apiName" at $.layoutFields[0])");
+  EXPECT_EQ(tests::failureOf<std::shared_ptr<CompactLayoutField>>(required + R"("referenceTo":["User"]})"),
+            "expected a string at $.referenceTo");
+  EXPECT_EQ(tests::failureOf<std::shared_ptr<CompactLayoutField>>(required + R"("relationshipName":1})"),
+            "expected a string at $.relationshipName");
+  EXPECT_EQ(tests::failureOf<std::shared_ptr<CompactLayoutField>>(required + R"("layoutFields":[{}]})"),
+            R"(missing key "apiName" at $.layoutFields[0])");
 }
 
 TEST(CompactLayoutFieldTest, HoldersOfAFieldShareItsApiName) {

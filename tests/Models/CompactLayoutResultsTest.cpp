@@ -6,16 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/DecodingFailure.h"
+
 namespace vellora {
 namespace {
 
 Result<CompactLayoutResults> decoded(const std::string& text) {
   return json::decode<CompactLayoutResults>(Data(text));
-}
-
-std::string failureOf(const std::string& text) {
-  const auto result = decoded(text);
-  return result ? "decoded" : result.error().localizedDescription();
 }
 
 std::vector<std::string> typesIn(const std::string& text) {
@@ -52,16 +49,18 @@ TEST(CompactLayoutResultsTest, OfDuplicateKeysTheFirstCounts) {
 }
 
 TEST(CompactLayoutResultsTest, OneBadLayoutFailsTheWholeAnswer) {
-  EXPECT_EQ(failureOf(R"({"User":)" + layout("User") + R"(,"Account":{"objectType":"Account"}})"),
+  EXPECT_EQ(tests::failureOf<CompactLayoutResults>(R"({"User":)" + layout("User") +
+                                                   R"(,"Account":{"objectType":"Account"}})"),
             R"(missing key "fieldItems" at $.Account)");
-  EXPECT_EQ(failureOf(R"({"User":null})"), "expected an object at $.User");
-  EXPECT_EQ(failureOf(R"({"hasErrors":false,"User":)" + layout("User") + "}"),
+  EXPECT_EQ(tests::failureOf<CompactLayoutResults>(R"({"User":null})"), "expected an object at $.User");
+  EXPECT_EQ(tests::failureOf<CompactLayoutResults>(R"({"hasErrors":false,"User":)" + layout("User") + "}"),
             "expected an object at $.hasErrors");
 }
 
 TEST(CompactLayoutResultsTest, AnAnswerThatIsNoObjectFails) {
-  EXPECT_EQ(failureOf(std::string("[") + layout("User") + "]"), "expected an object at $");
-  EXPECT_EQ(failureOf("null"), "expected an object at $");
+  EXPECT_EQ(tests::failureOf<CompactLayoutResults>(std::string("[") + layout("User") + "]"),
+            "expected an object at $");
+  EXPECT_EQ(tests::failureOf<CompactLayoutResults>("null"), "expected an object at $");
 }
 
 TEST(CompactLayoutResultsTest, WhatItWritesIsNotWhatItReads) {
@@ -71,7 +70,8 @@ TEST(CompactLayoutResultsTest, WhatItWritesIsNotWhatItReads) {
   EXPECT_EQ(
       text.view(),
       R"({"layouts":[{"objectType":"User","layoutFields":[]},{"objectType":"Account","layoutFields":[]}]})");
-  EXPECT_EQ(failureOf(std::string(text.view())), "expected an object at $.layouts");
+  EXPECT_EQ(tests::failureOf<CompactLayoutResults>(std::string(text.view())),
+            "expected an object at $.layouts");
   EXPECT_EQ(json::encode(CompactLayoutResults()).value().view(), R"({"layouts":[]})");
 }
 

@@ -4,15 +4,11 @@
 
 #include <string>
 
+#include "tests/support/DecodingFailure.h"
 #include "vellora/Platform/JsonCodec.h"
 
 namespace vellora {
 namespace {
-
-std::string failureOf(const std::string& text) {
-  const auto result = json::decode<FieldItem>(Data(text));
-  return result ? "decoded" : result.error().localizedDescription();
-}
 
 TEST(FieldItemTest, DecodesTheServersForm) {
   const auto item = json::decode<FieldItem>(
@@ -22,10 +18,10 @@ TEST(FieldItemTest, DecodesTheServersForm) {
 }
 
 TEST(FieldItemTest, LabelAndComponentsAreRequired) {
-  EXPECT_EQ(failureOf(R"({"label":"Name","layoutComponents":[]})"), "decoded");
-  EXPECT_EQ(failureOf(R"({"layoutComponents":[]})"), R"(missing key "label" at $)");
-  EXPECT_EQ(failureOf(R"({"label":"Name"})"), R"(missing key "layoutComponents" at $)");
-  EXPECT_EQ(failureOf(R"({"label":"Name","layoutComponents":null})"),
+  EXPECT_EQ(tests::failureOf<FieldItem>(R"({"label":"Name","layoutComponents":[]})"), "decoded");
+  EXPECT_EQ(tests::failureOf<FieldItem>(R"({"layoutComponents":[]})"), R"(missing key "label" at $)");
+  EXPECT_EQ(tests::failureOf<FieldItem>(R"({"label":"Name"})"), R"(missing key "layoutComponents" at $)");
+  EXPECT_EQ(tests::failureOf<FieldItem>(R"({"label":"Name","layoutComponents":null})"),
             "expected an array at $.layoutComponents");
 }
 

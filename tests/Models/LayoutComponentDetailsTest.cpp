@@ -4,15 +4,11 @@
 
 #include <string>
 
+#include "tests/support/DecodingFailure.h"
 #include "vellora/Platform/JsonCodec.h"
 
 namespace vellora {
 namespace {
-
-std::string failureOf(const std::string& text) {
-  const auto result = json::decode<LayoutComponentDetails>(Data(text));
-  return result ? "decoded" : result.error().localizedDescription();
-}
 
 TEST(LayoutComponentDetailsTest, DecodesTheServersForm) {
   const auto details = json::decode<LayoutComponentDetails>(Data(
@@ -24,19 +20,25 @@ TEST(LayoutComponentDetailsTest, DecodesTheServersForm) {
 }
 
 TEST(LayoutComponentDetailsTest, OnlyTheRelationshipNameMayBeAbsentOrNull) {
-  EXPECT_EQ(failureOf(R"({"referenceTo":[],"type":"t","label":"l","htmlFormatted":false})"), "decoded");
-  EXPECT_EQ(
-      failureOf(R"({"relationshipName":null,"referenceTo":[],"type":"t","label":"l","htmlFormatted":false})"),
-      "decoded");
-  EXPECT_EQ(failureOf(R"({"type":"t","label":"l","htmlFormatted":false})"),
+  EXPECT_EQ(tests::failureOf<LayoutComponentDetails>(
+                R"({"referenceTo":[],"type":"t","label":"l","htmlFormatted":false})"),
+            "decoded");
+  EXPECT_EQ(tests::failureOf<LayoutComponentDetails>(
+                R"({"relationshipName":null,"referenceTo":[],"type":"t","label":"l","htmlFormatted":false})"),
+            "decoded");
+  EXPECT_EQ(tests::failureOf<LayoutComponentDetails>(R"({"type":"t","label":"l","htmlFormatted":false})"),
             R"(missing key "referenceTo" at $)");
-  EXPECT_EQ(failureOf(R"({"referenceTo":null,"type":"t","label":"l","htmlFormatted":false})"),
+  EXPECT_EQ(tests::failureOf<LayoutComponentDetails>(
+                R"({"referenceTo":null,"type":"t","label":"l","htmlFormatted":false})"),
             "expected an array at $.referenceTo");
-  EXPECT_EQ(failureOf(R"({"referenceTo":[],"label":"l","htmlFormatted":false})"),
-            R"(missing key "type" at $)");
-  EXPECT_EQ(failureOf(R"({"referenceTo":[],"type":"t","htmlFormatted":false})"),
-            R"(missing key "label" at $)");
-  EXPECT_EQ(failureOf(R"({"referenceTo":[],"type":"t","label":"l"})"), R"(missing key "htmlFormatted" at $)");
+  EXPECT_EQ(
+      tests::failureOf<LayoutComponentDetails>(R"({"referenceTo":[],"label":"l","htmlFormatted":false})"),
+      R"(missing key "type" at $)");
+  EXPECT_EQ(
+      tests::failureOf<LayoutComponentDetails>(R"({"referenceTo":[],"type":"t","htmlFormatted":false})"),
+      R"(missing key "label" at $)");
+  EXPECT_EQ(tests::failureOf<LayoutComponentDetails>(R"({"referenceTo":[],"type":"t","label":"l"})"),
+            R"(missing key "htmlFormatted" at $)");
 }
 
 }  // namespace

@@ -4,15 +4,11 @@
 
 #include <string>
 
+#include "tests/support/DecodingFailure.h"
 #include "vellora/Platform/JsonCodec.h"
 
 namespace vellora {
 namespace {
-
-std::string failureOf(const std::string& text) {
-  const auto result = json::decode<LayoutComponent>(Data(text));
-  return result ? "decoded" : result.error().localizedDescription();
-}
 
 TEST(LayoutComponentTest, DecodesComponentsWithinComponents) {
   const auto component = json::decode<LayoutComponent>(Data(std::string(
@@ -29,15 +25,18 @@ TEST(LayoutComponentTest, DecodesComponentsWithinComponents) {
 }
 
 TEST(LayoutComponentTest, OnlyTheValueIsRequired) {
-  EXPECT_EQ(failureOf(R"({"value":""})"), "decoded");
-  EXPECT_EQ(failureOf(R"({"value":"v","details":null,"components":null})"), "decoded");
-  EXPECT_EQ(failureOf(R"({"details":null})"), R"(missing key "value" at $)");
+  EXPECT_EQ(tests::failureOf<LayoutComponent>(R"({"value":""})"), "decoded");
+  EXPECT_EQ(tests::failureOf<LayoutComponent>(R"({"value":"v","details":null,"components":null})"),
+            "decoded");
+  EXPECT_EQ(tests::failureOf<LayoutComponent>(R"({"details":null})"), R"(missing key "value" at $)");
 }
 
 TEST(LayoutComponentTest, DetailsAndComponentsOfAnotherFormFail) {
-  EXPECT_EQ(failureOf(R"({"value":"v","details":{}})"), R"(missing key "referenceTo" at $.details)");
-  EXPECT_EQ(failureOf(R"({"value":"v","components":[{"value":"w","components":[{}]}]})"),
-            R"(missing key "value" at $.components[0].components[0])");
+  EXPECT_EQ(tests::failureOf<LayoutComponent>(R"({"value":"v","details":{}})"),
+            R"(missing key "referenceTo" at $.details)");
+  EXPECT_EQ(
+      tests::failureOf<LayoutComponent>(R"({"value":"v","components":[{"value":"w","components":[{}]}]})"),
+      R"(missing key "value" at $.components[0].components[0])");
 }
 
 }  // namespace

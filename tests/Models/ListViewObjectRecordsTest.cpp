@@ -2,13 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/DecodingFailure.h"
+
 namespace vellora {
 namespace {
-
-std::string failureOf(std::string text) {
-  const auto decoded = json::decode<ListViewObjectRecords>(Data(std::move(text)));
-  return decoded ? "none" : decoded.error().localizedDescription();
-}
 
 TEST(ListViewObjectRecordsTest, ReadsItsRowsInTheServersOrder) {
   const auto decoded = json::decode<ListViewObjectRecords>(
@@ -21,12 +18,13 @@ TEST(ListViewObjectRecordsTest, MayBeEmptyButNotWithoutItsRows) {
   const auto decoded = json::decode<ListViewObjectRecords>(Data(R"({"records":[]})"));
   ASSERT_TRUE(decoded);
   EXPECT_TRUE(decoded.value().records.empty());
-  EXPECT_EQ(failureOf("{}"), "missing key \"records\" at $");
-  EXPECT_EQ(failureOf(R"([{"message":"malformed query"}])"), "expected an object at $");
+  EXPECT_EQ(tests::failureOf<ListViewObjectRecords>("{}"), "missing key \"records\" at $");
+  EXPECT_EQ(tests::failureOf<ListViewObjectRecords>(R"([{"message":"malformed query"}])"),
+            "expected an object at $");
 }
 
 TEST(ListViewObjectRecordsTest, FailsAsAWholeForOneBadRow) {
-  EXPECT_EQ(failureOf(R"({"records":[{"Id":"a"},{"SobjectType":"B"}]})"),
+  EXPECT_EQ(tests::failureOf<ListViewObjectRecords>(R"({"records":[{"Id":"a"},{"SobjectType":"B"}]})"),
             "missing key \"Id\" at $.records[1]");
 }
 

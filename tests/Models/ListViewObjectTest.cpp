@@ -2,13 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/DecodingFailure.h"
+
 namespace vellora {
 namespace {
-
-std::string failureOf(std::string text) {
-  const auto decoded = json::decode<ListViewObject>(Data(std::move(text)));
-  return decoded ? "none" : decoded.error().localizedDescription();
-}
 
 TEST(ListViewObjectTest, ReadsItsUpperCaseKeysAndNoOther) {
   const auto decoded = json::decode<ListViewObject>(
@@ -26,9 +23,11 @@ TEST(ListViewObjectTest, MayListNoType) {
 }
 
 TEST(ListViewObjectTest, NeedsItsIdLetterForLetter) {
-  EXPECT_EQ(failureOf(R"({"id":"x","SobjectType":"Account"})"), "missing key \"Id\" at $");
-  EXPECT_EQ(failureOf(R"({"Id":1})"), "expected a string at $.Id");
-  EXPECT_EQ(failureOf(R"({"Id":"x","SobjectType":1})"), "expected a string at $.SobjectType");
+  EXPECT_EQ(tests::failureOf<ListViewObject>(R"({"id":"x","SobjectType":"Account"})"),
+            "missing key \"Id\" at $");
+  EXPECT_EQ(tests::failureOf<ListViewObject>(R"({"Id":1})"), "expected a string at $.Id");
+  EXPECT_EQ(tests::failureOf<ListViewObject>(R"({"Id":"x","SobjectType":1})"),
+            "expected a string at $.SobjectType");
 }
 
 TEST(ListViewObjectTest, WritesItsKeysInTheirOrderAndNoAbsentOne) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/DecodingFailure.h"
 #include "tests/support/PrintRecords.h"
 
 namespace vellora {
@@ -16,11 +17,6 @@ using Content = CompactLayoutField::Content;
 
 Result<ObjectCompactLayoutInfo> decoded(const std::string& text) {
   return json::decode<ObjectCompactLayoutInfo>(Data(text));
-}
-
-std::string failureOf(const std::string& text) {
-  const auto result = decoded(text);
-  return result ? "decoded" : result.error().localizedDescription();
 }
 
 std::shared_ptr<CompactLayoutField> make(Content content) {
@@ -168,19 +164,25 @@ TEST(ObjectCompactLayoutInfoTest, FallsBackToTheServersFormWhateverIsWrongWithTh
 }
 
 TEST(ObjectCompactLayoutInfoTest, WithoutEitherFormTheServersIsTheOneThatIsMissed) {
-  EXPECT_EQ(failureOf(R"({"objectType":"Account"})"), R"(missing key "fieldItems" at $)");
-  EXPECT_EQ(failureOf(R"({"objectType":"Account","layoutFields":[{}]})"), R"(missing key "fieldItems" at $)");
-  EXPECT_EQ(failureOf(R"({"objectType":"Account","layoutFields":7,"fieldItems":null})"),
+  EXPECT_EQ(tests::failureOf<ObjectCompactLayoutInfo>(R"({"objectType":"Account"})"),
+            R"(missing key "fieldItems" at $)");
+  EXPECT_EQ(tests::failureOf<ObjectCompactLayoutInfo>(R"({"objectType":"Account","layoutFields":[{}]})"),
+            R"(missing key "fieldItems" at $)");
+  EXPECT_EQ(tests::failureOf<ObjectCompactLayoutInfo>(
+                R"({"objectType":"Account","layoutFields":7,"fieldItems":null})"),
             "expected an array at $.fieldItems");
-  EXPECT_EQ(failureOf(R"({"objectType":"Account","fieldItems":[{"label":"x"}]})"),
-            R"(missing key "layoutComponents" at $.fieldItems[0])");
+  EXPECT_EQ(
+      tests::failureOf<ObjectCompactLayoutInfo>(R"({"objectType":"Account","fieldItems":[{"label":"x"}]})"),
+      R"(missing key "layoutComponents" at $.fieldItems[0])");
 }
 
 TEST(ObjectCompactLayoutInfoTest, TheObjectTypeIsRequiredAndReadFirst) {
-  EXPECT_EQ(failureOf(R"({"layoutFields":[]})"), R"(missing key "objectType" at $)");
-  EXPECT_EQ(failureOf("{}"), R"(missing key "objectType" at $)");
-  EXPECT_EQ(failureOf(R"({"objectType":null,"layoutFields":[]})"), "expected a string at $.objectType");
-  EXPECT_EQ(failureOf("[]"), "expected an object at $");
+  EXPECT_EQ(tests::failureOf<ObjectCompactLayoutInfo>(R"({"layoutFields":[]})"),
+            R"(missing key "objectType" at $)");
+  EXPECT_EQ(tests::failureOf<ObjectCompactLayoutInfo>("{}"), R"(missing key "objectType" at $)");
+  EXPECT_EQ(tests::failureOf<ObjectCompactLayoutInfo>(R"({"objectType":null,"layoutFields":[]})"),
+            "expected a string at $.objectType");
+  EXPECT_EQ(tests::failureOf<ObjectCompactLayoutInfo>("[]"), "expected an object at $");
 }
 
 TEST(ObjectCompactLayoutInfoTest, WritesTheFlatFormAlone) {

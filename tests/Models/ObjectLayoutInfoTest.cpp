@@ -5,16 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/DecodingFailure.h"
+
 namespace vellora {
 namespace {
 
 Result<ObjectLayoutInfo> decoded(const std::string& text) {
   return json::decode<ObjectLayoutInfo>(Data(text));
-}
-
-std::string failureOf(const std::string& text) {
-  const auto result = decoded(text);
-  return result ? "decoded" : result.error().localizedDescription();
 }
 
 TEST(ObjectLayoutInfoTest, DecodesTheServersForm) {
@@ -52,20 +49,27 @@ TEST(ObjectLayoutInfoTest, AFormatIsWrittenWhenThereIsOne) {
 }
 
 TEST(ObjectLayoutInfoTest, AColumnNeedsItsLabelNameAndField) {
-  EXPECT_EQ(failureOf(R"({"objectType":"A","searchColumns":[{"name":"N","field":"F"}]})"),
-            R"(missing key "label" at $.searchColumns[0])");
-  EXPECT_EQ(failureOf(R"({"objectType":"A","searchColumns":[{"name":"N","label":null,"field":"F"}]})"),
+  EXPECT_EQ(
+      tests::failureOf<ObjectLayoutInfo>(R"({"objectType":"A","searchColumns":[{"name":"N","field":"F"}]})"),
+      R"(missing key "label" at $.searchColumns[0])");
+  EXPECT_EQ(tests::failureOf<ObjectLayoutInfo>(
+                R"({"objectType":"A","searchColumns":[{"name":"N","label":null,"field":"F"}]})"),
             "expected a string at $.searchColumns[0].label");
-  EXPECT_EQ(failureOf(R"({"objectType":"A","searchColumns":[{"label":"L","field":"F"}]})"),
-            R"(missing key "name" at $.searchColumns[0])");
-  EXPECT_EQ(failureOf(R"({"objectType":"A","searchColumns":[{"name":"N","label":"L"}]})"),
-            R"(missing key "field" at $.searchColumns[0])");
+  EXPECT_EQ(
+      tests::failureOf<ObjectLayoutInfo>(R"({"objectType":"A","searchColumns":[{"label":"L","field":"F"}]})"),
+      R"(missing key "name" at $.searchColumns[0])");
+  EXPECT_EQ(
+      tests::failureOf<ObjectLayoutInfo>(R"({"objectType":"A","searchColumns":[{"name":"N","label":"L"}]})"),
+      R"(missing key "field" at $.searchColumns[0])");
 }
 
 TEST(ObjectLayoutInfoTest, ALayoutNeedsItsTypeAndItsColumns) {
-  EXPECT_EQ(failureOf(R"({"objectType":"A"})"), R"(missing key "searchColumns" at $)");
-  EXPECT_EQ(failureOf(R"({"searchColumns":[]})"), R"(missing key "objectType" at $)");
-  EXPECT_EQ(failureOf(R"({"objectType":7,"searchColumns":[]})"), "expected a string at $.objectType");
+  EXPECT_EQ(tests::failureOf<ObjectLayoutInfo>(R"({"objectType":"A"})"),
+            R"(missing key "searchColumns" at $)");
+  EXPECT_EQ(tests::failureOf<ObjectLayoutInfo>(R"({"searchColumns":[]})"),
+            R"(missing key "objectType" at $)");
+  EXPECT_EQ(tests::failureOf<ObjectLayoutInfo>(R"({"objectType":7,"searchColumns":[]})"),
+            "expected a string at $.objectType");
 }
 
 TEST(ObjectLayoutInfoTest, OneBadElementFailsTheWholeAnswer) {

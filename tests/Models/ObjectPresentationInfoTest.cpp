@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/DecodingFailure.h"
 #include "tests/support/PrintRecords.h"
 
 namespace vellora {
@@ -11,11 +12,6 @@ const SObject listView{"ListView", "00B", "List", "Lists", false};
 const SObject account{"Account", "001", "Firm", "Firms", true};
 const ThemeItem listTheme{"ListView", std::vector<ColorInfo>{{"111111", "primary", "light"}}, {}};
 const ThemeItem firmTheme{"Account", std::vector<ColorInfo>{{"222222", "primary", "light"}}, {}};
-
-std::string failureOf(std::string text) {
-  const auto result = json::decode<ObjectPresentationInfo>(Data(std::move(text)));
-  return result ? "none" : result.error().localizedDescription();
-}
 
 TEST(ObjectPresentationInfoTest, DescribesTypeAndInstanceEachWithItsOwnTheme) {
   const ObjectPresentationInfo info(listTheme, listView, "light", firmTheme, account);
@@ -64,15 +60,16 @@ TEST(ObjectPresentationInfoTest, ReadsBackWhatItWrote) {
 }
 
 TEST(ObjectPresentationInfoTest, NeedsTheTypeAndMayLackTheInstance) {
-  EXPECT_EQ(failureOf("{}"), "missing key \"typePresentationInfo\" at $");
-  EXPECT_EQ(failureOf(R"({"typePresentationInfo":{"apiName":"A"}})"),
+  EXPECT_EQ(tests::failureOf<ObjectPresentationInfo>("{}"), "missing key \"typePresentationInfo\" at $");
+  EXPECT_EQ(tests::failureOf<ObjectPresentationInfo>(R"({"typePresentationInfo":{"apiName":"A"}})"),
             "missing key \"createable\" at $.typePresentationInfo");
   const char* const type =
       R"({"typePresentationInfo":{"apiName":"A","createable":true},"instancePresentationInfo":)";
   const auto null = json::decode<ObjectPresentationInfo>(Data(std::string(type) + "null}"));
   ASSERT_TRUE(null);
   EXPECT_EQ(null.value().instancePresentationInfo, std::nullopt);
-  EXPECT_EQ(failureOf(std::string(type) + "{}}"), "missing key \"apiName\" at $.instancePresentationInfo");
+  EXPECT_EQ(tests::failureOf<ObjectPresentationInfo>(std::string(type) + "{}}"),
+            "missing key \"apiName\" at $.instancePresentationInfo");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "tests/support/DecodingFailure.h"
 #include "tests/support/PrintRecords.h"
 
 namespace vellora {
@@ -14,11 +15,6 @@ using Names = std::map<std::string, std::string>;
 
 Result<ObjectQualifiedApiNameInfo> decoded(const std::string& text) {
   return json::decode<ObjectQualifiedApiNameInfo>(Data(text));
-}
-
-std::string failureOf(const std::string& text) {
-  const auto result = decoded(text);
-  return result ? "decoded" : result.error().localizedDescription();
 }
 
 std::string row(const std::string& type, const std::string& field) {
@@ -57,19 +53,24 @@ TEST(ObjectQualifiedApiNameInfoTest, OfSeveralRowsForOneTypeTheLastCounts) {
 }
 
 TEST(ObjectQualifiedApiNameInfoTest, OneBadRowFailsTheWholeAnswer) {
-  EXPECT_EQ(failureOf(R"({"records":[)" + row("User", "Name") + R"(,{"QualifiedApiName":"Name"}]})"),
+  EXPECT_EQ(tests::failureOf<ObjectQualifiedApiNameInfo>(R"({"records":[)" + row("User", "Name") +
+                                                         R"(,{"QualifiedApiName":"Name"}]})"),
             R"(missing key "EntityDefinition" at $.records[1])");
-  EXPECT_EQ(failureOf(R"({"records":[{"EntityDefinition":{},"QualifiedApiName":"Name"}]})"),
+  EXPECT_EQ(tests::failureOf<ObjectQualifiedApiNameInfo>(
+                R"({"records":[{"EntityDefinition":{},"QualifiedApiName":"Name"}]})"),
             R"(missing key "QualifiedApiName" at $.records[0].EntityDefinition)");
-  EXPECT_EQ(failureOf(R"({"records":[{"EntityDefinition":{"QualifiedApiName":"User"}}]})"),
+  EXPECT_EQ(tests::failureOf<ObjectQualifiedApiNameInfo>(
+                R"({"records":[{"EntityDefinition":{"QualifiedApiName":"User"}}]})"),
             R"(missing key "QualifiedApiName" at $.records[0])");
-  EXPECT_EQ(failureOf(R"({"records":[{"EntityDefinition":null,"QualifiedApiName":"Name"}]})"),
+  EXPECT_EQ(tests::failureOf<ObjectQualifiedApiNameInfo>(
+                R"({"records":[{"EntityDefinition":null,"QualifiedApiName":"Name"}]})"),
             "expected an object at $.records[0].EntityDefinition");
 }
 
 TEST(ObjectQualifiedApiNameInfoTest, TheRowsAreRequired) {
-  EXPECT_EQ(failureOf("{}"), R"(missing key "records" at $)");
-  EXPECT_EQ(failureOf(R"([{"code":"BAD_QUERY"}])"), "expected an object at $");
+  EXPECT_EQ(tests::failureOf<ObjectQualifiedApiNameInfo>("{}"), R"(missing key "records" at $)");
+  EXPECT_EQ(tests::failureOf<ObjectQualifiedApiNameInfo>(R"([{"code":"BAD_QUERY"}])"),
+            "expected an object at $");
 }
 
 TEST(ObjectQualifiedApiNameInfoTest, NeverReadsTheNamesFromTheAnswer) {

@@ -4,6 +4,7 @@
 
 #include <type_traits>
 
+#include "tests/support/DecodingFailure.h"
 #include "tests/support/PrintRecords.h"
 #include "vellora/Platform/Description.h"
 
@@ -21,11 +22,6 @@ const ThemeItem accountTheme{
 
 Result<PresentationInfo> decoded(std::string text) {
   return json::decode<PresentationInfo>(Data(std::move(text)));
-}
-
-std::string failureOf(std::string text) {
-  const auto result = decoded(std::move(text));
-  return result ? "none" : result.error().localizedDescription();
 }
 
 std::string encoded(const PresentationInfo& info) {
@@ -93,11 +89,14 @@ TEST(PresentationInfoTest, ReadsARecordOfNothingButTheTwoRequiredKeys) {
 }
 
 TEST(PresentationInfoTest, NeedsTheTwoRequiredKeys) {
-  EXPECT_EQ(failureOf(R"({"apiName":"Account"})"), "missing key \"createable\" at $");
-  EXPECT_EQ(failureOf(R"({"createable":true})"), "missing key \"apiName\" at $");
-  EXPECT_EQ(failureOf(R"({"apiName":null,"createable":true})"), "expected a string at $.apiName");
-  EXPECT_EQ(failureOf(R"({"apiName":"Account","createable":"true"})"), "expected a boolean at $.createable");
-  EXPECT_EQ(failureOf(R"({"apiName":"Account","createable":true,"color":1})"),
+  EXPECT_EQ(tests::failureOf<PresentationInfo>(R"({"apiName":"Account"})"),
+            "missing key \"createable\" at $");
+  EXPECT_EQ(tests::failureOf<PresentationInfo>(R"({"createable":true})"), "missing key \"apiName\" at $");
+  EXPECT_EQ(tests::failureOf<PresentationInfo>(R"({"apiName":null,"createable":true})"),
+            "expected a string at $.apiName");
+  EXPECT_EQ(tests::failureOf<PresentationInfo>(R"({"apiName":"Account","createable":"true"})"),
+            "expected a boolean at $.createable");
+  EXPECT_EQ(tests::failureOf<PresentationInfo>(R"({"apiName":"Account","createable":true,"color":1})"),
             "expected a string at $.color");
 }
 

@@ -2,16 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/DecodingFailure.h"
+
 namespace vellora {
 namespace {
 
 constexpr const char* accountText =
     R"({"name":"Account","keyPrefix":"001","label":"Account","labelPlural":"Accounts","createable":true})";
-
-std::string failureOf(std::string text) {
-  const auto decoded = json::decode<SObject>(Data(std::move(text)));
-  return decoded ? "none" : decoded.error().localizedDescription();
-}
 
 TEST(SObjectTest, ReadsItsFiveKeysAndNoOther) {
   const auto decoded = json::decode<SObject>(
@@ -33,27 +30,32 @@ TEST(SObjectTest, MayHaveNoKeyPrefix) {
 }
 
 TEST(SObjectTest, NeedsEveryOtherKey) {
-  EXPECT_EQ(failureOf(R"({"label":"a","labelPlural":"as","createable":true})"), "missing key \"name\" at $");
-  EXPECT_EQ(failureOf(R"({"name":"A","labelPlural":"as","createable":true})"), "missing key \"label\" at $");
-  EXPECT_EQ(failureOf(R"({"name":"A","label":"a","createable":true})"), "missing key \"labelPlural\" at $");
-  EXPECT_EQ(failureOf(R"({"name":"A","label":"a","labelPlural":"as"})"), "missing key \"createable\" at $");
-  EXPECT_EQ(failureOf(R"({"name":"A","label":"a","labelPlural":"as","creatable":true})"),
+  EXPECT_EQ(tests::failureOf<SObject>(R"({"label":"a","labelPlural":"as","createable":true})"),
+            "missing key \"name\" at $");
+  EXPECT_EQ(tests::failureOf<SObject>(R"({"name":"A","labelPlural":"as","createable":true})"),
+            "missing key \"label\" at $");
+  EXPECT_EQ(tests::failureOf<SObject>(R"({"name":"A","label":"a","createable":true})"),
+            "missing key \"labelPlural\" at $");
+  EXPECT_EQ(tests::failureOf<SObject>(R"({"name":"A","label":"a","labelPlural":"as"})"),
+            "missing key \"createable\" at $");
+  EXPECT_EQ(tests::failureOf<SObject>(R"({"name":"A","label":"a","labelPlural":"as","creatable":true})"),
             "missing key \"createable\" at $");
 }
 
 TEST(SObjectTest, ConvertsNoTypes) {
-  EXPECT_EQ(failureOf(R"({"name":1,"label":"a","labelPlural":"as","createable":true})"),
+  EXPECT_EQ(tests::failureOf<SObject>(R"({"name":1,"label":"a","labelPlural":"as","createable":true})"),
             "expected a string at $.name");
-  EXPECT_EQ(failureOf(R"({"name":"A","keyPrefix":1,"label":"a","labelPlural":"as","createable":true})"),
+  EXPECT_EQ(tests::failureOf<SObject>(
+                R"({"name":"A","keyPrefix":1,"label":"a","labelPlural":"as","createable":true})"),
             "expected a string at $.keyPrefix");
-  EXPECT_EQ(failureOf(R"({"name":"A","label":"a","labelPlural":"as","createable":"true"})"),
+  EXPECT_EQ(tests::failureOf<SObject>(R"({"name":"A","label":"a","labelPlural":"as","createable":"true"})"),
             "expected a boolean at $.createable");
-  EXPECT_EQ(failureOf(R"({"name":"A","label":"a","labelPlural":"as","createable":1})"),
+  EXPECT_EQ(tests::failureOf<SObject>(R"({"name":"A","label":"a","labelPlural":"as","createable":1})"),
             "expected a boolean at $.createable");
 }
 
 TEST(SObjectTest, ReportsTheFirstOfSeveralFailuresInTheOrderOfItsFields) {
-  EXPECT_EQ(failureOf(R"({"createable":1,"label":2,"keyPrefix":3,"name":"A"})"),
+  EXPECT_EQ(tests::failureOf<SObject>(R"({"createable":1,"label":2,"keyPrefix":3,"name":"A"})"),
             "expected a string at $.keyPrefix");
 }
 

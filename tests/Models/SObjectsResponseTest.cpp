@@ -2,13 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/DecodingFailure.h"
+
 namespace vellora {
 namespace {
-
-std::string failureOf(std::string text) {
-  const auto decoded = json::decode<SObjectsResponse>(Data(std::move(text)));
-  return decoded ? "none" : decoded.error().localizedDescription();
-}
 
 TEST(SObjectsResponseTest, ReadsTheListInTheServersOrder) {
   const auto decoded = json::decode<SObjectsResponse>(
@@ -25,19 +22,21 @@ TEST(SObjectsResponseTest, MayBeEmptyButNotWithoutItsList) {
   const auto decoded = json::decode<SObjectsResponse>(Data(R"({"sobjects":[]})"));
   ASSERT_TRUE(decoded);
   EXPECT_TRUE(decoded.value().sObjects.empty());
-  EXPECT_EQ(failureOf("{}"), "missing key \"sobjects\" at $");
-  EXPECT_EQ(failureOf(R"({"sobjects":null})"), "expected an array at $.sobjects");
+  EXPECT_EQ(tests::failureOf<SObjectsResponse>("{}"), "missing key \"sobjects\" at $");
+  EXPECT_EQ(tests::failureOf<SObjectsResponse>(R"({"sobjects":null})"), "expected an array at $.sobjects");
 }
 
 TEST(SObjectsResponseTest, ComparesItsKeyLetterForLetter) {
-  EXPECT_EQ(failureOf(R"({"sObjects":[]})"), "missing key \"sobjects\" at $");
+  EXPECT_EQ(tests::failureOf<SObjectsResponse>(R"({"sObjects":[]})"), "missing key \"sobjects\" at $");
 }
 
 TEST(SObjectsResponseTest, FailsAsAWholeForOneBadEntry) {
-  EXPECT_EQ(failureOf(R"({"sobjects":[{"name":"A","label":"a","labelPlural":"as","createable":true},)"
-                      R"({"name":"B","label":"b","createable":true}]})"),
+  EXPECT_EQ(tests::failureOf<SObjectsResponse>(
+                R"({"sobjects":[{"name":"A","label":"a","labelPlural":"as","createable":true},)"
+                R"({"name":"B","label":"b","createable":true}]})"),
             "missing key \"labelPlural\" at $.sobjects[1]");
-  EXPECT_EQ(failureOf(R"({"sobjects":[{"name":"A","label":"a","labelPlural":"as","createable":"true"}]})"),
+  EXPECT_EQ(tests::failureOf<SObjectsResponse>(
+                R"({"sobjects":[{"name":"A","label":"a","labelPlural":"as","createable":"true"}]})"),
             "expected a boolean at $.sobjects[0].createable");
 }
 

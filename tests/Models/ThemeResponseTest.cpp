@@ -2,13 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/DecodingFailure.h"
+
 namespace vellora {
 namespace {
-
-std::string failureOf(std::string text) {
-  const auto decoded = json::decode<ThemeResponse>(Data(std::move(text)));
-  return decoded ? "none" : decoded.error().localizedDescription();
-}
 
 TEST(ThemeResponseTest, ReadsItsEntriesInTheServersOrder) {
   const auto decoded = json::decode<ThemeResponse>(
@@ -21,18 +18,19 @@ TEST(ThemeResponseTest, MayBeEmptyButNotWithoutItsList) {
   const auto decoded = json::decode<ThemeResponse>(Data(R"({"themeItems":[]})"));
   ASSERT_TRUE(decoded);
   EXPECT_TRUE(decoded.value().themeItems.empty());
-  EXPECT_EQ(failureOf("{}"), "missing key \"themeItems\" at $");
-  EXPECT_EQ(failureOf(R"({"themeItems":null})"), "expected an array at $.themeItems");
+  EXPECT_EQ(tests::failureOf<ThemeResponse>("{}"), "missing key \"themeItems\" at $");
+  EXPECT_EQ(tests::failureOf<ThemeResponse>(R"({"themeItems":null})"), "expected an array at $.themeItems");
 }
 
 TEST(ThemeResponseTest, FailsAsAWholeForOneBadEntryIconOrColor) {
-  EXPECT_EQ(failureOf(R"({"themeItems":[{"name":"A","icons":[]},{"name":"B"}]})"),
+  EXPECT_EQ(tests::failureOf<ThemeResponse>(R"({"themeItems":[{"name":"A","icons":[]},{"name":"B"}]})"),
             "missing key \"icons\" at $.themeItems[1]");
   EXPECT_EQ(
-      failureOf(
+      tests::failureOf<ThemeResponse>(
           R"({"themeItems":[{"name":"A","icons":[{"contentType":"c","theme":"t","url":"u","width":16.5}]}]})"),
       "expected an integer at $.themeItems[0].icons[0].width");
-  EXPECT_EQ(failureOf(R"({"themeItems":[{"name":"A","icons":[],"colors":[{"color":"x","theme":"t"}]}]})"),
+  EXPECT_EQ(tests::failureOf<ThemeResponse>(
+                R"({"themeItems":[{"name":"A","icons":[],"colors":[{"color":"x","theme":"t"}]}]})"),
             "missing key \"context\" at $.themeItems[0].colors[0]");
 }
 
