@@ -7,7 +7,11 @@ endif()
 
 # Flags for our own code only; nothing here reaches a consumer of the package.
 add_library(vellora_build_flags INTERFACE)
-target_compile_options(vellora_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+target_compile_options(vellora_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion)
+if(NOT VELLORA_UNITY_TESTS)
+  # Among tests that are compiled together, names of one test would shadow those of another.
+  target_compile_options(vellora_build_flags INTERFACE -Wshadow)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 takes members of an empty std::optional for uninitialised ones that are read.
   target_compile_options(vellora_build_flags INTERFACE -Wno-maybe-uninitialized)
@@ -49,10 +53,18 @@ function(vellora_public_headers target)
   target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ARGN})
 endfunction()
 
-# vellora_test(<target> SOURCES … LIBS …): one test program, every test of it known to CTest by name.
+# vellora_test(<target> SOURCES … [ALONE …] LIBS …): one test program, every test of it known to CTest by name.
+# With VELLORA_UNITY_TESTS the compiler takes several tests at a time, which halves its work. ALONE are sources that
+# have a name in an anonymous namespace in common with another test of the folder, and so are taken by themselves.
 function(vellora_test target)
-  cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
-  add_executable(${target} ${arg_SOURCES})
+  cmake_parse_arguments(arg "" "" "SOURCES;ALONE;LIBS" ${ARGN})
+  add_executable(${target} ${arg_SOURCES} ${arg_ALONE})
+  if(VELLORA_UNITY_TESTS)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
+    set(supporting ${arg_SOURCES})
+    list(FILTER supporting EXCLUDE REGEX "Test\\.cpp$")
+    set_source_files_properties(${supporting} ${arg_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  endif()
   target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
   # Tests are built far more often than they run long; what they test is optimised as users have it.
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0>)
