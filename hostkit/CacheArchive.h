@@ -9,12 +9,13 @@
 #include "vellora/Host/Row.h"
 #include "vellora/Platform/Data.h"
 #include "vellora/Platform/Date.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Result.h"
 
 namespace vellora::hostkit {
 
 /// Why a text is no archive that can be restored.
-struct CacheArchiveError {
+struct VELLORA_EXPORT CacheArchiveError {
   enum class Reason {
     otherFormat,   ///< JSON, but not of an archive
     newerVersion,  ///< a newer version of the library wrote it
@@ -35,7 +36,7 @@ struct CacheArchiveError {
 /// The text is JSON with a line for each entry, so that a repository shows what changed in it; a checksum
 /// tells when it was changed by hand. It holds no more secrets than the cache does: what the server told of
 /// its object types, to the user whose cache it was.
-struct CacheArchive {
+struct VELLORA_EXPORT CacheArchive {
   struct Blob {
     std::string key;
     Data data;

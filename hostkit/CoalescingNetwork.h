@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "vellora/Host/Network.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::hostkit {
 
@@ -18,7 +19,7 @@ namespace vellora::hostkit {
 /// complete as if it lived. A completion that the other network drops uncalled takes those that joined it
 /// along. Threads: `sendRequest` may be called from any thread, also from a completion. Completions run where
 /// the other network calls, with no lock held. Errors: the other network's; each completion gets them.
-class CoalescingNetwork final : public CorvaneSDK::Network {
+class VELLORA_EXPORT CoalescingNetwork final : public CorvaneSDK::Network {
  public:
   explicit CoalescingNetwork(std::shared_ptr<CorvaneSDK::Network> next);
   ~CoalescingNetwork() override;

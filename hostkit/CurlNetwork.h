@@ -9,6 +9,7 @@
 #include "hostkit/CurlNetworkError.h"
 #include "hostkit/RequestOutcome.h"
 #include "vellora/Host/Network.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Result.h"
 
 namespace vellora::hostkit {
@@ -37,7 +38,7 @@ namespace vellora::hostkit {
 /// the completions: do not hold a lock there that one of them needs.
 /// Errors: `CurlNetworkError`. An error comes without a body; half a body is an error.
 /// Units: seconds, bytes.
-class CurlNetwork final : public CorvaneSDK::Network {
+class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
  public:
   /// Gives the bearer token to send, or nothing to send none. Asked for each request, on the thread that
   /// calls `sendRequest` and before it returns, so that a renewed token is used at once. A token must be

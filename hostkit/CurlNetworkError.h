@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora::hostkit {
 
 /// Why a `CurlNetwork` could not be made, or why a request got no answer.
-struct CurlNetworkError {
+struct VELLORA_EXPORT CurlNetworkError {
   enum class Kind {
     invalidAddress,    ///< the server's address cannot be used
     invalidRequest,    ///< the request is not one that this network sends

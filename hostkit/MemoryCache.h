@@ -11,6 +11,7 @@
 #include "vellora/Host/Table.h"
 #include "vellora/Platform/Data.h"
 #include "vellora/Platform/Date.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::hostkit {
 
@@ -27,7 +28,7 @@ class MemoryCacheTable;
 /// `Data` that was saved.
 /// Threads: every call may come from any thread. No lock is held while a filter is called.
 /// Errors: none; every write succeeds.
-class MemoryCache final : public CorvaneSDK::Cache {
+class VELLORA_EXPORT MemoryCache final : public CorvaneSDK::Cache {
  public:
   /// `clock` dates the rows and tells their age; it is called from any thread, while no lock is held.
   explicit MemoryCache(std::function<Date()> clock = now);

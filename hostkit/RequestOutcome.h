@@ -5,12 +5,13 @@
 #include <string>
 
 #include "hostkit/CurlNetworkError.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::hostkit {
 
 /// How one request of a `CurlNetwork` ended; for a host that wants to tell later which request failed and
 /// why. Holds neither token nor query.
-struct RequestOutcome {
+struct VELLORA_EXPORT RequestOutcome {
   std::string path;                       ///< of the request's URL, without its query
   int statusCode = 0;                     ///< 0 when no answer came
   std::optional<CurlNetworkError> error;  ///< absent when an answer came, whatever its status

@@ -10,6 +10,7 @@
 #include "vellora/Host/Cache.h"
 #include "vellora/Platform/Data.h"
 #include "vellora/Platform/Date.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Result.h"
 
 namespace vellora::hostkit {
@@ -35,7 +36,7 @@ class SQLiteStore;
 /// Several processes may use one file.
 /// Errors: `open` tells a `SQLiteCacheError`. After it, a failure (disk full, locked by another process) is a
 /// false result of a write, and nothing found of a read.
-class SQLiteCache final : public CorvaneSDK::Cache {
+class VELLORA_EXPORT SQLiteCache final : public CorvaneSDK::Cache {
  public:
   struct Options {
     /// Dates the rows and tells their age; called from any thread, while no lock is held.

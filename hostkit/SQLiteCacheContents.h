@@ -9,13 +9,14 @@
 #include "vellora/Host/Table.h"
 #include "vellora/Platform/Data.h"
 #include "vellora/Platform/Date.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Result.h"
 
 namespace vellora::hostkit {
 
 /// All that the file of a `SQLiteCache` holds at one moment, for looking, checking and carrying elsewhere.
 /// What the cache would not return is here too, and told as such.
-struct SQLiteCacheContents {
+struct VELLORA_EXPORT SQLiteCacheContents {
   struct Blob {
     std::string key;
     std::optional<Data> data;  ///< absent when it is damaged

@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora::hostkit {
 
 /// Why a cache file cannot be used. Nothing has been changed in it.
-struct SQLiteCacheError {
+struct VELLORA_EXPORT SQLiteCacheError {
   enum class Reason {
     unwritable,    ///< the file or its folder cannot be created, read or written
     foreignFile,   ///< something else has that name, and never was a cache of ours

@@ -6,12 +6,13 @@
 #include <string_view>
 
 #include "vellora/Host/Logger.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Result.h"
 
 namespace vellora::hostkit {
 
 /// Why a log file cannot be written.
-struct LogFileError {
+struct VELLORA_EXPORT LogFileError {
   std::string path;
   std::string detail;  ///< the system's own words
 
@@ -28,7 +29,7 @@ struct LogFileError {
 /// Ownership: closes its file at the end; standard error stays open.
 /// Threads: every call may come from any thread; lines are never mixed.
 /// Errors: a line that cannot be written is dropped; logging never fails a caller.
-class SpdlogLogger final : public CorvaneSDK::Logger {
+class VELLORA_EXPORT SpdlogLogger final : public CorvaneSDK::Logger {
  public:
   /// What is written.
   enum class Level {

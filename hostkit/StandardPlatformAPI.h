@@ -6,6 +6,7 @@
 
 #include "hostkit/CurlNetwork.h"
 #include "vellora/Host/PlatformAPI.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Result.h"
 
 namespace vellora::hostkit {
@@ -17,7 +18,7 @@ namespace vellora::hostkit {
 /// being constructed.
 /// Threads: immutable, hence safe to read from several threads.
 /// Errors: `make` tells the `CurlNetworkError` or the `SQLiteCacheError` of the facility that cannot be had.
-class StandardPlatformAPI final : public CorvaneSDK::PlatformAPI {
+class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI {
  public:
   struct Options {
     /// The records server's address, such as "https://records.example".

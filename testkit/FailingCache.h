@@ -8,6 +8,7 @@
 
 #include "testkit/ForwardingCache.h"
 #include "vellora/Host/Row.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -26,7 +27,7 @@ namespace vellora::testkit {
 /// failing and recording.
 /// Threads: safe to use from several threads at once, as far as the cache that it forwards to is. Key
 /// predicates are called inside the failing call, with no lock held.
-class FailingCache final : public ForwardingCache {
+class VELLORA_EXPORT FailingCache final : public ForwardingCache {
  public:
   enum class Operation {
     load,

@@ -6,6 +6,7 @@
 
 #include "testkit/ForwardingCache.h"
 #include "testkit/HostFaults.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -13,7 +14,7 @@ namespace vellora::testkit {
 /// A call that fails does not reach it, except that wrong bytes are made from the right ones.
 ///
 /// Ownership: shares both. Threads: as safe as the other cache.
-class FaultyCache final : public ForwardingCache {
+class VELLORA_EXPORT FaultyCache final : public ForwardingCache {
  public:
   FaultyCache(std::shared_ptr<CorvaneSDK::Cache> next, std::shared_ptr<HostFaults> faults);
   ~FaultyCache() override;

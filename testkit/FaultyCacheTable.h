@@ -6,6 +6,7 @@
 
 #include "testkit/ForwardingCacheTable.h"
 #include "testkit/HostFaults.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -13,7 +14,7 @@ namespace vellora::testkit {
 /// not reach it, except that wrong bytes are made from the right ones.
 ///
 /// Ownership: shares both. Threads: as safe as the other table.
-class FaultyCacheTable final : public ForwardingCacheTable {
+class VELLORA_EXPORT FaultyCacheTable final : public ForwardingCacheTable {
  public:
   FaultyCacheTable(std::shared_ptr<CorvaneSDK::CacheTable> next, std::shared_ptr<HostFaults> faults,
                    std::string tableKey);

@@ -9,6 +9,7 @@
 #include "testkit/FaultyNetwork.h"
 #include "testkit/HostFaults.h"
 #include "vellora/Host/PlatformAPI.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -31,7 +32,7 @@ namespace vellora::testkit {
 /// Ownership: shares the three facilities that it is built around. What it hands out may outlive it; its
 /// faults last on.
 /// Threads: safe to use from several threads at once, as far as the other host is.
-class FaultyHost final : public CorvaneSDK::PlatformAPI {
+class VELLORA_EXPORT FaultyHost final : public CorvaneSDK::PlatformAPI {
  public:
   FaultyHost(std::shared_ptr<CorvaneSDK::Network> network, std::shared_ptr<CorvaneSDK::Cache> cache,
              std::shared_ptr<CorvaneSDK::Logger> logger, HostFaults::Substitutes substitutes = {});

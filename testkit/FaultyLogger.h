@@ -5,13 +5,14 @@
 
 #include "testkit/HostFaults.h"
 #include "vellora/Host/Logger.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
 /// A logger that loses lines as a `HostFaults` says; the others go to another logger.
 ///
 /// Ownership: shares both. Threads: as safe as the other logger.
-class FaultyLogger final : public CorvaneSDK::Logger {
+class VELLORA_EXPORT FaultyLogger final : public CorvaneSDK::Logger {
  public:
   FaultyLogger(std::shared_ptr<CorvaneSDK::Logger> next, std::shared_ptr<HostFaults> faults);
   ~FaultyLogger() override;

@@ -7,6 +7,7 @@
 
 #include "testkit/HostFaults.h"
 #include "vellora/Host/Network.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -17,7 +18,7 @@ namespace vellora::testkit {
 /// is dropped uncalled. An answer that comes after that is passed on without a fault.
 /// Threads: safe to use from several threads at once, as far as the other network is. No lock is held while a
 /// completion runs.
-class FaultyNetwork final : public CorvaneSDK::Network {
+class VELLORA_EXPORT FaultyNetwork final : public CorvaneSDK::Network {
  public:
   /// The error of a `networkError`, and of an `answeredAtOnce` that has no answer.
   struct Failure {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "vellora/Host/Cache.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -18,7 +19,7 @@ namespace vellora::testkit {
 ///
 /// Ownership: shares the cache that it forwards to, which must not be null.
 /// Threads: as safe as the cache that it forwards to; adds no state of its own.
-class ForwardingCache : public CorvaneSDK::Cache {
+class VELLORA_EXPORT ForwardingCache : public CorvaneSDK::Cache {
  public:
   explicit ForwardingCache(std::shared_ptr<CorvaneSDK::Cache> next);
   ~ForwardingCache() override;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "vellora/Host/CacheTable.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -12,7 +13,7 @@ namespace vellora::testkit {
 ///
 /// Ownership: shares the table that it forwards to, which must not be null.
 /// Threads: as safe as the table that it forwards to; adds no state of its own.
-class ForwardingCacheTable : public CorvaneSDK::CacheTable {
+class VELLORA_EXPORT ForwardingCacheTable : public CorvaneSDK::CacheTable {
  public:
   explicit ForwardingCacheTable(std::shared_ptr<CorvaneSDK::CacheTable> next);
   ~ForwardingCacheTable() override;

@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora::testkit {
 
 /// One call that the library made to its host.
-struct HostCall {
+struct VELLORA_EXPORT HostCall {
   enum class Operation {
     sendRequest,
     load,

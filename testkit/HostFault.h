@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "testkit/HostCall.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -33,9 +34,9 @@ enum class HostFault {
 };
 
 /// Such as "answered twice".
-[[nodiscard]] std::string_view describe(HostFault fault);
+[[nodiscard]] VELLORA_EXPORT std::string_view describe(HostFault fault);
 
 /// The faults that a call of that kind can have.
-[[nodiscard]] const std::vector<HostFault>& faultsOf(HostCall::Operation operation);
+[[nodiscard]] VELLORA_EXPORT const std::vector<HostFault>& faultsOf(HostCall::Operation operation);
 
 }  // namespace vellora::testkit

@@ -11,6 +11,7 @@
 #include "testkit/HostFault.h"
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Platform/Data.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -19,7 +20,7 @@ namespace vellora::testkit {
 ///
 /// Threads: safe to use from several threads at once. The functions of `Substitutes` are called inside the
 /// failing call, with no lock held.
-class HostFaults {
+class VELLORA_EXPORT HostFaults {
  public:
   enum class Lasting {
     once,

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -18,7 +19,7 @@ namespace vellora::testkit {
 /// Ownership: owns submitted work until it has run; what never ran is dropped with the queue.
 /// Threads: safe to use from several threads at once. Run it from one thread at a time if the work must keep
 /// to the promise of a serial queue, one piece at a time.
-class ManualQueue final : public DispatchQueue {
+class VELLORA_EXPORT ManualQueue final : public DispatchQueue {
  public:
   ManualQueue() = default;
   ManualQueue(const ManualQueue&) = delete;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "vellora/Host/Logger.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -16,7 +17,7 @@ namespace vellora::testkit {
 /// Ownership: owns copies of the lines. The accessors return copies, so they can be compared while other
 /// threads go on logging.
 /// Threads: safe to use from several threads at once.
-class RecordingLogger final : public CorvaneSDK::Logger {
+class VELLORA_EXPORT RecordingLogger final : public CorvaneSDK::Logger {
  public:
   struct Line {
     CorvaneSDK::LogLevel level;

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "vellora/Host/Network.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::testkit {
 
@@ -35,7 +36,7 @@ namespace vellora::testkit {
 /// it is held, inside the `release` call that lets it go; in either case with no lock held, so a completion
 /// may send, script and release. Errors: a request that nothing was scripted for completes with an
 /// `Unscripted` error, and is listed by `unscripted()`.
-class StubNetwork final : public CorvaneSDK::Network {
+class VELLORA_EXPORT StubNetwork final : public CorvaneSDK::Network {
  public:
   using Predicate = std::function<bool(const CorvaneSDK::NetRequest&)>;
 

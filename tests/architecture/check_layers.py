@@ -38,6 +38,15 @@ MAY_INCLUDE = {
 # Third-party headers stay out of ours, so that none of them reaches who includes us.
 THIRD_PARTY = re.compile(r"^(boost/|simdjson|rapidjson/|curl/|sqlite3|spdlog/|CLI/|zlib)")
 
+# A class that is defined, or a function that is only declared, at the left margin: templates are made where they are
+# used, so what follows such a line is left out.
+DECLARATION = re.compile(
+    r"^(?P<before>[^\n]*\n)"
+    r"(?=(?:class|struct) (?P<class>(?:VELLORA_EXPORT )?\w+)\b[^;{]*\{"
+    r"|(?:\[\[nodiscard\]\] )?(?P<function>(?!using|template|class|struct)\w[\w:<>, ]*[&*]? \w+)\([^;{]*;)",
+    re.MULTILINE,
+)
+
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]', re.MULTILINE)
 
 
@@ -53,6 +62,14 @@ def public_headers(root):
                 yield str((lists.parent / name).relative_to(root))
 
 
+def unmarked(text):
+    """What a shared library would hide although its header is installed."""
+    for found in DECLARATION.finditer(text):
+        name = found["class"] or found["function"]
+        if not found["before"].startswith(("template", "requires")) and not name.startswith("VELLORA_EXPORT "):
+            yield name.split()[-1]
+
+
 def problems(root):
     installed = set(public_headers(root))
     for source in sorted(root.glob("**/*")):
@@ -60,7 +77,11 @@ def problems(root):
         layer = layer_of(path)
         if layer is None or source.suffix not in {".h", ".cpp"}:
             continue
-        for quote, included in INCLUDE.findall(source.read_text()):
+        text = source.read_text()
+        if path in installed:
+            for name in unmarked(text):
+                yield f"{path}: is installed, but {name} is not marked VELLORA_EXPORT"
+        for quote, included in INCLUDE.findall(text):
             target = layer_of(included)
             if target is None and quote == '"':
                 yield f'{path}: includes "{included}", which is no path from the root of one of the layers'

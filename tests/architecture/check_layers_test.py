@@ -53,6 +53,19 @@ class CheckLayersTest(unittest.TestCase):
         self.write("hostkit/Internal.h", "#include <sqlite3.h>\n")
         self.assertEqual(self.problems(), ["hostkit/A.h: is installed, but includes the third-party sqlite3.h"])
 
+    def test_an_installed_class_or_function_without_a_mark_is_found(self):
+        self.write("hostkit/CMakeLists.txt", "vellora_public_headers(vellora_hostkit A.h)\n")
+        self.write(
+            "hostkit/A.h",
+            "\nclass Forward;\nclass VELLORA_EXPORT Marked {\n};\nclass Bare final : public Marked {\n};\n"
+            "template <class T>\nclass Template {\n};\n\n[[nodiscard]] VELLORA_EXPORT int marked();\n"
+            "[[nodiscard]] const std::map<int, int>& bare(int a,\n    int b);\ninline int defined() {\n}\n",
+        )
+        self.assertEqual(
+            self.problems(),
+            [f"hostkit/A.h: is installed, but {name} is not marked VELLORA_EXPORT" for name in ("Bare", "bare")],
+        )
+
     def test_an_installed_header_with_an_internal_include_is_found(self):
         self.write("hostkit/CMakeLists.txt", "vellora_public_headers(vellora_hostkit A.h)\n")
         self.write("hostkit/A.h", '#include "hostkit/Internal.h"\n')

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// What a data service's cache holds of the list that it fetches as a whole.
@@ -12,6 +14,6 @@ enum class CacheState {
 };
 
 /// The case's name: "empty", "expired" or "valid".
-[[nodiscard]] std::string describe(CacheState state);
+[[nodiscard]] VELLORA_EXPORT std::string describe(CacheState state);
 
 }  // namespace vellora

@@ -13,6 +13,7 @@
 #include "vellora/Models/CompactLayoutResults.h"
 #include "vellora/Models/ObjectQualifiedApiNameInfo.h"
 #include "vellora/Platform/CancellableSlot.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Publisher.h"
 
 namespace vellora {
@@ -35,7 +36,8 @@ namespace vellora {
 /// network calls back.
 /// Errors: `decoding` and `network`, beside what the cache held.
 /// Units: the time-out is in seconds.
-class CompactLayoutDataService : public std::enable_shared_from_this<CompactLayoutDataService> {
+class VELLORA_EXPORT CompactLayoutDataService
+    : public std::enable_shared_from_this<CompactLayoutDataService> {
  public:
   struct Constants {
     static constexpr std::string_view keyPrefix = "OPS_CompactLayout_";
@@ -92,12 +94,13 @@ class CompactLayoutDataService : public std::enable_shared_from_this<CompactLayo
 /// The object types that the reference fields of the layouts point to, as a query lists them:
 /// 'User','Account'. Every field counts, so a type may come twice; parts of compound fields do not. Without
 /// any it is ''.
-[[nodiscard]] std::string referenceTypeFields(const CompactLayoutResults& compactLayoutResults);
+[[nodiscard]] VELLORA_EXPORT std::string referenceTypeFields(
+    const CompactLayoutResults& compactLayoutResults);
 
 /// Rewrites the `apiName` of every field, of whatever type, that points to an object type in `entityApiNames`
 /// and has a relationship name: that name, a full stop, and the object type's name field. Parts of compound
 /// fields stay as they are. The fields are rewritten in place, for everybody who shares them.
-void updateReferenceTypeFields(const std::map<std::string, std::string>& entityApiNames,
+VELLORA_EXPORT void updateReferenceTypeFields(const std::map<std::string, std::string>& entityApiNames,
                                const CompactLayoutResults& compactLayoutResults);
 
 }  // namespace vellora

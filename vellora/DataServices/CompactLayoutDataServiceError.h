@@ -1,6 +1,7 @@
 #pragma once
 
 #include "vellora/Platform/EnumerationError.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -9,7 +10,7 @@ namespace vellora {
 /// Equality: the same case.
 /// Ownership: a plain value.
 /// Threads: immutable.
-class CompactLayoutDataServiceError final : public EnumerationError {
+class VELLORA_EXPORT CompactLayoutDataServiceError final : public EnumerationError {
  public:
   enum class Case {
     decoding,  ///< never produced

@@ -6,6 +6,7 @@
 
 #include "vellora/Platform/Data.h"
 #include "vellora/Platform/Date.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -19,19 +20,20 @@ inline constexpr std::string_view themesFetchTimeKey = "ops.theme.fetch.timestam
 
 /// A fetch time stamp: the seconds since 1970 as the eight bytes of a double, as they lie in the memory of a
 /// little-endian machine.
-[[nodiscard]] Data fetchTimeStamp(double secondsSince1970);
+[[nodiscard]] VELLORA_EXPORT Data fetchTimeStamp(double secondsSince1970);
 
 /// The seconds in a fetch time stamp. An empty one is the beginning of 1970; one that ends within the number
 /// says nothing.
-[[nodiscard]] std::optional<double> secondsInFetchTimeStamp(const Data& blob);
+[[nodiscard]] VELLORA_EXPORT std::optional<double> secondsInFetchTimeStamp(const Data& blob);
 
 /// When the content of the cache blob `blob` under `key` was fetched; absent for a blob that doesn't tell,
 /// and for one that no data service reads.
 ///
 /// A time stamp speaks for the list in a table, a layout's blob for itself.
-[[nodiscard]] std::optional<Date> fetchTime(std::string_view key, const Data& blob);
+[[nodiscard]] VELLORA_EXPORT std::optional<Date> fetchTime(std::string_view key, const Data& blob);
 
 /// `blob` as it would be if its content had been fetched at `time`; absent where `fetchTime` is.
-[[nodiscard]] std::optional<Data> withFetchTime(std::string_view key, const Data& blob, Date time);
+[[nodiscard]] VELLORA_EXPORT std::optional<Data> withFetchTime(std::string_view key, const Data& blob,
+                                                               Date time);
 
 }  // namespace vellora

@@ -10,6 +10,7 @@
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/ObjectLayoutInfo.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -27,7 +28,7 @@ namespace vellora {
 /// network calls back.
 /// Errors: `decoding` and `network`, beside what the cache held.
 /// Units: the time-out is in seconds.
-class LayoutDataService : public std::enable_shared_from_this<LayoutDataService> {
+class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<LayoutDataService> {
  public:
   struct Constants {
     static constexpr std::string_view keyPrefix = "OPS_Layout_";

@@ -15,6 +15,7 @@
 #include "vellora/Models/SObject.h"
 #include "vellora/Platform/Cancellables.h"
 #include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Publisher.h"
 
 namespace vellora {
@@ -40,7 +41,7 @@ class SObjectsCache;
 /// Errors: producers fail with a `SObjectsDataServiceError`: `other` for transport and decoding errors,
 /// `noData`, `invalidUrl`. What is not known is an absent value, not an error. Failures of the cache are
 /// logged and count as absent. Units: the time-out is in seconds.
-class SObjectsDataService : public std::enable_shared_from_this<SObjectsDataService> {
+class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<SObjectsDataService> {
  public:
   /// The meta keys of the rows, and the version of the server's interface.
   struct Constants {
@@ -137,6 +138,6 @@ class SObjectsDataService : public std::enable_shared_from_this<SObjectsDataServ
 };
 
 /// The text that a row of that kind bears.
-[[nodiscard]] std::string_view rawValue(SObjectsDataService::CacheEntryType type);
+[[nodiscard]] VELLORA_EXPORT std::string_view rawValue(SObjectsDataService::CacheEntryType type);
 
 }  // namespace vellora

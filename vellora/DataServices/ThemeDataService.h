@@ -17,6 +17,7 @@
 #include "vellora/Platform/Cancellables.h"
 #include "vellora/Platform/Data.h"
 #include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Publisher.h"
 
 namespace vellora {
@@ -38,7 +39,7 @@ class TimestampedTable;
 /// the caller's thread, a lookup on a serial queue of the service; both go on where the host's network calls
 /// back. Errors: `other` and `noData`. What the cache cannot read or write is logged and counts as absent.
 /// Units: the time-out is in seconds.
-class ThemeDataService : public std::enable_shared_from_this<ThemeDataService> {
+class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<ThemeDataService> {
  public:
   using CacheState = vellora::CacheState;
   using LoadCompletion = std::function<void(std::optional<ThemeDataServiceError> error)>;

@@ -2,6 +2,7 @@
 
 #include "vellora/Host/Logger.h"
 #include "vellora/Platform/EnumerationError.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -10,7 +11,7 @@ namespace vellora {
 /// Equality: plain cases are equal when they are the same case; two `other` when the localized descriptions
 /// of what they carry are equal; a plain case never equals `other`. Ownership: a plain value. Threads:
 /// immutable.
-class ThemeDataServiceError final : public EnumerationError {
+class VELLORA_EXPORT ThemeDataServiceError final : public EnumerationError {
  public:
   enum class Case {
     other,    ///< carries an error that is none of this type: from the host's network, or a `DecodingError`

@@ -6,6 +6,7 @@
 
 #include "vellora/Host/Table.h"
 #include "vellora/Platform/Data.h"
+#include "vellora/Platform/Export.h"
 
 namespace CorvaneSDK {
 
@@ -24,7 +25,7 @@ class CacheTable;
 ///
 /// Ownership: the library holds you by `std::shared_ptr`.
 /// Threads: every call comes from several threads at once. Never call back into the library from one.
-class Cache {
+class VELLORA_EXPORT Cache {
  public:
   virtual ~Cache() = default;
 

@@ -5,11 +5,12 @@
 
 #include "vellora/Host/Row.h"
 #include "vellora/Platform/Data.h"
+#include "vellora/Platform/Export.h"
 
 namespace CorvaneSDK {
 
 /// One row to write.
-struct CacheEntry {
+struct VELLORA_EXPORT CacheEntry {
   vellora::Data data;
   Meta meta;
   std::optional<std::string> dataKey;  ///< absent: the host gives the row its key

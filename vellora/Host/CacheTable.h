@@ -9,6 +9,7 @@
 #include "vellora/Host/Query.h"
 #include "vellora/Host/Row.h"
 #include "vellora/Host/Table.h"
+#include "vellora/Platform/Export.h"
 
 namespace CorvaneSDK {
 
@@ -26,7 +27,7 @@ namespace CorvaneSDK {
 ///
 /// Ownership: held by `std::shared_ptr` by each data service that opened it; keeps what it needs of its
 /// `Cache`. Threads: every call comes from several threads at once.
-class CacheTable {
+class VELLORA_EXPORT CacheTable {
  public:
   virtual ~CacheTable() = default;
 

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "vellora/Host/LogLevel.h"
+#include "vellora/Platform/Export.h"
 
 namespace CorvaneSDK {
 
@@ -12,7 +13,7 @@ namespace CorvaneSDK {
 ///
 /// Ownership: the library holds you by `std::shared_ptr`; `message` is valid during the call only.
 /// Threads: called from several threads at once.
-class Logger {
+class VELLORA_EXPORT Logger {
  public:
   virtual ~Logger() = default;
 

@@ -2,12 +2,13 @@
 
 #include <utility>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/URLRequest.h"
 
 namespace CorvaneSDK {
 
 /// A request as the host's `Network` takes it: a wrapped URL request with a relative URL.
-class NetRequest {
+class VELLORA_EXPORT NetRequest {
  public:
   explicit NetRequest(vellora::URLRequest base) : base_(std::move(base)) {}
 

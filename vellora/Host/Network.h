@@ -6,6 +6,7 @@
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Platform/Data.h"
 #include "vellora/Platform/Error.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/URLResponse.h"
 
 namespace CorvaneSDK {
@@ -26,7 +27,7 @@ namespace CorvaneSDK {
 ///
 /// Ownership: the library holds you by `std::shared_ptr`; you own `completion` until you have called it.
 /// Threads: `sendRequest` is called from several threads at once.
-class Network {
+class VELLORA_EXPORT Network {
  public:
   /// `data` is the response body, whatever the status code: the library looks at bodies, not at statuses. It
   /// is absent when there is none, which the library treats as a failure; an empty body is a present, empty

@@ -5,6 +5,7 @@
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/Logger.h"
 #include "vellora/Host/Network.h"
+#include "vellora/Platform/Export.h"
 
 namespace CorvaneSDK {
 
@@ -13,7 +14,7 @@ namespace CorvaneSDK {
 /// Ownership: the library takes a shared handle to each facility while it is constructed, and keeps no handle
 /// to the `PlatformAPI` itself.
 /// Threads: read on the thread that constructs the library.
-class PlatformAPI {
+class VELLORA_EXPORT PlatformAPI {
  public:
   virtual ~PlatformAPI() = default;
 

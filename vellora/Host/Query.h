@@ -8,12 +8,13 @@
 #include <utility>
 
 #include "vellora/Host/Row.h"
+#include "vellora/Platform/Export.h"
 
 namespace CorvaneSDK {
 
 /// A predicate on rows. One that only compares meta values also carries the pairs, so that a host with an
 /// index can answer without a scan; a host that ignores the pairs returns the same rows.
-class RowFilter {
+class VELLORA_EXPORT RowFilter {
  public:
   using Predicate = std::function<bool(const Row&)>;
 
@@ -28,17 +29,17 @@ class RowFilter {
   [[nodiscard]] const Meta* metaPairs() const noexcept { return metaPairs_ ? &*metaPairs_ : nullptr; }
 
  private:
-  friend RowFilter metaEquals(Meta pairs);
+  friend VELLORA_EXPORT RowFilter metaEquals(Meta pairs);
 
   Predicate predicate_;
   std::optional<Meta> metaPairs_;
 };
 
 /// Admits the rows whose meta holds every one of `pairs`. A row that lacks one of the keys is not admitted.
-[[nodiscard]] RowFilter metaEquals(Meta pairs);
+[[nodiscard]] VELLORA_EXPORT RowFilter metaEquals(Meta pairs);
 
 /// Positions from `lower` up to, not including, `upper`.
-struct PositionRange {
+struct VELLORA_EXPORT PositionRange {
   std::int64_t lower = 0;
   std::int64_t upper = std::numeric_limits<std::int64_t>::max();
 
@@ -46,7 +47,7 @@ struct PositionRange {
 };
 
 /// Selects rows of a table.
-class Query {
+class VELLORA_EXPORT Query {
  public:
   /// Every row that `filter` admits, in an order of the host's choice.
   [[nodiscard]] static Query exact(RowFilter filter) { return {std::nullopt, std::move(filter)}; }

@@ -5,6 +5,7 @@
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/Logger.h"
 #include "vellora/Host/Network.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -13,7 +14,7 @@ namespace vellora {
 /// namespace.
 ///
 /// Ownership: a plain value; copies share the facilities.
-struct RequiredAPI {
+struct VELLORA_EXPORT RequiredAPI {
   std::shared_ptr<CorvaneSDK::Network> network;
   std::shared_ptr<CorvaneSDK::Cache> cache;
   std::shared_ptr<CorvaneSDK::Logger> logger;

@@ -3,13 +3,15 @@
 #include <map>
 #include <string>
 
+#include "vellora/Platform/Export.h"
+
 namespace CorvaneSDK {
 
 /// What a row is known by: an ordered map, so that its textual form is the same every time.
 using Meta = std::map<std::string, std::string>;
 
 /// One stored row, without its data.
-struct Row {
+struct VELLORA_EXPORT Row {
   Meta meta;
   std::string dataKey;  ///< identifies the row within its table
 

@@ -5,12 +5,13 @@
 
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Host/ServiceIdentifier.h"
+#include "vellora/Platform/Export.h"
 
 namespace CorvaneSDK {
 
 /// A service that a host's registry can hold. Its identifier belongs to the type, not to an instance; see
 /// `IdentifiedService`.
-class Service {
+class VELLORA_EXPORT Service {
  public:
   virtual ~Service() = default;
 

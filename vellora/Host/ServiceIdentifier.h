@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "vellora/Platform/Export.h"
+
 namespace CorvaneSDK {
 
 /// The name and version under which a host's registry knows a service.
-struct ServiceIdentifier {
+struct VELLORA_EXPORT ServiceIdentifier {
   std::string name;
   int version = 0;
 

@@ -3,10 +3,12 @@
 #include <string>
 #include <utility>
 
+#include "vellora/Platform/Export.h"
+
 namespace CorvaneSDK {
 
 /// Describes a new, empty table.
-class Table {
+class VELLORA_EXPORT Table {
  public:
   /// How old a row may become before the host drops it.
   enum class MaxAge {

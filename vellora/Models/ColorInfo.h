@@ -2,12 +2,13 @@
 
 #include <string>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// One colour of a theme entry.
-struct ColorInfo {
+struct VELLORA_EXPORT ColorInfo {
   std::string color;    ///< as the server gives it; its format is not looked at
   std::string context;  ///< where it is meant to be used; carried along, no choice depends on it
   std::string theme;    ///< the theme that it belongs to

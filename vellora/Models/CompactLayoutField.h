@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
@@ -34,7 +35,7 @@ constexpr auto compactLayoutFieldTable() {
 /// field.
 /// Threads: not synchronised. The library rewrites a field before it answers with it, and reads it after that
 /// when it caches the answer; whoever rewrites an answered field sees to it that nobody reads it meanwhile.
-class CompactLayoutField final {
+class VELLORA_EXPORT CompactLayoutField final {
  public:
   /// What a field is constructed from.
   struct Content {
@@ -70,10 +71,11 @@ class CompactLayoutField final {
   static constexpr auto fields() { return detail::compactLayoutFieldTable<CompactLayoutField>(); }
 
   /// Compares contents, also those of the parts.
-  friend bool operator==(const CompactLayoutField& left, const CompactLayoutField& right);
+  friend VELLORA_EXPORT bool operator==(const CompactLayoutField& left, const CompactLayoutField& right);
 };
 
 /// Compares the contents of the fields, not which objects they are.
-[[nodiscard]] bool haveEqualContents(const CompactLayoutFields& left, const CompactLayoutFields& right);
+[[nodiscard]] VELLORA_EXPORT bool haveEqualContents(const CompactLayoutFields& left,
+                                                    const CompactLayoutFields& right);
 
 }  // namespace vellora

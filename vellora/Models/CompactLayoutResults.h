@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "vellora/Models/ObjectCompactLayoutInfo.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
@@ -11,7 +12,7 @@ namespace vellora {
 /// type a layout belongs to is read from the layout itself; the member's key is not looked at.
 ///
 /// What is written is not what is read: the JSON form is an object with the member "layouts".
-struct CompactLayoutResults {
+struct VELLORA_EXPORT CompactLayoutResults {
   std::vector<ObjectCompactLayoutInfo> layouts;  ///< in the order of the document
 
   static constexpr std::string_view recordName = "CompactLayoutResults";

@@ -4,12 +4,13 @@
 #include <optional>
 #include <string>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// One icon of a theme entry. Its size is its width: what the server says of the height is not read.
-struct IconInfo {
+struct VELLORA_EXPORT IconInfo {
   std::string contentType;  ///< a media type, such as "image/svg+xml"
   std::string theme;        ///< the theme that it belongs to
   std::string url;          ///< as the server gives it

@@ -4,12 +4,13 @@
 #include <string>
 #include <string_view>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// One row of the list-view query: a list view and what it lists.
-struct ListViewObject {
+struct VELLORA_EXPORT ListViewObject {
   /// The JSON keys, upper-case as the query language returns them.
   struct CodingKeys {
     static constexpr std::string_view id = "Id";

@@ -4,12 +4,13 @@
 #include <vector>
 
 #include "vellora/Models/ListViewObject.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// The body of the list-view query: the rows that match, none for an id that is no list view's.
-struct ListViewObjectRecords {
+struct VELLORA_EXPORT ListViewObjectRecords {
   std::vector<ListViewObject> records;
 
   static constexpr std::string_view recordName = "ListViewObjectRecords";

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "vellora/Models/CompactLayoutField.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
@@ -15,7 +16,7 @@ namespace vellora {
 /// is preferred.
 ///
 /// Ownership: a value whose copies share the fields.
-struct ObjectCompactLayoutInfo {
+struct VELLORA_EXPORT ObjectCompactLayoutInfo {
   CompactLayoutFields layoutFields;
   std::string objectType;  ///< API name of the object type; its cached copy is keyed by it
 

@@ -3,12 +3,13 @@
 #include <optional>
 #include <string>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// One column of a search layout. The library passes it through as the server gives it.
-struct ObjectLayoutFieldMetadata {
+struct VELLORA_EXPORT ObjectLayoutFieldMetadata {
   std::string name;
   std::string label;                  ///< for display
   std::optional<std::string> format;  ///< how the server would have it displayed, where it says so

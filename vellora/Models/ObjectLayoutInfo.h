@@ -4,13 +4,14 @@
 #include <vector>
 
 #include "vellora/Models/ObjectLayoutFieldMetadata.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// The search layout of one object type: the columns that its search results show.
 /// From "/services/data/v50.0/search/layout", which answers with a list of these.
-struct ObjectLayoutInfo {
+struct VELLORA_EXPORT ObjectLayoutInfo {
   std::string objectType;  ///< API name of the object type; its cached copy is keyed by it
   std::vector<ObjectLayoutFieldMetadata> searchColumns;
 

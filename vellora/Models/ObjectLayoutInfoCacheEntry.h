@@ -2,12 +2,13 @@
 
 #include "vellora/Models/ObjectLayoutInfo.h"
 #include "vellora/Platform/Date.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// What the cache blob of one search layout holds.
-struct ObjectLayoutInfoCacheEntry {
+struct VELLORA_EXPORT ObjectLayoutInfoCacheEntry {
   ObjectLayoutInfo objectLayoutInfo;
   Date downloadedTime;  ///< in JSON a number of seconds since 2001-01-01 00:00:00 UTC
 

@@ -6,12 +6,13 @@
 #include "vellora/Models/PresentationInfo.h"
 #include "vellora/Models/SObject.h"
 #include "vellora/Models/ThemeItem.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// What the presentation lookups answer for one record or one object type.
-struct ObjectPresentationInfo {
+struct VELLORA_EXPORT ObjectPresentationInfo {
   ObjectPresentationInfo() = default;
 
   /// The type is described with or without a theme entry: it is what was asked for. The instance is described

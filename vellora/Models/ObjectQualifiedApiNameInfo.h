@@ -4,13 +4,14 @@
 #include <string>
 #include <vector>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// Which field names the records of an object type: the answer of a query to "/services/data/v53.0/query" for
 /// rows of the field catalogue, each a field and the object type that it belongs to.
-struct ObjectQualifiedApiNameInfo {
+struct VELLORA_EXPORT ObjectQualifiedApiNameInfo {
   /// One row of the answer.
   struct Record {
     /// The object type of a row.

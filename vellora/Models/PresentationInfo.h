@@ -6,6 +6,7 @@
 
 #include "vellora/Models/SObject.h"
 #include "vellora/Models/ThemeItem.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
@@ -15,7 +16,7 @@ namespace vellora {
 ///
 /// Which type it describes is settled when it is made: `apiName` can be read, and changes only with the whole
 /// value when another one is assigned. The rest is for the host to adapt.
-class PresentationInfo {
+class VELLORA_EXPORT PresentationInfo {
  public:
   /// One that describes nothing: to be decoded into, or assigned to.
   PresentationInfo() = default;

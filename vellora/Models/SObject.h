@@ -5,12 +5,13 @@
 #include <string_view>
 #include <vector>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// The describe entry of one object type, as the server sends it and as the cache keeps it.
-struct SObject {
+struct VELLORA_EXPORT SObject {
   std::string name;                      ///< API name; what lookups by name match
   std::optional<std::string> keyPrefix;  ///< how the ids of its records begin; some types have none
   std::string label;                     ///< for display, as is the next

@@ -4,13 +4,14 @@
 #include <vector>
 
 #include "vellora/Models/SObject.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// The body of "/services/data/v50.0/sobjects": every object type that the user may see, in the server's
 /// order.
-struct SObjectsResponse {
+struct VELLORA_EXPORT SObjectsResponse {
   std::vector<SObject> sObjects;  ///< lower-case "sobjects" in JSON
 
   static constexpr std::string_view recordName = "SObjectsResponse";

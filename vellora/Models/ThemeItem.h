@@ -7,6 +7,7 @@
 
 #include "vellora/Models/ColorInfo.h"
 #include "vellora/Models/IconInfo.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
@@ -16,7 +17,7 @@ namespace vellora {
 /// Names of themes are compared as they stand, letter case included. When several candidates are equally
 /// good, the one that the server lists first is chosen. What is chosen differs on purpose: a colour, a small
 /// or a large icon of another theme is better than none on a screen, a vector icon of another theme is not.
-struct ThemeItem {
+struct VELLORA_EXPORT ThemeItem {
   struct Constants {
     static constexpr std::string_view svgType = "image/svg+xml";  ///< content type of a vector icon
   };

@@ -3,12 +3,13 @@
 #include <vector>
 
 #include "vellora/Models/ThemeItem.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
 
 /// The body of "/services/data/v50.0/theme": a theme entry for each object type that has one.
-struct ThemeResponse {
+struct VELLORA_EXPORT ThemeResponse {
   std::vector<ThemeItem> themeItems;
 
   static constexpr std::string_view recordName = "ThemeResponse";

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "vellora/Platform/AnyCancellable.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -16,7 +17,7 @@ namespace vellora {
 /// cancel its successor.
 ///
 /// Threads: safe to use from several threads at once; subscribes and cancels with no lock held.
-class CancellableSlot {
+class VELLORA_EXPORT CancellableSlot {
  public:
   CancellableSlot() = default;
   CancellableSlot(const CancellableSlot&) = delete;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "vellora/Platform/AnyCancellable.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -12,7 +13,7 @@ namespace vellora {
 /// runs.
 ///
 /// Threads: safe to use from several threads at once.
-class Cancellables {
+class VELLORA_EXPORT Cancellables {
  public:
   Cancellables() = default;
   Cancellables(const Cancellables&) = delete;

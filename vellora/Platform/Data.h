@@ -5,13 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// Immutable bytes: a response body, a cached blob, an encoded record.
 ///
 /// Ownership: copies share one reference-counted buffer, so copying copies no bytes.
 /// Threads: immutable, hence safe to read from any number of threads at once.
-class Data {
+class VELLORA_EXPORT Data {
  public:
   /// Readable bytes that stand behind the content, so that a vectorising parser may read past its end.
   static constexpr std::size_t padding = 64;

@@ -2,13 +2,15 @@
 
 #include <compare>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// A point in time, in seconds with fractions.
 ///
 /// Two epochs are in use: fetch time stamps count from 1970-01-01 00:00:00 UTC, dates inside JSON count from
 /// 2001-01-01 00:00:00 UTC (the reference date, 978307200 seconds later).
-class Date {
+class VELLORA_EXPORT Date {
  public:
   static constexpr double secondsFrom1970ToReferenceDate = 978307200.0;
 
@@ -38,6 +40,6 @@ class Date {
 
 /// The present moment. The library's only source of time; it stands alone in its source file, so that a
 /// program can link a clock of its own in its place.
-[[nodiscard]] Date now();
+[[nodiscard]] VELLORA_EXPORT Date now();
 
 }  // namespace vellora

@@ -4,12 +4,14 @@
 #include <string>
 #include <string_view>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// Why JSON text is not the value that was asked for.
 ///
 /// Threads: immutable, hence safe to read from several threads.
-class DecodingError {
+class VELLORA_EXPORT DecodingError {
  public:
   enum class Kind {
     missingKey,    ///< an object lacks a required member

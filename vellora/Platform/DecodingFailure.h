@@ -5,13 +5,14 @@
 #include <string_view>
 
 #include "vellora/Platform/DecodingError.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/JsonPath.h"
 
 namespace vellora::json {
 
 /// A decoding failure on its way up. Every function that reports one returns false, so that a step which
 /// fails can end in `return failure.…`; a step that succeeds never touches this.
-class DecodingFailure {
+class VELLORA_EXPORT DecodingFailure {
  public:
   /// The failure itself, at the place where it happened.
   bool missingKey(std::string_view key);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "vellora/Platform/Date.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora {
@@ -26,9 +27,9 @@ namespace detail {
 
 // Each appends the form that a value has inside another one's: text stands in quotes there, escaped so that
 // it can neither end the quotes nor break the line.
-void appendDescription(std::string& out, double value);
-void appendDescription(std::string& out, Date value);
-void appendDescription(std::string& out, std::string_view value);
+VELLORA_EXPORT void appendDescription(std::string& out, double value);
+VELLORA_EXPORT void appendDescription(std::string& out, Date value);
+VELLORA_EXPORT void appendDescription(std::string& out, std::string_view value);
 inline void appendDescription(std::string& out, const std::string& value) {
   appendDescription(out, std::string_view(value));
 }

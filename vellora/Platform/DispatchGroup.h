@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -10,7 +11,7 @@ namespace vellora {
 ///
 /// Ownership: copies are handles to one group; the group lives as long as a handle or a task in it.
 /// Threads: safe to use from several threads at once.
-class DispatchGroup {
+class VELLORA_EXPORT DispatchGroup {
  public:
   DispatchGroup();
 

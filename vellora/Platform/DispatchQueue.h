@@ -3,6 +3,8 @@
 #include <functional>
 #include <memory>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// How urgent the work of a queue is. A hint to whoever runs the threads.
@@ -14,7 +16,7 @@ enum class DispatchQoS { unspecified, background, utility, standard, userInitiat
 /// Ownership: held by `std::shared_ptr`. Work that was submitted runs even when the last handle to its queue
 /// is dropped first.
 /// Threads: `async` may be called from any thread, also from work running on the queue itself.
-class DispatchQueue {
+class VELLORA_EXPORT DispatchQueue {
  public:
   using Work = std::function<void()>;
 

@@ -2,12 +2,14 @@
 
 #include <string>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// Why a value has no JSON form.
 ///
 /// Threads: immutable, hence safe to read from several threads.
-class EncodingError {
+class VELLORA_EXPORT EncodingError {
  public:
   enum class Kind {
     numberNotFinite,  ///< `a number that is not finite at $.downloadedTime`

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "vellora/Platform/Error.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -13,7 +14,7 @@ namespace vellora {
 /// Their texts are the platform's defaults.
 ///
 /// Ownership: a plain value. Threads: immutable.
-class EnumerationError {
+class VELLORA_EXPORT EnumerationError {
  public:
   [[nodiscard]] std::string localizedDescription() const {
     return defaultErrorDescription(typeName_, caseName_, payload_);

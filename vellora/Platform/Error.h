@@ -8,6 +8,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// What a type needs to travel as an `Error`: it tells a person what went wrong. Copying is asked last: a
@@ -29,7 +31,7 @@ concept DescribedErrorValue = ErrorValue<E> && requires(const E& error) {
 ///
 /// Ownership: copies share the error; copying is cheap.
 /// Threads: immutable, hence safe to read from several threads.
-class Error {
+class VELLORA_EXPORT Error {
  public:
   // The first condition stands first: whether an `Error` can be copied must not depend on the answer itself.
   template <class E>
@@ -77,7 +79,7 @@ class Error {
 /// The platform's description of an error case that has no text of its own:
 /// "The operation could not be completed. (TypeName.caseName)", and with a payload
 /// "The operation could not be completed. (TypeName.caseName: <the payload's description>)".
-[[nodiscard]] std::string defaultErrorDescription(std::string_view typeName, std::string_view caseName,
-                                                  const std::optional<Error>& payload = std::nullopt);
+[[nodiscard]] VELLORA_EXPORT std::string defaultErrorDescription(
+    std::string_view typeName, std::string_view caseName, const std::optional<Error>& payload = std::nullopt);
 
 }  // namespace vellora

@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "vellora/Platform/Data.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Result.h"
 
 namespace vellora::json {
@@ -77,13 +78,13 @@ inline constexpr std::size_t maximumDepth = 512;
 /// Threads: may be called from several threads at once. Each thread keeps the memory of one parser for its
 /// next call, unless a document was so large that keeping it would be a burden.
 template <class T>
-Result<T> decode(const Data& text);
+VELLORA_EXPORT Result<T> decode(const Data& text);
 
 /// Writes `value` as JSON text without blanks, in field order, absent optionals left out; an absent optional
 /// as the whole value, or inside a list or map, is null. Fails with an `EncodingError` for what JSON cannot
 /// hold: a number that is not finite, text that is not UTF-8, a null pointer, values nested deeper than
 /// `decode` accepts.
 template <class T>
-Result<Data> encode(const T& value);
+VELLORA_EXPORT Result<Data> encode(const T& value);
 
 }  // namespace vellora::json

@@ -7,6 +7,7 @@
 
 #include "vellora/Platform/Data.h"
 #include "vellora/Platform/DecodingError.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora::json {
 
@@ -16,7 +17,7 @@ namespace vellora::json {
 /// memory is allocated once per thread. A second document on the same thread meanwhile has a parser of its
 /// own. A parser that has grown for a text of more than 4 MiB is not kept: it holds up to 14 bytes per byte
 /// of text. Threads: belongs to the thread that made it.
-class Document {
+class VELLORA_EXPORT Document {
  public:
   Document();
   ~Document();

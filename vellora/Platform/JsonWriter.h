@@ -6,13 +6,14 @@
 
 #include "vellora/Platform/Data.h"
 #include "vellora/Platform/EncodingError.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Json.h"
 
 namespace vellora::json {
 
 /// Writes one JSON text from front to back. Every step returns whether it succeeded; after a failure nothing
 /// more is written, and the writer knows what was wrong and where. An irregular record uses `member` alone.
-class Writer {
+class VELLORA_EXPORT Writer {
  public:
   Writer();
   ~Writer();

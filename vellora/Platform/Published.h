@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Publisher.h"
 #include "vellora/Platform/Subject.h"
 #include "vellora/Platform/detail/Broadcast.h"
@@ -10,7 +11,7 @@
 namespace vellora {
 
 /// A moment without a value: the owner of an observable property is about to change.
-struct WillChange {};
+struct VELLORA_EXPORT WillChange {};
 
 /// An observable property: a current value and the stream of its changes.
 ///

@@ -4,11 +4,12 @@
 #include <string>
 
 #include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
 /// A serial queue on the library's thread pool: first in, first out, one at a time, on no fixed thread.
-class SerialDispatchQueue final : public DispatchQueue {
+class VELLORA_EXPORT SerialDispatchQueue final : public DispatchQueue {
  public:
   /// `label` names the queue to a person; `qos` is a hint that the shared pool does not need.
   explicit SerialDispatchQueue(std::string label, DispatchQoS qos = DispatchQoS::unspecified);

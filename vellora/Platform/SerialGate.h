@@ -5,13 +5,15 @@
 #include <utility>
 #include <vector>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// Lets actions through one at a time, in their order, without making anyone wait: an action that arrives
 /// while another runs is left to the thread that is inside, also when that is the same thread.
 ///
 /// Threads: safe to use from several threads at once; actions run with no lock held.
-class SerialGate {
+class VELLORA_EXPORT SerialGate {
  public:
   using Action = std::function<void()>;
 

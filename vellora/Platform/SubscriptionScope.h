@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// The lifetime of one running subscription: active until it is ended once, by its end or by a cancellation.
@@ -15,7 +17,7 @@ namespace vellora {
 /// Ownership: copies are handles to one scope. An ended scope holds nothing.
 /// Threads: safe to use from several threads at once; teardowns run on the thread that ends the scope, with
 /// no lock held.
-class SubscriptionScope {
+class VELLORA_EXPORT SubscriptionScope {
  public:
   using Teardown = std::function<void()>;
   using Registration = std::uint64_t;

@@ -3,11 +3,13 @@
 #include <string>
 #include <utility>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// A URL or relative reference that is known to be well formed, such as
 /// "/services/data/v50.0/search/layout?q=Account,Contact". Made by `URLComponents::url()`.
-class URL {
+class VELLORA_EXPORT URL {
  public:
   /// The whole text, percent-encoded, ASCII only.
   [[nodiscard]] const std::string& absoluteString() const noexcept { return text_; }

@@ -6,18 +6,19 @@
 #include <utility>
 #include <vector>
 
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/URL.h"
 
 namespace vellora {
 
 /// One name and value of a URL's query, both unencoded; any bytes.
-struct URLQueryItem {
+struct VELLORA_EXPORT URLQueryItem {
   std::string name;
   std::string value;
 };
 
 /// A URL taken apart, so that its query can be replaced.
-class URLComponents {
+class VELLORA_EXPORT URLComponents {
  public:
   /// Takes a URL or a relative reference apart; no value when `text` is neither.
   [[nodiscard]] static std::optional<URLComponents> parse(std::string_view text);

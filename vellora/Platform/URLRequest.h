@@ -5,6 +5,7 @@
 #include <string>
 
 #include "vellora/Platform/Data.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/URL.h"
 
 namespace vellora {
@@ -15,7 +16,7 @@ enum class URLRequestCachePolicy {
 };
 
 /// A request for a URL. The defaults make a GET with a time-out of 60 seconds, no headers and no body.
-struct URLRequest {
+struct VELLORA_EXPORT URLRequest {
   explicit URLRequest(URL requestUrl,
                       URLRequestCachePolicy policy = URLRequestCachePolicy::useProtocolCachePolicy,
                       double timeoutSeconds = 60.0)

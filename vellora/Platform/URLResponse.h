@@ -3,10 +3,12 @@
 #include <map>
 #include <string>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// What came back besides the body.
-struct URLResponse {
+struct VELLORA_EXPORT URLResponse {
   std::string url;     ///< the address that answered
   int statusCode = 0;  ///< the HTTP status; 0 when the transport has none
   std::map<std::string, std::string> headers;

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "vellora/Platform/Export.h"
+
 namespace vellora {
 
 /// One character of a text in UTF-8.
@@ -15,6 +17,6 @@ struct Utf8Character {
 
 /// The first character of `text`, which must not be empty. A byte that begins none counts as a U+FFFD of its
 /// own, so that any bytes can be gone through.
-[[nodiscard]] Utf8Character firstCharacter(std::string_view text);
+[[nodiscard]] VELLORA_EXPORT Utf8Character firstCharacter(std::string_view text);
 
 }  // namespace vellora

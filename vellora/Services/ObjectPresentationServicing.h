@@ -9,6 +9,7 @@
 #include "vellora/Models/ObjectCompactLayoutInfo.h"
 #include "vellora/Models/ObjectLayoutInfo.h"
 #include "vellora/Models/ObjectPresentationInfo.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
@@ -19,7 +20,7 @@ namespace vellora {
 /// or the caller's own, inside the call, when a layout lookup was answered from the cache. Move to your own
 /// queue if you need one. Errors: none are passed on. What could not be found is missing from the dictionary;
 /// see each lookup for what a failure does.
-class ObjectPresentationServicing {
+class VELLORA_EXPORT ObjectPresentationServicing {
  public:
   using PresentationCompletion = std::function<void(std::map<std::string, ObjectPresentationInfo> infos)>;
   using LayoutCompletion =

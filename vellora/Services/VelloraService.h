@@ -9,6 +9,7 @@
 
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Platform/Published.h"
 #include "vellora/Services/VelloraServiceError.h"
 #include "vellora/Services/VelloraServicing.h"
@@ -23,7 +24,7 @@ namespace vellora {
 /// then. Threads: every member may be called from any thread, also from inside a completion or a change of
 /// the state. Errors: only the constructor throws. Later failures show in `primerState` and in what lookups
 /// leave out. Units: the cache time-out is in seconds.
-class VelloraService final : public VelloraServicing {
+class VELLORA_EXPORT VelloraService final : public VelloraServicing {
  public:
   struct Constants {
     /// The label for the serial queue that you pass in.
@@ -52,7 +53,7 @@ class VelloraService final : public VelloraServicing {
     [[nodiscard]] std::string description() const;
 
     /// Two failures are equal when the localized descriptions of their errors are.
-    friend bool operator==(const State& left, const State& right);
+    friend VELLORA_EXPORT bool operator==(const State& left, const State& right);
 
    private:
     State(Case stateCase, std::optional<Error> error) : case_(stateCase), error_(std::move(error)) {}

@@ -4,11 +4,12 @@
 #include <string>
 
 #include "vellora/Platform/EnumerationError.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
 /// What `VelloraService`'s constructor throws.
-class VelloraServiceError final : public EnumerationError, public std::exception {
+class VELLORA_EXPORT VelloraServiceError final : public EnumerationError, public std::exception {
  public:
   /// The host lacks something that the library cannot do without: network, cache, logger or queue.
   [[nodiscard]] static VelloraServiceError requiredAPI() { return VelloraServiceError("requiredAPI"); }

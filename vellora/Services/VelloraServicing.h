@@ -1,12 +1,13 @@
 #pragma once
 
 #include "vellora/Host/Service.h"
+#include "vellora/Platform/Export.h"
 #include "vellora/Services/ObjectPresentationServicing.h"
 
 namespace vellora {
 
 /// What the library is to its host: a service of the host's registry that answers the lookups. Depend on this
 /// rather than on `VelloraService` where you want to put a double in its place.
-class VelloraServicing : public CorvaneSDK::Service, public ObjectPresentationServicing {};
+class VELLORA_EXPORT VelloraServicing : public CorvaneSDK::Service, public ObjectPresentationServicing {};
 
 }  // namespace vellora
