@@ -130,6 +130,12 @@ std::optional<std::string> complaintAbout(const Arguments& arguments) {
   return std::nullopt;
 }
 
+// The command that was named last: `purge` of "cache purge".
+const CLI::App& innermost(const CLI::App& app) {
+  const auto named = app.get_subcommands();
+  return named.empty() ? app : innermost(*named.front());
+}
+
 Problem usage(const std::string& what) {
   return {ExitCode::usage, what + "; see vellora --help"};
 }
@@ -154,8 +160,7 @@ std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* 
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
-    const auto subcommands = app.get_subcommands();
-    return HelpText{subcommands.empty() ? app.help() : subcommands.front()->help()};
+    return HelpText{innermost(app).help()};
   } catch (const CLI::CallForVersion& version) {
     return HelpText{std::string(version.what()) + "\n"};
   } catch (const CLI::Error& error) {

@@ -117,6 +117,7 @@ TEST_F(ArgumentsTest, HelpAndVersionAreTextsForStandardOutput) {
   EXPECT_THAT(std::get<HelpText>(help).text, HasSubstr("search-layouts"));
   EXPECT_THAT(std::get<HelpText>(help).text, HasSubstr("Exit codes: 0 every key answered"));
   EXPECT_THAT(std::get<HelpText>(parsed({"search-layouts", "--help"})).text, HasSubstr("NAME"));
+  EXPECT_THAT(std::get<HelpText>(parsed({"cache", "purge", "--help"})).text, HasSubstr("--expired"));
   EXPECT_THAT(std::get<HelpText>(parsed({"--version"})).text, testing::MatchesRegex("vellora [0-9.]+\n"));
 }
 
