@@ -38,11 +38,10 @@ if(VELLORA_COVERAGE)
   target_link_options(vellora_build_flags INTERFACE --coverage)
 endif()
 
-# vellora_library(<target> <Alias>): one library per folder, included from the root of the tree.
-function(vellora_library target alias)
-  add_library(${target})
-  add_library(Vellora::${alias} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES EXPORT_NAME ${alias})
+# vellora_library(<target>): one archive per folder, included from the root of the tree. What is installed is made of
+# these archives' objects: VelloraInstall.cmake.
+function(vellora_library target)
+  add_library(${target} STATIC)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>")
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:vellora_build_flags>)

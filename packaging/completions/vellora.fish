@@ -1,0 +1,39 @@
+# fish completion for vellora(1)
+
+set -l commands ids names search-layouts compact-layouts status explore cache
+set -l actions ls show verify purge export import
+
+complete -c vellora -f
+complete -c vellora -s h -l help -d 'Print help and exit'
+complete -c vellora -l version -d 'Print the version and exit'
+complete -c vellora -l server -x -d 'The records server'
+complete -c vellora -l token-file -r -F -d 'File with the bearer token; - is standard input'
+complete -c vellora -l theme -x -a light -d 'Theme of colours and icons'
+complete -c vellora -l cache -r -F -d 'Cache file'
+complete -c vellora -l cache-timeout -x -d 'Age in seconds at which cached data expires'
+complete -c vellora -l wait -x -d 'How many seconds to wait for the answer'
+complete -c vellora -l json -d 'Print one JSON document instead of a table'
+complete -c vellora -l log -x -a 'off error info' -d 'Library log'
+complete -c vellora -l log-file -r -F -d 'Write the log there'
+complete -c vellora -l no-color -d 'Never print colours'
+
+complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a ids -d 'Types of records'
+complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a names -d 'Object types'
+complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a search-layouts -d 'Columns of search results'
+complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a compact-layouts -d 'Headline fields'
+complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a status -d 'How far loading has got'
+complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a cache -d 'Looks into a cache file'
+complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a explore -d 'Shows all of it on a web page'
+complete -c vellora -n '__fish_seen_subcommand_from explore' -x -l port -d 'Serve the page on this port'
+
+set -l in_cache "__fish_seen_subcommand_from cache; and not __fish_seen_subcommand_from $actions"
+complete -c vellora -n $in_cache -a ls -d 'What is in the file'
+complete -c vellora -n $in_cache -a show -d 'What entries hold'
+complete -c vellora -n $in_cache -a verify -d 'Whether anything is damaged'
+complete -c vellora -n $in_cache -a purge -d 'Delete entries'
+complete -c vellora -n $in_cache -a export -d 'Write the entries as a text'
+complete -c vellora -n $in_cache -a import -d 'Store the entries of an exported text'
+complete -c vellora -n '__fish_seen_subcommand_from purge' -l expired -d 'All that is expired, outdated or damaged'
+complete -c vellora -n '__fish_seen_subcommand_from purge' -l all -d 'Everything'
+complete -c vellora -n '__fish_seen_subcommand_from export import' -F -l replace -d 'Write over what is there'
+complete -c vellora -n '__fish_seen_subcommand_from import' -l fresh -d 'Store them as if fetched now'

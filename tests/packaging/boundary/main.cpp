@@ -1,0 +1,94 @@
+// What must hold across the boundary of a shared library. The program is built with everything hidden, as careful hosts
+// are, and against the installed package; it says which statement is false, and ends with 1 if one is.
+
+#include <hostkit/CurlNetwork.h>
+#include <hostkit/CurlNetworkError.h>
+#include <hostkit/MemoryCache.h>
+#include <hostkit/StandardPlatformAPI.h>
+#include <testkit/RecordingLogger.h>
+#include <testkit/StubNetwork.h>
+#include <vellora/DataServices/SObjectsDataServiceError.h>
+#include <vellora/DataServices/ThemeDataServiceError.h>
+#include <vellora/Models/SObject.h>
+#include <vellora/Platform/DecodingError.h>
+#include <vellora/Platform/Error.h>
+#include <vellora/Platform/Json.h>
+#include <vellora/Platform/SerialDispatchQueue.h>
+#include <vellora/Services/VelloraService.h>
+
+#include <exception>
+#include <future>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace vellora;
+
+bool allHold = true;
+
+void check(bool holds, const char* statement) {
+  if (holds) return;
+  std::cerr << "does not hold: " << statement << '\n';
+  allHold = false;
+}
+
+struct OfflineError {
+  [[nodiscard]] std::string localizedDescription() const { return "offline"; }
+};
+
+void checkErrorsMadeInTheLibraries() {
+  const auto record = json::decode<SObject>(Data(std::string("{}")));
+  check(!record && record.error().as<DecodingError>() != nullptr, "a decoding error is one outside the library");
+
+  const auto network = hostkit::CurlNetwork::make({.server = "no address"});
+  check(!network && network.error().as<hostkit::CurlNetworkError>() != nullptr,
+        "the host kit's error is one outside the host kit");
+}
+
+void checkExceptions() {
+  bool isCaught = false;
+  try {
+    const VelloraService service(nullptr, 3600, "light", nullptr);
+  } catch (const VelloraServiceError&) {
+    isCaught = true;
+  } catch (const std::exception&) {
+  }
+  check(isCaught, "the constructor's exception is caught by its type");
+}
+
+// The prefetch fails with a type of the library's that carries a type of ours.
+void checkErrorsThatPassThrough() {
+  const auto network = std::make_shared<testkit::StubNetwork>();
+  network->answerPrefix("/", testkit::StubNetwork::failure(OfflineError{}));
+  const auto host = std::make_shared<hostkit::StandardPlatformAPI>(
+      network, std::make_shared<hostkit::MemoryCache>(), std::make_shared<testkit::RecordingLogger>());
+  const VelloraService service(host, 3600, "light", std::make_shared<SerialDispatchQueue>("queue"));
+
+  std::promise<Error> failure;
+  bool isFirst = true;
+  const auto token = service.primerStateStream().sink([&](const VelloraService::State& state) {
+    if (state.error() == nullptr || !isFirst) return;
+    isFirst = false;
+    failure.set_value(*state.error());
+  });
+  const Error error = failure.get_future().get();
+
+  const EnumerationError* own = error.as<ThemeDataServiceError>();
+  if (own == nullptr) own = error.as<SObjectsDataServiceError>();
+  check(own != nullptr, "a failed prefetch tells an error of a data service");
+  const Error* payload = own == nullptr ? nullptr : own->payload();
+  check(payload != nullptr && payload->as<OfflineError>() != nullptr, "a host's own error comes back as itself");
+}
+
+}  // namespace
+
+int main() {
+  checkErrorsMadeInTheLibraries();
+  checkExceptions();
+  checkErrorsThatPassThrough();
+  return allHold ? 0 : 1;
+}

@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""Makes the Debian packages and looks into them. usage: debian_packages_test.py CPACK BUILD VERSION ABI"""
+
+import gzip
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+CPACK, BUILD, VERSION, ABI = sys.argv[1:5]
+LIBRARY = f"libvellora{ABI}"
+
+
+def output(*command):
+    return subprocess.run(command, capture_output=True, text=True, check=True).stdout
+
+
+class DebianPackagesTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.root = pathlib.Path(folder.name)
+        made = subprocess.run([CPACK, "-G", "DEB", "-B", cls.root], cwd=BUILD, capture_output=True, text=True)
+        if made.returncode != 0:
+            raise AssertionError(made.stdout + made.stderr)
+        cls.packages = {file.name.split("_")[0]: file for file in cls.root.glob("*.deb")}
+        (cls.root / "root").mkdir()
+        for name, file in cls.packages.items():
+            subprocess.run(["dpkg-deb", "-x", file, cls.root / "root" / name], check=True)
+        cls.listings = {name: output("dpkg-deb", "-c", file).splitlines() for name, file in cls.packages.items()}
+
+    def field(self, package, name):
+        return output("dpkg-deb", "-f", self.packages[package], name).strip()
+
+    def file(self, package, path):
+        found = self.root / "root" / package / path
+        self.assertTrue(found.exists(), f"{package} lacks {path}")
+        return found
+
+    def test_there_are_the_library_what_builds_against_it_and_the_command(self):
+        self.assertEqual(set(self.packages), {LIBRARY, "libvellora-dev", "vellora"})
+
+    def test_each_package_says_what_it_is(self):
+        for package in self.packages:
+            self.assertEqual(self.field(package, "Version"), VERSION)
+            self.assertIn("@", self.field(package, "Maintainer"))
+            self.assertNotEqual(self.field(package, "Section"), "devel")
+            synopsis, *lines = self.field(package, "Description").splitlines()
+            self.assertTrue(lines, f"{package} has no long description")
+            self.assertLessEqual(max(map(len, (synopsis, *lines))), 80)
+            self.file(package, f"usr/share/doc/{package}/copyright")
+            changelog = self.file(package, f"usr/share/doc/{package}/changelog.gz")
+            self.assertIn("# Changelog", gzip.decompress(changelog.read_bytes()).decode())
+
+    def test_each_depends_on_what_its_programs_load(self):
+        for package, libraries in {
+            LIBRARY: ("libc6", "libstdc++6", "libsimdjson", "libboost-json1.81.0", "libcurl4", "libsqlite3-0", "libspdlog"),
+            "vellora": ("libc6", "libstdc++6", "libsimdjson", "libcurl4", "libsqlite3-0"),
+            "libvellora-dev": (f"{LIBRARY} (= {VERSION})", "libboost-json1.81-dev", "libsimdjson-dev"),
+        }.items():
+            depends = self.field(package, "Depends")
+            for library in libraries:
+                self.assertIn(library, depends, package)
+
+    def test_the_library_is_stripped_and_the_linkers_cache_learns_of_it(self):
+        for name in ("libvellora", "libvellora-hostkit"):
+            library = self.file(LIBRARY, f"usr/lib/{name}.so.{VERSION}")
+            self.assertIn("no symbols", subprocess.run(["nm", library], capture_output=True, text=True).stderr)
+            self.assertTrue((library.parent / f"{name}.so.{ABI}").is_symlink())
+        control = self.root / "control"
+        subprocess.run(["dpkg-deb", "-e", self.packages[LIBRARY], control], check=True)
+        self.assertIn("ldconfig", (control / "triggers").read_text())
+        self.assertIn(f"libvellora {ABI} {LIBRARY}", (control / "shlibs").read_text())
+
+    def test_what_builds_against_it_is_in_the_dev_package_alone(self):
+        for path in ("usr/lib/libvellora.a", "usr/lib/libvellora-testkit.a", "usr/lib/pkgconfig/vellora.pc",
+                     "usr/lib/cmake/Vellora/VelloraConfig.cmake", f"usr/include/vellora-{ABI}/hostkit/MemoryCache.h"):
+            self.file("libvellora-dev", path)
+        self.assertTrue((self.root / "root/libvellora-dev/usr/lib/libvellora.so").is_symlink())
+        for package in (LIBRARY, "vellora"):
+            self.assertEqual(list((self.root / "root" / package).glob("usr/include")), [])
+
+    def test_the_command_comes_with_its_man_page_and_completions(self):
+        program = self.file("vellora", "usr/bin/vellora")
+        self.assertEqual(output(program, "--version"), f"vellora {VERSION}\n")
+        page = gzip.decompress(self.file("vellora", "usr/share/man/man1/vellora.1.gz").read_bytes())
+        self.assertTrue(page.startswith(b".TH VELLORA 1"))
+        for path in ("bash-completion/completions/vellora", "zsh/vendor-completions/_vellora",
+                     "fish/vendor_completions.d/vellora.fish"):
+            self.file("vellora", f"usr/share/{path}")
+
+    def test_owners_and_permissions_are_those_of_system_files(self):
+        for package, listing in self.listings.items():
+            for line in listing:
+                mode, owner, path = line.split()[0], line.split()[1], line.split()[5]
+                self.assertEqual(owner, "root/root", line)
+                self.assertFalse(path.startswith("./usr/local"), line)
+                if mode.startswith("d") or path == "./usr/bin/vellora":
+                    self.assertEqual(mode[1:], "rwxr-xr-x", f"{package}: {line}")
+                elif mode.startswith("-"):
+                    self.assertEqual(mode, "-rw-r--r--", f"{package}: {line}")
+
+
+if __name__ == "__main__":
+    if shutil.which("dpkg-shlibdeps") is None:
+        sys.exit("no dpkg-shlibdeps: install dpkg-dev, as scripts/setup does")
+    unittest.main(argv=sys.argv[:1])
