@@ -23,6 +23,9 @@ set(kits vellora_testkit)
 if(VELLORA_BUILD_HOSTKIT)
   list(APPEND kits vellora_hostkit)
 endif()
+if(VELLORA_BUILD_CONFORMANCE)
+  list(APPEND kits vellora_conformance)
+endif()
 
 # vellora_install(<target> <Component>): installs a library with the CMake file that a component of the package
 # includes; <Component> is the library's name behind "Vellora::", with its form where there are two.
@@ -89,8 +92,11 @@ if(VELLORA_SHARED)
     vellora_install(vellora_hostkit_shared HostKitShared)
   endif()
 endif()
-# Only tests link it, so one form is enough.
+# Only tests link these, so one form is enough.
 vellora_install(vellora_testkit TestKit)
+if(VELLORA_BUILD_CONFORMANCE)
+  vellora_install(vellora_conformance HostConformance)
+endif()
 
 configure_package_config_file(cmake/VelloraConfig.cmake.in "${PROJECT_BINARY_DIR}/VelloraConfig.cmake"
   INSTALL_DESTINATION "${VELLORA_CMAKEDIR}")

@@ -26,12 +26,13 @@ MAY_INCLUDE = {
     SERVICES: {PLATFORM, HOST, MODELS, DATA_SERVICES},
     "hostkit": LIBRARY,
     "testkit": LIBRARY,
+    "conformance": LIBRARY | {"tests/support"},
     "apps/http": {PLATFORM},
     "apps/records-server": {PLATFORM, "apps/http"},
     "apps/vellora": LIBRARY | {"hostkit", "apps/http"},
     "tests/support": LIBRARY | {"hostkit", "testkit", "apps/records-server"},
     "bench": LIBRARY | {"hostkit", "testkit", "apps/records-server", "tests/support"},
-    "examples": LIBRARY | {"hostkit", "testkit"},
+    "examples": LIBRARY | {"hostkit", "testkit", "conformance"},
     "fuzz": LIBRARY | {"hostkit", "testkit", "apps/records-server", "tests/support"},
 }
 

@@ -99,6 +99,10 @@ def main():
             sys.exit(f"embed says: {told}")
         if tool == "PkgConfig":
             run(built / "boundary", env=environment)
+        else:
+            verdicts = run(built / "host-conformance", env=environment)
+            if "[       OK ] AppCache.KeepsWhatWasSavedLast" not in verdicts:
+                sys.exit(f"host-conformance gives no verdicts:\n{verdicts}")
 
 
 if __name__ == "__main__":

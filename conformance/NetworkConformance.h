@@ -1,0 +1,42 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "conformance/Guarantee.h"
+#include "vellora/Host/Network.h"
+#include "vellora/Platform/Export.h"
+
+namespace vellora::conformance {
+
+/// What you tell the suite of your network. Each test makes one of these, and brings its own server: plain
+/// HTTP on a port of the loopback interface.
+class VELLORA_EXPORT NetworkHost {
+ public:
+  virtual ~NetworkHost() = default;
+
+  /// A network for the server at that address, such as "http://127.0.0.1:40123". The host keeps no handle to
+  /// it.
+  [[nodiscard]] virtual std::shared_ptr<CorvaneSDK::Network> connect(const std::string& serverUrl) = 0;
+
+  /// How long a completion may keep the tests waiting before it counts as never called.
+  [[nodiscard]] virtual std::chrono::milliseconds patience() const { return std::chrono::seconds(10); }
+
+ protected:
+  NetworkHost() = default;
+  NetworkHost(const NetworkHost&) = default;
+  NetworkHost& operator=(const NetworkHost&) = default;
+};
+
+/// What the contract demands of `Network`.
+[[nodiscard]] VELLORA_EXPORT std::span<const Guarantee<NetworkHost>> networkGuarantees();
+
+/// Adds to the program's tests one for each of these guarantees, called `suite.Guarantee`. Call it before
+/// RUN_ALL_TESTS. How your network authenticates a request is left to you.
+VELLORA_EXPORT void registerNetworkConformance(const std::string& suite,
+                                               const std::function<std::unique_ptr<NetworkHost>()>& make);
+
+}  // namespace vellora::conformance
