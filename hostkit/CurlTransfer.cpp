@@ -236,12 +236,15 @@ std::optional<CurlNetworkError::Kind> CurlTransfer::takeBody(std::string_view by
 }
 
 // A body that grew piece by piece would lie in memory twice each time that it moves. Memory that a server
-// announces and never fills is reserved, but not taken from the system.
+// announces and never fills is reserved, but not taken from the system; what no system has is not asked for,
+// however large a body may be.
 void CurlTransfer::reserveBody() {
   curl_off_t announced = -1;
   curl_easy_getinfo(handle_->easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
   if (announced <= 0) return;
-  body_.reserve(std::min(static_cast<std::size_t>(announced), setting_.maxBodyBytes) + Data::padding);
+  constexpr std::size_t mostReserved = std::size_t{256} * 1024 * 1024;
+  body_.reserve(std::min({static_cast<std::size_t>(announced), setting_.maxBodyBytes, mostReserved}) +
+                Data::padding);
 }
 
 void CurlTransfer::finish(int curlCode) {

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <future>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -180,6 +181,12 @@ TEST_F(CurlNetworkTest, AHundredMegabytesAreAnErrorUnlessTheyAreAllowed) {
   remake({.server = server.url(), .maxBodyBytes = 100 * megabyte});
   server.reply(hundred);
   EXPECT_EQ(ask("/theme").data->size(), 100 * megabyte);
+}
+
+TEST_F(CurlNetworkTest, AnAnnouncedLengthBeyondAllMemoryEndsNoProcess) {
+  remake({.server = server.url(), .maxBodyBytes = std::numeric_limits<std::size_t>::max()});
+  server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 9223372036854775806\r\n\r\nhalf", Then::close});
+  expectError(ask("/theme"), Kind::connectionLost);
 }
 
 TEST_F(CurlNetworkTest, ReadsABodyThatEndsWithTheConnection) {
