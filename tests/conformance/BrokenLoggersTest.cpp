@@ -61,7 +61,7 @@ class TextLoggerHost final : public LoggerHost {
 };
 
 template <class L>
-std::set<std::string> brokenBy() {
+std::set<std::string> brokenByLogger() {
   const std::function<std::unique_ptr<LoggerHost>()> make = [] {
     return std::make_unique<TextLoggerHost<L>>();
   };
@@ -69,14 +69,14 @@ std::set<std::string> brokenBy() {
 }
 
 TEST(BrokenLoggersTest, ARightLoggerBreaksNothing) {
-  EXPECT_THAT(brokenBy<TextLogger>(), IsEmpty());
+  EXPECT_THAT(brokenByLogger<TextLogger>(), IsEmpty());
 }
 
 TEST(BrokenLoggersTest, WritingLineEndsAsTheyAreIsFound) {
   class Broken final : public TextLogger {
     void write(std::string_view message) override { text_.append(message) += '\n'; }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("AMessageWithLineEndsIsStillOneLine"));
+  EXPECT_THAT(brokenByLogger<Broken>(), ElementsAre("AMessageWithLineEndsIsStillOneLine"));
 }
 
 TEST(BrokenLoggersTest, LeavingOutEmptyMessagesIsFound) {
@@ -85,7 +85,7 @@ TEST(BrokenLoggersTest, LeavingOutEmptyMessagesIsFound) {
       if (!message.empty()) TextLogger::write(message);
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("AnEmptyMessageIsALineToo"));
+  EXPECT_THAT(brokenByLogger<Broken>(), ElementsAre("AnEmptyMessageIsALineToo"));
 }
 
 TEST(BrokenLoggersTest, ReplacingWhatIsNotAsciiIsFound) {
@@ -96,7 +96,7 @@ TEST(BrokenLoggersTest, ReplacingWhatIsNotAsciiIsFound) {
       TextLogger::write(ascii);
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("TextBeyondAsciiIsKept"));
+  EXPECT_THAT(brokenByLogger<Broken>(), ElementsAre("TextBeyondAsciiIsKept"));
 }
 
 TEST(BrokenLoggersTest, TakingAMessageForAFormatIsFound) {
@@ -107,7 +107,7 @@ TEST(BrokenLoggersTest, TakingAMessageForAFormatIsFound) {
       TextLogger::write(formatted);
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("AMessageThatLooksLikeAFormatIsWrittenAsItIs"));
+  EXPECT_THAT(brokenByLogger<Broken>(), ElementsAre("AMessageThatLooksLikeAFormatIsWrittenAsItIs"));
 }
 
 TEST(BrokenLoggersTest, CuttingLongMessagesIntoPiecesIsFound) {
@@ -131,7 +131,7 @@ TEST(BrokenLoggersTest, CuttingLongMessagesIntoPiecesIsFound) {
     std::mutex mutex_;
     std::string text_;
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("LinesOfSeveralThreadsAreWhole"));
+  EXPECT_THAT(brokenByLogger<Broken>(), ElementsAre("LinesOfSeveralThreadsAreWhole"));
 }
 
 TEST(BrokenLoggersTest, KeepingTheMessageItselfForLaterIsFound) {
@@ -151,7 +151,7 @@ TEST(BrokenLoggersTest, KeepingTheMessageItselfForLaterIsFound) {
     }
     std::string_view kept_;
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("TheMessageIsNotNeededBehindTheCall"));
+  EXPECT_THAT(brokenByLogger<Broken>(), ElementsAre("TheMessageIsNotNeededBehindTheCall"));
 }
 
 }  // namespace

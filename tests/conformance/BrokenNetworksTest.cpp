@@ -49,7 +49,7 @@ class PassingNetworkHost final : public NetworkHost {
 };
 
 template <class N>
-std::set<std::string> brokenBy() {
+std::set<std::string> brokenByNetwork() {
   const std::function<std::unique_ptr<NetworkHost>()> make = [] {
     return std::make_unique<PassingNetworkHost<N>>();
   };
@@ -57,7 +57,7 @@ std::set<std::string> brokenBy() {
 }
 
 TEST(BrokenNetworksTest, ARightNetworkBreaksNothing) {
-  EXPECT_THAT(brokenBy<PassingNetwork>(), IsEmpty());
+  EXPECT_THAT(brokenByNetwork<PassingNetwork>(), IsEmpty());
 }
 
 TEST(BrokenNetworksTest, CompletingAnAnswerTwiceIsFound) {
@@ -73,7 +73,7 @@ TEST(BrokenNetworksTest, CompletingAnAnswerTwiceIsFound) {
       });
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("ARequestIsCompletedOnceWithTheBody"));
+  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("ARequestIsCompletedOnceWithTheBody"));
 }
 
 // Never completes a request that fails in that way.
@@ -92,11 +92,12 @@ class Silent final : public PassingNetwork {
 };
 
 TEST(BrokenNetworksTest, NeverCompletingARequestToNobodyIsFound) {
-  EXPECT_THAT(brokenBy<Silent<Kind::unreachable>>(), ElementsAre("ARequestToNobodyIsCompletedWithoutABody"));
+  EXPECT_THAT(brokenByNetwork<Silent<Kind::unreachable>>(),
+              ElementsAre("ARequestToNobodyIsCompletedWithoutABody"));
 }
 
 TEST(BrokenNetworksTest, NeverCompletingWhatIsUnderWayAtTheEndIsFound) {
-  EXPECT_THAT(brokenBy<Silent<Kind::shutDown>>(),
+  EXPECT_THAT(brokenByNetwork<Silent<Kind::shutDown>>(),
               ElementsAre("ARequestUnderWayIsCompletedWhenTheNetworkIsLetGoOf"));
 }
 
@@ -111,7 +112,7 @@ TEST(BrokenNetworksTest, TakingAnErrorStatusForAFailureIsFound) {
       });
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("TheBodyIsDeliveredWhateverTheStatus"));
+  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("TheBodyIsDeliveredWhateverTheStatus"));
 }
 
 TEST(BrokenNetworksTest, TakingAnEmptyBodyForNoneIsFound) {
@@ -125,7 +126,7 @@ TEST(BrokenNetworksTest, TakingAnEmptyBodyForNoneIsFound) {
       });
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("AnEmptyBodyIsPresentAndEmpty"));
+  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("AnEmptyBodyIsPresentAndEmpty"));
 }
 
 TEST(BrokenNetworksTest, IgnoringTheTimeOfARequestIsFound) {
@@ -138,7 +139,7 @@ TEST(BrokenNetworksTest, IgnoringTheTimeOfARequestIsFound) {
       next_->sendRequest(NetRequest(std::move(patient)), std::move(completion));
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("ARequestIsCompletedWhenItsTimeIsUp"));
+  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("ARequestIsCompletedWhenItsTimeIsUp"));
 }
 
 TEST(BrokenNetworksTest, HandingOutHalfABodyIsFound) {
@@ -154,7 +155,7 @@ TEST(BrokenNetworksTest, HandingOutHalfABodyIsFound) {
       });
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("AnAnswerThatBreaksOffIsCompletedWithoutABody"));
+  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("AnAnswerThatBreaksOffIsCompletedWithoutABody"));
 }
 
 TEST(BrokenNetworksTest, DecodingTheQueryIsFound) {
@@ -169,7 +170,7 @@ TEST(BrokenNetworksTest, DecodingTheQueryIsFound) {
       next_->sendRequest(NetRequest(std::move(other)), std::move(completion));
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("PathAndQueryAreSentAsTheyStand"));
+  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("PathAndQueryAreSentAsTheyStand"));
 }
 
 TEST(BrokenNetworksTest, ChangingTheBytesOfABodyIsFound) {
@@ -183,7 +184,7 @@ TEST(BrokenNetworksTest, ChangingTheBytesOfABodyIsFound) {
       });
     }
   };
-  EXPECT_THAT(brokenBy<Broken>(), ElementsAre("TheBytesOfABodyAreUnchanged"));
+  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("TheBytesOfABodyAreUnchanged"));
 }
 
 }  // namespace

@@ -29,7 +29,7 @@ class BrokenQueueHost final : public QueueHost {
 
 // A queue that loses work keeps its tests waiting for so long.
 template <class Q, int milliseconds = 10'000>
-std::set<std::string> brokenBy() {
+std::set<std::string> brokenByQueue() {
   const std::function<std::unique_ptr<QueueHost>()> make = [] {
     return std::make_unique<BrokenQueueHost<Q, milliseconds>>();
   };
@@ -45,7 +45,7 @@ class RightQueue : public DispatchQueue {
 };
 
 TEST(BrokenQueuesTest, ARightQueueBreaksNothing) {
-  EXPECT_THAT(brokenBy<RightQueue>(), IsEmpty());
+  EXPECT_THAT(brokenByQueue<RightQueue>(), IsEmpty());
 }
 
 TEST(BrokenQueuesTest, RunningWorkAtOnceIsFound) {
@@ -59,7 +59,7 @@ TEST(BrokenQueuesTest, RunningWorkAtOnceIsFound) {
    private:
     std::recursive_mutex mutex_;
   };
-  EXPECT_THAT(brokenBy<Broken>(),
+  EXPECT_THAT(brokenByQueue<Broken>(),
               ElementsAre("WorkMaySubmitWorkWhichRunsAfterIt", "WorkNeverRunsInsideTheCallThatSubmitsIt"));
 }
 
@@ -68,7 +68,7 @@ TEST(BrokenQueuesTest, RunningNothingIsFound) {
    public:
     void async(Work) override {}
   };
-  EXPECT_EQ((brokenBy<Broken, 50>().size()), queueGuarantees().size());
+  EXPECT_EQ((brokenByQueue<Broken, 50>().size()), queueGuarantees().size());
 }
 
 TEST(BrokenQueuesTest, RunningWorkTwiceIsFound) {
@@ -78,7 +78,7 @@ TEST(BrokenQueuesTest, RunningWorkTwiceIsFound) {
       RightQueue::async([work] { work(), work(); });
     }
   };
-  EXPECT_TRUE(brokenBy<Broken>().contains("EachPieceOfWorkRunsOnce"));
+  EXPECT_TRUE(brokenByQueue<Broken>().contains("EachPieceOfWorkRunsOnce"));
 }
 
 TEST(BrokenQueuesTest, RunningTheNewestWorkFirstIsFound) {
@@ -118,7 +118,7 @@ TEST(BrokenQueuesTest, RunningWorkSideBySideIsFound) {
     void async(Work work) override { DispatchQueue::global(DispatchQoS::standard)->async(std::move(work)); }
   };
   // The order may be lost as well; whether it is, is up to the threads.
-  EXPECT_TRUE(brokenBy<Broken>().contains("WorkOfSeveralThreadsRunsOneAtATime"));
+  EXPECT_TRUE(brokenByQueue<Broken>().contains("WorkOfSeveralThreadsRunsOneAtATime"));
 }
 
 TEST(BrokenQueuesTest, DroppingWorkWithTheLastHandleIsFound) {
@@ -133,7 +133,7 @@ TEST(BrokenQueuesTest, DroppingWorkWithTheLastHandleIsFound) {
    private:
     const std::shared_ptr<int> alive_ = std::make_shared<int>(0);
   };
-  EXPECT_THAT((brokenBy<Broken, 1000>()), ElementsAre("WorkRunsThoughTheLastHandleToItsQueueIsDropped"));
+  EXPECT_THAT((brokenByQueue<Broken, 1000>()), ElementsAre("WorkRunsThoughTheLastHandleToItsQueueIsDropped"));
 }
 
 }  // namespace
