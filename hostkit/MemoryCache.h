@@ -22,7 +22,8 @@ class MemoryCacheTable;
 /// purging.
 ///
 /// Rows written without a data key are keyed by their meta, so equal meta replaces the earlier row. An exact
-/// query yields the newest row first. A filter made by `metaEquals` is answered through an index.
+/// query yields the newest row first. A filter made by `metaEquals` or `dataKeyEquals` is answered
+/// through an index.
 ///
 /// Ownership: tables live as long as the cache or anyone who holds them. Blobs share their bytes with the
 /// `Data` that was saved.

@@ -8,6 +8,11 @@
 
 namespace vellora::hostkit {
 
+std::size_t MemoryCacheTable::HashOfPair::operator()(const MetaPair& pair) const {
+  const std::hash<std::string> hash;
+  return hash(pair.first) * 31 + hash(pair.second);
+}
+
 MemoryCacheTable::MemoryCacheTable(CorvaneSDK::Table::MaxAge maxAge, std::function<Date()> clock)
     : maxAge_(maxAge), clock_(std::move(clock)) {}
 
@@ -42,7 +47,7 @@ bool MemoryCacheTable::upsert(const CorvaneSDK::CacheEntry& entry) {
   const std::lock_guard lock(mutex_);
   removeRowsOutside(LiveSpan(stored->written, maxAge_));
   if (const auto found = byDataKey_.find(stored->row.dataKey); found != byDataKey_.end()) {
-    remove(found->second);
+    remove(found->second->sequence);
   }
   stored->sequence = ++lastSequence_;
   add(std::move(stored));
@@ -62,12 +67,14 @@ StoredRows MemoryCacheTable::candidates(const CorvaneSDK::RowFilter* filter) {
   StoredRows rows;
   const CorvaneSDK::Meta* pairs = filter != nullptr ? indexablePairs(*filter) : nullptr;
   const std::lock_guard lock(mutex_);
-  if (pairs == nullptr) {
+  if (const std::string* dataKey = filter != nullptr ? filter->dataKey() : nullptr) {
+    if (const auto found = byDataKey_.find(*dataKey); found != byDataKey_.end())
+      rows.push_back(found->second);
+  } else if (pairs == nullptr) {
     rows.reserve(rows_.size());
     for (const auto& [sequence, stored] : rows_) rows.push_back(stored);
-  } else if (const std::set<Sequence>* sequences = smallestIndexEntry(*pairs)) {
-    for (const Sequence sequence : *sequences) {
-      const auto& stored = rows_.at(sequence);
+  } else if (const RowsByAge* some = smallestIndexEntry(*pairs)) {
+    for (const auto& [sequence, stored] : *some) {
       if (holdsPairs(stored->row.meta, *pairs)) rows.push_back(stored);
     }
   }
@@ -75,9 +82,8 @@ StoredRows MemoryCacheTable::candidates(const CorvaneSDK::RowFilter* filter) {
 }
 
 /// The rows that hold the rarest of `pairs`; null when one of the pairs is in no row.
-const std::set<MemoryCacheTable::Sequence>* MemoryCacheTable::smallestIndexEntry(
-    const CorvaneSDK::Meta& pairs) const {
-  const std::set<Sequence>* smallest = nullptr;
+const MemoryCacheTable::RowsByAge* MemoryCacheTable::smallestIndexEntry(const CorvaneSDK::Meta& pairs) const {
+  const RowsByAge* smallest = nullptr;
   for (const auto& pair : pairs) {
     const auto found = byMetaPair_.find(pair);
     if (found == byMetaPair_.end()) return nullptr;
@@ -88,9 +94,9 @@ const std::set<MemoryCacheTable::Sequence>* MemoryCacheTable::smallestIndexEntry
 
 void MemoryCacheTable::add(std::shared_ptr<const StoredRow> stored) {
   const Sequence sequence = stored->sequence;
-  byDataKey_[stored->row.dataKey] = sequence;
+  byDataKey_.insert_or_assign(stored->row.dataKey, stored);
   byDate_.emplace(stored->written, sequence);
-  for (const auto& pair : stored->row.meta) byMetaPair_[pair].insert(sequence);
+  for (const auto& pair : stored->row.meta) byMetaPair_[pair].emplace(sequence, stored);
   rows_.emplace(sequence, std::move(stored));
 }
 
@@ -98,7 +104,8 @@ void MemoryCacheTable::add(std::shared_ptr<const StoredRow> stored) {
 void MemoryCacheTable::remove(Sequence sequence) {
   const auto found = rows_.find(sequence);
   if (found == rows_.end()) return;
-  const StoredRow& stored = *found->second;
+  const auto kept = found->second;
+  const StoredRow& stored = *kept;
   byDataKey_.erase(stored.row.dataKey);
   byDate_.erase({stored.written, sequence});
   for (const auto& pair : stored.row.meta) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -7,6 +8,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -30,13 +32,17 @@ class MemoryCacheTable final : public CorvaneSDK::CacheTable {
 
  private:
   using Sequence = std::int64_t;
-  using MetaPair = std::pair<std::string, std::string>;
+  using MetaPair = CorvaneSDK::Meta::value_type;
+  using RowsByAge = std::map<Sequence, std::shared_ptr<const StoredRow>>;
+  struct HashOfPair {
+    std::size_t operator()(const MetaPair& pair) const;
+  };
 
   [[nodiscard]] StoredRows rowsFor(const CorvaneSDK::Query& query);
   [[nodiscard]] StoredRows candidates(const CorvaneSDK::RowFilter* filter);
 
   // The caller of these holds the lock.
-  [[nodiscard]] const std::set<Sequence>* smallestIndexEntry(const CorvaneSDK::Meta& pairs) const;
+  [[nodiscard]] const RowsByAge* smallestIndexEntry(const CorvaneSDK::Meta& pairs) const;
   void add(std::shared_ptr<const StoredRow> stored);
   void remove(Sequence sequence);
   void removeRowsOutside(const LiveSpan& live);
@@ -46,9 +52,9 @@ class MemoryCacheTable final : public CorvaneSDK::CacheTable {
 
   std::mutex mutex_;  // guards what follows
   Sequence lastSequence_ = 0;
-  std::map<Sequence, std::shared_ptr<const StoredRow>> rows_;
-  std::map<std::string, Sequence> byDataKey_;
-  std::map<MetaPair, std::set<Sequence>> byMetaPair_;
+  RowsByAge rows_;
+  std::unordered_map<std::string, std::shared_ptr<const StoredRow>> byDataKey_;
+  std::unordered_map<MetaPair, RowsByAge, HashOfPair> byMetaPair_;
   std::set<std::pair<Date, Sequence>> byDate_;
 };
 

@@ -20,14 +20,18 @@ class SQLiteStore;
 /// A `Cache` in one file, which outlives the process.
 ///
 /// Rows written without a data key are keyed by their meta, so equal meta replaces the earlier row. An exact
-/// query yields the newest row first. A filter made by `metaEquals` is answered through an index; any other
-/// filter makes the whole table be read. Rows that are too old go with the next write to their table; a row
-/// dated in the future, because the clock was set back, is kept no longer than one dated in the past.
+/// query yields the newest row first. A filter made by `metaEquals` is answered through an index, and so is a
+/// purge by `dataKeyEquals`; any other filter makes the whole table be read. Rows that are too old go with
+/// the next write to their table; a row dated in the future, because the clock was set back, is kept no
+/// longer than one dated in the past.
 ///
 /// Every blob and row bears a checksum: a damaged one is not there. A file that is damaged as a whole is
 /// renamed to NAME.damaged-1 (or the next free number) and a fresh one begun, at `open` or when the damage is
 /// met; where that fails, each further call tries again. A file that never was one of ours is refused and
 /// left as it is.
+///
+/// Up to 16 MiB of rows that are large and were asked for last are kept in memory, verified and shared.
+/// Another process's write to such a row is seen like any other; damage done to it after it was read is not.
 ///
 /// A loss of power may lose the last writes, never mix them. What is deleted is overwritten in the file.
 ///

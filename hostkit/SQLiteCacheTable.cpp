@@ -66,7 +66,7 @@ bool SQLiteCacheTable::purge(const CorvaneSDK::RowFilter& rowsInFilter) {
   std::vector<sqliteRows::Header> doomed;
   const bool read = store_->perform([&](SQLiteDatabase& database) {
     SQLiteTransaction transaction(database, Kind::reading);
-    doomed = sqliteRows::readHeaders(database, table_.key(), indexablePairs(rowsInFilter));
+    doomed = sqliteRows::readHeaders(database, table_.key(), rowsInFilter);
     transaction.commit();
   });
   if (!read) return false;

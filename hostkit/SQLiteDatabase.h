@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "hostkit/LargeRows.h"
 #include "hostkit/SQLiteStatement.h"
 
 struct sqlite3;
@@ -59,6 +60,9 @@ class SQLiteDatabase {
   /// True when the file has been renamed or deleted since it was opened.
   [[nodiscard]] bool moved() const;
 
+  /// What is kept of the rows that were read from it.
+  [[nodiscard]] LargeRows& largeRows() { return largeRows_; }
+
   /// Lets closing leave the file and its log as they are.
   void leaveUntouchedOnClose();
 
@@ -71,6 +75,7 @@ class SQLiteDatabase {
 
   sqlite3* const handle_;
   std::map<std::string_view, sqlite3_stmt*> statements_;
+  LargeRows largeRows_;
   int failure_ = 0;
 };
 

@@ -15,42 +15,54 @@ namespace {
 using CorvaneSDK::Meta;
 using MaxAge = CorvaneSDK::Table::MaxAge;
 
-struct RowBytes {
+// The statements that read rows leave out the data of a large one: it may be known already.
+static_assert(LargeRows::smallestSize == 16384);
+
+struct RowHead {
   std::int64_t sequence;
   std::string_view dataKey;
   double written;
   std::string_view meta;
-  std::string_view data;
 };
 
-std::int64_t checksum(std::string_view tableKey, const RowBytes& row) {
+/// Over everything but the data, which comes last.
+Checksum headChecksum(std::string_view tableKey, const RowHead& row) {
   const Date written = Date::sinceReferenceDate(row.written);
-  return Checksum()
-      .add("row")
-      .add(tableKey)
-      .add(row.sequence)
-      .add(row.dataKey)
-      .add(written)
-      .add(row.meta)
-      .add(row.data)
-      .value();
+  return Checksum().add("row").add(tableKey).add(row.sequence).add(row.dataKey).add(written).add(row.meta);
 }
 
 std::int64_t checksum(std::string_view tableKey, std::int64_t maxAge) {
   return Checksum().add("table").add(tableKey).add(maxAge).value();
 }
 
-/// The row that the statement stands on; null when it is damaged.
-std::shared_ptr<const StoredRow> verifiedRow(const SQLiteStatement& found, const std::string& tableKey) {
-  const RowBytes bytes{found.integer(0), found.bytes(1), found.real(2), found.bytes(4), found.bytes(5)};
-  if (checksum(tableKey, bytes) != found.integer(3)) return nullptr;
-  auto meta = decodedMeta(bytes.meta);
+/// The row of that head and `data`; null when the two do not fit `checksum`.
+std::shared_ptr<const StoredRow> verifiedRow(const RowHead& head, Checksum checksumOfHead,
+                                             std::string_view data, std::int64_t checksum) {
+  if (checksumOfHead.add(data).value() != checksum) return nullptr;
+  auto meta = decodedMeta(head.meta);
   if (!meta) return nullptr;
   auto stored = std::make_shared<StoredRow>();
-  stored->row = {std::move(*meta), std::string(bytes.dataKey)};
-  stored->data = Data(bytes.data.data(), bytes.data.size());
-  stored->written = Date::sinceReferenceDate(bytes.written);
-  stored->sequence = bytes.sequence;
+  stored->row = {std::move(*meta), std::string(head.dataKey)};
+  stored->data = Data(data.data(), data.size());
+  stored->written = Date::sinceReferenceDate(head.written);
+  stored->sequence = head.sequence;
+  return stored;
+}
+
+/// The row that the statement stands on; null when it is damaged.
+std::shared_ptr<const StoredRow> verifiedRow(SQLiteDatabase& database, const SQLiteStatement& found,
+                                             const std::string& tableKey) {
+  const RowHead head{found.integer(0), found.bytes(1), found.real(2), found.bytes(4)};
+  const Checksum checksumOfHead = headChecksum(tableKey, head);
+  const std::int64_t checksum = found.integer(3);
+  if (!found.isNull(5)) return verifiedRow(head, checksumOfHead, found.bytes(5), checksum);
+
+  const LargeRows::Identity identity{head.sequence, checksumOfHead.value(), checksum};
+  if (auto known = database.largeRows().find(identity)) return known;
+  SQLiteStatement large = database.statement("SELECT data FROM vellora_row WHERE sequence = ?");
+  if (!large.bind(head.sequence).step()) return nullptr;
+  auto stored = verifiedRow(head, checksumOfHead, large.bytes(0), checksum);
+  if (stored) database.largeRows().keep(identity, stored);
   return stored;
 }
 
@@ -135,7 +147,7 @@ StoredRows read(SQLiteDatabase& database, const std::string& tableKey, const Liv
   const auto collect = [&](SQLiteStatement& found) {
     found.bind(live.earliest.secondsSinceReferenceDate()).bind(live.latest.secondsSinceReferenceDate());
     while (found.step()) {
-      auto stored = verifiedRow(found, tableKey);
+      auto stored = verifiedRow(database, found, tableKey);
       if (!stored || (pairs != nullptr && !holdsPairs(stored->row.meta, *pairs))) continue;
       // Both statements go up the sequences; a damaged page may lead to one row twice.
       if (!rows.empty() && stored->sequence <= rows.back()->sequence) continue;
@@ -145,13 +157,14 @@ StoredRows read(SQLiteDatabase& database, const std::string& tableKey, const Liv
   if (pairs == nullptr) {
     // In order of the rows themselves: any index would make SQLite sort them.
     SQLiteStatement all = database.statement(
-        "SELECT sequence, data_key, written, checksum, meta, data FROM vellora_row NOT INDEXED"
-        " WHERE table_name = ? AND written BETWEEN ? AND ? ORDER BY sequence");
+        "SELECT sequence, data_key, written, checksum, meta, CASE WHEN length(r.data) < 16384 THEN r.data END"
+        " FROM vellora_row r NOT INDEXED WHERE table_name = ? AND written BETWEEN ? AND ? ORDER BY sequence");
     collect(all.bind(tableKey));
   } else {
     const auto& [name, value] = rarestPair(database, tableKey, *pairs);
     SQLiteStatement some = database.statement(
-        "SELECT r.sequence, r.data_key, r.written, r.checksum, r.meta, r.data"
+        "SELECT r.sequence, r.data_key, r.written, r.checksum, r.meta, CASE WHEN length(r.data) < 16384 THEN "
+        "r.data END"
         " FROM vellora_meta m INDEXED BY vellora_meta_pair CROSS JOIN vellora_row r ON r.sequence = "
         "m.sequence"
         " WHERE m.table_name = ? AND m.name = ? AND m.value = ? AND r.written BETWEEN ? AND ?"
@@ -161,8 +174,10 @@ StoredRows read(SQLiteDatabase& database, const std::string& tableKey, const Liv
   return rows;
 }
 
-std::vector<Header> readHeaders(SQLiteDatabase& database, const std::string& tableKey, const Meta* pairs) {
+std::vector<Header> readHeaders(SQLiteDatabase& database, const std::string& tableKey,
+                                const CorvaneSDK::RowFilter& filter) {
   std::vector<Header> headers;
+  const Meta* const pairs = indexablePairs(filter);
   const auto collect = [&headers](SQLiteStatement& found) {
     while (found.step()) {
       Header header{found.integer(0), std::nullopt};
@@ -171,7 +186,11 @@ std::vector<Header> readHeaders(SQLiteDatabase& database, const std::string& tab
       headers.push_back(std::move(header));
     }
   };
-  if (pairs == nullptr) {
+  if (const std::string* dataKey = filter.dataKey()) {
+    SQLiteStatement one = database.statement(
+        "SELECT sequence, data_key, meta FROM vellora_row WHERE table_name = ? AND data_key = ?");
+    collect(one.bind(tableKey).bind(*dataKey));
+  } else if (pairs == nullptr) {
     SQLiteStatement all = database.statement(
         "SELECT sequence, data_key, meta FROM vellora_row NOT INDEXED WHERE table_name = ?");
     collect(all.bind(tableKey));
@@ -197,7 +216,7 @@ std::vector<Kept> readAll(SQLiteDatabase& database, const std::string& tableKey)
     Kept kept{{decodedMeta(all.bytes(4)).value_or(Meta()), std::string(all.bytes(1))},
               Date::sinceReferenceDate(all.real(2)),
               std::nullopt};
-    if (const auto sound = verifiedRow(all, tableKey)) {
+    if (const auto sound = verifiedRow(database, all, tableKey)) {
       kept.data = sound->data;
       kept.found = indexHolds(database, tableKey, sound->sequence, sound->row.meta);
     }
@@ -210,27 +229,27 @@ void write(SQLiteDatabase& database, const std::string& tableKey, const CorvaneS
            const Data& data, Date written) {
   if (const auto earlier = sequenceOf(database, tableKey, row.dataKey)) remove(database, *earlier);
   const std::string meta = encodedMeta(row.meta);
-  const RowBytes bytes{nextSequence(database), row.dataKey, written.secondsSinceReferenceDate(), meta,
-                       data.view()};
+  const RowHead head{nextSequence(database), row.dataKey, written.secondsSinceReferenceDate(), meta};
   database
       .statement(
           "INSERT INTO vellora_row(sequence, table_name, data_key, written, checksum, meta, data)"
           " VALUES(?, ?, ?, ?, ?, ?, ?)")
-      .bind(bytes.sequence)
+      .bind(head.sequence)
       .bind(tableKey)
-      .bind(bytes.dataKey)
-      .bind(bytes.written)
-      .bind(checksum(tableKey, bytes))
-      .bind(bytes.meta)
-      .bind(bytes.data)
+      .bind(head.dataKey)
+      .bind(head.written)
+      .bind(headChecksum(tableKey, head).add(data.view()).value())
+      .bind(head.meta)
+      .bind(data.view())
       .step();
-  writePairs(database, tableKey, bytes.sequence, row.meta);
-  const bool found = sequenceOf(database, tableKey, row.dataKey) == bytes.sequence &&
-                     indexHolds(database, tableKey, bytes.sequence, row.meta);
+  writePairs(database, tableKey, head.sequence, row.meta);
+  const bool found = sequenceOf(database, tableKey, row.dataKey) == head.sequence &&
+                     indexHolds(database, tableKey, head.sequence, row.meta);
   if (!found) database.noteDamage();
 }
 
 void remove(SQLiteDatabase& database, std::int64_t sequence) {
+  database.largeRows().forget(sequence);
   database.statement("DELETE FROM vellora_meta WHERE sequence = ?").bind(sequence).step();
   database.statement("DELETE FROM vellora_row WHERE sequence = ?").bind(sequence).step();
 }

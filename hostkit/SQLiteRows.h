@@ -8,6 +8,7 @@
 #include "hostkit/LiveSpan.h"
 #include "hostkit/SQLiteDatabase.h"
 #include "hostkit/StoredRow.h"
+#include "vellora/Host/Query.h"
 #include "vellora/Host/Table.h"
 
 namespace vellora::hostkit {
@@ -27,10 +28,10 @@ struct Header {
 [[nodiscard]] StoredRows read(SQLiteDatabase& database, const std::string& tableKey, const LiveSpan& live,
                               const CorvaneSDK::Meta* pairs);
 
-/// Every row of the table, or (`pairs` is not null) every one that the index knows to hold `pairs`; damaged
-/// and old ones included.
+/// The rows of the table that `filter` may admit, damaged and old ones included: those that an index finds
+/// when it compares meta pairs or the data key, else every row. The filter itself is not called.
 [[nodiscard]] std::vector<Header> readHeaders(SQLiteDatabase& database, const std::string& tableKey,
-                                              const CorvaneSDK::Meta* pairs);
+                                              const CorvaneSDK::RowFilter& filter);
 
 /// A row as the table holds it.
 struct Kept {

@@ -57,6 +57,10 @@ double SQLiteStatement::real(int column) const {
   return sqlite3_column_double(statement_, column);
 }
 
+bool SQLiteStatement::isNull(int column) const {
+  return sqlite3_column_type(statement_, column) == SQLITE_NULL;
+}
+
 void SQLiteStatement::note(int code) {
   database_.note(code);
 }

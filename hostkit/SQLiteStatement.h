@@ -34,6 +34,7 @@ class SQLiteStatement {
   [[nodiscard]] std::string_view bytes(int column) const;
   [[nodiscard]] std::int64_t integer(int column) const;
   [[nodiscard]] double real(int column) const;
+  [[nodiscard]] bool isNull(int column) const;
 
  private:
   void note(int code);

@@ -39,6 +39,19 @@ TYPED_TEST(ReadyCacheTablesTest, TheRowWrittenLastComesFirst) {
   EXPECT_THAT(texts(table->load(Query::exact(named("a")))), ElementsAre("4", "3", "2"));
 }
 
+TYPED_TEST(ReadyCacheTablesTest, AFilterOnTheDataKeyAdmitsThatRowAlone) {
+  const auto table = this->emptyTable();
+  addItems(*table, {"a", "b"});
+  table->upsert(item("c", "3", "key of c"));
+
+  EXPECT_THAT(texts(table->load(Query::exact(dataKeyEquals("key of c")))), ElementsAre("3"));
+  EXPECT_THAT(table->load(Query::exact(dataKeyEquals("key of"))), IsEmpty());
+  EXPECT_TRUE(table->purge(dataKeyEquals("key of nobody")));
+  EXPECT_THAT(names(table->fetch(Query::oldest({}))), ElementsAre("a", "b", "c"));
+  EXPECT_TRUE(table->purge(dataKeyEquals("key of c")));
+  EXPECT_THAT(names(table->fetch(Query::oldest({}))), ElementsAre("a", "b"));
+}
+
 TYPED_TEST(ReadyCacheTablesTest, NewestIsTheLastWrittenEvenWhenTheClockWasSetBack) {
   const auto table = this->emptyTable();
   table->upsert(item("a", "1", "first key"));

@@ -34,6 +34,7 @@ using conformance::texts;
 using CorvaneSDK::Cache;
 using CorvaneSDK::CacheEntry;
 using CorvaneSDK::CacheTable;
+using CorvaneSDK::dataKeyEquals;
 using CorvaneSDK::Meta;
 using CorvaneSDK::metaEquals;
 using CorvaneSDK::PositionRange;

@@ -54,6 +54,24 @@ TEST_F(SQLiteCacheTableTest, ARowRewrittenWhileItsPurgeIsDecidedStays) {
   EXPECT_THAT(table->load(Query::exact(metaEquals({{"name", "a"}}))), ElementsAre(Data(std::string("new"))));
 }
 
+TEST_F(SQLiteCacheTableTest, ALargeRowIsReadOnceAndItsBytesAreShared) {
+  const auto table = tableWithClock(clock.function());
+  const auto elsewhere = tableWithClock(clock.function());
+  const auto query = Query::exact(metaEquals({{"name", "list"}}));
+  const Data first(std::string(100'000, 'a'));
+  const Data second(std::string(100'000, 'b'));
+  table->upsert({first, {{"name", "list"}}, std::nullopt});
+
+  const auto read = table->load(query).at(0);
+  EXPECT_EQ(read, first);
+  EXPECT_TRUE(table->load(query).at(0).sharesBufferWith(read));
+
+  elsewhere->upsert({second, {{"name", "list"}}, std::nullopt});
+  EXPECT_THAT(table->load(query), ElementsAre(second)) << "another connection has written it anew";
+  elsewhere->purge(metaEquals({{"name", "list"}}));
+  EXPECT_THAT(table->load(query), IsEmpty());
+}
+
 TEST_F(SQLiteCacheTableTest, ADateThatIsNoNumberIsNotWritten) {
   const auto table =
       tableWithClock([] { return Date::sinceReferenceDate(std::numeric_limits<double>::quiet_NaN()); });

@@ -21,8 +21,11 @@ using vellora::tests::TemporaryFolder;
 
 using CorvaneSDK::Meta;
 using CorvaneSDK::Row;
+using CorvaneSDK::RowFilter;
 using CorvaneSDK::Table;
 using testing::ElementsAre;
+
+const RowFilter everyRow = [](const Row&) { return true; };
 
 class SQLiteRowsTest : public testing::Test {
  protected:
@@ -77,18 +80,18 @@ TEST_F(SQLiteRowsTest, FindsTheRarestPairAmongManyRows) {
 TEST_F(SQLiteRowsTest, ANumberIsNotUsedTwice) {
   write("1", {});
   write("2", {});
-  const auto before = sqliteRows::readHeaders(*database, "Rows", nullptr);
+  const auto before = sqliteRows::readHeaders(*database, "Rows", everyRow);
   for (const auto& header : before) sqliteRows::remove(*database, header.sequence);
   write("3", {});
 
-  const auto after = sqliteRows::readHeaders(*database, "Rows", nullptr);
+  const auto after = sqliteRows::readHeaders(*database, "Rows", everyRow);
   ASSERT_EQ(after.size(), 1U);
   EXPECT_GT(after[0].sequence, before[1].sequence);
 }
 
 TEST_F(SQLiteRowsTest, ARemovedRowLeavesNothingInTheIndex) {
   write("1", {{"kind", "item"}, {"name", "a"}});
-  sqliteRows::remove(*database, sqliteRows::readHeaders(*database, "Rows", nullptr).at(0).sequence);
+  sqliteRows::remove(*database, sqliteRows::readHeaders(*database, "Rows", everyRow).at(0).sequence);
   SQLiteStatement count = database->statement("SELECT count(*) FROM vellora_meta");
   ASSERT_TRUE(count.step());
   EXPECT_EQ(count.integer(0), 0);
@@ -144,6 +147,24 @@ TEST_F(SQLiteRowsTest, LookingUpByPairsCostsTheSameInALargeTable) {
 
   EXPECT_GT(few, 0);
   EXPECT_LE(many, few + 10);
+  StepCounter::steps = 0;
+  EXPECT_EQ(sqliteRows::readHeaders(*database, "Rows", CorvaneSDK::dataKeyEquals("7")).size(), 1U);
+  EXPECT_LE(StepCounter::steps, few);
+}
+
+TEST_F(SQLiteRowsTest, ARowOfAnySizeIsVerified) {
+  const auto size = static_cast<int>(LargeRows::smallestSize);
+  for (const int length : {0, 1, size - 1, size, size + 1, 300'000}) {
+    const std::string key = std::to_string(length);
+    const Data data(std::string(static_cast<std::size_t>(length), 'x'));
+    sqliteRows::write(*database, "Rows", Row{{{"name", key}}, key}, data, noon);
+    const Meta pairs{{"name", key}};
+    const auto rows = sqliteRows::read(*database, "Rows", live, &pairs);
+    ASSERT_EQ(rows.size(), 1U) << length;
+    EXPECT_EQ(rows[0]->data, data) << length;
+  }
+  database->run("UPDATE vellora_row SET checksum = checksum + 1");
+  EXPECT_THAT(keys(nullptr), testing::IsEmpty());
 }
 
 }  // namespace

@@ -75,7 +75,7 @@ void TimestampedTable::enforceCacheCount(std::string_view kind) const {
   for (std::size_t index = 0; index + maxCount < rows.size(); ++index) {
     const Row& surplus = rows[index];
     log("enforceCacheCount(), purging row: ", describe(surplus.meta));
-    cacheTable_->purge([&surplus](const Row& row) { return row.dataKey == surplus.dataKey; });
+    cacheTable_->purge(CorvaneSDK::dataKeyEquals(surplus.dataKey));
   }
 }
 
@@ -84,7 +84,9 @@ Meta TimestampedTable::kindMeta(std::string_view kind) {
 }
 
 void TimestampedTable::log(std::string_view operation, std::string_view detail) const {
-  logger_->log(std::string(operation).append(detail), LogLevel::info);
+  std::string text;
+  text.reserve(operation.size() + detail.size());
+  logger_->log(text.append(operation).append(detail), LogLevel::info);
 }
 
 void TimestampedTable::logError(std::string_view operation, std::string_view failure,

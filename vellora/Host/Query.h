@@ -4,16 +4,18 @@
 #include <functional>
 #include <limits>
 #include <optional>
+#include <string>
 #include <type_traits>
 #include <utility>
+#include <variant>
 
 #include "vellora/Host/Row.h"
 #include "vellora/Platform/Export.h"
 
 namespace CorvaneSDK {
 
-/// A predicate on rows. One that only compares meta values also carries the pairs, so that a host with an
-/// index can answer without a scan; a host that ignores the pairs returns the same rows.
+/// A predicate on rows. One that only compares meta values, or the data key, also tells which, so that a host
+/// with an index can answer without a scan; a host that ignores that returns the same rows.
 class VELLORA_EXPORT RowFilter {
  public:
   using Predicate = std::function<bool(const Row&)>;
@@ -21,22 +23,31 @@ class VELLORA_EXPORT RowFilter {
   /// Any predicate; must not be empty, and is called only during the call that it is handed to.
   template <class P>
   requires std::is_invocable_r_v<bool, const P&, const Row&> RowFilter(P predicate)
-      : predicate_(std::move(predicate)) {}  // NOLINT: converts on purpose
+      : condition_(Predicate(std::move(predicate))) {}  // NOLINT: converts on purpose
 
-  [[nodiscard]] bool operator()(const Row& row) const { return predicate_(row); }
+  [[nodiscard]] bool operator()(const Row& row) const;
 
   /// The pairs that a row's meta must hold, when the filter is nothing but that; else null.
-  [[nodiscard]] const Meta* metaPairs() const noexcept { return metaPairs_ ? &*metaPairs_ : nullptr; }
+  [[nodiscard]] const Meta* metaPairs() const noexcept { return std::get_if<Meta>(&condition_); }
+
+  /// The data key that a row must have, when the filter is nothing but that; else null.
+  [[nodiscard]] const std::string* dataKey() const noexcept { return std::get_if<std::string>(&condition_); }
 
  private:
   friend VELLORA_EXPORT RowFilter metaEquals(Meta pairs);
+  friend VELLORA_EXPORT RowFilter dataKeyEquals(std::string dataKey);
 
-  Predicate predicate_;
-  std::optional<Meta> metaPairs_;
+  using Condition = std::variant<Predicate, Meta, std::string>;
+  explicit RowFilter(Condition condition) : condition_(std::move(condition)) {}
+
+  Condition condition_;
 };
 
 /// Admits the rows whose meta holds every one of `pairs`. A row that lacks one of the keys is not admitted.
 [[nodiscard]] VELLORA_EXPORT RowFilter metaEquals(Meta pairs);
+
+/// Admits the one row of that data key.
+[[nodiscard]] VELLORA_EXPORT RowFilter dataKeyEquals(std::string dataKey);
 
 /// Positions from `lower` up to, not including, `upper`.
 struct VELLORA_EXPORT PositionRange {
