@@ -1,5 +1,7 @@
 #include "vellora/Platform/QuotedText.h"
 
+#include <algorithm>
+
 #include "vellora/Platform/Utf8.h"
 
 namespace vellora {
@@ -39,11 +41,25 @@ std::string escaped(const Utf8Character& character, std::string_view bytes) {
   return std::string(bytes);
 }
 
+// How many bytes at the front of `text` stand for themselves: nearly all of any text.
+std::size_t plainLength(std::string_view text) {
+  const auto special = std::find_if(text.begin(), text.end(),
+                                    [](char c) { return c < ' ' || c > '~' || c == '"' || c == '\\'; });
+  return static_cast<std::size_t>(special - text.begin());
+}
+
 }  // namespace
 
 std::string quotedText(std::string_view text, std::size_t limit) {
   std::string quoted = "\"";
+  quoted.reserve(std::min(text.size() + 2, limit));
   while (!text.empty()) {
+    const std::size_t plain = plainLength(text.substr(0, limit));
+    if (plain > 0 && quoted.size() + plain < limit) {
+      quoted += text.substr(0, plain);
+      text.remove_prefix(plain);
+      continue;
+    }
     const Utf8Character character = firstCharacter(text);
     const std::string next = escaped(character, text.substr(0, character.length));
     if (quoted.size() + next.size() + 1 > limit) {
