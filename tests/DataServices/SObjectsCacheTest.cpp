@@ -25,6 +25,16 @@ class SObjectsCacheTest : public testing::Test {
     return all;
   }
 
+  std::optional<std::vector<SObject>> cachedList() const {
+    const auto list = cache.cachedSObjects();
+    return list ? std::optional(list->records()) : std::nullopt;
+  }
+
+  std::optional<Names> cachedNames() const {
+    const auto names = cache.cachedKeyPrefixes();
+    return names ? std::optional(*names) : std::nullopt;
+  }
+
   void damage(const Meta& meta) { table()->upsert({Data(std::string("{")), meta, std::nullopt}); }
 
   tests::TestClock clock{Date::since1970(1'700'000'000)};
@@ -99,9 +109,9 @@ TEST_F(SObjectsCacheTest, ReadsBackWhatItSaved) {
   cache.save(std::optional<std::string>("Account"), "00B1");
   host.logger->clear();
 
-  EXPECT_EQ(cache.cachedSObjects(), (std::vector{account, listView}));
+  EXPECT_EQ(cachedList(), (std::vector{account, listView}));
   EXPECT_EQ(cache.cachedSObject("Contact"), contact);
-  EXPECT_EQ(cache.cachedKeyPrefixes(), (Names{{"001", "Account"}, {"00B", "ListView"}}));
+  EXPECT_EQ(cachedNames(), (Names{{"001", "Account"}, {"00B", "ListView"}}));
   EXPECT_EQ(cache.cachedName("003"), "Contact");
   EXPECT_EQ(cache.cachedListViewType("00B1"), "Account");
   EXPECT_THAT(host.infos(),
@@ -111,10 +121,10 @@ TEST_F(SObjectsCacheTest, ReadsBackWhatItSaved) {
 }
 
 TEST_F(SObjectsCacheTest, FindsNothingInAnEmptyCacheAndSaysNothing) {
-  EXPECT_EQ(cache.cachedSObjects(), std::nullopt);
+  EXPECT_EQ(cachedList(), std::nullopt);
   EXPECT_EQ(cache.cachedSObject("Account"), std::nullopt);
   EXPECT_EQ(cache.cachedSObject(std::nullopt), std::nullopt);
-  EXPECT_EQ(cache.cachedKeyPrefixes(), std::nullopt);
+  EXPECT_EQ(cachedNames(), std::nullopt);
   EXPECT_EQ(cache.cachedName("001"), std::nullopt);
   EXPECT_EQ(cache.cachedListViewType("00B1"), std::nullopt);
   EXPECT_THAT(host.logger->lines(), IsEmpty());
@@ -146,7 +156,7 @@ TEST_F(SObjectsCacheTest, TakesAnAbsentNameForNobodysAlsoWhenATypeHasAnEmptyOne)
 TEST_F(SObjectsCacheTest, GivesThePrefixThatTwoTypesShareToTheLater) {
   cache.save(std::vector{account, SObject{"Person", "001", "Person", "People", true}});
 
-  EXPECT_EQ(cache.cachedKeyPrefixes(), (Names{{"001", "Person"}}));
+  EXPECT_EQ(cachedNames(), (Names{{"001", "Person"}}));
 }
 
 TEST_F(SObjectsCacheTest, SavesAnEmptyTableOfKeyPrefixesWhenNoTypeHasOne) {
@@ -159,7 +169,36 @@ TEST_F(SObjectsCacheTest, ReadsTheNewestList) {
   cache.save(std::vector{account});
   cache.save(std::vector{contact});
 
-  EXPECT_EQ(cache.cachedSObjects(), std::vector{contact});
+  EXPECT_EQ(cachedList(), std::vector{contact});
+}
+
+TEST_F(SObjectsCacheTest, DecodesTheListOnceWhileItsRowHoldsTheSameBytes) {
+  cache.save(std::vector{account, listView});
+  const auto list = cache.cachedSObjects();
+  const auto names = cache.cachedKeyPrefixes();
+  host.logger->clear();
+  host.cache->clearCalls();
+
+  cache.save(std::vector{account, listView});
+  EXPECT_EQ(cache.cachedSObjects(), list);
+  EXPECT_EQ(cache.cachedKeyPrefixes(), names);
+  cache.save(std::vector{contact});
+  EXPECT_EQ(cachedList(), std::vector{contact});
+  EXPECT_EQ(cachedNames(), (Names{{"003", "Contact"}}));
+
+  EXPECT_THAT(host.infos(),
+              ElementsAre("save(_:)", "saveKeyPrefixes(_:)", "cachedSObjects()", "cachedKeyPrefixes()",
+                          "save(_:)", "saveKeyPrefixes(_:)", "cachedSObjects()", "cachedKeyPrefixes()"));
+}
+
+TEST_F(SObjectsCacheTest, GivesNoRememberedListForARowThatCannotBeDecoded) {
+  cache.save(std::vector{account});
+  EXPECT_EQ(cachedList(), std::vector{account});
+  damage({{"cacheEntryType", "sObjects"}});
+
+  EXPECT_EQ(cachedList(), std::nullopt);
+  EXPECT_EQ(cachedList(), std::nullopt);
+  EXPECT_EQ(host.errors().size(), 2U);
 }
 
 TEST_F(SObjectsCacheTest, WritesAListViewWithoutTypeThatItCannotReadBack) {
@@ -180,9 +219,9 @@ TEST_F(SObjectsCacheTest, TellsWhichReadFailedToDecode) {
   damage({{"cacheEntryType", "keyPrefix"}, {"keyPrefix", "001"}});
   damage({{"cacheEntryType", "listView"}, {"id", "00B1"}});
 
-  EXPECT_EQ(cache.cachedSObjects(), std::nullopt);
+  EXPECT_EQ(cachedList(), std::nullopt);
   EXPECT_EQ(cache.cachedSObject("Account"), std::nullopt);
-  EXPECT_EQ(cache.cachedKeyPrefixes(), std::nullopt);
+  EXPECT_EQ(cachedNames(), std::nullopt);
   EXPECT_EQ(cache.cachedName("001"), std::nullopt);
   EXPECT_EQ(cache.cachedListViewType("00B1"), std::nullopt);
   EXPECT_THAT(host.errors(),
@@ -225,7 +264,7 @@ TEST_F(SObjectsCacheTest, BoundsTheThreeKindsOfSingleItemsInTheirOrder) {
                   "enforceCacheCount(), cacheEntryType: sObject, rows.count: 0, maxCount: 100",
                   "enforceCacheCount(), cacheEntryType: listView, rows.count: 101, maxCount: 100",
                   R"(enforceCacheCount(), purging row: ["cacheEntryType": "listView", "id": "00B0"])"));
-  EXPECT_EQ(cache.cachedSObjects(), std::vector{account});
+  EXPECT_EQ(cachedList(), std::vector{account});
 }
 
 }  // namespace

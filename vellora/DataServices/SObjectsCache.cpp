@@ -35,8 +35,8 @@ SObjectsCache::SObjectsCache(std::shared_ptr<CorvaneSDK::Cache> cache,
              {"OPS_SObjectsCacheTable", std::string(sObjectsFetchTimeKey),
               std::string(rawValue(CacheEntryType::sObjects))}) {}
 
-std::optional<std::vector<SObject>> SObjectsCache::cachedSObjects() const {
-  return table_.read<std::vector<SObject>>(metaOf(CacheEntryType::sObjects), "cachedSObjects()");
+std::shared_ptr<const NamedList<SObject>> SObjectsCache::cachedSObjects() const {
+  return table_.read(list_, NamedList<SObject>::decode, metaOf(CacheEntryType::sObjects), "cachedSObjects()");
 }
 
 std::optional<SObject> SObjectsCache::cachedSObject(const std::optional<std::string>& name) const {
@@ -45,9 +45,9 @@ std::optional<SObject> SObjectsCache::cachedSObject(const std::optional<std::str
                               ", name: " + *name + ", was retrieved from cache");
 }
 
-std::optional<std::map<std::string, std::string>> SObjectsCache::cachedKeyPrefixes() const {
-  return table_.read<std::map<std::string, std::string>>(metaOf(CacheEntryType::keyPrefixes),
-                                                         "cachedKeyPrefixes()");
+std::shared_ptr<const SObjectsCache::NamesByKeyPrefix> SObjectsCache::cachedKeyPrefixes() const {
+  return table_.read(keyPrefixes_, json::decode<NamesByKeyPrefix>, metaOf(CacheEntryType::keyPrefixes),
+                     "cachedKeyPrefixes()");
 }
 
 std::optional<std::string> SObjectsCache::cachedName(const std::string& keyPrefix) const {
@@ -73,7 +73,7 @@ void SObjectsCache::save(const SObject& sObject) const {
 }
 
 void SObjectsCache::saveKeyPrefixes(const std::vector<SObject>& sObjects) const {
-  std::map<std::string, std::string> names;
+  NamesByKeyPrefix names;
   for (const auto& sObject : sObjects) {
     if (sObject.keyPrefix) names.insert_or_assign(*sObject.keyPrefix, sObject.name);
   }

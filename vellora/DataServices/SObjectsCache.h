@@ -6,10 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "vellora/DataServices/NamedList.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/Logger.h"
 #include "vellora/Models/SObject.h"
+#include "vellora/Platform/Remembered.h"
 
 namespace vellora {
 
@@ -17,21 +19,26 @@ namespace vellora {
 /// fetched. Each read and write logs itself under its own name.
 ///
 /// Beside the list there are rows for what single lookups found, so that the next one needs not decode a list
-/// of thousands. They never decide whether the cache is fresh, and are served however old they are.
+/// of thousands. They never decide whether the cache is fresh, and are served however old they are. For the
+/// lookups that find no such row yet, the list and its key prefixes are remembered in their decoded form for
+/// as long as the host's table gives the same bytes.
 ///
 /// Ownership: part of the service. Threads and errors: as `TimestampedTable` says.
 class SObjectsCache {
  public:
+  using NamesByKeyPrefix = std::map<std::string, std::string>;
+
   SObjectsCache(std::shared_ptr<CorvaneSDK::Cache> cache, std::shared_ptr<CorvaneSDK::Logger> logger,
                 double cacheTimeout);
 
   [[nodiscard]] CacheState cacheState() const { return table_.cacheState(); }
 
-  [[nodiscard]] std::optional<std::vector<SObject>> cachedSObjects() const;
+  /// Null when absent, as the next but one.
+  [[nodiscard]] std::shared_ptr<const NamedList<SObject>> cachedSObjects() const;
   /// An absent name is no object type's.
   [[nodiscard]] std::optional<SObject> cachedSObject(const std::optional<std::string>& name) const;
   /// Object API names by key prefix.
-  [[nodiscard]] std::optional<std::map<std::string, std::string>> cachedKeyPrefixes() const;
+  [[nodiscard]] std::shared_ptr<const NamesByKeyPrefix> cachedKeyPrefixes() const;
   [[nodiscard]] std::optional<std::string> cachedName(const std::string& keyPrefix) const;
   /// What the list view lists. Absent also where the server gave no type: such a row is written as null,
   /// fails to decode, and so has the server asked again, which may know by then.
@@ -50,7 +57,12 @@ class SObjectsCache {
  private:
   void saveKeyPrefixes(const std::vector<SObject>& sObjects) const;
 
+  // Constant after construction.
   const TimestampedTable table_;
+
+  // Synchronise themselves.
+  const Remembered<NamedList<SObject>> list_;
+  const Remembered<NamesByKeyPrefix> keyPrefixes_;
 };
 
 }  // namespace vellora

@@ -103,13 +103,14 @@ void SObjectsDataService::loadSObjects(LoadCompletion completion) {
 Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsDataService::sObjectsForIds(
     std::vector<std::string> ids) {
   const auto tuples = collected(std::move(ids), &SObjectsDataService::sObjectAsIdTuple);
-  return tuples.map([weak = weak_from_this()](const std::vector<IdTuple>& all) {
+  return tuples.map([weak = weak_from_this()](std::vector<IdTuple>&& all) {
     std::map<std::string, TypeAndInstance> found;
-    for (const auto& [id, type, instance] : all) {
-      found.insert_or_assign(id, TypeAndInstance{type, instance});
+    for (auto& [id, type, instance] : all) {
+      const auto entry = found.insert_or_assign(id, TypeAndInstance{std::move(type), std::move(instance)});
+      const TypeAndInstance& both = entry.first->second;
       if (const auto self = weak.lock()) {
-        self->log("sObjectsForIds(_:): id: " + id + ", (type: " + nameOrNil(type) +
-                  ", instance: " + nameOrNil(instance) + ")");
+        self->log("sObjectsForIds(_:): id: " + id + ", (type: " + nameOrNil(both.type) +
+                  ", instance: " + nameOrNil(both.instance) + ")");
       }
     }
     return found;
@@ -119,13 +120,13 @@ Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsD
 Publisher<std::map<std::string, std::optional<SObject>>> SObjectsDataService::sObjectsForNames(
     std::vector<std::string> names) {
   const auto tuples = collected(std::move(names), &SObjectsDataService::sObjectAsNameTuple);
-  return tuples.map([weak = weak_from_this()](const std::vector<NameTuple>& all) {
+  return tuples.map([weak = weak_from_this()](std::vector<NameTuple>&& all) {
     std::map<std::string, std::optional<SObject>> found;
-    for (const auto& [name, sObject] : all) {
-      found.insert_or_assign(name, sObject);
+    for (auto& [name, sObject] : all) {
+      const auto entry = found.insert_or_assign(name, std::move(sObject));
       if (const auto self = weak.lock()) {
         self->log("sObjectsForNames(_:): tuples for each id: " + name + ", " +
-                  describe(optionalName(sObject)) + ")");
+                  describe(optionalName(entry.first->second)) + ")");
       }
     }
     return found;
@@ -148,15 +149,17 @@ Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::st
 
 Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(const std::string& id) {
   const auto type = sObjectForId(id);
-  const auto instance = instanceSObject(id);
-  return type.combineLatest(instance).map([id](const std::pair<OptionalSObject, OptionalSObject>& both) {
-    return IdTuple{id, both.first, both.second};
+  if (name(id) != listViewName) {
+    return type.map([id](OptionalSObject found) { return IdTuple{id, std::move(found), std::nullopt}; });
+  }
+  return type.combineLatest(listViewSObject(id)).map([id](std::pair<OptionalSObject, OptionalSObject> both) {
+    return IdTuple{id, std::move(both.first), std::move(both.second)};
   });
 }
 
 Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(const std::string& name) {
-  return sObjectForName(name).map([name](const OptionalSObject& sObject) {
-    return NameTuple{name, sObject};
+  return sObjectForName(name).map([name](OptionalSObject sObject) {
+    return NameTuple{name, std::move(sObject)};
   });
 }
 
@@ -170,9 +173,10 @@ Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(
   log("sObjectForName(_:), name: " + name.value_or("null type"));
   if (auto sObject = cache_->cachedSObject(name)) return Publisher<OptionalSObject>::just(std::move(sObject));
   if (const auto sObjects = cache_->cachedSObjects()) {
-    auto sObject = firstNamed(*sObjects, name);
-    if (sObject) cache_->save(*sObject);
-    return Publisher<OptionalSObject>::just(std::move(sObject));
+    const SObject* sObject = name ? sObjects->firstNamed(*name) : nullptr;
+    if (!sObject) return Publisher<OptionalSObject>::just(std::nullopt);
+    cache_->save(*sObject);
+    return Publisher<OptionalSObject>::just(*sObject);
   }
   return fetchedSObjects().map([weak = weak_from_this(), name](const std::vector<SObject>& sObjects) {
     auto sObject = firstNamed(sObjects, name);
@@ -180,10 +184,6 @@ Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(
     if (sObject && self) self->cache_->save(*sObject);
     return sObject;
   });
-}
-
-Publisher<std::optional<SObject>> SObjectsDataService::instanceSObject(const std::string& id) {
-  return name(id) == listViewName ? listViewSObject(id) : Publisher<OptionalSObject>::just(std::nullopt);
 }
 
 Publisher<std::optional<SObject>> SObjectsDataService::listViewSObject(const std::string& id) {

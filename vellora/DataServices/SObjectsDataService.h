@@ -113,7 +113,6 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<NameTuple> sObjectAsNameTuple(const std::string& name);
   [[nodiscard]] Publisher<OptionalSObject> sObjectForId(const std::string& id);
   [[nodiscard]] Publisher<OptionalSObject> sObjectForName(const std::optional<std::string>& name);
-  [[nodiscard]] Publisher<OptionalSObject> instanceSObject(const std::string& id);
   [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id);
   [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects();
   [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(const std::string& id);

@@ -3,9 +3,11 @@
 #include <algorithm>
 
 #include "vellora/DataServices/FetchTime.h"
+#include "vellora/DataServices/NamedList.h"
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Models/ThemeResponse.h"
+#include "vellora/Platform/Remembered.h"
 #include "vellora/Platform/SerialDispatchQueue.h"
 
 namespace vellora {
@@ -43,7 +45,8 @@ ThemeDataService::ThemeDataService(RequiredAPI api, double cacheTimeout)
           std::move(api.cache), logger_, cacheTimeout,
           TimestampedTable::Names{"OPS_ThemesCacheTable", std::string(themesFetchTimeKey),
                                   std::string(listKind)})),
-      queue_(std::make_shared<SerialDispatchQueue>("ThemeDataService.queue", DispatchQoS::userInitiated)) {}
+      queue_(std::make_shared<SerialDispatchQueue>("ThemeDataService.queue", DispatchQoS::userInitiated)),
+      list_(std::make_unique<const Remembered<NamedList<ThemeItem>>>()) {}
 
 ThemeDataService::~ThemeDataService() {
   table_->enforceCacheCount(entryKind);
@@ -100,13 +103,13 @@ Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& n
   using Answer = Publisher<std::optional<ThemeItem>>;
   if (auto entry = cachedTheme(name)) return Answer::just(std::move(entry));
   if (const auto list = cachedThemes()) {
-    auto entry = firstNamed(name, *list);
-    if (entry) {
-      save(*entry);
-    } else {
+    const ThemeItem* entry = list->firstNamed(name);
+    if (!entry) {
       log("theme(for:), no theme was found for name: " + name);
+      return Answer::just(std::nullopt);
     }
-    return Answer::just(std::move(entry));
+    save(*entry);
+    return Answer::just(*entry);
   }
   return fetchedThemes().map([name, weak = weak_from_this()](const std::vector<ThemeItem>& list) {
     auto entry = firstNamed(name, list);
@@ -144,8 +147,9 @@ Publisher<std::optional<Data>> ThemeDataService::requestPublisher(const CorvaneS
   });
 }
 
-std::optional<std::vector<ThemeItem>> ThemeDataService::cachedThemes() const {
-  return table_->read<std::vector<ThemeItem>>(TimestampedTable::kindMeta(listKind), "cachedThemes()");
+std::shared_ptr<const NamedList<ThemeItem>> ThemeDataService::cachedThemes() const {
+  return table_->read(*list_, NamedList<ThemeItem>::decode, TimestampedTable::kindMeta(listKind),
+                      "cachedThemes()");
 }
 
 std::optional<ThemeItem> ThemeDataService::cachedTheme(const std::string& name) const {

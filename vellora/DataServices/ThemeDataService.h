@@ -22,6 +22,10 @@
 
 namespace vellora {
 
+template <class Record>
+class NamedList;
+template <class T>
+class Remembered;
 class TimestampedTable;
 
 /// Answers which colours and icons object types have. The server gives the theme entries of all types in one
@@ -77,7 +81,7 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
   [[nodiscard]] Publisher<std::optional<Data>> requestPublisher(const CorvaneSDK::NetRequest& request);
 
-  [[nodiscard]] std::optional<std::vector<ThemeItem>> cachedThemes() const;
+  [[nodiscard]] std::shared_ptr<const NamedList<ThemeItem>> cachedThemes() const;  // null when absent
   [[nodiscard]] std::optional<ThemeItem> cachedTheme(const std::string& name) const;
   void save(const std::vector<ThemeItem>& themes) const;
   void save(const ThemeItem& theme) const;
@@ -91,8 +95,9 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   const std::unique_ptr<const TimestampedTable> table_;
   const std::shared_ptr<DispatchQueue> queue_;
 
-  // Synchronises itself.
+  // Synchronise themselves.
   Cancellables subscriptions_;
+  const std::unique_ptr<const Remembered<NamedList<ThemeItem>>> list_;  // decoded, while its bytes stay
 };
 
 }  // namespace vellora

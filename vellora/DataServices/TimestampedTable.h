@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "vellora/DataServices/CacheState.h"
@@ -12,6 +13,7 @@
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Host/Logger.h"
 #include "vellora/Platform/Json.h"
+#include "vellora/Platform/Remembered.h"
 
 namespace vellora {
 
@@ -59,15 +61,19 @@ class TimestampedTable {
   /// The first row whose meta holds all pairs of `meta`. Logs `operation` followed by `found` when there is
   /// such a row, before it is decoded.
   template <class T>
-  [[nodiscard]] std::optional<T> read(const CorvaneSDK::Meta& meta, std::string_view operation,
+  [[nodiscard]] std::optional<T> read(CorvaneSDK::Meta meta, std::string_view operation,
                                       std::string_view found = {}) const {
-    const auto rows = cacheTable_->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(meta)));
-    if (rows.empty()) return std::nullopt;
-    log(operation, found);
-    auto value = json::decode<T>(rows.front());
-    if (value) return std::move(value).value();
-    logError(operation, ": Failed to decode: ", value.error());
-    return std::nullopt;
+    return readWith(json::decode<T>, std::move(meta), operation, found);
+  }
+
+  /// The same for a large row: its value is made by `decode` (from `const Data&` to `Result<T>`) when the row
+  /// has other bytes than the last time. The row is read, and `operation` logged, each time. Null when
+  /// absent.
+  template <class T, class Decode>
+  [[nodiscard]] std::shared_ptr<const T> read(const Remembered<T>& remembered, Decode decode,
+                                              CorvaneSDK::Meta meta, std::string_view operation) const {
+    const auto decodeOnce = [&](const Data& row) { return remembered.madeOf(row, decode); };
+    return readWith(decodeOnce, std::move(meta), operation, {}).value_or(nullptr);
   }
 
   /// Writes `value` as a row, logs `operation` followed by `written`, and returns true; false when `value`
@@ -93,6 +99,19 @@ class TimestampedTable {
   [[nodiscard]] static CorvaneSDK::Meta kindMeta(std::string_view kind);
 
  private:
+  template <class Decode>
+  [[nodiscard]] auto readWith(Decode decode, CorvaneSDK::Meta meta, std::string_view operation,
+                              std::string_view found) const {
+    using T = typename std::invoke_result_t<Decode, const Data&>::Value;
+    const auto rows = cacheTable_->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(std::move(meta))));
+    if (rows.empty()) return std::optional<T>();
+    log(operation, found);
+    auto value = decode(rows.front());
+    if (value) return std::optional<T>(std::move(value).value());
+    logError(operation, ": Failed to decode: ", value.error());
+    return std::optional<T>();
+  }
+
   [[nodiscard]] bool isCacheEmpty() const;
   [[nodiscard]] bool cacheNeedsToBeRefreshed() const;
   void log(std::string_view operation, std::string_view detail) const;
