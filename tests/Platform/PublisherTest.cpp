@@ -35,6 +35,14 @@ class Recorder {
   AnyCancellable token;
 };
 
+/// Counts its copies.
+struct Heavy {
+  Heavy() = default;
+  Heavy(const Heavy& other) : copies(other.copies + 1) {}
+  Heavy(Heavy&& other) noexcept = default;
+  int copies = 0;
+};
+
 template <class T>
 std::vector<std::string> eventsOf(const Publisher<T>& publisher) {
   Recorder<T> recorder;
@@ -517,6 +525,29 @@ TEST(PublisherTest, CancellingFromInsideTheValueHandlerSilencesTheEnd) {
   promise->succeed(1);
   EXPECT_EQ(values, 1);
   EXPECT_FALSE(ended);
+}
+
+TEST(PublisherTest, FlatMapTakesTheValueOfAProducerThatNobodyElseHolds) {
+  std::vector<int> copies;
+  const auto token =
+      Publisher<int>::just(1)
+          .flatMap([](int) { return Publisher<Heavy>::just(Heavy()).map([](Heavy value) { return value; }); })
+          .sink([&](const Heavy& value) { copies.push_back(value.copies); });
+  EXPECT_THAT(copies, ElementsAre(0));
+}
+
+TEST(PublisherTest, FlatMapLeavesAProducerThatIsHeldAsItIs) {
+  const std::string text = "long enough to stand outside of its object";
+  const auto held = Publisher<std::string>::just(text);
+  const auto mapped = held.map([suffix = text](const std::string& value) { return value + suffix; });
+  const auto twice = Publisher<int>::sequence({1, 2});
+  EXPECT_THAT(eventsOf(twice.flatMap([held](int) { return held; })),
+              ElementsAre("\"" + text + "\"", "\"" + text + "\"", "end"));
+  EXPECT_THAT(eventsOf(twice.flatMap([mapped](int) { return mapped; })),
+              ElementsAre("\"" + text + text + "\"", "\"" + text + text + "\"", "end"));
+  EXPECT_THAT(
+      eventsOf(twice.flatMap([held](int) { return held.map([](std::string value) { return value; }); })),
+      ElementsAre("\"" + text + "\"", "\"" + text + "\"", "end"));
 }
 
 }  // namespace

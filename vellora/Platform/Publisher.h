@@ -180,6 +180,7 @@ class Publisher {
 
   explicit Publisher(detail::SourcePtr<T> source) : source_(std::move(source)) {}
   [[nodiscard]] const detail::SourcePtr<T>& source() const noexcept { return source_; }
+  [[nodiscard]] detail::SourcePtr<T> takeSource() && noexcept { return std::move(source_); }
 
  private:
   template <class U>
@@ -187,7 +188,7 @@ class Publisher {
 
   template <class S, class... Args>
   static Publisher make(Args&&... args) {
-    return Publisher(std::make_shared<const S>(std::forward<Args>(args)...));
+    return Publisher(std::make_shared<S>(std::forward<Args>(args)...));
   }
 
   template <class Pairs, class U>

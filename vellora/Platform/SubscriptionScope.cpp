@@ -1,5 +1,6 @@
 #include "vellora/Platform/SubscriptionScope.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -15,7 +16,7 @@ struct SubscriptionScope::State {
   }
 
   std::mutex mutex;
-  bool active = true;
+  std::atomic<bool> active = true;  // changed under the mutex, and asked for at every step without it
   Registration next = 1;
   std::unique_ptr<Teardowns> teardowns;  // allocated on first use: most ended scopes are kept as tokens
   std::weak_ptr<State> parent;           // constant once the child has been handed out
@@ -35,7 +36,6 @@ SubscriptionScope SubscriptionScope::child() const {
 }
 
 bool SubscriptionScope::isActive() const {
-  const std::lock_guard lock(state_->mutex);
   return state_->active;
 }
 

@@ -23,6 +23,16 @@ std::vector<std::string> namesOf(const SObjectsById& sObjects) {
   return {names.begin(), names.end()};
 }
 
+/// The theme entries in the form in which they are asked for, so that none is copied for each record.
+std::map<std::string, std::optional<ThemeItem>> lookedUp(std::map<std::string, ThemeItem> items) {
+  std::map<std::string, std::optional<ThemeItem>> themes;
+  while (!items.empty()) {
+    auto item = items.extract(items.begin());
+    themes.emplace_hint(themes.end(), std::move(item.key()), std::move(item.mapped()));
+  }
+  return themes;
+}
+
 }  // namespace
 
 VelloraService::Implementation::Implementation(const RequiredAPI& api, double cacheTimeout, std::string theme,
@@ -124,7 +134,6 @@ void VelloraService::Implementation::objectPresentationInfoForIdsOnceLoaded(
   log(text + " ids.count: " + std::to_string(ids.size()));
   const auto weak = weak_from_this();
   const auto resolved = std::make_shared<SObjectsById>();
-  const auto results = std::make_shared<Infos>();
   subscriptions_.insert(
       sObjectsDataService_->sObjectsForIds(ids)
           .map([resolved](SObjectsById sObjects) {
@@ -134,10 +143,13 @@ void VelloraService::Implementation::objectPresentationInfoForIdsOnceLoaded(
           .flatMap([weak](std::vector<std::string> names) {
             const auto self = weak.lock();
             if (!self)
-              return Publisher<Themes>::promise([](const auto&) {});  // never ends: nobody is to be answered
+              return Publisher<std::map<std::string, ThemeItem>>::promise(
+                  [](const auto&) {});  // never ends: nobody is to be answered
             return self->themeDataService_->themes(std::move(names));
           })
-          .map([weak, resolved, results, text](const Themes& themes) {
+          .map([weak, resolved, text](std::map<std::string, ThemeItem> themeItems) {
+            const Themes themes = lookedUp(std::move(themeItems));
+            Infos results;
             for (const auto& [id, found] : *resolved) {
               const auto self = weak.lock();
               if (self) {
@@ -145,13 +157,11 @@ void VelloraService::Implementation::objectPresentationInfoForIdsOnceLoaded(
                           ", instanceSObject: " + describe(found.instance));
               }
               if (found.type && self) {
-                results->insert_or_assign(
+                results.insert_or_assign(
                     id, self->createObjectPresentationInfo(*found.type, found.instance, themes));
-              } else {
-                results->erase(id);
               }
             }
-            return *results;
+            return results;
           })
           .sink([completion = std::move(completion)](Infos infos) { completion(std::move(infos)); },
                 [weak, text](const Completion&) {
@@ -173,8 +183,9 @@ void VelloraService::Implementation::objectPresentationInfoForApiNamesFetchIfNee
   subscriptions_.insert(sObjectsDataService_->sObjectsForNames(apiNames)
                             .combineLatest(themeDataService_->themes(apiNames))
                             .sink(
-                                [weak, results](const auto& latest) {
-                                  const auto& [sObjects, themes] = latest;
+                                [weak, results](auto latest) {
+                                  const auto& sObjects = latest.first;
+                                  const Themes themes = lookedUp(std::move(latest.second));
                                   for (const auto& [name, sObject] : sObjects) {
                                     const auto self = weak.lock();
                                     if (sObject && self) {
@@ -192,15 +203,14 @@ void VelloraService::Implementation::objectPresentationInfoForApiNamesFetchIfNee
 }
 
 ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationInfo(
-    const SObject& sObject, const std::optional<SObject>& sObjectInstance,
-    const std::optional<Themes>& themes) const {
-  const auto themeOf = [&themes](const std::optional<SObject>& type) -> std::optional<ThemeItem> {
-    if (!type || !themes) return std::nullopt;
-    const auto found = themes->find(type->name);
-    return found == themes->end() ? std::nullopt : std::optional(found->second);
+    const SObject& sObject, const std::optional<SObject>& sObjectInstance, const Themes& themes) const {
+  const std::optional<ThemeItem> none;
+  const auto themeOf = [&](const SObject& type) -> const std::optional<ThemeItem>& {
+    const auto found = themes.find(type.name);
+    return found == themes.end() ? none : found->second;
   };
-  const auto typeTheme = themeOf(sObject);
-  const auto instanceTheme = themeOf(sObjectInstance);
+  const auto& typeTheme = themeOf(sObject);
+  const auto& instanceTheme = sObjectInstance ? themeOf(*sObjectInstance) : none;
   log("createObjectPresentationInfo(for:sObjectInstance:themes:) typeTheme: " + describe(typeTheme) +
       ", instanceTheme: " + describe(instanceTheme));
   return ObjectPresentationInfo(typeTheme, sObject, theme_, instanceTheme, sObjectInstance);

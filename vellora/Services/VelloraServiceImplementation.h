@@ -40,7 +40,7 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
 
  private:
   using Infos = std::map<std::string, ObjectPresentationInfo>;
-  using Themes = std::map<std::string, ThemeItem>;
+  using Themes = std::map<std::string, std::optional<ThemeItem>>;
   using SObjectsById = std::map<std::string, SObjectsDataService::TypeAndInstance>;
 
   void loadThemes(const DispatchGroup& group);
@@ -57,8 +57,7 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
   void objectPresentationInfoForApiNamesFetchIfNeeded(const std::vector<std::string>& apiNames,
                                                       PresentationCompletion completion);
   [[nodiscard]] ObjectPresentationInfo createObjectPresentationInfo(
-      const SObject& sObject, const std::optional<SObject>& sObjectInstance,
-      const std::optional<Themes>& themes) const;
+      const SObject& sObject, const std::optional<SObject>& sObjectInstance, const Themes& themes) const;
 
   void log(const std::string& text) const;
 

@@ -97,7 +97,7 @@ class FlatMapSource final : public Source<U> {
       const SubscriptionScope& scope = merge_->joint.scope();
       if (!scope.isActive()) return;
       merge_->joint.run([merge = merge_.get()] { ++merge->running; });
-      transform_(std::move(value)).source()->subscribe(std::make_shared<InnerObserver>(merge_), scope);
+      useUp<U>(transform_(std::move(value)).takeSource(), std::make_shared<InnerObserver>(merge_), scope);
     }
     void complete(Completion completion) override { merge_->ended(std::move(completion)); }
 

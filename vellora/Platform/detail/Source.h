@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -10,7 +11,8 @@
 
 namespace vellora::detail {
 
-/// What stands behind a `Publisher`: the recipe by which a subscription is started. Immutable.
+/// What stands behind a `Publisher`: the recipe by which a subscription is started. Immutable until its last
+/// subscription.
 template <class T>
 class Source {
  public:
@@ -19,6 +21,11 @@ class Source {
   /// Starts yielding to `observer` until `scope` ends. May do all of it inside the call.
   virtual void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const = 0;
 
+  /// The same for a recipe that nobody else holds, nor ever will: it may give away what it consists of.
+  virtual void subscribeLast(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) {
+    subscribe(std::move(observer), scope);
+  }
+
  protected:
   Source() = default;
   Source(const Source&) = default;
@@ -26,7 +33,16 @@ class Source {
 };
 
 template <class T>
-using SourcePtr = std::shared_ptr<const Source<T>>;
+using SourcePtr = std::shared_ptr<Source<T>>;
+
+/// Subscribes to a recipe that the caller has done with; without copying, when the handle is the only one.
+template <class T>
+void useUp(SourcePtr<T> source, std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) {
+  if (source.use_count() > 1) return source->subscribe(std::move(observer), scope);
+  // What another thread did with its handle came before it let go of it.
+  std::atomic_thread_fence(std::memory_order_acquire);
+  source->subscribeLast(std::move(observer), scope);
+}
 
 /// Yields the elements of a list, then ends.
 template <class T>
@@ -58,8 +74,14 @@ class JustSource final : public Source<T> {
     if (scope.isActive()) observer->complete({});
   }
 
+  void subscribeLast(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) override {
+    if (!scope.isActive()) return;
+    observer->receive(std::move(value_));
+    if (scope.isActive()) observer->complete({});
+  }
+
  private:
-  const T value_;
+  T value_;
 };
 
 /// Fails at once.

@@ -21,6 +21,11 @@ class MapSource final : public Source<U> {
     upstream_->subscribe(std::make_shared<MapObserver>(std::move(observer), transform_), scope);
   }
 
+  void subscribeLast(std::shared_ptr<Observer<U>> observer, const SubscriptionScope& scope) override {
+    auto mapping = std::make_shared<MapObserver>(std::move(observer), std::move(transform_));
+    useUp<T>(std::move(upstream_), std::move(mapping), scope);
+  }
+
  private:
   class MapObserver final : public Observer<T> {
    public:
@@ -34,8 +39,8 @@ class MapSource final : public Source<U> {
     F transform_;
   };
 
-  const SourcePtr<T> upstream_;
-  const F transform_;
+  SourcePtr<T> upstream_;
+  F transform_;
 };
 
 /// Passes each value through a function that may fail; at the first failure upstream is cancelled.
