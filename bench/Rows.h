@@ -13,5 +13,8 @@ void addColdStart(Suite& suite);
 void addCachedLayouts(Suite& suite);
 void addColdStartMemory(Suite& suite);
 void addLibrarySize(Suite& suite);
+void addWarmLookups(Suite& suite);
+void addFirstLookups(Suite& suite);
+void addTableSizes(Suite& suite);
 
 }  // namespace vellora::bench

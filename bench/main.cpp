@@ -39,6 +39,9 @@ int main(int argc, char** argv) {
   addCachedLayouts(suite);
   addColdStartMemory(suite);
   addLibrarySize(suite);
+  addWarmLookups(suite);
+  addFirstLookups(suite);
+  addTableSizes(suite);
 
   const Table table = suite.run();
   table.print(std::cout);

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hostkit/StandardPlatformAPI.h"
+#include "tests/support/TemporaryFolder.h"
+#include "vellora/Models/SObject.h"
+#include "vellora/Services/VelloraService.h"
+
+namespace vellora::bench {
+
+/// Takes the lines, and knows how much they were.
+class LineCounter final : public CorvaneSDK::Logger {
+ public:
+  void log(std::string_view message, CorvaneSDK::LogLevel) override {
+    bytes_.fetch_add(message.size(), std::memory_order_relaxed);
+  }
+  [[nodiscard]] std::size_t bytes() const { return bytes_; }
+
+ private:
+  std::atomic<std::size_t> bytes_ = 0;
+};
+
+/// Where a cache is kept.
+enum class Medium { memory, sqlite };
+
+[[nodiscard]] std::string_view nameOf(Medium medium);
+
+/// A façade whose lists are loaded, of so many generated types, on a fresh cache and a network that answers
+/// at once: for what is measured after the prefetch.
+class CannedHost {
+ public:
+  CannedHost(Medium medium, std::size_t types);
+  ~CannedHost();
+
+  [[nodiscard]] VelloraService& service() const { return *service_; }
+  [[nodiscard]] CorvaneSDK::Cache& cache() const { return *cache_; }
+  [[nodiscard]] LineCounter& logger() const { return *logger_; }
+
+  /// An id of a record of each of the first `count` types.
+  [[nodiscard]] std::vector<std::string> ids(std::size_t count) const;
+
+  /// The names of `count` types from all over the list.
+  [[nodiscard]] std::vector<std::string> names(std::size_t count) const;
+
+  // Each waits for the answer and gives the number of its entries.
+  [[nodiscard]] std::size_t lookUpIds(const std::vector<std::string>& ids) const;
+  [[nodiscard]] std::size_t lookUpNames(const std::vector<std::string>& names) const;
+
+ private:
+  const tests::TemporaryFolder folder_;
+  const std::shared_ptr<CorvaneSDK::Cache> cache_;
+  const std::shared_ptr<LineCounter> logger_ = std::make_shared<LineCounter>();
+  const std::vector<SObject> types_;
+  std::unique_ptr<VelloraService> service_;
+};
+
+/// A cache of that medium; `folder` must outlive it.
+[[nodiscard]] std::shared_ptr<CorvaneSDK::Cache> freshCache(Medium medium,
+                                                            const tests::TemporaryFolder& folder);
+
+}  // namespace vellora::bench

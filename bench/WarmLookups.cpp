@@ -1,0 +1,240 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "bench/CannedHost.h"
+#include "bench/Rows.h"
+#include "bench/Samples.h"
+#include "vellora/Host/CacheTable.h"
+#include "vellora/Models/ThemeItem.h"
+#include "vellora/Platform/Description.h"
+#include "vellora/Platform/SerialDispatchQueue.h"
+
+namespace vellora::bench {
+
+namespace {
+
+using CorvaneSDK::CacheTable;
+using CorvaneSDK::Meta;
+
+constexpr std::size_t mostIds = 1'000;
+
+/// The table reads, decodings and log texts of a lookup of ids, and nothing around them.
+class BareLookup {
+ public:
+  explicit BareLookup(const CannedHost& host)
+      : cache_(host.cache()),
+        logger_(host.logger()),
+        types_(CacheTable::open(cache_, "OPS_SObjectsCacheTable")),
+        themes_(CacheTable::open(cache_, "OPS_ThemesCacheTable")) {}
+
+  std::size_t run(const std::vector<std::string>& ids) const {
+    readState(*themes_, "themes", "ops.theme.fetch.timestamp");
+    readState(*types_, "sObjects", "ops.sobject.fetch.timestamp");
+    log(text + " ids.count: " + std::to_string(ids.size()));
+    std::map<std::string, std::optional<SObject>> found;
+    for (const auto& id : ids) found.emplace(id, typeOf(id));
+    std::map<std::string, std::optional<ThemeItem>> items;
+    for (const auto& [id, type] : found) {
+      log("sObjectsForIds(_:): id: " + id + ", (type: " + type->name + ", instance: nil)");
+      items.emplace(type->name, themeOf(type->name));
+    }
+    for (const auto& [name, item] : items) log("themes(for:): name: " + name);
+    const std::optional<ThemeItem> none;
+    for (const auto& [id, type] : found) {
+      log(text + " typeSObject: " + describe(type) + ", instanceSObject: nil");
+      log("createObjectPresentationInfo(for:sObjectInstance:themes:) typeTheme: " +
+          describe(items.at(type->name)) + ", instanceTheme: " + describe(none));
+    }
+    log(text);
+    return found.size();
+  }
+
+ private:
+  inline static const std::string text = "objectPresentationInfoForIdsOnceLoaded(_:completion:)";
+
+  void log(const std::string& line) const { logger_.log(line, CorvaneSDK::LogLevel::info); }
+
+  void readState(CacheTable& table, const std::string& kind, const std::string& timeKey) const {
+    benchmark::DoNotOptimize(
+        table.fetch(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals({{"cacheEntryType", kind}}))));
+    benchmark::DoNotOptimize(cache_.load(timeKey));
+  }
+
+  template <class T>
+  std::optional<T> read(CacheTable& table, Meta meta, const std::string& line) const {
+    const auto rows = table.load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(std::move(meta))));
+    if (rows.empty()) return std::nullopt;
+    log(line);
+    return json::decode<T>(rows.front()).value();
+  }
+
+  std::optional<std::string> nameOfPrefix(const std::string& prefix) const {
+    return read<std::string>(*types_, {{"cacheEntryType", "keyPrefix"}, {"keyPrefix", prefix}},
+                             "cachedName(for:), keyPrefix: " + prefix + ", was retrieved from cache");
+  }
+
+  std::optional<SObject> typeOf(const std::string& id) const {
+    const std::string prefix = id.substr(0, 3);
+    const auto name = nameOfPrefix(prefix);
+    log("sObjectForName(_:), name: " + *name);
+    auto type = read<SObject>(*types_, {{"cacheEntryType", "sObject"}, {"name", *name}},
+                              "cachedSObject(for:), name: " + *name + ", was retrieved from cache");
+    benchmark::DoNotOptimize(nameOfPrefix(prefix));  // whether it is a list view's
+    return type;
+  }
+
+  std::optional<ThemeItem> themeOf(const std::string& name) const {
+    return read<ThemeItem>(*themes_, {{"cacheEntryType", "theme"}, {"name", name}},
+                           "cachedTheme(for:), name: " + name + ", was retrieved from cache");
+  }
+
+  CorvaneSDK::Cache& cache_;
+  LineCounter& logger_;
+  const std::shared_ptr<CacheTable> types_;
+  const std::shared_ptr<CacheTable> themes_;
+};
+
+/// The façade after its first lookup of everything that is asked for later.
+const CannedHost& warmHost(Medium medium) {
+  const auto warmed = [](Medium kind) {
+    auto host = std::make_unique<CannedHost>(kind, sampleTypes);
+    static_cast<void>(host->lookUpIds(host->ids(mostIds)));
+    return host;
+  };
+  static const auto inMemory = warmed(Medium::memory);
+  static const auto onSQLite = warmed(Medium::sqlite);
+  return medium == Medium::memory ? *inMemory : *onSQLite;
+}
+
+/// How many bytes `lookUp` logs. The façade logs its last line after it has answered.
+template <class LookUp>
+std::size_t bytesLogged(LineCounter& logger, std::size_t expected, LookUp lookUp) {
+  const std::size_t before = logger.bytes();
+  lookUp();
+  for (int round = 0; round < 1'000 && logger.bytes() - before != expected; ++round) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return logger.bytes() - before;
+}
+
+void lookUp(benchmark::State& state, Medium medium, std::size_t count) {
+  const CannedHost& host = warmHost(medium);
+  const auto ids = host.ids(count);
+  for (auto _ : state) {
+    if (host.lookUpIds(ids) != count) return state.SkipWithError("an id was not found");
+  }
+}
+
+void doBare(benchmark::State& state, Medium medium, std::size_t count) {
+  const CannedHost& host = warmHost(medium);
+  const auto ids = host.ids(count);
+  const BareLookup bare(host);
+  const auto bytes = bytesLogged(host.logger(), 0, [&] { static_cast<void>(bare.run(ids)); });
+  const auto bytesOfOurs = bytesLogged(host.logger(), bytes, [&] { static_cast<void>(host.lookUpIds(ids)); });
+  if (bytes != bytesOfOurs) return state.SkipWithError("does not log what ours logs");
+  for (auto _ : state) benchmark::DoNotOptimize(bare.run(ids));
+}
+
+/// The hops between threads of a lookup of one id, with nothing to do at either end.
+void hop(benchmark::State& state) {
+  SerialDispatchQueue types("types");
+  SerialDispatchQueue themes("themes");
+  for (auto _ : state) {
+    std::atomic<bool> done = false;
+    types.async([] {});
+    types.async([&] {
+      themes.async([] {});
+      themes.async([&] {
+        done = true;
+        done.notify_one();
+      });
+    });
+    done.wait(false);
+  }
+}
+
+void lookUpOnThreads(benchmark::State& state, Medium medium, std::size_t threads) {
+  constexpr std::size_t lookups = 64;
+  const CannedHost& host = warmHost(medium);
+  const auto ids = host.ids(10);
+  for (auto _ : state) {
+    std::vector<std::jthread> askers;
+    for (std::size_t asker = 0; asker < threads; ++asker) {
+      askers.emplace_back([&] {
+        for (std::size_t done = 0; done < lookups / threads; ++done) {
+          benchmark::DoNotOptimize(host.lookUpIds(ids));
+        }
+      });
+    }
+  }
+}
+
+/// The lookups of the thread that got the fewest answers, against an even share.
+Table::Line leastServed(Medium medium) {
+  constexpr std::size_t threads = 8;
+  const CannedHost& host = warmHost(medium);
+  const auto ids = host.ids(10);
+  std::vector<std::size_t> answers(threads);
+  {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+    std::vector<std::jthread> askers;
+    for (auto& own : answers) {
+      askers.emplace_back([&host, &ids, &own, end] {
+        while (std::chrono::steady_clock::now() < end) own += host.lookUpIds(ids) > 0 ? 1 : 0;
+      });
+    }
+  }
+  std::size_t all = 0;
+  for (const auto own : answers) all += own;
+  const auto least = *std::min_element(answers.begin(), answers.end());
+  const double share = static_cast<double>(all) / threads;
+  return {.what = "least served of 8 threads, " + std::string(nameOf(medium)),
+          .ours = std::to_string(least) + " lookups",
+          .against = "an even share, " + std::to_string(all / threads),
+          .ratio = static_cast<double>(least) / share,
+          .bound = 0.5,
+          .isLowerBound = true};
+}
+
+void addMedium(Suite& suite, Medium medium, const Suite::Timing& hops) {
+  const std::string suffix = ", " + std::string(nameOf(medium));
+  std::map<std::size_t, Suite::Timing> ours;
+  for (const std::size_t count : {std::size_t{1}, std::size_t{10}, std::size_t{100}, mostIds}) {
+    const std::string what = std::to_string(count) + (count == 1 ? " warm id" : " warm ids") + suffix;
+    ours[count] = suite.time(
+        what, "ours", [=](auto& state) { lookUp(state, medium, count); }, Suite::Clock::wall);
+    const auto bare = suite.time(
+        what, "its reads, decodings and log texts", [=](auto& state) { doBare(state, medium, count); },
+        Suite::Clock::wall);
+    suite.compare(what, ours[count], bare, Suite::atMost(1.5));
+  }
+  suite.compare("1 warm id" + suffix, ours[1], hops, Suite::reported());
+  suite.compare("cost per warm id of 1,000" + suffix, ours[1'000], {ours[10].name, "per id of 10"},
+                Suite::atMost(1.2), 1'000, 10);
+  const auto threaded = [&](const std::string& who, std::size_t threads) {
+    return suite.time(
+        "64 lookups of 10 ids" + suffix, who, [=](auto& state) { lookUpOnThreads(state, medium, threads); },
+        Suite::Clock::wall);
+  };
+  suite.compare("64 lookups of 10 ids" + suffix, threaded("8 threads", 8), threaded("1 thread", 1),
+                Suite::atMost(1 / 0.9));
+  suite.count([medium] { return leastServed(medium); });
+}
+
+}  // namespace
+
+void addWarmLookups(Suite& suite) {
+  const auto hops = suite.time("1 warm id", "its hops between threads", hop, Suite::Clock::wall);
+  addMedium(suite, Medium::memory, hops);
+  addMedium(suite, Medium::sqlite, hops);
+}
+
+}  // namespace vellora::bench
