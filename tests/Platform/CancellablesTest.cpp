@@ -40,6 +40,16 @@ TEST(AnyCancellableTest, MovingATokenKeepsItsSubscription) {
   EXPECT_EQ(values, 1);
 }
 
+TEST(AnyCancellableTest, MovingATokenIntoItselfKeepsItsSubscription) {
+  const Subject<int> subject;
+  int values = 0;
+  AnyCancellable token = subject.publisher().sink([&](int value) { values += value; });
+  AnyCancellable& itself = token;
+  token = std::move(itself);
+  subject.send(1);
+  EXPECT_EQ(values, 1);
+}
+
 TEST(AnyCancellableTest, ADetachedSubscriptionGoesOnUntilWhatItWaitsForIsGone) {
   const auto held = std::make_shared<int>(0);
   int values = 0;

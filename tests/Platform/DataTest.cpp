@@ -24,6 +24,13 @@ TEST(DataTest, KeepsAnyBytesAndPadsThemWithZeros) {
   EXPECT_EQ(std::string(data.data() + data.size(), Data::padding), std::string(Data::padding, '\0'));
 }
 
+TEST(DataTest, NoBytesAreAnEmptyData) {
+  const Data none(nullptr, 0);
+  EXPECT_EQ(none, Data());
+  EXPECT_TRUE(none.sharesBufferWith(Data()));
+  EXPECT_EQ(none, Data(std::string()));
+}
+
 TEST(DataTest, CopiesShareTheBuffer) {
   const Data data(std::string(100, 'x'));
   const Data copy = data;  // NOLINT(performance-unnecessary-copy-initialization): the copy is what is tested

@@ -64,6 +64,20 @@ struct Link {
   static constexpr auto fields() { return std::tuple(json::field("next", &Link::next)); }
 };
 
+struct Tree {
+  std::vector<Tree> trees;
+
+  static constexpr std::string_view recordName = "Tree";
+  static constexpr auto fields() { return std::tuple(json::field("trees", &Tree::trees)); }
+};
+
+struct Forest {
+  std::map<std::string, Forest> forests;
+
+  static constexpr std::string_view recordName = "Forest";
+  static constexpr auto fields() { return std::tuple(json::field("forests", &Forest::forests)); }
+};
+
 template <class T>
 std::string written(const T& value) {
   const auto result = json::encode(value);
@@ -236,6 +250,19 @@ TEST(JsonWritingTest, WritesAsDeepAsItReads) {
   ASSERT_TRUE(text.hasValue());
   EXPECT_TRUE(json::decode<Link>(text.value()).hasValue());
   EXPECT_EQ(failureOf(Link{link}), EncodingError::Kind::tooDeep);
+}
+
+TEST(JsonWritingTest, CountsListsAndMapsAsLevels) {
+  std::vector<Tree> list(1);
+  std::map<std::string, Forest> map{{"k", {}}};
+  for (int depth = 2; depth < 512; depth += 2) {
+    list = {Tree{std::move(list)}};
+    map = {{"k", Forest{std::move(map)}}};
+  }
+  EXPECT_EQ(failureOf(list.front()), std::nullopt);
+  EXPECT_EQ(failureOf(list), EncodingError::Kind::tooDeep);
+  EXPECT_EQ(failureOf(map.at("k")), std::nullopt);
+  EXPECT_EQ(failureOf(map), EncodingError::Kind::tooDeep);
 }
 
 // Round trips
