@@ -73,7 +73,7 @@ class VELLORA_EXPORT HostFaults {
     Lasting lasting;
   };
 
-  const Substitutes substitutes_;  // constant after construction
+  const Substitutes substitutes_ = {};  // constant after construction
 
   mutable std::mutex mutex_;      // guards what follows
   std::vector<Planned> planned_;  // the later counts
