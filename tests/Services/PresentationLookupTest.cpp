@@ -164,6 +164,21 @@ TEST_F(PresentationLookupTest, ATypeWithoutAThemeEntryHasLabelsOnly) {
       R"({"typePresentationInfo":{"apiName":"ListView","label":"List","labelPlural":"Lists","createable":false}})");
 }
 
+TEST_F(PresentationLookupTest, ColoursAndIconsAreThoseOfTheHostsTheme) {
+  network->answer(
+      themesUrl,
+      StubNetwork::body(R"({"themeItems":[{"name":"Account","colors":[)"
+                        R"({"color":"FF0000","context":"primary","theme":"light"},)"
+                        R"({"color":"990000","context":"primary","theme":"dark"}],"icons":[)"
+                        R"({"contentType":"image/png","theme":"light","url":"light.png","width":16},)"
+                        R"({"contentType":"image/png","theme":"dark","url":"dark.png","width":16}]}]})"));
+  service.emplace(api(), timeout, "dark", queue);
+  runAll();
+  const Answer answer = names({"Account"});
+  EXPECT_EQ(answer.infos.at("Account").typePresentationInfo.color, "990000");
+  EXPECT_EQ(answer.infos.at("Account").typePresentationInfo.smallIconUrl, "dark.png");
+}
+
 TEST_F(PresentationLookupTest, AThemeThatTheServerDoesNotHaveFallsBackWhereThereIsAFallback) {
   service.emplace(api(), timeout, "no such theme", queue);
   runAll();

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "apps/records-server/DataFiles.h"
 #include "tests/vellora-command/CommandFixture.h"
 
 // What the command shows to somebody who sits at a terminal, which `script` plays here.
@@ -38,6 +39,21 @@ class TerminalTest : public CommandFixture {
     EXPECT_EQ(ended.exitCode, exitCode) << ended.err;
     return ended.out;
   }
+
+  /// The demo data, in which "Account" has that colour.
+  DataSet withColourOfAccount(const std::string& color) const {
+    const auto files = recordsserver::builtInDataFiles();
+    const auto data = folder.path() / "data";
+    std::filesystem::create_directory(data);
+    writeFile(data / "objects.json", files.objects);
+    writeFile(data / "themes.json", R"([{"name":"Account","colors":[{"color":")" + color +
+                                        R"(","context":"primary","theme":"light"}],"icons":[]}])");
+    writeFile(data / "list-views.json", files.listViews);
+    writeFile(data / "search-layouts.json", files.searchLayouts);
+    writeFile(data / "compact-layouts.json", files.compactLayouts);
+    writeFile(data / "fields.json", files.fields);
+    return DataSet::load(data).value();
+  }
 };
 
 TEST_F(TerminalTest, StatusShowsTheStatesAsTheyChange) {
@@ -53,6 +69,17 @@ TEST_F(TerminalTest, ColoursHaveASwatchAndColumnsStayInLine) {
   EXPECT_THAT(
       shown,
       HasSubstr("\nAccount  Account  Accounts  Account   \x1b[48;2;47;111;222m  \x1b[0m 2F6FDE  yes "));
+}
+
+TEST_F(TerminalTest, WhatIsNoColourOfSixDigitsHasNoSwatch) {
+  const auto shownWith = [this](const std::string& color) {
+    server = RecordsServer::start(withColourOfAccount(color)).value();
+    std::filesystem::remove(cacheFile);
+    return shownBy({"names", "Account"});
+  };
+  for (const std::string color : {"F00", "2F6FDE0", "2F6FDG", "red", "#", ""})
+    EXPECT_THAT(shownWith(color), Not(HasSubstr("\x1b[48"))) << color;
+  EXPECT_THAT(shownWith("#2F6FDE"), HasSubstr("\x1b[48;2;47;111;222m"));
 }
 
 TEST_F(TerminalTest, HeadingsAreBold) {
