@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 
 namespace vellora {
@@ -58,6 +59,15 @@ TEST(FetchTimeTest, TheRowsOfAListAreAsOldAsItsTimeStampSays) {
   EXPECT_EQ(fetchTimeKeyForRowsOf("themes"), themesFetchTimeKey);
   EXPECT_EQ(fetchTimeKeyForRowsOf("sObject"), std::nullopt);
   EXPECT_EQ(fetchTimeKeyForRowsOf(""), std::nullopt);
+}
+
+TEST(FetchTimeTest, ALayoutCannotBeFetchedAtATimeThatIsNoNumber) {
+  const auto never = Date::since1970(std::numeric_limits<double>::quiet_NaN());
+  EXPECT_EQ(withFetchTime("OPS_Layout_Account",
+                          Data(R"({"objectLayoutInfo":{"objectType":"Account","searchColumns":[]},)"
+                               R"("downloadedTime":1})"),
+                          never),
+            std::nullopt);
 }
 
 TEST(FetchTimeTest, OtherBlobsDoNotTell) {

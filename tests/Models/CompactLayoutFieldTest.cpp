@@ -8,6 +8,7 @@
 
 #include "tests/support/DecodingFailure.h"
 #include "tests/support/PrintRecords.h"
+#include "vellora/Platform/EncodingError.h"
 
 namespace vellora {
 namespace {
@@ -142,6 +143,12 @@ TEST(CompactLayoutFieldTest, APlaceWithoutAFieldEqualsOnlyItsLike) {
   EXPECT_TRUE(haveEqualContents({nullptr}, {nullptr}));
   EXPECT_FALSE(haveEqualContents({nullptr}, {make(plain())}));
   EXPECT_FALSE(haveEqualContents({make(plain())}, {nullptr}));
+}
+
+TEST(CompactLayoutFieldTest, APlaceWithoutAFieldHasNoJsonForm) {
+  const auto encoded = json::encode(std::shared_ptr<CompactLayoutField>());
+  ASSERT_FALSE(encoded);
+  EXPECT_EQ(encoded.error().as<EncodingError>()->kind(), EncodingError::Kind::noValue);
 }
 
 TEST(CompactLayoutFieldTest, ItsTextualFormNamesTheFieldsInTheirOrder) {

@@ -248,6 +248,10 @@ TEST(ObjectCompactLayoutInfoTest, TheDeepestNestingThatCanBeReadIsFlattenedCompa
   EXPECT_FALSE(decoded(nested(deepest + 1)));
 }
 
+TEST(ObjectCompactLayoutInfoTest, ATypeThatIsNotUtf8HasNoJsonForm) {
+  EXPECT_FALSE(json::encode(ObjectCompactLayoutInfo{{}, "\xFF"}));
+}
+
 TEST(ObjectCompactLayoutInfoTest, WhatIsNestedTooDeepToBeReadIsNotWrittenEither) {
   auto innermost = make(text("F", "f"));
   for (int level = 0; level < 1000; ++level) {

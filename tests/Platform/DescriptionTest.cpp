@@ -80,6 +80,7 @@ TEST(DescriptionTest, ShowsADateInUniversalTime) {
   EXPECT_EQ(describe(Date::since1970(-0.5)), "1969-12-31 23:59:59 +0000");
   EXPECT_EQ(describe(Date::since1970(1795132799.9)), "2026-11-19 23:59:59 +0000");
   EXPECT_EQ(describe(Date::sinceReferenceDate(1e300)), "1e+300 seconds since 1970");
+  EXPECT_EQ(describe(Date::sinceReferenceDate(-1e300)), "-1e+300 seconds since 1970");
 }
 
 TEST(DescriptionTest, ShowsMaps) {

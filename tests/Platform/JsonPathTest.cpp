@@ -27,6 +27,7 @@ TEST(JsonPathTest, QuotesKeysThatAreNoPlainIdentifiers) {
   };
   EXPECT_EQ(textOf("Id_2"), "$.Id_2");
   EXPECT_EQ(textOf("a b"), R"($["a b"])");
+  EXPECT_EQ(textOf("{a}"), R"($["{a}"])");
   EXPECT_EQ(textOf(""), R"($[""])");
   EXPECT_EQ(textOf("2nd"), R"($["2nd"])");
   EXPECT_EQ(textOf("a\"]\r\n\\"), R"($["a\"]\r\n\\"])");
