@@ -1,0 +1,33 @@
+#include "vellora/Host/Query.h"
+
+#include <gtest/gtest.h>
+
+namespace CorvaneSDK {
+namespace {
+
+TEST(QueryTest, AMetaFilterAdmitsRowsThatHoldEveryPair) {
+  const auto filter = metaEquals({{"kind", "theme"}, {"name", "Account"}});
+  EXPECT_TRUE(filter({{{"kind", "theme"}, {"name", "Account"}, {"more", ""}}, "1"}));
+  EXPECT_FALSE(filter({{{"kind", "theme"}, {"name", "Contact"}}, "1"}));
+  EXPECT_FALSE(filter({{{"kind", "theme"}}, "1"})) << "a key is missing";
+  EXPECT_TRUE(metaEquals({})({{}, "1"})) << "no pairs are held by every row";
+}
+
+TEST(QueryTest, OnlyAMetaFilterTellsItsPairs) {
+  const Meta pairs{{"kind", "theme"}};
+  const auto byMeta = metaEquals(pairs);
+  ASSERT_NE(byMeta.metaPairs(), nullptr);
+  EXPECT_EQ(*byMeta.metaPairs(), pairs);
+  EXPECT_EQ(RowFilter([](const Row&) { return true; }).metaPairs(), nullptr);
+}
+
+TEST(QueryTest, AnExactQueryHasNoPositions) {
+  EXPECT_EQ(Query::exact(metaEquals({})).oldestRange(), std::nullopt);
+  const auto oldest = Query::oldest({2, 5});
+  EXPECT_EQ(oldest.oldestRange(), (PositionRange{2, 5}));
+  EXPECT_FALSE(oldest.oldestRange() == (PositionRange{2, 6}));
+  EXPECT_FALSE(oldest.filter().has_value());
+}
+
+}  // namespace
+}  // namespace CorvaneSDK
