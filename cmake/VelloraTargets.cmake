@@ -34,8 +34,8 @@ if(VELLORA_FUZZ)
     -fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/sanitizer-ignorelist.txt")
 endif()
 if(VELLORA_COVERAGE)
-  target_compile_options(vellora_build_flags INTERFACE --coverage -O0)
-  target_link_options(vellora_build_flags INTERFACE --coverage)
+  target_compile_options(vellora_build_flags INTERFACE -O0 -fprofile-instr-generate -fcoverage-mapping)
+  target_link_options(vellora_build_flags INTERFACE -fprofile-instr-generate)
 endif()
 
 # vellora_library(<target>): one archive per folder, included from the root of the tree. What is installed is made of
