@@ -52,6 +52,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
       : context_(context), stream_(std::move(socket)), timer_(stream_.get_executor()) {}
 
   void readRequest() {
+    isHead_ = false;
     parser_.emplace();
     parser_->header_limit(static_cast<std::uint32_t>(context_.options.maxHeaderBytes));
     parser_->body_limit(context_.options.maxBodyBytes);

@@ -134,6 +134,16 @@ TEST(HttpServerTest, RefusesWhatIsTooLongOrNotHttp) {
   EXPECT_EQ(statusOf("nonsense\r\n\r\n"), 400);
 }
 
+TEST(HttpServerTest, RefusesWithABodyAfterAHeadRequest) {
+  const auto server = serving([](const Request&, const Exchange& exchange) { exchange.answer(text("")); });
+  HttpClient client(server->port());
+  client.send("HEAD / HTTP/1.1\r\n\r\nnonsense\r\n\r\n");
+  EXPECT_EQ(client.receive().status, 200);
+  const auto refusal = client.receive();
+  EXPECT_EQ(refusal.status, 400);
+  EXPECT_EQ(refusal.body, "The request is not HTTP.\n");
+}
+
 TEST(HttpServerTest, SaysWhyItCannotListen) {
   const auto first = Server::listen({}).value();
   const auto second = Server::listen({.port = first->port()});
