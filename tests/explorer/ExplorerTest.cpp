@@ -62,6 +62,22 @@ TEST_F(ExplorerTest, SaysWhereALayoutCameFrom) {
   EXPECT_FALSE(again.failure);
 }
 
+TEST_F(ExplorerTest, ShowsTheLayoutOfTheTypeThatWasAskedForAmongOthers) {
+  using testkit::StubNetwork;
+  network->answer("/services/data/v50.0/search/layout?q=Account", StubNetwork::body(R"json([
+      {"objectType":"Note","searchColumns":[]}, {"objectType":"Account","searchColumns":[]}])json"));
+  network->answer("/services/data/v53.0/compactLayouts?q=Note", StubNetwork::body(R"json({
+      "Account":{"objectType":"Account","layoutFields":[]}, "Note":{"objectType":"Note","layoutFields":[]}})json"));
+  EXPECT_EQ(searchLayout("Account").layout.value().objectType, "Account");
+  EXPECT_EQ(compactLayout("Note").layout.value().objectType, "Note");
+}
+
+TEST_F(ExplorerTest, ShowsNoLayoutWhereTheServerSentThatOfAnotherTypeOnly) {
+  network->answer("/services/data/v50.0/search/layout?q=Note",
+                  testkit::StubNetwork::body(scriptedSearchLayouts));
+  EXPECT_FALSE(searchLayout("Note").layout);
+}
+
 TEST_F(ExplorerTest, TellsALayoutThatTheServerLacksFromOneThatItDidNotSend) {
   const auto lacking = searchLayout("Note");
   EXPECT_EQ(lacking.source, "network");

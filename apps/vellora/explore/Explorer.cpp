@@ -10,6 +10,7 @@
 #include "vellora/DataServices/SObjectsDataService.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Platform/JsonCodec.h"
+#include "vellora/Services/LayoutAnswer.h"
 
 namespace vellora::explore {
 namespace {
@@ -20,17 +21,20 @@ ShownPresentation shown(const PresentationInfo& info, IconStore& icons) {
   return {info, icons.admit(info.svgIconUrl), icons.admit(info.smallIconUrl), icons.admit(info.largeIconUrl)};
 }
 
-/// The one layout that was asked for, and what the tally and the service say of its way. The service is the
-/// completion's to hold: it answers only as long as it lives.
+/// The layout of the type `name`, which servers may send among others, and what the tally and the service say
+/// of its way. The service is the completion's to hold: it answers only as long as it lives.
 template <class Layout, class Service>
-auto answering(std::shared_ptr<Service> service, std::shared_ptr<Tally> tally,
+auto answering(std::string name, std::shared_ptr<Service> service, std::shared_ptr<Tally> tally,
                std::function<void(LayoutAnswer<Layout>)> completion) {
-  return [service = std::move(service), tally = std::move(tally), completion = std::move(completion)](
-             const std::optional<std::vector<Layout>>& layouts,
-             const std::optional<SObjectsDataServiceError>& error) {
+  return [name = std::move(name), service = std::move(service), tally = std::move(tally),
+          completion = std::move(completion)](const std::optional<std::vector<Layout>>& layouts,
+                                              const std::optional<SObjectsDataServiceError>& error) {
     LayoutAnswer<Layout> answer{tally->source(), tally->failure(), {}};
     if (error && !answer.failure) answer.failure = error->localizedDescription();
-    if (layouts && !layouts->empty()) answer.layout = layouts->front();
+    if (layouts) {
+      auto named = byObjectType(*layouts).extract(name);
+      if (named) answer.layout = std::move(named.mapped());
+    }
     completion(std::move(answer));
   };
 }
@@ -106,7 +110,7 @@ void Explorer::searchLayout(const std::string& name,
                             std::function<void(SearchLayoutAnswer)> completion) const {
   const auto tally = std::make_shared<Tally>();
   const auto layouts = std::make_shared<LayoutDataService>(observed(tally), arguments_.cacheTimeout);
-  layouts->layoutForApiName({name}, answering(layouts, tally, std::move(completion)));
+  layouts->layoutForApiName({name}, answering(name, layouts, tally, std::move(completion)));
 }
 
 // A service for each lookup: of two lookups of one service that overlap, one may stay unanswered.
@@ -114,7 +118,7 @@ void Explorer::compactLayout(const std::string& name,
                              std::function<void(CompactLayoutAnswer)> completion) const {
   const auto tally = std::make_shared<Tally>();
   const auto layouts = std::make_shared<CompactLayoutDataService>(observed(tally), arguments_.cacheTimeout);
-  layouts->compactLayoutForApiName({name}, answering(layouts, tally, std::move(completion)));
+  layouts->compactLayoutForApiName({name}, answering(name, layouts, tally, std::move(completion)));
 }
 
 void Explorer::icon(const std::string& id, IconStore::Completion completion) const {
