@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace vellora::hostkit {
@@ -48,7 +49,8 @@ SQLiteDatabase::Opened SQLiteDatabase::open(const std::string& path, std::chrono
 
 SQLiteDatabase::Opened SQLiteDatabase::openForReading(const std::string& path,
                                                       std::chrono::milliseconds busyTimeout) {
-  const bool hasLog = std::filesystem::exists(path + "-wal");
+  std::error_code tooLong;  // no file has such a name, so there is no log
+  const bool hasLog = std::filesystem::exists(path + "-wal", tooLong);
   auto opened = open(path, busyTimeout);
   if (opened.database == nullptr && opened.code == SQLITE_READONLY && !hasLog) opened = openUnchanging(path);
   if (opened.database == nullptr) return opened;
@@ -60,7 +62,8 @@ SQLiteDatabase::Opened SQLiteDatabase::openForReading(const std::string& path,
 
 /// Opens a file that nobody can be writing to, without the companions that SQLite could not create.
 SQLiteDatabase::Opened SQLiteDatabase::openUnchanging(const std::string& path) {
-  std::string address = "file:";
+  // Two slashes at the beginning of the path itself would otherwise be taken for those before a host.
+  std::string address = path.starts_with('/') ? "file://" : "file:";
   for (const char next : path) {
     if (next == '%' || next == '?' || next == '#') {
       constexpr std::string_view digits = "0123456789ABCDEF";

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include <string>
 
 #include "tests/hostkit/SQLiteFiles.h"
+#include "tests/support/OrdinaryUser.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
@@ -24,8 +26,10 @@ class SQLiteDatabaseTest : public testing::Test {
     database = SQLiteDatabase::open(path, std::chrono::milliseconds(1)).database;
   }
 
-  [[nodiscard]] std::int64_t count() {
-    SQLiteStatement statement = database->statement("SELECT count(*) FROM item");
+  [[nodiscard]] std::int64_t count() { return countIn(*database); }
+
+  [[nodiscard]] static std::int64_t countIn(SQLiteDatabase& database) {
+    SQLiteStatement statement = database.statement("SELECT count(*) FROM item");
     return statement.step() ? statement.integer(0) : -1;
   }
 
@@ -39,6 +43,23 @@ TEST_F(SQLiteDatabaseTest, DoesNotCreateAFile) {
   EXPECT_EQ(opened.database, nullptr);
   EXPECT_EQ(opened.code & 0xff, SQLITE_CANTOPEN);
   EXPECT_FALSE(std::filesystem::exists(folder.file("none.db")));
+}
+
+TEST_F(SQLiteDatabaseTest, ReadsAFileWhoseLogCouldHaveNoName) {
+  const std::string longest = folder.file(std::string(255, 'n'));
+  std::filesystem::copy_file(path, longest);
+  const auto opened = SQLiteDatabase::openForReading(longest, std::chrono::milliseconds(1));
+  ASSERT_NE(opened.database, nullptr) << opened.code;
+  EXPECT_EQ(countIn(*opened.database), 0);
+}
+
+TEST_F(SQLiteDatabaseTest, ReadsAFileThatNobodyMayWriteToThroughAPathWithTwoSlashes) {
+  database.reset();
+  chmod(path.c_str(), 0400);
+  const vellora::tests::OrdinaryUser user(folder.path());
+  const auto opened = SQLiteDatabase::openForReading("/" + path, std::chrono::milliseconds(1));
+  ASSERT_NE(opened.database, nullptr) << opened.code;
+  EXPECT_EQ(countIn(*opened.database), 0);
 }
 
 TEST_F(SQLiteDatabaseTest, RunsAStatementMoreThanOnce) {
