@@ -16,6 +16,7 @@
 #include <thread>
 #include <utility>
 
+#include "hostkit/FileNaming.h"
 #include "hostkit/SQLiteCacheError.h"
 #include "hostkit/SQLiteFileMarks.h"
 #include "hostkit/SQLiteSchema.h"
@@ -36,11 +37,6 @@ std::string systemMessage(int number) {
 
 Error unwritable(const std::string& path, int number) {
   return SQLiteCacheError{Reason::unwritable, path, systemMessage(number)};
-}
-
-bool exists(const std::string& path) {
-  struct stat status {};
-  return lstat(path.c_str(), &status) == 0;
 }
 
 /// Keeps other processes and threads from creating or replacing files of ours in one folder.
@@ -78,16 +74,16 @@ int createFolders(const std::filesystem::path& folder) {
 /// Moves the file, if there is one, and what SQLite keeps beside it to the next free NAME.damaged-N.
 int setAside(const std::string& path) {
   std::string target;
-  const auto taken = [&target](std::string_view suffix) { return exists(target + std::string(suffix)); };
+  const auto taken = [&target](std::string_view suffix) { return nameIsTaken(target + std::string(suffix)); };
   int number = 0;
   do {
     target = path + ".damaged-" + std::to_string(++number);
-  } while (exists(target) || std::any_of(companions.begin(), companions.end(), taken));
+  } while (nameIsTaken(target) || std::any_of(companions.begin(), companions.end(), taken));
 
-  if (exists(path) && rename(path.c_str(), target.c_str()) != 0) return errno;
+  if (nameIsTaken(path) && rename(path.c_str(), target.c_str()) != 0) return errno;
   for (const auto suffix : companions) {
     const std::string companion = path + std::string(suffix);
-    if (exists(companion) && rename(companion.c_str(), (target + std::string(suffix)).c_str()) != 0)
+    if (nameIsTaken(companion) && rename(companion.c_str(), (target + std::string(suffix)).c_str()) != 0)
       return errno;
   }
   return 0;
@@ -96,10 +92,8 @@ int setAside(const std::string& path) {
 /// Puts the complete file `made` where `path` is; it may keep its first name, too. Does not replace anything
 /// but a file without bytes.
 int putInPlace(const std::string& made, const std::string& path) {
-  if (link(made.c_str(), path.c_str()) == 0) return 0;
-  const bool noLinksHere = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;
-  const bool replaceable = noLinksHere ? !exists(path) : kindOfFile(path) == SQLiteFileKind::empty;
-  if (!replaceable) return EEXIST;
+  const int number = nameFile(made, path);
+  if (number != EEXIST || kindOfFile(path) != SQLiteFileKind::empty) return number;
   return rename(made.c_str(), path.c_str()) == 0 ? 0 : errno;
 }
 
@@ -178,9 +172,9 @@ Attempt attempt(const std::string& path, Milliseconds busyTimeout) {
 Attempt makeAnew(const std::string& path, Milliseconds busyTimeout) {
   const bool empty = kindOfFile(path) == SQLiteFileKind::empty;
   // A log without its database, or beside an empty one, would be played into the fresh file.
-  const auto left = [&path](std::string_view suffix) { return exists(path + std::string(suffix)); };
+  const auto left = [&path](std::string_view suffix) { return nameIsTaken(path + std::string(suffix)); };
   const bool stale = std::any_of(companions.begin(), companions.end(), left);
-  if (exists(path) ? !empty || stale : stale) {
+  if (nameIsTaken(path) ? !empty || stale : stale) {
     if (const int number = setAside(path)) return {nullptr, unwritable(path, number)};
   }
   if (auto error = createFresh(path, busyTimeout)) return {nullptr, std::move(error)};

@@ -19,6 +19,7 @@
 #include "apps/vellora/Output.h"
 #include "apps/vellora/Problem.h"
 #include "hostkit/CacheArchive.h"
+#include "hostkit/FileNaming.h"
 #include "hostkit/SQLiteCache.h"
 #include "vellora/Platform/Date.h"
 
@@ -29,27 +30,36 @@ namespace {
 using hostkit::CacheArchive;
 using hostkit::SQLiteCache;
 
+/// Writes every byte, also when signals come in between; 0, or the `errno` of what went wrong.
+int writeAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto count = ::write(descriptor, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return errno;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return 0;
+}
+
 /// Writes a file that is complete when it gets its name.
 std::optional<Problem> writeFile(const std::string& file, std::string_view content, bool replace) {
-  const auto failed = [&file] {
-    return Problem{ExitCode::unexpected, "cannot write " + file + ": " + std::strerror(errno)};
+  const auto failed = [&file](int number) {
+    return Problem{ExitCode::unexpected, "cannot write " + file + ": " + std::strerror(number)};
   };
   std::string made = file + ".XXXXXX";
   const int descriptor = ::mkostemp(made.data(), O_CLOEXEC);
-  if (descriptor < 0) return failed();
-  bool written = true;
-  while (written && !content.empty()) {
-    const auto count = ::write(descriptor, content.data(), content.size());
-    written = count >= 0;
-    if (written) content.remove_prefix(static_cast<std::size_t>(count));
-  }
-  written = ::close(descriptor) == 0 && written;
-  const bool named =
-      written && (replace ? ::rename(made.c_str(), file.c_str()) : ::link(made.c_str(), file.c_str())) == 0;
+  if (descriptor < 0) return failed(errno);
+  int number = writeAll(descriptor, content);
+  if (::close(descriptor) != 0 && number == 0) number = errno;
   std::optional<Problem> problem;
-  if (!named) problem = failed();
-  if (!named && written && errno == EEXIST) {
-    problem = Problem{ExitCode::usage, file + " exists already; write over it with --replace"};
+  if (number != 0) {
+    problem = failed(number);
+  } else if (replace) {
+    if (::rename(made.c_str(), file.c_str()) != 0) problem = failed(errno);
+  } else if (const int naming = hostkit::nameFile(made, file)) {
+    problem = naming == EEXIST
+                  ? Problem{ExitCode::usage, file + " exists already; write over it with --replace"}
+                  : failed(naming);
   }
   ::unlink(made.c_str());
   return problem;

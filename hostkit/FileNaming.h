@@ -1,0 +1,31 @@
+#pragma once
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <string>
+
+namespace vellora::hostkit {
+
+/// Whether anything has that name, be it a link that leads nowhere.
+[[nodiscard]] inline bool nameIsTaken(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0;
+}
+
+/// Gives the complete file `made` the name `path` in the same folder, unless that is taken; it may keep its
+/// first name, too. 0, or the `errno` of what went wrong: EEXIST for a name that is taken.
+///
+/// A disk without hard links leaves a moment between looking and naming: there, what another process names so
+/// at that moment is replaced.
+[[nodiscard]] inline int nameFile(const std::string& made, const std::string& path) {
+  if (link(made.c_str(), path.c_str()) == 0) return 0;
+  const bool noLinksHere = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;
+  if (!noLinksHere) return errno;
+  if (nameIsTaken(path)) return EEXIST;
+  return std::rename(made.c_str(), path.c_str()) == 0 ? 0 : errno;
+}
+
+}  // namespace vellora::hostkit
