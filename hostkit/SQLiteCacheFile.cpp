@@ -110,11 +110,33 @@ void removeWithCompanions(const std::string& path) {
   unlink(path.c_str());
 }
 
-/// The caller holds the folder's lock, so what has the name of the file in the making was left by a process
-/// that was killed.
+/// Clears away what a process that was killed left at `made`; false when something stands there that never
+/// was a file of ours.
+bool removeUnfinished(const std::string& made) {
+  const auto taken = [&made](std::string_view suffix) { return nameIsTaken(made + std::string(suffix)); };
+  switch (kindOfFile(made)) {
+    case SQLiteFileKind::absent:  // its companions are always removed before it
+      return !nameIsTaken(made) && std::none_of(companions.begin(), companions.end(), taken);
+    case SQLiteFileKind::empty:
+    case SQLiteFileKind::ours:
+    case SQLiteFileKind::damaged:
+      removeWithCompanions(made);
+      return true;
+    case SQLiteFileKind::foreign:
+    case SQLiteFileKind::newer:
+    case SQLiteFileKind::unreadable:
+      break;
+  }
+  return false;
+}
+
+/// The caller holds the folder's lock, so nobody else in the folder is making a file: one name does for all
+/// of them, is never too long, and can be no cache's own, since no file is ever put in place there.
 std::optional<Error> createFresh(const std::string& path, Milliseconds busyTimeout) {
-  const std::string made = path + ".new";
-  removeWithCompanions(made);
+  const std::string made = (std::filesystem::path(path).parent_path() / ".vellora-making").string();
+  if (!removeUnfinished(made)) {
+    return SQLiteCacheError{Reason::unwritable, path, "\"" + made + "\" is in the way, move it away"};
+  }
   const int descriptor = ::open(made.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
   if (descriptor < 0) return unwritable(path, errno);
   close(descriptor);

@@ -18,9 +18,11 @@ namespace vellora::hostkit {
 /// the next free number) together with its log, and a fresh one takes its name. A file without any bytes is a
 /// fresh one's place.
 ///
-/// A fresh file is made under another name and linked to its own when it is complete, so that no crash can
-/// leave half a file that would be refused ever after. Creating and setting aside happen under a lock of the
-/// folder, so that several processes that start at once agree on one file.
+/// A fresh file is made as .vellora-making in the same folder and linked to its own name when it is complete,
+/// so that no crash can leave half a file that would be refused ever after. What a crash left there is
+/// removed; what was never ours is left alone, and no fresh file can be made until it is moved away. Creating
+/// and setting aside happen under a lock of the folder, so that several processes that start at once agree on
+/// one file.
 ///
 /// Errors: `SQLiteCacheError`.
 namespace sqliteCacheFile {

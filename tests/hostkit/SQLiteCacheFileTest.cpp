@@ -182,6 +182,51 @@ TEST_F(SQLiteCacheFileTest, TellsAFileThatAnotherProcessHolds) {
   EXPECT_EQ(opened.error().as<SQLiteCacheError>()->reason, Reason::locked);
 }
 
+TEST_F(SQLiteCacheFileTest, MakesAFreshFileWithoutTouchingCachesOrFilesOfSimilarNames) {
+  writeFile(folder.file("other.new"), "mine");
+  writeFile(folder.file("other.new-wal"), "mine too");
+  const auto similar = tryToOpen(path + ".new").value();
+  similar->save(Data(std::string("1")), "a");
+
+  makeCache();
+  EXPECT_TRUE(tryToOpen(folder.file("other")).hasValue());
+
+  EXPECT_EQ(similar->load("a"), Data(std::string("1")));
+  EXPECT_EQ(tryToOpen(path + ".new").value()->load("a"), Data(std::string("1")));
+  EXPECT_EQ(fileBytes(folder.file("other.new")), "mine");
+  EXPECT_EQ(fileBytes(folder.file("other.new-wal")), "mine too");
+}
+
+TEST_F(SQLiteCacheFileTest, ClearsAwayWhatAKilledProcessLeftInTheMaking) {
+  const std::string unfinished = folder.file(".vellora-making");
+  makeCache();
+  const std::string whole = fileBytes(path);
+  for (const std::string& left : {std::string(), "XXXX" + whole.substr(4), whole}) {
+    std::filesystem::remove(path);
+    writeFile(unfinished, left);
+    writeFile(unfinished + "-journal", left);
+    makeCache();
+    EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
+  }
+}
+
+TEST_F(SQLiteCacheFileTest, LeavesAForeignFileInTheWayOfAFreshOne) {
+  const std::string foreign = folder.file(".vellora-making");
+  for (const char* const companion : {"", "-wal", "-shm", "-journal"}) {
+    writeFile(foreign + companion, "mine");
+    EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::unwritable, path,
+                                               "\"" + foreign + "\" is in the way, move it away"}));
+    EXPECT_EQ(fileBytes(foreign + companion), "mine");
+    std::filesystem::remove(foreign + companion);
+  }
+}
+
+TEST_F(SQLiteCacheFileTest, MakesAFreshFileOfTheLongestNameThatLeavesRoomForItsLog) {
+  const std::string longest = folder.file(std::string(251, 'n'));
+  EXPECT_TRUE(tryToOpen(longest).value()->save(Data(std::string("1")), "a"));
+  EXPECT_EQ(tryToOpen(longest).value()->load("a"), Data(std::string("1")));
+}
+
 TEST_F(SQLiteCacheFileTest, TakesAnEmptyFileForAFreshOnesPlace) {
   writeFile(path, "");
   chmod(path.c_str(), 0644);
