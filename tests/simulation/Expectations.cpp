@@ -15,9 +15,13 @@ using Type = SimulatedServer::Type;
 /// Whether the host told the type of an id's prefix, each time that it was asked for this cause.
 enum class Mapped { always, never, sometimes };
 
-Mapped mappedFor(const Cause& cause, const std::string& id) {
+Mapped mappedFor(World& world, const std::string& id) {
+  const auto& cause = world.cause();
   const auto found = cause.mapped.find(id.substr(0, 3));
-  if (found == cause.mapped.end()) return Mapped::never;
+  if (found == cause.mapped.end()) {
+    world.breach("nobody asked for the prefix of " + id);
+    return Mapped::never;
+  }
   const auto& reads = found->second;
   const auto told = std::count(reads.begin(), reads.end(), true);
   if (told == 0) return Mapped::never;
@@ -123,7 +127,7 @@ void checkIds(World& world, const std::map<std::string, ObjectPresentationInfo>&
   world.expect(cause.begun, "an id lookup answers after its beginning");
   for (const auto& id : cause.keys) {
     const auto* type = SimulatedServer::withPrefixOf(id);
-    const auto mapped = type ? mappedFor(cause, id) : Mapped::never;
+    const auto mapped = mappedFor(world, id);
     const auto found = infos.find(id);
     if (mapped != Mapped::sometimes) {
       world.expect((found != infos.end()) == (mapped == Mapped::always),
@@ -198,7 +202,7 @@ void checkSObjectsForIds(World& world,
   world.expect(found.size() == asked.size(), "one tuple for each id");
   for (const auto& [id, tuple] : found) {
     const auto* type = SimulatedServer::withPrefixOf(id);
-    const auto mapped = type ? mappedFor(world.cause(), id) : Mapped::never;
+    const auto mapped = mappedFor(world, id);
     if (mapped != Mapped::sometimes) {
       world.expect(tuple.type.has_value() == (mapped == Mapped::always), "the type of " + id);
     }
