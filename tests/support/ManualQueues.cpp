@@ -5,6 +5,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <new>
 #include <set>
 #include <utility>
 #include <vector>
@@ -46,7 +47,10 @@ void runAt(std::size_t place) {
   const auto chosen = submitted.begin() + static_cast<std::ptrdiff_t>(place);
   const auto work = std::move(chosen->work);
   submitted.erase(chosen);
-  work();
+  try {
+    work();
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the end of a piece of work, as in the library
+  }
 }
 
 class GlobalQueue final : public DispatchQueue {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <new>
 #include <utility>
 
 #include "vellora/DataServices/CompactLayoutDataServiceError.h"
@@ -92,8 +93,12 @@ void CompactLayoutDataService::getCompactLayoutFromNetwork(const std::vector<std
         if (!results) return completion(std::nullopt, std::move(error));
         const auto self = weak.lock();
         if (!self) return;
-        self->resolveReferenceFields(
-            std::make_shared<const Download>(Download{names, *std::move(results), completion}));
+        try {
+          self->resolveReferenceFields(
+              std::make_shared<const Download>(Download{names, *std::move(results), completion}));
+        } catch (const std::bad_alloc&) {
+          completion(std::nullopt, noMemoryForAnswer());
+        }
       });
 }
 
@@ -109,13 +114,12 @@ void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<cons
     const auto& layouts = download->results.layouts;
     if (error) {
       if (const auto self = weak.lock()) {
-        logError(*self->logger_,
-                 "getCompactLayoutFromNetwork(_:completion:): Qualified API Name network request failed: ",
-                 *error);
+        logError(*self->logger_, "getCompactLayoutFromNetwork(_:completion:)",
+                 ": Qualified API Name network request failed: ", *error);
       }
-      return download->completion(layouts, std::nullopt);
+      return answerWithCopy(download->completion, layouts);
     }
-    download->completion(layouts, std::nullopt);
+    answerWithCopy(download->completion, layouts);
     const auto self = weak.lock();  // only now: the completion may have released the service
     if (!self) return;
     CacheKeys keys(Constants::keyPrefix);

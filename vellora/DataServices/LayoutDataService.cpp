@@ -1,5 +1,6 @@
 #include "vellora/DataServices/LayoutDataService.h"
 
+#include <new>
 #include <utility>
 
 #include "vellora/DataServices/LayoutSteps.h"
@@ -48,12 +49,19 @@ void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& nam
   download<std::vector<ObjectLayoutInfo>>(
       *network_, *request, loggerOf(weak_from_this(), *logger_), "getLayoutFromNetwork(_:completion:)",
       [weak = weak_from_this(), completion = std::move(completion)](auto layouts, auto error) {
-        completion(layouts, std::move(error));
+        if (!layouts) return completion(std::nullopt, std::move(error));
+        answerWithCopy(completion, *layouts);
         const auto self = weak.lock();  // only now: the completion may have released the service
-        if (!self || !layouts) return;
-        CacheKeys keys(Constants::keyPrefix);
-        for (const auto& layout : *layouts) self->save(keys.keyOf(layout.objectType), layout);
+        if (self) self->save(*layouts);
       });
+}
+
+void LayoutDataService::save(const std::vector<ObjectLayoutInfo>& layouts) {
+  try {
+    CacheKeys keys(Constants::keyPrefix);
+    for (const auto& layout : layouts) save(keys.keyOf(layout.objectType), layout);
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): they are asked for again
+  }
 }
 
 void LayoutDataService::save(const std::string& key, const ObjectLayoutInfo& objectLayoutInfo) {

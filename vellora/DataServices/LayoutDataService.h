@@ -49,6 +49,7 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
 
  private:
   void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
+  void save(const std::vector<ObjectLayoutInfo>& layouts);
   void save(const std::string& key, const ObjectLayoutInfo& objectLayoutInfo);
   [[nodiscard]] std::optional<ObjectLayoutInfo> load(const std::string& key);
 

@@ -12,12 +12,4 @@ bool isExpired(Date downloadedTime, double cacheTimeout) {
   return now().secondsSince(downloadedTime) > cacheTimeout;
 }
 
-void logError(CorvaneSDK::Logger& logger, std::string text, const Error& error) {
-  logger.log(text.append(error.localizedDescription()), CorvaneSDK::LogLevel::error);
-}
-
-void logError(const std::weak_ptr<CorvaneSDK::Logger>& logger, std::string text, const Error& error) {
-  if (const auto alive = logger.lock()) logError(*alive, std::move(text), error);
-}
-
 }  // namespace vellora

@@ -8,6 +8,7 @@
 #include <functional>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,6 +22,7 @@
 #include "vellora/Platform/Date.h"
 #include "vellora/Platform/Error.h"
 #include "vellora/Platform/Json.h"
+#include "vellora/Platform/OutOfMemory.h"
 
 namespace vellora {
 
@@ -58,11 +60,33 @@ class CacheKeys {
 /// Whether what was downloaded then is older than `cacheTimeout` seconds now. A time in the future is not.
 [[nodiscard]] bool isExpired(Date downloadedTime, double cacheTimeout);
 
-/// Logs `text` followed by what the error says.
-void logError(CorvaneSDK::Logger& logger, std::string text, const Error& error);
+/// Logs `operation`, `failure` and what the error says, as one line; none when there is no memory for it.
+template <ErrorValue E>
+void logError(CorvaneSDK::Logger& logger, std::string_view operation, std::string_view failure,
+              const E& error) {
+  try {
+    logger.log(std::string(operation).append(failure).append(error.localizedDescription()),
+               CorvaneSDK::LogLevel::error);
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the failure counts, not its line
+  }
+}
 
 /// The same, unless the logger is gone.
-void logError(const std::weak_ptr<CorvaneSDK::Logger>& logger, std::string text, const Error& error);
+template <ErrorValue E>
+void logError(const std::weak_ptr<CorvaneSDK::Logger>& logger, std::string_view operation,
+              std::string_view failure, const E& error) {
+  if (const auto alive = logger.lock()) logError(*alive, operation, failure, error);
+}
+
+/// `json::decode`, with `OutOfMemory` as the error when there is no memory for the value.
+template <class T>
+[[nodiscard]] Result<T> decodedInMemory(const Data& text) {
+  try {
+    return json::decode<T>(text);
+  } catch (const std::bad_alloc&) {
+    return outOfMemory();
+  }
+}
 
 /// A service's logger for as long as the service lives: whoever holds it weakly logs nothing for a service
 /// that has been released.
@@ -83,7 +107,7 @@ template <class Entry>
   }
   auto entry = json::decode<Entry>(*data);
   if (entry) return std::move(entry).value();
-  logError(logger, "load(key:): Failed to decode: ", entry.error());
+  logError(logger, "load(key:)", ": Failed to decode: ", entry.error());
   return std::nullopt;
 }
 
@@ -92,7 +116,7 @@ template <class Entry>
 void saveEntry(CorvaneSDK::Cache& cache, CorvaneSDK::Logger& logger, const std::string& key,
                const Entry& entry, std::string_view operation) {
   const auto data = json::encode(entry);
-  if (!data) return logError(logger, std::string(operation) + ": Failed to encode: ", data.error());
+  if (!data) return logError(logger, operation, ": Failed to encode: ", data.error());
   cache.save(data.value(), key);
 }
 
@@ -108,12 +132,12 @@ void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& reques
                    const std::optional<Data>& data, const std::optional<Error>& error, const auto&) {
         if (answered->test_and_set()) return;
         if (!data) {
-          if (error) logError(logger, operation + ": Network request error:  ", *error);
+          if (error) logError(logger, operation, ": Network request error:  ", *error);
           return then(std::optional<Body>(), std::optional(SObjectsDataServiceError::network()));
         }
-        auto body = json::decode<Body>(*data);
+        auto body = decodedInMemory<Body>(*data);
         if (!body) {
-          logError(logger, operation + ": Failed to decode: ", body.error());
+          logError(logger, operation, ": Failed to decode: ", body.error());
           return then(std::optional<Body>(), std::optional(SObjectsDataServiceError::decoding()));
         }
         then(std::optional(std::move(body).value()), std::optional<SObjectsDataServiceError>());
@@ -124,6 +148,23 @@ template <class Layout>
 using LayoutCompletion = std::function<void(std::optional<std::vector<Layout>> layouts,
                                             std::optional<SObjectsDataServiceError> error)>;
 
+/// The error of an answer that there is no memory for.
+[[nodiscard]] inline std::optional<SObjectsDataServiceError> noMemoryForAnswer() {
+  return SObjectsDataServiceError::other(outOfMemory());
+}
+
+/// Answers `completion` with a copy of `layouts`; with the error alone when there is no memory for that.
+template <class Layout>
+void answerWithCopy(const LayoutCompletion<Layout>& completion, const std::vector<Layout>& layouts) {
+  std::optional<std::vector<Layout>> copy;
+  try {
+    copy = layouts;
+  } catch (const std::bad_alloc&) {
+    return completion(std::nullopt, noMemoryForAnswer());
+  }
+  completion(std::move(copy), std::nullopt);
+}
+
 /// What cached layouts a lookup has found.
 template <class Layout>
 struct CachedLayouts {
@@ -133,7 +174,7 @@ struct CachedLayouts {
 
 /// Takes a lookup's downloaded layouts and answers `completion`, if there is one, with these and the fresh
 /// ones; without downloaded layouts with all that were found and the error, which is logged as one of
-/// `operation`.
+/// `operation`. Without the memory for a list there is only the error.
 template <class Layout>
 [[nodiscard]] LayoutCompletion<Layout> answerWithCached(CachedLayouts<Layout> cached,
                                                         std::weak_ptr<CorvaneSDK::Logger> logger,
@@ -141,13 +182,21 @@ template <class Layout>
                                                         LayoutCompletion<Layout> completion) {
   return [cached = std::move(cached), logger = std::move(logger), operation = std::move(operation),
           completion = std::move(completion)](auto downloaded, auto error) {
-    if (downloaded) {
-      downloaded->insert(downloaded->end(), cached.fresh.begin(), cached.fresh.end());
-      if (completion) completion(std::move(downloaded), std::nullopt);
-      return;
+    if (!downloaded && error) logError(logger, operation, ": Network request error:  ", *error);
+    if (!completion) return;
+    std::optional<std::vector<Layout>> layouts;
+    try {
+      if (downloaded) {
+        downloaded->insert(downloaded->end(), cached.fresh.begin(), cached.fresh.end());
+        layouts = std::move(downloaded);
+        error.reset();
+      } else {
+        layouts = cached.found;
+      }
+    } catch (const std::bad_alloc&) {
+      error = noMemoryForAnswer();
     }
-    if (error) logError(logger, operation + ": Network request error:  ", *error);
-    if (completion) completion(cached.found, std::move(error));
+    completion(std::move(layouts), std::move(error));
   };
 }
 

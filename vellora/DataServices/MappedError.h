@@ -1,5 +1,6 @@
 #pragma once
 
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -12,10 +13,13 @@ namespace vellora {
 /// type, when there is a logger.
 template <class E>
 [[nodiscard]] E mappedError(const Error& error, std::string_view typeName, CorvaneSDK::Logger* logger) {
-  if (logger) {
-    logger->log(
-        std::string("VelloraService: ").append(typeName).append(": ").append(error.localizedDescription()),
-        CorvaneSDK::LogLevel::error);
+  try {
+    if (logger) {
+      logger->log(
+          std::string("VelloraService: ").append(typeName).append(": ").append(error.localizedDescription()),
+          CorvaneSDK::LogLevel::error);
+    }
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the error counts, not its line
   }
   if (const auto* own = error.as<E>()) return *own;
   return E::other(error);

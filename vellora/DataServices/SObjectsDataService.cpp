@@ -1,6 +1,7 @@
 #include "vellora/DataServices/SObjectsDataService.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "vellora/DataServices/SObjectsCache.h"
@@ -75,7 +76,10 @@ SObjectsDataService::SObjectsDataService(RequiredAPI api, double cacheTimeout)
       cache_(std::make_unique<SObjectsCache>(std::move(api.cache), logger_, cacheTimeout)) {}
 
 SObjectsDataService::~SObjectsDataService() {
-  cache_->enforceCacheCount();
+  try {
+    cache_->enforceCacheCount();
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the rows are left to the next purge
+  }
 }
 
 CacheState SObjectsDataService::cacheState() const {
@@ -263,7 +267,7 @@ std::optional<std::string> SObjectsDataService::name(const std::string& id) {
   return found->second;
 }
 
-void SObjectsDataService::log(const std::string& text) const {
+void SObjectsDataService::log(std::string_view text) const {
   logger_->log(text, LogLevel::info);
 }
 

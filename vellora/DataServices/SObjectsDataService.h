@@ -123,7 +123,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   /// The object API name for a record id, as far as the cache knows it.
   [[nodiscard]] std::optional<std::string> name(const std::string& id);
 
-  void log(const std::string& text) const;
+  void log(std::string_view text) const;
   static SObjectsDataServiceError mapped(const Error& error, const std::weak_ptr<SObjectsDataService>& weak);
 
   // Constant after construction.

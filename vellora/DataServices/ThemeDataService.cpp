@@ -1,6 +1,7 @@
 #include "vellora/DataServices/ThemeDataService.h"
 
 #include <algorithm>
+#include <new>
 
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/NamedList.h"
@@ -49,7 +50,10 @@ ThemeDataService::ThemeDataService(RequiredAPI api, double cacheTimeout)
       list_(std::make_unique<const Remembered<NamedList<ThemeItem>>>()) {}
 
 ThemeDataService::~ThemeDataService() {
-  table_->enforceCacheCount(entryKind);
+  try {
+    table_->enforceCacheCount(entryKind);
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the rows are left to the next purge
+  }
 }
 
 ThemeDataService::CacheState ThemeDataService::cacheState() const {

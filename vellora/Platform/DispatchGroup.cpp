@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <mutex>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -10,7 +11,8 @@ namespace vellora {
 struct DispatchGroup::State {
   struct Notification {
     std::shared_ptr<DispatchQueue> queue;
-    DispatchQueue::Work work;
+    std::shared_ptr<DispatchQueue::Work>
+        work;  // shared, so that a queue which cannot take it does not lose it
   };
 
   std::mutex mutex;
@@ -32,14 +34,20 @@ void DispatchGroup::leave() const {
     if (state_->outstanding == 0 || --state_->outstanding > 0) return;
     due.swap(state_->notifications);
   }
-  for (auto& [queue, work] : due) queue->async(std::move(work));
+  for (const auto& [queue, work] : due) {
+    try {
+      queue->async([work = work] { (*work)(); });
+    } catch (const std::bad_alloc&) {
+      (*work)();  // here, rather than not at all
+    }
+  }
 }
 
 void DispatchGroup::notify(const std::shared_ptr<DispatchQueue>& queue, DispatchQueue::Work work) const {
   {
     const std::lock_guard lock(state_->mutex);
     if (state_->outstanding > 0) {
-      state_->notifications.push_back({queue, std::move(work)});
+      state_->notifications.push_back({queue, std::make_shared<DispatchQueue::Work>(std::move(work))});
       return;
     }
   }
@@ -48,11 +56,16 @@ void DispatchGroup::notify(const std::shared_ptr<DispatchQueue>& queue, Dispatch
 
 void DispatchGroup::async(const std::shared_ptr<DispatchQueue>& queue, DispatchQueue::Work work) const {
   enter();
-  queue->async([group = *this, work = std::move(work)]() mutable {
-    work();
-    work = nullptr;  // its captures go before the group is left
-    group.leave();
-  });
+  try {
+    queue->async([group = *this, work = std::move(work)]() mutable {
+      work();
+      work = nullptr;  // its captures go before the group is left
+      group.leave();
+    });
+  } catch (const std::bad_alloc&) {
+    leave();
+    throw;
+  }
 }
 
 }  // namespace vellora

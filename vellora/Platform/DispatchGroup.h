@@ -23,7 +23,8 @@ class VELLORA_EXPORT DispatchGroup {
 
   /// Submits `work` to `queue` once no task is outstanding: at once when none is, else when the last one
   /// leaves. Never runs `work` inside the call. Several notifications fire in their order, each once. If a
-  /// task never leaves, its notifications never fire.
+  /// task never leaves, its notifications never fire. When there is no memory for a submission, the work runs
+  /// on the thread that leaves: waiting for ever would be worse.
   void notify(const std::shared_ptr<DispatchQueue>& queue, DispatchQueue::Work work) const;
 
   /// Enters, submits `work` to `queue`, and leaves when the work has run and its captures are destroyed.

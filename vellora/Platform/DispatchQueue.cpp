@@ -19,7 +19,9 @@ std::size_t threadCount() {
 
 class GlobalQueue final : public DispatchQueue {
  public:
-  void async(Work work) override { boost::asio::post(detail::threadPool().get_executor(), std::move(work)); }
+  void async(Work work) override {
+    boost::asio::post(detail::threadPool().get_executor(), detail::guarded(std::move(work)));
+  }
 };
 
 }  // namespace

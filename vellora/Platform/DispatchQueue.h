@@ -23,7 +23,9 @@ class VELLORA_EXPORT DispatchQueue {
   virtual ~DispatchQueue() = default;
 
   /// Submits `work` and returns at once; the work never runs inside this call. A serial queue runs its work
-  /// in the order of submission, one at a time, and each piece sees what those before it wrote.
+  /// in the order of submission, one at a time, and each piece sees what those before it wrote. Work that the
+  /// library submits does not throw; work on the library's own queues that throws `std::bad_alloc` ends with
+  /// that.
   virtual void async(Work work) = 0;
 
   /// The process-wide concurrent queue. It has no order, and lives as long as the process.

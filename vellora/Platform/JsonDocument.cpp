@@ -1,6 +1,7 @@
 #include "vellora/Platform/JsonDocument.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -50,6 +51,7 @@ std::optional<DecodingError> Document::parse(const Data& text) {
   json.remove_prefix(skipped);
   auto error = parseWith(*parser_, maximumDepth, json, root_);
   if (!error) return std::nullopt;
+  if (error == simdjson::MEMALLOC) throw std::bad_alloc();
   if (auto found = findSyntaxError(json, skipped)) return found;
   // simdjson refuses to go as deep as its limit, but lets an empty object or array pass there. So a document
   // that is just deep enough is refused at first; when nothing is wrong with it, one level more does no harm.

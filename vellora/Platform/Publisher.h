@@ -46,6 +46,9 @@ struct PublishedBy<Publisher<T>> {
 /// not
 ///    begun; a handler already running on another thread finishes.
 /// 4. After the end, the failure or the cancellation, a pipeline has let go of its closures and its upstream.
+/// 5. A step that gets no memory fails its pipeline with `OutOfMemory`, as far as there is memory to tell.
+/// `sink`
+///    itself throws `std::bad_alloc`, and then nothing is delivered.
 ///
 /// Nothing happens before `sink`, except that the body of `promise` runs when it is built.
 ///
@@ -166,10 +169,11 @@ class Publisher {
   template <class V, class C>
   [[nodiscard]] AnyCancellable sink(V onValue, C onCompletion) const {
     const SubscriptionScope scope;
+    AnyCancellable token(scope);  // cancels what has begun when the rest gets no memory
     source_->subscribe(
         std::make_shared<detail::SinkObserver<T, V, C>>(scope, std::move(onValue), std::move(onCompletion)),
         scope);
-    return AnyCancellable(scope);
+    return token;
   }
 
   /// As above, for who does not ask how it ended.

@@ -20,7 +20,7 @@ SerialDispatchQueue::SerialDispatchQueue(std::string label, DispatchQoS qos)
 SerialDispatchQueue::~SerialDispatchQueue() = default;
 
 void SerialDispatchQueue::async(Work work) {
-  boost::asio::post(strand_->executor, std::move(work));
+  boost::asio::post(strand_->executor, detail::guarded(std::move(work)));
 }
 
 }  // namespace vellora

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <map>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "vellora/DataServices/LayoutSteps.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/Host/Logger.h"
 
@@ -25,16 +27,20 @@ template <class Info>
 
 /// What a layout lookup's caller gets of a layout service's answer: the dictionary; nothing when there was no
 /// list, after the error, if one came, has been logged. An error beside a list is of no interest: the list
-/// holds what there is.
+/// holds what there is. Nothing as well when there is no memory for the dictionary.
 template <class Info>
 [[nodiscard]] std::optional<std::map<std::string, Info>> layoutAnswer(
     std::optional<std::vector<Info>> infos, const std::optional<SObjectsDataServiceError>& error,
     CorvaneSDK::Logger& logger) {
   if (!infos) {
-    if (error) logger.log("error: " + error->localizedDescription(), CorvaneSDK::LogLevel::error);
+    if (error) logError(logger, "error", ": ", *error);
     return std::nullopt;
   }
-  return byObjectType(*std::move(infos));
+  try {
+    return byObjectType(*std::move(infos));
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace vellora

@@ -1,9 +1,12 @@
 #include "vellora/Services/VelloraServiceImplementation.h"
 
+#include <atomic>
+#include <new>
 #include <set>
 #include <utility>
 
 #include "vellora/Platform/Description.h"
+#include "vellora/Platform/OutOfMemory.h"
 #include "vellora/Services/LayoutAnswer.h"
 
 namespace vellora {
@@ -33,6 +36,16 @@ std::map<std::string, std::optional<ThemeItem>> lookedUp(std::map<std::string, T
   return themes;
 }
 
+/// With another error when there is no memory for that one.
+template <class E>
+VelloraService::State failedState(const E& error) {
+  try {
+    return VelloraService::State::failed(error);
+  } catch (const std::bad_alloc&) {
+    return VelloraService::State::failed(outOfMemory());
+  }
+}
+
 }  // namespace
 
 VelloraService::Implementation::Implementation(const RequiredAPI& api, double cacheTimeout, std::string theme,
@@ -54,42 +67,75 @@ void VelloraService::Implementation::log(const std::string& text) const {
 
 void VelloraService::Implementation::prefetch() {
   primerState_.set(State::isLoading());
-  log("prefetch(): primerState: " + primerState_.value().description());
-  const DispatchGroup group;
-  loadThemes(group);
-  loadSObjects(group);
-  group.notify(DispatchQueue::global(DispatchQoS::userInitiated), [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->finishPrefetch();
-  });
+  try {
+    log("prefetch(): primerState: " + primerState_.value().description());
+    const DispatchGroup group;
+    loadThemes(group);
+    loadSObjects(group);
+    group.notify(DispatchQueue::global(DispatchQoS::userInitiated), [weak = weak_from_this()] {
+      if (const auto self = weak.lock()) self->finishPrefetch();
+    });
+  } catch (const std::bad_alloc&) {
+    primerState_.set(State::failed(outOfMemory()));  // or the next lookup waited for what nobody loads
+    throw;
+  }
 }
 
 void VelloraService::Implementation::loadThemes(const DispatchGroup& group) {
-  group.enter();
-  group.async(queue_, [weak = weak_from_this(), group] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->themeDataService_->loadThemes([weak, group](const auto& error) {
-      if (const auto still = weak.lock(); still && error) still->noteFailure(*error, "themes");
-      group.leave();
-    });
+  startLoad(group, "themes", [](Implementation& self, const auto& ended) {
+    self.themeDataService_->loadThemes([ended](const auto& error) { (*ended)(error); });
   });
 }
 
 void VelloraService::Implementation::loadSObjects(const DispatchGroup& group) {
-  group.enter();
-  group.async(queue_, [weak = weak_from_this(), group] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->sObjectsDataService_->loadSObjects([weak, group](const auto& error) {
-      if (const auto still = weak.lock(); still && error) still->noteFailure(*error, "sobjects");
-      group.leave();
-    });
+  startLoad(group, "sobjects", [](Implementation& self, const auto& ended) {
+    self.sObjectsDataService_->loadSObjects([ended](const auto& error) { (*ended)(error); });
   });
 }
 
-void VelloraService::Implementation::noteFailure(const Error& error, std::string_view loading) {
-  primerState_.set(State::failed(error));
-  log("prefetch(): error while loading " + std::string(loading) + ": " + error.localizedDescription());
+/// How one load of a prefetch ends: once, whether its service says so or there was no memory to ask it.
+class VelloraService::Implementation::LoadEnd {
+ public:
+  LoadEnd(std::weak_ptr<Implementation> facade, DispatchGroup group, std::string_view loading)
+      : facade_(std::move(facade)), group_(std::move(group)), loading_(loading) {}
+
+  template <class E>
+  void operator()(const std::optional<E>& error) {
+    if (ended_.exchange(true)) return;
+    if (const auto facade = facade_.lock(); facade && error) facade->noteFailure(*error, loading_);
+    group_.leave();
+  }
+
+ private:
+  const std::weak_ptr<Implementation> facade_;
+  const DispatchGroup group_;
+  const std::string_view loading_;
+  std::atomic<bool> ended_ = false;
+};
+
+template <class Load>
+void VelloraService::Implementation::startLoad(const DispatchGroup& group, std::string_view loading,
+                                               Load load) {
+  const auto ended = std::make_shared<LoadEnd>(weak_from_this(), group, loading);
+  group.enter();
+  group.async(queue_, [weak = weak_from_this(), ended, load] {
+    const auto self = weak.lock();
+    if (!self) return;
+    try {
+      load(*self, ended);
+    } catch (const std::bad_alloc&) {
+      (*ended)(std::optional(outOfMemory()));
+    }
+  });
+}
+
+template <class E>
+void VelloraService::Implementation::noteFailure(const E& error, std::string_view loading) {
+  primerState_.set(failedState(error));
+  try {
+    log("prefetch(): error while loading " + std::string(loading) + ": " + error.localizedDescription());
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the state counts, not its line
+  }
 }
 
 void VelloraService::Implementation::finishPrefetch() {

@@ -43,9 +43,14 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
   using Themes = std::map<std::string, std::optional<ThemeItem>>;
   using SObjectsById = std::map<std::string, SObjectsDataService::TypeAndInstance>;
 
+  class LoadEnd;
+
   void loadThemes(const DispatchGroup& group);
   void loadSObjects(const DispatchGroup& group);
-  void noteFailure(const Error& error, std::string_view loading);
+  template <class Load>
+  void startLoad(const DispatchGroup& group, std::string_view loading, Load load);
+  template <class E>
+  void noteFailure(const E& error, std::string_view loading);
   void finishPrefetch();
 
   /// Calls `completion` once the state is not, or no longer, `isLoading`; a prefetch that has finished is run

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -29,14 +30,23 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
     return current_;
   }
 
+  /// Stores in any case. A subscriber for whom there is no memory misses the value.
   void send(const T& value) {
     std::vector<std::shared_ptr<Subscriber>> subscribers;
     {
       const std::lock_guard lock(mutex_);
       if (current_) current_ = value;
+      try {
+        subscribers.reserve(subscribers_.size());
+      } catch (const std::bad_alloc&) {
+        return;
+      }
       for (const auto& [id, subscriber] : subscribers_) {
-        subscriber->enqueue(value);
-        subscribers.push_back(subscriber);
+        try {
+          subscriber->enqueue(value);
+          subscribers.push_back(subscriber);
+        } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the others get it all the same
+        }
       }
     }
     for (const auto& subscriber : subscribers) subscriber->gate.drain();
@@ -51,9 +61,14 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
       id = nextId_++;
       subscribers_.emplace(id, subscriber);
     }
-    scope.add([weak = this->weak_from_this(), id] {
-      if (const auto broadcast = weak.lock()) broadcast->forget(id);
-    });
+    try {
+      scope.add([weak = this->weak_from_this(), id] {
+        if (const auto broadcast = weak.lock()) broadcast->forget(id);
+      });
+    } catch (const std::bad_alloc&) {
+      forget(id);
+      throw;
+    }
     subscriber->gate.drain();
   }
 

@@ -3,9 +3,11 @@
 #include <cstddef>
 #include <deque>
 #include <memory>
+#include <new>
 #include <optional>
 #include <utility>
 
+#include "vellora/Platform/OutOfMemory.h"
 #include "vellora/Platform/SerialGate.h"
 #include "vellora/Platform/detail/Source.h"
 
@@ -22,11 +24,17 @@ class Joint {
   /// The scope of everything upstream of the joint.
   [[nodiscard]] const SubscriptionScope& scope() const { return scope_; }
 
-  /// Runs `event` behind the events before it. `event` may call `yield` and `finish`.
+  /// Runs `event` behind the events before it. `event` may call `yield` and `finish`. One that gets no memory
+  /// ends the joint, whichever thread happens to run it.
   template <class F>
   void run(F event) {
     gate_.run([this, event = std::move(event)]() mutable {
-      if (!ended_ && scope_.isActive()) event();
+      if (ended_ || !scope_.isActive()) return;
+      try {
+        event();
+      } catch (const std::bad_alloc&) {
+        finish(outOfMemory());
+      }
     });
   }
 
@@ -38,7 +46,10 @@ class Joint {
     if (ended_ || !scope_.isActive()) return;  // the consumer of the last value cancelled
     ended_ = true;
     scope_.end();
-    downstream_->complete(std::move(completion));
+    try {
+      downstream_->complete(std::move(completion));
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): nobody is left to be told
+    }
   }
 
  private:

@@ -2,15 +2,21 @@
 
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "vellora/Platform/Observer.h"
+#include "vellora/Platform/OutOfMemory.h"
 #include "vellora/Platform/SubscriptionScope.h"
 
 namespace vellora::detail {
 
 /// What a waiting producer holds of its consumer: a place that cancelling empties. The producer owns the
 /// link, the scope knows it only weakly.
+///
+/// Whatever enters a running pipeline comes through a link, from a queue, a host's thread or a setter, none
+/// of which could do anything about a step behind it that gets no memory. So that goes no further than here:
+/// it is the end of what is behind.
 ///
 /// Threads: safe to use from several threads at once; the observer is called with no lock held.
 template <class T>
@@ -33,12 +39,23 @@ class Link {
   Link& operator=(const Link&) = delete;
 
   void receive(T value) {
-    if (const auto observer = get()) observer->receive(std::move(value));
+    const auto observer = get();
+    if (!observer) return;
+    try {
+      observer->receive(std::move(value));
+    } catch (const std::bad_alloc&) {
+      complete(outOfMemory());
+    }
   }
 
   /// Passes the end on and lets go of the observer.
   void complete(Completion completion) {
-    if (const auto observer = take()) observer->complete(std::move(completion));
+    const auto observer = take();
+    if (!observer) return;
+    try {
+      observer->complete(std::move(completion));
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): nobody is left to be told
+    }
   }
 
   [[nodiscard]] std::shared_ptr<Observer<T>> get() const {

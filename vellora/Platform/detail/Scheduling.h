@@ -3,10 +3,12 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 #include <variant>
 
 #include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/OutOfMemory.h"
 #include "vellora/Platform/SerialGate.h"
 #include "vellora/Platform/detail/Link.h"
 #include "vellora/Platform/detail/Source.h"
@@ -35,6 +37,11 @@ class ReceiveOnSource final : public Source<T> {
     void add(std::variant<T, Completion> event) {
       const std::lock_guard lock(mutex);
       events.push_back(std::move(event));
+    }
+
+    void takeBackNewest() {
+      const std::lock_guard lock(mutex);
+      events.pop_back();
     }
 
     void deliverOldest() {
@@ -71,7 +78,12 @@ class ReceiveOnSource final : public Source<T> {
    private:
     void hop(std::variant<T, Completion> event) {
       transit_->add(std::move(event));
-      queue_->async([transit = transit_] { transit->deliverOldest(); });
+      try {
+        queue_->async([transit = transit_] { transit->deliverOldest(); });
+      } catch (const std::bad_alloc&) {
+        transit_->takeBackNewest();  // each event has its hop
+        throw;
+      }
     }
 
     const std::shared_ptr<Transit> transit_;
@@ -95,11 +107,20 @@ class SubscribeOnSource final : public Source<T> {
       const auto cancelled = weak.lock();
       if (!cancelled) return;
       cancelled->takeUpstream();
-      queue->async([own = cancelled->own] { own.end(); });
+      try {
+        queue->async([own = cancelled->own] { own.end(); });
+      } catch (const std::bad_alloc&) {
+        cancelled->own.end();  // here, rather than not at all
+      }
     });
     queue_->async([start] {
-      if (const auto upstream = start->takeUpstream()) {
+      const auto upstream = start->takeUpstream();
+      if (!upstream) return;
+      try {
         upstream->subscribe(std::make_shared<StartedObserver>(start), start->own);
+      } catch (const std::bad_alloc&) {
+        start->own.end();
+        start->link->complete(outOfMemory());
       }
     });
   }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "vellora/Platform/OutOfMemory.h"
 #include "vellora/Platform/Result.h"
 #include "vellora/Platform/detail/Source.h"
 
@@ -146,7 +148,10 @@ class MapErrorSource final : public Source<T> {
         : downstream_(std::move(downstream)), transform_(std::move(transform)) {}
     void receive(T value) override { downstream_->receive(std::move(value)); }
     void complete(Completion completion) override {
-      if (completion) completion = Error(transform_(*std::move(completion)));
+      try {
+        if (completion) completion = Error(transform_(*completion));
+      } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the error goes on as it is
+      }
       downstream_->complete(std::move(completion));
     }
 
@@ -177,7 +182,11 @@ class CollectSource final : public Source<std::vector<T>> {
         : downstream_(std::move(downstream)), scope_(std::move(scope)) {}
     void receive(T value) override { values_.push_back(std::move(value)); }
     void complete(Completion completion) override {
-      if (!completion) downstream_->receive(std::move(values_));
+      try {
+        if (!completion) downstream_->receive(std::move(values_));
+      } catch (const std::bad_alloc&) {
+        completion = outOfMemory();
+      }
       if (scope_.isActive()) downstream_->complete(std::move(completion));
     }
 

@@ -1,0 +1,255 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "testkit/ManualQueue.h"
+#include "tests/memory/MemoryHost.h"
+#include "tests/support/LongForm.h"
+#include "tests/support/ManualQueues.h"
+#include "tests/support/TestClock.h"
+#include "vellora/Services/VelloraService.h"
+
+// Every operation of the façade is carried out again and again, each time with another of its allocations
+// failing: the first, the second, until none is left to fail. Once for that one alone, once for that and all
+// after it.
+
+namespace vellora {
+namespace {
+
+using Extent = tests::AllocationFailure::Extent;
+using simulation::SimulatedServer;
+
+constexpr double timeout = 3600;
+
+/// Counts the answers of one lookup, and those that are whole.
+struct Answers {
+  int all = 0;
+  int whole = 0;
+
+  template <class Check>
+  void add(Check isWhole) {
+    const tests::AllocationFailure::Pause pause;
+    ++all;
+    if (isWhole()) ++whole;
+  }
+};
+
+/// One façade on a host of its own, stepped by hand.
+class World {
+ public:
+  void construct() { service = std::make_unique<VelloraService>(host.api(), timeout, "light", hostQueue); }
+
+  /// Runs queues and network until nothing is left to do. False when what the library gave them throws.
+  bool settle() {
+    try {
+      while (hostQueue->runNext() || queues.runNext() || host.network().answerOne()) {
+      }
+      return true;
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+  }
+
+  void lookUpIds(Answers& answers) {
+    service->objectPresentationInfoForIds({"001a", "00Baccounts"}, [&answers](const auto& infos) {
+      answers.add([&] {
+        return infos.size() == 2 && infos.at("001a").typePresentationInfo == account() &&
+               infos.at("00Baccounts").instancePresentationInfo == account();
+      });
+    });
+  }
+
+  void lookUpNames(Answers& answers) {
+    service->objectPresentationInfoForApiNames({"Account"}, [&answers](const auto& infos) {
+      answers.add([&] { return infos.size() == 1 && infos.at("Account").typePresentationInfo == account(); });
+    });
+  }
+
+  void lookUpSearchLayouts(Answers& answers) {
+    service->objectLayoutInfoForApiNames({"Account", "Order"}, [&answers](const auto& layouts) {
+      answers.add([&] {
+        return layouts && layouts->size() == 2 &&
+               layouts->at("Account") == SimulatedServer::searchLayout(*SimulatedServer::named("Account"), 1);
+      });
+    });
+  }
+
+  void lookUpCompactLayouts(Answers& answers) {
+    service->objectCompactLayoutInfoForApiNames({"Account", "Order"}, [&answers](const auto& layouts) {
+      answers.add([&] {
+        return layouts && layouts->size() == 2 &&
+               layouts->at("Account") ==
+                   SimulatedServer::compactLayout(*SimulatedServer::named("Account"), 1, true);
+      });
+    });
+  }
+
+  [[nodiscard]] static PresentationInfo account() {
+    return SimulatedServer::presentation(*SimulatedServer::named("Account"), 1, 1);
+  }
+
+  tests::TestClock clock;
+  tests::ManualQueues queues;
+  tests::MemoryHost host;
+  std::shared_ptr<testkit::ManualQueue> hostQueue = std::make_shared<testkit::ManualQueue>();
+  std::unique_ptr<VelloraService> service;
+};
+
+using LookUp = void (World::*)(Answers& answers);
+
+/// How the caches stand when the operation begins.
+enum class Caches { empty, full, expired };
+
+/// One allocation of an operation fails. Tells whether there was one of that number.
+bool failOnce(LookUp lookUp, Caches caches, bool mayStaySilent, std::size_t number, Extent extent) {
+  World world;
+  world.construct();
+  if (caches != Caches::empty) {
+    world.settle();
+    Answers warm;
+    (world.*lookUp)(warm);
+    world.settle();
+    EXPECT_EQ(warm.whole, 1);
+  }
+  if (caches == Caches::expired) world.clock.advance(timeout + 1);
+
+  Answers answers;
+  bool thrown = false;
+  bool happened = false;
+  bool escaped = false;
+  int atReturn = 0;
+  {
+    const tests::AllocationFailure failure(number, extent);
+    try {
+      (world.*lookUp)(answers);
+    } catch (const std::bad_alloc&) {
+      thrown = true;
+    }
+    atReturn = answers.all;
+    escaped = !world.settle();
+    happened = failure.happened();
+  }
+  EXPECT_FALSE(escaped) << "into the host's queue or network";
+  EXPECT_TRUE(world.settle());
+  EXPECT_TRUE(!thrown || answers.all == atReturn) << "a call that threw is answered later";
+  EXPECT_LE(answers.all, 1);
+  if (!happened) {
+    EXPECT_EQ(answers.whole, 1);
+  } else if (extent == Extent::one && !thrown && !mayStaySilent) {
+    EXPECT_EQ(answers.all, 1) << "never answered";
+  }
+
+  Answers clean;
+  (world.*lookUp)(clean);
+  world.settle();
+  EXPECT_EQ(clean.whole, 1) << "of the lookup after it";
+  EXPECT_EQ(clean.all, 1);
+  return happened;
+}
+
+/// The step from one failing allocation to the next. The short form skips some: under a sanitizer a run takes
+/// a while, and it has other allocations than the plain one.
+std::size_t step() {
+  return static_cast<std::size_t>(tests::longForm("VELLORA_TEST_EVERY_ALLOCATION").value_or(3));
+}
+
+/// Fails each allocation in turn and looks what is left of each run on the heap.
+void failEach(LookUp lookUp, Caches caches, bool mayStaySilent) {
+  // A process's first run leaves what it keeps: parsers, and constants that are made when they are first
+  // used.
+  failOnce(lookUp, caches, mayStaySilent, 1'000'000, Extent::one);
+  std::size_t runs = 0;
+  for (const auto extent : {Extent::one, Extent::allFromThereOn}) {
+    for (std::size_t number = 1;; number += step()) {
+      SCOPED_TRACE("allocation " + std::to_string(number) +
+                   (extent == Extent::one ? "" : " and all after it"));
+      const auto before = tests::LiveMemory::now();
+      const bool happened = failOnce(lookUp, caches, mayStaySilent, number, extent);
+      ++runs;
+      ASSERT_EQ(tests::LiveMemory::now().blocks, before.blocks) << "blocks are leaked";
+      if (testing::Test::HasFailure() || !happened) break;
+    }
+    if (testing::Test::HasFailure()) return;
+  }
+  std::cout << "failed allocations: " << runs << '\n';
+}
+
+TEST(AllocationFailureTest, IdLookupsSurviveItWithEmptyCaches) {
+  failEach(&World::lookUpIds, Caches::empty, true);
+}
+
+TEST(AllocationFailureTest, IdLookupsSurviveItWithFullCaches) {
+  failEach(&World::lookUpIds, Caches::full, true);
+}
+
+TEST(AllocationFailureTest, IdLookupsSurviveItWithExpiredCaches) {
+  failEach(&World::lookUpIds, Caches::expired, true);
+}
+
+TEST(AllocationFailureTest, NameLookupsSurviveItAndAnswer) {
+  failEach(&World::lookUpNames, Caches::empty, false);
+  failEach(&World::lookUpNames, Caches::full, false);
+}
+
+TEST(AllocationFailureTest, SearchLayoutLookupsSurviveItAndAnswer) {
+  for (const auto caches : {Caches::empty, Caches::full, Caches::expired}) {
+    failEach(&World::lookUpSearchLayouts, caches, false);
+  }
+}
+
+TEST(AllocationFailureTest, CompactLayoutLookupsSurviveItAndAnswer) {
+  for (const auto caches : {Caches::empty, Caches::full, Caches::expired}) {
+    failEach(&World::lookUpCompactLayouts, caches, false);
+  }
+}
+
+/// A façade is constructed, loads, and is destroyed, while one allocation fails.
+bool constructFailing(std::size_t number, Extent extent) {
+  World world;
+  bool happened = false;
+  bool escaped = false;
+  bool stuck = false;
+  {
+    const tests::AllocationFailure failure(number, extent);
+    try {
+      world.construct();
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): there is no façade then
+    }
+    escaped = !world.settle();
+    stuck = world.service && world.service->primerState() == VelloraService::State::isLoading();
+    world.service.reset();
+    happened = failure.happened();
+  }
+  EXPECT_FALSE(escaped) << "into the host's queue or network";
+  EXPECT_FALSE(stuck) << "a prefetch never ends";
+  world.settle();
+  world.construct();
+  Answers clean;
+  world.lookUpIds(clean);
+  world.settle();
+  EXPECT_EQ(clean.whole, 1);
+  return happened;
+}
+
+TEST(AllocationFailureTest, AFacadeIsConstructedOrNotAndItsPrefetchAlwaysEnds) {
+  constructFailing(1'000'000, Extent::one);
+  for (const auto extent : {Extent::one, Extent::allFromThereOn}) {
+    for (std::size_t number = 1;; number += step()) {
+      SCOPED_TRACE("allocation " + std::to_string(number) +
+                   (extent == Extent::one ? "" : " and all after it"));
+      const auto before = tests::LiveMemory::now();
+      const bool happened = constructFailing(number, extent);
+      ASSERT_EQ(tests::LiveMemory::now().blocks, before.blocks);
+      ASSERT_FALSE(HasFailure());
+      if (!happened) break;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vellora
