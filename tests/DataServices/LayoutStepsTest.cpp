@@ -62,14 +62,14 @@ class LayoutStepsOnDoublesTest : public testing::Test {
 TEST_F(LayoutStepsOnDoublesTest, AServicesLoggerLivesAsLongAsTheService) {
   auto service = std::make_shared<int>(7);
   const auto weak = loggerOf(std::weak_ptr<int>(service), *logger);
-  logError(weak, "first: ", tests::TestError{"reason"});
+  logError(weak, "first", ": ", tests::TestError{"reason"});
   service.reset();
-  logError(weak, "second: ", tests::TestError{"reason"});
+  logError(weak, "second", ": ", tests::TestError{"reason"});
   EXPECT_THAT(logger->texts(LogLevel::error), ElementsAre("first: reason"));
 }
 
 TEST_F(LayoutStepsOnDoublesTest, AServiceThatNobodyOwnsHasNoLogger) {
-  logError(loggerOf(std::weak_ptr<int>(), *logger), "text: ", tests::TestError{"reason"});
+  logError(loggerOf(std::weak_ptr<int>(), *logger), "text", ": ", tests::TestError{"reason"});
   EXPECT_THAT(logger->lines(), IsEmpty());
 }
 

@@ -3,15 +3,16 @@
 #include <string>
 
 #include "vellora/Platform/Error.h"
+#include "vellora/Platform/Export.h"
 
 namespace vellora {
 
 /// What a producer ends with when one of its steps could not get memory.
-struct OutOfMemory {
+struct VELLORA_EXPORT OutOfMemory {
   [[nodiscard]] std::string localizedDescription() const;
 };
 
 /// That error, made when the program starts: handing it out takes no memory.
-[[nodiscard]] const Error& outOfMemory() noexcept;
+[[nodiscard]] VELLORA_EXPORT const Error& outOfMemory() noexcept;
 
 }  // namespace vellora

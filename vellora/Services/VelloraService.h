@@ -23,7 +23,9 @@ namespace vellora {
 /// pending presentation lookups are never answered; a pending layout lookup is, and keeps what it needs until
 /// then. Threads: every member may be called from any thread, also from inside a completion or a change of
 /// the state. Errors: only the constructor throws. Later failures show in `primerState` and in what lookups
-/// leave out. Units: the cache time-out is in seconds.
+/// leave out. Where memory runs out, a call throws `std::bad_alloc`, and is then not answered later; out of
+/// the caller's sight it counts as a failure like any other, and layout lookups answer with nothing. Units:
+/// the cache time-out is in seconds.
 class VELLORA_EXPORT VelloraService final : public VelloraServicing {
  public:
   struct Constants {
