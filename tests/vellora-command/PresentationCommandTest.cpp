@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <chrono>
 
+#include "hostkit/SQLiteCache.h"
 #include "tests/vellora-command/CommandFixture.h"
+#include "vellora/Host/CacheTable.h"
 
 namespace vellora::command {
 namespace {
@@ -129,6 +131,20 @@ TEST_F(PresentationCommandTest, WhatIsWrongInTheCacheIsNotBlamedOnTheServer) {
   const auto again = run(words);
   EXPECT_EQ(again.exitCode, 3);
   EXPECT_EQ(again.err, "vellora: no object type for zzz: the server has none\n");
+}
+
+TEST_F(PresentationCommandTest, WhatIsWrongInTheCacheIsNotBlamedOnTheAnswerThatLedThere) {
+  ASSERT_EQ(run({"ids", "001000000000009"}).exitCode, 0);
+  {
+    const auto cache = hostkit::SQLiteCache::open(cacheFile).value();
+    const auto table = CorvaneSDK::CacheTable::open(*cache, "OPS_SObjectsCacheTable");
+    table->upsert({Data("{}"), {{"cacheEntryType", "sObject"}, {"name", "Account"}}, std::nullopt});
+  }
+  // The list view's answer says which type to look up; its row is read while that answer is in hand.
+  const auto ended = run({"--log", "info", "ids", "00B000000000001", "zzz"});
+  EXPECT_EQ(ended.exitCode, 3);
+  EXPECT_THAT(ended.err, HasSubstr("cachedSObject(for:): Failed to decode: "));
+  EXPECT_THAT(ended.err, HasSubstr("vellora: no object type for zzz: the server has none\n"));
 }
 
 TEST_F(PresentationCommandTest, AServerThatNeverAnswersIsExitCodeFiveWhenTheWaitRunsOut) {
