@@ -197,7 +197,7 @@ TEST_P(CurlNetworkFaultTest, ManyAtOnceAreAnErrorForEachRequest) {
 }
 
 TEST_P(CurlNetworkFaultTest, AShutDownInTheMiddleOfItIsAnErrorToo) {
-  server.replyAlways({tenPromised, Then::trickle});
+  server.replyAlways({"HTTP/1.1 200 OK\r\nContent-Length: 9000000\r\n\r\n", Then::trickle});  // takes hours
   std::vector<std::future<Answer>> pending;
   for (int i = 0; i < 12; ++i) pending.push_back(send());
   ASSERT_TRUE(server.waitForRequests(1));
