@@ -19,7 +19,11 @@ using CorvaneSDK::LogLevel;
 
 namespace {
 
-/// An answer of the server while the library reads it, which it does on the thread that brings it.
+std::string describeAnswer(const std::string& path, int status) {
+  return "the answer of the server to " + path + " (status " + std::to_string(status) + ")";
+}
+
+/// An answer of the server while the library reads it on the thread that brings it.
 class AnswerInHand {
  public:
   AnswerInHand(std::string path, int status) : path_(std::move(path)), status_(status), outer_(current) {
@@ -32,9 +36,7 @@ class AnswerInHand {
   /// The one of this thread; null where none is being read.
   [[nodiscard]] static const AnswerInHand* ofThisThread() { return current; }
 
-  [[nodiscard]] std::string description() const {
-    return "the answer of the server to " + path_ + " (status " + std::to_string(status_) + ")";
-  }
+  [[nodiscard]] std::string description() const { return describeAnswer(path_, status_); }
 
  private:
   inline static thread_local const AnswerInHand* current = nullptr;
@@ -52,11 +54,15 @@ class Session::Failures {
  public:
   void note(const hostkit::RequestOutcome& outcome) {
     if (outcome.error) noteFirst(outcome.error->text);
+    const std::lock_guard lock(mutex_);
+    latestAnswer_ = describeAnswer(outcome.path, outcome.statusCode);
   }
 
+  /// An answer that came before the library waited for it is read on another thread: the latest one, then.
   void note(std::string_view errorLine) {
-    if (const auto* answer = AnswerInHand::ofThisThread())
-      noteFirst(answer->description() + " cannot be used: " + std::string(errorLine));
+    const auto* inHand = AnswerInHand::ofThisThread();
+    const std::string answer = inHand != nullptr ? inHand->description() : latestAnswer();
+    if (!answer.empty()) noteFirst(answer + " cannot be used: " + std::string(errorLine));
   }
 
   [[nodiscard]] std::optional<std::string> first() const {
@@ -65,6 +71,11 @@ class Session::Failures {
   }
 
  private:
+  [[nodiscard]] std::string latestAnswer() const {
+    const std::lock_guard lock(mutex_);
+    return latestAnswer_;
+  }
+
   void noteFirst(std::string what) {
     const std::lock_guard lock(mutex_);
     if (!first_) first_ = std::move(what);
@@ -72,6 +83,7 @@ class Session::Failures {
 
   mutable std::mutex mutex_;
   std::optional<std::string> first_;
+  std::string latestAnswer_;
 };
 
 /// Passes lines on, notes the errors of answers, and tells of the line that somebody waits for.
