@@ -27,8 +27,8 @@ class SQLiteStore;
 ///
 /// Every blob and row bears a checksum: a damaged one is not there. A file that is damaged as a whole is
 /// renamed to NAME.damaged-1 (or the next free number) and a fresh one begun, at `open` or when the damage is
-/// met; where that fails, each further call tries again. A file that never was one of ours is refused and
-/// left as it is.
+/// met; where that fails, each further call tries again. One of nothing but zero bytes, as a loss of power
+/// leaves it, counts as damaged. A file that never was one of ours is refused and left as it is.
 ///
 /// Up to 16 MiB of rows that are large and were asked for last are kept in memory, verified and shared.
 /// Another process's write to such a row is seen like any other; damage done to it after it was read is not.

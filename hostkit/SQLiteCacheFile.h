@@ -15,14 +15,14 @@ namespace vellora::hostkit {
 /// does; SQLite's header holds our application id; the text of our first table stands in the first page. With
 /// one mark or none it never was ours and is refused, before SQLite gets to see it. One that is ours, but
 /// lacks a mark or does not hold the tables that we wrote, is damaged: it is renamed to NAME.damaged-1 (or
-/// the next free number) together with its log, and a fresh one takes its name. A file without any bytes is a
-/// fresh one's place.
+/// the next free number) together with its log, and a fresh one takes its name. So is a file of nothing but
+/// zero bytes, which a loss of power leaves. A file without any bytes is a fresh one's place.
 ///
 /// A fresh file is made as .vellora-making in the same folder and linked to its own name when it is complete,
-/// so that no crash can leave half a file that would be refused ever after. What a crash left there is
-/// removed; what was never ours is left alone, and no fresh file can be made until it is moved away. Creating
-/// and setting aside happen under a lock of the folder, so that several processes that start at once agree on
-/// one file.
+/// so that no crash can leave half a file that would be refused ever after. What a crash or a loss of power
+/// left there is removed; what was never ours is left alone, and no fresh file can be made until it is moved
+/// away. Creating and setting aside happen under a lock of the folder, so that several processes that start
+/// at once agree on one file.
 ///
 /// Errors: `SQLiteCacheError`.
 namespace sqliteCacheFile {

@@ -9,7 +9,9 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "hostkit/SQLiteSchema.h"
@@ -41,20 +43,56 @@ SQLiteFileKind judge(std::string_view page) {
   return hasTable ? SQLiteFileKind::ours : SQLiteFileKind::damaged;
 }
 
-using FileName = std::unique_ptr<const char, decltype(&sqlite3_free_filename)>;
+/// A file that is read through SQLite's file layer.
+class SharedFile {
+ public:
+  explicit SharedFile(const std::string& path)
+      : vfs_(sqlite3_vfs_find(nullptr)),
+        name_(sqlite3_create_filename(path.c_str(), "", "", 0, nullptr), &sqlite3_free_filename),
+        space_(static_cast<std::size_t>(vfs_->szOsFile) / sizeof(std::max_align_t) + 1),
+        file_(reinterpret_cast<sqlite3_file*>(space_.data())) {
+    int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_MAIN_DB;
+    opened_ = vfs_->xOpen(vfs_, name_.get(), file_, flags, &flags) == SQLITE_OK;
+  }
+  ~SharedFile() {
+    if (file_->pMethods != nullptr) file_->pMethods->xClose(file_);
+  }
+  SharedFile(const SharedFile&) = delete;
+  SharedFile& operator=(const SharedFile&) = delete;
 
-/// The file's first page, or as much of it as there is.
-std::optional<std::string> firstPage(const std::string& path, std::size_t fileSize) {
-  sqlite3_vfs* vfs = sqlite3_vfs_find(nullptr);
-  const FileName name(sqlite3_create_filename(path.c_str(), "", "", 0, nullptr), &sqlite3_free_filename);
-  std::vector<std::max_align_t> space(static_cast<std::size_t>(vfs->szOsFile) / sizeof(std::max_align_t) + 1);
-  auto* file = reinterpret_cast<sqlite3_file*>(space.data());
-  int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_MAIN_DB;
-  int code = vfs->xOpen(vfs, name.get(), file, flags, &flags);
-  std::string page(std::min(fileSize, pageSize), '\0');
-  if (code == SQLITE_OK) code = file->pMethods->xRead(file, page.data(), static_cast<int>(page.size()), 0);
-  if (file->pMethods != nullptr) file->pMethods->xClose(file);
-  return code == SQLITE_OK || code == SQLITE_IOERR_SHORT_READ ? std::optional(std::move(page)) : std::nullopt;
+  /// `size` bytes from `offset` on, zeros behind the file's end; no value when it cannot be read.
+  [[nodiscard]] std::optional<std::string> read(std::size_t offset, std::size_t size) const {
+    if (!opened_) return std::nullopt;
+    std::string bytes(size, '\0');
+    const int code = file_->pMethods->xRead(file_, bytes.data(), static_cast<int>(size),
+                                            static_cast<sqlite3_int64>(offset));
+    return code == SQLITE_OK || code == SQLITE_IOERR_SHORT_READ ? std::optional(std::move(bytes))
+                                                                : std::nullopt;
+  }
+
+ private:
+  using FileName = std::unique_ptr<const char, decltype(&sqlite3_free_filename)>;
+
+  sqlite3_vfs* const vfs_;
+  const FileName name_;
+  std::vector<std::max_align_t> space_;
+  sqlite3_file* const file_;
+  bool opened_ = false;
+};
+
+bool onlyZeros(std::string_view bytes) {
+  return bytes.find_first_not_of('\0') == std::string_view::npos;
+}
+
+/// Reads no further than the first block with something else in it.
+SQLiteFileKind judgeBehindZeros(const SharedFile& file, std::size_t fileSize) {
+  constexpr std::size_t blockSize = 65536;
+  for (std::size_t offset = pageSize; offset < fileSize; offset += blockSize) {
+    const auto block = file.read(offset, std::min(fileSize - offset, blockSize));
+    if (!block) return SQLiteFileKind::unreadable;
+    if (!onlyZeros(*block)) return SQLiteFileKind::foreign;
+  }
+  return SQLiteFileKind::damaged;
 }
 
 }  // namespace
@@ -66,8 +104,11 @@ SQLiteFileKind kindOfFile(const std::string& path) {
   }
   if (!S_ISREG(status.st_mode)) return SQLiteFileKind::foreign;
   errno = EACCES;  // what a failure below most likely means, should it not say so itself
-  const auto page = firstPage(path, static_cast<std::size_t>(status.st_size));
-  return page ? judge(*page) : SQLiteFileKind::unreadable;
+  const auto fileSize = static_cast<std::size_t>(status.st_size);
+  const SharedFile file(path);
+  const auto page = file.read(0, std::min(fileSize, pageSize));
+  if (!page) return SQLiteFileKind::unreadable;
+  return !page->empty() && onlyZeros(*page) ? judgeBehindZeros(file, fileSize) : judge(*page);
 }
 
 }  // namespace vellora::hostkit

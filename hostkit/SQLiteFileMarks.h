@@ -4,12 +4,12 @@
 
 namespace vellora::hostkit {
 
-/// What a file is, judged by its first page alone.
+/// What a file is, judged by its first page; by all of it where that holds nothing but zero bytes.
 enum class SQLiteFileKind {
   absent,
   empty,       ///< there, without any bytes
   ours,        ///< with all that tells our files apart
-  damaged,     ///< ours, but not whole
+  damaged,     ///< ours, but not whole; or nothing but zero bytes, as a loss of power leaves a fresh file
   newer,       ///< ours, from a newer version
   foreign,     ///< never ours
   unreadable,  ///< `errno` tells why

@@ -201,7 +201,8 @@ TEST_F(SQLiteCacheFileTest, ClearsAwayWhatAKilledProcessLeftInTheMaking) {
   const std::string unfinished = folder.file(".vellora-making");
   makeCache();
   const std::string whole = fileBytes(path);
-  for (const std::string& left : {std::string(), "XXXX" + whole.substr(4), whole}) {
+  const std::string zeros(whole.size(), '\0');  // as after a loss of power
+  for (const std::string& left : {std::string(), zeros, "XXXX" + whole.substr(4), whole}) {
     std::filesystem::remove(path);
     writeFile(unfinished, left);
     writeFile(unfinished + "-journal", left);
@@ -219,6 +220,14 @@ TEST_F(SQLiteCacheFileTest, LeavesAForeignFileInTheWayOfAFreshOne) {
     EXPECT_EQ(fileBytes(foreign + companion), "mine");
     std::filesystem::remove(foreign + companion);
   }
+}
+
+TEST_F(SQLiteCacheFileTest, LeavesAForeignFileThatBeginsWithZerosInTheWayOfAFreshOne) {
+  const std::string foreign = folder.file(".vellora-making");
+  const std::string bytes = std::string(100000, '\0') + "mine";
+  writeFile(foreign, bytes);
+  EXPECT_EQ(refusal(path).detail, "\"" + foreign + "\" is in the way, move it away");
+  EXPECT_TRUE(fileBytes(foreign) == bytes);
 }
 
 TEST_F(SQLiteCacheFileTest, MakesAFreshFileOfTheLongestNameThatLeavesRoomForItsLog) {
@@ -262,6 +271,22 @@ TEST_F(SQLiteCacheFileTest, SetsAFileWithoutItsMagicAside) {
   EXPECT_TRUE(cache->save(Data(std::string("2")), "a"));
   EXPECT_EQ(cache->load("a"), Data(std::string("2")));
   EXPECT_TRUE(fileBytes(path + ".damaged-1") == bytes);
+}
+
+TEST_F(SQLiteCacheFileTest, SetsAFileOfNothingButZerosAside) {
+  makeCache();
+  const std::string zeros(fileBytes(path).size(), '\0');
+  writeFile(path, zeros);
+
+  makeCache();
+
+  EXPECT_EQ(open()->load("a"), Data(std::string("1")));
+  EXPECT_TRUE(fileBytes(path + ".damaged-1") == zeros);
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesAFileThatBeginsWithZeros) {
+  writeFile(path, std::string(100000, '\0') + "mine");
+  EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::foreignFile, path, ""}));
 }
 
 TEST_F(SQLiteCacheFileTest, SetsAFileWithoutItsIdAside) {

@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <filesystem>
 #include <string>
 
 #include "hostkit/SQLiteCacheFile.h"
@@ -58,6 +60,27 @@ TEST_F(SQLiteFileMarksTest, OneMarkMakesNoFileOfOurs) {
   EXPECT_EQ(kindOf(without(without(ours, id), table)), SQLiteFileKind::foreign);
   EXPECT_EQ(kindOf(ours.substr(0, 60)), SQLiteFileKind::foreign);
   EXPECT_EQ(kindOf("S"), SQLiteFileKind::foreign);
+}
+
+TEST_F(SQLiteFileMarksTest, NothingButZeroBytesAreADamagedFileOfOurs) {
+  for (const std::size_t size : {1, 4095, 4096, 4097, 45056, 300000}) {
+    EXPECT_EQ(kindOf(std::string(size, '\0')), SQLiteFileKind::damaged) << size;
+  }
+}
+
+TEST_F(SQLiteFileMarksTest, OneOtherByteAmongZerosMakesNoFileOfOurs) {
+  constexpr std::size_t size = 300000;
+  const std::string zeros(size, '\0');
+  for (const std::size_t offset : {std::size_t{0}, std::size_t{4095}, std::size_t{4096}, std::size_t{69631},
+                                   std::size_t{69632}, size - 1}) {
+    EXPECT_EQ(kindOf(without(zeros, offset)), SQLiteFileKind::foreign) << offset;
+  }
+}
+
+TEST_F(SQLiteFileMarksTest, ReadsALargeFileNoFurtherThanItsFirstByteThatIsNotZero) {
+  writeFile(path, without(std::string(8192, '\0'), 8191));
+  std::filesystem::resize_file(path, std::uintmax_t{1} << 40U);  // sparse; all of it would take minutes
+  EXPECT_EQ(kindOfFile(path), SQLiteFileKind::foreign);
 }
 
 TEST_F(SQLiteFileMarksTest, TellsANewerVersionByItsNumber) {
