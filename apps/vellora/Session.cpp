@@ -17,37 +17,6 @@ namespace vellora::command {
 
 using CorvaneSDK::LogLevel;
 
-namespace {
-
-std::string describeAnswer(const std::string& path, int status) {
-  return "the answer of the server to " + path + " (status " + std::to_string(status) + ")";
-}
-
-/// An answer of the server while the library reads it on the thread that brings it.
-class AnswerInHand {
- public:
-  AnswerInHand(std::string path, int status) : path_(std::move(path)), status_(status), outer_(current) {
-    current = this;
-  }
-  ~AnswerInHand() { current = outer_; }
-  AnswerInHand(const AnswerInHand&) = delete;
-  AnswerInHand& operator=(const AnswerInHand&) = delete;
-
-  /// The one of this thread; null where none is being read.
-  [[nodiscard]] static const AnswerInHand* ofThisThread() { return current; }
-
-  [[nodiscard]] std::string description() const { return describeAnswer(path_, status_); }
-
- private:
-  inline static thread_local const AnswerInHand* current = nullptr;
-
-  const std::string path_;
-  const int status_;
-  const AnswerInHand* const outer_;
-};
-
-}  // namespace
-
 /// Remembers the first thing that went wrong with a request: no answer, or one that the library could not
 /// use.
 class Session::Failures {
@@ -55,13 +24,15 @@ class Session::Failures {
   void note(const hostkit::RequestOutcome& outcome) {
     if (outcome.error) noteFirst(outcome.error->text);
     const std::lock_guard lock(mutex_);
-    latestAnswer_ = describeAnswer(outcome.path, outcome.statusCode);
+    latestAnswer_ = "the answer of the server to " + outcome.path + " (status " +
+                    std::to_string(outcome.statusCode) + ")";
   }
 
-  /// An answer that came before the library waited for it is read on another thread: the latest one, then.
+  /// The latest answer is to blame: the library reads one on the thread that brings it, before the network
+  /// tells of the next. Only one that came before the library waited for it is read on another thread, and
+  /// another may have come since.
   void note(std::string_view errorLine) {
-    const auto* inHand = AnswerInHand::ofThisThread();
-    const std::string answer = inHand != nullptr ? inHand->description() : latestAnswer();
+    const std::string answer = latestAnswer();
     if (!answer.empty()) noteFirst(answer + " cannot be used: " + std::string(errorLine));
   }
 
@@ -134,10 +105,7 @@ class Session::SettlingNetwork final : public CorvaneSDK::Network {
     next_->sendRequest(request, [requests = requests_, path = std::move(path),
                                  completion = std::move(completion)](auto data, auto error, auto response) {
       requests->answered(path);
-      {
-        const AnswerInHand answer(path, response ? response->statusCode : 0);
-        completion(std::move(data), std::move(error), std::move(response));
-      }
+      completion(std::move(data), std::move(error), std::move(response));
       requests->completed();
     });
   }
