@@ -46,7 +46,8 @@ class VELLORA_EXPORT SQLiteCache final : public CorvaneSDK::Cache {
     /// Dates the rows and tells their age; called from any thread, while no lock is held.
     std::function<Date()> clock = now;
 
-    /// How long a call waits for another process that holds the file.
+    /// How long a call waits for another process that holds the file. SQLite itself waits longer, 10 seconds
+    /// at most, for one that was stopped (not killed) in the midst of writing the log's index.
     std::chrono::milliseconds busyTimeout{100};
   };
 

@@ -175,7 +175,8 @@ bool meansOtherLayout(int code) {
 
 bool meansLocked(int code) {
   const int primary = code & 0xff;
-  return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
+  // A protocol failure is SQLite's word for a process that halts while it writes the log's index.
+  return primary == SQLITE_BUSY || primary == SQLITE_LOCKED || primary == SQLITE_PROTOCOL;
 }
 
 }  // namespace vellora::hostkit

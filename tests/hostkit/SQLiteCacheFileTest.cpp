@@ -182,6 +182,12 @@ TEST_F(SQLiteCacheFileTest, TellsAFileThatAnotherProcessHolds) {
   EXPECT_EQ(opened.error().as<SQLiteCacheError>()->reason, Reason::locked);
 }
 
+TEST_F(SQLiteCacheFileTest, TellsAProcessThatHaltsWhileItWritesTheLogsIndexAsOneThatHoldsTheFile) {
+  const Error error = sqliteCacheFile::errorFor(path, SQLITE_PROTOCOL);
+  ASSERT_NE(error.as<SQLiteCacheError>(), nullptr);
+  EXPECT_EQ(error.as<SQLiteCacheError>()->reason, Reason::locked);
+}
+
 TEST_F(SQLiteCacheFileTest, MakesAFreshFileWithoutTouchingCachesOrFilesOfSimilarNames) {
   writeFile(folder.file("other.new"), "mine");
   writeFile(folder.file("other.new-wal"), "mine too");
