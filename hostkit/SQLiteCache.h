@@ -33,6 +33,9 @@ class SQLiteStore;
 /// Up to 16 MiB of rows that are large and were asked for last are kept in memory, verified and shared.
 /// Another process's write to such a row is seen like any other; damage done to it after it was read is not.
 ///
+/// While a cache is open, NAME-shm is mapped into memory: whoever cuts that file short ends the process
+/// (SIGBUS).
+///
 /// A loss of power may lose the last writes, never mix them. What is deleted is overwritten in the file.
 ///
 /// Ownership: tables keep the file open for as long as anyone holds them, also without the cache.
