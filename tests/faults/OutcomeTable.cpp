@@ -140,14 +140,21 @@ OutcomeTable::Patterns OutcomeTable::patternsIn(std::string_view cell) const {
   return patterns;
 }
 
-Outcome OutcomeTable::expected(const std::string& operation, const std::string& state,
-                               const NamedFault& fault) const {
+std::optional<std::size_t> OutcomeTable::decidingLine(const std::string& operation, const std::string& state,
+                                                      const NamedFault& fault) const {
   const auto found = std::find_if(lines_.rbegin(), lines_.rend(), [&](const Line& line) {
     return fitsAny(line.operations, operation) && fitsAny(line.states, state) &&
            fitsAny(line.calls, fault.call) && fitsAny(line.faults, describe(fault.fault)) &&
            fitsAny(line.lastings, nameOf(fault.lasting));
   });
-  return found == lines_.rend() ? Outcome{"right", "right"} : found->outcome;
+  if (found == lines_.rend()) return std::nullopt;
+  return static_cast<std::size_t>(lines_.rend() - found) - 1;
+}
+
+Outcome OutcomeTable::expected(const std::string& operation, const std::string& state,
+                               const NamedFault& fault) const {
+  const auto line = decidingLine(operation, state, fault);
+  return line ? lines_[*line].outcome : Outcome{"right", "right"};
 }
 
 bool OutcomeTable::allows(const std::string& operation, const std::string& state, const NamedFault& first,

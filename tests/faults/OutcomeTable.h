@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +31,15 @@ class OutcomeTable {
   /// What a single fault comes to.
   [[nodiscard]] Outcome expected(const std::string& operation, const std::string& state,
                                  const NamedFault& fault) const;
+
+  /// The line that decides of a single fault, counted from 0 among those of single faults; no value when none
+  /// fits.
+  [[nodiscard]] std::optional<std::size_t> decidingLine(const std::string& operation,
+                                                        const std::string& state,
+                                                        const NamedFault& fault) const;
+
+  /// How many lines of single faults there are.
+  [[nodiscard]] std::size_t singleLines() const noexcept { return lines_.size(); }
 
   /// Whether a pair of faults, the second of which is at a later call, may come to `actual`.
   [[nodiscard]] bool allows(const std::string& operation, const std::string& state, const NamedFault& first,
