@@ -45,8 +45,15 @@ class HostSecretsTest : public testing::Test {
     host = std::make_shared<FaultyHost>(real->network(), real->cache(), real->logger());
   }
 
-  /// Asks everything that can be asked, and waits for what is answered in any case when the server answers.
-  std::string ask(bool serverAnswers) {
+  /// How long a question is waited for.
+  enum class Until {
+    answered,  ///< until all that is answered in any case has been
+    sent,      ///< until the server has got a request, which it does not answer
+    asked,     ///< not at all: no answer comes, and maybe no request goes
+  };
+
+  /// Asks everything that can be asked.
+  std::string ask(Until until) {
     VelloraService service(host, /*cacheTimeout=*/0, "light",
                            std::make_shared<SerialDispatchQueue>("VelloraService.queue"));
     std::vector<std::future<std::string>> answers;
@@ -64,25 +71,48 @@ class HostSecretsTest : public testing::Test {
     service.objectPresentationInfoForApiNames({"Account"}, intoText());
     service.objectLayoutInfoForApiNames({"Account"}, intoText());
     service.objectCompactLayoutInfoForApiNames({"Account"}, intoText());
-    EXPECT_TRUE(server->waitForRequests(1));
     std::string all;
-    if (serverAnswers) {
-      for (auto& answer : answers) {
-        EXPECT_EQ(answer.wait_for(std::chrono::seconds(60)), std::future_status::ready);
-        all += answer.get();
-      }
+    if (until == Until::sent) {
+      EXPECT_TRUE(server->waitForRequests(1));
     }
+    for (std::size_t i = 0; until == Until::answered && i < answers.size(); ++i) all += awaited(answers[i]);
     const auto state = service.primerState();
     return all + state.description() + (state.error() ? state.error()->localizedDescription() : "");
   }
 
+  /// An answer; what comes late comes now.
+  std::string awaited(std::future<std::string>& answer) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (answer.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+      host->deliverLate();
+      if (std::chrono::steady_clock::now() > limit) {
+        ADD_FAILURE() << "never answered";
+        return "";
+      }
+    }
+    return answer.get();
+  }
+
+  /// The same with one call of the host failing, or all from that one on.
+  std::string askWith(std::size_t call, HostFault fault, HostFaults::Lasting lasting) {
+    host->mend();
+    host->clearCalls();
+    host->plan(call, fault, lasting);
+    auto answers = ask(fault == HostFault::neverAnswered ? Until::asked : Until::answered);
+    host->dropHeld();
+    return answers;
+  }
+
   /// Nothing that anybody can read has the token in it: answers and errors, log, cache and its journals.
   void expectNoToken(const std::string& answers, const std::string& when) {
+    expectNoTokenInTexts(answers, when);
+    EXPECT_THAT(canary.filesIn(folder.path()), IsEmpty()) << when;
+  }
+
+  void expectNoTokenInTexts(const std::string& answers, const std::string& when) {
     EXPECT_FALSE(canary.isIn(answers)) << when;
-    EXPECT_FALSE(logger->lines().empty()) << when;
     for (const auto& line : logger->lines())
       EXPECT_FALSE(canary.isIn(line.text)) << when << ": " << line.text;
-    EXPECT_THAT(canary.filesIn(folder.path()), IsEmpty()) << when;
   }
 
   template <class Infos>
@@ -103,13 +133,14 @@ class HostSecretsTest : public testing::Test {
 };
 
 TEST_F(HostSecretsTest, TheServerIsTheOneThatGetsTheToken) {
-  const auto answers = ask(true);
+  const auto answers = ask(Until::answered);
   EXPECT_THAT(answers, testing::HasSubstr("Account")) << "it refuses whoever has none";
   ASSERT_FALSE(server->recordedRequests().empty());
   for (const auto& request : server->recordedRequests()) {
     EXPECT_EQ(request.header("Authorization"), "Bearer " + canary.token());
     EXPECT_FALSE(canary.isIn(request.line())) << request.line();
   }
+  EXPECT_FALSE(logger->lines().empty());
   expectNoToken(answers, "without a fault");
 }
 
@@ -128,34 +159,42 @@ TEST_F(HostSecretsTest, WhateverTheServerDoes) {
   for (const auto& [name, fault] : faults) {
     server->clearRequests();
     server->setFault(RecordsServer::everything, fault);
-    expectNoToken(ask(fault.kind != Fault::Kind::never), name);
+    expectNoToken(ask(fault.kind == Fault::Kind::never ? Until::sent : Until::answered), name);
   }
   server->stop();
 }
 
-TEST_F(HostSecretsTest, WhateverHappensOnTheWay) {
-  for (const HostFault fault : testkit::faultsOf(testkit::HostCall::Operation::sendRequest)) {
-    if (fault == HostFault::neverAnswered || fault == HostFault::answeredLate) continue;  // nothing to read
-    host->mend();
-    host->plan(0, fault, HostFaults::Lasting::fromThenOn);
-    server->clearRequests();
-    server->setFault(RecordsServer::everything, Fault());
-    const bool reachesTheServer = fault != HostFault::answeredAtOnce;
-    if (reachesTheServer) expectNoToken(ask(true), std::string(describe(fault)));
+TEST_F(HostSecretsTest, WhateverFailsFromTheBeginningOn) {
+  using Operation = testkit::HostCall::Operation;
+  for (const auto operation : {Operation::sendRequest, Operation::load, Operation::save, Operation::log}) {
+    for (const HostFault fault : testkit::faultsOf(operation)) {
+      const auto answers = askWith(0, fault, HostFaults::Lasting::fromThenOn);
+      EXPECT_EQ(logger->lines().empty(), fault == HostFault::lineLost) << describe(fault);
+      expectNoToken(answers, std::string(describe(fault)));
+      logger->clear();
+    }
   }
 }
 
-TEST_F(HostSecretsTest, WhateverTheCacheDoes) {
-  for (const HostFault fault : {HostFault::missing, HostFault::truncated, HostFault::bitFlipped,
-                                HostFault::anothersBytes, HostFault::olderForm, HostFault::refused}) {
-    host->mend();
-    host->plan(0, fault, HostFaults::Lasting::fromThenOn);
-    expectNoToken(ask(true), std::string(describe(fault)));
+TEST_F(HostSecretsTest, WhateverFailsOnce) {
+  ask(Until::answered);
+  const auto calls = host->calls();
+  ASSERT_GT(calls.size(), 40U);
+  for (std::size_t call = 0; call < calls.size(); ++call) {
+    std::string answers;
+    for (const HostFault fault : testkit::faultsOf(calls[call].operation)) {
+      answers += askWith(call, fault, HostFaults::Lasting::once);
+    }
+    EXPECT_FALSE(logger->lines().empty());
+    expectNoTokenInTexts(answers, "call " + std::to_string(call));
+    logger->clear();
+    if (call % 25 == 0) expectNoToken("", "after call " + std::to_string(call));  // takes its time
   }
+  expectNoToken("", "in the end");
 }
 
 TEST_F(HostSecretsTest, NothingStaysBehindWhenAllIsClosed) {
-  const auto answers = ask(true);
+  const auto answers = ask(Until::answered);
   host.reset();
   real.reset();
   expectNoToken(answers, "closed");
