@@ -62,6 +62,7 @@ struct Cause {
   std::map<std::string, std::vector<bool>> mapped;  ///< by key prefix: whether each reading told its type
   std::vector<HandedLayout> layouts;                ///< in the order of reading
   int queued = 0;                                   ///< pieces of work that wait or run
+  int repeats = 0;                                  ///< answers that will come once more
   std::string prefixAsked;  ///< of the reading that may go on in the table of prefixes
 
   // What the library did.
@@ -75,7 +76,7 @@ struct Cause {
                        [&](const auto& request) { return request->outcome == outcome; });
   }
   [[nodiscard]] bool failed() const { return has(SentRequest::Outcome::faulty); }
-  [[nodiscard]] bool busy() const { return queued > 0 || has(SentRequest::Outcome::pending); }
+  [[nodiscard]] bool busy() const { return queued > 0 || repeats > 0 || has(SentRequest::Outcome::pending); }
 
   /// The only request to that endpoint, if there was one; a layout lookup sends at most one to each.
   [[nodiscard]] const SentRequest* requestTo(SimulatedServer::Endpoint endpoint) const {

@@ -53,19 +53,22 @@ class Simulation {
     const bool servicesMayLookUp = services_ && services_->mayLookUp();
     const std::size_t work = world_.queues.choices();
     const std::size_t requests = world_.pendingRequests();
+    const std::size_t repeats = world_.pendingRepeats();
     const std::size_t starts =
         static_cast<std::size_t>(mayLookUp) + (servicesMayLookUp ? 1 : 0) + (facadesLeft_ > 0 ? 1 : 0);
-    if (work + requests + starts == 0) return false;
+    if (work + requests + repeats + starts == 0) return false;
     ++steps_;
     disturb();
 
-    std::size_t choice = world_.draw.below(work + requests + starts);
+    std::size_t choice = world_.draw.below(work + requests + repeats + starts);
     if (choice < world_.queues.choices() && choice < work) {
       world_.queues.runChoice(choice);
     } else if (choice -= work; choice < requests) {
       if (choice < world_.pendingRequests()) world_.answer(choice);
+    } else if (choice -= requests; choice < repeats) {
+      if (choice < world_.pendingRepeats()) world_.repeat(choice);
     } else {
-      start(choice - requests);
+      start(choice - repeats);
     }
     return true;
   }

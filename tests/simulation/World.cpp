@@ -17,6 +17,7 @@ Hazards drawHazards(Draw& draw) {
   constexpr std::array<std::size_t, 3> rates{0, 12, 4};
   hazards.faultyAnswer = rates.at(network);
   hazards.droppedRequest = network != 0 && draw.oneIn(4) ? 8 : 0;
+  hazards.repeatedAnswer = network != 0 && draw.oneIn(2) ? 6 : 0;
   hazards.faultyRead = rates.at(cache) * 2;
   hazards.refusedWrite = rates.at(cache) * 2;
   hazards.immediateAnswer = std::array<std::size_t, 3>{0, 3, 1}.at(draw.below(3));
@@ -46,9 +47,11 @@ World::~World() {
 
 void World::abandon() {
   queues.dropAll();
-  while (!pending_.empty()) {
-    const auto dropped = std::move(pending_.back());  // what its completion held may send more
-    pending_.pop_back();
+  for (auto* list : {&pending_, &repeats_}) {
+    while (!list->empty()) {
+      const auto dropped = std::move(list->back());  // what its completion held may send more
+      list->pop_back();
+    }
   }
 }
 
@@ -106,23 +109,15 @@ void World::deliver(Pending pending) {
     pending.request->outcome = Outcome::dropped;
     return;
   }
+  if (draw.oneIn(hazards.repeatedAnswer)) {
+    ++pending.cause->repeats;
+    repeats_.push_back(pending);
+  }
   if (draw.oneIn(hazards.faultyAnswer)) {
     trace("answer wrongly " + pending.url);
     pending.request->outcome = Outcome::faulty;
     const auto completion = std::exchange(pending.completion, nullptr);
-    const auto body = SimulatedServer::body(pending.request->endpoint, pending.url, revision);
-    switch (draw.below(5)) {
-      case 0:
-        return completion(std::nullopt, Error(tests::TestError{"line down"}), std::nullopt);
-      case 1:
-        return completion(std::nullopt, std::nullopt, std::nullopt);
-      case 2:
-        return completion(Data(), std::nullopt, std::nullopt);
-      case 3:
-        return completion(Data(body.substr(0, body.size() / 2)), std::nullopt, std::nullopt);
-      default:
-        return completion(Data(R"([{"errorCode":"BUSY","message":"later"}])"), std::nullopt, std::nullopt);
-    }
+    return answerWrongly(pending, completion);
   }
   trace("answer " + pending.url);
   const Data body(SimulatedServer::body(pending.request->endpoint, pending.url, revision));
@@ -131,6 +126,39 @@ void World::deliver(Pending pending) {
   pending.cause->handed.merge(SimulatedServer::marksIn(body.view()));
   const auto completion = std::exchange(pending.completion, nullptr);
   completion(body, std::nullopt, std::nullopt);
+}
+
+void World::answerWrongly(const Pending& pending, const CorvaneSDK::Network::Completion& completion) {
+  const auto body = SimulatedServer::body(pending.request->endpoint, pending.url, revision);
+  switch (draw.below(6)) {
+    case 0:
+      return completion(std::nullopt, Error(tests::TestError{"line down"}), std::nullopt);
+    case 1:
+      return completion(std::nullopt, std::nullopt, std::nullopt);
+    case 2:
+      return completion(Data(), std::nullopt, std::nullopt);
+    case 3:
+      return completion(Data(body.substr(0, body.size() / 2)), std::nullopt, std::nullopt);
+    case 4:
+      return completion(Data(std::string("\xff\0{\xc3", 4)), std::nullopt, std::nullopt);
+    default:
+      return completion(Data(R"([{"errorCode":"BUSY","message":"later"}])"), std::nullopt, std::nullopt);
+  }
+}
+
+/// The server's data are of a revision that nobody is handed otherwise: whoever uses them shows.
+void World::repeat(std::size_t place) {
+  constexpr int neverHanded = 1'000'000;
+  auto repeated = std::move(repeats_.at(place));
+  repeats_.erase(repeats_.begin() + static_cast<std::ptrdiff_t>(place));
+  during(repeated.cause, [&] {
+    trace("answer once more " + repeated.url);
+    const auto completion = std::exchange(repeated.completion, nullptr);
+    if (draw.oneIn(3)) return answerWrongly(repeated, completion);
+    const auto body = SimulatedServer::body(repeated.request->endpoint, repeated.url, neverHanded);
+    completion(Data(body), std::nullopt, std::nullopt);
+  });
+  --repeated.cause->repeats;
 }
 
 void World::jump() {

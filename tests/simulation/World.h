@@ -20,6 +20,7 @@ struct Hazards {
   std::size_t faultyAnswer = 0;
   std::size_t droppedRequest = 0;  ///< the network forgets the completion
   std::size_t immediateAnswer = 0;
+  std::size_t repeatedAnswer = 0;  ///< the network calls the completion once more, at some later time
   std::size_t faultyRead = 0;
   std::size_t refusedWrite = 0;
   std::size_t clockJump = 0;
@@ -65,6 +66,10 @@ class World {
   [[nodiscard]] std::size_t pendingRequests() const { return pending_.size(); }
   void answer(std::size_t place);
 
+  // The answers that come once more.
+  [[nodiscard]] std::size_t pendingRepeats() const { return repeats_.size(); }
+  void repeat(std::size_t place);
+
   /// Drops all that is under way, after a breach.
   void abandon();
 
@@ -89,12 +94,14 @@ class World {
   };
 
   void deliver(Pending pending);
+  void answerWrongly(const Pending& pending, const CorvaneSDK::Network::Completion& completion);
 
   const bool traced_;
   std::optional<std::string> breach_;
   std::vector<CausePtr> causes_;
   CausePtr current_;
   std::vector<Pending> pending_;
+  std::vector<Pending> repeats_;
 };
 
 }  // namespace vellora::simulation
