@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <atomic>
 #include <chrono>
@@ -109,6 +110,21 @@ TEST_F(CurlNetworkTest, KeepsThePathUnderWhichTheServerLives) {
   remake({.server = server.url() + "/records/eu/"});
   ask("/services/data/v50.0/theme");
   EXPECT_THAT(server.requests()[0], StartsWith("GET /records/eu/services/data/v50.0/theme HTTP/1.1\r\n"));
+}
+
+TEST_F(CurlNetworkTest, ABrokenPipeOnItsThreadDoesNotEndTheProcess) {
+  const auto blocksBrokenPipe = [] {
+    sigset_t blocked;
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    return sigismember(&blocked, SIGPIPE) == 1;
+  };
+  ASSERT_FALSE(blocksBrokenPipe()) << "its thread would inherit that";
+  server.reply(ScriptedServer::http("200 OK", "{}"));
+  std::promise<bool> blocks;
+  network->sendRequest(get("/theme"),
+                       [&](const auto&, const auto&, const auto&) { blocks.set_value(blocksBrokenPipe()); });
+  EXPECT_TRUE(blocks.get_future().get());
+  EXPECT_FALSE(blocksBrokenPipe()) << "the host's threads keep their own way";
 }
 
 TEST_F(CurlNetworkTest, SendsTokenUserAgentAndRequestHeaders) {

@@ -56,6 +56,15 @@ class SQLiteCacheFileTest : public testing::Test {
     return error != nullptr ? *error : SQLiteCacheError();
   }
 
+  /// The cache file and its log as a crash right after `sql` leaves them, under another name.
+  [[nodiscard]] std::string crashedCopyAfter(const std::string& sql) const {
+    const std::string copy = folder.file("crashed.db");
+    RawDatabase writer(path);
+    writer.run(sql);
+    for (const char* const suffix : {"", "-wal"}) std::filesystem::copy_file(path + suffix, copy + suffix);
+    return copy;
+  }
+
   void patch(std::size_t offset, const std::string& bytes) const {
     std::string all = fileBytes(path);
     all.replace(offset, bytes.size(), bytes);
@@ -121,6 +130,21 @@ TEST_F(SQLiteCacheFileTest, RefusesANewerVersionThatStandsInTheLogOnly) {
   newer.run("PRAGMA user_version = 2");
 
   EXPECT_EQ(refusal(path).reason, Reason::newerVersion);
+}
+
+TEST_F(SQLiteCacheFileTest, RefusingANewerVersionLeavesALogThatACrashLeft) {
+  makeCache();
+  const std::string crashed = crashedCopyAfter("PRAGMA user_version = 2");
+  const std::string bytes = fileBytes(crashed);
+  const std::string log = fileBytes(crashed + "-wal");
+
+  const auto opened = tryToOpen(crashed);
+
+  ASSERT_FALSE(opened.hasValue());
+  EXPECT_EQ(opened.error().localizedDescription(),
+            (SQLiteCacheError{Reason::newerVersion, crashed, ""}.localizedDescription()));
+  EXPECT_TRUE(fileBytes(crashed) == bytes);
+  EXPECT_TRUE(fileBytes(crashed + "-wal") == log);
 }
 
 TEST_F(SQLiteCacheFileTest, TellsAPathThatCannotBe) {
@@ -327,6 +351,18 @@ TEST_F(SQLiteCacheFileTest, SetsItsLogAsideWithIt) {
 
   EXPECT_TRUE(fileBytes(copy + ".damaged-1") == damaged);
   EXPECT_TRUE(fileBytes(copy + ".damaged-1-wal") == log);
+}
+
+TEST_F(SQLiteCacheFileTest, SetsAFileAsideUnchangedWithTheLogThatTellsItsDamage) {
+  makeCache();
+  const std::string crashed = crashedCopyAfter("DROP TABLE vellora_row");
+  const std::string bytes = fileBytes(crashed);
+  const std::string log = fileBytes(crashed + "-wal");
+
+  EXPECT_TRUE(tryToOpen(crashed).hasValue());
+
+  EXPECT_TRUE(fileBytes(crashed + ".damaged-1") == bytes);
+  EXPECT_TRUE(fileBytes(crashed + ".damaged-1-wal") == log);
 }
 
 TEST_F(SQLiteCacheFileTest, NumbersWhatItSetsAside) {

@@ -52,6 +52,23 @@ TEST_F(SQLiteStoreTest, RepeatsAnOperationThatMeetsDamageOnAFreshFile) {
   EXPECT_TRUE(std::filesystem::exists(path + ".damaged-1"));
 }
 
+TEST_F(SQLiteStoreTest, SetsADamagedFileAsideAsItIsWithWhatStandsInItsLogOnly) {
+  ASSERT_TRUE(store.perform([](SQLiteDatabase& database) {
+    database.run("INSERT INTO vellora_table(name, max_age, checksum) VALUES('t', 1, 2)");
+  }));
+  const std::string file = fileBytes(path);
+  const std::string log = fileBytes(path + "-wal");
+
+  int runs = 0;
+  EXPECT_TRUE(store.perform([&runs](SQLiteDatabase& database) {
+    if (++runs == 1) database.noteDamage();
+  }));
+
+  EXPECT_TRUE(fileBytes(path + ".damaged-1") == file);
+  EXPECT_NE(log, "");
+  EXPECT_TRUE(fileBytes(path + ".damaged-1-wal") == log);
+}
+
 TEST_F(SQLiteStoreTest, SetsNoMoreThanTwoFilesAsideForOneOperation) {
   int runs = 0;
   EXPECT_FALSE(store.perform([&runs](SQLiteDatabase& database) {
