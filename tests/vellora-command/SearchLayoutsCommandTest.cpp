@@ -258,14 +258,27 @@ TEST_F(SearchLayoutsCommandTest, ALogFileThatCannotBeWrittenIsAUsageError) {
   EXPECT_THAT(ended.err, HasSubstr(folder.file("absent")));
 }
 
-TEST_F(SearchLayoutsCommandTest, AReaderThatLeavesIsAnErrorNotACrash) {
-  const auto ended =
-      ChildProcess::run("/bin/sh",
-                        {"-c", "'" VELLORA "' --server " + server->url() + " --cache " + cacheFile +
-                                   " search-layouts Account > /dev/full; echo exit $?"},
-                        options);
-  EXPECT_EQ(ended.out, "exit 1\n");
-  EXPECT_EQ(ended.err, "vellora: cannot write to standard output\n");
+/// A command whose output cannot be written, because of what the shell did `before` and where it goes.
+class UnwritableOutputTest : public CommandFixture {
+ protected:
+  void expectAnError(const std::string& before, const std::string& output) const {
+    const auto ended =
+        ChildProcess::run("/bin/sh",
+                          {"-c", before + "'" VELLORA "' --server " + server->url() + " --cache " +
+                                     cacheFile + " search-layouts Account " + output + "; echo exit $?"},
+                          options);
+    EXPECT_EQ(ended.out, "exit 1\n");
+    EXPECT_EQ(ended.err, "vellora: cannot write to standard output\n");
+  }
+};
+
+TEST_F(UnwritableOutputTest, AFullDiskIsAnError) {
+  expectAnError("", "> /dev/full");
+}
+
+TEST_F(UnwritableOutputTest, AReaderThatLeftIsAnErrorNotACrash) {
+  const std::string pipe = "'" + folder.file("pipe") + "'";
+  expectAnError("mkfifo " + pipe + "; exec 3<>" + pipe + " 4>" + pipe + " 3<&-; ", ">&4");
 }
 
 }  // namespace
