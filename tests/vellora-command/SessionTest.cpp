@@ -107,6 +107,14 @@ TEST_F(SessionTest, BlamesTheLatestAnswerForWhatIsReadOnAnotherThread) {
   EXPECT_EQ(session->failure(), answerTo(sObjectsPath, 200) + "no list");
 }
 
+TEST_F(SessionTest, TheOldestOfTheRequestsWithoutAnAnswerIsTheOneThatIsWaitedFor) {
+  server->setFault(RecordsServer::everything, Fault::never());
+  EXPECT_EQ(session->unanswered(), std::nullopt);
+  const auto older = send(themePath);
+  const auto younger = send(sObjectsPath);
+  EXPECT_EQ(session->unanswered(), themePath);
+}
+
 TEST_F(SessionTest, NamesTheRequestThatGotNoAnswerWhileAnotherIsUnderWay) {
   server->setFault(themePath, Fault::never());
   server->setFault(sObjectsPath, Fault::drop());
