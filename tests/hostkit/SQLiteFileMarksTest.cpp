@@ -63,7 +63,7 @@ TEST_F(SQLiteFileMarksTest, OneMarkMakesNoFileOfOurs) {
 }
 
 TEST_F(SQLiteFileMarksTest, NothingButZeroBytesAreADamagedFileOfOurs) {
-  for (const std::size_t size : {1, 4095, 4096, 4097, 45056, 300000}) {
+  for (const std::size_t size : {1U, 4095U, 4096U, 4097U, 45056U, 300000U}) {
     EXPECT_EQ(kindOf(std::string(size, '\0')), SQLiteFileKind::damaged) << size;
   }
 }
