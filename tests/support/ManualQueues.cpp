@@ -49,7 +49,7 @@ void runAt(std::size_t place) {
   submitted.erase(chosen);
   try {
     work();
-  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the end of a piece of work, as in the library
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): as in the library
   }
 }
 

@@ -101,6 +101,6 @@ class VELLORA_EXPORT CompactLayoutDataService
 /// and has a relationship name: that name, a full stop, and the object type's name field. Parts of compound
 /// fields stay as they are. The fields are rewritten in place, for everybody who shares them.
 VELLORA_EXPORT void updateReferenceTypeFields(const std::map<std::string, std::string>& entityApiNames,
-                               const CompactLayoutResults& compactLayoutResults);
+                                              const CompactLayoutResults& compactLayoutResults);
 
 }  // namespace vellora

@@ -1,5 +1,6 @@
-// What must hold across the boundary of a shared library. The program is built with everything hidden, as careful hosts
-// are, and against the installed package; it says which statement is false, and ends with 1 if one is.
+// What must hold across the boundary of a shared library. The program is built with everything hidden, as
+// careful hosts are, and against the installed package; it says which statement is false, and ends with 1 if
+// one is.
 
 #include <hostkit/CurlNetwork.h>
 #include <hostkit/CurlNetworkError.h>
@@ -42,7 +43,8 @@ struct OfflineError {
 
 void checkErrorsMadeInTheLibraries() {
   const auto record = json::decode<SObject>(Data(std::string("{}")));
-  check(!record && record.error().as<DecodingError>() != nullptr, "a decoding error is one outside the library");
+  check(!record && record.error().as<DecodingError>() != nullptr,
+        "a decoding error is one outside the library");
 
   const auto network = hostkit::CurlNetwork::make({.server = "no address"});
   check(!network && network.error().as<hostkit::CurlNetworkError>() != nullptr,
@@ -81,7 +83,8 @@ void checkErrorsThatPassThrough() {
   if (own == nullptr) own = error.as<SObjectsDataServiceError>();
   check(own != nullptr, "a failed prefetch tells an error of a data service");
   const Error* payload = own == nullptr ? nullptr : own->payload();
-  check(payload != nullptr && payload->as<OfflineError>() != nullptr, "a host's own error comes back as itself");
+  check(payload != nullptr && payload->as<OfflineError>() != nullptr,
+        "a host's own error comes back as itself");
 }
 
 }  // namespace
