@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
@@ -19,6 +21,17 @@ using testing::UnorderedElementsAre;
 
 class TokenCanaryTest : public testing::Test {
  protected:
+  /// Waits for a process that was just started: its arguments can be read a moment later.
+  static bool showsArguments(pid_t process) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (std::chrono::steady_clock::now() < limit) {
+      std::ifstream arguments("/proc/" + std::to_string(process) + "/cmdline");
+      if (arguments.peek() != std::ifstream::traits_type::eof()) return true;
+      std::this_thread::yield();
+    }
+    return false;
+  }
+
   const TokenCanary canary;
 };
 
@@ -65,6 +78,7 @@ TEST_F(TokenCanaryTest, IsFoundInFilesAndTheirNames) {
 TEST_F(TokenCanaryTest, IsFoundAmongTheArgumentsOfAProcess) {
   const ChildProcess without("/bin/sleep", {"60"}, {});
   const ChildProcess with("/bin/sh", {"-c", "kill -STOP $$", canary.token()}, {});
+  EXPECT_TRUE(showsArguments(without.id()) && showsArguments(with.id()));
   EXPECT_FALSE(canary.isInArgumentsOf(without.id()));
   EXPECT_TRUE(canary.isInArgumentsOf(with.id()));
 }
