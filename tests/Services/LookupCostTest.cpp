@@ -15,6 +15,7 @@
 #include "testkit/StubNetwork.h"
 #include "tests/support/AllocationCounter.h"
 #include "tests/support/ManualQueues.h"
+#include "tests/support/ParsedBytes.h"
 #include "tests/support/TestClock.h"
 #include "vellora/Services/VelloraService.h"
 
@@ -157,6 +158,16 @@ TEST_F(LookupCostTest, AWarmIdReadsItsFourRowsAndNothingElse) {
   EXPECT_EQ(network->count(), 2U);
 }
 
+TEST_F(LookupCostTest, AWarmIdParsesTheBytesOfItsFourRowsAndNothingElse) {
+  ASSERT_EQ(foundIds(0, 100), 100U);
+  *work = {};
+  const tests::ParsedBytes parsed;
+
+  ASSERT_EQ(foundIds(0, 100), 100U);
+
+  EXPECT_EQ(parsed.count(), work->bytes);
+}
+
 TEST_F(LookupCostTest, AWarmIdAllocatesWithinItsCeilingHoweverManyAreAskedFor) {
   ASSERT_EQ(foundIds(0, 800), 800U);
   const auto allocationsPerId = [this](int count) {
@@ -175,9 +186,11 @@ TEST_F(LookupCostTest, AWarmIdAllocatesWithinItsCeilingHoweverManyAreAskedFor) {
 TEST_F(LookupCostTest, ANewNameIsFoundWithoutDecodingTheListAnew) {
   ASSERT_EQ(foundNames(0, 1), 1U);
   const tests::AllocationCounter counter;
+  const tests::ParsedBytes parsed;
 
   ASSERT_EQ(foundNames(1, 100), 100U);
 
+  EXPECT_EQ(parsed.count(), 0U);
   // Decoding both lists takes some 8,000 allocations here.
   EXPECT_LE(counter.allocations() / 100, 220U);
 }
@@ -185,9 +198,12 @@ TEST_F(LookupCostTest, ANewNameIsFoundWithoutDecodingTheListAnew) {
 TEST_F(LookupCostTest, ANewIdIsFoundWithoutDecodingTheListAnew) {
   ASSERT_EQ(foundIds(0, 1), 1U);
   const tests::AllocationCounter counter;
+  const tests::ParsedBytes parsed;
 
   ASSERT_EQ(foundIds(1, 100), 100U);
 
+  // Each new prefix gets a row, which is read again to see whether it is that of list views.
+  EXPECT_LE(parsed.count() / 100, 30U);
   EXPECT_LE(counter.allocations() / 100, 300U);
 }
 
