@@ -62,8 +62,9 @@ void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::st
   std::vector<Cached> entries;
   entries.reserve(names.size());
   CacheKeys keys(Constants::keyPrefix);
+  Expiry expiry(cacheTimeout_);
   for (const auto& name : names) {
-    if (auto entry = load(keys.keyOf(name))) entries.push_back(*std::move(entry));
+    if (auto entry = load(keys.keyOf(name), expiry)) entries.push_back(*std::move(entry));
   }
   const bool isComplete = entries.size() == names.size() &&
                           std::none_of(entries.begin(), entries.end(), std::mem_fn(&Cached::expired));
@@ -158,10 +159,11 @@ void CompactLayoutDataService::save(const std::string& key, const ObjectCompactL
             "save(key:compactLayout:)");
 }
 
-std::optional<CompactLayoutDataService::Cached> CompactLayoutDataService::load(const std::string& key) {
+std::optional<CompactLayoutDataService::Cached> CompactLayoutDataService::load(const std::string& key,
+                                                                               Expiry& expiry) {
   auto entry = loadEntry<CompactLayoutCacheEntry>(*cache_, *logger_, key);
   if (!entry) return std::nullopt;
-  return Cached{isExpired(entry->downloadedTime, cacheTimeout_), std::move(entry->compactLayout)};
+  return Cached{expiry.isPast(entry->downloadedTime), std::move(entry->compactLayout)};
 }
 
 std::string referenceTypeFields(const CompactLayoutResults& compactLayoutResults) {

@@ -30,8 +30,9 @@ void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, 
   std::vector<ObjectLayoutInfo> cached;
   cached.reserve(names.size());
   CacheKeys keys(Constants::keyPrefix);
+  Expiry expiry(cacheTimeout_);
   for (const auto& name : names) {
-    if (auto layout = load(keys.keyOf(name))) cached.push_back(*std::move(layout));
+    if (auto layout = load(keys.keyOf(name), expiry)) cached.push_back(*std::move(layout));
   }
   if (cached.size() == names.size()) {
     if (completion) completion(std::move(cached), std::nullopt);
@@ -69,10 +70,10 @@ void LayoutDataService::save(const std::string& key, const ObjectLayoutInfo& obj
             "save(key:objectLayoutInfo:)");
 }
 
-std::optional<ObjectLayoutInfo> LayoutDataService::load(const std::string& key) {
+std::optional<ObjectLayoutInfo> LayoutDataService::load(const std::string& key, Expiry& expiry) {
   auto entry = loadEntry<ObjectLayoutInfoCacheEntry>(*cache_, *logger_, key);
   if (!entry) return std::nullopt;
-  if (isExpired(entry->downloadedTime, cacheTimeout_)) cache_->remove(key);
+  if (expiry.isPast(entry->downloadedTime)) cache_->remove(key);
   return std::move(entry->objectLayoutInfo);
 }
 

@@ -8,8 +8,9 @@ std::string joined(const std::vector<std::string>& names, std::string_view separ
   return text;
 }
 
-bool isExpired(Date downloadedTime, double cacheTimeout) {
-  return now().secondsSince(downloadedTime) > cacheTimeout;
+bool Expiry::isPast(Date downloadedTime) {
+  if (!now_) now_ = now();
+  return now_->secondsSince(downloadedTime) > cacheTimeout_;
 }
 
 }  // namespace vellora

@@ -57,8 +57,19 @@ class CacheKeys {
   const std::size_t prefixSize_;
 };
 
-/// Whether what was downloaded then is older than `cacheTimeout` seconds now. A time in the future is not.
-[[nodiscard]] bool isExpired(Date downloadedTime, double cacheTimeout);
+/// Tells which of a lookup's cached layouts are too old. They are all compared with one moment, that of the
+/// first of them.
+class Expiry {
+ public:
+  explicit Expiry(double cacheTimeout) : cacheTimeout_(cacheTimeout) {}
+
+  /// Whether what was downloaded then is older than the time-out. A time in the future is not.
+  [[nodiscard]] bool isPast(Date downloadedTime);
+
+ private:
+  const double cacheTimeout_;
+  std::optional<Date> now_;
+};
 
 /// Logs `operation`, `failure` and what the error says, as one line; none when there is no memory for it.
 template <ErrorValue E>
@@ -106,7 +117,7 @@ template <class Entry>
     return std::nullopt;
   }
   auto entry = json::decode<Entry>(*data);
-  if (entry) return std::move(entry).value();
+  if (entry) return std::move(entry.value());
   logError(logger, "load(key:)", ": Failed to decode: ", entry.error());
   return std::nullopt;
 }
