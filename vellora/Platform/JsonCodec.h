@@ -11,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <optional>
@@ -228,7 +229,9 @@ struct Codec<T> {
   template <std::size_t I>
   static bool take(std::string_view key, Element member, Found& found) {
     constexpr auto field = std::get<I>(T::fields());
-    if (key != field.key) return false;
+    // A length that the compiler knows makes this a few loads; == on views would call memcmp.
+    constexpr std::size_t length = field.key.size();
+    if (key.size() != length || std::memcmp(key.data(), field.key.data(), length) != 0) return false;
     if (found.isFound[I]) return true;
     found.values[I] = member;
     found.isFound[I] = true;
@@ -311,12 +314,14 @@ bool Writer::write(const T& value) {
 
 template <class T>
 Result<T> decode(const Data& text) {
+  Result<T> result{T{}};  // decoded into where the caller has it
   Document document;
-  if (auto error = document.parse(text)) return Error(*std::move(error));
-  DecodingFailure failure;
-  T value{};
-  if (!Codec<T>::decode(document.root(), value, failure)) return Error(failure.error());
-  return value;
+  if (auto error = document.parse(text)) {
+    result = Error(*std::move(error));
+  } else if (DecodingFailure failure; !Codec<T>::decode(document.root(), result.value(), failure)) {
+    result = Error(failure.error());
+  }
+  return result;
 }
 
 template <class T>
