@@ -104,6 +104,7 @@ void SQLiteDatabase::distrustContent() {
   run("PRAGMA mmap_size = 0");
   run("PRAGMA cell_size_check = ON");
   run("PRAGMA temp_store = MEMORY");
+  run("PRAGMA cache_size = -384");  // KiB of pages kept: a list fills whatever it gets, and is read once
   run("PRAGMA synchronous = NORMAL");
   run("PRAGMA secure_delete = ON");  // so that no damaged pointer can lead to what was deleted
   run("PRAGMA journal_size_limit = 4194304");

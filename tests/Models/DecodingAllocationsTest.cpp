@@ -64,6 +64,18 @@ TEST(DecodingAllocationsTest, AThemeListTakesMemoryForItsLists) {
   EXPECT_EQ(allocationsOfReading<ThemeResponse>(themeList()), 2 * count + 1);
 }
 
+TEST(DecodingAllocationsTest, AListThatIsReadOnceLeavesNoParserBehind) {
+  const Data text = objectList("Account");
+  EXPECT_TRUE(json::decodeOnce<SObjectsResponse>(text));  // a process's first text leaves constants
+  const auto before = tests::LiveMemory::now().bytes;
+  EXPECT_TRUE(json::decodeOnce<SObjectsResponse>(text));
+  EXPECT_EQ(tests::LiveMemory::now().bytes, before);
+  EXPECT_TRUE(json::decode<SObjectsResponse>(text));
+  EXPECT_GT(tests::LiveMemory::now().bytes, before + text.size()) << "what is kept for the next text";
+  json::releaseParser();
+  EXPECT_EQ(tests::LiveMemory::now().bytes, before);
+}
+
 TEST(DecodingAllocationsTest, WritingTakesMemoryForTheWriterAndItsBytes) {
   const auto types = json::decode<SObjectsResponse>(objectList("Account")).value().sObjects;
   const AllocationCounter counter;

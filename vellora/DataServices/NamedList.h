@@ -30,7 +30,7 @@ class NamedList {
 
   /// Reads the list from its JSON text.
   [[nodiscard]] static Result<NamedList> decode(const Data& text) {
-    auto records = json::decode<std::vector<Record>>(text);
+    auto records = json::decodeOnce<std::vector<Record>>(text);
     if (!records) return records.error();
     return NamedList(std::move(records).value());
   }

@@ -80,6 +80,18 @@ inline constexpr std::size_t maximumDepth = 512;
 template <class T>
 VELLORA_EXPORT Result<T> decode(const Data& text);
 
+/// Gives back the memory of the parser that the calling thread keeps for its next `decode`.
+VELLORA_EXPORT void releaseParser() noexcept;
+
+/// `decode` for a text that comes once in hours, such as a download: a parser takes several times the size of
+/// its text, and here gives it back at once.
+template <class T>
+Result<T> decodeOnce(const Data& text) {
+  auto value = decode<T>(text);
+  releaseParser();
+  return value;
+}
+
 /// Writes `value` as JSON text without blanks, in field order, absent optionals left out; an absent optional
 /// as the whole value, or inside a list or map, is null. Fails with an `EncodingError` for what JSON cannot
 /// hold: a number that is not finite, text that is not UTF-8, a null pointer, values nested deeper than

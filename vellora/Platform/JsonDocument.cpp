@@ -37,6 +37,10 @@ simdjson::error_code parseWith(simdjson::dom::parser& parser, std::size_t depth,
 
 }  // namespace
 
+void releaseParser() noexcept {
+  keptParser().reset();
+}
+
 Document::Document() : parser_(std::move(keptParser())) {
   if (!parser_) parser_ = std::make_unique<simdjson::dom::parser>();
 }

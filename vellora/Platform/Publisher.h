@@ -122,7 +122,7 @@ class Publisher {
   template <class U>
   requires std::is_same_v<T, Data>
   [[nodiscard]] Publisher<U> decode() const {
-    return tryMap([](const Data& text) { return json::decode<U>(text); });
+    return tryMap([](const Data& text) { return json::decodeOnce<U>(text); });
   }
 
   /// Starts the producer that `transform` returns for each value, without a limit, and passes on their values
