@@ -23,7 +23,8 @@ struct Decoders {
 };
 
 /// Adds the lines about `what`: ours decoding `text` against extraction by hand, the limit, and against the
-/// peers. All have to give what ours gives.
+/// peers. All have to give what ours gives. What none of them can go below follows: parsing alone, and making
+/// and destroying the records alone.
 template <class Records>
 void addDecoding(Suite& suite, const std::string& what, const Data& text, const Decoders<Records>& decoders) {
   const auto time = [&](const std::string& who, std::function<Records(const Data&)> decode) {
@@ -43,6 +44,21 @@ void addDecoding(Suite& suite, const std::string& what, const Data& text, const 
   suite.compare(what, ours, time("Boost.JSON", decoders.boostJson), Suite::atLeast(3));
   suite.compare(what, ours, time("RapidJSON", decoders.rapidJson), Suite::atLeast(3));
   suite.compare(what, ours, time("nlohmann", decoders.nlohmann), Suite::atLeast(20));
+  const auto parse = [&text](benchmark::State& state) {
+    simdjson::dom::parser parser;
+    constexpr bool copyIfUnpadded = false;
+    for (auto _ : state) {
+      if (parser.parse(text.data(), text.size(), copyIfUnpadded).error()) {
+        return state.SkipWithError("was not parsed");
+      }
+    }
+  };
+  const auto copy = [&text, ours = decoders.ours](benchmark::State& state) {
+    const Records records = ours(text);
+    for (auto _ : state) benchmark::DoNotOptimize(Records(records));
+  };
+  suite.compare(what, ours, suite.time(what, "simdjson's parsing alone", parse), Suite::reported());
+  suite.compare(what, ours, suite.time(what, "a copy of the records alone", copy), Suite::reported());
 }
 
 }  // namespace vellora::bench
