@@ -47,7 +47,7 @@ TEST_F(ColdStartAllocationsTest, TakesMemoryForEachTypesListsAndKeyPrefixAndForL
   const Taken taken = takenByColdStart(500);
   EXPECT_EQ(service->primerState(), VelloraService::State::loaded());
   // The colours, the icons, the entry in the table of prefixes.
-  EXPECT_LE(taken.allocations, 3 * 500 + 300U);
+  EXPECT_LE(taken.allocations, 3 * 500 + 350U);
 }
 
 TEST_F(ColdStartAllocationsTest, ParsesEachListOnceAndNothingElse) {
@@ -59,9 +59,9 @@ TEST_F(ColdStartAllocationsTest, ParsesEachListOnceAndNothingElse) {
 TEST_F(ColdStartAllocationsTest, WritesEachListOnce) {
   const Taken taken = takenByColdStart(500);
   EXPECT_EQ(service->primerState(), VelloraService::State::loaded());
-  // Each list's parser asks for up to 14 times its text, and gives it back; records, their texts and the
-  // strings in between make up the rest. Writing a list once more exceeds this.
-  EXPECT_LE(taken.bytes, bodyBytes_ * 35 / 2);
+  // Each list's parser asks for up to 14 times its text, and gives it back; records, and texts that grow
+  // while they are written, make up the rest. Writing a list once more exceeds this.
+  EXPECT_LE(taken.bytes, bodyBytes_ * 43 / 2);
 }
 
 }  // namespace

@@ -3,12 +3,14 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <new>
 
 #include "vellora/Platform/JsonPath.h"
 
@@ -16,9 +18,28 @@ namespace vellora::json {
 
 namespace {
 
+// RapidJSON's own allocator is malloc, whose null pointer it would write to.
+class Memory {
+ public:
+  static constexpr bool kNeedFree = true;
+
+  static void* Malloc(std::size_t size) { return size > 0 ? ::operator new(size) : nullptr; }
+
+  static void* Realloc(void* old, std::size_t oldSize, std::size_t newSize) {
+    void* const memory = Malloc(newSize);
+    const std::size_t kept = std::min(oldSize, newSize);
+    if (kept > 0) std::memcpy(memory, old, kept);
+    Free(old);
+    return memory;
+  }
+
+  static void Free(void* memory) noexcept { ::operator delete(memory); }
+};
+
 using Encoding = rapidjson::UTF8<>;
-using CheckingWriter = rapidjson::Writer<rapidjson::StringBuffer, Encoding, Encoding, rapidjson::CrtAllocator,
-                                         rapidjson::kWriteValidateEncodingFlag>;
+using Buffer = rapidjson::GenericStringBuffer<Encoding, Memory>;
+using CheckingWriter =
+    rapidjson::Writer<Buffer, Encoding, Encoding, Memory, rapidjson::kWriteValidateEncodingFlag>;
 
 rapidjson::SizeType sizeOf(std::string_view text) {
   return static_cast<rapidjson::SizeType>(text.size());
@@ -90,8 +111,9 @@ class Sink final : public CheckingWriter {
 }  // namespace
 
 struct Writer::State {
-  rapidjson::StringBuffer buffer;
-  Sink sink{buffer};
+  Memory memory;
+  Buffer buffer{&memory};
+  Sink sink{buffer, &memory};
   std::size_t depth = 0;
   EncodingError::Kind failure = EncodingError::Kind::noValue;
   Path path;
