@@ -110,10 +110,11 @@ Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsD
   return tuples.map([weak = weak_from_this()](std::vector<IdTuple>&& all) {
     std::map<std::string, TypeAndInstance> found;
     for (auto& [id, type, instance] : all) {
-      const auto entry = found.insert_or_assign(id, TypeAndInstance{std::move(type), std::move(instance)});
+      const auto entry =
+          found.insert_or_assign(std::move(id), TypeAndInstance{std::move(type), std::move(instance)});
       const TypeAndInstance& both = entry.first->second;
       if (const auto self = weak.lock()) {
-        self->log("sObjectsForIds(_:): id: " + id + ", (type: " + nameOrNil(both.type) +
+        self->log("sObjectsForIds(_:): id: " + entry.first->first + ", (type: " + nameOrNil(both.type) +
                   ", instance: " + nameOrNil(both.instance) + ")");
       }
     }
@@ -127,9 +128,9 @@ Publisher<std::map<std::string, std::optional<SObject>>> SObjectsDataService::sO
   return tuples.map([weak = weak_from_this()](std::vector<NameTuple>&& all) {
     std::map<std::string, std::optional<SObject>> found;
     for (auto& [name, sObject] : all) {
-      const auto entry = found.insert_or_assign(name, std::move(sObject));
+      const auto entry = found.insert_or_assign(std::move(name), std::move(sObject));
       if (const auto self = weak.lock()) {
-        self->log("sObjectsForNames(_:): tuples for each id: " + name + ", " +
+        self->log("sObjectsForNames(_:): tuples for each id: " + entry.first->first + ", " +
                   describe(optionalName(entry.first->second)) + ")");
       }
     }
@@ -144,26 +145,29 @@ Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::st
                                                              LookUp<Tuple> lookUp) {
   return Publisher<std::string>::sequence(std::move(keys))
       .receive(queue_)
-      .flatMap([weak = weak_from_this(), lookUp](const std::string& key) {
+      .flatMap([weak = weak_from_this(), lookUp](std::string key) {
         const auto self = weak.lock();
-        return self ? (*self.*lookUp)(key) : silence<Tuple>();
+        return self ? (*self.*lookUp)(std::move(key)) : silence<Tuple>();
       })
       .collect();
 }
 
-Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(const std::string& id) {
+Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id) {
   const auto type = sObjectForId(id);
   if (name(id) != listViewName) {
-    return type.map([id](OptionalSObject found) { return IdTuple{id, std::move(found), std::nullopt}; });
+    return type.map([id = std::move(id)](OptionalSObject found) mutable {  // comes once
+      return IdTuple{std::move(id), std::move(found), std::nullopt};
+    });
   }
   return type.combineLatest(listViewSObject(id)).map([id](std::pair<OptionalSObject, OptionalSObject> both) {
     return IdTuple{id, std::move(both.first), std::move(both.second)};
   });
 }
 
-Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(const std::string& name) {
-  return sObjectForName(name).map([name](OptionalSObject sObject) {
-    return NameTuple{name, std::move(sObject)};
+Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(std::string name) {
+  const auto type = sObjectForName(name);
+  return type.map([name = std::move(name)](OptionalSObject sObject) mutable {  // comes once
+    return NameTuple{std::move(name), std::move(sObject)};
   });
 }
 

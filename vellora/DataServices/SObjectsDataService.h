@@ -103,14 +103,14 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   struct NameTuple;
   using OptionalSObject = std::optional<SObject>;
   template <class Tuple>
-  using LookUp = Publisher<Tuple> (SObjectsDataService::*)(const std::string& key);
+  using LookUp = Publisher<Tuple> (SObjectsDataService::*)(std::string key);
 
   template <class Tuple>
   [[nodiscard]] Publisher<std::vector<Tuple>> collected(std::vector<std::string> keys, LookUp<Tuple> lookUp);
 
   // These read the cache when they are called; requests are sent when what they return is subscribed to.
-  [[nodiscard]] Publisher<IdTuple> sObjectAsIdTuple(const std::string& id);
-  [[nodiscard]] Publisher<NameTuple> sObjectAsNameTuple(const std::string& name);
+  [[nodiscard]] Publisher<IdTuple> sObjectAsIdTuple(std::string id);
+  [[nodiscard]] Publisher<NameTuple> sObjectAsNameTuple(std::string name);
   [[nodiscard]] Publisher<OptionalSObject> sObjectForId(const std::string& id);
   [[nodiscard]] Publisher<OptionalSObject> sObjectForName(const std::optional<std::string>& name);
   [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id);

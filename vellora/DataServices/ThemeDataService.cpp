@@ -82,25 +82,28 @@ void ThemeDataService::loadThemes(LoadCompletion completion) {
 Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector<std::string> names) {
   return Publisher<std::string>::sequence(std::move(names))
       .receive(queue_)
-      .flatMap([self = shared_from_this()](const std::string& name) { return self->themeTuple(name); })
+      .flatMap([self = shared_from_this()](std::string name) { return self->themeTuple(std::move(name)); })
       .collect()
       .map([weak = weak_from_this()](std::vector<ThemeTuple>&& tuples) {
         std::map<std::string, ThemeItem> found;
         for (auto& [name, theme] : tuples) {
+          const std::string line = "themes(for:): name: " + name;
           if (theme) {
-            found.insert_or_assign(name, *std::move(theme));
+            found.insert_or_assign(std::move(name), *std::move(theme));
           } else {
             found.erase(name);
           }
-          if (const auto service = weak.lock()) service->log("themes(for:): name: " + name);
+          if (const auto service = weak.lock()) service->log(line);
         }
         return found;
       });
 }
 
-Publisher<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(const std::string& name) {
-  return theme(name).map(
-      [name](std::optional<ThemeItem> theme) { return ThemeTuple(name, std::move(theme)); });
+Publisher<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(std::string name) {
+  const auto entry = theme(name);
+  return entry.map([name = std::move(name)](std::optional<ThemeItem> theme) mutable {  // comes once
+    return ThemeTuple(std::move(name), std::move(theme));
+  });
 }
 
 Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& name) {

@@ -76,7 +76,7 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
  private:
   using ThemeTuple = std::pair<std::string, std::optional<ThemeItem>>;
 
-  [[nodiscard]] Publisher<ThemeTuple> themeTuple(const std::string& name);
+  [[nodiscard]] Publisher<ThemeTuple> themeTuple(std::string name);
   [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name);
   [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
   [[nodiscard]] Publisher<std::optional<Data>> requestPublisher(const CorvaneSDK::NetRequest& request);
