@@ -179,7 +179,7 @@ TEST_F(LookupCostTest, AWarmIdAllocatesWithinItsCeilingHoweverManyAreAskedFor) {
   const double many = allocationsPerId(800);
   RecordProperty("allocationsPerWarmId", std::to_string(many));
 
-  EXPECT_LE(few, 130);
+  EXPECT_LE(few, 115);
   EXPECT_LE(many, few * 1.1);
 }
 
