@@ -7,7 +7,9 @@ Exits with 77 where no browser is installed.
 """
 
 import http.client
+import pathlib
 import sys
+import tempfile
 import unittest
 
 from browser import Browser, chromedriver
@@ -121,6 +123,33 @@ class DemoPageTest(PageTest):
         self.assertIn("Loaded", self.text("#prefetch"))
         self.assertNotIn("key=", self.browser.run("return location.href"))
         self.assertEqual(self.browser.log(), [])
+
+    def test_shows_the_token_to_nobody_but_the_server(self):
+        token = "canary-5f0c9d7e41b2"
+        folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        (folder / "token").write_text(token)
+        server = self.stopping(RecordsServer(PROGRAMS["records-server"], "--token-file", folder / "token"))
+        options = ("--token-file", folder / "token", "--log", "info", "--log-file", folder / "log")
+        explorer = self.explore(server.url, *options)
+        self.wait_for_tiles()  # so the server has been shown it
+        self.open_type("Account")
+
+        shown = [self.browser.run("return document.documentElement.outerHTML + JSON.stringify(sessionStorage)")]
+        origin, key = explorer.url.split("/#key=")
+        for target in ("state", "types", "presentations?names=Account", "search-layout?names=Account",
+                       "compact-layout?names=Account"):  # fmt: skip
+            connection = http.client.HTTPConnection(origin.removeprefix("http://"))
+            self.addCleanup(connection.close)
+            connection.request("GET", "/api/" + target, headers={"X-Vellora-Key": key})
+            reply = connection.getresponse()
+            self.assertEqual(reply.status, 200, target)
+            shown.append(str(reply.headers) + reply.read().decode())
+        kept = [path for path in pathlib.Path(explorer.folder.name).iterdir()] + [folder / "log"]
+        shown += [path.read_bytes().decode("latin-1") for path in kept]
+        shown.append(pathlib.Path(f"/proc/{explorer.process.pid}/cmdline").read_text())
+        self.assertIn("cache.sqlite", [path.name for path in kept])
+        pieces = [token[at : at + 8] for at in range(len(token) - 7)]
+        self.assertEqual([piece for piece in pieces if any(piece in text for text in shown)], [])
 
     def test_shows_what_an_app_would_show_of_a_type(self):
         self.explore_demo()
