@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdlib>
 #include <future>
 #include <latch>
 #include <memory>
@@ -72,6 +74,26 @@ TEST(GlobalDispatchQueueTest, IsOneForTheProcessAndRunsWork) {
   std::promise<std::thread::id> ran;
   queue->async([&] { ran.set_value(std::this_thread::get_id()); });
   EXPECT_NE(ran.get_future().get(), std::this_thread::get_id());
+}
+
+TEST(GlobalQueueDeathTest, TakesWorkWhileTheProcessEnds) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // the process is a fresh one
+  const auto exitWhileBusy = [] {
+    // Runs after all that is destroyed at the end and has been made since.
+    std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });
+    std::latch busy(1);
+    SerialDispatchQueue("busy").async([&busy] {
+      DispatchQueue::global(DispatchQoS::userInitiated)->async([] {});
+      busy.count_down();
+      while (true) {
+        DispatchQueue::global(DispatchQoS::userInitiated)->async([] {});
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+      }
+    });
+    busy.wait();
+    std::exit(0);
+  };
+  EXPECT_EXIT(exitWhileBusy(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

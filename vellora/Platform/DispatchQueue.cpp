@@ -39,8 +39,10 @@ boost::asio::thread_pool& threadPool() {
 }  // namespace detail
 
 const std::shared_ptr<DispatchQueue>& DispatchQueue::global(DispatchQoS) {
-  static const std::shared_ptr<DispatchQueue> queue = std::make_shared<GlobalQueue>();
-  return queue;
+  // Never destroyed either: what still runs while the process ends may ask for it.
+  static const auto* const queue =
+      new std::shared_ptr<DispatchQueue>(std::make_shared<GlobalQueue>());  // NOLINT: see above
+  return *queue;
 }
 
 }  // namespace vellora

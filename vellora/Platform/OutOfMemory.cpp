@@ -4,7 +4,8 @@ namespace vellora {
 
 namespace {
 
-const Error made = OutOfMemory();
+// Made before memory can run out, and never destroyed: what still runs while the process ends may need it.
+const Error& made = *new Error(OutOfMemory());  // NOLINT(cppcoreguidelines-owning-memory)
 
 }  // namespace
 
