@@ -2,8 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <latch>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
+
+#include "vellora/Platform/Json.h"
 
 namespace vellora::json {
 namespace {
@@ -47,6 +55,27 @@ TEST(JsonDocumentTest, ReadsTextsOnBothSidesOfTheSizeThatAParserIsKeptFor) {
     ASSERT_FALSE(document.parse(Data('"' + text + '"')).has_value());
     EXPECT_EQ(textOf(document), text);
   }
+}
+
+TEST(JsonDocumentDeathTest, IsReadOrRefusedWhileTheProcessEnds) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // the process is a fresh one
+  const auto exitWhileReading = [] {
+    // Runs after all that is destroyed at the end and has been made since.
+    std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });
+    std::latch reading(1);
+    std::thread([&reading] {
+      const Data text(std::string("[1]"));
+      while (Document().parse(text) == std::nullopt) {
+        releaseParser();
+        if (!reading.try_wait()) reading.count_down();
+      }
+      std::cerr << Document().parse(text)->localizedDescription();
+    }).detach();
+    reading.wait();
+    std::exit(0);
+  };
+  EXPECT_EXIT(exitWhileReading(), testing::ExitedWithCode(0),
+              "not valid JSON: it is not read, since the process is ending");
 }
 
 }  // namespace

@@ -1,7 +1,10 @@
 #include "vellora/Platform/JsonDocument.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <mutex>
 #include <new>
+#include <shared_mutex>
 #include <string_view>
 #include <utility>
 
@@ -23,13 +26,45 @@ std::unique_ptr<simdjson::dom::parser>& keptParser() {
   return parser;
 }
 
+/// simdjson makes its parsers with an object that is destroyed while the process ends, when threads of the
+/// library may still be reading. From there on none is made any more.
+class ParserMaking {
+ public:
+  [[nodiscard]] static ParserMaking& instance() {
+    // Never destroyed itself, and made after simdjson's object, so that `end` runs before that is destroyed.
+    static auto* const made = [] {
+      static_cast<void>(simdjson::get_active_implementation()->name());
+      std::atexit([] { instance().end(); });
+      return new ParserMaking;  // NOLINT(cppcoreguidelines-owning-memory)
+    }();
+    return *made;
+  }
+
+  /// Gives `parser` memory for texts of that size.
+  simdjson::error_code allocate(simdjson::dom::parser& parser, std::size_t size, std::size_t depth) {
+    const std::shared_lock lock(mutex_);
+    return ended_ ? simdjson::UNINITIALIZED : parser.allocate(size, depth);
+  }
+
+ private:
+  ParserMaking() = default;
+
+  void end() {
+    const std::lock_guard lock(mutex_);
+    ended_ = true;
+  }
+
+  std::shared_mutex mutex_;
+  bool ended_ = false;
+};
+
 simdjson::error_code parseWith(simdjson::dom::parser& parser, std::size_t depth, std::string_view text,
                                simdjson::dom::element& root) {
   // By itself a parser makes its new memory before it gives back what has become too small.
   if (parser.capacity() < text.size()) parser = simdjson::dom::parser();
-  if (parser.max_depth() != depth) {
-    const auto error = parser.allocate(std::max(parser.capacity(), text.size()), depth);
-    if (error) return error;
+  if (parser.capacity() < text.size() || parser.max_depth() != depth) {
+    const std::size_t size = std::max(parser.capacity(), text.size());
+    if (const auto error = ParserMaking::instance().allocate(parser, size, depth)) return error;
   }
   constexpr bool copyIfUnpadded = false;
   return parser.parse(text.data(), text.size(), copyIfUnpadded).get(root);
@@ -56,6 +91,9 @@ std::optional<DecodingError> Document::parse(const Data& text) {
   auto error = parseWith(*parser_, maximumDepth, json, root_);
   if (!error) return std::nullopt;
   if (error == simdjson::MEMALLOC) throw std::bad_alloc();
+  if (error == simdjson::UNINITIALIZED) {
+    return DecodingError::invalidJson("it is not read, since the process is ending");
+  }
   if (auto found = findSyntaxError(json, skipped)) return found;
   // simdjson refuses to go as deep as its limit, but lets an empty object or array pass there. So a document
   // that is just deep enough is refused at first; when nothing is wrong with it, one level more does no harm.
