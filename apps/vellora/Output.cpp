@@ -62,7 +62,8 @@ bool print(std::string_view text) {
 }
 
 ExitCode complain(const Problem& problem) {
-  std::cerr << "vellora: " << printable(problem.message) << '\n';
+  // At once, since lines of the log may come from other threads meanwhile.
+  std::cerr << "vellora: " + printable(problem.message) + '\n';
   return problem.exit;
 }
 

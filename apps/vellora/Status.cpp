@@ -55,7 +55,7 @@ std::string tableOf(const Status& status) {
 }
 
 void showProgress(const State& state) {
-  if (::isatty(STDERR_FILENO) == 1) std::cerr << "vellora: " << printable(state.description()) << '\n';
+  if (::isatty(STDERR_FILENO) == 1) std::cerr << "vellora: " + printable(state.description()) + '\n';
 }
 
 ExitCode judge(const State& state, const Arguments& arguments, const Session& session) {
