@@ -21,7 +21,7 @@ namespace {
 // RapidJSON's own allocator is malloc, whose null pointer it would write to.
 class Memory {
  public:
-  static constexpr bool kNeedFree = true;
+  [[maybe_unused]] static constexpr bool kNeedFree = true;  // asked for by some versions of RapidJSON
 
   static void* Malloc(std::size_t size) { return size > 0 ? ::operator new(size) : nullptr; }
 
