@@ -23,7 +23,7 @@ class Memory {
  public:
   [[maybe_unused]] static constexpr bool kNeedFree = true;  // asked for by some versions of RapidJSON
 
-  static void* Malloc(std::size_t size) { return size > 0 ? ::operator new(size) : nullptr; }
+  static void* Malloc(std::size_t size) { return ::operator new(size); }
 
   static void* Realloc(void* old, std::size_t oldSize, std::size_t newSize) {
     void* const memory = Malloc(newSize);
