@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "bench/Suite.h"
-#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::bench {
 

@@ -5,7 +5,7 @@
 #include <iostream>
 #include <utility>
 
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
 namespace vellora::bench {
 

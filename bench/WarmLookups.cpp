@@ -14,8 +14,8 @@
 #include "bench/Samples.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Models/ThemeItem.h"
-#include "vellora/Platform/Description.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Json/Description.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
 namespace vellora::bench {
 

@@ -7,7 +7,7 @@
 
 #include "conformance/Guarantee.h"
 #include "vellora/Host/Cache.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::conformance {
 

@@ -14,7 +14,7 @@
 #include "conformance/Registration.h"
 #include "conformance/Threads.h"
 #include "tests/support/ScriptedServer.h"
-#include "vellora/Platform/URLComponents.h"
+#include "vellora/Platform/Web/URLComponents.h"
 
 namespace vellora::conformance {
 

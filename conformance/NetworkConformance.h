@@ -8,7 +8,7 @@
 
 #include "conformance/Guarantee.h"
 #include "vellora/Host/Network.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::conformance {
 

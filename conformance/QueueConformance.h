@@ -7,8 +7,8 @@
 #include <string>
 
 #include "conformance/Guarantee.h"
-#include "vellora/Platform/DispatchQueue.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::conformance {
 

@@ -11,7 +11,7 @@
 #include "vellora/Models/ObjectLayoutInfoCacheEntry.h"
 #include "vellora/Models/SObject.h"
 #include "vellora/Models/ThemeItem.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::fuzz {
 

@@ -18,7 +18,7 @@
 #include "tests/support/ManualQueues.h"
 #include "tests/support/TestClock.h"
 #include "tests/support/TestError.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 
 namespace vellora::fuzz {

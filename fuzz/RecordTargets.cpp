@@ -13,7 +13,7 @@
 #include "vellora/Models/ObjectQualifiedApiNameInfo.h"
 #include "vellora/Models/SObjectsResponse.h"
 #include "vellora/Models/ThemeResponse.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::fuzz {
 

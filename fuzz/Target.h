@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::fuzz {
 

@@ -7,7 +7,7 @@
 #include "apps/records-server/RequestTarget.h"
 #include "fuzz/Target.h"
 #include "vellora/DataServices/ServerRequest.h"
-#include "vellora/Platform/URLComponents.h"
+#include "vellora/Platform/Web/URLComponents.h"
 
 namespace vellora::fuzz {
 

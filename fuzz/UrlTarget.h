@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::fuzz {
 

@@ -9,9 +9,9 @@
 #include "hostkit/MetaCodec.h"
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/Host/CacheTable.h"
-#include "vellora/Platform/DecodingError.h"
-#include "vellora/Platform/JsonCodec.h"
-#include "vellora/Platform/Utf8.h"
+#include "vellora/Platform/Json/DecodingError.h"
+#include "vellora/Platform/Json/JsonCodec.h"
+#include "vellora/Platform/Text/Utf8.h"
 
 namespace vellora::hostkit {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::hostkit {
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "vellora/Host/Network.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::hostkit {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "hostkit/CurlTransfer.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
 

@@ -9,8 +9,8 @@
 #include "hostkit/CurlNetworkError.h"
 #include "hostkit/RequestOutcome.h"
 #include "vellora/Host/Network.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
 

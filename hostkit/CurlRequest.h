@@ -7,7 +7,7 @@
 
 #include "hostkit/ServerAddress.h"
 #include "vellora/Host/NetRequest.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "vellora/Host/Table.h"
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::hostkit {
 

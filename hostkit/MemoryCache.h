@@ -9,9 +9,9 @@
 
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/Table.h"
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/Date.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Date.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::hostkit {
 

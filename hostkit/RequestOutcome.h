@@ -5,7 +5,7 @@
 #include <string>
 
 #include "hostkit/CurlNetworkError.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::hostkit {
 

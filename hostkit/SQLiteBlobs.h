@@ -5,7 +5,7 @@
 #include <string>
 
 #include "hostkit/SQLiteDatabase.h"
-#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::hostkit {
 

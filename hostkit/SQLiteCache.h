@@ -8,10 +8,10 @@
 
 #include "hostkit/SQLiteCacheError.h"
 #include "vellora/Host/Cache.h"
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/Date.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Date.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
 

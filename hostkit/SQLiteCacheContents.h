@@ -7,10 +7,10 @@
 #include "hostkit/SQLiteCacheError.h"
 #include "vellora/Host/Row.h"
 #include "vellora/Host/Table.h"
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/Date.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Date.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "hostkit/SQLiteDatabase.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
 

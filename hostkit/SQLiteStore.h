@@ -7,7 +7,7 @@
 #include <string>
 
 #include "hostkit/SQLiteDatabase.h"
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::hostkit {
 

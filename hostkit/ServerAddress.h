@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
 

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "vellora/Host/Logger.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
 

@@ -6,8 +6,8 @@
 
 #include "hostkit/CurlNetwork.h"
 #include "vellora/Host/PlatformAPI.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
 

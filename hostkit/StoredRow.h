@@ -6,8 +6,8 @@
 
 #include "vellora/Host/Query.h"
 #include "vellora/Host/Row.h"
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::hostkit {
 

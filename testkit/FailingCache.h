@@ -8,7 +8,7 @@
 
 #include "testkit/ForwardingCache.h"
 #include "vellora/Host/Row.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

@@ -6,7 +6,7 @@
 
 #include "testkit/ForwardingCacheTable.h"
 #include "testkit/HostFaults.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

@@ -9,7 +9,7 @@
 #include "testkit/FaultyNetwork.h"
 #include "testkit/HostFaults.h"
 #include "vellora/Host/PlatformAPI.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

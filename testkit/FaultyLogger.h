@@ -5,7 +5,7 @@
 
 #include "testkit/HostFaults.h"
 #include "vellora/Host/Logger.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

@@ -7,7 +7,7 @@
 
 #include "testkit/HostFaults.h"
 #include "vellora/Host/Network.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "vellora/Host/Cache.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

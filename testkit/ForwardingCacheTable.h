@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "vellora/Host/CacheTable.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

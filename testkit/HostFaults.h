@@ -10,8 +10,8 @@
 #include "testkit/HostCall.h"
 #include "testkit/HostFault.h"
 #include "vellora/Host/NetRequest.h"
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

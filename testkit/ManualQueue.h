@@ -4,8 +4,8 @@
 #include <deque>
 #include <mutex>
 
-#include "vellora/Platform/DispatchQueue.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "vellora/Host/Logger.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "vellora/Host/Network.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::http {
 

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "apps/http/Exchange.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::http {
 

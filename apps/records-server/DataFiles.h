@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::recordsserver {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "apps/records-server/Table.h"
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::recordsserver {
 

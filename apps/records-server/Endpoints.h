@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "apps/records-server/DataSet.h"
-#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::recordsserver {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::recordsserver {
 

@@ -4,7 +4,7 @@
 
 #include "apps/records-server/DataSet.h"
 #include "apps/records-server/QueryParser.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::recordsserver {
 

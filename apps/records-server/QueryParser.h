@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "apps/records-server/Table.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::recordsserver {
 

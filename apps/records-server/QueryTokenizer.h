@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::recordsserver {
 

@@ -12,7 +12,7 @@
 #include "apps/records-server/Fault.h"
 #include "apps/records-server/RecordedRequest.h"
 #include "apps/records-server/ServerOptions.h"
-#include "vellora/Platform/Result.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::recordsserver {
 

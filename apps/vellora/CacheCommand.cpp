@@ -16,7 +16,7 @@
 #include "hostkit/SQLiteCache.h"
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/Host/CacheTable.h"
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora::command {
 

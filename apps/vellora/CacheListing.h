@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "hostkit/SQLiteCacheContents.h"
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "vellora/DataServices/FetchTime.h"
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {
 

@@ -5,7 +5,7 @@
 #include <tuple>
 
 #include "vellora/Host/Cache.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::command {
 

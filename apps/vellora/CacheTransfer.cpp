@@ -21,7 +21,7 @@
 #include "hostkit/CacheArchive.h"
 #include "hostkit/FileNaming.h"
 #include "hostkit/SQLiteCache.h"
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "vellora/Platform/Utf8.h"
+#include "vellora/Platform/Text/Utf8.h"
 
 namespace vellora::command {
 

@@ -12,7 +12,7 @@
 #include "apps/vellora/ExitCode.h"
 #include "apps/vellora/Output.h"
 #include "apps/vellora/Session.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::command {
 

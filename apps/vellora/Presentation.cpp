@@ -4,7 +4,7 @@
 
 #include "apps/vellora/TextTable.h"
 #include "hostkit/StandardPlatformAPI.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
 namespace vellora::command {
 

@@ -16,7 +16,7 @@
 #include "apps/vellora/Presentation.h"
 #include "apps/vellora/PrimerState.h"
 #include "apps/vellora/TextTable.h"
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora::command {
 

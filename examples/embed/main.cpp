@@ -10,7 +10,7 @@
 #include <string>
 
 #include "hostkit/StandardPlatformAPI.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 
 int main(int argc, char** argv) {

@@ -20,7 +20,7 @@
 #include "hostkit/StandardPlatformAPI.h"
 #include "vellora/Host/Logger.h"
 #include "vellora/Host/Network.h"
-#include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 
 namespace {

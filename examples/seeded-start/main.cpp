@@ -17,7 +17,7 @@
 #include "hostkit/SQLiteCache.h"
 #include "hostkit/SpdlogLogger.h"
 #include "hostkit/StandardPlatformAPI.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 
 using namespace vellora;

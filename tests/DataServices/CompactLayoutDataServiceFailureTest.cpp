@@ -10,7 +10,7 @@
 
 #include "tests/DataServices/CompactLayoutFixture.h"
 #include "vellora/DataServices/CompactLayoutDataServiceError.h"
-#include "vellora/Platform/DecodingError.h"
+#include "vellora/Platform/Json/DecodingError.h"
 
 // What a lookup answers, logs and caches when the server, the cache or a layout is not as it should be.
 

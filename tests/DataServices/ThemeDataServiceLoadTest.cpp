@@ -1,6 +1,6 @@
 #include "tests/DataServices/ThemeServiceTest.h"
 #include "tests/support/TestError.h"
-#include "vellora/Platform/DecodingError.h"
+#include "vellora/Platform/Json/DecodingError.h"
 
 namespace vellora::tests {
 namespace {

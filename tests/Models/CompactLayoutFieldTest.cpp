@@ -8,7 +8,7 @@
 
 #include "tests/support/DecodingFailure.h"
 #include "tests/support/PrintRecords.h"
-#include "vellora/Platform/EncodingError.h"
+#include "vellora/Platform/Json/EncodingError.h"
 
 namespace vellora {
 namespace {

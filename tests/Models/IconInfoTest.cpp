@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora {
 namespace {

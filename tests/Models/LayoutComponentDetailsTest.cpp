@@ -5,7 +5,7 @@
 #include <string>
 
 #include "tests/support/DecodingFailure.h"
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora {
 namespace {

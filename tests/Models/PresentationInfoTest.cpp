@@ -6,7 +6,7 @@
 
 #include "tests/support/DecodingFailure.h"
 #include "tests/support/PrintRecords.h"
-#include "vellora/Platform/Description.h"
+#include "vellora/Platform/Json/Description.h"
 
 namespace vellora {
 namespace {

@@ -13,7 +13,7 @@
 #include "hostkit/CurlNetwork.h"
 #include "hostkit/CurlNetworkError.h"
 #include "tests/conformance/BrokenHosts.h"
-#include "vellora/Platform/URLComponents.h"
+#include "vellora/Platform/Web/URLComponents.h"
 
 namespace vellora::conformance::tests {
 namespace {

@@ -11,7 +11,7 @@
 
 #include "conformance/QueueConformance.h"
 #include "tests/conformance/BrokenHosts.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
 namespace vellora::conformance::tests {
 namespace {

@@ -19,7 +19,7 @@
 #include "testkit/ManualQueue.h"
 #include "tests/hostkit/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
 namespace vellora::conformance::tests {
 namespace {

@@ -5,9 +5,9 @@
 #include "testkit/FaultyNetwork.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/DataServices/ThemeDataServiceError.h"
-#include "vellora/Platform/DecodingError.h"
-#include "vellora/Platform/EnumerationError.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/DecodingError.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/EnumerationError.h"
 
 namespace vellora::faults {
 

@@ -12,7 +12,7 @@
 #include "vellora/Models/ObjectQualifiedApiNameInfo.h"
 #include "vellora/Models/SObject.h"
 #include "vellora/Models/ThemeItem.h"
-#include "vellora/Platform/Error.h"
+#include "vellora/Platform/Values/Error.h"
 
 namespace vellora::faults {
 

@@ -18,8 +18,8 @@
 #include "testkit/RecordingLogger.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TokenCanary.h"
-#include "vellora/Platform/Json.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 
 namespace vellora::faults {

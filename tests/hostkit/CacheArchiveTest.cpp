@@ -15,7 +15,7 @@
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/Host/CacheTable.h"
-#include "vellora/Platform/DecodingError.h"
+#include "vellora/Platform/Json/DecodingError.h"
 
 namespace vellora::hostkit::tests {
 namespace {

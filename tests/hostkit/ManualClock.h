@@ -4,7 +4,7 @@
 #include <memory>
 #include <mutex>
 
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::hostkit::tests {
 

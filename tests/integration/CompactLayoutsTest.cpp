@@ -17,7 +17,7 @@
 #include "testkit/RecordingLogger.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/DataServices/CompactLayoutDataService.h"
-#include "vellora/Platform/URLComponents.h"
+#include "vellora/Platform/Web/URLComponents.h"
 
 // The whole way: the service, a network over real HTTP, a cache in a file, the demo server.
 

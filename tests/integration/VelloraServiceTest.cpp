@@ -19,7 +19,7 @@
 #include "apps/records-server/RecordsServer.h"
 #include "hostkit/StandardPlatformAPI.h"
 #include "tests/support/TemporaryFolder.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
 // The whole library as a host embeds it: real queues and threads, real HTTP, a cache in a file.
 

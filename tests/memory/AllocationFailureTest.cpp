@@ -12,7 +12,7 @@
 #include "tests/support/LongForm.h"
 #include "tests/support/ManualQueues.h"
 #include "tests/support/TestClock.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 #include "vellora/Services/VelloraService.h"
 
 // Every operation of the façade is carried out again and again, each time with another of its allocations

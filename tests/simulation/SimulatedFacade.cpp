@@ -5,7 +5,7 @@
 
 #include "hostkit/StandardPlatformAPI.h"
 #include "tests/simulation/Expectations.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
 namespace vellora::simulation {
 

@@ -11,7 +11,7 @@
 #include "vellora/DataServices/LayoutDataService.h"
 #include "vellora/DataServices/SObjectsDataService.h"
 #include "vellora/DataServices/ThemeDataService.h"
-#include "vellora/Platform/AnyCancellable.h"
+#include "vellora/Platform/Publishers/AnyCancellable.h"
 
 namespace vellora::simulation {
 

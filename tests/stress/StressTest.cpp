@@ -18,7 +18,7 @@
 #include "tests/simulation/SimulatedServer.h"
 #include "tests/stress/ThreadedNetwork.h"
 #include "tests/support/LongForm.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 
 // Eight threads have ten thousand lookups of all kinds in flight at once on façades that all share one cache,

@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "vellora/Platform/Publisher.h"
+#include "vellora/Platform/Publishers/Publisher.h"
 
 namespace vellora::tests {
 

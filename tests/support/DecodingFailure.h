@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::tests {
 

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
 namespace vellora {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "vellora/Platform/DispatchQueue.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
 
 namespace vellora::tests {
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <optional>
 
-#include "vellora/Platform/JsonDocument.h"
+#include "vellora/Platform/Json/JsonDocument.h"
 
 namespace vellora::tests {
 

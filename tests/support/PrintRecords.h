@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "vellora/Platform/Description.h"
+#include "vellora/Platform/Json/Description.h"
 
 namespace vellora {
 

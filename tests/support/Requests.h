@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "vellora/Host/NetRequest.h"
-#include "vellora/Platform/URLComponents.h"
+#include "vellora/Platform/Web/URLComponents.h"
 
 namespace vellora::tests {
 

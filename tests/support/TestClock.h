@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::tests {
 

@@ -9,7 +9,7 @@
 #include "vellora/DataServices/LayoutSteps.h"
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/Models/CompactLayoutCacheEntry.h"
-#include "vellora/Platform/Description.h"
+#include "vellora/Platform/Json/Description.h"
 
 namespace vellora {
 
@@ -136,7 +136,7 @@ Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiName
       "SELECT EntityDefinition.QualifiedApiName, QualifiedApiName, IsNameField FROM FieldDefinition WHERE "
       "EntityDefinition.QualifiedApiName IN (" +
       entities + ") AND IsNameField = true");
-  return requestAsPublisher(request).decode<ObjectQualifiedApiNameInfo>();
+  return requestAsPublisher(request).tryMap(json::decodeOnce<ObjectQualifiedApiNameInfo>);
 }
 
 Publisher<Data> CompactLayoutDataService::requestAsPublisher(const std::optional<NetRequest>& request) {

@@ -12,9 +12,9 @@
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/CompactLayoutResults.h"
 #include "vellora/Models/ObjectQualifiedApiNameInfo.h"
-#include "vellora/Platform/CancellableSlot.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Publisher.h"
+#include "vellora/Platform/Publishers/CancellableSlot.h"
+#include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

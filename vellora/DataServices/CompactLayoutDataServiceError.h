@@ -1,7 +1,7 @@
 #pragma once
 
-#include "vellora/Platform/EnumerationError.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/EnumerationError.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -10,7 +10,7 @@
 #include "vellora/DataServices/ThemeDataService.h"
 #include "vellora/Models/CompactLayoutCacheEntry.h"
 #include "vellora/Models/ObjectLayoutInfoCacheEntry.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora {
 

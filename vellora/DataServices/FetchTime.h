@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/Date.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Date.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -10,7 +10,7 @@
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/ObjectLayoutInfo.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -19,10 +19,10 @@
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/Logger.h"
 #include "vellora/Host/Network.h"
-#include "vellora/Platform/Date.h"
-#include "vellora/Platform/Error.h"
-#include "vellora/Platform/Json.h"
-#include "vellora/Platform/OutOfMemory.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Date.h"
+#include "vellora/Platform/Values/Error.h"
+#include "vellora/Platform/Values/OutOfMemory.h"
 
 namespace vellora {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "vellora/Host/Logger.h"
-#include "vellora/Platform/Error.h"
+#include "vellora/Platform/Values/Error.h"
 
 namespace vellora {
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora {
 

@@ -11,7 +11,7 @@
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/Logger.h"
 #include "vellora/Models/SObject.h"
-#include "vellora/Platform/Remembered.h"
+#include "vellora/Platform/Values/Remembered.h"
 
 namespace vellora {
 

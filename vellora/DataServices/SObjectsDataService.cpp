@@ -8,9 +8,9 @@
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/Models/ListViewObjectRecords.h"
 #include "vellora/Models/SObjectsResponse.h"
-#include "vellora/Platform/Description.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
-#include "vellora/Platform/Utf8.h"
+#include "vellora/Platform/Json/Description.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
+#include "vellora/Platform/Text/Utf8.h"
 
 namespace vellora {
 
@@ -241,7 +241,7 @@ Publisher<Response> SObjectsDataService::fetched(const NetRequest& request) {
         if (!body) return Error(SObjectsDataServiceError::noData());
         return *std::move(body);
       })
-      .template decode<Response>()
+      .tryMap(json::decodeOnce<Response>)
       .mapError([weak = weak_from_this()](const Error& error) { return mapped(error, weak); });
 }
 

@@ -13,10 +13,10 @@
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/SObject.h"
-#include "vellora/Platform/Cancellables.h"
-#include "vellora/Platform/DispatchQueue.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Publisher.h"
+#include "vellora/Platform/Publishers/Cancellables.h"
+#include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "vellora/Host/Logger.h"
-#include "vellora/Platform/EnumerationError.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/EnumerationError.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

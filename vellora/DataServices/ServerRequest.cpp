@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "vellora/Platform/URLComponents.h"
+#include "vellora/Platform/Web/URLComponents.h"
 
 namespace vellora {
 

@@ -8,8 +8,8 @@
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Models/ThemeResponse.h"
-#include "vellora/Platform/Remembered.h"
-#include "vellora/Platform/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
+#include "vellora/Platform/Values/Remembered.h"
 
 namespace vellora {
 
@@ -133,7 +133,7 @@ Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes() {
   const auto weak = weak_from_this();
   return requestPublisher(*request)
       .tryMap(presentBody)
-      .decode<ThemeResponse>()
+      .tryMap(json::decodeOnce<ThemeResponse>)
       .mapError([weak](const Error& error) { return mapped(error, weak); })
       .map([weak](ThemeResponse response) {
         if (const auto service = weak.lock()) service->save(response.themeItems);

@@ -14,11 +14,11 @@
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/ThemeItem.h"
-#include "vellora/Platform/Cancellables.h"
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/DispatchQueue.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Publisher.h"
+#include "vellora/Platform/Publishers/Cancellables.h"
+#include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

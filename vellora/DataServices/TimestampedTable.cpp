@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "vellora/DataServices/FetchTime.h"
-#include "vellora/Platform/Date.h"
-#include "vellora/Platform/Description.h"
+#include "vellora/Platform/Json/Description.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora {
 

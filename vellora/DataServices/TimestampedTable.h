@@ -12,8 +12,8 @@
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Host/Logger.h"
-#include "vellora/Platform/Json.h"
-#include "vellora/Platform/Remembered.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Remembered.h"
 
 namespace vellora {
 

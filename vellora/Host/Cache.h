@@ -5,8 +5,8 @@
 #include <string>
 
 #include "vellora/Host/Table.h"
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace CorvaneSDK {
 

@@ -9,7 +9,7 @@
 #include "vellora/Host/Query.h"
 #include "vellora/Host/Row.h"
 #include "vellora/Host/Table.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace CorvaneSDK {
 

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "vellora/Host/LogLevel.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace CorvaneSDK {
 

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/URLRequest.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Web/URLRequest.h"
 
 namespace CorvaneSDK {
 

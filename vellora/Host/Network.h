@@ -4,10 +4,10 @@
 #include <optional>
 
 #include "vellora/Host/NetRequest.h"
-#include "vellora/Platform/Data.h"
-#include "vellora/Platform/Error.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/URLResponse.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Error.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Web/URLResponse.h"
 
 namespace CorvaneSDK {
 

@@ -10,7 +10,7 @@
 #include <variant>
 
 #include "vellora/Host/Row.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace CorvaneSDK {
 

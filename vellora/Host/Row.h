@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace CorvaneSDK {
 

@@ -5,7 +5,7 @@
 
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Host/ServiceIdentifier.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace CorvaneSDK {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace CorvaneSDK {
 

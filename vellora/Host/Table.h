@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace CorvaneSDK {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "vellora/Models/CompactLayoutField.h"
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora::json {
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "vellora/Models/LayoutComponent.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora {
 

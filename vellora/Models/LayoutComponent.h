@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "vellora/Models/LayoutComponentDetails.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora {
 

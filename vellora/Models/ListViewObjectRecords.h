@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "vellora/Models/ListViewObject.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -3,7 +3,7 @@
 #include <map>
 #include <optional>
 
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora {
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "vellora/Models/ObjectLayoutInfo.h"
-#include "vellora/Platform/Date.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Date.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora {
 

@@ -1,6 +1,6 @@
 #include "vellora/Models/ObjectQualifiedApiNameInfo.h"
 
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora {
 

@@ -6,8 +6,8 @@
 
 #include "vellora/Models/SObject.h"
 #include "vellora/Models/ThemeItem.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

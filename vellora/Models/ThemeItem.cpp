@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora {
 

@@ -7,8 +7,8 @@
 
 #include "vellora/Models/ColorInfo.h"
 #include "vellora/Models/IconInfo.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -9,7 +9,7 @@
 #include "vellora/Models/ObjectCompactLayoutInfo.h"
 #include "vellora/Models/ObjectLayoutInfo.h"
 #include "vellora/Models/ObjectPresentationInfo.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "vellora/Host/PlatformAPI.h"
-#include "vellora/Platform/DispatchQueue.h"
-#include "vellora/Platform/Export.h"
-#include "vellora/Platform/Published.h"
+#include "vellora/Platform/Publishers/Published.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Values/Export.h"
 #include "vellora/Services/VelloraServiceError.h"
 #include "vellora/Services/VelloraServicing.h"
 

@@ -3,8 +3,8 @@
 #include <exception>
 #include <string>
 
-#include "vellora/Platform/EnumerationError.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/EnumerationError.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 

@@ -5,8 +5,8 @@
 #include <set>
 #include <utility>
 
-#include "vellora/Platform/Description.h"
-#include "vellora/Platform/OutOfMemory.h"
+#include "vellora/Platform/Json/Description.h"
+#include "vellora/Platform/Values/OutOfMemory.h"
 #include "vellora/Services/LayoutAnswer.h"
 
 namespace vellora {

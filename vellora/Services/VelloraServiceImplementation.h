@@ -12,8 +12,8 @@
 #include "vellora/DataServices/SObjectsDataService.h"
 #include "vellora/DataServices/ThemeDataService.h"
 #include "vellora/Host/RequiredAPI.h"
-#include "vellora/Platform/Cancellables.h"
-#include "vellora/Platform/DispatchGroup.h"
+#include "vellora/Platform/Publishers/Cancellables.h"
+#include "vellora/Platform/Queues/DispatchGroup.h"
 #include "vellora/Services/VelloraService.h"
 
 namespace vellora {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "vellora/Host/Service.h"
-#include "vellora/Platform/Export.h"
+#include "vellora/Platform/Values/Export.h"
 #include "vellora/Services/ObjectPresentationServicing.h"
 
 namespace vellora {

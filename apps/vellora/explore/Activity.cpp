@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "vellora/Platform/Date.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::explore {
 

@@ -9,7 +9,7 @@
 #include <tuple>
 #include <vector>
 
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::explore {
 

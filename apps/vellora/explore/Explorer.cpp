@@ -9,7 +9,7 @@
 #include "vellora/DataServices/LayoutDataService.h"
 #include "vellora/DataServices/SObjectsDataService.h"
 #include "vellora/Host/CacheTable.h"
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 #include "vellora/Services/LayoutAnswer.h"
 
 namespace vellora::explore {

@@ -14,7 +14,7 @@
 #include "apps/vellora/explore/ObservedNetwork.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/SObject.h"
-#include "vellora/Platform/AnyCancellable.h"
+#include "vellora/Platform/Publishers/AnyCancellable.h"
 #include "vellora/Services/VelloraService.h"
 
 namespace vellora::explore {

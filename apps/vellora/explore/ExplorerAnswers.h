@@ -13,7 +13,7 @@
 #include "vellora/Models/ObjectCompactLayoutInfo.h"
 #include "vellora/Models/ObjectLayoutInfo.h"
 #include "vellora/Models/PresentationInfo.h"
-#include "vellora/Platform/Json.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::explore {
 

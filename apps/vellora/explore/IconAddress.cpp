@@ -3,7 +3,7 @@
 #include <boost/url/parse.hpp>
 #include <boost/url/url.hpp>
 
-#include "vellora/Platform/URLComponents.h"
+#include "vellora/Platform/Web/URLComponents.h"
 
 namespace vellora::explore {
 namespace {

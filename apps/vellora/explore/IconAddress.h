@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "vellora/Platform/URL.h"
+#include "vellora/Platform/Web/URL.h"
 
 namespace vellora::explore {
 

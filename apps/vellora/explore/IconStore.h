@@ -10,7 +10,7 @@
 
 #include "apps/vellora/explore/Image.h"
 #include "vellora/Host/Network.h"
-#include "vellora/Platform/URL.h"
+#include "vellora/Platform/Web/URL.h"
 
 namespace vellora::explore {
 

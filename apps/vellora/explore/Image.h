@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "vellora/Platform/Data.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::explore {
 

@@ -7,7 +7,7 @@
 #include "apps/http/Target.h"
 #include "apps/vellora/Keys.h"
 #include "apps/vellora/explore/Page.h"
-#include "vellora/Platform/JsonCodec.h"
+#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora::explore {
 namespace {

@@ -11,10 +11,10 @@
 #include <vellora/DataServices/SObjectsDataServiceError.h>
 #include <vellora/DataServices/ThemeDataServiceError.h>
 #include <vellora/Models/SObject.h>
-#include <vellora/Platform/DecodingError.h>
-#include <vellora/Platform/Error.h>
-#include <vellora/Platform/Json.h>
-#include <vellora/Platform/SerialDispatchQueue.h>
+#include <vellora/Platform/Json/DecodingError.h>
+#include <vellora/Platform/Json/Json.h>
+#include <vellora/Platform/Queues/SerialDispatchQueue.h>
+#include <vellora/Platform/Values/Error.h>
 #include <vellora/Services/VelloraService.h>
 
 #include <exception>

@@ -1,0 +1,63 @@
+#include "vellora/Platform/Publishers/SubscriptionScope.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace vellora {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(SubscriptionScopeTest, EndsOnceAndRunsTeardownsInTheirOrder) {
+  const SubscriptionScope scope;
+  std::vector<int> ran;
+  scope.add([&] { ran.push_back(1); });
+  scope.add([&] { ran.push_back(2); });
+  EXPECT_TRUE(scope.isActive());
+  EXPECT_TRUE(scope.end());
+  EXPECT_FALSE(scope.end());
+  EXPECT_FALSE(scope.isActive());
+  EXPECT_THAT(ran, ElementsAre(1, 2));
+}
+
+TEST(SubscriptionScopeTest, ATeardownAddedAfterTheEndRunsAtOnce) {
+  const SubscriptionScope scope;
+  scope.end();
+  int ran = 0;
+  scope.add([&] { ++ran; });
+  EXPECT_EQ(ran, 1);
+}
+
+TEST(SubscriptionScopeTest, ARemovedTeardownDoesNotRun) {
+  const SubscriptionScope scope;
+  int ran = 0;
+  const auto registration = scope.add([&] { ++ran; });
+  scope.remove(registration);
+  scope.end();
+  EXPECT_EQ(ran, 0);
+}
+
+TEST(SubscriptionScopeTest, AChildEndsWithItsParentAndMayEndBefore) {
+  const SubscriptionScope parent;
+  const SubscriptionScope early = parent.child();
+  const SubscriptionScope late = parent.child();
+  EXPECT_TRUE(early.end());
+  EXPECT_TRUE(parent.isActive());
+  EXPECT_TRUE(late.isActive());
+  parent.end();
+  EXPECT_FALSE(late.isActive());
+  EXPECT_FALSE(parent.child().isActive());
+}
+
+TEST(SubscriptionScopeTest, ATeardownMayEndTheScopeAgain) {
+  const SubscriptionScope scope;
+  bool again = true;
+  scope.add([&] { again = scope.end(); });
+  scope.end();
+  EXPECT_FALSE(again);
+}
+
+}  // namespace
+}  // namespace vellora

@@ -1,0 +1,100 @@
+#include "vellora/Platform/Queues/DispatchQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <future>
+#include <latch>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
+
+namespace vellora {
+namespace {
+
+TEST(SerialDispatchQueueTest, KeepsItsLabelAndItsQualityOfService) {
+  const SerialDispatchQueue queue("Example.queue", DispatchQoS::userInitiated);
+  EXPECT_EQ(queue.label(), "Example.queue");
+  EXPECT_EQ(queue.qos(), DispatchQoS::userInitiated);
+}
+
+TEST(SerialDispatchQueueTest, RunsInOrderOneAtATimeAndEachSeesWhatTheOthersWrote) {
+  SerialDispatchQueue queue("serial");
+  std::vector<int> order;  // not synchronised: the queue is what keeps its users apart
+  std::promise<void> done;
+  for (int i = 0; i < 1000; ++i) queue.async([&, i] { order.push_back(i); });
+  queue.async([&] { done.set_value(); });
+  done.get_future().wait();
+  ASSERT_EQ(order.size(), 1000U);
+  for (int i = 0; i < 1000; ++i) ASSERT_EQ(order[static_cast<std::size_t>(i)], i);
+}
+
+TEST(SerialDispatchQueueTest, NeverRunsWorkInsideTheCall) {
+  SerialDispatchQueue queue("serial");
+  const auto returned = std::make_shared<bool>(false);
+  std::promise<bool> returnedBefore;
+  queue.async([&, returned] {
+    queue.async([&, returned] { returnedBefore.set_value(*returned); });
+    *returned = true;
+  });
+  EXPECT_TRUE(returnedBefore.get_future().get());
+}
+
+TEST(SerialDispatchQueueTest, DroppingTheLastHandleStillRunsWhatWasSubmitted) {
+  constexpr int count = 50;
+  std::latch all(count);
+  {
+    const auto queue = std::make_shared<SerialDispatchQueue>("dropped");
+    for (int i = 0; i < count; ++i) queue->async([&] { all.count_down(); });
+  }
+  all.wait();
+  SUCCEED() << "every piece of work ran";
+}
+
+TEST(SerialDispatchQueueTest, TwoQueuesDoNotWaitForEachOther) {
+  SerialDispatchQueue one("one");
+  SerialDispatchQueue other("other");
+  std::promise<void> fromOther;
+  std::promise<void> done;
+  one.async([&] {
+    fromOther.get_future().wait();
+    done.set_value();
+  });
+  other.async([&] { fromOther.set_value(); });
+  done.get_future().wait();
+}
+
+TEST(GlobalDispatchQueueTest, IsOneForTheProcessAndRunsWork) {
+  const auto& queue = DispatchQueue::global(DispatchQoS::userInitiated);
+  EXPECT_EQ(queue, DispatchQueue::global(DispatchQoS::userInitiated));
+  std::promise<std::thread::id> ran;
+  queue->async([&] { ran.set_value(std::this_thread::get_id()); });
+  EXPECT_NE(ran.get_future().get(), std::this_thread::get_id());
+}
+
+TEST(GlobalQueueDeathTest, TakesWorkWhileTheProcessEnds) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // the process is a fresh one
+  const auto exitWhileBusy = [] {
+    // Runs after all that is destroyed at the end and has been made since.
+    std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });
+    std::latch busy(1);
+    SerialDispatchQueue("busy").async([&busy] {
+      DispatchQueue::global(DispatchQoS::userInitiated)->async([] {});
+      busy.count_down();
+      while (true) {
+        DispatchQueue::global(DispatchQoS::userInitiated)->async([] {});
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+      }
+    });
+    busy.wait();
+    std::exit(0);
+  };
+  EXPECT_EXIT(exitWhileBusy(), testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace vellora

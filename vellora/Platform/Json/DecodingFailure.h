@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "vellora/Platform/Json/DecodingError.h"
+#include "vellora/Platform/Json/JsonPath.h"
+#include "vellora/Platform/Values/Export.h"
+
+namespace vellora::json {
+
+/// A decoding failure on its way up. Every function that reports one returns false, so that a step which
+/// fails can end in `return failure.…`; a step that succeeds never touches this.
+class VELLORA_EXPORT DecodingFailure {
+ public:
+  /// The failure itself, at the place where it happened.
+  bool missingKey(std::string_view key);
+  bool typeMismatch(std::string_view expected);
+
+  /// Tells that the failure lies under member `key`, or under element `index`, of the value handing it up.
+  bool under(std::string_view key);
+  bool under(std::size_t index);
+
+  /// Forgets the failure of a mere attempt.
+  void clear();
+
+  [[nodiscard]] DecodingError error() const;
+
+ private:
+  bool isMissingKey_ = false;
+  std::string subject_;  // the key that is missing, or what was expected
+  Path path_;
+};
+
+}  // namespace vellora::json

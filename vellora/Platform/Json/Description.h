@@ -1,0 +1,138 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Date.h"
+#include "vellora/Platform/Values/Export.h"
+
+namespace vellora {
+
+/// A type that has a textual form of its own, such as an enumeration of errors.
+template <class T>
+concept Described = requires(const T& value) {
+  { value.description() } -> std::convertible_to<std::string>;
+};
+
+namespace detail {
+
+// Each appends the form that a value has inside another one's: text stands in quotes there, escaped so that
+// it can neither end the quotes nor break the line.
+VELLORA_EXPORT void appendDescription(std::string& out, double value);
+VELLORA_EXPORT void appendDescription(std::string& out, Date value);
+VELLORA_EXPORT void appendDescription(std::string& out, std::string_view value);
+inline void appendDescription(std::string& out, const std::string& value) {
+  appendDescription(out, std::string_view(value));
+}
+
+template <std::integral T>
+requires(!std::same_as<T, bool>) void appendDescription(std::string& out, T value) {
+  out += std::to_string(value);
+}
+
+template <std::same_as<bool> T>
+void appendDescription(std::string& out, T value) {
+  out += value ? "true" : "false";
+}
+
+template <class T>
+void appendDescription(std::string& out, const std::optional<T>& value);
+template <class T>
+void appendDescription(std::string& out, const std::shared_ptr<T>& value);
+template <class T>
+void appendDescription(std::string& out, const std::vector<T>& values);
+template <class T>
+void appendDescription(std::string& out, const std::map<std::string, T>& values);
+
+template <Described T>
+void appendDescription(std::string& out, const T& value) {
+  out += value.description();
+}
+
+template <class T>
+requires(json::Record<T> && !Described<T>) void appendDescription(std::string& out, const T& record) {
+  out.append(T::recordName).append("(");
+  std::string_view separator;
+  const auto append = [&](const auto& field) {
+    out.append(separator).append(field.name).append(": ");
+    appendDescription(out, record.*field.member);
+    separator = ", ";
+  };
+  std::apply([&](const auto&... field) { (append(field), ...); }, T::fields());
+  out += ')';
+}
+
+template <class T>
+void appendDescription(std::string& out, const std::optional<T>& value) {
+  if (!value) {
+    out += "nil";
+    return;
+  }
+  out += "Optional(";
+  appendDescription(out, *value);
+  out += ')';
+}
+
+template <class T>
+void appendDescription(std::string& out, const std::shared_ptr<T>& value) {
+  if (value) {
+    appendDescription(out, *value);
+  } else {
+    out += "nil";
+  }
+}
+
+template <class T>
+void appendDescription(std::string& out, const std::vector<T>& values) {
+  out += '[';
+  for (std::size_t index = 0; index < values.size(); ++index) {
+    if (index > 0) out += ", ";
+    appendDescription(out, values[index]);
+  }
+  out += ']';
+}
+
+template <class T>
+void appendDescription(std::string& out, const std::map<std::string, T>& values) {
+  if (values.empty()) out += "[:";
+  for (auto entry = values.begin(); entry != values.end(); ++entry) {
+    out += entry == values.begin() ? "[" : ", ";
+    appendDescription(out, std::string_view(entry->first));
+    out += ": ";
+    appendDescription(out, entry->second);
+  }
+  out += ']';
+}
+
+}  // namespace detail
+
+/// The textual form of a value, as log lines show it:
+///
+///     Optional("abc")   nil   true   16   0.5   ["a", "b"]   ["k": "v"]   [:]
+///     SObject(name: "Account", keyPrefix: Optional("001"))
+///
+/// A record is written by its field table, with the names of its fields; a pointer as what it points to. The
+/// form is one line: text inside it has its quotes, control characters and line separators escaped.
+template <class T>
+requires(!std::convertible_to<const T&, std::string_view>) [[nodiscard]] std::string
+    describe(const T& value) {
+  std::string text;
+  detail::appendDescription(text, value);
+  return text;
+}
+
+/// A text by itself is its own textual form, without quotes and unescaped.
+[[nodiscard]] inline std::string describe(std::string_view text) {
+  return std::string(text);
+}
+
+}  // namespace vellora

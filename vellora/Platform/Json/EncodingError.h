@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+
+#include "vellora/Platform/Values/Export.h"
+
+namespace vellora {
+
+/// Why a value has no JSON form.
+///
+/// Threads: immutable, hence safe to read from several threads.
+class VELLORA_EXPORT EncodingError {
+ public:
+  enum class Kind {
+    numberNotFinite,  ///< `a number that is not finite at $.downloadedTime`
+    textNotUtf8,      ///< `text that is not UTF-8 at $.name`
+    keyNotUtf8,       ///< `a key that is not UTF-8 at $.meta`
+    noValue,          ///< `a null pointer at $.layoutFields[0]`
+    tooDeep,          ///< `values nested deeper than 512 at $.a.a`, also for an object that holds itself
+  };
+
+  EncodingError(Kind kind, const std::string& path);
+
+  [[nodiscard]] Kind kind() const noexcept { return kind_; }
+
+  /// One line of bounded length: `cannot write text that is not UTF-8 at $.name`.
+  [[nodiscard]] const std::string& localizedDescription() const noexcept { return description_; }
+
+  friend bool operator==(const EncodingError&, const EncodingError&) = default;
+
+ private:
+  Kind kind_;
+  std::string description_;
+};
+
+}  // namespace vellora

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/Result.h"
+
+namespace vellora::json {
+
+/// One field of a record: the member, its JSON key, and its name in textual forms (the key unless told).
+template <class Record, class Member>
+struct Field {
+  std::string_view key;
+  Member Record::*member;
+  std::string_view name;
+};
+
+template <class Record, class Member>
+constexpr Field<Record, Member> field(std::string_view key, Member Record::*member) {
+  return {key, member, key};
+}
+
+template <class Record, class Member>
+constexpr Field<Record, Member> field(std::string_view key, Member Record::*member, std::string_view name) {
+  return {key, member, name};
+}
+
+/// A record that lists its fields once, in their order, for decoding, encoding and printing:
+///
+///     struct SObject {
+///       std::string name;
+///       std::optional<std::string> keyPrefix;
+///
+///       static constexpr std::string_view recordName = "SObject";
+///       static constexpr auto fields() {
+///         return std::tuple(json::field("name", &SObject::name), json::field("keyPrefix",
+///         &SObject::keyPrefix));
+///       }
+///     };
+///
+/// A plain member is required, a `std::optional` member is optional. Fields decode in this order and decoding
+/// stops at the first failure. A member is a `std::string`, `bool`, `std::int64_t`, `double`, a `Date` (a
+/// number of seconds since 2001-01-01 00:00:00 UTC), a record, a `std::shared_ptr` to a record, or a
+/// `std::optional`, `std::vector` or `std::map` by string of these.
+///
+/// A record whose JSON form is irregular also declares one or both of these; they take the table's place,
+/// which then serves printing alone. They are defined in the record's source file.
+///
+///     [[nodiscard]] static bool decodeJson(const json::Reader& reader, SObject& out);
+///     [[nodiscard]] bool encodeJson(json::Writer& writer) const;  // writes the members of an object
+template <class T>
+concept Record = requires {
+  { T::recordName } -> std::convertible_to<std::string_view>;
+  T::fields();
+};
+
+/// What an irregular record reads itself from, and writes itself to.
+class Reader;
+class Writer;
+
+/// Objects and arrays nested deeper than this are neither read nor written.
+inline constexpr std::size_t maximumDepth = 512;
+
+/// Reads a value of `T` from JSON text. Fails with a `DecodingError` that names kind and path.
+///
+/// Strict RFC 8259 over the whole document, nesting up to 512, a UTF-8 byte order mark is skipped. The first
+/// of duplicate keys wins, unknown keys are ignored, null for an optional is absent. A number is an integer
+/// when its value is one, however it is written: 16.0 and 1.6e1 are. A number beyond the range of a double,
+/// or written as an integer beyond 64 bits, makes the document invalid, in an ignored member too.
+///
+/// Defined in the source file of each record; the types that can be decoded are those.
+///
+/// Threads: may be called from several threads at once. Each thread keeps the memory of one parser for its
+/// next call, unless a document was so large that keeping it would be a burden.
+template <class T>
+VELLORA_EXPORT Result<T> decode(const Data& text);
+
+/// Gives back the memory of the parser that the calling thread keeps for its next `decode`.
+VELLORA_EXPORT void releaseParser() noexcept;
+
+/// `decode` for a text that comes once in hours, such as a download: a parser takes several times the size of
+/// its text, and here gives it back at once.
+template <class T>
+Result<T> decodeOnce(const Data& text) {
+  auto value = decode<T>(text);
+  releaseParser();
+  return value;
+}
+
+/// Writes `value` as JSON text without blanks, in field order, absent optionals left out; an absent optional
+/// as the whole value, or inside a list or map, is null. Fails with an `EncodingError` for what JSON cannot
+/// hold: a number that is not finite, text that is not UTF-8, a null pointer, values nested deeper than
+/// `decode` accepts.
+template <class T>
+VELLORA_EXPORT Result<Data> encode(const T& value);
+
+}  // namespace vellora::json

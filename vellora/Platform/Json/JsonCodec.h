@@ -1,0 +1,334 @@
+#pragma once
+
+// The definitions behind `Json.h`, for the source files of records: it brings the parser's headers with it,
+// so no other header includes this one. A record's source file ends in the instantiations that its users link
+// against:
+//
+//     template Result<SObject> json::decode(const Data& text);
+//     template Result<Data> json::encode(const SObject& value);
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Json/JsonDocument.h"
+#include "vellora/Platform/Json/JsonReader.h"
+#include "vellora/Platform/Json/JsonWriter.h"
+#include "vellora/Platform/Values/Date.h"
+
+namespace vellora::json {
+
+using Element = simdjson::dom::element;
+
+template <class T>
+concept DecodesItself = Record<T> && requires(const Reader& reader, T& out) {
+  { T::decodeJson(reader, out) } -> std::same_as<bool>;
+};
+
+template <class T>
+concept EncodesItself = Record<T> && requires(Writer& writer, const T& value) {
+  { value.encodeJson(writer) } -> std::same_as<bool>;
+};
+
+template <class T>
+inline constexpr bool isOptional = false;
+template <class T>
+inline constexpr bool isOptional<std::optional<T>> = true;
+
+/// How values of `T` are read and written. Both directions return whether they succeeded, and leave the
+/// reason with the failure or the writer they were given.
+template <class T>
+struct Codec;
+
+template <>
+struct Codec<std::string> {
+  static bool decode(Element value, std::string& out, DecodingFailure& failure) {
+    std::string_view text;
+    if (value.get(text)) return failure.typeMismatch("a string");
+    out = text;
+    return true;
+  }
+  static bool encode(const std::string& value, Writer& writer) { return writer.text(value); }
+};
+
+template <>
+struct Codec<bool> {
+  static bool decode(Element value, bool& out, DecodingFailure& failure) {
+    return !value.get(out) || failure.typeMismatch("a boolean");
+  }
+  static bool encode(bool value, Writer& writer) { return writer.boolean(value); }
+};
+
+template <>
+struct Codec<std::int64_t> {
+  static bool decode(Element value, std::int64_t& out, DecodingFailure& failure) {
+    return !value.get(out) || fromDouble(value, out) || failure.typeMismatch("an integer");
+  }
+  static bool encode(std::int64_t value, Writer& writer) { return writer.integer(value); }
+
+ private:
+  static bool fromDouble(Element value, std::int64_t& out) {
+    constexpr double beyond = 9223372036854775808.0;
+    double number = 0;
+    if (!value.is_double() || value.get(number)) return false;
+    if (number < -beyond || number >= beyond || std::trunc(number) != number) return false;
+    out = static_cast<std::int64_t>(number);
+    return true;
+  }
+};
+
+template <>
+struct Codec<double> {
+  static bool decode(Element value, double& out, DecodingFailure& failure) {
+    return !value.get(out) || failure.typeMismatch("a number");
+  }
+  static bool encode(double value, Writer& writer) { return writer.number(value); }
+};
+
+template <>
+struct Codec<Date> {
+  static bool decode(Element value, Date& out, DecodingFailure& failure) {
+    double seconds = 0;
+    if (!Codec<double>::decode(value, seconds, failure)) return false;
+    out = Date::sinceReferenceDate(seconds);
+    return true;
+  }
+  static bool encode(Date value, Writer& writer) { return writer.number(value.secondsSinceReferenceDate()); }
+};
+
+template <class T>
+struct Codec<std::optional<T>> {
+  static bool decode(Element value, std::optional<T>& out, DecodingFailure& failure) {
+    if (!value.is_null()) return Codec<T>::decode(value, out.emplace(), failure);
+    out.reset();
+    return true;
+  }
+  static bool encode(const std::optional<T>& value, Writer& writer) {
+    return value ? Codec<T>::encode(*value, writer) : writer.null();
+  }
+};
+
+template <class T>
+struct Codec<std::vector<T>> {
+  static bool decode(Element value, std::vector<T>& out, DecodingFailure& failure) {
+    simdjson::dom::array elements;
+    if (value.get(elements)) return failure.typeMismatch("an array");
+    out.clear();
+    out.reserve(std::min(elements.size(), largestReserve));
+    for (const Element element : elements) {
+      if (!Codec<T>::decode(element, out.emplace_back(), failure)) return failure.under(out.size() - 1);
+    }
+    return true;
+  }
+  static bool encode(const std::vector<T>& values, Writer& writer) {
+    if (!writer.beginArray()) return false;
+    for (std::size_t index = 0; index < values.size(); ++index) {
+      if (!Codec<T>::encode(values[index], writer)) return writer.under(index);
+    }
+    return writer.endArray();
+  }
+
+ private:
+  // A list of ten million bare zeroes must not claim the memory of ten million records before the first one
+  // fails.
+  static constexpr std::size_t largestReserve = (std::size_t{1} << 20U) / sizeof(T) + 1;
+};
+
+template <class T>
+struct Codec<std::map<std::string, T>> {
+  static bool decode(Element value, std::map<std::string, T>& out, DecodingFailure& failure) {
+    simdjson::dom::object members;
+    if (value.get(members)) return failure.typeMismatch("an object");
+    out.clear();
+    for (const auto [key, member] : members) {
+      const auto [entry, isFirst] = out.try_emplace(std::string(key));
+      if (isFirst && !Codec<T>::decode(member, entry->second, failure)) return failure.under(key);
+    }
+    return true;
+  }
+  static bool encode(const std::map<std::string, T>& values, Writer& writer) {
+    if (!writer.beginObject()) return false;
+    for (const auto& [key, value] : values) {
+      if (!writer.key(key)) return false;
+      if (!Codec<T>::encode(value, writer)) return writer.under(key);
+    }
+    return writer.endObject();
+  }
+};
+
+template <class T>
+struct Codec<std::shared_ptr<T>> {
+  static bool decode(Element value, std::shared_ptr<T>& out, DecodingFailure& failure) {
+    out = std::make_shared<T>();
+    return Codec<T>::decode(value, *out, failure);
+  }
+  static bool encode(const std::shared_ptr<T>& value, Writer& writer) {
+    return value ? Codec<T>::encode(*value, writer) : writer.fail(EncodingError::Kind::noValue);
+  }
+};
+
+template <Record T>
+struct Codec<T> {
+  static bool decode(Element value, T& out, DecodingFailure& failure) {
+    if constexpr (DecodesItself<T>) {
+      return T::decodeJson(Reader(value, failure), out);
+    } else {
+      return decodeFields(value, out, failure, std::make_index_sequence<count>());
+    }
+  }
+  static bool encode(const T& value, Writer& writer) {
+    if (!writer.beginObject()) return false;
+    if constexpr (EncodesItself<T>) {
+      if (!value.encodeJson(writer)) return false;
+    } else {
+      const auto writeField = [&](const auto& field) {
+        return writer.member(field.key, value.*field.member);
+      };
+      if (!std::apply([&](const auto&... field) { return (writeField(field) && ...); }, T::fields()))
+        return false;
+    }
+    return writer.endObject();
+  }
+
+ private:
+  static constexpr std::size_t count = std::tuple_size_v<decltype(T::fields())>;
+
+  // The values of one object's members that belong to fields; where the document has none, nothing is found.
+  struct Found {
+    std::array<Element, count> values;
+    std::array<bool, count> isFound{};
+    std::size_t left = count;
+  };
+
+  template <std::size_t... I>
+  static bool decodeFields(Element value, T& out, DecodingFailure& failure, std::index_sequence<I...>) {
+    simdjson::dom::object members;
+    if (value.get(members)) return failure.typeMismatch("an object");
+    Found found;
+    for (const auto [key, member] : members) {
+      static_cast<void>((take<I>(key, member, found) || ...));
+      if (found.left == 0) break;
+    }
+    return (decodeField<I>(found, out, failure) && ...);
+  }
+
+  // Whether `key` is that of field I. Of duplicate keys the first wins.
+  template <std::size_t I>
+  static bool take(std::string_view key, Element member, Found& found) {
+    constexpr auto field = std::get<I>(T::fields());
+    // A length that the compiler knows makes this a few loads; == on views would call memcmp.
+    constexpr std::size_t length = field.key.size();
+    if (key.size() != length || std::memcmp(key.data(), field.key.data(), length) != 0) return false;
+    if (found.isFound[I]) return true;
+    found.values[I] = member;
+    found.isFound[I] = true;
+    --found.left;
+    return true;
+  }
+
+  template <std::size_t I>
+  static bool decodeField(const Found& found, T& out, DecodingFailure& failure) {
+    constexpr auto field = std::get<I>(T::fields());
+    auto& member = out.*field.member;
+    using Member = std::remove_reference_t<decltype(member)>;
+    if (found.isFound[I]) {
+      return Codec<Member>::decode(found.values[I], member, failure) || failure.under(field.key);
+    }
+    if constexpr (isOptional<Member>) {
+      member.reset();
+      return true;
+    } else {
+      return failure.missingKey(field.key);
+    }
+  }
+};
+
+template <class T>
+bool Reader::read(T& out) const {
+  return Codec<T>::decode(value_, out, *failure_);
+}
+
+template <class T>
+bool Reader::member(std::string_view key, T& out) const {
+  simdjson::dom::object members;
+  if (value_.get(members)) return failure_->typeMismatch("an object");
+  Element found;
+  if (!members[key].get(found)) return Codec<T>::decode(found, out, *failure_) || failure_->under(key);
+  if constexpr (isOptional<T>) {
+    out.reset();
+    return true;
+  } else {
+    return failure_->missingKey(key);
+  }
+}
+
+template <class T>
+bool Reader::tryMember(std::string_view key, T& out) const {
+  T attempt{};
+  if (!member(key, attempt)) {
+    failure_->clear();
+    return false;
+  }
+  out = std::move(attempt);
+  return true;
+}
+
+template <class Visit>
+bool Reader::forEachMember(Visit visit) const {
+  simdjson::dom::object members;
+  if (value_.get(members)) return failure_->typeMismatch("an object");
+  std::set<std::string_view> visited;
+  for (const auto [key, member] : members) {
+    if (!visited.insert(key).second) continue;
+    if (!visit(key, Reader(member, *failure_))) return failure_->under(key);
+  }
+  return true;
+}
+
+template <class T>
+bool Writer::member(std::string_view key, const T& value) {
+  if constexpr (isOptional<T>) {
+    if (!value) return true;
+  }
+  if (!this->key(key)) return false;
+  return Codec<T>::encode(value, *this) || under(key);
+}
+
+template <class T>
+bool Writer::write(const T& value) {
+  return Codec<T>::encode(value, *this);
+}
+
+template <class T>
+Result<T> decode(const Data& text) {
+  Result<T> result{T{}};  // decoded into where the caller has it
+  Document document;
+  if (auto error = document.parse(text)) {
+    result = Error(*std::move(error));
+  } else if (DecodingFailure failure; !Codec<T>::decode(document.root(), result.value(), failure)) {
+    result = Error(failure.error());
+  }
+  return result;
+}
+
+template <class T>
+Result<Data> encode(const T& value) {
+  Writer writer;
+  if (!Codec<T>::encode(value, writer)) return Error(writer.error());
+  return writer.data();
+}
+
+}  // namespace vellora::json

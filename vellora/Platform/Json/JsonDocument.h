@@ -1,0 +1,40 @@
+#pragma once
+
+#include <simdjson.h>
+
+#include <memory>
+#include <optional>
+
+#include "vellora/Platform/Json/DecodingError.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Export.h"
+
+namespace vellora::json {
+
+/// A parsed JSON text, as long as it is being decoded.
+///
+/// Ownership: takes the parser that its thread keeps and gives it back at its end, so that the parser's
+/// memory is allocated once per thread. A second document on the same thread meanwhile has a parser of its
+/// own. A parser that has grown for a text of more than 4 MiB is not kept: it holds up to 14 bytes per byte
+/// of text. Threads: belongs to the thread that made it.
+class VELLORA_EXPORT Document {
+ public:
+  Document();
+  ~Document();
+
+  Document(const Document&) = delete;
+  Document& operator=(const Document&) = delete;
+
+  /// Parses and validates the whole text, in place: it needs the padding that `Data` has. Gives the failure
+  /// if any.
+  [[nodiscard]] std::optional<DecodingError> parse(const Data& text);
+
+  /// The top-level value; valid after a successful `parse`, as long as this document lives.
+  [[nodiscard]] simdjson::dom::element root() const { return root_; }
+
+ private:
+  std::unique_ptr<simdjson::dom::parser> parser_;
+  simdjson::dom::element root_;
+};
+
+}  // namespace vellora::json

@@ -1,0 +1,13 @@
+#include "vellora/Platform/Json/JsonCodec.h"
+
+// The plain values that are whole JSON documents by themselves, in cached rows.
+
+namespace vellora {
+
+template Result<std::string> json::decode(const Data& text);
+template Result<std::map<std::string, std::string>> json::decode(const Data& text);
+template Result<Data> json::encode(const std::string& value);
+template Result<Data> json::encode(const std::optional<std::string>& value);
+template Result<Data> json::encode(const std::map<std::string, std::string>& value);
+
+}  // namespace vellora

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "vellora/Platform/Publishers/SerialGate.h"
+#include "vellora/Platform/Publishers/detail/Link.h"
+#include "vellora/Platform/Publishers/detail/Source.h"
+
+namespace vellora::detail {
+
+/// Delivers each value to everyone who has subscribed by then; never ends. With a current value, every
+/// subscriber is given that first, and misses none after it.
+///
+/// Threads: safe to use from several threads at once. Each subscriber gets the values in the order of their
+/// storing, one at a time, on the thread that stored them or on one that is delivering to it already.
+template <class T>
+class Broadcast final : public Source<T>, public std::enable_shared_from_this<Broadcast<T>> {
+ public:
+  explicit Broadcast(std::optional<T> current) : current_(std::move(current)) {}
+
+  [[nodiscard]] std::optional<T> current() const {
+    const std::lock_guard lock(mutex_);
+    return current_;
+  }
+
+  /// Stores in any case. A subscriber for whom there is no memory misses the value.
+  void send(const T& value) {
+    std::vector<std::shared_ptr<Subscriber>> subscribers;
+    {
+      const std::lock_guard lock(mutex_);
+      if (current_) current_ = value;
+      try {
+        subscribers.reserve(subscribers_.size());
+      } catch (const std::bad_alloc&) {
+        return;
+      }
+      for (const auto& [id, subscriber] : subscribers_) {
+        try {
+          subscriber->enqueue(value);
+          subscribers.push_back(subscriber);
+        } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the others get it all the same
+        }
+      }
+    }
+    for (const auto& subscriber : subscribers) subscriber->gate.drain();
+  }
+
+  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const override {
+    const auto subscriber = std::make_shared<Subscriber>(Link<T>::make(std::move(observer), scope));
+    std::uint64_t id = 0;
+    {
+      const std::lock_guard lock(mutex_);
+      if (current_) subscriber->enqueue(*current_);
+      id = nextId_++;
+      subscribers_.emplace(id, subscriber);
+    }
+    try {
+      scope.add([weak = this->weak_from_this(), id] {
+        if (const auto broadcast = weak.lock()) broadcast->forget(id);
+      });
+    } catch (const std::bad_alloc&) {
+      forget(id);
+      throw;
+    }
+    subscriber->gate.drain();
+  }
+
+ private:
+  struct Subscriber {
+    explicit Subscriber(std::shared_ptr<Link<T>> to) : link(std::move(to)) {}
+
+    void enqueue(const T& value) {
+      gate.enqueue([to = link, value] { to->receive(value); });
+    }
+
+    const std::shared_ptr<Link<T>> link;
+    SerialGate gate;
+  };
+
+  void forget(std::uint64_t id) const {
+    std::shared_ptr<Subscriber> forgotten;  // destroyed outside the lock
+    const std::lock_guard lock(mutex_);
+    const auto found = subscribers_.find(id);
+    if (found == subscribers_.end()) return;
+    forgotten = std::move(found->second);
+    subscribers_.erase(found);
+  }
+
+  mutable std::mutex mutex_;
+  std::optional<T> current_;
+  mutable std::uint64_t nextId_ = 0;
+  mutable std::map<std::uint64_t, std::shared_ptr<Subscriber>> subscribers_;  // in the order of their arrival
+};
+
+}  // namespace vellora::detail

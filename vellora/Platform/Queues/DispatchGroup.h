@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+
+#include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Values/Export.h"
+
+namespace vellora {
+
+/// A counter of outstanding tasks that tells when it drops to zero.
+///
+/// Ownership: copies are handles to one group; the group lives as long as a handle or a task in it.
+/// Threads: safe to use from several threads at once.
+class VELLORA_EXPORT DispatchGroup {
+ public:
+  DispatchGroup();
+
+  /// One task more is outstanding.
+  void enter() const;
+
+  /// One task is done. Each `enter` needs one; a `leave` without an `enter` does nothing.
+  void leave() const;
+
+  /// Submits `work` to `queue` once no task is outstanding: at once when none is, else when the last one
+  /// leaves. Never runs `work` inside the call. Several notifications fire in their order, each once. If a
+  /// task never leaves, its notifications never fire. When there is no memory for a submission, the work runs
+  /// on the thread that leaves: waiting for ever would be worse.
+  void notify(const std::shared_ptr<DispatchQueue>& queue, DispatchQueue::Work work) const;
+
+  /// Enters, submits `work` to `queue`, and leaves when the work has run and its captures are destroyed.
+  void async(const std::shared_ptr<DispatchQueue>& queue, DispatchQueue::Work work) const;
+
+ private:
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+}  // namespace vellora

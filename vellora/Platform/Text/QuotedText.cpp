@@ -1,0 +1,75 @@
+#include "vellora/Platform/Text/QuotedText.h"
+
+#include <algorithm>
+
+#include "vellora/Platform/Text/Utf8.h"
+
+namespace vellora {
+
+namespace {
+
+// Controls, line separators, and the marks that reverse how a line is displayed.
+bool breaksLine(char32_t codePoint) {
+  return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) ||
+         (codePoint >= 0x2028 && codePoint <= 0x202E) || (codePoint >= 0x2066 && codePoint <= 0x2069);
+}
+
+std::string hexEscape(char32_t codePoint) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string text = "\\u";
+  for (const unsigned shift : {12U, 8U, 4U, 0U}) text += digits[(codePoint >> shift) & 0xFU];
+  return text;
+}
+
+std::string escaped(const Utf8Character& character, std::string_view bytes) {
+  switch (character.codePoint) {
+    case '"':
+      return "\\\"";
+    case '\\':
+      return "\\\\";
+    case '\n':
+      return "\\n";
+    case '\r':
+      return "\\r";
+    case '\t':
+      return "\\t";
+    default:
+      break;
+  }
+  if (breaksLine(character.codePoint)) return hexEscape(character.codePoint);
+  if (character.codePoint == Utf8Character::replacement) return "\xEF\xBF\xBD";
+  return std::string(bytes);
+}
+
+// How many bytes at the front of `text` stand for themselves: nearly all of any text.
+std::size_t plainLength(std::string_view text) {
+  const auto special = std::find_if(text.begin(), text.end(),
+                                    [](char c) { return c < ' ' || c > '~' || c == '"' || c == '\\'; });
+  return static_cast<std::size_t>(special - text.begin());
+}
+
+}  // namespace
+
+std::string quotedText(std::string_view text, std::size_t limit) {
+  std::string quoted = "\"";
+  quoted.reserve(std::min(text.size() + 2, limit));
+  while (!text.empty()) {
+    const std::size_t plain = plainLength(text.substr(0, limit));
+    if (plain > 0 && quoted.size() + plain < limit) {
+      quoted += text.substr(0, plain);
+      text.remove_prefix(plain);
+      continue;
+    }
+    const Utf8Character character = firstCharacter(text);
+    const std::string next = escaped(character, text.substr(0, character.length));
+    if (quoted.size() + next.size() + 1 > limit) {
+      quoted += "…";
+      break;
+    }
+    quoted += next;
+    text.remove_prefix(character.length);
+  }
+  return quoted += '"';
+}
+
+}  // namespace vellora

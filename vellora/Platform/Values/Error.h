@@ -1,0 +1,85 @@
+#pragma once
+
+#include <concepts>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "vellora/Platform/Values/Export.h"
+
+namespace vellora {
+
+/// What a type needs to travel as an `Error`: it tells a person what went wrong. Copying is asked last: a
+/// `Result` can be made of an `Error`, and whether it is copyable would otherwise depend on itself.
+template <class E>
+concept ErrorValue = requires(const E& error) {
+  { error.localizedDescription() } -> std::convertible_to<std::string>;
+}
+&&std::copy_constructible<E>;
+
+/// An error value whose textual form differs from its localized description, such as an enumeration's
+/// `other(…)`.
+template <class E>
+concept DescribedErrorValue = ErrorValue<E> && requires(const E& error) {
+  { error.description() } -> std::convertible_to<std::string>;
+};
+
+/// Any error, as a value: a handle to an immutable error of some concrete type.
+///
+/// Ownership: copies share the error; copying is cheap.
+/// Threads: immutable, hence safe to read from several threads.
+class VELLORA_EXPORT Error {
+ public:
+  // The first condition stands first: whether an `Error` can be copied must not depend on the answer itself.
+  template <class E>
+  requires(!std::same_as<std::remove_cvref_t<E>, Error>) && ErrorValue<E> Error(E error)
+      : holder_(std::make_shared<const Holder<E>>(std::move(error))) {}  // NOLINT: converts on purpose
+
+  /// One sentence for a person. Types without texts of their own give the platform's default.
+  [[nodiscard]] std::string localizedDescription() const { return holder_->localizedDescription(); }
+
+  /// The error's textual form, as it stands inside other textual forms: `noData`, `other(…)`. Types that
+  /// have none give their localized description.
+  [[nodiscard]] std::string description() const { return holder_->description(); }
+
+  /// The concrete error when it is an `E`, else null. Valid as long as this handle or a copy lives.
+  template <class E>
+  [[nodiscard]] const E* as() const noexcept {
+    const auto* holder = dynamic_cast<const Holder<E>*>(holder_.get());
+    return holder ? &holder->error : nullptr;
+  }
+
+ private:
+  struct Base {
+    virtual ~Base() = default;
+    [[nodiscard]] virtual std::string localizedDescription() const = 0;
+    [[nodiscard]] virtual std::string description() const = 0;
+  };
+
+  template <class E>
+  struct Holder final : Base {
+    explicit Holder(E value) : error(std::move(value)) {}
+    [[nodiscard]] std::string localizedDescription() const override { return error.localizedDescription(); }
+    [[nodiscard]] std::string description() const override {
+      if constexpr (DescribedErrorValue<E>) {
+        return error.description();
+      } else {
+        return error.localizedDescription();
+      }
+    }
+    E error;
+  };
+
+  std::shared_ptr<const Base> holder_;
+};
+
+/// The platform's description of an error case that has no text of its own:
+/// "The operation could not be completed. (TypeName.caseName)", and with a payload
+/// "The operation could not be completed. (TypeName.caseName: <the payload's description>)".
+[[nodiscard]] VELLORA_EXPORT std::string defaultErrorDescription(
+    std::string_view typeName, std::string_view caseName, const std::optional<Error>& payload = std::nullopt);
+
+}  // namespace vellora
