@@ -9,8 +9,8 @@
 
 #include "apps/records-server/DataSet.h"
 #include "bench/ReadyHost.h"
-#include "hostkit/MemoryCache.h"
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "vellora/Models/SObjectsResponse.h"
 
 namespace vellora::bench {

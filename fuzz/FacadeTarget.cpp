@@ -11,8 +11,8 @@
 
 #include "fuzz/AuditedCache.h"
 #include "fuzz/Target.h"
-#include "hostkit/MemoryCache.h"
 #include "hostkit/StandardPlatformAPI.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"
 #include "tests/support/ManualQueues.h"

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "fuzz/Target.h"
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/RecordingLogger.h"
 #include "tests/support/TestClock.h"
 #include "vellora/DataServices/TimestampedTable.h"

@@ -2,10 +2,10 @@
 
 #include <utility>
 
-#include "hostkit/CoalescingNetwork.h"
-#include "hostkit/MemoryCache.h"
-#include "hostkit/SQLiteCache.h"
-#include "hostkit/SpdlogLogger.h"
+#include "hostkit/cache/memory/MemoryCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "hostkit/log/SpdlogLogger.h"
+#include "hostkit/network/CoalescingNetwork.h"
 
 namespace vellora::hostkit {
 

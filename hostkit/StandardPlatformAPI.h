@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "hostkit/CurlNetwork.h"
+#include "hostkit/network/CurlNetwork.h"
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Platform/Values/Export.h"
 #include "vellora/Platform/Values/Result.h"

@@ -8,7 +8,7 @@
 
 #include "apps/vellora/CacheArguments.h"
 #include "apps/vellora/Problem.h"
-#include "hostkit/SpdlogLogger.h"
+#include "hostkit/log/SpdlogLogger.h"
 
 namespace vellora::command {
 

@@ -13,7 +13,7 @@
 #include "apps/vellora/CacheTransfer.h"
 #include "apps/vellora/Output.h"
 #include "apps/vellora/TextTable.h"
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Platform/Json/JsonCodec.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "hostkit/SQLiteCacheContents.h"
+#include "hostkit/cache/sqlite/SQLiteCacheContents.h"
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {

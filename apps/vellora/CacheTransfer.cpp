@@ -18,9 +18,9 @@
 
 #include "apps/vellora/Output.h"
 #include "apps/vellora/Problem.h"
-#include "hostkit/CacheArchive.h"
-#include "hostkit/FileNaming.h"
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/CacheArchive.h"
+#include "hostkit/cache/sqlite/FileNaming.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {

@@ -2,7 +2,7 @@
 
 #include "apps/vellora/Arguments.h"
 #include "apps/vellora/ExitCode.h"
-#include "hostkit/SQLiteCacheContents.h"
+#include "hostkit/cache/sqlite/SQLiteCacheContents.h"
 
 namespace vellora::command {
 

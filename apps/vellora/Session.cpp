@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "hostkit/CoalescingNetwork.h"
-#include "hostkit/CurlNetwork.h"
-#include "hostkit/SQLiteCache.h"
-#include "hostkit/SpdlogLogger.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "hostkit/log/SpdlogLogger.h"
+#include "hostkit/network/CoalescingNetwork.h"
+#include "hostkit/network/CurlNetwork.h"
 
 namespace vellora::command {
 

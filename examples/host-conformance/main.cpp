@@ -23,8 +23,8 @@
 #include "conformance/LoggerConformance.h"
 #include "conformance/NetworkConformance.h"
 #include "conformance/QueueConformance.h"
-#include "hostkit/CurlNetwork.h"
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
+#include "hostkit/network/CurlNetwork.h"
 
 namespace {
 

@@ -16,8 +16,8 @@
 #include <thread>
 #include <utility>
 
-#include "hostkit/MemoryCache.h"
 #include "hostkit/StandardPlatformAPI.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "vellora/Host/Logger.h"
 #include "vellora/Host/Network.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"

@@ -12,11 +12,11 @@
 #include <memory>
 #include <string>
 
-#include "hostkit/CacheArchive.h"
-#include "hostkit/CurlNetwork.h"
-#include "hostkit/SQLiteCache.h"
-#include "hostkit/SpdlogLogger.h"
 #include "hostkit/StandardPlatformAPI.h"
+#include "hostkit/cache/CacheArchive.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "hostkit/log/SpdlogLogger.h"
+#include "hostkit/network/CurlNetwork.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 

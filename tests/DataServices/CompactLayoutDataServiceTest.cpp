@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "tests/DataServices/CompactLayoutFixture.h"
 #include "tests/support/TemporaryFolder.h"
 

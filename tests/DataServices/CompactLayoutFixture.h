@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/FailingCache.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"

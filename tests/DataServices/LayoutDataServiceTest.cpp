@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/FailingCache.h"
 #include "testkit/ForwardingCache.h"
 #include "testkit/RecordingLogger.h"

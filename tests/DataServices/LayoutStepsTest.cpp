@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/FaultyNetwork.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"

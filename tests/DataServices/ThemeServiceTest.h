@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/FailingCache.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"

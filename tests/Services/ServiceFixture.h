@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "hostkit/MemoryCache.h"
 #include "hostkit/StandardPlatformAPI.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/FailingCache.h"
 #include "testkit/ManualQueue.h"
 #include "testkit/RecordingLogger.h"

@@ -35,7 +35,7 @@ class CheckLayersTest(unittest.TestCase):
         )
 
     def test_the_library_must_not_include_the_host_kit(self):
-        self.write("vellora/Services/A.cpp", "#include <hostkit/MemoryCache.h>\n")
+        self.write("vellora/Services/A.cpp", "#include <hostkit/cache/memory/MemoryCache.h>\n")
         self.assertEqual(len(self.problems()), 1)
 
     def test_models_and_host_do_not_know_each_other(self):

@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "conformance/CacheConformance.h"
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/ForwardingCache.h"
 #include "testkit/ForwardingCacheTable.h"
 #include "tests/conformance/BrokenHosts.h"
-#include "tests/hostkit/ManualClock.h"
+#include "tests/hostkit/cache/ManualClock.h"
 
 namespace vellora::conformance::tests {
 namespace {

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "conformance/NetworkConformance.h"
-#include "hostkit/CurlNetwork.h"
-#include "hostkit/CurlNetworkError.h"
+#include "hostkit/network/CurlNetwork.h"
+#include "hostkit/network/CurlNetworkError.h"
 #include "tests/conformance/BrokenHosts.h"
 #include "vellora/Platform/Web/URLComponents.h"
 

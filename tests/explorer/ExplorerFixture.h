@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "apps/vellora/explore/Explorer.h"
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 
 namespace vellora::faults {
 

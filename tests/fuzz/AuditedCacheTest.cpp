@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "hostkit/MemoryCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Host/Table.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "hostkit/SQLiteCacheError.h"
+#include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"

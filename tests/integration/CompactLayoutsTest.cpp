@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "apps/records-server/RecordsServer.h"
-#include "hostkit/CurlNetwork.h"
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "hostkit/network/CurlNetwork.h"
 #include "testkit/RecordingLogger.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/DataServices/CompactLayoutDataService.h"

@@ -12,9 +12,9 @@
 
 #include "apps/records-server/RecordsServer.h"
 #include "apps/records-server/RequestTarget.h"
-#include "hostkit/CurlNetwork.h"
-#include "hostkit/MemoryCache.h"
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "hostkit/network/CurlNetwork.h"
 #include "testkit/RecordingLogger.h"
 #include "tests/support/PrintRecords.h"
 #include "tests/support/TemporaryFolder.h"

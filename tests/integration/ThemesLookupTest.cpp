@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "apps/records-server/RecordsServer.h"
-#include "hostkit/CurlNetwork.h"
-#include "hostkit/MemoryCache.h"
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/memory/MemoryCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "hostkit/network/CurlNetwork.h"
 #include "testkit/RecordingLogger.h"
 #include "tests/support/Answer.h"
 #include "tests/support/PrintRecords.h"

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "hostkit/MemoryCache.h"
 #include "hostkit/StandardPlatformAPI.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/ForwardingCache.h"
 #include "testkit/ForwardingCacheTable.h"
 #include "tests/simulation/SimulatedServer.h"

@@ -77,7 +77,7 @@ class DebianPackagesTest(unittest.TestCase):
 
     def test_what_builds_against_it_is_in_the_dev_package_alone(self):
         for path in ("usr/lib/libvellora.a", "usr/lib/libvellora-testkit.a", "usr/lib/pkgconfig/vellora.pc",
-                     "usr/lib/cmake/Vellora/VelloraConfig.cmake", f"usr/include/vellora-{ABI}/hostkit/MemoryCache.h"):
+                     "usr/lib/cmake/Vellora/VelloraConfig.cmake", f"usr/include/vellora-{ABI}/hostkit/cache/memory/MemoryCache.h"):
             self.file("libvellora-dev", path)
         self.assertTrue((self.root / "root/libvellora-dev/usr/lib/libvellora.so").is_symlink())
         for package in (LIBRARY, "vellora"):

@@ -13,8 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "hostkit/MemoryCache.h"
 #include "hostkit/StandardPlatformAPI.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "tests/simulation/SimulatedServer.h"
 #include "tests/stress/ThreadedNetwork.h"
 #include "tests/support/LongForm.h"

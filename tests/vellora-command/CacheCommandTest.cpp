@@ -1,7 +1,7 @@
 #include <chrono>
 #include <thread>
 
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "tests/vellora-command/CommandFixture.h"
 
 namespace vellora::command {

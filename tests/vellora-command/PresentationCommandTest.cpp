@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <chrono>
 
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "tests/vellora-command/CommandFixture.h"
 #include "vellora/Host/CacheTable.h"
 

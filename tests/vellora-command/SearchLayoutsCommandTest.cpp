@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "hostkit/SQLiteCache.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "tests/vellora-command/CommandFixture.h"
 
 namespace vellora::command {

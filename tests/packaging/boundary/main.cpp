@@ -2,10 +2,10 @@
 // careful hosts are, and against the installed package; it says which statement is false, and ends with 1 if
 // one is.
 
-#include <hostkit/CurlNetwork.h>
-#include <hostkit/CurlNetworkError.h>
-#include <hostkit/MemoryCache.h>
 #include <hostkit/StandardPlatformAPI.h>
+#include <hostkit/cache/memory/MemoryCache.h>
+#include <hostkit/network/CurlNetwork.h>
+#include <hostkit/network/CurlNetworkError.h>
 #include <testkit/RecordingLogger.h>
 #include <testkit/StubNetwork.h>
 #include <vellora/DataServices/SObjectsDataServiceError.h>

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "hostkit/cache/sqlite/SQLiteCacheContents.h"
+#include "vellora/Host/Cache.h"
+#include "vellora/Host/Row.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Date.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/Result.h"
+
+namespace vellora::hostkit {
+
+/// Why a text is no archive that can be restored.
+struct VELLORA_EXPORT CacheArchiveError {
+  enum class Reason {
+    otherFormat,   ///< JSON, but not of an archive
+    newerVersion,  ///< a newer version of the library wrote it
+    damaged,       ///< it does not fit its checksum, or holds what no archive does
+  };
+
+  Reason reason = Reason::damaged;
+
+  /// What is wrong and what to do about it.
+  [[nodiscard]] std::string localizedDescription() const;
+
+  friend bool operator==(const CacheArchiveError&, const CacheArchiveError&) = default;
+};
+
+/// The entries of a cache as one text, to be carried from one cache to another: an app ships one, restores it
+/// into its empty cache, and can answer at its first start without a network.
+///
+/// The text is JSON with a line for each entry, so that a repository shows what changed in it; a checksum
+/// tells when it was changed by hand. It holds no more secrets than the cache does: what the server told of
+/// its object types, to the user whose cache it was.
+struct VELLORA_EXPORT CacheArchive {
+  struct Blob {
+    std::string key;
+    Data data;
+
+    friend bool operator==(const Blob&, const Blob&) = default;
+  };
+
+  struct Row {
+    CorvaneSDK::Meta meta;
+    std::optional<std::string> dataKey;  ///< absent: the cache that it is restored into keys it by its meta
+    Data data;
+
+    friend bool operator==(const Row&, const Row&) = default;
+  };
+
+  struct Table {
+    std::string key;
+    std::vector<Row> rows;  ///< in the order in which they were written
+
+    friend bool operator==(const Table&, const Table&) = default;
+  };
+
+  std::vector<Blob> blobs;
+  std::vector<Table> tables;
+
+  /// What `contents` holds that its cache would return: damaged and outdated entries are left out.
+  [[nodiscard]] static CacheArchive of(const SQLiteCacheContents& contents);
+
+  /// Reads the text of an archive. Errors: a `DecodingError` for what is not JSON, else a
+  /// `CacheArchiveError`.
+  [[nodiscard]] static Result<CacheArchive> decode(const Data& text);
+
+  /// The text. Errors: an `EncodingError` when a key is not UTF-8.
+  [[nodiscard]] Result<Data> encode() const;
+
+  /// The same entries as if all had been fetched at `time`, so that a data service takes them for as fresh as
+  /// that. Without it they are as old as they were where they come from.
+  [[nodiscard]] CacheArchive fetchedAt(Date time) const;
+
+  /// The name of an entry that `cache` has already, and which restoring would replace; no value when there is
+  /// none.
+  [[nodiscard]] std::optional<std::string> foundIn(CorvaneSDK::Cache& cache) const;
+
+  /// Stores every entry in `cache`, in place of an earlier one of the same key: the tables' rows first, the
+  /// blobs, among them the moments of the fetches, after them. Rows count as written now. True when all was
+  /// stored. Call it before the cache is handed to the library.
+  [[nodiscard]] bool restore(CorvaneSDK::Cache& cache) const;
+
+  friend bool operator==(const CacheArchive&, const CacheArchive&) = default;
+};
+
+}  // namespace vellora::hostkit

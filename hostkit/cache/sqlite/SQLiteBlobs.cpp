@@ -1,0 +1,71 @@
+#include "hostkit/cache/sqlite/SQLiteBlobs.h"
+
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+#include "hostkit/cache/rows/Checksum.h"
+
+namespace vellora::hostkit::sqliteBlobs {
+
+namespace {
+
+std::int64_t checksum(std::string_view key, std::int64_t generation, std::string_view data) {
+  return Checksum().add("blob").add(key).add(generation).add(data).value();
+}
+
+/// The blob in the row of generation, checksum and data that the statement stands on.
+std::optional<Data> verifiedBlob(const SQLiteStatement& found, std::string_view key) {
+  const std::string_view bytes = found.bytes(2);
+  if (checksum(key, found.integer(0), bytes) != found.integer(1)) return std::nullopt;
+  return Data(bytes.data(), bytes.size());
+}
+
+std::int64_t nextGeneration(SQLiteDatabase& database) {
+  SQLiteStatement next = database.statement(
+      "SELECT max(coalesce((SELECT seq FROM sqlite_sequence WHERE name = 'vellora_blob'), 0),"
+      " coalesce((SELECT max(generation) FROM vellora_blob), 0)) + 1");
+  return next.step() ? next.integer(0) : 0;
+}
+
+std::optional<std::int64_t> generationOf(SQLiteDatabase& database, const std::string& key) {
+  SQLiteStatement found = database.statement("SELECT generation FROM vellora_blob WHERE name = ?");
+  return found.bind(key).step() ? std::optional(found.integer(0)) : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<Data> read(SQLiteDatabase& database, const std::string& key) {
+  SQLiteStatement blob =
+      database.statement("SELECT generation, checksum, data FROM vellora_blob WHERE name = ?");
+  return blob.bind(key).step() ? verifiedBlob(blob, key) : std::nullopt;
+}
+
+void readAll(SQLiteDatabase& database,
+             const std::function<void(std::string key, std::optional<Data> blob)>& visit) {
+  SQLiteStatement blobs =
+      database.statement("SELECT generation, checksum, data, name FROM vellora_blob ORDER BY name");
+  while (blobs.step()) {
+    std::string key(blobs.bytes(3));
+    auto blob = verifiedBlob(blobs, key);
+    visit(std::move(key), std::move(blob));
+  }
+}
+
+void write(SQLiteDatabase& database, const std::string& key, const Data& blob) {
+  remove(database, key);
+  const std::int64_t generation = nextGeneration(database);
+  database.statement("INSERT INTO vellora_blob(generation, name, checksum, data) VALUES(?, ?, ?, ?)")
+      .bind(generation)
+      .bind(key)
+      .bind(checksum(key, generation, blob.view()))
+      .bind(blob.view())
+      .step();
+  if (generationOf(database, key) != generation) database.noteDamage();
+}
+
+void remove(SQLiteDatabase& database, const std::string& key) {
+  database.statement("DELETE FROM vellora_blob WHERE name = ?").bind(key).step();
+}
+
+}  // namespace vellora::hostkit::sqliteBlobs

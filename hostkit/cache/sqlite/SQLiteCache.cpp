@@ -1,0 +1,56 @@
+#include "hostkit/cache/sqlite/SQLiteCache.h"
+
+#include <utility>
+
+#include "hostkit/cache/sqlite/SQLiteBlobs.h"
+#include "hostkit/cache/sqlite/SQLiteCacheFile.h"
+#include "hostkit/cache/sqlite/SQLiteCacheTable.h"
+#include "hostkit/cache/sqlite/SQLiteDatabase.h"
+#include "hostkit/cache/sqlite/SQLiteStore.h"
+
+namespace vellora::hostkit {
+
+Result<std::shared_ptr<SQLiteCache>> SQLiteCache::open(const std::string& path, Options options) {
+  const std::string resolved = sqliteCacheFile::resolvedPath(path);
+  auto database = sqliteCacheFile::open(resolved, options.busyTimeout);
+  if (!database) return database.error();
+  auto store = std::make_shared<SQLiteStore>(std::move(database).value(), resolved, options.busyTimeout,
+                                             std::move(options.clock));
+  return std::shared_ptr<SQLiteCache>(new SQLiteCache(std::move(store)));
+}
+
+Result<std::shared_ptr<SQLiteCache>> SQLiteCache::open(const std::string& path) {
+  return open(path, Options());
+}
+
+SQLiteCache::SQLiteCache(std::shared_ptr<SQLiteStore> store) : store_(std::move(store)) {}
+
+SQLiteCache::~SQLiteCache() = default;
+
+std::optional<Data> SQLiteCache::load(const std::string& key) {
+  std::optional<Data> found;
+  store_->perform([&key, &found](SQLiteDatabase& database) { found = sqliteBlobs::read(database, key); });
+  return found;
+}
+
+bool SQLiteCache::save(const Data& data, const std::string& key) {
+  return store_->perform([&key, &data](SQLiteDatabase& database) {
+    SQLiteTransaction transaction(database, SQLiteTransaction::Kind::writing);
+    sqliteBlobs::write(database, key, data);
+    transaction.commit();
+  });
+}
+
+bool SQLiteCache::remove(const std::string& key) {
+  return store_->perform([&key](SQLiteDatabase& database) { sqliteBlobs::remove(database, key); });
+}
+
+std::shared_ptr<CorvaneSDK::CacheTable> SQLiteCache::openTable(const std::string& tableKey) {
+  return SQLiteCacheTable::open(store_, tableKey);
+}
+
+std::shared_ptr<CorvaneSDK::CacheTable> SQLiteCache::createTable(const CorvaneSDK::Table& table) {
+  return SQLiteCacheTable::create(store_, table);
+}
+
+}  // namespace vellora::hostkit

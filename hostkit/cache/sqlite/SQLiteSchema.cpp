@@ -1,0 +1,89 @@
+#include "hostkit/cache/sqlite/SQLiteSchema.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+namespace vellora::hostkit::sqliteSchema {
+
+namespace {
+
+// Sequences and generations are never used twice, so a row that was replaced cannot be mistaken for its
+// successor.
+constexpr std::array<std::string_view, 6> statements = {
+    "CREATE TABLE vellora_blob(generation INTEGER PRIMARY KEY AUTOINCREMENT, name BLOB NOT NULL UNIQUE, "
+    "checksum INTEGER NOT NULL, data BLOB NOT NULL)",
+    "CREATE TABLE vellora_table(name BLOB NOT NULL UNIQUE, max_age INTEGER NOT NULL, checksum INTEGER NOT "
+    "NULL)",
+    "CREATE TABLE vellora_row(sequence INTEGER PRIMARY KEY AUTOINCREMENT, table_name BLOB NOT NULL, "
+    "data_key BLOB NOT NULL, written REAL NOT NULL, checksum INTEGER NOT NULL, meta BLOB NOT NULL, "
+    "data BLOB NOT NULL, UNIQUE(table_name, data_key))",
+    "CREATE INDEX vellora_row_age ON vellora_row(table_name, written)",
+    "CREATE TABLE vellora_meta(sequence INTEGER NOT NULL, name BLOB NOT NULL, value BLOB NOT NULL, "
+    "table_name BLOB NOT NULL, PRIMARY KEY(sequence, name)) WITHOUT ROWID",
+    "CREATE INDEX vellora_meta_pair ON vellora_meta(table_name, name, value)",
+};
+
+std::int64_t number(SQLiteDatabase& database, std::string_view sql) {
+  SQLiteStatement statement = database.statement(sql);
+  return statement.step() ? statement.integer(0) : -1;
+}
+
+/// The texts that SQLite keeps of our statements, and of the table that it made itself for the sequences.
+std::vector<std::string> expectedTexts() {
+  std::vector<std::string> texts(statements.begin(), statements.end());
+  texts.emplace_back("CREATE TABLE sqlite_sequence(name,seq)");
+  std::sort(texts.begin(), texts.end());
+  return texts;
+}
+
+bool holdsOurStatements(SQLiteDatabase& database) {
+  std::vector<std::string> texts;
+  SQLiteStatement schema = database.statement(
+      "SELECT sql FROM sqlite_schema "
+      "WHERE sql IS NOT NULL AND (name LIKE 'vellora%' OR name = 'sqlite_sequence')");
+  while (schema.step()) texts.emplace_back(schema.bytes(0));
+  std::sort(texts.begin(), texts.end());
+  return texts == expectedTexts();
+}
+
+/// Has changes written to a log from now on. SQLite may keep its old way, and say no more than that.
+void useLog(SQLiteDatabase& database) {
+  SQLiteStatement mode = database.statement("PRAGMA journal_mode = WAL");
+  const bool logs = mode.step() && mode.bytes(0) == "wal";
+  if (!logs) database.note(SQLITE_BUSY);
+}
+
+}  // namespace
+
+void create(SQLiteDatabase& database) {
+  database.run("PRAGMA synchronous = FULL");
+  // Straight into the file: from a log it would be moved there only on closing, which cannot tell of
+  // failures.
+  database.run("PRAGMA journal_mode = MEMORY");
+  {
+    SQLiteTransaction transaction(database, SQLiteTransaction::Kind::writing);
+    database.run("PRAGMA application_id = 1447842369");
+    database.run("PRAGMA user_version = 1");
+    for (const auto& statement : statements) database.run(statement);
+    transaction.commit();
+  }
+  useLog(database);
+}
+
+State check(SQLiteDatabase& database) {
+  const std::int64_t found = number(database, "PRAGMA user_version");
+  const bool sound = found == version && number(database, "PRAGMA application_id") == applicationId &&
+                     holdsOurStatements(database);
+  if (database.failed()) {
+    const bool damaged = meansDamage(database.failure()) || meansOtherLayout(database.failure());
+    return damaged ? State::damaged : State::unreadable;
+  }
+  if (found > version) return State::newer;
+  return sound ? State::sound : State::damaged;
+}
+
+}  // namespace vellora::hostkit::sqliteSchema

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "hostkit/cache/sqlite/SQLiteDatabase.h"
+
+namespace vellora::hostkit {
+
+/// What makes a database one of ours.
+namespace sqliteSchema {
+
+inline constexpr std::string_view magic{"SQLite format 3\0", 16};  ///< how every SQLite file begins
+inline constexpr std::uint32_t applicationId = 0x564C5241;         ///< "VLRA", in SQLite's header
+inline constexpr std::uint32_t version = 1;                        ///< the newest layout that we know
+inline constexpr std::string_view firstTable = "CREATE TABLE vellora_blob(";  ///< in the first page's text
+
+enum class State { sound, damaged, newer, unreadable };
+
+/// Writes the empty schema into an empty database.
+void create(SQLiteDatabase& database);
+
+/// Compares what the database says of its layout with what we wrote. `unreadable` leaves the reason in the
+/// database's failure.
+[[nodiscard]] State check(SQLiteDatabase& database);
+
+}  // namespace sqliteSchema
+
+}  // namespace vellora::hostkit

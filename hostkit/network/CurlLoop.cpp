@@ -1,0 +1,217 @@
+#include "hostkit/network/CurlLoop.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstddef>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+namespace vellora::hostkit {
+
+namespace {
+
+using Kind = CurlNetworkError::Kind;
+
+// The rest waits here rather than in curl, whose own limit on connections leaves a request waiting for many
+// seconds now and then although a connection is free (7.88.1).
+constexpr std::size_t mostActive = 8;
+
+// Once per process and never undone: whether another part of the process still uses curl cannot be known.
+bool initialiseCurl() {
+  static const bool initialised = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+  return initialised;
+}
+
+// Where curl lets OpenSSL write to sockets in the plain way, which 7.88.1 doesn't, a connection that the
+// server has closed is then an error here, not the end of the host's process.
+void blockBrokenPipeSignal() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+Error unavailable(const std::string& what) {
+  return CurlNetworkError{Kind::unavailable, "the network cannot start: no " + what + " to be had"};
+}
+
+}  // namespace
+
+struct CurlLoop::Multi {
+  std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> handle{curl_multi_init(), curl_multi_cleanup};
+};
+
+CurlLoop::CurlLoop(CurlTransfer::Setting setting, std::unique_ptr<Multi> multi)
+    : setting_(std::move(setting)), multi_(std::move(multi)) {
+  // By itself curl keeps fewer when few requests are under way, and closes the others at once.
+  curl_multi_setopt(multi_->handle.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(mostActive));
+  // One request at a time on an HTTP/2 connection too: with several, curl 7.88.1 now and then overlooks what
+  // has arrived, and lets them wait until their time is up.
+  curl_multi_setopt(multi_->handle.get(), CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_NOTHING));
+}
+
+CurlLoop::~CurlLoop() = default;
+
+Result<std::shared_ptr<CurlLoop>> CurlLoop::start(CurlTransfer::Setting setting) {
+  if (!initialiseCurl()) return unavailable("curl");
+  auto multi = std::make_unique<Multi>();
+  if (!multi->handle) return unavailable("memory");
+  const std::shared_ptr<CurlLoop> loop(new CurlLoop(std::move(setting), std::move(multi)));
+  try {
+    loop->thread_ = std::thread([loop] { loop->run(); });
+  } catch (const std::system_error&) {
+    return unavailable("thread");
+  }
+  return loop;
+}
+
+std::unique_ptr<CurlTransfer> CurlLoop::submit(std::unique_ptr<CurlTransfer> transfer) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (stopping_) return transfer;
+    arrivals_.push_back(std::move(transfer));
+  }
+  curl_multi_wakeup(multi_->handle.get());
+  return nullptr;
+}
+
+void CurlLoop::stop() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  curl_multi_wakeup(multi_->handle.get());
+  if (thread_.get_id() == std::this_thread::get_id()) {
+    thread_.detach();
+  } else {
+    thread_.join();
+  }
+}
+
+void CurlLoop::run() {
+  blockBrokenPipeSignal();
+  while (takeArrivals()) {
+    beginWaiting();
+    // Taken first: an answer that came in time counts, however long completions then take.
+    const auto now = CurlTransfer::Clock::now();
+    int running = 0;
+    curl_multi_perform(multi_->handle.get(), &running);
+    finishTransfers();
+    expireTransfers(now);
+    curl_multi_poll(multi_->handle.get(), nullptr, 0, millisecondsToWait(), nullptr);
+  }
+  failAll();
+}
+
+bool CurlLoop::takeArrivals() {
+  Transfers arrivals;
+  {
+    const std::lock_guard lock(mutex_);
+    if (stopping_) return false;
+    arrivals.swap(arrivals_);
+  }
+  for (auto& transfer : arrivals) {
+    if (transfer->isSettled()) {
+      transfer->deliver();
+    } else {
+      waiting_.push_back(std::move(transfer));
+    }
+  }
+  return true;
+}
+
+void CurlLoop::beginWaiting() {
+  while (mayBegin()) {
+    std::unique_ptr<CurlTransfer> transfer = std::move(waiting_.front());
+    waiting_.pop_front();
+    if (void* handle = transfer->prepareHandle()) {
+      drive(std::move(transfer), handle);
+    } else {
+      transfer->deliver();
+    }
+  }
+}
+
+bool CurlLoop::mayBegin() const {
+  return !waiting_.empty() && active_.size() < mostActive;
+}
+
+void CurlLoop::drive(std::unique_ptr<CurlTransfer> transfer, void* handle) {
+  if (curl_multi_add_handle(multi_->handle.get(), handle) == CURLM_OK) {
+    active_.emplace(handle, std::move(transfer));
+    return;
+  }
+  transfer->fail(Kind::unavailable);
+  transfer->deliver();
+}
+
+// What has finished is taken out first: completions are free to do anything.
+void CurlLoop::finishTransfers() {
+  std::vector<std::pair<CURL*, CURLcode>> finished;
+  int left = 0;
+  while (const CURLMsg* message = curl_multi_info_read(multi_->handle.get(), &left)) {
+    if (message->msg == CURLMSG_DONE) finished.emplace_back(message->easy_handle, message->data.result);
+  }
+  for (const auto& [handle, code] : finished) {
+    std::unique_ptr<CurlTransfer> transfer = release(handle);
+    transfer->finish(code);
+    if (transfer->isSettled()) {
+      transfer->deliver();
+    } else {
+      drive(std::move(transfer), handle);
+    }
+  }
+}
+
+// curl's own time-out would count neither the time that a request waits here nor the redirects before.
+void CurlLoop::expireTransfers(CurlTransfer::Clock::time_point now) {
+  Transfers expired;
+  for (auto each = active_.begin(); each != active_.end();) {
+    const auto& [handle, transfer] = *each++;  // released below
+    if (transfer->deadline() <= now) expired.push_back(release(handle));
+  }
+  for (auto& transfer : waiting_) {
+    if (transfer->deadline() <= now) expired.push_back(std::move(transfer));
+  }
+  std::erase(waiting_, nullptr);
+  for (const auto& transfer : expired) {
+    transfer->fail(Kind::timedOut);
+    transfer->deliver();
+  }
+}
+
+void CurlLoop::failAll() {
+  Transfers pending;
+  {
+    const std::lock_guard lock(mutex_);
+    pending.swap(arrivals_);
+  }
+  while (!active_.empty()) pending.push_back(release(active_.begin()->first));
+  std::move(waiting_.begin(), waiting_.end(), std::back_inserter(pending));
+  waiting_.clear();
+  for (const auto& transfer : pending) {
+    if (!transfer->isSettled()) transfer->fail(Kind::shutDown);
+    transfer->deliver();
+  }
+}
+
+std::unique_ptr<CurlTransfer> CurlLoop::release(void* handle) {
+  curl_multi_remove_handle(multi_->handle.get(), handle);
+  return std::move(active_.extract(handle).mapped());
+}
+
+int CurlLoop::millisecondsToWait() const {
+  using std::chrono::milliseconds;
+  if (mayBegin()) return 0;
+  auto soonest = CurlTransfer::Clock::now() + std::chrono::minutes(1);
+  for (const auto& [handle, transfer] : active_) soonest = std::min(soonest, transfer->deadline());
+  for (const auto& transfer : waiting_) soonest = std::min(soonest, transfer->deadline());
+  const auto wait = std::chrono::ceil<milliseconds>(soonest - CurlTransfer::Clock::now());
+  return static_cast<int>(std::max(wait, milliseconds(0)).count());
+}
+
+}  // namespace vellora::hostkit

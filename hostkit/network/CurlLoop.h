@@ -1,0 +1,68 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "hostkit/network/CurlTransfer.h"
+#include "vellora/Platform/Values/Result.h"
+
+namespace vellora::hostkit {
+
+/// The one thread that drives all transfers of a network.
+///
+/// Ownership: shared by the network and by the thread itself, which ends some time after `stop`; until then
+/// it keeps the setting that its transfers refer to. Threads: `submit` is safe from any thread; `stop` is
+/// called once. Transfers are delivered on the loop's thread, with no lock held. Errors: a `CurlNetworkError`
+/// of kind `unavailable` when there is no thread or no memory to begin with.
+class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
+ public:
+  [[nodiscard]] static Result<std::shared_ptr<CurlLoop>> start(CurlTransfer::Setting setting);
+  ~CurlLoop();
+  CurlLoop(const CurlLoop&) = delete;
+  CurlLoop& operator=(const CurlLoop&) = delete;
+
+  [[nodiscard]] const CurlTransfer::Setting& setting() const noexcept { return setting_; }
+
+  /// Takes `transfer` over, and delivers it in the end. Gives it back once the loop is stopped.
+  [[nodiscard]] std::unique_ptr<CurlTransfer> submit(std::unique_ptr<CurlTransfer> transfer);
+
+  /// Fails what is pending and ends the thread. Waits for that, except on the loop's own thread: there it
+  /// lets the loop end by itself, once the caller has returned.
+  void stop();
+
+ private:
+  struct Multi;
+  using Transfers = std::vector<std::unique_ptr<CurlTransfer>>;
+
+  CurlLoop(CurlTransfer::Setting setting, std::unique_ptr<Multi> multi);
+
+  void run();
+  [[nodiscard]] bool takeArrivals();
+  void beginWaiting();
+  [[nodiscard]] bool mayBegin() const;
+  void drive(std::unique_ptr<CurlTransfer> transfer, void* handle);
+  void finishTransfers();
+  void expireTransfers(CurlTransfer::Clock::time_point now);
+  void failAll();
+  [[nodiscard]] std::unique_ptr<CurlTransfer> release(void* handle);
+  [[nodiscard]] int millisecondsToWait() const;
+
+  // Constant after construction.
+  const CurlTransfer::Setting setting_;
+  const std::unique_ptr<Multi> multi_;
+  std::thread thread_;
+
+  std::mutex mutex_;
+  Transfers arrivals_;     // under mutex_
+  bool stopping_ = false;  // under mutex_
+
+  // Only on the loop's thread.
+  std::deque<std::unique_ptr<CurlTransfer>> waiting_;
+  std::map<void*, std::unique_ptr<CurlTransfer>> active_;  // by curl handle
+};
+
+}  // namespace vellora::hostkit

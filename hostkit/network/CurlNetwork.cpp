@@ -1,0 +1,47 @@
+#include "hostkit/network/CurlNetwork.h"
+
+#include <utility>
+
+#include "hostkit/network/CurlLoop.h"
+#include "hostkit/network/CurlRequest.h"
+#include "hostkit/network/CurlTransfer.h"
+#include "hostkit/network/ServerAddress.h"
+
+namespace vellora::hostkit {
+
+struct CurlNetwork::Parts {
+  const CurlRequest::TokenSetting token;
+  const std::shared_ptr<CurlLoop> loop;
+};
+
+Result<std::shared_ptr<CurlNetwork>> CurlNetwork::make(Options options) {
+  const Result<ServerAddress> server = ServerAddress::parse(options.server);
+  if (!server) return server.error();
+  const Result<std::shared_ptr<CurlLoop>> loop =
+      CurlLoop::start({server.value(), std::move(options.caFile), options.maxBodyBytes,
+                       options.connectTimeout, std::move(options.observer)});
+  if (!loop) return loop.error();
+  return std::shared_ptr<CurlNetwork>(new CurlNetwork(std::make_unique<Parts>(
+      Parts{{std::move(options.token), options.allowTokenOverPlainHttp}, loop.value()})));
+}
+
+CurlNetwork::CurlNetwork(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}
+
+CurlNetwork::~CurlNetwork() {
+  parts_->loop->stop();
+}
+
+void CurlNetwork::sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) {
+  const CurlTransfer::Setting& setting = parts_->loop->setting();
+  const std::string& url = request.base().url.absoluteString();
+  auto transfer =
+      std::make_unique<CurlTransfer>(setting, CurlRequest::prepare(request, setting.server, parts_->token),
+                                     url.substr(0, url.find_first_of("?#")), std::move(completion));
+  // It comes back only from a loop that is stopping, hence from a completion or a thread that must not send.
+  if (const auto refused = parts_->loop->submit(std::move(transfer))) {
+    if (!refused->isSettled()) refused->fail(CurlNetworkError::Kind::shutDown);
+    refused->deliver();
+  }
+}
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "hostkit/network/CurlNetworkError.h"
+#include "hostkit/network/RequestOutcome.h"
+#include "vellora/Host/Network.h"
+#include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/Result.h"
+
+namespace vellora::hostkit {
+
+/// A network on libcurl: HTTP/2 where the server has it over TLS, kept connections, each with one request at
+/// a time and eight at most, gzip, TLS with verification.
+///
+///     auto network = CurlNetwork::make({.server = "https://records.example", .token = [] { return
+///     readToken(); }}); if (!network) return fail(network.error().localizedDescription());
+///
+/// An answer is delivered as it came, whatever its status: body, status, headers (names in lower case, values
+/// of one name joined with ", "). A complete answer without a body, such as a 204, has an empty `Data`.
+///
+/// The token goes to the server of `Options::server` and nowhere else, and over http to this machine only:
+/// what would take it to another without TLS fails with `unprotectedToken` and is not sent. Redirects are
+/// followed on that very scheme, host and port only, five at most; any other is an error. Proxies are taken
+/// from the environment as curl does, for https only, where they see no more than the server's name; a
+/// loopback address never goes through one.
+///
+/// Ownership: shares nothing with its requests: dropping the last handle completes every pending request with
+/// a `shutDown` error, each before the destructor returns, except when a completion drops that handle: then
+/// they follow as soon as that completion returns.
+/// Threads: `sendRequest` may be called from any thread, also from a completion. Completions and the observer
+/// run on the network's own thread, one at a time and with no lock held; so a slow one delays the others. A
+/// request sent while the network is being destroyed completes inside `sendRequest`. The destructor waits for
+/// the completions: do not hold a lock there that one of them needs.
+/// Errors: `CurlNetworkError`. An error comes without a body; half a body is an error.
+/// Units: seconds, bytes.
+class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
+ public:
+  /// Gives the bearer token to send, or nothing to send none. Asked for each request, on the thread that
+  /// calls `sendRequest` and before it returns, so that a renewed token is used at once. A token must be
+  /// printable ASCII without blanks, else the request fails with `badToken` and is not sent.
+  using TokenProvider = std::function<std::optional<std::string>()>;
+
+  /// Told of each request once, when it has ended, right before its completion is called.
+  using Observer = std::function<void(const RequestOutcome&)>;
+
+  struct Options {
+    /// The server's address: https or http, host, perhaps a port and a path under which the server lives.
+    std::string server;
+    TokenProvider token = {};
+    /// Lets the token go over http to another machine, where everybody on the way can read and use it. Only
+    /// for a network that you trust as a whole.
+    bool allowTokenOverPlainHttp = false;
+    /// A PEM file of the certificate authorities to trust; absent: the system's.
+    std::optional<std::string> caFile = {};
+    /// A larger body, counted after decompression, fails the request with `tooLarge`.
+    std::size_t maxBodyBytes = std::size_t{64} * 1024 * 1024;
+    /// How long a connection may take to come about. The whole request, redirects included, has its own
+    /// `timeoutInterval`: 60 seconds where that is no positive number, a day at most.
+    double connectTimeout = 15;
+    Observer observer = {};
+  };
+
+  /// A network for that server. Fails when the address cannot be used, saying why, or when the machine gives
+  /// no thread. Does not connect yet.
+  [[nodiscard]] static Result<std::shared_ptr<CurlNetwork>> make(Options options);
+
+  ~CurlNetwork() override;
+  CurlNetwork(const CurlNetwork&) = delete;
+  CurlNetwork& operator=(const CurlNetwork&) = delete;
+
+  void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override;
+
+ private:
+  struct Parts;
+  explicit CurlNetwork(std::unique_ptr<Parts> parts);
+
+  const std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,104 @@
+#include "hostkit/network/CurlRequest.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <string_view>
+#include <utility>
+
+#include "hostkit/network/CurlNetworkError.h"
+
+namespace vellora::hostkit {
+
+namespace {
+
+using Kind = CurlNetworkError::Kind;
+using Headers = std::map<std::string, std::string>;
+
+constexpr double defaultTimeout = 60;
+constexpr double longestTimeout = 24 * 60 * 60;
+
+double sensibleTimeout(double seconds) {
+  return seconds > 0 ? std::min(seconds, longestTimeout) : defaultTimeout;  // NaN is not above zero
+}
+
+bool isHeaderName(std::string_view name) {
+  constexpr std::string_view allowed =
+      "!#$%&'*+-.^_`|~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+  return !name.empty() && name.find_first_not_of(allowed) == std::string_view::npos;
+}
+
+bool isControl(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
+}
+
+bool isHeaderValue(std::string_view value) {
+  return std::none_of(value.begin(), value.end(), [](char c) { return isControl(c) && c != '\t'; });
+}
+
+bool isToken(std::string_view token) {
+  return !token.empty() &&
+         std::all_of(token.begin(), token.end(), [](char c) { return c > ' ' && c < 0x7f; });
+}
+
+bool sameName(std::string_view left, std::string_view right) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; };
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [&](char a, char b) { return lower(a) == lower(b); });
+}
+
+bool holds(const Headers& headers, std::string_view name) {
+  return std::any_of(headers.begin(), headers.end(),
+                     [&](const auto& each) { return sameName(each.first, name); });
+}
+
+// A line that ends with the colon would tell curl to leave that header out; the semicolon sends it empty.
+std::string headerLine(const std::string& name, const std::string& value) {
+  return value.empty() ? name + ";" : name + ": " + value;
+}
+
+std::optional<std::string> faultOf(const URLRequest& request) {
+  if (request.httpMethod != "GET") return "its method is not GET";
+  if (request.body) return "it has a body, and only GET without a body is sent";
+  for (const auto& [name, value] : request.headers) {
+    if (!isHeaderName(name)) return "the name of one of its headers is not allowed in HTTP";
+    if (!isHeaderValue(value)) return "the value of its header " + name + " holds a control character";
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, const ServerAddress& server,
+                                         const TokenSetting& token) {
+  const URLRequest& base = request.base();
+  const auto refused = [&](Kind kind, const std::string& why) -> Error {
+    return CurlNetworkError{kind, "a request to " + server.hostAndPort() + " was not sent: " + why};
+  };
+  Result<std::string> url = server.resolve(base.url.absoluteString());
+  if (!url) return url.error();
+  if (const auto fault = faultOf(base)) return refused(Kind::invalidRequest, *fault);
+
+  CurlRequest prepared{std::move(url).value(), {}, sensibleTimeout(base.timeoutInterval), {}};
+  for (const auto& [name, value] : base.headers) prepared.headerLines.push_back(headerLine(name, value));
+  if (!holds(base.headers, "Accept-Encoding")) prepared.headerLines.emplace_back("Accept-Encoding: gzip");
+  if (!holds(base.headers, "Accept")) prepared.headerLines.emplace_back("Accept: application/json");
+  if (!token.provider || holds(base.headers, "Authorization")) return prepared;
+  if (std::optional<std::string> given = token.provider()) {
+    if (server.scheme() != "https" && !server.isLoopback() && !token.mayGoUnprotected) {
+      return refused(Kind::unprotectedToken,
+                     "over http everybody on the way could read the token: give the server's https address");
+    }
+    if (!isToken(*given)) {
+      return refused(
+          Kind::badToken,
+          "the token is empty or holds a blank, a line end or another character that no token has: "
+          "check where it comes from");
+    }
+    prepared.headerLines.push_back("Authorization: Bearer " + *given);
+    prepared.token = std::move(*given);
+  }
+  return prepared;
+}
+
+}  // namespace vellora::hostkit

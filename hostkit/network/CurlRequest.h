@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "hostkit/network/ServerAddress.h"
+#include "vellora/Host/NetRequest.h"
+#include "vellora/Platform/Values/Result.h"
+
+namespace vellora::hostkit {
+
+/// A request as it goes to the wire, checked.
+struct CurlRequest {
+  std::string url;                       ///< absolute
+  std::vector<std::string> headerLines;  ///< each as curl takes it
+  double timeout;                        ///< seconds, finite and positive
+  std::string token;                     ///< kept to keep it out of error texts; empty when there is none
+
+  /// What is done with the token.
+  struct TokenSetting {
+    std::function<std::optional<std::string>()> provider;
+    bool mayGoUnprotected = false;  ///< over http to another machine
+  };
+
+  /// Checks `request` and adds the token. Fails with a `CurlNetworkError` for what must not be sent: another
+  /// method than GET, a body, a URL that names a server, a header or token that would not stay on its line, a
+  /// token that would go unprotected.
+  [[nodiscard]] static Result<CurlRequest> prepare(const CorvaneSDK::NetRequest& request,
+                                                   const ServerAddress& server, const TokenSetting& token);
+};
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "hostkit/network/CurlNetworkError.h"
+#include "vellora/Platform/Values/Export.h"
+
+namespace vellora::hostkit {
+
+/// How one request of a `CurlNetwork` ended; for a host that wants to tell later which request failed and
+/// why. Holds neither token nor query.
+struct VELLORA_EXPORT RequestOutcome {
+  std::string path;                       ///< of the request's URL, without its query
+  int statusCode = 0;                     ///< 0 when no answer came
+  std::optional<CurlNetworkError> error;  ///< absent when an answer came, whatever its status
+  std::size_t bytes = 0;                  ///< of the body, decompressed
+  double seconds = 0;                     ///< from `sendRequest` to the end
+};
+
+}  // namespace vellora::hostkit

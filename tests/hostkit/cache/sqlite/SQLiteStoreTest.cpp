@@ -1,0 +1,97 @@
+#include "hostkit/cache/sqlite/SQLiteStore.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "hostkit/cache/sqlite/SQLiteCacheFile.h"
+#include "tests/hostkit/cache/ManualClock.h"
+#include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+using vellora::tests::TemporaryFolder;
+
+class SQLiteStoreTest : public testing::Test {
+ protected:
+  const std::chrono::milliseconds timeout{1};
+  TemporaryFolder folder;
+  const std::string path = folder.file("cache.db");
+  ManualClock clock;
+  SQLiteStore store{sqliteCacheFile::open(path, timeout).value(), path, timeout, clock.function()};
+};
+
+TEST_F(SQLiteStoreTest, RunsAnOperationOnce) {
+  int runs = 0;
+  EXPECT_TRUE(store.perform([&runs](SQLiteDatabase&) { ++runs; }));
+  EXPECT_EQ(runs, 1);
+}
+
+TEST_F(SQLiteStoreTest, DoesNotRepeatAnOperationThatFailsOtherwise) {
+  int runs = 0;
+  EXPECT_FALSE(store.perform([&runs](SQLiteDatabase& database) {
+    ++runs;
+    database.run("SELECT * FROM nowhere");
+  }));
+  EXPECT_EQ(runs, 1);
+  EXPECT_FALSE(std::filesystem::exists(path + ".damaged-1"));
+  EXPECT_TRUE(store.perform([](SQLiteDatabase&) {}));
+}
+
+TEST_F(SQLiteStoreTest, RepeatsAnOperationThatMeetsDamageOnAFreshFile) {
+  int runs = 0;
+  EXPECT_TRUE(store.perform([&runs](SQLiteDatabase& database) {
+    if (++runs == 1) database.noteDamage();
+  }));
+  EXPECT_EQ(runs, 2);
+  EXPECT_TRUE(std::filesystem::exists(path + ".damaged-1"));
+}
+
+TEST_F(SQLiteStoreTest, SetsADamagedFileAsideAsItIsWithWhatStandsInItsLogOnly) {
+  ASSERT_TRUE(store.perform([](SQLiteDatabase& database) {
+    database.run("INSERT INTO vellora_table(name, max_age, checksum) VALUES('t', 1, 2)");
+  }));
+  const std::string file = fileBytes(path);
+  const std::string log = fileBytes(path + "-wal");
+
+  int runs = 0;
+  EXPECT_TRUE(store.perform([&runs](SQLiteDatabase& database) {
+    if (++runs == 1) database.noteDamage();
+  }));
+
+  EXPECT_TRUE(fileBytes(path + ".damaged-1") == file);
+  EXPECT_NE(log, "");
+  EXPECT_TRUE(fileBytes(path + ".damaged-1-wal") == log);
+}
+
+TEST_F(SQLiteStoreTest, SetsNoMoreThanTwoFilesAsideForOneOperation) {
+  int runs = 0;
+  EXPECT_FALSE(store.perform([&runs](SQLiteDatabase& database) {
+    ++runs;
+    database.noteDamage();
+  }));
+  EXPECT_EQ(runs, 2);
+  EXPECT_FALSE(std::filesystem::exists(path + ".damaged-3"));
+  EXPECT_TRUE(store.perform([](SQLiteDatabase&) {}));
+}
+
+TEST_F(SQLiteStoreTest, LeavesANewerVersionsFileThatTookThePlaceOfADamagedOne) {
+  RawDatabase(path).run("PRAGMA user_version = 2");
+
+  EXPECT_FALSE(store.perform([](SQLiteDatabase& database) { database.noteDamage(); }));
+
+  EXPECT_FALSE(std::filesystem::exists(path + ".damaged-1"));
+  EXPECT_FALSE(store.perform([](SQLiteDatabase&) {}));
+}
+
+TEST_F(SQLiteStoreTest, TellsTheTimeOfItsClock) {
+  EXPECT_EQ(store.date(), Date::since1970(1'700'000'000));
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests

@@ -1,0 +1,134 @@
+#include "hostkit/log/SpdlogLogger.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+using vellora::tests::TemporaryFolder;
+
+using CorvaneSDK::LogLevel;
+using Level = SpdlogLogger::Level;
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+class SpdlogLoggerTest : public testing::Test {
+ protected:
+  [[nodiscard]] std::shared_ptr<SpdlogLogger> open(Level level) const {
+    return SpdlogLogger::toFile(path, level).value();
+  }
+
+  [[nodiscard]] std::vector<std::string> lines() const {
+    std::istringstream text(fileBytes(path));
+    std::vector<std::string> all;
+    for (std::string line; std::getline(text, line);) all.push_back(line);
+    return all;
+  }
+
+  TemporaryFolder folder;
+  const std::string path = folder.file("vellora.log");
+};
+
+TEST_F(SpdlogLoggerTest, WritesTimeLevelAndMessage) {
+  const auto logger = open(Level::info);
+  logger->log("cachedThemes(), hit", LogLevel::info);
+  logger->log("no data", LogLevel::error);
+
+  const std::string time = "[0-9]+-[0-9]+-[0-9]+T[0-9]+:[0-9]+:[0-9]+.[0-9]+Z ";
+  EXPECT_THAT(lines(), ElementsAre(MatchesRegex(time + "info cachedThemes\\(\\), hit"),
+                                   MatchesRegex(time + "error no data")));
+}
+
+TEST_F(SpdlogLoggerTest, WritesEachLineAtOnce) {
+  const auto logger = open(Level::info);
+  logger->log("first", LogLevel::info);
+  EXPECT_EQ(lines().size(), 1U);
+}
+
+TEST_F(SpdlogLoggerTest, LeavesOutWhatIsBelowItsLevel) {
+  open(Level::error)->log("progress", LogLevel::info);
+  open(Level::off)->log("failure", LogLevel::error);
+  EXPECT_THAT(lines(), testing::IsEmpty());
+
+  open(Level::error)->log("failure", LogLevel::error);
+  EXPECT_EQ(lines().size(), 1U);
+}
+
+TEST_F(SpdlogLoggerTest, OneMessageIsOneLine) {
+  open(Level::info)->log("forged\n2026-01-01T00:00:00.000Z error line\x1b[2J", LogLevel::info);
+  ASSERT_EQ(lines().size(), 1U);
+  EXPECT_THAT(lines()[0], testing::EndsWith(" info forged\\n2026-01-01T00:00:00.000Z error line\\x1b[2J"));
+}
+
+TEST_F(SpdlogLoggerTest, TakesBracesForText) {
+  open(Level::info)->log("{} {0} %v", LogLevel::info);
+  EXPECT_THAT(lines(), ElementsAre(testing::EndsWith(" info {} {0} %v")));
+}
+
+TEST_F(SpdlogLoggerTest, AppendsToAFileThatIsThere) {
+  open(Level::info)->log("first", LogLevel::info);
+  open(Level::info)->log("second", LogLevel::info);
+  EXPECT_EQ(lines().size(), 2U);
+}
+
+TEST_F(SpdlogLoggerTest, CreatesTheFileForItsOwnerAlone) {
+  open(Level::info)->log("first", LogLevel::info);
+  EXPECT_EQ(modeOf(path), 0600U);
+}
+
+TEST_F(SpdlogLoggerTest, TellsAFileThatCannotBeWritten) {
+  const auto opened = SpdlogLogger::toFile(folder.file("missing/vellora.log"), Level::info);
+
+  ASSERT_FALSE(opened.hasValue());
+  EXPECT_EQ(opened.error().localizedDescription(), "The log file \"" + folder.file("missing/vellora.log") +
+                                                       "\" cannot be written (No such file or directory). "
+                                                       "Choose a path in a folder that you may write to.");
+  EXPECT_FALSE(SpdlogLogger::toFile(folder.path().string(), Level::info).hasValue());
+  EXPECT_FALSE(SpdlogLogger::toFile(std::string("a\0b", 3), Level::info).hasValue());
+}
+
+TEST_F(SpdlogLoggerTest, WritesToStandardError) {
+  testing::internal::CaptureStderr();
+  const auto logger = SpdlogLogger::toStandardError(Level::error);
+  logger->log("failure", LogLevel::error);
+  logger->log("progress", LogLevel::info);
+  const std::string written = testing::internal::GetCapturedStderr();
+
+  EXPECT_THAT(written, testing::EndsWith(" error failure\n"));
+}
+
+TEST_F(SpdlogLoggerTest, KnowsItsLevelsByName) {
+  EXPECT_EQ(SpdlogLogger::levelNamed("off"), Level::off);
+  EXPECT_EQ(SpdlogLogger::levelNamed("error"), Level::error);
+  EXPECT_EQ(SpdlogLogger::levelNamed("info"), Level::info);
+  EXPECT_EQ(SpdlogLogger::levelNamed("Info"), std::nullopt);
+  EXPECT_EQ(SpdlogLogger::levelNamed(""), std::nullopt);
+}
+
+TEST_F(SpdlogLoggerTest, KeepsLinesWholeAmongThreads) {
+  const auto logger = open(Level::info);
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread) {
+    threads.emplace_back([&logger] {
+      for (int line = 0; line < 50; ++line) logger->log(std::string(200, 'x'), LogLevel::info);
+    });
+  }
+  for (auto& thread : threads) thread.join();
+
+  EXPECT_EQ(lines().size(), 200U);
+  for (const auto& line : lines()) EXPECT_THAT(line, testing::EndsWith(" info " + std::string(200, 'x')));
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests
