@@ -6,16 +6,16 @@
 #include <iostream>
 #include <variant>
 
-#include "apps/vellora/Arguments.h"
-#include "apps/vellora/CacheCommand.h"
-#include "apps/vellora/CompactLayouts.h"
-#include "apps/vellora/Keys.h"
-#include "apps/vellora/Output.h"
-#include "apps/vellora/Presentation.h"
-#include "apps/vellora/SearchLayouts.h"
-#include "apps/vellora/Session.h"
-#include "apps/vellora/Status.h"
+#include "apps/vellora/cache/CacheCommand.h"
+#include "apps/vellora/command/Arguments.h"
+#include "apps/vellora/command/Keys.h"
+#include "apps/vellora/command/Output.h"
+#include "apps/vellora/command/Session.h"
 #include "apps/vellora/explore/Explore.h"
+#include "apps/vellora/lookups/CompactLayouts.h"
+#include "apps/vellora/lookups/Presentation.h"
+#include "apps/vellora/lookups/SearchLayouts.h"
+#include "apps/vellora/lookups/Status.h"
 
 namespace {
 

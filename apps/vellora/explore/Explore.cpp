@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "apps/http/Server.h"
-#include "apps/vellora/Output.h"
+#include "apps/vellora/command/Output.h"
 #include "apps/vellora/explore/Explorer.h"
 #include "apps/vellora/explore/Site.h"
 

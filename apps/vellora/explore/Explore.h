@@ -1,8 +1,8 @@
 #pragma once
 
-#include "apps/vellora/Arguments.h"
-#include "apps/vellora/ExitCode.h"
-#include "apps/vellora/Session.h"
+#include "apps/vellora/command/Arguments.h"
+#include "apps/vellora/command/ExitCode.h"
+#include "apps/vellora/command/Session.h"
 
 namespace vellora::command {
 

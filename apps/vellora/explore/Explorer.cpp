@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "apps/vellora/Presentation.h"
-#include "apps/vellora/PrimerState.h"
 #include "apps/vellora/explore/ObservedCache.h"
+#include "apps/vellora/lookups/Presentation.h"
+#include "apps/vellora/lookups/PrimerState.h"
 #include "vellora/DataServices/CompactLayoutDataService.h"
 #include "vellora/DataServices/LayoutDataService.h"
 #include "vellora/DataServices/SObjectsDataService.h"

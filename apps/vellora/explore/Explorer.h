@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/vellora/Arguments.h"
+#include "apps/vellora/command/Arguments.h"
 #include "apps/vellora/explore/Activity.h"
 #include "apps/vellora/explore/ExplorerAnswers.h"
 #include "apps/vellora/explore/IconStore.h"

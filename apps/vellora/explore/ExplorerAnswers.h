@@ -8,8 +8,8 @@
 #include <tuple>
 #include <vector>
 
-#include "apps/vellora/CacheStatus.h"
 #include "apps/vellora/explore/Activity.h"
+#include "apps/vellora/lookups/CacheStatus.h"
 #include "vellora/Models/ObjectCompactLayoutInfo.h"
 #include "vellora/Models/ObjectLayoutInfo.h"
 #include "vellora/Models/PresentationInfo.h"

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "apps/http/Target.h"
-#include "apps/vellora/Keys.h"
+#include "apps/vellora/command/Keys.h"
 #include "apps/vellora/explore/Page.h"
 #include "vellora/Platform/Json/JsonCodec.h"
 

@@ -1,0 +1,180 @@
+#include "apps/vellora/command/Arguments.h"
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <map>
+#include <utility>
+
+#include "apps/vellora/command/DefaultCacheFile.h"
+
+namespace vellora::command {
+
+namespace {
+
+using Level = hostkit::SpdlogLogger::Level;
+
+const std::map<std::string, Level> logLevels{
+    {"off", Level::off}, {"error", Level::error}, {"info", Level::info}};
+
+const char* const footer =
+    "Exit codes: 0 every key answered, 1 unexpected, 2 usage, 3 answered but some keys have no entry,\n"
+    "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used or "
+    "is damaged,\n130 interrupted.";
+
+void addOptions(CLI::App& app, Arguments& arguments) {
+  app.add_option("--server", arguments.server, "The records server, such as https://records.example")
+      ->envname("VELLORA_SERVER")
+      ->type_name("URL");
+  app.add_option("--token-file", arguments.tokenFile,
+                 "File with the bearer token, sent over https or to this machine; - is standard input")
+      ->type_name("FILE");
+  app.add_option("--theme", arguments.theme, "Theme of colours and icons")
+      ->capture_default_str()
+      ->type_name("NAME");
+  app.add_option("--cache", arguments.cacheFile,
+                 "Cache file; by default one for each server in your cache folder")
+      ->type_name("FILE");
+  app.add_option("--cache-timeout", arguments.cacheTimeout, "Age at which cached data expires")
+      ->capture_default_str()
+      ->type_name("SECONDS");
+  app.add_option("--wait", arguments.wait, "How long to wait for the answer")
+      ->capture_default_str()
+      ->type_name("SECONDS");
+  app.add_flag("--json", arguments.json, "Print one JSON document instead of a table");
+  app.add_option("--log", arguments.logLevel, "Library log: off, error or info; off by default")
+      ->transform(CLI::Transformer(logLevels))
+      ->type_name("LEVEL");
+  app.add_option("--log-file", arguments.logFile, "Write the log there instead of to standard error")
+      ->type_name("FILE");
+  app.add_flag("!--no-color", arguments.color, "Never print colours; NO_COLOR does the same");
+}
+
+CLI::App* addCommand(CLI::App& app, Arguments& arguments, const std::string& name, const std::string& help,
+                     Arguments::Command command) {
+  auto* sub = app.add_subcommand(name, help);
+  sub->callback([&arguments, command] { arguments.command = command; });
+  return sub->fallthrough();
+}
+
+void addLookups(CLI::App& app, Arguments& arguments) {
+  using Command = Arguments::Command;
+  const std::string orInput = "; - reads them from standard input, one a line";
+  const std::string names = "API names of object types" + orInput;
+  addCommand(app, arguments, "ids", "Label, colour and icons of the types of records", Command::ids)
+      ->add_option("ID", arguments.keys, "Record ids" + orInput)
+      ->required();
+  addCommand(app, arguments, "names", "Label, colour and icons of object types", Command::names)
+      ->add_option("NAME", arguments.keys, names)
+      ->required();
+  addCommand(app, arguments, "search-layouts", "Columns that search results of object types show",
+             Command::searchLayouts)
+      ->add_option("NAME", arguments.keys, names)
+      ->required();
+  addCommand(app, arguments, "compact-layouts", "Headline fields of object types", Command::compactLayouts)
+      ->add_option("NAME", arguments.keys, names)
+      ->required();
+}
+
+void addCacheCommand(CLI::App& app, Arguments& arguments) {
+  using Action = CacheArguments::Action;
+  auto& cache = arguments.cache;
+  auto* group = addCommand(app, arguments, "cache", "Looks into a cache file, empties, ships and fills it",
+                           Arguments::Command::cache);
+  group->require_subcommand(1);
+  const auto add = [group, &cache](const std::string& name, const std::string& help, Action action) {
+    auto* sub = group->add_subcommand(name, help);
+    sub->callback([&cache, action] { cache.action = action; });
+    return sub->fallthrough();
+  };
+  add("ls", "What is in the file, how large, how old, fresh or expired", Action::list);
+  add("show", "What entries hold", Action::show)
+      ->add_option("ENTRY", cache.entries, "Entries, as ls names them")
+      ->required();
+  add("verify", "Whether anything in the file is damaged", Action::verify);
+  auto* purge = add("purge", "Deletes entries", Action::purge);
+  purge->add_option("ENTRY", cache.entries, "Entries to delete, as ls names them");
+  purge->add_flag("--expired", cache.expired, "Delete all that is expired, outdated or damaged");
+  purge->add_flag("--all", cache.all, "Delete everything");
+  auto* exporting = add("export", "Writes the entries as a text that import reads", Action::exportTo);
+  exporting->add_option("FILE", cache.file, "Where to; - is standard output")->capture_default_str();
+  exporting->add_flag("--replace", cache.replace, "Write over an existing file");
+  auto* importing = add("import", "Stores the entries of an exported text", Action::importFrom);
+  importing->add_option("FILE", cache.file, "Where from; - is standard input")->required();
+  importing->add_flag("--replace", cache.replace, "Write over entries that are in the cache already");
+  importing->add_flag("--fresh", cache.fresh, "Store them as if they had been fetched now");
+}
+
+std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
+  if (arguments.cacheFile.empty() && arguments.server.empty()) {
+    return "no cache file: give --cache FILE, or the --server URL whose default cache it is";
+  }
+  const auto& cache = arguments.cache;
+  const int ways = (cache.entries.empty() ? 0 : 1) + (cache.expired ? 1 : 0) + (cache.all ? 1 : 0);
+  if (cache.action == CacheArguments::Action::purge && ways != 1) {
+    return "say what to delete: entries, --expired or --all";
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> complaintAbout(const Arguments& arguments) {
+  if (arguments.command == Arguments::Command::cache) {
+    if (const auto complaint = complaintAboutCache(arguments)) return complaint;
+  } else if (arguments.server.empty()) {
+    return "no server: give --server URL or set VELLORA_SERVER";
+  }
+  if (!(arguments.cacheTimeout >= 0)) return "--cache-timeout must be a number of seconds, 0 or more";
+  if (!(arguments.wait > 0)) return "--wait must be a number of seconds above 0";
+  if (arguments.readsKeys() && arguments.tokenFile == "-") {
+    return "standard input cannot give both the token and the keys: put the token into a file";
+  }
+  return std::nullopt;
+}
+
+// The command that was named last: `purge` of "cache purge".
+const CLI::App& innermost(const CLI::App& app) {
+  const auto named = app.get_subcommands();
+  return named.empty() ? app : innermost(*named.front());
+}
+
+Problem usage(const std::string& what) {
+  return {ExitCode::usage, what + "; see vellora --help"};
+}
+
+}  // namespace
+
+std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* const* argv) {
+  Arguments arguments;
+  CLI::App app("Looks at the metadata of a business-records server.", "vellora");
+  app.set_version_flag("--version", "vellora " VELLORA_VERSION);
+  app.footer(footer);
+  app.require_subcommand(1);
+  addOptions(app, arguments);
+  addLookups(app, arguments);
+  addCommand(app, arguments, "status", "How far loading has got, and how old the caches are",
+             Arguments::Command::status);
+  addCommand(app, arguments, "explore", "Shows all of it on a web page, for a browser on this machine",
+             Arguments::Command::explore)
+      ->add_option("--port", arguments.port, "Serve the page on this port; by default on a free one")
+      ->type_name("PORT");
+  addCacheCommand(app, arguments);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    return HelpText{innermost(app).help()};
+  } catch (const CLI::CallForVersion& version) {
+    return HelpText{std::string(version.what()) + "\n"};
+  } catch (const CLI::Error& error) {
+    const auto unknown = app.remaining();
+    const bool hasCommand = !app.get_subcommands().empty();
+    return usage(hasCommand || unknown.empty() ? error.what() : "there is no command " + unknown.front());
+  }
+  if (const auto complaint = complaintAbout(arguments)) return usage(*complaint);
+  if (arguments.cacheFile.empty()) {
+    const auto file = defaultCacheFile(arguments.server);
+    if (!file) return usage("no folder for the cache: set HOME or XDG_CACHE_HOME, or give --cache FILE");
+    arguments.cacheFile = *file;
+  }
+  return arguments;
+}
+
+}  // namespace vellora::command

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "apps/vellora/command/CacheArguments.h"
+#include "apps/vellora/command/Problem.h"
+#include "hostkit/log/SpdlogLogger.h"
+
+namespace vellora::command {
+
+/// What the command was told, checked as far as that is possible without touching anything.
+struct Arguments {
+  enum class Command { ids, names, searchLayouts, compactLayouts, status, explore, cache };
+
+  Command command = Command::ids;
+  std::vector<std::string> keys;  ///< as given; "-" alone stands for the lines of standard input
+  std::string server;
+  std::optional<std::string> tokenFile;  ///< "-" is standard input
+  std::string theme = "light";
+  std::string cacheFile;
+  double cacheTimeout = 3600;  ///< seconds
+  double wait = 70;            ///< seconds
+  bool json = false;
+  hostkit::SpdlogLogger::Level logLevel = hostkit::SpdlogLogger::Level::off;
+  std::optional<std::string> logFile;
+  bool color = true;
+  std::uint16_t port = 0;  ///< of the explorer; 0 for a free one
+  CacheArguments cache;    ///< of the command of that name
+
+  /// True when the keys are to be read from standard input.
+  [[nodiscard]] bool readsKeys() const { return keys == std::vector<std::string>{"-"}; }
+};
+
+/// What was asked for instead of a command, such as --help: the text for standard output.
+struct HelpText {
+  std::string text;
+};
+
+/// Reads the command line and VELLORA_SERVER.
+[[nodiscard]] std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* const* argv);
+
+}  // namespace vellora::command

@@ -1,0 +1,98 @@
+#include "apps/vellora/command/Output.h"
+
+#include <unistd.h>
+
+#include <charconv>
+#include <cstdlib>
+#include <iostream>
+#include <set>
+#include <sstream>
+
+#include "apps/vellora/command/TextTable.h"
+
+namespace vellora::command {
+
+namespace {
+
+bool terminalHasColors() {
+  const char* noColor = std::getenv("NO_COLOR");
+  if (noColor != nullptr && *noColor != '\0') return false;
+  const char* variable = std::getenv("TERM");
+  const std::string_view terminal = variable != nullptr ? variable : "";
+  return ::isatty(STDOUT_FILENO) == 1 && !terminal.empty() && terminal != "dumb";
+}
+
+std::string list(const std::vector<std::string>& keys) {
+  constexpr std::size_t most = 10;
+  std::string text;
+  for (std::size_t i = 0; i < keys.size() && i < most; ++i) {
+    text.append(i == 0 ? "" : ", ").append(keys[i].empty() ? "\"\"" : keys[i]);
+  }
+  if (keys.size() > most) text.append(" and ").append(std::to_string(keys.size() - most)).append(" more");
+  return text;
+}
+
+std::string seconds(double value) {
+  std::ostringstream text;
+  text << value << " s";
+  return text.str();
+}
+
+}  // namespace
+
+Style::Style(bool wanted) : colors_(wanted && terminalHasColors()) {}
+
+std::string Style::heading(const std::string& text) const {
+  return colors_ ? "\x1b[1m" + printable(text) + "\x1b[0m" : printable(text);
+}
+
+std::string Style::swatch(std::string_view color) const {
+  if (color.starts_with('#')) color.remove_prefix(1);
+  unsigned value = 0;
+  const auto [end, error] = std::from_chars(color.data(), color.data() + color.size(), value, 16);
+  if (!colors_ || color.size() != 6 || error != std::errc() || end != color.data() + color.size()) return {};
+  const auto part = [value](unsigned shift) { return std::to_string((value >> shift) & 0xFFU); };
+  return "\x1b[48;2;" + part(16) + ";" + part(8) + ";" + part(0) + "m  \x1b[0m ";
+}
+
+bool print(std::string_view text) {
+  std::cout << text << std::flush;
+  if (!std::cout) complain({ExitCode::unexpected, "cannot write to standard output"});
+  return static_cast<bool>(std::cout);
+}
+
+ExitCode complain(const Problem& problem) {
+  // At once, since lines of the log may come from other threads meanwhile.
+  std::cerr << "vellora: " + printable(problem.message) + '\n';
+  return problem.exit;
+}
+
+std::vector<std::string> distinct(const std::vector<std::string>& keys) {
+  std::vector<std::string> once;
+  std::set<std::string_view> seen;
+  for (const auto& key : keys) {
+    if (seen.insert(key).second) once.push_back(key);
+  }
+  return once;
+}
+
+ExitCode judge(const std::vector<std::string>& missing, const std::string& what, Ending ending,
+               const Arguments& arguments, const Session& session) {
+  if (missing.empty()) return ExitCode::answered;
+  const std::string none = "no " + what + " for " + list(missing) + ": ";
+  const auto failure = session.failure();
+  if (ending == Ending::ranOut) {
+    const auto request = session.unanswered();
+    return complain({ExitCode::requestFailed, none + "no answer" + (request ? " to " + *request : "") +
+                                                  " within " + seconds(arguments.wait) +
+                                                  (failure ? "; " + *failure : "") +
+                                                  "; give it longer with --wait SECONDS"});
+  }
+  if (failure) return complain({ExitCode::requestFailed, none + *failure});
+  if (ending == Ending::failed) {
+    return complain({ExitCode::requestFailed, none + "the lookup failed; --log info shows how far it got"});
+  }
+  return complain({ExitCode::someMissing, none + "the server has none"});
+}
+
+}  // namespace vellora::command

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "apps/vellora/command/Arguments.h"
+#include "apps/vellora/command/Problem.h"
+#include "apps/vellora/command/Session.h"
+
+namespace vellora::command {
+
+/// How text on standard output is set off, if it is.
+class Style {
+ public:
+  /// Colours only on a terminal that has them and when neither the arguments nor NO_COLOR forbid them.
+  explicit Style(bool wanted);
+
+  [[nodiscard]] std::string heading(const std::string& text) const;
+
+  /// Two blocks of the colour and a blank; empty without colours, or when it isn't of six hexadecimal digits.
+  [[nodiscard]] std::string swatch(std::string_view color) const;
+
+ private:
+  bool colors_;
+};
+
+/// Writes to standard output, at once. False, after a complaint, when that cannot be written to.
+[[nodiscard]] bool print(std::string_view text);
+
+/// Writes one line to standard error and gives back the exit code.
+ExitCode complain(const Problem& problem);
+
+/// The keys without repetitions, in their order.
+[[nodiscard]] std::vector<std::string> distinct(const std::vector<std::string>& keys);
+
+/// How a lookup ended.
+enum class Ending {
+  answered,
+  failed,  ///< without an answer, since a step of it failed
+  ranOut,  ///< of time
+};
+
+/// The exit code of a lookup after which these keys are missing, and the line that explains it.
+[[nodiscard]] ExitCode judge(const std::vector<std::string>& missing, const std::string& what, Ending ending,
+                             const Arguments& arguments, const Session& session);
+
+}  // namespace vellora::command

@@ -1,0 +1,50 @@
+#include "apps/vellora/lookups/CompactLayouts.h"
+
+#include <utility>
+
+#include "apps/vellora/command/TextTable.h"
+#include "vellora/DataServices/CompactLayoutDataService.h"
+#include "vellora/Services/LayoutAnswer.h"
+
+namespace vellora::command {
+
+namespace {
+
+/// Adds the fields to the table; the parts of a compound field stand below it, further in.
+void addRows(const CompactLayoutFields& fields, const std::string& indent, TextTable& table) {
+  for (const auto& field : fields) {
+    table.addRow(
+        {indent + field->label, indent + field->apiName, field->fieldType, field->referenceTo.value_or("")});
+    if (field->layoutFields) addRows(*field->layoutFields, indent + "  ", table);
+  }
+}
+
+std::string textOf(const std::map<std::string, ObjectCompactLayoutInfo>& layouts, const Style& style) {
+  std::string text;
+  for (const auto& [type, layout] : layouts) {
+    text += style.heading(type) + "\n";
+    if (layout.layoutFields.empty()) {
+      text += "  no fields\n";
+      continue;
+    }
+    TextTable table({"LABEL", "FIELD", "TYPE", "REFERS TO"});
+    addRows(layout.layoutFields, "", table);
+    text += table.text("  ");
+  }
+  return text;
+}
+
+}  // namespace
+
+Lookup<ObjectCompactLayoutInfo> compactLayouts(const Arguments& arguments, const Session& session) {
+  const auto service = std::make_shared<CompactLayoutDataService>(session.api(), arguments.cacheTimeout);
+  const auto start = [service](const std::vector<std::string>& names, auto completion) {
+    service->compactLayoutForApiName(
+        names, [completion = std::move(completion)](const auto& layouts, const auto&) {
+          completion(layouts ? std::optional(byObjectType(*layouts)) : std::nullopt);
+        });
+  };
+  return {"compact layout", start, textOf};
+}
+
+}  // namespace vellora::command

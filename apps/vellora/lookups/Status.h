@@ -1,0 +1,13 @@
+#pragma once
+
+#include "apps/vellora/command/Arguments.h"
+#include "apps/vellora/command/ExitCode.h"
+#include "apps/vellora/command/Session.h"
+
+namespace vellora::command {
+
+/// `vellora status`: constructs the façade, shows its states as they change where somebody looks, and tells
+/// how it ended and how old the caches are.
+[[nodiscard]] ExitCode showStatus(const Arguments& arguments, const Session& session);
+
+}  // namespace vellora::command

@@ -1,0 +1,131 @@
+#include "apps/vellora/command/Arguments.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace vellora::command {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::variant<Arguments, HelpText, Problem> parsed(std::vector<const char*> words) {
+  words.insert(words.begin(), "vellora");
+  return parseArguments(static_cast<int>(words.size()), words.data());
+}
+
+std::string problemOf(const std::vector<const char*>& words) {
+  const auto result = parsed(words);
+  const auto* problem = std::get_if<Problem>(&result);
+  if (problem == nullptr) return "no problem";
+  EXPECT_EQ(problem->exit, ExitCode::usage);
+  return problem->message;
+}
+
+class ArgumentsTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ::unsetenv("VELLORA_SERVER");
+    ::setenv("HOME", "/home/somebody", 1);
+    ::unsetenv("XDG_CACHE_HOME");
+  }
+};
+
+TEST_F(ArgumentsTest, ReadsOptionsBeforeAndAfterTheCommand) {
+  const auto result =
+      parsed({"--server", "http://h", "search-layouts", "Account", "Contact", "--json", "--cache", "c.sqlite",
+              "--cache-timeout", "5", "--wait", "2.5", "--log", "error", "--no-color"});
+  const auto& arguments = std::get<Arguments>(result);
+  EXPECT_EQ(arguments.command, Arguments::Command::searchLayouts);
+  EXPECT_THAT(arguments.keys, ElementsAre("Account", "Contact"));
+  EXPECT_EQ(arguments.server, "http://h");
+  EXPECT_EQ(arguments.cacheFile, "c.sqlite");
+  EXPECT_EQ(arguments.cacheTimeout, 5);
+  EXPECT_EQ(arguments.wait, 2.5);
+  EXPECT_TRUE(arguments.json);
+  EXPECT_FALSE(arguments.color);
+  EXPECT_EQ(arguments.logLevel, hostkit::SpdlogLogger::Level::error);
+}
+
+TEST_F(ArgumentsTest, HasDefaultsForEverythingButTheServer) {
+  const auto result = parsed({"--server", "http://h", "search-layouts", "Account"});
+  const auto& arguments = std::get<Arguments>(result);
+  EXPECT_EQ(arguments.tokenFile, std::nullopt);
+  EXPECT_EQ(arguments.theme, "light");
+  EXPECT_EQ(arguments.cacheTimeout, 3600);
+  EXPECT_EQ(arguments.wait, 70);
+  EXPECT_FALSE(arguments.json);
+  EXPECT_TRUE(arguments.color);
+  EXPECT_EQ(arguments.logLevel, hostkit::SpdlogLogger::Level::off);
+  EXPECT_THAT(arguments.cacheFile, testing::StartsWith("/home/somebody/.cache/vellora/http-h-"));
+}
+
+TEST_F(ArgumentsTest, TheExplorersPortIsFreeUnlessItIsNamed) {
+  const auto free = parsed({"--server", "http://h", "explore"});
+  EXPECT_EQ(std::get<Arguments>(free).command, Arguments::Command::explore);
+  EXPECT_EQ(std::get<Arguments>(free).port, 0);
+  EXPECT_EQ(std::get<Arguments>(parsed({"--server", "http://h", "explore", "--port", "8123"})).port, 8123);
+  EXPECT_THAT(problemOf({"--server", "http://h", "explore", "--port", "65536"}), HasSubstr("--port"));
+  EXPECT_THAT(problemOf({"--server", "http://h", "explore", "--port", "-1"}), HasSubstr("--port"));
+}
+
+TEST_F(ArgumentsTest, TakesTheServerFromTheEnvironmentUnlessToldOtherwise) {
+  ::setenv("VELLORA_SERVER", "http://from-environment", 1);
+  EXPECT_EQ(std::get<Arguments>(parsed({"search-layouts", "A"})).server, "http://from-environment");
+  EXPECT_EQ(std::get<Arguments>(parsed({"--server", "http://told", "search-layouts", "A"})).server,
+            "http://told");
+}
+
+TEST_F(ArgumentsTest, SaysWhatIsMissingAndWhatToDo) {
+  EXPECT_EQ(problemOf({"search-layouts", "A"}),
+            "no server: give --server URL or set VELLORA_SERVER; see vellora --help");
+  EXPECT_THAT(problemOf({"--server", "http://h"}), HasSubstr("see vellora --help"));
+  EXPECT_THAT(problemOf({"--server", "http://h", "search-layouts"}), HasSubstr("NAME is required"));
+}
+
+TEST_F(ArgumentsTest, RefusesUnknownOptionsAndCommands) {
+  EXPECT_THAT(problemOf({"--server", "http://h", "search-layouts", "A", "--colour"}), HasSubstr("--colour"));
+  EXPECT_THAT(problemOf({"--server", "http://h", "frobnicate", "A"}), HasSubstr("frobnicate"));
+  EXPECT_THAT(problemOf({"--server"}), HasSubstr("--server"));
+}
+
+TEST_F(ArgumentsTest, RefusesNumbersThatMakeNoSense) {
+  const std::string timeout = "--cache-timeout must be a number of seconds, 0 or more; see vellora --help";
+  EXPECT_EQ(problemOf({"--server", "http://h", "--cache-timeout", "-1", "search-layouts", "A"}), timeout);
+  EXPECT_EQ(problemOf({"--server", "http://h", "--cache-timeout", "nan", "search-layouts", "A"}), timeout);
+  EXPECT_THAT(problemOf({"--server", "http://h", "--cache-timeout", "soon", "search-layouts", "A"}),
+              HasSubstr("--cache-timeout"));
+  EXPECT_EQ(problemOf({"--server", "http://h", "--wait", "0", "search-layouts", "A"}),
+            "--wait must be a number of seconds above 0; see vellora --help");
+  EXPECT_THAT(problemOf({"--server", "http://h", "--log", "loud", "search-layouts", "A"}),
+              HasSubstr("--log"));
+}
+
+TEST_F(ArgumentsTest, ADashStandsForStandardInputWhichServesOneThingOnly) {
+  EXPECT_TRUE(std::get<Arguments>(parsed({"--server", "http://h", "search-layouts", "-"})).readsKeys());
+  EXPECT_FALSE(std::get<Arguments>(parsed({"--server", "http://h", "search-layouts", "A"})).readsKeys());
+  EXPECT_THAT(problemOf({"--server", "http://h", "--token-file", "-", "search-layouts", "-"}),
+              HasSubstr("cannot give both the token and the keys"));
+}
+
+TEST_F(ArgumentsTest, HelpAndVersionAreTextsForStandardOutput) {
+  const auto help = parsed({"--help"});
+  EXPECT_THAT(std::get<HelpText>(help).text, HasSubstr("search-layouts"));
+  EXPECT_THAT(std::get<HelpText>(help).text, HasSubstr("Exit codes: 0 every key answered"));
+  EXPECT_THAT(std::get<HelpText>(parsed({"search-layouts", "--help"})).text, HasSubstr("NAME"));
+  EXPECT_THAT(std::get<HelpText>(parsed({"cache", "purge", "--help"})).text, HasSubstr("--expired"));
+  EXPECT_THAT(std::get<HelpText>(parsed({"--version"})).text, testing::MatchesRegex("vellora [0-9.]+\n"));
+}
+
+TEST_F(ArgumentsTest, WithoutAFolderForTheCacheAFileMustBeNamed) {
+  ::unsetenv("HOME");
+  EXPECT_THAT(problemOf({"--server", "http://h", "search-layouts", "A"}), HasSubstr("give --cache FILE"));
+  EXPECT_EQ(problemOf({"--server", "http://h", "--cache", "c", "search-layouts", "A"}), "no problem");
+}
+
+}  // namespace
+}  // namespace vellora::command
