@@ -1,0 +1,232 @@
+#include <chrono>
+#include <thread>
+
+#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "tests/apps/vellora/CommandFixture.h"
+
+namespace vellora::command {
+namespace {
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+/// A cache file that earlier runs of the command filled, and no server any more.
+class CacheCommandTest : public CommandFixture {
+ protected:
+  void SetUp() override {
+    CommandFixture::SetUp();
+    ASSERT_EQ(run({"ids", "001000000000009"}).exitCode, 0);
+    ASSERT_EQ(run({"search-layouts", "Account"}).exitCode, 0);
+    server->stop();
+  }
+
+  ChildProcess::Ended cache(std::vector<std::string> arguments) const {
+    return cacheOf(cacheFile, std::move(arguments));
+  }
+
+  ChildProcess::Ended cacheOf(const std::string& file, std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), {"--cache", file, "cache"});
+    return ChildProcess::run(VELLORA, arguments, options);
+  }
+
+  const std::string archive = folder.file("seed.json");
+};
+
+TEST_F(CacheCommandTest, LsTellsSizeAgeAndStateOfEveryEntry) {
+  const auto ended = cache({"ls"});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  EXPECT_THAT(ended.out, StartsWith(cacheFile + "\n\nBLOB "));
+  EXPECT_THAT(ended.out, ContainsRegex("OPS_Layout_Account +[0-9]+ B +[0-9]+ s +fresh\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("ops.sobject.fetch.timestamp +8 B +[0-9]+ s +fresh\n"));
+  EXPECT_THAT(ended.out,
+              ContainsRegex("OPS_ThemesCacheTable/cacheEntryType=themes +[0-9.]+ kB +[0-9]+ s +fresh\n"));
+  EXPECT_THAT(ended.out,
+              ContainsRegex(
+                  "OPS_SObjectsCacheTable/cacheEntryType=sObject,name=Account +[0-9]+ B +[0-9]+ s +kept\n"));
+}
+
+TEST_F(CacheCommandTest, LsJudgesByTheTimeOutThatItIsGiven) {
+  const auto ended = cache({"--cache-timeout", "0", "ls"});
+  EXPECT_THAT(ended.out, ContainsRegex("OPS_Layout_Account +[0-9]+ B +[0-9]+ s +expired\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("cacheEntryType=keyPrefixes +[0-9.]+ k?B +[0-9]+ s +expired\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("cacheEntryType=sObject,name=Account .* kept\n"));
+  EXPECT_THAT(ended.out, Not(HasSubstr("fresh")));
+}
+
+TEST_F(CacheCommandTest, LsPrintsOneJsonDocument) {
+  const auto ended = cache({"--json", "ls"});
+  EXPECT_EQ(ended.exitCode, 0);
+  EXPECT_THAT(ended.out, StartsWith("{\"file\":\"" + cacheFile +
+                                    "\",\"blobs\":[{\"entry\":\"OPS_Layout_Account\",\"bytes\":"));
+  EXPECT_THAT(
+      ended.out,
+      HasSubstr(R"("tables":[{"key":"OPS_SObjectsCacheTable","rows":[{"entry":"OPS_SObjectsCacheTable/)"));
+}
+
+TEST_F(CacheCommandTest, TheDefaultCacheOfAServerNeedsNoFileName) {
+  const auto ended = ChildProcess::run(VELLORA, {"--server", "http://127.0.0.1:1", "cache", "ls"}, options);
+  EXPECT_EQ(ended.exitCode, 7);
+  EXPECT_THAT(ended.err, HasSubstr("does not exist"));
+}
+
+TEST_F(CacheCommandTest, ShowPrintsWhatEntriesHold) {
+  const auto ended = cache({"show", "OPS_SObjectsCacheTable/cacheEntryType=keyPrefix,keyPrefix=001",
+                            "ops.theme.fetch.timestamp", "OPS_Layout_Account"});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  EXPECT_THAT(ended.out, ContainsRegex("^\"Account\"\n20[0-9-]+T[0-9:]+Z\n\\{\"objectLayoutInfo\":"));
+  const auto json =
+      cache({"--json", "show", "OPS_SObjectsCacheTable/cacheEntryType=keyPrefix,keyPrefix=001"});
+  EXPECT_EQ(json.out, R"({"OPS_SObjectsCacheTable/cacheEntryType=keyPrefix,keyPrefix=001":"\"Account\""})"
+                      "\n");
+}
+
+TEST_F(CacheCommandTest, ShowNamesWhatIsNotThere) {
+  const auto ended = cache({"show", "nothing", ""});
+  EXPECT_EQ(ended.exitCode, 3);
+  EXPECT_EQ(ended.out, "");
+  EXPECT_EQ(ended.err, "vellora: not in the cache: nothing, \"\"; vellora cache ls names what is\n");
+}
+
+TEST_F(CacheCommandTest, VerifyTellsASoundFile) {
+  const auto ended = cache({"verify"});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  EXPECT_THAT(ended.out, ContainsRegex("^sound: [0-9]+ entries\n$"));
+  EXPECT_EQ(cache({"--json", "verify"}).out, "{\"sound\":true,\"findings\":[]}\n");
+}
+
+TEST_F(CacheCommandTest, VerifyTellsADamagedEntryWhichPurgeThenDeletes) {
+  std::string bytes = contentOf(cacheFile);
+  const auto place = bytes.find("\"downloadedTime\"");
+  ASSERT_NE(place, std::string::npos);
+  bytes[place + 1] ^= 1;
+  writeFile(cacheFile, bytes);
+
+  const auto ended = cache({"verify"});
+  EXPECT_EQ(ended.exitCode, 7);
+  EXPECT_EQ(ended.out, "blob \"OPS_Layout_Account\" does not fit its checksum\n");
+  EXPECT_THAT(ended.err, HasSubstr("damaged in places"));
+  EXPECT_THAT(cache({"ls"}).out, ContainsRegex("OPS_Layout_Account +- +- +damaged\n"));
+  EXPECT_EQ(cache({"show", "OPS_Layout_Account"}).exitCode, 3);
+  EXPECT_EQ(cache({"purge", "--expired"}).out, "deleted 1 entry\n");
+  EXPECT_EQ(cache({"verify"}).exitCode, 0);
+}
+
+TEST_F(CacheCommandTest, PurgeDeletesWhatItIsTold) {
+  EXPECT_EQ(cache({"purge", "--expired"}).out, "deleted 0 entries\n");
+  const auto some =
+      cache({"purge", "OPS_Layout_Account", "OPS_ThemesCacheTable/cacheEntryType=themes", "nothing"});
+  EXPECT_EQ(some.exitCode, 3);
+  EXPECT_EQ(some.out, "deleted 2 entries\n");
+  EXPECT_THAT(some.err, HasSubstr("not in the cache: nothing"));
+  EXPECT_THAT(cache({"ls"}).out,
+              AllOf(Not(HasSubstr("OPS_Layout_Account")), Not(HasSubstr("cacheEntryType=themes ")),
+                    HasSubstr("cacheEntryType=sObjects ")));
+  EXPECT_EQ(cache({"--cache-timeout", "0", "purge", "--expired"}).exitCode, 0);
+  EXPECT_THAT(cache({"ls"}).out,
+              AllOf(Not(HasSubstr("cacheEntryType=sObjects ")), HasSubstr("name=Account")));
+  EXPECT_EQ(cache({"purge", "--all"}).exitCode, 0);
+  EXPECT_EQ(cache({"ls"}).out, cacheFile + "\nThe cache is empty.\n");
+}
+
+TEST_F(CacheCommandTest, PurgeIsToldOneThing) {
+  for (const std::vector<std::string>& told :
+       {std::vector<std::string>{"purge"}, {"purge", "--all", "--expired"}, {"purge", "--all", "x"}}) {
+    const auto ended = cache(told);
+    EXPECT_EQ(ended.exitCode, 2);
+    EXPECT_THAT(ended.err, HasSubstr("say what to delete: entries, --expired or --all"));
+  }
+}
+
+TEST_F(CacheCommandTest, AnImportedCacheAnswersAtItsFirstStartWithoutAServer) {
+  ASSERT_EQ(cache({"export", archive}).exitCode, 0);
+  const std::string first = folder.file("first.sqlite");
+  ASSERT_EQ(cacheOf(first, {"import", archive}).exitCode, 0);
+  const auto answered = ChildProcess::run(
+      VELLORA, {"--server", server->url(), "--cache", first, "--json", "ids", "001000000000009"}, options);
+  EXPECT_EQ(answered.exitCode, 0) << answered.err;
+  EXPECT_EQ(answered.out, run({"--json", "ids", "001000000000009"}).out);
+}
+
+TEST_F(CacheCommandTest, ImportedFreshItIsAsIfFetchedNow) {
+  ASSERT_EQ(cache({"export", archive}).exitCode, 0);
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  const std::string kept = folder.file("kept.sqlite");
+  const std::string fresh = folder.file("fresh.sqlite");
+  ASSERT_EQ(cacheOf(kept, {"import", archive}).exitCode, 0);
+  ASSERT_EQ(cacheOf(fresh, {"import", "--fresh", archive}).exitCode, 0);
+  const auto stamp = [this](const std::string& file) {
+    return cacheOf(file, {"show", "ops.sobject.fetch.timestamp"}).out;
+  };
+  EXPECT_EQ(stamp(kept), stamp(cacheFile));
+  EXPECT_NE(stamp(fresh), stamp(cacheFile));
+}
+
+TEST_F(CacheCommandTest, ExportAndImportGoThroughPipes) {
+  const auto exported = cache({"export"});
+  EXPECT_THAT(exported.out, StartsWith(R"({"format":"vellora-cache","version":1,)"));
+  options.input = exported.out;
+  EXPECT_EQ(cacheOf(folder.file("other.sqlite"), {"import", "-"}).exitCode, 0);
+  EXPECT_THAT(cacheOf(folder.file("other.sqlite"), {"ls"}).out, HasSubstr("OPS_Layout_Account"));
+}
+
+TEST_F(CacheCommandTest, NothingIsWrittenOverUnasked) {
+  writeFile(archive, "mine");
+  const auto exported = cache({"export", archive});
+  EXPECT_EQ(exported.exitCode, 2);
+  EXPECT_EQ(exported.err, "vellora: " + archive + " exists already; write over it with --replace\n");
+  EXPECT_EQ(contentOf(archive), "mine");
+  EXPECT_EQ(cache({"export", "--replace", archive}).exitCode, 0);
+
+  const auto imported = cache({"import", archive});
+  EXPECT_EQ(imported.exitCode, 2);
+  EXPECT_EQ(imported.err,
+            "vellora: " + cacheFile +
+                " holds OPS_SObjectsCacheTable already, and nothing was changed; write over it with "
+                "--replace\n");
+  EXPECT_EQ(cache({"import", "--replace", archive}).exitCode, 0);
+}
+
+TEST_F(CacheCommandTest, WhatIsNoArchiveIsRefusedAndNoCacheIsMade) {
+  const std::string other = folder.file("other.sqlite");
+  writeFile(archive, "{}");
+  const auto ended = cacheOf(other, {"import", archive});
+  EXPECT_EQ(ended.exitCode, 2);
+  EXPECT_EQ(ended.err, "vellora: " + archive +
+                           ": This is not an archive of a cache. Choose a file that was written as one.\n");
+  for (const auto& file : {folder.file("absent"), folder.path().string()}) {
+    EXPECT_EQ(cacheOf(other, {"import", file}).err, "vellora: cannot read " + file + "\n");
+  }
+  EXPECT_FALSE(std::filesystem::exists(other));
+}
+
+TEST_F(CacheCommandTest, AFileThatCannotBeWrittenIsTold) {
+  const auto ended = cache({"export", folder.file("absent/seed.json")});
+  EXPECT_EQ(ended.exitCode, 1);
+  EXPECT_EQ(ended.err,
+            "vellora: cannot write " + folder.file("absent/seed.json") + ": No such file or directory\n");
+}
+
+TEST_F(CacheCommandTest, AFileInUseIsRead) {
+  const auto inUse = hostkit::SQLiteCache::open(cacheFile).value();
+  inUse->save(Data(std::string("1")), "OPS_Layout_New");
+  EXPECT_THAT(cache({"ls"}).out, HasSubstr("OPS_Layout_New"));
+  EXPECT_EQ(cache({"verify"}).exitCode, 0);
+  EXPECT_EQ(cache({"purge", "OPS_Layout_New"}).exitCode, 0);
+  EXPECT_EQ(inUse->load("OPS_Layout_New"), std::nullopt);
+}
+
+TEST_F(CacheCommandTest, AFileThatIsNoCacheIsExitCodeSeven) {
+  writeFile(archive, std::string(5000, 'x'));
+  const auto ended = cacheOf(archive, {"ls"});
+  EXPECT_EQ(ended.exitCode, 7);
+  EXPECT_THAT(ended.err, HasSubstr("is not a cache of this library"));
+  EXPECT_EQ(ChildProcess::run(VELLORA, {"cache", "ls"}, options).err,
+            "vellora: no cache file: give --cache FILE, or the --server URL whose default cache it is; see "
+            "vellora --help\n");
+}
+
+}  // namespace
+}  // namespace vellora::command

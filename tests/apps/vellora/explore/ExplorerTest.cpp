@@ -1,0 +1,176 @@
+#include "apps/vellora/explore/Explorer.h"
+
+#include <algorithm>
+
+#include "tests/apps/vellora/explore/ExplorerFixture.h"
+
+namespace vellora::explore {
+namespace {
+
+class ExplorerTest : public ExplorerFixture {
+ protected:
+  [[nodiscard]] std::vector<std::string> linesFrom(const std::string& source) const {
+    std::vector<std::string> lines;
+    for (const auto& entry : explorer->state(0).entries)
+      if (entry.source == source) lines.push_back(entry.what + " " + entry.outcome);
+    return lines;
+  }
+
+  static bool contains(const std::vector<std::string>& lines, const std::string& line) {
+    return std::count(lines.begin(), lines.end(), line) > 0;
+  }
+};
+
+TEST_F(ExplorerTest, PrefetchesAtItsStartAndShowsTheWayThere) {
+  waitForPrefetch();
+  const auto state = explorer->state(0);
+  EXPECT_EQ(state.prefetch, "loaded");
+  EXPECT_TRUE(state.ready);
+  EXPECT_TRUE(state.themes.fresh);
+  EXPECT_TRUE(state.sObjects.fresh);
+  EXPECT_EQ(state.error, std::nullopt);
+  EXPECT_EQ(linesFrom("prefetch").back(), "prefetch loaded");
+}
+
+TEST_F(ExplorerTest, ListsTheTypesAsTheCacheHoldsThem) {
+  waitForPrefetch();
+  const auto types = explorer->types();
+  ASSERT_EQ(types.size(), 2U);
+  EXPECT_EQ(types.front().keyPrefix, "001");
+  EXPECT_EQ(types.back().label, "</script><b>");
+}
+
+TEST_F(ExplorerTest, GivesIdsToThoseIconsOnlyThatTheServerItselfHas) {
+  const auto answer = presentations({"Account", "Note", "Unknown"});
+  EXPECT_EQ(answer.source, "cache");
+  ASSERT_EQ(answer.presentations.size(), 2U);
+  const auto& account = answer.presentations.at("Account");
+  EXPECT_EQ(account.info.color, "2F6FDE");
+  EXPECT_EQ(account.info.largeIconUrl, "javascript:alert(1)");
+  EXPECT_EQ(account.svgIcon, "icon-key-0");
+  EXPECT_FALSE(account.smallIcon);
+  EXPECT_FALSE(account.largeIcon);
+}
+
+TEST_F(ExplorerTest, SaysWhereALayoutCameFrom) {
+  EXPECT_EQ(searchLayout("Account").source, "network");
+  EXPECT_EQ(searchLayout("Account").source, "cache");
+  EXPECT_EQ(compactLayout("Account").source, "network");
+  const auto again = compactLayout("Account");
+  EXPECT_EQ(again.source, "cache");
+  EXPECT_EQ(again.layout->layoutFields.front()->label, "Name");
+  EXPECT_FALSE(again.failure);
+}
+
+TEST_F(ExplorerTest, ShowsTheLayoutOfTheTypeThatWasAskedForAmongOthers) {
+  using testkit::StubNetwork;
+  network->answer("/services/data/v50.0/search/layout?q=Account", StubNetwork::body(R"json([
+      {"objectType":"Note","searchColumns":[]}, {"objectType":"Account","searchColumns":[]}])json"));
+  network->answer("/services/data/v53.0/compactLayouts?q=Note", StubNetwork::body(R"json({
+      "Account":{"objectType":"Account","layoutFields":[]}, "Note":{"objectType":"Note","layoutFields":[]}})json"));
+  EXPECT_EQ(searchLayout("Account").layout.value().objectType, "Account");
+  EXPECT_EQ(compactLayout("Note").layout.value().objectType, "Note");
+}
+
+TEST_F(ExplorerTest, ShowsNoLayoutWhereTheServerSentThatOfAnotherTypeOnly) {
+  network->answer("/services/data/v50.0/search/layout?q=Note",
+                  testkit::StubNetwork::body(scriptedSearchLayouts));
+  EXPECT_FALSE(searchLayout("Note").layout);
+}
+
+TEST_F(ExplorerTest, TellsALayoutThatTheServerLacksFromOneThatItDidNotSend) {
+  const auto lacking = searchLayout("Note");
+  EXPECT_EQ(lacking.source, "network");
+  EXPECT_FALSE(lacking.layout);
+  EXPECT_FALSE(lacking.failure);
+  explorer->setServerReachable(false);
+  const auto unsent = searchLayout("Note");
+  EXPECT_EQ(unsent.source, "nowhere");
+  EXPECT_FALSE(unsent.layout);
+  EXPECT_EQ(unsent.failure, "the server has been taken away");
+}
+
+TEST_F(ExplorerTest, SaysWhyAnAnswerCannotBeUsed) {
+  network->answer("/services/data/v50.0/search/layout?q=Account", testkit::StubNetwork::body("<html>"));
+  const auto answer = searchLayout("Account");
+  EXPECT_EQ(answer.source, "network");
+  EXPECT_EQ(answer.failure, "The operation could not be completed. (SObjectsDataServiceError.decoding)");
+}
+
+TEST_F(ExplorerTest, AnswersFromTheCacheWithoutTheServerAndSendsNothing) {
+  waitForPrefetch();
+  static_cast<void>(searchLayout("Account"));
+  const auto sent = network->count();
+  explorer->setServerReachable(false);
+  EXPECT_FALSE(explorer->state(0).reachable);
+  explorer->startAgain();
+  EXPECT_EQ(presentations({"Account"}).presentations.size(), 1U);
+  EXPECT_EQ(explorer->state(0).prefetch, "loaded");
+  EXPECT_EQ(searchLayout("Account").source, "cache");
+  EXPECT_FALSE(compactLayout("Account").layout);
+  EXPECT_EQ(network->count(), sent);
+  EXPECT_TRUE(contains(linesFrom("network"),
+                       "GET /services/data/v53.0/compactLayouts?q=Account failed: the "
+                       "server has been taken away"));
+  explorer->setServerReachable(true);
+  EXPECT_TRUE(compactLayout("Account").layout);
+}
+
+TEST_F(ExplorerTest, NotesEachReadAndWriteOfTheCache) {
+  static_cast<void>(searchLayout("Account"));
+  static_cast<void>(searchLayout("Account"));
+  const auto lines = linesFrom("cache");
+  EXPECT_TRUE(contains(lines, "OPS_Layout_Account miss"));
+  EXPECT_TRUE(contains(lines, "OPS_Layout_Account saved"));
+  EXPECT_TRUE(contains(lines, "OPS_Layout_Account hit"));
+  EXPECT_TRUE(contains(linesFrom("network"), "GET /services/data/v50.0/search/layout?q=Account answered"));
+}
+
+TEST_F(ExplorerTest, NamesTheTableRowsThatLookupsRead) {
+  waitForPrefetch();
+  waitForPrefetch();
+  EXPECT_TRUE(
+      contains(linesFrom("cache"), "OPS_SObjectsCacheTable: cacheEntryType=sObject, name=Account hit"));
+}
+
+TEST_F(ExplorerTest, LooksAtItsOwnStateWithoutATrace) {
+  waitForPrefetch();
+  const auto before = explorer->state(0).entries.size();
+  static_cast<void>(explorer->types());
+  EXPECT_EQ(explorer->state(0).entries.size(), before);
+}
+
+TEST_F(ExplorerTest, KeepsIconsThatItFetchedForTheTimeWithoutTheServer) {
+  const auto id = presentations({"Account"}).presentations.at("Account").svgIcon.value();
+  const auto iconNow = [&] {
+    return answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(id, completion); });
+  };
+  explorer->setServerReachable(false);
+  EXPECT_FALSE(iconNow());
+  explorer->setServerReachable(true);
+  EXPECT_EQ(iconNow()->contentType, "image/svg+xml");
+  explorer->setServerReachable(false);
+  EXPECT_TRUE(iconNow());
+  EXPECT_EQ(network->count("/icons/a.svg"), 1U);
+}
+
+TEST_F(ExplorerTest, ShowsNoIconThatIsNoImage) {
+  using testkit::StubNetwork;
+  const auto id = presentations({"Account"}).presentations.at("Account").svgIcon.value();
+  const auto isShown = [&](const StubNetwork::Answer& answer) {
+    network->answer("/icons/a.svg", answer);
+    return answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(id, completion); })
+        .has_value();
+  };
+  EXPECT_FALSE(isShown(StubNetwork::body("<html><script>alert(1)</script></html>")));
+  EXPECT_FALSE(isShown(StubNetwork::body("<svg>" + std::string(IconStore::mostBytes, ' ') + "</svg>")));
+  EXPECT_FALSE(isShown(StubNetwork::body("<svg/>").with(URLResponse{"", 404, {}})));
+  EXPECT_FALSE(isShown(StubNetwork::nothing()));
+  EXPECT_TRUE(isShown(StubNetwork::body("<svg/>")));
+  const auto none =
+      answerOf<std::optional<Image>>([&](auto completion) { explorer->icon("icon-key-9", completion); });
+  EXPECT_FALSE(none);
+}
+
+}  // namespace
+}  // namespace vellora::explore
