@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
-"""Fails when an include runs against the layers.
+"""Fails when an include runs against the layers, or against the rooms of one of them.
 
 usage: check_layers.py ROOT
 
-Every folder names the folders that it may include besides itself. A header of ours that is included by another
-name than its path from the root is an error too: it would slip through.
+Every layer names the layers that it may include besides itself. A layer that has rooms says which of its rooms each
+may include besides itself; from other layers all of them may be included. A header of ours that is included by
+another name than its path from the root is an error too: it would slip through. So is a folder of tests that mirrors
+no folder of sources.
 """
 
 import pathlib
@@ -36,6 +38,38 @@ MAY_INCLUDE = {
     "fuzz": LIBRARY | {"hostkit", "testkit", "apps/records-server", "tests/support"},
 }
 
+# The rooms of a layer, as paths within it; "" is what stands in the layer's own folder.
+CACHE_ROWS, CACHE_MEMORY, CACHE_SQLITE = "cache/rows", "cache/memory", "cache/sqlite"
+ROOMS = {
+    PLATFORM: {
+        "Values": set(),
+        "Text": {"Values"},
+        "Json": {"Values", "Text"},
+        "Queues": {"Values"},
+        "Publishers": {"Values", "Queues"},
+        "Web": {"Values"},
+    },
+    "hostkit": {
+        "network": set(),
+        CACHE_ROWS: set(),
+        CACHE_MEMORY: {CACHE_ROWS},
+        CACHE_SQLITE: {CACHE_ROWS},
+        "cache": {CACHE_ROWS, CACHE_MEMORY, CACHE_SQLITE},
+        "log": set(),
+        "": {"network", CACHE_MEMORY, CACHE_SQLITE, "log"},
+    },
+    "apps/vellora": {
+        "command": set(),
+        "lookups": {"command"},
+        "cache": {"command"},
+        "explore": {"command", "lookups"},
+        "": {"command", "lookups", "cache", "explore"},
+    },
+}
+
+# What of tests/ has no folder of sources to mirror.
+TESTS_OF_THE_WHOLE = {"architecture", "faults", "integration", "memory", "simulation", "stress", "support"}
+
 # Third-party headers stay out of ours, so that none of them reaches who includes us.
 THIRD_PARTY = re.compile(r"^(boost/|simdjson|rapidjson/|curl/|sqlite3|spdlog/|CLI/|zlib)")
 
@@ -55,6 +89,30 @@ def layer_of(path):
     return next((layer for layer in MAY_INCLUDE if path.startswith(layer + "/")), None)
 
 
+def room_of(layer, path):
+    """The room of a layer with rooms that a path lies in: the deepest one; none for a path in no room."""
+    folder = path[len(layer) + 1:].rpartition("/")[0]
+    within = [room for room in ROOMS[layer] if room and (folder + "/").startswith(room + "/")]
+    return max(within, key=len, default="" if not folder and "" in ROOMS[layer] else None)
+
+
+def against_the_rooms(layer, path, included):
+    """What is wrong with an include between two files of one layer; none when it runs with the rooms."""
+    if layer not in ROOMS:
+        return None
+    room, target = room_of(layer, path), room_of(layer, included)
+    if room is None or target == room or target in ROOMS[layer][room]:
+        return None
+    return "which is in no room" if target is None else f"but {layer}/{room} must not include {layer}/{target}"
+
+
+def unmirrored_tests(root):
+    """The folders of tests, written in C++, whose sources' folder is not there."""
+    for folder in sorted({test.parent.relative_to(root / "tests") for test in root.glob("tests/**/*Test.cpp")}):
+        if folder.parts[0] not in TESTS_OF_THE_WHOLE and not (root / folder).is_dir():
+            yield f"tests/{folder}: mirrors no folder {folder}"
+
+
 def public_headers(root):
     """The headers that a CMake list names as installed."""
     for lists in root.glob("**/CMakeLists.txt"):
@@ -72,12 +130,15 @@ def unmarked(text):
 
 
 def problems(root):
+    yield from unmirrored_tests(root)
     installed = set(public_headers(root))
     for source in sorted(root.glob("**/*")):
         path = str(source.relative_to(root))
         layer = layer_of(path)
         if layer is None or source.suffix not in {".h", ".cpp"}:
             continue
+        if layer in ROOMS and room_of(layer, path) is None:
+            yield f"{path}: {layer} has no room for it"
         text = source.read_text()
         if path in installed:
             for name in unmarked(text):
@@ -88,6 +149,8 @@ def problems(root):
                 yield f'{path}: includes "{included}", which is no path from the root of one of the layers'
             elif target is not None and target != layer and target not in MAY_INCLUDE[layer]:
                 yield f"{path}: includes {included}, but {layer} must not include {target}"
+            elif target == layer and (wrong := against_the_rooms(layer, path, included)):
+                yield f"{path}: includes {included}, {wrong}"
             elif target is not None and path in installed and included not in installed:
                 yield f"{path}: is installed, but includes the internal {included}"
             elif path in installed and THIRD_PARTY.match(included):
@@ -99,7 +162,7 @@ def main():
     if not (root / PLATFORM).is_dir():
         sys.exit(f"{root} has no {PLATFORM}: nothing to check")
     found = list(problems(root))
-    print("\n".join(found) if found else "every include runs with the layers")
+    print("\n".join(found) if found else "every include runs with the layers and their rooms")
     return 1 if found else 0
 
 

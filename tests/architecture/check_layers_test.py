@@ -43,6 +43,49 @@ class CheckLayersTest(unittest.TestCase):
         self.write("vellora/Host/B.cpp", '#include "vellora/Models/A.h"\n')
         self.assertEqual(len(self.problems()), 2)
 
+    def test_an_include_along_the_rooms_is_fine(self):
+        self.write("vellora/Platform/Json/A.h", '#include "vellora/Platform/Text/Utf8.h"\n#include "vellora/Platform/Json/B.h"\n')
+        self.write("vellora/Platform/Publishers/A.h", '#include "vellora/Platform/Publishers/detail/B.h"\n')
+        self.write("hostkit/cache/sqlite/A.cpp", '#include "hostkit/cache/rows/B.h"\n')
+        self.write("hostkit/A.cpp", '#include "hostkit/network/B.h"\n')
+        self.assertEqual(self.problems(), [])
+
+    def test_an_include_against_the_rooms_is_found(self):
+        self.write("vellora/Platform/Publishers/detail/A.h", '#include "vellora/Platform/Json/B.h"\n')
+        self.write("hostkit/cache/rows/C.cpp", '#include "hostkit/cache/sqlite/D.h"\n')
+        self.assertEqual(
+            self.problems(),
+            [
+                "hostkit/cache/rows/C.cpp: includes hostkit/cache/sqlite/D.h, but hostkit/cache/rows must not include "
+                "hostkit/cache/sqlite",
+                "vellora/Platform/Publishers/detail/A.h: includes vellora/Platform/Json/B.h, but "
+                "vellora/Platform/Publishers must not include vellora/Platform/Json",
+            ],
+        )
+
+    def test_a_file_in_no_room_is_found(self):
+        self.write("vellora/Platform/A.h", '#include "vellora/Platform/Values/B.h"\n')
+        self.write("vellora/Platform/Odds/B.h", "#pragma once\n")
+        self.write("vellora/Platform/Values/C.h", '#include "vellora/Platform/Odds/B.h"\n')
+        self.assertEqual(
+            self.problems(),
+            [
+                "vellora/Platform/A.h: vellora/Platform has no room for it",
+                "vellora/Platform/Odds/B.h: vellora/Platform has no room for it",
+                "vellora/Platform/Values/C.h: includes vellora/Platform/Odds/B.h, which is in no room",
+            ],
+        )
+
+    def test_a_header_from_any_room_may_be_included_by_other_layers(self):
+        self.write("vellora/Host/A.h", "#include <vellora/Platform/Web/URL.h>\n")
+        self.assertEqual(self.problems(), [])
+
+    def test_tests_of_a_folder_that_is_not_there_are_found(self):
+        self.write("vellora/Host/A.h", "#pragma once\n")
+        for folder in ("vellora/Host", "vellora/Gone", "integration"):
+            self.write(f"tests/{folder}/ATest.cpp", "\n")
+        self.assertEqual(self.problems(), ["tests/vellora/Gone: mirrors no folder vellora/Gone"])
+
     def test_a_relative_include_is_found(self):
         self.write("vellora/Models/A.cpp", '#include "A.h"\n')
         self.assertIn("no path from the root", self.problems()[0])
