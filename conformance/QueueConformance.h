@@ -27,8 +27,9 @@ class VELLORA_EXPORT QueueHost {
   /// False for a queue that needs `run`, and so drops its work with its last handle.
   [[nodiscard]] virtual bool runsByItself() const { return true; }
 
-  /// How long work may keep the tests waiting before it counts as never run.
-  [[nodiscard]] virtual std::chrono::milliseconds patience() const { return std::chrono::seconds(10); }
+  /// How long work may keep the tests waiting before it counts as never run. Only a queue that loses work
+  /// takes so long, so this is no measure of speed.
+  [[nodiscard]] virtual std::chrono::milliseconds patience() const { return std::chrono::seconds(60); }
 
  protected:
   QueueHost() = default;

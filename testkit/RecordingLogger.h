@@ -43,7 +43,7 @@ class VELLORA_EXPORT RecordingLogger final : public CorvaneSDK::Logger {
   /// Waits until `part` stands within some line; false when it still does not after `limit`. For lines that
   /// another thread logs.
   [[nodiscard]] bool waitFor(std::string_view part,
-                             std::chrono::milliseconds limit = std::chrono::seconds(10)) const;
+                             std::chrono::milliseconds limit = std::chrono::seconds(60)) const;
 
   /// Forgets the lines so far.
   void clear();

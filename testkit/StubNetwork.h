@@ -134,7 +134,7 @@ class VELLORA_EXPORT StubNetwork final : public CorvaneSDK::Network {
   /// Waits until `count` requests came in all; false when they have not after `limit`. For requests that
   /// another thread sends. A request whose answer is held can be released once this has returned true.
   [[nodiscard]] bool waitForRequests(std::size_t count,
-                                     std::chrono::milliseconds limit = std::chrono::seconds(10)) const;
+                                     std::chrono::milliseconds limit = std::chrono::seconds(60)) const;
 
  private:
   struct Rule;

@@ -24,7 +24,7 @@ class Answer {
                            [state = state_](std::optional<Error> error) { state->end(std::move(error)); })) {}
 
   /// Waits for the end; false when it has not come after `limit`.
-  [[nodiscard]] bool wait(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
+  [[nodiscard]] bool wait(std::chrono::milliseconds limit = std::chrono::seconds(60)) const {
     std::unique_lock lock(state_->mutex);
     return state_->changed.wait_for(lock, limit, [&] { return state_->ended; });
   }

@@ -66,7 +66,7 @@ class ScriptedServer {
 
   /// Waits until `count` requests came in all; false when they have not after `limit`.
   [[nodiscard]] bool waitForRequests(std::size_t count,
-                                     std::chrono::milliseconds limit = std::chrono::seconds(20)) const;
+                                     std::chrono::milliseconds limit = std::chrono::seconds(60)) const;
 
  private:
   void serve();
