@@ -11,9 +11,9 @@
 #include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/ForwardingCache.h"
 #include "testkit/ForwardingCacheTable.h"
+#include "testkit/SilentLogger.h"
 #include "tests/simulation/SimulatedServer.h"
 #include "tests/support/AllocationCounter.h"
-#include "vellora/Host/Logger.h"
 #include "vellora/Host/Network.h"
 
 namespace vellora::tests {
@@ -102,15 +102,10 @@ class MemoryHost {
     }
   };
 
-  class SilentLogger final : public CorvaneSDK::Logger {
-   public:
-    void log(std::string_view, CorvaneSDK::LogLevel) override {}
-  };
-
   const std::shared_ptr<HeldNetwork> network_ = std::make_shared<HeldNetwork>();
   const std::shared_ptr<CorvaneSDK::PlatformAPI> api_ = std::make_shared<hostkit::StandardPlatformAPI>(
       network_, std::make_shared<Cache>(std::make_shared<hostkit::MemoryCache>()),
-      std::make_shared<SilentLogger>());
+      std::make_shared<testkit::SilentLogger>());
 };
 
 }  // namespace vellora::tests
