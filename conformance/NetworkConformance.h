@@ -14,6 +14,11 @@ namespace vellora::conformance {
 
 /// What you tell the suite of your network. Each test makes one of these, and brings its own server: plain
 /// HTTP on a port of the loopback interface.
+///
+/// Ownership: the suite owns the host of a test, and shares the networks that it connects. It lets go of a
+/// network within a test, with a request under way.
+///
+/// Threads: used on the thread of the tests; the networks themselves are called from several.
 class VELLORA_EXPORT NetworkHost {
  public:
   virtual ~NetworkHost() = default;
@@ -37,7 +42,9 @@ class VELLORA_EXPORT NetworkHost {
 [[nodiscard]] VELLORA_EXPORT std::span<const Guarantee<NetworkHost>> networkGuarantees();
 
 /// Adds to the program's tests one for each of these guarantees, called `suite.Guarantee`. Call it before
-/// RUN_ALL_TESTS. How your network authenticates a request is left to you.
+/// RUN_ALL_TESTS; `make` is called once in each test.
+///
+/// How your network authenticates a request is left to you.
 VELLORA_EXPORT void registerNetworkConformance(const std::string& suite,
                                                const std::function<std::unique_ptr<NetworkHost>()>& make);
 

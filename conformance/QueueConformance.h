@@ -13,6 +13,11 @@
 namespace vellora::conformance {
 
 /// What you tell the suite of the serial queue that you hand to the library. Each test makes one of these.
+///
+/// Ownership: the suite owns the host of a test, and shares the queues that it makes. In one test it lets go
+/// of a queue whose work has not run.
+///
+/// Threads: used on the thread of the tests; the queues themselves are called from several.
 class VELLORA_EXPORT QueueHost {
  public:
   virtual ~QueueHost() = default;
@@ -41,7 +46,7 @@ class VELLORA_EXPORT QueueHost {
 [[nodiscard]] VELLORA_EXPORT std::span<const Guarantee<QueueHost>> queueGuarantees();
 
 /// Adds to the program's tests one for each of these guarantees, called `suite.Guarantee`. Call it before
-/// RUN_ALL_TESTS.
+/// RUN_ALL_TESTS; `make` is called once in each test.
 VELLORA_EXPORT void registerQueueConformance(const std::string& suite,
                                              const std::function<std::unique_ptr<QueueHost>()>& make);
 

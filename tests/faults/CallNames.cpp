@@ -45,12 +45,12 @@ constexpr Renaming renamings[] = {
     {.begin = "OPS_SObjectsCacheTable", .name = "type table"},
 };
 
-std::string nameOf(std::string_view subject) {
+std::string nameOf(std::string_view target) {
   for (const auto& [begin, name, keepsRest] : renamings) {
-    if (!subject.starts_with(begin)) continue;
-    return std::string(name).append(keepsRest ? subject.substr(begin.size()) : "");
+    if (!target.starts_with(begin)) continue;
+    return std::string(name).append(keepsRest ? target.substr(begin.size()) : "");
   }
-  return std::string(subject);
+  return std::string(target);
 }
 
 std::string_view verbOf(Operation operation) {
@@ -82,7 +82,7 @@ std::string_view verbOf(Operation operation) {
 
 std::string nameOf(const HostCall& call) {
   if (call.operation == Operation::log) return "log";
-  return std::string(verbOf(call.operation)).append(nameOf(call.subject));
+  return std::string(verbOf(call.operation)).append(nameOf(call.target()));
 }
 
 std::vector<std::string> namesOf(const std::vector<HostCall>& calls) {

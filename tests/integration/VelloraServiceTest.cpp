@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <functional>
@@ -17,6 +18,7 @@
 
 #include "apps/records-server/RecordsServer.h"
 #include "hostkit/StandardPlatformAPI.h"
+#include "tests/support/Awaited.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
@@ -83,13 +85,7 @@ class VelloraServiceIntegrationTest : public testing::Test {
     return answer->get_future();
   }
 
-  /// Ends the program when no answer comes, since a handler may then still be on its way.
-  static Infos awaited(std::future<Infos> answer) {
-    if (answer.wait_for(patience) != std::future_status::ready) std::abort();
-    return answer.get();
-  }
-
-  Infos lookUp(const std::vector<std::string>& ids) { return awaited(ask(ids)); }
+  Infos lookUp(const std::vector<std::string>& ids) { return tests::awaited(ask(ids)); }
 
   /// Keeps the loads of façades from starting, until it is given a value or destroyed.
   [[nodiscard]] std::promise<void> holdLoads() {
@@ -145,7 +141,7 @@ TEST_F(VelloraServiceIntegrationTest, WhenEverythingHasExpiredAndTheServerIsGone
   // end of one may count as that of the other.
   auto answer = ask({"001000000000009"});
   loads.set_value();
-  EXPECT_EQ(awaited(std::move(answer)), first);
+  EXPECT_EQ(tests::awaited(std::move(answer)), first);
   EXPECT_EQ(service->primerState().stateCase(), State::Case::failed);
 }
 

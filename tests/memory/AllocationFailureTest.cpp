@@ -15,9 +15,9 @@
 #include "vellora/Platform/Json/Json.h"
 #include "vellora/Services/VelloraService.h"
 
-// Every operation of the façade is carried out again and again, each time with another of its allocations
-// failing: the first, the second, until none is left to fail. Once for that one alone, once for that and all
-// after it.
+// Every operation of the façade is carried out again and again. The first time its first allocation fails,
+// then its second, until there is none of that number. All of it is done twice: with that one allocation
+// failing alone, and with all that follow it failing too.
 
 namespace vellora {
 namespace {
@@ -40,7 +40,7 @@ struct Answers {
   }
 };
 
-/// One façade on a host of its own, stepped by hand.
+/// One façade on a host of its own. Queues and network are stepped by hand.
 class SteppedFacade {
  public:
   void construct() { service = std::make_unique<VelloraService>(host.api(), timeout, "light", hostQueue); }
@@ -159,11 +159,11 @@ std::size_t step() {
   return static_cast<std::size_t>(tests::longForm("VELLORA_TEST_EVERY_ALLOCATION").value_or(3));
 }
 
-/// Fails each allocation of `run` in turn, which tells whether there was one of that number, and looks what
-/// is left of it on the heap.
+/// Fails each allocation of `run` in turn, and compares the heap before and behind each run. `run` tells
+/// whether there was an allocation of that number.
 template <class Run>
 void failEachOf(Run run) {
-  // A process's first run leaves what it keeps: constants that are made when they are first used.
+  // The first run makes constants that the process keeps.
   run(1'000'000, Extent::one);
   const auto liveBlocks = [] {
     json::releaseParser();  // a thread may keep one, or not

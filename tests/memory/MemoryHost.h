@@ -18,8 +18,8 @@
 
 namespace vellora::tests {
 
-/// A host whose own allocations never fail, so that those that do are the library's. Its network holds every
-/// request until it is told to answer.
+/// A host whose own allocations never fail, so that every allocation that fails is the library's. Its network
+/// holds each request until it is told to answer.
 class MemoryHost {
  public:
   class HeldNetwork final : public CorvaneSDK::Network {

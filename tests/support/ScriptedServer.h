@@ -21,6 +21,7 @@ namespace vellora::tests {
 /// replies. Without a reply left, `replyAlways`'s is given; without that the request hangs.
 ///
 /// Ownership: owns its thread and its sockets; its destructor closes every connection.
+///
 /// Threads: safe to use from several threads at once.
 class ScriptedServer {
  public:

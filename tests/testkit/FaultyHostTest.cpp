@@ -72,10 +72,10 @@ TEST_F(FaultyHostTest, CountsTheCallsOfAllFacilitiesInOneOrder) {
 
   std::vector<std::string> calls;
   for (const auto& call : host.calls()) calls.push_back(call.description());
-  EXPECT_THAT(calls, ElementsAre("create table Themes", "GET /services/data/v50.0/theme", "save key",
-                                 "table upsert Themes kind=list", "table fetch Themes kind=list",
-                                 "table load Themes kind=list", "table purge Themes kind=list", "load key",
-                                 "remove key", "open table Themes", "log a line"));
+  EXPECT_THAT(calls, ElementsAre("createTable Themes", "GET /services/data/v50.0/theme", "save key",
+                                 "tableUpsert Themes kind=list", "tableFetch Themes kind=list",
+                                 "tableLoad Themes kind=list", "tablePurge Themes kind=list", "load key",
+                                 "remove key", "openTable Themes", "log a line"));
   EXPECT_TRUE(logger->contains("a line"));
   host.clearCalls();
   EXPECT_THAT(host.calls(), IsEmpty());
