@@ -15,19 +15,16 @@
 # pattern, such as "--benchmark_*". `wrong_use MESSAGE` ends the script with 2 for what the script itself finds wrong.
 # A script in Python shows its docstring by argparse instead, as scripts/coverage does.
 
+script_file=$(realpath "$0")
 # The script's name as a person types it at the root.
-script_name() {
-  local path
-  path=$(realpath "$0")
-  echo "scripts/${path##*/scripts/}"
-}
+script_name=scripts/${script_file##*/scripts/}
 
 wrong_use() {
-  echo "$(script_name): $1; see $(script_name) --help" >&2
+  echo "$script_name: $1; see $script_name --help" >&2
   exit 2
 }
 
-print_help() { sed -n '1d; /^#/!q; s/^# \{0,1\}//; p' "$0"; }
+print_help() { sed -n '1d; /^#/!q; s/^# \{0,1\}//; p' "$script_file"; }
 
 takes() {
   local most=$1 options argument option count=0
