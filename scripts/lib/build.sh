@@ -1,14 +1,7 @@
-# For the scripts that build and source this file. They call its functions at the root of the tree.
-
-# configure PRESET: also makes build/compile_commands.json lead to what the preset compiles, since that is where clangd looks.
-configure() {
-  cmake --preset "$1" >/dev/null
-  ln -sfn "$1/compile_commands.json" build/compile_commands.json
-}
-
-# build PRESET TARGET…: installs what building needs, configures, and builds the targets. What it says goes to standard error.
+# build PRESET TARGET…: installs what building needs, configures under the preset, and builds the targets, for the scripts
+# that source this file. What it says goes to standard error. It is called at the root of the tree.
 build() {
   scripts/setup build
-  configure "$1"
+  cmake --preset "$1" >/dev/null
   cmake --build --preset "$1" --target "${@:2}" >&2
 }
