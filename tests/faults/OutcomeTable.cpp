@@ -112,15 +112,18 @@ OutcomeTable::OutcomeTable(const std::string& text) {
       if (sides.size() != 2) refuse(line, "a group needs a name, \"=\" and its members");
       groups_[sides[0]] = patternsIn(sides[1]);
     } else if (cells.size() == 7) {
-      lines_.push_back({patternsIn(cells[0]),
-                        patternsIn(cells[1]),
-                        patternsIn(cells[2]),
-                        patternsIn(cells[3]),
-                        patternsIn(cells[4]),
-                        {cells[5], cells[6].empty() ? "right" : cells[6]}});
+      lines_.push_back({.operations = patternsIn(cells[0]),
+                        .states = patternsIn(cells[1]),
+                        .calls = patternsIn(cells[2]),
+                        .faults = patternsIn(cells[3]),
+                        .lastings = patternsIn(cells[4]),
+                        .outcome = {cells[5], cells[6].empty() ? "right" : cells[6]}});
     } else if (cells.size() == 6 && cells[0] == "pair") {
-      pairLines_.push_back({patternsIn(cells[1]), patternsIn(cells[2]), patternsIn(cells[3]),
-                            split(cells[4], ";"), split(cells[5], ";")});
+      pairLines_.push_back({.operations = patternsIn(cells[1]),
+                            .firstFaults = patternsIn(cells[2]),
+                            .secondFaults = patternsIn(cells[3]),
+                            .answers = split(cells[4], ";"),
+                            .afterwards = split(cells[5], ";")});
     } else {
       refuse(line, "a line has seven cells, one about pairs six");
     }

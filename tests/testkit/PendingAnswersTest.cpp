@@ -57,9 +57,8 @@ TEST_F(PendingAnswersTest, ACompletionIsFreedBeforeTheNextOneRuns) {
   std::vector<PendingAnswers::Pending> both;
   both.push_back({"/a", StubAnswer::nothing(),
                   [captured](const auto&, const auto&, const auto&) { EXPECT_TRUE(captured); }});
-  both.push_back({"/b", StubAnswer::nothing(), [&](const auto&, const auto&, const auto&) {
-                    EXPECT_TRUE(observed.expired());
-                  }});
+  both.push_back({"/b", StubAnswer::nothing(),
+                  [&](const auto&, const auto&, const auto&) { EXPECT_TRUE(observed.expired()); }});
   captured.reset();
   EXPECT_EQ(PendingAnswers::deliver(std::move(both)), 2U);
 }
