@@ -67,7 +67,7 @@ ExitCode start(int argc, const char* const* argv) {
   const auto parsed = parseArguments(argc, argv);
   if (const auto* problem = std::get_if<Problem>(&parsed)) return complain(*problem);
   if (const auto* help = std::get_if<HelpText>(&parsed)) {
-    return print(help->text) ? ExitCode::answered : ExitCode::unexpected;
+    return printText(help->text);
   }
   return runCommand(std::get<Arguments>(parsed));
 }

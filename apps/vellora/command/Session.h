@@ -12,6 +12,10 @@
 
 namespace vellora::command {
 
+class NotingLogger;
+class RequestFailures;
+class SettlingNetwork;
+
 /// The host that one run of the command is: its network, its cache file and its log; and what went wrong in
 /// them.
 ///
@@ -41,14 +45,10 @@ class Session {
   [[nodiscard]] std::optional<std::string> failure() const;
 
  private:
-  class Failures;
-  class NotingLogger;
-  class SettlingNetwork;
-
-  Session(std::shared_ptr<Failures> failures, std::shared_ptr<SettlingNetwork> network,
+  Session(std::shared_ptr<RequestFailures> failures, std::shared_ptr<SettlingNetwork> network,
           std::shared_ptr<NotingLogger> logger, RequiredAPI api);
 
-  const std::shared_ptr<Failures> failures_;
+  const std::shared_ptr<RequestFailures> failures_;
   const std::shared_ptr<SettlingNetwork> network_;
   const std::shared_ptr<NotingLogger> logger_;
   const RequiredAPI api_;

@@ -23,7 +23,6 @@ struct ActivityEntry {
   std::int64_t bytes = 0;
   std::optional<double> milliseconds = {};  ///< how long a request took
 
-  static constexpr std::string_view recordName = "ActivityEntry";
   static constexpr auto fields() {
     return std::tuple(
         json::field("number", &ActivityEntry::number), json::field("at", &ActivityEntry::at),
@@ -43,7 +42,6 @@ struct ActivityTotals {
   std::int64_t bytesFromCache = 0;
   std::int64_t bytesFromNetwork = 0;
 
-  static constexpr std::string_view recordName = "ActivityTotals";
   static constexpr auto fields() {
     return std::tuple(
         json::field("hits", &ActivityTotals::hits), json::field("misses", &ActivityTotals::misses),

@@ -3,14 +3,13 @@
 #include <utility>
 
 #include "apps/vellora/explore/ObservedCache.h"
+#include "apps/vellora/lookups/ByObjectType.h"
 #include "apps/vellora/lookups/Presentation.h"
 #include "apps/vellora/lookups/PrimerState.h"
+#include "vellora/DataServices/CacheInspection.h"
 #include "vellora/DataServices/CompactLayoutDataService.h"
 #include "vellora/DataServices/LayoutDataService.h"
-#include "vellora/DataServices/SObjectsDataService.h"
-#include "vellora/Host/CacheTable.h"
-#include "vellora/Platform/Json/JsonCodec.h"
-#include "vellora/Services/LayoutAnswer.h"
+#include "vellora/DataServices/SObjectsDataServiceError.h"
 
 namespace vellora::explore {
 namespace {
@@ -32,7 +31,7 @@ auto answering(std::string name, std::shared_ptr<Service> service, std::shared_p
     LayoutAnswer<Layout> answer{tally->source(), tally->failure(), {}};
     if (error && !answer.failure) answer.failure = error->localizedDescription();
     if (layouts) {
-      auto named = byObjectType(*layouts).extract(name);
+      auto named = command::byObjectType(*layouts).extract(name);
       if (named) answer.layout = std::move(named.mapped());
     }
     completion(std::move(answer));
@@ -79,14 +78,7 @@ ExplorerState Explorer::state(std::int64_t afterEntry) const {
 }
 
 std::vector<SObject> Explorer::types() const {
-  const auto table = CorvaneSDK::CacheTable::open(*host_.cache, "OPS_SObjectsCacheTable");
-  if (!table) return {};
-  const auto kind = SObjectsDataService::CacheEntryType::sObjects;
-  const auto rows = table->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(
-      {{std::string(SObjectsDataService::Constants::cacheEntryType), std::string(rawValue(kind))}})));
-  if (rows.empty()) return {};
-  auto list = json::decode<std::vector<SObject>>(rows.front());
-  return list ? std::move(list).value() : std::vector<SObject>();
+  return cachedSObjects(*host_.cache);
 }
 
 void Explorer::presentations(const std::vector<std::string>& names,

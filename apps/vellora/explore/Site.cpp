@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "apps/http/Target.h"
+#include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Keys.h"
 #include "apps/vellora/explore/Page.h"
-#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora::explore {
 namespace {
@@ -30,7 +30,7 @@ constexpr std::size_t mostNames = 200;
 
 template <class T>
 Response jsonResponse(const T& value) {
-  auto body = json::encode(value);
+  auto body = command::encode(value);
   if (!body) return plainText(500, body.error().localizedDescription());
   return {200, "application/json;charset=UTF-8", std::move(body).value()};
 }
