@@ -13,7 +13,7 @@
 
 namespace vellora::command {
 
-/// How text on standard output is set off, if it is.
+/// Sets text on standard output off by colours and bold type, or leaves it plain.
 class Style {
  public:
   /// Colours only on a terminal that has them and when neither the arguments nor NO_COLOR forbid them.

@@ -34,8 +34,8 @@ class Session {
   /// Calls `action` each time the library logs exactly `line`.
   void whenLogged(std::string line, std::function<void()> action) const;
 
-  /// Waits until the library has done with the answers that came. It caches some of them only after it has
-  /// passed them on, and must not be torn down in between.
+  /// Waits until the library has finished with the answers that came. It caches some of them only after
+  /// passing them on, and must not be destroyed in between.
   void settle() const;
 
   /// The path of the oldest request that has no answer yet; no value when there is none.

@@ -32,7 +32,7 @@ struct ActivityEntry {
   }
 };
 
-/// How much of everything there was since the start.
+/// How often each thing has happened since the start.
 struct ActivityTotals {
   std::int64_t hits = 0;
   std::int64_t misses = 0;

@@ -20,8 +20,8 @@ ShownPresentation shown(const PresentationInfo& info, IconStore& icons) {
   return {info, icons.admit(info.svgIconUrl), icons.admit(info.smallIconUrl), icons.admit(info.largeIconUrl)};
 }
 
-/// The layout of the type `name`, which servers may send among others, and what the tally and the service say
-/// of its way. The service is the completion's to hold: it answers only as long as it lives.
+/// Makes the completion of a layout lookup. It picks the layout of the type `name`, since servers may send
+/// others too, and says where that came from. It holds the service, which answers only while it lives.
 template <class Layout, class Service>
 auto answering(std::string name, std::shared_ptr<Service> service, std::shared_ptr<Tally> tally,
                std::function<void(LayoutAnswer<Layout>)> completion) {
@@ -71,8 +71,8 @@ ExplorerState Explorer::state(std::int64_t afterEntry) const {
                       .totals = activity_->totals(),
                       .entries = activity_->after(afterEntry)};
   if (primer.error() != nullptr) state.error = primer.error()->localizedDescription();
-  // As the façade says it, which would read the observed cache: looking must not show among what is looked
-  // at.
+  // What the façade's `primedAndCached` would say. That reads the observed cache, and the page must not show
+  // its own reads among the app's.
   state.ready = primer == State::loaded() && state.themes.fresh && state.sObjects.fresh;
   return state;
 }
@@ -105,7 +105,7 @@ void Explorer::searchLayout(const std::string& name,
   layouts->layoutForApiName({name}, answering(name, layouts, tally, std::move(completion)));
 }
 
-// A service for each lookup: of two lookups of one service that overlap, one may stay unanswered.
+// Each lookup gets a service of its own: of two lookups of one service that overlap, one may stay unanswered.
 void Explorer::compactLayout(const std::string& name,
                              std::function<void(CompactLayoutAnswer)> completion) const {
   const auto tally = std::make_shared<Tally>();

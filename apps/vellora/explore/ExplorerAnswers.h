@@ -16,11 +16,11 @@
 
 namespace vellora::explore {
 
-/// How far everything is.
+/// What the page shows of the prefetch, the caches and the activity.
 struct ExplorerState {
   std::string server;
   std::string theme;
-  bool reachable = true;  ///< whether the server has been left in place
+  bool reachable = true;  ///< false while the page has taken the server away
   std::string prefetch;   ///< "isLoading", "loaded" or "failed"
   std::optional<std::string> error = {};
   bool ready = false;  ///< loaded, and nothing expired since
@@ -58,7 +58,7 @@ struct ShownPresentation {
 /// What a lookup brought, and where that came from: "cache", "network" or "nowhere".
 struct PresentationAnswer {
   std::string source;
-  std::optional<std::string> failure;  ///< why the server was of no help, where it was asked and was none
+  std::optional<std::string> failure;  ///< why the server did not answer, where it was asked
   std::map<std::string, ShownPresentation> presentations;
 
   static constexpr auto fields() {

@@ -17,7 +17,7 @@
 
 namespace vellora::command {
 
-/// One kind of question that the command asks: by keys, answered by a dictionary, or by nothing.
+/// One kind of lookup of the command: of keys, answered with a dictionary by key, or with nothing.
 template <class Record>
 struct Lookup {
   using Answer = std::optional<std::map<std::string, Record>>;

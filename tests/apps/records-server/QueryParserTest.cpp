@@ -56,11 +56,10 @@ TEST(QueryParserTest, DoesNotMindBlanksAndLineBreaksBetweenWords) {
   const auto statement =
       parseQuery(" \tSELECT  Id ,\r\nName\nFROM ListView WHERE Id='x'AND Name IN('y' , 'z') ");
   ASSERT_TRUE(statement);
-  EXPECT_EQ(statement.value(),
-            (QueryStatement{.fields = {"Id", "Name"},
-                            .object = "ListView",
-                            .conditions = {{.path = "Id", .anyOf = {"x"s}},
-                                           {.path = "Name", .anyOf = {"y"s, "z"s}}}}));
+  EXPECT_EQ(statement.value(), (QueryStatement{.fields = {"Id", "Name"},
+                                               .object = "ListView",
+                                               .conditions = {{.path = "Id", .anyOf = {"x"s}},
+                                                              {.path = "Name", .anyOf = {"y"s, "z"s}}}}));
 }
 
 TEST(QueryParserTest, KnowsKeywordsInAnyCase) {
