@@ -1,7 +1,8 @@
-# Headers that nearly every source reads, compiled once.
+# Headers that nearly every source reads, compiled once. What a file uses and does not include is found all the same: by
+# tests/architecture/check_includes.py.
 #
-# A precompiled header serves sources that are compiled with the same options, hence three of them: for libraries, for
-# the records' sources, which read and write JSON, and for tests.
+# A precompiled header serves sources that are compiled with the same options, hence one for
+# libraries and one for tests.
 
 set(VELLORA_STANDARD_HEADERS
   <algorithm> <atomic> <chrono> <cstdint> <functional> <map> <memory> <mutex> <optional> <sstream> <string> <string_view>

@@ -67,7 +67,7 @@ function(vellora_compile_together target)
   get_target_property(sources ${target} SOURCES)
   list(FILTER sources INCLUDE REGEX "\\.cpp$")
   execute_process(
-    COMMAND "${Python3_EXECUTABLE}" -B "${PROJECT_SOURCE_DIR}/cmake/unity_groups.py" 1500 ${sources}
+    COMMAND "${Python3_EXECUTABLE}" -B "${PROJECT_SOURCE_DIR}/cmake/unity_groups.py" 1000 ${sources}
     WORKING_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" OUTPUT_VARIABLE groups COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX REPLACE "\n$" "" groups "${groups}")
   string(REPLACE "\n" ";" groups "${groups}")

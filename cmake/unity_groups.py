@@ -19,9 +19,10 @@ NAMES = re.compile(
     r"|(?:class|struct|union|enum(?:\s+class)?|concept)\s+(?P<type>\w+)"
     r"|using\s+(?P<alias>\w+)\s*="
     r"|namespace\s+(?P<namespace>\w+)\s*="
-    r"|(?!using|namespace|template|requires|extern|return|TEST|INSTANTIATE|MATCHER)[\w:<>,&*\[\]\s\"-]*?"
+    r"|(?!\s|using|namespace|template|requires|TEST|TYPED_TEST|INSTANTIATE|MATCHER)[\w:<>,&*\[\]\s\"-]*?"
     r"(?P<other>~?\w+)\s*(?:\(|=|\{|;|\[)"
-    r"|(?:TEST(?:_F|_P)?|TYPED_TEST(?:_SUITE)?|INSTANTIATE_TEST_SUITE_P|MATCHER(?:_P\d?)?)\(\s*(?P<test>\w+))",
+    r"|(?:TEST(?:_F|_P)?|TYPED_TEST(?:_SUITE)?|INSTANTIATE_TEST_SUITE_P)\(\s*(?P<test>\w+)"
+    r"|MATCHER(?:_P\d?)?\(\s*(?P<matcher>\w+))",
     re.MULTILINE,
 )
 # What many sources say alike: a test suite may be spread over sources.
