@@ -5,8 +5,10 @@
 
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/FailingCache.h"
@@ -54,7 +56,7 @@ TEST_F(CacheInspectionTest, AnEmptyCacheHoldsNothingAndStaysEmpty) {
 }
 
 TEST_F(CacheInspectionTest, TellsTheObjectTypesAsTheServiceSavedThem) {
-  sObjectsCache().save({account, note});
+  sObjectsCache().save(std::vector{account, note});
   EXPECT_THAT(cachedSObjects(*cache), ElementsAre(account, note));
   EXPECT_EQ(sObjectsFreshness(*cache, timeout), fetchedAt(present, true));
   EXPECT_EQ(themesFreshness(*cache, timeout), CacheFreshness()) << "that is another list";
@@ -66,14 +68,14 @@ TEST_F(CacheInspectionTest, DoesNotTakeSingleItemsForTheList) {
 }
 
 TEST_F(CacheInspectionTest, TakesAListThatCannotBeReadForNone) {
-  sObjectsCache().save({account});
+  static_cast<void>(sObjectsCache());  // which creates the table
   const auto table = cache->openTable("OPS_SObjectsCacheTable");
   table->upsert({Data("[{}]"), {{"cacheEntryType", "sObjects"}}, std::nullopt});
   EXPECT_THAT(cachedSObjects(*cache), IsEmpty());
 }
 
 TEST_F(CacheInspectionTest, ReadsWhatItTellsAndNothingElse) {
-  sObjectsCache().save({account});
+  sObjectsCache().save(std::vector{account});
   testkit::FailingCache watched(cache);
   EXPECT_THAT(cachedSObjects(watched), ElementsAre(account));
   EXPECT_EQ(sObjectsFreshness(watched, timeout), fetchedAt(present, true));
@@ -101,7 +103,7 @@ TEST_F(CacheInspectionTest, AMomentThatCannotBeReadIsNone) {
 }
 
 TEST_F(CacheInspectionTest, AgreesWithTheServiceOnEveryMoment) {
-  sObjectsCache().save({account});
+  sObjectsCache().save(std::vector{account});
   for (const double seconds : {present, present - timeout, present - timeout - 1, present + timeout + 1, 0.0,
                                std::numeric_limits<double>::quiet_NaN()}) {
     saveStamp(sObjectsFetchTimeKey, seconds);

@@ -1,6 +1,7 @@
 #include "hostkit/cache/CacheArchive.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "tests/apps/vellora/CommandFixture.h"
+#include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {
