@@ -27,8 +27,7 @@ class Memory {
 
   static void* Realloc(void* old, std::size_t oldSize, std::size_t newSize) {
     void* const memory = Malloc(newSize);
-    const std::size_t kept = std::min(oldSize, newSize);
-    if (kept > 0) std::memcpy(memory, old, kept);
+    if (old != nullptr) std::memcpy(memory, old, std::min(oldSize, newSize));
     Free(old);
     return memory;
   }

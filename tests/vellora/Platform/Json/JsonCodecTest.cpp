@@ -148,12 +148,6 @@ TEST(JsonCodecTest, VisitsMembersInDocumentOrder) {
   EXPECT_TRUE(read<Collected>("{}").value().values.empty());
 }
 
-TEST(JsonCodecTest, VisitsOnlyTheFirstOfDuplicateKeys) {
-  const auto value = read<Collected>(R"({"a":{"type":"1","flat":[]},"a":7})").value();
-  ASSERT_EQ(value.values.size(), 1U);
-  EXPECT_EQ(value.values[0].type, "1");
-}
-
 TEST(JsonCodecTest, NamesTheMemberAtWhichAVisitFailed) {
   EXPECT_EQ(failureTextOf<Collected>(R"({"a b":{"type":"1","flat":[]},"c\"\n":{}})"),
             R"(missing key "type" at $["c\"\n"])");
