@@ -49,8 +49,8 @@ inline constexpr bool isOptional = false;
 template <class T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 
-/// How values of `T` are read and written. Both directions return whether they succeeded, and leave the
-/// reason with the failure or the writer they were given.
+/// How values of `T` are read and written. `decode` and `encode` return whether they succeeded, and leave the
+/// reason with the `failure` or the `writer` that they were given.
 template <class T>
 struct Codec;
 
@@ -143,8 +143,8 @@ struct Codec<std::vector<T>> {
   }
 
  private:
-  // A list of ten million bare zeroes must not claim the memory of ten million records before the first one
-  // fails.
+  // A hostile list of ten million zeroes must not claim the memory of ten million records before its first
+  // element fails. So memory for 1 MiB of elements is reserved at most; longer lists grow as they are read.
   static constexpr std::size_t largestReserve = (std::size_t{1} << 20U) / sizeof(T) + 1;
 };
 
@@ -209,7 +209,7 @@ struct Codec<T> {
 
   using Place = std::optional<Element>;
 
-  // The values of one object's members that belong to fields; where the document has none, there is no value.
+  // For each field, the value of the member that belongs to it; no value where the object has none.
   using Found = std::array<Place, count>;
 
   template <std::size_t... I>
