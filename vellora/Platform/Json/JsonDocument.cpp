@@ -60,8 +60,8 @@ class ParserMaking {
 
 simdjson::error_code parseWith(simdjson::dom::parser& parser, std::size_t depth, std::string_view text,
                                simdjson::dom::element& root) {
-  // A parser takes its new memory before it gives back what has become too small. A fresh one has none to
-  // keep.
+  // A parser takes its new memory before it gives back what has become too small. Putting a fresh one in its
+  // place gives that back first.
   if (parser.capacity() < text.size()) parser = simdjson::dom::parser();
   if (parser.capacity() < text.size() || parser.max_depth() != depth) {
     const std::size_t size = std::max(parser.capacity(), text.size());
