@@ -154,11 +154,14 @@ struct Codec<std::map<std::string, T>> {
     simdjson::dom::object members;
     if (value.get(members)) return failure.typeMismatch("an object");
     out.clear();
-    const auto claim = [&](std::string_view key) { return out.try_emplace(std::string(key)); };
+    const auto find = [&](std::string_view key, auto offer) {
+      const auto [entry, isFree] = out.try_emplace(std::string(key));
+      return offer(entry, isFree);
+    };
     const auto decodeMember = [&](auto entry, std::string_view key, Element member) {
       return Codec<T>::decode(member, entry->second, failure) || failure.under(key);
     };
-    return forEachFirstMember(members, claim, decodeMember);
+    return forEachFirstMember(members, find, decodeMember);
   }
   static bool encode(const std::map<std::string, T>& values, Writer& writer) {
     if (!writer.beginObject()) return false;
@@ -207,9 +210,12 @@ struct Codec<T> {
  private:
   static constexpr std::size_t count = std::tuple_size_v<decltype(T::fields())>;
 
-  using Place = std::optional<Element>;
+  struct Place {
+    Element value;
+    bool isTaken = false;
+  };
 
-  // For each field, the value of the member that belongs to it; no value where the object has none.
+  // For each field, the place of the member that belongs to it; not taken where the object has none.
   using Found = std::array<Place, count>;
 
   template <std::size_t... I>
@@ -217,17 +223,17 @@ struct Codec<T> {
     simdjson::dom::object members;
     if (value.get(members)) return failure.typeMismatch("an object");
     Found found;
-    const auto claim = [&](std::string_view key) {
-      Place* place = nullptr;
-      static_cast<void>(((isKeyOf<I>(key) && (place = &found[I])) || ...));
-      return std::pair(place, place && !place->has_value());
+    const auto find = [&](std::string_view key, auto offer) {
+      bool goesOn = true;
+      static_cast<void>(((isKeyOf<I>(key) && (goesOn = offer(&found[I], !found[I].isTaken), true)) || ...));
+      return goesOn;
     };
     std::size_t left = count;
     const auto take = [&left](Place* place, std::string_view, Element member) {
-      *place = member;
+      *place = {member, true};
       return --left > 0;  // once each field has its first member, the rest of the object is skipped
     };
-    static_cast<void>(forEachFirstMember(members, claim, take));
+    static_cast<void>(forEachFirstMember(members, find, take));
     return (decodeField<I>(found, out, failure) && ...);
   }
 
@@ -244,8 +250,8 @@ struct Codec<T> {
     constexpr auto field = std::get<I>(T::fields());
     auto& member = out.*field.member;
     using Member = std::remove_reference_t<decltype(member)>;
-    if (const Place& place = found[I]) {
-      return Codec<Member>::decode(*place, member, failure) || failure.under(field.key);
+    if (found[I].isTaken) {
+      return Codec<Member>::decode(found[I].value, member, failure) || failure.under(field.key);
     }
     if constexpr (isOptional<Member>) {
       member.reset();
@@ -292,11 +298,14 @@ bool Reader::forEachMember(Visit visit) const {
   simdjson::dom::object members;
   if (value_.get(members)) return failure_->typeMismatch("an object");
   std::set<std::string_view> visited;
-  const auto claim = [&](std::string_view key) { return visited.insert(key); };
+  const auto find = [&](std::string_view key, auto offer) {
+    const auto [entry, isFree] = visited.insert(key);
+    return offer(entry, isFree);
+  };
   const auto visitMember = [&](auto, std::string_view key, Element member) {
     return visit(key, Reader(member, *failure_)) || failure_->under(key);
   };
-  return forEachFirstMember(members, claim, visitMember);
+  return forEachFirstMember(members, find, visitMember);
 }
 
 template <class T>

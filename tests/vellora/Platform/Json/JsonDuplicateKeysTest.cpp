@@ -149,9 +149,15 @@ TEST(JsonDuplicateKeysTest, GoesThroughTheFirstMembersUntilItIsStopped) {
   const auto keysUntil = [&](std::string_view last) {
     std::set<std::string_view> seen;
     std::string keys;
-    const bool isThrough = json::forEachFirstMember(
-        object, [&](std::string_view key) { return seen.insert(key); },
-        [&](auto, std::string_view key, json::Element) { return keys += key, key != last; });
+    const auto find = [&](std::string_view key, auto offer) {
+      const auto [place, isFree] = seen.insert(key);
+      return offer(place, isFree);
+    };
+    const auto take = [&](auto, std::string_view key, json::Element) {
+      keys += key;
+      return key != last;
+    };
+    const bool isThrough = json::forEachFirstMember(object, find, take);
     return std::pair(keys, isThrough);
   };
   EXPECT_EQ(keysUntil("b"), std::pair(std::string("ab"), false));
