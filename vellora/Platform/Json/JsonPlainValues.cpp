@@ -1,7 +1,8 @@
 #include "vellora/Platform/Json/JsonCodec.h"
 
-// The plain values that are whole JSON documents by themselves: in cached rows, or where a program puts a
-// document of its own together.
+// Instantiates `decode` and `encode` for the plain values that are whole JSON documents by themselves: cached
+// rows hold a name, a name or null, or names by key prefix. Programs that write documents of their own encode
+// the values in them one by one.
 
 namespace vellora {
 
