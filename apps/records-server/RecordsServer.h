@@ -55,7 +55,7 @@ class RecordsServer {
   void clearRequests();
   /// Waits until there are at least `count` requests; false when that took longer than `atMost`.
   [[nodiscard]] bool waitForRequests(std::size_t count,
-                                     std::chrono::milliseconds atMost = std::chrono::seconds(30)) const;
+                                     std::chrono::milliseconds atMost = std::chrono::seconds(60)) const;
 
   /// Requests that match `pattern` get `fault`: the next `count` of them, or all when there is no count. A
   /// pattern without a `?` is compared with the target's path, one with it with the whole target; a `*` in it

@@ -27,7 +27,7 @@ TEST(RequestLogTest, WaitsForRequestsOfOtherThreads) {
     log.add({"GET", "/a", {}});
     log.add({"GET", "/b", {}});
   });
-  EXPECT_TRUE(log.waitFor(2, 30s));
+  EXPECT_TRUE(log.waitFor(2, 60s));
   other.join();
 }
 

@@ -12,7 +12,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testkit::StubNetwork;
 
-constexpr auto patience = std::chrono::seconds(30);
+constexpr auto patience = std::chrono::seconds(60);
 
 class SObjectsDataServiceThreadsTest : public testing::Test {
  protected:

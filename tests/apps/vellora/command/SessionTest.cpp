@@ -18,7 +18,7 @@ using testing::HasSubstr;
 using testing::Optional;
 using testing::StartsWith;
 
-constexpr auto longEnough = std::chrono::seconds(30);
+constexpr auto longEnough = std::chrono::seconds(60);
 constexpr auto soon = std::chrono::milliseconds(30);
 constexpr const char* themePath = "/services/data/v50.0/theme";
 constexpr const char* sObjectsPath = "/services/data/v50.0/sobjects";

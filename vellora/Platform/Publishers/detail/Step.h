@@ -6,6 +6,7 @@
 #include "vellora/Platform/Publishers/Observer.h"
 #include "vellora/Platform/Publishers/SubscriptionScope.h"
 #include "vellora/Platform/Publishers/detail/Source.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora::detail {
 
@@ -61,7 +62,7 @@ struct CuttingDownstream : Downstream<U> {
 };
 
 /// What most steps do with the end: they pass it on as it comes.
-struct PassEnd {
+struct VELLORA_EXPORT PassEnd {
   template <class State>
   void operator()(State& to, Completion&& completion) const {
     to.observer->complete(std::move(completion));
