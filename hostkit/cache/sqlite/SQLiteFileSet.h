@@ -15,8 +15,8 @@ namespace sqliteFileSet {
 /// of what went wrong.
 [[nodiscard]] int setAside(const std::string& path);
 
-/// Removes what there is of the file and its companions; the file last, so that companions without a file
-/// always mean that a file of ours was not removed half.
+/// Removes the file and its companions, as far as they are there. The file goes last: when the process is
+/// killed in between, the file still stands there and tells that its companions are ours.
 void remove(const std::string& path);
 
 }  // namespace sqliteFileSet
