@@ -21,7 +21,8 @@ namespace vellora {
   return lower;
 }
 
-/// True when the texts differ at most in the case of ASCII letters, as names of headers may.
+/// True when the texts differ at most in the case of ASCII letters, as names of headers may: "Accept" and
+/// "ACCEPT" are one name.
 [[nodiscard]] inline bool equalIgnoringAsciiCase(std::string_view left, std::string_view right) noexcept {
   return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                     [](char a, char b) { return asciiLowerCase(a) == asciiLowerCase(b); });
