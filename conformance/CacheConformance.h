@@ -14,6 +14,15 @@ namespace vellora::conformance {
 /// What you tell the suite of your cache. Each test makes one of these, and wants to find nothing in its
 /// cache.
 ///
+///     class MyCacheHost final : public conformance::CacheHost {
+///       std::shared_ptr<CorvaneSDK::Cache> open() override { return MyCache::open(folder_.path()); }
+///       bool advanceClock(double) override { return false; }
+///       …
+///     };
+///
+/// Ownership: the suite owns the host of a test, and shares the caches that it opens; it lets go of both at
+/// the end of the test.
+///
 /// Threads: used on the thread of the tests; the caches themselves are called from several.
 class VELLORA_EXPORT CacheHost {
  public:
@@ -41,7 +50,9 @@ class VELLORA_EXPORT CacheHost {
 [[nodiscard]] VELLORA_EXPORT std::span<const Guarantee<CacheHost>> cacheTableGuarantees();
 
 /// Adds to the program's tests one for each of these guarantees, called `suite.Guarantee`. Call it before
-/// RUN_ALL_TESTS. That a damaged blob or row is not returned is left to you: only you know how to damage one.
+/// RUN_ALL_TESTS; `make` is called once in each test.
+///
+/// That a damaged blob or row is not returned is left to you: only you know how to damage one.
 VELLORA_EXPORT void registerCacheConformance(const std::string& suite,
                                              const std::function<std::unique_ptr<CacheHost>()>& make);
 

@@ -13,6 +13,10 @@
 namespace vellora::conformance {
 
 /// What you tell the suite of your logger. Each test makes one of these, and wants to find no lines.
+///
+/// Ownership: the suite owns the host of a test, and shares the logger for as long.
+///
+/// Threads: used on the thread of the tests; the logger itself is called from several.
 class VELLORA_EXPORT LoggerHost {
  public:
   virtual ~LoggerHost() = default;
@@ -34,7 +38,7 @@ class VELLORA_EXPORT LoggerHost {
 [[nodiscard]] VELLORA_EXPORT std::span<const Guarantee<LoggerHost>> loggerGuarantees();
 
 /// Adds to the program's tests one for each of these guarantees, called `suite.Guarantee`. Call it before
-/// RUN_ALL_TESTS.
+/// RUN_ALL_TESTS; `make` is called once in each test.
 VELLORA_EXPORT void registerLoggerConformance(const std::string& suite,
                                               const std::function<std::unique_ptr<LoggerHost>()>& make);
 

@@ -37,12 +37,21 @@ class Answers {
   void add(std::optional<Data> data, std::optional<Error> error) {
     const std::lock_guard lock(mutex_);
     all_.push_back({std::move(data), std::move(error)});
-    added_.notify_all();
+    changed_.notify_all();
   }
 
+  /// No more answers can come: the completion no longer exists.
+  void end() {
+    const std::lock_guard lock(mutex_);
+    ended_ = true;
+    changed_.notify_all();
+  }
+
+  /// Waits for the first answer; false when the completion is let go of without one, or `limit` is over.
   [[nodiscard]] bool waitForOne(std::chrono::milliseconds limit) const {
     std::unique_lock lock(mutex_);
-    return added_.wait_for(lock, limit, [this] { return !all_.empty(); });
+    changed_.wait_for(lock, limit, [this] { return ended_ || !all_.empty(); });
+    return !all_.empty();
   }
 
   [[nodiscard]] std::vector<Answer> all() const {
@@ -52,8 +61,9 @@ class Answers {
 
  private:
   mutable std::mutex mutex_;
-  mutable std::condition_variable added_;
-  std::vector<Answer> all_;
+  mutable std::condition_variable changed_;
+  std::vector<Answer> all_;  // under mutex_
+  bool ended_ = false;       // under mutex_
 };
 
 using SharedAnswers = std::shared_ptr<Answers>;
@@ -65,11 +75,17 @@ NetRequest get(const std::string& url, double timeoutSeconds = 60) {
 
 const std::string path = "/services/data/v50.0/theme";
 
+/// A completion that keeps in `answers` what it is called with, and tells them when its last copy is gone.
+Network::Completion into(const SharedAnswers& answers) {
+  const std::shared_ptr<Answers> untilLetGoOf(answers.get(), [answers](Answers*) { answers->end(); });
+  return [untilLetGoOf](auto data, auto error, const auto&) {
+    untilLetGoOf->add(std::move(data), std::move(error));
+  };
+}
+
 SharedAnswers send(Network& network, const NetRequest& request) {
   auto answers = std::make_shared<Answers>();
-  network.sendRequest(request, [answers](auto data, auto error, const auto&) {
-    answers->add(std::move(data), std::move(error));
-  });
+  network.sendRequest(request, into(answers));
   return answers;
 }
 
@@ -171,12 +187,10 @@ constexpr Guarantee<NetworkHost> guarantees[] = {
        server.replyAlways(ScriptedServer::http("200 OK", "the body"));
        const auto network = host.connect(server.url());
        const auto answers = std::make_shared<Answers>();
-       network->sendRequest(
-           get(path + "?first"), [answers, again = network.get()](const auto&, const auto&, const auto&) {
-             again->sendRequest(get(path + "?next"), [answers](auto data, auto error, const auto&) {
-               answers->add(std::move(data), std::move(error));
-             });
-           });
+       network->sendRequest(get(path + "?first"), [next = into(answers), again = network.get()](
+                                                      const auto&, const auto&, const auto&) {
+         again->sendRequest(get(path + "?next"), next);
+       });
        EXPECT_EQ(onlyAnswer(*answers, host).data, Data(std::string("the body")));
      }},
     {"SeveralThreadsMaySendAtOnce",

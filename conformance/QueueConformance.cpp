@@ -35,18 +35,18 @@ class Journal {
     return entries_;
   }
 
-  /// Whether there are `count` entries in the end; `run` is called while it waits.
+  /// Waits for `count` entries, and tells whether they have come. Calls `run` over and over meanwhile, and at
+  /// least once, so that a queue that is run by hand needs no patience.
   [[nodiscard]] bool waitFor(std::size_t count, std::chrono::milliseconds limit,
                              const std::function<void()>& run) const {
+    constexpr auto betweenRuns = std::chrono::milliseconds(5);
     const auto end = std::chrono::steady_clock::now() + limit;
-    std::unique_lock lock(mutex_);
-    while (entries_.size() < count && std::chrono::steady_clock::now() < end) {
-      lock.unlock();
+    while (true) {
       run();
-      lock.lock();
-      added_.wait_for(lock, std::chrono::milliseconds(5), [&] { return entries_.size() >= count; });
+      std::unique_lock lock(mutex_);
+      if (added_.wait_for(lock, betweenRuns, [&] { return entries_.size() >= count; })) return true;
+      if (std::chrono::steady_clock::now() >= end) return false;
     }
-    return entries_.size() >= count;
   }
 
  private:

@@ -1,16 +1,25 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
+#include <latch>
 #include <thread>
 #include <vector>
 
 namespace vellora::conformance {
 
-/// Runs `body` on `count` threads at once, with their numbers from 0, and returns when all have ended.
+/// Runs `body` on `count` threads, with their numbers from 0, and returns when all have ended. None begins
+/// before all of them have started, so that they meet however slow the machine is.
 inline void runOnThreads(int count, const std::function<void(int)>& body) {
+  std::latch start(count);
   std::vector<std::thread> threads;
   threads.reserve(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) threads.emplace_back(body, i);
+  for (int number = 0; number < count; ++number) {
+    threads.emplace_back([&start, &body, number] {
+      start.arrive_and_wait();
+      body(number);
+    });
+  }
   for (auto& thread : threads) thread.join();
 }
 

@@ -18,10 +18,12 @@ namespace vellora::fuzz {
 ///     t                 time passes, and what is cached expires
 ///     x                 the façade is destroyed, and one on the same cache takes its place
 ///
-/// In the end everything that is queued or held comes. Promises: a lookup is answered at most once, one that
-/// must be answered is; an answer holds nothing that was not asked for; the cache is written nothing that it
-/// will not decode; once the server is well a lookup of something new is answered rightly; nothing outlives
-/// the façade.
+/// At the end of the script all queued work runs, and all held answers arrive. Promises:
+/// - A lookup is answered at most once, and one that must be answered is.
+/// - An answer holds nothing that was not asked for.
+/// - Nothing is written to the cache that the library cannot decode.
+/// - Once the server is well, a lookup of something new is answered rightly.
+/// - Nothing outlives the façade.
 void runFacade(const Data& input);
 
 }  // namespace vellora::fuzz

@@ -7,8 +7,10 @@
 namespace vellora::fuzz {
 
 /// A target for each form in which JSON reaches the library, as a response body or as a cached one. Their
-/// promises: what decodes has a JSON form, which decodes to an equal value and has that same form again; what
-/// does not is refused with one short line.
+/// promises:
+/// - A value that was decoded can be encoded.
+/// - Decoding it again gives an equal value, and encoding that gives the same text.
+/// - Text that does not decode is refused with one short line.
 [[nodiscard]] std::vector<Target> recordTargets();
 
 }  // namespace vellora::fuzz

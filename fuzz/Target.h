@@ -9,21 +9,24 @@
 
 namespace vellora::fuzz {
 
-/// Something that takes bytes from outside, and what it promises about them whatever they are.
+/// Something that takes bytes from outside, and keeps promises about them whatever they are.
 ///
-/// `run` throws a `BrokenPromise` when one is not kept. Threads: run all targets on one thread; the façade's
-/// steps every queue of the program by hand and stops its clock.
+/// Threads: run all targets on one thread. The façade's target steps every queue of the program by hand and
+/// stops its clock.
+///
+/// Errors: `run` throws a `BrokenPromise` when a promise is not kept.
 struct Target {
-  std::string_view name;  ///< also that of its folder in `fuzz/corpus`
+  std::string_view name;  ///< also the name of its folder in `fuzz/corpus`
   void (*run)(const Data& input);
 };
 
+/// Says which promise of a target is not kept.
 class BrokenPromise : public std::logic_error {
  public:
   using std::logic_error::logic_error;
 };
 
-/// Throws a `BrokenPromise` that says what was promised, unless it is kept.
+/// Throws a `BrokenPromise` with the text `promise`, unless it is kept.
 inline void require(bool isKept, std::string_view promise) {
   if (!isKept) throw BrokenPromise(std::string(promise));
 }

@@ -4,9 +4,11 @@
 
 namespace vellora::fuzz {
 
-/// The blob that says when a list was fetched. Promises: a blob that ends within the number makes the list
-/// expired; any other leaves it valid or expired, and the list is there in any case; what is saved over it is
-/// read back as valid.
+/// The cached time at which a list was fetched: eight bytes, a number. Promises:
+/// - A blob of fewer bytes makes the list expired.
+/// - Any other blob makes it valid or expired.
+/// - The list itself is found in any case.
+/// - A list that is saved afterwards is valid.
 void runTimeStamp(const Data& input);
 
 }  // namespace vellora::fuzz

@@ -1,7 +1,6 @@
 #include "testkit/FaultyCache.h"
 
 #include <utility>
-#include <vector>
 
 #include "testkit/FaultyCacheTable.h"
 
@@ -9,19 +8,6 @@ namespace vellora::testkit {
 
 using CorvaneSDK::CacheTable;
 using Operation = HostCall::Operation;
-
-namespace {
-
-/// What a host hands out that cannot create a table.
-class EmptyTable final : public CacheTable {
- public:
-  std::vector<Data> load(const CorvaneSDK::Query&) override { return {}; }
-  std::vector<CorvaneSDK::Row> fetch(const CorvaneSDK::Query&) override { return {}; }
-  bool purge(const CorvaneSDK::RowFilter&) override { return false; }
-  bool upsert(const CorvaneSDK::CacheEntry&) override { return false; }
-};
-
-}  // namespace
 
 FaultyCache::FaultyCache(std::shared_ptr<CorvaneSDK::Cache> next, std::shared_ptr<HostFaults> faults)
     : ForwardingCache(std::move(next)), faults_(std::move(faults)) {}
@@ -31,6 +17,7 @@ FaultyCache::~FaultyCache() = default;
 std::optional<Data> FaultyCache::load(const std::string& key) {
   const HostCall call{Operation::load, key};
   const auto fault = faults_->next(call);
+  if (fault == HostFault::missing) return std::nullopt;
   const auto right = next().load(key);
   return fault && right ? faults_->substituted(*fault, call, *right) : right;
 }
@@ -50,7 +37,7 @@ std::shared_ptr<CacheTable> FaultyCache::openTable(const std::string& tableKey) 
 
 std::shared_ptr<CacheTable> FaultyCache::createTable(const CorvaneSDK::Table& table) {
   if (faults_->next({Operation::createTable, table.key()})) {
-    return wrapTable(std::make_shared<EmptyTable>(), table.key());
+    return std::make_shared<FaultyCacheTable>(faults_, table.key());
   }
   return ForwardingCache::createTable(table);
 }

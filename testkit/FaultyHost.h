@@ -31,6 +31,7 @@ namespace vellora::testkit {
 ///
 /// Ownership: shares the three facilities that it is built around. What it hands out may outlive it; its
 /// faults last on.
+///
 /// Threads: safe to use from several threads at once, as far as the other host is.
 class VELLORA_EXPORT FaultyHost final : public CorvaneSDK::PlatformAPI {
  public:

@@ -34,6 +34,13 @@ Body wrongBody(HostFault fault, const Body& right, const HostFaults& faults) {
   }
 }
 
+void answerAtOnce(const NetRequest& request, const Completion& completion,
+                  const HostFaults::Substitutes& substitutes) {
+  Body body = substitutes.answerAtOnce ? substitutes.answerAtOnce(request) : std::nullopt;
+  if (!body) return completion(std::nullopt, FaultyNetwork::Failure{}, std::nullopt);
+  completion(std::move(body), std::nullopt, std::nullopt);
+}
+
 }  // namespace
 
 /// What waits for the test; shared with the answers that are still to come. What it lets go of is freed with
@@ -79,34 +86,34 @@ void FaultyNetwork::sendRequest(const NetRequest& request, Completion completion
   switch (*fault) {
     case HostFault::neverAnswered:
       return held_->keepUncalled(std::move(completion));
-    case HostFault::answeredAtOnce: {
-      const auto& answer = faults_->substitutes().answerAtOnce;
-      Body body = answer ? answer(request) : std::nullopt;
-      return body ? completion(std::move(body), std::nullopt, std::nullopt)
-                  : completion(std::nullopt, Failure{}, std::nullopt);
-    }
-    case HostFault::answeredLate:
-      return next_->sendRequest(
-          request, [held = held_, completion = std::move(completion)](auto body, auto error, auto response) {
-            held->keepLate([=] { completion(body, error, response); });
-          });
-    case HostFault::answeredTwice:
-      return next_->sendRequest(request, [completion = std::move(completion)](
-                                             const auto& body, const auto& error, const auto& response) {
-        completion(body, error, response);
-        completion(body, error, response);
-      });
-    case HostFault::networkError:
-      return next_->sendRequest(
-          request, [completion = std::move(completion)](const auto&, const auto&, auto response) {
-            completion(std::nullopt, Failure{}, std::move(response));
-          });
+    case HostFault::answeredAtOnce:
+      return answerAtOnce(request, completion, faults_->substitutes());
     default:
-      return next_->sendRequest(
-          request, [fault = *fault, faults = faults_, completion = std::move(completion)](
-                       const auto& body, const auto&, auto response) {
-            completion(wrongBody(fault, body, *faults), std::nullopt, std::move(response));
-          });
+      return next_->sendRequest(request, withFault(*fault, std::move(completion)));
+  }
+}
+
+CorvaneSDK::Network::Completion FaultyNetwork::withFault(HostFault fault, Completion completion) const {
+  switch (fault) {
+    case HostFault::answeredLate:
+      return [held = held_, completion = std::move(completion)](const auto& body, const auto& error,
+                                                                const auto& response) {
+        held->keepLate([=] { completion(body, error, response); });
+      };
+    case HostFault::answeredTwice:
+      return [completion = std::move(completion)](const auto& body, const auto& error, const auto& response) {
+        completion(body, error, response);
+        completion(body, error, response);
+      };
+    case HostFault::networkError:
+      return [completion = std::move(completion)](const auto&, const auto&, const auto& response) {
+        completion(std::nullopt, Failure{}, response);
+      };
+    default:
+      return [fault, faults = faults_, completion = std::move(completion)](const auto& body, const auto&,
+                                                                           const auto& response) {
+        completion(wrongBody(fault, body, *faults), std::nullopt, response);
+      };
   }
 }
 

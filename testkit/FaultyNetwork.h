@@ -11,13 +11,18 @@
 
 namespace vellora::testkit {
 
-/// A network whose requests fail as a `HostFaults` says; the others go to another network, which also times
-/// the wrong answers.
+/// A network whose requests fail as a `HostFaults` says; the others go to another network.
 ///
-/// Ownership: shares both. Owns the completions that it holds back; what is still held when it is destroyed
-/// is dropped uncalled. An answer that comes after that is passed on without a fault.
+/// A wrong answer comes when the other network answers, in the place of its answer. A request that is
+/// answered at once or never does not reach the other network.
+///
+/// Ownership: shares the other network and the faults. Owns the completions that it holds back; what is still
+/// held when it is destroyed is dropped uncalled, and so is a late answer that comes after that.
+///
 /// Threads: safe to use from several threads at once, as far as the other network is. No lock is held while a
 /// completion runs.
+///
+/// Errors: a `Failure` is the error of a planned failure.
 class VELLORA_EXPORT FaultyNetwork final : public CorvaneSDK::Network {
  public:
   /// The error of a `networkError`, and of an `answeredAtOnce` that has no answer.
@@ -30,6 +35,7 @@ class VELLORA_EXPORT FaultyNetwork final : public CorvaneSDK::Network {
   FaultyNetwork(const FaultyNetwork&) = delete;
   FaultyNetwork& operator=(const FaultyNetwork&) = delete;
 
+  /// Passes the request on, or does what the fault of this call says.
   void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override;
 
   /// Delivers what was `answeredLate` and has arrived so far, on this thread, and tells how many that were.
@@ -40,6 +46,9 @@ class VELLORA_EXPORT FaultyNetwork final : public CorvaneSDK::Network {
 
  private:
   class Held;
+
+  /// What the other network calls in the place of `completion`.
+  [[nodiscard]] Completion withFault(HostFault fault, Completion completion) const;
 
   const std::shared_ptr<CorvaneSDK::Network> next_;
   const std::shared_ptr<HostFaults> faults_;

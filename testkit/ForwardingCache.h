@@ -18,6 +18,7 @@ namespace vellora::testkit {
 ///     };
 ///
 /// Ownership: shares the cache that it forwards to, which must not be null.
+///
 /// Threads: as safe as the cache that it forwards to; adds no state of its own.
 class VELLORA_EXPORT ForwardingCache : public CorvaneSDK::Cache {
  public:

@@ -9,9 +9,16 @@
 namespace vellora::testkit {
 
 /// Passes every call on to another table. Derive from it to change one of them, and hand it out by overriding
-/// `ForwardingCache::wrapTable`.
+/// `ForwardingCache::wrapTable`:
+///
+///     class FullTable : public ForwardingCacheTable {
+///      public:
+///       using ForwardingCacheTable::ForwardingCacheTable;
+///       bool upsert(const CorvaneSDK::CacheEntry&) override { return false; }
+///     };
 ///
 /// Ownership: shares the table that it forwards to, which must not be null.
+///
 /// Threads: as safe as the table that it forwards to; adds no state of its own.
 class VELLORA_EXPORT ForwardingCacheTable : public CorvaneSDK::CacheTable {
  public:

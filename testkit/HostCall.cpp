@@ -4,7 +4,7 @@ namespace vellora::testkit {
 
 namespace {
 
-std::string verbOf(HostCall::Operation operation) {
+std::string nameOf(HostCall::Operation operation) {
   using Operation = HostCall::Operation;
   switch (operation) {
     case Operation::sendRequest:
@@ -16,17 +16,17 @@ std::string verbOf(HostCall::Operation operation) {
     case Operation::remove:
       return "remove";
     case Operation::openTable:
-      return "open table";
+      return "openTable";
     case Operation::createTable:
-      return "create table";
+      return "createTable";
     case Operation::tableLoad:
-      return "table load";
+      return "tableLoad";
     case Operation::tableFetch:
-      return "table fetch";
+      return "tableFetch";
     case Operation::tablePurge:
-      return "table purge";
+      return "tablePurge";
     case Operation::tableUpsert:
-      return "table upsert";
+      return "tableUpsert";
     case Operation::log:
       return "log";
   }
@@ -35,8 +35,14 @@ std::string verbOf(HostCall::Operation operation) {
 
 }  // namespace
 
+std::string HostCall::target() const {
+  std::string text = subject;
+  for (const auto& [name, value] : meta) text.append(" ").append(name).append("=").append(value);
+  return text;
+}
+
 std::string HostCall::description() const {
-  return verbOf(operation) + " " + subject;
+  return nameOf(operation) + " " + target() + (failed ? " (failed)" : "");
 }
 
 }  // namespace vellora::testkit

@@ -2,34 +2,55 @@
 
 #include <string>
 
+#include "vellora/Host/Row.h"
 #include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
 
-/// One call that the library made to its host.
+/// One call that the library made to its host, as a `HostFaults` records it.
+///
+/// Of a `tableUpsert` that writes a theme's row, `operation` is `tableUpsert`, `subject` is the table's key,
+/// and `meta` is the row's: {"cacheEntryType": "theme", "name": "Account"}.
+///
+/// Ownership: a value; it refers to nothing of the call.
 struct VELLORA_EXPORT HostCall {
+  /// Which function of the host is called.
   enum class Operation {
+    // Of `Network`.
     sendRequest,
+    // Of `Cache`.
     load,
     save,
     remove,
     openTable,
     createTable,
-    // On a table.
+    // Of `CacheTable`.
     tableLoad,
     tableFetch,
     tablePurge,
     tableUpsert,
+    // Of `Logger`.
     log,
   };
 
   Operation operation;
-  /// Of a request the relative URL; of a blob or table its key, behind which stand the pairs that a table's
-  /// rows have or must have, such as " cacheEntryType=theme name=Account"; of a log line its text.
+
+  /// Of a request the relative URL, of a blob or a table its key, of a log line its text.
   std::string subject;
 
-  /// Such as "GET /services/data/v50.0/theme", "save ops.theme.fetch.timestamp", "table upsert Themes
-  /// kind=list" or "log fetchedThemes()".
+  /// On a table, the meta of the row that is written, or the pairs that the wanted rows must have. Empty when
+  /// a plain predicate selects the rows.
+  CorvaneSDK::Meta meta = {};
+
+  /// True when a fault struck the call.
+  bool failed = false;
+
+  /// The subject, and behind it the pairs, such as "Themes cacheEntryType=theme name=Account".
+  [[nodiscard]] std::string target() const;
+
+  /// The operation's name and the target, and " (failed)" behind them when it did. Such as
+  /// "save ops.theme.fetch.timestamp", "tableUpsert Themes kind=list (failed)", "log fetchedThemes()" or, of
+  /// a request, "GET /services/data/v50.0/theme".
   [[nodiscard]] std::string description() const;
 
   friend bool operator==(const HostCall&, const HostCall&) = default;

@@ -28,9 +28,28 @@ void HostFaults::plan(std::size_t call, HostFault fault, Lasting lasting) {
   planned_.push_back({call, fault, lasting});
 }
 
+void HostFaults::fail(HostCall::Operation operation) {
+  fail(operation, [](const std::string&) { return true; });
+}
+
+void HostFaults::fail(HostCall::Operation operation, std::string subject) {
+  fail(operation, [subject = std::move(subject)](const std::string& called) { return called == subject; });
+}
+
+void HostFaults::fail(HostCall::Operation operation, SubjectPredicate subjects) {
+  const std::lock_guard lock(mutex_);
+  failing_[operation] = std::move(subjects);
+}
+
+void HostFaults::mend(HostCall::Operation operation) {
+  const std::lock_guard lock(mutex_);
+  failing_.erase(operation);
+}
+
 void HostFaults::mend() {
   const std::lock_guard lock(mutex_);
   planned_.clear();
+  failing_.clear();
 }
 
 std::vector<HostCall> HostFaults::calls() const {
@@ -44,10 +63,28 @@ void HostFaults::clearCalls() {
 }
 
 std::optional<HostFault> HostFaults::next(HostCall call) {
+  const bool fails = failsByKind(call);
   const std::lock_guard lock(mutex_);
-  const std::size_t number = calls_.size();
-  const auto operation = call.operation;
+  auto fault = plannedFor(calls_.size(), call.operation);
+  if (!fault && fails) fault = faultsOf(call.operation).front();
+  call.failed = call.failed || fault.has_value();
   calls_.push_back(std::move(call));
+  return fault;
+}
+
+// The predicate is the test's own code, hence called on a copy, with no lock held.
+bool HostFaults::failsByKind(const HostCall& call) const {
+  SubjectPredicate predicate;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = failing_.find(call.operation);
+    if (found == failing_.end()) return false;
+    predicate = found->second;
+  }
+  return predicate(call.subject);
+}
+
+std::optional<HostFault> HostFaults::plannedFor(std::size_t number, HostCall::Operation operation) const {
   const auto found = std::find_if(planned_.rbegin(), planned_.rend(), [&](const Planned& planned) {
     const bool reaches = planned.lasting == Lasting::once ? planned.call == number : planned.call <= number;
     return reaches && canHave(operation, planned.fault);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -15,17 +16,31 @@
 
 namespace vellora::testkit {
 
-/// Counts the calls to a host and says which of them fail, and how. One is shared by all facilities of a
+/// Records the calls to a host, and says which of them fail, and how. One is shared by all facilities of a
 /// host, so that their calls have one order.
 ///
-/// Threads: safe to use from several threads at once. The functions of `Substitutes` are called inside the
-/// failing call, with no lock held.
+/// A fault is planned for a call by its number, or for all calls of a kind:
+///
+///     faults.plan(3, HostFault::truncated);                              // the fourth call
+///     faults.fail(HostCall::Operation::save);                            // every save
+///     faults.fail(HostCall::Operation::load, "ops.theme.fetch.timestamp");  // each load of that blob
+///
+/// Where both fit a call, the one that was planned by number counts.
+///
+/// Ownership: owns copies of the calls and what it is given.
+///
+/// Threads: safe to use from several threads at once. Predicates and the functions of `Substitutes` are
+/// called inside the failing call, with no lock held.
 class VELLORA_EXPORT HostFaults {
  public:
+  /// For how long a fault that is planned by number lasts.
   enum class Lasting {
-    once,
-    fromThenOn,  ///< that call and every later one that can have this fault
+    once,        ///< for that call
+    fromThenOn,  ///< for that call and every later one that can have the fault
   };
+
+  /// Tells by a call's subject whether the call is to fail.
+  using SubjectPredicate = std::function<bool(const std::string& subject)>;
 
   /// What is put in the place of something right. Each has a simple default.
   struct Substitutes {
@@ -47,6 +62,15 @@ class VELLORA_EXPORT HostFaults {
   /// call the newest counts. A fault that its call cannot have leaves that call alone.
   void plan(std::size_t call, HostFault fault, Lasting lasting = Lasting::once);
 
+  /// Lets the calls of that kind have the plainest fault of their kind from now on: all, those for `subject`,
+  /// or those whose subject `subjects` admits. A later `fail` of the same operation replaces the earlier one.
+  void fail(HostCall::Operation operation);
+  void fail(HostCall::Operation operation, std::string subject);
+  void fail(HostCall::Operation operation, SubjectPredicate subjects);
+
+  /// Takes `fail` back for the calls of that kind.
+  void mend(HostCall::Operation operation);
+
   /// No faults from now on.
   void mend();
 
@@ -56,7 +80,7 @@ class VELLORA_EXPORT HostFaults {
   /// Forgets the calls so far, so that the next one is number 0.
   void clearCalls();
 
-  /// For the facilities: counts `call` and tells its fault.
+  /// For the facilities: records `call` and tells its fault.
   [[nodiscard]] std::optional<HostFault> next(HostCall call);
 
   /// For the facilities: what stands in the place of `right`, which `call` has read, when it has `fault`; no
@@ -64,6 +88,7 @@ class VELLORA_EXPORT HostFaults {
   [[nodiscard]] std::optional<Data> substituted(HostFault fault, const HostCall& call,
                                                 const Data& right) const;
 
+  /// For the facilities: what is put in the place of something right.
   [[nodiscard]] const Substitutes& substitutes() const noexcept { return substitutes_; }
 
  private:
@@ -73,10 +98,16 @@ class VELLORA_EXPORT HostFaults {
     Lasting lasting;
   };
 
+  [[nodiscard]] bool failsByKind(const HostCall& call) const;
+  [[nodiscard]] std::optional<HostFault> plannedFor(
+      std::size_t number,
+      HostCall::Operation operation) const;  // with mutex_ locked
+
   const Substitutes substitutes_ = {};  // constant after construction
 
   mutable std::mutex mutex_;      // guards what follows
   std::vector<Planned> planned_;  // the later counts
+  std::map<HostCall::Operation, SubjectPredicate> failing_;
   std::vector<HostCall> calls_;
 };
 

@@ -17,6 +17,7 @@ namespace vellora::testkit {
 ///     queue->runAll();
 ///
 /// Ownership: owns submitted work until it has run; what never ran is dropped with the queue.
+///
 /// Threads: safe to use from several threads at once. Run it from one thread at a time if the work must keep
 /// to the promise of a serial queue, one piece at a time.
 class VELLORA_EXPORT ManualQueue final : public DispatchQueue {

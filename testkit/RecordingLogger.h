@@ -14,11 +14,17 @@ namespace vellora::testkit {
 
 /// A logger that keeps every line, in the order in which the lines came.
 ///
+///     const auto logger = std::make_shared<RecordingLogger>();
+///     // … run what is tested on a host with `logger` …
+///     EXPECT_EQ(logger->texts(CorvaneSDK::LogLevel::error), std::vector<std::string>{});
+///
 /// Ownership: owns copies of the lines. The accessors return copies, so they can be compared while other
 /// threads go on logging.
+///
 /// Threads: safe to use from several threads at once.
 class VELLORA_EXPORT RecordingLogger final : public CorvaneSDK::Logger {
  public:
+  /// One call of `log`.
   struct Line {
     CorvaneSDK::LogLevel level;
     std::string text;
@@ -32,6 +38,7 @@ class VELLORA_EXPORT RecordingLogger final : public CorvaneSDK::Logger {
 
   void log(std::string_view message, CorvaneSDK::LogLevel level) override;
 
+  /// The lines so far, oldest first.
   [[nodiscard]] std::vector<Line> lines() const;
 
   /// The texts of the lines of that level.
@@ -43,7 +50,7 @@ class VELLORA_EXPORT RecordingLogger final : public CorvaneSDK::Logger {
   /// Waits until `part` stands within some line; false when it still does not after `limit`. For lines that
   /// another thread logs.
   [[nodiscard]] bool waitFor(std::string_view part,
-                             std::chrono::milliseconds limit = std::chrono::seconds(10)) const;
+                             std::chrono::milliseconds limit = std::chrono::seconds(60)) const;
 
   /// Forgets the lines so far.
   void clear();

@@ -1,22 +1,24 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "testkit/StubAnswer.h"
 #include "vellora/Host/Network.h"
 #include "vellora/Platform/Values/Export.h"
 
 namespace vellora::testkit {
+
+class AnswerScript;
+class PendingAnswers;
+class SentRequests;
 
 /// A network that gives scripted answers and records what it was asked.
 ///
@@ -32,53 +34,42 @@ namespace vellora::testkit {
 ///
 /// Ownership: owns the completions that it has not called. Those still held when it is destroyed are dropped
 /// uncalled, as are those of `never()`.
+///
 /// Threads: safe to use from several threads at once. An answer is delivered inside `sendRequest`, or, when
 /// it is held, inside the `release` call that lets it go; in either case with no lock held, so a completion
-/// may send, script and release. Errors: a request that nothing was scripted for completes with an
-/// `Unscripted` error, and is listed by `unscripted()`.
+/// may send, script and release.
+///
+/// Errors: a request that nothing was scripted for completes with an `Unscripted` error, and is listed by
+/// `unscripted()`.
 class VELLORA_EXPORT StubNetwork final : public CorvaneSDK::Network {
  public:
+  using Answer = StubAnswer;
+
+  /// Tells whether a rule is for the request. Called inside `sendRequest`.
   using Predicate = std::function<bool(const CorvaneSDK::NetRequest&)>;
 
-  /// What a request is answered with. Made by `body`, `failure`, `nothing` and `never`.
-  class Answer {
-   public:
-    /// The same answer, held back until a `release` call.
-    [[nodiscard]] Answer held() const;
-
-    /// The same answer, accompanied by `response`.
-    [[nodiscard]] Answer with(URLResponse response) const;
-
-   private:
-    friend class StubNetwork;
-    enum class Delivery { immediate, held, never };
-
-    std::optional<Data> data_;
-    std::optional<Error> error_;
-    std::optional<URLResponse> response_;
-    Delivery delivery_ = Delivery::immediate;
-  };
-
   /// The response body `text`, and no error.
-  [[nodiscard]] static Answer body(std::string text);
-  [[nodiscard]] static Answer body(Data data);
+  [[nodiscard]] static Answer body(std::string text) { return Answer::body(Data(std::move(text))); }
+  [[nodiscard]] static Answer body(Data data) { return Answer::body(std::move(data)); }
 
   /// `error`, and no body.
-  [[nodiscard]] static Answer failure(Error error);
+  [[nodiscard]] static Answer failure(Error error) { return Answer::failure(std::move(error)); }
 
   /// Neither body nor error.
-  [[nodiscard]] static Answer nothing();
+  [[nodiscard]] static Answer nothing() { return Answer::nothing(); }
 
   /// No completion: the request hangs.
-  [[nodiscard]] static Answer never();
+  [[nodiscard]] static Answer never() { return Answer::never(); }
 
   /// The error of a request that nothing was scripted for.
   struct Unscripted {
     std::string url;
 
+    /// Names the URL, and says what to do.
     [[nodiscard]] std::string localizedDescription() const;
   };
 
+  /// One request that came.
   struct Request {
     CorvaneSDK::NetRequest request;
     std::thread::id thread;  ///< that called `sendRequest`
@@ -88,6 +79,8 @@ class VELLORA_EXPORT StubNetwork final : public CorvaneSDK::Network {
   ~StubNetwork() override;
   StubNetwork(const StubNetwork&) = delete;
   StubNetwork& operator=(const StubNetwork&) = delete;
+
+  // The script.
 
   /// Answers every request for exactly `url`.
   void answer(std::string url, Answer answer);
@@ -99,13 +92,17 @@ class VELLORA_EXPORT StubNetwork final : public CorvaneSDK::Network {
   /// Answers every request whose URL begins with `prefix`.
   void answerPrefix(std::string prefix, Answer answer);
 
-  /// Answers every request that `predicate` admits. It is called inside `sendRequest`.
+  /// Answers every request that `predicate` admits.
   void answerWhen(Predicate predicate, Answer answer);
 
   /// Answers one request that no rule matches; several calls queue up, first in, first out.
   void answerNext(Answer answer);
 
+  // Called by the library.
+
   void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override;
+
+  // What is held.
 
   /// Delivers the oldest held answer. False when none is held.
   bool releaseOne();
@@ -117,6 +114,8 @@ class VELLORA_EXPORT StubNetwork final : public CorvaneSDK::Network {
 
   /// How many answers are held.
   [[nodiscard]] std::size_t held() const;
+
+  // What was asked.
 
   /// Every request, in the order in which they came.
   [[nodiscard]] std::vector<Request> requests() const;
@@ -134,27 +133,13 @@ class VELLORA_EXPORT StubNetwork final : public CorvaneSDK::Network {
   /// Waits until `count` requests came in all; false when they have not after `limit`. For requests that
   /// another thread sends. A request whose answer is held can be released once this has returned true.
   [[nodiscard]] bool waitForRequests(std::size_t count,
-                                     std::chrono::milliseconds limit = std::chrono::seconds(10)) const;
+                                     std::chrono::milliseconds limit = std::chrono::seconds(60)) const;
 
  private:
-  struct Rule;
-  struct Pending;
-
-  void addRule(Predicate matches, std::vector<Answer> answers);
-  [[nodiscard]] std::shared_ptr<Rule> ruleFor(const CorvaneSDK::NetRequest& request) const;
-  [[nodiscard]] Answer takeAnswer(Rule* rule, const std::string& url);  // call with mutex_ locked
-  [[nodiscard]] std::vector<Pending> takeHeld(const std::function<bool(const Pending&)>& wanted);
-  static std::size_t deliver(std::vector<Pending> pending);
-
-  mutable std::mutex mutex_;
-  mutable std::condition_variable requested_;
-  // All below under mutex_.
-  std::vector<std::shared_ptr<Rule>> rules_;
-  std::deque<Answer> next_;
-  std::vector<Pending> held_;
-  std::vector<Pending> hanging_;
-  std::vector<Request> requests_;
-  std::vector<std::string> unscripted_;
+  const std::unique_ptr<AnswerScript> script_;
+  const std::unique_ptr<PendingAnswers> pending_;
+  const std::unique_ptr<SentRequests> sent_;
+  const std::unique_ptr<SentRequests> unscripted_;
 };
 
 }  // namespace vellora::testkit

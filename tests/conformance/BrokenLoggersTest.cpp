@@ -1,13 +1,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <latch>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "conformance/LoggerConformance.h"
@@ -115,7 +116,7 @@ TEST(BrokenLoggersTest, CuttingLongMessagesIntoPiecesIsFound) {
    public:
     void log(std::string_view message, LogLevel) override {
       add(message.substr(0, 60));
-      std::this_thread::yield();
+      if (message.starts_with('<')) letAnotherThreadIn();
       add(message.size() > 60 ? std::string(message.substr(60)) + "\n" : "\n");
     }
     std::string text() { return text_; }
@@ -128,8 +129,14 @@ TEST(BrokenLoggersTest, CuttingLongMessagesIntoPiecesIsFound) {
       }
       if (part.ends_with('\n')) text_ += '\n';
     }
+    // The first two messages of the threads stand half written at the same time.
+    void letAnotherThreadIn() {
+      if (halves_++ < 2) twoHalves_.arrive_and_wait();
+    }
     std::mutex mutex_;
     std::string text_;
+    std::atomic<int> halves_ = 0;
+    std::latch twoHalves_{2};
   };
   EXPECT_THAT(brokenByLogger<Broken>(), ElementsAre("LinesOfSeveralThreadsAreWhole"));
 }

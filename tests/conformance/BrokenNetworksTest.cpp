@@ -1,8 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -34,6 +35,9 @@ class PassingNetwork : public Network {
     next_->sendRequest(request, std::move(completion));
   }
 
+  /// As that of a `NetworkHost`; for a network that keeps a completion for ever.
+  [[nodiscard]] virtual std::chrono::milliseconds patience() const { return std::chrono::seconds(60); }
+
  protected:
   const std::shared_ptr<Network> next_;
 };
@@ -42,10 +46,18 @@ template <class N>
 class PassingNetworkHost final : public NetworkHost {
  public:
   std::shared_ptr<Network> connect(const std::string& serverUrl) override {
-    return std::make_shared<N>(serverUrl);
+    auto network = std::make_shared<N>(serverUrl);
+    network_ = network;
+    return network;
   }
-  // Only networks that never complete wait so long; an answer over the loopback takes a few milliseconds.
-  std::chrono::milliseconds patience() const override { return std::chrono::seconds(2); }
+
+  std::chrono::milliseconds patience() const override {
+    const auto network = network_.lock();
+    return network ? network->patience() : NetworkHost::patience();
+  }
+
+ private:
+  std::weak_ptr<N> network_;
 };
 
 template <class N>
@@ -135,9 +147,17 @@ TEST(BrokenNetworksTest, IgnoringTheTimeOfARequestIsFound) {
     using PassingNetwork::PassingNetwork;
     void sendRequest(const NetRequest& request, Completion completion) override {
       URLRequest patient = request.base();
+      if (patient.timeoutInterval < 1) wasHurried_ = true;
       patient.timeoutInterval = 600;
       next_->sendRequest(NetRequest(std::move(patient)), std::move(completion));
     }
+    // The request that is in a hurry is never answered, so there is nothing to wait for.
+    std::chrono::milliseconds patience() const override {
+      return wasHurried_ ? std::chrono::milliseconds(1) : PassingNetwork::patience();
+    }
+
+   private:
+    std::atomic<bool> wasHurried_ = false;
   };
   EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("ARequestIsCompletedWhenItsTimeIsUp"));
 }

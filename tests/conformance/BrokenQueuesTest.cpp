@@ -1,15 +1,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstddef>
 #include <functional>
+#include <latch>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "conformance/QueueConformance.h"
+#include "testkit/ManualQueue.h"
 #include "tests/conformance/BrokenHosts.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
@@ -19,21 +24,34 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Work that a right serial queue runs, in a way that a test breaks.
-template <class Q, int milliseconds>
-class BrokenQueueHost final : public QueueHost {
+std::set<std::string> brokenByQueue(const std::function<std::unique_ptr<QueueHost>()>& make) {
+  return tests::brokenBy(make, queueGuarantees());
+}
+
+/// A host of queues that run by themselves.
+template <class Q>
+class ThreadedHost : public QueueHost {
  public:
   std::shared_ptr<DispatchQueue> make() override { return std::make_shared<Q>(); }
-  std::chrono::milliseconds patience() const override { return std::chrono::milliseconds(milliseconds); }
 };
 
-// A queue that loses work keeps its tests waiting for so long.
-template <class Q, int milliseconds = 10'000>
+template <class Q>
 std::set<std::string> brokenByQueue() {
-  const std::function<std::unique_ptr<QueueHost>()> make = [] {
-    return std::make_unique<BrokenQueueHost<Q, milliseconds>>();
-  };
-  return tests::brokenBy(make, queueGuarantees());
+  return brokenByQueue([] { return std::make_unique<ThreadedHost<Q>>(); });
+}
+
+/// A host of queues that run when they are told to, so that no thread decides what a test finds.
+template <class Q>
+class SteppedHost : public QueueHost {
+ public:
+  std::shared_ptr<DispatchQueue> make() override { return std::make_shared<Q>(); }
+  void run(DispatchQueue& queue) override { dynamic_cast<Q&>(queue).runAll(); }
+  bool runsByItself() const override { return false; }
+};
+
+template <class Q>
+std::set<std::string> brokenByStepped() {
+  return brokenByQueue([] { return std::make_unique<SteppedHost<Q>>(); });
 }
 
 class RightQueue : public DispatchQueue {
@@ -68,7 +86,11 @@ TEST(BrokenQueuesTest, RunningNothingIsFound) {
    public:
     void async(Work) override {}
   };
-  EXPECT_EQ((brokenByQueue<Broken, 50>().size()), queueGuarantees().size());
+  // No piece of work ever runs, so there is nothing to be patient for.
+  class Host final : public ThreadedHost<Broken> {
+    std::chrono::milliseconds patience() const override { return std::chrono::milliseconds(1); }
+  };
+  EXPECT_EQ(brokenByQueue([] { return std::make_unique<Host>(); }).size(), queueGuarantees().size());
 }
 
 TEST(BrokenQueuesTest, RunningWorkTwiceIsFound) {
@@ -81,59 +103,72 @@ TEST(BrokenQueuesTest, RunningWorkTwiceIsFound) {
   EXPECT_TRUE(brokenByQueue<Broken>().contains("EachPieceOfWorkRunsOnce"));
 }
 
-TEST(BrokenQueuesTest, RunningTheNewestWorkFirstIsFound) {
-  class Stack final : public DispatchQueue {
-   public:
-    void async(Work work) override {
-      const std::lock_guard lock(mutex_);
-      work_.push_back(std::move(work));
-    }
-    void run() {
-      while (Work newest = take()) newest();
-    }
+/// Work that waits until a test has it run.
+class WaitingQueue : public DispatchQueue {
+ public:
+  void async(Work work) override {
+    const std::lock_guard lock(mutex_);
+    work_.push_back(std::move(work));
+  }
 
-   private:
-    Work take() {
-      const std::lock_guard lock(mutex_);
-      if (work_.empty()) return {};
-      Work newest = std::move(work_.back());
-      work_.pop_back();
-      return newest;
+ protected:
+  std::vector<Work> takeAll() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(work_, {});
+  }
+
+  Work takeNewest() {
+    const std::lock_guard lock(mutex_);
+    if (work_.empty()) return {};
+    Work newest = std::move(work_.back());
+    work_.pop_back();
+    return newest;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<Work> work_;  // under mutex_
+};
+
+TEST(BrokenQueuesTest, RunningTheNewestWorkFirstIsFound) {
+  class Broken final : public WaitingQueue {
+   public:
+    void runAll() {
+      while (Work newest = takeNewest()) newest();
     }
-    std::mutex mutex_;
-    std::vector<Work> work_;
   };
-  class Host final : public QueueHost {
-    std::shared_ptr<DispatchQueue> make() override { return std::make_shared<Stack>(); }
-    void run(DispatchQueue& queue) override { dynamic_cast<Stack&>(queue).run(); }
-    bool runsByItself() const override { return false; }
-  };
-  const std::function<std::unique_ptr<QueueHost>()> make = [] { return std::make_unique<Host>(); };
-  EXPECT_THAT(tests::brokenBy(make, queueGuarantees()), ElementsAre("WorkRunsInTheOrderOfSubmission"));
+  EXPECT_THAT(brokenByStepped<Broken>(), ElementsAre("WorkRunsInTheOrderOfSubmission"));
 }
 
 TEST(BrokenQueuesTest, RunningWorkSideBySideIsFound) {
-  class Broken final : public DispatchQueue {
+  class Broken final : public WaitingQueue {
    public:
-    void async(Work work) override { DispatchQueue::global(DispatchQoS::standard)->async(std::move(work)); }
+    // Each piece of work on a thread of its own. They start together, so that they overlap.
+    void runAll() {
+      const std::vector<Work> all = takeAll();
+      std::latch start(static_cast<std::ptrdiff_t>(all.size()));
+      std::vector<std::thread> threads;
+      for (const Work& work : all) {
+        threads.emplace_back([&start, &work] {
+          start.arrive_and_wait();
+          work();
+        });
+      }
+      for (auto& thread : threads) thread.join();
+    }
   };
   // The order may be lost as well; whether it is, is up to the threads.
-  EXPECT_TRUE(brokenByQueue<Broken>().contains("WorkOfSeveralThreadsRunsOneAtATime"));
+  EXPECT_TRUE(brokenByStepped<Broken>().contains("WorkOfSeveralThreadsRunsOneAtATime"));
 }
 
 TEST(BrokenQueuesTest, DroppingWorkWithTheLastHandleIsFound) {
-  class Broken final : public RightQueue {
-   public:
-    void async(Work work) override {
-      RightQueue::async([work = std::move(work), alive = std::weak_ptr(alive_)] {
-        if (alive.lock()) work();
-      });
-    }
-
-   private:
-    const std::shared_ptr<int> alive_ = std::make_shared<int>(0);
+  // A manual queue drops what has not run when it is destroyed. This host says that it is none.
+  class Host final : public SteppedHost<testkit::ManualQueue> {
+    bool runsByItself() const override { return true; }
+    std::chrono::milliseconds patience() const override { return std::chrono::milliseconds(1); }
   };
-  EXPECT_THAT((brokenByQueue<Broken, 1000>()), ElementsAre("WorkRunsThoughTheLastHandleToItsQueueIsDropped"));
+  EXPECT_THAT(brokenByQueue([] { return std::make_unique<Host>(); }),
+              ElementsAre("WorkRunsThoughTheLastHandleToItsQueueIsDropped"));
 }
 
 }  // namespace

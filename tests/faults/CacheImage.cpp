@@ -77,16 +77,15 @@ std::optional<Data> CacheImage::anothers(const testkit::HostCall& call) const {
   } else {
     for (const auto& [key, rows] : written_->rowsByTable) {
       for (const auto& [meta, data] : rows) {
-        std::string subject = key;
-        for (const auto& [name, value] : meta) subject.append(" ").append(name).append("=").append(value);
-        records.insert_or_assign(subject, data);
+        records.insert_or_assign(testkit::HostCall{call.operation, key, meta}.target(), data);
       }
     }
   }
-  records.erase(call.subject);
+  const std::string target = call.target();
+  records.erase(target);
   const auto likest =
       std::max_element(records.begin(), records.end(), [&](const auto& left, const auto& right) {
-        return commonLength(left.first, call.subject) < commonLength(right.first, call.subject);
+        return commonLength(left.first, target) < commonLength(right.first, target);
       });
   return likest == records.end() ? std::nullopt : std::optional(likest->second);
 }

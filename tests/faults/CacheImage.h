@@ -22,8 +22,8 @@ class CacheImage {
   /// A new cache in memory with all that the recorder was given.
   [[nodiscard]] std::shared_ptr<CorvaneSDK::Cache> copy() const;
 
-  /// The bytes of the record that is likest to the one that `call` reads, of all others: another entry of the
-  /// same kind where there is one.
+  /// The bytes of another record than the one that `call` reads: the most similar one, which is an entry of
+  /// the same kind where there is one. No value when there is no other.
   [[nodiscard]] std::optional<Data> anothers(const testkit::HostCall& call) const;
 
  private:

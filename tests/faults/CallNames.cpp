@@ -1,6 +1,5 @@
 #include "tests/faults/CallNames.h"
 
-#include <array>
 #include <map>
 #include <string_view>
 
@@ -14,42 +13,44 @@ namespace {
 struct Renaming {
   std::string_view begin;
   std::string_view name;
-  bool keepsRest;  ///< what follows names the entry
+  bool keepsRest = false;  ///< what follows names the entry
 };
 
 /// Of what is asked for; the first that fits counts.
-constexpr std::array renamings = {
-    Renaming{"/services/data/v50.0/theme", "themes", false},
-    Renaming{"/services/data/v50.0/sobjects", "types", false},
-    Renaming{"/services/data/v50.0/query?", "list view", false},
-    Renaming{"/services/data/v50.0/search/layout?", "search layouts", false},
-    Renaming{"/services/data/v53.0/compactLayouts?", "compact layouts", false},
-    Renaming{"/services/data/v53.0/query?", "name fields", false},
-    Renaming{"ops.theme.fetch.timestamp", "time of themes", false},
-    Renaming{"ops.sobject.fetch.timestamp", "time of types", false},
-    Renaming{"OPS_Layout_", "search layout ", true},
-    Renaming{"OPS_CompactLayout_", "compact layout ", true},
-    Renaming{"OPS_ThemesCacheTable cacheEntryType=themes", "theme list", false},
-    Renaming{"OPS_ThemesCacheTable cacheEntryType=theme name=", "theme ", true},
-    Renaming{"OPS_ThemesCacheTable cacheEntryType=theme", "theme rows", false},
-    Renaming{"OPS_ThemesCacheTable", "theme table", false},
-    Renaming{"OPS_SObjectsCacheTable cacheEntryType=sObjects", "type list", false},
-    Renaming{"OPS_SObjectsCacheTable cacheEntryType=sObject name=", "type ", true},
-    Renaming{"OPS_SObjectsCacheTable cacheEntryType=sObject", "type rows", false},
-    Renaming{"OPS_SObjectsCacheTable cacheEntryType=keyPrefixes", "prefix list", false},
-    Renaming{"OPS_SObjectsCacheTable cacheEntryType=keyPrefix keyPrefix=", "prefix ", true},
-    Renaming{"OPS_SObjectsCacheTable cacheEntryType=keyPrefix", "prefix rows", false},
-    Renaming{"OPS_SObjectsCacheTable cacheEntryType=listView id=", "list view ", true},
-    Renaming{"OPS_SObjectsCacheTable cacheEntryType=listView", "list view rows", false},
-    Renaming{"OPS_SObjectsCacheTable", "type table", false},
+constexpr Renaming renamings[] = {
+    {.begin = "/services/data/v50.0/theme", .name = "themes"},
+    {.begin = "/services/data/v50.0/sobjects", .name = "types"},
+    {.begin = "/services/data/v50.0/query?", .name = "list view"},
+    {.begin = "/services/data/v50.0/search/layout?", .name = "search layouts"},
+    {.begin = "/services/data/v53.0/compactLayouts?", .name = "compact layouts"},
+    {.begin = "/services/data/v53.0/query?", .name = "name fields"},
+    {.begin = "ops.theme.fetch.timestamp", .name = "time of themes"},
+    {.begin = "ops.sobject.fetch.timestamp", .name = "time of types"},
+    {.begin = "OPS_Layout_", .name = "search layout ", .keepsRest = true},
+    {.begin = "OPS_CompactLayout_", .name = "compact layout ", .keepsRest = true},
+    {.begin = "OPS_ThemesCacheTable cacheEntryType=themes", .name = "theme list"},
+    {.begin = "OPS_ThemesCacheTable cacheEntryType=theme name=", .name = "theme ", .keepsRest = true},
+    {.begin = "OPS_ThemesCacheTable cacheEntryType=theme", .name = "theme rows"},
+    {.begin = "OPS_ThemesCacheTable", .name = "theme table"},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=sObjects", .name = "type list"},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=sObject name=", .name = "type ", .keepsRest = true},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=sObject", .name = "type rows"},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=keyPrefixes", .name = "prefix list"},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=keyPrefix keyPrefix=",
+     .name = "prefix ",
+     .keepsRest = true},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=keyPrefix", .name = "prefix rows"},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=listView id=", .name = "list view ", .keepsRest = true},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=listView", .name = "list view rows"},
+    {.begin = "OPS_SObjectsCacheTable", .name = "type table"},
 };
 
-std::string nameOf(std::string_view subject) {
+std::string nameOf(std::string_view target) {
   for (const auto& [begin, name, keepsRest] : renamings) {
-    if (!subject.starts_with(begin)) continue;
-    return std::string(name).append(keepsRest ? subject.substr(begin.size()) : "");
+    if (!target.starts_with(begin)) continue;
+    return std::string(name).append(keepsRest ? target.substr(begin.size()) : "");
   }
-  return std::string(subject);
+  return std::string(target);
 }
 
 std::string_view verbOf(Operation operation) {
@@ -81,7 +82,7 @@ std::string_view verbOf(Operation operation) {
 
 std::string nameOf(const HostCall& call) {
   if (call.operation == Operation::log) return "log";
-  return std::string(verbOf(call.operation)).append(nameOf(call.subject));
+  return std::string(verbOf(call.operation)).append(nameOf(call.target()));
 }
 
 std::vector<std::string> namesOf(const std::vector<HostCall>& calls) {

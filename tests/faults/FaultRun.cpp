@@ -1,8 +1,9 @@
 #include "tests/faults/FaultRun.h"
 
 #include <optional>
-#include <string_view>
 #include <utility>
+
+#include "testkit/SilentLogger.h"
 
 namespace vellora::faults {
 
@@ -11,11 +12,6 @@ using testkit::HostCall;
 using testkit::HostFaults;
 
 namespace {
-
-class NoLog final : public CorvaneSDK::Logger {
- public:
-  void log(std::string_view, CorvaneSDK::LogLevel) override {}
-};
 
 HostFaults::Substitutes substitutesFrom(const CacheImage* image) {
   HostFaults::Substitutes substitutes;
@@ -33,7 +29,7 @@ HostFaults::Substitutes substitutesFrom(const CacheImage* image) {
 FaultRun::FaultRun(tests::ManualQueues& queues, std::shared_ptr<CorvaneSDK::Cache> cache,
                    const CacheImage* anothers)
     : queues_(queues),
-      host_(std::make_shared<FaultyHost>(server_, std::move(cache), std::make_shared<NoLog>(),
+      host_(std::make_shared<FaultyHost>(server_, std::move(cache), std::make_shared<testkit::SilentLogger>(),
                                          substitutesFrom(anothers))) {}
 
 FaultRun::~FaultRun() {

@@ -43,16 +43,17 @@ class FaultRun {
   [[nodiscard]] RequiredAPI api() const { return {host_->network(), host_->cache(), host_->logger()}; }
   [[nodiscard]] std::shared_ptr<DispatchQueue> hostQueue() const { return hostQueue_; }
 
-  /// Asks, lets everything happen until nothing is left to, and returns what came since.
+  /// Asks, runs queues and network until they are empty, and returns what was delivered meanwhile.
   Deliveries perform(const Operation& operation);
 
-  /// Lets go of the service, and lets happen what is left to.
+  /// Lets go of the service, and runs queues and network until they are empty.
   void release();
 
   /// What is still alive that should not be, in words; empty when nothing is. Call it after `release`.
   [[nodiscard]] std::vector<std::string> leftovers();
 
-  /// A completion's way to the run: it holds on to a token, so that its own life shows.
+  /// What a completion hands its delivery to. Each holds a handle to a token, by which `leftovers` finds
+  /// those that are still alive.
   [[nodiscard]] std::function<void(Delivery)> deliver();
 
  private:

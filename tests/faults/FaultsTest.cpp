@@ -145,7 +145,7 @@ TEST_P(FaultsTest, PairsOfFaultsComeToWhatTheirSinglesAndTheTableSay) {
   std::size_t tried = 0;
   for (const auto& state : Trials::states()) {
     Trials trials(operation, state);
-    // What can fail second is what the library does about the first fault.
+    // The second fault is at one of the calls that the library makes once the first has struck.
     const auto seconds = [&](const PlannedFault& first) {
       auto calls = trials.run({first}).calls;
       return std::pair(faultsFrom(first.call + 1, calls), namesOf(calls));
@@ -177,7 +177,7 @@ TEST_P(FaultsTest, PairsOfFaultsComeToWhatTheirSinglesAndTheTableSay) {
   RecordProperty("pairs", static_cast<int>(tried));
 }
 
-// Else it would say of a fault what is never tried.
+// A line that decides of no fault would claim what no test tries.
 TEST(FaultsTableTest, EveryLineDecidesOfSomeFault) {
   std::vector<bool> decides(table().singleLines());
   for (const auto& operation : operations()) {

@@ -80,7 +80,7 @@ class HostSecretsTest : public testing::Test {
     return all + state.description() + (state.error() ? state.error()->localizedDescription() : "");
   }
 
-  /// An answer; what comes late comes now.
+  /// Waits for an answer. What the host answers late is delivered meanwhile.
   std::string awaited(std::future<std::string>& answer) {
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (answer.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
@@ -149,7 +149,7 @@ TEST_F(HostSecretsTest, TheServerIsTheOneThatGetsTheToken) {
 }
 
 TEST_F(HostSecretsTest, WhateverTheServerDoes) {
-  // The one that is never answered comes last: equal requests share it from then on.
+  // The fault that never answers comes last, since later requests for the same would wait for its answer too.
   const std::vector<std::pair<std::string, Fault>> faults = {
       {"fail", Fault::fail(500)},
       {"refuse the token", Fault::fail(401)},

@@ -44,7 +44,7 @@ bool fitsAny(const std::vector<std::string>& patterns, std::string_view text) {
                      [&](const std::string& pattern) { return fits(pattern, text); });
 }
 
-/// The same, but a pattern for one delivery does not fit several.
+/// Whether `answer` fits one of `patterns`. A pattern for one delivery does not fit an answer of several.
 bool fitsDeliveries(const std::vector<std::string>& patterns, const std::string& answer) {
   const auto count = [](const std::string& text) { return split(text, ", then ").size(); };
   return std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) {
@@ -65,13 +65,13 @@ Harm harmOf(const std::string& answer) {
   return total ? Harm::total : Harm::partial;
 }
 
-/// What is wrong with entries of an answer, one by one; each begins with the entry or with "no " and it.
+/// What is wrong with an answer, entry by entry, such as "no Account" and "Contact = Account".
 std::set<std::string> wrongsOf(const std::string& answer) {
   const auto parts = split(answer, ", ");
   return {parts.begin(), parts.end()};
 }
 
-/// The answer with the wrongs of both.
+/// An answer in which all is wrong that is wrong with either.
 std::string merged(const std::string& first, const std::string& second) {
   auto wrongs = wrongsOf(first);
   wrongs.merge(wrongsOf(second));
@@ -112,15 +112,18 @@ OutcomeTable::OutcomeTable(const std::string& text) {
       if (sides.size() != 2) refuse(line, "a group needs a name, \"=\" and its members");
       groups_[sides[0]] = patternsIn(sides[1]);
     } else if (cells.size() == 7) {
-      lines_.push_back({patternsIn(cells[0]),
-                        patternsIn(cells[1]),
-                        patternsIn(cells[2]),
-                        patternsIn(cells[3]),
-                        patternsIn(cells[4]),
-                        {cells[5], cells[6].empty() ? "right" : cells[6]}});
+      lines_.push_back({.operations = patternsIn(cells[0]),
+                        .states = patternsIn(cells[1]),
+                        .calls = patternsIn(cells[2]),
+                        .faults = patternsIn(cells[3]),
+                        .lastings = patternsIn(cells[4]),
+                        .outcome = {cells[5], cells[6].empty() ? "right" : cells[6]}});
     } else if (cells.size() == 6 && cells[0] == "pair") {
-      pairLines_.push_back({patternsIn(cells[1]), patternsIn(cells[2]), patternsIn(cells[3]),
-                            split(cells[4], ";"), split(cells[5], ";")});
+      pairLines_.push_back({.operations = patternsIn(cells[1]),
+                            .firstFaults = patternsIn(cells[2]),
+                            .secondFaults = patternsIn(cells[3]),
+                            .answers = split(cells[4], ";"),
+                            .afterwards = split(cells[5], ";")});
     } else {
       refuse(line, "a line has seven cells, one about pairs six");
     }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr double pastTheTimeout = 3601;
 
-/// What the same service and a new one say, once where they agree, and without what is right.
+/// What the same service and a new one answer: one text where they agree, else only what is not right.
 std::string bothTexts(const std::string& same, const std::string& anew) {
   if (same == anew) return same;
   if (anew == "right") return "same " + same;

@@ -7,9 +7,9 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "testkit/SilentLogger.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
@@ -23,13 +23,9 @@ struct SilentNetwork final : CorvaneSDK::Network {
   }
 };
 
-struct SilentLogger final : CorvaneSDK::Logger {
-  void log(std::string_view, CorvaneSDK::LogLevel) override {}
-};
-
 TEST(StandardPlatformAPITest, HandsOutTheFacilitiesThatItWasGiven) {
   const auto network = std::make_shared<SilentNetwork>();
-  const auto logger = std::make_shared<SilentLogger>();
+  const auto logger = std::make_shared<testkit::SilentLogger>();
 
   StandardPlatformAPI api(network, nullptr, logger);
 
@@ -47,7 +43,7 @@ TEST(StandardPlatformAPITest, GrantsNothingOfAKindThatItWasNotGiven) {
 
 TEST(StandardPlatformAPITest, MakesTheReadyMadeFacilities) {
   const vellora::tests::TemporaryFolder folder;
-  const auto logger = std::make_shared<SilentLogger>();
+  const auto logger = std::make_shared<testkit::SilentLogger>();
   StandardPlatformAPI::Options options;
   options.server = "https://records.example";
   options.cacheFile = folder.file("new/cache.db");

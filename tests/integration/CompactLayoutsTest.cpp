@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <future>
 #include <memory>
 #include <optional>
@@ -15,6 +14,7 @@
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/network/CurlNetwork.h"
 #include "testkit/RecordingLogger.h"
+#include "tests/support/Awaited.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/DataServices/CompactLayoutDataService.h"
 #include "vellora/Platform/Web/URLComponents.h"
@@ -31,28 +31,21 @@ using recordsserver::RecordsServer;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr auto patience = std::chrono::seconds(60);
 constexpr const char* layoutsPath = "/services/data/v53.0/compactLayouts";
 constexpr const char* namesPath = "/services/data/v53.0/query";
 
-/// Waits for an answer; ends the program when none comes, since a handler may then still be on its way.
-template <class T>
-T waitFor(std::future<T> answer) {
-  if (answer.wait_for(patience) != std::future_status::ready) std::abort();
-  return answer.get();
-}
-
 class CompactLayoutsTest : public testing::Test {
  protected:
-  struct Answer {
+  /// What a lookup's completion received.
+  struct Received {
     std::vector<std::string> layouts;  ///< such as "Order: OrderNumber, Account.Name"
     std::optional<SObjectsDataServiceError> error;
   };
 
-  Answer lookUp(const std::vector<std::string>& names) {
-    const auto answer = std::make_shared<std::promise<Answer>>();
+  Received lookUp(const std::vector<std::string>& names) {
+    const auto answer = std::make_shared<std::promise<Received>>();
     service->compactLayoutForApiName(names, [answer](const auto& layouts, const auto& error) {
-      Answer received{{}, error};
+      Received received{{}, error};
       for (const auto& layout : *layouts) {
         std::string text = layout.objectType + ":";
         for (const auto& field : layout.layoutFields) {
@@ -62,18 +55,18 @@ class CompactLayoutsTest : public testing::Test {
       }
       answer->set_value(std::move(received));
     });
-    Answer received = waitFor(answer->get_future());
+    Received received = tests::awaited(answer->get_future());
     letTheNetworkFinish();
     return received;
   }
 
   /// The network's completions run one after another; an answer comes out of the middle of one.
   void letTheNetworkFinish() {
-    const auto finished = std::make_shared<std::promise<bool>>();
+    const auto finished = std::make_shared<std::promise<void>>();
     const URLRequest request(URLComponents::parse("/finished")->url().value());
     network->sendRequest(CorvaneSDK::NetRequest(request),
-                         [finished](const auto&, const auto&, const auto&) { finished->set_value(true); });
-    waitFor(finished->get_future());
+                         [finished](const auto&, const auto&, const auto&) { finished->set_value(); });
+    tests::awaited(finished->get_future());
   }
 
   /// The targets of the requests for layouts and names.
@@ -108,7 +101,7 @@ const std::string order = "Order: OrderNumber, Account.Name, Total, Quote.QuoteN
 const std::string invoice = "Invoice: InvoiceNumber, Order.OrderNumber, Total, DueDate";
 
 TEST_F(CompactLayoutsTest, ReferenceFieldsShowTheNamesOfTheRecordsThatTheyPointTo) {
-  const Answer answer = lookUp({"Order", "Invoice"});
+  const Received answer = lookUp({"Order", "Invoice"});
   EXPECT_THAT(answer.layouts, ElementsAre(order, invoice));
   EXPECT_EQ(answer.error, std::nullopt);
   EXPECT_THAT(
@@ -134,7 +127,7 @@ TEST_F(CompactLayoutsTest, OnlyWhatIsMissingIsDownloadedAndComesFirst) {
 }
 
 TEST_F(CompactLayoutsTest, ATypeThatTheServerDoesNotKnowHasNoLayout) {
-  const Answer answer = lookUp({"No&Such#Type"});
+  const Received answer = lookUp({"No&Such#Type"});
   EXPECT_THAT(answer.layouts, IsEmpty());
   EXPECT_EQ(answer.error, std::nullopt);
   EXPECT_EQ(requests().size(), 2U) << "the names are asked for all the same";
@@ -153,7 +146,7 @@ TEST_F(CompactLayoutsTest, ExpiredLayoutsAreServedOnlyWhileTheServerFails) {
   };
   for (const auto& [fault, error] : faults) {
     server->setFault(layoutsPath, fault);
-    const Answer answer = lookUp({"Order"});
+    const Received answer = lookUp({"Order"});
     EXPECT_THAT(answer.layouts, ElementsAre(order));
     EXPECT_EQ(answer.error, error);
   }
@@ -164,7 +157,7 @@ TEST_F(CompactLayoutsTest, ExpiredLayoutsAreServedOnlyWhileTheServerFails) {
 TEST_F(CompactLayoutsTest, WithoutTheNamesTheLayoutsComeAsTheServerSentThemAndAreAskedForAgain) {
   for (const auto& fault : {Fault::drop(), Fault::fail(503), Fault::garbage()}) {
     server->setFault(namesPath, fault);
-    const Answer answer = lookUp({"Invoice"});
+    const Received answer = lookUp({"Invoice"});
     EXPECT_THAT(answer.layouts, ElementsAre("Invoice: InvoiceNumber, OrderId, Total, DueDate"));
     EXPECT_EQ(answer.error, std::nullopt);
   }

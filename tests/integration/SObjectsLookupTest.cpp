@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstdlib>
 #include <future>
 #include <map>
 #include <memory>
@@ -16,6 +14,8 @@
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/network/CurlNetwork.h"
 #include "testkit/RecordingLogger.h"
+#include "tests/support/Answer.h"
+#include "tests/support/Awaited.h"
 #include "tests/support/PrintRecords.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/DataServices/SObjectsDataService.h"
@@ -39,35 +39,16 @@ using recordsserver::RequestTarget;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testkit::RecordingLogger;
+using tests::Answer;
 using tests::TemporaryFolder;
 
 using ById = std::map<std::string, SObjectsDataService::TypeAndInstance>;
 using ByName = std::map<std::string, std::optional<SObject>>;
 
-constexpr auto patience = std::chrono::seconds(60);
 constexpr const char* tableKey = "OPS_SObjectsCacheTable";
 constexpr const char* listLine = "GET /services/data/v50.0/sobjects";
 constexpr const char* queryLine =
     "GET /services/data/v50.0/query?q=SELECT%20Id,SobjectType%20FROM%20ListView%20WHERE%20Id%20%3D%20'";
-
-/// Ends the program when the answer does not come, since a handler may then still be on its way.
-template <class T>
-T waitFor(const std::shared_ptr<std::promise<T>>& answer) {
-  auto future = answer->get_future();
-  if (future.wait_for(patience) != std::future_status::ready) std::abort();
-  return future.get();
-}
-
-template <class T>
-Result<T> resultOf(const Publisher<T>& publisher) {
-  const auto answer = std::make_shared<std::promise<Result<T>>>();
-  const auto value = std::make_shared<std::optional<T>>();
-  const auto token = publisher.sink([value](T received) { *value = std::move(received); },
-                                    [value, answer](const Completion& end) {
-                                      answer->set_value(end ? Result<T>(*end) : Result<T>(**value));
-                                    });
-  return waitFor(answer);
-}
 
 std::string nameOf(const std::optional<SObject>& sObject) {
   return sObject ? sObject->name : "nil";
@@ -99,14 +80,14 @@ class SObjectsLookupTest : public testing::TestWithParam<std::string> {
   std::optional<SObjectsDataServiceError> load() {
     const auto answer = std::make_shared<std::promise<std::optional<SObjectsDataServiceError>>>();
     service->loadSObjects([answer](const auto& error) { answer->set_value(error); });
-    return waitFor(answer);
+    return tests::awaited(answer->get_future());
   }
 
   ById ids(std::vector<std::string> asked) {
-    return resultOf(service->sObjectsForIds(std::move(asked))).value();
+    return Answer(service->sObjectsForIds(std::move(asked))).value().value();
   }
   ByName names(std::vector<std::string> asked) {
-    return resultOf(service->sObjectsForNames(std::move(asked))).value();
+    return Answer(service->sObjectsForNames(std::move(asked))).value().value();
   }
 
   std::size_t rows(const std::string& kind) {
@@ -231,7 +212,7 @@ TEST_P(SObjectsLookupTest, SendsAHostileIdAsTheTextOfOneQuery) {
        }) {
     server->clearRequests();
 
-    static_cast<void>(resultOf(service->sObjectsForIds({id})));
+    EXPECT_TRUE(Answer(service->sObjectsForIds({id})).wait());
 
     const auto requests = server->recordedRequests();
     ASSERT_EQ(requests.size(), 1U) << id;

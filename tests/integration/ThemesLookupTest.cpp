@@ -15,6 +15,7 @@
 #include "hostkit/network/CurlNetwork.h"
 #include "testkit/RecordingLogger.h"
 #include "tests/support/Answer.h"
+#include "tests/support/Awaited.h"
 #include "tests/support/PrintRecords.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/DataServices/ThemeDataService.h"
@@ -62,7 +63,7 @@ class ThemesLookupTest : public testing::TestWithParam<std::string> {
   std::optional<ThemeDataServiceError> load() {
     const auto answer = std::make_shared<std::promise<std::optional<ThemeDataServiceError>>>();
     service->loadThemes([answer](const auto& error) { answer->set_value(error); });
-    return answer->get_future().get();
+    return tests::awaited(answer->get_future());
   }
   Themes themes(const std::vector<std::string>& names) {
     return Answer(service->themes(names)).value().value_or(Themes{});

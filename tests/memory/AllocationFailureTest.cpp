@@ -15,9 +15,9 @@
 #include "vellora/Platform/Json/Json.h"
 #include "vellora/Services/VelloraService.h"
 
-// Every operation of the façade is carried out again and again, each time with another of its allocations
-// failing: the first, the second, until none is left to fail. Once for that one alone, once for that and all
-// after it.
+// Every operation of the façade is carried out again and again. The first time its first allocation fails,
+// then its second, until there is none of that number. All of it is done twice: with that one allocation
+// failing alone, and with all that follow it failing too.
 
 namespace vellora {
 namespace {
@@ -40,8 +40,8 @@ struct Answers {
   }
 };
 
-/// One façade on a host of its own, stepped by hand.
-class World {
+/// One façade on a host of its own. Queues and network are stepped by hand.
+class SteppedFacade {
  public:
   void construct() { service = std::make_unique<VelloraService>(host.api(), timeout, "light", hostQueue); }
 
@@ -101,23 +101,23 @@ class World {
   std::unique_ptr<VelloraService> service;
 };
 
-using LookUp = void (World::*)(Answers& answers);
+using LookUp = void (SteppedFacade::*)(Answers& answers);
 
 /// How the caches stand when the operation begins.
 enum class Caches { empty, full, expired };
 
 /// One allocation of an operation fails. Tells whether there was one of that number.
 bool failOnce(LookUp lookUp, Caches caches, bool mayStaySilent, std::size_t number, Extent extent) {
-  World world;
-  world.construct();
+  SteppedFacade facade;
+  facade.construct();
   if (caches != Caches::empty) {
-    world.settle();
+    facade.settle();
     Answers warm;
-    (world.*lookUp)(warm);
-    world.settle();
+    (facade.*lookUp)(warm);
+    facade.settle();
     EXPECT_EQ(warm.whole, 1);
   }
-  if (caches == Caches::expired) world.clock.advance(timeout + 1);
+  if (caches == Caches::expired) facade.clock.advance(timeout + 1);
 
   Answers answers;
   bool thrown = false;
@@ -127,16 +127,16 @@ bool failOnce(LookUp lookUp, Caches caches, bool mayStaySilent, std::size_t numb
   {
     const tests::AllocationFailure failure(number, extent);
     try {
-      (world.*lookUp)(answers);
+      (facade.*lookUp)(answers);
     } catch (const std::bad_alloc&) {
       thrown = true;
     }
     atReturn = answers.all;
-    escaped = !world.settle();
+    escaped = !facade.settle();
     happened = failure.happened();
   }
   EXPECT_FALSE(escaped) << "into the host's queue or network";
-  EXPECT_TRUE(world.settle());
+  EXPECT_TRUE(facade.settle());
   EXPECT_TRUE(!thrown || answers.all == atReturn) << "a call that threw is answered later";
   EXPECT_LE(answers.all, 1);
   if (!happened) {
@@ -146,8 +146,8 @@ bool failOnce(LookUp lookUp, Caches caches, bool mayStaySilent, std::size_t numb
   }
 
   Answers clean;
-  (world.*lookUp)(clean);
-  world.settle();
+  (facade.*lookUp)(clean);
+  facade.settle();
   EXPECT_EQ(clean.whole, 1) << "of the lookup after it";
   EXPECT_EQ(clean.all, 1);
   return happened;
@@ -159,11 +159,11 @@ std::size_t step() {
   return static_cast<std::size_t>(tests::longForm("VELLORA_TEST_EVERY_ALLOCATION").value_or(3));
 }
 
-/// Fails each allocation of `run` in turn, which tells whether there was one of that number, and looks what
-/// is left of it on the heap.
+/// Fails each allocation of `run` in turn, and compares the heap before and behind each run. `run` tells
+/// whether there was an allocation of that number.
 template <class Run>
 void failEachOf(Run run) {
-  // A process's first run leaves what it keeps: constants that are made when they are first used.
+  // The first run makes constants that the process keeps.
   run(1'000'000, Extent::one);
   const auto liveBlocks = [] {
     json::releaseParser();  // a thread may keep one, or not
@@ -192,58 +192,58 @@ void failEach(LookUp lookUp, Caches caches, bool mayStaySilent) {
 }
 
 TEST(AllocationFailureTest, IdLookupsSurviveItWithEmptyCaches) {
-  failEach(&World::lookUpIds, Caches::empty, true);
+  failEach(&SteppedFacade::lookUpIds, Caches::empty, true);
 }
 
 TEST(AllocationFailureTest, IdLookupsSurviveItWithFullCaches) {
-  failEach(&World::lookUpIds, Caches::full, true);
+  failEach(&SteppedFacade::lookUpIds, Caches::full, true);
 }
 
 TEST(AllocationFailureTest, IdLookupsSurviveItWithExpiredCaches) {
-  failEach(&World::lookUpIds, Caches::expired, true);
+  failEach(&SteppedFacade::lookUpIds, Caches::expired, true);
 }
 
 TEST(AllocationFailureTest, NameLookupsSurviveItAndAnswer) {
-  failEach(&World::lookUpNames, Caches::empty, false);
-  failEach(&World::lookUpNames, Caches::full, false);
+  failEach(&SteppedFacade::lookUpNames, Caches::empty, false);
+  failEach(&SteppedFacade::lookUpNames, Caches::full, false);
 }
 
 TEST(AllocationFailureTest, SearchLayoutLookupsSurviveItAndAnswer) {
   for (const auto caches : {Caches::empty, Caches::full, Caches::expired}) {
-    failEach(&World::lookUpSearchLayouts, caches, false);
+    failEach(&SteppedFacade::lookUpSearchLayouts, caches, false);
   }
 }
 
 TEST(AllocationFailureTest, CompactLayoutLookupsSurviveItAndAnswer) {
   for (const auto caches : {Caches::empty, Caches::full, Caches::expired}) {
-    failEach(&World::lookUpCompactLayouts, caches, false);
+    failEach(&SteppedFacade::lookUpCompactLayouts, caches, false);
   }
 }
 
 /// A façade is constructed, loads, and is destroyed, while one allocation fails.
 bool constructFailing(std::size_t number, Extent extent) {
-  World world;
+  SteppedFacade facade;
   bool happened = false;
   bool escaped = false;
   bool stuck = false;
   {
     const tests::AllocationFailure failure(number, extent);
     try {
-      world.construct();
+      facade.construct();
     } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): there is no façade then
     }
-    escaped = !world.settle();
-    stuck = world.service && world.service->primerState() == VelloraService::State::isLoading();
-    world.service.reset();
+    escaped = !facade.settle();
+    stuck = facade.service && facade.service->primerState() == VelloraService::State::isLoading();
+    facade.service.reset();
     happened = failure.happened();
   }
   EXPECT_FALSE(escaped) << "into the host's queue or network";
   EXPECT_FALSE(stuck) << "a prefetch never ends";
-  world.settle();
-  world.construct();
+  facade.settle();
+  facade.construct();
   Answers clean;
-  world.lookUpIds(clean);
-  world.settle();
+  facade.lookUpIds(clean);
+  facade.settle();
   EXPECT_EQ(clean.whole, 1);
   return happened;
 }

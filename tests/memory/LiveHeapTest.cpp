@@ -14,8 +14,8 @@
 #include "tests/support/TestClock.h"
 #include "vellora/Services/VelloraService.h"
 
-// One façade answers lookup after lookup. All that may stay of one is the subscription token of a
-// presentation lookup; a layout lookup leaves nothing.
+// One façade answers lookup after lookup. A presentation lookup may leave its subscription token on the heap,
+// a layout lookup nothing.
 
 namespace vellora {
 namespace {

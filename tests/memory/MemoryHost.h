@@ -11,15 +11,15 @@
 #include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/ForwardingCache.h"
 #include "testkit/ForwardingCacheTable.h"
+#include "testkit/SilentLogger.h"
 #include "tests/simulation/SimulatedServer.h"
 #include "tests/support/AllocationCounter.h"
-#include "vellora/Host/Logger.h"
 #include "vellora/Host/Network.h"
 
 namespace vellora::tests {
 
-/// A host whose own allocations never fail, so that those that do are the library's. Its network holds every
-/// request until it is told to answer.
+/// A host whose own allocations never fail, so that every allocation that fails is the library's. Its network
+/// holds each request until it is told to answer.
 class MemoryHost {
  public:
   class HeldNetwork final : public CorvaneSDK::Network {
@@ -102,15 +102,10 @@ class MemoryHost {
     }
   };
 
-  class SilentLogger final : public CorvaneSDK::Logger {
-   public:
-    void log(std::string_view, CorvaneSDK::LogLevel) override {}
-  };
-
   const std::shared_ptr<HeldNetwork> network_ = std::make_shared<HeldNetwork>();
   const std::shared_ptr<CorvaneSDK::PlatformAPI> api_ = std::make_shared<hostkit::StandardPlatformAPI>(
       network_, std::make_shared<Cache>(std::make_shared<hostkit::MemoryCache>()),
-      std::make_shared<SilentLogger>());
+      std::make_shared<testkit::SilentLogger>());
 };
 
 }  // namespace vellora::tests

@@ -13,8 +13,10 @@
 namespace vellora::simulation {
 
 /// What the hosts of a world store, blobs and rows. Reads may give nothing, half of what was stored, or what
-/// was stored before; writes may be refused. Every read is noted in the cause that it is made for, and every
-/// write is checked: it must hold what the host handed to that cause before, or follow from it.
+/// was stored before. Writes may be refused.
+///
+/// Every read is noted in the cause that it is made for. Every write is checked: what it holds must come from
+/// what the host handed out for that cause.
 class SimulatedCache {
  public:
   explicit SimulatedCache(World& world) : world_(world) {}

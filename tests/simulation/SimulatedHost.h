@@ -11,8 +11,9 @@
 
 namespace vellora::simulation {
 
-/// The facilities that one façade, or one service of its own, is given: all lead to the same world and the
-/// same cache, but by who holds them it can be told whether anything of that façade is still alive.
+/// The facilities that one façade, or one service on its own, is given. Those of all façades lead to the same
+/// world and the same cache. Each façade has its own ones, so that their handles tell whether it is still
+/// alive.
 class SimulatedHost {
  public:
   using OnLog = std::function<void(std::string_view message)>;

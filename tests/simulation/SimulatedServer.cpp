@@ -110,9 +110,12 @@ bool isWordCharacter(char character) {
 
 const std::vector<Type>& SimulatedServer::types() {
   static const std::vector<Type> all{
-      {"Account", "001", true, true, true},    {"Contact", "003", true, true, true},
-      {"Order", "801", false, true, false},    {"Note", "", true, false, false},
-      {"ListView", "00B", true, false, false}, {"User", "005", true, true, false},
+      {.name = "Account", .keyPrefix = "001", .themed = true, .laidOut = true, .ownedByUser = true},
+      {.name = "Contact", .keyPrefix = "003", .themed = true, .laidOut = true, .ownedByUser = true},
+      {.name = "Order", .keyPrefix = "801", .laidOut = true},
+      {.name = "Note", .keyPrefix = "", .themed = true},
+      {.name = "ListView", .keyPrefix = "00B", .themed = true},
+      {.name = "User", .keyPrefix = "005", .themed = true, .laidOut = true},
   };
   return all;
 }

@@ -25,9 +25,9 @@ class SimulatedServer {
   struct Type {
     std::string name;
     std::string keyPrefix;  ///< empty: none
-    bool themed;
-    bool laidOut;
-    bool ownedByUser;  ///< its compact layout has a reference field
+    bool themed = false;
+    bool laidOut = false;
+    bool ownedByUser = false;  ///< its compact layout has a reference field
   };
 
   enum class Endpoint { sObjects, themes, listView, searchLayouts, compactLayouts, nameFields };

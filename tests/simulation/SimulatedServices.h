@@ -15,8 +15,8 @@
 
 namespace vellora::simulation {
 
-/// The four data services on their own, each with a host of its own, so that each can be released while its
-/// lookups, and their tokens, live on.
+/// The four data services without a façade. Each has a host of its own, and can be released while its lookups
+/// and their tokens live on.
 class SimulatedServices {
  public:
   SimulatedServices(World& world, SimulatedCache& cache);

@@ -16,11 +16,12 @@ struct Tally {
   std::size_t steps = 0;
 };
 
-/// Runs the library, its host, the server and the clock through everything that one seed draws, on this
-/// thread: façades and services on one cache, lookups of all kinds, which piece of work is next, when which
-/// request is answered and how, faults of the cache, jumps of the clock, and releases at any step. No value
-/// when all of it went as the contract has it, else what did not. With `traced`, each step is printed. Adds
-/// to `tally`.
+/// Runs the library, its host, the server and the clock on this thread, through everything that one seed
+/// draws: façades and services on one cache, lookups of all kinds, which piece of work runs next, when and
+/// how a request is answered, faults of the cache, jumps of the clock, and releases at any step.
+///
+/// Returns the first breach of the contract, no value when there is none. Prints each step when `traced`.
+/// Adds to `tally`.
 [[nodiscard]] std::optional<std::string> simulate(std::uint64_t seed, bool traced, Tally& tally);
 
 }  // namespace vellora::simulation

@@ -12,8 +12,8 @@
 
 namespace vellora::tests {
 
-/// A records server behind threads of its own: holds all requests until it is opened, then answers them in an
-/// order that is drawn, several at once, the newest among them.
+/// A records server behind threads of its own. It holds all requests until it is opened. Then it answers
+/// them, several at once, in an order that is drawn.
 ///
 /// Threads: safe to use from several at once. Answers everything before it is destroyed.
 class ThreadedNetwork final : public CorvaneSDK::Network {

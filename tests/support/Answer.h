@@ -12,9 +12,13 @@
 
 namespace vellora::tests {
 
-/// Subscribes to a producer of one value and keeps what it gave, on whatever thread it came.
+/// Subscribes to a producer of one value, and keeps the value or the error that it gives.
 ///
-/// Destroying it cancels the subscription. Threads: safe to ask from several threads at once.
+///     EXPECT_EQ(Answer(service->themes({"Account"})).value(), expected);
+///
+/// Ownership: owns the subscription; destroying it cancels.
+///
+/// Threads: safe to ask from several threads at once. The value may come on any thread.
 template <class T>
 class Answer {
  public:
@@ -24,7 +28,7 @@ class Answer {
                            [state = state_](std::optional<Error> error) { state->end(std::move(error)); })) {}
 
   /// Waits for the end; false when it has not come after `limit`.
-  [[nodiscard]] bool wait(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
+  [[nodiscard]] bool wait(std::chrono::milliseconds limit = std::chrono::seconds(60)) const {
     std::unique_lock lock(state_->mutex);
     return state_->changed.wait_for(lock, limit, [&] { return state_->ended; });
   }

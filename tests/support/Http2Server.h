@@ -11,6 +11,7 @@ namespace vellora::tests {
 /// A server on an ephemeral loopback port that speaks HTTP/2 over TLS and nothing older.
 ///
 /// Ownership: owns its process, its certificate and its files.
+///
 /// Errors: `std::runtime_error` when it does not start.
 class Http2Server {
  public:

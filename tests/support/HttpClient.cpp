@@ -39,7 +39,7 @@ HttpClient::HttpClient(std::uint16_t port) : socket_(::socket(AF_INET, SOCK_STRE
   address.sin_family = AF_INET;
   address.sin_port = htons(port);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  const timeval patience{30, 0};
+  const timeval patience{60, 0};
   ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
   if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return;
   ::close(socket_);

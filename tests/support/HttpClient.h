@@ -19,7 +19,7 @@ struct HttpReply {
 };
 
 /// A client that sends what it is told, well-formed or not, over one connection to this machine's loopback
-/// interface. Everything blocks; reading gives up after half a minute without a byte.
+/// interface. Everything blocks; reading gives up after a minute without a byte.
 class HttpClient {
  public:
   explicit HttpClient(std::uint16_t port);
@@ -39,7 +39,7 @@ class HttpClient {
 
   [[nodiscard]] HttpReply get(const std::string& target, const std::string& headers = "");
 
-  /// Reads until the connection ends; false when it didn't within half a minute.
+  /// Reads until the connection ends; false when it did not within a minute.
   [[nodiscard]] bool receiveEnd();
 
   /// Whether bytes, or the connection's end, can be read right now.

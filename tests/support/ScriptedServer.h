@@ -21,6 +21,7 @@ namespace vellora::tests {
 /// replies. Without a reply left, `replyAlways`'s is given; without that the request hangs.
 ///
 /// Ownership: owns its thread and its sockets; its destructor closes every connection.
+///
 /// Threads: safe to use from several threads at once.
 class ScriptedServer {
  public:
@@ -66,7 +67,7 @@ class ScriptedServer {
 
   /// Waits until `count` requests came in all; false when they have not after `limit`.
   [[nodiscard]] bool waitForRequests(std::size_t count,
-                                     std::chrono::milliseconds limit = std::chrono::seconds(20)) const;
+                                     std::chrono::milliseconds limit = std::chrono::seconds(60)) const;
 
  private:
   void serve();

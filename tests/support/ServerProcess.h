@@ -13,6 +13,7 @@ namespace vellora::tests {
 /// A server program that runs beside a test, and what it writes on its standard output.
 ///
 /// Ownership: owns the process, and kills it at the end.
+///
 /// Errors: `std::runtime_error` when it cannot be started, or ends without the line that is waited for.
 class ServerProcess {
  public:

@@ -9,6 +9,7 @@ namespace vellora::tests {
 /// A self-signed certificate and its key, as PEM files: who trusts the certificate's file trusts its server.
 ///
 /// Ownership: owns the folder with the files.
+///
 /// Errors: `std::runtime_error` when `openssl` does not make it.
 class TestCertificate {
  public:

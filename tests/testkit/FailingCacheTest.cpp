@@ -121,8 +121,7 @@ TEST_F(FailingCacheTest, RecordsBlobAndTableCallsInOneOrder) {
 
   EXPECT_EQ(cache.callTexts(), (Texts{"createTable Themes", "tableUpsert Themes kind=list", "save stamp",
                                       "remove stamp (failed)"}));
-  EXPECT_EQ(cache.calls()[1],
-            (FailingCache::Call{Operation::tableUpsert, "Themes", {{"kind", "list"}}, false}));
+  EXPECT_EQ(cache.calls()[1], (HostCall{Operation::tableUpsert, "Themes", {{"kind", "list"}}, false}));
   cache.clearCalls();
   EXPECT_TRUE(cache.calls().empty());
 }

@@ -25,19 +25,20 @@ using Lasting = HostFaults::Lasting;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char* url = "/services/data/v50.0/theme";
+constexpr const char* themeUrl = "/services/data/v50.0/theme";
 
 /// A host on doubles, every call of which is made from here.
 class FaultyHostTest : public testing::Test {
  protected:
-  FaultyHostTest() { stub->answer(url, StubNetwork::body("12345678")); }
+  FaultyHostTest() { stub->answer(themeUrl, StubNetwork::body("12345678")); }
 
   /// Sends a request, and tells what came back, call by call: "12345678", "no body", "error".
   std::vector<std::string> answers() {
     auto given = std::make_shared<std::vector<std::string>>();
-    host.network()->sendRequest(tests::get(url), [given](const auto& body, const auto& error, const auto&) {
-      given->push_back(error ? "error" : body ? std::string(body->view()) : "no body");
-    });
+    host.network()->sendRequest(
+        tests::get(themeUrl), [given](const auto& body, const auto& error, const auto&) {
+          given->push_back(error ? "error" : body ? std::string(body->view()) : "no body");
+        });
     given_ = given;
     return *given;
   }
@@ -72,10 +73,10 @@ TEST_F(FaultyHostTest, CountsTheCallsOfAllFacilitiesInOneOrder) {
 
   std::vector<std::string> calls;
   for (const auto& call : host.calls()) calls.push_back(call.description());
-  EXPECT_THAT(calls, ElementsAre("create table Themes", "GET /services/data/v50.0/theme", "save key",
-                                 "table upsert Themes kind=list", "table fetch Themes kind=list",
-                                 "table load Themes kind=list", "table purge Themes kind=list", "load key",
-                                 "remove key", "open table Themes", "log a line"));
+  EXPECT_THAT(calls, ElementsAre("createTable Themes", "GET /services/data/v50.0/theme", "save key",
+                                 "tableUpsert Themes kind=list", "tableFetch Themes kind=list",
+                                 "tableLoad Themes kind=list", "tablePurge Themes kind=list", "load key",
+                                 "remove key", "openTable Themes", "log a line"));
   EXPECT_TRUE(logger->contains("a line"));
   host.clearCalls();
   EXPECT_THAT(host.calls(), IsEmpty());
@@ -112,7 +113,7 @@ TEST_F(FaultyHostTest, ALateAnswerComesWhenTheTestSaysSo) {
 }
 
 TEST_F(FaultyHostTest, AWrongAnswerTakesTheTimeOfTheRightOne) {
-  stub->answer(url, StubNetwork::body("12345678").held());
+  stub->answer(themeUrl, StubNetwork::body("12345678").held());
   host.plan(0, HostFault::noBody);
   EXPECT_THAT(answers(), IsEmpty());
   stub->releaseAll();
@@ -125,7 +126,7 @@ TEST_F(FaultyHostTest, AnAnswerAtOnceDoesNotWaitForTheNetwork) {
   FaultyHost knowing(stub, cache, logger, substitutes);
   knowing.plan(0, HostFault::answeredAtOnce);
   std::string given;
-  knowing.network()->sendRequest(tests::get(url),
+  knowing.network()->sendRequest(tests::get(themeUrl),
                                  [&](const auto& body, const auto&, const auto&) { given = body->view(); });
   EXPECT_EQ(given, "known");
   EXPECT_EQ(stub->count(), 0U);

@@ -141,10 +141,11 @@ class Model {
   Seen seen_;
 };
 
-/// The service on doubles whose every answer waits for its event.
-class World {
+/// The service, driven by events: it stands on doubles whose every answer waits for its event.
+class DrivenService {
  public:
-  explicit World(const Courses& courses, std::optional<std::size_t> begunByTheFirstAnswer = std::nullopt)
+  explicit DrivenService(const Courses& courses,
+                         std::optional<std::size_t> begunByTheFirstAnswer = std::nullopt)
       : toBegin_(begunByTheFirstAnswer) {
     for (std::size_t i = 0; i < downloads.size(); ++i) {
       const auto answer = [&](Course failure, const std::string& body) {
@@ -206,11 +207,11 @@ class World {
 };
 
 /// Lets the events happen to both, and compares them after each one.
-void check(const Events& events, World& world, Model& model) {
+void check(const Events& events, DrivenService& service, Model& model) {
   for (std::size_t i = 0; i < events.size(); ++i) {
-    world.happen(events[i]);
+    service.happen(events[i]);
     model.happen(events[i]);
-    ASSERT_EQ(world.seen(), model.seen()) << "after event " << i << " of: " << describe(events);
+    ASSERT_EQ(service.seen(), model.seen()) << "after event " << i << " of: " << describe(events);
   }
 }
 
@@ -222,9 +223,9 @@ TEST(CompactLayoutDataServiceOrderTest, TwoDownloadsInEveryOrderAndCourse) {
     for (const auto second : allCourses) {
       const Courses courses{first, second, Course::succeeds};
       orders += forEachOrder({eventsOf(0, first), eventsOf(1, second)}, [&](const Events& events) {
-        World world(courses);
+        DrivenService service(courses);
         Model model(courses);
-        check(events, world, model);
+        check(events, service, model);
       });
     }
   }
@@ -238,9 +239,9 @@ TEST(CompactLayoutDataServiceOrderTest, TwoDownloadsAndTheReleaseOfTheServiceInE
       const Courses courses{first, second, Course::succeeds};
       const std::vector<Events> actors{eventsOf(0, first), eventsOf(1, second), {{Event::Kind::release}}};
       orders += forEachOrder(actors, [&](const Events& events) {
-        World world(courses);
+        DrivenService service(courses);
         Model model(courses);
-        check(events, world, model);
+        check(events, service, model);
       });
     }
   }
@@ -272,9 +273,9 @@ TEST_P(CompactLayoutDataServiceThreeOrdersTest, ThreeDownloadsInEveryOrderAndCou
       int order = 0;
       orders += forEachOrder(actors, [&](const Events& events) {
         if (order++ % stepOfOrders != 0) return;
-        World world(courses);
+        DrivenService service(courses);
         Model model(courses);
-        check(events, world, model);
+        check(events, service, model);
       });
     }
   }
@@ -294,9 +295,9 @@ TEST(CompactLayoutDataServiceOrderTest, TwoDownloadsAndAThirdThatTheFirstAnswerB
       eventsOfThird.erase(eventsOfThird.begin());
       const std::vector<Events> actors{eventsOf(0, first), eventsOf(1, Course::succeeds), eventsOfThird};
       orders += forEachOrder(actors, [&](const Events& events) {
-        World world(courses, 2);
+        DrivenService service(courses, 2);
         Model model(courses, 2);
-        check(events, world, model);
+        check(events, service, model);
       });
     }
   }

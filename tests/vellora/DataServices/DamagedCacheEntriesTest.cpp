@@ -1,5 +1,6 @@
 #include <functional>
 
+#include "testkit/FailingCache.h"
 #include "tests/support/ManualQueues.h"
 #include "tests/support/TestClock.h"
 #include "tests/vellora/DataServices/DamagedJson.h"

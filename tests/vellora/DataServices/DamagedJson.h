@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "testkit/FailingCache.h"
+#include "testkit/HostCall.h"
 
 namespace vellora::tests {
 
@@ -127,8 +127,8 @@ inline std::vector<std::string> withReason(std::vector<std::string> lines, const
 }
 
 /// How many of `calls` were to write a blob or a row.
-inline std::ptrdiff_t writesAmong(const std::vector<testkit::FailingCache::Call>& calls) {
-  using Operation = testkit::FailingCache::Operation;
+inline std::ptrdiff_t writesAmong(const std::vector<testkit::HostCall>& calls) {
+  using Operation = testkit::HostCall::Operation;
   return std::count_if(calls.begin(), calls.end(), [](const auto& call) {
     return call.operation == Operation::save || call.operation == Operation::tableUpsert;
   });

@@ -12,6 +12,7 @@
 #include "testkit/ForwardingCache.h"
 #include "testkit/ForwardingCacheTable.h"
 #include "testkit/ManualQueue.h"
+#include "testkit/SilentLogger.h"
 #include "testkit/StubNetwork.h"
 #include "tests/support/AllocationCounter.h"
 #include "tests/support/ManualQueues.h"
@@ -73,11 +74,6 @@ class CountingCache final : public testkit::ForwardingCache {
   const std::shared_ptr<TableWork> work_;
 };
 
-class SilentLogger final : public CorvaneSDK::Logger {
- public:
-  void log(std::string_view, CorvaneSDK::LogLevel) override {}
-};
-
 std::string prefixOf(int type) {
   return std::to_string(100 + type);
 }
@@ -108,7 +104,7 @@ class LookupCostTest : public testing::Test {
     network->answer("/services/data/v50.0/theme", StubNetwork::body(R"({"themeItems":[)" + themes + "]}"));
     service = std::make_unique<VelloraService>(
         std::make_shared<hostkit::StandardPlatformAPI>(network, std::make_shared<CountingCache>(work),
-                                                       std::make_shared<SilentLogger>()),
+                                                       std::make_shared<testkit::SilentLogger>()),
         3600, "light", queue);
     runAll();
   }
