@@ -14,9 +14,14 @@ namespace vellora::hostkit {
 /// A `PlatformAPI` made of the three facilities that it is given, each of any kind: the ready-made ones or
 /// your own. Null stays null: the host then grants none of that kind. `make` builds the ready-made ones.
 ///
+///     const auto host = StandardPlatformAPI::make({.server = "https://records.example"});
+///     if (!host) return fail(host.error().localizedDescription());
+///
 /// Ownership: shares each facility; the library takes its own handles and needs this object only while it is
 /// being constructed.
+///
 /// Threads: immutable, hence safe to read from several threads.
+///
 /// Errors: `make` tells the `CurlNetworkError` or the `SQLiteCacheError` of the facility that cannot be had.
 class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI {
  public:
@@ -36,9 +41,11 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
   /// A host of the ready-made facilities. Equal requests under way at the same time share one.
   [[nodiscard]] static Result<std::shared_ptr<StandardPlatformAPI>> make(Options options);
 
+  /// A host of these facilities; any of them may be null.
   StandardPlatformAPI(std::shared_ptr<CorvaneSDK::Network> network, std::shared_ptr<CorvaneSDK::Cache> cache,
                       std::shared_ptr<CorvaneSDK::Logger> logger);
 
+  /// The same facility at each call.
   [[nodiscard]] std::shared_ptr<CorvaneSDK::Network> network() override { return network_; }
   [[nodiscard]] std::shared_ptr<CorvaneSDK::Cache> cache() override { return cache_; }
   [[nodiscard]] std::shared_ptr<CorvaneSDK::Logger> logger() override { return logger_; }

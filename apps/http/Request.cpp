@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "apps/http/AsciiCase.h"
+#include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::http {
 
 std::optional<std::string> Request::header(std::string_view name) const {
   const auto found = std::find_if(headers.begin(), headers.end(), [name](const auto& header) {
-    return equalIgnoringCase(header.first, name);
+    return equalIgnoringAsciiCase(header.first, name);
   });
   if (found == headers.end()) return std::nullopt;
   return found->second;
@@ -16,7 +16,7 @@ std::optional<std::string> Request::header(std::string_view name) const {
 
 std::size_t Request::count(std::string_view name) const {
   return static_cast<std::size_t>(std::count_if(headers.begin(), headers.end(), [name](const auto& header) {
-    return equalIgnoringCase(header.first, name);
+    return equalIgnoringAsciiCase(header.first, name);
   }));
 }
 

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
-#include "apps/http/AsciiCase.h"
 #include "apps/records-server/DataSetContent.h"
+#include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::recordsserver {
 namespace {
@@ -77,7 +77,7 @@ const std::string* DataSet::compactLayout(std::string_view name) const {
 const Table* DataSet::table(std::string_view name) const {
   const auto found =
       std::find_if(content_->tables.begin(), content_->tables.end(),
-                   [name](const Table& table) { return http::equalIgnoringCase(table.name, name); });
+                   [name](const Table& table) { return equalIgnoringAsciiCase(table.name, name); });
   return found == content_->tables.end() ? nullptr : &*found;
 }
 

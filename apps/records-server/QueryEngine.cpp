@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
-#include "apps/http/AsciiCase.h"
 #include "apps/records-server/QueryError.h"
+#include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::recordsserver {
 namespace {
@@ -16,7 +16,7 @@ namespace json = boost::json;
 
 std::optional<std::size_t> columnIndex(const Table& table, const std::string& path) {
   const auto found = std::find_if(table.columns.begin(), table.columns.end(), [&path](const Column& column) {
-    return http::equalIgnoringCase(column.path, path);
+    return equalIgnoringAsciiCase(column.path, path);
   });
   if (found == table.columns.end()) return std::nullopt;
   return static_cast<std::size_t>(found - table.columns.begin());

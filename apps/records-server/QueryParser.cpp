@@ -4,9 +4,9 @@
 #include <optional>
 #include <utility>
 
-#include "apps/http/AsciiCase.h"
 #include "apps/records-server/QueryError.h"
 #include "apps/records-server/QueryTokenizer.h"
+#include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::recordsserver {
 namespace {
@@ -17,7 +17,7 @@ constexpr std::string_view keywords[] = {"select", "from", "where", "and", "in",
 
 bool isName(std::string_view word) {
   return std::none_of(std::begin(keywords), std::end(keywords),
-                      [word](std::string_view keyword) { return http::equalIgnoringCase(keyword, word); });
+                      [word](std::string_view keyword) { return equalIgnoringAsciiCase(keyword, word); });
 }
 
 bool isPath(std::string_view word) {
@@ -139,7 +139,7 @@ class Parser {
   }
 
   [[nodiscard]] bool keywordIs(const char* text) const {
-    return tokens_[at_].kind == Kind::word && http::equalIgnoringCase(tokens_[at_].text, text);
+    return tokens_[at_].kind == Kind::word && equalIgnoringAsciiCase(tokens_[at_].text, text);
   }
 
   std::vector<QueryToken> tokens_;  // the last is an end, and no step goes past it

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "hostkit/cache/CacheArchiveError.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/Row.h"
@@ -14,29 +15,24 @@
 
 namespace vellora::hostkit {
 
-/// Why a text is no archive that can be restored.
-struct VELLORA_EXPORT CacheArchiveError {
-  enum class Reason {
-    otherFormat,   ///< JSON, but not of an archive
-    newerVersion,  ///< a newer version of the library wrote it
-    damaged,       ///< it does not fit its checksum, or holds what no archive does
-  };
-
-  Reason reason = Reason::damaged;
-
-  /// What is wrong and what to do about it.
-  [[nodiscard]] std::string localizedDescription() const;
-
-  friend bool operator==(const CacheArchiveError&, const CacheArchiveError&) = default;
-};
-
 /// The entries of a cache as one text, to be carried from one cache to another: an app ships one, restores it
 /// into its empty cache, and can answer at its first start without a network.
 ///
 /// The text is JSON with a line for each entry, so that a repository shows what changed in it; a checksum
 /// tells when it was changed by hand. It holds no more secrets than the cache does: what the server told of
 /// its object types, to the user whose cache it was.
+///
+///     const auto archive = CacheArchive::decode(shippedText);
+///     if (!archive || archive.value().foundIn(*cache)) return;
+///     if (!archive.value().restore(*cache)) report("the archive was not restored whole");
+///
+/// Ownership: a plain value.
+///
+/// Threads: as any value; `foundIn` and `restore` call the cache on the caller's thread.
+///
+/// Errors: told by each call; restoring tells by its result.
 struct VELLORA_EXPORT CacheArchive {
+  /// An entry of `Cache::save`.
   struct Blob {
     std::string key;
     Data data;
@@ -44,6 +40,7 @@ struct VELLORA_EXPORT CacheArchive {
     friend bool operator==(const Blob&, const Blob&) = default;
   };
 
+  /// An entry of a table.
   struct Row {
     CorvaneSDK::Meta meta;
     std::optional<std::string> dataKey;  ///< absent: the cache that it is restored into keys it by its meta
@@ -52,6 +49,7 @@ struct VELLORA_EXPORT CacheArchive {
     friend bool operator==(const Row&, const Row&) = default;
   };
 
+  /// A table, be it without rows. All tables keep their rows for seven days.
   struct Table {
     std::string key;
     std::vector<Row> rows;  ///< in the order in which they were written
@@ -65,11 +63,11 @@ struct VELLORA_EXPORT CacheArchive {
   /// What `contents` holds that its cache would return: damaged and outdated entries are left out.
   [[nodiscard]] static CacheArchive of(const SQLiteCacheContents& contents);
 
-  /// Reads the text of an archive. Errors: a `DecodingError` for what is not JSON, else a
+  /// Reads the text of an archive. Fails with a `DecodingError` for what is not JSON, else with a
   /// `CacheArchiveError`.
   [[nodiscard]] static Result<CacheArchive> decode(const Data& text);
 
-  /// The text. Errors: an `EncodingError` when a key is not UTF-8.
+  /// The text. Fails with an `EncodingError` when a key is not UTF-8.
   [[nodiscard]] Result<Data> encode() const;
 
   /// The same entries as if all had been fetched at `time`, so that a data service takes them for as fresh as

@@ -12,6 +12,8 @@
 namespace vellora::hostkit {
 
 /// Why a log file cannot be written.
+///
+/// Ownership: a plain value.
 struct VELLORA_EXPORT LogFileError {
   std::string path;
   std::string detail;  ///< the system's own words
@@ -26,8 +28,12 @@ struct VELLORA_EXPORT LogFileError {
 /// the level. Control characters in a message are written as escapes, so that text from a server can neither
 /// forge a line nor drive a terminal.
 ///
+///     2026-03-01T12:00:00.250Z error no answer in time from records.example:443/theme: try again, …
+///
 /// Ownership: closes its file at the end; standard error stays open.
+///
 /// Threads: every call may come from any thread; lines are never mixed.
+///
 /// Errors: a line that cannot be written is dropped; logging never fails a caller.
 class VELLORA_EXPORT SpdlogLogger final : public CorvaneSDK::Logger {
  public:
@@ -41,13 +47,17 @@ class VELLORA_EXPORT SpdlogLogger final : public CorvaneSDK::Logger {
   /// The level of that name ("off", "error", "info"); absent for any other.
   [[nodiscard]] static std::optional<Level> levelNamed(std::string_view name);
 
+  /// Writes what `level` says to standard error. Never null.
   [[nodiscard]] static std::shared_ptr<SpdlogLogger> toStandardError(Level level);
 
-  /// Appends to the file `path`, which is created with mode 0600 when it is not there.
+  /// Appends to the file `path`, which is created with mode 0600 when it is not there. Its folder must exist.
+  ///
+  /// Errors: a `LogFileError`.
   [[nodiscard]] static Result<std::shared_ptr<SpdlogLogger>> toFile(const std::string& path, Level level);
 
   ~SpdlogLogger() override;
 
+  /// Writes `message` as one line, at once.
   void log(std::string_view message, CorvaneSDK::LogLevel level) override;
 
  private:

@@ -45,9 +45,9 @@ struct CurlLoop::Multi {
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> handle{curl_multi_init(), curl_multi_cleanup};
 };
 
-CurlLoop::CurlLoop(CurlTransfer::Setting setting, std::unique_ptr<Multi> multi)
+CurlLoop::CurlLoop(TransferSetting setting, std::unique_ptr<Multi> multi)
     : setting_(std::move(setting)), multi_(std::move(multi)) {
-  // By itself curl keeps fewer when few requests are under way, and closes the others at once.
+  // Otherwise curl keeps fewer connections when few requests are under way, and closes the rest at once.
   curl_multi_setopt(multi_->handle.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(mostActive));
   // One request at a time on an HTTP/2 connection too: with several, curl 7.88.1 now and then overlooks what
   // has arrived, and lets them wait until their time is up.
@@ -56,7 +56,7 @@ CurlLoop::CurlLoop(CurlTransfer::Setting setting, std::unique_ptr<Multi> multi)
 
 CurlLoop::~CurlLoop() = default;
 
-Result<std::shared_ptr<CurlLoop>> CurlLoop::start(CurlTransfer::Setting setting) {
+Result<std::shared_ptr<CurlLoop>> CurlLoop::start(TransferSetting setting) {
   if (!initialiseCurl()) return unavailable("curl");
   auto multi = std::make_unique<Multi>();
   if (!multi->handle) return unavailable("memory");

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hostkit/network/CurlTransfer.h"
+#include "hostkit/network/TransferSetting.h"
 #include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
@@ -15,17 +16,21 @@ namespace vellora::hostkit {
 /// The one thread that drives all transfers of a network.
 ///
 /// Ownership: shared by the network and by the thread itself, which ends some time after `stop`; until then
-/// it keeps the setting that its transfers refer to. Threads: `submit` is safe from any thread; `stop` is
-/// called once. Transfers are delivered on the loop's thread, with no lock held. Errors: a `CurlNetworkError`
-/// of kind `unavailable` when there is no thread or no memory to begin with.
+/// it keeps the setting that its transfers refer to.
+///
+/// Threads: `submit` is safe from any thread; `stop` is called once. Transfers are delivered on the loop's
+/// thread, with no lock held.
+///
+/// Errors: `start` fails with a `CurlNetworkError` of kind `unavailable` when the machine gives no thread or
+/// no memory.
 class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
  public:
-  [[nodiscard]] static Result<std::shared_ptr<CurlLoop>> start(CurlTransfer::Setting setting);
+  [[nodiscard]] static Result<std::shared_ptr<CurlLoop>> start(TransferSetting setting);
   ~CurlLoop();
   CurlLoop(const CurlLoop&) = delete;
   CurlLoop& operator=(const CurlLoop&) = delete;
 
-  [[nodiscard]] const CurlTransfer::Setting& setting() const noexcept { return setting_; }
+  [[nodiscard]] const TransferSetting& setting() const noexcept { return setting_; }
 
   /// Takes `transfer` over, and delivers it in the end. Gives it back once the loop is stopped.
   [[nodiscard]] std::unique_ptr<CurlTransfer> submit(std::unique_ptr<CurlTransfer> transfer);
@@ -38,7 +43,7 @@ class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
   struct Multi;
   using Transfers = std::vector<std::unique_ptr<CurlTransfer>>;
 
-  CurlLoop(CurlTransfer::Setting setting, std::unique_ptr<Multi> multi);
+  CurlLoop(TransferSetting setting, std::unique_ptr<Multi> multi);
 
   void run();
   [[nodiscard]] bool takeArrivals();
@@ -52,7 +57,7 @@ class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
   [[nodiscard]] int millisecondsToWait() const;
 
   // Constant after construction.
-  const CurlTransfer::Setting setting_;
+  const TransferSetting setting_;
   const std::unique_ptr<Multi> multi_;
   std::thread thread_;
 

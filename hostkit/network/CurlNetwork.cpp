@@ -6,6 +6,7 @@
 #include "hostkit/network/CurlRequest.h"
 #include "hostkit/network/CurlTransfer.h"
 #include "hostkit/network/ServerAddress.h"
+#include "hostkit/network/TransferSetting.h"
 
 namespace vellora::hostkit {
 
@@ -32,12 +33,13 @@ CurlNetwork::~CurlNetwork() {
 }
 
 void CurlNetwork::sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) {
-  const CurlTransfer::Setting& setting = parts_->loop->setting();
+  const TransferSetting& setting = parts_->loop->setting();
   const std::string& url = request.base().url.absoluteString();
   auto transfer =
       std::make_unique<CurlTransfer>(setting, CurlRequest::prepare(request, setting.server, parts_->token),
                                      url.substr(0, url.find_first_of("?#")), std::move(completion));
-  // It comes back only from a loop that is stopping, hence from a completion or a thread that must not send.
+  // Only a loop that is stopping gives it back. A completion sent it, or a thread that must not send any
+  // more.
   if (const auto refused = parts_->loop->submit(std::move(transfer))) {
     if (!refused->isSettled()) refused->fail(CurlNetworkError::Kind::shutDown);
     refused->deliver();

@@ -17,26 +17,33 @@ namespace vellora::hostkit {
 /// A network on libcurl: HTTP/2 where the server has it over TLS, kept connections, each with one request at
 /// a time and eight at most, gzip, TLS with verification.
 ///
-///     auto network = CurlNetwork::make({.server = "https://records.example", .token = [] { return
-///     readToken(); }}); if (!network) return fail(network.error().localizedDescription());
+///     CurlNetwork::Options options{.server = "https://records.example"};
+///     options.token = [] { return readToken(); };
+///     auto network = CurlNetwork::make(std::move(options));
+///     if (!network) return fail(network.error().localizedDescription());
 ///
 /// An answer is delivered as it came, whatever its status: body, status, headers (names in lower case, values
 /// of one name joined with ", "). A complete answer without a body, such as a 204, has an empty `Data`.
 ///
-/// The token goes to the server of `Options::server` and nowhere else, and over http to this machine only:
-/// what would take it to another without TLS fails with `unprotectedToken` and is not sent. Redirects are
-/// followed on that very scheme, host and port only, five at most; any other is an error. Proxies are taken
-/// from the environment as curl does, for https only, where they see no more than the server's name; a
-/// loopback address never goes through one.
+/// The token goes to the server of `Options::server` and nowhere else. Over http it goes to this machine
+/// only: a request that would take it to another machine fails with `unprotectedToken` and is not sent.
 ///
-/// Ownership: shares nothing with its requests: dropping the last handle completes every pending request with
-/// a `shutDown` error, each before the destructor returns, except when a completion drops that handle: then
-/// they follow as soon as that completion returns.
+/// Redirects are followed within that scheme, host and port, five at most; any other is an error.
+///
+/// Proxies are taken from the environment as curl does, for https only, where they see no more than the
+/// server's name. A request to a loopback address never goes through one.
+///
+/// Ownership: a request does not keep its network alive. Dropping the last handle completes every pending
+/// request with a `shutDown` error before the destructor returns. When a completion drops that handle, they
+/// follow as soon as that completion returns.
+///
 /// Threads: `sendRequest` may be called from any thread, also from a completion. Completions and the observer
 /// run on the network's own thread, one at a time and with no lock held; so a slow one delays the others. A
 /// request sent while the network is being destroyed completes inside `sendRequest`. The destructor waits for
 /// the completions: do not hold a lock there that one of them needs.
+///
 /// Errors: `CurlNetworkError`. An error comes without a body; half a body is an error.
+///
 /// Units: seconds, bytes.
 class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
  public:
@@ -73,6 +80,7 @@ class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
   CurlNetwork(const CurlNetwork&) = delete;
   CurlNetwork& operator=(const CurlNetwork&) = delete;
 
+  /// Sends `request`, a GET without a body whose URL is a path on the server. `completion` is called once.
   void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override;
 
  private:

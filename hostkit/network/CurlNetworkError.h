@@ -6,8 +6,15 @@
 
 namespace vellora::hostkit {
 
-/// Why a `CurlNetwork` could not be made, or why a request got no answer.
+/// Why a `CurlNetwork` could not be made, or why a request got no answer. An answer with an error status is
+/// none of these: it is an answer.
+///
+///     const auto* error = failure.as<CurlNetworkError>();
+///     if (error && error->kind == CurlNetworkError::Kind::unreachable) showOffline();
+///
+/// Ownership: a plain value.
 struct VELLORA_EXPORT CurlNetworkError {
+  /// What went wrong, for a program.
   enum class Kind {
     invalidAddress,    ///< the server's address cannot be used
     invalidRequest,    ///< the request is not one that this network sends
@@ -25,9 +32,13 @@ struct VELLORA_EXPORT CurlNetworkError {
   };
 
   Kind kind;
-  /// One line: what went wrong, with which server and path, and what to do. Never holds a token.
+
+  /// What went wrong, for people: one line with the server, the path and what to do, such as "no answer in
+  /// time from records.example:443/theme: try again, or give the request more time". It holds neither the
+  /// token nor six of its characters in a row.
   std::string text;
 
+  /// The text.
   [[nodiscard]] const std::string& localizedDescription() const noexcept { return text; }
 
   friend bool operator==(const CurlNetworkError&, const CurlNetworkError&) = default;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "hostkit/network/CurlNetworkError.h"
+#include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::hostkit {
 
@@ -41,15 +42,9 @@ bool isToken(std::string_view token) {
          std::all_of(token.begin(), token.end(), [](char c) { return c > ' ' && c < 0x7f; });
 }
 
-bool sameName(std::string_view left, std::string_view right) {
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; };
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [&](char a, char b) { return lower(a) == lower(b); });
-}
-
 bool holds(const Headers& headers, std::string_view name) {
   return std::any_of(headers.begin(), headers.end(),
-                     [&](const auto& each) { return sameName(each.first, name); });
+                     [&](const auto& each) { return equalIgnoringAsciiCase(each.first, name); });
 }
 
 // A line that ends with the colon would tell curl to leave that header out; the semicolon sends it empty.

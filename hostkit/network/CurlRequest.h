@@ -16,7 +16,7 @@ struct CurlRequest {
   std::string url;                       ///< absolute
   std::vector<std::string> headerLines;  ///< each as curl takes it
   double timeout;                        ///< seconds, finite and positive
-  std::string token;                     ///< kept to keep it out of error texts; empty when there is none
+  std::string token;                     ///< so that no error text repeats it; empty when none is sent
 
   /// What is done with the token.
   struct TokenSetting {

@@ -1,41 +1,36 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "hostkit/network/CurlHandle.h"
 #include "hostkit/network/CurlNetworkError.h"
 #include "hostkit/network/CurlRequest.h"
-#include "hostkit/network/GzipDecoder.h"
-#include "hostkit/network/RequestOutcome.h"
-#include "hostkit/network/ServerAddress.h"
+#include "hostkit/network/ResponseBody.h"
+#include "hostkit/network/ResponseHead.h"
+#include "hostkit/network/TransferSetting.h"
 #include "vellora/Host/Network.h"
 
 namespace vellora::hostkit {
 
-/// One request on its way: its curl handle, the answer so far, and who waits for it.
+/// One request on its way, from `sendRequest` to its completion: it takes in the answer, follows redirects
+/// within the server, and settles how the request ends.
 ///
 /// Ownership: owned by whoever drives it; owns the completion.
+///
 /// Threads: built on one thread, then driven by one thread, the handle's own.
-class CurlTransfer {
+///
+/// Errors: `CurlNetworkError`, redacted; the completion gets it.
+class CurlTransfer final : private CurlHandle::Receiver {
  public:
-  /// What is the same for every transfer of a network; must outlive them.
-  struct Setting {
-    ServerAddress server;
-    std::optional<std::string> caFile;
-    std::size_t maxBodyBytes;
-    double connectTimeout;  // seconds
-    std::function<void(const RequestOutcome&)> observer;
-  };
-
   using Clock = std::chrono::steady_clock;
 
-  /// A transfer of `request`, or, when that is an error, one that has failed already.
-  CurlTransfer(const Setting& setting, Result<CurlRequest> request, std::string path,
+  /// A transfer of `request`, or, when that is an error, one that has failed already. `setting` must outlive
+  /// it. `path` is the path of the request's URL, for errors and the observer.
+  CurlTransfer(const TransferSetting& setting, Result<CurlRequest> request, std::string path,
                CorvaneSDK::Network::Completion completion);
   ~CurlTransfer();
   CurlTransfer(const CurlTransfer&) = delete;
@@ -61,20 +56,17 @@ class CurlTransfer {
   void deliver();
 
  private:
-  struct Callbacks;
+  void takeHeadLine(std::string_view line) noexcept override;
+  [[nodiscard]] bool takeBody(std::string_view piece) noexcept override;
 
-  [[nodiscard]] std::optional<CurlNetworkError::Kind> takeBody(std::string_view bytes);
-  void reserveBody();
   [[nodiscard]] bool isRedirect() const;
   void followRedirect();
   void settleWithAnswer();
   void settleWithError(CurlNetworkError error);
-  [[nodiscard]] CurlNetworkError errorOf(int curlCode) const;
   [[nodiscard]] std::string where() const;
-  [[nodiscard]] std::string redacted(std::string text) const;
 
   // Constant after construction.
-  const Setting& setting_;
+  const TransferSetting& setting_;
   const std::string path_;
   const Clock::time_point begun_;
   Clock::time_point deadline_;
@@ -82,11 +74,9 @@ class CurlTransfer {
   CorvaneSDK::Network::Completion completion_;
 
   // Only on the driving thread.
-  struct Handle;
-  std::unique_ptr<Handle> handle_;
-  bool headIsComplete_ = false;  // of the answer that is coming
-  std::string body_;
-  std::unique_ptr<GzipDecoder> decoder_;  // of a packed body, once some of it has come
+  std::unique_ptr<CurlHandle> handle_;
+  ResponseHead head_;
+  ResponseBody body_;
   std::optional<CurlNetworkError::Kind> bodyFault_;
   int redirects_ = 0;
   bool settled_ = false;

@@ -9,6 +9,7 @@ namespace vellora::hostkit {
 namespace {
 
 constexpr int gzipOnly = 16 + MAX_WBITS;
+constexpr std::size_t pieceSize = 16384;  // bytes unpacked at a time
 
 }  // namespace
 
@@ -34,7 +35,7 @@ GzipDecoder::Fault GzipDecoder::append(std::string_view packed, std::string& bod
   // zlib does not write to its input; its interface is older than const.
   z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
   z.avail_in = static_cast<uInt>(packed.size());
-  std::array<char, 16384> unpacked;
+  std::array<char, pieceSize> unpacked;
   do {
     // What follows a whole member is another one.
     if (complete_ && z.avail_in > 0) inflateReset(&z);

@@ -7,11 +7,13 @@
 
 namespace vellora::hostkit {
 
-/// Unpacks a gzip body that comes in pieces. curl could do that too, but does not tell when the packed body
+/// Unpacks a gzip body that comes in pieces. curl could unpack it, too, but doesn't tell when the packed body
 /// ends too early.
 ///
 /// Threads: one at a time.
+///
 /// Errors: a fault is final.
+///
 /// Units: bytes.
 class GzipDecoder {
  public:

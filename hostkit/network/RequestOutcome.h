@@ -9,8 +9,16 @@
 
 namespace vellora::hostkit {
 
-/// How one request of a `CurlNetwork` ended; for a host that wants to tell later which request failed and
-/// why. Holds neither token nor query.
+/// How one request of a `CurlNetwork` ended, for a host that wants to tell later which request failed and
+/// why. It holds neither token nor query.
+///
+///     options.observer = [](const RequestOutcome& outcome) {
+///       if (outcome.error) metrics.countFailure(outcome.path, outcome.error->kind);
+///     };
+///
+/// Ownership: a plain value; the observer may keep a copy.
+///
+/// Units: bytes, seconds.
 struct VELLORA_EXPORT RequestOutcome {
   std::string path;                       ///< of the request's URL, without its query
   int statusCode = 0;                     ///< 0 when no answer came

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "hostkit/network/CurlNetworkError.h"
+#include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::hostkit {
 
@@ -40,12 +41,6 @@ class ParsedUrl {
   CURLUcode code_;
 };
 
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return text;
-}
-
 bool isPrintableAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7f; });
 }
@@ -54,7 +49,7 @@ Error invalidAddress(const std::string& reason) {
   return CurlNetworkError{Kind::invalidAddress, "the server's address " + reason};
 }
 
-/// What is wrong with the address; it is repeated only once it is known to hold no credentials.
+/// What is wrong with the address. Its parts are quoted only once it is known to hold no credentials.
 std::optional<std::string> faultOf(const std::string& text, const ParsedUrl& url) {
   const std::string advice = ": give one like https://records.example";
   if (text.empty()) return "is empty" + advice;
@@ -66,7 +61,7 @@ std::optional<std::string> faultOf(const std::string& text, const ParsedUrl& url
   const std::string scheme = url.part(CURLUPART_SCHEME).value_or("");
   if (scheme != "http" && scheme != "https") return "has the scheme \"" + scheme + "\": use https or http";
   // The parser forgives any number of slashes here, and takes the first word of the path for the host.
-  if (!lowerCase(text).starts_with(scheme + "://") || text.find(":///") != std::string::npos) {
+  if (!asciiLowerCase(text).starts_with(scheme + "://") || text.find(":///") != std::string::npos) {
     return "is not a URL" + advice;
   }
   if (text.find('?') != std::string::npos) return "has a query: remove everything from the \"?\" on";
@@ -89,7 +84,7 @@ Result<ServerAddress> ServerAddress::parse(const std::string& text) {
   if (const auto fault = faultOf(text, url)) return invalidAddress(*fault);
   std::string prefix = url.part(CURLUPART_PATH).value_or("");
   while (prefix.ends_with('/')) prefix.pop_back();
-  return ServerAddress(*url.part(CURLUPART_SCHEME), lowerCase(*url.part(CURLUPART_HOST)),
+  return ServerAddress(*url.part(CURLUPART_SCHEME), asciiLowerCase(*url.part(CURLUPART_HOST)),
                        url.part(CURLUPART_PORT).value_or(""), std::move(prefix));
 }
 
@@ -114,7 +109,7 @@ Result<std::string> ServerAddress::admitRedirect(const std::string& url) const {
     return refused("an address with credentials, which is not followed: check the server");
   }
   const std::string scheme = target.part(CURLUPART_SCHEME).value_or("");
-  const std::string host = lowerCase(target.part(CURLUPART_HOST).value_or(""));
+  const std::string host = asciiLowerCase(target.part(CURLUPART_HOST).value_or(""));
   const std::string port = target.part(CURLUPART_PORT).value_or("");
   if (scheme == scheme_ && host == host_ && port == port_) return url;
   return refused(scheme + "://" + host + ":" + port +

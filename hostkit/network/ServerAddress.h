@@ -10,7 +10,9 @@ namespace vellora::hostkit {
 /// Where a records server is: scheme, host and port, and the path prefix under which it lives.
 ///
 /// Ownership: a plain value.
+///
 /// Threads: immutable, hence safe to read from several threads.
+///
 /// Errors: a `CurlNetworkError` of kind `invalidAddress`, `invalidRequest` or `refusedRedirect`.
 class ServerAddress {
  public:

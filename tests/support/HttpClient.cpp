@@ -7,11 +7,12 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdlib>
 #include <optional>
+
+#include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::test {
 namespace {
@@ -26,9 +27,7 @@ HttpReply readHead(std::string_view head) {
     const auto line = head.substr(at, head.find(lineEnd, at) - at);
     const auto colon = line.find(": ");
     if (colon == std::string_view::npos) continue;
-    std::string name(line.substr(0, colon));
-    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
-    reply.headers[name] = line.substr(colon + 2);
+    reply.headers[asciiLowerCase(line.substr(0, colon))] = line.substr(colon + 2);
   }
   return reply;
 }

@@ -27,18 +27,27 @@ class MemoryCacheTable;
 ///
 /// Ownership: tables live as long as the cache or anyone who holds them. Blobs share their bytes with the
 /// `Data` that was saved.
+///
 /// Threads: every call may come from any thread. No lock is held while a filter is called.
-/// Errors: none; every write succeeds.
+///
+/// Errors: none; every write succeeds. Only a row that the clock dates with no number is refused.
 class VELLORA_EXPORT MemoryCache final : public CorvaneSDK::Cache {
  public:
   /// `clock` dates the rows and tells their age; it is called from any thread, while no lock is held.
   explicit MemoryCache(std::function<Date()> clock = now);
   ~MemoryCache() override;
 
+  /// The blob that was saved last under `key`; no value when there is none.
   [[nodiscard]] std::optional<Data> load(const std::string& key) override;
+
+  /// These give true, always.
   bool save(const Data& data, const std::string& key) override;
   bool remove(const std::string& key) override;
+
+  /// The table that was created with that key; null when none was.
   [[nodiscard]] std::shared_ptr<CorvaneSDK::CacheTable> openTable(const std::string& tableKey) override;
+
+  /// The table with that key, a new one when there was none. Never null.
   [[nodiscard]] std::shared_ptr<CorvaneSDK::CacheTable> createTable(const CorvaneSDK::Table& table) override;
 
  private:

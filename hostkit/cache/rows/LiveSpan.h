@@ -8,8 +8,8 @@ namespace vellora::hostkit {
 /// The dates that a row may bear to be returned: at most the table's maximum age away from now.
 ///
 /// That holds in both directions. A row dated in the future was written before the clock was set back; its
-/// true age is unknown, so it is given the benefit of the doubt for as long as a row in the past is, and no
-/// longer: else a clock that once stood years ahead would make rows that never go.
+/// true age is unknown, so it is kept for as long as a row of the past, and no longer. Otherwise a clock that
+/// once stood years ahead would leave rows that never expire.
 struct LiveSpan {
   LiveSpan(Date now, CorvaneSDK::Table::MaxAge maxAge);
 

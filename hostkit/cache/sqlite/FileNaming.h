@@ -18,8 +18,8 @@ namespace vellora::hostkit {
 /// Gives the complete file `made` the name `path` in the same folder, unless that is taken; it may keep its
 /// first name, too. 0, or the `errno` of what went wrong: EEXIST for a name that is taken.
 ///
-/// A disk without hard links leaves a moment between looking and naming: there, what another process names so
-/// at that moment is replaced.
+/// On a disk without hard links a moment passes between the look at the name and the renaming. A file that
+/// another process puts there in that moment is replaced.
 [[nodiscard]] inline int nameFile(const std::string& made, const std::string& path) {
   if (link(made.c_str(), path.c_str()) == 0) return 0;
   const bool noLinksHere = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;

@@ -12,16 +12,20 @@ namespace vellora::hostkit {
 /// The large rows that were read last. A list of thousands of types is asked for again and again, if only to
 /// see that it is there; so it is read and verified once, and its bytes are then handed out, shared.
 ///
-/// A row never changes under its sequence, which is never used twice: what was verified once is what the row
-/// holds, as long as the file still has it.
+/// A row never changes under its sequence, and no sequence is used twice: what was verified once is what the
+/// row holds, as long as the file still has it.
 ///
-/// Ownership: part of a connection, since another file has other rows. Threads: one at a time.
+/// Ownership: part of a connection, since another file has other rows.
+///
+/// Threads: one at a time, as the connection.
+///
+/// Units: bytes.
 class LargeRows {
  public:
-  /// Rows of fewer bytes are read faster than they are looked for.
+  /// A row of fewer bytes is read from the file faster than it is found here.
   static constexpr std::size_t smallestSize = std::size_t{16} << 10U;
 
-  /// How many bytes the rows may have in all: room for the lists of 13,000 types.
+  /// How many bytes all rows together may have: room for the lists of 13,000 types.
   static constexpr std::size_t standardCapacity = std::size_t{16} << 20U;
 
   /// What must be the same for the row to be the same.
@@ -41,7 +45,7 @@ class LargeRows {
   /// Keeps a verified row in place of those that were asked for longest ago.
   void keep(const Identity& identity, std::shared_ptr<const StoredRow> row);
 
-  /// For a row that is deleted.
+  /// Lets go of a row that is deleted.
   void forget(std::int64_t sequence);
 
  private:

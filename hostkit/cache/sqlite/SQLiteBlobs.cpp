@@ -10,14 +10,20 @@ namespace vellora::hostkit::sqliteBlobs {
 
 namespace {
 
+/// The columns of the statements that read blobs, in their order.
+struct Column {
+  enum : int { generation, checksum, data, key };
+};
+
 std::int64_t checksum(std::string_view key, std::int64_t generation, std::string_view data) {
   return Checksum().add("blob").add(key).add(generation).add(data).value();
 }
 
-/// The blob in the row of generation, checksum and data that the statement stands on.
+/// The blob that the statement stands on; no value when it is damaged.
 std::optional<Data> verifiedBlob(const SQLiteStatement& found, std::string_view key) {
-  const std::string_view bytes = found.bytes(2);
-  if (checksum(key, found.integer(0), bytes) != found.integer(1)) return std::nullopt;
+  const std::string_view bytes = found.bytes(Column::data);
+  if (checksum(key, found.integer(Column::generation), bytes) != found.integer(Column::checksum))
+    return std::nullopt;
   return Data(bytes.data(), bytes.size());
 }
 
@@ -25,12 +31,12 @@ std::int64_t nextGeneration(SQLiteDatabase& database) {
   SQLiteStatement next = database.statement(
       "SELECT max(coalesce((SELECT seq FROM sqlite_sequence WHERE name = 'vellora_blob'), 0),"
       " coalesce((SELECT max(generation) FROM vellora_blob), 0)) + 1");
-  return next.step() ? next.integer(0) : 0;
+  return next.step() ? next.integer(SQLiteStatement::onlyColumn) : 0;
 }
 
 std::optional<std::int64_t> generationOf(SQLiteDatabase& database, const std::string& key) {
   SQLiteStatement found = database.statement("SELECT generation FROM vellora_blob WHERE name = ?");
-  return found.bind(key).step() ? std::optional(found.integer(0)) : std::nullopt;
+  return found.bind(key).step() ? std::optional(found.integer(SQLiteStatement::onlyColumn)) : std::nullopt;
 }
 
 }  // namespace
@@ -46,7 +52,7 @@ void readAll(SQLiteDatabase& database,
   SQLiteStatement blobs =
       database.statement("SELECT generation, checksum, data, name FROM vellora_blob ORDER BY name");
   while (blobs.step()) {
-    std::string key(blobs.bytes(3));
+    std::string key(blobs.bytes(Column::key));
     auto blob = verifiedBlob(blobs, key);
     visit(std::move(key), std::move(blob));
   }

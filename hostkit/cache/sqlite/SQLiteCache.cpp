@@ -7,6 +7,7 @@
 #include "hostkit/cache/sqlite/SQLiteCacheTable.h"
 #include "hostkit/cache/sqlite/SQLiteDatabase.h"
 #include "hostkit/cache/sqlite/SQLiteStore.h"
+#include "hostkit/cache/sqlite/SQLiteTransaction.h"
 
 namespace vellora::hostkit {
 

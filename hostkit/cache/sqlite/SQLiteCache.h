@@ -30,7 +30,7 @@ class SQLiteStore;
 /// met; where that fails, each further call tries again. One of nothing but zero bytes, as a loss of power
 /// leaves it, counts as damaged. A file that never was one of ours is refused and left as it is.
 ///
-/// Up to 16 MiB of rows that are large and were asked for last are kept in memory, verified and shared.
+/// The large rows that were asked for last are kept in memory, 16 MiB of them at most, verified and shared.
 /// Another process's write to such a row is seen like any other; damage done to it after it was read is not.
 ///
 /// While a cache is open, NAME-shm is mapped into memory: whoever cuts that file short ends the process
@@ -39,10 +39,12 @@ class SQLiteStore;
 /// A loss of power may lose the last writes, never mix them. What is deleted is overwritten in the file.
 ///
 /// Ownership: tables keep the file open for as long as anyone holds them, also without the cache.
+///
 /// Threads: every call may come from any thread; they take turns. No lock is held while a filter is called.
 /// Several processes may use one file.
-/// Errors: `open` tells a `SQLiteCacheError`. After it, a failure (disk full, locked by another process) is a
-/// false result of a write, and nothing found of a read.
+///
+/// Errors: `open` tells a `SQLiteCacheError`. After it, a write that fails (disk full, locked by another
+/// process) gives false, and a read that fails finds nothing.
 class VELLORA_EXPORT SQLiteCache final : public CorvaneSDK::Cache {
  public:
   struct Options {

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <chrono>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 #include "hostkit/cache/rows/LiveSpan.h"
@@ -11,8 +10,11 @@
 #include "hostkit/cache/sqlite/SQLiteCacheFile.h"
 #include "hostkit/cache/sqlite/SQLiteDatabase.h"
 #include "hostkit/cache/sqlite/SQLiteFileMarks.h"
-#include "hostkit/cache/sqlite/SQLiteRows.h"
+#include "hostkit/cache/sqlite/SQLiteResultCodes.h"
+#include "hostkit/cache/sqlite/SQLiteRowQueries.h"
 #include "hostkit/cache/sqlite/SQLiteSchema.h"
+#include "hostkit/cache/sqlite/SQLiteTables.h"
+#include "hostkit/cache/sqlite/SQLiteTransaction.h"
 
 namespace vellora::hostkit {
 
@@ -37,7 +39,7 @@ std::optional<Error> refusal(const std::string& path) {
     case SQLiteFileKind::unreadable:
       break;
   }
-  return SQLiteCacheError{Reason::unwritable, path, std::generic_category().message(errno)};
+  return errorForErrno(path, errno);
 }
 
 std::string rowName(const std::string& table, const CorvaneSDK::Row& row) {
@@ -53,7 +55,7 @@ void readBlobs(SQLiteDatabase& database, SQLiteCacheContents& contents) {
 
 void readTable(SQLiteDatabase& database, const std::string& key, Date present,
                SQLiteCacheContents& contents) {
-  const auto maxAge = sqliteRows::maxAgeOfTable(database, key);
+  const auto maxAge = sqliteTables::maxAge(database, key);
   if (!maxAge) contents.findings.push_back("the record of table \"" + key + "\" does not fit its checksum");
   SQLiteCacheContents::Table table{key, maxAge.value_or(CorvaneSDK::Table::MaxAge::sevenDays), {}};
   const LiveSpan live(present, table.maxAge);
@@ -69,7 +71,8 @@ void readTable(SQLiteDatabase& database, const std::string& key, Date present,
 void checkDatabase(SQLiteDatabase& database, SQLiteCacheContents& contents) {
   SQLiteStatement check = database.statement("PRAGMA integrity_check");
   while (check.step()) {
-    if (check.bytes(0) != "ok") contents.findings.emplace_back(check.bytes(0));
+    if (check.bytes(SQLiteStatement::onlyColumn) != "ok")
+      contents.findings.emplace_back(check.bytes(SQLiteStatement::onlyColumn));
   }
 }
 
@@ -79,7 +82,7 @@ Result<SQLiteCacheContents> SQLiteCacheContents::read(const std::string& path, D
   const std::string resolved = sqliteCacheFile::resolvedPath(path);
   if (auto error = refusal(resolved)) return *std::move(error);
   const auto [database, code] = SQLiteDatabase::openForReading(resolved, std::chrono::milliseconds(1000));
-  if (database == nullptr) return sqliteCacheFile::errorFor(resolved, code);
+  if (database == nullptr) return errorForCode(resolved, code);
 
   SQLiteCacheContents contents;
   SQLiteTransaction snapshot(*database, SQLiteTransaction::Kind::reading);
@@ -88,8 +91,8 @@ Result<SQLiteCacheContents> SQLiteCacheContents::read(const std::string& path, D
   if (state == sqliteSchema::State::damaged) return Error(SQLiteCacheError{Reason::damaged, resolved, ""});
   checkDatabase(*database, contents);
   readBlobs(*database, contents);
-  for (const auto& key : sqliteRows::tableKeys(*database)) readTable(*database, key, present, contents);
-  if (database->failed()) return sqliteCacheFile::errorFor(resolved, database->failure());
+  for (const auto& key : sqliteTables::keys(*database)) readTable(*database, key, present, contents);
+  if (database->failed()) return errorForCode(resolved, database->failure());
   return contents;
 }
 

@@ -15,13 +15,24 @@
 namespace vellora::hostkit {
 
 /// All that the file of a `SQLiteCache` holds at one moment, for looking, checking and carrying elsewhere.
-/// What the cache would not return is here too, and told as such.
+/// What the cache would not return is here, too, and marked.
+///
+///     const auto contents = SQLiteCacheContents::read(path, now());
+///     if (contents) for (const auto& finding : contents.value().findings) report(finding);
+///
+/// Ownership: a plain value, read once; later writes to the file don't change it.
+///
+/// Threads: `read` may be called from any thread, also while the cache is in use.
+///
+/// Errors: `read` tells a `SQLiteCacheError`; damage of single entries is a finding.
 struct VELLORA_EXPORT SQLiteCacheContents {
+  /// An entry of `Cache::save`.
   struct Blob {
     std::string key;
     std::optional<Data> data;  ///< absent when it is damaged
   };
 
+  /// An entry of a table.
   struct Row {
     CorvaneSDK::Row row;  ///< without meta when that cannot be read
     Date written;
@@ -29,8 +40,10 @@ struct VELLORA_EXPORT SQLiteCacheContents {
     bool outdated = false;     ///< older than the table keeps its rows, or dated as far in the future
   };
 
+  /// A table, be it without rows.
   struct Table {
     std::string key;
+    /// How long rows are kept; seven days when the table's record is damaged.
     CorvaneSDK::Table::MaxAge maxAge = CorvaneSDK::Table::MaxAge::sevenDays;
     std::vector<Row> rows;  ///< in the order in which they were written
   };

@@ -7,7 +7,16 @@
 namespace vellora::hostkit {
 
 /// Why a cache file cannot be used. Nothing has been changed in it.
+///
+///     const auto cache = SQLiteCache::open(path);
+///     if (!cache) std::cerr << cache.error().localizedDescription() << '\n';
+///     // The cache file "/data/notes.txt" is not a cache of this library and was left as it is. Choose
+///     another
+///     // path, or move that file away.
+///
+/// Ownership: a plain value.
 struct VELLORA_EXPORT SQLiteCacheError {
+  /// What is wrong, for a program.
   enum class Reason {
     unwritable,    ///< the file or its folder cannot be created, read or written
     foreignFile,   ///< something else has that name, and never was a cache of ours
@@ -19,10 +28,10 @@ struct VELLORA_EXPORT SQLiteCacheError {
   };
 
   Reason reason = Reason::failed;
-  std::string path;
+  std::string path;    ///< of the file, as it was resolved
   std::string detail;  ///< the system's or the database's own words; may be empty
 
-  /// What is wrong, where, and what to do about it.
+  /// For people: what is wrong, where, and what to do about it.
   [[nodiscard]] std::string localizedDescription() const;
 
   friend bool operator==(const SQLiteCacheError&, const SQLiteCacheError&) = default;

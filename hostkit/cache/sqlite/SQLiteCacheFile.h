@@ -16,7 +16,8 @@ namespace vellora::hostkit {
 /// one mark or none it never was ours and is refused, before SQLite gets to see it. One that is ours, but
 /// lacks a mark or does not hold the tables that we wrote, is damaged: it is renamed to NAME.damaged-1 (or
 /// the next free number) together with its log, and a fresh one takes its name. So is a file of nothing but
-/// zero bytes, which a loss of power leaves. A file without any bytes is a fresh one's place.
+/// zero bytes, which a loss of power leaves. A fresh file also takes the
+/// place of a file without any bytes.
 ///
 /// A fresh file is made as .vellora-making in the same folder and linked to its own name when it is complete,
 /// so that no crash can leave half a file that would be refused ever after. What a crash or a loss of power
@@ -30,9 +31,6 @@ namespace sqliteCacheFile {
 /// The absolute path of the file that `path` leads to, so that renaming concerns the file and not a link to
 /// it, and a later change of the working folder nothing.
 [[nodiscard]] std::string resolvedPath(const std::string& path);
-
-/// The error for SQLite's result code `code`.
-[[nodiscard]] Error errorFor(const std::string& path, int code);
 
 /// Opens the cache at the resolved `path`, creating or replacing what must be.
 [[nodiscard]] Result<std::shared_ptr<SQLiteDatabase>> open(const std::string& path,

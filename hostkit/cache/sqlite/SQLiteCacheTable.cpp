@@ -8,7 +8,10 @@
 #include "hostkit/cache/rows/LiveSpan.h"
 #include "hostkit/cache/rows/MetaCodec.h"
 #include "hostkit/cache/sqlite/SQLiteDatabase.h"
-#include "hostkit/cache/sqlite/SQLiteRows.h"
+#include "hostkit/cache/sqlite/SQLiteRowChanges.h"
+#include "hostkit/cache/sqlite/SQLiteRowQueries.h"
+#include "hostkit/cache/sqlite/SQLiteTables.h"
+#include "hostkit/cache/sqlite/SQLiteTransaction.h"
 
 namespace vellora::hostkit {
 
@@ -19,7 +22,7 @@ using Kind = SQLiteTransaction::Kind;
 
 /// Records the table unless that has been done.
 void ensureTable(SQLiteDatabase& database, const Table& table) {
-  if (!sqliteRows::maxAgeOfTable(database, table.key())) sqliteRows::writeTable(database, table);
+  if (!sqliteTables::maxAge(database, table.key())) sqliteTables::write(database, table);
 }
 
 }  // namespace
@@ -27,9 +30,8 @@ void ensureTable(SQLiteDatabase& database, const Table& table) {
 std::shared_ptr<SQLiteCacheTable> SQLiteCacheTable::open(std::shared_ptr<SQLiteStore> store,
                                                          const std::string& tableKey) {
   std::optional<Table::MaxAge> maxAge;
-  store->perform([&maxAge, &tableKey](SQLiteDatabase& database) {
-    maxAge = sqliteRows::maxAgeOfTable(database, tableKey);
-  });
+  store->perform(
+      [&maxAge, &tableKey](SQLiteDatabase& database) { maxAge = sqliteTables::maxAge(database, tableKey); });
   if (!maxAge) return nullptr;
   return std::make_shared<SQLiteCacheTable>(std::move(store), Table::emptyWithKey(tableKey, *maxAge));
 }

@@ -14,6 +14,7 @@ namespace vellora::hostkit {
 /// A table of a `SQLiteCache`.
 ///
 /// Ownership: shares the cache's connection.
+///
 /// Threads: the connection synchronises; filters and the clock are called while no lock is held.
 class SQLiteCacheTable final : public CorvaneSDK::CacheTable {
  public:
@@ -21,7 +22,7 @@ class SQLiteCacheTable final : public CorvaneSDK::CacheTable {
   [[nodiscard]] static std::shared_ptr<SQLiteCacheTable> open(std::shared_ptr<SQLiteStore> store,
                                                               const std::string& tableKey);
 
-  /// Never null. Where the table cannot be written down now, the first row that can be does it.
+  /// Never null. When the table cannot be recorded now, the first row that is written records it.
   [[nodiscard]] static std::shared_ptr<SQLiteCacheTable> create(std::shared_ptr<SQLiteStore> store,
                                                                 const CorvaneSDK::Table& table);
 

@@ -104,7 +104,7 @@ void SQLiteDatabase::distrustContent() {
   run("PRAGMA mmap_size = 0");
   run("PRAGMA cell_size_check = ON");
   run("PRAGMA temp_store = MEMORY");
-  run("PRAGMA cache_size = -384");  // KiB of pages kept: a list fills whatever it gets, and is read once
+  run("PRAGMA cache_size = -384");  // KiB of pages: a list is read once, and would fill any number
   run("PRAGMA synchronous = NORMAL");
   run("PRAGMA secure_delete = ON");  // so that no damaged pointer can lead to what was deleted
   run("PRAGMA journal_size_limit = 4194304");
@@ -116,7 +116,7 @@ SQLiteStatement SQLiteDatabase::statement(std::string_view sql) {
     note(sqlite3_prepare_v3(handle_, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT,
                             &slot, nullptr));
   }
-  return {*this, slot};
+  return {failure_, slot};
 }
 
 void SQLiteDatabase::run(std::string_view sql) {
@@ -124,8 +124,10 @@ void SQLiteDatabase::run(std::string_view sql) {
   while (once.step()) continue;
 }
 
-void SQLiteDatabase::note(int code) {
-  if (failure_ == SQLITE_OK) failure_ = code;
+void SQLiteDatabase::setHeaderNumber(const std::string& name, std::uint32_t number) {
+  if (failed()) return;
+  const std::string sql = "PRAGMA " + name + " = " + std::to_string(number);
+  note(sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, nullptr));
 }
 
 void SQLiteDatabase::noteDamage() {
@@ -144,40 +146,6 @@ bool SQLiteDatabase::moved() const {
 
 void SQLiteDatabase::leaveUntouchedOnClose() {
   sqlite3_db_config(handle_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-}
-
-SQLiteTransaction::SQLiteTransaction(SQLiteDatabase& database, Kind kind) : database_(database) {
-  // A writer takes the lock at once: one that began by reading could not wait for another writer.
-  database_.run(kind == Kind::writing ? "BEGIN IMMEDIATE" : "BEGIN");
-}
-
-SQLiteTransaction::~SQLiteTransaction() {
-  if (!database_.inTransaction()) return;
-  const int failure = database_.failure();
-  database_.clearFailure();
-  database_.run("ROLLBACK");
-  database_.clearFailure();
-  database_.note(failure);
-}
-
-void SQLiteTransaction::commit() {
-  database_.run("COMMIT");
-}
-
-bool meansDamage(int code) {
-  const int primary = code & 0xff;
-  // No statement of ours breaks a constraint of a sound database.
-  return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || primary == SQLITE_CONSTRAINT;
-}
-
-bool meansOtherLayout(int code) {
-  return (code & 0xff) == SQLITE_ERROR;
-}
-
-bool meansLocked(int code) {
-  const int primary = code & 0xff;
-  // A protocol failure is SQLite's word for a process that halts while it writes the log's index.
-  return primary == SQLITE_BUSY || primary == SQLITE_LOCKED || primary == SQLITE_PROTOCOL;
 }
 
 }  // namespace vellora::hostkit

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "hostkit/cache/sqlite/LargeRows.h"
+#include "hostkit/cache/sqlite/SQLiteFailure.h"
 #include "hostkit/cache/sqlite/SQLiteStatement.h"
 
 struct sqlite3;
@@ -16,9 +18,11 @@ namespace vellora::hostkit {
 /// A connection to a database file, set up to distrust the file's content.
 ///
 /// Ownership: closes the connection at the end. When the file is no longer the one under its name, SQLite
-/// leaves the log file of that name alone, since it belongs to another database by then. Threads: one thread
-/// at a time. Errors: the first failure is remembered until `clearFailure`, and what follows it does nothing;
-/// so a sequence of statements needs one look at its end.
+/// leaves the log file of that name alone, since it belongs to another database by then.
+///
+/// Threads: one thread at a time.
+///
+/// Errors: the first failure is remembered until `clearFailure`, and what follows it does nothing.
 class SQLiteDatabase {
  public:
   struct Opened {
@@ -44,15 +48,19 @@ class SQLiteDatabase {
   /// Runs a statement that has no parameters, to its end.
   void run(std::string_view sql);
 
-  void note(int code);
+  /// Sets a number of the file's header that SQLite keeps under `name`, such as "user_version".
+  void setHeaderNumber(const std::string& name, std::uint32_t number);
+
+  /// Remembers SQLite's result code `code` if it is the first failure.
+  void note(int code) { failure_.note(code); }
 
   /// Remembers, as a failure, that the file was found damaged where SQLite did not notice: what was written
   /// cannot be found again.
   void noteDamage();
 
-  [[nodiscard]] bool failed() const { return failure_ != 0; }
-  [[nodiscard]] int failure() const { return failure_; }  ///< SQLite's result code, 0 when there is none
-  void clearFailure() { failure_ = 0; }
+  [[nodiscard]] bool failed() const { return static_cast<bool>(failure_); }
+  [[nodiscard]] int failure() const { return failure_.code(); }  ///< SQLite's result code, 0 for none
+  void clearFailure() { failure_.clear(); }
 
   /// True inside a transaction.
   [[nodiscard]] bool inTransaction() const;
@@ -76,32 +84,7 @@ class SQLiteDatabase {
   sqlite3* const handle_;
   std::map<std::string_view, sqlite3_stmt*> statements_;
   LargeRows largeRows_;
-  int failure_ = 0;
+  SQLiteFailure failure_;
 };
-
-/// A transaction that is undone unless it is committed.
-class SQLiteTransaction {
- public:
-  enum class Kind { reading, writing };
-
-  SQLiteTransaction(SQLiteDatabase& database, Kind kind);
-  ~SQLiteTransaction();
-  SQLiteTransaction(const SQLiteTransaction&) = delete;
-  SQLiteTransaction& operator=(const SQLiteTransaction&) = delete;
-
-  void commit();
-
- private:
-  SQLiteDatabase& database_;
-};
-
-/// True when `code` says that the file's content is damaged, as against locked, unreadable or full.
-[[nodiscard]] bool meansDamage(int code);
-
-/// True when `code` says that a table or column of ours is not there.
-[[nodiscard]] bool meansOtherLayout(int code);
-
-/// True when `code` says that another process holds the file.
-[[nodiscard]] bool meansLocked(int code);
 
 }  // namespace vellora::hostkit

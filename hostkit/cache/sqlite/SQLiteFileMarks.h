@@ -8,7 +8,7 @@ namespace vellora::hostkit {
 enum class SQLiteFileKind {
   absent,
   empty,       ///< there, without any bytes
-  ours,        ///< with all that tells our files apart
+  ours,        ///< with all three marks of our files
   damaged,     ///< ours, but not whole; or nothing but zero bytes, as a loss of power leaves a fresh file
   newer,       ///< ours, from a newer version
   foreign,     ///< never ours

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "hostkit/cache/sqlite/SQLiteResultCodes.h"
+#include "hostkit/cache/sqlite/SQLiteTransaction.h"
+
 namespace vellora::hostkit::sqliteSchema {
 
 namespace {
@@ -29,7 +32,7 @@ constexpr std::array<std::string_view, 6> statements = {
 
 std::int64_t number(SQLiteDatabase& database, std::string_view sql) {
   SQLiteStatement statement = database.statement(sql);
-  return statement.step() ? statement.integer(0) : -1;
+  return statement.step() ? statement.integer(SQLiteStatement::onlyColumn) : -1;
 }
 
 /// The texts that SQLite keeps of our statements, and of the table that it made itself for the sequences.
@@ -45,15 +48,15 @@ bool holdsOurStatements(SQLiteDatabase& database) {
   SQLiteStatement schema = database.statement(
       "SELECT sql FROM sqlite_schema "
       "WHERE sql IS NOT NULL AND (name LIKE 'vellora%' OR name = 'sqlite_sequence')");
-  while (schema.step()) texts.emplace_back(schema.bytes(0));
+  while (schema.step()) texts.emplace_back(schema.bytes(SQLiteStatement::onlyColumn));
   std::sort(texts.begin(), texts.end());
   return texts == expectedTexts();
 }
 
-/// Has changes written to a log from now on. SQLite may keep its old way, and say no more than that.
+/// Has changes written to a log from now on. When SQLite goes on in the old way, only its answer tells.
 void useLog(SQLiteDatabase& database) {
   SQLiteStatement mode = database.statement("PRAGMA journal_mode = WAL");
-  const bool logs = mode.step() && mode.bytes(0) == "wal";
+  const bool logs = mode.step() && mode.bytes(SQLiteStatement::onlyColumn) == "wal";
   if (!logs) database.note(SQLITE_BUSY);
 }
 
@@ -66,8 +69,8 @@ void create(SQLiteDatabase& database) {
   database.run("PRAGMA journal_mode = MEMORY");
   {
     SQLiteTransaction transaction(database, SQLiteTransaction::Kind::writing);
-    database.run("PRAGMA application_id = 1447842369");
-    database.run("PRAGMA user_version = 1");
+    database.setHeaderNumber("application_id", applicationId);
+    database.setHeaderNumber("user_version", version);
     for (const auto& statement : statements) database.run(statement);
     transaction.commit();
   }

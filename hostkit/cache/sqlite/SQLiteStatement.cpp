@@ -4,12 +4,10 @@
 
 #include <cstddef>
 
-#include "hostkit/cache/sqlite/SQLiteDatabase.h"
-
 namespace vellora::hostkit {
 
-SQLiteStatement::SQLiteStatement(SQLiteDatabase& database, sqlite3_stmt* statement)
-    : database_(database), statement_(statement) {}
+SQLiteStatement::SQLiteStatement(SQLiteFailure& failure, sqlite3_stmt* statement)
+    : failure_(failure), statement_(statement) {}
 
 SQLiteStatement::~SQLiteStatement() {
   if (statement_ == nullptr) return;
@@ -20,25 +18,25 @@ SQLiteStatement::~SQLiteStatement() {
 SQLiteStatement& SQLiteStatement::bind(std::string_view bytes) {
   const char* start = bytes.data() != nullptr ? bytes.data() : "";  // null would bind NULL, not empty bytes
   if (statement_ != nullptr)
-    note(sqlite3_bind_blob64(statement_, ++bound_, start, bytes.size(), SQLITE_STATIC));
+    failure_.note(sqlite3_bind_blob64(statement_, ++bound_, start, bytes.size(), SQLITE_STATIC));
   return *this;
 }
 
 SQLiteStatement& SQLiteStatement::bind(std::int64_t number) {
-  if (statement_ != nullptr) note(sqlite3_bind_int64(statement_, ++bound_, number));
+  if (statement_ != nullptr) failure_.note(sqlite3_bind_int64(statement_, ++bound_, number));
   return *this;
 }
 
 SQLiteStatement& SQLiteStatement::bind(double number) {
-  if (statement_ != nullptr) note(sqlite3_bind_double(statement_, ++bound_, number));
+  if (statement_ != nullptr) failure_.note(sqlite3_bind_double(statement_, ++bound_, number));
   return *this;
 }
 
 bool SQLiteStatement::step() {
-  if (statement_ == nullptr || database_.failed()) return false;
+  if (statement_ == nullptr || failure_) return false;
   const int code = sqlite3_step(statement_);
   if (code == SQLITE_ROW) return true;
-  note(code == SQLITE_DONE ? SQLITE_OK : code);
+  failure_.note(code == SQLITE_DONE ? SQLITE_OK : code);
   return false;
 }
 
@@ -59,10 +57,6 @@ double SQLiteStatement::real(int column) const {
 
 bool SQLiteStatement::isNull(int column) const {
   return sqlite3_column_type(statement_, column) == SQLITE_NULL;
-}
-
-void SQLiteStatement::note(int code) {
-  database_.note(code);
 }
 
 }  // namespace vellora::hostkit

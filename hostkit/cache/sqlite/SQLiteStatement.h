@@ -3,21 +3,27 @@
 #include <cstdint>
 #include <string_view>
 
+#include "hostkit/cache/sqlite/SQLiteFailure.h"
+
 struct sqlite3_stmt;
 
 namespace vellora::hostkit {
-
-class SQLiteDatabase;
 
 /// One run of a prepared statement: bind, then step until false. All content is bound and read as bytes, so
 /// that any byte, NUL included, survives.
 ///
 /// Ownership: borrowed from the database, which keeps it prepared; one text is one run at a time.
-/// Errors: the database remembers its first failure; after one, `step` returns false.
+///
+/// Threads: one at a time, as the connection.
+///
+/// Errors: the connection remembers its first failure; after one, `step` returns false.
 class SQLiteStatement {
  public:
-  /// `statement` may be null, which is a statement that could not be prepared.
-  SQLiteStatement(SQLiteDatabase& database, sqlite3_stmt* statement);
+  /// Where a statement that yields one column has it.
+  static constexpr int onlyColumn = 0;
+
+  /// `failure` is the connection's. `statement` may be null, which is a statement that could not be prepared.
+  SQLiteStatement(SQLiteFailure& failure, sqlite3_stmt* statement);
   ~SQLiteStatement();
   SQLiteStatement(const SQLiteStatement&) = delete;
   SQLiteStatement& operator=(const SQLiteStatement&) = delete;
@@ -37,9 +43,7 @@ class SQLiteStatement {
   [[nodiscard]] bool isNull(int column) const;
 
  private:
-  void note(int code);
-
-  SQLiteDatabase& database_;
+  SQLiteFailure& failure_;
   sqlite3_stmt* const statement_;
   int bound_ = 0;
 };

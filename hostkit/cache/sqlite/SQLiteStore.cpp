@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "hostkit/cache/sqlite/SQLiteCacheFile.h"
+#include "hostkit/cache/sqlite/SQLiteResultCodes.h"
 
 namespace vellora::hostkit {
 

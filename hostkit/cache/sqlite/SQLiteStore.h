@@ -14,7 +14,9 @@ namespace vellora::hostkit {
 /// The connection that a `SQLiteCache` and its tables share.
 ///
 /// Ownership: shared by the cache and its tables; the connection closes with the last of them.
+///
 /// Threads: synchronises itself: one operation at a time.
+///
 /// Errors: an operation that fails leaves the file as it was before it. One that finds the file damaged has
 /// it set aside, and is run once more on the fresh file. Where no fresh file can be had, each further
 /// operation tries to open one before it fails.

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstddef>
 #include <future>
 #include <memory>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
+#include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TlsServer.h"
@@ -26,12 +26,13 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using tests::get;
+using tests::longestWait;
+using tests::NetworkAnswer;
 using tests::ScriptedServer;
 using tests::TlsServer;
 using tests::TokenCanary;
 using Then = ScriptedServer::Then;
 
-constexpr auto longEnough = std::chrono::seconds(60);
 constexpr std::size_t maxBodyBytes = 1000;
 
 /// Something that a server does instead of answering properly, and what a client is told of it.
@@ -42,48 +43,84 @@ struct ServerFault {
   double timeout = 60;  // seconds
 };
 
-const std::string tenPromised = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf";
-const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+using ServerFaults = std::vector<ServerFault>;
 
-/// `elsewhere` stands for the address of a server that must never be asked, `token` for the token.
-std::vector<ServerFault> serverFaults(const std::string& elsewhere, const std::string& token) {
-  const auto redirect = [](const std::string& location) {
-    return ScriptedServer::http("302 Found", "", {"Location: " + location});
+constexpr double soon = 0.05;  // seconds
+
+const std::string okHead = "HTTP/1.1 200 OK\r\n";
+const std::string tenPromised = okHead + "Content-Length: 10\r\n\r\nhalf";
+const std::string chunked = okHead + "Transfer-Encoding: chunked\r\n\r\n";
+
+ServerFaults brokenConnections() {
+  const auto lost = [](const char* name, const std::string& bytes, Then then) {
+    return ServerFault{.name = name, .reply = {.bytes = bytes, .then = then}, .kind = Kind::connectionLost};
   };
   return {
-      {"closes", {"", Then::close}, Kind::connectionLost},
-      {"resets", {"", Then::reset}, Kind::connectionLost},
-      {"half a head, closed", {"HTTP/1.1 200 OK\r\nContent-Le", Then::close}, Kind::connectionLost},
-      {"half a head, reset", {"HTTP/1.1 200 OK\r\nContent-Le", Then::reset}, Kind::connectionLost},
-      {"half a body, closed", {tenPromised, Then::close}, Kind::connectionLost},
-      {"half a body, reset", {tenPromised, Then::reset}, Kind::connectionLost},
-      {"half a chunk, closed", {chunked + "8\r\nhalf", Then::close}, Kind::connectionLost},
-      {"no last chunk, closed", {chunked + "4\r\nhalf\r\n", Then::close}, Kind::connectionLost},
-      {"stops in the body", {tenPromised, Then::keepOpen}, Kind::timedOut, 0.05},
-      {"trickles", {"HTTP/1.1 200 OK\r\nContent-Length: 900\r\n\r\n", Then::trickle}, Kind::timedOut, 0.05},
-      {"says nothing", {"", Then::keepOpen}, Kind::timedOut, 0.05},
-      {"too large a body", ScriptedServer::http("200 OK", std::string(2000, 'x')), Kind::tooLarge},
-      {"endless chunks", {chunked + "fffff\r\n" + std::string(2000, 'x')}, Kind::tooLarge},
-      {"no HTTP", {token + "\r\n\r\n", Then::close}, Kind::protocol},
-      {"broken packing", ScriptedServer::http("200 OK", token, {"Content-Encoding: gzip"}), Kind::protocol},
-      {"strange packing", ScriptedServer::http("200 OK", "x", {"Content-Encoding: " + token}),
-       Kind::protocol},
-      {"another server", redirect("http://" + elsewhere + "/theme"), Kind::refusedRedirect},
-      {"another server with TLS", redirect("https://" + elsewhere + "/theme"), Kind::refusedRedirect},
-      {"another server, same scheme", redirect("//" + elsewhere + "/theme?t=" + token),
-       Kind::refusedRedirect},
-      {"another protocol", redirect("ftp://" + elsewhere + "/theme"), Kind::refusedRedirect},
-      {"a file", redirect("file:///etc/hostname"), Kind::refusedRedirect},
-      {"the token as a server", redirect("http://a:" + token + "@" + elsewhere), Kind::refusedRedirect},
+      lost("closes", "", Then::close),
+      lost("resets", "", Then::reset),
+      lost("half a head, closed", okHead + "Content-Le", Then::close),
+      lost("half a head, reset", okHead + "Content-Le", Then::reset),
+      lost("half a body, closed", tenPromised, Then::close),
+      lost("half a body, reset", tenPromised, Then::reset),
+      lost("half a chunk, closed", chunked + "8\r\nhalf", Then::close),
+      lost("no last chunk, closed", chunked + "4\r\nhalf\r\n", Then::close),
   };
 }
 
-/// What a completion was called with, and how often.
-struct Answer {
-  std::optional<std::string> body;
-  std::optional<Error> error;
-  bool hasResponse = false;
-};
+ServerFaults slowAnswers() {
+  const auto slow = [](const char* name, const std::string& bytes, Then then) {
+    return ServerFault{
+        .name = name, .reply = {.bytes = bytes, .then = then}, .kind = Kind::timedOut, .timeout = soon};
+  };
+  return {
+      slow("stops in the body", tenPromised, Then::keepOpen),
+      slow("trickles", okHead + "Content-Length: 900\r\n\r\n", Then::trickle),
+      slow("says nothing", "", Then::keepOpen),
+  };
+}
+
+/// `token` stands for the token that the client has sent.
+ServerFaults wrongAnswers(const std::string& token) {
+  const std::string twice(2 * maxBodyBytes, 'x');
+  const auto packed = [](const std::string& body, const std::string& encoding) {
+    return ScriptedServer::http("200 OK", body, {"Content-Encoding: " + encoding});
+  };
+  return {
+      {.name = "too large a body", .reply = ScriptedServer::http("200 OK", twice), .kind = Kind::tooLarge},
+      {.name = "endless chunks", .reply = {.bytes = chunked + "fffff\r\n" + twice}, .kind = Kind::tooLarge},
+      {.name = "no HTTP",
+       .reply = {.bytes = token + "\r\n\r\n", .then = Then::close},
+       .kind = Kind::protocol},
+      {.name = "broken packing", .reply = packed(token, "gzip"), .kind = Kind::protocol},
+      {.name = "strange packing", .reply = packed("x", token), .kind = Kind::protocol},
+  };
+}
+
+/// `elsewhere` stands for the address of a server that must never be asked.
+ServerFaults redirects(const std::string& elsewhere, const std::string& token) {
+  const auto refused = [](const char* name, const std::string& location) {
+    return ServerFault{.name = name,
+                       .reply = ScriptedServer::http("302 Found", "", {"Location: " + location}),
+                       .kind = Kind::refusedRedirect};
+  };
+  return {
+      refused("another server", "http://" + elsewhere + "/theme"),
+      refused("another server with TLS", "https://" + elsewhere + "/theme"),
+      refused("another server, same scheme", "//" + elsewhere + "/theme?t=" + token),
+      refused("another protocol", "ftp://" + elsewhere + "/theme"),
+      refused("a file", "file:///etc/hostname"),
+      refused("the token as a server", "http://a:" + token + "@" + elsewhere),
+  };
+}
+
+ServerFaults serverFaults(const std::string& elsewhere, const std::string& token) {
+  ServerFaults all;
+  for (const ServerFaults& some :
+       {brokenConnections(), slowAnswers(), wrongAnswers(token), redirects(elsewhere, token)}) {
+    all.insert(all.end(), some.begin(), some.end());
+  }
+  return all;
+}
 
 /// A network whose server does what it is told, with TLS or without, and that watches where its token gets
 /// to.
@@ -110,28 +147,26 @@ class CurlNetworkFaultTest : public testing::TestWithParam<bool> {
     for (const std::string& text : texts) EXPECT_FALSE(canary.isIn(text)) << text;
   }
 
-  std::future<Answer> send(double timeout = 60) {
+  std::future<NetworkAnswer> send(double timeout = 60) {
     ++sent;
-    auto promise = std::make_shared<std::promise<Answer>>();
-    network->sendRequest(get("/theme?q=1", timeout),
-                         [this, promise](const auto& data, const auto& error, const auto& response) {
-                           ++completions;
-                           promise->set_value({data ? std::optional(std::string(data->view())) : std::nullopt,
-                                               error, response.has_value()});
-                         });
+    auto promise = std::make_shared<std::promise<NetworkAnswer>>();
+    network->sendRequest(get("/theme?q=1", timeout), [this, promise](auto data, auto error, auto response) {
+      ++completions;
+      promise->set_value({std::move(data), std::move(error), std::move(response)});
+    });
     return promise->get_future();
   }
 
-  void expectError(std::future<Answer> pending, Kind kind) {
-    ASSERT_EQ(pending.wait_for(longEnough), std::future_status::ready);
-    const Answer answer = pending.get();
-    EXPECT_FALSE(answer.body);
-    EXPECT_FALSE(answer.hasResponse);
-    ASSERT_TRUE(answer.error);
-    EXPECT_EQ(answer.error->as<CurlNetworkError>()->kind, kind) << answer.error->localizedDescription();
-    const std::string text = answer.error->localizedDescription();
-    EXPECT_THAT(text, AllOf(HasSubstr("127.0.0.1:"), Not(HasSubstr("\n")), Not(HasSubstr("q=1"))));
-    EXPECT_FALSE(canary.isIn(text)) << text;
+  void expectError(std::future<NetworkAnswer> pending, Kind kind) {
+    ASSERT_EQ(pending.wait_for(longestWait), std::future_status::ready);
+    const NetworkAnswer answer = pending.get();
+    EXPECT_FALSE(answer.data);
+    EXPECT_FALSE(answer.response);
+    const auto* error = answer.errorAs<CurlNetworkError>();
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->kind, kind) << error->text;
+    EXPECT_THAT(error->text, AllOf(HasSubstr("127.0.0.1:"), Not(HasSubstr("\n")), Not(HasSubstr("q=1"))));
+    EXPECT_FALSE(canary.isIn(error->text)) << error->text;
   }
 
   void meet(const ServerFault& fault) {
@@ -143,15 +178,15 @@ class CurlNetworkFaultTest : public testing::TestWithParam<bool> {
   void expectARightAnswer() {
     server.replyAlways(ScriptedServer::http("200 OK", "right"));
     auto pending = send();
-    ASSERT_EQ(pending.wait_for(longEnough), std::future_status::ready);
-    EXPECT_EQ(pending.get().body, "right");
+    ASSERT_EQ(pending.wait_for(longestWait), std::future_status::ready);
+    EXPECT_EQ(pending.get().body(), "right");
   }
 
   std::mutex mutex;
   const TokenCanary canary;
   ScriptedServer server;
   ScriptedServer elsewhere;
-  const std::vector<ServerFault> faults = serverFaults(elsewhere.hostAndPort(), canary.token());
+  const ServerFaults faults = serverFaults(elsewhere.hostAndPort(), canary.token());
   std::unique_ptr<TlsServer> tls;
   std::shared_ptr<CurlNetwork> network;
   std::vector<std::string> texts;  // under mutex: of all errors
@@ -190,7 +225,7 @@ TEST_P(CurlNetworkFaultTest, ManyAtOnceAreAnErrorForEachRequest) {
   for (const ServerFault& fault : faults) {
     SCOPED_TRACE(fault.name);
     server.replyAlways(fault.reply);
-    std::vector<std::future<Answer>> pending;
+    std::vector<std::future<NetworkAnswer>> pending;
     for (int i = 0; i < 10; ++i) pending.push_back(send(fault.timeout));
     for (auto& each : pending) expectError(std::move(each), fault.kind);
   }
@@ -198,7 +233,7 @@ TEST_P(CurlNetworkFaultTest, ManyAtOnceAreAnErrorForEachRequest) {
 
 TEST_P(CurlNetworkFaultTest, AShutDownInTheMiddleOfItIsAnErrorToo) {
   server.replyAlways({"HTTP/1.1 200 OK\r\nContent-Length: 9000000\r\n\r\n", Then::trickle});  // takes hours
-  std::vector<std::future<Answer>> pending;
+  std::vector<std::future<NetworkAnswer>> pending;
   for (int i = 0; i < 12; ++i) pending.push_back(send());
   ASSERT_TRUE(server.waitForRequests(1));
   network.reset();

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <future>
 #include <memory>
 #include <optional>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
+#include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/ScriptedServer.h"
@@ -18,12 +18,13 @@
 namespace vellora::hostkit {
 namespace {
 
-using Kind = CurlNetworkError::Kind;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using tests::answerTo;
 using tests::get;
+using tests::NetworkAnswer;
 using tests::ScopedEnvironment;
 using tests::ScriptedServer;
 using tests::TestCertificate;
@@ -31,23 +32,18 @@ using tests::TlsServer;
 
 const std::string canary = "canary-token-77aa";
 
-/// The body of what a network with a token, made of `options`, gets for one request; or its error's kind.
-std::pair<std::string, std::optional<CurlNetworkError>> ask(CurlNetwork::Options options) {
+/// What a network with a token, made of `options`, gets for one request.
+NetworkAnswer ask(CurlNetwork::Options options) {
   options.token = [] { return std::optional(canary); };
-  const auto network = CurlNetwork::make(std::move(options)).value();
-  std::promise<std::pair<std::string, std::optional<CurlNetworkError>>> promise;
-  auto answer = promise.get_future();
-  network->sendRequest(get("/theme"), [&](const auto& data, const auto& error, const auto&) {
-    promise.set_value({data ? std::string(data->view()) : "(no body)",
-                       error ? std::optional(*error->template as<CurlNetworkError>()) : std::nullopt});
-  });
-  return answer.get();
+  return answerTo(*CurlNetwork::make(std::move(options)).value(), get("/theme"));
 }
 
 /// Expects that the server was not trusted, for that reason.
-void expectRefused(const std::optional<CurlNetworkError>& error, const std::string& reason) {
-  ASSERT_TRUE(error);
-  EXPECT_EQ(error->kind, Kind::tls);
+void expectRefused(const NetworkAnswer& answer, const std::string& reason) {
+  EXPECT_FALSE(answer.data);
+  const auto* error = answer.errorAs<CurlNetworkError>();
+  ASSERT_NE(error, nullptr);
+  EXPECT_EQ(error->kind, CurlNetworkError::Kind::tls);
   EXPECT_THAT(error->text, AllOf(HasSubstr("no secure connection to 127.0.0.1:"), HasSubstr(reason),
                                  HasSubstr("check the server's certificate"), Not(HasSubstr(canary))));
 }
@@ -56,51 +52,51 @@ TEST(CurlNetworkTlsTest, TrustsWhomTheFileOfAuthoritiesNames) {
   ScriptedServer plain;
   plain.reply(ScriptedServer::http("200 OK", "over TLS"));
   TlsServer server(plain.port());
-  const auto [body, error] = ask({.server = server.url(), .caFile = server.certificate()});
-  EXPECT_FALSE(error);
-  EXPECT_EQ(body, "over TLS");
+  const auto answer = ask({.server = server.url(), .caFile = server.certificate()});
+  EXPECT_FALSE(answer.error);
+  EXPECT_EQ(answer.body(), "over TLS");
   EXPECT_THAT(plain.requests(), testing::ElementsAre(HasSubstr("Authorization: Bearer " + canary + "\r\n")));
 }
 
 TEST(CurlNetworkTlsTest, RefusesACertificateThatNobodySigned) {
   ScriptedServer plain;
   TlsServer server(plain.port());
-  const auto [body, error] = ask({.server = server.url()});
-  EXPECT_EQ(body, "(no body)");
-  expectRefused(error, "self-signed certificate");
+  const auto answer = ask({.server = server.url()});
+  EXPECT_FALSE(answer.data);
+  expectRefused(answer, "self-signed certificate");
   EXPECT_THAT(plain.requests(), IsEmpty());
 }
 
 TEST(CurlNetworkTlsTest, RefusesACertificateOfAnotherServer) {
   ScriptedServer plain;
   TlsServer server(plain.port(), "DNS:records.example");
-  const auto [body, error] = ask({.server = server.url(), .caFile = server.certificate()});
-  expectRefused(error, "no alternative certificate subject name matches");
+  const auto answer = ask({.server = server.url(), .caFile = server.certificate()});
+  expectRefused(answer, "no alternative certificate subject name matches");
   EXPECT_THAT(plain.requests(), IsEmpty());
 }
 
 TEST(CurlNetworkTlsTest, RefusesACertificateThatHasExpired) {
   ScriptedServer plain;
   TlsServer server(plain.port(), "IP:127.0.0.1", TestCertificate::Valid::longAgo);
-  const auto [body, error] = ask({.server = server.url(), .caFile = server.certificate()});
-  expectRefused(error, "certificate has expired");
+  const auto answer = ask({.server = server.url(), .caFile = server.certificate()});
+  expectRefused(answer, "certificate has expired");
   EXPECT_THAT(plain.requests(), IsEmpty());
 }
 
 TEST(CurlNetworkTlsTest, AFileOfAuthoritiesThatIsNotThereIsAnError) {
   ScriptedServer plain;
   TlsServer server(plain.port());
-  const auto [body, error] = ask({.server = server.url(), .caFile = server.certificate() + ".missing"});
-  ASSERT_TRUE(error);
-  EXPECT_EQ(error->kind, Kind::tls);
+  const auto answer = ask({.server = server.url(), .caFile = server.certificate() + ".missing"});
+  ASSERT_NE(answer.errorAs<CurlNetworkError>(), nullptr);
+  EXPECT_EQ(answer.errorAs<CurlNetworkError>()->kind, CurlNetworkError::Kind::tls);
 }
 
 TEST(CurlNetworkTlsTest, SendsNothingReadableToAServerWithoutTls) {
   ScriptedServer server;
   server.replyAlways(ScriptedServer::http("200 OK", "plain"));
-  const auto [body, error] = ask({.server = "https://" + server.hostAndPort(), .connectTimeout = 0.2});
-  EXPECT_EQ(body, "(no body)");
-  EXPECT_TRUE(error);
+  const auto answer = ask({.server = "https://" + server.hostAndPort(), .connectTimeout = 0.2});
+  EXPECT_FALSE(answer.data);
+  EXPECT_TRUE(answer.error);
   EXPECT_TRUE(server.requests().empty());
 }
 
@@ -141,8 +137,8 @@ TEST(CurlNetworkTlsTest, AProxySeesNoMoreThanTheServersName) {
   proxy.replyAlways({"HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\n\r\n", ScriptedServer::Then::close});
   const ScopedEnvironment httpsProxy("https_proxy", proxy.url());
   const ScopedEnvironment noException("no_proxy", "");
-  const auto [body, error] = ask({.server = "https://records.example"});
-  EXPECT_TRUE(error);
+  const auto answer = ask({.server = "https://records.example"});
+  EXPECT_TRUE(answer.error);
   ASSERT_EQ(proxy.requests().size(), 1U);
   EXPECT_THAT(proxy.requests()[0], AllOf(testing::StartsWith("CONNECT records.example:443 HTTP/1.1\r\n"),
                                          Not(HasSubstr(canary)), Not(HasSubstr("theme"))));

@@ -6,21 +6,18 @@
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
-#include <map>
 #include <memory>
-#include <optional>
-#include <set>
 #include <string>
 #include <utility>
 
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "tests/hostkit/cache/ManualClock.h"
+#include "tests/hostkit/cache/sqlite/CacheLedger.h"
 #include "tests/hostkit/cache/sqlite/FaultyFiles.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/LongForm.h"
 #include "tests/support/TemporaryFolder.h"
-#include "vellora/Host/CacheTable.h"
 
 namespace vellora::hostkit::tests {
 namespace {
@@ -28,31 +25,8 @@ namespace {
 using vellora::tests::longForm;
 using vellora::tests::TemporaryFolder;
 
-using CorvaneSDK::CacheTable;
-using CorvaneSDK::Meta;
-using CorvaneSDK::metaEquals;
-using CorvaneSDK::Query;
-using CorvaneSDK::Row;
-using CorvaneSDK::Table;
 using Fault = FaultyFiles::Fault;
 using Lasting = FaultyFiles::Lasting;
-
-using Value = std::optional<std::string>;
-
-/// What the cache must hold, item by item, by what its writes have told.
-class Ledger {
- public:
-  void wrote(const std::string& item, const Value& value, bool told) {
-    if (told) values_[item] = value;
-  }
-  [[nodiscard]] Value at(const std::string& item) const {
-    const auto found = values_.find(item);
-    return found == values_.end() ? std::nullopt : found->second;
-  }
-
- private:
-  std::map<std::string, Value> values_;
-};
 
 /// What is at the path when the cache is opened.
 enum class Start {
@@ -62,13 +36,14 @@ enum class Start {
   damagedPage,  ///< in a page of rows: seen when these are read or written
 };
 
+bool isSound(Start start) {
+  return start == Start::nothing || start == Start::soundFile;
+}
+
 /// One cache file that is opened, read, written and closed while one of its file layer's calls fails: each of
 /// them in turn.
 class SQLiteCacheFaultTest : public testing::Test {
  protected:
-  static inline const std::set<std::string> blobNames{"kept", "replaced", "removed", "added"};
-  static inline const std::set<std::string> rowNames{"kept", "replaced", "purged", "swept", "added"};
-
   [[nodiscard]] Result<std::shared_ptr<SQLiteCache>> open(const std::string& where) const {
     SQLiteCache::Options options;
     options.clock = clock.function();
@@ -76,85 +51,13 @@ class SQLiteCacheFaultTest : public testing::Test {
     return SQLiteCache::open(where, options);
   }
 
-  static Meta metaOf(const std::string& name) { return {{"kind", "item"}, {"name", name}}; }
-  static Table rowsTable() { return Table::emptyWithKey("Rows", Table::MaxAge::sevenDays); }
-
-  void save(SQLiteCache& cache, const std::string& name, const std::string& text) {
-    ledger.wrote("blob " + name, text, cache.save(Data(text), name));
-  }
-  void upsert(CacheTable& table, const std::string& name, const std::string& text) {
-    ledger.wrote("row " + name, text, table.upsert({Data(text), metaOf(name), std::nullopt}));
-  }
-
-  void fill() {
-    const auto cache = open(path).value();
-    for (const char* name : {"kept", "replaced", "removed"}) {
-      save(*cache, name, std::string(5000, 'o') + name);
-    }
-    const auto table = cache->createTable(rowsTable());
-    for (const char* name : {"kept", "replaced", "purged", "swept"}) {
-      upsert(*table, name, std::string("old ") + name);
-    }
-  }
-
-  /// Reads and writes in every way there is.
-  void use(SQLiteCache& cache) {
-    const auto table = cache.createTable(rowsTable());
-    ASSERT_NE(table, nullptr);
-    expectNothingWrong(cache);
-    save(cache, "replaced", "a new and shorter one");
-    save(cache, "added", std::string(9000, 'n'));
-    ledger.wrote("blob removed", std::nullopt, cache.remove("removed"));
-    upsert(*table, "replaced", std::string(6000, 'n'));
-    upsert(*table, "added", "new");
-    ledger.wrote("row purged", std::nullopt, table->purge(metaEquals(metaOf("purged"))));
-    const bool swept = table->purge([](const Row& row) { return row.meta.at("name") == "swept"; });
-    ledger.wrote("row swept", std::nullopt, swept);
-    expectNothingWrong(cache);
-  }
-
-  /// Every answer is the right one, or none.
-  void expectNothingWrong(SQLiteCache& cache) const {
-    for (const auto& name : blobNames) expectRightOrNone("blob " + name, loadBlob(cache, name));
-    const auto table = cache.openTable("Rows");
-    if (!table) return;
-    for (const auto& name : rowNames) expectRightOrNone("row " + name, loadRow(*table, name));
-  }
-
-  void expectRightOrNone(const std::string& item, const Value& found) const {
-    if (found) {
-      EXPECT_EQ(found, ledger.at(item)) << item;
-    }
-  }
-
-  /// Every answer is the right one.
-  void expectAllRight(SQLiteCache& cache) const {
-    for (const auto& name : blobNames) {
-      EXPECT_EQ(loadBlob(cache, name), ledger.at("blob " + name)) << "blob " << name;
-    }
-    const auto table = cache.createTable(rowsTable());
-    for (const auto& name : rowNames) {
-      EXPECT_EQ(loadRow(*table, name), ledger.at("row " + name)) << "row " << name;
-    }
-  }
-
-  /// The same where a damaged file may have taken some of it away.
+  /// Every answer is the right one, or none where a damaged file may have taken it away.
   void expectAllThere(SQLiteCache& cache, Start start) const {
-    if (start == Start::nothing || start == Start::soundFile) {
-      expectAllRight(cache);
+    if (isSound(start)) {
+      ledger.expectAllRight(cache);
     } else {
-      expectNothingWrong(cache);
+      ledger.expectNothingWrong(cache);
     }
-  }
-
-  static Value loadBlob(SQLiteCache& cache, const std::string& name) {
-    const auto blob = cache.load(name);
-    return blob ? Value(blob->view()) : std::nullopt;
-  }
-  static Value loadRow(CacheTable& table, const std::string& name) {
-    const auto found = table.load(Query::exact(metaEquals(metaOf(name))));
-    EXPECT_LE(found.size(), 1U) << name;
-    return found.empty() ? std::nullopt : Value(found[0].view());
   }
 
   /// What is on the disk is what a process that ends here and now leaves behind.
@@ -167,7 +70,7 @@ class SQLiteCacheFaultTest : public testing::Test {
     {
       const auto opened = open(copy);
       ASSERT_TRUE(opened.hasValue()) << opened.error().localizedDescription();
-      expectAllRight(*opened.value());
+      ledger.expectAllRight(*opened.value());
     }
     EXPECT_FALSE(std::filesystem::exists(copy + ".damaged-1"));
     std::filesystem::remove(copy);
@@ -194,13 +97,13 @@ class SQLiteCacheFaultTest : public testing::Test {
   /// Uses the cache with call number `call` failing; true when there was such a call.
   bool survives(std::int64_t call, Fault fault, Lasting lasting, Start start) {
     ledger = {};
-    if (start != Start::nothing) fill();
-    const bool sound = start == Start::nothing || start == Start::soundFile;
+    if (start != Start::nothing) ledger.fill(*open(path).value());
+    const bool sound = isSound(start);
     if (!sound) damage(start);
     FaultyFiles files;
     files.failAt(call, fault, lasting);
     std::shared_ptr<SQLiteCache> cache = openOrNone();
-    if (cache) use(*cache);
+    if (cache) ledger.use(*cache);
     const bool failed = files.hasFailed();
     if (lasting == Lasting::fromThenOn && sound) {
       files.heal();
@@ -220,12 +123,12 @@ class SQLiteCacheFaultTest : public testing::Test {
       cache = opened.value();
     }
     expectAllThere(*cache, start);
-    save(*cache, "kept", "afterwards");
-    EXPECT_EQ(loadBlob(*cache, "kept"), "afterwards");
+    ledger.save(*cache, "kept", "afterwards");
+    EXPECT_EQ(CacheLedger::loadBlob(*cache, "kept"), "afterwards");
     cache.reset();
     cache = open(path).value();
     expectAllThere(*cache, start);
-    EXPECT_EQ(loadBlob(*cache, "kept"), "afterwards");
+    EXPECT_EQ(CacheLedger::loadBlob(*cache, "kept"), "afterwards");
     cache.reset();
     for (const auto& name : fileNames(folder.path())) {
       EXPECT_TRUE(name == "cache.db" || name.starts_with("cache.db.damaged-")) << name;
@@ -235,8 +138,7 @@ class SQLiteCacheFaultTest : public testing::Test {
 
   /// Fails each call in turn; in the short form every third where a damaged file is replaced, which is slow.
   void failEachCall(Start start, Fault fault, Lasting lasting) {
-    const bool sound = start == Start::nothing || start == Start::soundFile;
-    const int step = sound || longForm("VELLORA_TEST_EVERY_CALL") ? 1 : 3;
+    const int step = isSound(start) || longForm("VELLORA_TEST_EVERY_CALL") ? 1 : 3;
     std::int64_t failed = 0;
     for (std::int64_t call = 1; !HasFailure(); call += step, ++failed) {
       SCOPED_TRACE("call " + std::to_string(call));
@@ -249,7 +151,7 @@ class SQLiteCacheFaultTest : public testing::Test {
   TemporaryFolder folder;
   const std::string path = folder.file("cache.db");
   ManualClock clock;
-  Ledger ledger;
+  CacheLedger ledger;
 };
 
 struct Attack {

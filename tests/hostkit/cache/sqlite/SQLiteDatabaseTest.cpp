@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "hostkit/cache/sqlite/SQLiteResultCodes.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/TemporaryFolder.h"
@@ -30,7 +31,7 @@ class SQLiteDatabaseTest : public testing::Test {
 
   [[nodiscard]] static std::int64_t countIn(SQLiteDatabase& database) {
     SQLiteStatement statement = database.statement("SELECT count(*) FROM item");
-    return statement.step() ? statement.integer(0) : -1;
+    return statement.step() ? statement.integer(SQLiteStatement::onlyColumn) : -1;
   }
 
   TemporaryFolder folder;
@@ -79,34 +80,28 @@ TEST_F(SQLiteDatabaseTest, RemembersTheFirstFailureAndDoesNothingAfterIt) {
   EXPECT_EQ(count(), 0);
 }
 
-TEST_F(SQLiteDatabaseTest, UndoesATransactionThatIsNotCommitted) {
-  {
-    const SQLiteTransaction transaction(*database, SQLiteTransaction::Kind::writing);
-    database->run("INSERT INTO item VALUES(1)");
-    EXPECT_TRUE(database->inTransaction());
-  }
-  EXPECT_FALSE(database->inTransaction());
-  EXPECT_EQ(count(), 0);
-}
-
-TEST_F(SQLiteDatabaseTest, UndoesATransactionThatFailsAndKeepsTheFailure) {
-  {
-    SQLiteTransaction transaction(*database, SQLiteTransaction::Kind::writing);
-    database->run("INSERT INTO item VALUES(1)");
-    database->noteDamage();
-    transaction.commit();
-  }
-  EXPECT_TRUE(meansDamage(database->failure()));
-  database->clearFailure();
-  EXPECT_EQ(count(), 0);
-}
-
 TEST_F(SQLiteDatabaseTest, TellsALockFromDamage) {
   RawDatabase other(path);
   other.run("BEGIN IMMEDIATE");
   database->run("INSERT INTO item VALUES(1)");
   EXPECT_TRUE(meansLocked(database->failure()));
   EXPECT_FALSE(meansDamage(database->failure()));
+}
+
+TEST_F(SQLiteDatabaseTest, SetsTheNumbersOfItsHeader) {
+  database->setHeaderNumber("user_version", 7);
+  SQLiteStatement found = database->statement("PRAGMA user_version");
+  ASSERT_TRUE(found.step());
+  EXPECT_EQ(found.integer(SQLiteStatement::onlyColumn), 7);
+}
+
+TEST_F(SQLiteDatabaseTest, SetsNoNumberAfterAFailure) {
+  database->noteDamage();
+  database->setHeaderNumber("user_version", 7);
+  database->clearFailure();
+  SQLiteStatement found = database->statement("PRAGMA user_version");
+  ASSERT_TRUE(found.step());
+  EXPECT_EQ(found.integer(SQLiteStatement::onlyColumn), 0);
 }
 
 TEST_F(SQLiteDatabaseTest, KnowsWhetherItsFileIsStillThere) {

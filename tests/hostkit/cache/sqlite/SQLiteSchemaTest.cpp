@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "hostkit/cache/sqlite/SQLiteResultCodes.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/TemporaryFolder.h"
 

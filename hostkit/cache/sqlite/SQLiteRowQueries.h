@@ -9,12 +9,11 @@
 #include "hostkit/cache/rows/StoredRow.h"
 #include "hostkit/cache/sqlite/SQLiteDatabase.h"
 #include "vellora/Host/Query.h"
-#include "vellora/Host/Table.h"
 
 namespace vellora::hostkit {
 
-/// The statements that read and write rows. Each leaves its failures in the database; reading and writing
-/// calls that belong together are put in one transaction by the caller.
+/// The statements that read rows. Each leaves its failures in the database; calls that belong together are
+/// put in one transaction by the caller.
 namespace sqliteRows {
 
 /// A row as far as a decision to delete it needs it.
@@ -43,26 +42,6 @@ struct Kept {
 
 /// Every row of the table in the order of writing, old and damaged ones included.
 [[nodiscard]] std::vector<Kept> readAll(SQLiteDatabase& database, const std::string& tableKey);
-
-/// Stores a row in place of the one that has its data key, and as the newest. Its sequence is given here.
-void write(SQLiteDatabase& database, const std::string& tableKey, const CorvaneSDK::Row& row,
-           const Data& data, Date written);
-
-void remove(SQLiteDatabase& database, std::int64_t sequence);
-
-/// Deletes the rows of the table whose date `live` does not contain.
-void removeOutside(SQLiteDatabase& database, const std::string& tableKey, const LiveSpan& live);
-
-/// The keys under which tables are recorded, in their order; those with a damaged record included.
-[[nodiscard]] std::vector<std::string> tableKeys(SQLiteDatabase& database);
-
-/// The maximum age that the table was created with; absent when there is no such table, or its record is
-/// damaged.
-[[nodiscard]] std::optional<CorvaneSDK::Table::MaxAge> maxAgeOfTable(SQLiteDatabase& database,
-                                                                     const std::string& tableKey);
-
-/// Records that there is such a table.
-void writeTable(SQLiteDatabase& database, const CorvaneSDK::Table& table);
 
 }  // namespace sqliteRows
 

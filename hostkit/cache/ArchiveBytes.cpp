@@ -1,0 +1,57 @@
+#include "hostkit/cache/ArchiveBytes.h"
+
+#include <charconv>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "vellora/Platform/Text/Utf8.h"
+
+namespace vellora::hostkit {
+
+namespace {
+
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const auto character = firstCharacter(text);
+    if (character.codePoint == Utf8Character::replacement && character.length == 1) return false;
+    text.remove_prefix(character.length);
+  }
+  return true;
+}
+
+std::string toHex(std::string_view bytes) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string hex;
+  for (const char next : bytes) {
+    const auto byte = static_cast<unsigned char>(next);
+    hex.append({digits[byte >> 4U], digits[byte & 15U]});
+  }
+  return hex;
+}
+
+std::optional<Data> fromHex(const std::string& hex) {
+  if (hex.size() % 2 != 0) return std::nullopt;
+  std::string bytes;
+  for (const char* digit = hex.data(); digit != hex.data() + hex.size(); digit += 2) {
+    unsigned char byte = 0;
+    const auto [end, error] = std::from_chars(digit, digit + 2, byte, 16);
+    if (error != std::errc() || end != digit + 2) return std::nullopt;
+    bytes += static_cast<char>(byte);
+  }
+  return Data(bytes);
+}
+
+}  // namespace
+
+archiveFormat::Bytes writtenBytes(const Data& data) {
+  if (isUtf8(data.view())) return {std::string(data.view()), std::nullopt};
+  return {std::nullopt, toHex(data.view())};
+}
+
+std::optional<Data> readBytes(const archiveFormat::Bytes& bytes) {
+  if (bytes.text.has_value() == bytes.hex.has_value()) return std::nullopt;
+  return bytes.text ? Data(*bytes.text) : fromHex(*bytes.hex);
+}
+
+}  // namespace vellora::hostkit

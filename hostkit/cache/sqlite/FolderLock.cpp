@@ -1,0 +1,33 @@
+#include "hostkit/cache/sqlite/FolderLock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <thread>
+
+namespace vellora::hostkit {
+
+namespace {
+
+constexpr int mostAttempts = 200;
+constexpr std::chrono::milliseconds pause(10);
+
+}  // namespace
+
+FolderLock::FolderLock(const std::string& folder)
+    : descriptor_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+  for (int left = mostAttempts; left > 0 && descriptor_ >= 0; --left) {
+    held_ = flock(descriptor_, LOCK_EX | LOCK_NB) == 0;
+    if (held_ || errno != EWOULDBLOCK) return;
+    std::this_thread::sleep_for(pause);
+  }
+}
+
+FolderLock::~FolderLock() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+}  // namespace vellora::hostkit

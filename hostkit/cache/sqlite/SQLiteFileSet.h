@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+namespace vellora::hostkit {
+
+/// A database file together with its companions: the files that SQLite keeps beside it, of which the log may
+/// hold what the database file lacks.
+namespace sqliteFileSet {
+
+/// True when one of the companions of `path` is there.
+[[nodiscard]] bool hasCompanions(const std::string& path);
+
+/// Renames the file, if there is one, and its companions to the next free NAME.damaged-N. 0, or the `errno`
+/// of what went wrong.
+[[nodiscard]] int setAside(const std::string& path);
+
+/// Removes the file and its companions, as far as they are there. The file goes last: when the process is
+/// killed in between, the file still stands there and tells that its companions are ours.
+void remove(const std::string& path);
+
+}  // namespace sqliteFileSet
+
+}  // namespace vellora::hostkit

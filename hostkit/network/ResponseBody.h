@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "hostkit/network/CurlNetworkError.h"
+#include "hostkit/network/GzipDecoder.h"
+#include "vellora/Platform/Values/Data.h"
+
+namespace vellora::hostkit {
+
+/// The body of an HTTP answer, taken in piece by piece, unpacked, and never longer than its limit.
+///
+/// Threads: one at a time.
+///
+/// Errors: kinds of `CurlNetworkError`; the caller adds the words. After one, the body is of no use.
+///
+/// Units: bytes.
+class ResponseBody {
+ public:
+  explicit ResponseBody(std::size_t limit) : limit_(limit) {}
+
+  /// Takes the next piece. `encoding` is the value of the head's Content-Encoding, null when there is none.
+  /// `announced` is the length of the whole body as the head tells it, 0 when it doesn't. What went wrong, or
+  /// no value.
+  [[nodiscard]] std::optional<CurlNetworkError::Kind> take(std::string_view piece,
+                                                           const std::string* encoding,
+                                                           std::size_t announced);
+
+  /// True when the body may end here. A packed one may not within its packing.
+  [[nodiscard]] bool mayEnd() const noexcept { return !decoder_ || decoder_->isComplete(); }
+
+  /// How much there is, after unpacking.
+  [[nodiscard]] std::size_t size() const noexcept { return bytes_.size(); }
+
+  /// Forgets what was taken, for the answer that takes this one's place.
+  void clear();
+
+  /// The body itself. Call it once.
+  [[nodiscard]] Data release() { return Data(std::move(bytes_)); }
+
+ private:
+  [[nodiscard]] std::optional<CurlNetworkError::Kind> takePlain(std::string_view piece,
+                                                                std::size_t announced);
+  [[nodiscard]] std::optional<CurlNetworkError::Kind> takePacked(std::string_view piece);
+  void reserve(std::size_t announced);
+
+  const std::size_t limit_;
+  std::string bytes_;
+  std::unique_ptr<GzipDecoder> decoder_;  // of a packed body, once some of it has come
+};
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "hostkit/network/RequestOutcome.h"
+#include "hostkit/network/ServerAddress.h"
+
+namespace vellora::hostkit {
+
+/// What is the same for every request of a network.
+///
+/// Ownership: must outlive the transfers that refer to it.
+///
+/// Threads: constant, hence safe to read from several threads; `observer` runs on the network's own thread.
+///
+/// Units: seconds, bytes.
+struct TransferSetting {
+  ServerAddress server;
+  std::optional<std::string> caFile;  ///< absent: the system's certificate authorities
+  std::size_t maxBodyBytes;           ///< after unpacking
+  double connectTimeout;
+  std::function<void(const RequestOutcome&)> observer;  ///< may be empty
+};
+
+/// `seconds` in the unit that curl takes; 1 at least, since 0 stands for "no limit" there.
+[[nodiscard]] inline long wholeMilliseconds(double seconds) {
+  return std::max(1L, static_cast<long>(seconds * 1000));
+}
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,41 @@
+#include "hostkit/cache/sqlite/FolderLock.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "tests/support/TemporaryFolder.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+using vellora::tests::TemporaryFolder;
+
+/// Whether somebody who comes now could lock the folder.
+bool isFree(const std::string& folder) {
+  const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const bool locked = flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+  close(descriptor);
+  return locked;
+}
+
+TEST(FolderLockTest, ExcludesOthersForAsLongAsItLives) {
+  const TemporaryFolder folder;
+  {
+    const FolderLock lock(folder.path());
+    EXPECT_TRUE(lock.held());
+    EXPECT_FALSE(isFree(folder.path()));
+  }
+  EXPECT_TRUE(isFree(folder.path()));
+}
+
+TEST(FolderLockTest, IsNotHeldOfWhatIsNoFolder) {
+  const TemporaryFolder folder;
+  EXPECT_FALSE(FolderLock(folder.file("missing")).held());
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests

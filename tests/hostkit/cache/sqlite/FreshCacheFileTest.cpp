@@ -1,0 +1,100 @@
+#include "hostkit/cache/sqlite/FreshCacheFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+
+#include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "tests/hostkit/cache/sqlite/CacheFileFixture.h"
+#include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+using testing::ElementsAre;
+
+using FreshCacheFileTest = CacheFileFixture;
+
+TEST_F(FreshCacheFileTest, MakesAFreshFileWithoutTouchingCachesOrFilesOfSimilarNames) {
+  writeFile(folder.file("other.new"), "mine");
+  writeFile(folder.file("other.new-wal"), "mine too");
+  const auto similar = tryToOpen(path + ".new").value();
+  similar->save(Data(std::string("1")), "a");
+
+  makeCache();
+  EXPECT_TRUE(tryToOpen(folder.file("other")).hasValue());
+
+  EXPECT_EQ(similar->load("a"), Data(std::string("1")));
+  EXPECT_EQ(tryToOpen(path + ".new").value()->load("a"), Data(std::string("1")));
+  EXPECT_EQ(fileBytes(folder.file("other.new")), "mine");
+  EXPECT_EQ(fileBytes(folder.file("other.new-wal")), "mine too");
+}
+
+TEST_F(FreshCacheFileTest, ClearsAwayWhatAKilledProcessLeftInTheMaking) {
+  const std::string unfinished = folder.file(".vellora-making");
+  makeCache();
+  const std::string whole = fileBytes(path);
+  const std::string zeros(whole.size(), '\0');  // as after a loss of power
+  for (const std::string& left : {std::string(), zeros, "XXXX" + whole.substr(4), whole}) {
+    std::filesystem::remove(path);
+    writeFile(unfinished, left);
+    writeFile(unfinished + "-journal", left);
+    makeCache();
+    EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
+  }
+}
+
+TEST_F(FreshCacheFileTest, LeavesAForeignFileInTheWayOfAFreshOne) {
+  const std::string foreign = folder.file(".vellora-making");
+  for (const char* const companion : {"", "-wal", "-shm", "-journal"}) {
+    writeFile(foreign + companion, "mine");
+    EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::unwritable, path,
+                                               "\"" + foreign + "\" is in the way, move it away"}));
+    EXPECT_EQ(fileBytes(foreign + companion), "mine");
+    std::filesystem::remove(foreign + companion);
+  }
+}
+
+TEST_F(FreshCacheFileTest, LeavesAForeignFileThatBeginsWithZerosInTheWayOfAFreshOne) {
+  const std::string foreign = folder.file(".vellora-making");
+  const std::string bytes = std::string(100000, '\0') + "mine";
+  writeFile(foreign, bytes);
+  EXPECT_EQ(refusal(path).detail, "\"" + foreign + "\" is in the way, move it away");
+  EXPECT_TRUE(fileBytes(foreign) == bytes);
+}
+
+TEST_F(FreshCacheFileTest, MakesAFreshFileOfTheLongestNameThatLeavesRoomForItsLog) {
+  const std::string longest = folder.file(std::string(251, 'n'));
+  EXPECT_TRUE(tryToOpen(longest).value()->save(Data(std::string("1")), "a"));
+  EXPECT_EQ(tryToOpen(longest).value()->load("a"), Data(std::string("1")));
+}
+
+TEST_F(FreshCacheFileTest, TakesAnEmptyFileForAFreshOnesPlace) {
+  writeFile(path, "");
+  chmod(path.c_str(), 0644);
+  makeCache();
+  EXPECT_EQ(modeOf(path), 0600U);
+  EXPECT_EQ(open()->load("a"), Data(std::string("1")));
+}
+
+TEST_F(FreshCacheFileTest, ReplacesNothingButAFileWithoutBytes) {
+  writeFile(path, "mine");
+  const auto error = createFreshCacheFile(path, std::chrono::milliseconds(1));
+  ASSERT_TRUE(error);
+  EXPECT_EQ(*error->as<SQLiteCacheError>(), (SQLiteCacheError{Reason::unwritable, path, "File exists"}));
+  EXPECT_EQ(fileBytes(path), "mine");
+  EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
+}
+
+TEST_F(FreshCacheFileTest, IsForItsOwnerAlone) {
+  EXPECT_FALSE(createFreshCacheFile(path, std::chrono::milliseconds(1)));
+  EXPECT_EQ(modeOf(path), 0600U);
+  EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests

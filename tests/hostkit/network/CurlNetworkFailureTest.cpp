@@ -1,0 +1,149 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstddef>
+#include <future>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "hostkit/network/CurlNetwork.h"
+#include "tests/hostkit/network/CurlNetworkFixture.h"
+#include "tests/hostkit/network/PackedLetters.h"
+#include "tests/support/NetworkAnswer.h"
+#include "tests/support/Requests.h"
+#include "tests/support/ScriptedServer.h"
+
+namespace vellora::hostkit {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+using tests::closedPort;
+using tests::get;
+using tests::longestWait;
+using tests::NetworkAnswer;
+using tests::ScriptedServer;
+using tests::send;
+
+using CurlNetworkFailureTest = CurlNetworkFixture;
+
+TEST_F(CurlNetworkFailureTest, HalfAHeadIsAnError) {
+  server.reply({"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nX-Ha", Then::close});
+  expectError(ask("/theme"), Kind::connectionLost);
+  server.reply({"HTTP/1.1 200 OK\n\nlines of other systems", Then::close});
+  EXPECT_EQ(ask("/theme").body(), "lines of other systems");
+}
+
+TEST_F(CurlNetworkFailureTest, AHundredMegabytesAreAnErrorUnlessTheyAreAllowed) {
+  constexpr std::size_t megabyte = 1024 * 1024;
+  const auto hundred = ScriptedServer::http("200 OK", std::string(100 * megabyte, 'x'));
+  server.reply(hundred);
+  expectError(ask("/theme"), Kind::tooLarge);
+  remake({.server = server.url(), .maxBodyBytes = 100 * megabyte});
+  server.reply(hundred);
+  EXPECT_EQ(ask("/theme").data->size(), 100 * megabyte);
+}
+
+TEST_F(CurlNetworkFailureTest, AnAnnouncedLengthBeyondAllMemoryEndsNoProcess) {
+  remake({.server = server.url(), .maxBodyBytes = std::numeric_limits<std::size_t>::max()});
+  server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 9223372036854775806\r\n\r\nhalf", Then::close});
+  expectError(ask("/theme"), Kind::connectionLost);
+}
+
+TEST_F(CurlNetworkFailureTest, ARefusedConnectionIsUnreachable) {
+  const int port = closedPort();
+  remake({.server = "http://127.0.0.1:" + std::to_string(port)});
+  const NetworkAnswer answer = ask("/services/data/v50.0/theme?q=1");
+  expectError(answer, Kind::unreachable);
+  EXPECT_THAT(
+      answer.error->localizedDescription(),
+      AllOf(StartsWith("no connection to 127.0.0.1:" + std::to_string(port) + "/services/data/v50.0/theme ("),
+            HasSubstr("check the address, and that the server runs"), Not(HasSubstr("q=1"))));
+}
+
+TEST_F(CurlNetworkFailureTest, AConnectionThatEndsBeforeTheAnswerIsLost) {
+  server.replyAlways({"", Then::close});
+  expectError(ask("/theme"), Kind::connectionLost);
+  server.replyAlways({"", Then::reset});
+  expectError(ask("/theme"), Kind::connectionLost);
+  server.replyAlways({"HTTP/1.1 200 OK\r\nContent-Le", Then::reset});
+  expectError(ask("/theme"), Kind::connectionLost);
+}
+
+TEST_F(CurlNetworkFailureTest, HalfABodyIsAnError) {
+  server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf", Then::close});
+  expectError(ask("/theme"), Kind::connectionLost);
+  server.reply({"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nhalf\r\n", Then::close});
+  expectError(ask("/theme"), Kind::connectionLost);
+  server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf", Then::reset});
+  expectError(ask("/theme"), Kind::connectionLost);
+}
+
+TEST_F(CurlNetworkFailureTest, WhatIsNotHttpIsAProtocolError) {
+  server.reply({"SSH-2.0-OpenSSH_9.2\r\n", Then::close});
+  expectError(ask("/theme"), Kind::protocol);
+}
+
+TEST_F(CurlNetworkFailureTest, TheRequestsTimeCoversWaitingForTheAnswer) {
+  expectError(ask("/silent", 0.2), Kind::timedOut);
+}
+
+TEST_F(CurlNetworkFailureTest, TheRequestsTimeCoversASlowBody) {
+  server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf"});
+  expectError(ask("/theme", 0.2), Kind::timedOut);
+}
+
+TEST_F(CurlNetworkFailureTest, TheRequestsTimeCoversWaitingForAConnection) {
+  std::vector<std::future<NetworkAnswer>> patient;  // as many as the network has under way at once
+  for (int i = 0; i < 8; ++i) patient.push_back(send(*network, get("/silent")));
+  std::vector<std::future<NetworkAnswer>> answers;
+  for (int i = 0; i < 30; ++i) answers.push_back(send(*network, get("/silent", 0.2)));
+  for (auto& answer : answers) {
+    ASSERT_EQ(answer.wait_for(longestWait), std::future_status::ready);
+    expectError(answer.get(), Kind::timedOut);
+  }
+  for (const auto& each : patient) {
+    EXPECT_EQ(each.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+  }
+}
+
+TEST_F(CurlNetworkFailureTest, ATimeThatIsNoPositiveNumberIsNotTheRequestsEnd) {
+  server.replyAlways(ScriptedServer::http("200 OK", "{}"));
+  for (const double timeout : {0.0, -1.0, std::nan(""), HUGE_VAL, -HUGE_VAL}) {
+    EXPECT_EQ(ask("/theme", timeout).body(), "{}") << timeout;
+  }
+}
+
+TEST_F(CurlNetworkFailureTest, ABodyOverTheLimitIsAnError) {
+  remake({.server = server.url(), .maxBodyBytes = 10});
+  server.reply(ScriptedServer::http("200 OK", "0123456789"));
+  EXPECT_EQ(ask("/theme").body(), "0123456789");
+  server.reply(ScriptedServer::http("200 OK", "0123456789a"));
+  expectError(ask("/theme"), Kind::tooLarge);
+  server.reply({"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nb\r\n0123456789a\r\n0\r\n\r\n"});
+  const NetworkAnswer answer = ask("/theme");
+  expectError(answer, Kind::tooLarge);
+  EXPECT_EQ(answer.error->localizedDescription(), "too large a body from " + server.hostAndPort() +
+                                                      "/theme: raise the limit on bodies if it is right");
+}
+
+TEST_F(CurlNetworkFailureTest, CountsTheBodyUnpacked) {
+  remake({.server = server.url(), .maxBodyBytes = 999});
+  server.reply(ScriptedServer::http("200 OK", packedLetters, {"Content-Encoding: gzip"}));
+  expectError(ask("/theme"), Kind::tooLarge);
+}
+
+TEST_F(CurlNetworkFailureTest, ABrokenPackedBodyIsAnError) {
+  server.reply(ScriptedServer::http("200 OK", "not gzip", {"Content-Encoding: gzip"}));
+  expectError(ask("/theme"), Kind::protocol);
+  server.reply(ScriptedServer::http("200 OK", packedLetters.substr(0, 20), {"Content-Encoding: gzip"}));
+  expectError(ask("/theme"), Kind::protocol);
+}
+
+}  // namespace
+}  // namespace vellora::hostkit

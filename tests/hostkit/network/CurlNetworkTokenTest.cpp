@@ -1,0 +1,101 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "hostkit/network/CurlNetwork.h"
+#include "tests/hostkit/network/CurlNetworkFixture.h"
+#include "tests/support/NetworkAnswer.h"
+#include "tests/support/Requests.h"
+#include "tests/support/ScriptedServer.h"
+
+namespace vellora::hostkit {
+namespace {
+
+using CorvaneSDK::NetRequest;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using tests::answerTo;
+using tests::get;
+using tests::NetworkAnswer;
+using tests::ScriptedServer;
+
+using CurlNetworkTokenTest = CurlNetworkFixture;
+
+TEST_F(CurlNetworkTokenTest, AsksForTheTokenForEachRequest) {
+  server.replyAlways(ScriptedServer::http("200 OK", "{}"));
+  int asked = 0;
+  std::thread::id thread;
+  remake({.server = server.url(), .token = [&]() -> std::optional<std::string> {
+            thread = std::this_thread::get_id();
+            if (++asked == 3) return std::nullopt;
+            return "token" + std::to_string(asked);
+          }});
+  for (int i = 0; i < 3; ++i) ask("/theme");
+
+  EXPECT_EQ(thread, std::this_thread::get_id());
+  const auto requests = server.requests();
+  EXPECT_THAT(requests[0], HasSubstr("Authorization: Bearer token1\r\n"));
+  EXPECT_THAT(requests[1], HasSubstr("Authorization: Bearer token2\r\n"));
+  EXPECT_THAT(requests[2], Not(HasSubstr("Authorization")));
+}
+
+TEST_F(CurlNetworkTokenTest, TheRequestsOwnAuthorizationStandsAlone) {
+  server.replyAlways(ScriptedServer::http("200 OK", "{}"));
+  URLRequest request = get("/theme").base();
+  request.headers = {{"authorization", "Basic eDp5"}};
+  answerTo(*network, NetRequest(request));
+  EXPECT_THAT(server.requests()[0],
+              AllOf(HasSubstr("authorization: Basic eDp5\r\n"), Not(HasSubstr(canary))));
+}
+
+TEST_F(CurlNetworkTokenTest, DoesNotSendATokenThatLeavesItsLine) {
+  for (const std::string& bad : {canary + "\r\nX-Evil: 1", canary + "\n", "two " + canary, canary + "\x7f",
+                                 canary + "\xc3\xa9", std::string("nul\0", 4) + canary, std::string()}) {
+    remake({.server = server.url(), .token = [bad] { return std::optional(bad); }});
+    const NetworkAnswer answer = ask("/theme");
+    expectError(answer, Kind::badToken);
+    EXPECT_THAT(answer.error->localizedDescription(), HasSubstr(server.hostAndPort()));
+  }
+  EXPECT_EQ(server.connections(), 0U);
+}
+
+TEST_F(CurlNetworkTokenTest, SendsNoTokenOverHttpToWhatIsNoLoopbackAddressUnlessThatIsAllowed) {
+  server.replyAlways(ScriptedServer::http("200 OK", "{}"));
+  // This machine too, but that cannot be told by the address.
+  const std::string address = "http://0.0.0.0:" + std::to_string(server.port());
+  const auto token = [this] { return std::optional(canary); };
+  remake({.server = address, .token = token});
+  expectError(ask("/theme"), Kind::unprotectedToken);
+  EXPECT_EQ(server.connections(), 0U);
+
+  remake({.server = address, .token = token, .allowTokenOverPlainHttp = true});
+  EXPECT_EQ(ask("/theme").body(), "{}");
+  EXPECT_THAT(server.requests()[0], HasSubstr(canary));
+}
+
+TEST_F(CurlNetworkTokenTest, TheTokenIsInNoErrorEvenIfTheServerSendsItBack) {
+  server.reply({"HTTP/1.1 200 OK\r\nContent-Length: " + canary + "\r\n\r\n", Then::close});
+  server.reply({"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + canary, Then::close});
+  server.reply({canary + "\r\n\r\n", Then::close});
+  server.reply(ScriptedServer::http("200 OK", canary, {"Content-Encoding: " + canary}));
+  for (int i = 0; i < 4; ++i) {
+    const NetworkAnswer answer = ask("/theme");
+    ASSERT_TRUE(answer.error) << i;
+    EXPECT_THAT(answer.error->localizedDescription(), Not(HasSubstr(canary)));
+  }
+}
+
+TEST_F(CurlNetworkTokenTest, NoPieceOfTheTokenIsInAnErrorEither) {
+  for (const std::string& host : {std::string("CANARY-TOKEN"), std::string("x.Token-5F1C.example")}) {
+    server.reply(ScriptedServer::http("302 Found", "", {"Location: http://" + host + "/"}));
+    EXPECT_THAT(ask("/theme").error->localizedDescription(),
+                AllOf(HasSubstr("[token]"), Not(HasSubstr("token-5")), Not(HasSubstr("canary-t"))));
+  }
+}
+
+}  // namespace
+}  // namespace vellora::hostkit

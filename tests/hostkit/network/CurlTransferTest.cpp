@@ -1,0 +1,88 @@
+#include "hostkit/network/CurlTransfer.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/support/NetworkAnswer.h"
+
+namespace vellora::hostkit {
+namespace {
+
+using tests::NetworkAnswer;
+
+/// Transfers that nobody drives, and what their completions and the observer were told.
+class CurlTransferTest : public testing::Test {
+ protected:
+  using Kind = CurlNetworkError::Kind;
+
+  CurlTransfer transfer(Result<CurlRequest> request) {
+    return {setting, std::move(request), "/theme", [this](auto data, auto error, auto response) {
+              answers.push_back({std::move(data), std::move(error), std::move(response)});
+            }};
+  }
+
+  [[nodiscard]] CurlRequest request() const {
+    return {
+        .url = "https://records.example:443/theme", .headerLines = {}, .timeout = 7, .token = "secret-99"};
+  }
+
+  std::vector<RequestOutcome> outcomes;
+  std::vector<NetworkAnswer> answers;
+  const TransferSetting setting{.server = ServerAddress::parse("https://records.example").value(),
+                                .caFile = {},
+                                .maxBodyBytes = 100,
+                                .connectTimeout = 15,
+                                .observer = [this](const auto& outcome) { outcomes.push_back(outcome); }};
+};
+
+TEST_F(CurlTransferTest, ARequestThatMustNotBeSentHasFailedAlready) {
+  const CurlNetworkError error{Kind::badToken, "no such token"};
+  auto failed = transfer(Error(error));
+  EXPECT_TRUE(failed.isSettled());
+  failed.deliver();
+  ASSERT_EQ(answers.size(), 1U);
+  EXPECT_FALSE(answers[0].data);
+  ASSERT_NE(answers[0].errorAs<CurlNetworkError>(), nullptr);
+  EXPECT_EQ(*answers[0].errorAs<CurlNetworkError>(), error);
+}
+
+TEST_F(CurlTransferTest, ItsTimeBeginsWhenItIsMade) {
+  const auto before = CurlTransfer::Clock::now();
+  const auto pending = transfer(request());
+  EXPECT_FALSE(pending.isSettled());
+  EXPECT_GE(pending.deadline(), before + std::chrono::seconds(7));
+  EXPECT_LE(pending.deadline(), CurlTransfer::Clock::now() + std::chrono::seconds(7));
+}
+
+TEST_F(CurlTransferTest, TheObserverIsToldOfAFailureByItsPath) {
+  auto pending = transfer(request());
+  pending.fail(Kind::timedOut);
+  pending.deliver();
+  ASSERT_EQ(outcomes.size(), 1U);
+  EXPECT_EQ(outcomes[0].path, "/theme");
+  EXPECT_EQ(outcomes[0].statusCode, 0);
+  EXPECT_EQ(outcomes[0].bytes, 0U);
+  ASSERT_TRUE(outcomes[0].error);
+  EXPECT_EQ(outcomes[0].error->text,
+            "no answer in time from records.example:443/theme: try again, or give the request more time");
+}
+
+TEST_F(CurlTransferTest, AnErrorThatQuotesTheTokenIsRedacted) {
+  CurlTransfer quoting(setting, request(), "/SECRET-99/x", [this](auto, auto error, auto) {
+    answers.push_back({std::nullopt, std::move(error), std::nullopt});
+  });
+  quoting.fail(Kind::shutDown);
+  quoting.deliver();
+  ASSERT_EQ(answers.size(), 1U);
+  EXPECT_EQ(answers[0].error->localizedDescription(),
+            "the network was shut down before the answer of records.example:443/[token]/x: "
+            "send it again on a new one");
+}
+
+}  // namespace
+}  // namespace vellora::hostkit
