@@ -18,8 +18,6 @@
 
 namespace vellora {
 
-class Expiry;
-
 /// Answers which headline fields the records of object types show. Serves what the cache holds, fetches the
 /// rest in one request from "/services/data/v53.0/compactLayouts", and caches each layout in a blob of its
 /// own, "OPS_CompactLayout_" followed by the object type.
@@ -71,17 +69,11 @@ class VELLORA_EXPORT CompactLayoutDataService
       const std::string& entities);
 
  private:
-  struct Cached {
-    bool expired;
-    ObjectCompactLayoutInfo info;
-  };
-  struct Download;
+  class Resolution;
 
   void getCompactLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
-  void resolveReferenceFields(const std::shared_ptr<const Download>& download);
-  [[nodiscard]] Publisher<Data> requestAsPublisher(const std::optional<CorvaneSDK::NetRequest>& request);
-  void save(const std::string& key, const ObjectCompactLayoutInfo& compactLayout);
-  [[nodiscard]] std::optional<Cached> load(const std::string& key, Expiry& expiry);
+  void resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution);
+  void save(const std::vector<ObjectCompactLayoutInfo>& layouts);
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;

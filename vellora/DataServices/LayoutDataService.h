@@ -14,8 +14,6 @@
 
 namespace vellora {
 
-class Expiry;
-
 /// Answers which columns the search results of object types show. Serves what the cache holds, fetches the
 /// rest in one request from "/services/data/v50.0/search/layout", and caches each layout in a blob of its
 /// own, "OPS_Layout_" followed by the object type.
@@ -52,8 +50,6 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
  private:
   void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
   void save(const std::vector<ObjectLayoutInfo>& layouts);
-  void save(const std::string& key, const ObjectLayoutInfo& objectLayoutInfo);
-  [[nodiscard]] std::optional<ObjectLayoutInfo> load(const std::string& key, Expiry& expiry);
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;

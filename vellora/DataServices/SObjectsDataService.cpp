@@ -4,8 +4,11 @@
 #include <new>
 #include <utility>
 
+#include "vellora/DataServices/PartOf.h"
 #include "vellora/DataServices/SObjectsCache.h"
+#include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
+#include "vellora/DataServices/Silence.h"
 #include "vellora/Models/ListViewObjectRecords.h"
 #include "vellora/Models/SObjectsResponse.h"
 #include "vellora/Platform/Json/Description.h"
@@ -31,12 +34,6 @@ struct SObjectsDataService::NameTuple {
 namespace {
 
 constexpr std::string_view listViewName = "ListView";
-
-/// What is left of a step whose service is gone: it neither yields nor ends.
-template <class T>
-Publisher<T> silence() {
-  return Publisher<T>::promise([](const Promise<T>&) {});
-}
 
 std::string serverPath(std::string_view resource) {
   return std::string("/services/data/")
@@ -233,31 +230,11 @@ Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(c
       });
 }
 
-/// The decoded body. What goes wrong is logged as the service's error.
 template <class Response>
 Publisher<Response> SObjectsDataService::fetched(const NetRequest& request) {
-  return requestPublisher(request)
-      .tryMap([](std::optional<Data> body) -> Result<Data> {
-        if (!body) return Error(SObjectsDataServiceError::noData());
-        return *std::move(body);
-      })
-      .tryMap(json::decodeOnce<Response>)
+  return sentAtEachSubscription(partOf(weak_from_this(), *network_), request, Preferred::error)
+      .tryMap(decodedBody<Response, SObjectsDataServiceError::noData>)
       .mapError([weak = weak_from_this()](const Error& error) { return mapped(error, weak); });
-}
-
-/// Sends the request at each subscription.
-Publisher<std::optional<Data>> SObjectsDataService::requestPublisher(const NetRequest& request) {
-  using Body = std::optional<Data>;
-  return Publisher<Body>::deferred([weak = weak_from_this(), request] {
-    return Publisher<Body>::promise([&](const Promise<Body>& promise) {
-      const auto self = weak.lock();
-      if (!self) return;
-      self->network_->sendRequest(request,
-                                  [promise](Body body, const std::optional<Error>& error, const auto&) {
-                                    error ? promise.fail(*error) : promise.succeed(std::move(body));
-                                  });
-    });
-  });
 }
 
 std::optional<std::string> SObjectsDataService::name(const std::string& id) {

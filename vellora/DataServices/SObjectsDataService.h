@@ -116,7 +116,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id);
   [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects();
   [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(const std::string& id);
-  [[nodiscard]] Publisher<std::optional<Data>> requestPublisher(const CorvaneSDK::NetRequest& request);
+  /// The decoded body. What goes wrong is logged as the service's error.
   template <class Response>
   [[nodiscard]] Publisher<Response> fetched(const CorvaneSDK::NetRequest& request);
 

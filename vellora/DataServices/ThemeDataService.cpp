@@ -5,6 +5,7 @@
 
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/NamedList.h"
+#include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Models/ThemeResponse.h"
@@ -30,11 +31,6 @@ std::optional<ThemeItem> firstNamed(const std::string& name, const std::vector<T
   const auto found =
       std::find_if(themes.begin(), themes.end(), [&](const ThemeItem& theme) { return theme.name == name; });
   return found == themes.end() ? std::nullopt : std::optional(*found);
-}
-
-Result<Data> presentBody(std::optional<Data> body) {
-  if (!body) return Error(ThemeDataServiceError::noData());
-  return *std::move(body);
 }
 
 }  // namespace
@@ -131,27 +127,15 @@ Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes() {
   const auto request = serverRequest("/services/data/" + std::string(Constants::queryApiVersion) + "/theme");
   if (!request) return Publisher<std::vector<ThemeItem>>::fail(ThemeDataServiceError::invalidUrl());
   const auto weak = weak_from_this();
-  return requestPublisher(*request)
-      .tryMap(presentBody)
-      .tryMap(json::decodeOnce<ThemeResponse>)
+  // Sent now, whoever subscribes and whenever: a load's request goes out on the caller's thread.
+  return sentNow(*network_, *request, Preferred::error)
+      .tryMap(decodedBody<ThemeResponse, ThemeDataServiceError::noData>)
       .mapError([weak](const Error& error) { return mapped(error, weak); })
       .map([weak](ThemeResponse response) {
         if (const auto service = weak.lock()) service->save(response.themeItems);
         if (const auto service = weak.lock()) service->log("fetchedThemes(), themes was fetched then cached");
         return std::move(response.themeItems);
       });
-}
-
-// The request is sent here and now, whoever subscribes, and whenever: that is what makes a load's request go
-// out on the caller's thread.
-Publisher<std::optional<Data>> ThemeDataService::requestPublisher(const CorvaneSDK::NetRequest& request) {
-  return Publisher<std::optional<Data>>::promise([&](const Promise<std::optional<Data>>& promise) {
-    network_->sendRequest(request,
-                          [promise](std::optional<Data> data, std::optional<Error> error, const auto&) {
-                            if (error) return promise.fail(*std::move(error));
-                            promise.succeed(std::move(data));
-                          });
-  });
 }
 
 std::shared_ptr<const NamedList<ThemeItem>> ThemeDataService::cachedThemes() const {

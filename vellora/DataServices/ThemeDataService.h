@@ -11,13 +11,11 @@
 
 #include "vellora/DataServices/CacheState.h"
 #include "vellora/DataServices/ThemeDataServiceError.h"
-#include "vellora/Host/NetRequest.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/ThemeItem.h"
 #include "vellora/Platform/Publishers/Cancellables.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
-#include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
@@ -79,7 +77,6 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   [[nodiscard]] Publisher<ThemeTuple> themeTuple(std::string name);
   [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name);
   [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
-  [[nodiscard]] Publisher<std::optional<Data>> requestPublisher(const CorvaneSDK::NetRequest& request);
 
   [[nodiscard]] std::shared_ptr<const NamedList<ThemeItem>> cachedThemes() const;  // null when absent
   [[nodiscard]] std::optional<ThemeItem> cachedTheme(const std::string& name) const;

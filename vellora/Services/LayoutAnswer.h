@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "vellora/DataServices/LayoutSteps.h"
+#include "vellora/DataServices/LogError.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/Host/Logger.h"
 
