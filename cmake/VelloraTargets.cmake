@@ -45,6 +45,7 @@ function(vellora_library target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>")
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:vellora_build_flags>)
+  vellora_precompile(${target})
 endfunction()
 
 # vellora_public_headers(<target> <header>…): what is installed; a header that is not named here is internal.
@@ -52,21 +53,44 @@ function(vellora_public_headers target)
   target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ARGN})
 endfunction()
 
-# vellora_test(<target> SOURCES … [ALONE …] LIBS …): one test program, every test of it known to CTest by name.
-# With VELLORA_UNITY_TESTS the compiler takes several tests at a time, which halves its work. ALONE are sources that
-# have a name in an anonymous namespace in common with another test of the folder, and so are taken by themselves.
+# How tests are compiled: quickly, since they are built far more often than they run long; what they test is optimised
+# as users have it. No position-independent code, so that one precompiled header serves objects and programs.
+function(vellora_compile_as_test target)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0>)
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+endfunction()
+
+# vellora_compile_together(<target>): has the compiler take several of the target's sources at a time, which halves its
+# work. Which ones is decided anew whenever one of them changes.
+function(vellora_compile_together target)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
+  get_target_property(sources ${target} SOURCES)
+  list(FILTER sources INCLUDE REGEX "\\.cpp$")
+  execute_process(
+    COMMAND "${Python3_EXECUTABLE}" -B "${PROJECT_SOURCE_DIR}/cmake/unity_groups.py" 1000 ${sources}
+    WORKING_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" OUTPUT_VARIABLE groups COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX REPLACE "\n$" "" groups "${groups}")
+  string(REPLACE "\n" ";" groups "${groups}")
+  foreach(line IN LISTS groups)
+    separate_arguments(line)
+    list(GET line 0 source)
+    list(GET line 1 group)
+    set_source_files_properties("${source}" PROPERTIES UNITY_GROUP "${target}_${group}")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
+  endforeach()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+endfunction()
+
+# vellora_test(<target> SOURCES … LIBS …): one test program, every test of it known to CTest by name.
 function(vellora_test target)
-  cmake_parse_arguments(arg "" "" "SOURCES;ALONE;LIBS" ${ARGN})
-  add_executable(${target} ${arg_SOURCES} ${arg_ALONE})
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${target} ${arg_SOURCES})
+  vellora_compile_as_test(${target})
+  vellora_precompile_for_tests(${target})
   if(VELLORA_UNITY_TESTS)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
-    set(supporting ${arg_SOURCES})
-    list(FILTER supporting EXCLUDE REGEX "Test\\.cpp$")
-    set_source_files_properties(${supporting} ${arg_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    vellora_compile_together(${target})
   endif()
   target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
-  # Tests are built far more often than they run long; what they test is optimised as users have it.
-  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0>)
   target_link_libraries(${target} PRIVATE vellora_build_flags ${arg_LIBS} GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()

@@ -1,6 +1,7 @@
 #include "apps/records-server/FaultPlan.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace vellora::recordsserver {
