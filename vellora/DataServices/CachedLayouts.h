@@ -32,9 +32,9 @@ template <class Layout>
   return missing;
 }
 
-/// The completion to give to the download of the layouts that a lookup lacks. It answers `completion`, if there
-/// is one: with the downloaded layouts followed by the fresh ones; after a failure, which it notes in `log`,
-/// with all that were found and the error. Without the memory for a list it passes on only the error.
+/// The completion to give to the download of the layouts that a lookup lacks. It answers `completion`, if
+/// there is one: with the downloaded layouts followed by the fresh ones; after a failure, which it notes in
+/// `log`, with all that were found and the error. Without the memory for a list it passes on only the error.
 template <class Layout>
 [[nodiscard]] LayoutCompletion<Layout> answerWithCached(CachedLayouts<Layout> cached, FailureLog log,
                                                         LayoutCompletion<Layout> completion) {

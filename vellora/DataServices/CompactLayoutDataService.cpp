@@ -71,7 +71,7 @@ class CompactLayoutDataService::Resolution {
 
   [[nodiscard]] std::string entities() const { return referenceTypeFields(results_); }
 
-  /// "Getting …" or "Updated …", as the log says it.
+  /// A log line about the name fields; `progress` is "Getting" or "Updated".
   [[nodiscard]] std::string line(std::string_view progress, std::string_view detail) const {
     return std::string(downloadName)
         .append(": ")
@@ -88,7 +88,7 @@ class CompactLayoutDataService::Resolution {
     if (service) service->logger_->log(line("Updated", describe(names.entityApiNames)), LogLevel::info);
   }
 
-  /// Not cached, so that the next lookup tries again.
+  /// The layouts are not cached, so that the next lookup tries again.
   void answerAsDownloaded(const Error& error) const {
     if (const auto service = service_.lock()) {
       logError(*service->logger_, downloadName, ": Qualified API Name network request failed: ", error);
@@ -118,13 +118,15 @@ CompactLayoutDataService::CompactLayoutDataService(RequiredAPI api, double cache
 void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::string>& names,
                                                        Completion completion) {
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
-  auto entries = cachedLayouts(names, LayoutCache(*cache_, *logger_, Constants::keyPrefix), Expiry(cacheTimeout_));
+  auto entries =
+      cachedLayouts(names, LayoutCache(*cache_, *logger_, Constants::keyPrefix), Expiry(cacheTimeout_));
   const bool isComplete = entries.size() == names.size() &&
                           std::none_of(entries.begin(), entries.end(), std::mem_fn(&Cached::expired));
   CachedLayouts<ObjectCompactLayoutInfo> cached;
   cached.fresh.reserve(entries.size());
   for (auto& entry : entries) {
-    if (!isComplete) cached.found.push_back(entry.info);  // a complete lookup does not fail, nor need them
+    if (!isComplete)
+      cached.found.push_back(entry.info);  // a complete lookup asks no server, and needs no fallback
     if (!entry.expired) cached.fresh.push_back(std::move(entry.info));
   }
   if (isComplete) {

@@ -14,7 +14,8 @@ namespace vellora {
 /// What the error types of the data services have in common: one table of cases with the names that they bear
 /// in texts, when two errors are equal, and how any error becomes one of theirs.
 ///
-/// `E` is the error type. Its enumeration `Case` names those of the cases that it has; only these can be made:
+/// `E` is the error type. Its enumeration `Case` names those of the cases that it has; only these can be
+/// made:
 ///
 ///     ThemeDataServiceError::noData().localizedDescription()
 ///     // "The operation could not be completed. (ThemeDataServiceError.noData)"

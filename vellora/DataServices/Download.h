@@ -34,8 +34,8 @@ template <class T>
   }
 }
 
-/// Reads the network's answer. Notes in `log` why there is no body of that form; not, when the network gave no
-/// reason.
+/// Reads the network's answer. Notes in `log` why there is no body of that form; not, when the network gave
+/// no reason.
 template <class Body>
 [[nodiscard]] Download<Body> downloadFrom(const NetworkAnswer& answer, const FailureLog& log) {
   if (!answer) log.note(": Network request error:  ", answer.error());
@@ -46,10 +46,11 @@ template <class Body>
   return {std::nullopt, SObjectsDataServiceError::decoding()};
 }
 
-/// Sends `request` now and calls `then(Download<Body>)` once, on the thread on which the network calls back; a
-/// second answer of the network is ignored. A body counts also beside an error.
+/// Sends `request` now and calls `then(Download<Body>)` once, on the thread on which the network calls back;
+/// a second answer of the network is ignored. A body counts also beside an error.
 template <class Body, class Then>
-void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, FailureLog log, Then then) {
+void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, FailureLog log,
+              Then then) {
   send(network, request, Preferred::body,
        [answered = std::make_shared<std::atomic_flag>(), log = std::move(log),
         then = std::move(then)](const NetworkAnswer& answer) {

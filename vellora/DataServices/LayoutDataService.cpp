@@ -23,7 +23,7 @@ std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
   return serverRequest("/services/data/" + version + "/search/layout", joined(objectTypeNames, ","));
 }
 
-/// The cached layout of that type; an expired one for the last time.
+/// The cached layout of that type. An expired one is removed, so that the next lookup fetches it.
 std::optional<ObjectLayoutInfo> load(LayoutCache& cache, const std::string& objectType, Expiry& expiry) {
   auto entry = cache.load<ObjectLayoutInfoCacheEntry>(objectType);
   if (!entry) return std::nullopt;
@@ -78,7 +78,7 @@ void LayoutDataService::save(const std::vector<ObjectLayoutInfo>& layouts) {
     for (const auto& layout : layouts) {
       cache.save(layout.objectType, ObjectLayoutInfoCacheEntry{layout, now()}, "save(key:objectLayoutInfo:)");
     }
-  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): they are asked for again
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the next lookup fetches them again
   }
 }
 

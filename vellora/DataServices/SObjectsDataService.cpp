@@ -84,7 +84,7 @@ CacheState SObjectsDataService::cacheState() const {
 }
 
 void SObjectsDataService::loadSObjects(LoadCompletion completion) {
-  const auto self = shared_from_this();  // what is called from here may let go of the service
+  const auto self = shared_from_this();  // host or completion may drop the last other reference
   log("loadSObjects(completion:), cacheState: " + describe(cacheState()));
   if (cacheState() == CacheState::valid) {
     if (completion) completion(std::nullopt);
@@ -135,8 +135,8 @@ Publisher<std::map<std::string, std::optional<SObject>>> SObjectsDataService::sO
   });
 }
 
-/// Starts `lookUp` on the queue for each of `keys`, none waiting for another, and collects what they give in
-/// the order in which they give it.
+/// Starts `lookUp` on the queue for each of `keys`, without waiting for the one before, and collects the
+/// results in the order of their arrival.
 template <class Tuple>
 Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::string> keys,
                                                              LookUp<Tuple> lookUp) {
@@ -152,7 +152,7 @@ Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::st
 Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id) {
   const auto type = sObjectForId(id);
   if (name(id) != listViewName) {
-    return type.map([id = std::move(id)](OptionalSObject found) mutable {  // comes once
+    return type.map([id = std::move(id)](OptionalSObject found) mutable {  // called once
       return IdTuple{std::move(id), std::move(found), std::nullopt};
     });
   }
@@ -163,7 +163,7 @@ Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(st
 
 Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(std::string name) {
   const auto type = sObjectForName(name);
-  return type.map([name = std::move(name)](OptionalSObject sObject) mutable {  // comes once
+  return type.map([name = std::move(name)](OptionalSObject sObject) mutable {  // called once
     return NameTuple{std::move(name), std::move(sObject)};
   });
 }

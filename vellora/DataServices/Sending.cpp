@@ -16,7 +16,8 @@ NetworkAnswer networkAnswer(Body body, std::optional<Error> error, Preferred pre
 Publisher<Body> sentNow(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request,
                         Preferred preferred) {
   return Publisher<Body>::promise([&](const Promise<Body>& promise) {
-    send(network, request, preferred, [promise](NetworkAnswer answer) { promise.resolve(std::move(answer)); });
+    send(network, request, preferred,
+         [promise](NetworkAnswer answer) { promise.resolve(std::move(answer)); });
   });
 }
 

@@ -25,11 +25,12 @@ enum class Preferred { body, error };
 using NetworkAnswer = Result<std::optional<Data>>;
 
 /// The host's two values as one. Takes no memory.
-[[nodiscard]] NetworkAnswer networkAnswer(std::optional<Data> body, std::optional<Error> error, Preferred preferred);
+[[nodiscard]] NetworkAnswer networkAnswer(std::optional<Data> body, std::optional<Error> error,
+                                          Preferred preferred);
 
-/// Sends `request` now, on the caller's thread, and hands what comes back to `receive`, on whatever thread the
-/// network calls back. A network that breaks its promise and answers twice is passed on twice: `receive` is a
-/// promise, which keeps the first answer, or takes care itself.
+/// Sends `request` now, on the caller's thread, and hands what comes back to `receive`, on whatever thread
+/// the network calls back. A network that breaks its promise and answers twice is passed on twice: `receive`
+/// is a promise, which keeps the first answer, or takes care itself.
 template <class Receive>
 void send(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, Preferred preferred,
           Receive receive) {
@@ -39,17 +40,16 @@ void send(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, P
   });
 }
 
-/// Sends `request` now, on the caller's thread. Every subscriber gets the one body, or the error, however late
-/// it comes.
+/// Sends `request` now, on the caller's thread. Every subscriber gets the one body, or the error, however
+/// late it comes.
 [[nodiscard]] Publisher<std::optional<Data>> sentNow(CorvaneSDK::Network& network,
                                                      const CorvaneSDK::NetRequest& request,
                                                      Preferred preferred);
 
 /// Sends `request` anew at each subscription, on the subscribing thread. `network` is held weakly; once it is
 /// gone, nothing is sent and the subscriber hears nothing.
-[[nodiscard]] Publisher<std::optional<Data>> sentAtEachSubscription(std::weak_ptr<CorvaneSDK::Network> network,
-                                                                    CorvaneSDK::NetRequest request,
-                                                                    Preferred preferred);
+[[nodiscard]] Publisher<std::optional<Data>> sentAtEachSubscription(
+    std::weak_ptr<CorvaneSDK::Network> network, CorvaneSDK::NetRequest request, Preferred preferred);
 
 /// Reads the body of an answer, which gives back the parser's memory. An absent one is the error that
 /// `absentBody` makes.

@@ -57,7 +57,7 @@ ThemeDataService::CacheState ThemeDataService::cacheState() const {
 }
 
 void ThemeDataService::loadThemes(LoadCompletion completion) {
-  const auto self = shared_from_this();  // whoever is called from here may drop the last handle
+  const auto self = shared_from_this();  // host or completion may drop the last other reference
   log("loadThemes(completion:), cacheState: " + describe(cacheState()));
   if (cacheState() == CacheState::valid) {
     if (completion) completion(std::nullopt);
@@ -97,7 +97,7 @@ Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector
 
 Publisher<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(std::string name) {
   const auto entry = theme(name);
-  return entry.map([name = std::move(name)](std::optional<ThemeItem> theme) mutable {  // comes once
+  return entry.map([name = std::move(name)](std::optional<ThemeItem> theme) mutable {  // called once
     return ThemeTuple(std::move(name), std::move(theme));
   });
 }
@@ -127,7 +127,7 @@ Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes() {
   const auto request = serverRequest("/services/data/" + std::string(Constants::queryApiVersion) + "/theme");
   if (!request) return Publisher<std::vector<ThemeItem>>::fail(ThemeDataServiceError::invalidUrl());
   const auto weak = weak_from_this();
-  // Sent now, whoever subscribes and whenever: a load's request goes out on the caller's thread.
+  // Sent now, not at the subscription, so that a load's request goes out on the caller's thread.
   return sentNow(*network_, *request, Preferred::error)
       .tryMap(decodedBody<ThemeResponse, ThemeDataServiceError::noData>)
       .mapError([weak](const Error& error) { return mapped(error, weak); })

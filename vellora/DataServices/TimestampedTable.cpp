@@ -59,8 +59,8 @@ bool TimestampedTable::cacheNeedsToBeRefreshed() const {
   const auto blob = cache_->load(names_.timeStampKey);
   const auto stored = blob ? secondsInFetchTimeStamp(*blob) : std::nullopt;
   if (!stored) return true;
-  // A time stamp far in the future is as wrong as an old one. One that is no number compares false: never
-  // stale.
+  // A time stamp far in the future is as wrong as an old one. With one that is not a number the comparison is
+  // false: the list is never stale.
   return std::abs(*stored - now().secondsSince1970()) > cacheTimeout_;
 }
 
