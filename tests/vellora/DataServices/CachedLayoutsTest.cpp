@@ -34,7 +34,7 @@ class AnswerWithCachedTest : public testing::Test {
   /// What a lookup with this completion answers a download that ended so.
   LayoutCompletion<TypedText> answerTo(LayoutCompletion<TypedText> completion) {
     return answerWithCached<TypedText>({.fresh = {{"Fresh"}}, .found = {{"Old"}, {"Fresh"}}},
-                                       FailureLog(std::weak_ptr(service), logger, "look()"),
+                                       FailureLog(std::weak_ptr<int>(service), logger, "look()"),
                                        std::move(completion));
   }
 

@@ -24,7 +24,7 @@ using testkit::StubNetwork;
 class DownloadTest : public testing::Test {
  protected:
   void startOn(CorvaneSDK::Network& network) {
-    const FailureLog log(std::weak_ptr(service), logger, "get()");
+    const FailureLog log(std::weak_ptr<int>(service), logger, "get()");
     download<std::string>(network, request, log, [&](const Download<std::string>& answer) {
       outcomes.push_back(answer.body.value_or("none") + ", " +
                          (answer.error ? answer.error->description() : "none"));

@@ -41,7 +41,7 @@ std::string textOf(const Answer& answer) {
 class SendingTest : public testing::Test {
  protected:
   Publisher<Body> atEachSubscription() {
-    return sentAtEachSubscription(partOf(std::weak_ptr(service), *network), request, Preferred::error);
+    return sentAtEachSubscription(partOf(std::weak_ptr<int>(service), *network), request, Preferred::error);
   }
 
   const std::shared_ptr<StubNetwork> network = std::make_shared<StubNetwork>();
