@@ -53,6 +53,13 @@ function(vellora_public_headers target)
   target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ARGN})
 endfunction()
 
+# vellora_run_once(<source>): a source that runs once in a program's life and whose headers cost half a minute to
+# optimise, such as the reading of a command line.
+function(vellora_run_once source)
+  set_source_files_properties("${source}" PROPERTIES
+    COMPILE_OPTIONS $<$<CONFIG:Release>:-O0> SKIP_PRECOMPILE_HEADERS ON)
+endfunction()
+
 # How tests are compiled: quickly, since they are built far more often than they run long; what they test is optimised
 # as users have it. No position-independent code, so that one precompiled header serves objects and programs.
 function(vellora_compile_as_test target)
