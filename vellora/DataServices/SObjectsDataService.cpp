@@ -221,7 +221,7 @@ Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(c
   if (!request) return Publisher<std::optional<std::string>>::fail(SObjectsDataServiceError::invalidUrl());
   return fetched<ListViewObjectRecords>(*request).map(
       [weak = weak_from_this(), id](const ListViewObjectRecords& response) {
-        const auto type = response.records.empty() ? std::nullopt : response.records.front().objectType;
+        auto type = response.records.empty() ? std::nullopt : response.records.front().objectType;
         if (const auto self = weak.lock()) self->cache_->save(type, id);
         if (const auto self = weak.lock()) {
           self->log("fetchedListViewType(for:), list view for id: " + id + ", was fetched then cached");
