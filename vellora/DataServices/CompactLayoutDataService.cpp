@@ -43,6 +43,18 @@ std::vector<Cached> cachedLayouts(const std::vector<std::string>& names, LayoutC
   return all;
 }
 
+/// The fresh layouts, and unless the lookup is complete, all of them: a complete lookup asks no server, and
+/// needs nothing to fall back on.
+CachedLayouts<ObjectCompactLayoutInfo> divided(std::vector<Cached> entries, bool isComplete) {
+  CachedLayouts<ObjectCompactLayoutInfo> cached;
+  cached.fresh.reserve(entries.size());
+  for (auto& entry : entries) {
+    if (!isComplete) cached.found.push_back(entry.info);
+    if (!entry.expired) cached.fresh.push_back(std::move(entry.info));
+  }
+  return cached;
+}
+
 std::optional<NetRequest> requestFor(std::string_view endpoint, std::string queryText) {
   const auto version = std::string(CompactLayoutDataService::Constants::queryApiVersion);
   return serverRequest("/services/data/" + version + std::string(endpoint), std::move(queryText));
@@ -122,13 +134,7 @@ void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::st
       cachedLayouts(names, LayoutCache(*cache_, *logger_, Constants::keyPrefix), Expiry(cacheTimeout_));
   const bool isComplete = entries.size() == names.size() &&
                           std::none_of(entries.begin(), entries.end(), std::mem_fn(&Cached::expired));
-  CachedLayouts<ObjectCompactLayoutInfo> cached;
-  cached.fresh.reserve(entries.size());
-  for (auto& entry : entries) {
-    if (!isComplete)
-      cached.found.push_back(entry.info);  // a complete lookup asks no server, and needs no fallback
-    if (!entry.expired) cached.fresh.push_back(std::move(entry.info));
-  }
+  auto cached = divided(std::move(entries), isComplete);
   if (isComplete) {
     if (completion) completion(std::move(cached.fresh), std::nullopt);
     return;

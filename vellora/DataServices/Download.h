@@ -17,7 +17,7 @@
 
 namespace vellora {
 
-/// What a download for a layout service has brought: one of the two.
+/// What a download for a layout service has brought: a body or an error.
 template <class Body>
 struct Download {
   std::optional<Body> body;
@@ -34,8 +34,8 @@ template <class T>
   }
 }
 
-/// Reads the network's answer. Notes in `log` why there is no body of that form; not, when the network gave
-/// no reason.
+/// Reads the network's answer. Notes in `log` what the network or the decoder said; of a missing body without
+/// an error nothing.
 template <class Body>
 [[nodiscard]] Download<Body> downloadFrom(const NetworkAnswer& answer, const FailureLog& log) {
   if (!answer) log.note(": Network request error:  ", answer.error());

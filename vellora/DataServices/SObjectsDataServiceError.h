@@ -15,8 +15,7 @@ namespace vellora {
 /// A layout lookup reports `network` and `decoding`; a load or lookup of object types `other`, `noData` and
 /// `invalidUrl`. What the network or the decoder said is the payload of `other`:
 ///
-///     if (error.errorCase() == SObjectsDataServiceError::Case::other)
-///     show(error.payload()->localizedDescription());
+///     if (const Error* reason = error.payload()) show(reason->localizedDescription());
 ///
 /// Texts, equality and the making of each case are those of `DataServiceError`.
 ///

@@ -12,9 +12,9 @@
 #include "vellora/Platform/Values/Error.h"
 #include "vellora/Platform/Values/Result.h"
 
-// The one way in which the data services send requests. They differ in three things, which each call states:
-// whether a body counts that came with an error, whether the request goes out now or at each subscription,
-// and who may be released meanwhile.
+// All requests of the data services are sent from here. A call states in what it differs from the others:
+// whether the body or the error counts when both come, and whether the request goes out now or at each
+// subscription.
 
 namespace vellora {
 
@@ -30,7 +30,7 @@ using NetworkAnswer = Result<std::optional<Data>>;
 
 /// Sends `request` now, on the caller's thread, and hands what comes back to `receive`, on whatever thread
 /// the network calls back. A network that breaks its promise and answers twice is passed on twice: `receive`
-/// is a promise, which keeps the first answer, or takes care itself.
+/// must keep to the first answer, as a promise does.
 template <class Receive>
 void send(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, Preferred preferred,
           Receive receive) {
@@ -51,8 +51,11 @@ void send(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, P
 [[nodiscard]] Publisher<std::optional<Data>> sentAtEachSubscription(
     std::weak_ptr<CorvaneSDK::Network> network, CorvaneSDK::NetRequest request, Preferred preferred);
 
-/// Reads the body of an answer, which gives back the parser's memory. An absent one is the error that
-/// `absentBody` makes.
+/// Decodes the body of an answer, then gives back the parser's memory. An absent body is the error that
+/// `absentBody` makes:
+///
+///     sentNow(network, request, Preferred::error)
+///         .tryMap(decodedBody<ThemeResponse, ThemeDataServiceError::noData>)
 template <class Response, auto absentBody>
 [[nodiscard]] Result<Response> decodedBody(const std::optional<Data>& body) {
   if (!body) return Error(absentBody());
