@@ -5,8 +5,9 @@
 
 namespace vellora::bench {
 
-/// What a cold start must do at the least, on the bare libraries: two downloads at the same time, extraction
-/// by hand, and each list written to a SQLite file as the library writes it, as JSON and in a transaction.
+/// Does the least that a cold start must do, with curl, simdjson and SQLite alone: it downloads both lists at
+/// the same time, reads them by code written for just these fields, and writes each to a SQLite file as the
+/// library does, as JSON and in a transaction.
 class BareClient {
  public:
   /// Makes the file and its table, and what curl needs before it connects.
@@ -15,7 +16,7 @@ class BareClient {
   BareClient(const BareClient&) = delete;
   BareClient& operator=(const BareClient&) = delete;
 
-  /// Whether both lists came, were read and were written.
+  /// Does all of that; returns whether both lists were downloaded, read and written.
   [[nodiscard]] bool load();
 
  private:

@@ -62,7 +62,7 @@ struct Warm {
     std::promise<void> answered;
     Kind::lookUp(*service, names, [&](const auto&) { answered.set_value(); });
     answered.get_future().wait();
-    // Saved in their order, after the answer.
+    // The service saves the layouts in their order, after the answer: wait for the last one.
     while (!host->cache()->load(Kind::keyPrefix + names.back())) std::this_thread::yield();
   }
 };

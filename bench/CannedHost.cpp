@@ -17,7 +17,7 @@ namespace vellora::bench {
 
 namespace {
 
-/// Made once for each number of types.
+/// The server's data for so many types, generated once and kept.
 const recordsserver::DataSet& generatedData(std::size_t types) {
   static std::map<std::size_t, recordsserver::DataSet> made;
   const auto found = made.find(types);

@@ -14,7 +14,7 @@
 
 namespace vellora::bench {
 
-/// Takes the lines, and knows how much they were.
+/// A logger that counts the bytes of its lines and drops them.
 class LineCounter final : public CorvaneSDK::Logger {
  public:
   void log(std::string_view message, CorvaneSDK::LogLevel) override {
@@ -31,8 +31,8 @@ enum class Medium { memory, sqlite };
 
 [[nodiscard]] std::string_view nameOf(Medium medium);
 
-/// A façade whose lists are loaded, of so many generated types, on a fresh cache and a network that answers
-/// at once: for what is measured after the prefetch.
+/// A façade that has loaded the lists of `types` generated types into a fresh cache, over a network that
+/// answers at once. It serves what is measured after the prefetch.
 class CannedHost {
  public:
   CannedHost(Medium medium, std::size_t types);
@@ -48,7 +48,7 @@ class CannedHost {
   /// The names of `count` types from all over the list.
   [[nodiscard]] std::vector<std::string> names(std::size_t count) const;
 
-  // Each waits for the answer and gives the number of its entries.
+  // Each looks up, waits for the answer, and returns the number of its entries.
   [[nodiscard]] std::size_t lookUpIds(const std::vector<std::string>& ids) const;
   [[nodiscard]] std::size_t lookUpNames(const std::vector<std::string>& names) const;
 

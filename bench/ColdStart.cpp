@@ -13,7 +13,7 @@ namespace vellora::bench {
 
 namespace {
 
-// Host and file are made before the clock runs, on both sides.
+// On both sides, host and file are made before the clock runs.
 
 void startOurs(benchmark::State& state) {
   const std::string server = demoServer().url();

@@ -4,12 +4,12 @@
 
 namespace vellora::bench {
 
-/// Has the program measure one cold start in place of everything else; followed by the two addresses.
+/// The flag that has the program measure one cold start and nothing else. The two server addresses follow it.
 inline constexpr const char* measureColdStartFlag = "--measure-cold-start";
 
-/// Writes to standard output by how many bytes a cold start against `server` raises the process's resident
-/// memory at its peak. A cold start against `small` goes before it, so that what is loaded and made once per
-/// process doesn't count. Gives the process's exit code.
+/// Measures by how many bytes a cold start against `server` raises the peak of the process's resident memory,
+/// and writes that number to standard output. A cold start against `small` goes before it, so that what is
+/// made once per process doesn't count. Returns the exit code for the process.
 [[nodiscard]] int measureColdStart(const std::string& small, const std::string& server);
 
 }  // namespace vellora::bench

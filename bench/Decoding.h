@@ -12,7 +12,7 @@
 
 namespace vellora::bench {
 
-/// A text's records as each library makes them.
+/// How each library makes the records of a text.
 template <class Records>
 struct Decoders {
   std::function<Records(const Data&)> ours;
@@ -22,9 +22,9 @@ struct Decoders {
   std::function<Records(const Data&)> nlohmann;
 };
 
-/// Adds the lines about `what`: ours decoding `text` against extraction by hand, the limit, and against the
-/// peers. All have to give what ours gives. What none of them can go below follows: parsing alone, and making
-/// and destroying the records alone.
+/// Adds the lines about `what`. Each compares our decoding of `text` with another: first with extraction by
+/// hand, which is the limit, then with three other libraries. All must give equal records. Two lines show
+/// what none of them can go below: parsing alone, and copying and destroying the records alone.
 template <class Records>
 void addDecoding(Suite& suite, const std::string& what, const Data& text, const Decoders<Records>& decoders) {
   const auto time = [&](const std::string& who, std::function<Records(const Data&)> decode) {

@@ -70,7 +70,7 @@ Data encodedByOurs(const Types& types) {
   return json::encode(types).value();
 }
 
-/// All have to write what ours writes.
+/// Every library must write the bytes that ours writes.
 template <class Encode>
 Suite::Timing timeEncoding(Suite& suite, const std::string& what, const std::string& who, Encode encode) {
   return suite.time(what, who, [encode](benchmark::State& state) {

@@ -15,7 +15,7 @@ using CorvaneSDK::CacheTable;
 
 constexpr std::size_t types = 5'000;
 
-/// Each time on a cache that knows nothing but the lists.
+/// Looks up names of which the cache has no rows yet, only the lists: each round begins with a fresh cache.
 void lookUpNewNames(benchmark::State& state, Medium medium, std::size_t count) {
   for (auto _ : state) {
     state.PauseTiming();
@@ -36,7 +36,7 @@ Data listIn(CorvaneSDK::Cache& cache, const std::string& table, const std::strin
       .at(0);
 }
 
-/// What a new name would cost if it were looked for in lists that are decoded for it.
+/// Decodes both lists: what the lookup of a new name would cost if decoded lists were not remembered.
 void decodeBothLists(benchmark::State& state) {
   const CannedHost host(Medium::memory, types);
   const Data objects = listIn(host.cache(), "OPS_SObjectsCacheTable", "sObjects");

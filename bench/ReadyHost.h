@@ -10,7 +10,7 @@
 namespace vellora::bench {
 
 /// The ready-made host for the demo server, with its cache in `cacheFile` or in memory, and logging nothing.
-/// Ends the program when there is none to be had.
+/// Ends the program when it cannot be made.
 [[nodiscard]] std::shared_ptr<hostkit::StandardPlatformAPI> readyHost(
     const std::string& server, const std::optional<std::string>& cacheFile);
 

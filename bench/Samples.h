@@ -8,7 +8,7 @@
 
 namespace vellora::bench {
 
-/// How many object types most lines of the table are about.
+/// The number of object types that most lines of the table measure with.
 inline constexpr std::size_t sampleTypes = 2'000;
 
 /// What the demo server sends for `sampleTypes` types: describe entries of about 28 members and 1 KB each,

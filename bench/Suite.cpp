@@ -10,7 +10,7 @@ namespace vellora::bench {
 
 namespace {
 
-/// Keeps the fastest repetition of each timing, and shows them as they come.
+/// Keeps the fastest repetition of each timing, and prints each repetition as it comes.
 class FastestOfEach final : public benchmark::ConsoleReporter {
  public:
   explicit FastestOfEach(std::map<std::string, double>& nanoseconds) : nanoseconds_(nanoseconds) {}

@@ -10,11 +10,11 @@
 
 namespace vellora::bench {
 
-/// What is measured and which ratios of it make the table.
+/// Collects what is to be measured and which ratios make the table, then measures it.
 ///
-/// Every timing is repeated, and the repetitions of all timings are shuffled among each other, so that
-/// whatever else the machine does hits both sides of a ratio alike. A timing is its fastest repetition: other
-/// work on the machine only ever adds to it.
+/// Every timing is repeated. The repetitions of all timings are shuffled, so that other work on the machine
+/// slows both sides of a ratio alike. The fastest repetition counts, because other work can only make one
+/// slower.
 class Suite {
  public:
   /// A timing; from `time`.
@@ -42,8 +42,8 @@ class Suite {
   [[nodiscard]] static Goal atLeast(double bound) { return {Goal::Kind::atLeast, bound}; }
   [[nodiscard]] static Goal reported() { return {Goal::Kind::reported}; }
 
-  /// Times how `who` does `what` with `run`, the body of a Google benchmark. Each pair of texts is timed
-  /// once; what `run` captures lives until the program ends.
+  /// Times `run`, the body of a Google benchmark, which does `what` as `who` does it. Each pair of `what` and
+  /// `who` is timed once. What `run` captures lives until the program ends.
   Timing time(const std::string& what, const std::string& who, std::function<void(benchmark::State&)> run,
               Clock clock = Clock::cpu);
 
@@ -55,8 +55,8 @@ class Suite {
   /// A line whose value is not a time: `count` makes it after all timings have run.
   void count(std::function<Table::Line()> count);
 
-  /// Runs everything that the flags of Google Benchmark let run, and gives the table. A line one of whose
-  /// timings was filtered out is left out.
+  /// Runs everything that the flags of Google Benchmark select, and returns the table. A line is left out
+  /// when one of its two timings was not selected.
   [[nodiscard]] Table run();
 
  private:

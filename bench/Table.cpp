@@ -16,7 +16,7 @@ std::string rounded(double number, int decimals) {
   return text.data();
 }
 
-// Three digits are what the noise leaves.
+// Three digits, since the noise of the measurement makes any further ones meaningless.
 std::string threeDigits(double number) {
   return rounded(number, number < 10 ? 2 : number < 100 ? 1 : 0);
 }
@@ -35,7 +35,7 @@ Cells cellsOf(const Table::Line& line) {
           goal,         !line.bound ? "" : isKept(line) ? "met" : "MISSED"};
 }
 
-// In characters, which in UTF-8 begin with any byte but a continuation.
+// In characters: counts the bytes of UTF-8 that are not continuations, one for each character.
 std::size_t width(const std::string& text) {
   return static_cast<std::size_t>(
       std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));

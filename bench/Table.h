@@ -8,7 +8,7 @@
 
 namespace vellora::bench {
 
-/// The table of ratios and whether each keeps its goal.
+/// The table of ratios, and whether each of them meets its goal.
 class Table {
  public:
   struct Line {
@@ -23,7 +23,7 @@ class Table {
 
   void add(Line line) { lines_.push_back(std::move(line)); }
 
-  /// Something could not be measured: no goal counts as met.
+  /// Notes that something could not be measured: from then on no goal counts as met.
   void noteFailure() { failed_ = true; }
 
   [[nodiscard]] bool isMeasured() const { return !failed_; }
@@ -31,10 +31,10 @@ class Table {
   /// Whether everything was measured and every goal is met.
   [[nodiscard]] bool isMet() const;
 
-  /// Aligned text that is also a Markdown table; the details follow as a list.
+  /// Prints aligned text that is also a Markdown table, and the details below it as a list.
   void print(std::ostream& out) const;
 
-  /// Nanoseconds in the unit in which a person reads them.
+  /// Nanoseconds as a text with a unit that a person reads easily, such as "1.25 ms".
   [[nodiscard]] static std::string time(double nanoseconds);
 
   /// Bytes in KB or MB of 1,000 and 1,000,000 bytes.

@@ -40,7 +40,8 @@ const Filled& filled(Medium medium, std::size_t rows) {
   return *slot;
 }
 
-/// The same hundred rows of either table, so that both sides have as much to keep at hand.
+/// Reads the first hundred rows of a table of `rows` rows. It is a hundred for any size, so that the
+/// processor's caches serve small and large tables alike.
 void readRows(benchmark::State& state, Medium medium, std::size_t rows) {
   auto& table = *filled(medium, rows).table;
   for (auto _ : state) {

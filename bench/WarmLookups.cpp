@@ -26,7 +26,8 @@ using CorvaneSDK::Meta;
 
 constexpr std::size_t mostIds = 1'000;
 
-/// The table reads, decodings and log texts of a lookup of ids, and nothing around them.
+/// Does the table reads, decodings and log lines of a lookup of ids, and nothing else: no queues, no
+/// publishers.
 class BareLookup {
  public:
   explicit BareLookup(const CannedHost& host)
@@ -102,7 +103,7 @@ class BareLookup {
   const std::shared_ptr<CacheTable> themes_;
 };
 
-/// The façade after its first lookup of everything that is asked for later.
+/// The façade, after a first lookup of everything that is looked up later.
 const CannedHost& warmHost(Medium medium) {
   const auto warmed = [](Medium kind) {
     auto host = std::make_unique<CannedHost>(kind, sampleTypes);
@@ -114,7 +115,8 @@ const CannedHost& warmHost(Medium medium) {
   return medium == Medium::memory ? *inMemory : *onSQLite;
 }
 
-/// How many bytes `lookUp` logs. The façade logs its last line after it has answered, on another thread.
+/// How many bytes `lookUp` logs. It waits until the log is quiet, because the façade logs its last line on
+/// another thread after it has answered.
 template <class LookUp>
 std::size_t bytesLogged(LineCounter& logger, LookUp lookUp) {
   const auto bytesOnceQuiet = [&logger] {
@@ -128,8 +130,8 @@ std::size_t bytesLogged(LineCounter& logger, LookUp lookUp) {
   return bytesOnceQuiet() - before;
 }
 
-/// Whether the bare lookup logs what ours logs. Found out once, so that all repetitions agree; tried again
-/// for a line that was later than any pause.
+/// Whether the bare lookup logs as many bytes as ours. The answer is found once, so that all repetitions
+/// agree. It is tried up to five times, because a line may come later than the pause that counts as quiet.
 bool logsWhatOursLogs(Medium medium, std::size_t count) {
   static std::map<std::pair<Medium, std::size_t>, bool> known;
   const auto [entry, isNew] = known.emplace(std::pair(medium, count), false);
@@ -160,7 +162,7 @@ void doBare(benchmark::State& state, Medium medium, std::size_t count) {
   for (auto _ : state) benchmark::DoNotOptimize(bare.run(ids));
 }
 
-/// The hops between threads of a lookup of one id, with nothing to do at either end.
+/// Hops between threads as a lookup of one id does, with no work at either end.
 void hop(benchmark::State& state) {
   SerialDispatchQueue types("types");
   SerialDispatchQueue themes("themes");
@@ -194,7 +196,7 @@ void lookUpOnThreads(benchmark::State& state, Medium medium, std::size_t threads
   }
 }
 
-/// The lookups of the thread that got the fewest answers, against an even share.
+/// Compares the number of answers of the thread that got the fewest with an even share.
 Table::Line leastServed(Medium medium) {
   constexpr std::size_t threads = 8;
   const CannedHost& host = warmHost(medium);

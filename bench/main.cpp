@@ -20,7 +20,7 @@ int main(int argc, char** argv) {
   std::vector<std::string> given(argv + 1, argv + argc);
   if (given.size() == 3 && given[0] == measureColdStartFlag) return measureColdStart(given[1], given[2]);
   const bool isSmoke = std::erase(given, "--smoke") > 0;
-  // What is given comes last and so overrides these.
+  // The user's flags come after these, and so override them.
   std::vector<std::string> flags{argv[0], "--benchmark_enable_random_interleaving=true",
                                  isSmoke ? "--benchmark_repetitions=1" : "--benchmark_repetitions=15",
                                  isSmoke ? "--benchmark_min_time=0.001" : "--benchmark_min_time=0.05"};

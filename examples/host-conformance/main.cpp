@@ -1,5 +1,6 @@
-// Is a host of your own right? Here a network, a cache, a log and a queue are tried on everything that the
-// contract demands of them; the program prints a verdict for each, and ends with 1 when one is broken.
+// Tests whether a host of your own keeps the contract: a network, a cache, a log and a queue are tried on
+// everything that the contract demands of them. The program prints a verdict for each guarantee, and ends
+// with 1 when one is broken.
 
 #include <gtest/gtest.h>
 
@@ -44,7 +45,7 @@ class CountingNetwork final : public CorvaneSDK::Network {
   const std::shared_ptr<CorvaneSDK::Network> next_;
 };
 
-/// The app's store of blobs; the rows are left to a cache in memory.
+/// The app's store of blobs. It leaves the row tables to a ready-made cache in memory.
 class AppCache final : public CorvaneSDK::Cache {
  public:
   explicit AppCache(std::function<vellora::Date()> clock) : rows_(std::move(clock)) {}

@@ -45,5 +45,5 @@ takes() {
     done
     wrong_use "there is no option $argument"
   done
-  [ "$most" = any ] || [ "$count" -le "$most" ] || wrong_use "takes $most arguments at most, not $count"
+  [ "$most" = any ] || [ "$count" -le "$most" ] || wrong_use "there are too many arguments: $count, $most at most"
 }

@@ -24,6 +24,7 @@ class CacheTable;
 /// - Results of `save` and `remove` are advisory; the library neither logs nor retries a false one.
 ///
 /// Ownership: the library holds you by `std::shared_ptr`.
+///
 /// Threads: every call comes from several threads at once. Never call back into the library from one.
 class VELLORA_EXPORT Cache {
  public:

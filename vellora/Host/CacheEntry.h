@@ -9,11 +9,20 @@
 
 namespace CorvaneSDK {
 
-/// One row to write.
+/// One row to write. The library's own look like this: the describe entry of one object type, as JSON.
+///
+///     table.upsert({.data = accountAsJson, .meta = {{"cacheEntryType", "sObject"}, {"name", "Account"}}});
+///
+/// Ownership: a plain value; copies share the bytes.
 struct VELLORA_EXPORT CacheEntry {
+  /// What is stored; given back byte for byte.
   vellora::Data data;
+
+  /// What the row is found by.
   Meta meta;
-  std::optional<std::string> dataKey;  ///< absent: the host gives the row its key
+
+  /// The row to replace. Absent: the host gives the row its key; the library's own entries never have one.
+  std::optional<std::string> dataKey;
 
   friend bool operator==(const CacheEntry&, const CacheEntry&) = default;
 };

@@ -26,7 +26,9 @@ namespace CorvaneSDK {
 /// - Filters are quick, do not call back into the table, and are not called after the call has returned.
 ///
 /// Ownership: held by `std::shared_ptr` by each data service that opened it; keeps what it needs of its
-/// `Cache`. Threads: every call comes from several threads at once.
+/// `Cache`.
+///
+/// Threads: every call comes from several threads at once.
 class VELLORA_EXPORT CacheTable {
  public:
   virtual ~CacheTable() = default;

@@ -12,6 +12,7 @@ namespace CorvaneSDK {
 /// What you must guarantee: write one line per call, return quickly, and never call back into the library.
 ///
 /// Ownership: the library holds you by `std::shared_ptr`; `message` is valid during the call only.
+///
 /// Threads: called from several threads at once.
 class VELLORA_EXPORT Logger {
  public:

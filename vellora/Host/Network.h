@@ -26,6 +26,7 @@ namespace CorvaneSDK {
 ///   thread: it decodes, writes to the cache and calls your lookup's completion there.
 ///
 /// Ownership: the library holds you by `std::shared_ptr`; you own `completion` until you have called it.
+///
 /// Threads: `sendRequest` is called from several threads at once.
 class VELLORA_EXPORT Network {
  public:
@@ -38,6 +39,8 @@ class VELLORA_EXPORT Network {
 
   virtual ~Network() = default;
 
+  /// Sends `request` and returns; the answer comes through `completion`. `request` is valid during the call
+  /// only.
   virtual void sendRequest(const NetRequest& request, Completion completion) = 0;
 
  protected:

@@ -9,17 +9,26 @@
 
 namespace CorvaneSDK {
 
-/// What a host hands to the library: its three facilities. Null means that the host grants none of that kind.
+/// What a host hands to the library: its three facilities. Null means that the host grants none of that kind;
+/// `VelloraService`'s constructor then throws.
+///
+/// `hostkit::StandardPlatformAPI` is one, ready made.
 ///
 /// Ownership: the library takes a shared handle to each facility while it is constructed, and keeps no handle
 /// to the `PlatformAPI` itself.
+///
 /// Threads: read on the thread that constructs the library.
 class VELLORA_EXPORT PlatformAPI {
  public:
   virtual ~PlatformAPI() = default;
 
+  /// What the library sends its requests through.
   [[nodiscard]] virtual std::shared_ptr<Network> network() = 0;
+
+  /// What answers are kept in; one for each signed-in user, since it holds what the server told that one.
   [[nodiscard]] virtual std::shared_ptr<Cache> cache() = 0;
+
+  /// What takes the library's log lines.
   [[nodiscard]] virtual std::shared_ptr<Logger> logger() = 0;
 
  protected:

@@ -14,7 +14,11 @@ namespace vellora {
 /// namespace.
 ///
 /// Ownership: a plain value; copies share the facilities.
+///
+/// Threads: not synchronised; each service has its own copy. The facilities themselves are called from
+/// several threads at once.
 struct VELLORA_EXPORT RequiredAPI {
+  // None of them is null.
   std::shared_ptr<CorvaneSDK::Network> network;
   std::shared_ptr<CorvaneSDK::Cache> cache;
   std::shared_ptr<CorvaneSDK::Logger> logger;

@@ -7,13 +7,17 @@
 
 namespace CorvaneSDK {
 
-/// What a row is known by: an ordered map, so that its textual form is the same every time.
+/// What a row is known by: names and values, such as `{"cacheEntryType": "theme", "name": "Account"}`. An
+/// ordered map, so that its textual form is the same every time.
 using Meta = std::map<std::string, std::string>;
 
-/// One stored row, without its data.
+/// One stored row, without its data: what a filter looks at, and what `CacheTable::fetch` returns.
 struct VELLORA_EXPORT Row {
+  /// As it was written.
   Meta meta;
-  std::string dataKey;  ///< identifies the row within its table
+
+  /// Identifies the row within its table; the host chose it unless the entry had one.
+  std::string dataKey;
 
   friend bool operator==(const Row&, const Row&) = default;
 };

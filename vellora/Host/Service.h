@@ -9,13 +9,14 @@
 
 namespace CorvaneSDK {
 
-/// A service that a host's registry can hold. Its identifier belongs to the type, not to an instance; see
-/// `IdentifiedService`.
+/// A service that a host's registry can hold; `VelloraService` is one. A host without a registry has no use
+/// for it. The identifier belongs to the type, not to an instance; see `IdentifiedService`.
 class VELLORA_EXPORT Service {
  public:
   virtual ~Service() = default;
 
-  /// Tells the service of the platform that it runs on.
+  /// Tells the service of the platform that it runs on. `VelloraService` got its own when it was constructed,
+  /// and ignores this one.
   virtual void configure(const std::shared_ptr<PlatformAPI>& api) = 0;
 
  protected:
@@ -24,7 +25,9 @@ class VELLORA_EXPORT Service {
   Service& operator=(const Service&) = default;
 };
 
-/// A service type that names itself, callable without an instance.
+/// A service type that names itself, callable without an instance:
+///
+///     registry.add(VelloraService::serviceIdentifier(), service);
 template <class S>
 concept IdentifiedService = std::derived_from<S, Service> && requires {
   { S::serviceIdentifier() } -> std::same_as<ServiceIdentifier>;

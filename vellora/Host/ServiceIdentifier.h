@@ -6,7 +6,9 @@
 
 namespace CorvaneSDK {
 
-/// The name and version under which a host's registry knows a service.
+/// The name and version under which a host's registry knows a service: for `VelloraService` that name, and 1.
+///
+/// Ownership: a plain value.
 struct VELLORA_EXPORT ServiceIdentifier {
   std::string name;
   int version = 0;

@@ -7,17 +7,25 @@
 
 namespace CorvaneSDK {
 
-/// Describes a new, empty table.
+/// Describes a new, empty table, for `CacheTable::create`.
+///
+///     CacheTable::create(cache, Table::emptyWithKey("OPS_ThemesCacheTable", Table::MaxAge::sevenDays));
+///
+/// Ownership: a plain value.
 class VELLORA_EXPORT Table {
  public:
-  /// How old a row may become before the host drops it.
+  /// How old a row may become, counted from when it was last written, before the host drops it.
   enum class MaxAge {
-    sevenDays,
+    sevenDays,  ///< 604,800 seconds
   };
 
+  /// A table that `CacheTable::open` finds under `key`.
   [[nodiscard]] static Table emptyWithKey(std::string key, MaxAge maxAge) { return {std::move(key), maxAge}; }
 
+  /// The table's name within its cache.
   [[nodiscard]] const std::string& key() const noexcept { return key_; }
+
+  /// Rows that are older are not returned.
   [[nodiscard]] MaxAge maxAge() const noexcept { return maxAge_; }
 
   friend bool operator==(const Table&, const Table&) = default;

@@ -7,11 +7,20 @@
 
 namespace vellora {
 
-/// One colour of a theme entry.
+/// One colour of a theme entry: an element of `ThemeItem::colors`, and sent and cached as part of it.
+///
+///     {"color": "2F6FDE", "context": "primary", "theme": "light"}
+///
+/// Errors: all three members are required; other members are ignored.
 struct VELLORA_EXPORT ColorInfo {
-  std::string color;    ///< as the server gives it; its format is not looked at
-  std::string context;  ///< where it is meant to be used; carried along, no choice depends on it
-  std::string theme;    ///< the theme that it belongs to
+  /// As the server gives it; its format is not looked at.
+  std::string color;
+
+  /// Where it is meant to be used. It is carried along; no choice of the library depends on it.
+  std::string context;
+
+  /// The name of the theme that it belongs to.
+  std::string theme;
 
   static constexpr std::string_view recordName = "ColorInfo";
   static constexpr auto fields() {

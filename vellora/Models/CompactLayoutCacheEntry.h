@@ -7,10 +7,16 @@
 
 namespace vellora {
 
-/// What the cache blob of one compact layout holds.
+/// What the cache blob of one compact layout holds, "OPS_CompactLayout_Account" for that of Account.
+///
+///     {"compactLayout": {"objectType": "Account", …}, "downloadedTime": 721692800}
 struct VELLORA_EXPORT CompactLayoutCacheEntry {
+  /// As it was downloaded, but for paths of reference fields that were resolved.
   ObjectCompactLayoutInfo compactLayout;
-  Date downloadedTime;  ///< in JSON a number of seconds since 2001-01-01 00:00:00 UTC
+
+  /// When it was downloaded: what the cache time-out counts from. In JSON a number of seconds since
+  /// 2001-01-01 00:00:00 UTC.
+  Date downloadedTime;
 
   static constexpr std::string_view recordName = "CompactLayoutCacheEntry";
   static constexpr auto fields() {

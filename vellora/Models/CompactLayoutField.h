@@ -12,12 +12,13 @@ namespace vellora {
 
 class CompactLayoutField;
 
-/// Fields in display order. Copies of the list share the fields.
+/// Fields in display order; no pointer is null in what the library answers. Copies of the list share the
+/// fields.
 using CompactLayoutFields = std::vector<std::shared_ptr<CompactLayoutField>>;
 
 namespace detail {
 
-// For the field and for what it is constructed from.
+// The table of JSON fields that `CompactLayoutField` and its `Content` have in common.
 template <class T>
 constexpr auto compactLayoutFieldTable() {
   return std::tuple(json::field("apiName", &T::apiName), json::field("fieldType", &T::fieldType),
@@ -29,15 +30,20 @@ constexpr auto compactLayoutFieldTable() {
 
 }  // namespace detail
 
-/// One headline field of a compact layout, simple or compound.
+/// One headline field of a compact layout, simple or compound. In the library's own JSON form, which is
+/// cached as part of an `ObjectCompactLayoutInfo`, a reference to the record's owner is
+///
+///     {"apiName": "Owner.Name", "fieldType": "reference", "label": "Owner", "referenceTo": "User",
+///      "relationshipName": "Owner", "htmlFormatted": false}
 ///
 /// Ownership: shared by reference, never copied: who rewrites `apiName` does so for everybody who holds the
 /// field.
+///
 /// Threads: not synchronised. The library rewrites a field before it answers with it, and reads it after that
 /// when it caches the answer; whoever rewrites an answered field sees to it that nobody reads it meanwhile.
 class VELLORA_EXPORT CompactLayoutField final {
  public:
-  /// What a field is constructed from.
+  /// What a field is constructed from; its members mean the same.
   struct Content {
     std::string apiName;
     std::string fieldType;
@@ -51,6 +57,7 @@ class VELLORA_EXPORT CompactLayoutField final {
     static constexpr auto fields() { return detail::compactLayoutFieldTable<Content>(); }
   };
 
+  /// Takes over the parts in `content.layoutFields` too, without copying them.
   explicit CompactLayoutField(Content content);
   CompactLayoutField(const CompactLayoutField&) = delete;
   CompactLayoutField& operator=(const CompactLayoutField&) = delete;
@@ -58,12 +65,23 @@ class VELLORA_EXPORT CompactLayoutField final {
   /// Path of the field to show. For a top-level field that points to a related record whose type's name field
   /// is known, that of the name field, such as "Owner.Name".
   std::string apiName;
-  const std::string fieldType;  ///< the server's word, such as "string" or "reference"
-  const std::string label;      ///< for display
+
+  /// The server's word, such as "string" or "reference".
+  const std::string fieldType;
+
+  /// For display: that of the line which the field stands in; that of the field itself for a part.
+  const std::string label;
+
   /// Object type that a reference field points to; of several, the first that the server names.
   const std::optional<std::string> referenceTo;
+
+  /// By which name the path to a field of the record pointed to begins, such as "Owner"; absent for a field
+  /// that points to none.
   const std::optional<std::string> relationshipName;
+
+  /// Whether the field's value is HTML, as the server says.
   const bool htmlFormatted;
+
   /// The parts of a compound field; absent for a simple one.
   const std::optional<CompactLayoutFields> layoutFields;
 

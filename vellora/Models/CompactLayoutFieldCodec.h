@@ -1,6 +1,6 @@
 #pragma once
 
-// For the source files that read or write compact layout fields: there it takes the place of JsonCodec.h.
+// For the source files that read or write compact layout fields: they include this in place of JsonCodec.h.
 
 #include <memory>
 
@@ -9,7 +9,7 @@
 
 namespace vellora::json {
 
-/// Most of a field is fixed once it is constructed, so its content is read first.
+/// Reads the field's `Content` first and constructs the field from that, because most members are constant.
 template <>
 struct Codec<std::shared_ptr<CompactLayoutField>> {
   static bool decode(Element value, std::shared_ptr<CompactLayoutField>& out, DecodingFailure& failure);

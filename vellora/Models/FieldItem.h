@@ -8,7 +8,8 @@
 
 namespace vellora {
 
-/// One line of the server's compact layout.
+/// One line of the server's compact layout: an element of "fieldItems" in
+/// "/services/data/v53.0/compactLayouts". Only read, never cached: `ObjectCompactLayoutInfo` flattens it.
 struct FieldItem {
   std::string label;  ///< of the line; for display
   std::vector<LayoutComponent> layoutComponents;

@@ -9,11 +9,25 @@
 
 namespace vellora {
 
-/// One icon of a theme entry. Its size is its width: what the server says of the height is not read.
+/// One icon of a theme entry: an element of `ThemeItem::icons`, and sent and cached as part of it. Its size
+/// is its width: what the server says of the height is not read.
+///
+///     {"contentType": "image/png", "theme": "light", "width": 32,
+///      "url": "https://icons.example/light/account_32.png"}
+///
+/// Errors: all members but the width are required; other members are ignored.
 struct VELLORA_EXPORT IconInfo {
-  std::string contentType;  ///< a media type, such as "image/svg+xml"
-  std::string theme;        ///< the theme that it belongs to
-  std::string url;          ///< as the server gives it
+  /// A media type. "image/svg+xml" makes it a vector icon.
+  std::string contentType;
+
+  /// The name of the theme that it belongs to.
+  std::string theme;
+
+  /// Where the picture is, as the server gives it. The library never fetches it.
+  std::string url;
+
+  /// In pixels; often absent for vector icons. Any whole number is read, also 0 and less: `ThemeItem` says
+  /// what becomes of these.
   std::optional<std::int64_t> width;
 
   static constexpr std::string_view recordName = "IconInfo";

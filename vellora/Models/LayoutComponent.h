@@ -9,8 +9,8 @@
 
 namespace vellora {
 
-/// One component of a line of the server's compact layout, possibly made of others. Without details it is not
-/// a field, but for instance a separator.
+/// One component of a line of the server's compact layout, possibly made of others. One with details is a
+/// field; one without is something else, such as a separator.
 struct LayoutComponent {
   std::string value;  ///< API name, where the component shows a field
   std::optional<LayoutComponentDetails> details;

@@ -10,6 +10,11 @@
 namespace vellora {
 
 /// One row of the list-view query: a list view and what it lists.
+///
+///     {"Id": "00B000000000001", "SobjectType": "Account"}
+///
+/// Only the type's name is cached: the row `cacheEntryType=listView`, `id=00B000000000001` of the table
+/// "OPS_SObjectsCacheTable".
 struct VELLORA_EXPORT ListViewObject {
   /// The JSON keys, upper-case as the query language returns them.
   struct CodingKeys {
@@ -17,8 +22,11 @@ struct VELLORA_EXPORT ListViewObject {
     static constexpr std::string_view objectType = "SobjectType";
   };
 
+  /// The record id of the list view.
   std::string id;
-  std::optional<std::string> objectType;  ///< API name of the type that the list view lists
+
+  /// API name of the type that the list view lists; absent when the server names none.
+  std::optional<std::string> objectType;
 
   static constexpr std::string_view recordName = "ListViewObject";
   static constexpr auto fields() {

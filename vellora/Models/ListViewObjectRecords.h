@@ -9,8 +9,15 @@
 
 namespace vellora {
 
-/// The body of the list-view query: the rows that match, none for an id that is no list view's.
+/// The body of the list-view query, "/services/data/v50.0/query" with
+///
+///     SELECT Id,SobjectType FROM ListView WHERE Id = '00B000000000001'
+///
+/// which is
+///
+///     {"records": [{"Id": "00B000000000001", "SobjectType": "Account"}]}
 struct VELLORA_EXPORT ListViewObjectRecords {
+  /// The rows that match: one, or none for an id that is no list view's. Of several the first counts.
   std::vector<ListViewObject> records;
 
   static constexpr std::string_view recordName = "ListViewObjectRecords";

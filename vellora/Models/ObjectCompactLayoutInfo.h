@@ -11,14 +11,27 @@ namespace vellora {
 /// The compact layout of one object type: the few headline fields that a record of it shows.
 ///
 /// It has two JSON forms. The server's nests lines ("fieldItems"), their components and those of compound
-/// fields; reading it flattens them into one field for each component that shows one. The library's own,
-/// which it writes and keeps in the cache, is the flattened list ("layoutFields"); where that can be read it
-/// is preferred.
+/// fields; reading it flattens them into one field for each component that shows one.
+///
+///     {"objectType": "Account", "fieldItems": [{"label": "Name", "layoutComponents": [
+///       {"value": "Name", "details": {"label": "Account Name", "type": "string", "referenceTo": [],
+///                                     "relationshipName": null, "htmlFormatted": false}}]}]}
+///
+/// The library's own, which it writes, is the flattened list ("layoutFields"). It is kept in the blob
+/// "OPS_CompactLayout_Account", inside a `CompactLayoutCacheEntry`.
+///
+///     {"objectType": "Account", "layoutFields": [
+///       {"apiName": "Name", "fieldType": "string", "label": "Name", "htmlFormatted": false}]}
+///
+/// Where the library's own form can be read it is preferred.
 ///
 /// Ownership: a value whose copies share the fields.
 struct VELLORA_EXPORT ObjectCompactLayoutInfo {
+  /// In display order; may be empty.
   CompactLayoutFields layoutFields;
-  std::string objectType;  ///< API name of the object type; its cached copy is keyed by it
+
+  /// API name of the object type; its cached copy is keyed by it.
+  std::string objectType;
 
   static constexpr std::string_view recordName = "ObjectCompactLayoutInfo";
   static constexpr auto fields() {
@@ -26,7 +39,10 @@ struct VELLORA_EXPORT ObjectCompactLayoutInfo {
                       json::field("objectType", &ObjectCompactLayoutInfo::objectType));
   }
 
+  /// Reads either form.
   [[nodiscard]] static bool decodeJson(const json::Reader& reader, ObjectCompactLayoutInfo& out);
+
+  /// Writes the library's own form.
   [[nodiscard]] bool encodeJson(json::Writer& writer) const;
 
   /// Compares the contents of the fields.

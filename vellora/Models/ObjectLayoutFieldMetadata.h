@@ -8,12 +8,24 @@
 
 namespace vellora {
 
-/// One column of a search layout. The library passes it through as the server gives it.
+/// One column of a search layout: an element of `ObjectLayoutInfo::searchColumns`, and sent and cached as
+/// part of it. The library passes it through as the server gives it.
+///
+///     {"name": "Phone", "label": "Phone", "format": "phone", "field": "Phone"}
+///
+/// Errors: all members but the format are required; other members are ignored.
 struct VELLORA_EXPORT ObjectLayoutFieldMetadata {
+  /// The server's name for the column.
   std::string name;
-  std::string label;                  ///< for display
-  std::optional<std::string> format;  ///< how the server would have it displayed, where it says so
-  std::string field;                  ///< path of the field that the column shows
+
+  /// The column's heading.
+  std::string label;
+
+  /// How the server would have it displayed, such as "phone"; absent where it doesn't say.
+  std::optional<std::string> format;
+
+  /// Path of the field that the column shows, such as "Owner.Name".
+  std::string field;
 
   static constexpr std::string_view recordName = "ObjectLayoutFieldMetadata";
   static constexpr auto fields() {

@@ -9,10 +9,18 @@
 
 namespace vellora {
 
-/// The search layout of one object type: the columns that its search results show.
-/// From "/services/data/v50.0/search/layout", which answers with a list of these.
+/// The search layout of one object type: the columns that its search results show. The body of
+/// "/services/data/v50.0/search/layout?q=Account,Contact" is a list of these.
+///
+///     {"objectType": "Account", "searchColumns": [
+///       {"name": "Name", "label": "Account Name", "field": "Name"}]}
+///
+/// It is cached in the blob "OPS_Layout_Account", inside an `ObjectLayoutInfoCacheEntry`.
 struct VELLORA_EXPORT ObjectLayoutInfo {
-  std::string objectType;  ///< API name of the object type; its cached copy is keyed by it
+  /// API name of the object type; its cached copy is keyed by it.
+  std::string objectType;
+
+  /// From left to right; may be empty.
   std::vector<ObjectLayoutFieldMetadata> searchColumns;
 
   static constexpr std::string_view recordName = "ObjectLayoutInfo";

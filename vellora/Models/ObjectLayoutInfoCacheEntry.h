@@ -7,10 +7,16 @@
 
 namespace vellora {
 
-/// What the cache blob of one search layout holds.
+/// What the cache blob of one search layout holds, "OPS_Layout_Account" for that of Account.
+///
+///     {"objectLayoutInfo": {"objectType": "Account", …}, "downloadedTime": 721692800}
 struct VELLORA_EXPORT ObjectLayoutInfoCacheEntry {
+  /// As it was downloaded.
   ObjectLayoutInfo objectLayoutInfo;
-  Date downloadedTime;  ///< in JSON a number of seconds since 2001-01-01 00:00:00 UTC
+
+  /// When it was downloaded: what the cache time-out counts from. In JSON a number of seconds since
+  /// 2001-01-01 00:00:00 UTC.
+  Date downloadedTime;
 
   static constexpr std::string_view recordName = "ObjectLayoutInfoCacheEntry";
   static constexpr auto fields() {

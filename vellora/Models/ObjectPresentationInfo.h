@@ -11,8 +11,17 @@
 
 namespace vellora {
 
-/// What the presentation lookups answer for one record or one object type.
+/// What the presentation lookups answer for one record or one object type. It is made of describe entries and
+/// theme entries; neither is it sent by the server nor cached. Its JSON form is for those who pass it on:
+///
+///     {"typePresentationInfo": {"apiName": "Account", "color": "2F6FDE", …}}
+///
+/// A list view of accounts has both parts, if Account has a theme entry: its type is ListView, its instance
+/// Account.
+///
+/// Ownership: a plain value.
 struct VELLORA_EXPORT ObjectPresentationInfo {
+  /// One that describes nothing: to be decoded into, or assigned to.
   ObjectPresentationInfo() = default;
 
   /// The type is described with or without a theme entry: it is what was asked for. The instance is described
@@ -22,9 +31,11 @@ struct VELLORA_EXPORT ObjectPresentationInfo {
                          std::string_view theme, const std::optional<ThemeItem>& instanceTheme,
                          const std::optional<SObject>& instanceSObject);
 
-  PresentationInfo typePresentationInfo;  ///< of the type that the key stands for
-  std::optional<PresentationInfo>
-      instancePresentationInfo;  ///< of a more specific type that one record stands for
+  /// Of the type that the record is of, or that was asked for by name.
+  PresentationInfo typePresentationInfo;
+
+  /// Of the type that a list view lists; absent for any other record, and for a lookup by name.
+  std::optional<PresentationInfo> instancePresentationInfo;
 
   static constexpr std::string_view recordName = "ObjectPresentationInfo";
   static constexpr auto fields() {

@@ -9,14 +9,18 @@
 
 namespace vellora {
 
-/// Which field names the records of an object type: the answer of a query to "/services/data/v53.0/query" for
-/// rows of the field catalogue, each a field and the object type that it belongs to.
+/// Which field names the records of an object type: the answer of "/services/data/v53.0/query" to a query for
+/// rows of the field catalogue, each a field and the object type that it belongs to. The query asks for name
+/// fields alone, for one or more types. It is not cached.
+///
+///     {"records": [{"EntityDefinition": {"QualifiedApiName": "User"}, "QualifiedApiName": "Name"}]}
 struct VELLORA_EXPORT ObjectQualifiedApiNameInfo {
-  /// One row of the answer.
+  /// One row of the answer; other members of it are not read.
   struct Record {
     /// The object type of a row.
     struct EntityDefinition {
-      std::string entityTypeName;  ///< API name of the object type
+      /// API name of the object type, such as "User".
+      std::string entityTypeName;
 
       static constexpr std::string_view recordName = "EntityDefinition";
       static constexpr auto fields() {
@@ -27,8 +31,11 @@ struct VELLORA_EXPORT ObjectQualifiedApiNameInfo {
       friend bool operator==(const EntityDefinition&, const EntityDefinition&) = default;
     };
 
+    /// What the field belongs to.
     EntityDefinition entityType;
-    std::string qualifiedApiName;  ///< API name of the field
+
+    /// API name of the field, such as "Name".
+    std::string qualifiedApiName;
 
     static constexpr std::string_view recordName = "Record";
     static constexpr auto fields() {
@@ -42,7 +49,9 @@ struct VELLORA_EXPORT ObjectQualifiedApiNameInfo {
   /// Name field by object type, gathered from the rows while they are read; of several rows for one type the
   /// last counts. Has no JSON form of its own.
   std::map<std::string, std::string> entityApiNames;
-  std::vector<Record> records;  ///< in the order of the answer
+
+  /// In the order of the answer.
+  std::vector<Record> records;
 
   static constexpr std::string_view recordName = "ObjectQualifiedApiNameInfo";
   static constexpr auto fields() {
@@ -50,7 +59,10 @@ struct VELLORA_EXPORT ObjectQualifiedApiNameInfo {
                       json::field("records", &ObjectQualifiedApiNameInfo::records));
   }
 
+  /// Reads the rows, and gathers `entityApiNames` from them.
   [[nodiscard]] static bool decodeJson(const json::Reader& reader, ObjectQualifiedApiNameInfo& out);
+
+  /// Writes the rows alone.
   [[nodiscard]] bool encodeJson(json::Writer& writer) const;
 
   friend bool operator==(const ObjectQualifiedApiNameInfo&, const ObjectQualifiedApiNameInfo&) = default;

@@ -12,7 +12,11 @@
 namespace vellora {
 
 /// How an object type is to be shown: its labels, its colour and icons in one theme, and whether records of
-/// it can be created.
+/// it can be created. It is made of an `SObject` and a `ThemeItem`; neither is it sent by the server nor
+/// cached.
+///
+///     const PresentationInfo info(themeItem, sObject, "light");
+///     tile.setTitle(info.label.value_or(info.apiName()));
 ///
 /// Which type it describes is settled when it is made: `apiName` can be read, and changes only with the whole
 /// value when another one is assigned. The rest is for the host to adapt.
@@ -28,13 +32,26 @@ class VELLORA_EXPORT PresentationInfo {
   /// API name of the object type.
   [[nodiscard]] const std::string& apiName() const noexcept { return apiName_; }
 
-  std::optional<std::string> color;         ///< as the theme gives it
-  std::optional<std::string> svgIconUrl;    ///< address of the vector icon
-  std::optional<std::string> smallIconUrl;  ///< address of the small icon, raster or vector
-  std::optional<std::string> largeIconUrl;  ///< address of the large icon, raster or vector
-  std::optional<std::string> label;         ///< singular, for display
-  std::optional<std::string> labelPlural;   ///< plural, for display
-  bool createable = false;                  ///< whether the user may create records of the type
+  /// As the theme entry gives it, such as "2F6FDE".
+  std::optional<std::string> color;
+
+  /// Address of the vector icon, chosen as `ThemeItem::svgIconUrl` says.
+  std::optional<std::string> svgIconUrl;
+
+  /// Address of the small icon, raster or vector, chosen as `ThemeItem::smallIconUrl` says.
+  std::optional<std::string> smallIconUrl;
+
+  /// Address of the large icon, raster or vector, chosen as `ThemeItem::largeIconUrl` says.
+  std::optional<std::string> largeIconUrl;
+
+  /// What users call one record of the type.
+  std::optional<std::string> label;
+
+  /// What users call several records of the type.
+  std::optional<std::string> labelPlural;
+
+  /// Whether the user may create records of the type.
+  bool createable = false;
 
   static constexpr std::string_view recordName = "PresentationInfo";
   static constexpr auto fields() {

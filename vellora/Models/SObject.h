@@ -10,13 +10,31 @@
 
 namespace vellora {
 
-/// The describe entry of one object type, as the server sends it and as the cache keeps it.
+/// The describe entry of one object type, as the server sends it and as the cache keeps it. Of the server's
+/// some thirty members these five are read:
+///
+///     {"name": "Account", "keyPrefix": "001", "label": "Account", "labelPlural": "Accounts",
+///      "createable": true}
+///
+/// The server sends all types in one list, as `SObjectsResponse` says. That list is cached as one JSON array,
+/// the row `cacheEntryType=sObjects` of the table "OPS_SObjectsCacheTable"; a type that was looked up has a
+/// row `cacheEntryType=sObject`, `name=Account` of its own.
 struct VELLORA_EXPORT SObject {
-  std::string name;                      ///< API name; what lookups by name match
-  std::optional<std::string> keyPrefix;  ///< how the ids of its records begin; some types have none
-  std::string label;                     ///< for display, as is the next
+  /// API name, such as "Account"; what lookups by name match, letter case included.
+  std::string name;
+
+  /// The first three characters of its records' ids, such as "001". Some types have none: no id leads to
+  /// them.
+  std::optional<std::string> keyPrefix;
+
+  /// What users call one record of the type.
+  std::string label;
+
+  /// The same for several records.
   std::string labelPlural;
-  bool createable = false;  ///< whether the user may create records
+
+  /// Whether the user may create records.
+  bool createable = false;
 
   static constexpr std::string_view recordName = "SObject";
   static constexpr auto fields() {

@@ -9,10 +9,15 @@
 
 namespace vellora {
 
-/// The body of "/services/data/v50.0/sobjects": every object type that the user may see, in the server's
-/// order.
+/// The body of "/services/data/v50.0/sobjects": every object type that the user may see.
+///
+///     {"sobjects": [{"name": "Account", "keyPrefix": "001", …}]}
+///
+/// One entry that cannot be read makes the whole body invalid. What is cached is the list, without this
+/// wrapping.
 struct VELLORA_EXPORT SObjectsResponse {
-  std::vector<SObject> sObjects;  ///< lower-case "sobjects" in JSON
+  /// In the server's order; lower-case "sobjects" in JSON.
+  std::vector<SObject> sObjects;
 
   static constexpr std::string_view recordName = "SObjectsResponse";
   static constexpr auto fields() {

@@ -14,6 +14,12 @@ namespace vellora {
 
 /// The theme entry of one object type: its colours and icons, each for one theme, and the choice among them.
 ///
+///     {"name": "Account", "colors": [{"color": "2F6FDE", …}], "icons": [{"contentType": "image/png", …}]}
+///
+/// The server sends the entries of all types in one list, as `ThemeResponse` says. That list is cached as one
+/// JSON array, the row `cacheEntryType=themes` of the table "OPS_ThemesCacheTable"; an entry that was looked
+/// up has a row `cacheEntryType=theme`, `name=Account` of its own.
+///
 /// Names of themes are compared as they stand, letter case included. When several candidates are equally
 /// good, the one that the server lists first is chosen. What is chosen differs on purpose: a colour, a small
 /// or a large icon of another theme is better than none on a screen, a vector icon of another theme is not.
@@ -22,8 +28,13 @@ struct VELLORA_EXPORT ThemeItem {
     static constexpr std::string_view svgType = "image/svg+xml";  ///< content type of a vector icon
   };
 
-  std::string name;                              ///< API name of the object type
-  std::optional<std::vector<ColorInfo>> colors;  ///< absent is not the same as empty
+  /// API name of the object type.
+  std::string name;
+
+  /// In the server's order. An absent list and an empty one are told apart, and written as they were read.
+  std::optional<std::vector<ColorInfo>> colors;
+
+  /// In the server's order.
   std::vector<IconInfo> icons;
 
   /// The colour for `theme`; when the theme has none, the first colour of any.

@@ -9,7 +9,13 @@
 namespace vellora {
 
 /// The body of "/services/data/v50.0/theme": a theme entry for each object type that has one.
+///
+///     {"themeItems": [{"name": "Account", "colors": […], "icons": […]}]}
+///
+/// One entry that cannot be read makes the whole body invalid. What is cached is the list, without this
+/// wrapping.
 struct VELLORA_EXPORT ThemeResponse {
+  /// In the server's order.
   std::vector<ThemeItem> themeItems;
 
   static constexpr std::string_view recordName = "ThemeResponse";

@@ -139,13 +139,13 @@ TEST(CompactLayoutFieldTest, ComparesContentsOfEveryMemberAndOfTheParts) {
   EXPECT_TRUE(differsBy([](Content& content) { content.layoutFields->front() = make(complete()); }));
 }
 
-TEST(CompactLayoutFieldTest, APlaceWithoutAFieldEqualsOnlyItsLike) {
+TEST(CompactLayoutFieldTest, ANullPointerInAListEqualsOnlyANullPointer) {
   EXPECT_TRUE(haveEqualContents({nullptr}, {nullptr}));
   EXPECT_FALSE(haveEqualContents({nullptr}, {make(plain())}));
   EXPECT_FALSE(haveEqualContents({make(plain())}, {nullptr}));
 }
 
-TEST(CompactLayoutFieldTest, APlaceWithoutAFieldHasNoJsonForm) {
+TEST(CompactLayoutFieldTest, ANullPointerHasNoJsonForm) {
   const auto encoded = json::encode(std::shared_ptr<CompactLayoutField>());
   ASSERT_FALSE(encoded);
   EXPECT_EQ(encoded.error().as<EncodingError>()->kind(), EncodingError::Kind::noValue);

@@ -7,7 +7,8 @@
 #include "vellora/Models/SObjectsResponse.h"
 #include "vellora/Models/ThemeResponse.h"
 
-// Ceilings on how often memory is taken. A text of up to 15 bytes needs none of its own.
+// The most allocations that decoding and encoding may make. A text of up to 15 bytes needs none: it is stored
+// inside its `std::string`.
 
 namespace vellora {
 namespace {
@@ -40,7 +41,7 @@ Data themeList() {
       "}");
 }
 
-/// The parser's memory is kept from one text to the next on a thread, so the second reading is the measure.
+/// Counts the second of two readings, because a thread keeps its parser's memory from the first one.
 template <class T>
 std::size_t allocationsOfReading(const Data& text) {
   EXPECT_TRUE(json::decode<T>(text));
@@ -66,7 +67,7 @@ TEST(DecodingAllocationsTest, AThemeListTakesMemoryForItsLists) {
 
 TEST(DecodingAllocationsTest, AListThatIsReadOnceLeavesNoParserBehind) {
   const Data text = objectList("Account");
-  EXPECT_TRUE(json::decodeOnce<SObjectsResponse>(text));  // a process's first text leaves constants
+  EXPECT_TRUE(json::decodeOnce<SObjectsResponse>(text));  // the first text makes things that are never freed
   const auto before = tests::LiveMemory::now().bytes;
   EXPECT_TRUE(json::decodeOnce<SObjectsResponse>(text));
   EXPECT_EQ(tests::LiveMemory::now().bytes, before);
@@ -80,7 +81,7 @@ TEST(DecodingAllocationsTest, WritingTakesMemoryForTheWriterItsGrowingTextAndIts
   const auto types = json::decode<SObjectsResponse>(objectList("Account")).value().sObjects;
   const AllocationCounter counter;
   const auto text = json::encode(types);
-  // A text that grows by half each time, from 256 bytes to 17,000.
+  // The writer's text grows by half each time, from 256 bytes to 17,000.
   EXPECT_LE(counter.allocations(), 5U + 12U);
   ASSERT_TRUE(text);
 }

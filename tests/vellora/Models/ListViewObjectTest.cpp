@@ -14,7 +14,7 @@ TEST(ListViewObjectTest, ReadsItsUpperCaseKeysAndNoOther) {
   EXPECT_EQ(decoded.value(), (ListViewObject{"00B1", "Account"}));
 }
 
-TEST(ListViewObjectTest, MayListNoType) {
+TEST(ListViewObjectTest, MayLackItsObjectType) {
   const auto missing = json::decode<ListViewObject>(Data(R"({"Id":"x"})"));
   const auto null = json::decode<ListViewObject>(Data(R"({"Id":"x","SobjectType":null})"));
   ASSERT_TRUE(missing && null);
@@ -22,7 +22,7 @@ TEST(ListViewObjectTest, MayListNoType) {
   EXPECT_EQ(null.value(), (ListViewObject{"x", std::nullopt}));
 }
 
-TEST(ListViewObjectTest, NeedsItsIdLetterForLetter) {
+TEST(ListViewObjectTest, NeedsItsIdUnderAKeyOfThatLetterCase) {
   EXPECT_EQ(tests::failureOf<ListViewObject>(R"({"id":"x","SobjectType":"Account"})"),
             "missing key \"Id\" at $");
   EXPECT_EQ(tests::failureOf<ListViewObject>(R"({"Id":1})"), "expected a string at $.Id");
@@ -30,7 +30,7 @@ TEST(ListViewObjectTest, NeedsItsIdLetterForLetter) {
             "expected a string at $.SobjectType");
 }
 
-TEST(ListViewObjectTest, WritesItsKeysInTheirOrderAndNoAbsentOne) {
+TEST(ListViewObjectTest, WritesItsKeysInTheirOrderAndLeavesAbsentOnesOut) {
   const auto whole = json::encode(ListViewObject{"00B1", "Account"});
   const auto without = json::encode(ListViewObject{"00B1", std::nullopt});
   ASSERT_TRUE(whole && without);
@@ -38,7 +38,7 @@ TEST(ListViewObjectTest, WritesItsKeysInTheirOrderAndNoAbsentOne) {
   EXPECT_EQ(without.value().view(), R"({"Id":"00B1"})");
 }
 
-TEST(ListViewObjectTest, TellsItsKeys) {
+TEST(ListViewObjectTest, NamesItsJsonKeys) {
   EXPECT_EQ(ListViewObject::CodingKeys::id, "Id");
   EXPECT_EQ(ListViewObject::CodingKeys::objectType, "SobjectType");
 }

@@ -123,7 +123,7 @@ TEST(ObjectCompactLayoutInfoTest, OfTheTypesThatAFieldPointsToTheFirstIsKept) {
   EXPECT_EQ(targetOf(R"(["Team","User"])"), "Team");
 }
 
-TEST(ObjectCompactLayoutInfoTest, AFieldTakesWhatTheServerSaysOfIt) {
+TEST(ObjectCompactLayoutInfoTest, AFieldHasTheMembersThatTheServerGivesIt) {
   const auto layout = decoded(
       R"({"objectType":"Account","fieldItems":[{"label":"Owner","layoutComponents":[{"value":"OwnerId","details":{)"
       R"("relationshipName":"Owner","referenceTo":["User"],"type":"reference","label":"Owner ID",)"
@@ -163,7 +163,7 @@ TEST(ObjectCompactLayoutInfoTest, FallsBackToTheServersFormWhateverIsWrongWithTh
   }
 }
 
-TEST(ObjectCompactLayoutInfoTest, WithoutEitherFormTheServersIsTheOneThatIsMissed) {
+TEST(ObjectCompactLayoutInfoTest, WithoutEitherFormTheErrorNamesTheServersForm) {
   EXPECT_EQ(tests::failureOf<ObjectCompactLayoutInfo>(R"({"objectType":"Account"})"),
             R"(missing key "fieldItems" at $)");
   EXPECT_EQ(tests::failureOf<ObjectCompactLayoutInfo>(R"({"objectType":"Account","layoutFields":[{}]})"),
@@ -213,7 +213,7 @@ TEST(ObjectCompactLayoutInfoTest, ItsTextualFormNamesTheFieldsInTheirOrder) {
   EXPECT_EQ(describe(layoutOf({})), R"(ObjectCompactLayoutInfo(layoutFields: [], objectType: "Account"))");
 }
 
-TEST(ObjectCompactLayoutInfoTest, ALookupsAnswerIsWrittenAsOneDocument) {
+TEST(ObjectCompactLayoutInfoTest, TheAnswerOfALookupIsWrittenAsOneDocument) {
   using Answer = std::optional<std::map<std::string, ObjectCompactLayoutInfo>>;
   EXPECT_EQ(json::encode(Answer({{"Account", layoutOf({text("Name", "Line")})}})).value().view(),
             R"({"Account":)" + accountOfTheCache + "}");
@@ -221,7 +221,7 @@ TEST(ObjectCompactLayoutInfoTest, ALookupsAnswerIsWrittenAsOneDocument) {
   EXPECT_EQ(json::encode(Answer()).value().view(), "null");
 }
 
-/// A layout with one field within another, `depth` of them.
+/// A layout with `depth` fields, each the only part of the one before.
 std::string nested(int depth) {
   std::string text = R"({"value":"F",)" + details("f") + "}";
   for (int level = 1; level < depth; ++level)

@@ -53,7 +53,7 @@ TEST(PresentationInfoTest, HasNoColorAndNoIconsWithoutAThemeEntry) {
   EXPECT_EQ(encoded(info), R"({"apiName":"Account","label":"Firm","labelPlural":"Firms","createable":true})");
 }
 
-TEST(PresentationInfoTest, SettlesItsNameWhenItIsMadeAndStaysAValue) {
+TEST(PresentationInfoTest, GetsItsNameWhenItIsMadeAndCanStillBeAssigned) {
   static_assert(std::is_same_v<decltype(std::declval<PresentationInfo&>().apiName()), const std::string&>);
   static_assert(std::is_copy_assignable_v<PresentationInfo>);
   PresentationInfo info(std::nullopt, account, "light");

@@ -10,7 +10,8 @@
 #include "vellora/Models/SObjectsResponse.h"
 #include "vellora/Models/ThemeResponse.h"
 
-// Tests compare whole records, so an equality that forgets a field would make them blind for it.
+// Other tests compare whole records. If an equality forgot a field, none of them would notice a wrong value
+// in it.
 
 namespace vellora {
 namespace {

@@ -59,7 +59,7 @@ TEST(SObjectTest, ReportsTheFirstOfSeveralFailuresInTheOrderOfItsFields) {
             "expected a string at $.keyPrefix");
 }
 
-TEST(SObjectTest, WritesItsKeysInTheirOrderAndNoAbsentOne) {
+TEST(SObjectTest, WritesItsKeysInTheirOrderAndLeavesAbsentOnesOut) {
   const auto whole = json::encode(SObject{"Account", "001", "Account", "Accounts", true});
   const auto without = json::encode(SObject{"A", std::nullopt, "a", "as", false});
   ASSERT_TRUE(whole && without);

@@ -12,7 +12,7 @@
 namespace vellora {
 namespace {
 
-/// The rules of choice, said plainly: filter, sort stably, take the first.
+/// The same choices in the plainest way: filter, sort stably, take the first.
 namespace plain {
 
 std::optional<std::string> color(const ThemeItem& item, const std::string& theme) {
@@ -46,7 +46,7 @@ std::optional<std::string> firstOf(const ThemeItem& item, const std::string& the
 
 }  // namespace plain
 
-/// Entries over few values, so that ties, gaps and fallbacks are frequent.
+/// Makes entries out of few values, so that equal widths, missing themes and fallbacks are frequent.
 class RandomEntries {
  public:
   ThemeItem next() {

@@ -34,7 +34,7 @@ TEST(ThemeItemTest, HasNoColorWhenTheListIsEmptyOrAbsent) {
   EXPECT_EQ(withColors(std::nullopt).color("T1"), std::nullopt);
 }
 
-TEST(ThemeItemTest, TellsColorsOfOneThemeApartByTheirOrderAlone) {
+TEST(ThemeItemTest, OfSeveralColorsOfAThemeTheFirstIsChosen) {
   const auto item = withColors(Colors{{"A", "secondary", "T1"}, {"B", "primary", "T1"}});
   EXPECT_EQ(item.color("T1"), "A");
 }

@@ -10,19 +10,21 @@
 
 namespace vellora::json {
 
-/// A decoding failure on its way up. Every function that reports one returns false, so that a step which
-/// fails can end in `return failure.…`; a step that succeeds never touches this.
+/// A decoding failure that is handed up from the value where it happened to the whole document; each level
+/// adds its step of the path. Every function that reports one returns false, so that a step which fails can
+/// end in `return failure.typeMismatch("a string")`. A step that succeeds never touches this.
 class VELLORA_EXPORT DecodingFailure {
  public:
   /// The failure itself, at the place where it happened.
   bool missingKey(std::string_view key);
   bool typeMismatch(std::string_view expected);
 
-  /// Tells that the failure lies under member `key`, or under element `index`, of the value handing it up.
+  /// Adds a step to the path: the failure lies under member `key`, or under element `index`, of the value
+  /// that hands it up.
   bool under(std::string_view key);
   bool under(std::size_t index);
 
-  /// Forgets the failure of a mere attempt.
+  /// Forgets the failure: it was one of an attempt, after which another one follows.
   void clear();
 
   [[nodiscard]] DecodingError error() const;

@@ -6,7 +6,14 @@
 
 namespace vellora {
 
-/// Why a value has no JSON form.
+/// Why a value has no JSON form. It is the error of `json::encode`.
+///
+///     const auto text = json::encode(sObject);
+///     if (!text) log(text.error().localizedDescription());  // cannot write text that is not UTF-8 at $.name
+///
+/// The path is written as that of a `DecodingError`.
+///
+/// Ownership: a plain value.
 ///
 /// Threads: immutable, hence safe to read from several threads.
 class VELLORA_EXPORT EncodingError {
@@ -19,11 +26,14 @@ class VELLORA_EXPORT EncodingError {
     tooDeep,          ///< `values nested deeper than 512 at $.a.a`, also for an object that holds itself
   };
 
+  /// `path` leads to the value that has no JSON form, such as `$.name`.
   EncodingError(Kind kind, const std::string& path);
 
+  /// What is wrong with the value; for decisions. The description is for people.
   [[nodiscard]] Kind kind() const noexcept { return kind_; }
 
-  /// One line of bounded length: `cannot write text that is not UTF-8 at $.name`.
+  /// One line of bounded length that names kind and place, and quotes nothing but keys:
+  /// `cannot write text that is not UTF-8 at $.name`.
   [[nodiscard]] const std::string& localizedDescription() const noexcept { return description_; }
 
   friend bool operator==(const EncodingError&, const EncodingError&) = default;

@@ -20,11 +20,13 @@ struct Field {
   std::string_view name;
 };
 
+/// A field that is named as its key is.
 template <class Record, class Member>
 constexpr Field<Record, Member> field(std::string_view key, Member Record::*member) {
   return {key, member, key};
 }
 
+/// A field whose key is not its name: `field("Id", &ListViewObject::id, "id")`.
 template <class Record, class Member>
 constexpr Field<Record, Member> field(std::string_view key, Member Record::*member, std::string_view name) {
   return {key, member, name};
@@ -38,8 +40,8 @@ constexpr Field<Record, Member> field(std::string_view key, Member Record::*memb
 ///
 ///       static constexpr std::string_view recordName = "SObject";
 ///       static constexpr auto fields() {
-///         return std::tuple(json::field("name", &SObject::name), json::field("keyPrefix",
-///         &SObject::keyPrefix));
+///         return std::tuple(json::field("name", &SObject::name),
+///                           json::field("keyPrefix", &SObject::keyPrefix));
 ///       }
 ///     };
 ///
@@ -66,17 +68,25 @@ class Writer;
 /// Objects and arrays nested deeper than this are neither read nor written.
 inline constexpr std::size_t maximumDepth = 512;
 
-/// Reads a value of `T` from JSON text. Fails with a `DecodingError` that names kind and path.
+/// Reads a value of `T` from JSON text.
 ///
-/// Strict RFC 8259 over the whole document, nesting up to 512, a UTF-8 byte order mark is skipped. The first
-/// of duplicate keys wins, unknown keys are ignored, null for an optional is absent. A number is an integer
-/// when its value is one, however it is written: 16.0 and 1.6e1 are. A number beyond the range of a double,
-/// or written as an integer beyond 64 bits, makes the document invalid, in an ignored member too.
+///     const auto type = json::decode<SObject>(Data(std::string(R"({"name":"Account",…})")));
+///     if (type) show(type.value().label);
+///
+/// Strict RFC 8259 over the whole document, nesting up to 512, a UTF-8 byte order mark is skipped. Of
+/// duplicate keys the first wins, in records and in dictionaries; unknown keys are ignored; null for an
+/// optional is absent. A number is an integer when its value is one, however it is written: 16.0 and 1.6e1
+/// are. A number beyond the range of a double, or written as an integer beyond 64 bits, makes the document
+/// invalid, in an ignored member too.
 ///
 /// Defined in the source file of each record; the types that can be decoded are those.
 ///
+/// Ownership: the value is a copy; `text` need not outlive the call.
+///
 /// Threads: may be called from several threads at once. Each thread keeps the memory of one parser for its
 /// next call, unless a document was so large that keeping it would be a burden.
+///
+/// Errors: a `DecodingError` that names kind and path; `std::bad_alloc` when there is no memory.
 template <class T>
 VELLORA_EXPORT Result<T> decode(const Data& text);
 
@@ -93,9 +103,17 @@ Result<T> decodeOnce(const Data& text) {
 }
 
 /// Writes `value` as JSON text without blanks, in field order, absent optionals left out; an absent optional
-/// as the whole value, or inside a list or map, is null. Fails with an `EncodingError` for what JSON cannot
-/// hold: a number that is not finite, text that is not UTF-8, a null pointer, values nested deeper than
-/// `decode` accepts.
+/// as the whole value, or inside a list or map, is null. Dictionaries are written in the order of their keys,
+/// so equal values give equal bytes.
+///
+///     json::encode(SObject{"Account", "001"}).value().view();  // {"name":"Account","keyPrefix":"001"}
+///
+/// Defined in the source file of each record; the types that can be encoded are those.
+///
+/// Threads: may be called from several threads at once. `value` must not change meanwhile.
+///
+/// Errors: an `EncodingError` for what JSON cannot hold: a number that is not finite, text that is not UTF-8,
+/// a null pointer, values nested deeper than `decode` accepts. `std::bad_alloc` when there is no memory.
 template <class T>
 VELLORA_EXPORT Result<Data> encode(const T& value);
 

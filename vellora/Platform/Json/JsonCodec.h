@@ -25,6 +25,7 @@
 
 #include "vellora/Platform/Json/Json.h"
 #include "vellora/Platform/Json/JsonDocument.h"
+#include "vellora/Platform/Json/JsonDuplicateKeys.h"
 #include "vellora/Platform/Json/JsonReader.h"
 #include "vellora/Platform/Json/JsonWriter.h"
 #include "vellora/Platform/Values/Date.h"
@@ -48,8 +49,8 @@ inline constexpr bool isOptional = false;
 template <class T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 
-/// How values of `T` are read and written. Both directions return whether they succeeded, and leave the
-/// reason with the failure or the writer they were given.
+/// How values of `T` are read and written. `decode` and `encode` return whether they succeeded, and leave the
+/// reason with the `failure` or the `writer` that they were given.
 template <class T>
 struct Codec;
 
@@ -142,8 +143,8 @@ struct Codec<std::vector<T>> {
   }
 
  private:
-  // A list of ten million bare zeroes must not claim the memory of ten million records before the first one
-  // fails.
+  // A hostile list of ten million zeroes must not claim the memory of ten million records before its first
+  // element fails. So memory for 1 MiB of elements is reserved at most; longer lists grow as they are read.
   static constexpr std::size_t largestReserve = (std::size_t{1} << 20U) / sizeof(T) + 1;
 };
 
@@ -153,11 +154,14 @@ struct Codec<std::map<std::string, T>> {
     simdjson::dom::object members;
     if (value.get(members)) return failure.typeMismatch("an object");
     out.clear();
-    for (const auto [key, member] : members) {
-      const auto [entry, isFirst] = out.try_emplace(std::string(key));
-      if (isFirst && !Codec<T>::decode(member, entry->second, failure)) return failure.under(key);
-    }
-    return true;
+    const auto find = [&](std::string_view key, auto offer) {
+      const auto [entry, isFree] = out.try_emplace(std::string(key));
+      return offer(entry, isFree);
+    };
+    const auto decodeMember = [&](auto entry, std::string_view key, Element member) {
+      return Codec<T>::decode(member, entry->second, failure) || failure.under(key);
+    };
+    return forEachFirstMember(members, find, decodeMember);
   }
   static bool encode(const std::map<std::string, T>& values, Writer& writer) {
     if (!writer.beginObject()) return false;
@@ -206,37 +210,39 @@ struct Codec<T> {
  private:
   static constexpr std::size_t count = std::tuple_size_v<decltype(T::fields())>;
 
-  // The values of one object's members that belong to fields; where the document has none, nothing is found.
-  struct Found {
-    std::array<Element, count> values;
-    std::array<bool, count> isFound{};
-    std::size_t left = count;
+  struct Place {
+    Element value;
+    bool isTaken = false;
   };
+
+  // For each field, the place of the member that belongs to it; not taken where the object has none.
+  using Found = std::array<Place, count>;
 
   template <std::size_t... I>
   static bool decodeFields(Element value, T& out, DecodingFailure& failure, std::index_sequence<I...>) {
     simdjson::dom::object members;
     if (value.get(members)) return failure.typeMismatch("an object");
     Found found;
-    for (const auto [key, member] : members) {
-      static_cast<void>((take<I>(key, member, found) || ...));
-      if (found.left == 0) break;
-    }
+    const auto find = [&](std::string_view key, auto offer) {
+      bool goesOn = true;
+      static_cast<void>(((isKeyOf<I>(key) && (goesOn = offer(&found[I], !found[I].isTaken), true)) || ...));
+      return goesOn;
+    };
+    std::size_t left = count;
+    const auto take = [&left](Place* place, std::string_view, Element member) {
+      *place = {member, true};
+      return --left > 0;  // once each field has its first member, the rest of the object is skipped
+    };
+    static_cast<void>(forEachFirstMember(members, find, take));
     return (decodeField<I>(found, out, failure) && ...);
   }
 
-  // Whether `key` is that of field I. Of duplicate keys the first wins.
   template <std::size_t I>
-  static bool take(std::string_view key, Element member, Found& found) {
+  static bool isKeyOf(std::string_view key) {
     constexpr auto field = std::get<I>(T::fields());
     // A length that the compiler knows makes this a few loads; == on views would call memcmp.
     constexpr std::size_t length = field.key.size();
-    if (key.size() != length || std::memcmp(key.data(), field.key.data(), length) != 0) return false;
-    if (found.isFound[I]) return true;
-    found.values[I] = member;
-    found.isFound[I] = true;
-    --found.left;
-    return true;
+    return key.size() == length && std::memcmp(key.data(), field.key.data(), length) == 0;
   }
 
   template <std::size_t I>
@@ -244,8 +250,8 @@ struct Codec<T> {
     constexpr auto field = std::get<I>(T::fields());
     auto& member = out.*field.member;
     using Member = std::remove_reference_t<decltype(member)>;
-    if (found.isFound[I]) {
-      return Codec<Member>::decode(found.values[I], member, failure) || failure.under(field.key);
+    if (found[I].isTaken) {
+      return Codec<Member>::decode(found[I].value, member, failure) || failure.under(field.key);
     }
     if constexpr (isOptional<Member>) {
       member.reset();
@@ -265,8 +271,9 @@ template <class T>
 bool Reader::member(std::string_view key, T& out) const {
   simdjson::dom::object members;
   if (value_.get(members)) return failure_->typeMismatch("an object");
-  Element found;
-  if (!members[key].get(found)) return Codec<T>::decode(found, out, *failure_) || failure_->under(key);
+  if (const auto found = firstMember(members, key)) {
+    return Codec<T>::decode(*found, out, *failure_) || failure_->under(key);
+  }
   if constexpr (isOptional<T>) {
     out.reset();
     return true;
@@ -291,11 +298,14 @@ bool Reader::forEachMember(Visit visit) const {
   simdjson::dom::object members;
   if (value_.get(members)) return failure_->typeMismatch("an object");
   std::set<std::string_view> visited;
-  for (const auto [key, member] : members) {
-    if (!visited.insert(key).second) continue;
-    if (!visit(key, Reader(member, *failure_))) return failure_->under(key);
-  }
-  return true;
+  const auto find = [&](std::string_view key, auto offer) {
+    const auto [entry, isFree] = visited.insert(key);
+    return offer(entry, isFree);
+  };
+  const auto visitMember = [&](auto, std::string_view key, Element member) {
+    return visit(key, Reader(member, *failure_)) || failure_->under(key);
+  };
+  return forEachFirstMember(members, find, visitMember);
 }
 
 template <class T>

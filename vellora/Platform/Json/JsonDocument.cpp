@@ -26,12 +26,12 @@ std::unique_ptr<simdjson::dom::parser>& keptParser() {
   return parser;
 }
 
-/// simdjson makes its parsers with an object that is destroyed while the process ends, when threads of the
-/// library may still be reading. From there on none is made any more.
+/// Guards what simdjson makes its parsers with. That object is destroyed while the process ends, when threads
+/// of the library may still be reading; from then on `allocate` refuses.
 class ParserMaking {
  public:
   [[nodiscard]] static ParserMaking& instance() {
-    // Never destroyed itself, and made after simdjson's object, so that `end` runs before that is destroyed.
+    // Never destroyed itself. simdjson's object is made first, so that `end` runs before that is destroyed.
     static auto* const made = [] {
       static_cast<void>(simdjson::get_active_implementation()->name());
       std::atexit([] { instance().end(); });
@@ -40,7 +40,7 @@ class ParserMaking {
     return *made;
   }
 
-  /// Gives `parser` memory for texts of that size.
+  /// Gives `parser` memory for texts of `size` bytes, nested up to `depth`.
   simdjson::error_code allocate(simdjson::dom::parser& parser, std::size_t size, std::size_t depth) {
     const std::shared_lock lock(mutex_);
     return ended_ ? simdjson::UNINITIALIZED : parser.allocate(size, depth);
@@ -60,7 +60,8 @@ class ParserMaking {
 
 simdjson::error_code parseWith(simdjson::dom::parser& parser, std::size_t depth, std::string_view text,
                                simdjson::dom::element& root) {
-  // By itself a parser makes its new memory before it gives back what has become too small.
+  // A parser takes its new memory before it gives back what has become too small. Putting a fresh one in its
+  // place gives that back first.
   if (parser.capacity() < text.size()) parser = simdjson::dom::parser();
   if (parser.capacity() < text.size() || parser.max_depth() != depth) {
     const std::size_t size = std::max(parser.capacity(), text.size());

@@ -16,7 +16,9 @@ namespace vellora::json {
 /// Ownership: takes the parser that its thread keeps and gives it back at its end, so that the parser's
 /// memory is allocated once per thread. A second document on the same thread meanwhile has a parser of its
 /// own. A parser that has grown for a text of more than 4 MiB is not kept: it holds up to 14 bytes per byte
-/// of text. Threads: belongs to the thread that made it.
+/// of text.
+///
+/// Threads: belongs to the thread that made it.
 class VELLORA_EXPORT Document {
  public:
   Document();
@@ -25,8 +27,8 @@ class VELLORA_EXPORT Document {
   Document(const Document&) = delete;
   Document& operator=(const Document&) = delete;
 
-  /// Parses and validates the whole text, in place: it needs the padding that `Data` has. Gives the failure
-  /// if any.
+  /// Parses and validates the whole text, in place: it needs the padding that `Data` has. Returns the
+  /// failure; no value means success.
   [[nodiscard]] std::optional<DecodingError> parse(const Data& text);
 
   /// The top-level value; valid after a successful `parse`, as long as this document lives.

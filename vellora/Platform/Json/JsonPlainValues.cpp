@@ -1,6 +1,7 @@
 #include "vellora/Platform/Json/JsonCodec.h"
 
-// The plain values that are whole JSON documents by themselves, in cached rows.
+// Instantiates `decode` and `encode` for the plain values that are whole JSON documents by themselves: cached
+// rows hold a name, a name or null, or names by key prefix.
 
 namespace vellora {
 

@@ -33,7 +33,7 @@ class Reader {
   [[nodiscard]] bool tryMember(std::string_view key, T& out) const;
 
   /// Calls `visit(key, reader)` for each member of the object, in document order, until it returns false. Of
-  /// duplicate keys only the first is visited.
+  /// duplicate keys only the first is visited (JsonDuplicateKeys.h).
   template <class Visit>
   [[nodiscard]] bool forEachMember(Visit visit) const;
 

@@ -15,7 +15,7 @@ namespace {
 using boost::json::error_code;
 using boost::json::string_view;
 
-// Lets every event pass, but for the numbers that are grammatical and yet beyond what is read.
+// Accepts every event of the parser except numbers that are grammatical and yet beyond what is read.
 struct NumberRangeCheck {
   static constexpr std::size_t max_object_size = std::numeric_limits<std::size_t>::max();
   static constexpr std::size_t max_array_size = max_object_size;

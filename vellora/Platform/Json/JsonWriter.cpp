@@ -27,8 +27,7 @@ class Memory {
 
   static void* Realloc(void* old, std::size_t oldSize, std::size_t newSize) {
     void* const memory = Malloc(newSize);
-    const std::size_t kept = std::min(oldSize, newSize);
-    if (kept > 0) std::memcpy(memory, old, kept);
+    if (old != nullptr) std::memcpy(memory, old, std::min(oldSize, newSize));
     Free(old);
     return memory;
   }
@@ -54,9 +53,9 @@ constexpr std::uint64_t inEachByte(unsigned char byte) {
   return 0x0101010101010101U * byte;
 }
 
-// Whether one of eight characters is not ASCII, a control character, a quotation mark or a backslash. What is
-// subtracted sets the top bit of a byte that is too small, or borrows from the next one, which then only
-// errs towards true.
+// Whether one of eight characters is not ASCII, a control character, a quotation mark or a backslash. The
+// subtraction sets the top bit of a byte that is too small. It may borrow from the next byte and set that
+// one's bit as well, but only where the answer is true already.
 bool holdsOther(std::uint64_t eight) {
   const std::uint64_t quotes = eight ^ inEachByte('"');
   const std::uint64_t backslashes = eight ^ inEachByte('\\');
@@ -65,8 +64,8 @@ bool holdsOther(std::uint64_t eight) {
   return ((tooSmall | eight) & inEachByte(0x80)) != 0;
 }
 
-// Copies `text` to `out`, where at least eight bytes fit, and tells whether it is ASCII that JSON shows as it
-// is. Stops early when it isn't.
+// Copies `text` to `out`, where eight bytes fit even for a shorter text. Returns whether all of it is ASCII
+// that JSON shows unescaped; stops early when it isn't.
 bool copyPlain(std::string_view text, char* out) {
   constexpr std::size_t step = sizeof(std::uint64_t);
   const auto copyEight = [&](std::size_t at) {
@@ -87,8 +86,8 @@ bool copyPlain(std::string_view text, char* out) {
   return copyEight(text.size() - step);
 }
 
-// RapidJSON looks at byte after byte to check and escape a text. Nearly all texts need neither, and are
-// copied whole.
+// RapidJSON checks and escapes a text byte after byte. Nearly all texts need no escaping, so they are checked
+// eight bytes at a time and copied whole.
 class Sink final : public CheckingWriter {
  public:
   using CheckingWriter::CheckingWriter;

@@ -11,8 +11,8 @@
 
 namespace vellora::json {
 
-/// Writes one JSON text from front to back. Every step returns whether it succeeded; after a failure nothing
-/// more is written, and the writer knows what was wrong and where. An irregular record uses `member` alone.
+/// Writes one JSON text from front to back. Every step returns whether it succeeded. After a failure nothing
+/// more may be written; `error` says what was wrong and where. An irregular record uses `member` alone.
 class VELLORA_EXPORT Writer {
  public:
   Writer();
@@ -42,8 +42,8 @@ class VELLORA_EXPORT Writer {
   [[nodiscard]] bool beginArray();
   [[nodiscard]] bool endArray();
 
-  /// Records a failure here, and, while it is handed up, the member or the element that it lies under. All
-  /// return false.
+  /// `fail` records a failure; `under` adds, while the failure is handed up, the member or the element that
+  /// it lies under. All return false.
   bool fail(EncodingError::Kind kind);
   bool under(std::string_view key);
   bool under(std::size_t index);

@@ -12,7 +12,7 @@ struct DispatchGroup::State {
   struct Notification {
     std::shared_ptr<DispatchQueue> queue;
     std::shared_ptr<DispatchQueue::Work>
-        work;  // shared, so that a queue which cannot take it does not lose it
+        work;  // shared, so that it is still here when a queue cannot take it
   };
 
   std::mutex mutex;
@@ -38,7 +38,7 @@ void DispatchGroup::leave() const {
     try {
       queue->async([work = work] { (*work)(); });
     } catch (const std::bad_alloc&) {
-      (*work)();  // here, rather than not at all
+      (*work)();  // on this thread, since otherwise it would never run
     }
   }
 }
@@ -59,7 +59,7 @@ void DispatchGroup::async(const std::shared_ptr<DispatchQueue>& queue, DispatchQ
   try {
     queue->async([group = *this, work = std::move(work)]() mutable {
       work();
-      work = nullptr;  // its captures go before the group is left
+      work = nullptr;  // its captures are destroyed before the group is left
       group.leave();
     });
   } catch (const std::bad_alloc&) {

@@ -9,8 +9,16 @@ namespace vellora {
 
 /// A counter of outstanding tasks that tells when it drops to zero.
 ///
+///     DispatchGroup loads;
+///     loads.async(queue, loadTypes);
+///     loads.async(queue, loadThemes);
+///     loads.notify(queue, showBoth);  // runs once both have run
+///
 /// Ownership: copies are handles to one group; the group lives as long as a handle or a task in it.
+///
 /// Threads: safe to use from several threads at once.
+///
+/// Errors: `notify` and `async` throw `std::bad_alloc` when there is no memory; the group is then as before.
 class VELLORA_EXPORT DispatchGroup {
  public:
   DispatchGroup();
@@ -22,9 +30,9 @@ class VELLORA_EXPORT DispatchGroup {
   void leave() const;
 
   /// Submits `work` to `queue` once no task is outstanding: at once when none is, else when the last one
-  /// leaves. Never runs `work` inside the call. Several notifications fire in their order, each once. If a
-  /// task never leaves, its notifications never fire. When there is no memory for a submission, the work runs
-  /// on the thread that leaves: waiting for ever would be worse.
+  /// leaves. Never runs `work` inside the call. Several notifications fire in their order, each once. While a
+  /// task has not left, none fires. When there is no memory for a submission, the work runs on the thread
+  /// that leaves: otherwise it would never run.
   void notify(const std::shared_ptr<DispatchQueue>& queue, DispatchQueue::Work work) const;
 
   /// Enters, submits `work` to `queue`, and leaves when the work has run and its captures are destroyed.

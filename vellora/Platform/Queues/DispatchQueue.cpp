@@ -11,8 +11,8 @@ namespace vellora {
 
 namespace {
 
-// A pool that is larger than the machine, because a host's cache or completion may block its thread for a
-// while.
+// At least four threads, also on a smaller machine, because a host's cache or completion may block its thread
+// for a while.
 std::size_t threadCount() {
   return std::max(4U, std::thread::hardware_concurrency());
 }
@@ -29,8 +29,8 @@ class GlobalQueue final : public DispatchQueue {
 namespace detail {
 
 boost::asio::thread_pool& threadPool() {
-  // Never destroyed, so that work may still be submitted, and `exit` be called from a piece of work, while
-  // the process ends: joining the threads then would wait for oneself.
+  // Never destroyed. Work may still be submitted while the process ends; and when a piece of work calls
+  // `exit`, a destructor that joins the pool's threads would wait for its own thread.
   static auto* const pool =
       new boost::asio::thread_pool(threadCount());  // NOLINT(cppcoreguidelines-owning-memory)
   return *pool;
@@ -39,7 +39,7 @@ boost::asio::thread_pool& threadPool() {
 }  // namespace detail
 
 const std::shared_ptr<DispatchQueue>& DispatchQueue::global(DispatchQoS) {
-  // Never destroyed either: what still runs while the process ends may ask for it.
+  // Never destroyed either, because work that runs while the process ends may ask for the queue.
   static const auto* const queue =
       new std::shared_ptr<DispatchQueue>(std::make_shared<GlobalQueue>());  // NOLINT: see above
   return *queue;

@@ -11,7 +11,8 @@ namespace vellora::detail {
 /// The process's one pool, on which all queues of the library run. Internal: not for installed headers.
 [[nodiscard]] boost::asio::thread_pool& threadPool();
 
-/// `work`, of which a failure to get memory is the end, but not that of the pool's thread and of the process.
+/// `work` that ends quietly when it runs out of memory: a `std::bad_alloc` must not end the pool's thread,
+/// and with it the process.
 [[nodiscard]] inline auto guarded(DispatchQueue::Work work) {
   return [work = std::move(work)] {
     try {

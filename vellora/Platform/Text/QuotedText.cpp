@@ -41,7 +41,8 @@ std::string escaped(const Utf8Character& character, std::string_view bytes) {
   return std::string(bytes);
 }
 
-// How many bytes at the front of `text` stand for themselves: nearly all of any text.
+// How many bytes at the front of `text` need no escaping. That is nearly all of most texts, so they are
+// copied at once.
 std::size_t plainLength(std::string_view text) {
   const auto special = std::find_if(text.begin(), text.end(),
                                     [](char c) { return c < ' ' || c > '~' || c == '"' || c == '\\'; });

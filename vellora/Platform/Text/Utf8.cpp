@@ -10,7 +10,7 @@ constexpr bool isContinuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-// How many bytes a character that begins with `lead` has; 0 when none begins so.
+// How many bytes a character that begins with `lead` has; 0 when no character begins with it.
 std::size_t lengthFromLead(unsigned char lead) {
   if (lead < 0x80) return 1;
   if (lead >= 0xC2 && lead <= 0xDF) return 2;

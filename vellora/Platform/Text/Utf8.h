@@ -9,14 +9,17 @@ namespace vellora {
 
 /// One character of a text in UTF-8.
 struct Utf8Character {
+  /// Stands for a byte that belongs to no character.
   static constexpr char32_t replacement = 0xFFFD;
 
   char32_t codePoint;
   std::size_t length;  ///< in bytes
 };
 
-/// The first character of `text`, which must not be empty. A byte that begins none counts as a U+FFFD of its
-/// own, so that any bytes can be gone through.
+/// The first character of `text`, which must not be empty. A byte that begins no character counts as one of
+/// its own, U+FFFD, so that a loop over characters gets through any bytes:
+///
+///     for (; !text.empty(); text.remove_prefix(firstCharacter(text).length)) ++count;
 [[nodiscard]] VELLORA_EXPORT Utf8Character firstCharacter(std::string_view text);
 
 }  // namespace vellora

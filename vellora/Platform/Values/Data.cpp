@@ -1,5 +1,6 @@
 #include "vellora/Platform/Values/Data.h"
 
+#include <array>
 #include <utility>
 
 namespace vellora {
@@ -7,7 +8,7 @@ namespace vellora {
 namespace {
 
 // Static, so that an empty Data has readable padding behind it like any other.
-constexpr char noBytes[Data::padding] = {};
+constexpr std::array<char, Data::padding> noBytes = {};
 
 std::shared_ptr<const std::string> padded(std::string bytes) {
   if (bytes.empty()) return nullptr;
@@ -30,7 +31,7 @@ Data::Data(const void* bytes, std::size_t size) {
 }
 
 std::string_view Data::view() const noexcept {
-  return bytes_ ? std::string_view(*bytes_) : std::string_view(noBytes, 0);
+  return bytes_ ? std::string_view(*bytes_) : std::string_view(noBytes.data(), 0);
 }
 
 }  // namespace vellora

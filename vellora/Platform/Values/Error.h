@@ -12,16 +12,23 @@
 
 namespace vellora {
 
-/// What a type needs to travel as an `Error`: it tells a person what went wrong. Copying is asked last: a
-/// `Result` can be made of an `Error`, and whether it is copyable would otherwise depend on itself.
+/// What a type needs to travel as an `Error`: it tells a person what went wrong, and can be copied.
+///
+///     struct FolderNetworkError {
+///       std::string path;
+///       std::string localizedDescription() const { return "There is no answer for " + path + "."; }
+///     };
+///
+/// Copying is asked last: a `Result` can be made of an `Error`, and whether it is copyable would otherwise
+/// depend on itself.
 template <class E>
 concept ErrorValue = requires(const E& error) {
   { error.localizedDescription() } -> std::convertible_to<std::string>;
 }
 &&std::copy_constructible<E>;
 
-/// An error value whose textual form differs from its localized description, such as an enumeration's
-/// `other(…)`.
+/// An error value whose textual form differs from its localized description. An enumeration is one: its
+/// textual form is the case, `noData`, its localized description a sentence.
 template <class E>
 concept DescribedErrorValue = ErrorValue<E> && requires(const E& error) {
   { error.description() } -> std::convertible_to<std::string>;
@@ -29,23 +36,38 @@ concept DescribedErrorValue = ErrorValue<E> && requires(const E& error) {
 
 /// Any error, as a value: a handle to an immutable error of some concrete type.
 ///
+/// An error of your own becomes one where one is wanted, so that a host can pass it on as it is:
+///
+///     completion(std::nullopt, FolderNetworkError{url}, std::nullopt);
+///
+/// Whoever gets one asks for the types that it knows, and shows the text of all others:
+///
+///     if (const auto* decoding = error.as<DecodingError>()) return decoding->kind();
+///     log(error.localizedDescription());
+///
 /// Ownership: copies share the error; copying is cheap.
-/// Threads: immutable, hence safe to read from several threads.
+///
+/// Threads: immutable, hence safe to read from several threads. The concrete type must be as safe.
+///
+/// Errors: making one takes memory, and throws `std::bad_alloc` when there is none; copying does not.
 class VELLORA_EXPORT Error {
  public:
+  /// Holds `error`. Converts on purpose: a function that returns an `Error` may return any error value.
   // The first condition stands first: whether an `Error` can be copied must not depend on the answer itself.
   template <class E>
   requires(!std::same_as<std::remove_cvref_t<E>, Error>) && ErrorValue<E> Error(E error)
       : holder_(std::make_shared<const Holder<E>>(std::move(error))) {}  // NOLINT: converts on purpose
 
-  /// One sentence for a person. Types without texts of their own give the platform's default.
+  /// One sentence for a person. Types without texts of their own give the platform's default, which
+  /// `defaultErrorDescription` words.
   [[nodiscard]] std::string localizedDescription() const { return holder_->localizedDescription(); }
 
-  /// The error's textual form, as it stands inside other textual forms: `noData`, `other(…)`. Types that
+  /// The error's textual form, as it stands inside other textual forms: `noData`, `other(noData)`. Types that
   /// have none give their localized description.
   [[nodiscard]] std::string description() const { return holder_->description(); }
 
-  /// The concrete error when it is an `E`, else null. Valid as long as this handle or a copy lives.
+  /// The concrete error when it is an `E`, else null; a base class of it is not found. Valid as long as this
+  /// handle or a copy lives.
   template <class E>
   [[nodiscard]] const E* as() const noexcept {
     const auto* holder = dynamic_cast<const Holder<E>*>(holder_.get());
@@ -77,8 +99,12 @@ class VELLORA_EXPORT Error {
 };
 
 /// The platform's description of an error case that has no text of its own:
-/// "The operation could not be completed. (TypeName.caseName)", and with a payload
-/// "The operation could not be completed. (TypeName.caseName: <the payload's description>)".
+///
+///     The operation could not be completed. (TypeName.caseName)
+///
+/// and with a payload, whose localized description follows the case:
+///
+///     The operation could not be completed. (TypeName.caseName: There is no answer for /theme.)
 [[nodiscard]] VELLORA_EXPORT std::string defaultErrorDescription(
     std::string_view typeName, std::string_view caseName, const std::optional<Error>& payload = std::nullopt);
 

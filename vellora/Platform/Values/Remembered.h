@@ -11,16 +11,19 @@
 namespace vellora {
 
 /// Remembers what was last made of some bytes, for as long as the same bytes come again. What is made must
-/// follow from the bytes alone. Failures are not remembered: they are met anew each time.
+/// follow from the bytes alone. Failures are not remembered: the same bytes fail anew each time.
 ///
 /// Memory: one value and its bytes, which are shared with whoever handed them in. Of more bytes than
-/// `largest` nothing is kept. Ownership: a value that was handed out lives on when other bytes take its
-/// place. Threads: safe to use from several threads at once; two that meet new bytes at the same time each
-/// make a value. No lock is held meanwhile, nor while bytes are compared.
+/// `largest` nothing is kept.
+///
+/// Ownership: a value that was handed out lives on when other bytes take its place.
+///
+/// Threads: safe to use from several threads at once; two that meet new bytes at the same time each make a
+/// value. No lock is held meanwhile, nor while bytes are compared.
 template <class T>
 class Remembered {
  public:
-  /// Room for the theme entries, with six icons each, of 13,000 object types.
+  /// In bytes: room for the theme entries, with six icons each, of 13,000 object types.
   static constexpr std::size_t standardLargest = std::size_t{16} << 20U;
 
   explicit Remembered(std::size_t largest = standardLargest) : largest_(largest) {}

@@ -8,10 +8,15 @@
 namespace vellora {
 
 /// A URL or relative reference that is known to be well formed, such as
-/// "/services/data/v50.0/search/layout?q=Account,Contact". Made by `URLComponents::url()`.
+/// "/services/data/v50.0/search/layout?q=Account,Contact". Made by `URLComponents::url()`. The library's own
+/// have neither scheme nor server; the host's network resolves them against its server.
+///
+/// Ownership: a plain value.
+///
+/// Threads: immutable but for assignment, hence safe to read from several threads.
 class VELLORA_EXPORT URL {
  public:
-  /// The whole text, percent-encoded, ASCII only.
+  /// The whole text, percent-encoded, ASCII only: it may be sent as it stands. Valid as long as the URL.
   [[nodiscard]] const std::string& absoluteString() const noexcept { return text_; }
 
   friend bool operator==(const URL&, const URL&) = default;

@@ -12,8 +12,8 @@ namespace {
 constexpr boost::urls::grammar::lut_chars unescapedInQueryItems(
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!$'()*+,-./:;?@_~");
 
-// Into a string of our own: the form that makes one is noexcept, and ends the process where there is no
-// memory.
+// Encodes into a string of our own. The overload of `encode` that makes the string is noexcept: it would end
+// the process when there is no memory.
 std::string encoded(const std::string& text) {
   std::string out(boost::urls::encoded_size(text, unescapedInQueryItems), '\0');
   boost::urls::encode(out.data(), out.size(), text, unescapedInQueryItems);

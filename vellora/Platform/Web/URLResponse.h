@@ -7,10 +7,17 @@
 
 namespace vellora {
 
-/// What came back besides the body.
+/// What came back besides the body. The library looks at none of it; it is for networks that wrap others.
+///
+/// Ownership: a plain value.
 struct VELLORA_EXPORT URLResponse {
-  std::string url;     ///< the address that answered
-  int statusCode = 0;  ///< the HTTP status; 0 when the transport has none
+  /// The address that answered: after a redirect not the one that was asked.
+  std::string url;
+
+  /// The HTTP status, such as 200; 0 when the transport has none.
+  int statusCode = 0;
+
+  /// Values by header name.
   std::map<std::string, std::string> headers;
 
   friend bool operator==(const URLResponse&, const URLResponse&) = default;

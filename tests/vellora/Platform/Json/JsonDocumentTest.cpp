@@ -30,7 +30,7 @@ TEST(JsonDocumentTest, LeavesTheBytesAsTheyAre) {
   EXPECT_EQ(data.view(), text);
 }
 
-TEST(JsonDocumentTest, SharesNothingWithAnotherOneOfItsThread) {
+TEST(JsonDocumentTest, SharesNothingWithAnotherDocumentOnItsThread) {
   Document first;
   ASSERT_FALSE(first.parse(Data(std::string(R"("first")"))).has_value());
   {
@@ -48,7 +48,7 @@ TEST(JsonDocumentTest, ReadsAfterATextThatItRefused) {
   EXPECT_EQ(textOf(document), "a");
 }
 
-TEST(JsonDocumentTest, ReadsTextsOnBothSidesOfTheSizeThatAParserIsKeptFor) {
+TEST(JsonDocumentTest, ReadsTextsBelowAndAboveTheSizeUpToWhichAParserIsKept) {
   for (const std::size_t size : {std::size_t{4} << 20U, (std::size_t{4} << 20U) + 1, std::size_t{10}}) {
     const std::string text(size - 2, 'a');
     Document document;
@@ -60,7 +60,8 @@ TEST(JsonDocumentTest, ReadsTextsOnBothSidesOfTheSizeThatAParserIsKeptFor) {
 TEST(JsonDocumentDeathTest, IsReadOrRefusedWhileTheProcessEnds) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // the process is a fresh one
   const auto exitWhileReading = [] {
-    // Runs after all that is destroyed at the end and has been made since.
+    // At the end of the process this runs after the destructors of everything static that is made from here
+    // on.
     std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });
     std::latch reading(1);
     std::thread([&reading] {

@@ -48,7 +48,7 @@ TEST(JsonPathTest, LeavesOutTheMiddleOfALongPath) {
             "[501][502][503][504][505][506][507][508][509][510][511][512]");
 }
 
-TEST(JsonPathTest, ForgetsAnAttempt) {
+TEST(JsonPathTest, ForgetsItsStepsWhenItIsCleared) {
   Path path;
   path.under("a");
   path.clear();

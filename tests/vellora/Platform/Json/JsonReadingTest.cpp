@@ -180,20 +180,6 @@ TEST(JsonReadingTest, TakesAnEscapedKeyAsTheKeyItSpells) {
   EXPECT_TRUE(read<Response>(R"({"sob\u006aects":[]})").hasValue());
 }
 
-TEST(JsonReadingTest, TakesTheFirstOfDuplicateKeys) {
-  const auto entry =
-      read<Entry>(R"({"name":"first","name":"second","labelPlural":"As","createable":true,"name":3})")
-          .value();
-  EXPECT_EQ(entry.name, "first");
-  EXPECT_EQ((read<std::map<std::string, std::int64_t>>(R"({"a":1,"a":"x","b":2})").value()),
-            (std::map<std::string, std::int64_t>{{"a", 1}, {"b", 2}}));
-}
-
-TEST(JsonReadingTest, FailsWhenTheFirstOfDuplicateKeysIsWrong) {
-  EXPECT_EQ(failureTextOf<Entry>(R"({"name":1,"name":"A","labelPlural":"As","createable":true})"),
-            "expected a string at $.name");
-}
-
 TEST(JsonReadingTest, TellsAnEmptyListFromAnAbsentOne) {
   constexpr std::string_view rest = R"("integer":1,"number":2,"date":3,"map":{},"shared":)";
   const auto with =

@@ -32,7 +32,7 @@ TEST(JsonSyntaxTest, TellsByteAndReason) {
   EXPECT_EQ(errorIn(std::string(600, '[')), "not valid JSON at byte 512: nested deeper than 512");
 }
 
-TEST(JsonSyntaxTest, CountsFromTheByteItIsTold) {
+TEST(JsonSyntaxTest, NumbersBytesFromTheFirstByteThatItIsGiven) {
   EXPECT_EQ(errorIn("[1,x]", 3), "not valid JSON at byte 6: syntax error");
 }
 

@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testkit::ManualQueue;
 
-/// Tells whether an object was still held when work was submitted.
+/// Notes whether an object was still held at the moment when work was submitted.
 class WatchingQueue final : public DispatchQueue {
  public:
   explicit WatchingQueue(std::weak_ptr<int> watched) : watched_(std::move(watched)) {}
@@ -41,7 +41,7 @@ class DispatchGroupTest : public testing::Test {
   std::vector<std::string> events;
 };
 
-TEST_F(DispatchGroupTest, AtZeroTheNotificationIsSubmittedAtOnceAndNeverRunInline) {
+TEST_F(DispatchGroupTest, WithoutTasksANotificationIsSubmittedAtOnceAndNeverRunInline) {
   group.notify(queue, note("notified"));
   EXPECT_THAT(events, IsEmpty());
   EXPECT_EQ(queue->pending(), 1U);
@@ -72,7 +72,7 @@ TEST_F(DispatchGroupTest, SeveralNotificationsFireInTheirOrderEachOnce) {
   EXPECT_THAT(events, ElementsAre("first", "second"));
 }
 
-TEST_F(DispatchGroupTest, SubmittedWorkEntersAtOnceAndItsCapturesGoBeforeItLeaves) {
+TEST_F(DispatchGroupTest, SubmittedWorkEntersAtOnceAndDestroysItsCapturesBeforeItLeaves) {
   auto held = std::make_shared<int>(0);
   const auto watching = std::make_shared<WatchingQueue>(held);
   group.async(queue, [this, kept = std::move(held)] { events.emplace_back("work"); });

@@ -24,7 +24,7 @@ TEST(SerialDispatchQueueTest, KeepsItsLabelAndItsQualityOfService) {
 
 TEST(SerialDispatchQueueTest, RunsInOrderOneAtATimeAndEachSeesWhatTheOthersWrote) {
   SerialDispatchQueue queue("serial");
-  std::vector<int> order;  // not synchronised: the queue is what keeps its users apart
+  std::vector<int> order;  // not synchronised, because the queue runs one piece of work at a time
   std::promise<void> done;
   for (int i = 0; i < 1000; ++i) queue.async([&, i] { order.push_back(i); });
   queue.async([&] { done.set_value(); });
@@ -79,7 +79,8 @@ TEST(GlobalDispatchQueueTest, IsOneForTheProcessAndRunsWork) {
 TEST(GlobalQueueDeathTest, TakesWorkWhileTheProcessEnds) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // the process is a fresh one
   const auto exitWhileBusy = [] {
-    // Runs after all that is destroyed at the end and has been made since.
+    // At the end of the process this runs after the destructors of everything static that is made from here
+    // on.
     std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });
     std::latch busy(1);
     SerialDispatchQueue("busy").async([&busy] {

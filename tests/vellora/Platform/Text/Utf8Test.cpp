@@ -16,7 +16,7 @@ TEST(Utf8Test, GoesThroughATextCharacterByCharacter) {
   EXPECT_EQ(firstCharacter({"\0a", 2}).codePoint, U'\0');
 }
 
-TEST(Utf8Test, TakesEachByteThatBeginsNoCharacterForOne) {
+TEST(Utf8Test, CountsEachByteThatBeginsNoCharacterAsACharacter) {
   for (const char* text : {"\xFF", "\x80", "\xC3", "\xC3(", "\xC0\x80", "\xE2\x82", "\xED\xA0\x80",
                            "\xF4\x90\x80\x80", "\xF0\x9F\x98"}) {
     EXPECT_EQ(firstCharacter(text).codePoint, char32_t{0xFFFD}) << text;

@@ -20,7 +20,7 @@ int throwing(int) {
   throw std::bad_alloc();
 }
 
-/// Takes nothing.
+/// Has no memory for any piece of work.
 class FullQueue final : public DispatchQueue {
  public:
   void async(Work) override { throw std::bad_alloc(); }
@@ -35,7 +35,7 @@ TEST(OutOfMemoryTest, HasThePlatformsDefaultText) {
             "The operation could not be completed. (OutOfMemory.outOfMemory)");
 }
 
-TEST(OutOfMemoryTest, AStepWithoutMemoryFailsItsPipelineAndNotWhoResolves) {
+TEST(OutOfMemoryTest, AStepWithoutMemoryFailsItsPipelineAndNotTheCallOfThePromise) {
   std::optional<Promise<int>> promise;
   const auto publisher = Publisher<int>::promise([&](const Promise<int>& given) { promise = given; });
   Completion ended;
@@ -76,7 +76,7 @@ TEST(OutOfMemoryTest, ASubscriptionThatGetsNoMemoryThrowsAndDeliversNothing) {
   EXPECT_EQ(deliveries, 0);
 }
 
-TEST(OutOfMemoryTest, AnObserverWithoutMemoryKeepsNoOtherFromAChange) {
+TEST(OutOfMemoryTest, AnObserverWithoutMemoryDoesNotHideAChangeFromOthers) {
   const Subject<WillChange> willChange;
   const Published<int> property(0, willChange);
   std::vector<int> seen;
@@ -86,7 +86,7 @@ TEST(OutOfMemoryTest, AnObserverWithoutMemoryKeepsNoOtherFromAChange) {
   EXPECT_EQ(seen, (std::vector<int>{0, 1}));
 }
 
-TEST(OutOfMemoryTest, AGroupWhoseQueueTakesNothingNotifiesWhereItIsLeft) {
+TEST(OutOfMemoryTest, AGroupNotifiesOnTheLeavingThreadWhenTheQueueHasNoMemory) {
   const DispatchGroup group;
   group.enter();
   int notified = 0;
@@ -95,7 +95,7 @@ TEST(OutOfMemoryTest, AGroupWhoseQueueTakesNothingNotifiesWhereItIsLeft) {
   EXPECT_EQ(notified, 1);
 }
 
-TEST(OutOfMemoryTest, ATaskThatIsNotSubmittedDoesNotHoldItsGroup) {
+TEST(OutOfMemoryTest, ATaskThatCouldNotBeSubmittedDoesNotHoldUpItsGroup) {
   const DispatchGroup group;
   EXPECT_THROW(group.async(std::make_shared<FullQueue>(), [] {}), std::bad_alloc);
   const auto queue = std::make_shared<testkit::ManualQueue>();

@@ -51,13 +51,13 @@ TEST_F(RememberedTest, MakesANewValueOfOtherBytes) {
   EXPECT_EQ(made, 4);
 }
 
-TEST_F(RememberedTest, MeetsAFailureAnewEachTime) {
+TEST_F(RememberedTest, DoesNotRememberAFailure) {
   EXPECT_EQ(valueOf(bytes("bad")), nullptr);
   EXPECT_EQ(valueOf(bytes("bad")), nullptr);
   EXPECT_EQ(made, 2);
 }
 
-TEST_F(RememberedTest, KeepsNothingOfMoreBytesThanItMay) {
+TEST_F(RememberedTest, KeepsNothingAboveItsLimitOfBytes) {
   EXPECT_EQ(*valueOf(bytes("12345678")), "of 12345678");
   EXPECT_EQ(*valueOf(bytes("12345678")), "of 12345678");
   EXPECT_EQ(made, 1);

@@ -11,7 +11,7 @@ URL someUrl() {
   return URLComponents::parse("/services/data")->url().value();
 }
 
-TEST(URLRequestTest, IsAPlainGetUnlessTold) {
+TEST(URLRequestTest, IsAGetWithoutHeadersAndBodyByDefault) {
   const URLRequest request(someUrl());
   EXPECT_EQ(request.url.absoluteString(), "/services/data");
   EXPECT_EQ(request.httpMethod, "GET");
