@@ -29,7 +29,7 @@ void VelloraService::Implementation::PresentationLookup::logStart(std::string_vi
 }
 
 void VelloraService::Implementation::PresentationLookup::logEnd() const {
-  if (const auto facade = facade_.lock()) facade->log(line({}));
+  if (const auto facade = facade_.lock()) facade->log(signature_);
 }
 
 std::vector<std::string> VelloraService::Implementation::PresentationLookup::keepTypes(

@@ -33,13 +33,13 @@ class VelloraService::Implementation::PresentationLookup {
   using SObjectsByName = std::map<std::string, std::optional<SObject>>;
   using ThemeItems = std::map<std::string, ThemeItem>;
 
-  /// `signature` begins each log line; a literal.
-  PresentationLookup(std::weak_ptr<Implementation> facade, std::string_view signature)
-      : facade_(std::move(facade)), signature_(signature) {}
+  /// `signature` begins each log line.
+  PresentationLookup(std::weak_ptr<Implementation> facade, std::string signature)
+      : facade_(std::move(facade)), signature_(std::move(signature)) {}
 
   /// Logs how many are asked for; `counted` names them, "ids" or "apiNames".
   void logStart(std::string_view counted, std::size_t count) const;
-  /// Logs the signature alone.
+  /// Logs the signature alone. Takes no memory: the answer of a lookup by names follows this line.
   void logEnd() const;
 
   /// Keeps what the ids stand for; gives the distinct names of all types and instances.
@@ -58,7 +58,7 @@ class VelloraService::Implementation::PresentationLookup {
   [[nodiscard]] std::string line(std::initializer_list<std::string_view> parts) const;
 
   const std::weak_ptr<Implementation> facade_;
-  const std::string_view signature_;
+  const std::string signature_;
   SObjectsById types_;
   Infos infos_;
 };
