@@ -81,7 +81,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
                      }));
   }
 
-  // The waiting timer is what owns the connection meanwhile.
+  // The waiting timer owns the connection meanwhile.
   void awaitReaction() {
     timer_.expires_at(std::chrono::steady_clock::time_point::max());
     timer_.async_wait([self = shared_from_this()](beast::error_code) {});
@@ -132,7 +132,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     });
   }
 
-  // A client that still sends would otherwise get a reset in place of what was written last.
+  // Reads on until the client ends. Otherwise a client that is still sending would get a reset instead of the
+  // last bytes of the answer.
   void close() {
     beast::error_code ignored;
     stream_.socket().shutdown(asio::socket_base::shutdown_send, ignored);

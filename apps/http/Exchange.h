@@ -10,11 +10,13 @@
 
 namespace vellora::http {
 
-/// One request's claim to an answer. Kept for as long as the answer takes; when the last copy goes away
-/// without one, the connection is dropped.
+/// The right to answer one request. Keep a copy until the answer is there; when the last copy goes away
+/// without an answer, the connection is dropped.
 ///
 /// Ownership: copies are handles to the same claim; none keeps the connection or its server alive.
+///
 /// Threads: may be used on any thread, also after the server has stopped, when it does nothing.
+///
 /// Errors: only the first reaction counts.
 class Exchange {
  public:

@@ -11,7 +11,7 @@
 
 namespace vellora::http {
 
-/// What a request is answered with. Length and connection headers are the server's own affair.
+/// What a request is answered with. The server adds the headers about length and connection itself.
 struct Response {
   int status = 200;
   std::string contentType = {};  ///< empty: the answer has no such header

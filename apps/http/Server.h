@@ -15,8 +15,11 @@ namespace vellora::http {
 /// An HTTP/1.1 server on the loopback interface.
 ///
 /// Ownership: owns its thread, its listening socket and its connections; destroying it stops it.
+///
 /// Threads: `stop` may be called from any thread but the server's own; the handler runs on that one.
-/// Errors: only listening can fail, with a sentence for a person. What clients do wrong is answered to them.
+///
+/// Errors: only listening can fail, with a sentence for a person. A client learns of its mistakes from the
+/// answer.
 class Server {
  public:
   struct Options {

@@ -11,7 +11,7 @@
 namespace vellora::recordsserver {
 namespace {
 
-// For texts that come with the program: that they can be read is not a matter of input.
+// For texts that come with the program, and so can be read unless the program is wrong.
 std::shared_ptr<const DataSetContent> contentOf(const DataFiles& files) {
   auto content = readDataSet(files);
   if (!content) {

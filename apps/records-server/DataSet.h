@@ -17,7 +17,9 @@ struct DataSetContent;
 /// Everything that a records server knows: object types, themes, layouts, list views and fields.
 ///
 /// Ownership: copies share one immutable content; copying is cheap.
+///
 /// Threads: immutable, hence safe to read from several threads.
+///
 /// Errors: only reading from a folder can fail.
 class DataSet {
  public:

@@ -20,8 +20,11 @@ namespace vellora::recordsserver {
 /// answers from a `DataSet`, remembers what it was asked, and can be told to misbehave.
 ///
 /// Ownership: the server owns its thread, its listening socket and its connections; destroying it stops it.
+///
 /// Threads: all members are safe to call from several threads; `onRequest` runs on the server's own thread.
-/// Errors: only starting can fail, with a sentence for a person. What clients do wrong is answered to them.
+///
+/// Errors: only starting can fail, with a sentence for a person. A client learns of its mistakes from the
+/// answer.
 class RecordsServer {
  public:
   using Options = ServerOptions;

@@ -21,7 +21,7 @@ namespace {
 
 using namespace vellora::command;
 
-// Nothing needs tidying up: the cache file survives an end at any moment.
+// Ends at once: nothing needs tidying up, since the cache file survives an end at any moment.
 extern "C" void onInterrupt(int) {
   ::_exit(static_cast<int>(ExitCode::interrupted));
 }
@@ -32,13 +32,13 @@ void setUpSignals() {
   ::sigaction(SIGINT, &interrupt, nullptr);
   struct sigaction ignore {};
   ignore.sa_handler = SIG_IGN;
-  ::sigaction(SIGPIPE, &ignore, nullptr);  // a reader that left shows as a failed write
+  ::sigaction(SIGPIPE, &ignore, nullptr);  // a reader that left makes the write fail
 }
 
 ExitCode runCommand(const Arguments& arguments) {
   if (arguments.command == Arguments::Command::cache) return runCacheCommand(arguments);
   const auto keys = keysToLookUp(arguments, std::cin);
-  // The C library's word: the stream takes a failure for the end.
+  // The stream takes a failed read for the end of the input, so the C library is asked.
   if (std::ferror(stdin) != 0) return complain({ExitCode::usage, "cannot read standard input"});
   if (const auto key = keyThatIsNoText(keys)) return complain({ExitCode::usage, "not UTF-8: " + *key});
   const auto opened = Session::open(arguments);
@@ -67,7 +67,7 @@ ExitCode start(int argc, const char* const* argv) {
   const auto parsed = parseArguments(argc, argv);
   if (const auto* problem = std::get_if<Problem>(&parsed)) return complain(*problem);
   if (const auto* help = std::get_if<HelpText>(&parsed)) {
-    return print(help->text) ? ExitCode::answered : ExitCode::unexpected;
+    return printText(help->text);
   }
   return runCommand(std::get<Arguments>(parsed));
 }

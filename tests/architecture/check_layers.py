@@ -4,9 +4,9 @@
 usage: check_layers.py ROOT
 
 Every layer names the layers that it may include besides itself. A layer that has rooms says which of its rooms each
-may include besides itself; from other layers all of them may be included. A header of ours that is included by
-another name than its path from the root is an error too: it would slip through. So is a folder of tests that mirrors
-no folder of sources.
+may include besides itself; from other layers all of them may be included. The apps use the library and the host kit
+as anybody does: they may include only what is installed of them. A header of ours that is included by another name than
+its path from the root is an error too: it would slip through. So is a folder of tests that mirrors no folder of sources.
 """
 
 import pathlib
@@ -37,6 +37,9 @@ MAY_INCLUDE = {
     "examples": LIBRARY | {"hostkit", "testkit", "conformance"},
     "fuzz": LIBRARY | {"hostkit", "testkit", "apps/records-server", "tests/support"},
 }
+
+# What stands in these includes no internal header of the library or the host kit.
+APPS = {"apps/http", "apps/records-server", "apps/vellora"}
 
 # The rooms of a layer, as paths within it; "" is what stands in the layer's own folder.
 CACHE_ROWS, CACHE_MEMORY, CACHE_SQLITE = "cache/rows", "cache/memory", "cache/sqlite"
@@ -153,6 +156,8 @@ def problems(root):
                 yield f"{path}: includes {included}, {wrong}"
             elif target is not None and path in installed and included not in installed:
                 yield f"{path}: is installed, but includes the internal {included}"
+            elif layer in APPS and target in LIBRARY | {"hostkit"} and included not in installed:
+                yield f"{path}: includes {included}, which is not installed"
             elif path in installed and THIRD_PARTY.match(included):
                 yield f"{path}: is installed, but includes the third-party {included}"
 

@@ -96,6 +96,21 @@ class CheckLayersTest(unittest.TestCase):
         self.write("hostkit/Internal.h", "#include <sqlite3.h>\n")
         self.assertEqual(self.problems(), ["hostkit/A.h: is installed, but includes the third-party sqlite3.h"])
 
+    def test_an_app_that_includes_an_internal_header_is_found(self):
+        self.write("hostkit/CMakeLists.txt", "vellora_public_headers(vellora_hostkit cache/A.h)\n")
+        self.write("vellora/Platform/CMakeLists.txt", "vellora_public_headers(vellora_platform\n  Json/B.h\n)\n")
+        self.write("apps/vellora/command/C.cpp", '#include "hostkit/cache/A.h"\n#include <vellora/Platform/Json/B.h>\n')
+        self.assertEqual(self.problems(), [])
+        self.write("apps/vellora/command/C.cpp", '#include "hostkit/cache/Internal.h"\n')
+        self.write("apps/http/D.h", '#include "vellora/Platform/Json/Internal.h"\n#include "apps/http/E.h"\n')
+        self.assertEqual(
+            self.problems(),
+            [
+                "apps/http/D.h: includes vellora/Platform/Json/Internal.h, which is not installed",
+                "apps/vellora/command/C.cpp: includes hostkit/cache/Internal.h, which is not installed",
+            ],
+        )
+
     def test_an_installed_class_or_function_without_a_mark_is_found(self):
         self.write("hostkit/CMakeLists.txt", "vellora_public_headers(vellora_hostkit A.h)\n")
         self.write(

@@ -26,6 +26,20 @@ class UnityGroupsTest(unittest.TestCase):
         ):
             self.assertEqual(unity_groups.grouped(100, {"a": first, "b": second}), {"a": 0, "b": 1}, (first, second))
 
+    def test_a_name_of_a_helpers_header_clashes_with_another_one(self):
+        headers = {"tests/A.h": "int made();\n", "tests/B.h": '#include "tests/A.h"\n'}
+        texts = {"a": '#include "tests/B.h"\n', "b": '#include "tests/A.h"\n', "c": "int made() {\n"}
+        self.assertEqual(unity_groups.grouped(100, texts, headers.get), {"a": 0, "b": 0, "c": 1})
+
+    def test_a_source_may_define_what_its_header_declares(self):
+        headers = {"tests/A.h": "int made();\n"}
+        texts = {"A.cpp": '#include "tests/A.h"\nint made() {\n', "b": '#include "tests/A.h"\n'}
+        self.assertEqual(unity_groups.grouped(100, texts, headers.get), {"A.cpp": 0, "b": 0})
+
+    def test_a_header_that_defines_what_others_declare_comes_only_to_those_that_include_it(self):
+        texts = {"a": "int a() {\n", "b": '#include "vellora/Platform/Json/JsonCodec.h"\n', "c": "int c() {\n"}
+        self.assertEqual(unity_groups.grouped(100, texts), {"a": 0, "b": 1, "c": 0})
+
     def test_names_within_functions_and_classes_do_not_matter(self):
         texts = {"a": "void a() {\n  int same = 1;\n}\n", "b": "void b() {\n  int same = 1;\n}\n"}
         self.assertEqual(unity_groups.grouped(100, texts), {"a": 0, "b": 0})

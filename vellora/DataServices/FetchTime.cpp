@@ -2,6 +2,7 @@
 
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 
 #include "vellora/DataServices/CompactLayoutDataService.h"
@@ -62,6 +63,10 @@ std::optional<double> secondsInFetchTimeStamp(const Data& blob) {
     bits |= std::uint64_t{static_cast<unsigned char>(blob.data()[index])} << (8 * index);
   }
   return std::bit_cast<double>(bits);
+}
+
+bool isListExpired(double fetchedSecondsSince1970, double cacheTimeout) {
+  return std::abs(fetchedSecondsSince1970 - now().secondsSince1970()) > cacheTimeout;
 }
 
 std::optional<Date> fetchTime(std::string_view key, const Data& blob) {

@@ -24,6 +24,10 @@ inline constexpr std::string_view themesFetchTimeKey = "ops.theme.fetch.timestam
 /// The seconds in a fetch time stamp: 0 for an empty one, absent for one of fewer than eight bytes.
 [[nodiscard]] VELLORA_EXPORT std::optional<double> secondsInFetchTimeStamp(const Data& blob);
 
+/// Whether a list that was fetched then is to be fetched again. A moment far in the future is as wrong as one
+/// long ago. A moment that is no number is neither: the list counts as fresh.
+[[nodiscard]] bool isListExpired(double fetchedSecondsSince1970, double cacheTimeout);
+
 /// When the content of the cache blob `blob` under `key` was fetched; absent for a blob that doesn't tell,
 /// and for one that no data service reads.
 ///

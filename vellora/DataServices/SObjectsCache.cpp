@@ -32,7 +32,7 @@ Meta metaOf(CacheEntryType type, std::string_view key, const std::string& value)
 SObjectsCache::SObjectsCache(std::shared_ptr<CorvaneSDK::Cache> cache,
                              std::shared_ptr<CorvaneSDK::Logger> logger, double cacheTimeout)
     : table_(std::move(cache), std::move(logger), cacheTimeout,
-             {"OPS_SObjectsCacheTable", std::string(sObjectsFetchTimeKey),
+             {std::string(tableKey), std::string(sObjectsFetchTimeKey),
               std::string(rawValue(CacheEntryType::sObjects))}) {}
 
 std::shared_ptr<const NamedList<SObject>> SObjectsCache::cachedSObjects() const {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "vellora/DataServices/NamedList.h"
@@ -28,6 +29,8 @@ namespace vellora {
 /// Threads and errors: as `TimestampedTable` says.
 class SObjectsCache {
  public:
+  static constexpr std::string_view tableKey = "OPS_SObjectsCacheTable";
+
   using NamesByKeyPrefix = std::map<std::string, std::string>;
 
   SObjectsCache(std::shared_ptr<CorvaneSDK::Cache> cache, std::shared_ptr<CorvaneSDK::Logger> logger,

@@ -1,6 +1,5 @@
 #include "vellora/DataServices/TimestampedTable.h"
 
-#include <cmath>
 #include <vector>
 
 #include "vellora/DataServices/FetchTime.h"
@@ -59,9 +58,7 @@ bool TimestampedTable::cacheNeedsToBeRefreshed() const {
   const auto blob = cache_->load(names_.timeStampKey);
   const auto stored = blob ? secondsInFetchTimeStamp(*blob) : std::nullopt;
   if (!stored) return true;
-  // A time stamp far in the future is as wrong as an old one. With one that is not a number the comparison is
-  // false: the list is never stale.
-  return std::abs(*stored - now().secondsSince1970()) > cacheTimeout_;
+  return isListExpired(*stored, cacheTimeout_);
 }
 
 void TimestampedTable::saveFetchTimeStamp() const {

@@ -1,12 +1,10 @@
 #include "apps/vellora/cache/CacheListing.h"
 
 #include <algorithm>
-#include <cmath>
 #include <string_view>
-#include <utility>
 
-#include "vellora/DataServices/FetchTime.h"
-#include "vellora/DataServices/TimestampedTable.h"
+#include "vellora/DataServices/CacheInspection.h"
+#include "vellora/Host/Row.h"
 
 namespace vellora::command {
 
@@ -15,9 +13,11 @@ namespace {
 using hostkit::SQLiteCacheContents;
 using State = CacheListing::State;
 
-State stateAt(double age, double cacheTimeout) {
-  // A moment in the future is as wrong as one long ago; one that is no number counts as no age at all.
-  return std::abs(age) > cacheTimeout ? State::expired : State::fresh;
+/// Says what the data services make of an entry that they judge by its age.
+void judge(CacheListing& listing, const CacheFreshness& freshness, Date present) {
+  listing.fetched = freshness.fetched;
+  if (freshness.fetched) listing.ageSeconds = present.secondsSince(*freshness.fetched);
+  listing.state = freshness.fresh ? State::fresh : State::expired;
 }
 
 CacheListing listingOf(const SQLiteCacheContents::Blob& blob, Date present, double cacheTimeout) {
@@ -30,10 +30,8 @@ CacheListing listingOf(const SQLiteCacheContents::Blob& blob, Date present, doub
     return listing;
   }
   listing.bytes = blob.data->size();
-  if (const auto fetched = fetchTime(blob.key, *blob.data)) {
-    listing.ageSeconds = present.secondsSince(*fetched);
-    listing.state = stateAt(*listing.ageSeconds, cacheTimeout);
-  }
+  if (const auto freshness = blobFreshness(blob.key, *blob.data, cacheTimeout))
+    judge(listing, *freshness, present);
   return listing;
 }
 
@@ -47,17 +45,10 @@ std::string entryName(const std::string& tableKey, const CorvaneSDK::Row& row) {
   return row.meta.empty() ? name + "/" + row.dataKey : name;
 }
 
-/// The blob that says when the list that the row is of was fetched; absent for a row of a single item.
-std::optional<std::string_view> fetchTimeKeyOf(const CorvaneSDK::Row& row) {
-  const auto kind = row.meta.find(std::string(TimestampedTable::cacheEntryType));
-  return kind == row.meta.end() ? std::nullopt : fetchTimeKeyForRowsOf(kind->second);
-}
-
-std::optional<Date> fetchTimeUnder(std::string_view key, const SQLiteCacheContents& contents) {
-  const auto stamp = std::find_if(contents.blobs.begin(), contents.blobs.end(),
+std::optional<Data> blobUnder(std::string_view key, const SQLiteCacheContents& contents) {
+  const auto found = std::find_if(contents.blobs.begin(), contents.blobs.end(),
                                   [key](const auto& blob) { return blob.key == key; });
-  const bool readable = stamp != contents.blobs.end() && stamp->data;
-  return readable ? fetchTime(key, *stamp->data) : std::nullopt;
+  return found == contents.blobs.end() ? std::nullopt : found->data;
 }
 
 CacheListing listingOf(const SQLiteCacheContents::Table& table, const SQLiteCacheContents::Row& row,
@@ -74,11 +65,9 @@ CacheListing listingOf(const SQLiteCacheContents::Table& table, const SQLiteCach
   }
   listing.bytes = row.data->size();
   listing.ageSeconds = present.secondsSince(row.written);
-  if (const auto key = fetchTimeKeyOf(row.row)) {
-    const auto fetched = fetchTimeUnder(*key, contents);
-    if (fetched) listing.ageSeconds = present.secondsSince(*fetched);
-    listing.state = fetched ? stateAt(*listing.ageSeconds, cacheTimeout) : State::expired;
-  }
+  const auto loadBlob = [&contents](std::string_view key) { return blobUnder(key, contents); };
+  if (const auto freshness = rowFreshness(row.row.meta, loadBlob, cacheTimeout))
+    judge(listing, *freshness, present);
   if (row.outdated) listing.state = State::outdated;
   return listing;
 }

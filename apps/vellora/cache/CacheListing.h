@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
+#include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {
@@ -26,10 +27,11 @@ struct CacheListing {
   Kind kind = Kind::blob;
   std::string entry;                 ///< a blob's key, or a row's table and meta: TABLE/name=value,name=value
   std::optional<std::size_t> bytes;  ///< absent when it is damaged
+  std::optional<Date> fetched;       ///< absent for a single item, and when the cache doesn't tell
   std::optional<double> ageSeconds;  ///< since the fetch, for a single item since it was written
   State state = State::kept;
 
-  // Where it stands.
+  // Where it is.
   std::string tableKey;  ///< of a row
   std::string key;       ///< the blob's key, or the row's data key
   std::optional<Data> data;

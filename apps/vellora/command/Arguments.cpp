@@ -21,7 +21,7 @@ const char* const footer =
     "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used or "
     "is damaged,\n130 interrupted.";
 
-void addOptions(CLI::App& app, Arguments& arguments) {
+void addServerOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--server", arguments.server, "The records server, such as https://records.example")
       ->envname("VELLORA_SERVER")
       ->type_name("URL");
@@ -31,12 +31,18 @@ void addOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--theme", arguments.theme, "Theme of colours and icons")
       ->capture_default_str()
       ->type_name("NAME");
+}
+
+void addCacheOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--cache", arguments.cacheFile,
                  "Cache file; by default one for each server in your cache folder")
       ->type_name("FILE");
   app.add_option("--cache-timeout", arguments.cacheTimeout, "Age at which cached data expires")
       ->capture_default_str()
       ->type_name("SECONDS");
+}
+
+void addOutputOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--wait", arguments.wait, "How long to wait for the answer")
       ->capture_default_str()
       ->type_name("SECONDS");
@@ -75,33 +81,54 @@ void addLookups(CLI::App& app, Arguments& arguments) {
       ->required();
 }
 
-void addCacheCommand(CLI::App& app, Arguments& arguments) {
+CLI::App* addAction(CLI::App& group, CacheArguments& cache, const std::string& name, const std::string& help,
+                    CacheArguments::Action action) {
+  auto* sub = group.add_subcommand(name, help);
+  sub->callback([&cache, action] { cache.action = action; });
+  return sub->fallthrough();
+}
+
+void addActionsOnEntries(CLI::App& group, CacheArguments& cache) {
   using Action = CacheArguments::Action;
-  auto& cache = arguments.cache;
-  auto* group = addCommand(app, arguments, "cache", "Looks into a cache file, empties, ships and fills it",
-                           Arguments::Command::cache);
-  group->require_subcommand(1);
-  const auto add = [group, &cache](const std::string& name, const std::string& help, Action action) {
-    auto* sub = group->add_subcommand(name, help);
-    sub->callback([&cache, action] { cache.action = action; });
-    return sub->fallthrough();
-  };
-  add("ls", "What is in the file, how large, how old, fresh or expired", Action::list);
-  add("show", "What entries hold", Action::show)
+  addAction(group, cache, "ls", "What is in the file, how large, how old, fresh or expired", Action::list);
+  addAction(group, cache, "show", "What entries hold", Action::show)
       ->add_option("ENTRY", cache.entries, "Entries, as ls names them")
       ->required();
-  add("verify", "Whether anything in the file is damaged", Action::verify);
-  auto* purge = add("purge", "Deletes entries", Action::purge);
+  addAction(group, cache, "verify", "Whether anything in the file is damaged", Action::verify);
+  auto* purge = addAction(group, cache, "purge", "Deletes entries", Action::purge);
   purge->add_option("ENTRY", cache.entries, "Entries to delete, as ls names them");
   purge->add_flag("--expired", cache.expired, "Delete all that is expired, outdated or damaged");
   purge->add_flag("--all", cache.all, "Delete everything");
-  auto* exporting = add("export", "Writes the entries as a text that import reads", Action::exportTo);
+}
+
+void addTransfers(CLI::App& group, CacheArguments& cache) {
+  using Action = CacheArguments::Action;
+  auto* exporting =
+      addAction(group, cache, "export", "Writes the entries as a text that import reads", Action::exportTo);
   exporting->add_option("FILE", cache.file, "Where to; - is standard output")->capture_default_str();
   exporting->add_flag("--replace", cache.replace, "Write over an existing file");
-  auto* importing = add("import", "Stores the entries of an exported text", Action::importFrom);
+  auto* importing =
+      addAction(group, cache, "import", "Stores the entries of an exported text", Action::importFrom);
   importing->add_option("FILE", cache.file, "Where from; - is standard input")->required();
   importing->add_flag("--replace", cache.replace, "Write over entries that are in the cache already");
   importing->add_flag("--fresh", cache.fresh, "Store them as if they had been fetched now");
+}
+
+void addCommands(CLI::App& app, Arguments& arguments) {
+  using Command = Arguments::Command;
+  app.require_subcommand(1);
+  addLookups(app, arguments);
+  addCommand(app, arguments, "status", "How far loading has got, and how old the caches are",
+             Command::status);
+  addCommand(app, arguments, "explore", "Shows all of it on a web page, for a browser on this machine",
+             Command::explore)
+      ->add_option("--port", arguments.port, "Serve the page on this port; by default on a free one")
+      ->type_name("PORT");
+  auto* cache = addCommand(app, arguments, "cache", "Looks into a cache file, empties, ships and fills it",
+                           Command::cache);
+  cache->require_subcommand(1);
+  addActionsOnEntries(*cache, arguments.cache);
+  addTransfers(*cache, arguments.cache);
 }
 
 std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
@@ -140,23 +167,10 @@ Problem usage(const std::string& what) {
   return {ExitCode::usage, what + "; see vellora --help"};
 }
 
-}  // namespace
+using Parsed = std::variant<Arguments, HelpText, Problem>;
 
-std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* const* argv) {
-  Arguments arguments;
-  CLI::App app("Looks at the metadata of a business-records server.", "vellora");
-  app.set_version_flag("--version", "vellora " VELLORA_VERSION);
-  app.footer(footer);
-  app.require_subcommand(1);
-  addOptions(app, arguments);
-  addLookups(app, arguments);
-  addCommand(app, arguments, "status", "How far loading has got, and how old the caches are",
-             Arguments::Command::status);
-  addCommand(app, arguments, "explore", "Shows all of it on a web page, for a browser on this machine",
-             Arguments::Command::explore)
-      ->add_option("--port", arguments.port, "Serve the page on this port; by default on a free one")
-      ->type_name("PORT");
-  addCacheCommand(app, arguments);
+/// Reads the words into the variables that `app` knows; what is to be said instead, if anything.
+std::optional<Parsed> parse(CLI::App& app, int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -168,6 +182,10 @@ std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* 
     const bool hasCommand = !app.get_subcommands().empty();
     return usage(hasCommand || unknown.empty() ? error.what() : "there is no command " + unknown.front());
   }
+  return std::nullopt;
+}
+
+Parsed checked(Arguments arguments) {
   if (const auto complaint = complaintAbout(arguments)) return usage(*complaint);
   if (arguments.cacheFile.empty()) {
     const auto file = defaultCacheFile(arguments.server);
@@ -175,6 +193,21 @@ std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* 
     arguments.cacheFile = *file;
   }
   return arguments;
+}
+
+}  // namespace
+
+std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* const* argv) {
+  Arguments arguments;
+  CLI::App app("Looks at the metadata of a business-records server.", "vellora");
+  app.set_version_flag("--version", "vellora " VELLORA_VERSION);
+  app.footer(footer);
+  addServerOptions(app, arguments);
+  addCacheOptions(app, arguments);
+  addOutputOptions(app, arguments);
+  addCommands(app, arguments);
+  if (auto instead = parse(app, argc, argv)) return *std::move(instead);
+  return checked(std::move(arguments));
 }
 
 }  // namespace vellora::command

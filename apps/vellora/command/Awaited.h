@@ -8,7 +8,7 @@
 
 namespace vellora::command {
 
-/// A value that another thread will bring, or say that it won't.
+/// A value that one thread waits for. Another thread brings it, or says that none will come.
 template <class T>
 class Awaited {
  public:
@@ -19,22 +19,22 @@ class Awaited {
     changed_.notify_all();
   }
 
-  /// No value will come, if none has.
+  /// Says that no value will come. Changes nothing when one has come.
   void giveUp() {
     const std::lock_guard lock(mutex_);
     over_ = true;
     changed_.notify_all();
   }
 
-  /// True once a value has come, or will not.
+  /// True once a value has come, or it was said that none will.
   [[nodiscard]] bool isOver() const {
     const std::lock_guard lock(mutex_);
     return over_;
   }
 
-  /// The value, or none when it has not come within `seconds` or will not.
+  /// Waits for the value; none when it has not come within `seconds`, or it was said that none will.
   [[nodiscard]] std::optional<T> waitFor(double seconds) {
-    constexpr double aMonth = 30.0 * 24 * 3600;  // a clock's range is shorter than a double's
+    constexpr double aMonth = 30.0 * 24 * 3600;  // a double can be longer than the clock can wait
     std::unique_lock lock(mutex_);
     changed_.wait_for(lock, std::chrono::duration<double>(seconds < aMonth ? seconds : aMonth),
                       [this] { return over_; });

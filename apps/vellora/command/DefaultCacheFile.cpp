@@ -19,7 +19,7 @@ std::optional<std::string> cacheFolder() {
   return std::nullopt;
 }
 
-// Readable, and unlike for servers that read alike once their punctuation is gone.
+// A readable name. The checksum in it keeps servers apart whose addresses differ only in their punctuation.
 std::string fileName(const std::string& server) {
   constexpr std::size_t longest = 100;
   std::string name;

@@ -1,21 +1,16 @@
 #include "apps/vellora/command/Keys.h"
 
 #include <algorithm>
-#include <string_view>
 
-#include "vellora/Platform/Text/Utf8.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::command {
 
 namespace {
 
-bool isText(std::string_view key) {
-  while (!key.empty()) {
-    const Utf8Character character = firstCharacter(key);
-    if (character.codePoint == Utf8Character::replacement && character.length == 1) return false;
-    key.remove_prefix(character.length);
-  }
-  return true;
+// JSON holds a text exactly when it is UTF-8.
+bool isText(const std::string& key) {
+  return json::encode(key).hasValue();
 }
 
 }  // namespace

@@ -61,6 +61,15 @@ bool print(std::string_view text) {
   return static_cast<bool>(std::cout);
 }
 
+ExitCode printText(std::string_view text) {
+  return print(text) ? ExitCode::answered : ExitCode::unexpected;
+}
+
+ExitCode printJson(const Result<Data>& document) {
+  if (!document) return complain({ExitCode::unexpected, document.error().localizedDescription()});
+  return printText(std::string(document.value().view()) + "\n");
+}
+
 ExitCode complain(const Problem& problem) {
   // At once, since lines of the log may come from other threads meanwhile.
   std::cerr << "vellora: " + printable(problem.message) + '\n';

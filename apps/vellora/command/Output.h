@@ -5,12 +5,15 @@
 #include <vector>
 
 #include "apps/vellora/command/Arguments.h"
+#include "apps/vellora/command/ExitCode.h"
 #include "apps/vellora/command/Problem.h"
 #include "apps/vellora/command/Session.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora::command {
 
-/// How text on standard output is set off, if it is.
+/// Sets text on standard output off by colours and bold type, or leaves it plain.
 class Style {
  public:
   /// Colours only on a terminal that has them and when neither the arguments nor NO_COLOR forbid them.
@@ -27,6 +30,12 @@ class Style {
 
 /// Writes to standard output, at once. False, after a complaint, when that cannot be written to.
 [[nodiscard]] bool print(std::string_view text);
+
+/// The same with the exit code that follows: `answered` or `unexpected`.
+[[nodiscard]] ExitCode printText(std::string_view text);
+
+/// Prints one JSON document and a line end, or complains of the value that has no JSON form.
+[[nodiscard]] ExitCode printJson(const Result<Data>& document);
 
 /// Writes one line to standard error and gives back the exit code.
 ExitCode complain(const Problem& problem);

@@ -12,6 +12,10 @@
 
 namespace vellora::command {
 
+class NotingLogger;
+class RequestFailures;
+class SettlingNetwork;
+
 /// The host that one run of the command is: its network, its cache file and its log; and what went wrong in
 /// them.
 ///
@@ -30,8 +34,8 @@ class Session {
   /// Calls `action` each time the library logs exactly `line`.
   void whenLogged(std::string line, std::function<void()> action) const;
 
-  /// Waits until the library has done with the answers that came. It caches some of them only after it has
-  /// passed them on, and must not be torn down in between.
+  /// Waits until the library has finished with the answers that came. It caches some of them only after
+  /// passing them on, and must not be destroyed in between.
   void settle() const;
 
   /// The path of the oldest request that has no answer yet; no value when there is none.
@@ -41,14 +45,10 @@ class Session {
   [[nodiscard]] std::optional<std::string> failure() const;
 
  private:
-  class Failures;
-  class NotingLogger;
-  class SettlingNetwork;
-
-  Session(std::shared_ptr<Failures> failures, std::shared_ptr<SettlingNetwork> network,
+  Session(std::shared_ptr<RequestFailures> failures, std::shared_ptr<SettlingNetwork> network,
           std::shared_ptr<NotingLogger> logger, RequiredAPI api);
 
-  const std::shared_ptr<Failures> failures_;
+  const std::shared_ptr<RequestFailures> failures_;
   const std::shared_ptr<SettlingNetwork> network_;
   const std::shared_ptr<NotingLogger> logger_;
   const RequiredAPI api_;

@@ -23,7 +23,6 @@ struct ActivityEntry {
   std::int64_t bytes = 0;
   std::optional<double> milliseconds = {};  ///< how long a request took
 
-  static constexpr std::string_view recordName = "ActivityEntry";
   static constexpr auto fields() {
     return std::tuple(
         json::field("number", &ActivityEntry::number), json::field("at", &ActivityEntry::at),
@@ -33,7 +32,7 @@ struct ActivityEntry {
   }
 };
 
-/// How much of everything there was since the start.
+/// How often each thing has happened since the start.
 struct ActivityTotals {
   std::int64_t hits = 0;
   std::int64_t misses = 0;
@@ -43,7 +42,6 @@ struct ActivityTotals {
   std::int64_t bytesFromCache = 0;
   std::int64_t bytesFromNetwork = 0;
 
-  static constexpr std::string_view recordName = "ActivityTotals";
   static constexpr auto fields() {
     return std::tuple(
         json::field("hits", &ActivityTotals::hits), json::field("misses", &ActivityTotals::misses),

@@ -3,14 +3,13 @@
 #include <utility>
 
 #include "apps/vellora/explore/ObservedCache.h"
+#include "apps/vellora/lookups/ByObjectType.h"
 #include "apps/vellora/lookups/Presentation.h"
 #include "apps/vellora/lookups/PrimerState.h"
+#include "vellora/DataServices/CacheInspection.h"
 #include "vellora/DataServices/CompactLayoutDataService.h"
 #include "vellora/DataServices/LayoutDataService.h"
-#include "vellora/DataServices/SObjectsDataService.h"
-#include "vellora/Host/CacheTable.h"
-#include "vellora/Platform/Json/JsonCodec.h"
-#include "vellora/Services/LayoutAnswer.h"
+#include "vellora/DataServices/SObjectsDataServiceError.h"
 
 namespace vellora::explore {
 namespace {
@@ -21,8 +20,8 @@ ShownPresentation shown(const PresentationInfo& info, IconStore& icons) {
   return {info, icons.admit(info.svgIconUrl), icons.admit(info.smallIconUrl), icons.admit(info.largeIconUrl)};
 }
 
-/// The layout of the type `name`, which servers may send among others, and what the tally and the service say
-/// of its way. The service is the completion's to hold: it answers only as long as it lives.
+/// Makes the completion of a layout lookup. It picks the layout of the type `name`, since servers may send
+/// others too, and says where that came from. It holds the service, which answers only while it lives.
 template <class Layout, class Service>
 auto answering(std::string name, std::shared_ptr<Service> service, std::shared_ptr<Tally> tally,
                std::function<void(LayoutAnswer<Layout>)> completion) {
@@ -32,7 +31,7 @@ auto answering(std::string name, std::shared_ptr<Service> service, std::shared_p
     LayoutAnswer<Layout> answer{tally->source(), tally->failure(), {}};
     if (error && !answer.failure) answer.failure = error->localizedDescription();
     if (layouts) {
-      auto named = byObjectType(*layouts).extract(name);
+      auto named = command::byObjectType(*layouts).extract(name);
       if (named) answer.layout = std::move(named.mapped());
     }
     completion(std::move(answer));
@@ -72,21 +71,14 @@ ExplorerState Explorer::state(std::int64_t afterEntry) const {
                       .totals = activity_->totals(),
                       .entries = activity_->after(afterEntry)};
   if (primer.error() != nullptr) state.error = primer.error()->localizedDescription();
-  // As the façade says it, which would read the observed cache: looking must not show among what is looked
-  // at.
+  // What the façade's `primedAndCached` would say. That reads the observed cache, and the page must not show
+  // its own reads among the app's.
   state.ready = primer == State::loaded() && state.themes.fresh && state.sObjects.fresh;
   return state;
 }
 
 std::vector<SObject> Explorer::types() const {
-  const auto table = CorvaneSDK::CacheTable::open(*host_.cache, "OPS_SObjectsCacheTable");
-  if (!table) return {};
-  const auto kind = SObjectsDataService::CacheEntryType::sObjects;
-  const auto rows = table->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(
-      {{std::string(SObjectsDataService::Constants::cacheEntryType), std::string(rawValue(kind))}})));
-  if (rows.empty()) return {};
-  auto list = json::decode<std::vector<SObject>>(rows.front());
-  return list ? std::move(list).value() : std::vector<SObject>();
+  return cachedSObjects(*host_.cache);
 }
 
 void Explorer::presentations(const std::vector<std::string>& names,
@@ -113,7 +105,7 @@ void Explorer::searchLayout(const std::string& name,
   layouts->layoutForApiName({name}, answering(name, layouts, tally, std::move(completion)));
 }
 
-// A service for each lookup: of two lookups of one service that overlap, one may stay unanswered.
+// Each lookup gets a service of its own: of two lookups of one service that overlap, one may stay unanswered.
 void Explorer::compactLayout(const std::string& name,
                              std::function<void(CompactLayoutAnswer)> completion) const {
   const auto tally = std::make_shared<Tally>();

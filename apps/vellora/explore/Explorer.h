@@ -19,11 +19,13 @@
 
 namespace vellora::explore {
 
-/// What the page shows: the library on a host that is looked at and that can lose its server.
+/// Runs the library for the page, on a host whose calls are observed and whose server can be taken away.
 ///
 /// Ownership: make it with `std::make_shared`; shares the host. Pending lookups hold it weakly.
+///
 /// Threads: every member may be called from any thread. Completions run where the library answers, which may
 /// be inside the call.
+///
 /// Errors: a failed lookup is an answer that says why.
 class Explorer : public std::enable_shared_from_this<Explorer> {
  public:

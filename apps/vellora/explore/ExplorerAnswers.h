@@ -4,7 +4,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -17,11 +16,11 @@
 
 namespace vellora::explore {
 
-/// How far everything is.
+/// What the page shows of the prefetch, the caches and the activity.
 struct ExplorerState {
   std::string server;
   std::string theme;
-  bool reachable = true;  ///< whether the server has been left in place
+  bool reachable = true;  ///< false while the page has taken the server away
   std::string prefetch;   ///< "isLoading", "loaded" or "failed"
   std::optional<std::string> error = {};
   bool ready = false;  ///< loaded, and nothing expired since
@@ -30,7 +29,6 @@ struct ExplorerState {
   ActivityTotals totals;
   std::vector<ActivityEntry> entries;
 
-  static constexpr std::string_view recordName = "ExplorerState";
   static constexpr auto fields() {
     return std::tuple(
         json::field("server", &ExplorerState::server), json::field("theme", &ExplorerState::theme),
@@ -49,7 +47,6 @@ struct ShownPresentation {
   std::optional<std::string> smallIcon;
   std::optional<std::string> largeIcon;
 
-  static constexpr std::string_view recordName = "ShownPresentation";
   static constexpr auto fields() {
     return std::tuple(json::field("info", &ShownPresentation::info),
                       json::field("svgIcon", &ShownPresentation::svgIcon),
@@ -61,10 +58,9 @@ struct ShownPresentation {
 /// What a lookup brought, and where that came from: "cache", "network" or "nowhere".
 struct PresentationAnswer {
   std::string source;
-  std::optional<std::string> failure;  ///< why the server was of no help, where it was asked and was none
+  std::optional<std::string> failure;  ///< why the server did not answer, where it was asked
   std::map<std::string, ShownPresentation> presentations;
 
-  static constexpr std::string_view recordName = "PresentationAnswer";
   static constexpr auto fields() {
     return std::tuple(json::field("source", &PresentationAnswer::source),
                       json::field("failure", &PresentationAnswer::failure),
@@ -79,7 +75,6 @@ struct LayoutAnswer {
   std::optional<std::string> failure;
   std::optional<Layout> layout;
 
-  static constexpr std::string_view recordName = "LayoutAnswer";
   static constexpr auto fields() {
     return std::tuple(json::field("source", &LayoutAnswer::source),
                       json::field("failure", &LayoutAnswer::failure),

@@ -32,7 +32,7 @@ bool isSameOrigin(const boost::urls::url& left, const boost::urls::url& right) {
 std::optional<URL> iconRequest(const std::string& address, const std::string& server) {
   const auto home = normalized(server);
   if (!home) return std::nullopt;
-  // A path on its own is one of the server's: the address of an icon need not repeat where it came from.
+  // A path alone is one on the server that sent it.
   const bool isPath = address.starts_with('/') && !address.starts_with("//");
   const auto url = normalized(isPath ? std::string(home->encoded_origin()) + address : address);
   if (!url || url->has_userinfo() || !isSameOrigin(*url, *home)) return std::nullopt;

@@ -7,10 +7,10 @@
 
 namespace vellora::explore {
 
-/// The request that fetches the icon at `address`, which the server sent, from that server: path and query.
-/// No value unless the address leads to `server`, a well-formed URL, itself: same scheme, host and port,
-/// below its path, without credentials. So no address makes anybody else be asked, or sends a token
-/// elsewhere.
+/// Turns the address of an icon, which the server sent, into a request to that same server: path and query.
+/// No value unless the address leads to `server`, a well-formed URL: scheme, host and port are the same, the
+/// path lies below the server's, and there are no credentials. So no address makes the command ask anybody
+/// else, or send a token elsewhere.
 [[nodiscard]] std::optional<URL> iconRequest(const std::string& address, const std::string& server);
 
 }  // namespace vellora::explore

@@ -14,12 +14,14 @@
 
 namespace vellora::explore {
 
-/// The icons of the records server. The browser never sees their addresses as such: it gets an id for each
-/// address that leads to the records server and to nobody else, and the icon's bytes for the id. Nobody can
-/// guess an id. What was fetched once is kept, as an app would, so that it is there without the server.
+/// Fetches and keeps the icons of the records server. The browser never gets an icon's address. It gets an id
+/// for each address that leads to the records server, and the icon's bytes for the id. Nobody can guess an
+/// id. An icon that was fetched is kept, as an app would keep it, so that it is there without the server.
 ///
 /// Ownership: make it with `std::make_shared`; shares the network; answers that come after its end are
-/// dropped. Threads: safe to use from several threads at once.
+/// dropped.
+///
+/// Threads: safe to use from several threads at once.
 class IconStore : public std::enable_shared_from_this<IconStore> {
  public:
   using Completion = std::function<void(std::optional<Image> image)>;

@@ -44,7 +44,7 @@ class ObservedTable final : public CacheTable {
     return rows;
   }
 
-  /// Rows without their data decide nothing that a user sees: not noted.
+  /// Not noted: the library only asks this way whether there are rows, and the user sees nothing of it.
   [[nodiscard]] std::vector<Row> fetch(const Query& query) override { return next_->fetch(query); }
 
   bool purge(const RowFilter& rowsInFilter) override { return next_->purge(rowsInFilter); }

@@ -13,7 +13,9 @@ namespace vellora::explore {
 /// Passes every call on to another cache, its tables' included, and notes what was found and what was
 /// written.
 ///
-/// Ownership: shares what it is given. Threads: as safe as the other cache.
+/// Ownership: shares what it is given.
+///
+/// Threads: as safe as the other cache.
 class ObservedCache final : public CorvaneSDK::Cache {
  public:
   ObservedCache(std::shared_ptr<CorvaneSDK::Cache> next, std::shared_ptr<Activity> activity,

@@ -9,7 +9,9 @@
 
 namespace vellora::explore {
 
-/// Whether requests reach the server. Threads: synchronises itself.
+/// Whether requests reach the server.
+///
+/// Threads: synchronises itself.
 using ServerSwitch = std::atomic<bool>;
 
 /// Why a request failed while the switch was off.
@@ -20,7 +22,9 @@ struct ServerTakenAway {
 /// Passes requests on, and notes how each ended. While the switch is off a request fails at once, inside
 /// `sendRequest`; one that is under way when it is turned off still gets its answer.
 ///
-/// Ownership: shares what it is given. Threads: as safe as the other network.
+/// Ownership: shares what it is given.
+///
+/// Threads: as safe as the other network.
 class ObservedNetwork final : public CorvaneSDK::Network {
  public:
   ObservedNetwork(std::shared_ptr<CorvaneSDK::Network> next, std::shared_ptr<const ServerSwitch> reachable,

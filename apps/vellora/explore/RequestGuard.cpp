@@ -5,7 +5,7 @@
 namespace vellora::explore {
 namespace {
 
-/// Takes the same time however much of both is equal.
+/// Takes equally long wherever the two differ, so that the time does not tell how much of a guess was right.
 bool equalInConstantTime(const std::string& left, const std::string& right) {
   if (left.size() != right.size()) return false;
   unsigned differences = 0;

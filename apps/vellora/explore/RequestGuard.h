@@ -9,8 +9,8 @@
 
 namespace vellora::explore {
 
-/// Who is let in. Any page that the user has open can send requests to a port of this machine, and any name
-/// can be made to lead there; neither may read or change anything.
+/// Decides which requests are answered. Any web page that the user has open can send requests to a port of
+/// this machine, and anybody can make a domain name lead there. Neither may read or change anything.
 ///
 /// Threads: immutable, hence safe to use from several threads.
 class RequestGuard {
@@ -26,7 +26,7 @@ class RequestGuard {
   /// The header that bears the key.
   static constexpr const char* keyHeader = "X-Vellora-Key";
 
-  /// `key` is known only to whom the command printed it.
+  /// Only who reads what the command prints knows `key`.
   RequestGuard(std::uint16_t port, std::string key);
 
   /// Why the request is not answered; nothing when it may be. Whatever its path, a request must name this

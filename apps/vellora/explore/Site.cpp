@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "apps/http/Target.h"
+#include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Keys.h"
 #include "apps/vellora/explore/Page.h"
-#include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora::explore {
 namespace {
@@ -22,7 +22,7 @@ constexpr const char* pagePolicy =
     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'; require-trusted-types-for 'script'; "
     "trusted-types 'none'";
-// An icon may be a document with scripts in it: opened on its own it is one of no origin that can do nothing.
+// An icon may be an SVG document with scripts in it. Opened on its own it has no origin and may do nothing.
 constexpr const char* iconPolicy = "default-src 'none'; frame-ancestors 'none'; sandbox";
 constexpr const char* policyHeader = "Content-Security-Policy";
 
@@ -30,7 +30,7 @@ constexpr std::size_t mostNames = 200;
 
 template <class T>
 Response jsonResponse(const T& value) {
-  auto body = json::encode(value);
+  auto body = command::encode(value);
   if (!body) return plainText(500, body.error().localizedDescription());
   return {200, "application/json;charset=UTF-8", std::move(body).value()};
 }
@@ -138,7 +138,7 @@ constexpr Route routes[] = {
     {"/api/presentations", Need::key, &Call::presentations},
     {"/api/search-layout", Need::key, &Call::searchLayout},
     {"/api/compact-layout", Need::key, &Call::compactLayout},
-    {"/api/icon", Need::ownPage, &Call::icon},  // an image's request bears no key; its id is one
+    {"/api/icon", Need::ownPage, &Call::icon},  // browsers send no key for an image; its id is one
     {"/api/server", Need::keyAndOrigin, &Call::server},
     {"/api/prefetch", Need::keyAndOrigin, &Call::prefetch},
 };

@@ -11,7 +11,9 @@ namespace vellora::explore {
 
 /// The explorer's web site: the page's files, its data as JSON, the icons.
 ///
-/// Ownership: shares the explorer. Threads: immutable, hence safe to use from several threads.
+/// Ownership: shares the explorer.
+///
+/// Threads: immutable, hence safe to use from several threads.
 class Site {
  public:
   Site(std::shared_ptr<Explorer> explorer, std::uint16_t port, const std::string& key)
@@ -24,8 +26,9 @@ class Site {
   const RequestGuard guard_;
 };
 
-/// Adds what every answer tells the browser: to load nothing from elsewhere, to run nothing but the page's
-/// own scripts, to show it in nobody's frame, to keep nothing and to pass no address on.
+/// Adds the headers of every answer. They tell the browser to load nothing from elsewhere, to run no scripts
+/// but the page's own, to show the page in no other page's frame, to store nothing, and to tell no other site
+/// its address.
 [[nodiscard]] http::Response secured(http::Response response);
 
 }  // namespace vellora::explore

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <optional>
-#include <string_view>
 #include <tuple>
 
 #include "vellora/Host/Cache.h"
@@ -14,7 +13,6 @@ struct CacheStatus {
   std::optional<double> ageSeconds;  ///< absent when it was never filled
   bool fresh = false;
 
-  static constexpr std::string_view recordName = "CacheStatus";
   static constexpr auto fields() {
     return std::tuple(json::field("ageSeconds", &CacheStatus::ageSeconds),
                       json::field("fresh", &CacheStatus::fresh));

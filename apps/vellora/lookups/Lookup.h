@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/vellora/command/Arguments.h"
@@ -16,7 +17,7 @@
 
 namespace vellora::command {
 
-/// One kind of question that the command asks: by keys, answered by a dictionary, or by nothing.
+/// One kind of lookup of the command: of keys, answered with a dictionary by key, or with nothing.
 template <class Record>
 struct Lookup {
   using Answer = std::optional<std::map<std::string, Record>>;
@@ -28,6 +29,26 @@ struct Lookup {
   /// The library's log line after which no answer comes any more; empty when it always answers.
   std::string endLine = {};
 };
+
+/// Prints the answer as JSON, null for none, or as a table, nothing for none.
+template <class Record>
+[[nodiscard]] ExitCode printAnswer(const Lookup<Record>& lookup,
+                                   const typename Lookup<Record>::Answer& answer,
+                                   const Arguments& arguments) {
+  if (arguments.json) return printJson(json::encode(answer));
+  return answer ? printText(lookup.text(*answer, Style(arguments.color))) : ExitCode::answered;
+}
+
+/// Those of `keys` that the answer lacks, each once.
+template <class Record>
+[[nodiscard]] std::vector<std::string> missingKeys(
+    const std::vector<std::string>& keys, const std::optional<std::map<std::string, Record>>& answer) {
+  std::vector<std::string> missing;
+  for (const auto& key : distinct(keys)) {
+    if (!answer || !answer->contains(key)) missing.push_back(key);
+  }
+  return missing;
+}
 
 /// Asks, waits, prints what came and complains of what did not.
 template <class Record>
@@ -41,20 +62,11 @@ ExitCode run(const Lookup<Record>& lookup, const std::vector<std::string>& keys,
   session.settle();
   const Answer answer = arrived.value_or(std::nullopt);
 
-  if (arguments.json) {
-    const auto json = json::encode(answer);
-    if (!json) return complain({ExitCode::unexpected, json.error().localizedDescription()});
-    if (!print(std::string(json.value().view()) + "\n")) return ExitCode::unexpected;
-  } else if (answer) {
-    if (!print(lookup.text(*answer, Style(arguments.color)))) return ExitCode::unexpected;
-  }
+  if (const auto printed = printAnswer(lookup, answer, arguments); printed != ExitCode::answered)
+    return printed;
 
-  std::vector<std::string> missing;
-  for (const auto& key : distinct(keys)) {
-    if (!answer || !answer->contains(key)) missing.push_back(key);
-  }
   const Ending ending = arrived ? Ending::answered : awaited->isOver() ? Ending::failed : Ending::ranOut;
-  return judge(missing, lookup.what, ending, arguments, session);
+  return judge(missingKeys(keys, answer), lookup.what, ending, arguments, session);
 }
 
 }  // namespace vellora::command

@@ -16,8 +16,9 @@ namespace vellora::command {
 /// The same on any host.
 [[nodiscard]] std::shared_ptr<VelloraService> openService(const Arguments& arguments, const RequiredAPI& api);
 
-/// Calls `action` when the loading has ended, however it did, maybe at once; not when `service` is destroyed
-/// first. Types are looked up by name from there: before that each name would send for both lists by itself.
+/// Calls `action` when the loading has ended, in success or failure, maybe at once; not when `service` is
+/// destroyed first. Names of types are looked up in `action`: before the loading has ended, each name would
+/// request both lists for itself.
 void onceLoaded(const std::shared_ptr<VelloraService>& service, std::function<void(VelloraService&)> action);
 
 /// `vellora ids`: what the records of these ids are.

@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "apps/vellora/command/TextTable.h"
+#include "apps/vellora/lookups/ByObjectType.h"
 #include "vellora/DataServices/LayoutDataService.h"
-#include "vellora/Services/LayoutAnswer.h"
 
 namespace vellora::command {
 

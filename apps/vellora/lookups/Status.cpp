@@ -9,14 +9,16 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "apps/vellora/command/Awaited.h"
+#include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/TextTable.h"
 #include "apps/vellora/lookups/CacheStatus.h"
 #include "apps/vellora/lookups/Presentation.h"
 #include "apps/vellora/lookups/PrimerState.h"
-#include "vellora/Platform/Json/JsonCodec.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::command {
 
@@ -26,12 +28,11 @@ using State = VelloraService::State;
 
 struct Status {
   std::string state;
-  std::optional<std::string> error;
+  std::optional<std::string> error = {};
   bool primedAndCached = false;
   CacheStatus themes;
   CacheStatus sObjects;
 
-  static constexpr std::string_view recordName = "Status";
   static constexpr auto fields() {
     return std::tuple(json::field("state", &Status::state), json::field("error", &Status::error),
                       json::field("primedAndCached", &Status::primedAndCached),
@@ -69,6 +70,17 @@ ExitCode judge(const State& state, const Arguments& arguments, const Session& se
   return complain({ExitCode::requestFailed, what.str()});
 }
 
+Status statusOf(const State& state, const VelloraService& service, const Arguments& arguments,
+                const Session& session) {
+  auto& cache = *session.api().cache;
+  Status status{.state = std::string(nameOf(state.stateCase())),
+                .primedAndCached = service.primedAndCached(),
+                .themes = themesStatus(cache, arguments.cacheTimeout),
+                .sObjects = sObjectsStatus(cache, arguments.cacheTimeout)};
+  if (state.error() != nullptr) status.error = state.error()->localizedDescription();
+  return status;
+}
+
 }  // namespace
 
 ExitCode showStatus(const Arguments& arguments, const Session& session) {
@@ -82,19 +94,9 @@ ExitCode showStatus(const Arguments& arguments, const Session& session) {
   session.settle();
 
   const State state = service->primerState();
-  auto& cache = *session.api().cache;
-  const Status status{std::string(nameOf(state.stateCase())),
-                      state.error() ? std::optional(state.error()->localizedDescription()) : std::nullopt,
-                      service->primedAndCached(), themesStatus(cache, arguments.cacheTimeout),
-                      sObjectsStatus(cache, arguments.cacheTimeout)};
-  if (arguments.json) {
-    const auto json = json::encode(status);
-    if (!json) return complain({ExitCode::unexpected, json.error().localizedDescription()});
-    if (!print(std::string(json.value().view()) + "\n")) return ExitCode::unexpected;
-  } else if (!print(tableOf(status))) {
-    return ExitCode::unexpected;
-  }
-  return judge(state, arguments, session);
+  const Status status = statusOf(state, *service, arguments, session);
+  const ExitCode printed = arguments.json ? printJson(encode(status)) : printText(tableOf(status));
+  return printed != ExitCode::answered ? printed : judge(state, arguments, session);
 }
 
 }  // namespace vellora::command

@@ -28,7 +28,9 @@ TEST(QueryParserTest, ReadsAQueryWithOneComparison) {
   const auto statement = parseQuery("SELECT Id,SobjectType FROM ListView WHERE Id = '00B000000000001'");
   ASSERT_TRUE(statement);
   EXPECT_EQ(statement.value(),
-            (QueryStatement{{"Id", "SobjectType"}, "ListView", {{"Id", {"00B000000000001"s}}}}));
+            (QueryStatement{.fields = {"Id", "SobjectType"},
+                            .object = "ListView",
+                            .conditions = {{.path = "Id", .anyOf = {"00B000000000001"s}}}}));
 }
 
 TEST(QueryParserTest, ReadsPathsListsAndSeveralConditions) {
@@ -38,9 +40,10 @@ TEST(QueryParserTest, ReadsPathsListsAndSeveralConditions) {
   ASSERT_TRUE(statement);
   EXPECT_EQ(statement.value(),
             (QueryStatement{
-                {"EntityDefinition.QualifiedApiName", "QualifiedApiName", "IsNameField"},
-                "FieldDefinition",
-                {{"EntityDefinition.QualifiedApiName", {"Account"s, "User"s}}, {"IsNameField", {true}}}}));
+                .fields = {"EntityDefinition.QualifiedApiName", "QualifiedApiName", "IsNameField"},
+                .object = "FieldDefinition",
+                .conditions = {{.path = "EntityDefinition.QualifiedApiName", .anyOf = {"Account"s, "User"s}},
+                               {.path = "IsNameField", .anyOf = {true}}}}));
 }
 
 TEST(QueryParserTest, NeedsNoCondition) {
@@ -53,8 +56,10 @@ TEST(QueryParserTest, DoesNotMindBlanksAndLineBreaksBetweenWords) {
   const auto statement =
       parseQuery(" \tSELECT  Id ,\r\nName\nFROM ListView WHERE Id='x'AND Name IN('y' , 'z') ");
   ASSERT_TRUE(statement);
-  EXPECT_EQ(statement.value(),
-            (QueryStatement{{"Id", "Name"}, "ListView", {{"Id", {"x"s}}, {"Name", {"y"s, "z"s}}}}));
+  EXPECT_EQ(statement.value(), (QueryStatement{.fields = {"Id", "Name"},
+                                               .object = "ListView",
+                                               .conditions = {{.path = "Id", .anyOf = {"x"s}},
+                                                              {.path = "Name", .anyOf = {"y"s, "z"s}}}}));
 }
 
 TEST(QueryParserTest, KnowsKeywordsInAnyCase) {

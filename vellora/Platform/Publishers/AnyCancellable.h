@@ -7,23 +7,37 @@
 
 namespace vellora {
 
-/// The token of one subscription: cancelling it, or dropping it, silences everything that has not begun.
+/// The token of one subscription. Cancelling it, or dropping it, silences everything that has not begun.
 ///
-/// Ownership: movable only. A token whose subscription has ended weighs one small allocation and holds
-/// nothing. Threads: `cancel` may be called from any thread, also from inside the subscription's own
-/// handlers; a handler that is already running on another thread finishes.
+///     AnyCancellable token = publisher.sink([](int value) { show(value); });
+///     token.cancel();  // `show` is not called any more
+///
+/// Ownership: movable only. The token does not own the subscription, which lives with what it waits for. The
+/// token of a subscription that has ended holds one small block of memory and nothing of the pipeline.
+///
+/// Threads: `cancel` may be called from any thread, also from inside the subscription's own handlers. A
+/// handler that is already running on another thread finishes. Move and destroy it
+/// on one thread at a time.
 class [[nodiscard]] AnyCancellable {
  public:
+  /// A token without a subscription.
   AnyCancellable() = default;
+
+  /// The token of the subscription that ends with `scope`.
   explicit AnyCancellable(SubscriptionScope scope) : scope_(std::move(scope)) {}
 
   AnyCancellable(AnyCancellable&& other) noexcept : scope_(std::exchange(other.scope_, std::nullopt)) {}
+
+  /// Takes the other's subscription and cancels the own one.
   AnyCancellable& operator=(AnyCancellable&& other) noexcept {
     if (this != &other) AnyCancellable(std::move(other)).swap(*this);
     return *this;
   }
+
   ~AnyCancellable() { cancel(); }
 
+  /// Cancels the subscription. Neither handler is called afterwards, not even for the end. Does nothing when
+  /// there is none, or when it has ended.
   void cancel() const {
     if (scope_) scope_->end();
   }
@@ -31,6 +45,7 @@ class [[nodiscard]] AnyCancellable {
   /// Lets the subscription go on without its token, until it ends by itself or with what it waits for.
   void detach() && { scope_.reset(); }
 
+  /// Exchanges the subscriptions of two tokens. Neither is cancelled.
   void swap(AnyCancellable& other) noexcept { std::swap(scope_, other.scope_); }
 
  private:

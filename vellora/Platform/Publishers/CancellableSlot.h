@@ -10,20 +10,25 @@
 namespace vellora {
 
 /// Room for one subscription token: the newest subscription takes the place of the one before, which is
-/// thereby cancelled. Destroying the slot cancels what it holds.
+/// thereby cancelled.
 ///
-/// The newest is the one that began last. A subscription may end, and its handlers may begin the next one,
-/// before its own token has been returned: that token then comes too late and is dropped, so that it does not
-/// cancel its successor.
+///     slot.replace([&] { return search(text).sink(show); });  // cancels the search before, if one runs
+///
+/// The newest is the one whose `replace` was called last. A subscription may end inside its own start, and
+/// its handlers may call `replace` for the next one, before its own token has been returned. That token then
+/// comes too late: it is dropped, and the next one's stays.
+///
+/// Ownership: the slot holds the newest token. Destroying the slot cancels its subscription.
 ///
 /// Threads: safe to use from several threads at once; subscribes and cancels with no lock held.
 class VELLORA_EXPORT CancellableSlot {
  public:
+  /// A slot without a subscription.
   CancellableSlot() = default;
   CancellableSlot(const CancellableSlot&) = delete;
   CancellableSlot& operator=(const CancellableSlot&) = delete;
 
-  /// Calls `subscribe`, then keeps the token that it returns.
+  /// Calls `subscribe`, then keeps the token that it returns and cancels the one before.
   template <class Subscribe>
   void replace(Subscribe subscribe) {
     const std::uint64_t turn = takeTurn();
@@ -31,7 +36,10 @@ class VELLORA_EXPORT CancellableSlot {
   }
 
  private:
+  /// The number of a call of `replace`: a later call has a larger one.
   [[nodiscard]] std::uint64_t takeTurn();
+
+  /// Keeps `token` unless that of a later turn is kept already, and cancels the one that is not kept.
   void keep(std::uint64_t turn, AnyCancellable token);
 
   std::mutex mutex_;  // guards what follows

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "vellora/Platform/Publishers/Publisher.h"
@@ -10,19 +11,24 @@
 
 namespace vellora {
 
-/// A moment without a value: the owner of an observable property is about to change.
+/// Announces that a property of an object is about to change. It does not say which, nor to what.
 struct VELLORA_EXPORT WillChange {};
 
 /// An observable property: a current value and the stream of its changes.
 ///
 /// Setting tells the observers of the owning object, stores the value, then delivers it to every subscriber;
 /// an equal value is delivered again. A subscriber that arrives at any moment, also during a delivery or from
-/// inside one, gets the current value at once and misses no later one. Each gets the values in the order of
-/// their storing. The stream never ends.
+/// inside one, gets the current value at once and misses no later one. Each subscriber gets the values in the
+/// order in which they were stored. The stream never ends.
 ///
-/// Ownership: destroying the property lets go of its subscribers without a completion.
-/// Threads: safe to use from several threads at once; subscribers are called on the thread that sets, or on
-/// one that is delivering to them already, with no lock held.
+/// Ownership: copies share the property. When the last of them and of its streams is gone, its subscribers
+/// are let go of without a completion.
+///
+/// Threads: safe to use from several threads at once. Subscribers are called with no lock held, on the thread
+/// that sets, or on one that is delivering to them already.
+///
+/// Errors: none. A value that can be copied without memory is stored in any case. A subscriber for which
+/// there is no memory misses it.
 template <class T>
 class Published {
  public:
@@ -31,6 +37,7 @@ class Published {
       : objectWillChange_(std::move(objectWillChange)),
         broadcast_(std::make_shared<detail::Broadcast<T>>(std::move(initial))) {}
 
+  /// A copy of the current value.
   [[nodiscard]] T value() const { return *broadcast_->current(); }
 
   void set(const T& value) const {
@@ -38,6 +45,7 @@ class Published {
     broadcast_->send(value);
   }
 
+  /// Yields the current value at once, on the subscribing thread, then every later one.
   [[nodiscard]] Publisher<T> stream() const { return Publisher<T>(broadcast_); }
 
  private:

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <concepts>
-#include <functional>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -10,67 +10,91 @@
 #include "vellora/Platform/Publishers/AnyCancellable.h"
 #include "vellora/Platform/Publishers/Observer.h"
 #include "vellora/Platform/Publishers/Promise.h"
-#include "vellora/Platform/Publishers/detail/Combining.h"
-#include "vellora/Platform/Publishers/detail/Scheduling.h"
-#include "vellora/Platform/Publishers/detail/Sink.h"
+#include "vellora/Platform/Publishers/SubscriptionScope.h"
+#include "vellora/Platform/Publishers/detail/Hops.h"
+#include "vellora/Platform/Publishers/detail/Joint.h"
+#include "vellora/Platform/Publishers/detail/Latest.h"
+#include "vellora/Platform/Publishers/detail/QueuedStart.h"
 #include "vellora/Platform/Publishers/detail/Source.h"
-#include "vellora/Platform/Publishers/detail/Transforming.h"
+#include "vellora/Platform/Publishers/detail/Step.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Values/OutOfMemory.h"
 
 namespace vellora {
 
-template <class T>
-class Publisher;
-
-namespace detail {
-
-template <class P>
-struct PublishedBy;
-template <class T>
-struct PublishedBy<Publisher<T>> {
-  using Value = T;
-};
-
-}  // namespace detail
-
 /// An asynchronous producer of values of `T`, which ends once, normally or with an error.
 ///
-/// The asynchronous contract, for every producer and step in the library:
-/// 1. It delivers on the thread on which the step before it delivers; only `receive` moves values to a queue,
-/// and
-///    only `subscribe` moves the start.
-/// 2. A subscriber is called one at a time: any number of values, then exactly one completion.
-/// 3. Cancelling or dropping the token that `sink` returns, also from inside a handler, silences whatever has
-/// not
-///    begun; a handler already running on another thread finishes.
-/// 4. After the end, the failure or the cancellation, a pipeline has let go of its closures and its upstream.
-/// 5. A step that gets no memory fails its pipeline with `OutOfMemory`, as far as there is memory to tell.
-/// `sink`
-///    itself throws `std::bad_alloc`, and then nothing is delivered.
+/// A publisher is a recipe: it says what is to be done, and nothing happens before `sink` starts it. The one
+/// exception is the body of `promise`, which runs when the publisher is built. An example:
 ///
-/// Nothing happens before `sink`, except that the body of `promise` runs when it is built.
+///     AnyCancellable token = Publisher<std::string>::sequence({"Account", "Order"})
+///                                .receive(queue)
+///                                .flatMap([](std::string name) { return themeNamed(std::move(name)); })
+///                                .collect()
+///                                .sink([](const std::vector<Theme>& themes) { show(themes); },
+///                                      [](const Completion& error) { if (error) report(*error); });
+///
+/// The asynchronous contract holds for every producer and every step in the library:
+///
+/// 1. Thread: a step delivers on the thread on which the step before it delivers. Only `receive` moves
+///    values to a queue, and only `subscribe` moves the start.
+/// 2. Number: a subscriber is called one call at a time: any number of values, then exactly one completion.
+/// 3. Cancelling: `sink` returns a token. Cancelling or dropping it, also from inside a handler, silences
+///    what has not begun. A handler that is already running on another thread finishes.
+/// 4. Release: after the end, the failure or the cancellation, a pipeline has let go of its closures and of
+///    its upstream.
+/// 5. Memory: a step that gets no memory fails its pipeline with `OutOfMemory`, as far as there is memory to
+///    tell. `sink` itself throws `std::bad_alloc`; then nothing is delivered.
+///
+/// "Upstream" is the producer in front of a step, "downstream" what stands behind it.
 ///
 /// Ownership: copies share the recipe. A running pipeline is owned by what it waits for (a pending promise,
-/// queued work, an observed property), not by its token. Handlers must not throw. Threads: a recipe is
-/// immutable; it may be subscribed to from several threads at once.
+/// queued work, an observed property), not by its token.
+///
+/// Threads: a recipe does not change. It may be subscribed to from several threads at once.
+///
+/// Errors: they are values, and come with the completion. A step's closure may throw `std::bad_alloc`, which
+/// the fifth point covers, and nothing else. The handlers of `sink` must not throw.
 template <class T>
 class Publisher {
  public:
+  /// What it yields.
   using Value = T;
 
-  /// Yields `value` at once, then ends.
-  [[nodiscard]] static Publisher just(T value) { return make<detail::JustSource<T>>(std::move(value)); }
-
-  /// Fails at once with `error`.
-  [[nodiscard]] static Publisher fail(Error error) { return make<detail::FailSource<T>>(std::move(error)); }
-
-  /// Yields the elements of `values` in their order, then ends.
-  [[nodiscard]] static Publisher sequence(std::vector<T> values) {
-    return make<detail::SequenceSource<T>>(std::move(values));
+  /// Yields `value` at once, on the subscribing thread, then ends.
+  [[nodiscard]] static Publisher just(T value) {
+    return startedBy([value = std::move(value)](const auto& to, const auto& scope, Use use) mutable {
+      if (!scope.isActive()) return;
+      to->receive(detail::taken(value, use));
+      if (scope.isActive()) to->complete({});
+    });
   }
 
-  /// Runs `body` once, now, with the promise to resolve. Every subscriber gets the first result, however
-  /// late.
+  /// Fails at once with `error`, on the subscribing thread.
+  [[nodiscard]] static Publisher fail(Error error) {
+    return startedBy(
+        [error = std::move(error)](const auto& to, const auto& /*scope*/, Use) { to->complete(error); });
+  }
+
+  /// Yields the elements of `values` at once, in their order, on the subscribing thread, then ends.
+  [[nodiscard]] static Publisher sequence(std::vector<T> values) {
+    return startedBy([values = std::move(values)](const auto& to, const auto& scope, Use) {
+      for (const auto& value : values) {
+        if (!scope.isActive()) return;
+        to->receive(value);
+      }
+      if (scope.isActive()) to->complete({});
+    });
+  }
+
+  /// Runs `body` once, now, with the promise to resolve. Every subscriber gets the first result, also one
+  /// that comes when it is long there. This is the way from a callback to a publisher:
+  ///
+  ///     const auto loaded = Publisher<Data>::promise([&](const Promise<Data>& promise) {
+  ///       load([promise](Data data) { promise.succeed(std::move(data)); });
+  ///     });
+  ///
+  /// Here `load` is called once and at once. Inside `deferred` it would be called at each subscription.
   template <class F>
   requires std::is_invocable_v<F&, Promise<T>>
   [[nodiscard]] static Publisher promise(F body) {
@@ -79,100 +103,172 @@ class Publisher {
     return Publisher(promise.source_);
   }
 
-  /// Runs `body` at each subscription, on the subscribing thread; the producer it returns is subscribed to.
+  /// Runs `body` at each subscription, on the subscribing thread. The producer that it returns is the one
+  /// that is subscribed to. All subscriptions share the one `body`, whereas they have copies of a step's
+  /// closure.
   template <class F>
   requires std::is_invocable_r_v<Publisher, F&>
   [[nodiscard]] static Publisher deferred(F body) {
-    return make<detail::DeferredSource<T>>([body = std::move(body)]() mutable { return body().source(); });
+    return startedBy([body = std::move(body)](auto to, const auto& scope, Use) mutable {
+      detail::start<T>(Publisher(body()).takeSource(), std::move(to), scope);
+    });
   }
 
-  /// Passes each value through `transform`.
+  /// Passes each value through `transform`, and the end as it is. The publisher that this returns yields what
+  /// `transform` returns:
+  ///
+  ///     names.map([](std::string name) { return name.size(); })  // a Publisher<std::size_t>
   template <class F>
   [[nodiscard]] auto map(F transform) const {
     using U = std::remove_cvref_t<std::invoke_result_t<F&, T>>;
-    return Publisher<U>::template make<detail::MapSource<T, U, F>>(source_, std::move(transform));
+    auto onValue = [transform = std::move(transform)](auto& to, T&& value) mutable {
+      to.observer->receive(transform(std::move(value)));
+    };
+    return Publisher<U>(
+        detail::behind<detail::Downstream<U>>(source_, std::move(onValue), detail::PassEnd()));
   }
 
-  /// Passes each value through `transform`, which returns a `Result`. Its first error cancels upstream and
-  /// ends this with that error.
+  /// Passes each value through `transform`, which returns a `Result`. The first error among the results
+  /// cancels upstream and is the end; `transform` is not called again.
+  ///
+  ///     texts.tryMap(json::decodeOnce<Theme>)  // a Publisher<Theme>, which fails at a text that is none
   template <class F>
   [[nodiscard]] auto tryMap(F transform) const {
     using U = typename std::remove_cvref_t<std::invoke_result_t<F&, T>>::Value;
-    return Publisher<U>::template make<detail::TryMapSource<T, U, F>>(source_, std::move(transform));
+    struct State : detail::CuttingDownstream<U> {
+      using detail::CuttingDownstream<U>::CuttingDownstream;
+      bool failed = false;
+    };
+    auto onValue = [transform = std::move(transform)](State& to, T&& value) mutable {
+      if (to.failed) return;
+      Result<U> result = transform(std::move(value));
+      if (result) return to.observer->receive(std::move(result).value());
+      to.failed = true;
+      to.scope.end();
+      to.observer->complete(result.error());
+    };
+    auto onEnd = [](State& to, Completion&& completion) {
+      if (!to.failed) to.observer->complete(std::move(completion));
+    };
+    return Publisher<U>(detail::behind<State>(source_, std::move(onValue), std::move(onEnd)));
   }
 
-  /// Passes on the first value that `admits`, then cancels upstream and ends; of an upstream that ends
-  /// without one, only the end.
+  /// Passes on the first value that `admits`, then cancels upstream and ends. Of an upstream that ends
+  /// without such a value it passes on only the end, which may be a failure.
   template <class P>
   requires std::predicate<P&, const T&>
   [[nodiscard]] Publisher first(P admits) const {
-    return make<detail::FirstSource<T, P>>(source_, std::move(admits));
+    using State = detail::CuttingDownstream<T>;
+    auto onValue = [admits = std::move(admits)](State& to, T&& value) mutable {
+      if (!to.scope.isActive() || !admits(std::as_const(value))) return;
+      to.scope.end();
+      to.observer->receive(std::move(value));
+      if (to.outer.isActive()) to.observer->complete({});
+    };
+    auto onEnd = [](State& to, Completion&& completion) {
+      if (to.scope.end()) to.observer->complete(std::move(completion));
+    };
+    return Publisher(detail::behind<State>(source_, std::move(onValue), std::move(onEnd)));
   }
 
-  /// Replaces the error of a failure by what `transform` makes of it.
+  /// Replaces the error of a failure by what `transform` makes of it. When there is no memory for that, the
+  /// error goes on as it is.
   template <class F>
   requires std::is_invocable_v<F&, Error>
   [[nodiscard]] Publisher mapError(F transform) const {
-    return make<detail::MapErrorSource<T, F>>(source_, std::move(transform));
+    auto onValue = [](auto& to, T&& value) { to.observer->receive(std::move(value)); };
+    auto onEnd = [transform = std::move(transform)](auto& to, Completion&& completion) mutable {
+      try {
+        if (completion) completion = Error(transform(*completion));
+      } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the error goes on as it is
+      }
+      to.observer->complete(std::move(completion));
+    };
+    return Publisher(detail::behind<detail::Downstream<T>>(source_, std::move(onValue), std::move(onEnd)));
   }
 
-  /// Starts the producer that `transform` returns for each value, without a limit, and passes on their values
-  /// in the order in which they yield them. Ends when upstream and all of them have ended; the first failure
-  /// of any cancels the others and is the end.
+  /// Starts the producer that `transform` returns for each value, at once and without a limit to their
+  /// number, and passes on their values in the order in which they yield them. Ends when upstream and all of
+  /// them have ended. The first failure of any is the end, and cancels the others.
+  ///
+  /// `transform` runs on the thread on which upstream delivers. The producers may yield on several threads at
+  /// once. A value that comes while another is being passed on makes nobody wait: the thread that is passing
+  /// values on takes it along.
   template <class F>
   [[nodiscard]] auto flatMap(F transform) const {
-    using U = typename detail::PublishedBy<std::remove_cvref_t<std::invoke_result_t<F&, T>>>::Value;
-    return Publisher<U>::template make<detail::FlatMapSource<T, U, F>>(source_, std::move(transform));
+    using U = typename std::remove_cvref_t<std::invoke_result_t<F&, T>>::Value;
+    return Publisher<U>(detail::Joint<U>::merging(source_, std::move(transform)));
   }
 
-  /// Waits for the end and yields all values as one list, in the order of their arrival; a failure is passed
+  /// Waits for the end and yields all values as one list, in the order of their arrival. A failure is passed
   /// on alone.
   [[nodiscard]] Publisher<std::vector<T>> collect() const {
-    return Publisher<std::vector<T>>::template make<detail::CollectSource<T>>(source_);
+    struct State : detail::Downstream<std::vector<T>> {
+      using detail::Downstream<std::vector<T>>::Downstream;
+      std::vector<T> values;
+    };
+    auto onValue = [](State& to, T&& value) { to.values.push_back(std::move(value)); };
+    auto onEnd = [](State& to, Completion&& completion) {
+      try {
+        if (!completion) to.observer->receive(std::move(to.values));
+      } catch (const std::bad_alloc&) {
+        completion = outOfMemory();
+      }
+      if (to.scope.isActive()) to.observer->complete(std::move(completion));
+    };
+    return Publisher<std::vector<T>>(detail::behind<State>(source_, std::move(onValue), std::move(onEnd)));
   }
 
-  /// Starts both, this one first, and yields a pair once both have yielded a value, and again at each newer
-  /// value of either. Ends when both have ended; fails as soon as either fails.
+  /// Starts both, this one first. Yields a pair once both have yielded a value, and another at each newer
+  /// value of either. Ends when both have ended; fails as soon as either fails. When one ends without a
+  /// value, there is never a pair. The threads are as with `flatMap`.
   template <class U>
   [[nodiscard]] Publisher<std::pair<T, U>> combineLatest(const Publisher<U>& other) const {
-    return pairedBy<detail::LatestPairs<T, U>>(other);
+    return Publisher<std::pair<T, U>>(detail::Latest<T, U>::of(source_, other.source()));
   }
 
-  /// Starts both, this one first, and pairs their values in order. Ends when no further pair can come; fails
-  /// as soon as either fails.
-  template <class U>
-  [[nodiscard]] Publisher<std::pair<T, U>> zip(const Publisher<U>& other) const {
-    return pairedBy<detail::OrderedPairs<T, U>>(other);
-  }
-
-  /// Delivers on `queue`: one hop for each value, a separate one for the end.
+  /// Delivers on `queue`: one hop for each value, and a separate one for the end. The order holds on a
+  /// concurrent queue, too. What is still on its way when the subscription is cancelled is not delivered.
   [[nodiscard]] Publisher receive(std::shared_ptr<DispatchQueue> queue) const {
-    return make<detail::ReceiveOnSource<T>>(source_, std::move(queue));
+    return Publisher(detail::Hops<T>::behind(source_, std::move(queue)));
   }
 
-  /// Starts and cancels on `queue`. A `promise` upstream has run its body already, where it was built.
+  /// Starts and cancels on `queue`. Values come on the thread on which upstream yields them. A `promise`
+  /// upstream has run its body already, where it was built.
   [[nodiscard]] Publisher subscribe(std::shared_ptr<DispatchQueue> queue) const {
-    return make<detail::SubscribeOnSource<T>>(source_, std::move(queue));
+    return Publisher(detail::QueuedStart<T>::of(source_, std::move(queue)));
   }
 
   /// Starts the pipeline. `onValue` gets every value, then `onCompletion` the end: an error, or no value for
-  /// a normal end. Returns the token; dropping it cancels.
+  /// a normal end. Both are called on the thread on which the last step delivers; with a producer that yields
+  /// at once, inside this call.
+  ///
+  /// Returns the token. Keep it, since dropping it cancels; or `detach` it, for a pipeline that nobody needs
+  /// to cancel. Throws `std::bad_alloc`.
   template <class V, class C>
   [[nodiscard]] AnyCancellable sink(V onValue, C onCompletion) const {
     const SubscriptionScope scope;
     AnyCancellable token(scope);  // cancels what has begun when the rest gets no memory
-    source_->subscribe(
-        std::make_shared<detail::SinkObserver<T, V, C>>(scope, std::move(onValue), std::move(onCompletion)),
-        scope);
+    auto observer = detail::step<T>(
+        SubscriptionScope(scope),
+        [onValue = std::move(onValue)](auto& subscription, T&& value) mutable {
+          if (subscription.isActive()) onValue(std::move(value));
+        },
+        [onCompletion = std::move(onCompletion)](auto& subscription, Completion&& completion) mutable {
+          if (subscription.end()) onCompletion(std::move(completion));
+        });
+    detail::start<T>(source_, std::move(observer), scope);
     return token;
   }
 
-  /// As above, for who does not ask how it ended.
+  /// The same without a handler for the end. An error is lost.
   template <class V>
   [[nodiscard]] AnyCancellable sink(V onValue) const {
     return sink(std::move(onValue), [](const Completion&) {});
   }
 
+  /// For the library's own steps: the recipe behind this publisher. `takeSource` gives the handle away, so
+  /// that a recipe that nobody else holds can give away what it consists of, rather than copies.
   explicit Publisher(detail::SourcePtr<T> source) : source_(std::move(source)) {}
   [[nodiscard]] const detail::SourcePtr<T>& source() const noexcept { return source_; }
   [[nodiscard]] detail::SourcePtr<T> takeSource() && noexcept { return std::move(source_); }
@@ -181,15 +277,12 @@ class Publisher {
   template <class U>
   friend class Publisher;
 
-  template <class S, class... Args>
-  static Publisher make(Args&&... args) {
-    return Publisher(std::make_shared<S>(std::forward<Args>(args)...));
-  }
+  using Use = detail::Use;
 
-  template <class Pairs, class U>
-  Publisher<std::pair<T, U>> pairedBy(const Publisher<U>& other) const {
-    return Publisher<std::pair<T, U>>::template make<detail::PairSource<T, U, Pairs>>(source_,
-                                                                                      other.source());
+  /// The publisher that `begin(observer, scope, use)` starts.
+  template <class Begin>
+  static Publisher startedBy(Begin&& begin) {
+    return Publisher(detail::source<T>(std::move(begin)));
   }
 
   detail::SourcePtr<T> source_;

@@ -9,15 +9,27 @@
 
 namespace vellora {
 
-/// Lets actions through one at a time, in their order, without making anyone wait: an action that arrives
-/// while another runs is left to the thread that is inside, also when that is the same thread.
+/// Lets actions through one at a time, in their order, and makes nobody wait. An action that arrives while
+/// another runs is left to the thread that runs it, also when that is the same thread:
+///
+///     gate.run([&] {
+///       gate.run([&] { log("second"); });  // returns at once
+///       log("first");
+///     });
+///
+/// Ownership: the caller keeps the gate alive until its call returns. An action that had to wait is destroyed
+/// before the next one runs.
 ///
 /// Threads: safe to use from several threads at once; actions run with no lock held.
+///
+/// Errors: `run` and `enqueue` throw `std::bad_alloc` when there is no memory to keep an action that must
+/// wait. Actions must not throw.
 class VELLORA_EXPORT SerialGate {
  public:
   using Action = std::function<void()>;
 
-  /// Runs `action` now when nobody is inside, else leaves it behind those that wait.
+  /// Runs `action` now when no other runs or waits, else leaves it behind those that wait. Runs also what
+  /// other threads leave meanwhile.
   template <class F>
   void run(F&& action) {
     {
@@ -34,14 +46,15 @@ class VELLORA_EXPORT SerialGate {
     runWaiting();
   }
 
-  /// Leaves `action` behind those that wait. Somebody must call `drain` afterwards; between the two, the
-  /// caller may let go of a lock that made it enqueue in order.
+  /// Leaves `action` behind those that wait. Somebody must call `drain` afterwards. Between the two calls,
+  /// the caller may release a lock of its own, under which it put actions into order.
   void enqueue(Action action);
 
-  /// Runs what waits, unless somebody is inside, who then does.
+  /// Runs what waits. When another thread is running actions, that thread runs these too.
   void drain();
 
  private:
+  /// Runs what waits until nothing does, then leaves the gate. The caller is the one inside.
   void runWaiting();
 
   std::mutex mutex_;

@@ -10,13 +10,17 @@ namespace vellora {
 
 /// The lifetime of one running subscription: active until it is ended once, by its end or by a cancellation.
 ///
-/// A producer that waits for something registers how to let go of its consumer; ending the scope runs that.
-/// The scope must know what it cuts only weakly: producers own the way down to the consumer, tokens own the
-/// scope, so that neither keeps the other alive.
+/// A producer that waits for something registers a teardown, which lets go of the consumer. Ending the scope
+/// runs it. A teardown must hold what it lets go of only weakly: the producer owns the way down to the
+/// consumer, the token owns the scope, and neither may keep the other alive.
 ///
 /// Ownership: copies are handles to one scope. An ended scope holds nothing.
-/// Threads: safe to use from several threads at once; teardowns run on the thread that ends the scope, with
+///
+/// Threads: safe to use from several threads at once. Teardowns run on the thread that ends the scope, with
 /// no lock held.
+///
+/// Errors: constructing, `child` and `add` throw `std::bad_alloc`. Ending takes no memory; teardowns must not
+/// throw.
 class VELLORA_EXPORT SubscriptionScope {
  public:
   using Teardown = std::function<void()>;
@@ -27,6 +31,7 @@ class VELLORA_EXPORT SubscriptionScope {
   /// A scope that ends with this one, and may end before it.
   [[nodiscard]] SubscriptionScope child() const;
 
+  /// False once the scope has been ended. Takes no lock.
   [[nodiscard]] bool isActive() const;
 
   /// Ends the scope and runs the teardowns in the order of their registration. True for the one call that

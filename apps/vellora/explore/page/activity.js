@@ -30,7 +30,7 @@ function add(entry) {
   }
 }
 
-// Queries are easier to read as they were meant.
+// Without percent-encoding, queries are easier to read.
 function readable(what) {
   try {
     return decodeURIComponent(what);

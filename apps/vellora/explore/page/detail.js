@@ -1,8 +1,9 @@
 import { get, iconAddress, nameList } from "./api.js";
 import { paint } from "./colour.js";
 import { byId, foreign, make } from "./dom.js";
+import { bestIcon, iconImage } from "./icons.js";
 import { sample, sampleCount } from "./samples.js";
-import { bestIcon, iconImage, typeOf } from "./tiles.js";
+import { typeOf } from "./types.js";
 
 const panel = byId("detail");
 let current = null; // API name

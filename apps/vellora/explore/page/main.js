@@ -80,7 +80,7 @@ async function live() {
     failedToReach = false;
   } catch (error) {
     if (error instanceof Refused) return showNotice(error.message, true);
-    // Once may be chance.
+    // A single failure may be chance.
     if (failedToReach) showNotice("vellora does not answer any more: it has ended, or is busy.", true);
     failedToReach = true;
   }

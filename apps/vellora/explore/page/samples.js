@@ -16,7 +16,7 @@ const samples = new Map([
   ["reference", ["Ada Larch", "Lin Harbour", "Omar Mill"]],
 ]);
 
-// Of what says no more than that it is text; in turn, so that columns differ.
+// For plain text. Columns take these in turn, so that they differ.
 const texts = [
   ["Larch & Sons", "Blue Harbour", "Northern Mill"],
   ["Ashby", "Rowe", "Dell"],

@@ -1,8 +1,8 @@
-#include <chrono>
-#include <thread>
-
+#include "hostkit/cache/CacheArchive.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "tests/apps/vellora/CommandFixture.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {
 namespace {
@@ -30,6 +30,12 @@ class CacheCommandTest : public CommandFixture {
   ChildProcess::Ended cacheOf(const std::string& file, std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin(), {"--cache", file, "cache"});
     return ChildProcess::run(VELLORA, arguments, options);
+  }
+
+  /// Exports the cache as if its entries had been fetched then.
+  void exportAsFetchedAt(Date time) const {
+    const auto exported = hostkit::CacheArchive::decode(Data(cache({"export"}).out)).value();
+    writeFile(archive, std::string(exported.fetchedAt(time).encode().value().view()));
   }
 
   const std::string archive = folder.file("seed.json");
@@ -151,8 +157,7 @@ TEST_F(CacheCommandTest, AnImportedCacheAnswersAtItsFirstStartWithoutAServer) {
 }
 
 TEST_F(CacheCommandTest, ImportedFreshItIsAsIfFetchedNow) {
-  ASSERT_EQ(cache({"export", archive}).exitCode, 0);
-  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  exportAsFetchedAt(Date::since1970(1'700'000'000));
   const std::string kept = folder.file("kept.sqlite");
   const std::string fresh = folder.file("fresh.sqlite");
   ASSERT_EQ(cacheOf(kept, {"import", archive}).exitCode, 0);
@@ -160,8 +165,10 @@ TEST_F(CacheCommandTest, ImportedFreshItIsAsIfFetchedNow) {
   const auto stamp = [this](const std::string& file) {
     return cacheOf(file, {"show", "ops.sobject.fetch.timestamp"}).out;
   };
-  EXPECT_EQ(stamp(kept), stamp(cacheFile));
-  EXPECT_NE(stamp(fresh), stamp(cacheFile));
+  EXPECT_EQ(stamp(kept), "2023-11-14T22:13:20Z\n");
+  EXPECT_NE(stamp(fresh), stamp(kept));
+  EXPECT_THAT(cacheOf(kept, {"ls"}).out, ContainsRegex("OPS_Layout_Account .* expired\n"));
+  EXPECT_THAT(cacheOf(fresh, {"ls"}).out, ContainsRegex("OPS_Layout_Account .* fresh\n"));
 }
 
 TEST_F(CacheCommandTest, ExportAndImportGoThroughPipes) {

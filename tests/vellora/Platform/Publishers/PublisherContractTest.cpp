@@ -54,22 +54,22 @@ std::vector<Step> steps() {
        [](const Publisher<int>& up, const Held& held, const auto&) {
          return up.collect().map([held](const std::vector<int>& values) { return values.at(0); });
        }},
-      {"ZipFirst",
-       [passOn](const Publisher<int>& up, const Held& held, const auto&) {
-         return up.map(passOn(held)).zip(Publisher<int>::just(1)).map([](const auto& pair) {
-           return pair.first;
-         });
-       }},
-      {"ZipSecond",
-       [passOn](const Publisher<int>& up, const Held& held, const auto&) {
-         return Publisher<int>::just(1).zip(up.map(passOn(held))).map([](const auto& pair) {
-           return pair.second;
-         });
-       }},
-      {"CombineLatest",
+      {"CombineLatestFirst",
        [passOn](const Publisher<int>& up, const Held& held, const auto&) {
          return up.map(passOn(held)).combineLatest(Publisher<int>::just(1)).map([](const auto& pair) {
            return pair.first;
+         });
+       }},
+      {"CombineLatestSecond",
+       [passOn](const Publisher<int>& up, const Held& held, const auto&) {
+         return Publisher<int>::just(1).combineLatest(up.map(passOn(held))).map([](const auto& pair) {
+           return pair.second;
+         });
+       }},
+      {"CombineLatestBoth",
+       [passOn](const Publisher<int>& up, const Held& held, const auto&) {
+         return up.map(passOn(held)).combineLatest(up.map(passOn(held))).map([](const auto& pair) {
+           return pair.first + pair.second;
          });
        }},
       {"Receive",

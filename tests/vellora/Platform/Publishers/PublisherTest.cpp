@@ -3,13 +3,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "testkit/ManualQueue.h"
 #include "tests/support/TestError.h"
+#include "vellora/Platform/Json/Json.h"
 #include "vellora/Platform/Publishers/Subject.h"
+#include "vellora/Platform/Values/Data.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora {
 namespace {
@@ -375,21 +381,26 @@ TEST(PublisherTest, CombineLatestFailsWhenEitherFails) {
   EXPECT_THAT(eventsOf(broken.combineLatest(one)), ElementsAre("failed: broken"));
 }
 
-TEST(PublisherTest, ZipWaitsForBothAndPairsInOrder) {
-  EXPECT_THAT(eventsOf(Publisher<int>::just(1).zip(Publisher<int>::just(2))), ElementsAre("(1, 2)", "end"));
-  EXPECT_THAT(eventsOf(Publisher<int>::sequence({1, 2, 3}).zip(Publisher<int>::sequence({10, 20}))),
-              ElementsAre("(1, 10)", "(2, 20)", "end"));
-  EXPECT_THAT(eventsOf(Publisher<int>::just(1).zip(Publisher<int>::fail(TestError{"broken"}))),
-              ElementsAre("failed: broken"));
+TEST(PublisherTest, CombineLatestPairsTheLastOfOneThatHasEndedWithEachValueOfTheOther) {
+  EXPECT_THAT(eventsOf(Publisher<int>::just(1).combineLatest(Publisher<int>::just(2))),
+              ElementsAre("(1, 2)", "end"));
+  EXPECT_THAT(eventsOf(Publisher<int>::sequence({1, 2, 3}).combineLatest(Publisher<int>::sequence({10, 20}))),
+              ElementsAre("(3, 10)", "(3, 20)", "end"));
 }
 
-TEST(PublisherTest, ZipRunsNoClosureOfTheSecondAfterTheFirstHasFailed) {
+TEST(PublisherTest, CombineLatestPairsNothingWithOneThatEndsWithoutAValue) {
+  EXPECT_THAT(eventsOf(Publisher<int>::sequence({}).combineLatest(Publisher<int>::sequence({10, 20}))),
+              ElementsAre("end"));
+}
+
+TEST(PublisherTest, CombineLatestRunsNoClosureOfTheSecondAfterTheFirstHasFailed) {
   int mapped = 0;
   const auto second = Publisher<int>::just(1).map([&](int value) {
     ++mapped;
     return value;
   });
-  EXPECT_THAT(eventsOf(Publisher<int>::fail(TestError{"broken"}).zip(second)), ElementsAre("failed: broken"));
+  EXPECT_THAT(eventsOf(Publisher<int>::fail(TestError{"broken"}).combineLatest(second)),
+              ElementsAre("failed: broken"));
   EXPECT_EQ(mapped, 0);
 }
 
@@ -534,6 +545,25 @@ TEST(PublisherTest, FlatMapTakesTheValueOfAProducerThatNobodyElseHolds) {
           .flatMap([](int) { return Publisher<Heavy>::just(Heavy()).map([](Heavy value) { return value; }); })
           .sink([&](const Heavy& value) { copies.push_back(value.copies); });
   EXPECT_THAT(copies, ElementsAre(0));
+}
+
+TEST(PublisherTest, FlatMapTakesTheClosuresOfAProducerThatNobodyElseHolds) {
+  std::vector<int> copies;
+  const auto token = Publisher<int>::just(1)
+                         .flatMap([](int) {
+                           return Publisher<int>::just(1)
+                               .tryMap([heavy = Heavy()](int) { return Result<int>(heavy.copies); })
+                               .mapError([heavy = Heavy()](const Error& error) { return error; })
+                               .first([heavy = Heavy()](int value) { return value == heavy.copies; });
+                         })
+                         .sink([&](int value) { copies.push_back(value); });
+  EXPECT_THAT(copies, ElementsAre(0));
+}
+
+TEST(PublisherTest, EachSubscriptionHasItsOwnCopiesOfTheClosures) {
+  const auto numbered = Publisher<int>::sequence({7, 7}).map([number = 0](int) mutable { return ++number; });
+  EXPECT_THAT(eventsOf(numbered), ElementsAre("1", "2", "end"));
+  EXPECT_THAT(eventsOf(numbered), ElementsAre("1", "2", "end"));
 }
 
 TEST(PublisherTest, FlatMapLeavesAProducerThatIsHeldAsItIs) {

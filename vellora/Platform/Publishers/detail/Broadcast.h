@@ -18,19 +18,30 @@ namespace vellora::detail {
 /// Delivers each value to everyone who has subscribed by then; never ends. With a current value, every
 /// subscriber is given that first, and misses none after it.
 ///
-/// Threads: safe to use from several threads at once. Each subscriber gets the values in the order of their
-/// storing, one at a time, on the thread that stored them or on one that is delivering to it already.
+/// A value is put before each subscriber's gate under the lock, and delivered after the lock has been
+/// released. That gives all subscribers one order, though nobody is called under the lock.
+///
+/// Ownership: it owns its subscribers until their scopes end, which know it only weakly. When it is
+/// destroyed, they are let go of without a completion.
+///
+/// Threads: safe to use from several threads at once. Each subscriber gets the values in the order in which
+/// they were stored, one at a time, on the thread that stored them or on one that is delivering to it
+/// already.
+///
+/// Errors: a subscriber for which there is no memory misses the value; the others get it.
 template <class T>
 class Broadcast final : public Source<T>, public std::enable_shared_from_this<Broadcast<T>> {
  public:
+  /// Without a `current` value it remembers none.
   explicit Broadcast(std::optional<T> current) : current_(std::move(current)) {}
 
+  /// A copy of the value that was sent last, or given at first.
   [[nodiscard]] std::optional<T> current() const {
     const std::lock_guard lock(mutex_);
     return current_;
   }
 
-  /// Stores in any case. A subscriber for whom there is no memory misses the value.
+  /// Stores `value`, if this remembers one, then delivers it.
   void send(const T& value) {
     std::vector<std::shared_ptr<Subscriber>> subscribers;
     {
@@ -52,7 +63,8 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
     for (const auto& subscriber : subscribers) subscriber->gate.drain();
   }
 
-  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const override {
+  /// Subscribes, and delivers the current value, if there is one, before any other.
+  void start(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope, Use) override {
     const auto subscriber = std::make_shared<Subscriber>(Link<T>::make(std::move(observer), scope));
     std::uint64_t id = 0;
     {
@@ -73,6 +85,7 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
   }
 
  private:
+  /// One subscriber and the values that wait for it.
   struct Subscriber {
     explicit Subscriber(std::shared_ptr<Link<T>> to) : link(std::move(to)) {}
 
@@ -84,7 +97,8 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
     SerialGate gate;
   };
 
-  void forget(std::uint64_t id) const {
+  /// Removes a subscriber whose scope has ended.
+  void forget(std::uint64_t id) {
     std::shared_ptr<Subscriber> forgotten;  // destroyed outside the lock
     const std::lock_guard lock(mutex_);
     const auto found = subscribers_.find(id);
@@ -95,8 +109,8 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
 
   mutable std::mutex mutex_;
   std::optional<T> current_;
-  mutable std::uint64_t nextId_ = 0;
-  mutable std::map<std::uint64_t, std::shared_ptr<Subscriber>> subscribers_;  // in the order of their arrival
+  std::uint64_t nextId_ = 0;
+  std::map<std::uint64_t, std::shared_ptr<Subscriber>> subscribers_;  // in the order of their arrival
 };
 
 }  // namespace vellora::detail

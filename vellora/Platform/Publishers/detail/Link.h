@@ -11,14 +11,17 @@
 
 namespace vellora::detail {
 
-/// What a waiting producer holds of its consumer: a place that cancelling empties. The producer owns the
-/// link, the scope knows it only weakly.
+/// What a waiting producer holds of its consumer. Cancelling empties it: the producer may wait on for hours,
+/// but the consumer is let go of at once.
 ///
-/// Whatever enters a running pipeline comes through a link, from a queue, a host's thread or a setter, none
-/// of which could do anything about a step behind it that gets no memory. So that goes no further than here:
-/// it is the end of what is behind.
+/// Ownership: the producer owns the link and the link owns the consumer. The scope knows the link only
+/// weakly.
 ///
-/// Threads: safe to use from several threads at once; the observer is called with no lock held.
+/// Threads: safe to use from several threads at once. The consumer is called with no lock held.
+///
+/// Errors: whatever enters a running pipeline comes through a link: from a queue, from a host's thread, or
+/// from a setter. None of these could do anything about a step that gets no memory. So `std::bad_alloc` goes
+/// no further than the link, which fails the pipeline behind it with `OutOfMemory`.
 template <class T>
 class Link {
  public:
@@ -32,12 +35,14 @@ class Link {
     return link;
   }
 
+  /// A link that nothing empties. Use `make`.
   Link(std::shared_ptr<Observer<T>> observer, SubscriptionScope scope)
       : observer_(std::move(observer)), scope_(std::move(scope)) {}
   ~Link() { scope_.remove(registration_); }
   Link(const Link&) = delete;
   Link& operator=(const Link&) = delete;
 
+  /// Passes a value on, unless the link is empty.
   void receive(T value) {
     const auto observer = get();
     if (!observer) return;
@@ -58,17 +63,19 @@ class Link {
     }
   }
 
+ private:
+  /// The consumer, or null when the link is empty. What is returned lives on while a call to it runs.
   [[nodiscard]] std::shared_ptr<Observer<T>> get() const {
     const std::lock_guard lock(mutex_);
     return observer_;
   }
 
+  /// Empties the link, and returns what was in it: the caller lets go of it, outside the lock.
   std::shared_ptr<Observer<T>> take() {
     const std::lock_guard lock(mutex_);
     return std::exchange(observer_, nullptr);
   }
 
- private:
   mutable std::mutex mutex_;
   std::shared_ptr<Observer<T>> observer_;
   const SubscriptionScope scope_;

@@ -1,30 +1,33 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "vellora/Platform/Publishers/Observer.h"
 #include "vellora/Platform/Publishers/SubscriptionScope.h"
 
 namespace vellora::detail {
 
-/// What stands behind a `Publisher`: the recipe by which a subscription is started. Immutable until its last
-/// subscription.
+/// Whether somebody may start a source again. At its last use it gives away what it consists of, which spares
+/// copies of values and closures.
+enum class Use { oneOfSeveral, last };
+
+/// What stands behind a `Publisher`: it knows how a subscription is started.
+///
+/// Threads: may be started from several threads at once. A source changes only at its last use, which is
+/// alone.
 template <class T>
 class Source {
  public:
   virtual ~Source() = default;
 
-  /// Starts yielding to `observer` until `scope` ends. May do all of it inside the call.
-  virtual void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const = 0;
-
-  /// The same for a recipe that nobody else holds, nor ever will: it may give away what it consists of.
-  virtual void subscribeLast(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) {
-    subscribe(std::move(observer), scope);
-  }
+  /// Starts yielding to `observer` until `scope` ends. May do all of it inside the call. Whoever wants a
+  /// source started calls `detail::start`, which decides on `use`.
+  ///
+  /// A source that waits for something must let go of the observer when the scope ends (see `Link`). Throws
+  /// `std::bad_alloc`.
+  virtual void start(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope, Use use) = 0;
 
  protected:
   Source() = default;
@@ -32,84 +35,51 @@ class Source {
   Source& operator=(const Source&) = default;
 };
 
+/// A handle to a source. Publishers, and the steps behind them, share a source.
 template <class T>
 using SourcePtr = std::shared_ptr<Source<T>>;
 
-/// Subscribes to a recipe that the caller has done with; without copying, when the handle is the only one.
+/// Starts `source`. This is its last use when the caller gives the only handle away: nobody else can start it
+/// then, nor ever will. It is the one place that decides so. A source that is used up hands the handles to
+/// its own upstream on in the same way, so that a whole chain can be used up.
 template <class T>
-void useUp(SourcePtr<T> source, std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) {
-  if (source.use_count() > 1) return source->subscribe(std::move(observer), scope);
+void start(SourcePtr<T> source, std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) {
+  const bool isLast = source.use_count() == 1;
   // What another thread did with its handle came before it let go of it.
-  std::atomic_thread_fence(std::memory_order_acquire);
-  source->subscribeLast(std::move(observer), scope);
+  if (isLast) std::atomic_thread_fence(std::memory_order_acquire);
+  source->start(std::move(observer), scope, isLast ? Use::last : Use::oneOfSeveral);
 }
 
-/// Yields the elements of a list, then ends.
-template <class T>
-class SequenceSource final : public Source<T> {
- public:
-  explicit SequenceSource(std::vector<T> values) : values_(std::move(values)) {}
+/// A part of a source, such as a closure or the handle to its upstream, for one subscription: a copy, or at
+/// the last use the part itself.
+template <class Part>
+[[nodiscard]] Part taken(Part& part, Use use) {
+  return use == Use::last ? std::move(part) : part;
+}
 
-  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const override {
-    for (const auto& value : values_) {
-      if (!scope.isActive()) return;
-      observer->receive(value);
-    }
-    if (scope.isActive()) observer->complete({});
+/// A source that is one function, `begin(observer, scope, use)`. Its parts are what `begin` has captured; it
+/// may move from them at the last use only, and calls `taken` for that:
+///
+///     source<T>([value](auto observer, const SubscriptionScope& scope, Use use) mutable {
+///       observer->receive(taken(value, use));
+///       if (scope.isActive()) observer->complete({});
+///     });
+template <class T, class Begin>
+class Recipe final : public Source<T> {
+ public:
+  explicit Recipe(Begin&& begin) : begin_(std::move(begin)) {}
+  void start(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope, Use use) override {
+    begin_(std::move(observer), scope, use);
   }
 
  private:
-  const std::vector<T> values_;
+  Begin begin_;
 };
 
-/// Yields one value at once, then ends.
-template <class T>
-class JustSource final : public Source<T> {
- public:
-  explicit JustSource(T value) : value_(std::move(value)) {}
-
-  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const override {
-    if (!scope.isActive()) return;
-    observer->receive(value_);
-    if (scope.isActive()) observer->complete({});
-  }
-
-  void subscribeLast(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) override {
-    if (!scope.isActive()) return;
-    observer->receive(std::move(value_));
-    if (scope.isActive()) observer->complete({});
-  }
-
- private:
-  T value_;
-};
-
-/// Fails at once.
-template <class T>
-class FailSource final : public Source<T> {
- public:
-  explicit FailSource(Error error) : error_(std::move(error)) {}
-
-  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope&) const override {
-    observer->complete(error_);
-  }
-
- private:
-  const Error error_;
-};
-
-/// Asks for a new producer at each subscription, on the subscribing thread.
-template <class T>
-class DeferredSource final : public Source<T> {
- public:
-  explicit DeferredSource(std::function<SourcePtr<T>()> make) : make_(std::move(make)) {}
-
-  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) const override {
-    make_()->subscribe(std::move(observer), scope);
-  }
-
- private:
-  const std::function<SourcePtr<T>()> make_;
-};
+/// Makes a `Recipe` of a lambda.
+template <class T, class Begin>
+[[nodiscard]] SourcePtr<T> source(Begin&& begin) {
+  return std::make_shared<Recipe<T, Begin>>(std::move(begin));
+}
 
 }  // namespace vellora::detail

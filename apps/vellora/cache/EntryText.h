@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "apps/vellora/cache/CacheListing.h"
+
+namespace vellora::command {
+
+/// "999 B", "1.0 kB" or "1.0 MB"; "-" when absent.
+[[nodiscard]] std::string sizeText(std::optional<std::size_t> bytes);
+
+/// An age in its largest whole unit, rounded towards zero: "59 s", "1 min", "2 h", "3 d"; "-" when absent or
+/// no number.
+[[nodiscard]] std::string ageText(std::optional<double> seconds);
+
+/// What a blob or row that is not damaged holds, for a person: the moment of a fetch as a date in UTC,
+/// everything else as it is.
+[[nodiscard]] std::string contentText(const CacheListing& listing);
+
+}  // namespace vellora::command
