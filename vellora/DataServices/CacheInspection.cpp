@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "vellora/DataServices/Expiry.h"
 #include "vellora/DataServices/FetchTime.h"
-#include "vellora/DataServices/LayoutSteps.h"
 #include "vellora/DataServices/SObjectsCache.h"
 #include "vellora/DataServices/SObjectsDataService.h"
 #include "vellora/DataServices/TimestampedTable.h"

@@ -32,8 +32,11 @@ struct VELLORA_EXPORT CacheFreshness {
 ///     const auto types = sObjectsFreshness(cache, 3600);
 ///     if (types.fetched) std::cout << now().secondsSince(*types.fetched) << " s old\n";
 ///
-/// Threads: as safe as the cache. Errors: a moment that cannot be read is absent. Units: the time-out is in
-/// seconds.
+/// Threads: as safe as the cache.
+///
+/// Errors: a moment that cannot be read is absent.
+///
+/// Units: the time-out is in seconds.
 [[nodiscard]] VELLORA_EXPORT CacheFreshness sObjectsFreshness(CorvaneSDK::Cache& cache, double cacheTimeout);
 [[nodiscard]] VELLORA_EXPORT CacheFreshness themesFreshness(CorvaneSDK::Cache& cache, double cacheTimeout);
 

@@ -5,8 +5,16 @@
 #include <new>
 #include <utility>
 
+#include "vellora/DataServices/CachedLayouts.h"
 #include "vellora/DataServices/CompactLayoutDataServiceError.h"
-#include "vellora/DataServices/LayoutSteps.h"
+#include "vellora/DataServices/Download.h"
+#include "vellora/DataServices/Expiry.h"
+#include "vellora/DataServices/FailureLog.h"
+#include "vellora/DataServices/Joined.h"
+#include "vellora/DataServices/LayoutCache.h"
+#include "vellora/DataServices/LayoutCompletion.h"
+#include "vellora/DataServices/PartOf.h"
+#include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/Models/CompactLayoutCacheEntry.h"
 #include "vellora/Platform/Json/Description.h"
@@ -16,24 +24,36 @@ namespace vellora {
 using CorvaneSDK::LogLevel;
 using CorvaneSDK::NetRequest;
 
-/// Downloaded layouts on their way to the caller; shared by the steps that are left.
-struct CompactLayoutDataService::Download {
-  std::vector<std::string> names;
-  CompactLayoutResults results;
-  Completion completion;
+namespace {
 
-  /// A log line about the reference fields of this download.
-  [[nodiscard]] std::string line(std::string_view progress, std::string_view detail) const {
-    return std::string("getCompactLayoutFromNetwork(_:completion:): ")
-        .append(progress)
-        .append(" qualified API names for reference type fields contained in the ")
-        .append(joined(names, ", "))
-        .append(" compactLayout(s) - ")
-        .append(detail);
-  }
+constexpr std::string_view downloadName = "getCompactLayoutFromNetwork(_:completion:)";
+
+struct Cached {
+  bool expired;
+  ObjectCompactLayoutInfo info;
 };
 
-namespace {
+std::vector<Cached> cachedLayouts(const std::vector<std::string>& names, LayoutCache cache, Expiry expiry) {
+  std::vector<Cached> all;
+  all.reserve(names.size());
+  for (const auto& name : names) {
+    auto entry = cache.load<CompactLayoutCacheEntry>(name);
+    if (entry) all.push_back({expiry.isPast(entry->downloadedTime), std::move(entry->compactLayout)});
+  }
+  return all;
+}
+
+/// The fresh layouts, and unless the lookup is complete, all of them: a complete lookup asks no server, and
+/// needs nothing to fall back on.
+CachedLayouts<ObjectCompactLayoutInfo> divided(std::vector<Cached> entries, bool isComplete) {
+  CachedLayouts<ObjectCompactLayoutInfo> cached;
+  cached.fresh.reserve(entries.size());
+  for (auto& entry : entries) {
+    if (!isComplete) cached.found.push_back(entry.info);
+    if (!entry.expired) cached.fresh.push_back(std::move(entry.info));
+  }
+  return cached;
+}
 
 std::optional<NetRequest> requestFor(std::string_view endpoint, std::string queryText) {
   const auto version = std::string(CompactLayoutDataService::Constants::queryApiVersion);
@@ -50,6 +70,57 @@ std::optional<NetRequest> queryRequest(std::string queryText) {
 
 }  // namespace
 
+/// Downloaded layouts on their way to the caller, while the server is asked for the name fields of the types
+/// that their reference fields point to. Shared by the steps that are left; holds the service weakly.
+class CompactLayoutDataService::Resolution {
+ public:
+  Resolution(std::weak_ptr<CompactLayoutDataService> service, std::vector<std::string> names,
+             CompactLayoutResults results, Completion completion)
+      : service_(std::move(service)),
+        names_(std::move(names)),
+        results_(std::move(results)),
+        completion_(std::move(completion)) {}
+
+  [[nodiscard]] std::string entities() const { return referenceTypeFields(results_); }
+
+  /// A log line about the name fields; `progress` is "Getting" or "Updated".
+  [[nodiscard]] std::string line(std::string_view progress, std::string_view detail) const {
+    return std::string(downloadName)
+        .append(": ")
+        .append(progress)
+        .append(" qualified API names for reference type fields contained in the ")
+        .append(joined(names_, ", "))
+        .append(" compactLayout(s) - ")
+        .append(detail);
+  }
+
+  void rewriteFields(const ObjectQualifiedApiNameInfo& names) const {
+    updateReferenceTypeFields(names.entityApiNames, results_);
+    const auto service = service_.lock();
+    if (service) service->logger_->log(line("Updated", describe(names.entityApiNames)), LogLevel::info);
+  }
+
+  /// The layouts are not cached, so that the next lookup tries again.
+  void answerAsDownloaded(const Error& error) const {
+    if (const auto service = service_.lock()) {
+      logError(*service->logger_, downloadName, ": Qualified API Name network request failed: ", error);
+    }
+    answerWithCopy(completion_, results_.layouts);
+  }
+
+  void answerThenCache() const {
+    answerWithCopy(completion_, results_.layouts);
+    const auto service = service_.lock();  // only now: the completion may have released the service
+    if (service) service->save(results_.layouts);
+  }
+
+ private:
+  const std::weak_ptr<CompactLayoutDataService> service_;
+  const std::vector<std::string> names_;
+  const CompactLayoutResults results_;
+  const Completion completion_;
+};
+
 CompactLayoutDataService::CompactLayoutDataService(RequiredAPI api, double cacheTimeout)
     : network_(std::move(api.network)),
       cache_(std::move(api.cache)),
@@ -59,29 +130,18 @@ CompactLayoutDataService::CompactLayoutDataService(RequiredAPI api, double cache
 void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::string>& names,
                                                        Completion completion) {
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
-  std::vector<Cached> entries;
-  entries.reserve(names.size());
-  CacheKeys keys(Constants::keyPrefix);
-  Expiry expiry(cacheTimeout_);
-  for (const auto& name : names) {
-    if (auto entry = load(keys.keyOf(name), expiry)) entries.push_back(*std::move(entry));
-  }
+  auto entries =
+      cachedLayouts(names, LayoutCache(*cache_, *logger_, Constants::keyPrefix), Expiry(cacheTimeout_));
   const bool isComplete = entries.size() == names.size() &&
                           std::none_of(entries.begin(), entries.end(), std::mem_fn(&Cached::expired));
-  CachedLayouts<ObjectCompactLayoutInfo> cached;
-  cached.fresh.reserve(entries.size());
-  for (auto& entry : entries) {
-    if (!isComplete) cached.found.push_back(entry.info);  // else nothing goes wrong that would need them
-    if (!entry.expired) cached.fresh.push_back(std::move(entry.info));
-  }
+  auto cached = divided(std::move(entries), isComplete);
   if (isComplete) {
     if (completion) completion(std::move(cached.fresh), std::nullopt);
     return;
   }
   const auto missing = namesWithoutLayout(names, cached.fresh);
-  getCompactLayoutFromNetwork(
-      missing, answerWithCached(std::move(cached), loggerOf(weak_from_this(), *logger_),
-                                "compactLayoutForApiName(_:completion:)", std::move(completion)));
+  const FailureLog log(weak_from_this(), *logger_, "compactLayoutForApiName(_:completion:)");
+  getCompactLayoutFromNetwork(missing, answerWithCached(std::move(cached), log, std::move(completion)));
 }
 
 void CompactLayoutDataService::getCompactLayoutFromNetwork(const std::vector<std::string>& names,
@@ -89,42 +149,26 @@ void CompactLayoutDataService::getCompactLayoutFromNetwork(const std::vector<std
   const auto request = requestToGetCompactLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
   download<CompactLayoutResults>(
-      *network_, *request, loggerOf(weak_from_this(), *logger_), "getCompactLayoutFromNetwork(_:completion:)",
-      [weak = weak_from_this(), names, completion = std::move(completion)](auto results, auto error) {
-        if (!results) return completion(std::nullopt, std::move(error));
+      *network_, *request, FailureLog(weak_from_this(), *logger_, downloadName),
+      [weak = weak_from_this(), names, completion = std::move(completion)](auto answer) {
+        if (!answer.body) return completion(std::nullopt, std::move(answer.error));
         const auto self = weak.lock();
         if (!self) return;
         try {
           self->resolveReferenceFields(
-              std::make_shared<const Download>(Download{names, *std::move(results), completion}));
+              std::make_shared<const Resolution>(weak, names, *std::move(answer.body), completion));
         } catch (const std::bad_alloc&) {
           completion(std::nullopt, noMemoryForAnswer());
         }
       });
 }
 
-void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<const Download>& download) {
-  const auto entities = referenceTypeFields(download->results);
-  logger_->log(download->line("Getting", entities), LogLevel::info);
-  const auto onValue = [weak = weak_from_this(), download](const ObjectQualifiedApiNameInfo& names) {
-    updateReferenceTypeFields(names.entityApiNames, download->results);
-    const auto self = weak.lock();
-    if (self) self->logger_->log(download->line("Updated", describe(names.entityApiNames)), LogLevel::info);
-  };
-  const auto onCompletion = [weak = weak_from_this(), download](const std::optional<Error>& error) {
-    const auto& layouts = download->results.layouts;
-    if (error) {
-      if (const auto self = weak.lock()) {
-        logError(*self->logger_, "getCompactLayoutFromNetwork(_:completion:)",
-                 ": Qualified API Name network request failed: ", *error);
-      }
-      return answerWithCopy(download->completion, layouts);
-    }
-    answerWithCopy(download->completion, layouts);
-    const auto self = weak.lock();  // only now: the completion may have released the service
-    if (!self) return;
-    CacheKeys keys(Constants::keyPrefix);
-    for (const auto& layout : layouts) self->save(keys.keyOf(layout.objectType), layout);
+void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution) {
+  const auto entities = resolution->entities();
+  logger_->log(resolution->line("Getting", entities), LogLevel::info);
+  const auto onValue = [resolution](const auto& names) { resolution->rewriteFields(names); };
+  const auto onCompletion = [resolution](const std::optional<Error>& error) {
+    error ? resolution->answerAsDownloaded(*error) : resolution->answerThenCache();
   };
   qualifiedApiNamesCancellable_.replace(
       [&] { return qualifiedApiNameAsPublisher(entities).sink(onValue, onCompletion); });
@@ -136,34 +180,16 @@ Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiName
       "SELECT EntityDefinition.QualifiedApiName, QualifiedApiName, IsNameField FROM FieldDefinition WHERE "
       "EntityDefinition.QualifiedApiName IN (" +
       entities + ") AND IsNameField = true");
-  return requestAsPublisher(request).tryMap(json::decodeOnce<ObjectQualifiedApiNameInfo>);
+  if (!request) return Publisher<ObjectQualifiedApiNameInfo>::fail(CompactLayoutDataServiceError::network());
+  return sentAtEachSubscription(partOf(weak_from_this(), *network_), *request, Preferred::body)
+      .tryMap(decodedBody<ObjectQualifiedApiNameInfo, CompactLayoutDataServiceError::network>);
 }
 
-Publisher<Data> CompactLayoutDataService::requestAsPublisher(const std::optional<NetRequest>& request) {
-  if (!request) return Publisher<Data>::fail(CompactLayoutDataServiceError::network());
-  return Publisher<Data>::deferred([weak = weak_from_this(), request = *request] {
-    return Publisher<Data>::promise([&](const Promise<Data>& promise) {
-      const auto self = weak.lock();
-      if (!self) return;
-      self->network_->sendRequest(
-          request, [promise](std::optional<Data> data, std::optional<Error> error, const auto&) {
-            if (data) return promise.succeed(*std::move(data));
-            promise.fail(error ? *std::move(error) : Error(CompactLayoutDataServiceError::network()));
-          });
-    });
-  });
-}
-
-void CompactLayoutDataService::save(const std::string& key, const ObjectCompactLayoutInfo& compactLayout) {
-  saveEntry(*cache_, *logger_, key, CompactLayoutCacheEntry{compactLayout, now()},
-            "save(key:compactLayout:)");
-}
-
-std::optional<CompactLayoutDataService::Cached> CompactLayoutDataService::load(const std::string& key,
-                                                                               Expiry& expiry) {
-  auto entry = loadEntry<CompactLayoutCacheEntry>(*cache_, *logger_, key);
-  if (!entry) return std::nullopt;
-  return Cached{expiry.isPast(entry->downloadedTime), std::move(entry->compactLayout)};
+void CompactLayoutDataService::save(const std::vector<ObjectCompactLayoutInfo>& layouts) {
+  LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
+  for (const auto& layout : layouts) {
+    cache.save(layout.objectType, CompactLayoutCacheEntry{layout, now()}, "save(key:compactLayout:)");
+  }
 }
 
 std::string referenceTypeFields(const CompactLayoutResults& compactLayoutResults) {

@@ -18,8 +18,6 @@
 
 namespace vellora {
 
-class Expiry;
-
 /// Answers which headline fields the records of object types show. Serves what the cache holds, fetches the
 /// rest in one request from "/services/data/v53.0/compactLayouts", and caches each layout in a blob of its
 /// own, "OPS_CompactLayout_" followed by the object type.
@@ -33,23 +31,28 @@ class Expiry;
 /// fails.
 ///
 /// Ownership: make it with `std::make_shared`; pending answers hold it weakly.
+///
 /// Threads: safe to use from several threads at once; has no queue. The cache is read on the caller's thread;
 /// when that answers everything, the completion runs inside the call, else on a thread on which the host's
 /// network calls back.
-/// Errors: `decoding` and `network`, beside what the cache held.
+///
+/// Errors: `network` and `decoding`, beside what the cache held; `other` carrying `OutOfMemory` where there
+/// is no memory for an answer.
+///
 /// Units: the time-out is in seconds.
 class VELLORA_EXPORT CompactLayoutDataService
     : public std::enable_shared_from_this<CompactLayoutDataService> {
  public:
   struct Constants {
-    static constexpr std::string_view keyPrefix = "OPS_CompactLayout_";
-    static constexpr std::string_view queryApiVersion = "v53.0";
+    static constexpr std::string_view keyPrefix = "OPS_CompactLayout_";  ///< of the blobs' keys
+    static constexpr std::string_view queryApiVersion = "v53.0";         ///< in the path of each request
   };
 
   using Completion = std::function<void(std::optional<std::vector<ObjectCompactLayoutInfo>> layouts,
                                         std::optional<SObjectsDataServiceError> error)>;
 
-  /// Takes the host's facilities; does no work.
+  /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds at which a cached layout
+  /// is expired.
   CompactLayoutDataService(RequiredAPI api, double cacheTimeout);
 
   /// Looks up the layouts of the object types `names`. The completion, if there is one, is called with the
@@ -63,25 +66,20 @@ class VELLORA_EXPORT CompactLayoutDataService
   /// fields only the one sent last is waited for. Have one lookup at a time if every one must be answered.
   void compactLayoutForApiName(const std::vector<std::string>& names, Completion completion);
 
-  /// A producer of the name fields of object types. `entities` lists the types as a query does, in single
-  /// quotes with commas between, and is sent as it stands. Each subscription sends a request; a failed one
-  /// ends with the network's error, with `CompactLayoutDataServiceError` `network` when there is neither body
-  /// nor error, or with a `DecodingError`. Without the service it never ends.
+  /// A producer of the name fields of object types, from "/services/data/v53.0/query". `entities` lists the
+  /// types as a query does, in single quotes with commas between, and is sent as it stands. Each subscription
+  /// sends a request; a failed one ends with the network's error, with `CompactLayoutDataServiceError`
+  /// `network` when there is neither body nor error, or with a `DecodingError`. Without the service it never
+  /// ends.
   [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> qualifiedApiNameAsPublisher(
       const std::string& entities);
 
  private:
-  struct Cached {
-    bool expired;
-    ObjectCompactLayoutInfo info;
-  };
-  struct Download;
+  class Resolution;
 
   void getCompactLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
-  void resolveReferenceFields(const std::shared_ptr<const Download>& download);
-  [[nodiscard]] Publisher<Data> requestAsPublisher(const std::optional<CorvaneSDK::NetRequest>& request);
-  void save(const std::string& key, const ObjectCompactLayoutInfo& compactLayout);
-  [[nodiscard]] std::optional<Cached> load(const std::string& key, Expiry& expiry);
+  void resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution);
+  void save(const std::vector<ObjectCompactLayoutInfo>& layouts);
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;

@@ -1,37 +1,40 @@
 #pragma once
 
-#include "vellora/Platform/Values/EnumerationError.h"
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "vellora/DataServices/DataServiceError.h"
+#include "vellora/Platform/Values/Error.h"
 #include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 
-/// What the producers of the compact layout service fail with; its lookups report `SObjectsDataServiceError`.
+/// What `CompactLayoutDataService::qualifiedApiNameAsPublisher` fails with, when neither network nor decoder
+/// gave an error of their own. The lookups of that service report `SObjectsDataServiceError`.
 ///
-/// Equality: the same case.
+/// Texts, equality and the making of each case are those of `DataServiceError`.
+///
 /// Ownership: a plain value.
+///
 /// Threads: immutable.
-class VELLORA_EXPORT CompactLayoutDataServiceError final : public EnumerationError {
+class VELLORA_EXPORT CompactLayoutDataServiceError final
+    : public DataServiceError<CompactLayoutDataServiceError> {
  public:
   enum class Case {
-    decoding,  ///< never produced
-    encoding,  ///< never produced
-    network,   ///< no request could be formed, or it brought neither body nor error
+    decoding,  ///< never reported
+    encoding,  ///< never reported
+    network,   ///< the request could not be formed, or brought neither body nor error
   };
-
-  [[nodiscard]] static CompactLayoutDataServiceError decoding() { return {Case::decoding, "decoding"}; }
-  [[nodiscard]] static CompactLayoutDataServiceError encoding() { return {Case::encoding, "encoding"}; }
-  [[nodiscard]] static CompactLayoutDataServiceError network() { return {Case::network, "network"}; }
 
   [[nodiscard]] Case errorCase() const noexcept { return case_; }
 
-  friend bool operator==(const CompactLayoutDataServiceError& left,
-                         const CompactLayoutDataServiceError& right) {
-    return left.case_ == right.case_;
-  }
-
  private:
-  CompactLayoutDataServiceError(Case errorCase, std::string_view caseName)
-      : EnumerationError("CompactLayoutDataServiceError", caseName, std::nullopt), case_(errorCase) {}
+  friend class DataServiceError;
+  static constexpr std::string_view typeName = "CompactLayoutDataServiceError";
+
+  CompactLayoutDataServiceError(Case errorCase, std::string_view caseName, std::optional<Error> payload)
+      : DataServiceError(typeName, caseName, std::move(payload)), case_(errorCase) {}
 
   Case case_;
 };

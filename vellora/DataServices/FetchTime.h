@@ -14,16 +14,14 @@ namespace vellora {
 inline constexpr std::string_view sObjectsFetchTimeKey = "ops.sobject.fetch.timestamp";
 inline constexpr std::string_view themesFetchTimeKey = "ops.theme.fetch.timestamp";
 
-/// The blob that says when the row of a fetched list was fetched, told by the row's "cacheEntryType"; absent
-/// for the rows of single items, which are served however old they are.
+/// The key of the blob that tells when rows of that "cacheEntryType" were fetched; absent for the rows of
+/// single items, which are served however old they are.
 [[nodiscard]] std::optional<std::string_view> fetchTimeKeyForRowsOf(std::string_view cacheEntryType);
 
-/// A fetch time stamp: the seconds since 1970 as the eight bytes of a double, as they lie in the memory of a
-/// little-endian machine.
+/// A fetch time stamp: the seconds since 1970 as the eight bytes of a double, lowest byte first.
 [[nodiscard]] VELLORA_EXPORT Data fetchTimeStamp(double secondsSince1970);
 
-/// The seconds in a fetch time stamp. An empty one is the beginning of 1970; one that ends within the number
-/// says nothing.
+/// The seconds in a fetch time stamp: 0 for an empty one, absent for one of fewer than eight bytes.
 [[nodiscard]] VELLORA_EXPORT std::optional<double> secondsInFetchTimeStamp(const Data& blob);
 
 /// Whether a list that was fetched then is to be fetched again. A moment far in the future is as wrong as one
@@ -33,7 +31,7 @@ inline constexpr std::string_view themesFetchTimeKey = "ops.theme.fetch.timestam
 /// When the content of the cache blob `blob` under `key` was fetched; absent for a blob that doesn't tell,
 /// and for one that no data service reads.
 ///
-/// A time stamp speaks for the list in a table, a layout's blob for itself.
+/// A time stamp tells the time of the list in a table, a layout's blob its own.
 [[nodiscard]] VELLORA_EXPORT std::optional<Date> fetchTime(std::string_view key, const Data& blob);
 
 /// `blob` as it would be if its content had been fetched at `time`; absent where `fetchTime` is.

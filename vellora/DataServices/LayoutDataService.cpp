@@ -3,7 +3,13 @@
 #include <new>
 #include <utility>
 
-#include "vellora/DataServices/LayoutSteps.h"
+#include "vellora/DataServices/CachedLayouts.h"
+#include "vellora/DataServices/Download.h"
+#include "vellora/DataServices/Expiry.h"
+#include "vellora/DataServices/FailureLog.h"
+#include "vellora/DataServices/Joined.h"
+#include "vellora/DataServices/LayoutCache.h"
+#include "vellora/DataServices/LayoutCompletion.h"
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/Models/ObjectLayoutInfoCacheEntry.h"
 
@@ -15,6 +21,14 @@ std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
     const std::vector<std::string>& objectTypeNames) {
   const auto version = std::string(LayoutDataService::Constants::queryApiVersion);
   return serverRequest("/services/data/" + version + "/search/layout", joined(objectTypeNames, ","));
+}
+
+/// The cached layout of that type. An expired one is removed, so that the next lookup fetches it.
+std::optional<ObjectLayoutInfo> load(LayoutCache& cache, const std::string& objectType, Expiry& expiry) {
+  auto entry = cache.load<ObjectLayoutInfoCacheEntry>(objectType);
+  if (!entry) return std::nullopt;
+  if (expiry.isPast(entry->downloadedTime)) cache.remove(objectType);
+  return std::move(entry->objectLayoutInfo);
 }
 
 }  // namespace
@@ -29,28 +43,29 @@ void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, 
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
   std::vector<ObjectLayoutInfo> cached;
   cached.reserve(names.size());
-  CacheKeys keys(Constants::keyPrefix);
+  LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
   Expiry expiry(cacheTimeout_);
   for (const auto& name : names) {
-    if (auto layout = load(keys.keyOf(name), expiry)) cached.push_back(*std::move(layout));
+    if (auto layout = load(cache, name, expiry)) cached.push_back(*std::move(layout));
   }
   if (cached.size() == names.size()) {
     if (completion) completion(std::move(cached), std::nullopt);
     return;
   }
   const auto missing = namesWithoutLayout(names, cached);
-  getLayoutFromNetwork(
-      missing, answerWithCached<ObjectLayoutInfo>({cached, cached}, loggerOf(weak_from_this(), *logger_),
-                                                  "layoutForApiName(_:completion:)", std::move(completion)));
+  const FailureLog log(weak_from_this(), *logger_, "layoutForApiName(_:completion:)");
+  getLayoutFromNetwork(missing,
+                       answerWithCached<ObjectLayoutInfo>({cached, cached}, log, std::move(completion)));
 }
 
 void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion) {
   const auto request = requestToGetSearchLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
+  const FailureLog log(weak_from_this(), *logger_, "getLayoutFromNetwork(_:completion:)");
   download<std::vector<ObjectLayoutInfo>>(
-      *network_, *request, loggerOf(weak_from_this(), *logger_), "getLayoutFromNetwork(_:completion:)",
-      [weak = weak_from_this(), completion = std::move(completion)](auto layouts, auto error) {
-        if (!layouts) return completion(std::nullopt, std::move(error));
+      *network_, *request, log, [weak = weak_from_this(), completion = std::move(completion)](auto answer) {
+        const auto& layouts = answer.body;
+        if (!layouts) return completion(std::nullopt, std::move(answer.error));
         answerWithCopy(completion, *layouts);
         const auto self = weak.lock();  // only now: the completion may have released the service
         if (self) self->save(*layouts);
@@ -59,22 +74,12 @@ void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& nam
 
 void LayoutDataService::save(const std::vector<ObjectLayoutInfo>& layouts) {
   try {
-    CacheKeys keys(Constants::keyPrefix);
-    for (const auto& layout : layouts) save(keys.keyOf(layout.objectType), layout);
-  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): they are asked for again
+    LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
+    for (const auto& layout : layouts) {
+      cache.save(layout.objectType, ObjectLayoutInfoCacheEntry{layout, now()}, "save(key:objectLayoutInfo:)");
+    }
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the next lookup fetches them again
   }
-}
-
-void LayoutDataService::save(const std::string& key, const ObjectLayoutInfo& objectLayoutInfo) {
-  saveEntry(*cache_, *logger_, key, ObjectLayoutInfoCacheEntry{objectLayoutInfo, now()},
-            "save(key:objectLayoutInfo:)");
-}
-
-std::optional<ObjectLayoutInfo> LayoutDataService::load(const std::string& key, Expiry& expiry) {
-  auto entry = loadEntry<ObjectLayoutInfoCacheEntry>(*cache_, *logger_, key);
-  if (!entry) return std::nullopt;
-  if (expiry.isPast(entry->downloadedTime)) cache_->remove(key);
-  return std::move(entry->objectLayoutInfo);
 }
 
 }  // namespace vellora

@@ -14,8 +14,6 @@
 
 namespace vellora {
 
-class Expiry;
-
 /// Answers which columns the search results of object types show. Serves what the cache holds, fetches the
 /// rest in one request from "/services/data/v50.0/search/layout", and caches each layout in a blob of its
 /// own, "OPS_Layout_" followed by the object type.
@@ -23,24 +21,34 @@ class Expiry;
 /// A cached layout that is older than the time-out is served once more and dropped by the same lookup, so
 /// that a screen has something to show at once; only the next lookup goes to the server for it.
 ///
+///     const auto service = std::make_shared<LayoutDataService>(api, 3600);
+///     service->layoutForApiName({"Account"}, [](const auto& layouts, const auto& error) {
+///       // With an error, `layouts` holds what the cache had.
+///     });
+///
 /// Ownership: make it with `std::make_shared`; pending answers hold it weakly, and go on without it: the
 /// completion is called all the same, nothing is cached or logged any more.
+///
 /// Threads: safe to use from several threads at once; has no queue. The cache is read on the caller's thread;
 /// when that answers everything, the completion runs inside the call, else on the thread on which the host's
 /// network calls back.
-/// Errors: `decoding` and `network`, beside what the cache held.
+///
+/// Errors: `network` and `decoding`, beside what the cache held; `other` carrying `OutOfMemory` where there
+/// is no memory for an answer.
+///
 /// Units: the time-out is in seconds.
 class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<LayoutDataService> {
  public:
   struct Constants {
-    static constexpr std::string_view keyPrefix = "OPS_Layout_";
-    static constexpr std::string_view queryApiVersion = "v50.0";
+    static constexpr std::string_view keyPrefix = "OPS_Layout_";  ///< of the blobs' keys
+    static constexpr std::string_view queryApiVersion = "v50.0";  ///< in the path of the request
   };
 
   using Completion = std::function<void(std::optional<std::vector<ObjectLayoutInfo>> layouts,
                                         std::optional<SObjectsDataServiceError> error)>;
 
-  /// Takes the host's facilities; does no work.
+  /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds at which a cached layout
+  /// is expired.
   LayoutDataService(RequiredAPI api, double cacheTimeout);
 
   /// Looks up the layouts of the object types `names`. The completion, if there is one, is called exactly
@@ -52,8 +60,6 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
  private:
   void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
   void save(const std::vector<ObjectLayoutInfo>& layouts);
-  void save(const std::string& key, const ObjectLayoutInfo& objectLayoutInfo);
-  [[nodiscard]] std::optional<ObjectLayoutInfo> load(const std::string& key, Expiry& expiry);
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;

@@ -10,10 +10,12 @@
 
 namespace vellora {
 
-/// A cached list of records that have a `name`, searched without going through it. A lookup of many names
-/// asks the same list for each of them.
+/// A cached list of records that have a `name`, with an index of the names: a lookup of many names searches
+/// the same list for each of them.
 ///
-/// Ownership: owns the records. Threads: immutable, hence safe to read from several threads at once.
+/// Ownership: owns the records.
+///
+/// Threads: immutable, hence safe to read from several threads at once.
 template <class Record>
 class NamedList {
  public:

@@ -19,12 +19,14 @@ namespace vellora {
 /// What `SObjectsDataService` keeps in the host's cache: the rows of its table, and when the object list was
 /// fetched. Each read and write logs itself under its own name.
 ///
-/// Beside the list there are rows for what single lookups found, so that the next one needs not decode a list
-/// of thousands. They never decide whether the cache is fresh, and are served however old they are. For the
-/// lookups that find no such row yet, the list and its key prefixes are remembered in their decoded form for
-/// as long as the host's table gives the same bytes.
+/// Beside the list there are rows for what single lookups found, so that the next lookup need not decode a
+/// list of thousands. These rows do not decide whether the cache is fresh, and are served however old they
+/// are. A lookup that finds no such row reads the list; the list and its key prefixes are kept in decoded
+/// form until the host's table gives other bytes.
 ///
-/// Ownership: part of the service. Threads and errors: as `TimestampedTable` says.
+/// Ownership: part of the service.
+///
+/// Threads and errors: as `TimestampedTable` says.
 class SObjectsCache {
  public:
   static constexpr std::string_view tableKey = "OPS_SObjectsCacheTable";
@@ -36,15 +38,16 @@ class SObjectsCache {
 
   [[nodiscard]] CacheState cacheState() const { return table_.cacheState(); }
 
-  /// Null when absent, as the next but one.
+  /// The row "sObjects"; null when absent.
   [[nodiscard]] std::shared_ptr<const NamedList<SObject>> cachedSObjects() const;
-  /// An absent name is no object type's.
+  /// The row "sObject" of that name; absent for an absent name.
   [[nodiscard]] std::optional<SObject> cachedSObject(const std::optional<std::string>& name) const;
-  /// Object API names by key prefix.
+  /// The row "keyPrefixes", object API names by key prefix; null when absent.
   [[nodiscard]] std::shared_ptr<const NamesByKeyPrefix> cachedKeyPrefixes() const;
+  /// The row "keyPrefix": the object API name of that prefix.
   [[nodiscard]] std::optional<std::string> cachedName(const std::string& keyPrefix) const;
-  /// What the list view lists. Absent also where the server gave no type: such a row is written as null,
-  /// fails to decode, and so has the server asked again, which may know by then.
+  /// The row "listView": the type that the list view lists. Where the server gave no type the row holds null,
+  /// which fails to decode and counts as absent: the server is asked again, and may know by then.
   [[nodiscard]] std::optional<std::string> cachedListViewType(const std::string& id) const;
 
   /// The fetched list, its key prefixes, and the time of the fetch. The only write that makes the cache
@@ -54,7 +57,7 @@ class SObjectsCache {
   void saveKeyPrefix(const std::string& keyPrefix, const std::string& name) const;
   void save(const std::optional<std::string>& listViewType, const std::string& id) const;
 
-  /// Bounds the rows of single lookups.
+  /// Leaves the 100 newest rows of each kind that single lookups write.
   void enforceCacheCount() const;
 
  private:

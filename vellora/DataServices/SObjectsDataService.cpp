@@ -4,8 +4,11 @@
 #include <new>
 #include <utility>
 
+#include "vellora/DataServices/PartOf.h"
 #include "vellora/DataServices/SObjectsCache.h"
+#include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
+#include "vellora/DataServices/Silence.h"
 #include "vellora/Models/ListViewObjectRecords.h"
 #include "vellora/Models/SObjectsResponse.h"
 #include "vellora/Platform/Json/Description.h"
@@ -31,12 +34,6 @@ struct SObjectsDataService::NameTuple {
 namespace {
 
 constexpr std::string_view listViewName = "ListView";
-
-/// What is left of a step whose service is gone: it neither yields nor ends.
-template <class T>
-Publisher<T> silence() {
-  return Publisher<T>::promise([](const Promise<T>&) {});
-}
 
 std::string serverPath(std::string_view resource) {
   return std::string("/services/data/")
@@ -87,7 +84,7 @@ CacheState SObjectsDataService::cacheState() const {
 }
 
 void SObjectsDataService::loadSObjects(LoadCompletion completion) {
-  const auto self = shared_from_this();  // what is called from here may let go of the service
+  const auto self = shared_from_this();  // host or completion may drop the last other reference
   log("loadSObjects(completion:), cacheState: " + describe(cacheState()));
   if (cacheState() == CacheState::valid) {
     if (completion) completion(std::nullopt);
@@ -138,8 +135,8 @@ Publisher<std::map<std::string, std::optional<SObject>>> SObjectsDataService::sO
   });
 }
 
-/// Starts `lookUp` on the queue for each of `keys`, none waiting for another, and collects what they give in
-/// the order in which they give it.
+/// Starts `lookUp` on the queue for each of `keys`, without waiting for the one before, and collects the
+/// results in the order of their arrival.
 template <class Tuple>
 Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::string> keys,
                                                              LookUp<Tuple> lookUp) {
@@ -155,7 +152,7 @@ Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::st
 Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id) {
   const auto type = sObjectForId(id);
   if (name(id) != listViewName) {
-    return type.map([id = std::move(id)](OptionalSObject found) mutable {  // comes once
+    return type.map([id = std::move(id)](OptionalSObject found) mutable {  // called once
       return IdTuple{std::move(id), std::move(found), std::nullopt};
     });
   }
@@ -166,7 +163,7 @@ Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(st
 
 Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(std::string name) {
   const auto type = sObjectForName(name);
-  return type.map([name = std::move(name)](OptionalSObject sObject) mutable {  // comes once
+  return type.map([name = std::move(name)](OptionalSObject sObject) mutable {  // called once
     return NameTuple{std::move(name), std::move(sObject)};
   });
 }
@@ -224,7 +221,7 @@ Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(c
   if (!request) return Publisher<std::optional<std::string>>::fail(SObjectsDataServiceError::invalidUrl());
   return fetched<ListViewObjectRecords>(*request).map(
       [weak = weak_from_this(), id](const ListViewObjectRecords& response) {
-        const auto type = response.records.empty() ? std::nullopt : response.records.front().objectType;
+        auto type = response.records.empty() ? std::nullopt : response.records.front().objectType;
         if (const auto self = weak.lock()) self->cache_->save(type, id);
         if (const auto self = weak.lock()) {
           self->log("fetchedListViewType(for:), list view for id: " + id + ", was fetched then cached");
@@ -233,31 +230,11 @@ Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(c
       });
 }
 
-/// The decoded body. What goes wrong is logged as the service's error.
 template <class Response>
 Publisher<Response> SObjectsDataService::fetched(const NetRequest& request) {
-  return requestPublisher(request)
-      .tryMap([](std::optional<Data> body) -> Result<Data> {
-        if (!body) return Error(SObjectsDataServiceError::noData());
-        return *std::move(body);
-      })
-      .tryMap(json::decodeOnce<Response>)
+  return sentAtEachSubscription(partOf(weak_from_this(), *network_), request, Preferred::error)
+      .tryMap(decodedBody<Response, SObjectsDataServiceError::noData>)
       .mapError([weak = weak_from_this()](const Error& error) { return mapped(error, weak); });
-}
-
-/// Sends the request at each subscription.
-Publisher<std::optional<Data>> SObjectsDataService::requestPublisher(const NetRequest& request) {
-  using Body = std::optional<Data>;
-  return Publisher<Body>::deferred([weak = weak_from_this(), request] {
-    return Publisher<Body>::promise([&](const Promise<Body>& promise) {
-      const auto self = weak.lock();
-      if (!self) return;
-      self->network_->sendRequest(request,
-                                  [promise](Body body, const std::optional<Error>& error, const auto&) {
-                                    error ? promise.fail(*error) : promise.succeed(std::move(body));
-                                  });
-    });
-  });
 }
 
 std::optional<std::string> SObjectsDataService::name(const std::string& id) {

@@ -31,28 +31,37 @@ class SObjectsCache;
 /// item, the cached list, a fetch; however old the rows are. Fetches are not shared: each lookup that finds
 /// no list sends a request of its own.
 ///
+///     const auto service = std::make_shared<SObjectsDataService>(api, 3600);
+///     token = service->sObjectsForIds({"001000000000001"}).sink([](const auto& found) {
+///       const auto& type = found.at("001000000000001").type;  // absent when nobody knows the prefix "001"
+///     });
+///
 /// Ownership: make it with `std::make_shared`. Everything under way holds it weakly. Once it is released, an
 /// answer of the server is still passed on, but nothing is saved or logged; what would need the service's
 /// cache or a new request stays silent; a load under way is cancelled. The last to let go of it runs the
-/// purge that leaves the 100 newest rows of each kind of single item, on whatever thread that is. Threads:
-/// safe to use from several threads at once. A lookup does nothing before it is subscribed to; its cache work
-/// then runs on a private serial queue, and it answers there or, after a request, on the thread on which the
-/// host's network calls back.
+/// purge that leaves the 100 newest rows of each kind of single item, on whatever thread that is.
+///
+/// Threads: safe to use from several threads at once. A lookup does nothing before it is subscribed to; its
+/// cache work then runs on a private serial queue, and it answers there or, after a request, on the thread on
+/// which the host's network calls back.
+///
 /// Errors: producers fail with a `SObjectsDataServiceError`: `other` for transport and decoding errors,
 /// `noData`, `invalidUrl`. What is not known is an absent value, not an error. Failures of the cache are
-/// logged and count as absent. Units: the time-out is in seconds.
+/// logged and count as absent.
+///
+/// Units: the time-out is in seconds.
 class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<SObjectsDataService> {
  public:
   /// The meta keys of the rows, and the version of the server's interface.
   struct Constants {
-    static constexpr std::string_view id = "id";                ///< of a list view
-    static constexpr std::string_view name = "name";            ///< of a single object type
-    static constexpr std::string_view keyPrefix = "keyPrefix";  ///< of a single key prefix
-    static constexpr std::string_view cacheEntryType = "cacheEntryType";
-    static constexpr std::string_view queryApiVersion = "v50.0";
+    static constexpr std::string_view id = "id";                          ///< of a list view
+    static constexpr std::string_view name = "name";                      ///< of a single object type
+    static constexpr std::string_view keyPrefix = "keyPrefix";            ///< of a single key prefix
+    static constexpr std::string_view cacheEntryType = "cacheEntryType";  ///< of every row: its kind
+    static constexpr std::string_view queryApiVersion = "v50.0";          ///< in the path of each request
   };
 
-  /// The kinds of rows; their raw values are their names.
+  /// The kinds of rows. A row bears its kind's name in its meta, under "cacheEntryType"; see `rawValue`.
   enum class CacheEntryType {
     listView,     ///< what one list view lists: text, or null where the server gave no type
     sObjects,     ///< the object list
@@ -74,27 +83,36 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
 
   using LoadCompletion = std::function<void(std::optional<SObjectsDataServiceError> error)>;
 
-  /// Takes the host's facilities and opens or creates the table; reads nothing.
+  /// Takes the host's facilities and opens or creates the table; reads nothing. `cacheTimeout` is the age in
+  /// seconds at which the list counts as expired.
   SObjectsDataService(RequiredAPI api, double cacheTimeout);
   ~SObjectsDataService();
   SObjectsDataService(const SObjectsDataService&) = delete;
   SObjectsDataService& operator=(const SObjectsDataService&) = delete;
 
-  /// Derived from the cache at each call.
+  /// Whether the object list is cached and fresh. Reads the row "sObjects" and the time stamp at each call,
+  /// on the caller's thread.
   [[nodiscard]] CacheState cacheState() const;
 
-  /// Makes sure that a fresh object list is cached. The completion, if there is one, is told of the failure
-  /// or of none: inside the call when the cache is valid, else when the fetch, which starts on the service's
-  /// queue, has ended.
+  /// Makes sure that a fresh object list is cached; an empty or expired cache has it fetched from
+  /// "/services/data/v50.0/sobjects". A fetched list replaces the rows "sObjects" and "keyPrefixes" and sets
+  /// the time stamp.
+  ///
+  /// The completion, if there is one, is told of the failure or of none: inside the call when the cache is
+  /// valid, else when the fetch, which starts on the service's queue, has ended.
   void loadSObjects(LoadCompletion completion);
 
   /// Yields what each of `ids` stands for, once, after the last of them has been found out; fails as a whole
-  /// when one of them does. An id's type is found by its first three characters.
+  /// when one of them does. Each id has an entry, one of an unknown type without a value.
+  ///
+  /// An id's first three characters are the key prefix of its type: row "keyPrefix", else the table in row
+  /// "keyPrefixes". Neither is fetched for it. What a list view lists is in row "listView", else asked of
+  /// "/services/data/v50.0/query". What was found gets a row of its own.
   [[nodiscard]] Publisher<std::map<std::string, TypeAndInstance>> sObjectsForIds(
       std::vector<std::string> ids);
 
-  /// The same for the object types of `names`, which are compared exactly; a name that the list lacks has an
-  /// absent value.
+  /// The same for the object types of `names`: row "sObject", else the list in row "sObjects", else a fetch
+  /// of the list. Names are compared exactly; one that the list lacks has an absent value.
   [[nodiscard]] Publisher<std::map<std::string, std::optional<SObject>>> sObjectsForNames(
       std::vector<std::string> names);
 
@@ -116,7 +134,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id);
   [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects();
   [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(const std::string& id);
-  [[nodiscard]] Publisher<std::optional<Data>> requestPublisher(const CorvaneSDK::NetRequest& request);
+  /// The decoded body. What goes wrong is logged as the service's error.
   template <class Response>
   [[nodiscard]] Publisher<Response> fetched(const CorvaneSDK::NetRequest& request);
 
@@ -136,7 +154,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   Cancellables subscriptions_;  // of the loads
 };
 
-/// The text that a row of that kind bears.
+/// The name that a row of that kind bears in its meta: "sObjects", "listView", ….
 [[nodiscard]] VELLORA_EXPORT std::string_view rawValue(SObjectsDataService::CacheEntryType type);
 
 }  // namespace vellora

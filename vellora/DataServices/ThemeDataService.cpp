@@ -5,6 +5,7 @@
 
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/NamedList.h"
+#include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Models/ThemeResponse.h"
@@ -32,11 +33,6 @@ std::optional<ThemeItem> firstNamed(const std::string& name, const std::vector<T
   return found == themes.end() ? std::nullopt : std::optional(*found);
 }
 
-Result<Data> presentBody(std::optional<Data> body) {
-  if (!body) return Error(ThemeDataServiceError::noData());
-  return *std::move(body);
-}
-
 }  // namespace
 
 ThemeDataService::ThemeDataService(RequiredAPI api, double cacheTimeout)
@@ -61,7 +57,7 @@ ThemeDataService::CacheState ThemeDataService::cacheState() const {
 }
 
 void ThemeDataService::loadThemes(LoadCompletion completion) {
-  const auto self = shared_from_this();  // whoever is called from here may drop the last handle
+  const auto self = shared_from_this();  // host or completion may drop the last other reference
   log("loadThemes(completion:), cacheState: " + describe(cacheState()));
   if (cacheState() == CacheState::valid) {
     if (completion) completion(std::nullopt);
@@ -101,7 +97,7 @@ Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector
 
 Publisher<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(std::string name) {
   const auto entry = theme(name);
-  return entry.map([name = std::move(name)](std::optional<ThemeItem> theme) mutable {  // comes once
+  return entry.map([name = std::move(name)](std::optional<ThemeItem> theme) mutable {  // called once
     return ThemeTuple(std::move(name), std::move(theme));
   });
 }
@@ -131,27 +127,15 @@ Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes() {
   const auto request = serverRequest("/services/data/" + std::string(Constants::queryApiVersion) + "/theme");
   if (!request) return Publisher<std::vector<ThemeItem>>::fail(ThemeDataServiceError::invalidUrl());
   const auto weak = weak_from_this();
-  return requestPublisher(*request)
-      .tryMap(presentBody)
-      .tryMap(json::decodeOnce<ThemeResponse>)
+  // Sent now, not at the subscription, so that a load's request goes out on the caller's thread.
+  return sentNow(*network_, *request, Preferred::error)
+      .tryMap(decodedBody<ThemeResponse, ThemeDataServiceError::noData>)
       .mapError([weak](const Error& error) { return mapped(error, weak); })
       .map([weak](ThemeResponse response) {
         if (const auto service = weak.lock()) service->save(response.themeItems);
         if (const auto service = weak.lock()) service->log("fetchedThemes(), themes was fetched then cached");
         return std::move(response.themeItems);
       });
-}
-
-// The request is sent here and now, whoever subscribes, and whenever: that is what makes a load's request go
-// out on the caller's thread.
-Publisher<std::optional<Data>> ThemeDataService::requestPublisher(const CorvaneSDK::NetRequest& request) {
-  return Publisher<std::optional<Data>>::promise([&](const Promise<std::optional<Data>>& promise) {
-    network_->sendRequest(request,
-                          [promise](std::optional<Data> data, std::optional<Error> error, const auto&) {
-                            if (error) return promise.fail(*std::move(error));
-                            promise.succeed(std::move(data));
-                          });
-  });
 }
 
 std::shared_ptr<const NamedList<ThemeItem>> ThemeDataService::cachedThemes() const {

@@ -11,13 +11,11 @@
 
 #include "vellora/DataServices/CacheState.h"
 #include "vellora/DataServices/ThemeDataServiceError.h"
-#include "vellora/Host/NetRequest.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/ThemeItem.h"
 #include "vellora/Platform/Publishers/Cancellables.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
-#include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
@@ -36,41 +34,59 @@ class TimestampedTable;
 /// Only `loadThemes` looks at the age of the list. A lookup takes what there is, however old: an outdated
 /// colour now is better than the right one after a round trip.
 ///
+///     const auto service = std::make_shared<ThemeDataService>(api, 3600);
+///     token = service->themes({"Account", "Contact"}).sink([](const auto& themes) {
+///       const auto account = themes.find("Account");  // the end when the server has no entry for it
+///     });
+///
 /// Ownership: make it with `std::make_shared`. A lookup holds it until all of its names have been taken up;
 /// what waits for the network holds it weakly and goes on without it, but caches and logs nothing any more.
 /// The last handle trims the table to the 100 newest single entries, on whatever thread it is dropped.
+///
 /// Threads: safe to use from several threads at once. `loadThemes` reads the cache and sends its request on
 /// the caller's thread, a lookup on a serial queue of the service; both go on where the host's network calls
-/// back. Errors: `other` and `noData`. What the cache cannot read or write is logged and counts as absent.
+/// back.
+///
+/// Errors: `other` and `noData`. What the cache cannot read or write is logged and counts as absent.
+///
 /// Units: the time-out is in seconds.
 class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<ThemeDataService> {
  public:
   using CacheState = vellora::CacheState;
   using LoadCompletion = std::function<void(std::optional<ThemeDataServiceError> error)>;
 
+  /// The meta of the rows, and the version of the server's interface.
   struct Constants {
     static constexpr std::string_view name = "name";  ///< meta key: which entry a row holds
     static constexpr std::string_view cacheEntryType = "cacheEntryType";  ///< meta key of every row: its kind
-    static constexpr std::string_view listKind = "themes";  ///< the kind of the row that holds the list
-    static constexpr std::string_view queryApiVersion = "v50.0";
+    static constexpr std::string_view listKind = "themes";        ///< the kind of the row that holds the list
+    static constexpr std::string_view queryApiVersion = "v50.0";  ///< in the path of the request
   };
 
-  /// Takes the host's facilities and opens the table; reads nothing.
+  /// Takes the host's facilities and opens or creates the table; reads nothing. `cacheTimeout` is the age in
+  /// seconds at which the list counts as expired.
   ThemeDataService(RequiredAPI api, double cacheTimeout);
   ~ThemeDataService();
   ThemeDataService(const ThemeDataService&) = delete;
   ThemeDataService& operator=(const ThemeDataService&) = delete;
 
-  /// Whether the list is cached and fresh. Reads the cache afresh each time.
+  /// Whether the list is cached and fresh. Reads the row "themes" and the time stamp at each call, on the
+  /// caller's thread.
   [[nodiscard]] CacheState cacheState() const;
 
-  /// Makes sure that the list is cached and fresh. The completion, if there is one, is called once: at once
-  /// when nothing is to be done; else after the fetch, unless the service was released before.
+  /// Makes sure that the list is cached and fresh; an empty or expired cache has it fetched. A fetched list
+  /// replaces the row "themes" and sets the time stamp.
+  ///
+  /// The completion, if there is one, is called once: at once when nothing is to be done; else after the
+  /// fetch, unless the service was released before.
   void loadThemes(LoadCompletion completion);
 
   /// Looks up the theme entries of the object types `names`; yields one dictionary by name, in which a type
-  /// without an entry has no key. Fails as a whole when a fetch fails. While no list is cached each name
-  /// fetches it for itself.
+  /// without an entry has no key. Fails as a whole when a fetch fails.
+  ///
+  /// An entry comes from its row "theme", else from the list in row "themes", else from a fetch of the list;
+  /// what was found in the list gets a row of its own. While no list is cached each name fetches it for
+  /// itself.
   [[nodiscard]] Publisher<std::map<std::string, ThemeItem>> themes(std::vector<std::string> names);
 
  private:
@@ -79,7 +95,6 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   [[nodiscard]] Publisher<ThemeTuple> themeTuple(std::string name);
   [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name);
   [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
-  [[nodiscard]] Publisher<std::optional<Data>> requestPublisher(const CorvaneSDK::NetRequest& request);
 
   [[nodiscard]] std::shared_ptr<const NamedList<ThemeItem>> cachedThemes() const;  // null when absent
   [[nodiscard]] std::optional<ThemeItem> cachedTheme(const std::string& name) const;

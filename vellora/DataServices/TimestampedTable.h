@@ -18,21 +18,25 @@
 namespace vellora {
 
 /// What the two services that keep a fetched list in a host table have in common: the table, the blob that
-/// says when the list was fetched, the freshness rule, and how a row is read, written and purged. Which kinds
-/// of rows there are, which writes move the time stamp and which kinds are purged differs between the two,
-/// and stays with them.
+/// says when the list was fetched, the freshness rule, and how a row is read, written and purged. What
+/// differs stays with the two: which kinds of rows there are, which writes set the time stamp, which kinds
+/// are purged.
 ///
 /// Every row's meta names its kind under "cacheEntryType"; the row of `Names::listKind` is the list. Only
 /// that row and the time stamp decide the state: single items are served however old they are, because the
 /// list they came from is what a service refreshes.
 ///
-/// Nothing here fails outwards. A row that cannot be read counts as absent, so that the caller goes on to the
-/// next source; it stays, since the host's age limit or the purge removes it, or the next write replaces it.
+/// No failure is passed on. A row that cannot be read counts as absent, so that the caller goes on to the
+/// next source. The row stays: the next write replaces it, or the host's age limit or the purge removes it.
 ///
 /// Ownership: shares the host's cache, table and logger; knows nothing of the service that owns it.
+///
 /// Threads: constant after construction, hence as safe as the host's objects. The table is called on the
-/// caller's thread. Errors: logged, as the operation's signature followed by ": Failed to decode: " or ":
-/// Failed to encode: ". Units: seconds.
+/// caller's thread.
+///
+/// Errors: logged, as the operation's signature followed by ": Failed to decode: " or ": Failed to encode: ".
+///
+/// Units: seconds.
 class TimestampedTable {
  public:
   /// The meta key that every row has.
@@ -66,9 +70,8 @@ class TimestampedTable {
     return readWith(json::decode<T>, std::move(meta), operation, found);
   }
 
-  /// The same for a large row: its value is made by `decode` (from `const Data&` to `Result<T>`) when the row
-  /// has other bytes than the last time. The row is read, and `operation` logged, each time. Null when
-  /// absent.
+  /// The same for a large row. The row is read, and `operation` logged, each time; but `decode` (from
+  /// `const Data&` to `Result<T>`) is called only for other bytes than the last time. Null when absent.
   template <class T, class Decode>
   [[nodiscard]] std::shared_ptr<const T> read(const Remembered<T>& remembered, Decode decode,
                                               CorvaneSDK::Meta meta, std::string_view operation) const {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "vellora/DataServices/LayoutSteps.h"
+#include "vellora/DataServices/LogError.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/Host/Logger.h"
 
@@ -25,9 +25,9 @@ template <class Info>
   return byType;
 }
 
-/// What a layout lookup's caller gets of a layout service's answer: the dictionary; nothing when there was no
-/// list, after the error, if one came, has been logged. An error beside a list is of no interest: the list
-/// holds what there is. Nothing as well when there is no memory for the dictionary.
+/// Turns a layout service's answer into what the lookup's caller gets: a list into a dictionary, whatever
+/// error came with it, since the list holds what there is. No list is no dictionary; the error, if one came,
+/// is logged. Without the memory for a dictionary there is none either.
 template <class Info>
 [[nodiscard]] std::optional<std::map<std::string, Info>> layoutAnswer(
     std::optional<std::vector<Info>> infos, const std::optional<SObjectsDataServiceError>& error,

@@ -15,10 +15,19 @@ namespace vellora {
 
 /// The lookups. Each returns at once; the answer comes through its completion.
 ///
+///     service.objectPresentationInfoForApiNames({"Account"}, [](const auto& infos) {
+///       const auto account = infos.find("Account");  // the end when the server knows no such type
+///     });
+///
+/// Ownership: a lookup copies what it is given and keeps the completion until it has answered, or cannot
+/// answer any more.
+///
 /// Threads: may be called from any thread, also from inside a completion. A completion runs on the thread
 /// that delivered the last piece of the answer: a queue of the library, the host network's callback thread,
 /// or the caller's own, inside the call, when a layout lookup was answered from the cache. Move to your own
-/// queue if you need one. Errors: none are passed on. What could not be found is missing from the dictionary;
+/// queue if you need one.
+///
+/// Errors: none are passed on. What could not be found is missing from the dictionary;
 /// see each lookup for what a failure does.
 class VELLORA_EXPORT ObjectPresentationServicing {
  public:

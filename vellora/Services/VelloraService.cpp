@@ -20,7 +20,8 @@ std::shared_ptr<DispatchQueue> required(std::shared_ptr<DispatchQueue> queue) {
   return queue;
 }
 
-/// A lookup whose answer nobody wants is carried out all the same, since it fills the cache.
+/// `completion`, or one that does nothing. A lookup without a completion is carried out too: it fills the
+/// cache.
 template <class Completion>
 Completion orNothing(Completion completion) {
   return completion ? std::move(completion) : Completion([](const auto&) {});
@@ -76,8 +77,8 @@ bool VelloraService::primedAndCached() const {
   return implementation_->primedAndCached();
 }
 
-// Each lookup keeps the implementation until it returns: a change of the state or a completion, on this
-// thread or on another, may destroy the service before.
+// Each lookup keeps the implementation until it returns. The service may be destroyed earlier, by a
+// completion or by an observer of the state, on this thread or on another.
 
 void VelloraService::objectPresentationInfoForIds(const std::vector<std::string>& ids,
                                                   PresentationCompletion completion) {

@@ -19,13 +19,27 @@ namespace vellora {
 /// The library: answers what the types of a records server's objects look like. Construct it early and keep
 /// it: it begins at once to load the object types and their themes, so that the first screen finds them.
 ///
+///     const auto queue = std::make_shared<SerialDispatchQueue>(
+///         std::string(VelloraService::Constants::queueLabel), DispatchQoS::userInitiated);
+///     VelloraService service(host, 3600, "light", queue);
+///     service.objectPresentationInfoForIds({"001000000000001"}, [](const auto& infos) { … });
+///
+/// What the lookups answer comes from the host's cache where that is fresh, else from the records server.
+/// Where in the cache, and from which path of the server, is said by each data service:
+/// `SObjectsDataService`, `ThemeDataService`, `LayoutDataService`, `CompactLayoutDataService`.
+///
 /// Ownership: owns its data services and shares the host's facilities. Destroying it ends what is under way:
 /// pending presentation lookups are never answered; a pending layout lookup is, and keeps what it needs until
-/// then. Threads: every member may be called from any thread, also from inside a completion or a change of
-/// the state. Errors: only the constructor throws. Later failures show in `primerState` and in what lookups
+/// then.
+///
+/// Threads: every member may be called from any thread, also from inside a completion or a change of
+/// the state.
+///
+/// Errors: only the constructor throws. Later failures show in `primerState` and in what lookups
 /// leave out. Where memory runs out, a call throws `std::bad_alloc`, and is then not answered later; out of
-/// the caller's sight it counts as a failure like any other, and layout lookups answer with nothing. Units:
-/// the cache time-out is in seconds.
+/// the caller's sight it counts as a failure like any other, and layout lookups answer with nothing.
+///
+/// Units: the cache time-out is in seconds.
 class VELLORA_EXPORT VelloraService final : public VelloraServicing {
  public:
   struct Constants {
@@ -33,7 +47,10 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
     static constexpr std::string_view queueLabel = "VelloraService.queue";
   };
 
-  /// How far the loading has got.
+  /// How far the loading has got. It begins with `isLoading`; each prefetch ends in one of the other two. An
+  /// id lookup that finds a cache expired, or the last prefetch failed, starts the next one.
+  ///
+  /// Ownership: a plain value.
   class State {
    public:
     enum class Case {
@@ -84,12 +101,15 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
   /// Does nothing: what the constructor was given stays in force.
   void configure(const std::shared_ptr<CorvaneSDK::PlatformAPI>& api) override;
 
+  /// The state as it is now. It does not look at the cache: lists that have expired since are still `loaded`;
+  /// ask `primedAndCached`.
   [[nodiscard]] State primerState() const;
 
-  /// Yields the current state at once, then every later one; never ends.
+  /// Yields the current state at once, then every later one, on the thread that changes it or is delivering
+  /// an earlier one; never ends.
   [[nodiscard]] Publisher<State> primerStateStream() const;
 
-  /// Yields just before each change of the state.
+  /// Yields just before each change of the state, on the thread that changes it.
   [[nodiscard]] Publisher<WillChange> objectWillChange() const;
 
   /// True when the state is `loaded` and neither cache has expired since: an id lookup is then answered from

@@ -8,12 +8,23 @@
 
 namespace vellora {
 
-/// What `VelloraService`'s constructor throws.
+/// What `VelloraService`'s constructor throws. Nothing else of the library throws but `std::bad_alloc`.
+///
+///     try {
+///       service = std::make_unique<VelloraService>(host, 3600, "light", queue);
+///     } catch (const VelloraServiceError& error) {
+///       show(error.what());  // "The operation could not be completed. (VelloraServiceError.requiredAPI)"
+///     }
+///
+/// Ownership: a plain value.
+///
+/// Threads: immutable.
 class VELLORA_EXPORT VelloraServiceError final : public EnumerationError, public std::exception {
  public:
   /// The host lacks something that the library cannot do without: network, cache, logger or queue.
   [[nodiscard]] static VelloraServiceError requiredAPI() { return VelloraServiceError("requiredAPI"); }
 
+  /// The localized description. Valid as long as the error lives.
   [[nodiscard]] const char* what() const noexcept override { return text_.c_str(); }
 
   friend bool operator==(const VelloraServiceError& left, const VelloraServiceError& right) {

@@ -2,12 +2,12 @@
 
 #include <atomic>
 #include <new>
-#include <set>
 #include <utility>
 
 #include "vellora/Platform/Json/Description.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
 #include "vellora/Services/LayoutAnswer.h"
+#include "vellora/Services/PresentationLookup.h"
 
 namespace vellora {
 
@@ -15,28 +15,7 @@ using CorvaneSDK::LogLevel;
 
 namespace {
 
-/// The distinct names of all types and instances.
-template <class SObjectsById>
-std::vector<std::string> namesOf(const SObjectsById& sObjects) {
-  std::set<std::string> names;
-  for (const auto& [id, found] : sObjects) {
-    if (found.type) names.insert(found.type->name);
-    if (found.instance) names.insert(found.instance->name);
-  }
-  return {names.begin(), names.end()};
-}
-
-/// The theme entries in the form in which they are asked for, so that none is copied for each record.
-std::map<std::string, std::optional<ThemeItem>> lookedUp(std::map<std::string, ThemeItem> items) {
-  std::map<std::string, std::optional<ThemeItem>> themes;
-  while (!items.empty()) {
-    auto item = items.extract(items.begin());
-    themes.emplace_hint(themes.end(), std::move(item.key()), std::move(item.mapped()));
-  }
-  return themes;
-}
-
-/// With another error when there is no memory for that one.
+/// The state `failed` with that error; with `OutOfMemory` when there is no memory for a copy of it.
 template <class E>
 VelloraService::State failedState(const E& error) {
   try {
@@ -76,7 +55,8 @@ void VelloraService::Implementation::prefetch() {
       if (const auto self = weak.lock()) self->finishPrefetch();
     });
   } catch (const std::bad_alloc&) {
-    primerState_.set(State::failed(outOfMemory()));  // or the next lookup waited for what nobody loads
+    // Left at `isLoading`, every later lookup would wait for a load that nobody runs.
+    primerState_.set(State::failed(outOfMemory()));
     throw;
   }
 }
@@ -93,7 +73,8 @@ void VelloraService::Implementation::loadSObjects(const DispatchGroup& group) {
   });
 }
 
-/// How one load of a prefetch ends: once, whether its service says so or there was no memory to ask it.
+/// Ends one load of a prefetch, once: when its service completes, or when there is no memory to ask the
+/// service.
 class VelloraService::Implementation::LoadEnd {
  public:
   LoadEnd(std::weak_ptr<Implementation> facade, DispatchGroup group, std::string_view loading)
@@ -139,7 +120,7 @@ void VelloraService::Implementation::noteFailure(const E& error, std::string_vie
 }
 
 void VelloraService::Implementation::finishPrefetch() {
-  if (primerState_.value() != State::isLoading()) return;  // a load has failed, and said so
+  if (primerState_.value() != State::isLoading()) return;  // a load has failed and set the state
   primerState_.set(State::loaded());
   log("prefetch(): primerState: " + State::loaded().description());
 }
@@ -156,7 +137,7 @@ void VelloraService::Implementation::waitForPrefetch(std::function<void()> compl
       })
       .first([](const State& current) { return current != State::isLoading(); })
       .sink([completion = std::move(completion)](const State&) { completion(); })
-      .detach();  // it ends by itself, or with the property
+      .detach();  // it ends with the first such state, or with the property
 }
 
 bool VelloraService::Implementation::primedAndCached() const {
@@ -176,43 +157,19 @@ void VelloraService::Implementation::objectPresentationInfoForIds(const std::vec
 
 void VelloraService::Implementation::objectPresentationInfoForIdsOnceLoaded(
     const std::vector<std::string>& ids, PresentationCompletion completion) {
-  const std::string text = "objectPresentationInfoForIdsOnceLoaded(_:completion:)";
-  log(text + " ids.count: " + std::to_string(ids.size()));
-  const auto weak = weak_from_this();
-  const auto resolved = std::make_shared<SObjectsById>();
-  subscriptions_.insert(
-      sObjectsDataService_->sObjectsForIds(ids)
-          .map([resolved](SObjectsById sObjects) {
-            *resolved = std::move(sObjects);
-            return namesOf(*resolved);
-          })
-          .flatMap([weak](std::vector<std::string> names) {
-            const auto self = weak.lock();
-            if (!self)
-              return Publisher<std::map<std::string, ThemeItem>>::promise(
-                  [](const auto&) {});  // never ends: nobody is to be answered
-            return self->themeDataService_->themes(std::move(names));
-          })
-          .map([weak, resolved, text](std::map<std::string, ThemeItem> themeItems) {
-            const Themes themes = lookedUp(std::move(themeItems));
-            Infos results;
-            for (const auto& [id, found] : *resolved) {
-              const auto self = weak.lock();
-              if (self) {
-                self->log(text + " typeSObject: " + describe(found.type) +
-                          ", instanceSObject: " + describe(found.instance));
-              }
-              if (found.type && self) {
-                results.insert_or_assign(
-                    id, self->createObjectPresentationInfo(*found.type, found.instance, themes));
-              }
-            }
-            return results;
-          })
-          .sink([completion = std::move(completion)](Infos infos) { completion(std::move(infos)); },
-                [weak, text](const Completion&) {
-                  if (const auto self = weak.lock()) self->log(text);
-                }));
+  const auto lookup = std::make_shared<PresentationLookup>(
+      weak_from_this(), "objectPresentationInfoForIdsOnceLoaded(_:completion:)");
+  lookup->logStart("ids", ids.size());
+  auto keepTypes = [lookup](auto sObjects) { return lookup->keepTypes(std::move(sObjects)); };
+  auto lookUpThemes = [lookup](auto names) { return lookup->themesOf(std::move(names)); };
+  auto pairThemWithTypes = [lookup](auto items) { return lookup->infosOfRecords(std::move(items)); };
+  auto answer = [completion = std::move(completion)](Infos infos) { completion(std::move(infos)); };
+  auto logEnd = [lookup](const Completion&) { lookup->logEnd(); };
+  subscriptions_.insert(sObjectsDataService_->sObjectsForIds(ids)
+                            .map(std::move(keepTypes))
+                            .flatMap(std::move(lookUpThemes))
+                            .map(std::move(pairThemWithTypes))
+                            .sink(std::move(answer), std::move(logEnd)));
 }
 
 void VelloraService::Implementation::objectPresentationInfoForApiNames(
@@ -222,30 +179,17 @@ void VelloraService::Implementation::objectPresentationInfoForApiNames(
 
 void VelloraService::Implementation::objectPresentationInfoForApiNamesFetchIfNeeded(
     const std::vector<std::string>& apiNames, PresentationCompletion completion) {
-  const std::string text = "objectPresentationInfoForApiNamesFetchIfNeeded(_:completion:)";
-  log(text + " apiNames.count: " + std::to_string(apiNames.size()));
-  const auto weak = weak_from_this();
-  const auto results = std::make_shared<Infos>();
+  const auto lookup = std::make_shared<PresentationLookup>(
+      weak_from_this(), "objectPresentationInfoForApiNamesFetchIfNeeded(_:completion:)");
+  lookup->logStart("apiNames", apiNames.size());
+  auto keepInfos = [lookup](auto latest) { lookup->keepInfos(latest.first, std::move(latest.second)); };
+  auto answer = [lookup, completion = std::move(completion)](const Completion&) {
+    lookup->logEnd();
+    completion(lookup->takeInfos());
+  };
   subscriptions_.insert(sObjectsDataService_->sObjectsForNames(apiNames)
                             .combineLatest(themeDataService_->themes(apiNames))
-                            .sink(
-                                [weak, results](auto latest) {
-                                  const auto& sObjects = latest.first;
-                                  const Themes themes = lookedUp(std::move(latest.second));
-                                  for (const auto& [name, sObject] : sObjects) {
-                                    const auto self = weak.lock();
-                                    if (sObject && self) {
-                                      results->insert_or_assign(
-                                          name, self->createObjectPresentationInfo(*sObject, {}, themes));
-                                    } else {
-                                      results->erase(name);
-                                    }
-                                  }
-                                },
-                                [weak, results, text, completion = std::move(completion)](const Completion&) {
-                                  if (const auto self = weak.lock()) self->log(text);
-                                  completion(std::move(*results));
-                                }));
+                            .sink(std::move(keepInfos), std::move(answer)));
 }
 
 ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationInfo(

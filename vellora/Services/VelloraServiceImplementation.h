@@ -18,13 +18,15 @@
 
 namespace vellora {
 
-/// What stands behind a `VelloraService`: shared, so that what is under way can hold it weakly.
+/// What a `VelloraService` consists of.
+///
+/// Ownership: shared by the façade and by the calls into it, so that what is under way can hold it weakly.
 class VelloraService::Implementation : public std::enable_shared_from_this<Implementation> {
  public:
   Implementation(const RequiredAPI& api, double cacheTimeout, std::string theme,
                  std::shared_ptr<DispatchQueue> queue);
 
-  /// Loads both lists, each from its cache where that is fresh, side by side on the queue.
+  /// Makes sure that both lists are cached and fresh; starts both loads on the queue. Sets the state.
   void prefetch();
 
   [[nodiscard]] const Published<State>& primerState() const noexcept { return primerState_; }
@@ -41,9 +43,9 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
  private:
   using Infos = std::map<std::string, ObjectPresentationInfo>;
   using Themes = std::map<std::string, std::optional<ThemeItem>>;
-  using SObjectsById = std::map<std::string, SObjectsDataService::TypeAndInstance>;
 
   class LoadEnd;
+  class PresentationLookup;
 
   void loadThemes(const DispatchGroup& group);
   void loadSObjects(const DispatchGroup& group);

@@ -83,7 +83,7 @@ struct Seen {
 
 using Courses = std::array<Course, 3>;
 
-/// The rules, told by the one thing that downloads share: the place of the pending name query.
+/// The model: all that downloads share is the slot of the pending name query.
 class Model {
  public:
   explicit Model(const Courses& courses, std::optional<std::size_t> begunByTheFirstAnswer = std::nullopt)
@@ -260,7 +260,7 @@ constexpr int stepOfOrders = 5;
 constexpr int stepOfOrders = 1;
 #endif
 
-/// Told apart by the third one's course, since each takes a while.
+/// One test for each course of the third download, since each takes a while.
 class CompactLayoutDataServiceThreeOrdersTest : public testing::TestWithParam<Course> {};
 
 TEST_P(CompactLayoutDataServiceThreeOrdersTest, ThreeDownloadsInEveryOrderAndCourse) {

@@ -84,7 +84,7 @@ struct Counted {
 
 TEST_F(CompactLayoutDataServiceOverlapTest, OfDownloadsThatArriveOnTwoThreadsTheNewestNameQueryIsAnswered) {
   for (int round = 0; round < 100; ++round) {
-    service = makeService(-1);  // nothing is ever young
+    service = makeService(-1);  // every cached layout is expired
     network->answer(first.layoutsUrl, StubNetwork::body(first.layouts).held());
     network->answer(first.namesUrl, StubNetwork::body(first.names).held());
     network->answer(second.layoutsUrl, StubNetwork::body(second.layouts).held());

@@ -158,13 +158,13 @@ TEST_F(CompactLayoutDataServiceReleaseTest, OnceReleasedALookupIsSilentUntilItsN
   for (const bool beforeTheCall : {true, false}) {
     before = beforeTheCall;
     EXPECT_EQ(runReleasingAt(0), (Outcome{rewritten, true, 7}));
-    // Before the layouts have come: nothing more is sent.
+    // Released before the layouts have come: nothing more is sent.
     for (int call = 1; call <= 3; ++call)
       EXPECT_EQ(runReleasingAt(call), (Outcome{nobody, false, 3})) << call;
-    // While the name query is being sent: it is, but nobody waits for it.
+    // Released while the name query is being sent: the query goes out, and its answer is ignored.
     for (int call = 4; call <= 5; ++call)
       EXPECT_EQ(runReleasingAt(call), (Outcome{nobody, false, 5})) << call;
-    // At the line that the names have come: what comes behind the names is silenced.
+    // Released at the log line about the names: all that follows is silenced.
     EXPECT_EQ(runReleasingAt(6), (Outcome{nobody, false, 6}));
     EXPECT_EQ(runReleasingAt(7), (Outcome{rewritten, true, 7}));
   }

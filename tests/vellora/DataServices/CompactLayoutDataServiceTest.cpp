@@ -176,7 +176,7 @@ TEST_F(CompactLayoutDataServiceTest, ANegativeTimeoutExpiresEverythingAndOneThat
 }
 
 TEST_F(CompactLayoutDataServiceTest, ABlobOfAnotherTypeIsCountedButDoesNotStandForItsName) {
-  // The blob of Account holds a layout of Contact. Alone, counts decide: it is the answer.
+  // The blob of Account holds a layout of Contact. As many layouts as names are a complete answer.
   cache->save(json::encode(CompactLayoutCacheEntry{{{}, "Contact"}, clock.date()}).value(),
               "OPS_CompactLayout_Account");
   lookUp({"Account"});

@@ -8,8 +8,8 @@
 #include "vellora/DataServices/LayoutDataService.h"
 #include "vellora/DataServices/ThemeDataService.h"
 
-// Every answer of the server, cut at every byte, and with each of its members replaced by each JSON type, is
-// reported as what it is, and leaves nothing behind in the cache.
+// Each kind of answer of the server is cut at every byte, and has each member replaced by each JSON type. The
+// damage is reported exactly, and nothing of the answer is cached.
 
 namespace vellora {
 namespace {
@@ -73,7 +73,8 @@ std::string askForListView(Question& question) {
   service->loadSObjects(nullptr);
   question.queues.runAll();
   const auto known = service->sObjectsForIds({"00B"}).sink([](const auto&) {}, [](const auto&) {});
-  question.queues.runAll();  // the rows of "ListView" are there now: what follows would write only the type
+  question.queues
+      .runAll();  // caches the rows of "ListView", so that the lookup below could write only the type
   question.host.logger->clear();
   question.host.cache->clearCalls();
   const auto token = service->sObjectsForIds({"00Bxx"}).sink(
@@ -109,107 +110,131 @@ std::string askForNameFields(Question& question) {
   return question.outcome;
 }
 
-std::vector<ServerAnswer> serverAnswers() {
-  const std::string layoutError = "The operation could not be completed. (SObjectsDataServiceError.decoding)";
-  const std::string component = "/Account/fieldItems/0/layoutComponents/0";
+ServerAnswer objectList() {
+  return {.name = "ObjectList",
+          .url = listUrl,
+          .body = R"({"encoding":"UTF-8","sobjects":[{"name":"Account","keyPrefix":"001","label":"é",)"
+                  R"("labelPlural":"\u00e9s","createable":true,"urls":{}}]})",
+          .members = {{"/sobjects", "an array"},
+                      {"/sobjects/0", "an object"},
+                      {"/sobjects/0/name", "a string"},
+                      {"/sobjects/0/keyPrefix", "a string", Need::optional},
+                      {"/sobjects/0/label", "a string"},
+                      {"/sobjects/0/labelPlural", "a string"},
+                      {"/sobjects/0/createable", "a boolean"}},
+          .ask = askForObjectList,
+          .outcome = "The operation could not be completed. (SObjectsDataServiceError.other: REASON)",
+          .errorLines = {"VelloraService: SObjectsDataServiceError: REASON",
+                         "VelloraService: SObjectsDataServiceError: The operation could not be completed. "
+                         "(SObjectsDataServiceError.other: REASON)"}};
+}
+
+ServerAnswer themeList() {
+  return {.name = "ThemeList",
+          .url = "/services/data/v50.0/theme",
+          .body = R"({"themeItems":[{"name":"Account",)"
+                  R"("colors":[{"color":"FF0000","context":"primary","theme":"light"}],)"
+                  R"("icons":[{"contentType":"image/png","theme":"light","url":"a.png","width":16}]}]})",
+          .members = {{"/themeItems", "an array"},
+                      {"/themeItems/0", "an object"},
+                      {"/themeItems/0/name", "a string"},
+                      {"/themeItems/0/colors", "an array", Need::optional},
+                      {"/themeItems/0/colors/0", "an object"},
+                      {"/themeItems/0/colors/0/color", "a string"},
+                      {"/themeItems/0/colors/0/context", "a string"},
+                      {"/themeItems/0/colors/0/theme", "a string"},
+                      {"/themeItems/0/icons", "an array"},
+                      {"/themeItems/0/icons/0", "an object"},
+                      {"/themeItems/0/icons/0/contentType", "a string"},
+                      {"/themeItems/0/icons/0/theme", "a string"},
+                      {"/themeItems/0/icons/0/url", "a string"},
+                      {"/themeItems/0/icons/0/width", "an integer", Need::optional}},
+          .ask = askForThemeList,
+          .outcome = "The operation could not be completed. (ThemeDataServiceError.other: REASON)",
+          .errorLines = {"VelloraService: ThemeDataServiceError: REASON",
+                         "VelloraService: ThemeDataServiceError: The operation could not be completed. "
+                         "(ThemeDataServiceError.other: REASON)"}};
+}
+
+ServerAnswer listViewQuery() {
+  return {.name = "ListView",
+          .url = "/services/data/v50.0/query?",
+          .body = R"({"count":1,"records":[{"Id":"00Bxx","SobjectType":"Contact"}]})",
+          .members = {{"/records", "an array"},
+                      {"/records/0", "an object"},
+                      {"/records/0/Id", "a string"},
+                      {"/records/0/SobjectType", "a string", Need::optional}},
+          .ask = askForListView,
+          .outcome = "The operation could not be completed. (SObjectsDataServiceError.other: REASON)",
+          .errorLines = {"VelloraService: SObjectsDataServiceError: REASON"}};
+}
+
+constexpr const char* layoutError =
+    "The operation could not be completed. (SObjectsDataServiceError.decoding)";
+
+ServerAnswer searchLayouts() {
   return {
-      {"ObjectList",
-       listUrl,
-       R"({"encoding":"UTF-8","sobjects":[{"name":"Account","keyPrefix":"001","label":"é","labelPlural":"\u00e9s","createable":true,"urls":{}}]})",
-       {{"/sobjects", "an array"},
-        {"/sobjects/0", "an object"},
-        {"/sobjects/0/name", "a string"},
-        {"/sobjects/0/keyPrefix", "a string", Need::optional},
-        {"/sobjects/0/label", "a string"},
-        {"/sobjects/0/labelPlural", "a string"},
-        {"/sobjects/0/createable", "a boolean"}},
-       askForObjectList,
-       "The operation could not be completed. (SObjectsDataServiceError.other: REASON)",
-       {"VelloraService: SObjectsDataServiceError: REASON",
-        "VelloraService: SObjectsDataServiceError: The operation could not be completed. "
-        "(SObjectsDataServiceError.other: REASON)"}},
-      {"ThemeList",
-       "/services/data/v50.0/theme",
-       R"({"themeItems":[{"name":"Account","colors":[{"color":"FF0000","context":"primary","theme":"light"}],"icons":[{"contentType":"image/png","theme":"light","url":"a.png","width":16}]}]})",
-       {{"/themeItems", "an array"},
-        {"/themeItems/0", "an object"},
-        {"/themeItems/0/name", "a string"},
-        {"/themeItems/0/colors", "an array", Need::optional},
-        {"/themeItems/0/colors/0", "an object"},
-        {"/themeItems/0/colors/0/color", "a string"},
-        {"/themeItems/0/colors/0/context", "a string"},
-        {"/themeItems/0/colors/0/theme", "a string"},
-        {"/themeItems/0/icons", "an array"},
-        {"/themeItems/0/icons/0", "an object"},
-        {"/themeItems/0/icons/0/contentType", "a string"},
-        {"/themeItems/0/icons/0/theme", "a string"},
-        {"/themeItems/0/icons/0/url", "a string"},
-        {"/themeItems/0/icons/0/width", "an integer", Need::optional}},
-       askForThemeList,
-       "The operation could not be completed. (ThemeDataServiceError.other: REASON)",
-       {"VelloraService: ThemeDataServiceError: REASON",
-        "VelloraService: ThemeDataServiceError: The operation could not be completed. "
-        "(ThemeDataServiceError.other: REASON)"}},
-      {"ListView",
-       "/services/data/v50.0/query?",
-       R"({"count":1,"records":[{"Id":"00Bxx","SobjectType":"Contact"}]})",
-       {{"/records", "an array"},
-        {"/records/0", "an object"},
-        {"/records/0/Id", "a string"},
-        {"/records/0/SobjectType", "a string", Need::optional}},
-       askForListView,
-       "The operation could not be completed. (SObjectsDataServiceError.other: REASON)",
-       {"VelloraService: SObjectsDataServiceError: REASON"}},
-      {"SearchLayouts",
-       "/services/data/v50.0/search/layout?",
-       R"([{"objectType":"Account","label":"x","searchColumns":[{"name":"Name","label":"n","format":"f","field":"Name"}]}])",
-       {{"/0", "an object"},
-        {"/0/objectType", "a string"},
-        {"/0/searchColumns", "an array"},
-        {"/0/searchColumns/0", "an object"},
-        {"/0/searchColumns/0/name", "a string"},
-        {"/0/searchColumns/0/label", "a string"},
-        {"/0/searchColumns/0/format", "a string", Need::optional},
-        {"/0/searchColumns/0/field", "a string"}},
-       askForSearchLayouts,
-       "0 layouts, " + layoutError,
-       {"getLayoutFromNetwork(_:completion:): Failed to decode: REASON",
-        "layoutForApiName(_:completion:): Network request error:  " + layoutError}},
-      {"CompactLayouts",
-       layoutsUrl,
-       compactLayouts,
-       {{"/Account", "an object", Need::dynamic},
-        {"/Account/objectType", "a string"},
-        {"/Account/fieldItems", "an array"},
-        {"/Account/fieldItems/0", "an object"},
-        {"/Account/fieldItems/0/label", "a string"},
-        {"/Account/fieldItems/0/layoutComponents", "an array"},
-        {component, "an object"},
-        {component + "/value", "a string"},
-        {component + "/details", "an object", Need::optional},
-        {component + "/details/relationshipName", "a string", Need::optional},
-        {component + "/details/referenceTo", "an array"},
-        {component + "/details/referenceTo/0", "a string"},
-        {component + "/details/type", "a string"},
-        {component + "/details/label", "a string"},
-        {component + "/details/htmlFormatted", "a boolean"},
-        {component + "/components", "an array", Need::optional}},
-       askForCompactLayouts,
-       "0 layouts, " + layoutError,
-       {"getCompactLayoutFromNetwork(_:completion:): Failed to decode: REASON",
-        "compactLayoutForApiName(_:completion:): Network request error:  " + layoutError}},
-      {"NameFields",
-       namesUrl,
-       R"({"records":[{"QualifiedApiName":"Name","EntityDefinition":{"QualifiedApiName":"User"},"IsNameField":true}]})",
-       {{"/records", "an array"},
-        {"/records/0", "an object"},
-        {"/records/0/QualifiedApiName", "a string"},
-        {"/records/0/EntityDefinition", "an object"},
-        {"/records/0/EntityDefinition/QualifiedApiName", "a string"}},
-       askForNameFields,
-       "1 layouts, no error",  // as they were downloaded
-       {"getCompactLayoutFromNetwork(_:completion:): Qualified API Name network request failed: REASON"}},
-  };
+      .name = "SearchLayouts",
+      .url = "/services/data/v50.0/search/layout?",
+      .body = R"([{"objectType":"Account","label":"x",)"
+              R"("searchColumns":[{"name":"Name","label":"n","format":"f","field":"Name"}]}])",
+      .members = {{"/0", "an object"},
+                  {"/0/objectType", "a string"},
+                  {"/0/searchColumns", "an array"},
+                  {"/0/searchColumns/0", "an object"},
+                  {"/0/searchColumns/0/name", "a string"},
+                  {"/0/searchColumns/0/label", "a string"},
+                  {"/0/searchColumns/0/format", "a string", Need::optional},
+                  {"/0/searchColumns/0/field", "a string"}},
+      .ask = askForSearchLayouts,
+      .outcome = std::string("0 layouts, ") + layoutError,
+      .errorLines = {"getLayoutFromNetwork(_:completion:): Failed to decode: REASON",
+                     std::string("layoutForApiName(_:completion:): Network request error:  ") + layoutError}};
+}
+
+ServerAnswer compactLayoutList() {
+  const std::string component = "/Account/fieldItems/0/layoutComponents/0";
+  return {.name = "CompactLayouts",
+          .url = layoutsUrl,
+          .body = compactLayouts,
+          .members = {{"/Account", "an object", Need::dynamic},
+                      {"/Account/objectType", "a string"},
+                      {"/Account/fieldItems", "an array"},
+                      {"/Account/fieldItems/0", "an object"},
+                      {"/Account/fieldItems/0/label", "a string"},
+                      {"/Account/fieldItems/0/layoutComponents", "an array"},
+                      {component, "an object"},
+                      {component + "/value", "a string"},
+                      {component + "/details", "an object", Need::optional},
+                      {component + "/details/relationshipName", "a string", Need::optional},
+                      {component + "/details/referenceTo", "an array"},
+                      {component + "/details/referenceTo/0", "a string"},
+                      {component + "/details/type", "a string"},
+                      {component + "/details/label", "a string"},
+                      {component + "/details/htmlFormatted", "a boolean"},
+                      {component + "/components", "an array", Need::optional}},
+          .ask = askForCompactLayouts,
+          .outcome = std::string("0 layouts, ") + layoutError,
+          .errorLines = {
+              "getCompactLayoutFromNetwork(_:completion:): Failed to decode: REASON",
+              std::string("compactLayoutForApiName(_:completion:): Network request error:  ") + layoutError}};
+}
+
+ServerAnswer nameFields() {
+  return {
+      .name = "NameFields",
+      .url = namesUrl,
+      .body = R"({"records":[{"QualifiedApiName":"Name","EntityDefinition":{"QualifiedApiName":"User"},)"
+              R"("IsNameField":true}]})",
+      .members = {{"/records", "an array"},
+                  {"/records/0", "an object"},
+                  {"/records/0/QualifiedApiName", "a string"},
+                  {"/records/0/EntityDefinition", "an object"},
+                  {"/records/0/EntityDefinition/QualifiedApiName", "a string"}},
+      .ask = askForNameFields,
+      .outcome = "1 layouts, no error",  // as they were downloaded
+      .errorLines = {
+          "getCompactLayoutFromNetwork(_:completion:): Qualified API Name network request failed: REASON"}};
 }
 
 class DamagedAnswersTest : public testing::TestWithParam<ServerAnswer> {
@@ -250,7 +275,9 @@ TEST_P(DamagedAnswersTest, ADamagedAnswerIsReportedAndNothingOfItCached) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, DamagedAnswersTest, testing::ValuesIn(serverAnswers()),
+INSTANTIATE_TEST_SUITE_P(Of, DamagedAnswersTest,
+                         testing::Values(objectList(), themeList(), listViewQuery(), searchLayouts(),
+                                         compactLayoutList(), nameFields()),
                          [](const auto& answer) { return answer.param.name; });
 
 }  // namespace

@@ -10,8 +10,8 @@
 #include "vellora/DataServices/ThemeDataService.h"
 #include "vellora/Host/CacheTable.h"
 
-// Every cached form, cut at every byte, and with each of its members replaced by each JSON type, is reported,
-// counts as absent, and is not written over by something made of it.
+// Each kind of cached entry is cut at every byte, and has each member replaced by each JSON type. The damage
+// is reported, the entry counts as absent, and nothing is written in its place.
 
 namespace vellora {
 namespace {
@@ -28,14 +28,14 @@ constexpr const char* themesUrl = "/services/data/v50.0/theme";
 /// A kind of cached entry: a row of `table` with `meta`, or the blob `key`.
 struct Cached {
   std::string name;
-  std::string table;
-  Meta meta;
-  std::string key;
+  std::string table = {};
+  Meta meta = {};
+  std::string key = {};
   std::string text;
   std::vector<JsonMember> members;
   std::function<void(const RequiredAPI&, tests::ManualQueues&)> ask;  ///< a lookup that reads it
-  std::vector<std::string> errorLines;  ///< about a damaged one; REASON stands for what the reader said
-  std::vector<std::string> requests;    ///< what is asked for in its place
+  std::vector<std::string> errorLines;     ///< about a damaged one; REASON stands for what the reader said
+  std::vector<std::string> requests = {};  ///< what is asked for in its place
 };
 
 void PrintTo(const Cached& cached, std::ostream* out) {
@@ -97,7 +97,7 @@ std::vector<JsonMember> themeMembers(const std::string& at) {
           {at + "/icons/0/width", "an integer", Need::optional}};
 }
 
-/// Whatever is wrong with the fields, the reader then looks for the form in which the server sends them.
+/// When the fields do not decode, the reader tries the server's form next; so the error is about that form.
 std::vector<JsonMember> compactLayoutMembers() {
   const std::string fields = "/compactLayout/layoutFields";
   const std::string reason = R"(missing key "fieldItems" at $.compactLayout)";
@@ -115,107 +115,125 @@ std::vector<JsonMember> compactLayoutMembers() {
           {"/downloadedTime", "a number"}};
 }
 
-std::vector<Cached> cachedForms() {
-  const std::string object =
-      R"({"name":"Account","keyPrefix":"001","label":"é","labelPlural":"Accounts","createable":true})";
-  const std::string contact =
-      R"([{"name":"Contact","keyPrefix":"003","label":"c","labelPlural":"cs","createable":false}])";
-  const std::string theme =
-      R"({"name":"Account","colors":[{"color":"FF0000","context":"primary","theme":"light"}],)"
-      R"("icons":[{"contentType":"image/png","theme":"light","url":"a.png","width":16}]})";
-  const std::string load = "load(key:): Failed to decode: REASON";
+constexpr const char* object =
+    R"({"name":"Account","keyPrefix":"001","label":"é","labelPlural":"Accounts","createable":true})";
+constexpr const char* contacts =
+    R"([{"name":"Contact","keyPrefix":"003","label":"c","labelPlural":"cs","createable":false}])";
+constexpr const char* theme =
+    R"({"name":"Account","colors":[{"color":"FF0000","context":"primary","theme":"light"}],)"
+    R"("icons":[{"contentType":"image/png","theme":"light","url":"a.png","width":16}]})";
+
+Cached cachedObjectList() {
+  return {.name = "ObjectList",
+          .table = objectsTable,
+          .meta = {{"cacheEntryType", "sObjects"}},
+          .text = contacts,
+          .members = objectMembers("/0"),
+          .ask = askForName("Contact"),
+          .errorLines = {"cachedSObjects(): Failed to decode: REASON"},
+          .requests = {listUrl}};
+}
+
+Cached cachedObject() {
+  return {.name = "Object",
+          .table = objectsTable,
+          .meta = {{"cacheEntryType", "sObject"}, {"name", "Account"}},
+          .text = object,
+          .members = objectMembers(""),
+          .ask = askForName("Account"),
+          .errorLines = {"cachedSObject(for:): Failed to decode: REASON"},
+          .requests = {listUrl}};
+}
+
+/// An id's prefix is looked up for its type, and again to see whether that is the list view.
+std::vector<std::string> twice(const std::string& line) {
+  return {line, line};
+}
+
+Cached cachedKeyPrefixes() {
   return {
-      {"ObjectList",
-       objectsTable,
-       {{"cacheEntryType", "sObjects"}},
-       "",
-       contact,
-       objectMembers("/0"),
-       askForName("Contact"),
-       {"cachedSObjects(): Failed to decode: REASON"},
-       {listUrl}},
-      {"Object",
-       objectsTable,
-       {{"cacheEntryType", "sObject"}, {"name", "Account"}},
-       "",
-       object,
-       objectMembers(""),
-       askForName("Account"),
-       {"cachedSObject(for:): Failed to decode: REASON"},
-       {listUrl}},
-      // An id's prefix is looked up for its type, and again to see whether that is the list view.
-      {"KeyPrefixes",
-       objectsTable,
-       {{"cacheEntryType", "keyPrefixes"}},
-       "",
-       R"({"001":"Account"})",
-       {{"", "an object"}, {"/001", "a string", Need::dynamic, R"(expected a string at $["001"])"}},
-       askForId("001x"),
-       {"cachedKeyPrefixes(): Failed to decode: REASON", "cachedKeyPrefixes(): Failed to decode: REASON"},
-       {}},
-      {"KeyPrefix",
-       objectsTable,
-       {{"cacheEntryType", "keyPrefix"}, {"keyPrefix", "001"}},
-       "",
-       R"("Account")",
-       {{"", "a string"}},
-       askForId("001x"),
-       {"cachedName(for:): Failed to decode: REASON", "cachedName(for:): Failed to decode: REASON"},
-       {}},
-      {"ListView",
-       objectsTable,
-       {{"cacheEntryType", "listView"}, {"id", "00Bxx"}},
-       "",
-       R"("Account")",
-       {{"", "a string"}},
-       askForId("00Bxx"),
-       {"cachedListViewType(for:): Failed to decode: REASON"},
-       {queryUrl("00Bxx")}},
-      {"ThemeList",
-       themesTable,
-       {{"cacheEntryType", "themes"}},
-       "",
-       "[" + theme + "]",
-       themeMembers("/0"),
-       askForTheme,
-       {"cachedThemes(): Failed to decode: REASON"},
-       {themesUrl}},
-      {"Theme",
-       themesTable,
-       {{"cacheEntryType", "theme"}, {"name", "Account"}},
-       "",
-       theme,
-       themeMembers(""),
-       askForTheme,
-       {"cachedTheme(for:): Failed to decode: REASON"},
-       {themesUrl}},
-      {"SearchLayout",
-       "",
-       {},
-       "OPS_Layout_Account",
-       R"({"objectLayoutInfo":{"objectType":"Account","searchColumns":[{"name":"Name","label":"n","format":"f","field":"Name"}]},"downloadedTime":721692800})",
-       {{"/objectLayoutInfo", "an object"},
-        {"/objectLayoutInfo/objectType", "a string"},
-        {"/objectLayoutInfo/searchColumns", "an array"},
-        {"/objectLayoutInfo/searchColumns/0", "an object"},
-        {"/objectLayoutInfo/searchColumns/0/name", "a string"},
-        {"/objectLayoutInfo/searchColumns/0/label", "a string"},
-        {"/objectLayoutInfo/searchColumns/0/format", "a string", Need::optional},
-        {"/objectLayoutInfo/searchColumns/0/field", "a string"},
-        {"/downloadedTime", "a number"}},
-       askForSearchLayout,
-       {load},
-       {"/services/data/v50.0/search/layout?q=Account"}},
-      {"CompactLayout",
-       "",
-       {},
-       "OPS_CompactLayout_Account",
-       R"({"compactLayout":{"objectType":"Account","layoutFields":[{"apiName":"Owner.Name","fieldType":"reference","label":"o","referenceTo":"User","relationshipName":"Owner","htmlFormatted":false,"layoutFields":[]}]},"downloadedTime":721692800})",
-       compactLayoutMembers(),
-       askForCompactLayout,
-       {load},
-       {"/services/data/v53.0/compactLayouts?q=Account"}},
-  };
+      .name = "KeyPrefixes",
+      .table = objectsTable,
+      .meta = {{"cacheEntryType", "keyPrefixes"}},
+      .text = R"({"001":"Account"})",
+      .members = {{"", "an object"}, {"/001", "a string", Need::dynamic, R"(expected a string at $["001"])"}},
+      .ask = askForId("001x"),
+      .errorLines = twice("cachedKeyPrefixes(): Failed to decode: REASON")};
+}
+
+Cached cachedKeyPrefix() {
+  return {.name = "KeyPrefix",
+          .table = objectsTable,
+          .meta = {{"cacheEntryType", "keyPrefix"}, {"keyPrefix", "001"}},
+          .text = R"("Account")",
+          .members = {{"", "a string"}},
+          .ask = askForId("001x"),
+          .errorLines = twice("cachedName(for:): Failed to decode: REASON")};
+}
+
+Cached cachedListView() {
+  return {.name = "ListView",
+          .table = objectsTable,
+          .meta = {{"cacheEntryType", "listView"}, {"id", "00Bxx"}},
+          .text = R"("Account")",
+          .members = {{"", "a string"}},
+          .ask = askForId("00Bxx"),
+          .errorLines = {"cachedListViewType(for:): Failed to decode: REASON"},
+          .requests = {queryUrl("00Bxx")}};
+}
+
+Cached cachedThemeList() {
+  return {.name = "ThemeList",
+          .table = themesTable,
+          .meta = {{"cacheEntryType", "themes"}},
+          .text = std::string("[") + theme + "]",
+          .members = themeMembers("/0"),
+          .ask = askForTheme,
+          .errorLines = {"cachedThemes(): Failed to decode: REASON"},
+          .requests = {themesUrl}};
+}
+
+Cached cachedTheme() {
+  return {.name = "Theme",
+          .table = themesTable,
+          .meta = {{"cacheEntryType", "theme"}, {"name", "Account"}},
+          .text = theme,
+          .members = themeMembers(""),
+          .ask = askForTheme,
+          .errorLines = {"cachedTheme(for:): Failed to decode: REASON"},
+          .requests = {themesUrl}};
+}
+
+Cached cachedSearchLayout() {
+  return {.name = "SearchLayout",
+          .key = "OPS_Layout_Account",
+          .text =
+              R"({"objectLayoutInfo":{"objectType":"Account","searchColumns":[{"name":"Name","label":"n",)"
+              R"("format":"f","field":"Name"}]},"downloadedTime":721692800})",
+          .members = {{"/objectLayoutInfo", "an object"},
+                      {"/objectLayoutInfo/objectType", "a string"},
+                      {"/objectLayoutInfo/searchColumns", "an array"},
+                      {"/objectLayoutInfo/searchColumns/0", "an object"},
+                      {"/objectLayoutInfo/searchColumns/0/name", "a string"},
+                      {"/objectLayoutInfo/searchColumns/0/label", "a string"},
+                      {"/objectLayoutInfo/searchColumns/0/format", "a string", Need::optional},
+                      {"/objectLayoutInfo/searchColumns/0/field", "a string"},
+                      {"/downloadedTime", "a number"}},
+          .ask = askForSearchLayout,
+          .errorLines = {"load(key:): Failed to decode: REASON"},
+          .requests = {"/services/data/v50.0/search/layout?q=Account"}};
+}
+
+Cached cachedCompactLayout() {
+  return {.name = "CompactLayout",
+          .key = "OPS_CompactLayout_Account",
+          .text = R"({"compactLayout":{"objectType":"Account","layoutFields":[{"apiName":"Owner.Name",)"
+                  R"("fieldType":"reference","label":"o","referenceTo":"User","relationshipName":"Owner",)"
+                  R"("htmlFormatted":false,"layoutFields":[]}]},"downloadedTime":721692800})",
+          .members = compactLayoutMembers(),
+          .ask = askForCompactLayout,
+          .errorLines = {"load(key:): Failed to decode: REASON"},
+          .requests = {"/services/data/v53.0/compactLayouts?q=Account"}};
 }
 
 class DamagedCacheEntriesTest : public testing::TestWithParam<Cached> {
@@ -282,7 +300,10 @@ TEST_P(DamagedCacheEntriesTest, ADamagedEntryIsReportedAndCountsAsAbsent) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, DamagedCacheEntriesTest, testing::ValuesIn(cachedForms()),
+INSTANTIATE_TEST_SUITE_P(Of, DamagedCacheEntriesTest,
+                         testing::Values(cachedObjectList(), cachedObject(), cachedKeyPrefixes(),
+                                         cachedKeyPrefix(), cachedListView(), cachedThemeList(),
+                                         cachedTheme(), cachedSearchLayout(), cachedCompactLayout()),
                          [](const auto& cached) { return cached.param.name; });
 
 }  // namespace

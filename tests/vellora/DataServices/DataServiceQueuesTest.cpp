@@ -20,7 +20,7 @@ TEST(DataServiceQueuesTest, EachServiceHasAQueueOfItsOwnThatAUserWaitsFor) {
                           ManualQueues::SerialQueue{"ThemeDataService.queue", DispatchQoS::userInitiated}));
 }
 
-/// Whether a load's work waits its turn behind that of lookups: one queue has one piece that can be next.
+/// Whether loads and lookups share one queue: then only one piece of work can be next.
 template <class Lookup>
 bool waitsForTheLookup(const ManualQueues& queues, const Lookup& lookup, const std::function<void()>& load) {
   const AnyCancellable token = lookup.sink([](const auto&) {});

@@ -215,8 +215,8 @@ TEST_F(LayoutDataServiceTest, ARepeatedCachedNameIsAnsweredAsOftenAsItIsNamed) {
 }
 
 TEST_F(LayoutDataServiceTest, ABlobOfAnotherTypeIsAnsweredAlthoughItsNameIsMissing) {
-  // The blob of Account holds a layout of Contact: counts decide, so the lookup is answered without a
-  // request.
+  // The blob of Account holds a layout of Contact. As many layouts as names are a complete answer, so no
+  // request is sent.
   cache->save(json::encode(ObjectLayoutInfoCacheEntry{{"Contact", {}}, clock.date()}).value(),
               "OPS_Layout_Account");
   EXPECT_THAT(lookUp({"Account"}).types, ElementsAre("Contact"));

@@ -113,8 +113,8 @@ class Life {
 
 using Work = std::function<void(Life&)>;
 
-/// Has each call on the host that `work` makes release the service, one call per life, and tells for each
-/// whether there was an answer all the same: 'A', or '-'. Nothing is ever called after the end of the
+/// Runs `work` once for each call on the host that it makes, with that call releasing the service. Gives 'A'
+/// for each run that was answered all the same, else '-'. Checks that nothing is called after the end of the
 /// service.
 std::string answersWhenReleasedAtEachCall(Life::Cached cached, const Work& work) {
   std::size_t count = 0;
@@ -139,8 +139,7 @@ std::string answersWhenReleasedAtEachCall(Life::Cached cached, const Work& work)
 }
 
 TEST(SObjectsDataServiceReleaseTest, ALookupOfANameInTheListIsAnsweredOnceItsStepHasBegun) {
-  // All calls are made in one step, which keeps the service until it is done: the row's read, its line, the
-  // list …
+  // One step makes all calls and keeps the service until it is done: the row's read, its line, the list, …
   EXPECT_EQ(
       answersWhenReleasedAtEachCall(Life::Cached::list, [](Life& life) { life.lookUpNames({"Account"}); }),
       "AAAAAAA");
@@ -168,8 +167,8 @@ TEST(SObjectsDataServiceReleaseTest, ALookupThatHasToFetchTheListIsAnsweredOnceI
 }
 
 TEST(SObjectsDataServiceReleaseTest, ALookupOfAListViewIsAnsweredOnceItsLastStepHasBegun) {
-  // Up to the request fifteen calls; then the request, the row of its answer, and two lines: without the
-  // service nobody can tell the describe entry of the type that came.
+  // Fifteen calls up to the request; then the request, the row of its answer, and two lines. Without the
+  // service the entry of the type that the server named cannot be looked up.
   EXPECT_EQ(answersWhenReleasedAtEachCall(Life::Cached::list, [](Life& life) { life.lookUpIds({"00B1"}); }),
             "-------------------AAAAAAA");
 }

@@ -1,6 +1,13 @@
+#include <chrono>
 #include <future>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
 #include <thread>
+#include <vector>
 
+#include "tests/support/Answer.h"
 #include "tests/vellora/DataServices/SObjectsFixture.h"
 
 // On the service's own queue and its threads.
@@ -25,19 +32,12 @@ class SObjectsDataServiceThreadsTest : public testing::Test {
     return thread.get();
   }
 
-  std::future<std::thread::id> threadOfNames(const std::vector<std::string>& names) {
-    const auto answered = std::make_shared<std::promise<std::thread::id>>();
-    tokens.insert(service->sObjectsForNames(names).sink(
-        [answered](const auto&) { answered->set_value(std::this_thread::get_id()); }));
-    return answered->get_future();
+  tests::Answer<std::map<std::string, std::optional<SObject>>> ask(const std::vector<std::string>& names) {
+    return tests::Answer(service->sObjectsForNames(names));
   }
 
   std::map<std::string, SObjectsDataService::TypeAndInstance> found(const std::vector<std::string>& ids) {
-    using Found = std::map<std::string, SObjectsDataService::TypeAndInstance>;
-    const auto answered = std::make_shared<std::promise<Found>>();
-    tokens.insert(
-        service->sObjectsForIds(ids).sink([answered](const Found& all) { answered->set_value(all); }));
-    return answered->get_future().get();
+    return tests::Answer(service->sObjectsForIds(ids)).value().value();
   }
 
   SObjectsHost host;
@@ -54,7 +54,7 @@ TEST_F(SObjectsDataServiceThreadsTest, SendsALoadsRequestFromItsQueueAndComplete
   ASSERT_TRUE(host.network->waitForRequests(1, patience));
   EXPECT_NE(host.network->requests().front().thread, std::this_thread::get_id());
   // Until the service has subscribed to what it sent, the answer is delivered on its queue: wait for that.
-  ASSERT_EQ(threadOfNames({}).wait_for(patience), std::future_status::ready);
+  ASSERT_TRUE(ask({}).wait(patience));
   host.network->releaseAll();
   EXPECT_EQ(completedOn, std::this_thread::get_id());
 }
@@ -70,22 +70,22 @@ TEST_F(SObjectsDataServiceThreadsTest, AnswersFromTheCacheOnItsQueue) {
   host.network->answer(listUrl, StubNetwork::body(listBody));
   loaded();
 
-  auto thread = threadOfNames({"Account"});
+  const auto answer = ask({"Account"});
 
-  ASSERT_EQ(thread.wait_for(patience), std::future_status::ready);
-  EXPECT_NE(thread.get(), std::this_thread::get_id());
+  ASSERT_TRUE(answer.wait(patience));
+  EXPECT_NE(answer.thread(), std::this_thread::get_id());
 }
 
 TEST_F(SObjectsDataServiceThreadsTest, AnswersAfterAFetchWhereTheNetworkAnswers) {
   host.network->answer(listUrl, StubNetwork::body(listBody).held());
-  auto thread = threadOfNames({"Account"});
+  const auto answer = ask({"Account"});
   ASSERT_TRUE(host.network->waitForRequests(1, patience));
-  ASSERT_EQ(threadOfNames({}).wait_for(patience), std::future_status::ready);
+  ASSERT_TRUE(ask({}).wait(patience));
 
   host.network->releaseAll();
 
-  ASSERT_EQ(thread.wait_for(std::chrono::seconds(0)), std::future_status::ready);
-  EXPECT_EQ(thread.get(), std::this_thread::get_id());
+  ASSERT_TRUE(answer.hasEnded());
+  EXPECT_EQ(answer.thread(), std::this_thread::get_id());
 }
 
 TEST_F(SObjectsDataServiceThreadsTest, MayBeReleasedOnItsOwnQueue) {
@@ -111,8 +111,7 @@ TEST_F(SObjectsDataServiceThreadsTest, AnswersManyThreadsAtOnce) {
     threads.emplace_back([this, index] {
       for (int round = 0; round < perThread; ++round) {
         service->loadSObjects(nullptr);
-        auto names = threadOfNames({"Account", "Status", "Nobody"});
-        EXPECT_EQ(names.wait_for(patience), std::future_status::ready);
+        EXPECT_TRUE(ask({"Account", "Status", "Nobody"}).wait(patience));
         const std::string id = "00B" + std::to_string(index * perThread + round);
         const auto all = found({id, "001A"});
         EXPECT_EQ(all.at(id).instance, account);
@@ -129,7 +128,7 @@ TEST_F(SObjectsDataServiceThreadsTest, MayBeReleasedWhileItsQueueIsAtWork) {
   for (int round = 0; round < 100; ++round) {
     service = std::make_shared<SObjectsDataService>(host.api(), 0);
     service->loadSObjects([](const auto&) {});
-    threadOfNames({"Nobody", "Account"});
+    tokens.insert(service->sObjectsForNames({"Nobody", "Account"}).sink([](const auto&) {}));
     service.reset();
   }
   EXPECT_THAT(host.errors(), IsEmpty());

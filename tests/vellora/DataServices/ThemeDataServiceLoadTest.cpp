@@ -242,7 +242,7 @@ TEST_F(ThemeDataServiceLoadTest, CompletesWhereTheNetworkCallsBack) {
   const auto service = makeService();
   std::optional<std::thread::id> thread;
   service->loadThemes([&](const auto&) { thread = std::this_thread::get_id(); });
-  passQueue(service);  // the subscription stands and waits
+  passQueue(service);  // the service has subscribed by then
   EXPECT_EQ(thread, std::nullopt);
 
   network->releaseAll();

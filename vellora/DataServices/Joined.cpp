@@ -1,4 +1,4 @@
-#include "vellora/DataServices/LayoutSteps.h"
+#include "vellora/DataServices/Joined.h"
 
 namespace vellora {
 
@@ -6,11 +6,6 @@ std::string joined(const std::vector<std::string>& names, std::string_view separ
   std::string text;
   for (const auto& name : names) text.append(&name == names.data() ? "" : separator).append(name);
   return text;
-}
-
-bool Expiry::isPast(Date downloadedTime) {
-  if (!now_) now_ = now();
-  return now_->secondsSince(downloadedTime) > cacheTimeout_;
 }
 
 }  // namespace vellora

@@ -1,0 +1,32 @@
+#include "vellora/DataServices/DataServiceError.h"
+
+#include <new>
+#include <string>
+
+#include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/DataServices/ThemeDataServiceError.h"
+
+namespace vellora {
+
+template <class E>
+E DataServiceError<E>::map(const Error& error, CorvaneSDK::Logger* logger) {
+  try {
+    if (logger) {
+      logger->log(std::string("VelloraService: ")
+                      .append(E::typeName)
+                      .append(": ")
+                      .append(error.localizedDescription()),
+                  CorvaneSDK::LogLevel::error);
+    }
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the error counts, not its line
+  }
+  if (const auto* own = error.as<E>()) return *own;
+  return other(error);
+}
+
+template SObjectsDataServiceError DataServiceError<SObjectsDataServiceError>::map(const Error&,
+                                                                                  CorvaneSDK::Logger*);
+template ThemeDataServiceError DataServiceError<ThemeDataServiceError>::map(const Error&,
+                                                                            CorvaneSDK::Logger*);
+
+}  // namespace vellora

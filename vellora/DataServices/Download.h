@@ -1,0 +1,62 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "vellora/DataServices/FailureLog.h"
+#include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/DataServices/Sending.h"
+#include "vellora/Host/NetRequest.h"
+#include "vellora/Host/Network.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/OutOfMemory.h"
+#include "vellora/Platform/Values/Result.h"
+
+namespace vellora {
+
+/// What a download for a layout service has brought: a body or an error.
+template <class Body>
+struct Download {
+  std::optional<Body> body;
+  std::optional<SObjectsDataServiceError> error;  ///< `network` without a body, `decoding` for a wrong one
+};
+
+/// `json::decode`, with `OutOfMemory` as the error when there is no memory for the value.
+template <class T>
+[[nodiscard]] Result<T> decodedInMemory(const Data& text) {
+  try {
+    return json::decode<T>(text);
+  } catch (const std::bad_alloc&) {
+    return outOfMemory();
+  }
+}
+
+/// Reads the network's answer. Notes in `log` what the network or the decoder said; of a missing body without
+/// an error nothing.
+template <class Body>
+[[nodiscard]] Download<Body> downloadFrom(const NetworkAnswer& answer, const FailureLog& log) {
+  if (!answer) log.note(": Network request error:  ", answer.error());
+  if (!answer || !answer.value()) return {std::nullopt, SObjectsDataServiceError::network()};
+  auto body = decodedInMemory<Body>(*answer.value());
+  if (body) return {std::move(body).value(), std::nullopt};
+  log.note(": Failed to decode: ", body.error());
+  return {std::nullopt, SObjectsDataServiceError::decoding()};
+}
+
+/// Sends `request` now and calls `then(Download<Body>)` once, on the thread on which the network calls back;
+/// a second answer of the network is ignored. A body counts also beside an error.
+template <class Body, class Then>
+void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, FailureLog log,
+              Then then) {
+  send(network, request, Preferred::body,
+       [answered = std::make_shared<std::atomic_flag>(), log = std::move(log),
+        then = std::move(then)](const NetworkAnswer& answer) {
+         if (answered->test_and_set()) return;
+         then(downloadFrom<Body>(answer, log));
+       });
+}
+
+}  // namespace vellora

@@ -1,0 +1,91 @@
+#include "vellora/Services/PresentationLookup.h"
+
+#include <set>
+
+#include "vellora/DataServices/Silence.h"
+#include "vellora/DataServices/ThemeDataService.h"
+#include "vellora/Platform/Json/Description.h"
+
+namespace vellora {
+
+namespace {
+
+/// The theme entries in the form in which they are asked for, so that none is copied for each record.
+std::map<std::string, std::optional<ThemeItem>> lookedUp(std::map<std::string, ThemeItem> items) {
+  std::map<std::string, std::optional<ThemeItem>> themes;
+  while (!items.empty()) {
+    auto item = items.extract(items.begin());
+    themes.emplace_hint(themes.end(), std::move(item.key()), std::move(item.mapped()));
+  }
+  return themes;
+}
+
+}  // namespace
+
+void VelloraService::Implementation::PresentationLookup::logStart(std::string_view counted,
+                                                                  std::size_t count) const {
+  if (const auto facade = facade_.lock())
+    facade->log(line({" ", counted, ".count: ", std::to_string(count)}));
+}
+
+void VelloraService::Implementation::PresentationLookup::logEnd() const {
+  if (const auto facade = facade_.lock()) facade->log(signature_);
+}
+
+std::vector<std::string> VelloraService::Implementation::PresentationLookup::keepTypes(
+    SObjectsById sObjects) {
+  types_ = std::move(sObjects);
+  std::set<std::string> names;
+  for (const auto& [id, found] : types_) {
+    if (found.type) names.insert(found.type->name);
+    if (found.instance) names.insert(found.instance->name);
+  }
+  return {names.begin(), names.end()};
+}
+
+Publisher<std::map<std::string, ThemeItem>> VelloraService::Implementation::PresentationLookup::themesOf(
+    std::vector<std::string> names) const {
+  const auto facade = facade_.lock();
+  return facade ? facade->themeDataService_->themes(std::move(names)) : silence<ThemeItems>();
+}
+
+VelloraService::Implementation::Infos VelloraService::Implementation::PresentationLookup::infosOfRecords(
+    ThemeItems items) const {
+  const Themes themes = lookedUp(std::move(items));
+  Infos infos;
+  for (const auto& [id, found] : types_) {
+    const auto facade = facade_.lock();
+    if (!facade) continue;
+    facade->log(
+        line({" typeSObject: ", describe(found.type), ", instanceSObject: ", describe(found.instance)}));
+    if (!found.type) continue;
+    infos.insert_or_assign(id, facade->createObjectPresentationInfo(*found.type, found.instance, themes));
+  }
+  return infos;
+}
+
+void VelloraService::Implementation::PresentationLookup::keepInfos(const SObjectsByName& sObjects,
+                                                                   ThemeItems items) {
+  const Themes themes = lookedUp(std::move(items));
+  for (const auto& [name, sObject] : sObjects) {
+    const auto facade = facade_.lock();
+    if (sObject && facade) {
+      infos_.insert_or_assign(name, facade->createObjectPresentationInfo(*sObject, {}, themes));
+    } else {
+      infos_.erase(name);
+    }
+  }
+}
+
+std::string VelloraService::Implementation::PresentationLookup::line(
+    std::initializer_list<std::string_view> parts) const {
+  std::size_t size = signature_.size();
+  for (const auto part : parts) size += part.size();
+  std::string text;
+  text.reserve(size);
+  text.append(signature_);
+  for (const auto part : parts) text.append(part);
+  return text;
+}
+
+}  // namespace vellora
