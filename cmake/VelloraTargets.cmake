@@ -91,6 +91,8 @@ function(vellora_compile_together target)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
   endforeach()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  # To g++ a source that is compiled with others is a header, which must not have unnamed types within named ones.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()
 
 # vellora_test(<target> SOURCES … LIBS …): one test program, every test of it known to CTest by name.

@@ -27,6 +27,7 @@ NAMES = re.compile(
 )
 # What many sources say alike: a test suite may be spread over sources.
 HARMLESS = {"test"}
+OPENED = re.compile(r"^namespace ([\w:]+) \{", re.MULTILINE)
 
 
 # A header of the tests or of their kit, whose names a source uses as if they were its own.
@@ -48,7 +49,8 @@ class Meanings:
         self.of_header = {}
 
     def of(self, source, text):
-        origins = {name: {source} for name in declared(text)}
+        origins = {name: {"a namespace"} for opened in OPENED.findall(text) for name in opened.split("::")}
+        origins.update({name: {source} for name in declared(text)})
         if DEFINING.search(text):
             origins["#defining"] = {"defining"}
         for header in HELPER.findall(text):

@@ -26,6 +26,10 @@ class UnityGroupsTest(unittest.TestCase):
         ):
             self.assertEqual(unity_groups.grouped(100, {"a": first, "b": second}), {"a": 0, "b": 1}, (first, second))
 
+    def test_a_namespace_clashes_with_what_else_has_its_name_only(self):
+        texts = {"a": "namespace vellora::plain {\n", "b": "namespace vellora {\n", "c": "int plain() {\n"}
+        self.assertEqual(unity_groups.grouped(100, texts), {"a": 0, "b": 0, "c": 1})
+
     def test_a_name_of_a_helpers_header_clashes_with_another_one(self):
         headers = {"tests/A.h": "int made();\n", "tests/B.h": '#include "tests/A.h"\n'}
         texts = {"a": '#include "tests/B.h"\n', "b": '#include "tests/A.h"\n', "c": "int made() {\n"}
