@@ -28,6 +28,10 @@ if(VELLORA_SANITIZE)
   target_compile_options(vellora_build_flags INTERFACE
     -fsanitize=${VELLORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(vellora_build_flags INTERFACE -fsanitize=${VELLORA_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    target_compile_options(vellora_build_flags INTERFACE
+      "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer-ignorelist.txt")
+  endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # Boost.Asio's memory fences are ones that ThreadSanitizer doesn't follow, which costs it nothing: the locks
     # around them order the same accesses.
@@ -35,8 +39,7 @@ if(VELLORA_SANITIZE)
   endif()
 endif()
 if(VELLORA_FUZZ)
-  target_compile_options(vellora_build_flags INTERFACE
-    -fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/sanitizer-ignorelist.txt")
+  target_compile_options(vellora_build_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(VELLORA_COVERAGE)
   target_compile_options(vellora_build_flags INTERFACE -O0 -fprofile-instr-generate -fcoverage-mapping)

@@ -281,7 +281,7 @@ class Publisher {
 
   /// The publisher that `begin(observer, scope, use)` starts.
   template <class Begin>
-  static Publisher startedBy(Begin&& begin) {
+  static Publisher startedBy(Begin begin) {
     return Publisher(detail::source<T>(std::move(begin)));
   }
 

@@ -48,7 +48,7 @@ class VELLORA_EXPORT Date {
   [[nodiscard]] constexpr double secondsSince(Date earlier) const { return seconds_ - earlier.seconds_; }
 
   /// The earlier point is the lesser one.
-  constexpr auto operator<=>(const Date&) const = default;
+  constexpr auto operator<=>(const Date&) const = default;  // NOLINT(modernize-use-nullptr): none is meant
 
  private:
   explicit constexpr Date(double secondsSinceReferenceDate) : seconds_(secondsSinceReferenceDate) {}

@@ -78,7 +78,7 @@ class Recipe final : public Source<T> {
 
 /// Makes a `Recipe` of a lambda.
 template <class T, class Begin>
-[[nodiscard]] SourcePtr<T> source(Begin&& begin) {
+[[nodiscard]] SourcePtr<T> source(Begin begin) {
   return std::make_shared<Recipe<T, Begin>>(std::move(begin));
 }
 

@@ -34,7 +34,7 @@ class Step final : public Observer<T> {
 
 /// Makes a `Step` of a state and two lambdas.
 template <class T, class State, class OnValue, class OnEnd>
-[[nodiscard]] std::shared_ptr<Observer<T>> step(State&& state, OnValue&& onValue, OnEnd&& onEnd) {
+[[nodiscard]] std::shared_ptr<Observer<T>> step(State state, OnValue onValue, OnEnd onEnd) {
   return std::make_shared<Step<T, State, OnValue, OnEnd>>(std::move(state), std::move(onValue),
                                                           std::move(onEnd));
 }
@@ -98,8 +98,8 @@ class StepSource final : public Source<typename State::Value> {
 
 /// Makes a `StepSource` of two lambdas.
 template <class State, class T, class OnValue, class OnEnd>
-[[nodiscard]] SourcePtr<typename State::Value> behind(const SourcePtr<T>& upstream, OnValue&& onValue,
-                                                      OnEnd&& onEnd) {
+[[nodiscard]] SourcePtr<typename State::Value> behind(const SourcePtr<T>& upstream, OnValue onValue,
+                                                      OnEnd onEnd) {
   return std::make_shared<StepSource<T, State, OnValue, OnEnd>>(upstream, std::move(onValue),
                                                                 std::move(onEnd));
 }
