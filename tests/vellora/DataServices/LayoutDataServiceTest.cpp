@@ -45,14 +45,14 @@ const std::string decodingText = "The operation could not be completed. (SObject
 class LayoutDataServiceTest : public testing::Test {
  protected:
   /// What a lookup's completion received.
-  struct Answer {
+  struct Received {
     int calls = 0;
     std::vector<std::string> types;
     std::optional<SObjectsDataServiceError> error;
     std::thread::id thread;
   };
 
-  LayoutDataService::Completion into(Answer& answer) {
+  LayoutDataService::Completion into(Received& answer) {
     return [&answer](auto layouts, auto error) {
       ++answer.calls;
       ASSERT_TRUE(layouts);
@@ -62,8 +62,8 @@ class LayoutDataServiceTest : public testing::Test {
     };
   }
 
-  Answer lookUp(const std::vector<std::string>& names) {
-    Answer answer;
+  Received lookUp(const std::vector<std::string>& names) {
+    Received answer;
     service->layoutForApiName(names, into(answer));
     return answer;
   }
@@ -102,7 +102,7 @@ TEST_F(LayoutDataServiceTest, ConstructionTouchesNothing) {
 }
 
 TEST_F(LayoutDataServiceTest, NoNamesAreAnsweredAtOnceWithoutARequest) {
-  const Answer answer = lookUp({});
+  const Received answer = lookUp({});
   EXPECT_EQ(answer.calls, 1);
   EXPECT_THAT(answer.types, IsEmpty());
   EXPECT_EQ(answer.error, std::nullopt);
@@ -112,7 +112,7 @@ TEST_F(LayoutDataServiceTest, NoNamesAreAnsweredAtOnceWithoutARequest) {
 TEST_F(LayoutDataServiceTest, YoungCachedLayoutsAreAnsweredInTheOrderOfTheNamesWithoutARequest) {
   cacheLayout("Account", 10);
   cacheLayout("Contact", 20);
-  const Answer answer = lookUp({"Contact", "Account"});
+  const Received answer = lookUp({"Contact", "Account"});
   EXPECT_EQ(answer.calls, 1);
   EXPECT_THAT(answer.types, ElementsAre("Contact", "Account"));
   EXPECT_EQ(answer.error, std::nullopt);
@@ -162,7 +162,7 @@ TEST_F(LayoutDataServiceTest, TheRequestIsAPlainGetWithATimeoutOfAMinute) {
 TEST_F(LayoutDataServiceTest, DownloadedLayoutsComeBeforeCachedOnes) {
   cacheLayout("Contact", 10);
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]"));
-  const Answer answer = lookUp({"Contact", "Account"});
+  const Received answer = lookUp({"Contact", "Account"});
   EXPECT_THAT(network->urls(), ElementsAre(accountUrl));
   EXPECT_THAT(answer.types, ElementsAre("Account", "Contact"));
 }
@@ -226,7 +226,7 @@ TEST_F(LayoutDataServiceTest, ABlobOfAnotherTypeIsAnsweredAlthoughItsNameIsMissi
 TEST_F(LayoutDataServiceTest, ATransportErrorGivesWhatIsCachedAndNetwork) {
   cacheLayout("Contact", 0);
   network->answer(accountUrl, StubNetwork::failure(TestError{"line down"}));
-  const Answer answer = lookUp({"Account", "Contact"});
+  const Received answer = lookUp({"Account", "Contact"});
   EXPECT_EQ(answer.calls, 1);
   EXPECT_THAT(answer.types, ElementsAre("Contact"));
   EXPECT_EQ(answer.error, SObjectsDataServiceError::network());
@@ -235,7 +235,7 @@ TEST_F(LayoutDataServiceTest, ATransportErrorGivesWhatIsCachedAndNetwork) {
 
 TEST_F(LayoutDataServiceTest, NoBodyAndNoErrorIsLoggedOnlyOnce) {
   network->answer(accountUrl, StubNetwork::nothing());
-  const Answer answer = lookUp({"Account"});
+  const Received answer = lookUp({"Account"});
   EXPECT_THAT(answer.types, IsEmpty());
   EXPECT_EQ(answer.error, SObjectsDataServiceError::network());
   EXPECT_THAT(log(), ElementsAre(miss, publicErrorLine + networkText));
@@ -244,7 +244,7 @@ TEST_F(LayoutDataServiceTest, NoBodyAndNoErrorIsLoggedOnlyOnce) {
 TEST_F(LayoutDataServiceTest, ABodyThatIsNotAListOfLayoutsGivesWhatIsCachedAndDecoding) {
   cacheLayout("Contact", 0);
   network->answer(accountUrl, StubNetwork::body(R"({"code":"SERVER_ERROR"})").with({"", 500, {}}));
-  const Answer answer = lookUp({"Account", "Contact"});
+  const Received answer = lookUp({"Account", "Contact"});
   EXPECT_THAT(answer.types, ElementsAre("Contact"));
   EXPECT_EQ(answer.error, SObjectsDataServiceError::decoding());
   EXPECT_THAT(log(),
@@ -259,7 +259,7 @@ TEST_F(LayoutDataServiceTest, AnEmptyBodyDoesNotDecode) {
 
 TEST_F(LayoutDataServiceTest, AGoodBodyIsUsedWhateverTheStatus) {
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]").with({"", 500, {}}));
-  const Answer answer = lookUp({"Account"});
+  const Received answer = lookUp({"Account"});
   EXPECT_THAT(answer.types, ElementsAre("Account"));
   EXPECT_EQ(answer.error, std::nullopt);
 }
@@ -295,7 +295,7 @@ TEST_F(LayoutDataServiceTest, ALayoutThatCannotBeEncodedIsDeliveredAndLoggedButN
 TEST_F(LayoutDataServiceTest, ACacheThatRefusesToSaveChangesNothingForTheCaller) {
   recordedCache->fail(FailingCache::Operation::save);
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]"));
-  const Answer answer = lookUp({"Account"});
+  const Received answer = lookUp({"Account"});
   EXPECT_THAT(answer.types, ElementsAre("Account"));
   EXPECT_EQ(answer.error, std::nullopt);
   EXPECT_THAT(log(), ElementsAre(miss));
@@ -313,7 +313,7 @@ TEST_F(LayoutDataServiceTest, WithoutACompletionTheCacheIsFilledAllTheSame) {
 
 TEST_F(LayoutDataServiceTest, TheCompletionRunsOnTheThreadOfTheNetwork) {
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]").held());
-  Answer answer;
+  Received answer;
   service->layoutForApiName({"Account"}, into(answer));
   EXPECT_EQ(answer.calls, 0);
   std::thread networkThread([&] { network->releaseAll(); });
@@ -338,7 +338,7 @@ TEST_F(LayoutDataServiceTest, AfterTheServiceIsReleasedTheCallerIsAnsweredButNot
   for (const auto& ending : endings) {
     network->answer(accountUrl, ending.answer.held());
     service = std::make_shared<LayoutDataService>(RequiredAPI{network, cache, logger}, timeout);
-    Answer answer;
+    Received answer;
     service->layoutForApiName({"Account"}, into(answer));
     logger->clear();
     service.reset();
@@ -385,7 +385,7 @@ TEST_F(LayoutDataServiceTest, AHostThatReleasesTheServiceDuringALookupLetsItFini
 TEST_F(LayoutDataServiceTest, ACompletionMayLookUpAgain) {
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]"));
   network->answer("/services/data/v50.0/search/layout?q=Contact", StubNetwork::body("[" + contactJson + "]"));
-  Answer inner;
+  Received inner;
   service->layoutForApiName(
       {"Account"}, [&](const auto&, const auto&) { service->layoutForApiName({"Contact"}, into(inner)); });
   EXPECT_EQ(inner.calls, 1);

@@ -186,7 +186,7 @@ TEST_F(PrefetchTest, AWaiterDuringThePrefetchWaitsForThatOne) {
   network->answer(sObjectsUrl, StubNetwork::body(sObjectsBody()).held());
   construct();
   runAll();
-  Answer answer;
+  Received answer;
   service->objectPresentationInfoForIds({"001"}, into(answer));
   runAll();
   EXPECT_EQ(answer.calls, 0);
@@ -203,7 +203,7 @@ TEST_F(PrefetchTest, AWaiterAfterAFailureRunsThePrefetchAgain) {
   network->answer(themesUrl, {StubNetwork::failure(TestError{"line down"}), StubNetwork::body(themesBody())});
   constructAndLoad();
   logger->clear();
-  Answer answer;
+  Received answer;
   service->objectPresentationInfoForIds({"001"}, into(answer));
   EXPECT_EQ(service->primerState(), State::isLoading()) << "set at once";
   runAll();
@@ -218,7 +218,7 @@ TEST_F(PrefetchTest, AWaiterAfterAFailureRunsThePrefetchAgain) {
 TEST_F(PrefetchTest, AWaiterAfterExpiryRunsThePrefetchAgain) {
   constructAndLoad();
   clock.advance(timeout + 1);
-  Answer answer;
+  Received answer;
   service->objectPresentationInfoForIds({"001"}, into(answer));
   EXPECT_EQ(answer.calls, 0);
   runAll();
@@ -231,7 +231,7 @@ TEST_F(PrefetchTest, AWaiterGoesOnAtTheFirstFailureWithWhatThereIs) {
   clock.advance(timeout + 1);
   network->answer(themesUrl, StubNetwork::failure(TestError{"line down"}).held());
   network->answer(sObjectsUrl, StubNetwork::never());
-  Answer answer;
+  Received answer;
   service->objectPresentationInfoForIds({"001"}, into(answer));
   runAll();
   EXPECT_EQ(answer.calls, 0);
@@ -244,7 +244,7 @@ TEST_F(PrefetchTest, AWaiterGoesOnAtTheFirstFailureWithWhatThereIs) {
 TEST_F(PrefetchTest, OncePrimedALookupRunsAtOnceWithoutAnotherPrefetch) {
   constructAndLoad();
   logger->clear();
-  Answer answer;
+  Received answer;
   service->objectPresentationInfoForIds({"001"}, into(answer));
   EXPECT_THAT(infosOf("waitForPrefetch"), IsEmpty());
   EXPECT_THAT(infosOf("objectPresentationInfoForIdsOnceLoaded"),
@@ -262,7 +262,7 @@ TEST_F(PrefetchTest, ATimeoutOfZeroLoadsAnewForEachLookupAndANegativeOneToo) {
     service.emplace(api(), never, "light", queue);
     runAll();
     clock.advance(1);
-    Answer answer;
+    Received answer;
     service->objectPresentationInfoForIds({"001"}, into(answer));
     runAll();
     EXPECT_EQ(answer.calls, 1);
@@ -299,8 +299,8 @@ TEST_F(PrefetchTest, AFacadeReleasedWhileLoadingLeavesNothingBehind) {
 
 TEST_F(PrefetchTest, ALookupFromInsideAChangeOfTheStateIsAnswered) {
   construct();
-  Answer duringLoading;
-  Answer duringLoaded;
+  Received duringLoading;
+  Received duringLoaded;
   const auto token = service->primerStateStream().sink([&](const State& state) {
     if (state == State::isLoading() && duringLoading.calls == 0) {
       service->objectPresentationInfoForIds({"001"}, into(duringLoading));

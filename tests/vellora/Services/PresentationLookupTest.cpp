@@ -17,15 +17,15 @@ const std::string namePath = "objectPresentationInfoForApiNamesFetchIfNeeded(_:c
 
 class PresentationLookupTest : public tests::ServiceFixture {
  protected:
-  Answer idsOnceLoaded(const std::vector<std::string>& ids) {
-    Answer answer;
+  Received idsOnceLoaded(const std::vector<std::string>& ids) {
+    Received answer;
     service->objectPresentationInfoForIds(ids, into(answer));
     runAll();
     return answer;
   }
 
-  Answer names(const std::vector<std::string>& apiNames) {
-    Answer answer;
+  Received names(const std::vector<std::string>& apiNames) {
+    Received answer;
     service->objectPresentationInfoForApiNames(apiNames, into(answer));
     runAll();
     return answer;
@@ -34,7 +34,7 @@ class PresentationLookupTest : public tests::ServiceFixture {
 
 TEST_F(PresentationLookupTest, GivesARecordsTypeItsLabelsAndItsLooks) {
   constructAndLoad();
-  const Answer answer = idsOnceLoaded({"001000000000001"});
+  const Received answer = idsOnceLoaded({"001000000000001"});
   EXPECT_EQ(answer.calls, 1);
   ASSERT_THAT(keysOf(answer.infos), ElementsAre("001000000000001"));
   const auto& info = answer.infos.at("001000000000001");
@@ -45,7 +45,7 @@ TEST_F(PresentationLookupTest, GivesARecordsTypeItsLabelsAndItsLooks) {
 
 TEST_F(PresentationLookupTest, GivesAListViewsTypeAndTheTypeThatItLists) {
   constructAndLoad();
-  const Answer answer = idsOnceLoaded({"00Bxx"});
+  const Received answer = idsOnceLoaded({"00Bxx"});
   const auto& info = answer.infos.at("00Bxx");
   EXPECT_EQ(info.typePresentationInfo.apiName(), "ListView");
   ASSERT_TRUE(info.instancePresentationInfo);
@@ -73,7 +73,7 @@ TEST_F(PresentationLookupTest, UnknownIdsHaveNoEntryAndRepeatedOnesHaveOne) {
 
 TEST_F(PresentationLookupTest, NoIdsAreAnsweredWithAnEmptyDictionary) {
   constructAndLoad();
-  const Answer answer = idsOnceLoaded({});
+  const Received answer = idsOnceLoaded({});
   EXPECT_EQ(answer.calls, 1);
   EXPECT_THAT(answer.infos, IsEmpty());
 }
@@ -99,7 +99,7 @@ TEST_F(PresentationLookupTest, TheIdPathStaysSilentWhenARequestFails) {
   constructAndLoad();
   network->answerPrefix("/services/data/v50.0/query?", StubNetwork::failure(TestError{"line down"}));
   logger->clear();
-  const Answer answer = idsOnceLoaded({"00Bxx", "001a"});
+  const Received answer = idsOnceLoaded({"00Bxx", "001a"});
   EXPECT_EQ(answer.calls, 0);
   EXPECT_THAT(infosOf(idPath), ElementsAre(idPath + " ids.count: 2", idPath))
       << "only the bare name is logged";
@@ -116,7 +116,7 @@ TEST_F(PresentationLookupTest, TheIdPathAsksForTheThemesOfTypesAndInstancesOnceE
 TEST_F(PresentationLookupTest, NamesAreAnsweredWithoutWaitingForThePrefetch) {
   network->answer(sObjectsUrl, StubNetwork::body(sObjectsBody()).held());
   construct();
-  Answer answer;
+  Received answer;
   service->objectPresentationInfoForApiNames({"Account", "Unheard", "Account"}, into(answer));
   while (queues.runAll() > 0) {
   }
@@ -142,7 +142,7 @@ TEST_F(PresentationLookupTest, TheNamePathAnswersWithNothingWhenThemesFail) {
   network->answer(themesUrl, StubNetwork::failure(TestError{"line down"}));
   constructAndLoad();
   logger->clear();
-  const Answer answer = names({"Account"});
+  const Received answer = names({"Account"});
   EXPECT_EQ(answer.calls, 1);
   EXPECT_THAT(answer.infos, IsEmpty());
   EXPECT_THAT(infosOf(namePath), ElementsAre(namePath + " apiNames.count: 1", namePath));
@@ -151,14 +151,14 @@ TEST_F(PresentationLookupTest, TheNamePathAnswersWithNothingWhenThemesFail) {
 TEST_F(PresentationLookupTest, TheNamePathAnswersWithNothingWhenTheObjectListFails) {
   network->answer(sObjectsUrl, StubNetwork::failure(TestError{"line down"}));
   constructAndLoad();
-  const Answer answer = names({"Account"});
+  const Received answer = names({"Account"});
   EXPECT_EQ(answer.calls, 1);
   EXPECT_THAT(answer.infos, IsEmpty());
 }
 
 TEST_F(PresentationLookupTest, ATypeWithoutAThemeEntryHasLabelsOnly) {
   constructAndLoad();
-  const Answer answer = names({"ListView"});
+  const Received answer = names({"ListView"});
   EXPECT_EQ(
       json::encode(answer.infos.at("ListView")).value().view(),
       R"({"typePresentationInfo":{"apiName":"ListView","label":"List","labelPlural":"Lists","createable":false}})");
@@ -174,7 +174,7 @@ TEST_F(PresentationLookupTest, ColoursAndIconsAreThoseOfTheHostsTheme) {
                         R"({"contentType":"image/png","theme":"dark","url":"dark.png","width":16}]}]})"));
   service.emplace(api(), timeout, "dark", queue);
   runAll();
-  const Answer answer = names({"Account"});
+  const Received answer = names({"Account"});
   EXPECT_EQ(answer.infos.at("Account").typePresentationInfo.color, "990000");
   EXPECT_EQ(answer.infos.at("Account").typePresentationInfo.smallIconUrl, "dark.png");
 }
@@ -182,7 +182,7 @@ TEST_F(PresentationLookupTest, ColoursAndIconsAreThoseOfTheHostsTheme) {
 TEST_F(PresentationLookupTest, AThemeThatTheServerDoesNotHaveFallsBackWhereThereIsAFallback) {
   service.emplace(api(), timeout, "no such theme", queue);
   runAll();
-  const Answer answer = names({"Account", "Contact"});
+  const Received answer = names({"Account", "Contact"});
   EXPECT_EQ(answer.infos.at("Account").typePresentationInfo.color, "FF0000");
   EXPECT_EQ(answer.infos.at("Contact").typePresentationInfo.smallIconUrl, "c.png");
   EXPECT_EQ(answer.infos.at("Contact").typePresentationInfo.svgIconUrl, std::nullopt);
@@ -192,7 +192,7 @@ TEST_F(PresentationLookupTest, FiftyThousandIdsAreAnsweredInOneDictionary) {
   constructAndLoad();
   std::vector<std::string> ids;
   for (int i = 0; i < 50'000; ++i) ids.push_back("001" + std::to_string(i));
-  const Answer answer = idsOnceLoaded(ids);
+  const Received answer = idsOnceLoaded(ids);
   EXPECT_EQ(answer.calls, 1);
   EXPECT_THAT(answer.infos, SizeIs(50'000));
 }
@@ -201,7 +201,7 @@ TEST_F(PresentationLookupTest, AfterTheFacadeIsReleasedAnIdLookupIsNeverAnswered
   // Released while it waits for the prefetch, while ids are resolved, and between the two data services.
   for (int step = 0; step < 12; ++step) {
     construct();
-    Answer answer;
+    Received answer;
     service->objectPresentationInfoForIds({"001a"}, into(answer));
     for (int done = 0; done < step && answer.calls == 0; ++done) {
       if (queue->pending() > 0) {
@@ -220,7 +220,7 @@ TEST_F(PresentationLookupTest, AfterTheFacadeIsReleasedAnIdLookupIsNeverAnswered
 TEST_F(PresentationLookupTest, AfterTheFacadeIsReleasedANameLookupThatWaitsForTheNetworkIsNeverAnswered) {
   network->answer(themesUrl, StubNetwork::body(themesBody()).held());
   construct();
-  Answer answer;
+  Received answer;
   service->objectPresentationInfoForApiNames({"Account"}, into(answer));
   while (queues.runAll() > 0) {
   }
@@ -234,7 +234,7 @@ TEST_F(PresentationLookupTest, ALookupUnderWayDoesNotKeepTheFacade) {
   const std::string end = "enforceCacheCount()";  // what the data services do when they are destroyed
   constructAndLoad();
   network->answerPrefix("/services/data/v50.0/query?", StubNetwork::never());
-  Answer answer;
+  Received answer;
   service->objectPresentationInfoForIds({"00Bxx"}, into(answer));
   runAll();
   service.reset();
@@ -285,7 +285,7 @@ TEST_F(PresentationLookupTest, ACompletionMayReleaseTheFacade) {
 
 TEST_F(PresentationLookupTest, ACompletionMayLookUpAgain) {
   constructAndLoad();
-  Answer inner;
+  Received inner;
   service->objectPresentationInfoForIds(
       {"001a"}, [&](const Infos&) { service->objectPresentationInfoForIds({"003a"}, into(inner)); });
   runAll();

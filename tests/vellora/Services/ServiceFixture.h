@@ -37,7 +37,7 @@ class ServiceFixture : public testing::Test {
   static constexpr const char* sObjectsUrl = "/services/data/v50.0/sobjects";
 
   /// Counts its answers, as lookups have to answer once.
-  struct Answer {
+  struct Received {
     int calls = 0;
     Infos infos;
   };
@@ -81,7 +81,7 @@ class ServiceFixture : public testing::Test {
     }
   }
 
-  VelloraService::PresentationCompletion into(Answer& answer) {
+  VelloraService::PresentationCompletion into(Received& answer) {
     return [&answer](Infos infos) {
       ++answer.calls;
       answer.infos = std::move(infos);

@@ -36,8 +36,8 @@ class VelloraServiceReleaseTest : public tests::ServiceFixture {
     return std::make_shared<hostkit::StandardPlatformAPI>(host.network, host.cache, host.logger);
   }
 
-  Answer byId;
-  Answer byName;
+  Received byId;
+  Received byName;
   std::weak_ptr<hostkit::MemoryCache> held;
 };
 

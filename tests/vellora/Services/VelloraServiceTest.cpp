@@ -110,7 +110,7 @@ TEST_F(VelloraServiceTest, ConfiguringWithAnotherPlatformChangesNothing) {
   CorvaneSDK::Service& asHostSeesIt = *service;
   asHostSeesIt.configure(other);
   EXPECT_THAT(other->asked, IsEmpty());
-  Answer answer;
+  Received answer;
   service->objectPresentationInfoForApiNames({"Account"}, into(answer));
   runAll();
   EXPECT_THAT(keysOf(answer.infos), ElementsAre("Account"));
