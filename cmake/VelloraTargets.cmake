@@ -7,17 +7,13 @@ endif()
 
 # Flags for our own code only; nothing here reaches a consumer of the package.
 add_library(vellora_build_flags INTERFACE)
-target_compile_options(vellora_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion)
-if(NOT VELLORA_UNITY_TESTS)
-  # Among tests that are compiled together, names of one test would shadow those of another.
-  target_compile_options(vellora_build_flags INTERFACE -Wshadow)
-endif()
+target_compile_options(vellora_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 takes members of an empty std::optional for uninitialised ones that are read.
   target_compile_options(vellora_build_flags INTERFACE -Wno-maybe-uninitialized)
   if(VELLORA_PRECOMPILE)
     # It also finds copies beyond a text's end in std::string's own operator+, which it keeps to itself only where the
-    # standard library's headers are not precompiled.
+    # standard library's headers are not precompiled. clang, and who builds without them, is still warned.
     target_compile_options(vellora_build_flags INTERFACE -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow)
   endif()
 endif()
@@ -94,8 +90,9 @@ function(vellora_compile_together target)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
   endforeach()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
-  # To g++ a source that is compiled with others is a header, which must not have unnamed types within named ones.
-  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+  # A local name may be one that another source declares. And to g++ a source that is compiled with others is a header,
+  # which must not have unnamed types within named ones.
+  target_compile_options(${target} PRIVATE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()
 
 # vellora_test(<target> SOURCES … LIBS …): one test program, every test of it known to CTest by name.
