@@ -29,6 +29,11 @@ class CheckPathsTest(unittest.TestCase):
         self.assertEqual(self.problems("`src/A.h` and `src/A.h`"),
                          ["docs/guides/page.md: names src/A.h, which is not there"])
 
+    def test_the_end_of_a_path_will_do_for_a_header_or_source(self):
+        self.assertEqual(self.problems("`room/A.h`, `detail/A.h`, `oom/A.h`, `a/b.txt` and `build/A.h`"),
+                         ["docs/guides/page.md: names detail/A.h, which is not there",
+                          "docs/guides/page.md: names oom/A.h, which is not there"])
+
     def test_a_link_that_leads_nowhere_is_found(self):
         self.assertEqual(self.problems("[page](docs/page.md)", "README.md"),
                          ["README.md: names docs/page.md, which is not there"])
