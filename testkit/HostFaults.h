@@ -25,9 +25,9 @@ namespace vellora::testkit {
 ///     faults.fail(HostCall::Operation::save);                            // every save
 ///     faults.fail(HostCall::Operation::load, "ops.theme.fetch.timestamp");  // each load of that blob
 ///
-/// Where both fit a call, the one that was planned by number counts.
+/// When both fit a call, the fault that was planned by number counts.
 ///
-/// Ownership: owns copies of the calls and what it is given.
+/// Ownership: owns what it is given, and copies of the calls.
 ///
 /// Threads: safe to use from several threads at once. Predicates and the functions of `Substitutes` are
 /// called inside the failing call, with no lock held.
@@ -42,12 +42,12 @@ class VELLORA_EXPORT HostFaults {
   /// Tells by a call's subject whether the call is to fail.
   using SubjectPredicate = std::function<bool(const std::string& subject)>;
 
-  /// What is put in the place of something right. Each has a simple default.
+  /// What a call with a fault yields instead of the right thing. Each has a simple default.
   struct Substitutes {
     /// The body of `errorBody`.
     std::string errorBody = R"([{"message":"The server cannot answer now.","code":"UNAVAILABLE"}])";
-    /// What the server says to a request: for `answeredAtOnce`, since the real answer is not there yet.
-    /// Without it, or without a value, that is an error.
+    /// The answer to a request with `answeredAtOnce`, since the real answer is not there yet. Without this
+    /// function, or when it returns no value, the answer is an error.
     std::function<std::optional<Data>(const CorvaneSDK::NetRequest&)> answerAtOnce = {};
     /// The bytes of `anothersBytes`; without it an empty JSON object.
     std::function<Data(const HostCall&, const Data& right)> anothersBytes = {};
@@ -58,8 +58,8 @@ class VELLORA_EXPORT HostFaults {
   HostFaults() = default;
   explicit HostFaults(Substitutes substitutes) : substitutes_(std::move(substitutes)) {}
 
-  /// Lets the call of that number, counted from 0, have `fault`. Several may be planned; of those that fit a
-  /// call the newest counts. A fault that its call cannot have leaves that call alone.
+  /// Lets the call of that number, counted from 0, have `fault`. Several faults may be planned; when more
+  /// than one fits a call, the one planned last counts. A fault that its call cannot have does nothing.
   void plan(std::size_t call, HostFault fault, Lasting lasting = Lasting::once);
 
   /// Lets the calls of that kind have the plainest fault of their kind from now on: all, those for `subject`,
@@ -68,7 +68,7 @@ class VELLORA_EXPORT HostFaults {
   void fail(HostCall::Operation operation, std::string subject);
   void fail(HostCall::Operation operation, SubjectPredicate subjects);
 
-  /// Takes `fail` back for the calls of that kind.
+  /// Undoes `fail` for the calls of that kind.
   void mend(HostCall::Operation operation);
 
   /// No faults from now on.
@@ -80,15 +80,15 @@ class VELLORA_EXPORT HostFaults {
   /// Forgets the calls so far, so that the next one is number 0.
   void clearCalls();
 
-  /// For the facilities: records `call` and tells its fault.
+  /// For the facilities: records `call`, and returns its fault if it has one.
   [[nodiscard]] std::optional<HostFault> next(HostCall call);
 
-  /// For the facilities: what stands in the place of `right`, which `call` has read, when it has `fault`; no
-  /// value for `missing`.
+  /// For the facilities: what `call` yields under `fault`. `right` is what it has read and would yield
+  /// without the fault. No value for `missing`.
   [[nodiscard]] std::optional<Data> substituted(HostFault fault, const HostCall& call,
                                                 const Data& right) const;
 
-  /// For the facilities: what is put in the place of something right.
+  /// For the facilities: the substitutes given at construction.
   [[nodiscard]] const Substitutes& substitutes() const noexcept { return substitutes_; }
 
  private:
@@ -106,7 +106,7 @@ class VELLORA_EXPORT HostFaults {
   const Substitutes substitutes_ = {};  // constant after construction
 
   mutable std::mutex mutex_;      // guards what follows
-  std::vector<Planned> planned_;  // the later counts
+  std::vector<Planned> planned_;  // in order of planning; the last that fits counts
   std::map<HostCall::Operation, SubjectPredicate> failing_;
   std::vector<HostCall> calls_;
 };

@@ -26,7 +26,8 @@ using Timer = asio::basic_waitable_timer<std::chrono::steady_clock,
 using Parser = beast::http::request_parser<beast::http::string_body>;
 using HttpError = beast::http::error;
 
-/// What is sent for a response: the body's length is told in the head however much of it follows.
+/// The status line and headers of `response`. Content-Length is always that of the whole body, even if less
+/// of the body is sent.
 std::string headOf(const Response& response, bool closes) {
   const auto status = static_cast<unsigned>(response.status);
   const auto reason = beast::http::obsolete_reason(beast::http::int_to_status(status));
@@ -81,7 +82,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
                      }));
   }
 
-  // The waiting timer owns the connection meanwhile.
+  // Keeps the connection alive until there is a reaction: the waiting timer's closure owns it.
   void awaitReaction() {
     timer_.expires_at(std::chrono::steady_clock::time_point::max());
     timer_.async_wait([self = shared_from_this()](beast::error_code) {});
@@ -132,8 +133,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     });
   }
 
-  // Reads on until the client ends. Otherwise a client that is still sending would get a reset instead of the
-  // last bytes of the answer.
+  // Sends no more, but reads until the client closes the connection. Otherwise a client that is still sending
+  // would get a reset instead of the last bytes of the answer.
   void close() {
     beast::error_code ignored;
     stream_.socket().shutdown(asio::socket_base::shutdown_send, ignored);

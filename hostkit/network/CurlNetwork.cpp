@@ -38,8 +38,9 @@ void CurlNetwork::sendRequest(const CorvaneSDK::NetRequest& request, Completion 
   auto transfer =
       std::make_unique<CurlTransfer>(setting, CurlRequest::prepare(request, setting.server, parts_->token),
                                      url.substr(0, url.find_first_of("?#")), std::move(completion));
-  // Only a loop that is stopping gives it back. A completion sent it, or a thread that must not send any
-  // more.
+  // The loop gives the transfer back only when it is stopping, which it does while this network is destroyed.
+  // Then this call comes from a completion, or from a thread that should not use the network any more. The
+  // request's own completion is called all the same, with an error.
   if (const auto refused = parts_->loop->submit(std::move(transfer))) {
     if (!refused->isSettled()) refused->fail(CurlNetworkError::Kind::shutDown);
     refused->deliver();

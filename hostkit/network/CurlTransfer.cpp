@@ -59,7 +59,7 @@ void CurlTransfer::finish(int curlCode) {
   if (curlCode != CURLE_OK) {
     return settleWithError(transferError(curlCode, handle_->reasonFor(curlCode), where()));
   }
-  // curl takes a head that the connection ends in for a whole one.
+  // When the connection ends within the head, curl reports success as if the head were whole.
   if (!head_.isComplete()) return fail(Kind::connectionLost);
   response_.statusCode = handle_->statusCode();
   if (isRedirect()) return followRedirect();
@@ -89,8 +89,8 @@ void CurlTransfer::settleWithAnswer() {
   settled_ = true;
 }
 
-// curl's reasons may quote what the server sent, and a server may send back what it was sent: the token, a
-// piece of it, or, as the name of a host, in other letters.
+// Removes the token from the error's text. That text may quote what the server sent, and a server may send
+// the token back: whole, in part, or, as the name of a host, with its letters in another case.
 void CurlTransfer::settleWithError(CurlNetworkError error) {
   error.text = redacted(error.text, request_.token);
   error_ = std::move(error);

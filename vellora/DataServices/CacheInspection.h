@@ -18,10 +18,10 @@
 
 namespace vellora {
 
-/// When something that is cached was fetched, and what that means under a time-out.
+/// When something that is cached was fetched, and whether it is still fresh under a time-out.
 struct VELLORA_EXPORT CacheFreshness {
   std::optional<Date> fetched;  ///< absent when nothing was fetched, or the cache does not tell when
-  bool fresh = false;           ///< whether the data services take it as it is
+  bool fresh = false;           ///< whether the data services use it without fetching it again
 
   friend bool operator==(const CacheFreshness&, const CacheFreshness&) = default;
 };
@@ -45,17 +45,17 @@ struct VELLORA_EXPORT CacheFreshness {
 /// Threads: as safe as the cache.
 [[nodiscard]] VELLORA_EXPORT std::vector<SObject> cachedSObjects(CorvaneSDK::Cache& cache);
 
-/// How fresh one blob is that was read from a cache: a layout, or the moment at which a list was fetched. No
-/// value for a blob that no data service reads, and for one that cannot be read.
+/// How fresh a blob is that was read from a cache under `key`. It holds a layout, or the moment at which a
+/// list was fetched. No value for a blob that no data service reads, and for one that cannot be read.
 ///
 /// Units: the time-out is in seconds.
 [[nodiscard]] VELLORA_EXPORT std::optional<CacheFreshness> blobFreshness(std::string_view key,
                                                                          const Data& blob,
                                                                          double cacheTimeout);
 
-/// How fresh one row of a table is, which its meta tells. A row of a list is as fresh as the blob that says
-/// when the list was fetched: `loadBlob` gives the blob under a key of the same cache, or no value. No value
-/// for the row of a single item: it is taken however old it is.
+/// How fresh a row of a table is; `meta` is the row's. A row that belongs to a list is as fresh as the blob
+/// that says when the list was fetched. `loadBlob` loads that blob from the same cache, or returns no value.
+/// No value for the row of a single item, because the data services use such a row however old it is.
 ///
 /// Units: the time-out is in seconds.
 [[nodiscard]] VELLORA_EXPORT std::optional<CacheFreshness> rowFreshness(

@@ -9,10 +9,10 @@
 
 namespace CorvaneSDK {
 
-/// What a host hands to the library: its three facilities. Null means that the host grants none of that kind;
+/// What a host hands to the library: its three facilities. A host that lacks a facility returns null for it;
 /// `VelloraService`'s constructor then throws.
 ///
-/// `hostkit::StandardPlatformAPI` is one, ready made.
+/// `hostkit::StandardPlatformAPI` is a ready-made one.
 ///
 /// Ownership: the library takes a shared handle to each facility while it is constructed, and keeps no handle
 /// to the `PlatformAPI` itself.
@@ -25,7 +25,8 @@ class VELLORA_EXPORT PlatformAPI {
   /// What the library sends its requests through.
   [[nodiscard]] virtual std::shared_ptr<Network> network() = 0;
 
-  /// What answers are kept in; one for each signed-in user, since it holds what the server told that one.
+  /// What answers are kept in. Each signed-in user needs a cache of their own, because it holds what the
+  /// server told that user.
   [[nodiscard]] virtual std::shared_ptr<Cache> cache() = 0;
 
   /// What takes the library's log lines.

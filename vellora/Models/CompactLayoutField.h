@@ -36,8 +36,8 @@ constexpr auto compactLayoutFieldTable() {
 ///     {"apiName": "Owner.Name", "fieldType": "reference", "label": "Owner", "referenceTo": "User",
 ///      "relationshipName": "Owner", "htmlFormatted": false}
 ///
-/// Ownership: shared by reference, never copied: who rewrites `apiName` does so for everybody who holds the
-/// field.
+/// Ownership: shared by reference, never copied. Whoever rewrites `apiName` rewrites it for everybody who
+/// holds the field.
 ///
 /// Threads: not synchronised. The library rewrites a field before it answers with it, and reads it after that
 /// when it caches the answer; whoever rewrites an answered field sees to it that nobody reads it meanwhile.
@@ -62,21 +62,22 @@ class VELLORA_EXPORT CompactLayoutField final {
   CompactLayoutField(const CompactLayoutField&) = delete;
   CompactLayoutField& operator=(const CompactLayoutField&) = delete;
 
-  /// Path of the field to show. For a top-level field that points to a related record whose type's name field
-  /// is known, that of the name field, such as "Owner.Name".
+  /// Path of the field to show. A top-level field may point to a related record. If the name field of that
+  /// record's type is known, the path leads to the name field, such as "Owner.Name".
   std::string apiName;
 
   /// The server's word, such as "string" or "reference".
   const std::string fieldType;
 
-  /// For display: that of the line which the field stands in; that of the field itself for a part.
+  /// The label to display. A top-level field has the label of its line in the layout. A part of a compound
+  /// field has its own label.
   const std::string label;
 
-  /// Object type that a reference field points to; of several, the first that the server names.
+  /// Object type that a reference field points to. If there are several, the first that the server names.
   const std::optional<std::string> referenceTo;
 
-  /// By which name the path to a field of the record pointed to begins, such as "Owner"; absent for a field
-  /// that points to none.
+  /// First step of a path into the related record, such as "Owner" in "Owner.Name". Absent for a field that
+  /// points to no record.
   const std::optional<std::string> relationshipName;
 
   /// Whether the field's value is HTML, as the server says.

@@ -12,7 +12,8 @@
 namespace vellora {
 
 /// What the presentation lookups answer for one record or one object type. It is made of describe entries and
-/// theme entries; neither is it sent by the server nor cached. Its JSON form is for those who pass it on:
+/// theme entries. The server does not send it, and it is not cached. Its JSON form is for those who pass it
+/// on:
 ///
 ///     {"typePresentationInfo": {"apiName": "Account", "color": "2F6FDE", …}}
 ///
@@ -31,10 +32,11 @@ struct VELLORA_EXPORT ObjectPresentationInfo {
                          std::string_view theme, const std::optional<ThemeItem>& instanceTheme,
                          const std::optional<SObject>& instanceSObject);
 
-  /// Of the type that the record is of, or that was asked for by name.
+  /// Describes the record's type, or the type that was asked for by name.
   PresentationInfo typePresentationInfo;
 
-  /// Of the type that a list view lists; absent for any other record, and for a lookup by name.
+  /// Describes the type whose records a list view lists. Absent when the record is no list view, and for a
+  /// lookup by name.
   std::optional<PresentationInfo> instancePresentationInfo;
 
   static constexpr std::string_view recordName = "ObjectPresentationInfo";

@@ -8,7 +8,7 @@
 namespace vellora::explore {
 namespace {
 
-/// Scheme and host in small letters, dot segments resolved.
+/// The URL `text` with scheme and host in small letters and dot segments resolved; no value if it is no URL.
 std::optional<boost::urls::url> normalized(const std::string& text) {
   const auto parsed = boost::urls::parse_uri(text);
   if (!parsed) return std::nullopt;
@@ -32,7 +32,7 @@ bool isSameOrigin(const boost::urls::url& left, const boost::urls::url& right) {
 std::optional<URL> iconRequest(const std::string& address, const std::string& server) {
   const auto home = normalized(server);
   if (!home) return std::nullopt;
-  // A path alone is one on the server that sent it.
+  // An address without scheme and host is a path on `server`, because that server sent it.
   const bool isPath = address.starts_with('/') && !address.starts_with("//");
   const auto url = normalized(isPath ? std::string(home->encoded_origin()) + address : address);
   if (!url || url->has_userinfo() || !isSameOrigin(*url, *home)) return std::nullopt;

@@ -17,20 +17,21 @@
 
 namespace vellora::command {
 
-/// One kind of lookup of the command: of keys, answered with a dictionary by key, or with nothing.
+/// One kind of lookup that the command offers. It takes keys, and answers with a dictionary by key or with
+/// nothing.
 template <class Record>
 struct Lookup {
   using Answer = std::optional<std::map<std::string, Record>>;
 
-  std::string what;  ///< what a key has none of when it is missing, such as "search layout"
+  std::string what;  ///< what is looked up for a key, such as "search layout"; for messages
   std::function<void(const std::vector<std::string>& keys, std::function<void(Answer)> completion)> start;
   std::function<std::string(const std::map<std::string, Record>& answer, const Style& style)> text;
 
-  /// The library's log line after which no answer comes any more; empty when it always answers.
+  /// The library's log line after which no answer comes any more; empty for a lookup that always answers.
   std::string endLine = {};
 };
 
-/// Prints the answer as JSON, null for none, or as a table, nothing for none.
+/// Prints the answer as JSON or as a table. Without an answer, JSON is null and the table is left out.
 template <class Record>
 [[nodiscard]] ExitCode printAnswer(const Lookup<Record>& lookup,
                                    const typename Lookup<Record>::Answer& answer,
@@ -50,7 +51,7 @@ template <class Record>
   return missing;
 }
 
-/// Asks, waits, prints what came and complains of what did not.
+/// Starts the lookup, waits for its answer, prints the answer and reports the keys that it lacks.
 template <class Record>
 ExitCode run(const Lookup<Record>& lookup, const std::vector<std::string>& keys, const Arguments& arguments,
              const Session& session) {

@@ -42,7 +42,7 @@ bool MemoryCacheTable::upsert(const CorvaneSDK::CacheEntry& entry) {
   stored->row = {entry.meta, entry.dataKey ? *entry.dataKey : derivedDataKey(entry.meta)};
   stored->data = entry.data;
   stored->written = clock_();
-  if (std::isnan(stored->written.secondsSinceReferenceDate())) return false;  // it has no place by date
+  if (std::isnan(stored->written.secondsSinceReferenceDate())) return false;  // NaN has no place in byDate_
 
   const std::lock_guard lock(mutex_);
   removeRowsOutside(LiveSpan(stored->written, maxAge_));
@@ -62,7 +62,8 @@ StoredRows MemoryCacheTable::rowsFor(const CorvaneSDK::Query& query) {
   return selectedRows(std::move(rows), query);
 }
 
-/// Every row that `filter` may admit, oldest first, however old.
+/// All rows that `filter` admits, and perhaps others: it is for the caller to apply the filter. Expired rows
+/// are among them. The row that was written first comes first.
 StoredRows MemoryCacheTable::candidates(const CorvaneSDK::RowFilter* filter) {
   StoredRows rows;
   const CorvaneSDK::Meta* pairs = filter != nullptr ? indexablePairs(*filter) : nullptr;

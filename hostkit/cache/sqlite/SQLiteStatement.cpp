@@ -11,12 +11,12 @@ SQLiteStatement::SQLiteStatement(SQLiteFailure& failure, sqlite3_stmt* statement
 
 SQLiteStatement::~SQLiteStatement() {
   if (statement_ == nullptr) return;
-  sqlite3_reset(statement_);  // its code repeats what step said
+  sqlite3_reset(statement_);  // only repeats the error code of the last step, which is noted already
   sqlite3_clear_bindings(statement_);
 }
 
 SQLiteStatement& SQLiteStatement::bind(std::string_view bytes) {
-  const char* start = bytes.data() != nullptr ? bytes.data() : "";  // null would bind NULL, not empty bytes
+  const char* start = bytes.data() != nullptr ? bytes.data() : "";  // null would bind SQL's NULL
   if (statement_ != nullptr)
     failure_.note(sqlite3_bind_blob64(statement_, ++bound_, start, bytes.size(), SQLITE_STATIC));
   return *this;

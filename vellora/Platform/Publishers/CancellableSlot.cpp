@@ -15,7 +15,9 @@ void CancellableSlot::keep(std::uint64_t turn, AnyCancellable token) {
       kept_.swap(token);
     }
   }
-  token.cancel();  // the one that isn't kept; what it frees may destroy this slot
+  // `token` is now the one that is not kept. Cancelling it may destroy this slot, so it comes last and
+  // without the lock.
+  token.cancel();
 }
 
 }  // namespace vellora

@@ -13,6 +13,7 @@ namespace vellora::hostkit::tests {
 /// Calls are counted from 1. Closing, unlocking and asking for a size do not count: no disk fails them.
 ///
 /// Ownership: connections opened through it must be closed before it goes.
+///
 /// Threads: one at a time.
 class FaultyFiles {
  public:

@@ -15,27 +15,27 @@
 
 namespace vellora::detail {
 
-/// Delivers each value to everyone who has subscribed by then; never ends. With a current value, every
-/// subscriber is given that first, and misses none after it.
+/// Delivers each value to everyone who subscribed before it was sent; never ends. If there is a current
+/// value, a new subscriber gets that first, and then every value that is sent later.
 ///
-/// A value is put before each subscriber's gate under the lock, and delivered after the lock has been
-/// released. That gives all subscribers one order, though nobody is called under the lock.
+/// Under the lock, a value is queued at each subscriber's gate. It is delivered after the lock has been
+/// released. So all subscribers get the values in the same order, though nobody is called under the lock.
 ///
-/// Ownership: it owns its subscribers until their scopes end, which know it only weakly. When it is
-/// destroyed, they are let go of without a completion.
+/// Ownership: it owns each subscriber until the subscriber's scope ends. The scope refers to the broadcast
+/// only weakly. When it is destroyed, it releases its subscribers without a completion.
 ///
 /// Threads: safe to use from several threads at once. Each subscriber gets the values in the order in which
-/// they were stored, one at a time, on the thread that stored them or on one that is delivering to it
+/// they were sent, one at a time, on the thread that sent them or on one that is delivering to the subscriber
 /// already.
 ///
 /// Errors: a subscriber for which there is no memory misses the value; the others get it.
 template <class T>
 class Broadcast final : public Source<T>, public std::enable_shared_from_this<Broadcast<T>> {
  public:
-  /// Without a `current` value it remembers none.
+  /// Without a `current` value it never remembers one, also not one that is sent later.
   explicit Broadcast(std::optional<T> current) : current_(std::move(current)) {}
 
-  /// A copy of the value that was sent last, or given at first.
+  /// A copy of the value that was sent last, or given to the constructor. No value if none is remembered.
   [[nodiscard]] std::optional<T> current() const {
     const std::lock_guard lock(mutex_);
     return current_;

@@ -9,14 +9,14 @@
 
 namespace vellora::detail {
 
-/// Whether somebody may start a source again. At its last use it gives away what it consists of, which spares
-/// copies of values and closures.
+/// Tells a source whether it may be started again after this use. At the last use it moves its values and
+/// closures into the subscription, because nobody needs them afterwards; before that it has to copy them.
 enum class Use { oneOfSeveral, last };
 
 /// What stands behind a `Publisher`: it knows how a subscription is started.
 ///
-/// Threads: may be started from several threads at once. A source changes only at its last use, which is
-/// alone.
+/// Threads: may be started from several threads at once. A source changes only at its last use, and no other
+/// thread uses it then.
 template <class T>
 class Source {
  public:
@@ -39,13 +39,14 @@ class Source {
 template <class T>
 using SourcePtr = std::shared_ptr<Source<T>>;
 
-/// Starts `source`. This is its last use when the caller gives the only handle away: nobody else can start it
-/// then, nor ever will. It is the one place that decides so. A source that is used up hands the handles to
-/// its own upstream on in the same way, so that a whole chain can be used up.
+/// Starts `source`. This is its last use when the caller gives the only handle away, because then nobody else
+/// can start it any more. No other function decides that. At its last use a source gives away the handle to
+/// its own upstream in the same way, so the whole chain above it can have its last use too.
 template <class T>
 void start(SourcePtr<T> source, std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) {
   const bool isLast = source.use_count() == 1;
-  // What another thread did with its handle came before it let go of it.
+  // Another thread may have used the source before it dropped its handle. The fence orders that use before
+  // this one.
   if (isLast) std::atomic_thread_fence(std::memory_order_acquire);
   source->start(std::move(observer), scope, isLast ? Use::last : Use::oneOfSeveral);
 }
