@@ -22,6 +22,10 @@ namespace {
 
 using Reason = SQLiteCacheError::Reason;
 
+// How long to wait for another process's lock. It is longer than a cache waits by default, because whoever
+// inspects a file can wait better than an application can.
+constexpr std::chrono::milliseconds longestLockWait(1000);
+
 /// Why a file of that kind cannot be read; absent for one of ours that is whole as far as can be seen.
 std::optional<Error> refusal(const std::string& path) {
   switch (kindOfFile(path)) {
@@ -81,7 +85,7 @@ void checkDatabase(SQLiteDatabase& database, SQLiteCacheContents& contents) {
 Result<SQLiteCacheContents> SQLiteCacheContents::read(const std::string& path, Date present) {
   const std::string resolved = sqliteCacheFile::resolvedPath(path);
   if (auto error = refusal(resolved)) return *std::move(error);
-  const auto [database, code] = SQLiteDatabase::openForReading(resolved, std::chrono::milliseconds(1000));
+  const auto [database, code] = SQLiteDatabase::openForReading(resolved, longestLockWait);
   if (database == nullptr) return errorForCode(resolved, code);
 
   SQLiteCacheContents contents;

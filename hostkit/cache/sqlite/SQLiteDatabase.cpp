@@ -10,23 +10,43 @@ namespace vellora::hostkit {
 
 namespace {
 
+// A damaged or forged file must not make SQLite spend much memory or time. Each limit leaves our own
+// statements a little room, and the file gets no more.
 constexpr int largestValue = 256 * 1024 * 1024;  // bytes; a damaged length must not allocate more
+constexpr int longestSql = 4000;                 // bytes; our statements have a few hundred
+constexpr int mostColumns = 30;                  // columns; our widest table has 7
+constexpr int deepestExpression = 30;            // levels; our expressions nest only a few deep
+constexpr int mostCompoundSelects = 3;           // SELECTs in one statement; we join 2
+constexpr int longestProgram = 25000;   // instructions; what SQLite advises for files of unknown origin
+constexpr int mostArguments = 8;        // arguments of a function; our calls have up to 2
+constexpr int mostAttached = 0;         // databases; we attach none
+constexpr int longestLikePattern = 50;  // bytes; ours has 8
+constexpr int mostParameters = 16;      // parameters of a statement; ours have up to 7
+constexpr int deepestTrigger = 1;       // levels; we have no triggers, and they are turned off
+constexpr int mostWorkers = 0;          // threads; a connection keeps to the thread that uses it
 
-// What our own statements need, with a little room: a damaged schema cannot ask for more.
 constexpr std::pair<int, int> limits[] = {
     {SQLITE_LIMIT_LENGTH, largestValue},
-    {SQLITE_LIMIT_SQL_LENGTH, 4000},
-    {SQLITE_LIMIT_COLUMN, 30},
-    {SQLITE_LIMIT_EXPR_DEPTH, 30},
-    {SQLITE_LIMIT_COMPOUND_SELECT, 3},
-    {SQLITE_LIMIT_VDBE_OP, 25000},
-    {SQLITE_LIMIT_FUNCTION_ARG, 8},
-    {SQLITE_LIMIT_ATTACHED, 0},
-    {SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 50},
-    {SQLITE_LIMIT_VARIABLE_NUMBER, 16},
-    {SQLITE_LIMIT_TRIGGER_DEPTH, 1},
-    {SQLITE_LIMIT_WORKER_THREADS, 0},
+    {SQLITE_LIMIT_SQL_LENGTH, longestSql},
+    {SQLITE_LIMIT_COLUMN, mostColumns},
+    {SQLITE_LIMIT_EXPR_DEPTH, deepestExpression},
+    {SQLITE_LIMIT_COMPOUND_SELECT, mostCompoundSelects},
+    {SQLITE_LIMIT_VDBE_OP, longestProgram},
+    {SQLITE_LIMIT_FUNCTION_ARG, mostArguments},
+    {SQLITE_LIMIT_ATTACHED, mostAttached},
+    {SQLITE_LIMIT_LIKE_PATTERN_LENGTH, longestLikePattern},
+    {SQLITE_LIMIT_VARIABLE_NUMBER, mostParameters},
+    {SQLITE_LIMIT_TRIGGER_DEPTH, deepestTrigger},
+    {SQLITE_LIMIT_WORKER_THREADS, mostWorkers},
 };
+
+// The number is negative, so SQLite takes it for KiB: 384 KiB of pages. More would not help, because a list
+// is read once and would fill any number of pages.
+constexpr std::string_view smallPageCache = "PRAGMA cache_size = -384";
+
+// 4194304 bytes, which are 4 MiB. A log that has grown beyond that is cut down when it is begun anew, so that
+// one large change does not take up room for ever.
+constexpr std::string_view smallLog = "PRAGMA journal_size_limit = 4194304";
 
 }  // namespace
 
@@ -104,10 +124,10 @@ void SQLiteDatabase::distrustContent() {
   run("PRAGMA mmap_size = 0");
   run("PRAGMA cell_size_check = ON");
   run("PRAGMA temp_store = MEMORY");
-  run("PRAGMA cache_size = -384");  // KiB of pages: a list is read once, and would fill any number
+  run(smallPageCache);
   run("PRAGMA synchronous = NORMAL");
   run("PRAGMA secure_delete = ON");  // so that no damaged pointer can lead to what was deleted
-  run("PRAGMA journal_size_limit = 4194304");
+  run(smallLog);
 }
 
 SQLiteStatement SQLiteDatabase::statement(std::string_view sql) {
