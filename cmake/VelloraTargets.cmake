@@ -7,7 +7,9 @@ endif()
 
 # Flags for our own code only; nothing here reaches a consumer of the package.
 add_library(vellora_build_flags INTERFACE)
-target_compile_options(vellora_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+# Among sources that are compiled together a local name may be one that another source declares.
+target_compile_options(vellora_build_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 takes members of an empty std::optional for uninitialised ones that are read.
   target_compile_options(vellora_build_flags INTERFACE -Wno-maybe-uninitialized)
@@ -90,9 +92,8 @@ function(vellora_compile_together target)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
   endforeach()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
-  # A local name may be one that another source declares. And to g++ a source that is compiled with others is a header,
-  # which must not have unnamed types within named ones.
-  target_compile_options(${target} PRIVATE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+  # To g++ a source that is compiled with others is a header, which must not have unnamed types within named ones.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()
 
 # vellora_test(<target> SOURCES … LIBS …): one test program, every test of it known to CTest by name.
