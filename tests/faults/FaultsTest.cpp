@@ -19,6 +19,7 @@
 #include "tests/faults/CallNames.h"
 #include "tests/faults/OutcomeTable.h"
 #include "tests/faults/Trials.h"
+#include "tests/support/Sanitized.h"
 
 namespace vellora::faults {
 namespace {
@@ -38,13 +39,9 @@ const OutcomeTable& table() {
 }
 
 /// How many pairs are drawn of those of an operation and a state; no value for all, which are hundreds of
-/// thousands. Sanitized code takes twenty times as long for each.
+/// thousands.
 std::optional<std::size_t> pairsToDraw() {
-#ifdef __SANITIZE_ADDRESS__
-  constexpr std::size_t usual = 10;
-#else
-  constexpr std::size_t usual = 150;
-#endif
+  constexpr std::size_t usual = tests::underAddressSanitizer ? 10 : 150;
   const char* told = std::getenv("VELLORA_FAULT_PAIRS");
   if (told == nullptr) return usual;
   return told == std::string("all") ? std::nullopt

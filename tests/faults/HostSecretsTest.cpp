@@ -16,6 +16,7 @@
 #include "hostkit/StandardPlatformAPI.h"
 #include "testkit/FaultyHost.h"
 #include "testkit/RecordingLogger.h"
+#include "tests/support/Sanitized.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TokenCanary.h"
 #include "vellora/Platform/Json/Json.h"
@@ -189,11 +190,7 @@ TEST_F(HostSecretsTest, WhateverFailsOnce) {
   ask(Until::answered);
   const auto calls = host->calls();
   ASSERT_GT(calls.size(), 40U);
-#ifdef __SANITIZE_ADDRESS__
-  constexpr std::size_t step = 3;  // sanitized code takes ten times as long for each
-#else
-  constexpr std::size_t step = 1;
-#endif
+  constexpr std::size_t step = tests::underAddressSanitizer ? 3 : 1;
   for (std::size_t call = 0; call < calls.size(); call += step) {
     std::string answers;
     for (const HostFault fault : testkit::faultsOf(calls[call].operation)) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/Sanitized.h"
 #include "tests/vellora/DataServices/CompactLayoutFixture.h"
 
 // Several downloads under way at once: every order of their events, checked against a model of the rules.
@@ -253,12 +254,8 @@ std::string nameOf(const testing::TestParamInfo<Course>& course) {
   return names[static_cast<int>(course.param)];
 }
 
-/// Which orders of three downloads are tried: each one, but a sanitizer takes ten times as long.
-#ifdef __SANITIZE_ADDRESS__
-constexpr int stepOfOrders = 5;
-#else
-constexpr int stepOfOrders = 1;
-#endif
+/// Which orders of three downloads are tried: each one, or each fifth.
+constexpr int stepOfOrders = tests::underAddressSanitizer ? 5 : 1;
 
 /// One test for each course of the third download, since each takes a while.
 class CompactLayoutDataServiceThreeOrdersTest : public testing::TestWithParam<Course> {};
