@@ -9,15 +9,24 @@ void ManualQueue::async(Work work) {
   work_.push_back(std::move(work));
 }
 
+bool ManualQueue::runsHere() const {
+  const std::lock_guard lock(mutex_);
+  return runner_ == std::this_thread::get_id();
+}
+
 bool ManualQueue::runNext() {
   Work work;
+  std::thread::id outer;  // work may run the queue, too
   {
     const std::lock_guard lock(mutex_);
     if (work_.empty()) return false;
     work = std::move(work_.front());
     work_.pop_front();
+    outer = std::exchange(runner_, std::this_thread::get_id());
   }
   work();
+  const std::lock_guard lock(mutex_);
+  runner_ = outer;
   return true;
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <deque>
 #include <mutex>
+#include <thread>
 
 #include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Values/Export.h"
@@ -28,6 +29,9 @@ class VELLORA_EXPORT ManualQueue final : public DispatchQueue {
 
   void async(Work work) override;
 
+  /// Whether the calling thread is the one that runs the queue's work at the moment.
+  [[nodiscard]] bool runsHere() const override;
+
   /// Runs the oldest piece of work, and destroys its captures before it returns. False when there was none.
   bool runNext();
 
@@ -40,7 +44,8 @@ class VELLORA_EXPORT ManualQueue final : public DispatchQueue {
 
  private:
   mutable std::mutex mutex_;
-  std::deque<Work> work_;  // under mutex_
+  std::deque<Work> work_;   // under mutex_
+  std::thread::id runner_;  // under mutex_; of no thread while nothing runs
 };
 
 }  // namespace vellora::testkit

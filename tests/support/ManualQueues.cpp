@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -27,6 +28,7 @@ std::deque<Submitted> submitted;
 std::vector<tests::ManualQueues::SerialQueue> madeQueues;
 std::function<DispatchQueue::Work(DispatchQueue::Work)> wrapper;
 std::uint64_t lastQueue = globalQueue;
+std::optional<std::uint64_t> running;
 
 void submit(std::uint64_t queue, DispatchQueue::Work work) {
   submitted.push_back({queue, wrapper ? wrapper(std::move(work)) : std::move(work)});
@@ -46,16 +48,19 @@ std::vector<std::size_t> runnable() {
 void runAt(std::size_t place) {
   const auto chosen = submitted.begin() + static_cast<std::ptrdiff_t>(place);
   const auto work = std::move(chosen->work);
+  const auto outer = std::exchange(running, chosen->queue);
   submitted.erase(chosen);
   try {
     work();
   } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): as in the library
   }
+  running = outer;
 }
 
 class GlobalQueue final : public DispatchQueue {
  public:
   void async(Work work) override { submit(globalQueue, std::move(work)); }
+  [[nodiscard]] bool runsHere() const override { return running.has_value(); }  // all share one pool
 };
 
 }  // namespace
@@ -73,6 +78,10 @@ SerialDispatchQueue::~SerialDispatchQueue() = default;
 
 void SerialDispatchQueue::async(Work work) {
   submit(strand_->id, std::move(work));
+}
+
+bool SerialDispatchQueue::runsHere() const {
+  return running == strand_->id;
 }
 
 const std::shared_ptr<DispatchQueue>& DispatchQueue::global(DispatchQoS) {

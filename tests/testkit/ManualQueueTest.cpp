@@ -9,6 +9,20 @@
 namespace vellora::testkit {
 namespace {
 
+TEST(ManualQueueTest, KnowsWhoRunsIt) {
+  const auto queue = std::make_shared<ManualQueue>();
+  EXPECT_FALSE(queue->runsHere());
+  bool inside = false;
+  queue->async([&] {
+    queue->async([] {});
+    queue->runNext();
+    inside = queue->runsHere();
+  });
+  queue->runAll();
+  EXPECT_TRUE(inside);
+  EXPECT_FALSE(queue->runsHere());
+}
+
 TEST(ManualQueueTest, RunsNothingByItself) {
   ManualQueue queue;
   bool ran = false;

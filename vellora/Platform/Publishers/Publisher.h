@@ -19,6 +19,7 @@
 #include "vellora/Platform/Publishers/detail/Step.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora {
 
@@ -103,6 +104,9 @@ class Publisher {
     return Publisher(promise.source_);
   }
 
+  /// The producer of the result of `promise`, for who keeps the promise to resolve it later.
+  [[nodiscard]] static Publisher ofPromise(const Promise<T>& promise) { return Publisher(promise.source_); }
+
   /// Runs `body` at each subscription, on the subscribing thread. The producer that it returns is the one
   /// that is subscribed to. All subscriptions share the one `body`, whereas they have copies of a step's
   /// closure.
@@ -185,6 +189,23 @@ class Publisher {
       to.observer->complete(std::move(completion));
     };
     return Publisher(detail::behind<detail::Downstream<T>>(source_, std::move(onValue), std::move(onEnd)));
+  }
+
+  /// Passes each value on as a success, and a failure as one more value before a normal end. For who starts
+  /// several producers, none of which is to take the others with it when it fails.
+  [[nodiscard]] Publisher<Result<T>> results() const {
+    auto onValue = [](auto& to, T&& value) { to.observer->receive(Result<T>(std::move(value))); };
+    auto onEnd = [](auto& to, Completion&& completion) {
+      try {
+        if (completion) to.observer->receive(Result<T>(*completion));
+        completion.reset();
+      } catch (const std::bad_alloc&) {
+        completion = outOfMemory();
+      }
+      if (to.scope.isActive()) to.observer->complete(std::move(completion));
+    };
+    return Publisher<Result<T>>(
+        detail::behind<detail::Downstream<Result<T>>>(source_, std::move(onValue), std::move(onEnd)));
   }
 
   /// Starts the producer that `transform` returns for each value, at once and without a limit to their

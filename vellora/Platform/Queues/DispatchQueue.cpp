@@ -22,6 +22,9 @@ class GlobalQueue final : public DispatchQueue {
   void async(Work work) override {
     boost::asio::post(detail::threadPool().get_executor(), detail::guarded(std::move(work)));
   }
+  [[nodiscard]] bool runsHere() const override {
+    return detail::threadPool().get_executor().running_in_this_thread();
+  }
 };
 
 }  // namespace

@@ -38,6 +38,11 @@ class VELLORA_EXPORT DispatchQueue {
   /// `std::bad_alloc` ends there, and the queue goes on; anything else that work throws ends the process.
   virtual void async(Work work) = 0;
 
+  /// Whether the calling thread is running work of this queue, as far as the queue can tell; who waits for an
+  /// answer asks it, so as not to wait on a thread that the answer needs. A queue of yours that does not say
+  /// is taken to run elsewhere.
+  [[nodiscard]] virtual bool runsHere() const { return false; }
+
   /// The process-wide concurrent queue: its work runs in no particular order, several pieces at a time. It
   /// lives as long as the process. There is one for all `qos`.
   [[nodiscard]] static const std::shared_ptr<DispatchQueue>& global(DispatchQoS qos);

@@ -23,4 +23,8 @@ void SerialDispatchQueue::async(Work work) {
   boost::asio::post(strand_->executor, detail::guarded(std::move(work)));
 }
 
+bool SerialDispatchQueue::runsHere() const {
+  return strand_->executor.running_in_this_thread();
+}
+
 }  // namespace vellora

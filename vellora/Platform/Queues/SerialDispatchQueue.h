@@ -32,6 +32,8 @@ class VELLORA_EXPORT SerialDispatchQueue final : public DispatchQueue {
   /// Submits `work` behind all that was submitted before. It never runs inside this call.
   void async(Work work) override;
 
+  [[nodiscard]] bool runsHere() const override;
+
   /// As the constructor was told; valid as long as the queue.
   [[nodiscard]] const std::string& label() const noexcept { return label_; }
   [[nodiscard]] DispatchQoS qos() const noexcept { return qos_; }

@@ -43,6 +43,9 @@ class Remembered {
     return value;
   }
 
+  /// Lets go of what is remembered.
+  void forget() const { replaceBy(Entry()); }
+
  private:
   struct Entry {
     Data bytes;

@@ -351,6 +351,23 @@ TEST(PublisherTest, CollectPassesOnOnlyTheFailure) {
               ElementsAre("failed: too large"));
 }
 
+TEST(PublisherTest, ResultsMakesAFailureTheLastValueBeforeANormalEnd) {
+  Promise<int> failing;
+  std::vector<std::string> seen;
+  const auto token = Publisher<int>::ofPromise(failing).results().sink(
+      [&](const Result<int>& result) {
+        seen.push_back(result ? "value" : result.error().localizedDescription());
+      },
+      [&](const Completion& end) { seen.push_back(end ? "failure" : "end"); });
+  failing.fail(tests::TestError{"down"});
+  EXPECT_EQ(seen, (std::vector<std::string>{"down", "end"}));
+  seen.clear();
+  const auto other = Publisher<int>::just(1).results().sink(
+      [&](const Result<int>& result) { seen.push_back(result ? "value" : "error"); },
+      [&](const Completion& end) { seen.push_back(end ? "failure" : "end"); });
+  EXPECT_EQ(seen, (std::vector<std::string>{"value", "end"}));
+}
+
 TEST(PublisherTest, CombineLatestYieldsOnceBothHaveAValueAndAtEachNewerOne) {
   const Subject<int> first;
   const Subject<int> second;

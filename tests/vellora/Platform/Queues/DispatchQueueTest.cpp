@@ -55,6 +55,21 @@ TEST(SerialDispatchQueueTest, DroppingTheLastHandleStillRunsWhatWasSubmitted) {
   SUCCEED() << "every piece of work ran";
 }
 
+TEST(SerialDispatchQueueTest, KnowsWhetherItRunsTheCallingThread) {
+  const auto queue = std::make_shared<SerialDispatchQueue>("serial");
+  const SerialDispatchQueue other("other");
+  const auto& pool = DispatchQueue::global(DispatchQoS::unspecified);
+  EXPECT_FALSE(queue->runsHere() || pool->runsHere());
+  std::promise<void> done;
+  queue->async([&] {
+    EXPECT_TRUE(queue->runsHere());
+    EXPECT_TRUE(pool->runsHere()) << "every queue takes its threads there";
+    EXPECT_FALSE(other.runsHere());
+    done.set_value();
+  });
+  done.get_future().wait();
+}
+
 TEST(SerialDispatchQueueTest, TwoQueuesDoNotWaitForEachOther) {
   SerialDispatchQueue one("one");
   SerialDispatchQueue other("other");

@@ -1,0 +1,63 @@
+#include "vellora/Platform/Queues/CallbackGate.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <latch>
+#include <thread>
+
+namespace vellora {
+namespace {
+
+TEST(CallbackGateTest, RunsCallbacksUntilItIsClosedAndNoneAfterwards) {
+  CallbackGate gate;
+  int runs = 0;
+  EXPECT_TRUE(gate.run([&] { ++runs; }));
+  gate.close();
+  EXPECT_FALSE(gate.run([&] { ++runs; }));
+  EXPECT_EQ(runs, 1);
+}
+
+TEST(CallbackGateTest, ClosingWaitsForTheCallbackThatRunsOnAnotherThread) {
+  CallbackGate gate;
+  std::latch entered(1);
+  std::latch mayEnd(1);
+  std::atomic<bool> ended = false;
+  std::thread running([&] {
+    gate.run([&] {
+      entered.count_down();
+      mayEnd.wait();
+      ended = true;
+    });
+  });
+  entered.wait();
+  std::thread ending([&] { mayEnd.count_down(); });
+  gate.close();
+  EXPECT_TRUE(ended);
+  running.join();
+  ending.join();
+}
+
+TEST(CallbackGateTest, ACallbackThatClosesItDoesNotWaitForItself) {
+  CallbackGate gate;
+  bool closed = false;
+  gate.run([&] {
+    gate.run([&] { gate.close(); });
+    closed = true;
+  });
+  EXPECT_TRUE(closed);
+  EXPECT_FALSE(gate.run([] {}));
+}
+
+TEST(CallbackGateTest, KnowsWhoIsInside) {
+  CallbackGate gate;
+  EXPECT_FALSE(gate.isInside());
+  gate.run([&] {
+    EXPECT_TRUE(gate.isInside());
+    std::thread([&] { EXPECT_FALSE(gate.isInside()); }).join();
+  });
+  EXPECT_FALSE(gate.isInside());
+}
+
+}  // namespace
+}  // namespace vellora

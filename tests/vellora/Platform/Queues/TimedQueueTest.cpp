@@ -1,0 +1,121 @@
+#include "vellora/Platform/Queues/TimedQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <future>
+#include <latch>
+#include <limits>
+#include <memory>
+#include <new>
+#include <thread>
+#include <vector>
+
+#include "tests/support/ManualTimer.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
+
+namespace vellora {
+namespace {
+
+using namespace std::chrono_literals;
+using tests::ManualTimer;
+
+TEST(TimedQueueTest, RunsWorkOnceItsTimeHasComeInTheOrderOfTheMoments) {
+  const auto& timer = TimedQueue::system();
+  std::vector<int> order;  // not synchronised, because one thread runs all of it
+  std::promise<void> done;
+  const auto start = std::chrono::steady_clock::now();
+  static_cast<void>(timer->after(40ms, [&] {
+    order.push_back(3);
+    done.set_value();
+  }));
+  static_cast<void>(timer->after(20ms, [&] { order.push_back(1); }));
+  static_cast<void>(timer->after(20ms, [&] { order.push_back(2); }));
+  done.get_future().wait();
+  EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 40ms);
+}
+
+TEST(TimedQueueTest, ALaterMomentDoesNotKeepAnEarlierOneWaiting) {
+  const auto& timer = TimedQueue::system();
+  const auto late = timer->after(1h, [] {});
+  std::promise<void> done;
+  static_cast<void>(timer->after(0s, [&] { done.set_value(); }));
+  done.get_future().wait();
+  timer->cancel(late);
+}
+
+TEST(TimedQueueTest, TenThousandDeadlinesTakeOneThread) {
+  constexpr int count = 10'000;
+  const auto& timer = TimedQueue::system();
+  std::latch all(count);
+  std::atomic<int> others = 0;
+  std::atomic<std::thread::id> first;
+  for (int i = 0; i < count; ++i) {
+    static_cast<void>(timer->after(1ms, [&] {
+      std::thread::id none;
+      const auto here = std::this_thread::get_id();
+      if (!first.compare_exchange_strong(none, here) && first.load() != here) ++others;
+      all.count_down();
+    }));
+  }
+  all.wait();
+  EXPECT_EQ(others, 0);
+}
+
+TEST(TimedQueueTest, ItsThreadIsNoneOfThePool) {
+  std::promise<bool> onPool;
+  static_cast<void>(TimedQueue::system()->after(
+      0s, [&] { onPool.set_value(DispatchQueue::global(DispatchQoS::unspecified)->runsHere()); }));
+  EXPECT_FALSE(onPool.get_future().get());
+}
+
+TEST(TimedQueueTest, CancelledWorkIsLetGoAtOnceAndNeverRuns) {
+  const auto& timer = TimedQueue::system();
+  const auto captured = std::make_shared<int>();
+  const auto alarm = timer->after(1h, [captured] { FAIL() << "cancelled"; });
+  EXPECT_EQ(captured.use_count(), 2);
+  timer->cancel(alarm);
+  EXPECT_EQ(captured.use_count(), 1);
+  timer->cancel(alarm);  // a second time is no harm
+}
+
+TEST(TimedQueueTest, WorkMayAskForMoreAndMayRunOutOfMemory) {
+  const auto& timer = TimedQueue::system();
+  std::promise<void> done;
+  static_cast<void>(timer->after(0s, [&] {
+    static_cast<void>(timer->after(0s, [&] { done.set_value(); }));
+    throw std::bad_alloc();
+  }));
+  done.get_future().wait();
+  SUCCEED() << "the thread has gone on";
+}
+
+TEST(TimedQueueTest, ADelayStaysBetweenNothingAndAYear) {
+  const TimedQueue::Delay year = 365 * 24h;
+  EXPECT_EQ(TimedQueue::bounded(-1s), 0s);
+  EXPECT_EQ(TimedQueue::bounded(5s), 5s);
+  EXPECT_EQ(TimedQueue::bounded(TimedQueue::Delay(std::numeric_limits<double>::infinity())), year);
+  EXPECT_EQ(TimedQueue::bounded(TimedQueue::Delay(std::nan(""))), year);
+}
+
+TEST(ManualTimerTest, RunsWhatIsDueAtItsOwnMomentAndNothingElse) {
+  ManualTimer timer;
+  std::vector<TimedQueue::Delay> moments;
+  const auto note = [&] { moments.push_back(timer.time()); };
+  static_cast<void>(timer.after(2s, note));
+  static_cast<void>(timer.after(1s, [&] {
+    note();
+    static_cast<void>(timer.after(500ms, note));
+  }));
+  static_cast<void>(timer.after(9s, note));
+  timer.advance(3s);
+  EXPECT_EQ(moments, (std::vector<TimedQueue::Delay>{1s, 1500ms, 2s}));
+  EXPECT_EQ(timer.pending(), 1U);
+  EXPECT_EQ(timer.time(), 3s);
+}
+
+}  // namespace
+}  // namespace vellora

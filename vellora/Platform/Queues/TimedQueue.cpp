@@ -1,0 +1,88 @@
+#include "vellora/Platform/Queues/TimedQueue.h"
+
+#include <algorithm>
+#include <cmath>
+#include <condition_variable>
+#include <mutex>
+#include <new>
+#include <thread>
+#include <utility>
+
+#include "vellora/Platform/Queues/Alarms.h"
+
+namespace vellora {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr TimedQueue::Delay longest = std::chrono::hours(24 * 365);
+
+class SystemTimedQueue final : public TimedQueue {
+ public:
+  Alarm after(Delay delay, Work work) override {
+    const auto moment = Clock::now() + std::chrono::duration_cast<Clock::duration>(bounded(delay));
+    const std::lock_guard lock(mutex_);
+    if (!started_) start();
+    const auto next = alarms_.next();
+    const Alarm alarm = alarms_.add(moment, std::move(work));
+    if (!next || moment < *next) earlier_.notify_one();
+    return alarm;
+  }
+
+  void cancel(Alarm alarm) override {
+    Work removed;  // destroyed outside the lock
+    const std::lock_guard lock(mutex_);
+    removed = alarms_.remove(alarm);
+  }
+
+ private:
+  void start() {
+    std::thread([this] { run(); }).detach();
+    started_ = true;
+  }
+
+  [[noreturn]] void run() {
+    while (true) {
+      const Work work = waitForWork();
+      try {
+        work();
+      } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): there is nobody to be told
+      }
+    }
+  }
+
+  Work waitForWork() {
+    std::unique_lock lock(mutex_);
+    while (true) {
+      if (auto work = alarms_.takeDue(Clock::now())) return work;
+      const auto next = alarms_.next();
+      if (next) {
+        earlier_.wait_until(lock, *next);
+      } else {
+        earlier_.wait(lock);
+      }
+    }
+  }
+
+  std::mutex mutex_;  // guards what follows
+  std::condition_variable earlier_;
+  Alarms<Clock::time_point> alarms_;
+  bool started_ = false;
+};
+
+}  // namespace
+
+TimedQueue::Delay TimedQueue::bounded(Delay delay) {
+  if (std::isnan(delay.count())) return longest;
+  return std::clamp(delay, Delay::zero(), longest);
+}
+
+const std::shared_ptr<TimedQueue>& TimedQueue::system() {
+  // Never destroyed: its thread may run while the process ends.
+  static const auto* const queue =
+      new std::shared_ptr<TimedQueue>(std::make_shared<SystemTimedQueue>());  // NOLINT: see above
+  return *queue;
+}
+
+}  // namespace vellora
