@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <new>
 #include <utility>
 
 #include "vellora/DataServices/CachedLayouts.h"
 #include "vellora/DataServices/CompactLayoutDataServiceError.h"
 #include "vellora/DataServices/Download.h"
+#include "vellora/DataServices/EachLayout.h"
 #include "vellora/DataServices/Expiry.h"
 #include "vellora/DataServices/FailureLog.h"
 #include "vellora/DataServices/Joined.h"
@@ -16,6 +18,8 @@
 #include "vellora/DataServices/PartOf.h"
 #include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
+#include "vellora/DataServices/Silence.h"
+#include "vellora/DataServices/UrlLength.h"
 #include "vellora/Models/CompactLayoutCacheEntry.h"
 #include "vellora/Platform/Json/Description.h"
 
@@ -28,17 +32,19 @@ namespace {
 
 constexpr std::string_view downloadName = "getCompactLayoutFromNetwork(_:completion:)";
 
-struct Cached {
-  bool expired;
-  ObjectCompactLayoutInfo info;
-};
+using Cached = DatedLayout<ObjectCompactLayoutInfo>;
+
+std::optional<Cached> dated(LayoutCache& cache, const std::string& name, Expiry& expiry) {
+  auto entry = cache.load<CompactLayoutCacheEntry>(name);
+  if (!entry) return std::nullopt;
+  return Cached{std::move(entry->compactLayout), entry->downloadedTime, expiry.isPast(entry->downloadedTime)};
+}
 
 std::vector<Cached> cachedLayouts(const std::vector<std::string>& names, LayoutCache cache, Expiry expiry) {
   std::vector<Cached> all;
   all.reserve(names.size());
   for (const auto& name : names) {
-    auto entry = cache.load<CompactLayoutCacheEntry>(name);
-    if (entry) all.push_back({expiry.isPast(entry->downloadedTime), std::move(entry->compactLayout)});
+    if (auto cached = dated(cache, name, expiry)) all.push_back(*std::move(cached));
   }
   return all;
 }
@@ -49,8 +55,8 @@ CachedLayouts<ObjectCompactLayoutInfo> divided(std::vector<Cached> entries, bool
   CachedLayouts<ObjectCompactLayoutInfo> cached;
   cached.fresh.reserve(entries.size());
   for (auto& entry : entries) {
-    if (!isComplete) cached.found.push_back(entry.info);
-    if (!entry.expired) cached.fresh.push_back(std::move(entry.info));
+    if (!isComplete) cached.found.push_back(entry.layout);
+    if (!entry.isExpired) cached.fresh.push_back(std::move(entry.layout));
   }
   return cached;
 }
@@ -68,6 +74,40 @@ std::optional<NetRequest> queryRequest(std::string queryText) {
   return requestFor("/query", std::move(queryText));
 }
 
+std::optional<NetRequest> nameFieldsRequest(const std::string& entities) {
+  return queryRequest(
+      "SELECT EntityDefinition.QualifiedApiName, QualifiedApiName, IsNameField FROM FieldDefinition WHERE "
+      "EntityDefinition.QualifiedApiName IN (" +
+      entities + ") AND IsNameField = true");
+}
+
+/// As a query lists them.
+std::string quoted(const std::vector<std::string>& types) {
+  return std::string("'").append(joined(types, "','")).append("'");
+}
+
+std::vector<std::string> typesReferredTo(const CompactLayoutResults& compactLayoutResults) {
+  std::vector<std::string> types;
+  for (const auto& layout : compactLayoutResults.layouts) {
+    for (const auto& field : layout.layoutFields) {
+      if (field && field->fieldType == "reference" && field->referenceTo)
+        types.push_back(*field->referenceTo);
+    }
+  }
+  return types;
+}
+
+/// The name fields in all of `answers`.
+ObjectQualifiedApiNameInfo merged(std::vector<ObjectQualifiedApiNameInfo>&& answers) {
+  ObjectQualifiedApiNameInfo all;
+  for (auto& answer : answers) {
+    for (auto& [type, field] : answer.entityApiNames)
+      all.entityApiNames.insert_or_assign(type, std::move(field));
+    std::move(answer.records.begin(), answer.records.end(), std::back_inserter(all.records));
+  }
+  return all;
+}
+
 }  // namespace
 
 /// Downloaded layouts on their way to the caller, while the server is asked for the name fields of the types
@@ -81,7 +121,7 @@ class CompactLayoutDataService::Resolution {
         results_(std::move(results)),
         completion_(std::move(completion)) {}
 
-  [[nodiscard]] std::string entities() const { return referenceTypeFields(results_); }
+  [[nodiscard]] std::vector<std::string> types() const { return typesReferredTo(results_); }
 
   /// A log line about the name fields; `progress` is "Getting" or "Updated".
   [[nodiscard]] std::string line(std::string_view progress, std::string_view detail) const {
@@ -133,7 +173,7 @@ void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::st
   auto entries =
       cachedLayouts(names, LayoutCache(*cache_, *logger_, Constants::keyPrefix), Expiry(cacheTimeout_));
   const bool isComplete = entries.size() == names.size() &&
-                          std::none_of(entries.begin(), entries.end(), std::mem_fn(&Cached::expired));
+                          std::none_of(entries.begin(), entries.end(), std::mem_fn(&Cached::isExpired));
   auto cached = divided(std::move(entries), isComplete);
   if (isComplete) {
     if (completion) completion(std::move(cached.fresh), std::nullopt);
@@ -145,44 +185,93 @@ void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::st
 }
 
 void CompactLayoutDataService::getCompactLayoutFromNetwork(const std::vector<std::string>& names,
-                                                           Completion completion) {
+                                                           Completion completion, Awaited awaited) {
   const auto request = requestToGetCompactLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
   download<CompactLayoutResults>(
       *network_, *request, FailureLog(weak_from_this(), *logger_, downloadName),
-      [weak = weak_from_this(), names, completion = std::move(completion)](auto answer) {
+      [weak = weak_from_this(), names, completion = std::move(completion), awaited](auto answer) {
         if (!answer.body) return completion(std::nullopt, std::move(answer.error));
         const auto self = weak.lock();
         if (!self) return;
         try {
           self->resolveReferenceFields(
-              std::make_shared<const Resolution>(weak, names, *std::move(answer.body), completion));
+              std::make_shared<const Resolution>(weak, names, *std::move(answer.body), completion), awaited);
         } catch (const std::bad_alloc&) {
           completion(std::nullopt, noMemoryForAnswer());
         }
       });
 }
 
-void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution) {
-  const auto entities = resolution->entities();
+void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution,
+                                                      Awaited awaited) {
+  const auto types = resolution->types();
+  const auto entities = quoted(types);
   logger_->log(resolution->line("Getting", entities), LogLevel::info);
   const auto onValue = [resolution](const auto& names) { resolution->rewriteFields(names); };
   const auto onCompletion = [resolution](const std::optional<Error>& error) {
     error ? resolution->answerAsDownloaded(*error) : resolution->answerThenCache();
   };
+  if (awaited == Awaited::each) return qualifiedApiNames(types).sink(onValue, onCompletion).detach();
   qualifiedApiNamesCancellable_.replace(
       [&] { return qualifiedApiNameAsPublisher(entities).sink(onValue, onCompletion); });
 }
 
 Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiNameAsPublisher(
     const std::string& entities) {
-  const auto request = queryRequest(
-      "SELECT EntityDefinition.QualifiedApiName, QualifiedApiName, IsNameField FROM FieldDefinition WHERE "
-      "EntityDefinition.QualifiedApiName IN (" +
-      entities + ") AND IsNameField = true");
+  const auto request = nameFieldsRequest(entities);
   if (!request) return Publisher<ObjectQualifiedApiNameInfo>::fail(CompactLayoutDataServiceError::network());
   return sentAtEachSubscription(partOf(weak_from_this(), *network_), *request, Preferred::body)
       .tryMap(decodedBody<ObjectQualifiedApiNameInfo, CompactLayoutDataServiceError::network>);
+}
+
+/// The same for a list of types, in as many requests as their names need.
+Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiNames(
+    const std::vector<std::string>& types) {
+  const auto lists = dividedByUrl(types, [](const std::vector<std::string>& some) {
+    const auto request = nameFieldsRequest(quoted(some));
+    return request ? request->base().url.absoluteString().size() : 0;
+  });
+  if (lists.size() < 2) return qualifiedApiNameAsPublisher(quoted(types));
+  return Publisher<std::vector<std::string>>::sequence(lists)
+      .flatMap([weak = weak_from_this()](const std::vector<std::string>& some) {
+        const auto self = weak.lock();
+        return self ? self->qualifiedApiNameAsPublisher(quoted(some)) : silence<ObjectQualifiedApiNameInfo>();
+      })
+      .collect()
+      .map(merged);
+}
+
+Publisher<LayoutResult<ObjectCompactLayoutInfo>> CompactLayoutDataService::eachLayout(
+    std::vector<std::string> names, Source source, std::optional<Date> notBefore) {
+  using Known = LayoutResult<ObjectCompactLayoutInfo>;
+  return Publisher<Known>::deferred([weak = weak_from_this(), names = std::move(names), source, notBefore] {
+    const auto self = weak.lock();
+    if (!self) return silence<Known>();
+    LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
+    Expiry expiry(self->cacheTimeout_);
+    return EachLayout<ObjectCompactLayoutInfo>(
+               {[&](const std::string& name) { return dated(cache, name, expiry); },
+                /*servesExpired=*/false, requestToGetCompactLayout,
+                [weak](const auto& some) {
+                  const auto service = weak.lock();
+                  return service ? service->downloadedLayouts(some) : silence<Downloaded>();
+                }},
+               source, notBefore)
+        .of(names, self->downloads_);
+  });
+}
+
+Publisher<CompactLayoutDataService::Downloaded> CompactLayoutDataService::downloadedLayouts(
+    const std::vector<std::string>& names) {
+  return downloadedBy<ObjectCompactLayoutInfo>([&](Completion completion) {
+    getCompactLayoutFromNetwork(names, std::move(completion), Awaited::each);
+  });
+}
+
+void CompactLayoutDataService::forget(const std::vector<std::string>& names) const {
+  LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
+  for (const auto& name : names) cache.remove(name);
 }
 
 void CompactLayoutDataService::save(const std::vector<ObjectCompactLayoutInfo>& layouts) {
@@ -193,14 +282,7 @@ void CompactLayoutDataService::save(const std::vector<ObjectCompactLayoutInfo>& 
 }
 
 std::string referenceTypeFields(const CompactLayoutResults& compactLayoutResults) {
-  std::vector<std::string> types;
-  for (const auto& layout : compactLayoutResults.layouts) {
-    for (const auto& field : layout.layoutFields) {
-      if (field && field->fieldType == "reference" && field->referenceTo)
-        types.push_back(*field->referenceTo);
-    }
-  }
-  return std::string("'").append(joined(types, "','")).append("'");
+  return quoted(typesReferredTo(compactLayoutResults));
 }
 
 void updateReferenceTypeFields(const std::map<std::string, std::string>& entityApiNames,

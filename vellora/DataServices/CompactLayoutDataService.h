@@ -8,12 +8,17 @@
 #include <string_view>
 #include <vector>
 
+#include "vellora/DataServices/DatedLayout.h"
+#include "vellora/DataServices/KeyResult.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/DataServices/Source.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/CompactLayoutResults.h"
 #include "vellora/Models/ObjectQualifiedApiNameInfo.h"
 #include "vellora/Platform/Publishers/CancellableSlot.h"
 #include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Publishers/SharedRuns.h"
+#include "vellora/Platform/Values/Date.h"
 #include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
@@ -66,6 +71,14 @@ class VELLORA_EXPORT CompactLayoutDataService
   /// fields only the one sent last is waited for. Have one lookup at a time if every one must be answered.
   void compactLayoutForApiName(const std::vector<std::string>& names, Completion completion);
 
+  /// A lookup of the second kind, as `LayoutDataService::eachLayout` says. It asks for name fields in
+  /// requests that no other lookup overtakes, and that are not longer than 8 kB.
+  [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectCompactLayoutInfo>>>> eachLayout(
+      std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt);
+
+  /// Removes the cached layouts of the object types `names`.
+  void forget(const std::vector<std::string>& names) const;
+
   /// A producer of the name fields of object types, from "/services/data/v53.0/query". `entities` lists the
   /// types as a query does, in single quotes with commas between, and is sent as it stands. Each subscription
   /// sends a request; a failed one ends with the network's error, with `CompactLayoutDataServiceError`
@@ -77,8 +90,17 @@ class VELLORA_EXPORT CompactLayoutDataService
  private:
   class Resolution;
 
-  void getCompactLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
-  void resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution);
+  using Downloaded = std::shared_ptr<const std::vector<ObjectCompactLayoutInfo>>;
+
+  /// Whether only the newest request for name fields is waited for, or each.
+  enum class Awaited { newest, each };
+
+  void getCompactLayoutFromNetwork(const std::vector<std::string>& names, Completion completion,
+                                   Awaited awaited = Awaited::newest);
+  void resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution, Awaited awaited);
+  [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> qualifiedApiNames(
+      const std::vector<std::string>& types);
+  [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names);
   void save(const std::vector<ObjectCompactLayoutInfo>& layouts);
 
   // Constant after construction.
@@ -87,8 +109,9 @@ class VELLORA_EXPORT CompactLayoutDataService
   const std::shared_ptr<CorvaneSDK::Logger> logger_;
   const double cacheTimeout_;
 
-  // Synchronises itself: downloads arrive on several threads at once.
+  // Synchronise themselves: downloads arrive on several threads at once.
   CancellableSlot qualifiedApiNamesCancellable_;
+  const SharedRuns<Downloaded> downloads_;
 };
 
 /// The object types that the reference fields of the layouts point to, as a query lists them:

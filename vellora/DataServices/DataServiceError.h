@@ -1,9 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include "vellora/DataServices/FailedRequest.h"
 #include "vellora/Host/Logger.h"
 #include "vellora/Platform/Values/EnumerationError.h"
 #include "vellora/Platform/Values/Error.h"
@@ -40,6 +43,14 @@ class VELLORA_EXPORT DataServiceError : public EnumerationError {
   /// file for the types that have the case `other`.
   [[nodiscard]] static E map(const Error& error, CorvaneSDK::Logger* logger);
 
+  /// The request that it came from; null when it came from none, or there was no memory to say. It says more
+  /// about the error, and makes no other of it: texts and equality don't look at it. Valid as long as the
+  /// error or a copy lives.
+  [[nodiscard]] const FailedRequest* request() const noexcept { return request_.get(); }
+
+  /// The same error as one of the request to `url`, which failed for `reason`.
+  [[nodiscard]] E ofRequest(const std::string& url, std::optional<Error> reason) const;
+
   /// Plain cases are equal when they are the same case; two `other` when the localized descriptions of what
   /// they carry are equal. A plain case never equals `other`.
   friend bool operator==(const E& left, const E& right) { return left.equals(right); }
@@ -48,6 +59,9 @@ class VELLORA_EXPORT DataServiceError : public EnumerationError {
   /// The names must live as long as the program: literals.
   DataServiceError(std::string_view typeName, std::string_view caseName, std::optional<Error> payload)
       : EnumerationError(typeName, caseName, std::move(payload)) {}
+
+ private:
+  std::shared_ptr<const FailedRequest> request_;
 };
 
 }  // namespace vellora

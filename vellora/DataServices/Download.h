@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "vellora/DataServices/FailureLog.h"
@@ -34,16 +35,21 @@ template <class T>
   }
 }
 
-/// Reads the network's answer. Notes in `log` what the network or the decoder said; of a missing body without
-/// an error nothing.
+/// Reads the network's answer to the request to `url`. Notes in `log` what the network or the decoder said;
+/// of a missing body without an error nothing.
 template <class Body>
-[[nodiscard]] Download<Body> downloadFrom(const NetworkAnswer& answer, const FailureLog& log) {
-  if (!answer) log.note(": Network request error:  ", answer.error());
-  if (!answer || !answer.value()) return {std::nullopt, SObjectsDataServiceError::network()};
+[[nodiscard]] Download<Body> downloadFrom(const NetworkAnswer& answer, const FailureLog& log,
+                                          const std::string& url) {
+  if (!answer) {
+    log.note(": Network request error:  ", answer.error());
+    return {std::nullopt, SObjectsDataServiceError::network().ofRequest(url, answer.error())};
+  }
+  if (!answer.value())
+    return {std::nullopt, SObjectsDataServiceError::network().ofRequest(url, std::nullopt)};
   auto body = decodedInMemory<Body>(*answer.value());
   if (body) return {std::move(body).value(), std::nullopt};
   log.note(": Failed to decode: ", body.error());
-  return {std::nullopt, SObjectsDataServiceError::decoding()};
+  return {std::nullopt, SObjectsDataServiceError::decoding().ofRequest(url, body.error())};
 }
 
 /// Sends `request` now and calls `then(Download<Body>)` once, on the thread on which the network calls back;
@@ -53,9 +59,9 @@ void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& reques
               Then then) {
   send(network, request, Preferred::body,
        [answered = std::make_shared<std::atomic_flag>(), log = std::move(log),
-        then = std::move(then)](const NetworkAnswer& answer) {
+        url = request.base().url.absoluteString(), then = std::move(then)](const NetworkAnswer& answer) {
          if (answered->test_and_set()) return;
-         then(downloadFrom<Body>(answer, log));
+         then(downloadFrom<Body>(answer, log, url));
        });
 }
 

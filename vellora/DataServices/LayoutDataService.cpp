@@ -5,12 +5,14 @@
 
 #include "vellora/DataServices/CachedLayouts.h"
 #include "vellora/DataServices/Download.h"
+#include "vellora/DataServices/EachLayout.h"
 #include "vellora/DataServices/Expiry.h"
 #include "vellora/DataServices/FailureLog.h"
 #include "vellora/DataServices/Joined.h"
 #include "vellora/DataServices/LayoutCache.h"
 #include "vellora/DataServices/LayoutCompletion.h"
 #include "vellora/DataServices/ServerRequest.h"
+#include "vellora/DataServices/Silence.h"
 #include "vellora/Models/ObjectLayoutInfoCacheEntry.h"
 
 namespace vellora {
@@ -23,12 +25,17 @@ std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
   return serverRequest("/services/data/" + version + "/search/layout", joined(objectTypeNames, ","));
 }
 
+/// What becomes of an expired layout that is served.
+enum class Expired { isRemoved, stays };
+
 /// The cached layout of that type. An expired one is removed, so that the next lookup fetches it.
-std::optional<ObjectLayoutInfo> load(LayoutCache& cache, const std::string& objectType, Expiry& expiry) {
+std::optional<DatedLayout<ObjectLayoutInfo>> load(LayoutCache& cache, const std::string& objectType,
+                                                  Expiry& expiry, Expired expired = Expired::isRemoved) {
   auto entry = cache.load<ObjectLayoutInfoCacheEntry>(objectType);
   if (!entry) return std::nullopt;
-  if (expiry.isPast(entry->downloadedTime)) cache.remove(objectType);
-  return std::move(entry->objectLayoutInfo);
+  const bool isPast = expiry.isPast(entry->downloadedTime);
+  if (isPast && expired == Expired::isRemoved) cache.remove(objectType);
+  return DatedLayout<ObjectLayoutInfo>{std::move(entry->objectLayoutInfo), entry->downloadedTime, isPast};
 }
 
 }  // namespace
@@ -46,7 +53,7 @@ void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, 
   LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
   Expiry expiry(cacheTimeout_);
   for (const auto& name : names) {
-    if (auto layout = load(cache, name, expiry)) cached.push_back(*std::move(layout));
+    if (auto found = load(cache, name, expiry)) cached.push_back(std::move(found->layout));
   }
   if (cached.size() == names.size()) {
     if (completion) completion(std::move(cached), std::nullopt);
@@ -56,6 +63,39 @@ void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, 
   const FailureLog log(weak_from_this(), *logger_, "layoutForApiName(_:completion:)");
   getLayoutFromNetwork(missing,
                        answerWithCached<ObjectLayoutInfo>({cached, cached}, log, std::move(completion)));
+}
+
+Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(std::vector<std::string> names,
+                                                                        Source source,
+                                                                        std::optional<Date> notBefore) {
+  using Known = LayoutResult<ObjectLayoutInfo>;
+  return Publisher<Known>::deferred([weak = weak_from_this(), names = std::move(names), source, notBefore] {
+    const auto self = weak.lock();
+    if (!self) return silence<Known>();
+    LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
+    Expiry expiry(self->cacheTimeout_);
+    const auto expired = source == Source::cacheFirst ? Expired::isRemoved : Expired::stays;
+    return EachLayout<ObjectLayoutInfo>(
+               {[&](const std::string& name) { return load(cache, name, expiry, expired); },
+                /*servesExpired=*/true, requestToGetSearchLayout,
+                [weak](const auto& some) {
+                  const auto service = weak.lock();
+                  return service ? service->downloadedLayouts(some) : silence<Downloaded>();
+                }},
+               source, notBefore)
+        .of(names, self->downloads_);
+  });
+}
+
+Publisher<LayoutDataService::Downloaded> LayoutDataService::downloadedLayouts(
+    const std::vector<std::string>& names) {
+  return downloadedBy<ObjectLayoutInfo>(
+      [&](Completion completion) { getLayoutFromNetwork(names, std::move(completion)); });
+}
+
+void LayoutDataService::forget(const std::vector<std::string>& names) const {
+  LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
+  for (const auto& name : names) cache.remove(name);
 }
 
 void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion) {

@@ -7,9 +7,15 @@
 #include <string_view>
 #include <vector>
 
+#include "vellora/DataServices/DatedLayout.h"
+#include "vellora/DataServices/KeyResult.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/DataServices/Source.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/ObjectLayoutInfo.h"
+#include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Publishers/SharedRuns.h"
+#include "vellora/Platform/Values/Date.h"
 #include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
@@ -57,7 +63,22 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   /// the list.
   void layoutForApiName(const std::vector<std::string>& names, Completion completion);
 
+  /// A lookup of the second kind, as in `SObjectsDataService`: it yields what is known of each of `names`, in
+  /// any order, and takes the same steps. The work is done where it is subscribed to, or where the network
+  /// calls back; equal requests under way are shared, and none is longer than 8 kB. A type that the server
+  /// does not know has an absent value; a name whose request failed has the cached layout and the reason, or
+  /// else the error. A layout that was fetched before `notBefore` is fetched again. With `cacheOnly` nothing
+  /// is dropped.
+  [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectLayoutInfo>>>> eachLayout(
+      std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt);
+
+  /// Removes the cached layouts of the object types `names`.
+  void forget(const std::vector<std::string>& names) const;
+
  private:
+  using Downloaded = std::shared_ptr<const std::vector<ObjectLayoutInfo>>;
+
+  [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names);
   void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
   void save(const std::vector<ObjectLayoutInfo>& layouts);
 
@@ -66,6 +87,9 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   const std::shared_ptr<CorvaneSDK::Cache> cache_;
   const std::shared_ptr<CorvaneSDK::Logger> logger_;
   const double cacheTimeout_;
+
+  // Synchronises itself.
+  const SharedRuns<Downloaded> downloads_;
 };
 
 }  // namespace vellora

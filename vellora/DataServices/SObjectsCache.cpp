@@ -96,4 +96,18 @@ void SObjectsCache::enforceCacheCount() const {
   }
 }
 
+void SObjectsCache::dropSingles() const {
+  for (const auto type : {CacheEntryType::keyPrefix, CacheEntryType::sObject}) table_.drop(rawValue(type));
+}
+
+void SObjectsCache::dropListViews() const {
+  table_.drop(rawValue(CacheEntryType::listView));
+}
+
+void SObjectsCache::forget() const {
+  table_.forget();
+  list_.forget();
+  keyPrefixes_.forget();
+}
+
 }  // namespace vellora

@@ -37,6 +37,7 @@ class SObjectsCache {
                 double cacheTimeout);
 
   [[nodiscard]] CacheState cacheState() const { return table_.cacheState(); }
+  [[nodiscard]] ListState listState() const { return table_.listState(); }
 
   /// The row "sObjects"; null when absent.
   [[nodiscard]] std::shared_ptr<const NamedList<SObject>> cachedSObjects() const;
@@ -59,6 +60,14 @@ class SObjectsCache {
 
   /// Leaves the 100 newest rows of each kind that single lookups write.
   void enforceCacheCount() const;
+
+  /// Purges the rows that single lookups took from the list.
+  void dropSingles() const;
+  /// Purges the rows of list views.
+  void dropListViews() const;
+
+  /// Purges and removes everything, and what is kept of it in decoded form.
+  void forget() const;
 
  private:
   void saveKeyPrefixes(const std::vector<SObject>& sObjects) const;

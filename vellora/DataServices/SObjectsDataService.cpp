@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/PartOf.h"
 #include "vellora/DataServices/SObjectsCache.h"
 #include "vellora/DataServices/Sending.h"
@@ -58,6 +59,10 @@ std::optional<SObject> firstNamed(const std::vector<SObject>& sObjects,
 
 std::string nameOrNil(const std::optional<SObject>& sObject) {
   return sObject ? sObject->name : "nil";
+}
+
+SObjectsDataServiceError ofRequest(const SObjectsDataServiceError& error, const std::string& url) {
+  return error.ofRequest(url, error.payload() ? std::optional(*error.payload()) : std::nullopt);
 }
 
 std::optional<std::string> optionalName(const std::optional<SObject>& sObject) {
@@ -144,37 +149,39 @@ Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::st
       .receive(queue_)
       .flatMap([weak = weak_from_this(), lookUp](std::string key) {
         const auto self = weak.lock();
-        return self ? (*self.*lookUp)(std::move(key)) : silence<Tuple>();
+        return self ? (*self.*lookUp)(std::move(key), {}) : silence<Tuple>();
       })
       .collect();
 }
 
-Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id) {
-  const auto type = sObjectForId(id);
+Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id, Asking asking) {
+  const auto type = sObjectForId(id, asking);
   if (name(id) != listViewName) {
     return type.map([id = std::move(id)](OptionalSObject found) mutable {  // called once
       return IdTuple{std::move(id), std::move(found), std::nullopt};
     });
   }
-  return type.combineLatest(listViewSObject(id)).map([id](std::pair<OptionalSObject, OptionalSObject> both) {
-    return IdTuple{id, std::move(both.first), std::move(both.second)};
-  });
+  return type.combineLatest(listViewSObject(id, asking))
+      .map([id](std::pair<OptionalSObject, OptionalSObject> both) {
+        return IdTuple{id, std::move(both.first), std::move(both.second)};
+      });
 }
 
-Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(std::string name) {
-  const auto type = sObjectForName(name);
+Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(std::string name,
+                                                                                  Asking asking) {
+  const auto type = sObjectForName(name, asking);
   return type.map([name = std::move(name)](OptionalSObject sObject) mutable {  // called once
     return NameTuple{std::move(name), std::move(sObject)};
   });
 }
 
-Publisher<std::optional<SObject>> SObjectsDataService::sObjectForId(const std::string& id) {
+Publisher<std::optional<SObject>> SObjectsDataService::sObjectForId(const std::string& id, Asking asking) {
   const auto typeName = name(id);
-  return typeName ? sObjectForName(typeName) : Publisher<OptionalSObject>::just(std::nullopt);
+  return typeName ? sObjectForName(typeName, asking) : Publisher<OptionalSObject>::just(std::nullopt);
 }
 
-Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(
-    const std::optional<std::string>& name) {
+Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(const std::optional<std::string>& name,
+                                                                      Asking asking) {
   log("sObjectForName(_:), name: " + name.value_or("null type"));
   if (auto sObject = cache_->cachedSObject(name)) return Publisher<OptionalSObject>::just(std::move(sObject));
   if (const auto sObjects = cache_->cachedSObjects()) {
@@ -182,6 +189,13 @@ Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(
     if (!sObject) return Publisher<OptionalSObject>::just(std::nullopt);
     cache_->save(*sObject);
     return Publisher<OptionalSObject>::just(*sObject);
+  }
+  if (asking.source == Source::cacheOnly) return Publisher<OptionalSObject>::fail(NotCached());
+  if (asking.isShared) {
+    return sharedSObjects().map([name](const SObjects& sObjects) {
+      const SObject* sObject = name ? sObjects->firstNamed(*name) : nullptr;
+      return sObject ? OptionalSObject(*sObject) : std::nullopt;
+    });
   }
   return fetchedSObjects().map([weak = weak_from_this(), name](const std::vector<SObject>& sObjects) {
     auto sObject = firstNamed(sObjects, name);
@@ -191,14 +205,27 @@ Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(
   });
 }
 
-Publisher<std::optional<SObject>> SObjectsDataService::listViewSObject(const std::string& id) {
-  if (const auto type = cache_->cachedListViewType(id)) {
-    log("listViewSObject(for:), id: " + id + ", was retrieved from cache");
-    return sObjectForName(type);
+Publisher<std::optional<SObject>> SObjectsDataService::listViewSObject(const std::string& id, Asking asking) {
+  if (asking.source != Source::serverFirst) {
+    if (const auto type = cache_->cachedListViewType(id)) {
+      log("listViewSObject(for:), id: " + id + ", was retrieved from cache");
+      return sObjectForName(type, asking);
+    }
   }
-  return fetchedListViewType(id).flatMap([weak = weak_from_this()](const std::optional<std::string>& type) {
+  return listViewType(id, asking)
+      .flatMap([weak = weak_from_this(), asking](const std::optional<std::string>& type) {
+        const auto self = weak.lock();
+        return self ? self->sObjectForName(type, asking) : silence<OptionalSObject>();
+      });
+}
+
+Publisher<std::optional<std::string>> SObjectsDataService::listViewType(const std::string& id,
+                                                                        Asking asking) {
+  if (asking.source == Source::cacheOnly) return Publisher<std::optional<std::string>>::fail(NotCached());
+  if (!asking.isShared) return fetchedListViewType(id);
+  return listViewTypes_.joined(id, [weak = weak_from_this(), id] {
     const auto self = weak.lock();
-    return self ? self->sObjectForName(type) : silence<OptionalSObject>();
+    return self ? self->fetchedListViewType(id) : silence<std::optional<std::string>>();
   });
 }
 
@@ -234,7 +261,77 @@ template <class Response>
 Publisher<Response> SObjectsDataService::fetched(const NetRequest& request) {
   return sentAtEachSubscription(partOf(weak_from_this(), *network_), request, Preferred::error)
       .tryMap(decodedBody<Response, SObjectsDataServiceError::noData>)
-      .mapError([weak = weak_from_this()](const Error& error) { return mapped(error, weak); });
+      .mapError([weak = weak_from_this(), url = request.base().url.absoluteString()](const Error& error) {
+        return ofRequest(mapped(error, weak), url);
+      });
+}
+
+ListState SObjectsDataService::listState() const {
+  return cache_->listState();
+}
+
+/// Takes `lookUp` for each of `keys`, now; `valueOf` makes a `Result<T>` of what that gives.
+template <class T, class Tuple, class ValueOf>
+Publisher<KeyResult<T>> SObjectsDataService::each(std::vector<std::string> keys, LookUp<Tuple> lookUp,
+                                                  Source source, ValueOf valueOf) {
+  return Publisher<std::string>::sequence(std::move(keys))
+      .flatMap([weak = weak_from_this(), lookUp, source, valueOf](const std::string& key) {
+        const auto self = weak.lock();
+        if (!self) return silence<KeyResult<T>>();
+        return (*self.*lookUp)(key, {source, true}).tryMap(valueOf).results().map([key](Result<T>&& value) {
+          return KeyResult<T>{key, std::move(value)};
+        });
+      });
+}
+
+Publisher<KeyResult<SObjectsDataService::TypeAndInstance>> SObjectsDataService::eachOfIds(
+    std::vector<std::string> ids, Source source) {
+  return each<TypeAndInstance>(std::move(ids), &SObjectsDataService::sObjectAsIdTuple, source,
+                               [weak = weak_from_this()](IdTuple&& found) -> Result<TypeAndInstance> {
+                                 const auto self = found.type ? nullptr : weak.lock();
+                                 if (self && !self->cache_->cachedKeyPrefixes()) return Error(NotCached());
+                                 return TypeAndInstance{std::move(found.type), std::move(found.instance)};
+                               });
+}
+
+Publisher<KeyResult<std::optional<SObject>>> SObjectsDataService::eachOfNames(std::vector<std::string> names,
+                                                                              Source source) {
+  return each<OptionalSObject>(
+      std::move(names), &SObjectsDataService::sObjectAsNameTuple, source,
+      [](NameTuple&& found) { return Result<OptionalSObject>(std::move(found.sObject)); });
+}
+
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::allSObjects(Source source) {
+  return Publisher<SObjects>::deferred([weak = weak_from_this(), source] {
+    const auto self = weak.lock();
+    if (!self) return silence<SObjects>();
+    if (auto cached = self->cache_->cachedSObjects()) return Publisher<SObjects>::just(std::move(cached));
+    if (source == Source::cacheOnly) return Publisher<SObjects>::fail(NotCached());
+    return self->sharedSObjects();
+  });
+}
+
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::renewedSObjects() {
+  return sharedSObjects();
+}
+
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::sharedSObjects() {
+  return lists_.joined("sobjects", [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return silence<SObjects>();
+    return self->fetchedSObjects().map([weak](std::vector<SObject>&& sObjects) -> SObjects {
+      if (const auto service = weak.lock()) service->cache_->dropSingles();
+      return std::make_shared<const NamedList<SObject>>(std::move(sObjects));
+    });
+  });
+}
+
+void SObjectsDataService::forgetListViews() const {
+  cache_->dropListViews();
+}
+
+void SObjectsDataService::forget() const {
+  cache_->forget();
 }
 
 std::optional<std::string> SObjectsDataService::name(const std::string& id) {

@@ -9,17 +9,23 @@
 #include <vector>
 
 #include "vellora/DataServices/CacheState.h"
+#include "vellora/DataServices/KeyResult.h"
+#include "vellora/DataServices/ListState.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/DataServices/Source.h"
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/SObject.h"
 #include "vellora/Platform/Publishers/Cancellables.h"
 #include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Publishers/SharedRuns.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 
+template <class Record>
+class NamedList;
 class SObjectsCache;
 
 /// Tells which object type a record id or a name belongs to. Fetches the object list from
@@ -116,23 +122,68 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<std::map<std::string, std::optional<SObject>>> sObjectsForNames(
       std::vector<std::string> names);
 
+  // A second kind of operations, for who must tell of each key what became of it. They take the same steps,
+  // and differ in four things. Their work is done where they are subscribed to, or where the network calls
+  // back. What equal requests bring is shared by all who wait for it at the same time; when nobody does any
+  // more, it is let go of. A failure is that of its key. And a list that is fetched has the rows purged that
+  // single lookups took from an older one.
+
+  using SObjects = std::shared_ptr<const NamedList<SObject>>;
+
+  /// Whether the object list is cached and fresh, and since when. The same reads as `cacheState`.
+  [[nodiscard]] ListState listState() const;
+
+  /// Yields, in any order, what each of `ids` stands for. An id of an unknown type has a value without a
+  /// type; where the cache does not know any key prefixes it fails with `NotCached`.
+  [[nodiscard]] Publisher<KeyResult<TypeAndInstance>> eachOfIds(std::vector<std::string> ids, Source source);
+
+  /// The same for the object types of `names`; one that the list lacks has an absent value.
+  [[nodiscard]] Publisher<KeyResult<std::optional<SObject>>> eachOfNames(std::vector<std::string> names,
+                                                                         Source source);
+
+  /// Yields the cached list, however old, or else a fetched one; with `cacheOnly` it fails with `NotCached`
+  /// then.
+  [[nodiscard]] Publisher<SObjects> allSObjects(Source source);
+
+  /// Fetches the list, however young the cached one is.
+  [[nodiscard]] Publisher<SObjects> renewedSObjects();
+
+  /// Purges what list views list, so that it is asked anew.
+  void forgetListViews() const;
+
+  /// Purges and removes all that the service wrote.
+  void forget() const;
+
  private:
   struct IdTuple;
   struct NameTuple;
   using OptionalSObject = std::optional<SObject>;
+
+  /// How a step goes about what the cache lacks.
+  struct Asking {
+    Source source = Source::cacheFirst;
+    bool isShared = false;  ///< whether equal requests share one
+  };
+
   template <class Tuple>
-  using LookUp = Publisher<Tuple> (SObjectsDataService::*)(std::string key);
+  using LookUp = Publisher<Tuple> (SObjectsDataService::*)(std::string key, Asking asking);
 
   template <class Tuple>
   [[nodiscard]] Publisher<std::vector<Tuple>> collected(std::vector<std::string> keys, LookUp<Tuple> lookUp);
+  template <class T, class Tuple, class ValueOf>
+  [[nodiscard]] Publisher<KeyResult<T>> each(std::vector<std::string> keys, LookUp<Tuple> lookUp,
+                                             Source source, ValueOf valueOf);
 
   // These read the cache when they are called; requests are sent when what they return is subscribed to.
-  [[nodiscard]] Publisher<IdTuple> sObjectAsIdTuple(std::string id);
-  [[nodiscard]] Publisher<NameTuple> sObjectAsNameTuple(std::string name);
-  [[nodiscard]] Publisher<OptionalSObject> sObjectForId(const std::string& id);
-  [[nodiscard]] Publisher<OptionalSObject> sObjectForName(const std::optional<std::string>& name);
-  [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id);
+  [[nodiscard]] Publisher<IdTuple> sObjectAsIdTuple(std::string id, Asking asking);
+  [[nodiscard]] Publisher<NameTuple> sObjectAsNameTuple(std::string name, Asking asking);
+  [[nodiscard]] Publisher<OptionalSObject> sObjectForId(const std::string& id, Asking asking);
+  [[nodiscard]] Publisher<OptionalSObject> sObjectForName(const std::optional<std::string>& name,
+                                                          Asking asking);
+  [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id, Asking asking);
+  [[nodiscard]] Publisher<std::optional<std::string>> listViewType(const std::string& id, Asking asking);
   [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects();
+  [[nodiscard]] Publisher<SObjects> sharedSObjects();
   [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(const std::string& id);
   /// The decoded body. What goes wrong is logged as the service's error.
   template <class Response>
@@ -152,6 +203,8 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
 
   // Synchronises itself.
   Cancellables subscriptions_;  // of the loads
+  const SharedRuns<SObjects> lists_;
+  const SharedRuns<std::optional<std::string>> listViewTypes_;
 };
 
 /// The name that a row of that kind bears in its meta: "sObjects", "listView", ….

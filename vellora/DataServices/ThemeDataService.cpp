@@ -5,8 +5,10 @@
 
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/NamedList.h"
+#include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
+#include "vellora/DataServices/Silence.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Models/ThemeResponse.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
@@ -31,6 +33,10 @@ std::optional<ThemeItem> firstNamed(const std::string& name, const std::vector<T
   const auto found =
       std::find_if(themes.begin(), themes.end(), [&](const ThemeItem& theme) { return theme.name == name; });
   return found == themes.end() ? std::nullopt : std::optional(*found);
+}
+
+ThemeDataServiceError ofRequest(const ThemeDataServiceError& error, const std::string& url) {
+  return error.ofRequest(url, error.payload() ? std::optional(*error.payload()) : std::nullopt);
 }
 
 }  // namespace
@@ -96,13 +102,13 @@ Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector
 }
 
 Publisher<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(std::string name) {
-  const auto entry = theme(name);
+  const auto entry = theme(name, {});
   return entry.map([name = std::move(name)](std::optional<ThemeItem> theme) mutable {  // called once
     return ThemeTuple(std::move(name), std::move(theme));
   });
 }
 
-Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& name) {
+Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& name, Asking asking) {
   using Answer = Publisher<std::optional<ThemeItem>>;
   if (auto entry = cachedTheme(name)) return Answer::just(std::move(entry));
   if (const auto list = cachedThemes()) {
@@ -113,6 +119,13 @@ Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& n
     }
     save(*entry);
     return Answer::just(*entry);
+  }
+  if (asking.source == Source::cacheOnly) return Answer::fail(NotCached());
+  if (asking.isShared) {
+    return sharedThemes().map([name](const Themes& list) {
+      const ThemeItem* entry = list->firstNamed(name);
+      return entry ? std::optional(*entry) : std::nullopt;
+    });
   }
   return fetchedThemes().map([name, weak = weak_from_this()](const std::vector<ThemeItem>& list) {
     auto entry = firstNamed(name, list);
@@ -130,12 +143,61 @@ Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes() {
   // Sent now, not at the subscription, so that a load's request goes out on the caller's thread.
   return sentNow(*network_, *request, Preferred::error)
       .tryMap(decodedBody<ThemeResponse, ThemeDataServiceError::noData>)
-      .mapError([weak](const Error& error) { return mapped(error, weak); })
+      .mapError([weak, url = request->base().url.absoluteString()](const Error& error) {
+        return ofRequest(mapped(error, weak), url);
+      })
       .map([weak](ThemeResponse response) {
         if (const auto service = weak.lock()) service->save(response.themeItems);
         if (const auto service = weak.lock()) service->log("fetchedThemes(), themes was fetched then cached");
         return std::move(response.themeItems);
       });
+}
+
+ListState ThemeDataService::listState() const {
+  return table_->listState();
+}
+
+Publisher<KeyResult<std::optional<ThemeItem>>> ThemeDataService::eachTheme(std::vector<std::string> names,
+                                                                           Source source) {
+  using Entry = std::optional<ThemeItem>;
+  return Publisher<std::string>::sequence(std::move(names))
+      .flatMap([weak = weak_from_this(), source](const std::string& name) {
+        const auto self = weak.lock();
+        if (!self) return silence<KeyResult<Entry>>();
+        return self->theme(name, {source, true}).results().map([name](Result<Entry>&& entry) {
+          return KeyResult<Entry>{name, std::move(entry)};
+        });
+      });
+}
+
+Publisher<ThemeDataService::Themes> ThemeDataService::allThemes(Source source) {
+  return Publisher<Themes>::deferred([weak = weak_from_this(), source] {
+    const auto self = weak.lock();
+    if (!self) return silence<Themes>();
+    if (auto cached = self->cachedThemes()) return Publisher<Themes>::just(std::move(cached));
+    if (source == Source::cacheOnly) return Publisher<Themes>::fail(NotCached());
+    return self->sharedThemes();
+  });
+}
+
+Publisher<ThemeDataService::Themes> ThemeDataService::renewedThemes() {
+  return sharedThemes();
+}
+
+Publisher<ThemeDataService::Themes> ThemeDataService::sharedThemes() {
+  return lists_.joined("theme", [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return silence<Themes>();
+    return self->fetchedThemes().map([weak](std::vector<ThemeItem>&& themes) -> Themes {
+      if (const auto service = weak.lock()) service->table_->drop(entryKind);
+      return std::make_shared<const NamedList<ThemeItem>>(std::move(themes));
+    });
+  });
+}
+
+void ThemeDataService::forget() const {
+  table_->forget();
+  list_->forget();
 }
 
 std::shared_ptr<const NamedList<ThemeItem>> ThemeDataService::cachedThemes() const {

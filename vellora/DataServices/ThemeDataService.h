@@ -10,11 +10,15 @@
 #include <vector>
 
 #include "vellora/DataServices/CacheState.h"
+#include "vellora/DataServices/KeyResult.h"
+#include "vellora/DataServices/ListState.h"
+#include "vellora/DataServices/Source.h"
 #include "vellora/DataServices/ThemeDataServiceError.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/ThemeItem.h"
 #include "vellora/Platform/Publishers/Cancellables.h"
 #include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Publishers/SharedRuns.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Values/Export.h"
 
@@ -89,12 +93,41 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   /// itself.
   [[nodiscard]] Publisher<std::map<std::string, ThemeItem>> themes(std::vector<std::string> names);
 
+  // Operations of the second kind, as in `SObjectsDataService`: they tell of each key what became of it, work
+  // where they are subscribed to, and share what equal requests bring.
+
+  using Themes = std::shared_ptr<const NamedList<ThemeItem>>;
+
+  /// Whether the list is cached and fresh, and since when. The same reads as `cacheState`.
+  [[nodiscard]] ListState listState() const;
+
+  /// Yields, in any order, the theme entry of each of `names`; an absent value where the list has none.
+  [[nodiscard]] Publisher<KeyResult<std::optional<ThemeItem>>> eachTheme(std::vector<std::string> names,
+                                                                         Source source);
+
+  /// Yields the cached list, however old, or else a fetched one; with `cacheOnly` it fails with `NotCached`
+  /// then.
+  [[nodiscard]] Publisher<Themes> allThemes(Source source);
+
+  /// Fetches the list, however young the cached one is.
+  [[nodiscard]] Publisher<Themes> renewedThemes();
+
+  /// Purges and removes all that the service wrote.
+  void forget() const;
+
  private:
   using ThemeTuple = std::pair<std::string, std::optional<ThemeItem>>;
 
+  /// How a step goes about what the cache lacks.
+  struct Asking {
+    Source source = Source::cacheFirst;
+    bool isShared = false;  ///< whether equal requests share one
+  };
+
   [[nodiscard]] Publisher<ThemeTuple> themeTuple(std::string name);
-  [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name);
+  [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name, Asking asking);
   [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
+  [[nodiscard]] Publisher<Themes> sharedThemes();
 
   [[nodiscard]] std::shared_ptr<const NamedList<ThemeItem>> cachedThemes() const;  // null when absent
   [[nodiscard]] std::optional<ThemeItem> cachedTheme(const std::string& name) const;
@@ -113,6 +146,7 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   // Synchronise themselves.
   Cancellables subscriptions_;
   const std::unique_ptr<const Remembered<NamedList<ThemeItem>>> list_;  // decoded, while its bytes stay
+  const SharedRuns<Themes> lists_;
 };
 
 }  // namespace vellora

@@ -45,20 +45,17 @@ TimestampedTable::TimestampedTable(std::shared_ptr<CorvaneSDK::Cache> cache,
       names_(std::move(names)),
       cacheTable_(openOrCreate(*cache_, names_.tableKey)) {}
 
-CacheState TimestampedTable::cacheState() const {
-  if (isCacheEmpty()) return CacheState::empty;
-  return cacheNeedsToBeRefreshed() ? CacheState::expired : CacheState::valid;
+ListState TimestampedTable::listState() const {
+  if (isCacheEmpty()) return {CacheState::empty, std::nullopt};
+  const auto blob = cache_->load(names_.timeStampKey);
+  const auto stored = blob ? secondsInFetchTimeStamp(*blob) : std::nullopt;
+  if (!stored) return {CacheState::expired, std::nullopt};
+  return {isListExpired(*stored, cacheTimeout_) ? CacheState::expired : CacheState::valid,
+          Date::since1970(*stored)};
 }
 
 bool TimestampedTable::isCacheEmpty() const {
   return cacheTable_->fetch(Query::exact(metaEquals(kindMeta(names_.listKind)))).empty();
-}
-
-bool TimestampedTable::cacheNeedsToBeRefreshed() const {
-  const auto blob = cache_->load(names_.timeStampKey);
-  const auto stored = blob ? secondsInFetchTimeStamp(*blob) : std::nullopt;
-  if (!stored) return true;
-  return isListExpired(*stored, cacheTimeout_);
 }
 
 void TimestampedTable::saveFetchTimeStamp() const {
@@ -74,6 +71,15 @@ void TimestampedTable::enforceCacheCount(std::string_view kind) const {
     log("enforceCacheCount(), purging row: ", describe(surplus.meta));
     cacheTable_->purge(CorvaneSDK::dataKeyEquals(surplus.dataKey));
   }
+}
+
+void TimestampedTable::drop(std::string_view kind) const {
+  cacheTable_->purge(metaEquals(kindMeta(kind)));
+}
+
+void TimestampedTable::forget() const {
+  cacheTable_->purge(metaEquals({}));
+  cache_->remove(names_.timeStampKey);
 }
 
 Meta TimestampedTable::kindMeta(std::string_view kind) {

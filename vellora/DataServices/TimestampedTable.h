@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "vellora/DataServices/CacheState.h"
+#include "vellora/DataServices/ListState.h"
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Host/Logger.h"
@@ -57,7 +58,10 @@ class TimestampedTable {
                    double cacheTimeout, Names names);
 
   /// Reads the cache afresh each time.
-  [[nodiscard]] CacheState cacheState() const;
+  [[nodiscard]] CacheState cacheState() const { return listState().state; }
+
+  /// The same, with the moment of the fetch. The same reads.
+  [[nodiscard]] ListState listState() const;
 
   /// Says that the list was fetched now.
   void saveFetchTimeStamp() const;
@@ -98,6 +102,12 @@ class TimestampedTable {
   /// side by side, and lookups add rows without end: this is what bounds them.
   void enforceCacheCount(std::string_view kind) const;
 
+  /// Purges the rows of `kind`.
+  void drop(std::string_view kind) const;
+
+  /// Purges every row, whatever its kind, and removes the moment of the fetch.
+  void forget() const;
+
   /// The meta that all rows of `kind` have; single items add their identifying pair.
   [[nodiscard]] static CorvaneSDK::Meta kindMeta(std::string_view kind);
 
@@ -116,7 +126,6 @@ class TimestampedTable {
   }
 
   [[nodiscard]] bool isCacheEmpty() const;
-  [[nodiscard]] bool cacheNeedsToBeRefreshed() const;
   void log(std::string_view operation, std::string_view detail) const;
   void logError(std::string_view operation, std::string_view failure, const Error& error) const;
 

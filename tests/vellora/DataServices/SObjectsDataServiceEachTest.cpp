@@ -1,0 +1,152 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/vellora/DataServices/SObjectsDataServiceFixture.h"
+#include "vellora/DataServices/NamedList.h"
+#include "vellora/DataServices/NotCached.h"
+
+// The operations that tell of each key what became of it.
+
+namespace vellora {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testkit::StubNetwork;
+using tests::TestError;
+using TypeAndInstance = SObjectsDataService::TypeAndInstance;
+
+class SObjectsDataServiceEachTest : public SObjectsDataServiceTest {
+ protected:
+  /// What each id stands for: "Account", "ListView of Contact", "nobody's", or the error.
+  std::map<std::string, std::string> eachId(const std::vector<std::string>& ids, Source source) {
+    std::map<std::string, std::string> found;
+    token = service->eachOfIds(ids, source).sink([&](const KeyResult<TypeAndInstance>& each) {
+      found.emplace(each.key,
+                    each.value ? text(each.value.value()) : each.value.error().localizedDescription());
+    });
+    return found;
+  }
+
+  static std::string text(const TypeAndInstance& found) {
+    if (!found.type) return "nobody's";
+    return found.instance ? found.type->name + " of " + found.instance->name : found.type->name;
+  }
+};
+
+using Found = std::map<std::string, std::string>;
+
+TEST_F(SObjectsDataServiceEachTest, AListViewThatFailsTakesNoOtherIdWithIt) {
+  cacheList();
+  host.network->answer(queryUrl("00B1"), StubNetwork::failure(TestError{"down"}));
+  host.network->answer(queryUrl("00B2"), StubNetwork::body(listViewBody("00B2", "Contact")));
+  EXPECT_EQ(eachId({"0011", "00B1", "00B2", "9991"}, Source::cacheFirst),
+            (Found{{"0011", "Account"},
+                   {"00B1", "The operation could not be completed. (SObjectsDataServiceError.other: down)"},
+                   {"00B2", "ListView of Contact"},
+                   {"9991", "nobody's"}}));
+}
+
+TEST_F(SObjectsDataServiceEachTest, TheErrorNamesItsRequestAndItsReason) {
+  cacheList();
+  host.network->answer(queryUrl("00B1"), StubNetwork::failure(TestError{"down"}));
+  std::optional<Error> error;
+  token = service->eachOfIds({"00B1"}, Source::cacheFirst).sink([&](const auto& each) {
+    error = each.value.error();
+  });
+  const auto* own = error->as<SObjectsDataServiceError>();
+  ASSERT_TRUE(own && own->request());
+  EXPECT_EQ(own->request()->url, queryUrl("00B1"));
+  EXPECT_EQ(own->request()->reason->localizedDescription(), "down");
+}
+
+TEST_F(SObjectsDataServiceEachTest, WorksWhereItIsSubscribedTo) {
+  cacheList();
+  EXPECT_EQ(eachId({"0011"}, Source::cacheFirst), (Found{{"0011", "Account"}}));
+  EXPECT_EQ(queues.pending(), 0U);
+}
+
+TEST_F(SObjectsDataServiceEachTest, CacheOnlySendsNothing) {
+  cacheList();
+  EXPECT_EQ(eachId({"0011", "00B1"}, Source::cacheOnly),
+            (Found{{"0011", "Account"}, {"00B1", NotCached().localizedDescription()}}));
+  EXPECT_EQ(host.network->count(), 1U) << "the list";
+}
+
+TEST_F(SObjectsDataServiceEachTest, WithoutKeyPrefixesNobodyKnowsWhoseAnIdIs) {
+  EXPECT_EQ(eachId({"0011"}, Source::cacheFirst), (Found{{"0011", NotCached().localizedDescription()}}));
+}
+
+TEST_F(SObjectsDataServiceEachTest, ServerFirstAsksAnewWhatAListViewLists) {
+  cacheList();
+  host.network->answer(queryUrl("00B1"), StubNetwork::body(listViewBody("00B1", "Contact")));
+  static_cast<void>(eachId({"00B1"}, Source::cacheFirst));
+  host.network->answer(queryUrl("00B1"), StubNetwork::body(listViewBody("00B1", "Account")));
+  EXPECT_EQ(eachId({"00B1"}, Source::cacheFirst), (Found{{"00B1", "ListView of Contact"}}));
+  EXPECT_EQ(eachId({"00B1"}, Source::serverFirst), (Found{{"00B1", "ListView of Account"}}));
+}
+
+TEST_F(SObjectsDataServiceEachTest, NamesWithoutAListShareOneFetchOfIt) {
+  host.network->answer(listUrl, StubNetwork::body(listBody).held());
+  std::vector<std::string> found;
+  token = service->eachOfNames({"Account", "Contact", "Nonesuch"}, Source::cacheFirst)
+              .sink([&](const KeyResult<std::optional<SObject>>& each) {
+                found.push_back(each.key + (each.value.value() ? " is known" : " is not"));
+              });
+  EXPECT_EQ(host.network->count(listUrl), 1U);
+  host.network->releaseAll();
+  EXPECT_THAT(found,
+              testing::UnorderedElementsAre("Account is known", "Contact is known", "Nonesuch is not"));
+}
+
+TEST_F(SObjectsDataServiceEachTest, ARenewedListCountsForTypesThatHaveRows) {
+  cacheList();
+  static_cast<void>(names({"Account"}));
+  host.network->answer(
+      listUrl,
+      StubNetwork::body(
+          R"({"sobjects":[{"name":"Account","label":"Client","labelPlural":"Clients","createable":true}]})"));
+  token = service->renewedSObjects().sink([](const auto&) {});
+  EXPECT_EQ(names({"Account"}).values.at(0).at("Account")->label, "Client");
+}
+
+TEST_F(SObjectsDataServiceEachTest, ListsAllTypesFromTheCacheElseFromTheServer) {
+  std::vector<std::string> labels;
+  const auto note = [&](const SObjectsDataService::SObjects& list) {
+    for (const auto& type : list->records()) labels.push_back(type.label);
+  };
+  std::optional<Error> error;
+  token = service->allSObjects(Source::cacheOnly).sink(note, [&](const Completion& end) { error = end; });
+  EXPECT_TRUE(error && error->as<NotCached>());
+  host.network->answer(listUrl, StubNetwork::body(listBody));
+  token = service->allSObjects(Source::cacheFirst).sink(note);
+  EXPECT_EQ(labels.size(), 4U);
+  token = service->allSObjects(Source::cacheFirst).sink(note);
+  EXPECT_EQ(host.network->count(listUrl), 1U);
+}
+
+TEST_F(SObjectsDataServiceEachTest, KnowsSinceWhenTheListIsThere) {
+  EXPECT_EQ(service->listState(), ListState());
+  cacheList();
+  EXPECT_EQ(service->listState(), (ListState{CacheState::valid, clock.date()}));
+  const auto fetched = clock.date();
+  clock.advance(301);
+  EXPECT_EQ(service->listState(), (ListState{CacheState::expired, fetched}));
+}
+
+TEST_F(SObjectsDataServiceEachTest, ForgettingLeavesNoRowAndNoMoment) {
+  cacheList();
+  static_cast<void>(ids({"0011"}));
+  service->forget();
+  EXPECT_THAT(host.cache->openTable(tableKey)->fetch(CorvaneSDK::Query::oldest({})), IsEmpty());
+  EXPECT_FALSE(host.cache->load("ops.sobject.fetch.timestamp"));
+}
+
+}  // namespace
+}  // namespace vellora

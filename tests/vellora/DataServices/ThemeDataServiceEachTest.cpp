@@ -1,0 +1,93 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/support/TestError.h"
+#include "tests/vellora/DataServices/ThemeServiceTest.h"
+#include "vellora/DataServices/NamedList.h"
+#include "vellora/DataServices/NotCached.h"
+#include "vellora/Host/Query.h"
+
+// The operations that tell of each key what became of it.
+
+namespace vellora {
+namespace {
+
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+using testkit::StubNetwork;
+
+class ThemeDataServiceEachTest : public tests::ThemeServiceTest {
+ protected:
+  /// "Account", "no Contact", or "Account: " and the error, for each name.
+  std::vector<std::string> each(const std::vector<std::string>& names, Source source) {
+    std::vector<std::string> found;
+    token = service->eachTheme(names, source).sink([&](const KeyResult<std::optional<ThemeItem>>& theme) {
+      if (!theme.value) return found.push_back(theme.key + ": " + theme.value.error().localizedDescription());
+      found.push_back((theme.value.value() ? "" : "no ") + theme.key);
+    });
+    return found;
+  }
+
+  const std::shared_ptr<ThemeDataService> service = makeService();
+  AnyCancellable token;
+};
+
+TEST_F(ThemeDataServiceEachTest, NamesWithoutAListShareOneFetchOfIt) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account")})).held());
+  std::vector<std::string> found;
+  token = service->eachTheme({"Account", "Contact"}, Source::cacheFirst).sink([&](const auto& theme) {
+    found.push_back((theme.value.value() ? "" : "no ") + theme.key);
+  });
+  EXPECT_EQ(network->count(), 1U);
+  network->releaseAll();
+  EXPECT_THAT(found, UnorderedElementsAre("Account", "no Contact"));
+  EXPECT_THAT(each({"Contact", "Account"}, Source::cacheFirst),
+              UnorderedElementsAre("Account", "no Contact"));
+  EXPECT_EQ(network->count(), 1U);
+}
+
+TEST_F(ThemeDataServiceEachTest, CacheOnlySendsNothing) {
+  EXPECT_THAT(each({"Account"}, Source::cacheOnly),
+              UnorderedElementsAre("Account: " + NotCached().localizedDescription()));
+  EXPECT_EQ(network->count(), 0U);
+}
+
+TEST_F(ThemeDataServiceEachTest, TheErrorNamesItsRequest) {
+  network->answer(url, StubNetwork::failure(tests::TestError{"down"}));
+  std::optional<Error> error;
+  token = service->allThemes(Source::cacheFirst)
+              .sink([](const auto&) {}, [&](const Completion& end) { error = end; });
+  const auto* own = error ? error->as<ThemeDataServiceError>() : nullptr;
+  ASSERT_TRUE(own && own->request());
+  EXPECT_EQ(own->request()->url, url);
+  EXPECT_EQ(own->request()->reason->localizedDescription(), "down");
+}
+
+TEST_F(ThemeDataServiceEachTest, ARenewedListCountsForEntriesThatHaveRows) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account", "old")})));
+  EXPECT_THAT(each({"Account"}, Source::cacheFirst), UnorderedElementsAre("Account"));
+  network->answer(url, StubNetwork::body(response({entryJson("Account", "new")})));
+  token = service->renewedThemes().sink([](const auto&) {});
+  std::optional<ThemeItem> found;
+  token = service->eachTheme({"Account"}, Source::cacheFirst).sink([&](const auto& theme) {
+    found = theme.value.value();
+  });
+  EXPECT_EQ(found, entry("Account", "new"));
+}
+
+TEST_F(ThemeDataServiceEachTest, ForgettingLeavesNoRowAndNoMoment) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account")})));
+  static_cast<void>(each({"Account"}, Source::cacheFirst));
+  EXPECT_EQ(service->listState().state, CacheState::valid);
+  service->forget();
+  EXPECT_EQ(service->listState(), ListState());
+  EXPECT_THAT(table()->fetch(CorvaneSDK::Query::oldest({})), IsEmpty());
+}
+
+}  // namespace
+}  // namespace vellora
