@@ -18,7 +18,7 @@ set(VELLORA_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/vellora-${VELLORA_ABI}")
 set(VELLORA_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/Vellora")
 set(VELLORA_PKGCONFIGDIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
-set(layers vellora_platform vellora_host vellora_models vellora_dataservices vellora_services)
+set(layers vellora_platform vellora_host vellora_models vellora_dataservices vellora_services vellora_catalog)
 set(kits vellora_testkit)
 if(VELLORA_BUILD_HOSTKIT)
   list(APPEND kits vellora_hostkit)

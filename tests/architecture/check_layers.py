@@ -18,7 +18,8 @@ HOST = "vellora/Host"
 MODELS = "vellora/Models"
 DATA_SERVICES = "vellora/DataServices"
 SERVICES = "vellora/Services"
-LIBRARY = {PLATFORM, HOST, MODELS, DATA_SERVICES, SERVICES}
+CATALOG = "vellora/Catalog"
+LIBRARY = {PLATFORM, HOST, MODELS, DATA_SERVICES, SERVICES, CATALOG}
 
 MAY_INCLUDE = {
     PLATFORM: set(),
@@ -26,6 +27,7 @@ MAY_INCLUDE = {
     MODELS: {PLATFORM},
     DATA_SERVICES: {PLATFORM, HOST, MODELS},
     SERVICES: {PLATFORM, HOST, MODELS, DATA_SERVICES},
+    CATALOG: {PLATFORM, HOST, MODELS, DATA_SERVICES, SERVICES},
     "hostkit": LIBRARY,
     "testkit": LIBRARY,
     "conformance": LIBRARY | {"tests/support"},

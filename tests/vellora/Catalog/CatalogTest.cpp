@@ -1,0 +1,171 @@
+#include "vellora/Catalog/Catalog.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/vellora/Catalog/CatalogFixture.h"
+#include "vellora/Host/CacheTable.h"
+#include "vellora/Host/Query.h"
+
+namespace vellora {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testkit::StubNetwork;
+using ReadinessCase = Readiness::Case;
+
+using CatalogTest = tests::CatalogFixture;
+
+TEST_F(CatalogTest, LoadsBothListsAtOnceAndSaysWhenTheyAreThere) {
+  construct();
+  EXPECT_EQ(catalog->readiness().text(), "loading");
+  runAll();
+  EXPECT_EQ(catalog->readiness().text(), "ready");
+  EXPECT_THAT(network->urls(), testing::UnorderedElementsAre(typesUrl, themesUrl));
+  EXPECT_EQ(timer->pending(), 0U) << "nothing is left of the load";
+}
+
+TEST_F(CatalogTest, AFreshCacheIsReadyWithoutARequest) {
+  constructAndLoad();
+  constructAndLoad();
+  EXPECT_EQ(catalog->readiness().text(), "ready");
+  EXPECT_EQ(network->count(), 2U);
+}
+
+TEST_F(CatalogTest, SaysWhyItIsNotReadyUntilALaterQuestionMakesItSo) {
+  network->answer(typesUrl, down());
+  constructAndLoad();
+  EXPECT_EQ(catalog->readiness().text(), std::string("failed: down (") + typesUrl + ")");
+  network->answer(typesUrl, StubNetwork::body(typesBody()));
+  static_cast<void>(answered(catalog->types({"Account"})));
+  EXPECT_EQ(catalog->readiness().text(), "ready");
+}
+
+TEST_F(CatalogTest, AFirstLoadThatHangsIsGivenUpAndTheNextQuestionFetchesAnew) {
+  network->answer(typesUrl, StubNetwork::never());
+  constructAndLoad();
+  timer->advance(60s);
+  runAll();
+  EXPECT_EQ(catalog->readiness().text(), "failed: The request was not answered in time.");
+  network->answer(typesUrl, StubNetwork::body(typesBody()));
+  EXPECT_EQ(answered(catalog->types({"Account"})).found.size(), 1U);
+}
+
+TEST_F(CatalogTest, StreamsItsReadinessOnTheQueueOfItsAnswers) {
+  construct();
+  std::vector<std::string> texts;
+  const auto token =
+      catalog->readinessStream().sink([&](const Readiness& readiness) { texts.push_back(readiness.text()); });
+  EXPECT_THAT(texts, IsEmpty()) << "never inside the call";
+  runAll();
+  EXPECT_THAT(texts, ElementsAre("loading", "ready"));
+}
+
+TEST_F(CatalogTest, StreamsNothingOnceItIsDestroyed) {
+  construct();
+  std::vector<std::string> texts;
+  const auto token =
+      catalog->readinessStream().sink([&](const Readiness& readiness) { texts.push_back(readiness.text()); });
+  queues.runAll();
+  catalog.reset();
+  runAll();
+  EXPECT_THAT(texts, IsEmpty());
+}
+
+TEST_F(CatalogTest, DestroyingItSilencesCallbacksAndSavesNothingMore) {
+  network->answer(typesUrl, StubNetwork::body(typesBody()).held());
+  construct();
+  const auto received = ask(catalog->types({"Account"}));
+  runAll();
+  catalog.reset();
+  cache->clearCalls();
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(received->calls, 0);
+  for (const auto& call : cache->callTexts()) EXPECT_THAT(call, testing::Not(testing::HasSubstr("Upsert")));
+  EXPECT_EQ(timer->pending(), 0U);
+}
+
+TEST_F(CatalogTest, AnAnswerThatIsOnItsWayWhenItIsDestroyedDoesNotArrive) {
+  constructAndLoad();
+  const auto received = ask(catalog->types({"Account"}));
+  queues.runAll();
+  EXPECT_EQ(queue->pending(), 1U);
+  catalog.reset();
+  runAll();
+  EXPECT_EQ(received->calls, 0);
+}
+
+TEST_F(CatalogTest, ItMayBeDestroyedInsideACallback) {
+  constructAndLoad();
+  int calls = 0;
+  auto token = catalog->types({"Account"}).then([&](const auto&) {
+    ++calls;
+    catalog.reset();
+  });
+  runAll();
+  EXPECT_EQ(calls, 1);
+  EXPECT_FALSE(catalog);
+}
+
+TEST_F(CatalogTest, AHostWithoutANetworkHasEveryQuestionFail) {
+  catalog.emplace(std::make_shared<hostkit::StandardPlatformAPI>(nullptr, cache, logger),
+                  CatalogOptions{.answersOn = queue, .timer = timer});
+  const auto answer = answered(catalog->records({"001xx"}));
+  EXPECT_EQ(answer.end, End::failed);
+  EXPECT_EQ(answer.missing.at("001xx").why(), Missing::Why::failed);
+  EXPECT_EQ(catalog->readiness().readinessCase(), ReadinessCase::failed);
+  EXPECT_EQ(answered(catalog->refresh()).end, End::failed);
+  catalog->forget();
+}
+
+TEST_F(CatalogTest, ForgettingDeletesWhatWasWrittenAndGivesQuestionsUp) {
+  network->answerPrefix("/services/data/v50.0/search/layout",
+                        StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
+  constructAndLoad();
+  static_cast<void>(answered(catalog->records({"001xx", "00Bxx"})));
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  network->answer(listViewUrl("00Byy"), listViewAnswer("Contact").held());
+  const auto pending = ask(catalog->records({"00Byy"}));
+  runAll();
+  catalog->forget();
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(pending->calls, 1);
+  EXPECT_EQ(pending->answer.end, End::cancelled);
+  EXPECT_EQ(pending->answer.missing.at("00Byy").text(), "cancelled");
+  EXPECT_EQ(catalog->readiness().text(), "loading");
+  for (const auto* table : {"OPS_SObjectsCacheTable", "OPS_ThemesCacheTable"}) {
+    EXPECT_THAT(cache->openTable(table)->fetch(CorvaneSDK::Query::oldest({})), IsEmpty()) << table;
+  }
+  for (const auto* key : {"ops.sobject.fetch.timestamp", "ops.theme.fetch.timestamp", "OPS_Layout_Account"}) {
+    EXPECT_FALSE(cache->load(key)) << key;
+  }
+}
+
+TEST_F(CatalogTest, AfterForgettingItBeginsWithoutAnything) {
+  constructAndLoad();
+  catalog->forget();
+  EXPECT_EQ(answered(catalog->types({"Account"}, {.source = Source::cacheOnly})).missing.at("Account").text(),
+            "not in the cache");
+  EXPECT_EQ(answered(catalog->types({"Account"})).found.size(), 1U);
+  EXPECT_EQ(network->count(typesUrl), 2U);
+}
+
+TEST_F(CatalogTest, AFinishedQuestionLeavesNothing) {
+  constructAndLoad();
+  const auto before = cache.use_count();
+  for (int i = 0; i < 100; ++i) static_cast<void>(answered(catalog->records({"001xx", "00Bxx"})));
+  EXPECT_EQ(timer->pending(), 0U);
+  EXPECT_EQ(cache.use_count(), before);
+}
+
+}  // namespace
+}  // namespace vellora

@@ -1,0 +1,208 @@
+#include "vellora/Catalog/InfoLookup.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <map>
+#include <string>
+
+#include "tests/vellora/Catalog/CatalogFixture.h"
+
+namespace vellora {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testkit::StubNetwork;
+using Reasons = std::map<std::string, std::string>;
+
+using InfoLookupTest = tests::CatalogFixture;
+
+TEST_F(InfoLookupTest, FindsRecordsAndWhatAListViewLists) {
+  construct();
+  const auto answer = answered(catalog->records({"001xx", "00Bxx"}));
+  EXPECT_EQ(answer.end, End::answered);
+  EXPECT_THAT(answer.missing, IsEmpty());
+  ASSERT_THAT(keysOf(answer.found), ElementsAre("001xx", "00Bxx"));
+  EXPECT_EQ(answer.found.at("001xx").typePresentationInfo.label, "Account");
+  EXPECT_EQ(answer.found.at("001xx").typePresentationInfo.color, "FF0000");
+  EXPECT_EQ(answer.found.at("00Bxx").instancePresentationInfo->apiName(), "Contact");
+  EXPECT_EQ(answer.ageOf("001xx"), (Age{clock.date(), false}));
+  EXPECT_FALSE(answer.trouble);
+}
+
+TEST_F(InfoLookupTest, TheFirstQuestionsShareTheFetchesOfTheFirstLoad) {
+  construct();
+  const auto first = ask(catalog->records({"001xx"}));
+  const auto second = ask(catalog->types({"Account", "Contact"}));
+  runAll();
+  EXPECT_EQ(first->answer.found.size(), 1U);
+  EXPECT_EQ(second->answer.found.size(), 2U);
+  EXPECT_THAT(network->urls(), testing::UnorderedElementsAre(typesUrl, themesUrl));
+}
+
+TEST_F(InfoLookupTest, TellsWhatTheServerDoesNotKnow) {
+  constructAndLoad();
+  const auto records = answered(catalog->records({"001xx", "999xx"}));
+  EXPECT_THAT(keysOf(records.found), ElementsAre("001xx"));
+  EXPECT_EQ(reasonsOf(records), (Reasons{{"999xx", "unknown to the server"}}));
+  EXPECT_EQ(records.end, End::answered);
+  const auto types = answered(catalog->types({"Account", "Nonesuch"}));
+  EXPECT_EQ(reasonsOf(types), (Reasons{{"Nonesuch", "unknown to the server"}}));
+}
+
+TEST_F(InfoLookupTest, OneListViewThatCannotBeAskedTakesNoOtherKeyWithIt) {
+  network->answer(listViewUrl("00Byy"), down());
+  constructAndLoad();
+  const auto answer = answered(catalog->records({"001xx", "00Bxx", "00Byy"}));
+  EXPECT_THAT(keysOf(answer.found), ElementsAre("001xx", "00Bxx"));
+  ASSERT_EQ(answer.missing.size(), 1U);
+  const auto& missing = answer.missing.at("00Byy");
+  EXPECT_EQ(missing.text(), "could not be asked: down (" + listViewUrl("00Byy") + ")");
+  EXPECT_EQ(missing.failure()->url(), listViewUrl("00Byy"));
+  EXPECT_TRUE(missing.failure()->error().as<tests::TestError>());
+  EXPECT_EQ(answer.end, End::answered);
+}
+
+TEST_F(InfoLookupTest, AKeyWhoseRequestHangsKeepsNoneOfTheOthersAtTheDeadline) {
+  network->answer(listViewUrl("00Byy"), StubNetwork::never());
+  constructAndLoad();
+  const auto received = ask(catalog->records({"001xx", "00Byy"}, {.deadline = 5s}));
+  runAll();
+  EXPECT_EQ(received->calls, 0);
+  timer->advance(5s);
+  runAll();
+  ASSERT_EQ(received->calls, 1);
+  EXPECT_EQ(received->answer.end, End::timedOut);
+  EXPECT_EQ(received->answer.found.at("001xx").typePresentationInfo.color, "FF0000");
+  EXPECT_EQ(reasonsOf(received->answer), (Reasons{{"00Byy", "timed out"}}));
+}
+
+TEST_F(InfoLookupTest, RefusesKeysThatAreNoneBeforeTheyGoIntoAQuery) {
+  constructAndLoad();
+  network->answerPrefix("/services/data/v50.0/query", down());
+  const auto answer = answered(catalog->records({"", "00B' OR Id != '", "001\xFF", "001xx"}));
+  EXPECT_THAT(keysOf(answer.found), ElementsAre("001xx"));
+  EXPECT_EQ(reasonsOf(answer),
+            (Reasons{{"", "not asked: The key is empty."},
+                     {"00B' OR Id != '", "not asked: The id holds a quotation mark or a backslash."},
+                     {"001\xFF", "not asked: The key is not UTF-8."}}));
+  EXPECT_EQ(network->count(), 2U) << "both lists";
+}
+
+TEST_F(InfoLookupTest, EqualKeysCountOnceAndNoneAreAnsweredAtOnce) {
+  constructAndLoad();
+  EXPECT_EQ(answered(catalog->types({"Account", "Account"})).found.size(), 1U);
+  EXPECT_EQ(answered(catalog->types({})).end, End::answered);
+}
+
+TEST_F(InfoLookupTest, AListThatCannotBeFetchedIsTheReasonOfEveryKey) {
+  network->answer(typesUrl, down());
+  construct();
+  const auto answer = answered(catalog->records({"001xx", "999xx"}));
+  EXPECT_EQ(answer.end, End::failed);
+  const auto why = std::string("could not be asked: down (") + typesUrl + ")";
+  EXPECT_EQ(reasonsOf(answer), (Reasons{{"001xx", why}, {"999xx", why}}));
+  ASSERT_TRUE(answer.trouble);
+  EXPECT_EQ(answer.trouble->url(), typesUrl);
+}
+
+TEST_F(InfoLookupTest, AnswersWithOlderDataWhenTheServerFailsAndSaysSo) {
+  constructAndLoad();
+  const auto fetched = clock.date();
+  clock.advance(7200);
+  network->answer(typesUrl, down());
+  network->answer(themesUrl, down());
+  const auto answer = answered(catalog->types({"Account", "Nonesuch"}));
+  EXPECT_EQ(answer.found.at("Account").typePresentationInfo.color, "FF0000");
+  EXPECT_EQ(answer.ageOf("Account"), (Age{fetched, true}));
+  EXPECT_EQ(answer.trouble->text(), std::string("down (") + typesUrl + ")");
+  EXPECT_EQ(answer.missing.at("Nonesuch").why(), Missing::Why::failed) << "the old list does not know";
+}
+
+TEST_F(InfoLookupTest, FindsRecordsWithoutColoursWhenThemesCannotBeFetchedAndSaysSo) {
+  network->answer(themesUrl, down());
+  construct();
+  const auto answer = answered(catalog->types({"Account"}));
+  EXPECT_EQ(answer.end, End::answered);
+  EXPECT_EQ(answer.found.at("Account").typePresentationInfo.label, "Account");
+  EXPECT_FALSE(answer.found.at("Account").typePresentationInfo.color);
+  EXPECT_EQ(answer.trouble->text(), std::string("down (") + themesUrl + ")");
+}
+
+TEST_F(InfoLookupTest, AListThatIsFetchedAnewCountsForTypesThatWereLookedUpBefore) {
+  constructAndLoad();
+  static_cast<void>(answered(catalog->records({"001xx"})));
+  clock.advance(7200);
+  network->answer(
+      typesUrl,
+      StubNetwork::body(
+          R"({"sobjects":[{"name":"Account","keyPrefix":"001","label":"Client","labelPlural":"Clients","createable":true}]})"));
+  const auto answer = answered(catalog->records({"001xx"}));
+  EXPECT_EQ(answer.found.at("001xx").typePresentationInfo.label, "Client");
+  EXPECT_FALSE(answer.ageOf("001xx").isStale);
+}
+
+TEST_F(InfoLookupTest, CacheOnlySendsNothing) {
+  construct();
+  const auto empty = ask(catalog->types({"Account"}, {.source = Source::cacheOnly}));
+  while (empty->calls == 0 && (queues.runNext() || queue->runNext())) {
+  }
+  runAll();
+  const auto answer = answered(catalog->records({"001xx", "00Bxx"}, {.source = Source::cacheOnly}));
+  EXPECT_THAT(keysOf(answer.found), ElementsAre("001xx"));
+  EXPECT_EQ(reasonsOf(answer), (Reasons{{"00Bxx", "not in the cache"}}));
+  EXPECT_EQ(network->count(), 2U) << "the lists of the first load";
+}
+
+TEST_F(InfoLookupTest, ServerFirstFetchesWhatTheCacheHasAndFallsBackOnIt) {
+  constructAndLoad();
+  static_cast<void>(answered(catalog->records({"00Bxx"})));
+  network->answer(listViewUrl("00Bxx"), listViewAnswer("Account"));
+  const auto anew = answered(catalog->records({"00Bxx"}, {.source = Source::serverFirst}));
+  EXPECT_EQ(anew.found.at("00Bxx").instancePresentationInfo->apiName(), "Account");
+  EXPECT_EQ(network->count(typesUrl), 2U);
+  EXPECT_EQ(network->count(themesUrl), 2U);
+
+  network->answer(listViewUrl("00Bxx"), down());
+  const auto old = answered(catalog->records({"00Bxx"}, {.source = Source::serverFirst}));
+  EXPECT_EQ(old.found.at("00Bxx").instancePresentationInfo->apiName(), "Account");
+  EXPECT_EQ(old.trouble->url(), listViewUrl("00Bxx"));
+}
+
+TEST_F(InfoLookupTest, AnotherThemeAsksTheServerNothing) {
+  constructAndLoad();
+  EXPECT_EQ(
+      answered(catalog->types({"Account"}, {.theme = "dark"})).found.at("Account").typePresentationInfo.color,
+      "00FF00");
+  EXPECT_EQ(network->count(), 2U);
+}
+
+TEST_F(InfoLookupTest, TwoQuestionsForOneListViewShareItsRequest) {
+  network->answer(listViewUrl("00Bxx"), listViewAnswer("Contact").held());
+  constructAndLoad();
+  const auto first = ask(catalog->records({"00Bxx"}));
+  const auto second = ask(catalog->records({"00Bxx", "001xx"}));
+  runAll();
+  EXPECT_EQ(network->count(listViewUrl("00Bxx")), 1U);
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(first->answer.found.size(), 1U);
+  EXPECT_EQ(second->answer.found.size(), 2U);
+}
+
+TEST_F(InfoLookupTest, ACacheThatKeepsNothingIsAReasonOrNone) {
+  cache->fail(testkit::FailingCache::Operation::tableUpsert);
+  cache->fail(testkit::FailingCache::Operation::save);
+  construct();
+  const auto types = answered(catalog->types({"Account", "Nonesuch"}));
+  EXPECT_THAT(keysOf(types.found), ElementsAre("Account"));
+  EXPECT_EQ(reasonsOf(types), (Reasons{{"Nonesuch", "unknown to the server"}}));
+  const auto records = answered(catalog->records({"001xx"}));
+  EXPECT_EQ(reasonsOf(records), (Reasons{{"001xx", "could not be asked: It is not in the cache."}}));
+}
+
+}  // namespace
+}  // namespace vellora

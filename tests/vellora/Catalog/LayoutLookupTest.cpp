@@ -1,0 +1,194 @@
+#include "vellora/Catalog/LayoutLookup.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/vellora/Catalog/CatalogFixture.h"
+
+namespace vellora {
+namespace {
+
+using testing::ElementsAre;
+using testkit::StubNetwork;
+using Reasons = std::map<std::string, std::string>;
+
+class LayoutLookupTest : public tests::CatalogFixture {
+ protected:
+  LayoutLookupTest() {
+    constructAndLoad();
+    network->answerPrefix("/services/data/v50.0/search/layout", StubNetwork::body(columns()));
+    network->answerPrefix("/services/data/v53.0/compactLayouts", StubNetwork::body(headlines()));
+    network->answerPrefix("/services/data/v53.0/query",
+                          StubNetwork::body(R"({"records":[{"EntityDefinition":{"QualifiedApiName":"User"},)"
+                                            R"("QualifiedApiName":"Name"}]})"));
+  }
+
+  static std::string columns() {
+    return R"([{"objectType":"Account","searchColumns":[{"name":"Name","label":"Name","field":"Name"}]}])";
+  }
+
+  static std::string headlines() {
+    return R"({"Account":{"objectType":"Account","fieldItems":[{"label":"Owner","layoutComponents":[)"
+           R"({"value":"OwnerId","details":{"label":"Owner","htmlFormatted":false,"type":"reference",)"
+           R"("referenceTo":["User"],"relationshipName":"Owner"}}]}]}})";
+  }
+
+  static std::string columnsUrl(const std::string& names) {
+    return "/services/data/v50.0/search/layout?q=" + names;
+  }
+  static std::string headlinesUrl(const std::string& names) {
+    return "/services/data/v53.0/compactLayouts?q=" + names;
+  }
+
+  /// Names long enough for several requests.
+  static std::vector<std::string> manyNames() {
+    std::vector<std::string> names;
+    for (int i = 1000; i < 1500; ++i) names.push_back("Type_" + std::to_string(i) + "_of_a_long_name__c");
+    return names;
+  }
+};
+
+TEST_F(LayoutLookupTest, FindsColumnsAndTellsWhatTheServerDoesNotKnow) {
+  const auto answer = answered(catalog->searchColumns({"Account", "Nonesuch"}));
+  EXPECT_EQ(answer.end, End::answered);
+  EXPECT_EQ(answer.found.at("Account").searchColumns.size(), 1U);
+  EXPECT_EQ(answer.ageOf("Account"), (Age{clock.date(), false}));
+  EXPECT_EQ(reasonsOf(answer), (Reasons{{"Nonesuch", "unknown to the server"}}));
+}
+
+TEST_F(LayoutLookupTest, FindsHeadlinesWithTheNameFieldsOfOtherRecords) {
+  const auto answer = answered(catalog->headlines({"Account"}));
+  EXPECT_EQ(answer.found.at("Account").layoutFields.at(0)->apiName, "Owner.Name");
+}
+
+TEST_F(LayoutLookupTest, AnswersFromTheCacheWhatIsFresh) {
+  static_cast<void>(answered(catalog->headlines({"Account"})));
+  const auto fetched = clock.date();
+  clock.advance(60);
+  const auto count = network->count();
+  EXPECT_EQ(answered(catalog->headlines({"Account"})).ageOf("Account"), (Age{fetched, false}));
+  EXPECT_EQ(network->count(), count);
+}
+
+TEST_F(LayoutLookupTest, AFailedRequestIsTheReasonOfItsNames) {
+  network->answerPrefix("/services/data/v50.0/search/layout", down());
+  const auto answer = answered(catalog->searchColumns({"Account"}));
+  EXPECT_EQ(answer.end, End::failed);
+  EXPECT_EQ(reasonsOf(answer),
+            (Reasons{{"Account", "could not be asked: down (" + columnsUrl("Account") + ")"}}));
+}
+
+TEST_F(LayoutLookupTest, AnExpiredHeadlineIsServedWithItsReasonWhenTheServerFails) {
+  static_cast<void>(answered(catalog->headlines({"Account"})));
+  const auto fetched = clock.date();
+  clock.advance(7200);
+  network->answerPrefix("/services/data/v53.0/compactLayouts", down());
+  const auto answer = answered(catalog->headlines({"Account"}));
+  EXPECT_EQ(answer.found.at("Account").layoutFields.at(0)->apiName, "Owner.Name");
+  EXPECT_EQ(answer.ageOf("Account"), (Age{fetched, true}));
+  EXPECT_EQ(answer.trouble->text(), "down (" + headlinesUrl("Account") + ")");
+}
+
+TEST_F(LayoutLookupTest, ExpiredColumnsAreServedOnceMoreAsStale) {
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  clock.advance(7200);
+  EXPECT_TRUE(answered(catalog->searchColumns({"Account"})).ageOf("Account").isStale);
+  EXPECT_EQ(network->count(columnsUrl("Account")), 1U);
+  EXPECT_FALSE(answered(catalog->searchColumns({"Account"})).ageOf("Account").isStale);
+  EXPECT_EQ(network->count(columnsUrl("Account")), 2U);
+}
+
+TEST_F(LayoutLookupTest, CacheOnlySendsNothingAndDropsNothing) {
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  clock.advance(7200);
+  const auto count = network->count();
+  for (int i = 0; i < 2; ++i) {
+    const auto answer =
+        answered(catalog->searchColumns({"Account", "Contact"}, {.source = Source::cacheOnly}));
+    EXPECT_TRUE(answer.ageOf("Account").isStale);
+    EXPECT_EQ(reasonsOf(answer), (Reasons{{"Contact", "not in the cache"}}));
+  }
+  EXPECT_EQ(network->count(), count);
+}
+
+TEST_F(LayoutLookupTest, ServerFirstFetchesWhatIsFresh) {
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  static_cast<void>(answered(catalog->searchColumns({"Account"}, {.source = Source::serverFirst})));
+  EXPECT_EQ(network->count(columnsUrl("Account")), 2U);
+}
+
+TEST_F(LayoutLookupTest, LongListsOfNamesGoOutInRequestsOfAtMostEightKilobytes) {
+  const auto names = manyNames();
+  static_cast<void>(answered(catalog->searchColumns(names)));
+  std::string asked;
+  std::size_t requests = 0;
+  for (const auto& url : network->urls()) {
+    EXPECT_LE(url.size(), 8192U);
+    if (!url.starts_with(columnsUrl(""))) continue;
+    asked += (asked.empty() ? "" : ",") + url.substr(columnsUrl("").size());
+    ++requests;
+  }
+  EXPECT_EQ(requests, 2U);
+  std::string all;
+  for (const auto& name : names) all += (all.empty() ? "" : ",") + name;
+  EXPECT_EQ(asked, all) << "each name once";
+}
+
+TEST_F(LayoutLookupTest, ANameWithACommaIsRefused) {
+  const auto answer = answered(catalog->searchColumns({"Account,Contact"}));
+  EXPECT_EQ(reasonsOf(answer), (Reasons{{"Account,Contact", "not asked: The name holds a comma."}}));
+}
+
+TEST_F(LayoutLookupTest, EqualRequestsUnderWayAreShared) {
+  network->answerPrefix("/services/data/v53.0/compactLayouts", StubNetwork::body(headlines()).held());
+  const auto first = ask(catalog->headlines({"Account"}));
+  const auto second = ask(catalog->headlines({"Account"}));
+  runAll();
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(first->answer.found.size() + second->answer.found.size(), 2U);
+  EXPECT_EQ(network->count(headlinesUrl("Account")), 1U);
+}
+
+TEST_F(LayoutLookupTest, OverlappingHeadlinesAreAllAnswered) {
+  network->answerPrefix("/services/data/v53.0/query", StubNetwork::body(R"({"records":[]})").held());
+  const auto first = ask(catalog->headlines({"Account"}));
+  const auto second = ask(catalog->headlines({"Account", "Contact"}));
+  runAll();
+  EXPECT_EQ(network->held(), 2U);
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(first->answer.found.size(), 1U);
+  EXPECT_EQ(second->answer.found.size(), 1U);
+}
+
+TEST_F(LayoutLookupTest, ManyReferencedTypesAreAskedAboutInSeveralRequests) {
+  std::string items;
+  for (const auto& type : manyNames()) {
+    items += (items.empty() ? "" : ",") +
+             std::string(R"({"label":"L","layoutComponents":[{"value":"V","details":{"label":"F",)") +
+             R"("htmlFormatted":false,"type":"reference","referenceTo":[")" + type +
+             R"("],"relationshipName":"R"}}]})";
+  }
+  network->answerPrefix(
+      "/services/data/v53.0/compactLayouts",
+      StubNetwork::body(R"({"Account":{"objectType":"Account","fieldItems":[)" + items + "]}}"));
+  network->answerPrefix("/services/data/v53.0/query",
+                        StubNetwork::body(R"({"records":[{"EntityDefinition":{"QualifiedApiName":")" +
+                                          manyNames().back() + R"("},"QualifiedApiName":"Subject"}]})"));
+  const auto answer = answered(catalog->headlines({"Account"}));
+  EXPECT_EQ(answer.found.at("Account").layoutFields.back()->apiName, "R.Subject");
+  std::size_t queries = 0;
+  for (const auto& url : network->urls()) {
+    EXPECT_LE(url.size(), 8192U);
+    queries += url.starts_with("/services/data/v53.0/query") ? 1U : 0U;
+  }
+  EXPECT_GE(queries, 2U);
+}
+
+}  // namespace
+}  // namespace vellora

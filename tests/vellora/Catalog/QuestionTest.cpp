@@ -1,0 +1,295 @@
+#include "vellora/Catalog/Question.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <coroutine>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/support/SlowBuild.h"
+#include "tests/vellora/Catalog/CatalogFixture.h"
+
+namespace vellora {
+namespace {
+
+using namespace std::chrono_literals;
+using testkit::ManualQueue;
+using testkit::StubNetwork;
+
+/// A coroutine that runs until it first waits, and is destroyed with its handle.
+class Coroutine {
+ public:
+  struct promise_type {
+    Coroutine get_return_object() {
+      return Coroutine(std::coroutine_handle<promise_type>::from_promise(*this));
+    }
+    std::suspend_never initial_suspend() noexcept { return {}; }
+    std::suspend_always final_suspend() noexcept { return {}; }
+    void return_void() {}
+    [[noreturn]] void unhandled_exception() { std::terminate(); }
+  };
+
+  explicit Coroutine(std::coroutine_handle<promise_type> handle) : handle_(handle) {}
+  Coroutine(Coroutine&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+  Coroutine& operator=(Coroutine&&) = delete;
+  Coroutine(const Coroutine&) = delete;
+  Coroutine& operator=(const Coroutine&) = delete;
+  ~Coroutine() {
+    if (handle_) handle_.destroy();
+  }
+
+ private:
+  std::coroutine_handle<promise_type> handle_;
+};
+
+class QuestionTest : public tests::CatalogFixture {
+ protected:
+  QuestionTest() { constructAndLoad(); }
+
+  /// From here on a list view hangs.
+  Question<ObjectPresentationInfo> hanging(const QuestionOptions& options = {}) {
+    network->answer(listViewUrl("00Byy"), StubNetwork::never());
+    return catalog->records({"001xx", "00Byy"}, options);
+  }
+
+  Coroutine show(std::string& label) {
+    const auto answer = co_await catalog->records({"001xx"});
+    label = answer.found.at("001xx").typePresentationInfo.label.value_or("");
+  }
+
+  Coroutine waitFor(Question<ObjectPresentationInfo> question,
+                    std::optional<Answer<ObjectPresentationInfo>>& into) {
+    into = co_await question;
+  }
+};
+
+TEST_F(QuestionTest, ACallbackRunsOnceOnTheQueueOfItsAnswersAndNeverInsideTheCall) {
+  const auto received = ask(catalog->types({"Account"}));
+  queues.runAll();
+  EXPECT_EQ(received->calls, 0);
+  queue->runAll();
+  EXPECT_EQ(received->calls, 1);
+  timer->advance(1h);
+  runAll();
+  EXPECT_EQ(received->calls, 1);
+}
+
+TEST_F(QuestionTest, AnswersOnAnotherQueueWhereItsOptionsNameOne) {
+  const auto manual = std::make_shared<ManualQueue>();
+  const std::shared_ptr<DispatchQueue> other = manual;
+  const auto received = ask(catalog->types({"Account"}, {.answersOn = other}));
+  runAll();
+  EXPECT_EQ(received->calls, 0);
+  manual->runAll();
+  EXPECT_EQ(received->calls, 1);
+}
+
+TEST_F(QuestionTest, AnAnswerThatIsThereAlreadyStillComesOnTheQueue) {
+  auto question = catalog->types({"Account"});
+  runAll();
+  const auto received = ask(std::move(question));
+  EXPECT_EQ(received->calls, 0);
+  queue->runAll();
+  EXPECT_EQ(received->calls, 1);
+}
+
+TEST_F(QuestionTest, EndsAtItsDeadlineOfTenSeconds) {
+  const auto received = ask(hanging());
+  runAll();
+  timer->advance(9s);
+  runAll();
+  EXPECT_EQ(received->calls, 0);
+  timer->advance(1s);
+  runAll();
+  EXPECT_EQ(received->calls, 1);
+  EXPECT_EQ(received->answer.end, End::timedOut);
+}
+
+TEST_F(QuestionTest, EndsAtItsDeadlineThoughNoWorkHasBegun) {
+  const auto received = ask(catalog->types({"Account"}, {.deadline = 0s}));
+  timer->advance(0s);
+  queue->runAll();
+  EXPECT_EQ(received->answer.end, End::timedOut);
+  EXPECT_EQ(received->answer.missing.at("Account").text(), "timed out");
+  runAll();
+  EXPECT_EQ(received->calls, 1);
+}
+
+TEST_F(QuestionTest, EndsAtItsDeadlineThoughTheHostDropsTheCompletion) {
+  class Dropping final : public CorvaneSDK::Network {
+   public:
+    void sendRequest(const CorvaneSDK::NetRequest&, Completion) override {}
+  };
+  Catalog lost(std::make_shared<hostkit::StandardPlatformAPI>(std::make_shared<Dropping>(), cache, logger),
+               {.cacheTimeout = 0s, .answersOn = queue, .timer = timer});
+  int calls = 0;
+  clock.advance(1);
+  auto token = lost.records({"00Byy"}).then([&](const auto& answer) {
+    ++calls;
+    EXPECT_EQ(answer.end, End::timedOut);
+  });
+  runAll();
+  timer->advance(10s);
+  runAll();
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(QuestionTest, AQuestionThatIsDroppedIsCancelledAndItsRequestsAreLetGo) {
+  network->answer(listViewUrl("00Byy"), listViewAnswer("Contact").held());
+  {
+    const auto dropped = catalog->records({"00Byy"});
+    runAll();
+    EXPECT_EQ(network->held(), 1U);
+  }
+  EXPECT_EQ(timer->pending(), 0U);
+  cache->clearCalls();
+  network->releaseAll();
+  EXPECT_TRUE(cache->callTexts().empty()) << "nobody waited";
+}
+
+TEST_F(QuestionTest, ADroppedQuestionThatHasNotBegunDoesNothing) {
+  cache->clearCalls();
+  { const auto dropped = catalog->types({"Account"}); }
+  runAll();
+  EXPECT_TRUE(cache->callTexts().empty());
+}
+
+TEST_F(QuestionTest, AfterCancellingNoCallbackRuns) {
+  const auto received = ask(catalog->types({"Account"}));
+  queues.runAll();
+  EXPECT_EQ(queue->pending(), 1U) << "on its way";
+  received->token.cancel();
+  runAll();
+  EXPECT_EQ(received->calls, 0);
+}
+
+TEST_F(QuestionTest, DroppingTheTokenCancelsAndDetachingItDoesNot) {
+  int calls = 0;
+  const auto count = [&](const auto&) { ++calls; };
+  static_cast<void>(catalog->types({"Account"}).then(count));
+  runAll();
+  EXPECT_EQ(calls, 0);
+  catalog->types({"Account"}).then(count).detach();
+  runAll();
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(QuestionTest, CancellingFromInsideTheCallbackIsNoHarm) {
+  QuestionToken token;
+  int calls = 0;
+  token = catalog->types({"Account"}).then([&](const auto&) {
+    ++calls;
+    token.cancel();
+  });
+  runAll();
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(QuestionTest, AStopEndsItAsCancelledAndTheAnswerComes) {
+  std::stop_source stop;
+  const auto token = stop.get_token();
+  const auto received = ask(hanging({.stop = token}));
+  runAll();
+  stop.request_stop();
+  EXPECT_EQ(received->calls, 0) << "never inside the call";
+  runAll();
+  ASSERT_EQ(received->calls, 1);
+  EXPECT_EQ(received->answer.end, End::cancelled);
+  EXPECT_EQ(received->answer.found.size(), 1U) << "what was there by then";
+  EXPECT_EQ(received->answer.missing.at("00Byy").text(), "cancelled");
+}
+
+TEST_F(QuestionTest, AStopBeforeItIsAskedEndsItAtOnce) {
+  std::stop_source stop;
+  const auto token = stop.get_token();
+  stop.request_stop();
+  EXPECT_EQ(answered(catalog->types({"Account"}, {.stop = token})).end, End::cancelled);
+}
+
+TEST_F(QuestionTest, ACoroutineGoesOnOnTheQueueOfItsAnswers) {
+  std::string label;
+  const auto coroutine = show(label);
+  queues.runAll();
+  EXPECT_EQ(label, "");
+  queue->runAll();
+  EXPECT_EQ(label, "Account");
+}
+
+TEST_F(QuestionTest, DestroyingASuspendedCoroutineCancels) {
+  std::string label;
+  {
+    const auto coroutine = show(label);
+    queues.runAll();
+    EXPECT_EQ(queue->pending(), 1U);
+  }
+  runAll();
+  EXPECT_EQ(label, "");
+  EXPECT_EQ(timer->pending(), 0U);
+}
+
+TEST_F(QuestionTest, ACoroutineGoesOnAtTheDeadlineToo) {
+  std::optional<Answer<ObjectPresentationInfo>> answer;
+  const auto coroutine = waitFor(hanging({.deadline = 2s}), answer);
+  runAll();
+  EXPECT_FALSE(answer);
+  timer->advance(2s);
+  runAll();
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->end, End::timedOut);
+}
+
+TEST_F(QuestionTest, WaitingOnTheQueueOfItsAnswersIsRefused) {
+  std::optional<Answer<ObjectPresentationInfo>> answer;
+  queue->async([&] { answer = catalog->types({"Account"}).get(); });
+  queue->runAll();
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->end, End::failed);
+  EXPECT_EQ(answer->trouble->text(), "Waiting here would block the answer. Use then or co_await.");
+  EXPECT_EQ(answer->missing.at("Account").why(), Missing::Why::failed);
+}
+
+TEST_F(QuestionTest, WaitingForAnAnswerThatIsThereIsNotRefused) {
+  auto question = catalog->types({"Account"});
+  runAll();
+  std::optional<Answer<ObjectPresentationInfo>> answer;
+  queue->async([&] { answer = std::move(question).get(); });
+  queue->runAll();
+  EXPECT_EQ(answer->end, End::answered);
+}
+
+TEST_F(QuestionTest, WhateverComesAtOneMomentItEndsOnce) {
+  for (const bool isDeadlineFirst : {false, true}) {
+    network->answer(listViewUrl("00Byy"), listViewAnswer("Contact").held());
+    const auto received = ask(catalog->records({"00Byy"}, {.deadline = 5s}));
+    runAll();
+    if (isDeadlineFirst) timer->advance(5s);
+    network->releaseAll();
+    if (!isDeadlineFirst) timer->advance(5s);
+    runAll();
+    EXPECT_EQ(received->calls, 1);
+    EXPECT_EQ(received->answer.end, isDeadlineFirst ? End::timedOut : End::answered);
+    static_cast<void>(answered(catalog->refresh()));
+  }
+}
+
+TEST_F(QuestionTest, TenThousandAtATimeAreOneTimersWork) {
+  constexpr int count = tests::codeIsSlow ? 1'000 : 10'000;
+  std::vector<std::shared_ptr<Received<ObjectPresentationInfo>>> all;
+  network->answer(listViewUrl("00Byy"), StubNetwork::never());
+  for (int i = 0; i < count; ++i) all.push_back(ask(catalog->records({"00Byy"}, {.deadline = 5s})));
+  runAll();
+  EXPECT_EQ(network->count(listViewUrl("00Byy")), 1U);
+  timer->advance(5s);
+  runAll();
+  for (const auto& received : all) ASSERT_EQ(received->calls, 1);
+}
+
+}  // namespace
+}  // namespace vellora

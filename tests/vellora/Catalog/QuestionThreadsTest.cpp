@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <latch>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "hostkit/StandardPlatformAPI.h"
+#include "hostkit/cache/memory/MemoryCache.h"
+#include "testkit/SilentLogger.h"
+#include "testkit/StubNetwork.h"
+#include "tests/support/ManualTimer.h"
+#include "vellora/Catalog/Catalog.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
+
+// What a question promises where threads meet.
+
+namespace vellora {
+namespace {
+
+using namespace std::chrono_literals;
+using testkit::StubNetwork;
+
+constexpr const char* themesUrl = "/services/data/v50.0/theme";
+constexpr const char* typesUrl = "/services/data/v50.0/sobjects";
+constexpr const char* listViews = "/services/data/v50.0/query";
+
+class QuestionThreadsTest : public testing::Test {
+ protected:
+  using Found = Answer<ObjectPresentationInfo>;
+
+  QuestionThreadsTest() {
+    network->answer(themesUrl, StubNetwork::body(R"({"themeItems":[]})"));
+    network->answer(
+        typesUrl,
+        StubNetwork::body(
+            R"({"sobjects":[{"name":"Account","keyPrefix":"001","label":"Account","labelPlural":"A","createable":true},)"
+            R"({"name":"ListView","keyPrefix":"00B","label":"List","labelPlural":"L","createable":false}]})"));
+    network->answerPrefix(listViews,
+                          StubNetwork::body(R"({"records":[{"Id":"00B","SobjectType":"Account"}]})").held());
+    construct();
+  }
+
+  void construct(CatalogOptions options = {}) {
+    catalog.emplace(std::make_shared<hostkit::StandardPlatformAPI>(network, cache,
+                                                                   std::make_shared<testkit::SilentLogger>()),
+                    std::move(options));
+  }
+
+  const std::shared_ptr<StubNetwork> network = std::make_shared<StubNetwork>();
+  const std::shared_ptr<hostkit::MemoryCache> cache = std::make_shared<hostkit::MemoryCache>();
+  std::optional<Catalog> catalog;
+};
+
+TEST_F(QuestionThreadsTest, GetWaitsForTheAnswer) {
+  const auto answer = catalog->records({"001xx", "999xx"}).get();
+  EXPECT_EQ(answer.end, End::answered);
+  EXPECT_EQ(answer.found.size(), 1U);
+  EXPECT_EQ(answer.missing.size(), 1U);
+}
+
+TEST_F(QuestionThreadsTest, GetReturnsAtTheDeadlineThoughTheServerNeverAnswers) {
+  const auto answer = catalog->records({"00Bxx"}, {.deadline = 10ms}).get();
+  EXPECT_EQ(answer.end, End::timedOut);
+  EXPECT_EQ(answer.missing.at("00Bxx").why(), Missing::Why::timedOut);
+}
+
+TEST_F(QuestionThreadsTest, EndsAtTheDeadlineThoughEveryThreadOfTheLibraryIsBlocked) {
+  const auto threads = std::max(4U, std::thread::hardware_concurrency());
+  std::promise<void> release;
+  const auto released = release.get_future().share();
+  std::latch blocked(threads);
+  std::latch done(threads);
+  for (unsigned i = 0; i < threads; ++i) {
+    DispatchQueue::global(DispatchQoS::unspecified)->async([&, released] {
+      blocked.count_down();
+      released.wait();
+      done.count_down();
+    });
+  }
+  blocked.wait();
+  EXPECT_EQ(catalog->records({"001xx"}, {.deadline = 10ms}).get().end, End::timedOut);
+  release.set_value();
+  done.wait();
+}
+
+TEST_F(QuestionThreadsTest, GetIsRefusedOnAQueueOfTheLibraryAndInACallback) {
+  std::promise<End> onQueue;
+  SerialDispatchQueue("other").async([&] { onQueue.set_value(catalog->records({"001xx"}).get().end); });
+  EXPECT_EQ(onQueue.get_future().get(), End::failed);
+  std::promise<End> inCallback;
+  auto token = catalog->records({"001xx"}).then(
+      [&](const Found&) { inCallback.set_value(catalog->records({"00Bxx"}).get().end); });
+  EXPECT_EQ(inCallback.get_future().get(), End::failed);
+}
+
+TEST_F(QuestionThreadsTest, NoCallbackRunsOnTheNetworksThread) {
+  std::promise<std::thread::id> thread;
+  auto token =
+      catalog->records({"00Bxx"}).then([&](const Found&) { thread.set_value(std::this_thread::get_id()); });
+  ASSERT_TRUE(network->waitForRequests(3));
+  network->releaseAll();
+  EXPECT_NE(thread.get_future().get(), std::this_thread::get_id());
+}
+
+TEST_F(QuestionThreadsTest, CancellingWaitsForTheCallbackThatRuns) {
+  std::latch running(1);
+  std::latch mayEnd(1);
+  std::atomic<bool> ended = false;
+  auto token = catalog->records({"001xx"}).then([&](const Found&) {
+    running.count_down();
+    mayEnd.wait();
+    ended = true;
+  });
+  running.wait();
+  std::thread ending([&] { mayEnd.count_down(); });
+  token.cancel();
+  EXPECT_TRUE(ended);
+  ending.join();
+}
+
+TEST_F(QuestionThreadsTest, DestroyingTheCatalogueWaitsForTheCallbackThatRuns) {
+  std::latch running(1);
+  std::latch mayEnd(1);
+  std::atomic<bool> ended = false;
+  catalog->records({"001xx"})
+      .then([&](const Found&) {
+        running.count_down();
+        mayEnd.wait();
+        ended = true;
+      })
+      .detach();
+  running.wait();
+  std::thread ending([&] { mayEnd.count_down(); });
+  catalog.reset();
+  EXPECT_TRUE(ended);
+  ending.join();
+}
+
+TEST_F(QuestionThreadsTest, DestroyingTheCatalogueEndsAGetThatWaits) {
+  auto question = catalog->records({"00Bxx"});
+  ASSERT_TRUE(network->waitForRequests(3));
+  auto waiting = std::async(std::launch::async, [&] { return std::move(question).get().end; });
+  catalog.reset();
+  EXPECT_EQ(waiting.get(), End::cancelled);
+}
+
+TEST_F(QuestionThreadsTest, WhicheverComesFirstEachQuestionEndsOnceOrWasCancelled) {
+  static_cast<void>(catalog->records({"001xx"}).get());
+  for (int round = 0; round < 200; ++round) {
+    const auto timer = std::make_shared<tests::ManualTimer>();
+    construct({.timer = timer});
+    std::atomic<int> calls = 0;
+    std::atomic<bool> isCancelled = false;
+    std::atomic<int> callsAfterCancelling = 0;
+    auto token = catalog->records({"001xx", "00B" + std::to_string(round)}, {.deadline = 5s})
+                     .then([&](const Found& answer) {
+                       ++calls;
+                       if (isCancelled) ++callsAfterCancelling;
+                       EXPECT_EQ(answer.found.size() + answer.missing.size(), 2U);
+                     });
+    std::latch start(4);
+    std::thread answering([&] {
+      start.arrive_and_wait();
+      network->releaseAll();
+    });
+    std::thread passing([&] {
+      start.arrive_and_wait();
+      timer->advance(5s);
+    });
+    std::thread cancelling([&] {
+      start.arrive_and_wait();
+      token.cancel();
+      isCancelled = true;
+    });
+    start.arrive_and_wait();
+    if (round % 2 == 0) catalog.reset();
+    answering.join();
+    passing.join();
+    cancelling.join();
+    EXPECT_LE(calls, 1);
+    EXPECT_EQ(callsAfterCancelling, 0);
+  }
+}
+
+TEST_F(QuestionThreadsTest, ManyThreadsAskAndEveryQuestionIsAnswered) {
+  constexpr int threads = 4;
+  constexpr int questions = 100;
+  std::atomic<int> found = 0;
+  std::vector<std::thread> asking;
+  for (int i = 0; i < threads; ++i) {
+    asking.emplace_back([&] {
+      for (int k = 0; k < questions; ++k) {
+        if (catalog->records({"001xx"}, {.deadline = 60s}).get().end == End::answered) ++found;
+      }
+    });
+  }
+  for (auto& thread : asking) thread.join();
+  EXPECT_EQ(found, threads * questions);
+}
+
+}  // namespace
+}  // namespace vellora

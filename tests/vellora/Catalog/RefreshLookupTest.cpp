@@ -1,0 +1,78 @@
+#include "vellora/Catalog/RefreshLookup.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+#include "tests/vellora/Catalog/CatalogFixture.h"
+
+namespace vellora {
+namespace {
+
+using testing::IsEmpty;
+using testkit::StubNetwork;
+using Changes = std::map<std::string, TypeChange>;
+
+using RefreshLookupTest = tests::CatalogFixture;
+
+TEST_F(RefreshLookupTest, EndsWithWhatHasChanged) {
+  constructAndLoad();
+  network->answer(
+      typesUrl,
+      StubNetwork::body(
+          R"({"sobjects":[)"
+          R"({"name":"Account","keyPrefix":"001","label":"Account","labelPlural":"Accounts","createable":true},)"
+          R"({"name":"Contact","keyPrefix":"003","label":"Person","labelPlural":"Persons","createable":false},)"
+          R"({"name":"Order","keyPrefix":"801","label":"Order","labelPlural":"Orders","createable":false}]})"));
+  const auto answer = answered(catalog->refresh());
+  EXPECT_EQ(answer.end, End::answered);
+  EXPECT_EQ(answer.found, (Changes{{"Contact", TypeChange::changed},
+                                   {"ListView", TypeChange::removed},
+                                   {"Order", TypeChange::added}}));
+  EXPECT_EQ(answered(catalog->types({"Contact"})).found.at("Contact").typePresentationInfo.label, "Person");
+}
+
+TEST_F(RefreshLookupTest, AThemeEntryThatDiffersIsAChangeOfItsType) {
+  constructAndLoad();
+  network->answer(themesUrl, StubNetwork::body(R"({"themeItems":[]})"));
+  EXPECT_EQ(answered(catalog->refresh()).found,
+            (Changes{{"Account", TypeChange::changed}, {"Contact", TypeChange::changed}}));
+}
+
+TEST_F(RefreshLookupTest, NothingHasChangedWhereTheServerSaysTheSame) {
+  constructAndLoad();
+  EXPECT_THAT(answered(catalog->refresh()).found, IsEmpty());
+  EXPECT_EQ(network->count(typesUrl), 2U);
+  EXPECT_EQ(network->count(themesUrl), 2U);
+}
+
+TEST_F(RefreshLookupTest, LayoutsAndListViewsAreFetchedOnNextUse) {
+  const std::string columnsUrl = "/services/data/v50.0/search/layout?q=Account";
+  network->answer(columnsUrl, StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
+  constructAndLoad();
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  static_cast<void>(answered(catalog->records({"00Bxx"})));
+  clock.advance(1);
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_EQ(network->count(columnsUrl), 1U);
+  for (int i = 0; i < 2; ++i) {
+    static_cast<void>(answered(catalog->searchColumns({"Account"})));
+    static_cast<void>(answered(catalog->records({"00Bxx"})));
+  }
+  EXPECT_EQ(network->count(columnsUrl), 2U);
+  EXPECT_EQ(network->count(listViewUrl("00Bxx")), 2U);
+}
+
+TEST_F(RefreshLookupTest, FailsWithTheReasonWhenAListCannotBeFetched) {
+  constructAndLoad();
+  network->answer(themesUrl, down());
+  const auto answer = answered(catalog->refresh());
+  EXPECT_EQ(answer.end, End::failed);
+  EXPECT_EQ(answer.trouble->text(), std::string("down (") + themesUrl + ")");
+  EXPECT_EQ(catalog->readiness().readinessCase(), Readiness::Case::failed);
+}
+
+}  // namespace
+}  // namespace vellora

@@ -1,0 +1,54 @@
+#include "vellora/Catalog/Catalog.h"
+
+#include <utility>
+
+#include "vellora/Catalog/CatalogImplementation.h"
+
+namespace vellora {
+
+using Kind = InfoLookup::Wanted::Kind;
+
+Catalog::Catalog(const std::shared_ptr<CorvaneSDK::PlatformAPI>& host, CatalogOptions options)
+    : implementation_(std::make_shared<Implementation>(host, std::move(options))) {}
+
+Catalog::~Catalog() = default;
+
+Question<ObjectPresentationInfo> Catalog::records(const Keys& ids, const QuestionOptions& options) const {
+  return implementation_->infos(Kind::ids, ids, options);
+}
+
+Question<ObjectPresentationInfo> Catalog::types(const Keys& names, const QuestionOptions& options) const {
+  return implementation_->infos(Kind::names, names, options);
+}
+
+Question<ObjectPresentationInfo> Catalog::allTypes(std::string_view filter,
+                                                   const QuestionOptions& options) const {
+  return implementation_->allTypes(filter, options);
+}
+
+Question<ObjectLayoutInfo> Catalog::searchColumns(const Keys& names, const QuestionOptions& options) const {
+  return implementation_->searchColumns(names, options);
+}
+
+Question<ObjectCompactLayoutInfo> Catalog::headlines(const Keys& names,
+                                                     const QuestionOptions& options) const {
+  return implementation_->headlines(names, options);
+}
+
+Question<TypeChange> Catalog::refresh(const QuestionOptions& options) const {
+  return implementation_->refresh(options);
+}
+
+void Catalog::forget() const {
+  implementation_->forget();
+}
+
+Readiness Catalog::readiness() const {
+  return implementation_->readiness().value();
+}
+
+Publisher<Readiness> Catalog::readinessStream() const {
+  return implementation_->readinessStream();
+}
+
+}  // namespace vellora

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "vellora/Catalog/CatalogOptions.h"
+#include "vellora/Catalog/Keys.h"
+#include "vellora/Catalog/Question.h"
+#include "vellora/Catalog/QuestionOptions.h"
+#include "vellora/Catalog/Readiness.h"
+#include "vellora/Host/PlatformAPI.h"
+#include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Values/Export.h"
+
+namespace vellora {
+
+/// What apps ask about the metadata of a records server. Every question ends, with a reason for each key that
+/// it could not find. Construct one early and keep it: it begins at once to load both lists.
+///
+///     Catalog catalog(host, {.theme = "light", .cacheTimeout = 1h, .answersOn = mainLoop});
+///
+///     const auto answer = co_await catalog.records({"001…", "00B…"}, {.deadline = 5s});
+///     for (const auto& [id, info] : answer.found) show(id, info);
+///     for (const auto& [id, missing] : answer.missing) show(id, missing.text());
+///
+/// Promises, whatever host, server, cache or clock do:
+///
+/// 1. Each question ends exactly once, at its deadline at the latest.
+/// 2. Each of its keys is found, or missing for a reason. One bad key takes no other with it.
+/// 3. When `Question::cancel`, `QuestionToken::cancel` or the catalogue's destructor has returned, no
+/// callback
+///    runs or will. They wait for one that runs, unless they are called from inside it.
+/// 4. Callbacks run on the queue that the options name, never inside a call, never on the network's thread.
+/// 5. Equal requests under way are shared, and no request's URL is longer than 8 kB.
+///
+/// Where an answer comes from is decided as the data services say: the cache while it is fresh, else the
+/// server; older data when the server fails, marked as stale.
+///
+/// Ownership: shares the host's facilities. Destroying it gives all questions up: one that a thread waits for
+/// in `get` returns as cancelled; a callback is not called; a coroutine that is suspended in one is not
+/// resumed, so destroy coroutines first, or stop them.
+///
+/// Threads: every member may be called from any thread, also from inside a callback.
+///
+/// Errors: in the answers. A host that lacks a facility has every question fail. A call throws
+/// `std::bad_alloc`; the question has not been asked then.
+///
+/// Units: seconds, as `std::chrono` spells them.
+class VELLORA_EXPORT Catalog {
+ public:
+  /// Takes network, cache and logger from `host`, and starts to load both lists, unless the cache has them.
+  explicit Catalog(const std::shared_ptr<CorvaneSDK::PlatformAPI>& host, CatalogOptions options = {});
+  ~Catalog();
+  Catalog(const Catalog&) = delete;
+  Catalog& operator=(const Catalog&) = delete;
+
+  /// What the records of these ids are: the look of their types, and for a list view also of what it lists.
+  [[nodiscard]] Question<ObjectPresentationInfo> records(const Keys& ids,
+                                                         const QuestionOptions& options = {}) const;
+
+  /// What the object types of these API names look like.
+  [[nodiscard]] Question<ObjectPresentationInfo> types(const Keys& names,
+                                                       const QuestionOptions& options = {}) const;
+
+  /// What all object types look like, by API name, or those that a person finds who types `filter`: words,
+  /// each of which stands somewhere in the label, the plural or the name, in either case.
+  [[nodiscard]] Question<ObjectPresentationInfo> allTypes(std::string_view filter = {},
+                                                          const QuestionOptions& options = {}) const;
+
+  /// Which columns search results of these object types show.
+  [[nodiscard]] Question<ObjectLayoutInfo> searchColumns(const Keys& names,
+                                                         const QuestionOptions& options = {}) const;
+
+  /// Which fields head the records of these object types. Answers of one moment may share their fields.
+  [[nodiscard]] Question<ObjectCompactLayoutInfo> headlines(const Keys& names,
+                                                            const QuestionOptions& options = {}) const;
+
+  /// Fetches both lists anew, whatever their age, and has layouts and list views fetched anew when they are
+  /// asked for next. Finds, by API name, what has changed; the first time everything is `added`.
+  [[nodiscard]] Question<TypeChange> refresh(const QuestionOptions& options = {}) const;
+
+  /// Gives all questions up, as cancelled, and deletes what the library has written into the cache: for a
+  /// sign-out. Layouts are deleted of the types that the cached list names. Afterwards the catalogue may be
+  /// asked again, and begins without anything. A step that another thread is just taking may still write.
+  void forget() const;
+
+  /// Whether both lists are there.
+  [[nodiscard]] Readiness readiness() const;
+
+  /// Yields the current readiness, then every later one, on the queue of the catalogue's answers; nothing
+  /// after the catalogue's destructor has returned.
+  [[nodiscard]] Publisher<Readiness> readinessStream() const;
+
+ private:
+  class Implementation;
+
+  const std::shared_ptr<Implementation> implementation_;
+};
+
+}  // namespace vellora

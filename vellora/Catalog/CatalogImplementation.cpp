@@ -1,0 +1,214 @@
+#include "vellora/Catalog/CatalogImplementation.h"
+
+#include <new>
+#include <utility>
+
+#include "vellora/Catalog/AllTypesLookup.h"
+#include "vellora/Catalog/LayoutLookup.h"
+#include "vellora/Catalog/RefreshLookup.h"
+#include "vellora/DataServices/NamedList.h"
+#include "vellora/Platform/Publishers/Subject.h"
+#include "vellora/Platform/Publishers/detail/Step.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
+#include "vellora/Services/VelloraServiceError.h"
+
+namespace vellora {
+
+namespace {
+
+/// How long the first load may take: as long as its requests.
+constexpr TimedQueue::Delay prefetchDeadline = std::chrono::seconds(60);
+
+std::optional<RequiredAPI> requiredFrom(CorvaneSDK::PlatformAPI* host) {
+  RequiredAPI api;
+  if (!host || !(api.network = host->network()) || !(api.cache = host->cache()) ||
+      !(api.logger = host->logger())) {
+    return std::nullopt;
+  }
+  return api;
+}
+
+CatalogOptions completed(CatalogOptions options) {
+  if (!options.answersOn) options.answersOn = std::make_shared<SerialDispatchQueue>("Catalog.queue");
+  if (!options.timer) options.timer = TimedQueue::system();
+  return options;
+}
+
+const std::shared_ptr<DispatchQueue>& workers() {
+  return DispatchQueue::global(DispatchQoS::userInitiated);
+}
+
+}  // namespace
+
+Catalog::Implementation::Implementation(const std::shared_ptr<CorvaneSDK::PlatformAPI>& host,
+                                        CatalogOptions options)
+    : options_(completed(std::move(options))),
+      api_(requiredFrom(host.get())),
+      readiness_(Readiness::loading(), Subject<WillChange>()),
+      session_(newSession()) {
+  prefetch();
+}
+
+Catalog::Implementation::~Implementation() {
+  gate_->close();
+  if (const auto session = session_.value()) session->questions.end();
+}
+
+Catalog::Implementation::SessionPtr Catalog::Implementation::newSession() const {
+  return api_ ? std::make_shared<Session>(*api_, options_.cacheTimeout.count(), readiness_) : nullptr;
+}
+
+/// The first load is a question that nobody waits for.
+void Catalog::Implementation::prefetch() const {
+  if (!api_) return readiness_.set(Readiness::failed(Failure(VelloraServiceError::requiredAPI())));
+  auto question =
+      askAll<TypeChange>({.deadline = prefetchDeadline}, [](const SessionPtr& session, const auto& asked) {
+        const auto loaded = [asked](const PreparedLists&) { asked->write([](auto&) {}); };
+        asked->keep(session->lists.prepared(Source::cacheFirst).sink(loaded, failing(asked)));
+      });
+  std::move(question)
+      .then([readiness = readiness_](const Answer<TypeChange>& answer) {
+        if (answer.end == End::answered || answer.end == End::cancelled) return;
+        const Error late = QuestionError{QuestionError::Case::timedOut};
+        readiness.set(Readiness::failed(answer.trouble.value_or(Failure(late))));
+      })
+      .detach();
+}
+
+Question<ObjectPresentationInfo> Catalog::Implementation::infos(InfoLookup::Wanted::Kind kind,
+                                                                const Keys& keys,
+                                                                const QuestionOptions& options) const {
+  const auto start = [kind, theme = themeOf(options), source = options.source](
+                         const SessionPtr& session, const auto& question, std::vector<std::string> good) {
+    std::make_shared<InfoLookup>(session, question, InfoLookup::Wanted{kind, std::move(good), theme, source})
+        ->start();
+  };
+  const bool areIds = kind == InfoLookup::Wanted::Kind::ids;
+  return ask<ObjectPresentationInfo>(keys, areIds ? KeyKind::id : KeyKind::name, options, start);
+}
+
+std::string Catalog::Implementation::themeOf(const QuestionOptions& options) const {
+  return options.theme.empty() ? options_.theme : std::string(options.theme);
+}
+
+Question<ObjectPresentationInfo> Catalog::Implementation::allTypes(std::string_view filter,
+                                                                   const QuestionOptions& options) const {
+  return askAll<ObjectPresentationInfo>(
+      options, [filter = TypeFilter(filter), theme = themeOf(options), source = options.source](
+                   const SessionPtr& session, const auto& question) {
+        AllTypesLookup{session, question, filter, theme, source}.start();
+      });
+}
+
+Question<ObjectLayoutInfo> Catalog::Implementation::searchColumns(const Keys& names,
+                                                                  const QuestionOptions& options) const {
+  return ask<ObjectLayoutInfo>(
+      names, KeyKind::listedName, options,
+      [source = options.source](const SessionPtr& session, const auto& question, auto good) {
+        lookUpLayouts(session, session->services.layouts, question, std::move(good), source);
+      });
+}
+
+Question<ObjectCompactLayoutInfo> Catalog::Implementation::headlines(const Keys& names,
+                                                                     const QuestionOptions& options) const {
+  return ask<ObjectCompactLayoutInfo>(
+      names, KeyKind::listedName, options,
+      [source = options.source](const SessionPtr& session, const auto& question, auto good) {
+        lookUpLayouts(session, session->services.compactLayouts, question, std::move(good), source);
+      });
+}
+
+Question<TypeChange> Catalog::Implementation::refresh(const QuestionOptions& options) const {
+  return askAll<TypeChange>(
+      options, [](const SessionPtr& session, const auto& question) { vellora::refresh(session, question); });
+}
+
+void Catalog::Implementation::forget() const {
+  if (!api_) return;
+  const auto session = session_.exchange(newSession());
+  session->questions.end();
+  readiness_.set(Readiness::loading());
+  std::vector<std::string> names;
+  const auto token = session->services.sObjects->allSObjects(Source::cacheOnly).sink([&](const auto& types) {
+    for (const auto& type : types->records()) names.push_back(type.name);
+  });
+  session->services.layouts->forget(names);
+  session->services.compactLayouts->forget(names);
+  session->services.sObjects->forget();
+  session->services.themes->forget();
+}
+
+Publisher<Readiness> Catalog::Implementation::readinessStream() const {
+  auto onValue = [gate = gate_](auto& to, Readiness&& value) {
+    gate->run([&] { to.observer->receive(std::move(value)); });
+  };
+  return Publisher<Readiness>(detail::behind<detail::Downstream<Readiness>>(
+      readiness_.stream().receive(options_.answersOn).source(), std::move(onValue), detail::PassEnd()));
+}
+
+template <class T, class Start>
+Question<T> Catalog::Implementation::ask(const Keys& keys, KeyKind kind, const QuestionOptions& options,
+                                         Start start) const {
+  const auto session = session_.value();
+  const std::set<std::string> distinct(keys.list().begin(), keys.list().end());
+  const auto question = begun<T>(session, distinct, options);
+  Question<T> handle(question);  // gives it up when there is no memory to go on
+  std::vector<std::string> good;
+  std::vector<std::pair<std::string, QuestionError>> refused;
+  for (const auto& key : distinct) {
+    if (const auto refusal = refusalOf(key, kind)) {
+      refused.emplace_back(key, *refusal);
+    } else {
+      good.push_back(key);
+    }
+  }
+  question->write([refused = std::move(refused)](auto& sheet) {
+    for (const auto& [key, why] : refused) sheet.missed(key, Missing(Missing::Why::notAsked, Failure(why)));
+  });
+  if (!good.empty()) {
+    startSoon(session, question, [start, good = std::move(good)](const auto& current, const auto& asked) {
+      start(current, asked, good);
+    });
+  }
+  return handle;
+}
+
+template <class T, class Start>
+Question<T> Catalog::Implementation::askAll(const QuestionOptions& options, Start start) const {
+  const auto session = session_.value();
+  const auto question = begun<T>(session, {}, options);
+  Question<T> handle(question);
+  startSoon(session, question, std::move(start));
+  return handle;
+}
+
+template <class T>
+std::shared_ptr<detail::Asked<T>> Catalog::Implementation::begun(const SessionPtr& session,
+                                                                 std::set<std::string> keys,
+                                                                 const QuestionOptions& options) const {
+  const auto wanted = options.answersOn.value();
+  const auto question = std::make_shared<detail::Asked<T>>(
+      std::move(keys), detail::Terms{wanted ? wanted : options_.answersOn, options_.timer, gate_,
+                                     session ? session->questions : SubscriptionScope()});
+  question->begin(options.deadline, options.stop.value());
+  return question;
+}
+
+template <class T, class Start>
+void Catalog::Implementation::startSoon(const SessionPtr& session,
+                                        const std::shared_ptr<detail::Asked<T>>& question,
+                                        Start start) const {
+  if (!session) return question->fail(VelloraServiceError::requiredAPI());
+  // Weakly: a question that has been dropped or has ended takes no work.
+  workers()->async([session, weak = std::weak_ptr<detail::Asked<T>>(question), start = std::move(start)] {
+    const auto asked = weak.lock();
+    if (!asked || asked->hasEnded()) return;
+    try {
+      start(session, asked);
+    } catch (const std::bad_alloc&) {
+      asked->fail(outOfMemory());
+    }
+  });
+}
+
+}  // namespace vellora

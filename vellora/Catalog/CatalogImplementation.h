@@ -1,0 +1,79 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vellora/Catalog/Asked.h"
+#include "vellora/Catalog/Catalog.h"
+#include "vellora/Catalog/InfoLookup.h"
+#include "vellora/Catalog/KeyRefusal.h"
+#include "vellora/Catalog/Keys.h"
+#include "vellora/Catalog/Session.h"
+#include "vellora/Host/RequiredAPI.h"
+#include "vellora/Platform/Publishers/Published.h"
+#include "vellora/Platform/Queues/CallbackGate.h"
+#include "vellora/Platform/Values/Guarded.h"
+
+namespace vellora {
+
+/// What a `Catalog` consists of.
+///
+/// Ownership: owned by the catalogue. What is under way holds the session and the gate, not this.
+class Catalog::Implementation {
+ public:
+  Implementation(const std::shared_ptr<CorvaneSDK::PlatformAPI>& host, CatalogOptions options);
+  ~Implementation();
+  Implementation(const Implementation&) = delete;
+  Implementation& operator=(const Implementation&) = delete;
+
+  [[nodiscard]] Question<ObjectPresentationInfo> infos(InfoLookup::Wanted::Kind kind, const Keys& keys,
+                                                       const QuestionOptions& options) const;
+  [[nodiscard]] Question<ObjectPresentationInfo> allTypes(std::string_view filter,
+                                                          const QuestionOptions& options) const;
+  [[nodiscard]] Question<ObjectLayoutInfo> searchColumns(const Keys& names,
+                                                         const QuestionOptions& options) const;
+  [[nodiscard]] Question<ObjectCompactLayoutInfo> headlines(const Keys& names,
+                                                            const QuestionOptions& options) const;
+  [[nodiscard]] Question<TypeChange> refresh(const QuestionOptions& options) const;
+  void forget() const;
+
+  [[nodiscard]] const Published<Readiness>& readiness() const noexcept { return readiness_; }
+  [[nodiscard]] Publisher<Readiness> readinessStream() const;
+
+ private:
+  using SessionPtr = std::shared_ptr<Session>;  // null without a host
+
+  /// Asks a question for `keys`; `start(session, question, keys)` works for it, with those that can be asked.
+  template <class T, class Start>
+  [[nodiscard]] Question<T> ask(const Keys& keys, KeyKind kind, const QuestionOptions& options,
+                                Start start) const;
+  /// The same for a question without keys; `start(session, question)`.
+  template <class T, class Start>
+  [[nodiscard]] Question<T> askAll(const QuestionOptions& options, Start start) const;
+
+  template <class T>
+  [[nodiscard]] std::shared_ptr<detail::Asked<T>> begun(const SessionPtr& session, std::set<std::string> keys,
+                                                        const QuestionOptions& options) const;
+  template <class T, class Start>
+  void startSoon(const SessionPtr& session, const std::shared_ptr<detail::Asked<T>>& question,
+                 Start start) const;
+
+  [[nodiscard]] std::string themeOf(const QuestionOptions& options) const;
+  [[nodiscard]] SessionPtr newSession() const;
+  void prefetch() const;
+
+  // Constant after construction.
+  const CatalogOptions options_;
+  const std::optional<RequiredAPI> api_;
+  const std::shared_ptr<CallbackGate> gate_ = std::make_shared<CallbackGate>();
+
+  // Synchronise themselves.
+  const Published<Readiness> readiness_;
+  mutable Guarded<SessionPtr> session_;
+};
+
+}  // namespace vellora

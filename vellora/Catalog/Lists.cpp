@@ -1,0 +1,82 @@
+#include "vellora/Catalog/Lists.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vellora {
+
+namespace {
+
+bool isLoadNeeded(const ListState& list, Source source) {
+  if (source == Source::cacheFirst) return list.state != CacheState::valid;
+  return source == Source::serverFirst;
+}
+
+/// After a failed fetch an empty cache has nothing to say, and a server that has just failed is not asked for
+/// the same list once for each key.
+Source sourceAfter(const std::optional<Error>& failure, const ListState& list, Source wanted) {
+  return failure && list.state == CacheState::empty ? Source::cacheOnly : wanted;
+}
+
+/// With a time-out of nothing a list is expired as soon as it has come, but it is not stale.
+ListState stateAfter(ListState list, bool hasJustCome) {
+  if (hasJustCome && list.state == CacheState::expired) list.state = CacheState::valid;
+  return list;
+}
+
+Readiness readinessAfter(const PreparedLists& lists) {
+  if (lists.typesFailure) return Readiness::failed(Failure(*lists.typesFailure));
+  if (lists.themesFailure) return Readiness::failed(Failure(*lists.themesFailure));
+  return Readiness::ready();
+}
+
+/// The end of a load: its error, or none.
+template <class List>
+Publisher<std::optional<Error>> failureOf(const Publisher<List>& load) {
+  return load.results().map(
+      [](const Result<List>& list) { return list ? std::nullopt : std::optional<Error>(list.error()); });
+}
+
+}  // namespace
+
+Age PreparedLists::age() const {
+  Age age;
+  age.isStale = types.state == CacheState::expired || themes.state == CacheState::expired;
+  age.fetched = types.fetched;
+  if (themes.fetched && (!age.fetched || *themes.fetched < *age.fetched)) age.fetched = themes.fetched;
+  return age;
+}
+
+Source PreparedLists::typesSource(Source wanted) const {
+  return sourceAfter(typesFailure, types, wanted);
+}
+
+Source PreparedLists::themesSource(Source wanted) const {
+  return sourceAfter(themesFailure, themes, wanted);
+}
+
+Publisher<PreparedLists> Lists::prepared(Source source) const {
+  return Publisher<PreparedLists>::deferred([types = types_, themes = themes_, readiness = readiness_,
+                                             source] {
+    PreparedLists found{types->listState(), themes->listState(), std::nullopt, std::nullopt};
+    const bool typesNeeded = isLoadNeeded(found.types, source);
+    const bool themesNeeded = isLoadNeeded(found.themes, source);
+    if (!typesNeeded && !themesNeeded) {
+      if (source == Source::cacheFirst && readiness.value().readinessCase() != Readiness::Case::ready)
+        readiness.set(Readiness::ready());
+      return Publisher<PreparedLists>::just(std::move(found));
+    }
+    using Loaded = Publisher<std::optional<Error>>;
+    const auto typesLoad = typesNeeded ? failureOf(types->renewedSObjects()) : Loaded::just(std::nullopt);
+    const auto themesLoad = themesNeeded ? failureOf(themes->renewedThemes()) : Loaded::just(std::nullopt);
+    return typesLoad.combineLatest(themesLoad).map([=](const auto& failures) {
+      const PreparedLists after{stateAfter(types->listState(), typesNeeded && !failures.first),
+                                stateAfter(themes->listState(), themesNeeded && !failures.second),
+                                failures.first, failures.second};
+      readiness.set(readinessAfter(after));
+      return after;
+    });
+  });
+}
+
+}  // namespace vellora

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "vellora/Catalog/Failure.h"
+#include "vellora/Catalog/Missing.h"
+#include "vellora/DataServices/NotCached.h"
+#include "vellora/DataServices/Source.h"
+#include "vellora/Platform/Publishers/Observer.h"
+#include "vellora/Platform/Values/Error.h"
+
+namespace vellora {
+
+/// Why a key is missing whose lookup failed with `error`. That something is not cached is the reason only
+/// where nobody else was to be asked; else it is that of the fetch that should have brought it.
+[[nodiscard]] inline Missing missingFor(const Error& error, Source wanted,
+                                        const std::optional<Error>& fetchFailure = std::nullopt) {
+  const bool isNotCached = error.as<NotCached>() != nullptr;
+  if (isNotCached && wanted == Source::cacheOnly) return Missing(Missing::Why::notCached);
+  return Missing(Missing::Why::failed, Failure(isNotCached && fetchFailure ? *fetchFailure : error));
+}
+
+/// The handler of a pipeline's end that fails `question` when the pipeline fails.
+template <class Question>
+[[nodiscard]] auto failing(std::shared_ptr<Question> question) {
+  return [question = std::move(question)](const Completion& error) {
+    if (error) question->fail(*error);
+  };
+}
+
+}  // namespace vellora
