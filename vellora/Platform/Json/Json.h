@@ -76,8 +76,8 @@ inline constexpr std::size_t maximumDepth = 512;
 /// Strict RFC 8259 over the whole document, nesting up to 512, a UTF-8 byte order mark is skipped. Of
 /// duplicate keys the first wins, in records and in dictionaries; unknown keys are ignored; null for an
 /// optional is absent. A number is an integer when its value is one, however it is written: 16.0 and 1.6e1
-/// are. A number beyond the range of a double, or written as an integer beyond 64 bits, makes the document
-/// invalid, in an ignored member too.
+/// are, 16.00000000000000000001 is not. A number may have any size where nobody reads it; where it is read,
+/// it has to fit a `std::int64_t` exactly, or the range of a double.
 ///
 /// Defined in the source file of each record; the types that can be decoded are those.
 ///

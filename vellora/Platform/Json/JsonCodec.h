@@ -76,25 +76,24 @@ struct Codec<bool> {
 template <>
 struct Codec<std::int64_t> {
   static bool decode(Element value, std::int64_t& out, DecodingFailure& failure) {
-    return !value.get(out) || fromDouble(value, out) || failure.typeMismatch("an integer");
+    return !value.get(out) || settled(value, out, failure) || failure.typeMismatch("an integer");
   }
   static bool encode(std::int64_t value, Writer& writer) { return writer.integer(value); }
 
  private:
-  static bool fromDouble(Element value, std::int64_t& out) {
-    constexpr double beyond = 9223372036854775808.0;
-    double number = 0;
-    if (!value.is_double() || value.get(number)) return false;
-    if (number < -beyond || number >= beyond || std::trunc(number) != number) return false;
-    out = static_cast<std::int64_t>(number);
-    return true;
+  // The parser rounds what is written with a fraction or an exponent. Its digits tell whether it is whole.
+  static bool settled(Element value, std::int64_t& out, const DecodingFailure& failure) {
+    if (!value.is_double()) return false;
+    failure.document().settleNumbers();
+    return !value.get(out);
   }
 };
 
 template <>
 struct Codec<double> {
   static bool decode(Element value, double& out, DecodingFailure& failure) {
-    return !value.get(out) || failure.typeMismatch("a number");
+    if (value.get(out)) return failure.typeMismatch("a number");
+    return std::isfinite(out) || failure.typeMismatch("a number within the range of a double");
   }
   static bool encode(double value, Writer& writer) { return writer.number(value); }
 };
@@ -328,7 +327,7 @@ Result<T> decode(const Data& text) {
   Document document;
   if (auto error = document.parse(text)) {
     result = Error(*std::move(error));
-  } else if (DecodingFailure failure; !Codec<T>::decode(document.root(), result.value(), failure)) {
+  } else if (DecodingFailure failure(document); !Codec<T>::decode(document.root(), result.value(), failure)) {
     result = Error(failure.error());
   }
   return result;
