@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "vellora/Platform/Json/JsonCodec.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora {
 namespace {
