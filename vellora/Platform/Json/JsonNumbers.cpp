@@ -7,17 +7,23 @@
 #include <limits>
 #include <optional>
 #include <system_error>
-#include <utility>
 
 namespace vellora::json {
 
 namespace {
 
-constexpr std::string_view digitCharacters = "0123456789";
+bool isDigit(char character) {
+  return character >= '0' && character <= '9';
+}
+
+bool mayBeInNumber(char character) {
+  return isDigit(character) || std::string_view("+-.eE").find(character) != std::string_view::npos;
+}
 
 /// How many of the first characters of `text` are digits.
 std::size_t digitsAtFront(std::string_view text) {
-  return std::min(text.find_first_not_of(digitCharacters), text.size());
+  const auto* const end = std::find_if_not(text.begin(), text.end(), isDigit);
+  return static_cast<std::size_t>(end - text.begin());
 }
 
 /// Takes `-?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][+-]?[0-9]+)?` for a number, and nothing else.
@@ -49,25 +55,38 @@ class Numbers {
 
   /// The next number, as a part of the text; empty behind the last one.
   std::string_view next() {
-    constexpr std::string_view first = "\"-0123456789";
-    constexpr std::string_view any = "+-.eE0123456789";
-    while ((at_ = std::min(text_.find_first_of(first, at_), text_.size())) < text_.size()) {
-      if (text_[at_] == '"') {
+    while (at_ < text_.size()) {
+      const char first = text_[at_];
+      if (first == '"') {
         skipString();
-        continue;
+      } else if (isDigit(first) || first == '-') {
+        if (const auto number = takeRun(); isNumber(number)) return number;
+      } else {
+        ++at_;
       }
-      const std::size_t begin = std::exchange(at_, std::min(text_.find_first_not_of(any, at_), text_.size()));
-      if (const auto number = text_.substr(begin, at_ - begin); isNumber(number)) return number;
     }
     return {};
   }
 
  private:
   void skipString() {
-    for (++at_; at_ < text_.size() && text_[at_] != '"'; ++at_) {
-      if (text_[at_] == '\\') ++at_;
-    }
-    ++at_;
+    do {
+      at_ = std::min(text_.find('"', at_ + 1), text_.size());
+    } while (at_ < text_.size() && isEscaped());
+    at_ = std::min(at_ + 1, text_.size());
+  }
+
+  // Whether an odd number of backslashes stands in front.
+  [[nodiscard]] bool isEscaped() const {
+    const std::string_view before = text_.substr(0, at_);
+    return (before.size() - before.find_last_not_of('\\')) % 2 == 0;
+  }
+
+  // The characters from here on that may stand in a number.
+  std::string_view takeRun() {
+    const std::size_t begin = at_;
+    while (at_ < text_.size() && mayBeInNumber(text_[at_])) ++at_;
+    return text_.substr(begin, at_ - begin);
   }
 
   std::string_view text_;

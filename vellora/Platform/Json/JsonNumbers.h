@@ -7,8 +7,8 @@
 
 // simdjson converts every number while it parses: it refuses a text with one that fits neither 64 bits nor a
 // double, and rounds what is written with a fraction or an exponent. These two look at the digits themselves.
-// They cost about as much as parsing does, so they are asked only where a number was refused, or rounded
-// where an integer is wanted.
+// They take longer than parsing does, so they are asked only where a number was refused, or rounded where an
+// integer is wanted.
 
 namespace vellora::json {
 
