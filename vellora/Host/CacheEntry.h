@@ -15,6 +15,10 @@ namespace CorvaneSDK {
 ///     table.upsert(CacheEntry(accountAsJson, {{"cacheEntryType", "sObject"}, {"name", "Account"}}));
 ///
 /// Ownership: a plain value; copies share the bytes.
+///
+/// Threads: like any value: read it from several threads, but change only your own copy.
+///
+/// Errors: none. Any bytes may stand in it, also in meta and key; copying meta and key takes memory.
 struct VELLORA_EXPORT CacheEntry {
   CacheEntry() = default;
 
