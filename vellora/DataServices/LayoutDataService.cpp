@@ -24,7 +24,8 @@ std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
 }
 
 /// The cached layout of that type. An expired one is removed, so that the next lookup fetches it.
-std::optional<ObjectLayoutInfo> load(LayoutCache& cache, const std::string& objectType, Expiry& expiry) {
+std::optional<ObjectLayoutInfo> load(LayoutCache& cache, const std::string& objectType,
+                                     const Expiry& expiry) {
   auto entry = cache.load<ObjectLayoutInfoCacheEntry>(objectType);
   if (!entry) return std::nullopt;
   if (expiry.isPast(entry->downloadedTime)) cache.remove(objectType);
