@@ -34,18 +34,15 @@ std::optional<ObjectLayoutInfo> load(LayoutCache& cache, const std::string& obje
 
 }  // namespace
 
-LayoutDataService::LayoutDataService(RequiredAPI api, double cacheTimeout)
-    : network_(std::move(api.network)),
-      cache_(std::move(api.cache)),
-      logger_(std::move(api.logger)),
-      cacheTimeout_(cacheTimeout) {}
+LayoutDataService::LayoutDataService(const RequiredAPI& api, double cacheTimeout)
+    : network_(api.network), cache_(api.cache), logger_(api.logger), cacheTimeout_(cacheTimeout) {}
 
 void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, Completion completion) {
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
   std::vector<ObjectLayoutInfo> cached;
   cached.reserve(names.size());
   LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
-  Expiry expiry(cacheTimeout_);
+  const Expiry expiry(cacheTimeout_);
   for (const auto& name : names) {
     if (auto layout = load(cache, name, expiry)) cached.push_back(*std::move(layout));
   }
