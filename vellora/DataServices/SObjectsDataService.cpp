@@ -98,7 +98,8 @@ void SObjectsDataService::loadSObjects(LoadCompletion completion) {
     if (const auto service = weak.lock()) service->log("loadSObjects(completion:), fetch completed");
     if (completion) completion(std::nullopt);
   };
-  subscriptions_.insert(fetchedSObjects().subscribe(queue_).sink([](const auto&) {}, std::move(ended)));
+  fetchedSObjects().subscribe(queue_).sink(
+      subscriptions_, [](const auto&) {}, std::move(ended));
 }
 
 Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsDataService::sObjectsForIds(

@@ -72,7 +72,8 @@ void ThemeDataService::loadThemes(LoadCompletion completion) {
     if (const auto service = weak.lock()) service->log("loadThemes(completion:), fetch completed");
     if (completion) completion(std::nullopt);
   };
-  subscriptions_.insert(fetchedThemes().subscribe(queue_).sink([](const auto&) {}, ended));
+  fetchedThemes().subscribe(queue_).sink(
+      subscriptions_, [](const auto&) {}, ended);
 }
 
 Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector<std::string> names) {

@@ -136,8 +136,9 @@ void VelloraService::Implementation::waitForPrefetch(std::function<void()> compl
         return current;
       })
       .first([](const State& current) { return current != State::isLoading(); })
-      .sink([completion = std::move(completion)](const State&) { completion(); })
-      .detach();  // it ends with the first such state, or with the property
+      .sink(
+          subscriptions_, [completion = std::move(completion)](const State&) { completion(); },
+          [](const Completion&) {});
 }
 
 bool VelloraService::Implementation::primedAndCached() const {
@@ -165,11 +166,11 @@ void VelloraService::Implementation::objectPresentationInfoForIdsOnceLoaded(
   auto pairThemWithTypes = [lookup](auto items) { return lookup->infosOfRecords(std::move(items)); };
   auto answer = [completion = std::move(completion)](Infos infos) { completion(std::move(infos)); };
   auto logEnd = [lookup](const Completion&) { lookup->logEnd(); };
-  subscriptions_.insert(sObjectsDataService_->sObjectsForIds(ids)
-                            .map(std::move(keepTypes))
-                            .flatMap(std::move(lookUpThemes))
-                            .map(std::move(pairThemWithTypes))
-                            .sink(std::move(answer), std::move(logEnd)));
+  sObjectsDataService_->sObjectsForIds(ids)
+      .map(std::move(keepTypes))
+      .flatMap(std::move(lookUpThemes))
+      .map(std::move(pairThemWithTypes))
+      .sink(subscriptions_, std::move(answer), std::move(logEnd));
 }
 
 void VelloraService::Implementation::objectPresentationInfoForApiNames(
@@ -187,9 +188,9 @@ void VelloraService::Implementation::objectPresentationInfoForApiNamesFetchIfNee
     lookup->logEnd();
     completion(lookup->takeInfos());
   };
-  subscriptions_.insert(sObjectsDataService_->sObjectsForNames(apiNames)
-                            .combineLatest(themeDataService_->themes(apiNames))
-                            .sink(std::move(keepInfos), std::move(answer)));
+  sObjectsDataService_->sObjectsForNames(apiNames)
+      .combineLatest(themeDataService_->themes(apiNames))
+      .sink(subscriptions_, std::move(keepInfos), std::move(answer));
 }
 
 ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationInfo(
