@@ -49,8 +49,8 @@ bool operator==(const VelloraService::State& left, const VelloraService::State& 
 
 VelloraService::VelloraService(const std::shared_ptr<CorvaneSDK::PlatformAPI>& api, double cacheTimeout,
                                std::string theme, std::shared_ptr<DispatchQueue> queue)
-    : implementation_(std::make_shared<Implementation>(requiredFrom(api), cacheTimeout, std::move(theme),
-                                                       required(std::move(queue)))) {
+    : implementation_(Implementation::make(requiredFrom(api), cacheTimeout, std::move(theme),
+                                           required(std::move(queue)))) {
   implementation_->prefetch();
 }
 
@@ -79,30 +79,32 @@ bool VelloraService::primedAndCached() const {
 }
 
 // Each lookup keeps the implementation until it returns. The service may be destroyed earlier, by a
-// completion or by an observer of the state, on this thread or on another.
+// completion or by an observer of the state, on this thread or on another. A presentation lookup has to end
+// then, so it keeps no copy of the service's handle.
 
 void VelloraService::objectPresentationInfoForIds(const std::vector<std::string>& ids,
                                                   PresentationCompletion completion) {
-  const auto implementation = implementation_;
+  const auto implementation = implementation_->shared_from_this();
   implementation->objectPresentationInfoForIds(ids, orNothing(std::move(completion)));
 }
 
 void VelloraService::objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,
                                                        PresentationCompletion completion) {
-  const auto implementation = implementation_;
+  const auto implementation = implementation_->shared_from_this();
   implementation->objectPresentationInfoForApiNames(apiNames, orNothing(std::move(completion)));
 }
 
 void VelloraService::objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
                                                  LayoutCompletion completion) {
   const auto implementation = implementation_;
-  implementation->objectLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
+  implementation->objectLayoutInfoForApiNames(implementation, apiNames, orNothing(std::move(completion)));
 }
 
 void VelloraService::objectCompactLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
                                                         CompactLayoutCompletion completion) {
   const auto implementation = implementation_;
-  implementation->objectCompactLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
+  implementation->objectCompactLayoutInfoForApiNames(implementation, apiNames,
+                                                     orNothing(std::move(completion)));
 }
 
 }  // namespace vellora

@@ -38,6 +38,24 @@ VelloraService::Implementation::Implementation(const RequiredAPI& api, double ca
       theme_(std::move(theme)),
       primerState_(State::isLoading(), objectWillChange_) {}
 
+/// What the copies of a handle share. It cancels the lookups, whoever else still holds the façade.
+class VelloraService::Implementation::Ending {
+ public:
+  explicit Ending(std::shared_ptr<Implementation> facade) : facade_(std::move(facade)) {}
+  ~Ending() { facade_->subscriptions_.close(); }
+  Ending(const Ending&) = delete;
+  Ending& operator=(const Ending&) = delete;
+
+ private:
+  const std::shared_ptr<Implementation> facade_;
+};
+
+std::shared_ptr<VelloraService::Implementation> VelloraService::Implementation::make(
+    const RequiredAPI& api, double cacheTimeout, std::string theme, std::shared_ptr<DispatchQueue> queue) {
+  const auto facade = std::make_shared<Implementation>(api, cacheTimeout, std::move(theme), std::move(queue));
+  return {std::make_shared<Ending>(facade), facade.get()};
+}
+
 void VelloraService::Implementation::log(const std::string& text) const {
   logger_->log(text, LogLevel::info);
 }
@@ -209,21 +227,23 @@ ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationI
 
 // Layout lookups
 
-void VelloraService::Implementation::objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
+void VelloraService::Implementation::objectLayoutInfoForApiNames(std::shared_ptr<Implementation> facade,
+                                                                 const std::vector<std::string>& apiNames,
                                                                  LayoutCompletion completion) {
   layoutDataService_->layoutForApiName(
       apiNames,
-      [self = shared_from_this(), completion = std::move(completion)](auto infos, const auto& error) {
-        completion(layoutAnswer(std::move(infos), error, *self->logger_));
+      [facade = std::move(facade), completion = std::move(completion)](auto infos, const auto& error) {
+        completion(layoutAnswer(std::move(infos), error, *facade->logger_));
       });
 }
 
 void VelloraService::Implementation::objectCompactLayoutInfoForApiNames(
-    const std::vector<std::string>& apiNames, CompactLayoutCompletion completion) {
+    std::shared_ptr<Implementation> facade, const std::vector<std::string>& apiNames,
+    CompactLayoutCompletion completion) {
   compactLayoutDataService_->compactLayoutForApiName(
       apiNames,
-      [self = shared_from_this(), completion = std::move(completion)](auto infos, const auto& error) {
-        completion(layoutAnswer(std::move(infos), error, *self->logger_));
+      [facade = std::move(facade), completion = std::move(completion)](auto infos, const auto& error) {
+        completion(layoutAnswer(std::move(infos), error, *facade->logger_));
       });
 }
 
