@@ -19,13 +19,14 @@ namespace {
 /// How long the first load may take: as long as its requests.
 constexpr TimedQueue::Delay prefetchDeadline = std::chrono::seconds(60);
 
+/// The facilities of `host`; none when one is absent, or the host itself.
 std::optional<RequiredAPI> requiredFrom(CorvaneSDK::PlatformAPI* host) {
-  RequiredAPI api;
-  if (!host || !(api.network = host->network()) || !(api.cache = host->cache()) ||
-      !(api.logger = host->logger())) {
-    return std::nullopt;
-  }
-  return api;
+  if (!host) return std::nullopt;
+  auto network = host->network();
+  auto cache = host->cache();
+  auto logger = host->logger();
+  if (!network || !cache || !logger) return std::nullopt;
+  return std::optional<RequiredAPI>(std::in_place, std::move(network), std::move(cache), std::move(logger));
 }
 
 CatalogOptions completed(CatalogOptions options) {

@@ -34,7 +34,7 @@ constexpr std::string_view downloadName = "getCompactLayoutFromNetwork(_:complet
 
 using Cached = DatedLayout<ObjectCompactLayoutInfo>;
 
-std::optional<Cached> dated(LayoutCache& cache, const std::string& name, Expiry& expiry) {
+std::optional<Cached> dated(LayoutCache& cache, const std::string& name, const Expiry& expiry) {
   auto entry = cache.load<CompactLayoutCacheEntry>(name);
   if (!entry) return std::nullopt;
   return Cached{std::move(entry->compactLayout), entry->downloadedTime, expiry.isPast(entry->downloadedTime)};
@@ -161,11 +161,8 @@ class CompactLayoutDataService::Resolution {
   const Completion completion_;
 };
 
-CompactLayoutDataService::CompactLayoutDataService(RequiredAPI api, double cacheTimeout)
-    : network_(std::move(api.network)),
-      cache_(std::move(api.cache)),
-      logger_(std::move(api.logger)),
-      cacheTimeout_(cacheTimeout) {}
+CompactLayoutDataService::CompactLayoutDataService(const RequiredAPI& api, double cacheTimeout)
+    : network_(api.network), cache_(api.cache), logger_(api.logger), cacheTimeout_(cacheTimeout) {}
 
 void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::string>& names,
                                                        Completion completion) {
@@ -249,7 +246,7 @@ Publisher<LayoutResult<ObjectCompactLayoutInfo>> CompactLayoutDataService::eachL
     const auto self = weak.lock();
     if (!self) return silence<Known>();
     LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
-    Expiry expiry(self->cacheTimeout_);
+    const Expiry expiry(self->cacheTimeout_);
     return EachLayout<ObjectCompactLayoutInfo>(
                {[&](const std::string& name) { return dated(cache, name, expiry); },
                 /*servesExpired=*/false, requestToGetCompactLayout,

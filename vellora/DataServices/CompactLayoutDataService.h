@@ -33,7 +33,7 @@ namespace vellora {
 /// fails, the layouts are answered as they came and not cached, so that the next lookup tries again.
 ///
 /// A cached layout that is older than the time-out counts as missing, and is served only when the download
-/// fails.
+/// fails. One that is dated in the future is not older: its age is taken as it is, not as a distance.
 ///
 /// Ownership: make it with `std::make_shared`; pending answers hold it weakly.
 ///
@@ -58,7 +58,7 @@ class VELLORA_EXPORT CompactLayoutDataService
 
   /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds at which a cached layout
   /// is expired.
-  CompactLayoutDataService(RequiredAPI api, double cacheTimeout);
+  CompactLayoutDataService(const RequiredAPI& api, double cacheTimeout);
 
   /// Looks up the layouts of the object types `names`. The completion, if there is one, is called with the
   /// downloaded layouts followed by the cached ones that are young enough, these in the order of `names`;

@@ -30,7 +30,8 @@ enum class Expired { isRemoved, stays };
 
 /// The cached layout of that type. An expired one is removed, so that the next lookup fetches it.
 std::optional<DatedLayout<ObjectLayoutInfo>> load(LayoutCache& cache, const std::string& objectType,
-                                                  Expiry& expiry, Expired expired = Expired::isRemoved) {
+                                                  const Expiry& expiry,
+                                                  Expired expired = Expired::isRemoved) {
   auto entry = cache.load<ObjectLayoutInfoCacheEntry>(objectType);
   if (!entry) return std::nullopt;
   const bool isPast = expiry.isPast(entry->downloadedTime);
@@ -40,18 +41,15 @@ std::optional<DatedLayout<ObjectLayoutInfo>> load(LayoutCache& cache, const std:
 
 }  // namespace
 
-LayoutDataService::LayoutDataService(RequiredAPI api, double cacheTimeout)
-    : network_(std::move(api.network)),
-      cache_(std::move(api.cache)),
-      logger_(std::move(api.logger)),
-      cacheTimeout_(cacheTimeout) {}
+LayoutDataService::LayoutDataService(const RequiredAPI& api, double cacheTimeout)
+    : network_(api.network), cache_(api.cache), logger_(api.logger), cacheTimeout_(cacheTimeout) {}
 
 void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, Completion completion) {
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
   std::vector<ObjectLayoutInfo> cached;
   cached.reserve(names.size());
   LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
-  Expiry expiry(cacheTimeout_);
+  const Expiry expiry(cacheTimeout_);
   for (const auto& name : names) {
     if (auto found = load(cache, name, expiry)) cached.push_back(std::move(found->layout));
   }
@@ -73,7 +71,7 @@ Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(std::vec
     const auto self = weak.lock();
     if (!self) return silence<Known>();
     LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
-    Expiry expiry(self->cacheTimeout_);
+    const Expiry expiry(self->cacheTimeout_);
     const auto expired = source == Source::cacheFirst ? Expired::isRemoved : Expired::stays;
     return EachLayout<ObjectLayoutInfo>(
                {[&](const std::string& name) { return load(cache, name, expiry, expired); },

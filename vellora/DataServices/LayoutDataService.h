@@ -25,7 +25,8 @@ namespace vellora {
 /// own, "OPS_Layout_" followed by the object type.
 ///
 /// A cached layout that is older than the time-out is served once more and dropped by the same lookup, so
-/// that a screen has something to show at once; only the next lookup goes to the server for it.
+/// that a screen has something to show at once; only the next lookup goes to the server for it. One that is
+/// dated in the future is not older than the time-out: its age is taken as it is, not as a distance.
 ///
 ///     const auto service = std::make_shared<LayoutDataService>(api, 3600);
 ///     service->layoutForApiName({"Account"}, [](const auto& layouts, const auto& error) {
@@ -55,7 +56,7 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
 
   /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds at which a cached layout
   /// is expired.
-  LayoutDataService(RequiredAPI api, double cacheTimeout);
+  LayoutDataService(const RequiredAPI& api, double cacheTimeout);
 
   /// Looks up the layouts of the object types `names`. The completion, if there is one, is called exactly
   /// once: with the downloaded layouts followed by the cached ones in the order of `names`; after a failure

@@ -52,8 +52,9 @@ class SObjectsCache;
 /// which the host's network calls back.
 ///
 /// Errors: producers fail with a `SObjectsDataServiceError`: `other` for transport and decoding errors,
-/// `noData`, `invalidUrl`. What is not known is an absent value, not an error. Failures of the cache are
-/// logged and count as absent.
+/// `noData`, `invalidUrl`; where memory ran out, maybe with a bare `OutOfMemory`. What is not known is an
+/// absent value, not an error. An entry of the cache that does not decode, or encode, is logged and counts as
+/// absent.
 ///
 /// Units: the time-out is in seconds.
 class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<SObjectsDataService> {
@@ -91,7 +92,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
 
   /// Takes the host's facilities and opens or creates the table; reads nothing. `cacheTimeout` is the age in
   /// seconds at which the list counts as expired.
-  SObjectsDataService(RequiredAPI api, double cacheTimeout);
+  SObjectsDataService(const RequiredAPI& api, double cacheTimeout);
   ~SObjectsDataService();
   SObjectsDataService(const SObjectsDataService&) = delete;
   SObjectsDataService& operator=(const SObjectsDataService&) = delete;
@@ -105,7 +106,9 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   /// the time stamp.
   ///
   /// The completion, if there is one, is told of the failure or of none: inside the call when the cache is
-  /// valid, else when the fetch, which starts on the service's queue, has ended.
+  /// valid, else when the fetch, which starts on the service's queue, has ended, unless the service was
+  /// released before. A failure that the completion is told of is logged twice: where it happened, and as it
+  /// is handed on.
   void loadSObjects(LoadCompletion completion);
 
   /// Yields what each of `ids` stands for, once, after the last of them has been found out; fails as a whole

@@ -41,11 +41,11 @@ ThemeDataServiceError ofRequest(const ThemeDataServiceError& error, const std::s
 
 }  // namespace
 
-ThemeDataService::ThemeDataService(RequiredAPI api, double cacheTimeout)
-    : network_(std::move(api.network)),
-      logger_(std::move(api.logger)),
+ThemeDataService::ThemeDataService(const RequiredAPI& api, double cacheTimeout)
+    : network_(api.network),
+      logger_(api.logger),
       table_(std::make_unique<const TimestampedTable>(
-          std::move(api.cache), logger_, cacheTimeout,
+          api.cache, logger_, cacheTimeout,
           TimestampedTable::Names{"OPS_ThemesCacheTable", std::string(themesFetchTimeKey),
                                   std::string(listKind)})),
       queue_(std::make_shared<SerialDispatchQueue>("ThemeDataService.queue", DispatchQoS::userInitiated)),
@@ -78,7 +78,8 @@ void ThemeDataService::loadThemes(LoadCompletion completion) {
     if (const auto service = weak.lock()) service->log("loadThemes(completion:), fetch completed");
     if (completion) completion(std::nullopt);
   };
-  subscriptions_.insert(fetchedThemes().subscribe(queue_).sink([](const auto&) {}, ended));
+  fetchedThemes().subscribe(queue_).sink(
+      subscriptions_, [](const auto&) {}, ended);
 }
 
 Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector<std::string> names) {

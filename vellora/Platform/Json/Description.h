@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -75,7 +76,7 @@ requires(json::Record<T> && !Described<T>) void appendDescription(std::string& o
   std::string_view separator;
   const auto append = [&](const auto& field) {
     out.append(separator).append(field.name).append(": ");
-    appendDescription(out, record.*field.member);
+    appendDescription(out, std::invoke(field.member, record));
     separator = ", ";
   };
   std::apply([&](const auto&... field) { (append(field), ...); }, T::fields());
@@ -141,7 +142,7 @@ void appendDescription(std::string& out, const std::map<std::string, T>& values)
 ///     std::vector<std::string>{"a", "b"}      ["a", "b"]
 ///     Meta{{"k", "v"}}                        ["k": "v"]
 ///     Meta{}                                  [:]
-///     SObject{"Account", "001"}               SObject(name: "Account", keyPrefix: Optional("001"))
+///     EntityDefinition{"User"}                EntityDefinition(entityTypeName: "User")
 ///
 /// A record is written by its field table, with the names of its fields; a pointer as what it points to. The
 /// form is one line: text inside it has its quotes, control characters and line separators escaped. It is for
