@@ -57,6 +57,7 @@ int main(int argc, char** argv) {
   const auto host = hostkit::StandardPlatformAPI::make({.server = argv[1], .cacheFile = "ask-cache.sqlite"});
   if (!host) return std::cerr << host.error().localizedDescription() << '\n', 1;
 
+  std::promise<void> shown;  // outlives the catalogue, which waits for callbacks that run
   // [get]
   const auto mainLoop = std::make_shared<SerialDispatchQueue>("main loop");
   const Catalog catalog(host.value(), {.theme = "light", .cacheTimeout = 1h, .answersOn = mainLoop});
@@ -72,7 +73,6 @@ int main(int argc, char** argv) {
   // [then]
   called.get_future().wait();
 
-  std::promise<void> shown;
   showRecords(catalog, ids, shown);
   shown.get_future().wait();
 }

@@ -55,6 +55,13 @@ TEST_F(ExamplesTest, EmbedTellsTheTypeOfARecord) {
   EXPECT_EQ(ended.out, "001000000000009 is of type Account\n");
 }
 
+TEST_F(ExamplesTest, AskTellsOfEachRecordInEachOfTheThreeWays) {
+  const auto ended = run(ASK, {server->url(), record, "zzz000000000000"});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  const std::string once = "001000000000009: Account\nzzz000000000000: unknown to the server\n";
+  EXPECT_EQ(ended.out, once + once + once);
+}
+
 TEST_F(ExamplesTest, OwnHostAnswersFromItsFolder) {
   keepAnswer("/services/data/v50.0/sobjects");
   keepAnswer("/services/data/v50.0/theme");

@@ -37,6 +37,18 @@ TEST(DataServiceErrorTest, ACaseHasOneNameInEveryType) {
               ElementsAre("decoding", "encoding", "network"));
 }
 
+TEST(DataServiceErrorTest, NamesItsRequestAndIsNoOtherErrorForThat) {
+  const auto plain = SObjectsDataServiceError::network();
+  EXPECT_EQ(plain.request(), nullptr);
+  const auto named = plain.ofRequest("/services/data/v50.0/sobjects", std::nullopt);
+  ASSERT_TRUE(named.request());
+  EXPECT_EQ(named.request()->url, "/services/data/v50.0/sobjects");
+  EXPECT_FALSE(named.request()->reason);
+  EXPECT_EQ(named, plain);
+  EXPECT_EQ(named.localizedDescription(), plain.localizedDescription());
+  EXPECT_TRUE(SObjectsDataServiceError::map(named, nullptr).request()) << "still";
+}
+
 TEST(DataServiceErrorTest, AnErrorOfAnotherServiceIsAForeignOne) {
   const auto mapped = SObjectsDataServiceError::map(ThemeDataServiceError::noData(), nullptr);
   EXPECT_EQ(mapped.errorCase(), SObjectsDataServiceError::Case::other);
