@@ -30,9 +30,10 @@ namespace CorvaneSDK {
 /// Threads: `sendRequest` is called from several threads at once.
 class VELLORA_EXPORT Network {
  public:
-  /// `data` is the response body, whatever the status code: the library looks at bodies, not at statuses. It
-  /// is absent when there is none, which the library treats as a failure; an empty body is a present, empty
-  /// `Data`. `error` is a transport error. `response` may be absent; the library ignores it.
+  /// `data` is the response body. It is absent when there is none, which the library treats as a failure; an
+  /// empty body is a present, empty `Data`. `error` is a transport error. The library looks at no status
+  /// code: the body of an error status may be handed over, and fails to decode, or an error in its place,
+  /// which says what happened. `response` may be absent; the library ignores it.
   using Completion =
       std::function<void(std::optional<vellora::Data> data, std::optional<vellora::Error> error,
                          std::optional<vellora::URLResponse> response)>;
