@@ -35,8 +35,8 @@ namespace CorvaneSDK {
 /// Units: time-outs are in seconds.
 class VELLORA_EXPORT Network {
  public:
-  /// `data` is the response body. An empty body is a present, empty `Data`; it fails, as it is no JSON. Absent
-  /// means that there is no body, which is a failure too, with or without an error.
+  /// `data` is the response body. An empty body is a present, empty `Data`; it fails, as it is no JSON.
+  /// Absent means that there is no body, which is a failure too, with or without an error.
   ///
   /// `error` says why there is no body. Give none beside a body: the services of object types and of themes
   /// would take the error, those of layouts the body. The services of object types and of themes pass your
