@@ -18,13 +18,22 @@ Result<std::shared_ptr<CorvaneSDK::Cache>> makeCache(const std::optional<std::st
   return std::shared_ptr<CorvaneSDK::Cache>(std::move(opened).value());
 }
 
+/// What tells requests with different tokens apart; nothing when none is sent.
+CoalescingNetwork::Credential credentialOf(CurlNetwork::TokenProvider token) {
+  if (!token) return {};
+  return [token = std::move(token)] { return token().value_or(""); };
+}
+
 }  // namespace
 
 Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options options) {
   CurlNetwork::Options networkOptions;
   networkOptions.server = std::move(options.server);
-  networkOptions.token = std::move(options.token);
+  networkOptions.token = options.token;
+  networkOptions.renewedToken = std::move(options.renewedToken);
   networkOptions.allowTokenOverPlainHttp = options.allowTokenOverPlainHttp;
+  networkOptions.caFile = std::move(options.caFile);
+  networkOptions.observer = std::move(options.observer);
   // The network first: a mistyped address should leave no cache file behind.
   auto network = CurlNetwork::make(std::move(networkOptions));
   if (!network) return network.error();
@@ -33,8 +42,8 @@ Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options o
   auto logger = std::move(options.logger);
   if (!logger) logger = SpdlogLogger::toStandardError(SpdlogLogger::Level::off);
   return std::make_shared<StandardPlatformAPI>(
-      std::make_shared<CoalescingNetwork>(std::move(network).value()), std::move(cache).value(),
-      std::move(logger));
+      std::make_shared<CoalescingNetwork>(std::move(network).value(), credentialOf(std::move(options.token))),
+      std::move(cache).value(), std::move(logger));
 }
 
 StandardPlatformAPI::StandardPlatformAPI(std::shared_ptr<CorvaneSDK::Network> network,

@@ -28,10 +28,17 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
   struct Options {
     /// The records server's address, such as "https://records.example".
     std::string server;
-    /// Gives the bearer token; see `CurlNetwork`.
+    /// Gives the bearer token; see `CurlNetwork`. Asked twice for each request: equal requests share one only
+    /// if they go out with the same token.
     CurlNetwork::TokenProvider token = {};
+    /// Gives another token when the server has refused one; see `CurlNetwork`.
+    CurlNetwork::TokenRenewal renewedToken = {};
     /// See `CurlNetwork`; the token of an http server elsewhere is refused without it.
     bool allowTokenOverPlainHttp = false;
+    /// A PEM file of the certificate authorities to trust; absent: the system's.
+    std::optional<std::string> caFile = {};
+    /// Told how each request that was sent has ended; see `CurlNetwork`.
+    CurlNetwork::Observer observer = {};
     /// Where a `SQLiteCache` is kept; absent: a `MemoryCache`, which forgets everything with the process.
     std::optional<std::string> cacheFile = {};
     /// Null: nothing is logged.

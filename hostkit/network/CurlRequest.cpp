@@ -62,17 +62,42 @@ std::optional<std::string> faultOf(const URLRequest& request) {
   return std::nullopt;
 }
 
+Error refusal(const ServerAddress& server, Kind kind, const std::string& why) {
+  return CurlNetworkError{kind, "a request to " + server.hostAndPort() + " was not sent: " + why};
+}
+
+Error badToken(const ServerAddress& server) {
+  return refusal(server, Kind::badToken,
+                 "the token is empty or holds a blank, a line end or another character that no token has: "
+                 "check where it comes from");
+}
+
+std::string authorization(const std::string& token) {
+  return "Authorization: Bearer " + token;
+}
+
 }  // namespace
+
+std::optional<std::string> CurlRequest::TokenSetting::renewed(const std::string& refused) const {
+  if (renewal) return renewal(refused);
+  return provider ? provider() : std::nullopt;
+}
+
+Result<CurlRequest> CurlRequest::withToken(const std::string& other, const ServerAddress& server) const {
+  if (!isToken(other)) return badToken(server);
+  CurlRequest changed = *this;
+  std::replace(changed.headerLines.begin(), changed.headerLines.end(), authorization(token),
+               authorization(other));
+  changed.token = other;
+  return changed;
+}
 
 Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, const ServerAddress& server,
                                          const TokenSetting& token) {
   const URLRequest& base = request.base();
-  const auto refused = [&](Kind kind, const std::string& why) -> Error {
-    return CurlNetworkError{kind, "a request to " + server.hostAndPort() + " was not sent: " + why};
-  };
   Result<std::string> url = server.resolve(base.url.absoluteString());
   if (!url) return url.error();
-  if (const auto fault = faultOf(base)) return refused(Kind::invalidRequest, *fault);
+  if (const auto fault = faultOf(base)) return refusal(server, Kind::invalidRequest, *fault);
 
   CurlRequest prepared{std::move(url).value(), {}, sensibleTimeout(base.timeoutInterval), {}};
   for (const auto& [name, value] : base.headers) prepared.headerLines.push_back(headerLine(name, value));
@@ -81,16 +106,11 @@ Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, 
   if (!token.provider || holds(base.headers, "Authorization")) return prepared;
   if (std::optional<std::string> given = token.provider()) {
     if (server.scheme() != "https" && !server.isLoopback() && !token.mayGoUnprotected) {
-      return refused(Kind::unprotectedToken,
+      return refusal(server, Kind::unprotectedToken,
                      "over http everybody on the way could read the token: give the server's https address");
     }
-    if (!isToken(*given)) {
-      return refused(
-          Kind::badToken,
-          "the token is empty or holds a blank, a line end or another character that no token has: "
-          "check where it comes from");
-    }
-    prepared.headerLines.push_back("Authorization: Bearer " + *given);
+    if (!isToken(*given)) return badToken(server);
+    prepared.headerLines.push_back(authorization(*given));
     prepared.token = std::move(*given);
   }
   return prepared;

@@ -20,8 +20,12 @@ struct CurlRequest {
 
   /// What is done with the token.
   struct TokenSetting {
-    std::function<std::optional<std::string>()> provider;
+    std::function<std::optional<std::string>()> provider = {};
     bool mayGoUnprotected = false;  ///< over http to another machine
+    std::function<std::optional<std::string>(const std::string& refused)> renewal = {};
+
+    /// What is to be sent in place of `refused`: what `renewal` gives, or, without one, `provider`.
+    [[nodiscard]] std::optional<std::string> renewed(const std::string& refused) const;
   };
 
   /// Checks `request` and adds the token. Fails with a `CurlNetworkError` for what must not be sent: another
@@ -29,6 +33,10 @@ struct CurlRequest {
   /// token that would go unprotected.
   [[nodiscard]] static Result<CurlRequest> prepare(const CorvaneSDK::NetRequest& request,
                                                    const ServerAddress& server, const TokenSetting& token);
+
+  /// The same request with `other` in place of its token. Fails as `prepare` does for a token that would not
+  /// stay on its line.
+  [[nodiscard]] Result<CurlRequest> withToken(const std::string& other, const ServerAddress& server) const;
 };
 
 }  // namespace vellora::hostkit

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "hostkit/network/CurlRequest.h"
 #include "hostkit/network/RequestOutcome.h"
 #include "hostkit/network/ServerAddress.h"
 
@@ -15,7 +16,8 @@ namespace vellora::hostkit {
 ///
 /// Ownership: must outlive the transfers that refer to it.
 ///
-/// Threads: constant, hence safe to read from several threads; `observer` runs on the network's own thread.
+/// Threads: constant, hence safe to read from several threads; `observer` and the token's renewal run on the
+/// network's own thread.
 ///
 /// Units: seconds, bytes.
 struct TransferSetting {
@@ -24,6 +26,9 @@ struct TransferSetting {
   std::size_t maxBodyBytes;           ///< after unpacking
   double connectTimeout;
   std::function<void(const RequestOutcome&)> observer;  ///< may be empty
+  CurlRequest::TokenSetting token = {};
+  std::size_t maxWaiting = 100'000;  ///< requests that may wait until they are sent
+  std::size_t maxBodyValues = 1'000'000;
 };
 
 /// `seconds` in the unit that curl takes; 1 at least, since 0 stands for "no limit" there.

@@ -91,6 +91,40 @@ TEST(StandardPlatformAPITest, SendsTheTokenOverHttpToOtherMachinesOnlyWhenThatIs
   EXPECT_EQ(failureOfARequest(true), CurlNetworkError::Kind::unreachable);
 }
 
+TEST(StandardPlatformAPITest, PassesTheObserverAndTheTokensRenewalOn) {
+  vellora::tests::ScriptedServer server;
+  server.reply(vellora::tests::ScriptedServer::http("401 Unauthorized"));
+  server.reply(vellora::tests::ScriptedServer::http("404 Not Found"));
+  std::promise<RequestOutcome> told;
+  StandardPlatformAPI::Options options;
+  options.server = server.url();
+  options.token = [] { return std::optional<std::string>("first-token"); };
+  options.renewedToken = [](const std::string& refused) { return std::optional(refused + "-renewed"); };
+  options.observer = [&told](const RequestOutcome& outcome) { told.set_value(outcome); };
+  const auto api = StandardPlatformAPI::make(options).value();
+  api->network()->sendRequest(vellora::tests::get("/theme"), [](auto, auto, auto) {});
+
+  EXPECT_EQ(told.get_future().get().statusCode, 404);
+  ASSERT_EQ(server.requests().size(), 2U);
+  EXPECT_NE(server.requests()[1].find("Bearer first-token-renewed\r\n"), std::string::npos);
+}
+
+TEST(StandardPlatformAPITest, EqualRequestsWithDifferentTokensAreNotShared) {
+  vellora::tests::ScriptedServer server;
+  std::string token = "first-token";
+  StandardPlatformAPI::Options options;
+  options.server = server.url();
+  options.token = [&token] { return std::optional(token); };
+  auto api = StandardPlatformAPI::make(options).value();
+  for (const char* next : {"first-token", "first-token", "second-token"}) {
+    token = next;
+    api->network()->sendRequest(vellora::tests::get("/theme"), [](auto, auto, auto) {});
+  }
+  ASSERT_TRUE(server.waitForRequests(2));
+  api.reset();
+  EXPECT_EQ(server.requests().size(), 2U);
+}
+
 TEST(StandardPlatformAPITest, TellsAnAddressThatCannotBeUsedAndLeavesNoCacheBehind) {
   const vellora::tests::TemporaryFolder folder;
   StandardPlatformAPI::Options options;

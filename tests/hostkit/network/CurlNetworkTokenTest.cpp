@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
 #include "tests/hostkit/network/CurlNetworkFixture.h"
@@ -75,6 +76,72 @@ TEST_F(CurlNetworkTokenTest, SendsNoTokenOverHttpToWhatIsNoLoopbackAddressUnless
   remake({.server = address, .token = token, .allowTokenOverPlainHttp = true});
   EXPECT_EQ(ask("/theme").body(), "{}");
   EXPECT_THAT(server.requests()[0], HasSubstr(canary));
+}
+
+TEST_F(CurlNetworkTokenTest, AfterA401AnotherTokenIsAskedForOnceAndSent) {
+  std::vector<std::string> refusedTokens;
+  remake({.server = server.url(),
+          .token = [] { return std::optional<std::string>("AAAA-older"); },
+          .renewedToken =
+              [&](const std::string& refused) {
+                refusedTokens.push_back(refused);
+                return std::optional("BBBB-newer" + std::to_string(refusedTokens.size()));
+              }});
+  server.reply(ScriptedServer::http("401 Unauthorized"));
+  server.reply(ScriptedServer::http("200 OK", "welcome"));
+  EXPECT_EQ(ask("/theme").body(), "welcome");
+  EXPECT_EQ(refusedTokens, std::vector<std::string>{"AAAA-older"});
+  EXPECT_THAT(server.requests()[0], HasSubstr("Authorization: Bearer AAAA-older\r\n"));
+  EXPECT_THAT(server.requests()[1],
+              AllOf(HasSubstr("Authorization: Bearer BBBB-newer1\r\n"), Not(HasSubstr("older"))));
+
+  server.replyAlways(ScriptedServer::http("401 Unauthorized", R"([{"message":"AAAA-older, BBBB-newer2"}])"));
+  const NetworkAnswer answer = ask("/theme");
+  expectError(answer, Kind::errorStatus);
+  EXPECT_EQ(server.requests().size(), 4U);
+  EXPECT_EQ(answer.error->localizedDescription(), "401 for /theme: [token], [token]");
+}
+
+TEST_F(CurlNetworkTokenTest, WithoutAnotherTokenA401IsTheAnswer) {
+  server.replyAlways(ScriptedServer::http("401 Unauthorized"));
+  int asked = 0;
+  const auto provider = [&] {
+    ++asked;
+    return std::optional(canary);
+  };
+  remake({.server = server.url(), .token = provider});
+  expectError(ask("/theme"), Kind::errorStatus);
+  EXPECT_EQ(asked, 2) << "once for the request, and once more after the 401";
+  remake({.server = server.url(), .token = provider, .renewedToken = [](const std::string&) {
+            return std::optional<std::string>();
+          }});
+  expectError(ask("/theme"), Kind::errorStatus);
+  EXPECT_EQ(server.requests().size(), 2U);
+}
+
+TEST_F(CurlNetworkTokenTest, ARenewedTokenThatLeavesItsLineIsNotSent) {
+  server.replyAlways(ScriptedServer::http("401 Unauthorized"));
+  remake({.server = server.url(),
+          .token = [this] { return std::optional(canary); },
+          .renewedToken = [](const std::string&) { return std::optional<std::string>("two words"); }});
+  expectError(ask("/theme"), Kind::badToken);
+  EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST_F(CurlNetworkTokenTest, NoOtherTokenIsAskedForWhenNoneWasSentOrAnotherStatusCame) {
+  int asked = 0;
+  const auto renewal = [&](const std::string&) {
+    ++asked;
+    return std::optional<std::string>("renewed");
+  };
+  server.replyAlways(ScriptedServer::http("401 Unauthorized"));
+  remake({.server = server.url(), .renewedToken = renewal});
+  expectError(ask("/theme"), Kind::errorStatus);
+  server.replyAlways(ScriptedServer::http("403 Forbidden"));
+  remake(
+      {.server = server.url(), .token = [this] { return std::optional(canary); }, .renewedToken = renewal});
+  expectError(ask("/theme"), Kind::errorStatus);
+  EXPECT_EQ(asked, 0);
 }
 
 TEST_F(CurlNetworkTokenTest, TheTokenIsInNoErrorEvenIfTheServerSendsItBack) {
