@@ -42,24 +42,24 @@ class LockedCacheTest : public CommandFixture {
 TEST_F(LockedCacheTest, KeysThatAreMissingBecauseOfItAreExitCodeSevenWithTheReason) {
   RawDatabase other(cacheFile);
   other.run("BEGIN IMMEDIATE");
-  const auto ended = run({"search-layouts", "Account"});
+  const auto ended = run({"ids", "001000000000009"});
   EXPECT_EQ(ended.exitCode, 7);
-  EXPECT_EQ(ended.err, "vellora: no search layout for Account: " + reason() + "\n");
+  EXPECT_EQ(ended.err, "vellora: no object type for 001000000000009: " + reason() + "\n");
   other.run("ROLLBACK");
-  EXPECT_EQ(run({"search-layouts", "Account"}).exitCode, 0);
+  EXPECT_EQ(run({"ids", "001000000000009"}).exitCode, 0);
 }
 
 TEST_F(LockedCacheTest, WhatIsAnsweredAllTheSameIsAnswered) {
   RawDatabase other(cacheFile);
   other.run("BEGIN IMMEDIATE");
-  EXPECT_EQ(run({"search-layouts", "Case"}).exitCode, 0);
+  EXPECT_EQ(run({"search-layouts", "Case", "Account"}).exitCode, 0);
 }
 
 TEST_F(LockedCacheTest, IsLogged) {
   RawDatabase other(cacheFile);
   other.run("BEGIN IMMEDIATE");
   EXPECT_THAT(run({"--log", "error", "search-layouts", "Account"}).err,
-              testing::AllOf(HasSubstr("[error] "), HasSubstr("] " + reason())));
+              HasSubstr(" error " + reason() + "\n"));
 }
 
 }  // namespace

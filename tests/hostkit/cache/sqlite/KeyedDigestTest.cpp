@@ -8,9 +8,11 @@ namespace vellora::hostkit::tests {
 namespace {
 
 TEST(KeyedDigestTest, IsTheStandardsHmac) {
-  EXPECT_EQ(keyedDigest("Jefe", "what do ya want for nothing?"),
-            "\x5b\xdc\xc1\x46\xbf\x60\x75\x4e\x6a\x04\x24\x26\x08\x95\x75\xc7"
-            "\x5a\x00\x3f\x08\x9d\x27\x39\x83\x9d\xec\x58\xb9\x64\xec\x38\x43");
+  const std::string expected(
+      "\x5b\xdc\xc1\x46\xbf\x60\x75\x4e\x6a\x04\x24\x26\x08\x95\x75\xc7"
+      "\x5a\x00\x3f\x08\x9d\x27\x39\x83\x9d\xec\x58\xb9\x64\xec\x38\x43",
+      keySize);
+  EXPECT_EQ(keyedDigest("Jefe", "what do ya want for nothing?"), expected);
 }
 
 TEST(KeyedDigestTest, TakesAnyTextAndKey) {

@@ -67,15 +67,6 @@ TEST_F(SQLiteCacheOwnerTest, NeitherTheFileNorItsNameTellsTheOwner) {
   }
 }
 
-TEST_F(SQLiteCacheOwnerTest, AFreshFileInPlaceOfADamagedOneBelongsToTheSameOwner) {
-  const auto cache = openAs("alice").value();
-  RawDatabase(path).run(
-      "PRAGMA writable_schema = ON; UPDATE sqlite_schema SET rootpage = 99999 WHERE name = 'vellora_blob'");
-  ASSERT_TRUE(cache->save(Data("1"), "a"));
-  ASSERT_TRUE(std::filesystem::exists(path + ".damaged-1"));
-  EXPECT_FALSE(openAs("bob"));
-}
-
 TEST_F(SQLiteCacheOwnerTest, AFileWithADamagedMarkIsSetAside) {
   ASSERT_TRUE(openAs("alice").value()->save(Data("1"), "a"));
   RawDatabase(path).run("UPDATE owner SET digest = zeroblob(32)");
