@@ -65,7 +65,7 @@ TEST_F(SQLiteCacheFailureTest, ALockIsToldOnceForEachWriteThatItStops) {
   EXPECT_FALSE(table->upsert({Data("1"), {{"name", "Account"}}, std::nullopt}));
   EXPECT_EQ(cache->load("a"), std::nullopt) << "which no lock of a writer stops";
 
-  EXPECT_THAT(operations(), ElementsAre(Operation::writing, Operation::writing));
+  ASSERT_THAT(operations(), ElementsAre(Operation::writing, Operation::writing));
   EXPECT_EQ(failures.front().error, (SQLiteCacheError{Reason::locked, path, "database is locked"}));
   other.run("ROLLBACK");
   EXPECT_TRUE(cache->save(Data("1"), "a"));
