@@ -3,17 +3,26 @@
 #include <utility>
 
 #include "hostkit/cache/memory/MemoryCache.h"
-#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/log/SpdlogLogger.h"
 #include "hostkit/network/CoalescingNetwork.h"
+#include "vellora/Host/LogLevel.h"
 
 namespace vellora::hostkit {
 
 namespace {
 
-Result<std::shared_ptr<CorvaneSDK::Cache>> makeCache(const std::optional<std::string>& file) {
+/// Has the failures of a cache logged, then told.
+SQLiteCache::Observer reportingTo(std::shared_ptr<CorvaneSDK::Logger> logger, SQLiteCache::Observer next) {
+  return [logger = std::move(logger), next = std::move(next)](const SQLiteCacheFailure& failure) {
+    logger->log(failure.localizedDescription(), CorvaneSDK::LogLevel::error);
+    if (next) next(failure);
+  };
+}
+
+Result<std::shared_ptr<CorvaneSDK::Cache>> makeCache(const std::optional<std::string>& file,
+                                                     SQLiteCache::Options options) {
   if (!file) return std::shared_ptr<CorvaneSDK::Cache>(std::make_shared<MemoryCache>());
-  auto opened = SQLiteCache::open(*file);
+  auto opened = SQLiteCache::open(*file, std::move(options));
   if (!opened) return opened.error();
   return std::shared_ptr<CorvaneSDK::Cache>(std::move(opened).value());
 }
@@ -37,10 +46,13 @@ Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options o
   // The network first: a mistyped address should leave no cache file behind.
   auto network = CurlNetwork::make(std::move(networkOptions));
   if (!network) return network.error();
-  auto cache = makeCache(options.cacheFile);
-  if (!cache) return cache.error();
   auto logger = std::move(options.logger);
   if (!logger) logger = SpdlogLogger::toStandardError(SpdlogLogger::Level::off);
+  SQLiteCache::Options cacheOptions;
+  cacheOptions.owner = std::move(options.cacheOwner);
+  cacheOptions.observer = reportingTo(logger, std::move(options.cacheObserver));
+  auto cache = makeCache(options.cacheFile, std::move(cacheOptions));
+  if (!cache) return cache.error();
   return std::make_shared<StandardPlatformAPI>(
       std::make_shared<CoalescingNetwork>(std::move(network).value(), credentialOf(std::move(options.token))),
       std::move(cache).value(), std::move(logger));

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/network/CurlNetwork.h"
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Platform/Values/Export.h"
@@ -41,6 +42,10 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
     CurlNetwork::Observer observer = {};
     /// Where a `SQLiteCache` is kept; absent: a `MemoryCache`, which forgets everything with the process.
     std::optional<std::string> cacheFile = {};
+    /// Whose cache that file is; see `SQLiteCache::Options::owner`. Without it any user's file is opened.
+    std::optional<std::string> cacheOwner = {};
+    /// Told of each call of that file that failed; see `SQLiteCache`. The logger is told of them, too.
+    SQLiteCache::Observer cacheObserver = {};
     /// Null: nothing is logged.
     std::shared_ptr<CorvaneSDK::Logger> logger = {};
   };

@@ -7,12 +7,17 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "testkit/RecordingLogger.h"
 #include "testkit/SilentLogger.h"
+#include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
+#include "vellora/Host/LogLevel.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::hostkit {
 namespace {
@@ -150,6 +155,42 @@ TEST(StandardPlatformAPITest, TellsACacheFileThatCannotBeUsed) {
   ASSERT_FALSE(api.hasValue());
   ASSERT_NE(api.error().as<SQLiteCacheError>(), nullptr);
   EXPECT_EQ(api.error().as<SQLiteCacheError>()->reason, SQLiteCacheError::Reason::foreignFile);
+}
+
+TEST(StandardPlatformAPITest, LogsAndTellsWhatTheCacheCannotDo) {
+  const vellora::tests::TemporaryFolder folder;
+  const auto logger = std::make_shared<testkit::RecordingLogger>();
+  int told = 0;
+  StandardPlatformAPI::Options options;
+  options.server = "https://records.example";
+  options.cacheFile = folder.file("cache.db");
+  options.cacheObserver = [&told](const SQLiteCacheFailure&) { ++told; };
+  options.logger = logger;
+  const auto api = StandardPlatformAPI::make(options).value();
+  tests::RawDatabase other(folder.file("cache.db"));
+  other.run("BEGIN IMMEDIATE");
+
+  EXPECT_FALSE(api->cache()->save(Data("1"), "a"));
+
+  EXPECT_EQ(told, 1);
+  EXPECT_EQ(logger->texts(CorvaneSDK::LogLevel::error),
+            std::vector<std::string>{"The cache file \"" + folder.file("cache.db") +
+                                     "\" could not be written to (database is locked)."});
+}
+
+TEST(StandardPlatformAPITest, TellsACacheFileThatBelongsToAnotherOwner) {
+  const vellora::tests::TemporaryFolder folder;
+  StandardPlatformAPI::Options options;
+  options.server = "https://records.example";
+  options.cacheFile = folder.file("cache.db");
+  options.cacheOwner = "alice";
+  ASSERT_TRUE(StandardPlatformAPI::make(options));
+  options.cacheOwner = "bob";
+
+  const auto api = StandardPlatformAPI::make(options);
+
+  ASSERT_FALSE(api.hasValue());
+  EXPECT_EQ(api.error().as<SQLiteCacheError>()->reason, SQLiteCacheError::Reason::otherOwner);
 }
 
 }  // namespace

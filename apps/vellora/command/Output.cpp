@@ -98,6 +98,8 @@ ExitCode judge(const std::vector<std::string>& missing, const std::string& what,
                                                   "; give it longer with --wait SECONDS"});
   }
   if (failure) return complain({ExitCode::requestFailed, none + *failure});
+  if (const auto cacheFailure = session.cacheFailure())
+    return complain({ExitCode::cacheUnusable, none + *cacheFailure});
   if (ending == Ending::failed) {
     return complain({ExitCode::requestFailed, none + "the lookup failed; --log info shows how far it got"});
   }

@@ -12,6 +12,7 @@
 
 namespace vellora::command {
 
+class CacheFailures;
 class NotingLogger;
 class RequestFailures;
 class SettlingNetwork;
@@ -19,7 +20,7 @@ class SettlingNetwork;
 /// The host that one run of the command is: its network, its cache file and its log; and what went wrong in
 /// them.
 ///
-/// Threads: `failure` and `unanswered` may be called while requests run.
+/// Threads: `failure`, `cacheFailure` and `unanswered` may be called while requests run.
 class Session {
  public:
   /// Opens log, cache and network as the arguments say.
@@ -44,11 +45,15 @@ class Session {
   /// Which request failed first, and why; no value when none did.
   [[nodiscard]] std::optional<std::string> failure() const;
 
+  /// What the cache could not do first, and why; no value when it did all.
+  [[nodiscard]] std::optional<std::string> cacheFailure() const;
+
  private:
-  Session(std::shared_ptr<RequestFailures> failures, std::shared_ptr<SettlingNetwork> network,
-          std::shared_ptr<NotingLogger> logger, RequiredAPI api);
+  Session(std::shared_ptr<RequestFailures> failures, std::shared_ptr<CacheFailures> cacheFailures,
+          std::shared_ptr<SettlingNetwork> network, std::shared_ptr<NotingLogger> logger, RequiredAPI api);
 
   const std::shared_ptr<RequestFailures> failures_;
+  const std::shared_ptr<CacheFailures> cacheFailures_;
   const std::shared_ptr<SettlingNetwork> network_;
   const std::shared_ptr<NotingLogger> logger_;
   const RequiredAPI api_;
