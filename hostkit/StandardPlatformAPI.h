@@ -34,7 +34,8 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
     bool allowTokenOverPlainHttp = false;
     /// Where a `SQLiteCache` is kept; absent: a `MemoryCache`, which forgets everything with the process.
     std::optional<std::string> cacheFile = {};
-    /// Null: nothing is logged.
+    /// Null: nothing is logged. With a `token` it gets its lines through a `RedactingLogger`, without the
+    /// tokens that a server sent back.
     std::shared_ptr<CorvaneSDK::Logger> logger = {};
   };
 

@@ -18,9 +18,10 @@ struct CurlNetwork::Parts {
 Result<std::shared_ptr<CurlNetwork>> CurlNetwork::make(Options options) {
   const Result<ServerAddress> server = ServerAddress::parse(options.server);
   if (!server) return server.error();
+  if (!options.secrets) options.secrets = std::make_shared<KnownSecrets>();
   const Result<std::shared_ptr<CurlLoop>> loop =
       CurlLoop::start({server.value(), std::move(options.caFile), options.maxBodyBytes,
-                       options.connectTimeout, std::move(options.observer)});
+                       options.connectTimeout, std::move(options.observer), std::move(options.secrets)});
   if (!loop) return loop.error();
   return std::shared_ptr<CurlNetwork>(new CurlNetwork(std::make_unique<Parts>(
       Parts{{std::move(options.token), options.allowTokenOverPlainHttp}, loop.value()})));

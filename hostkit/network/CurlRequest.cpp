@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "hostkit/network/CurlNetworkError.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::hostkit {
@@ -38,7 +39,7 @@ bool isHeaderValue(std::string_view value) {
 }
 
 bool isToken(std::string_view token) {
-  return !token.empty() &&
+  return !token.empty() && token.size() <= KnownSecrets::longest &&
          std::all_of(token.begin(), token.end(), [](char c) { return c > ' ' && c < 0x7f; });
 }
 
@@ -87,13 +88,24 @@ Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, 
     if (!isToken(*given)) {
       return refused(
           Kind::badToken,
-          "the token is empty or holds a blank, a line end or another character that no token has: "
-          "check where it comes from");
+          given->size() > KnownSecrets::longest
+              ? "the token is longer than any server takes: check where it comes from"
+              : "the token is empty or holds a blank, a line end or another character that no token has: "
+                "check where it comes from");
     }
     prepared.headerLines.push_back("Authorization: Bearer " + *given);
     prepared.token = std::move(*given);
   }
   return prepared;
+}
+
+void CurlRequest::noteSecretsIn(KnownSecrets& secrets) const {
+  constexpr std::string_view name = "authorization:";
+  secrets.note(token);
+  for (const std::string& line : headerLines) {
+    if (!equalIgnoringAsciiCase(std::string_view(line).substr(0, name.size()), name)) continue;
+    secrets.note(std::string_view(line).substr(line.find_last_of(' ') + 1));  // behind "Bearer" or "Basic"
+  }
 }
 
 }  // namespace vellora::hostkit

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "hostkit/network/ServerAddress.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Platform/Values/Result.h"
 
@@ -29,6 +30,10 @@ struct CurlRequest {
   /// token that would go unprotected.
   [[nodiscard]] static Result<CurlRequest> prepare(const CorvaneSDK::NetRequest& request,
                                                    const ServerAddress& server, const TokenSetting& token);
+
+  /// Tells `secrets` what no text may repeat once the request has been sent: its token, and the credentials
+  /// of its own `Authorization` header.
+  void noteSecretsIn(KnownSecrets& secrets) const;
 };
 
 }  // namespace vellora::hostkit

@@ -39,6 +39,7 @@ CurlTransfer::CurlTransfer(const TransferSetting& setting, Result<CurlRequest> r
 CurlTransfer::~CurlTransfer() = default;
 
 void* CurlTransfer::prepareHandle() {
+  request_.noteSecretsIn(*setting_.secrets);
   handle_ = std::make_unique<CurlHandle>();
   if (handle_->prepare(request_, setting_, *this)) return handle_->easy();
   fail(Kind::unavailable);
@@ -92,7 +93,8 @@ void CurlTransfer::settleWithAnswer() {
 // Removes the token from the error's text. That text may quote what the server sent, and a server may send
 // the token back: whole, in part, or, as the name of a host, with its letters in another case.
 void CurlTransfer::settleWithError(CurlNetworkError error) {
-  error.text = redacted(error.text, request_.token);
+  setting_.secrets->note(request_.token);
+  error.text = redacted(error.text, *setting_.secrets);
   error_ = std::move(error);
   settled_ = true;
 }

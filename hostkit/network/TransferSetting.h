@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "hostkit/network/RequestOutcome.h"
 #include "hostkit/network/ServerAddress.h"
+#include "hostkit/secrets/KnownSecrets.h"
 
 namespace vellora::hostkit {
 
@@ -23,7 +25,8 @@ struct TransferSetting {
   std::optional<std::string> caFile;  ///< absent: the system's certificate authorities
   std::size_t maxBodyBytes;           ///< after unpacking
   double connectTimeout;
-  std::function<void(const RequestOutcome&)> observer;  ///< may be empty
+  std::function<void(const RequestOutcome&)> observer;                       ///< may be empty
+  std::shared_ptr<KnownSecrets> secrets = std::make_shared<KnownSecrets>();  ///< what was sent; never null
 };
 
 /// `seconds` in the unit that curl takes; 1 at least, since 0 stands for "no limit" there.

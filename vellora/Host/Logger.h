@@ -19,7 +19,7 @@ class VELLORA_EXPORT Logger {
   virtual ~Logger() = default;
 
   /// Writes one line. `message` is UTF-8 and complete; it may hold text that the server or the caller sent,
-  /// never a token.
+  /// even a token that the server sends back: the library does not know it, so cleaning is yours.
   virtual void log(std::string_view message, LogLevel level) = 0;
 
  protected:

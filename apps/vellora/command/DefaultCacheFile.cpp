@@ -19,6 +19,15 @@ std::optional<std::string> cacheFolder() {
   return std::nullopt;
 }
 
+/// `server` without "user:password@", which has no place in the name of a file.
+std::string withoutUser(std::string server) {
+  const auto scheme = server.find("://");
+  const auto begin = scheme == std::string::npos ? 0 : scheme + 3;
+  const auto at = server.substr(0, server.find_first_of("/?#", begin)).rfind('@');
+  if (at != std::string::npos && at >= begin) server.erase(begin, at + 1 - begin);
+  return server;
+}
+
 // A readable name. The checksum in it keeps servers apart whose addresses differ only in their punctuation.
 std::string fileName(const std::string& server) {
   constexpr std::size_t longest = 100;
@@ -39,7 +48,7 @@ std::string fileName(const std::string& server) {
 std::optional<std::string> defaultCacheFile(const std::string& server) {
   const auto folder = cacheFolder();
   if (!folder) return std::nullopt;
-  return *folder + "/vellora/" + fileName(server);
+  return *folder + "/vellora/" + fileName(withoutUser(server));
 }
 
 }  // namespace vellora::command

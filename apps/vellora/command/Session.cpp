@@ -1,5 +1,6 @@
 #include "apps/vellora/command/Session.h"
 
+#include <cstddef>
 #include <fstream>
 #include <iostream>
 #include <utility>
@@ -8,23 +9,30 @@
 #include "apps/vellora/command/RequestFailures.h"
 #include "apps/vellora/command/SettlingNetwork.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "hostkit/log/RedactingLogger.h"
 #include "hostkit/log/SpdlogLogger.h"
 #include "hostkit/network/CoalescingNetwork.h"
 #include "hostkit/network/CurlNetwork.h"
 #include "hostkit/network/RequestOutcome.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Platform/Values/Result.h"
 
 namespace vellora::command {
 
 namespace {
 
-Result<std::shared_ptr<CorvaneSDK::Logger>> openLog(const Arguments& arguments) {
+using Secrets = std::shared_ptr<hostkit::KnownSecrets>;
+
+/// The log, with every line cleaned of the token: lines hold names that the server sent.
+Result<std::shared_ptr<CorvaneSDK::Logger>> openLog(const Arguments& arguments, const Secrets& secrets) {
   if (!arguments.logFile) {
-    return std::shared_ptr<CorvaneSDK::Logger>(hostkit::SpdlogLogger::toStandardError(arguments.logLevel));
+    return std::shared_ptr<CorvaneSDK::Logger>(std::make_shared<hostkit::RedactingLogger>(
+        secrets, hostkit::SpdlogLogger::toStandardError(arguments.logLevel)));
   }
   auto logger = hostkit::SpdlogLogger::toFile(*arguments.logFile, arguments.logLevel);
   if (!logger) return logger.error();
-  return std::shared_ptr<CorvaneSDK::Logger>(std::move(logger).value());
+  return std::shared_ptr<CorvaneSDK::Logger>(
+      std::make_shared<hostkit::RedactingLogger>(secrets, std::move(logger).value()));
 }
 
 /// The token in a file or on standard input, without the line end behind it.
@@ -35,23 +43,30 @@ std::variant<std::optional<std::string>, Problem> readToken(const std::optional<
   auto& in = *file == "-" ? std::cin : stream;
   const auto unreadable = Problem{ExitCode::usage, "cannot read the token file " + *file};
   if (!in) return unreadable;
+  constexpr std::size_t longest = hostkit::CurlNetwork::longestToken;
+  constexpr std::size_t lineEnd = 2;
   std::string token;
-  for (char next = 0; in.get(next);) token += next;
+  for (char next = 0; token.size() <= longest + lineEnd && in.get(next);) token += next;
   if (in.bad()) return unreadable;  // a folder, for instance, can be opened
   while (token.ends_with('\n') || token.ends_with('\r')) token.pop_back();
   if (token.empty()) return Problem{ExitCode::usage, "there is no token in " + *file};
+  if (token.size() > longest) {
+    return Problem{ExitCode::usage, "what is in " + *file + " is too long for a token: of more than " +
+                                        std::to_string(longest) + " characters"};
+  }
   return std::optional(std::move(token));
 }
 
 /// The way to the server, on which equal requests travel once.
 std::variant<std::shared_ptr<CorvaneSDK::Network>, Problem> openNetwork(
-    const Arguments& arguments, const std::shared_ptr<RequestFailures>& failures) {
+    const Arguments& arguments, const std::shared_ptr<RequestFailures>& failures, const Secrets& secrets) {
   auto token = readToken(arguments.tokenFile);
   if (const auto* problem = std::get_if<Problem>(&token)) return *problem;
 
   hostkit::CurlNetwork::Options options{.server = arguments.server};
   options.token = [token = std::get<0>(std::move(token))] { return token; };
   options.observer = [failures](const hostkit::RequestOutcome& outcome) { failures->note(outcome); };
+  options.secrets = secrets;
   auto network = hostkit::CurlNetwork::make(std::move(options));
   if (!network) return Problem{ExitCode::usage, network.error().localizedDescription()};
   return std::make_shared<hostkit::CoalescingNetwork>(std::move(network).value());
@@ -60,11 +75,12 @@ std::variant<std::shared_ptr<CorvaneSDK::Network>, Problem> openNetwork(
 }  // namespace
 
 std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& arguments) {
-  const auto failures = std::make_shared<RequestFailures>();
-  auto network = openNetwork(arguments, failures);
+  const auto secrets = std::make_shared<hostkit::KnownSecrets>();
+  const auto failures = std::make_shared<RequestFailures>(secrets);
+  auto network = openNetwork(arguments, failures, secrets);
   if (const auto* problem = std::get_if<Problem>(&network)) return *problem;
 
-  auto log = openLog(arguments);
+  auto log = openLog(arguments, secrets);
   if (!log) return Problem{ExitCode::usage, log.error().localizedDescription()};
 
   auto cache = hostkit::SQLiteCache::open(arguments.cacheFile);
@@ -73,12 +89,14 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   const auto settling = std::make_shared<SettlingNetwork>(std::get<0>(std::move(network)));
   const auto noting = std::make_shared<NotingLogger>(failures, std::move(log).value());
   return std::unique_ptr<Session>(
-      new Session(failures, settling, noting, {settling, std::move(cache).value(), noting}));
+      new Session(secrets, failures, settling, noting, {settling, std::move(cache).value(), noting}));
 }
 
-Session::Session(std::shared_ptr<RequestFailures> failures, std::shared_ptr<SettlingNetwork> network,
+Session::Session(std::shared_ptr<const hostkit::KnownSecrets> secrets,
+                 std::shared_ptr<RequestFailures> failures, std::shared_ptr<SettlingNetwork> network,
                  std::shared_ptr<NotingLogger> logger, RequiredAPI api)
-    : failures_(std::move(failures)),
+    : secrets_(std::move(secrets)),
+      failures_(std::move(failures)),
       network_(std::move(network)),
       logger_(std::move(logger)),
       api_(std::move(api)) {}

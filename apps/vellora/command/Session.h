@@ -8,6 +8,7 @@
 
 #include "apps/vellora/command/Arguments.h"
 #include "apps/vellora/command/Problem.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/RequiredAPI.h"
 
 namespace vellora::command {
@@ -31,6 +32,11 @@ class Session {
 
   [[nodiscard]] const RequiredAPI& api() const noexcept { return api_; }
 
+  /// What has been sent, and is shown to nobody.
+  [[nodiscard]] const std::shared_ptr<const hostkit::KnownSecrets>& secrets() const noexcept {
+    return secrets_;
+  }
+
   /// Calls `action` each time the library logs exactly `line`.
   void whenLogged(std::string line, std::function<void()> action) const;
 
@@ -45,9 +51,10 @@ class Session {
   [[nodiscard]] std::optional<std::string> failure() const;
 
  private:
-  Session(std::shared_ptr<RequestFailures> failures, std::shared_ptr<SettlingNetwork> network,
-          std::shared_ptr<NotingLogger> logger, RequiredAPI api);
+  Session(std::shared_ptr<const hostkit::KnownSecrets> secrets, std::shared_ptr<RequestFailures> failures,
+          std::shared_ptr<SettlingNetwork> network, std::shared_ptr<NotingLogger> logger, RequiredAPI api);
 
+  const std::shared_ptr<const hostkit::KnownSecrets> secrets_;
   const std::shared_ptr<RequestFailures> failures_;
   const std::shared_ptr<SettlingNetwork> network_;
   const std::shared_ptr<NotingLogger> logger_;
