@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <mutex>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -77,6 +78,15 @@ int openToAppend(const std::string& path) {
   return -1;
 }
 
+/// The message as one line, cut where it is longer than anybody reads: a key or a name may have megabytes.
+std::string lineOf(std::string_view message) {
+  if (message.size() <= SpdlogLogger::longestMessage) return escapedText(message);
+  const auto isInsideOfCharacter = [&](std::size_t at) { return (message[at] & 0xC0) == 0x80; };
+  std::size_t cut = SpdlogLogger::longestMessage;
+  for (int step = 0; step < 3 && isInsideOfCharacter(cut); ++step) --cut;
+  return escapedText(message.substr(0, cut)) + "… (" + std::to_string(message.size()) + " bytes in all)";
+}
+
 std::string reasonFor(int number) {
   if (number == ENXIO) return "it is a pipe that nobody reads from, or a socket";
   return std::generic_category().message(number);
@@ -100,7 +110,7 @@ class SpdlogLogger::Implementation {
   }
 
   void log(std::string_view message, spdlog::level::level_enum level) {
-    if (logger_.should_log(level)) logger_.log(level, spdlog::string_view_t(escapedText(message)));
+    if (logger_.should_log(level)) logger_.log(level, spdlog::string_view_t(lineOf(message)));
   }
 
  private:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -37,6 +38,9 @@ struct VELLORA_EXPORT LogFileError {
 /// Errors: a line that cannot be written is dropped; logging never fails a caller.
 class VELLORA_EXPORT SpdlogLogger final : public CorvaneSDK::Logger {
  public:
+  /// A longer message is cut, in bytes.
+  static constexpr std::size_t longestMessage = 65'536;
+
   /// What is written.
   enum class Level {
     off,    ///< nothing

@@ -75,6 +75,15 @@ TEST_F(SpdlogLoggerTest, OneMessageIsOneLine) {
   EXPECT_THAT(lines()[0], testing::EndsWith(" info forged\\n2026-01-01T00:00:00.000Z error line\\x1b[2J"));
 }
 
+TEST_F(SpdlogLoggerTest, CutsAMessageThatIsLongerThanAnybodyReads) {
+  const std::string longest(SpdlogLogger::longestMessage, 'k');
+  open(Level::info)->log(longest, LogLevel::info);
+  open(Level::info)->log(longest.substr(1) + "é" + std::string(10'000'000, 'k'), LogLevel::info);
+  ASSERT_EQ(lines().size(), 2U);
+  EXPECT_THAT(lines()[0], testing::EndsWith(" info " + longest));
+  EXPECT_THAT(lines()[1], testing::EndsWith(" info " + longest.substr(1) + "… (10065537 bytes in all)"));
+}
+
 TEST_F(SpdlogLoggerTest, TakesBracesForText) {
   open(Level::info)->log("{} {0} %v", LogLevel::info);
   EXPECT_THAT(lines(), ElementsAre(testing::EndsWith(" info {} {0} %v")));
