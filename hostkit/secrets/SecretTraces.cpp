@@ -59,6 +59,7 @@ template <std::size_t count, class Visit>
 void forEachRun(const GramTable& grams, std::string_view text, const std::array<FormKind, count>& kinds,
                 Visit visit) {
   std::array<std::size_t, count> runs{};  // how many grams of each kind end in a row before `at`
+  bool isInARun = false;
   GramTable::Gram gram = 0;
   for (std::size_t at = 0; at <= text.size(); ++at) {
     GramTable::Kinds found = 0;
@@ -66,6 +67,8 @@ void forEachRun(const GramTable& grams, std::string_view text, const std::array<
       gram = GramTable::following(gram, text[at]);
       if (at + 1 >= GramTable::gramLength) found = grams.kindsOf(gram);
     }
+    if (found == 0 && !isInARun) continue;  // nearly always
+    isInARun = found != 0;
     for (std::size_t kind = 0; kind < count; ++kind) {
       if ((found & kinds[kind].bit) != 0) {
         ++runs[kind];

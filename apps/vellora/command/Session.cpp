@@ -22,17 +22,20 @@ namespace vellora::command {
 namespace {
 
 using Secrets = std::shared_ptr<hostkit::KnownSecrets>;
+using Log = std::shared_ptr<CorvaneSDK::Logger>;
 
-/// The log, with every line cleaned of the token: lines hold names that the server sent.
-Result<std::shared_ptr<CorvaneSDK::Logger>> openLog(const Arguments& arguments, const Secrets& secrets) {
-  if (!arguments.logFile) {
-    return std::shared_ptr<CorvaneSDK::Logger>(std::make_shared<hostkit::RedactingLogger>(
-        secrets, hostkit::SpdlogLogger::toStandardError(arguments.logLevel)));
-  }
+Result<Log> openSink(const Arguments& arguments) {
+  if (!arguments.logFile) return Log(hostkit::SpdlogLogger::toStandardError(arguments.logLevel));
   auto logger = hostkit::SpdlogLogger::toFile(*arguments.logFile, arguments.logLevel);
   if (!logger) return logger.error();
-  return std::shared_ptr<CorvaneSDK::Logger>(
-      std::make_shared<hostkit::RedactingLogger>(secrets, std::move(logger).value()));
+  return Log(std::move(logger).value());
+}
+
+/// The log, with every line cleaned of the token: lines hold names that the server sent.
+Result<Log> openLog(const Arguments& arguments, const Secrets& secrets) {
+  auto sink = openSink(arguments);
+  if (!sink || arguments.logLevel == hostkit::SpdlogLogger::Level::off) return sink;
+  return Log(std::make_shared<hostkit::RedactingLogger>(secrets, std::move(sink).value()));
 }
 
 /// The token in a file or on standard input, without the line end behind it.

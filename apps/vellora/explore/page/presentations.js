@@ -6,7 +6,9 @@ const wanted = new Set(); // names that are to be looked up
 let asking = false;
 
 const batchSize = 60;
-const longestList = 8000; // characters of the names of a batch: the whole head of a request may have 32,768
+// In characters of an address. The whole head of a request may have 32,768.
+const longestList = 8000;
+const longestName = 20000;
 
 export function knownPresentations() {
   return presentations;
@@ -49,7 +51,8 @@ async function ask(batch, show, fail) {
 // `fail(name, reason)` for each that could not be looked up.
 export async function wantPresentations(names, show, fail) {
   for (const name of names) {
-    if (name === "") fail(name, "The type has no name.");
+    if (name === "") fail(name, "it has no name.");
+    else if (nameList([name]).length > longestName) fail(name, "its name is too long.");
     else wanted.add(name);
   }
   if (asking || wanted.size === 0) return;

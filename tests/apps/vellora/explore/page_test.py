@@ -365,7 +365,7 @@ class HostilePageTest(PageTest):
         failures = "return [...document.querySelectorAll('#tiles .failure')].map((failure) => failure.textContent)"
         self.assertEqual(
             sorted(self.browser.run(failures)),
-            ["Not looked up: The request's header is too long.", "Not looked up: The type has no name."],
+            ["Not looked up: it has no name.", "Not looked up: its name is too long."],
         )
 
     def test_icons_that_stall_hold_up_no_lookup(self):
