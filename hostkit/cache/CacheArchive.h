@@ -74,8 +74,8 @@ struct VELLORA_EXPORT CacheArchive {
   /// that. Without it they are as old as they were where they come from.
   [[nodiscard]] CacheArchive fetchedAt(Date time) const;
 
-  /// The name of an entry that `cache` has already, and which restoring would replace; no value when there is
-  /// none.
+  /// The key of a table of this archive that has rows in `cache` already, or of a blob that is there already;
+  /// no value when there is none. Restoring would mix with the one, and replace the other.
   [[nodiscard]] std::optional<std::string> foundIn(CorvaneSDK::Cache& cache) const;
 
   /// Stores every entry in `cache`, in place of an earlier one of the same key: the tables' rows first, the

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Fails when docs/dependencies.md and scripts/setup do not name the same packages.
+"""Fails when docs/dependencies.md and scripts/setup do not name the same packages, or one has no licence.
 
 usage: check_dependencies.py ROOT
 
-The first column of the document's table names packages, "| `zlib1g-dev` | … |"; each stands there once. What
-"scripts/setup --list all" prints are the others.
+The first column of the document's tables names packages, "| `zlib1g-dev` | … |". Each stands once among the
+reasons, and once below the heading "Licences". What "scripts/setup --list all" prints are the others.
 """
 
 import collections
@@ -14,11 +14,13 @@ import subprocess
 import sys
 
 DOCUMENT = "docs/dependencies.md"
+LICENCES = "\n## Licences\n"
 FIRST_COLUMN = re.compile(r"^\|([^|]*`[^|]*)\|", re.MULTILINE)
 
 
-def documented(text):
-    return [package for cell in FIRST_COLUMN.findall(text) for package in re.findall(r"`([^`]+)`", cell)]
+def named(text):
+    return collections.Counter(
+        package for cell in FIRST_COLUMN.findall(text) for package in re.findall(r"`([^`]+)`", cell))
 
 
 def installed(root):
@@ -27,11 +29,15 @@ def installed(root):
 
 
 def problems(root):
-    counts = collections.Counter(documented((root / DOCUMENT).read_text()))
+    reasons, _, licences = (root / DOCUMENT).read_text().partition(LICENCES)
+    reasoned, licensed = named(reasons), named(licences)
     packages = set(installed(root))
-    yield from (f"{DOCUMENT}: says nothing of {package}" for package in sorted(packages - counts.keys()))
-    yield from (f"scripts/setup: does not install {package}" for package in sorted(counts.keys() - packages))
-    yield from (f"{DOCUMENT}: names {package} more than once" for package, count in sorted(counts.items()) if count > 1)
+    yield from (f"{DOCUMENT}: says nothing of {package}" for package in sorted(packages - reasoned.keys()))
+    yield from (f"{DOCUMENT}: gives no licence of {package}" for package in sorted(packages - licensed.keys()))
+    yield from (f"scripts/setup: does not install {package}"
+                for package in sorted((reasoned.keys() | licensed.keys()) - packages))
+    yield from (f"{DOCUMENT}: names {package} more than once"
+                for counts in (reasoned, licensed) for package, count in sorted(counts.items()) if count > 1)
 
 
 def main():

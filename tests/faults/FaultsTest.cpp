@@ -19,7 +19,7 @@
 #include "tests/faults/CallNames.h"
 #include "tests/faults/OutcomeTable.h"
 #include "tests/faults/Trials.h"
-#include "tests/support/Sanitized.h"
+#include "tests/support/SlowBuild.h"
 
 namespace vellora::faults {
 namespace {
@@ -41,7 +41,7 @@ const OutcomeTable& table() {
 /// How many pairs are drawn of those of an operation and a state; no value for all, which are hundreds of
 /// thousands.
 std::optional<std::size_t> pairsToDraw() {
-  constexpr std::size_t usual = tests::underAddressSanitizer ? 10 : 150;
+  constexpr std::size_t usual = tests::codeIsSlow ? 10 : 150;
   const char* told = std::getenv("VELLORA_FAULT_PAIRS");
   if (told == nullptr) return usual;
   return told == std::string("all") ? std::nullopt

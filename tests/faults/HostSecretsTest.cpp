@@ -17,8 +17,8 @@
 #include "hostkit/StandardPlatformAPI.h"
 #include "testkit/FaultyHost.h"
 #include "testkit/RecordingLogger.h"
-#include "tests/support/Sanitized.h"
 #include "tests/support/ScriptedServer.h"
+#include "tests/support/SlowBuild.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TokenCanary.h"
 #include "vellora/Platform/Json/Json.h"
@@ -224,7 +224,7 @@ TEST_F(HostSecretsTest, WhateverFailsOnce) {
   ask(Until::answered);
   const auto calls = host->calls();
   ASSERT_GT(calls.size(), 40U);
-  constexpr std::size_t step = tests::underAddressSanitizer ? 3 : 1;
+  constexpr std::size_t step = tests::codeIsSlow ? 3 : 1;
   for (std::size_t call = 0; call < calls.size(); call += step) {
     std::string answers;
     for (const HostFault fault : testkit::faultsOf(calls[call].operation)) {

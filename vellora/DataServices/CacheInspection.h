@@ -21,7 +21,7 @@ namespace vellora {
 /// When something that is cached was fetched, and whether it is still fresh under a time-out.
 struct VELLORA_EXPORT CacheFreshness {
   std::optional<Date> fetched;  ///< absent when nothing was fetched, or the cache does not tell when
-  bool fresh = false;           ///< whether the data services use it without fetching it again
+  bool fresh = false;           ///< whether it has not expired under that time-out
 
   friend bool operator==(const CacheFreshness&, const CacheFreshness&) = default;
 };

@@ -11,12 +11,13 @@ namespace vellora {
 ///
 /// The age of the list is told by a blob beside the table, "ops.sobject.fetch.timestamp" or
 /// "ops.theme.fetch.timestamp". A list is expired when that moment is further away from now than the
-/// time-out, also in the future, or when the blob is missing or too short.
+/// time-out, also in the future, or when the blob is missing or too short. (The age of a layout is no such
+/// distance: one that is dated in the future is fresh.)
 ///
-/// Threads: a plain value.
+/// Ownership: a plain value.
 enum class CacheState {
   empty,    ///< no list, whatever single items there are
-  expired,  ///< a list that was fetched longer ago than the time-out, or at an unknown time
+  expired,  ///< a list whose fetch is further away from now than the time-out, or at an unknown time
   valid,    ///< a list to be used as it is
 };
 

@@ -28,7 +28,7 @@ namespace vellora {
 /// fails, the layouts are answered as they came and not cached, so that the next lookup tries again.
 ///
 /// A cached layout that is older than the time-out counts as missing, and is served only when the download
-/// fails.
+/// fails. One that is dated in the future is not older: its age is taken as it is, not as a distance.
 ///
 /// Ownership: make it with `std::make_shared`; pending answers hold it weakly.
 ///

@@ -19,7 +19,8 @@ namespace vellora {
 /// own, "OPS_Layout_" followed by the object type.
 ///
 /// A cached layout that is older than the time-out is served once more and dropped by the same lookup, so
-/// that a screen has something to show at once; only the next lookup goes to the server for it.
+/// that a screen has something to show at once; only the next lookup goes to the server for it. One that is
+/// dated in the future is not older than the time-out: its age is taken as it is, not as a distance.
 ///
 ///     const auto service = std::make_shared<LayoutDataService>(api, 3600);
 ///     service->layoutForApiName({"Account"}, [](const auto& layouts, const auto& error) {

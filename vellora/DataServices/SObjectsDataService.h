@@ -46,8 +46,9 @@ class SObjectsCache;
 /// which the host's network calls back.
 ///
 /// Errors: producers fail with a `SObjectsDataServiceError`: `other` for transport and decoding errors,
-/// `noData`, `invalidUrl`. What is not known is an absent value, not an error. Failures of the cache are
-/// logged and count as absent.
+/// `noData`, `invalidUrl`; where memory ran out, maybe with a bare `OutOfMemory`. What is not known is an
+/// absent value, not an error. An entry of the cache that does not decode, or encode, is logged and counts as
+/// absent.
 ///
 /// Units: the time-out is in seconds.
 class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<SObjectsDataService> {
@@ -99,7 +100,9 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   /// the time stamp.
   ///
   /// The completion, if there is one, is told of the failure or of none: inside the call when the cache is
-  /// valid, else when the fetch, which starts on the service's queue, has ended.
+  /// valid, else when the fetch, which starts on the service's queue, has ended, unless the service was
+  /// released before. A failure that the completion is told of is logged twice: where it happened, and as it
+  /// is handed on.
   void loadSObjects(LoadCompletion completion);
 
   /// Yields what each of `ids` stands for, once, after the last of them has been found out; fails as a whole

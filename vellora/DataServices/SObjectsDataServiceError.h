@@ -25,7 +25,7 @@ namespace vellora {
 class VELLORA_EXPORT SObjectsDataServiceError final : public DataServiceError<SObjectsDataServiceError> {
  public:
   enum class Case {
-    other,       ///< carries an error of the host's network, or a `DecodingError`
+    other,       ///< carries an error of the host's network, a `DecodingError`, or `OutOfMemory`
     decoding,    ///< the body of a layout service's response does not decode
     network,     ///< a request of a layout service brought no body
     noData,      ///< a request of the object-type service brought neither body nor error

@@ -39,15 +39,18 @@ class TimestampedTable;
 ///       const auto account = themes.find("Account");  // the end when the server has no entry for it
 ///     });
 ///
-/// Ownership: make it with `std::make_shared`. A lookup holds it until all of its names have been taken up;
-/// what waits for the network holds it weakly and goes on without it, but caches and logs nothing any more.
-/// The last handle trims the table to the 100 newest single entries, on whatever thread it is dropped.
+/// Ownership: make it with `std::make_shared`. The publisher that `themes` returns holds it for as long as
+/// the publisher or a copy is kept, subscribed to or not. A running lookup holds it until all of its names
+/// have been taken up; what waits for the network holds it weakly and goes on without it, but caches and logs
+/// nothing any more. The last handle trims the table to the 100 newest single entries, on whatever thread it
+/// is dropped.
 ///
 /// Threads: safe to use from several threads at once. `loadThemes` reads the cache and sends its request on
-/// the caller's thread, a lookup on a serial queue of the service; both go on where the host's network calls
-/// back.
+/// the caller's thread, a lookup on a serial queue of the service. Both go on where the host's network calls
+/// back, or on that queue when the answer was there first.
 ///
-/// Errors: `other` and `noData`. What the cache cannot read or write is logged and counts as absent.
+/// Errors: a `ThemeDataServiceError`, `other` or `noData`; where memory ran out, maybe a bare `OutOfMemory`.
+/// An entry of the cache that does not decode, or encode, is logged and counts as absent.
 ///
 /// Units: the time-out is in seconds.
 class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<ThemeDataService> {
@@ -78,7 +81,8 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   /// replaces the row "themes" and sets the time stamp.
   ///
   /// The completion, if there is one, is called once: at once when nothing is to be done; else after the
-  /// fetch, unless the service was released before.
+  /// fetch, unless the service was released before. A failure that it is told of is logged twice: where it
+  /// happened, and as it is handed on.
   void loadThemes(LoadCompletion completion);
 
   /// Looks up the theme entries of the object types `names`; yields one dictionary by name, in which a type

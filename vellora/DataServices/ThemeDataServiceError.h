@@ -22,7 +22,7 @@ namespace vellora {
 class VELLORA_EXPORT ThemeDataServiceError final : public DataServiceError<ThemeDataServiceError> {
  public:
   enum class Case {
-    other,       ///< carries an error of the host's network, or a `DecodingError`
+    other,       ///< carries an error of the host's network, a `DecodingError`, or `OutOfMemory`
     network,     ///< never reported: a failure of the network is `other`
     noData,      ///< the request brought neither body nor error
     invalidUrl,  ///< the request URL could not be formed

@@ -22,10 +22,15 @@ class CacheTable;
 ///
 /// What you may rely on:
 /// - Results of `save` and `remove` are advisory; the library neither logs nor retries a false one.
+/// - Keys are those that the caching guide lists. A type's name is part of some, so a key may hold whatever a
+///   caller or the server calls a type.
 ///
 /// Ownership: the library holds you by `std::shared_ptr`.
 ///
 /// Threads: every call comes from several threads at once. Never call back into the library from one.
+///
+/// Errors: the results tell. A read that fails finds nothing, a write that fails gives false. Throw nothing
+/// but `std::bad_alloc`.
 class VELLORA_EXPORT Cache {
  public:
   virtual ~Cache() = default;

@@ -14,6 +14,10 @@ namespace CorvaneSDK {
 ///     table.upsert({.data = accountAsJson, .meta = {{"cacheEntryType", "sObject"}, {"name", "Account"}}});
 ///
 /// Ownership: a plain value; copies share the bytes.
+///
+/// Threads: like any value: read it from several threads, but change only your own copy.
+///
+/// Errors: none. Any bytes may stand in it, also in meta and key; copying meta and key takes memory.
 struct VELLORA_EXPORT CacheEntry {
   /// What is stored; given back byte for byte.
   vellora::Data data;

@@ -19,6 +19,8 @@ namespace CorvaneSDK {
 /// - A row's place in oldest-first order is the moment at which it was last written.
 /// - A row older than the table's maximum age is not returned any more.
 /// - A damaged row is not returned.
+/// - Of rows with the same meta, an exact query yields the one that was written last first. The library takes
+///   that one and ignores the others.
 /// - Every row has a `dataKey` that no other row of the table has.
 ///
 /// What you may rely on:
@@ -29,6 +31,9 @@ namespace CorvaneSDK {
 /// `Cache`.
 ///
 /// Threads: every call comes from several threads at once.
+///
+/// Errors: the results tell. A read that fails finds nothing, a write that fails gives false. Throw nothing
+/// but `std::bad_alloc`.
 class VELLORA_EXPORT CacheTable {
  public:
   virtual ~CacheTable() = default;
@@ -53,8 +58,8 @@ class VELLORA_EXPORT CacheTable {
   virtual bool purge(const RowFilter& rowsInFilter) = 0;
 
   /// Stores `entry` as a row: with a data key it replaces the row of that key. Without one the host keys the
-  /// row; whether it then replaces an earlier row of equal meta is the host's choice, but the row just
-  /// written is the one that an exact query for its meta must yield first.
+  /// row; whether it then replaces an earlier row of the same meta is the host's choice. Either way the row
+  /// just written is the newest of the table. True when it is stored.
   virtual bool upsert(const CacheEntry& entry) = 0;
 
  protected:

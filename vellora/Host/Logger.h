@@ -14,12 +14,17 @@ namespace CorvaneSDK {
 /// Ownership: the library holds you by `std::shared_ptr`; `message` is valid during the call only.
 ///
 /// Threads: called from several threads at once.
+///
+/// Errors: a line that cannot be written is lost. Throw nothing.
 class VELLORA_EXPORT Logger {
  public:
   virtual ~Logger() = default;
 
-  /// Writes one line. `message` is UTF-8 and complete; it may hold text that the server or the caller sent,
-  /// even a token that the server sends back: the library does not know it, so cleaning is yours.
+  /// Writes one line. `message` is complete and has no line end of its own. The library's own words in it are
+  /// UTF-8. Ids and names stand in it as the caller gave them, errors as your network worded them: any bytes,
+  /// line breaks and control characters among them, so escape what your log cannot take.
+  ///
+  /// The library never sees your token. A server that sends it back, in a label perhaps, has it in a line.
   virtual void log(std::string_view message, LogLevel level) = 0;
 
  protected:

@@ -28,19 +28,33 @@ namespace CorvaneSDK {
 /// Ownership: the library holds you by `std::shared_ptr`; you own `completion` until you have called it.
 ///
 /// Threads: `sendRequest` is called from several threads at once.
+///
+/// Errors: they are values of any type that describes itself, and come through `completion`. Throw nothing
+/// but `std::bad_alloc`, and that only before `completion` has been called.
+///
+/// Units: time-outs are in seconds.
 class VELLORA_EXPORT Network {
  public:
-  /// `data` is the response body, whatever the status code: the library looks at bodies, not at statuses. It
-  /// is absent when there is none, which the library treats as a failure; an empty body is a present, empty
-  /// `Data`. `error` is a transport error. `response` may be absent; the library ignores it.
+  /// `data` is the response body, whatever the status code: the library looks at bodies, not at statuses. An
+  /// empty body is a present, empty `Data`; it fails, as it is no JSON. Absent means that there is no body,
+  /// which is a failure too, with or without an error.
+  ///
+  /// `error` says why there is no body. Give none beside a body: the services of object types and of themes
+  /// would take the error, those of layouts the body. The services of object types and of themes pass your
+  /// error on as what `other` carries. Those of layouts only log what it says, and report `network`.
+  ///
+  /// `response` may be absent; the library ignores it.
   using Completion =
       std::function<void(std::optional<vellora::Data> data, std::optional<vellora::Error> error,
                          std::optional<vellora::URLResponse> response)>;
 
   virtual ~Network() = default;
 
-  /// Sends `request` and returns; the answer comes through `completion`. `request` is valid during the call
-  /// only.
+  /// Sends `request` and returns without waiting for the answer, which comes through `completion`. `request`
+  /// is valid during the call only. `completion` is never empty.
+  ///
+  /// The caller is a queue of the library, your own queue, the thread of whoever asks for layouts, or your
+  /// own thread, inside the completion of an earlier request. No lock of the library is held.
   virtual void sendRequest(const NetRequest& request, Completion completion) = 0;
 
  protected:

@@ -12,6 +12,12 @@ namespace CorvaneSDK {
 using Meta = std::map<std::string, std::string>;
 
 /// One stored row, without its data: what a filter looks at, and what `CacheTable::fetch` returns.
+///
+/// Ownership: a plain value; it does not change with the table.
+///
+/// Threads: like any value: read it from several threads, but change only your own copy.
+///
+/// Errors: none. Copying takes memory.
 struct VELLORA_EXPORT Row {
   /// As it was written.
   Meta meta;

@@ -11,6 +11,13 @@ namespace CorvaneSDK {
 
 /// A service that a host's registry can hold; `VelloraService` is one. A host without a registry has no use
 /// for it. The identifier belongs to the type, not to an instance; see `IdentifiedService`.
+///
+/// Ownership: whoever registers a service keeps it alive.
+///
+/// Threads: the library calls none of it; a registry calls it from whatever thread the service allows, which
+/// is any for `VelloraService`.
+///
+/// Errors: none are told.
 class VELLORA_EXPORT Service {
  public:
   virtual ~Service() = default;

@@ -76,11 +76,13 @@ class VELLORA_EXPORT CompactLayoutField final {
   /// Object type that a reference field points to. If there are several, the first that the server names.
   const std::optional<std::string> referenceTo;
 
-  /// First step of a path into the related record, such as "Owner" in "Owner.Name". Absent for a field that
-  /// points to no record.
+  /// First step of a path into the related record, such as "Owner" in "Owner.Name". It is what the server
+  /// says, which is nothing for a field that points to no record. A reference field without it keeps the
+  /// `apiName` that the server sent.
   const std::optional<std::string> relationshipName;
 
-  /// Whether the field's value is HTML, as the server says.
+  /// Whether the field's values are HTML, as the server says. Whoever shows such a value renders the markup
+  /// or strips it; the library never sees values.
   const bool htmlFormatted;
 
   /// The parts of a compound field; absent for a simple one.

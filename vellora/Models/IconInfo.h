@@ -16,6 +16,8 @@ namespace vellora {
 ///      "url": "https://icons.example/light/account_32.png"}
 ///
 /// Errors: all members but the width are required; other members are ignored.
+///
+/// Units: the width is in pixels, as the server counts them. The library only compares widths.
 struct VELLORA_EXPORT IconInfo {
   /// A media type. "image/svg+xml" makes it a vector icon.
   std::string contentType;
@@ -26,8 +28,8 @@ struct VELLORA_EXPORT IconInfo {
   /// Where the picture is, as the server gives it. The library never fetches it.
   std::string url;
 
-  /// In pixels; often absent for vector icons. Any whole number is read, also 0 and less: `ThemeItem` says
-  /// what becomes of these.
+  /// How wide the picture is; often absent for vector icons. Any whole number is read, also 0 and less:
+  /// `ThemeItem` says what becomes of these.
   std::optional<std::int64_t> width;
 
   static constexpr std::string_view recordName = "IconInfo";

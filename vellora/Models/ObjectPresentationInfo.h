@@ -26,8 +26,7 @@ struct VELLORA_EXPORT ObjectPresentationInfo {
   ObjectPresentationInfo() = default;
 
   /// The type is described with or without a theme entry: it is what was asked for. The instance is described
-  /// only when both its type and its theme entry are known: without icons of its own it would tell the user
-  /// no more than the type does.
+  /// only when both its type and its theme entry are known; without the entry it is left out on purpose.
   ObjectPresentationInfo(const std::optional<ThemeItem>& typeTheme, const SObject& typeSObject,
                          std::string_view theme, const std::optional<ThemeItem>& instanceTheme,
                          const std::optional<SObject>& instanceSObject);
@@ -35,8 +34,8 @@ struct VELLORA_EXPORT ObjectPresentationInfo {
   /// Describes the record's type, or the type that was asked for by name.
   PresentationInfo typePresentationInfo;
 
-  /// Describes the type whose records a list view lists. Absent when the record is no list view, and for a
-  /// lookup by name.
+  /// Describes the type whose records a list view lists. Absent when the record is no list view, when that
+  /// type or its theme entry is not known, and for a lookup by name.
   std::optional<PresentationInfo> instancePresentationInfo;
 
   static constexpr std::string_view recordName = "ObjectPresentationInfo";

@@ -44,11 +44,12 @@ struct VELLORA_EXPORT ThemeItem {
   [[nodiscard]] std::optional<std::string> svgIconUrl(std::string_view theme) const;
 
   /// The address of the narrowest icon of `theme`, of any content type, among those with a positive width.
-  /// When there is none, of the narrowest icon of any theme, where no width counts as 0: an icon without
-  /// width is narrower than one with.
+  /// When there is none, of the narrowest icon of any theme, where no width counts as 0: one of negative
+  /// width comes first then, one without width or of width 0 next, one of positive width last.
   [[nodiscard]] std::optional<std::string> smallIconUrl(std::string_view theme) const;
 
-  /// The same for the widest icon; without a candidate in `theme`, an icon without width is the last choice.
+  /// The same for the widest icon. Without a candidate in `theme`, an icon of any theme with a positive width
+  /// comes first, one without width or of width 0 next, one of negative width last.
   [[nodiscard]] std::optional<std::string> largeIconUrl(std::string_view theme) const;
 
   static constexpr std::string_view recordName = "ThemeItem";

@@ -24,9 +24,10 @@ namespace vellora {
 ///     VelloraService service(host, 3600, "light", queue);
 ///     service.objectPresentationInfoForIds({"001000000000001"}, [](const auto& infos) { … });
 ///
-/// What the lookups answer comes from the host's cache where that is fresh, else from the records server.
-/// Where in the cache, and from which path of the server, is said by each data service:
-/// `SObjectsDataService`, `ThemeDataService`, `LayoutDataService`, `CompactLayoutDataService`.
+/// What the lookups answer comes from the host's cache, and from the records server where the cache has
+/// nothing. A prefetch fetches an expired list anew, a layout lookup an expired layout. Where in the cache,
+/// and from which path of the server, is said by each data service: `SObjectsDataService`,
+/// `ThemeDataService`, `LayoutDataService`, `CompactLayoutDataService`.
 ///
 /// Ownership: owns its data services and shares the host's facilities. Destroying it ends what is under way:
 /// pending presentation lookups are never answered; a pending layout lookup is, and keeps what it needs until
@@ -50,13 +51,20 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
   /// How far the loading has got. It begins with `isLoading`; each prefetch ends in one of the other two. An
   /// id lookup that finds a cache expired, or the last prefetch failed, starts the next one.
   ///
+  /// A prefetch has failed as soon as one of its two loads has. An id lookup may then start the next prefetch
+  /// while the other load is still under way. Prefetches that overlap so share this one state: the first to
+  /// end makes `loaded` of `isLoading`, even when it had failed. A failure that comes while they overlap
+  /// stays.
+  ///
   /// Ownership: a plain value.
+  ///
+  /// Threads: immutable but for assignment, hence safe to read from several threads at once.
   class State {
    public:
     enum class Case {
       isLoading,  ///< a prefetch is running
-      loaded,     ///< the last prefetch loaded both lists
-      failed,     ///< the last prefetch reported an error from one of its two loads
+      loaded,     ///< the last prefetch has both lists, fetched or from a fresh cache
+      failed,     ///< the last prefetch reported an error from one of its two loads, or both: the later one
     };
 
     [[nodiscard]] static State isLoading() { return {Case::isLoading, std::nullopt}; }
@@ -65,7 +73,8 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
 
     [[nodiscard]] Case stateCase() const noexcept { return case_; }
 
-    /// The error of a failed prefetch, a `ThemeDataServiceError` or an `SObjectsDataServiceError`; else null.
+    /// The error of a failed prefetch, a `ThemeDataServiceError` or an `SObjectsDataServiceError`, or
+    /// `OutOfMemory`; else null. Valid as long as this state.
     [[nodiscard]] const Error* error() const noexcept { return error_ ? &*error_ : nullptr; }
 
     /// The textual form: "isLoading", "loaded", "failed(…)".
@@ -82,10 +91,12 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
   };
 
   /// Takes network, cache and logger from `api`, in that order, and starts the prefetch on `queue`, which
-  /// should be serial. `cacheTimeout` is the age in seconds at which what is cached counts as expired: 0
-  /// fetches anew each time, a negative one as well, one that is not a number never. `theme` names the theme
-  /// whose colours and icons are wanted; for a theme that the server doesn't have, others' are taken where
-  /// there is a fallback.
+  /// should be serial. `cacheTimeout` is the age in seconds beyond which lists and layouts count as expired.
+  /// With 0 each prefetch fetches both lists, each id lookup runs a prefetch, and each compact layout is
+  /// fetched anew. A search layout is still answered once more from the cache, so that every second lookup
+  /// fetches it. A negative time-out does the same; with one that is not a number nothing expires. `theme`
+  /// names the theme whose colours and icons are wanted; for a theme that the server doesn't have, others'
+  /// are taken where there is a fallback.
   ///
   /// Throws `VelloraServiceError::requiredAPI` when `api` lacks a facility, or there is no `api` or no
   /// `queue`; nothing has been started then.
@@ -105,15 +116,17 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
   /// ask `primedAndCached`.
   [[nodiscard]] State primerState() const;
 
-  /// Yields the current state at once, then every later one, on the thread that changes it or is delivering
-  /// an earlier one; never ends.
+  /// Yields the current state at once, inside `sink`, then every later one; never ends. `loaded` comes on a
+  /// thread of the library, `failed` on the thread on which the load ended, and `isLoading` again inside the
+  /// id lookup that runs a prefetch. While an earlier state is being delivered, the thread that does so
+  /// delivers the later ones, too.
   [[nodiscard]] Publisher<State> primerStateStream() const;
 
   /// Yields just before each change of the state, on the thread that changes it.
   [[nodiscard]] Publisher<WillChange> objectWillChange() const;
 
-  /// True when the state is `loaded` and neither cache has expired since: an id lookup is then answered from
-  /// the cache. Reads the host's cache.
+  /// True when the state is `loaded` and neither cache has expired since: an id lookup then begins without a
+  /// prefetch. It needs no request but for a list view whose type is not cached. Reads the host's cache.
   [[nodiscard]] bool primedAndCached() const;
 
   void objectPresentationInfoForIds(const std::vector<std::string>& ids,

@@ -19,7 +19,7 @@ class MemoryCacheTable;
 
 /// A `Cache` that keeps everything in memory and forgets it with the process: for tests, benchmarks,
 /// previews, and for hosts that must leave nothing on disk. Nothing bounds its size but the callers' own
-/// purging.
+/// purging, and the age of its rows: those that are too old go with the next write to their table.
 ///
 /// Rows written without a data key are keyed by their meta, so equal meta replaces the earlier row. An exact
 /// query yields the newest row first. A filter made by `metaEquals` or `dataKeyEquals` is answered

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
+
 namespace CorvaneSDK {
 namespace {
 
@@ -27,6 +30,11 @@ TEST(QueryTest, AnExactQueryHasNoPositions) {
   EXPECT_EQ(oldest.oldestRange(), (PositionRange{2, 5}));
   EXPECT_FALSE(oldest.oldestRange() == (PositionRange{2, 6}));
   EXPECT_FALSE(oldest.filter().has_value());
+}
+
+TEST(QueryTest, TheDefaultRangeIsEveryPosition) {
+  constexpr std::int64_t last = std::numeric_limits<std::int64_t>::max();
+  EXPECT_EQ(Query::oldest({}).oldestRange(), (PositionRange{0, last}));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <limits>
 #include <random>
 
+#include "tests/support/SlowBuild.h"
 #include "vellora/Models/ThemeItem.h"
 
 namespace vellora {
@@ -79,9 +80,10 @@ class RandomEntries {
 };
 
 TEST(ThemeItemSelectorsTest, ChooseWhatFilteringSortingAndTakingTheFirstChooses) {
+  constexpr int rounds = tests::codeIsSlow ? 20'000 : 100'000;
   RandomEntries entries;
   int fallbacks = 0;
-  for (int round = 0; round < 100'000; ++round) {
+  for (int round = 0; round < rounds; ++round) {
     const auto item = entries.next();
     const auto theme = entries.theme();
     ASSERT_EQ(item.color(theme), plain::color(item, theme)) << round;

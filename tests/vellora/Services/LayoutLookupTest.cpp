@@ -96,5 +96,39 @@ TEST_F(LayoutLookupTest, BothKindsOfLayoutsExpireAfterTheTimeoutOfTheFacade) {
   EXPECT_EQ(network->count(compactUrl), 2U);
 }
 
+TEST_F(LayoutLookupTest, WithATimeoutOfZeroEachCompactAndEverySecondSearchLayoutIsFetched) {
+  service.emplace(api(), 0, "light", queue);
+  network->answer(layoutUrl, StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
+  network->answer(compactUrl, StubNetwork::body(R"({"x":{"objectType":"Account","fieldItems":[]}})"));
+  network->answerPrefix(nameQuery, StubNetwork::body(R"({"records":[]})"));
+  std::vector<std::size_t> searchRequests;
+  for (int lookup = 0; lookup < 4; ++lookup) {
+    service->objectLayoutInfoForApiNames({"Account"}, nullptr);
+    service->objectCompactLayoutInfoForApiNames({"Account"}, nullptr);
+    searchRequests.push_back(network->count(layoutUrl));
+    clock.advance(1);
+  }
+  EXPECT_THAT(searchRequests, ElementsAre(1U, 1U, 2U, 2U));
+  EXPECT_EQ(network->count(compactUrl), 4U);
+}
+
+TEST_F(LayoutLookupTest, AFailedFetchFindsAnExpiredSearchLayoutGoneAndAnExpiredCompactOneThere) {
+  network->answer(layoutUrl, StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
+  network->answer(compactUrl, StubNetwork::body(R"({"x":{"objectType":"Account","fieldItems":[]}})"));
+  network->answerPrefix(nameQuery, StubNetwork::body(R"({"records":[]})"));
+  std::vector<std::size_t> sizes;
+  const auto lookUpBoth = [&] {
+    service->objectLayoutInfoForApiNames({"Account"}, [&](const auto& all) { sizes.push_back(all->size()); });
+    service->objectCompactLayoutInfoForApiNames({"Account"},
+                                                [&](const auto& all) { sizes.push_back(all->size()); });
+  };
+  lookUpBoth();
+  clock.advance(timeout + 1);
+  network->answerPrefix("/services/", StubNetwork::failure(TestError{"line down"}));
+  lookUpBoth();
+  lookUpBoth();
+  EXPECT_THAT(sizes, ElementsAre(1U, 1U, 1U, 1U, 0U, 1U));
+}
+
 }  // namespace
 }  // namespace vellora

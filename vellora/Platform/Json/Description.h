@@ -141,7 +141,7 @@ void appendDescription(std::string& out, const std::map<std::string, T>& values)
 ///     std::vector<std::string>{"a", "b"}      ["a", "b"]
 ///     Meta{{"k", "v"}}                        ["k": "v"]
 ///     Meta{}                                  [:]
-///     SObject{"Account", "001"}               SObject(name: "Account", keyPrefix: Optional("001"))
+///     EntityDefinition{"User"}                EntityDefinition(entityTypeName: "User")
 ///
 /// A record is written by its field table, with the names of its fields; a pointer as what it points to. The
 /// form is one line: text inside it has its quotes, control characters and line separators escaped. It is for

@@ -106,7 +106,8 @@ Result<T> decodeOnce(const Data& text) {
 /// as the whole value, or inside a list or map, is null. Dictionaries are written in the order of their keys,
 /// so equal values give equal bytes.
 ///
-///     json::encode(SObject{"Account", "001"}).value().view();  // {"name":"Account","keyPrefix":"001"}
+///     json::encode(SObject{"Account", {}, "Account", "Accounts", true}).value().view();
+///     // {"name":"Account","label":"Account","labelPlural":"Accounts","createable":true}
 ///
 /// Defined in the source file of each record; the types that can be encoded are those.
 ///

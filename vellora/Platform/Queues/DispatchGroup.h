@@ -19,6 +19,7 @@ namespace vellora {
 /// Threads: safe to use from several threads at once.
 ///
 /// Errors: `notify` and `async` throw `std::bad_alloc` when there is no memory; the group is then as before.
+/// Work that `async` was given must not throw: the group would never be left.
 class VELLORA_EXPORT DispatchGroup {
  public:
   DispatchGroup();
