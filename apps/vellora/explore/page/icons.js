@@ -9,32 +9,34 @@ function initials(text) {
 // A browser opens six connections to one server at most. Icons take four of them, so that icons that stall leave
 // two to everything else.
 const mostLoading = 4;
-const waiting = []; // what begins to load an icon, the next one first
+const waiting = []; // images and the addresses of their icons, the next one first
 let loading = 0;
+
+function ended() {
+  --loading;
+  loadNext();
+}
 
 function loadNext() {
   while (loading < mostLoading && waiting.length > 0) {
+    const { image, address } = waiting.shift();
+    if (!image.isConnected) continue; // its tile has been replaced
     ++loading;
-    waiting.shift()();
-  }
-}
-
-// Loads an icon into the image when its turn comes: those of the open type before those of the tiles.
-export function loadIcon(image, id, isUrgent = false) {
-  const ended = () => {
-    --loading;
-    loadNext();
-  };
-  image.dataset.waiting = "";
-  const begin = () => {
     delete image.dataset.waiting;
     image.addEventListener("load", ended, { once: true });
     image.addEventListener("error", ended, { once: true });
-    image.src = iconAddress(id);
-  };
-  if (isUrgent) waiting.unshift(begin);
-  else waiting.push(begin);
-  loadNext();
+    image.src = address;
+  }
+}
+
+// Loads an icon into the image, which has to be in the page by the end of the caller's turn. Those of the open type
+// come before those of the tiles.
+export function loadIcon(image, id, isUrgent = false) {
+  image.dataset.waiting = "";
+  const wanted = { image, address: iconAddress(id) };
+  if (isUrgent) waiting.unshift(wanted);
+  else waiting.push(wanted);
+  queueMicrotask(loadNext);
 }
 
 // The icon, or in its place the initials. It is decoration: the label stands beside it.

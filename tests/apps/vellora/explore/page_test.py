@@ -382,11 +382,11 @@ class HostilePageTest(PageTest):
         self.addCleanup(over.set)  # before the server is stopped, which waits for its threads
         self.explore(server.url)
         self.wait_for_tiles()
-        self.browser.wait("return document.querySelectorAll('img:not([data-waiting])').length === 4")
+        self.browser.wait("return document.querySelectorAll('img[data-waiting]').length > 10")
         self.open_type("Type7")
         self.assertEqual(self.sources(), ["from the network", "from the network", "from the cache"])
-        self.assertFalse(over.is_set())
-        self.assertLessEqual(len(asked), 8)
+        self.assertGreaterEqual(len(asked), 4)
+        self.assertLess(len(asked), 30)  # four at a time, and each stalls for ten seconds
 
     def test_asks_for_icons_without_the_token(self):
         folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
