@@ -157,8 +157,9 @@ TEST_F(ExplorerTest, KeepsIconsThatItFetchedForTheTimeWithoutTheServer) {
 TEST_F(ExplorerTest, AsksForIconsOnTheirOwnNetworkForImagesAndNotForLong) {
   const auto id = presentations({"Account"}).presentations.at("Account").svgIcon.value();
   ASSERT_TRUE(answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(id, completion); }));
-  ASSERT_EQ(icons->requests().size(), 1U);
-  const URLRequest& request = icons->requests()[0].request.base();
+  const auto sent = icons->requests();
+  ASSERT_EQ(sent.size(), 1U);
+  const URLRequest& request = sent[0].request.base();
   EXPECT_EQ(request.headers, (std::map<std::string, std::string>{{"Accept", "image/*"}}));
   EXPECT_EQ(request.timeoutInterval, 10);
   EXPECT_EQ(network->count("/icons/a.svg"), 0U);

@@ -255,6 +255,7 @@ class DemoPageTest(PageTest):
     def test_shows_the_app_without_its_server(self):
         server = self.explore_demo()
         self.open_type("Account")
+        self.browser.wait(ICONS_ARE_LOADED)  # requests that are under way still get their answers
         self.flip_switch(False)
         sent = server.requests()
         self.browser.click("#again")
