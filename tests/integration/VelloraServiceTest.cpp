@@ -187,6 +187,41 @@ TEST_F(VelloraServiceIntegrationTest, ALookupFromInsideAChangeOfTheStateIsAnswer
 }
 
 TEST_F(VelloraServiceIntegrationTest,
+       AServiceDestroyedWhileAChangeIsDeliveredAnswersNoLookupThatWaitedForIt) {
+  auto loads = holdLoads();
+  construct();
+  const auto onceLoaded = [this](const std::function<void()>& action) {
+    return service->primerStateStream().sink([action](const State& state) {
+      if (state == State::loaded()) action();
+    });
+  };
+  const auto delivering = std::make_shared<Arrivals>();
+  const auto destroyed = std::make_shared<Arrivals>();
+  const auto released = std::make_shared<Arrivals>();
+  const auto delivered = std::make_shared<Arrivals>();
+  const auto calls = std::make_shared<std::atomic<int>>(0);
+  const auto first = onceLoaded([=] {
+    delivering->add();
+    destroyed->waitFor(1);
+  });
+  service->objectPresentationInfoForIds({"001000000000009"},
+                                        [calls, until = std::shared_ptr<void>(nullptr, [released](void*) {
+                                                  released->add();
+                                                })](const auto&) { ++*calls; });
+  // Keeps the thread that delivers inside the façade until the lookup is over, in one way or the other.
+  const auto last = onceLoaded([=] {
+    released->waitFor(1);
+    delivered->add();
+  });
+  loads.set_value();
+  delivering->waitFor(1);
+  service.reset();
+  destroyed->add();
+  delivered->waitFor(1);
+  EXPECT_EQ(*calls, 0);
+}
+
+TEST_F(VelloraServiceIntegrationTest,
        FacadesThatAreDestroyedWithLookupsUnderWayAnswerAtMostOnceAndLeaveNoTrace) {
   for (int round = 0; round < 30; ++round) {
     construct(round % 2 == 0 ? 3600 : 0);

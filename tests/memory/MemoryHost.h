@@ -14,6 +14,7 @@
 #include "testkit/SilentLogger.h"
 #include "tests/simulation/SimulatedServer.h"
 #include "tests/support/AllocationCounter.h"
+#include "tests/support/TestError.h"
 #include "vellora/Host/Network.h"
 
 namespace vellora::tests {
@@ -29,12 +30,20 @@ class MemoryHost {
       pending_.emplace_back(request.base().url.absoluteString(), std::move(completion));
     }
 
+    /// The next `count` requests that are answered fail.
+    void failNext(int count = 1) { toFail_ = count; }
+
     /// Answers the oldest request. False when there is none.
     bool answerOne() {
       if (pending_.empty()) return false;
       std::optional<AllocationFailure::Pause> pause(std::in_place);
       auto [url, completion] = std::move(pending_.front());
       pending_.pop_front();
+      if (toFail_ > 0) {
+        --toFail_;
+        completion(std::nullopt, TestError{"line down"}, std::nullopt);
+        return true;
+      }
       const auto endpoint = simulation::SimulatedServer::endpointOf(url);
       const Data body(simulation::SimulatedServer::body(*endpoint, url, 1));
       pause.reset();
@@ -44,6 +53,7 @@ class MemoryHost {
 
    private:
     std::deque<std::pair<std::string, Completion>> pending_;
+    int toFail_ = 0;
   };
 
   [[nodiscard]] std::shared_ptr<CorvaneSDK::PlatformAPI> api() const { return api_; }

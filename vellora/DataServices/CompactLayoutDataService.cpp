@@ -121,11 +121,8 @@ class CompactLayoutDataService::Resolution {
   const Completion completion_;
 };
 
-CompactLayoutDataService::CompactLayoutDataService(RequiredAPI api, double cacheTimeout)
-    : network_(std::move(api.network)),
-      cache_(std::move(api.cache)),
-      logger_(std::move(api.logger)),
-      cacheTimeout_(cacheTimeout) {}
+CompactLayoutDataService::CompactLayoutDataService(const RequiredAPI& api, double cacheTimeout)
+    : network_(api.network), cache_(api.cache), logger_(api.logger), cacheTimeout_(cacheTimeout) {}
 
 void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::string>& names,
                                                        Completion completion) {

@@ -53,7 +53,7 @@ class VELLORA_EXPORT CompactLayoutDataService
 
   /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds at which a cached layout
   /// is expired.
-  CompactLayoutDataService(RequiredAPI api, double cacheTimeout);
+  CompactLayoutDataService(const RequiredAPI& api, double cacheTimeout);
 
   /// Looks up the layouts of the object types `names`. The completion, if there is one, is called with the
   /// downloaded layouts followed by the cached ones that are young enough, these in the order of `names`;

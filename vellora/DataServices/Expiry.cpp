@@ -2,9 +2,8 @@
 
 namespace vellora {
 
-bool Expiry::isPast(Date downloadedTime) {
-  if (!now_) now_ = now();
-  return now_->secondsSince(downloadedTime) > cacheTimeout_;
+bool Expiry::isPast(Date downloadedTime) const {
+  return now().secondsSince(downloadedTime) > cacheTimeout_;
 }
 
 }  // namespace vellora

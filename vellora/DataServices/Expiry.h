@@ -1,15 +1,13 @@
 #pragma once
 
-#include <optional>
-
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora {
 
-/// Tells which of a lookup's cached layouts are too old. It compares all of them with one moment, the one at
-/// which it was asked about the first.
+/// Tells whether a cached layout is too old. The age is that at the moment of the question: a lookup asks
+/// when it has loaded a layout, so the layouts of a slow cache are of different ages.
 ///
-/// Threads: for one thread; a lookup makes its own.
+/// Threads: immutable.
 ///
 /// Units: seconds.
 class Expiry {
@@ -18,11 +16,10 @@ class Expiry {
 
   /// Whether a layout downloaded at that time is older than the time-out. A time in the future is not past,
   /// and with a time-out that is not a number none is.
-  [[nodiscard]] bool isPast(Date downloadedTime);
+  [[nodiscard]] bool isPast(Date downloadedTime) const;
 
  private:
   const double cacheTimeout_;
-  std::optional<Date> now_;
 };
 
 }  // namespace vellora

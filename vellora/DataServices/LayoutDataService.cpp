@@ -24,7 +24,8 @@ std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
 }
 
 /// The cached layout of that type. An expired one is removed, so that the next lookup fetches it.
-std::optional<ObjectLayoutInfo> load(LayoutCache& cache, const std::string& objectType, Expiry& expiry) {
+std::optional<ObjectLayoutInfo> load(LayoutCache& cache, const std::string& objectType,
+                                     const Expiry& expiry) {
   auto entry = cache.load<ObjectLayoutInfoCacheEntry>(objectType);
   if (!entry) return std::nullopt;
   if (expiry.isPast(entry->downloadedTime)) cache.remove(objectType);
@@ -33,18 +34,15 @@ std::optional<ObjectLayoutInfo> load(LayoutCache& cache, const std::string& obje
 
 }  // namespace
 
-LayoutDataService::LayoutDataService(RequiredAPI api, double cacheTimeout)
-    : network_(std::move(api.network)),
-      cache_(std::move(api.cache)),
-      logger_(std::move(api.logger)),
-      cacheTimeout_(cacheTimeout) {}
+LayoutDataService::LayoutDataService(const RequiredAPI& api, double cacheTimeout)
+    : network_(api.network), cache_(api.cache), logger_(api.logger), cacheTimeout_(cacheTimeout) {}
 
 void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, Completion completion) {
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
   std::vector<ObjectLayoutInfo> cached;
   cached.reserve(names.size());
   LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
-  Expiry expiry(cacheTimeout_);
+  const Expiry expiry(cacheTimeout_);
   for (const auto& name : names) {
     if (auto layout = load(cache, name, expiry)) cached.push_back(*std::move(layout));
   }

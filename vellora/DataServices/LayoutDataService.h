@@ -50,7 +50,7 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
 
   /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds at which a cached layout
   /// is expired.
-  LayoutDataService(RequiredAPI api, double cacheTimeout);
+  LayoutDataService(const RequiredAPI& api, double cacheTimeout);
 
   /// Looks up the layouts of the object types `names`. The completion, if there is one, is called exactly
   /// once: with the downloaded layouts followed by the cached ones in the order of `names`; after a failure

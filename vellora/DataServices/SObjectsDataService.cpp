@@ -66,11 +66,11 @@ std::optional<std::string> optionalName(const std::optional<SObject>& sObject) {
 
 }  // namespace
 
-SObjectsDataService::SObjectsDataService(RequiredAPI api, double cacheTimeout)
-    : network_(std::move(api.network)),
+SObjectsDataService::SObjectsDataService(const RequiredAPI& api, double cacheTimeout)
+    : network_(api.network),
       queue_(std::make_shared<SerialDispatchQueue>("SObjectsDataService.queue", DispatchQoS::userInitiated)),
-      logger_(std::move(api.logger)),
-      cache_(std::make_unique<SObjectsCache>(std::move(api.cache), logger_, cacheTimeout)) {}
+      logger_(api.logger),
+      cache_(std::make_unique<SObjectsCache>(api.cache, logger_, cacheTimeout)) {}
 
 SObjectsDataService::~SObjectsDataService() {
   try {
@@ -98,7 +98,8 @@ void SObjectsDataService::loadSObjects(LoadCompletion completion) {
     if (const auto service = weak.lock()) service->log("loadSObjects(completion:), fetch completed");
     if (completion) completion(std::nullopt);
   };
-  subscriptions_.insert(fetchedSObjects().subscribe(queue_).sink([](const auto&) {}, std::move(ended)));
+  fetchedSObjects().subscribe(queue_).sink(
+      subscriptions_, [](const auto&) {}, std::move(ended));
 }
 
 Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsDataService::sObjectsForIds(

@@ -86,7 +86,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
 
   /// Takes the host's facilities and opens or creates the table; reads nothing. `cacheTimeout` is the age in
   /// seconds at which the list counts as expired.
-  SObjectsDataService(RequiredAPI api, double cacheTimeout);
+  SObjectsDataService(const RequiredAPI& api, double cacheTimeout);
   ~SObjectsDataService();
   SObjectsDataService(const SObjectsDataService&) = delete;
   SObjectsDataService& operator=(const SObjectsDataService&) = delete;

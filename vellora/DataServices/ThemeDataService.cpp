@@ -35,11 +35,11 @@ std::optional<ThemeItem> firstNamed(const std::string& name, const std::vector<T
 
 }  // namespace
 
-ThemeDataService::ThemeDataService(RequiredAPI api, double cacheTimeout)
-    : network_(std::move(api.network)),
-      logger_(std::move(api.logger)),
+ThemeDataService::ThemeDataService(const RequiredAPI& api, double cacheTimeout)
+    : network_(api.network),
+      logger_(api.logger),
       table_(std::make_unique<const TimestampedTable>(
-          std::move(api.cache), logger_, cacheTimeout,
+          api.cache, logger_, cacheTimeout,
           TimestampedTable::Names{"OPS_ThemesCacheTable", std::string(themesFetchTimeKey),
                                   std::string(listKind)})),
       queue_(std::make_shared<SerialDispatchQueue>("ThemeDataService.queue", DispatchQoS::userInitiated)),
@@ -72,7 +72,8 @@ void ThemeDataService::loadThemes(LoadCompletion completion) {
     if (const auto service = weak.lock()) service->log("loadThemes(completion:), fetch completed");
     if (completion) completion(std::nullopt);
   };
-  subscriptions_.insert(fetchedThemes().subscribe(queue_).sink([](const auto&) {}, ended));
+  fetchedThemes().subscribe(queue_).sink(
+      subscriptions_, [](const auto&) {}, ended);
 }
 
 Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector<std::string> names) {

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "vellora/Host/Row.h"
 #include "vellora/Platform/Values/Data.h"
@@ -11,7 +12,7 @@ namespace CorvaneSDK {
 
 /// One row to write. The library's own look like this: the describe entry of one object type, as JSON.
 ///
-///     table.upsert({.data = accountAsJson, .meta = {{"cacheEntryType", "sObject"}, {"name", "Account"}}});
+///     table.upsert(CacheEntry(accountAsJson, {{"cacheEntryType", "sObject"}, {"name", "Account"}}));
 ///
 /// Ownership: a plain value; copies share the bytes.
 ///
@@ -19,6 +20,11 @@ namespace CorvaneSDK {
 ///
 /// Errors: none. Any bytes may stand in it, also in meta and key; copying meta and key takes memory.
 struct VELLORA_EXPORT CacheEntry {
+  CacheEntry() = default;
+
+  CacheEntry(vellora::Data itsData, Meta itsMeta, std::optional<std::string> itsDataKey = std::nullopt)
+      : data(std::move(itsData)), meta(std::move(itsMeta)), dataKey(std::move(itsDataKey)) {}
+
   /// What is stored; given back byte for byte.
   vellora::Data data;
 

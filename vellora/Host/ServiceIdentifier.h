@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "vellora/Platform/Values/Export.h"
 
@@ -10,6 +11,10 @@ namespace CorvaneSDK {
 ///
 /// Ownership: a plain value.
 struct VELLORA_EXPORT ServiceIdentifier {
+  ServiceIdentifier() = default;
+
+  ServiceIdentifier(std::string itsName, int itsVersion) : name(std::move(itsName)), version(itsVersion) {}
+
   std::string name;
   int version = 0;
 

@@ -1,10 +1,9 @@
 #include "vellora/Models/CompactLayoutCacheEntry.h"
 
-#include "vellora/Platform/Json/JsonCodec.h"
+#include "vellora/Models/ObjectCompactLayoutInfoCodec.h"
 
 namespace vellora {
 
-template Result<CompactLayoutCacheEntry> json::decode(const Data& text);
-template Result<Data> json::encode(const CompactLayoutCacheEntry& value);
+VELLORA_JSON_CODECS(CompactLayoutCacheEntry)
 
 }  // namespace vellora

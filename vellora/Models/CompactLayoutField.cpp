@@ -47,7 +47,8 @@ bool json::Codec<std::shared_ptr<CompactLayoutField>>::encode(
                : writer.fail(EncodingError::Kind::noValue);
 }
 
-template Result<std::shared_ptr<CompactLayoutField>> json::decode(const Data& text);
-template Result<Data> json::encode(const std::shared_ptr<CompactLayoutField>& value);
+VELLORA_JSON_CODECS(CompactLayoutField::Content)
+VELLORA_JSON_CODECS(std::shared_ptr<CompactLayoutField>)
+template Result<Data> json::encode(const CompactLayoutField& value);
 
 }  // namespace vellora

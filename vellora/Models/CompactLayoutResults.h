@@ -20,13 +20,11 @@ struct VELLORA_EXPORT CompactLayoutResults {
   /// In the order of the document.
   std::vector<ObjectCompactLayoutInfo> layouts;
 
+  static constexpr bool hasOwnJsonForm = true;
   static constexpr std::string_view recordName = "CompactLayoutResults";
   static constexpr auto fields() {
     return std::tuple(json::field("layouts", &CompactLayoutResults::layouts));
   }
-
-  /// Reads the server's form.
-  [[nodiscard]] static bool decodeJson(const json::Reader& reader, CompactLayoutResults& out);
 
   friend bool operator==(const CompactLayoutResults&, const CompactLayoutResults&) = default;
 };

@@ -4,7 +4,6 @@
 
 namespace vellora {
 
-template Result<ListViewObject> json::decode(const Data& text);
-template Result<Data> json::encode(const ListViewObject& value);
+VELLORA_JSON_CODECS(ListViewObject)
 
 }  // namespace vellora

@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "vellora/Platform/Json/Json.h"
-#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 
@@ -15,7 +14,7 @@ namespace vellora {
 ///
 /// Only the type's name is cached: the row `cacheEntryType=listView`, `id=00B000000000001` of the table
 /// "OPS_SObjectsCacheTable".
-struct VELLORA_EXPORT ListViewObject {
+struct ListViewObject {
   /// The JSON keys, upper-case as the query language returns them.
   struct CodingKeys {
     static constexpr std::string_view id = "Id";

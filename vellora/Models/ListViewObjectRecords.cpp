@@ -4,7 +4,6 @@
 
 namespace vellora {
 
-template Result<ListViewObjectRecords> json::decode(const Data& text);
-template Result<Data> json::encode(const ListViewObjectRecords& value);
+VELLORA_JSON_CODECS(ListViewObjectRecords)
 
 }  // namespace vellora

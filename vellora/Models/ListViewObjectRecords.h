@@ -5,7 +5,6 @@
 
 #include "vellora/Models/ListViewObject.h"
 #include "vellora/Platform/Json/Json.h"
-#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 
@@ -16,7 +15,7 @@ namespace vellora {
 /// which is
 ///
 ///     {"records": [{"Id": "00B000000000001", "SobjectType": "Account"}]}
-struct VELLORA_EXPORT ListViewObjectRecords {
+struct ListViewObjectRecords {
   /// The rows that match: one, or none for an id that is no list view's. Of several the first counts.
   std::vector<ListViewObject> records;
 

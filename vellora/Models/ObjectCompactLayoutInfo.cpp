@@ -3,8 +3,8 @@
 #include <iterator>
 #include <utility>
 
-#include "vellora/Models/CompactLayoutFieldCodec.h"
 #include "vellora/Models/FieldItem.h"
+#include "vellora/Models/ObjectCompactLayoutInfoCodec.h"
 
 namespace vellora {
 
@@ -51,7 +51,7 @@ CompactLayoutFields flattened(const std::vector<FieldItem>& items) {
 
 }  // namespace
 
-bool ObjectCompactLayoutInfo::decodeJson(const json::Reader& reader, ObjectCompactLayoutInfo& out) {
+bool json::OwnForm<ObjectCompactLayoutInfo>::decode(const Reader& reader, ObjectCompactLayoutInfo& out) {
   if (!reader.member("objectType", out.objectType)) return false;
   if (reader.tryMember("layoutFields", out.layoutFields)) return true;
   std::vector<FieldItem> items;
@@ -60,12 +60,11 @@ bool ObjectCompactLayoutInfo::decodeJson(const json::Reader& reader, ObjectCompa
   return true;
 }
 
-bool ObjectCompactLayoutInfo::encodeJson(json::Writer& writer) const {
-  return writer.member("objectType", objectType) && writer.member("layoutFields", layoutFields);
+bool json::OwnForm<ObjectCompactLayoutInfo>::encode(const ObjectCompactLayoutInfo& value, Writer& writer) {
+  return writer.member("objectType", value.objectType) && writer.member("layoutFields", value.layoutFields);
 }
 
-template Result<ObjectCompactLayoutInfo> json::decode(const Data& text);
-template Result<Data> json::encode(const ObjectCompactLayoutInfo& value);
+VELLORA_JSON_CODECS(ObjectCompactLayoutInfo)
 template Result<Data> json::encode(
     const std::optional<std::map<std::string, ObjectCompactLayoutInfo>>& value);
 

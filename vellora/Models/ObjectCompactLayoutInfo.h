@@ -33,17 +33,12 @@ struct VELLORA_EXPORT ObjectCompactLayoutInfo {
   /// API name of the object type; its cached copy is keyed by it.
   std::string objectType;
 
+  static constexpr bool hasOwnJsonForm = true;
   static constexpr std::string_view recordName = "ObjectCompactLayoutInfo";
   static constexpr auto fields() {
     return std::tuple(json::field("layoutFields", &ObjectCompactLayoutInfo::layoutFields),
                       json::field("objectType", &ObjectCompactLayoutInfo::objectType));
   }
-
-  /// Reads either form.
-  [[nodiscard]] static bool decodeJson(const json::Reader& reader, ObjectCompactLayoutInfo& out);
-
-  /// Writes the library's own form.
-  [[nodiscard]] bool encodeJson(json::Writer& writer) const;
 
   /// Compares the contents of the fields.
   friend bool operator==(const ObjectCompactLayoutInfo& left, const ObjectCompactLayoutInfo& right) {

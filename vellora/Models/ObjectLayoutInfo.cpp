@@ -7,9 +7,7 @@
 
 namespace vellora {
 
-template Result<std::vector<ObjectLayoutInfo>> json::decode(const Data& text);
-template Result<ObjectLayoutInfo> json::decode(const Data& text);
-template Result<Data> json::encode(const ObjectLayoutInfo& value);
+VELLORA_JSON_CODECS(ObjectLayoutInfo)
 template Result<Data> json::encode(const std::optional<std::map<std::string, ObjectLayoutInfo>>& value);
 
 }  // namespace vellora

@@ -4,7 +4,6 @@
 
 namespace vellora {
 
-template Result<ObjectLayoutInfoCacheEntry> json::decode(const Data& text);
-template Result<Data> json::encode(const ObjectLayoutInfoCacheEntry& value);
+VELLORA_JSON_CODECS(ObjectLayoutInfoCacheEntry)
 
 }  // namespace vellora

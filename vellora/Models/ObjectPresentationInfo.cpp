@@ -17,8 +17,7 @@ ObjectPresentationInfo::ObjectPresentationInfo(const std::optional<ThemeItem>& t
     instancePresentationInfo.emplace(instanceTheme, *instanceSObject, theme);
 }
 
-template Result<ObjectPresentationInfo> json::decode(const Data& text);
-template Result<Data> json::encode(const ObjectPresentationInfo& value);
+VELLORA_JSON_CODECS(ObjectPresentationInfo)
 template Result<Data> json::encode(const std::optional<std::map<std::string, ObjectPresentationInfo>>& value);
 
 }  // namespace vellora

@@ -4,20 +4,26 @@
 
 namespace vellora {
 
-bool ObjectQualifiedApiNameInfo::decodeJson(const json::Reader& reader, ObjectQualifiedApiNameInfo& out) {
-  if (!reader.member("records", out.records)) return false;
-  out.entityApiNames.clear();
-  for (const auto& row : out.records) {
-    out.entityApiNames.insert_or_assign(row.entityType.entityTypeName, row.qualifiedApiName);
+template <>
+struct json::OwnForm<ObjectQualifiedApiNameInfo> {
+  /// Reads the rows, and gathers `entityApiNames` from them.
+  static bool decode(const Reader& reader, ObjectQualifiedApiNameInfo& out) {
+    if (!reader.member("records", out.records)) return false;
+    out.entityApiNames.clear();
+    for (const auto& row : out.records) {
+      out.entityApiNames.insert_or_assign(row.entityType.entityTypeName, row.qualifiedApiName);
+    }
+    return true;
   }
-  return true;
-}
 
-bool ObjectQualifiedApiNameInfo::encodeJson(json::Writer& writer) const {
-  return writer.member("records", records);
-}
+  /// Writes the rows alone.
+  static bool encode(const ObjectQualifiedApiNameInfo& value, Writer& writer) {
+    return writer.member("records", value.records);
+  }
+};
 
-template Result<ObjectQualifiedApiNameInfo> json::decode(const Data& text);
-template Result<Data> json::encode(const ObjectQualifiedApiNameInfo& value);
+VELLORA_JSON_CODECS(ObjectQualifiedApiNameInfo::Record::EntityDefinition)
+VELLORA_JSON_CODECS(ObjectQualifiedApiNameInfo::Record)
+VELLORA_JSON_CODECS(ObjectQualifiedApiNameInfo)
 
 }  // namespace vellora

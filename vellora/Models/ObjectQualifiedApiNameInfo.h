@@ -53,17 +53,12 @@ struct VELLORA_EXPORT ObjectQualifiedApiNameInfo {
   /// In the order of the answer.
   std::vector<Record> records;
 
+  static constexpr bool hasOwnJsonForm = true;
   static constexpr std::string_view recordName = "ObjectQualifiedApiNameInfo";
   static constexpr auto fields() {
     return std::tuple(json::field("entityApiNames", &ObjectQualifiedApiNameInfo::entityApiNames),
                       json::field("records", &ObjectQualifiedApiNameInfo::records));
   }
-
-  /// Reads the rows, and gathers `entityApiNames` from them.
-  [[nodiscard]] static bool decodeJson(const json::Reader& reader, ObjectQualifiedApiNameInfo& out);
-
-  /// Writes the rows alone.
-  [[nodiscard]] bool encodeJson(json::Writer& writer) const;
 
   friend bool operator==(const ObjectQualifiedApiNameInfo&, const ObjectQualifiedApiNameInfo&) = default;
 };

@@ -17,7 +17,6 @@ PresentationInfo::PresentationInfo(const std::optional<ThemeItem>& themeItem, co
   largeIconUrl = themeItem->largeIconUrl(theme);
 }
 
-template Result<PresentationInfo> json::decode(const Data& text);
-template Result<Data> json::encode(const PresentationInfo& value);
+VELLORA_JSON_CODECS(PresentationInfo)
 
 }  // namespace vellora

@@ -53,10 +53,10 @@ class VELLORA_EXPORT PresentationInfo {
   /// Whether the user may create records of the type.
   bool createable = false;
 
-  static constexpr std::string_view recordName = "PresentationInfo";
-  static constexpr auto fields() {
-    return std::tuple(json::field("apiName", &PresentationInfo::apiName_),
-                      json::field("color", &PresentationInfo::color),
+ private:
+  template <class ApiName>
+  static constexpr auto fieldsWith(ApiName apiName) {
+    return std::tuple(json::field("apiName", apiName), json::field("color", &PresentationInfo::color),
                       json::field("svgIconUrl", &PresentationInfo::svgIconUrl),
                       json::field("smallIconUrl", &PresentationInfo::smallIconUrl),
                       json::field("largeIconUrl", &PresentationInfo::largeIconUrl),
@@ -65,9 +65,18 @@ class VELLORA_EXPORT PresentationInfo {
                       json::field("createable", &PresentationInfo::createable));
   }
 
+ public:
+  static constexpr std::string_view recordName = "PresentationInfo";
+  static constexpr auto fields() { return fieldsWith(&PresentationInfo::apiName); }
+
   friend bool operator==(const PresentationInfo&, const PresentationInfo&) = default;
 
  private:
+  friend struct json::Codec<PresentationInfo>;
+
+  // What is read from JSON sets the name as well.
+  static constexpr auto decodedFields() { return fieldsWith(&PresentationInfo::apiName_); }
+
   std::string apiName_;
 };
 

@@ -4,9 +4,6 @@
 
 namespace vellora {
 
-template Result<SObject> json::decode(const Data& text);
-template Result<std::vector<SObject>> json::decode(const Data& text);
-template Result<Data> json::encode(const SObject& value);
-template Result<Data> json::encode(const std::vector<SObject>& value);
+VELLORA_JSON_CODECS(SObject)
 
 }  // namespace vellora

@@ -16,9 +16,9 @@ namespace vellora {
 ///     {"name": "Account", "keyPrefix": "001", "label": "Account", "labelPlural": "Accounts",
 ///      "createable": true}
 ///
-/// The server sends all types in one list, as `SObjectsResponse` says. That list is cached as one JSON array,
-/// the row `cacheEntryType=sObjects` of the table "OPS_SObjectsCacheTable"; a type that was looked up has a
-/// row `cacheEntryType=sObject`, `name=Account` of its own.
+/// The server sends all types in one list, the member "sobjects" of an object. That list is cached as one
+/// JSON array, the row `cacheEntryType=sObjects` of the table "OPS_SObjectsCacheTable"; a type that was
+/// looked up has a row `cacheEntryType=sObject`, `name=Account` of its own.
 struct VELLORA_EXPORT SObject {
   /// API name, such as "Account"; what lookups by name match, letter case included.
   std::string name;

@@ -4,7 +4,6 @@
 
 namespace vellora {
 
-template Result<SObjectsResponse> json::decode(const Data& text);
-template Result<Data> json::encode(const SObjectsResponse& value);
+VELLORA_JSON_CODECS(SObjectsResponse)
 
 }  // namespace vellora

@@ -5,7 +5,6 @@
 
 #include "vellora/Models/SObject.h"
 #include "vellora/Platform/Json/Json.h"
-#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
 
@@ -15,7 +14,7 @@ namespace vellora {
 ///
 /// One entry that cannot be read makes the whole body invalid. What is cached is the list, without this
 /// wrapping.
-struct VELLORA_EXPORT SObjectsResponse {
+struct SObjectsResponse {
   /// In the server's order; lower-case "sobjects" in JSON.
   std::vector<SObject> sObjects;
 

@@ -54,9 +54,6 @@ std::optional<std::string> ThemeItem::largeIconUrl(std::string_view theme) const
   return mostFittingIconUrl(icons, theme, std::greater<>());
 }
 
-template Result<ThemeItem> json::decode(const Data& text);
-template Result<std::vector<ThemeItem>> json::decode(const Data& text);
-template Result<Data> json::encode(const ThemeItem& value);
-template Result<Data> json::encode(const std::vector<ThemeItem>& value);
+VELLORA_JSON_CODECS(ThemeItem)
 
 }  // namespace vellora

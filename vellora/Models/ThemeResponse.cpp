@@ -4,7 +4,6 @@
 
 namespace vellora {
 
-template Result<ThemeResponse> json::decode(const Data& text);
-template Result<Data> json::encode(const ThemeResponse& value);
+VELLORA_JSON_CODECS(ThemeResponse)
 
 }  // namespace vellora

@@ -20,7 +20,8 @@ namespace vellora {
 ///     });
 ///
 /// Ownership: a lookup copies what it is given and keeps the completion until it has answered, or cannot
-/// answer any more.
+/// answer any more. A layout lookup that is pending answers even after the service was destroyed, and until
+/// then so do the other lookups: a completion must not refer to what may be gone by then.
 ///
 /// Threads: may be called from any thread, also from inside a completion. A completion runs on the thread
 /// that delivered the last piece of the answer: a queue of the library, the host network's callback thread,

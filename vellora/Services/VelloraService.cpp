@@ -6,18 +6,19 @@ namespace vellora {
 
 namespace {
 
-/// Asks for the facilities in their order and stops at the first one that is absent.
-RequiredAPI requiredFrom(CorvaneSDK::PlatformAPI* api) {
-  RequiredAPI required;
-  if (!api || !(required.network = api->network())) throw VelloraServiceError::requiredAPI();
-  if (!(required.cache = api->cache())) throw VelloraServiceError::requiredAPI();
-  if (!(required.logger = api->logger())) throw VelloraServiceError::requiredAPI();
-  return required;
+template <class T>
+std::shared_ptr<T> required(std::shared_ptr<T> part) {
+  if (!part) throw VelloraServiceError::requiredAPI();
+  return part;
 }
 
-std::shared_ptr<DispatchQueue> required(std::shared_ptr<DispatchQueue> queue) {
-  if (!queue) throw VelloraServiceError::requiredAPI();
-  return queue;
+/// Asks for the facilities in their order and stops at the first one that is absent.
+RequiredAPI requiredFrom(const std::shared_ptr<CorvaneSDK::PlatformAPI>& api) {
+  const auto platform = required(api);
+  auto network = required(platform->network());
+  auto cache = required(platform->cache());
+  auto logger = required(platform->logger());
+  return {std::move(network), std::move(cache), std::move(logger)};
 }
 
 /// `completion`, or one that does nothing. A lookup without a completion is carried out too: it fills the
@@ -48,8 +49,8 @@ bool operator==(const VelloraService::State& left, const VelloraService::State& 
 
 VelloraService::VelloraService(const std::shared_ptr<CorvaneSDK::PlatformAPI>& api, double cacheTimeout,
                                std::string theme, std::shared_ptr<DispatchQueue> queue)
-    : implementation_(std::make_shared<Implementation>(requiredFrom(api.get()), cacheTimeout,
-                                                       std::move(theme), required(std::move(queue)))) {
+    : implementation_(Implementation::make(requiredFrom(api), cacheTimeout, std::move(theme),
+                                           required(std::move(queue)))) {
   implementation_->prefetch();
 }
 
@@ -78,30 +79,32 @@ bool VelloraService::primedAndCached() const {
 }
 
 // Each lookup keeps the implementation until it returns. The service may be destroyed earlier, by a
-// completion or by an observer of the state, on this thread or on another.
+// completion or by an observer of the state, on this thread or on another. A presentation lookup has to end
+// then, so it keeps no copy of the service's handle.
 
 void VelloraService::objectPresentationInfoForIds(const std::vector<std::string>& ids,
                                                   PresentationCompletion completion) {
-  const auto implementation = implementation_;
+  const auto implementation = implementation_->shared_from_this();
   implementation->objectPresentationInfoForIds(ids, orNothing(std::move(completion)));
 }
 
 void VelloraService::objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,
                                                        PresentationCompletion completion) {
-  const auto implementation = implementation_;
+  const auto implementation = implementation_->shared_from_this();
   implementation->objectPresentationInfoForApiNames(apiNames, orNothing(std::move(completion)));
 }
 
 void VelloraService::objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
                                                  LayoutCompletion completion) {
   const auto implementation = implementation_;
-  implementation->objectLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
+  implementation->objectLayoutInfoForApiNames(implementation, apiNames, orNothing(std::move(completion)));
 }
 
 void VelloraService::objectCompactLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
                                                         CompactLayoutCompletion completion) {
   const auto implementation = implementation_;
-  implementation->objectCompactLayoutInfoForApiNames(apiNames, orNothing(std::move(completion)));
+  implementation->objectCompactLayoutInfoForApiNames(implementation, apiNames,
+                                                     orNothing(std::move(completion)));
 }
 
 }  // namespace vellora

@@ -30,8 +30,12 @@ namespace vellora {
 /// `ThemeDataService`, `LayoutDataService`, `CompactLayoutDataService`.
 ///
 /// Ownership: owns its data services and shares the host's facilities. Destroying it ends what is under way:
-/// pending presentation lookups are never answered; a pending layout lookup is, and keeps what it needs until
-/// then.
+/// once the destructor has returned, no presentation lookup is answered any more, but for a completion that
+/// is running on another thread at that moment.
+///
+/// A pending layout lookup is answered all the same, and until then it keeps all of the façade alive:
+/// presentation lookups and the prefetch go on as well, and end with it. So a completion may run after the
+/// destructor has returned. Let it capture by value, or weakly, whatever may be gone by then.
 ///
 /// Threads: every member may be called from any thread, also from inside a completion or a change of
 /// the state.
@@ -119,10 +123,13 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
   /// Yields the current state at once, inside `sink`, then every later one; never ends. `loaded` comes on a
   /// thread of the library, `failed` on the thread on which the load ended, and `isLoading` again inside the
   /// id lookup that runs a prefetch. While an earlier state is being delivered, the thread that does so
-  /// delivers the later ones, too.
+  /// delivers the later ones, too. Once the service is gone, the stream neither yields nor keeps its
+  /// subscribers.
   [[nodiscard]] Publisher<State> primerStateStream() const;
 
-  /// Yields just before each change of the state, on the thread that changes it.
+  /// Yields just before each change of the state, on the thread that changes it. An observer that is busy
+  /// with an earlier notice gets this one when it returns, which is after the change. Once the service is
+  /// gone, it neither yields nor keeps its observers.
   [[nodiscard]] Publisher<WillChange> objectWillChange() const;
 
   /// True when the state is `loaded` and neither cache has expired since: an id lookup then begins without a

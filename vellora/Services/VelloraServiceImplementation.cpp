@@ -38,6 +38,24 @@ VelloraService::Implementation::Implementation(const RequiredAPI& api, double ca
       theme_(std::move(theme)),
       primerState_(State::isLoading(), objectWillChange_) {}
 
+/// What the copies of a handle share. It cancels the lookups, whoever else still holds the façade.
+class VelloraService::Implementation::Ending {
+ public:
+  explicit Ending(std::shared_ptr<Implementation> facade) : facade_(std::move(facade)) {}
+  ~Ending() { facade_->subscriptions_.close(); }
+  Ending(const Ending&) = delete;
+  Ending& operator=(const Ending&) = delete;
+
+ private:
+  const std::shared_ptr<Implementation> facade_;
+};
+
+std::shared_ptr<VelloraService::Implementation> VelloraService::Implementation::make(
+    const RequiredAPI& api, double cacheTimeout, std::string theme, std::shared_ptr<DispatchQueue> queue) {
+  const auto facade = std::make_shared<Implementation>(api, cacheTimeout, std::move(theme), std::move(queue));
+  return {std::make_shared<Ending>(facade), facade.get()};
+}
+
 void VelloraService::Implementation::log(const std::string& text) const {
   logger_->log(text, LogLevel::info);
 }
@@ -136,8 +154,9 @@ void VelloraService::Implementation::waitForPrefetch(std::function<void()> compl
         return current;
       })
       .first([](const State& current) { return current != State::isLoading(); })
-      .sink([completion = std::move(completion)](const State&) { completion(); })
-      .detach();  // it ends with the first such state, or with the property
+      .sink(
+          subscriptions_, [completion = std::move(completion)](const State&) { completion(); },
+          [](const Completion&) {});
 }
 
 bool VelloraService::Implementation::primedAndCached() const {
@@ -165,11 +184,11 @@ void VelloraService::Implementation::objectPresentationInfoForIdsOnceLoaded(
   auto pairThemWithTypes = [lookup](auto items) { return lookup->infosOfRecords(std::move(items)); };
   auto answer = [completion = std::move(completion)](Infos infos) { completion(std::move(infos)); };
   auto logEnd = [lookup](const Completion&) { lookup->logEnd(); };
-  subscriptions_.insert(sObjectsDataService_->sObjectsForIds(ids)
-                            .map(std::move(keepTypes))
-                            .flatMap(std::move(lookUpThemes))
-                            .map(std::move(pairThemWithTypes))
-                            .sink(std::move(answer), std::move(logEnd)));
+  sObjectsDataService_->sObjectsForIds(ids)
+      .map(std::move(keepTypes))
+      .flatMap(std::move(lookUpThemes))
+      .map(std::move(pairThemWithTypes))
+      .sink(subscriptions_, std::move(answer), std::move(logEnd));
 }
 
 void VelloraService::Implementation::objectPresentationInfoForApiNames(
@@ -187,9 +206,9 @@ void VelloraService::Implementation::objectPresentationInfoForApiNamesFetchIfNee
     lookup->logEnd();
     completion(lookup->takeInfos());
   };
-  subscriptions_.insert(sObjectsDataService_->sObjectsForNames(apiNames)
-                            .combineLatest(themeDataService_->themes(apiNames))
-                            .sink(std::move(keepInfos), std::move(answer)));
+  sObjectsDataService_->sObjectsForNames(apiNames)
+      .combineLatest(themeDataService_->themes(apiNames))
+      .sink(subscriptions_, std::move(keepInfos), std::move(answer));
 }
 
 ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationInfo(
@@ -208,21 +227,23 @@ ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationI
 
 // Layout lookups
 
-void VelloraService::Implementation::objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
+void VelloraService::Implementation::objectLayoutInfoForApiNames(std::shared_ptr<Implementation> facade,
+                                                                 const std::vector<std::string>& apiNames,
                                                                  LayoutCompletion completion) {
   layoutDataService_->layoutForApiName(
       apiNames,
-      [self = shared_from_this(), completion = std::move(completion)](auto infos, const auto& error) {
-        completion(layoutAnswer(std::move(infos), error, *self->logger_));
+      [facade = std::move(facade), completion = std::move(completion)](auto infos, const auto& error) {
+        completion(layoutAnswer(std::move(infos), error, *facade->logger_));
       });
 }
 
 void VelloraService::Implementation::objectCompactLayoutInfoForApiNames(
-    const std::vector<std::string>& apiNames, CompactLayoutCompletion completion) {
+    std::shared_ptr<Implementation> facade, const std::vector<std::string>& apiNames,
+    CompactLayoutCompletion completion) {
   compactLayoutDataService_->compactLayoutForApiName(
       apiNames,
-      [self = shared_from_this(), completion = std::move(completion)](auto infos, const auto& error) {
-        completion(layoutAnswer(std::move(infos), error, *self->logger_));
+      [facade = std::move(facade), completion = std::move(completion)](auto infos, const auto& error) {
+        completion(layoutAnswer(std::move(infos), error, *facade->logger_));
       });
 }
 

@@ -20,11 +20,20 @@ namespace vellora {
 
 /// What a `VelloraService` consists of.
 ///
-/// Ownership: shared by the façade and by the calls into it, so that what is under way can hold it weakly.
+/// Ownership: the `VelloraService` and each pending layout lookup share a handle to it, the one that `make`
+/// returns. When the last copy of that goes, what is under way ends. Calls into it hold it by a
+/// `std::shared_ptr` of another kind, from `shared_from_this`, which only keeps its memory: so a call that
+/// takes long answers no lookup after `~VelloraService`. All else holds it weakly.
 class VelloraService::Implementation : public std::enable_shared_from_this<Implementation> {
  public:
+  /// Use `make`.
   Implementation(const RequiredAPI& api, double cacheTimeout, std::string theme,
                  std::shared_ptr<DispatchQueue> queue);
+
+  /// Makes one, and returns the handle whose last copy ends it.
+  [[nodiscard]] static std::shared_ptr<Implementation> make(const RequiredAPI& api, double cacheTimeout,
+                                                            std::string theme,
+                                                            std::shared_ptr<DispatchQueue> queue);
 
   /// Makes sure that both lists are cached and fresh; starts both loads on the queue. Sets the state.
   void prefetch();
@@ -36,14 +45,19 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
   void objectPresentationInfoForIds(const std::vector<std::string>& ids, PresentationCompletion completion);
   void objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,
                                          PresentationCompletion completion);
-  void objectLayoutInfoForApiNames(const std::vector<std::string>& apiNames, LayoutCompletion completion);
-  void objectCompactLayoutInfoForApiNames(const std::vector<std::string>& apiNames,
+
+  /// A pending layout lookup keeps `facade`, a handle to this object, until it has answered.
+  void objectLayoutInfoForApiNames(std::shared_ptr<Implementation> facade,
+                                   const std::vector<std::string>& apiNames, LayoutCompletion completion);
+  void objectCompactLayoutInfoForApiNames(std::shared_ptr<Implementation> facade,
+                                          const std::vector<std::string>& apiNames,
                                           CompactLayoutCompletion completion);
 
  private:
   using Infos = std::map<std::string, ObjectPresentationInfo>;
   using Themes = std::map<std::string, std::optional<ThemeItem>>;
 
+  class Ending;
   class LoadEnd;
   class PresentationLookup;
 
@@ -78,7 +92,7 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
   const std::string theme_;
 
   // Synchronise themselves.
-  Cancellables subscriptions_;
+  Cancellables subscriptions_;  // of the presentation lookups, those that wait for a prefetch included
   const Subject<WillChange> objectWillChange_;
   const Published<State> primerState_;
 };

@@ -10,6 +10,12 @@
 #include <testkit/StubNetwork.h>
 #include <vellora/DataServices/SObjectsDataServiceError.h>
 #include <vellora/DataServices/ThemeDataServiceError.h>
+#include <vellora/Models/ColorInfo.h>
+#include <vellora/Models/CompactLayoutField.h>
+#include <vellora/Models/IconInfo.h>
+#include <vellora/Models/ObjectLayoutFieldMetadata.h>
+#include <vellora/Models/ObjectPresentationInfo.h>
+#include <vellora/Models/ObjectQualifiedApiNameInfo.h>
 #include <vellora/Models/SObject.h>
 #include <vellora/Platform/Json/DecodingError.h>
 #include <vellora/Platform/Json/Json.h>
@@ -20,10 +26,16 @@
 #include <exception>
 #include <future>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#if __has_include(<vellora/Models/SObjectsResponse.h>) || __has_include(<vellora/Models/ListViewObject.h>) || \
+    __has_include(<vellora/Models/ListViewObjectRecords.h>)
+#error "a record that nobody outside is handed is installed"
+#endif
 
 namespace {
 
@@ -40,6 +52,25 @@ void check(bool holds, const char* statement) {
 struct OfflineError {
   [[nodiscard]] std::string localizedDescription() const { return "offline"; }
 };
+
+// Whether the library offers what reads and writes a `T`: alone, in a list, in a dictionary by name.
+template <class T>
+bool hasCodecs() {
+  const auto list = json::encode(std::vector<T>());
+  const auto dictionary = json::encode(std::map<std::string, T>());
+  const auto alone = json::encode(T());
+  return list && dictionary && alone && json::decode<T>(alone.value()) &&
+         json::decode<std::vector<T>>(list.value()) &&
+         json::decode<std::map<std::string, T>>(dictionary.value());
+}
+
+void checkCodecs() {
+  check(hasCodecs<ColorInfo>() && hasCodecs<IconInfo>() && hasCodecs<ObjectLayoutFieldMetadata>() &&
+            hasCodecs<ObjectQualifiedApiNameInfo::Record>() &&
+            hasCodecs<ObjectQualifiedApiNameInfo::Record::EntityDefinition>() &&
+            hasCodecs<CompactLayoutField::Content>() && hasCodecs<ObjectPresentationInfo>(),
+        "parts of records are read and written outside the library");
+}
 
 void checkErrorsMadeInTheLibraries() {
   const auto record = json::decode<SObject>(Data(std::string("{}")));
@@ -90,6 +121,7 @@ void checkErrorsThatPassThrough() {
 }  // namespace
 
 int main() {
+  checkCodecs();
   checkErrorsMadeInTheLibraries();
   checkExceptions();
   checkErrorsThatPassThrough();

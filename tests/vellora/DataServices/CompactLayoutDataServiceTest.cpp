@@ -5,12 +5,16 @@
 
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "testkit/ForwardingCache.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestClock.h"
 #include "tests/vellora/DataServices/CompactLayoutFixture.h"
 
 namespace vellora {
@@ -161,6 +165,31 @@ TEST_F(CompactLayoutDataServiceTest, AnAgeOfExactlyTheTimeoutOrADateInTheFutureI
   lookUp({"Account", "Contact"});
   EXPECT_THAT(answers, ElementsAre("Account[] Contact[]"));
   EXPECT_EQ(network->count(), 0U);
+}
+
+/// Takes a second to find a blob.
+class SlowCache final : public testkit::ForwardingCache {
+ public:
+  SlowCache(std::shared_ptr<Cache> next, tests::TestClock& clock)
+      : ForwardingCache(std::move(next)), clock_(clock) {}
+  std::optional<Data> load(const std::string& key) override {
+    clock_.advance(1);
+    return ForwardingCache::load(key);
+  }
+
+ private:
+  tests::TestClock& clock_;
+};
+
+TEST_F(CompactLayoutDataServiceTest, TheAgeOfEachCachedLayoutIsTakenWhenItHasBeenLoaded) {
+  cacheLayout("Contact", timeout - 1);
+  cacheLayout("Account", timeout - 1);
+  serveAccount();
+  service = std::make_shared<CompactLayoutDataService>(
+      RequiredAPI{network, std::make_shared<SlowCache>(cache, clock), logger}, timeout);
+  lookUp({"Contact", "Account"});
+  EXPECT_EQ(network->urls().at(0), layoutsUrl("Account")) << "only Account is a second too old";
+  EXPECT_THAT(answers, ElementsAre("Account[Name,Owner.Name] Contact[]"));
 }
 
 TEST_F(CompactLayoutDataServiceTest, ANegativeTimeoutExpiresEverythingAndOneThatIsNoNumberNothing) {

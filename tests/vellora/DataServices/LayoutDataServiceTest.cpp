@@ -382,6 +382,16 @@ TEST_F(LayoutDataServiceTest, AHostThatReleasesTheServiceDuringALookupLetsItFini
   EXPECT_TRUE(isCached("Account"));
 }
 
+TEST_F(LayoutDataServiceTest, TheAgeOfEachCachedLayoutIsTakenWhenItHasBeenLoaded) {
+  cacheLayout("Account", timeout - 1);
+  cacheLayout("Contact", timeout - 1);
+  const auto slow = std::make_shared<ActingCache>(cache, [&] { clock.advance(1); });
+  service = std::make_shared<LayoutDataService>(RequiredAPI{network, slow, logger}, timeout);
+  EXPECT_THAT(lookUp({"Account", "Contact"}).types, ElementsAre("Account", "Contact"));
+  EXPECT_TRUE(isCached("Account")) << "loaded at the age of the time-out";
+  EXPECT_FALSE(isCached("Contact")) << "loaded a second later";
+}
+
 TEST_F(LayoutDataServiceTest, ACompletionMayLookUpAgain) {
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]"));
   network->answer("/services/data/v50.0/search/layout?q=Contact", StubNetwork::body("[" + contactJson + "]"));

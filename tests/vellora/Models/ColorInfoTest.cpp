@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/DecodingFailure.h"
-#include "vellora/Platform/Json/JsonCodec.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "vellora/Platform/Json/JsonCodec.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora {
 namespace {
@@ -42,6 +42,18 @@ TEST(IconInfoTest, ReadsAWidthOf64BitsAndOneThatIsIntegralHoweverWritten) {
 
 TEST(IconInfoTest, FailsOnAWidthThatIsNoWholeNumber) {
   for (const auto* width : {"16.5", "\"16\"", "true", "[]"}) {
+    const auto decoded = withWidth(width);
+    ASSERT_FALSE(decoded) << width;
+    EXPECT_EQ(decoded.error().localizedDescription(), "expected an integer at $.width") << width;
+  }
+}
+
+TEST(IconInfoTest, TakesAWidthExactlyOrNotAtAll) {
+  const auto widest = withWidth("9223372036854775807.0");
+  ASSERT_TRUE(widest);
+  EXPECT_EQ(widest.value().width, 9223372036854775807);
+  for (const auto* width :
+       {"4503599627370497.5", "16.00000000000000000001", "18446744073709551616", "1e400"}) {
     const auto decoded = withWidth(width);
     ASSERT_FALSE(decoded) << width;
     EXPECT_EQ(decoded.error().localizedDescription(), "expected an integer at $.width") << width;

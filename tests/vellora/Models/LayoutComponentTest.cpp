@@ -5,7 +5,7 @@
 #include <string>
 
 #include "tests/support/DecodingFailure.h"
-#include "vellora/Platform/Json/JsonCodec.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora {
 namespace {

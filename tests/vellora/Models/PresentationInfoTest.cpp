@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <tuple>
 #include <type_traits>
 
 #include "tests/support/DecodingFailure.h"
@@ -65,6 +67,20 @@ TEST(PresentationInfoTest, GetsItsNameWhenItIsMadeAndCanStillBeAssigned) {
   EXPECT_EQ(copy.apiName(), "Account");
   EXPECT_EQ(copy.label, "Our firm");
   EXPECT_FALSE(info == copy);
+}
+
+template <class T>
+concept ShowsHowItIsDecoded = requires {
+  T::decodedFields();
+};
+
+TEST(PresentationInfoTest, ItsTableOfFieldsShowsTheNameByItsGetter) {
+  constexpr auto name = std::get<0>(PresentationInfo::fields());
+  static_assert(
+      std::is_same_v<decltype(name.member), const std::string& (PresentationInfo::*)() const noexcept>);
+  static_assert(!ShowsHowItIsDecoded<PresentationInfo>);
+  EXPECT_EQ(name.key, "apiName");
+  EXPECT_EQ(std::invoke(name.member, PresentationInfo(std::nullopt, account, "light")), "Account");
 }
 
 TEST(PresentationInfoTest, NamesOfDifferentTypesMakeDifferentValues) {

@@ -40,6 +40,17 @@ TEST(SObjectsResponseTest, FailsAsAWholeForOneBadEntry) {
             "expected a boolean at $.sobjects[0].createable");
 }
 
+TEST(SObjectsResponseTest, IgnoresNumbersOfAnySizeUnderKeysThatItDoesNotKnow) {
+  for (const std::string number :
+       {"18446744073709551616", "1e400", "-1e400", "123456789012345678901234567890"}) {
+    const auto decoded = json::decode<SObjectsResponse>(
+        Data(R"({"sobjects":[{"name":"A","label":"a","x":[)" + number +
+             R"(],"labelPlural":"as","createable":true}],"x":)" + number + "}"));
+    ASSERT_TRUE(decoded) << number;
+    EXPECT_EQ(decoded.value(), (SObjectsResponse{{{"A", std::nullopt, "a", "as", true}}})) << number;
+  }
+}
+
 TEST(SObjectsResponseTest, WritesItsListUnderTheServersKey) {
   const auto encoded = json::encode(SObjectsResponse{{{"A", "001", "a", "as", true}}});
   ASSERT_TRUE(encoded);

@@ -11,8 +11,8 @@ namespace vellora {
 /// Why JSON text is not the value that was asked for. It is the error of `json::decode`, and what data
 /// services carry in their `other`.
 ///
-///     const auto list = json::decode<SObjectsResponse>(body);
-///     if (!list) log(list.error().localizedDescription());  // missing key "labelPlural" at $.sobjects[3]
+///     const auto list = json::decode<ThemeResponse>(body);
+///     if (!list) log(list.error().localizedDescription());  // missing key "icons" at $.themeItems[3]
 ///
 /// A path begins with `$`, the whole text; `.name` is a member, `[3]` an element, counted from 0.
 ///

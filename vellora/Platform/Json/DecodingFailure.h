@@ -10,11 +10,19 @@
 
 namespace vellora::json {
 
+class Document;
+
 /// A decoding failure that is handed up from the value where it happened to the whole document; each level
 /// adds its step of the path. Every function that reports one returns false, so that a step which fails can
 /// end in `return failure.typeMismatch("a string")`. A step that succeeds never touches this.
 class VELLORA_EXPORT DecodingFailure {
  public:
+  /// The failure of decoding `document`, which outlives it.
+  explicit DecodingFailure(Document& document) : document_(document) {}
+
+  /// What is being decoded, for a step that has to look closer before it fails.
+  [[nodiscard]] Document& document() const { return document_; }
+
   /// The failure itself, at the place where it happened.
   bool missingKey(std::string_view key);
   bool typeMismatch(std::string_view expected);
@@ -30,6 +38,7 @@ class VELLORA_EXPORT DecodingFailure {
   [[nodiscard]] DecodingError error() const;
 
  private:
+  Document& document_;
   bool isMissingKey_ = false;
   std::string subject_;  // the key that is missing, or what was expected
   Path path_;

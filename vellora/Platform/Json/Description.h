@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -75,7 +76,7 @@ requires(json::Record<T> && !Described<T>) void appendDescription(std::string& o
   std::string_view separator;
   const auto append = [&](const auto& field) {
     out.append(separator).append(field.name).append(": ");
-    appendDescription(out, record.*field.member);
+    appendDescription(out, std::invoke(field.member, record));
     separator = ", ";
   };
   std::apply([&](const auto&... field) { (append(field), ...); }, T::fields());

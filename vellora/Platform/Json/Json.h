@@ -12,7 +12,8 @@
 
 namespace vellora::json {
 
-/// One field of a record: the member, its JSON key, and its name in textual forms (the key unless told).
+/// One field of a record: the member, its JSON key, and its name in textual forms (the key unless told). What
+/// can only be read has its getter in place of a member.
 template <class Record, class Member>
 struct Field {
   std::string_view key;
@@ -26,7 +27,7 @@ constexpr Field<Record, Member> field(std::string_view key, Member Record::*memb
   return {key, member, key};
 }
 
-/// A field whose key is not its name: `field("Id", &ListViewObject::id, "id")`.
+/// A field whose key is not its name: `field("Id", &Account::id, "id")`.
 template <class Record, class Member>
 constexpr Field<Record, Member> field(std::string_view key, Member Record::*member, std::string_view name) {
   return {key, member, name};
@@ -50,20 +51,17 @@ constexpr Field<Record, Member> field(std::string_view key, Member Record::*memb
 /// number of seconds since 2001-01-01 00:00:00 UTC), a record, a `std::shared_ptr` to a record, or a
 /// `std::optional`, `std::vector` or `std::map` by string of these.
 ///
-/// A record whose JSON form is irregular also declares one or both of these; they take the table's place,
-/// which then serves printing alone. They are defined in the record's source file.
-///
-///     [[nodiscard]] static bool decodeJson(const json::Reader& reader, SObject& out);
-///     [[nodiscard]] bool encodeJson(json::Writer& writer) const;  // writes the members of an object
+/// A record whose JSON form is not that of its fields has a constant `hasOwnJsonForm` that is true. The table
+/// serves printing alone then, and the record's comment tells the form.
 template <class T>
 concept Record = requires {
   { T::recordName } -> std::convertible_to<std::string_view>;
   T::fields();
 };
 
-/// What an irregular record reads itself from, and writes itself to.
-class Reader;
-class Writer;
+/// How values of `T` are read and written. It is the library's own; records with private members befriend it.
+template <class T>
+struct Codec;
 
 /// Objects and arrays nested deeper than this are neither read nor written.
 inline constexpr std::size_t maximumDepth = 512;
@@ -76,10 +74,10 @@ inline constexpr std::size_t maximumDepth = 512;
 /// Strict RFC 8259 over the whole document, nesting up to 512, a UTF-8 byte order mark is skipped. Of
 /// duplicate keys the first wins, in records and in dictionaries; unknown keys are ignored; null for an
 /// optional is absent. A number is an integer when its value is one, however it is written: 16.0 and 1.6e1
-/// are. A number beyond the range of a double, or written as an integer beyond 64 bits, makes the document
-/// invalid, in an ignored member too.
+/// are, 16.00000000000000000001 is not. A number may have any size where nobody reads it; where it is read,
+/// it has to fit a `std::int64_t` exactly, or the range of a double.
 ///
-/// Defined in the source file of each record; the types that can be decoded are those.
+/// It is there for every record of the library, for a list of it, and for a dictionary of it by name.
 ///
 /// Ownership: the value is a copy; `text` need not outlive the call.
 ///
@@ -109,7 +107,7 @@ Result<T> decodeOnce(const Data& text) {
 ///     json::encode(SObject{"Account", {}, "Account", "Accounts", true}).value().view();
 ///     // {"name":"Account","label":"Account","labelPlural":"Accounts","createable":true}
 ///
-/// Defined in the source file of each record; the types that can be encoded are those.
+/// It is there for whatever `decode` reads.
 ///
 /// Threads: may be called from several threads at once. `value` must not change meanwhile.
 ///

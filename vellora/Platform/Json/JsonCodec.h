@@ -1,17 +1,16 @@
 #pragma once
 
 // The definitions behind `Json.h`, for the source files of records: it brings the parser's headers with it,
-// so no other header includes this one. A record's source file ends in the instantiations that its users link
-// against:
+// so no other header includes this one. A record's source file ends in what its users link against:
 //
-//     template Result<SObject> json::decode(const Data& text);
-//     template Result<Data> json::encode(const SObject& value);
+//     VELLORA_JSON_CODECS(SObject)
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -34,25 +33,28 @@ namespace vellora::json {
 
 using Element = simdjson::dom::element;
 
+/// A record whose JSON form is not that of its fields.
 template <class T>
-concept DecodesItself = Record<T> && requires(const Reader& reader, T& out) {
-  { T::decodeJson(reader, out) } -> std::same_as<bool>;
-};
+concept HasOwnForm = Record<T> && T::hasOwnJsonForm;
 
+/// How a record with a form of its own is read and written. Specialised for each of them, in its source file,
+/// or in a header beside it where the sources of other records read or write it as well:
+///
+///     template <>
+///     struct OwnForm<Period> {
+///       static bool decode(const Reader& reader, Period& out);
+///       static bool encode(const Period& value, Writer& writer);  // writes the members of an object
+///     };
 template <class T>
-concept EncodesItself = Record<T> && requires(Writer& writer, const T& value) {
-  { value.encodeJson(writer) } -> std::same_as<bool>;
-};
+struct OwnForm;
 
 template <class T>
 inline constexpr bool isOptional = false;
 template <class T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 
-/// How values of `T` are read and written. `decode` and `encode` return whether they succeeded, and leave the
-/// reason with the `failure` or the `writer` that they were given.
-template <class T>
-struct Codec;
+// Of each codec, `decode` and `encode` return whether they succeeded, and leave the reason with the `failure`
+// or the `writer` that they were given.
 
 template <>
 struct Codec<std::string> {
@@ -76,25 +78,24 @@ struct Codec<bool> {
 template <>
 struct Codec<std::int64_t> {
   static bool decode(Element value, std::int64_t& out, DecodingFailure& failure) {
-    return !value.get(out) || fromDouble(value, out) || failure.typeMismatch("an integer");
+    return !value.get(out) || settled(value, out, failure) || failure.typeMismatch("an integer");
   }
   static bool encode(std::int64_t value, Writer& writer) { return writer.integer(value); }
 
  private:
-  static bool fromDouble(Element value, std::int64_t& out) {
-    constexpr double beyond = 9223372036854775808.0;
-    double number = 0;
-    if (!value.is_double() || value.get(number)) return false;
-    if (number < -beyond || number >= beyond || std::trunc(number) != number) return false;
-    out = static_cast<std::int64_t>(number);
-    return true;
+  // The parser rounds what is written with a fraction or an exponent. Its digits tell whether it is whole.
+  static bool settled(Element value, std::int64_t& out, const DecodingFailure& failure) {
+    if (!value.is_double()) return false;
+    failure.document().settleNumbers();
+    return !value.get(out);
   }
 };
 
 template <>
 struct Codec<double> {
   static bool decode(Element value, double& out, DecodingFailure& failure) {
-    return !value.get(out) || failure.typeMismatch("a number");
+    if (value.get(out)) return failure.typeMismatch("a number");
+    return std::isfinite(out) || failure.typeMismatch("a number within the range of a double");
   }
   static bool encode(double value, Writer& writer) { return writer.number(value); }
 };
@@ -187,27 +188,32 @@ struct Codec<std::shared_ptr<T>> {
 template <Record T>
 struct Codec<T> {
   static bool decode(Element value, T& out, DecodingFailure& failure) {
-    if constexpr (DecodesItself<T>) {
-      return T::decodeJson(Reader(value, failure), out);
+    if constexpr (HasOwnForm<T>) {
+      return OwnForm<T>::decode(Reader(value, failure), out);
     } else {
       return decodeFields(value, out, failure, std::make_index_sequence<count>());
     }
   }
   static bool encode(const T& value, Writer& writer) {
     if (!writer.beginObject()) return false;
-    if constexpr (EncodesItself<T>) {
-      if (!value.encodeJson(writer)) return false;
+    if constexpr (HasOwnForm<T>) {
+      if (!OwnForm<T>::encode(value, writer)) return false;
     } else {
-      const auto writeField = [&](const auto& field) {
-        return writer.member(field.key, value.*field.member);
-      };
-      if (!std::apply([&](const auto&... field) { return (writeField(field) && ...); }, T::fields()))
-        return false;
+      if (!writer.members(value)) return false;
     }
     return writer.endObject();
   }
 
  private:
+  // The table by which fields are set. It stands apart where `fields` has a getter in place of a member.
+  static constexpr auto table() {
+    if constexpr (requires { T::decodedFields(); }) {
+      return T::decodedFields();
+    } else {
+      return T::fields();
+    }
+  }
+
   static constexpr std::size_t count = std::tuple_size_v<decltype(T::fields())>;
 
   struct Place {
@@ -239,7 +245,7 @@ struct Codec<T> {
 
   template <std::size_t I>
   static bool isKeyOf(std::string_view key) {
-    constexpr auto field = std::get<I>(T::fields());
+    constexpr auto field = std::get<I>(table());
     // A length that the compiler knows makes this a few loads; == on views would call memcmp.
     constexpr std::size_t length = field.key.size();
     return key.size() == length && std::memcmp(key.data(), field.key.data(), length) == 0;
@@ -247,7 +253,7 @@ struct Codec<T> {
 
   template <std::size_t I>
   static bool decodeField(const Found& found, T& out, DecodingFailure& failure) {
-    constexpr auto field = std::get<I>(T::fields());
+    constexpr auto field = std::get<I>(table());
     auto& member = out.*field.member;
     using Member = std::remove_reference_t<decltype(member)>;
     if (found[I].isTaken) {
@@ -317,6 +323,14 @@ bool Writer::member(std::string_view key, const T& value) {
   return Codec<T>::encode(value, *this) || under(key);
 }
 
+template <Record T>
+bool Writer::members(const T& record) {
+  const auto writeField = [&](const auto& field) {
+    return member(field.key, std::invoke(field.member, record));
+  };
+  return std::apply([&](const auto&... field) { return (writeField(field) && ...); }, T::fields());
+}
+
 template <class T>
 bool Writer::write(const T& value) {
   return Codec<T>::encode(value, *this);
@@ -328,7 +342,7 @@ Result<T> decode(const Data& text) {
   Document document;
   if (auto error = document.parse(text)) {
     result = Error(*std::move(error));
-  } else if (DecodingFailure failure; !Codec<T>::decode(document.root(), result.value(), failure)) {
+  } else if (DecodingFailure failure(document); !Codec<T>::decode(document.root(), result.value(), failure)) {
     result = Error(failure.error());
   }
   return result;
@@ -342,3 +356,13 @@ Result<Data> encode(const T& value) {
 }
 
 }  // namespace vellora::json
+
+/// Defines what reads and writes a type: alone, in a list, in a dictionary by name. To be used in namespace
+/// vellora.
+#define VELLORA_JSON_CODECS(Type)                                              \
+  template Result<Type> json::decode(const Data& text);                        \
+  template Result<std::vector<Type>> json::decode(const Data& text);           \
+  template Result<std::map<std::string, Type>> json::decode(const Data& text); \
+  template Result<Data> json::encode(const Type& value);                       \
+  template Result<Data> json::encode(const std::vector<Type>& values);         \
+  template Result<Data> json::encode(const std::map<std::string, Type>& values);

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Json/JsonNumbers.h"
 #include "vellora/Platform/Json/JsonSyntax.h"
 
 namespace vellora::json {
@@ -86,21 +87,35 @@ Document::~Document() {
 }
 
 std::optional<DecodingError> Document::parse(const Data& text) {
-  std::string_view json = text.view();
-  const std::size_t skipped = json.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
-  json.remove_prefix(skipped);
-  auto error = parseWith(*parser_, maximumDepth, json, root_);
+  text_ = text.view();
+  numbersAreSettled_ = false;
+  const std::size_t skipped = text_.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
+  text_.remove_prefix(skipped);
+  const auto error = parseWith(*parser_, maximumDepth, text_, root_);
   if (!error) return std::nullopt;
   if (error == simdjson::MEMALLOC) throw std::bad_alloc();
   if (error == simdjson::UNINITIALIZED) {
     return DecodingError::invalidJson("it is not read, since the process is ending");
   }
-  if (auto found = findSyntaxError(json, skipped)) return found;
-  // simdjson refuses to go as deep as its limit, but lets an empty object or array pass there. So a document
-  // that is just deep enough is refused at first; when nothing is wrong with it, one level more does no harm.
-  if (error == simdjson::DEPTH_ERROR) error = parseWith(*parser_, maximumDepth + 1, json, root_);
-  if (!error) return std::nullopt;
-  return DecodingError::invalidJson(simdjson::error_message(error));
+  if (auto found = findSyntaxError(text_, skipped)) return found;
+  return parseAgain();
+}
+
+// simdjson refuses two kinds of texts that are JSON. It refuses numbers beyond 64 bits and doubles, so it
+// gets the text without numbers. And it refuses to go as deep as its limit, but lets an empty object or array
+// pass there. So a document that is just deep enough is refused at first; since nothing is wrong with it, one
+// level more does no harm.
+std::optional<DecodingError> Document::parseAgain() {
+  const Data plain(withoutNumbers(text_));
+  const auto error = parseWith(*parser_, maximumDepth + 1, plain.view(), root_);
+  if (error == simdjson::MEMALLOC) throw std::bad_alloc();
+  if (error) return DecodingError::invalidJson(simdjson::error_message(error));
+  settleNumbers();
+  return std::nullopt;
+}
+
+void Document::settleNumbers() {
+  if (!std::exchange(numbersAreSettled_, true)) json::settleNumbers(parser_->doc, text_);
 }
 
 }  // namespace vellora::json

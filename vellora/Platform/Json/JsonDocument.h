@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include "vellora/Platform/Json/DecodingError.h"
 #include "vellora/Platform/Values/Data.h"
@@ -28,15 +29,24 @@ class VELLORA_EXPORT Document {
   Document& operator=(const Document&) = delete;
 
   /// Parses and validates the whole text, in place: it needs the padding that `Data` has. Returns the
-  /// failure; no value means success.
+  /// failure; no value means success. The text must outlive this document.
   [[nodiscard]] std::optional<DecodingError> parse(const Data& text);
 
   /// The top-level value; valid after a successful `parse`, as long as this document lives.
   [[nodiscard]] simdjson::dom::element root() const { return root_; }
 
+  /// Makes every number exactly what it is written as, as `settleNumbers` of `JsonNumbers.h` says: `parse`
+  /// may have rounded those with a fraction or an exponent. Elements that were taken from this document have
+  /// the settled numbers from then on. Does so once, however often it is called.
+  void settleNumbers();
+
  private:
+  [[nodiscard]] std::optional<DecodingError> parseAgain();
+
   std::unique_ptr<simdjson::dom::parser> parser_;
   simdjson::dom::element root_;
+  std::string_view text_;  // without a byte order mark
+  bool numbersAreSettled_ = false;
 };
 
 }  // namespace vellora::json

@@ -6,9 +6,9 @@
 #include <string_view>
 
 // Which of several members with the same key an object has. JSON leaves that open; here the first one in the
-// document counts, for records, dictionaries and irregular records alike. The later ones are skipped without
-// a look at their values: one of a wrong type is no failure. Keys are compared as they are spelled out, so
-// "name" and "n\u0061me" are the same key.
+// document counts, for records, dictionaries and forms of a record's own alike. The later ones are skipped
+// without a look at their values: one of a wrong type is no failure. Keys are compared as they are spelled
+// out, so "name" and "n\u0061me" are the same key.
 //
 // Everything that reads objects goes through one of the two functions below: `forEachFirstMember` for all
 // members, `firstMember` for one. Nothing else decides.

@@ -9,8 +9,8 @@
 
 namespace vellora::json {
 
-/// One JSON value, as an irregular record sees it while decoding itself. Every step returns whether it
-/// succeeded; after a failure the record returns false, and the reader already knows what was wrong and
+/// One JSON value, as a record's own form sees it while it is decoded. Every step returns whether it
+/// succeeded; after a failure the form returns false, and the reader already knows what was wrong and
 /// where.
 ///
 /// Ownership: refers to the document being decoded; cheap to copy, not to be kept.

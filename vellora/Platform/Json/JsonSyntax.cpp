@@ -1,12 +1,12 @@
 #include "vellora/Platform/Json/JsonSyntax.h"
 
 #include <boost/json/basic_parser_impl.hpp>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string>
 
 #include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Json/JsonNumbers.h"
 
 namespace vellora::json {
 
@@ -15,8 +15,8 @@ namespace {
 using boost::json::error_code;
 using boost::json::string_view;
 
-// Accepts every event of the parser except numbers that are grammatical and yet beyond what is read.
-struct NumberRangeCheck {
+// Accepts every event of the parser.
+struct Listener {
   static constexpr std::size_t max_object_size = std::numeric_limits<std::size_t>::max();
   static constexpr std::size_t max_array_size = max_object_size;
   static constexpr std::size_t max_key_size = max_object_size;
@@ -35,12 +35,7 @@ struct NumberRangeCheck {
   bool on_number_part(string_view, error_code&) { return true; }
   bool on_int64(std::int64_t, string_view, error_code&) { return true; }
   bool on_uint64(std::uint64_t, string_view, error_code&) { return true; }
-  bool on_double(double value, string_view digits, error_code& error) {
-    const bool isIntegerBeyond64Bits = digits.find_first_of(".eE") == string_view::npos;
-    if (std::isfinite(value) && !isIntegerBeyond64Bits) return true;
-    error = boost::json::error::exponent_overflow;
-    return false;
-  }
+  bool on_double(double, string_view, error_code&) { return true; }
   bool on_bool(bool, error_code&) { return true; }
   bool on_null(error_code&) { return true; }
   bool on_comment_part(string_view, error_code&) { return true; }
@@ -48,7 +43,6 @@ struct NumberRangeCheck {
 };
 
 std::string reasonOf(const error_code& error) {
-  if (error == boost::json::error::exponent_overflow) return "number out of range";
   if (error == boost::json::error::too_deep) return "nested deeper than " + std::to_string(maximumDepth);
   if (error == boost::json::error::incomplete) return "the text ends too early";
   return error.message();
@@ -59,9 +53,11 @@ std::string reasonOf(const error_code& error) {
 std::optional<DecodingError> findSyntaxError(std::string_view text, std::size_t firstByte) {
   boost::json::parse_options options;
   options.max_depth = maximumDepth;
-  boost::json::basic_parser<NumberRangeCheck> parser(options);
+  boost::json::basic_parser<Listener> parser(options);
   error_code error;
-  const std::size_t read = parser.write_some(false, text.data(), text.size(), error);
+  // The parser refuses very large exponents, so it gets the text without numbers.
+  const std::string plain = withoutNumbers(text);
+  const std::size_t read = parser.write_some(false, plain.data(), plain.size(), error);
   if (error) return DecodingError::invalidJson(firstByte + read, reasonOf(error));
   if (read < text.size()) return DecodingError::invalidJson(firstByte + read, "more text after the value");
   return std::nullopt;

@@ -120,8 +120,8 @@ struct Writer::State {
 
 namespace {
 
-// From here on a double is written with an exponent: its plain digits would read as an integer that is too
-// large.
+// From here on a double is written with an exponent: readers may take its plain digits for an integer, one
+// that is too large for them.
 constexpr double beyond64Bits = 9223372036854775808.0;
 
 // RapidJSON counts bytes in 32 bits.

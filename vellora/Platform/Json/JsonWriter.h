@@ -12,7 +12,8 @@
 namespace vellora::json {
 
 /// Writes one JSON text from front to back. Every step returns whether it succeeded. After a failure nothing
-/// more may be written; `error` says what was wrong and where. An irregular record uses `member` alone.
+/// more may be written; `error` says what was wrong and where. A record's own form uses `member` and
+/// `members` alone.
 class VELLORA_EXPORT Writer {
  public:
   Writer();
@@ -24,6 +25,10 @@ class VELLORA_EXPORT Writer {
   /// Writes a member of the current object; an absent optional is left out.
   template <class T>
   [[nodiscard]] bool member(std::string_view key, const T& value);
+
+  /// Writes the members of the current object that the table of `record` tells, in its order.
+  template <Record T>
+  [[nodiscard]] bool members(const T& record);
 
   /// Writes a value: the whole text, an element, or what belongs to the last `key`. An absent optional is
   /// null.

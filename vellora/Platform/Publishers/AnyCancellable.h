@@ -49,6 +49,8 @@ class [[nodiscard]] AnyCancellable {
   void swap(AnyCancellable& other) noexcept { std::swap(scope_, other.scope_); }
 
  private:
+  friend class Cancellables;
+
   std::optional<SubscriptionScope> scope_;
 };
 

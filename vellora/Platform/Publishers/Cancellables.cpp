@@ -5,13 +5,9 @@
 namespace vellora {
 
 void Cancellables::insert(AnyCancellable token) {
-  const std::lock_guard lock(mutex_);
-  tokens_.push_back(std::move(token));
-}
-
-std::size_t Cancellables::size() const {
-  const std::lock_guard lock(mutex_);
-  return tokens_.size();
+  if (!token.scope_ || !token.scope_->isActive()) return;
+  scope_.adopt(*token.scope_);
+  std::move(token).detach();
 }
 
 }  // namespace vellora

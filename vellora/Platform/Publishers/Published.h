@@ -12,6 +12,9 @@
 namespace vellora {
 
 /// Announces that a property of an object is about to change. It does not say which, nor to what.
+///
+/// An observer that is busy with one notice gets the next one when it returns: after that change, see
+/// `Published`.
 struct VELLORA_EXPORT WillChange {};
 
 /// An observable property: a current value and the stream of its changes.
@@ -21,8 +24,13 @@ struct VELLORA_EXPORT WillChange {};
 /// inside one, gets the current value at once and misses no later one. Each subscriber gets the values in the
 /// order in which they were stored. The stream never ends.
 ///
-/// Ownership: copies share the property. When the last of them and of its streams is gone, its subscribers
-/// are let go of without a completion.
+/// `set` waits for no observer, and the value is stored when it returns. So an observer that is busy with an
+/// earlier notice, on another thread or because it sets the property itself, gets this one after the change
+/// (docs/adr/0008-notices-of-changes.md).
+///
+/// Ownership: copies share the property. When the last of them is gone, its subscribers are let go of without
+/// a completion, also while somebody keeps one of its streams. Whoever subscribes to that later hears
+/// nothing. An observer or a subscriber may destroy the property while it is being set.
 ///
 /// Threads: safe to use from several threads at once. Subscribers are called with no lock held, on the thread
 /// that sets, or on one that is delivering to them already.
@@ -32,7 +40,7 @@ struct VELLORA_EXPORT WillChange {};
 template <class T>
 class Published {
  public:
-  /// `objectWillChange` is told just before each change; it belongs to the owning object.
+  /// `objectWillChange` is told of each change; it belongs to the owning object.
   Published(T initial, Subject<WillChange> objectWillChange)
       : objectWillChange_(std::move(objectWillChange)),
         broadcast_(std::make_shared<detail::Broadcast<T>>(std::move(initial))) {}
@@ -41,12 +49,13 @@ class Published {
   [[nodiscard]] T value() const { return *broadcast_->current(); }
 
   void set(const T& value) const {
+    const auto broadcast = broadcast_;  // an observer may destroy the property
     objectWillChange_.send({});
-    broadcast_->send(value);
+    broadcast->send(value);
   }
 
   /// Yields the current value at once, on the subscribing thread, then every later one.
-  [[nodiscard]] Publisher<T> stream() const { return Publisher<T>(broadcast_); }
+  [[nodiscard]] Publisher<T> stream() const { return Publisher<T>(broadcast_->stream()); }
 
  private:
   Subject<WillChange> objectWillChange_;

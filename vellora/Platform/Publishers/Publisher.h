@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "vellora/Platform/Publishers/AnyCancellable.h"
+#include "vellora/Platform/Publishers/Cancellables.h"
 #include "vellora/Platform/Publishers/Observer.h"
 #include "vellora/Platform/Publishers/Promise.h"
 #include "vellora/Platform/Publishers/SubscriptionScope.h"
@@ -247,24 +248,21 @@ class Publisher {
   /// to cancel. Throws `std::bad_alloc`.
   template <class V, class C>
   [[nodiscard]] AnyCancellable sink(V onValue, C onCompletion) const {
-    const SubscriptionScope scope;
-    AnyCancellable token(scope);  // cancels what has begun when the rest gets no memory
-    auto observer = detail::step<T>(
-        SubscriptionScope(scope),
-        [onValue = std::move(onValue)](auto& subscription, T&& value) mutable {
-          if (subscription.isActive()) onValue(std::move(value));
-        },
-        [onCompletion = std::move(onCompletion)](auto& subscription, Completion&& completion) mutable {
-          if (subscription.end()) onCompletion(std::move(completion));
-        });
-    detail::start<T>(source_, std::move(observer), scope);
-    return token;
+    return startIn(SubscriptionScope(), std::move(onValue), std::move(onCompletion));
   }
 
   /// The same without a handler for the end. An error is lost.
   template <class V>
   [[nodiscard]] AnyCancellable sink(V onValue) const {
     return sink(std::move(onValue), [](const Completion&) {});
+  }
+
+  /// The same for a subscription that belongs to `owner` from its start on, and needs no token: it is
+  /// cancelled with its owner's others. Once those have been cancelled, nothing is started.
+  template <class V, class C>
+  void sink(const Cancellables& owner, V onValue, C onCompletion) const {
+    const SubscriptionScope scope = owner.scope().child();
+    if (scope.isActive()) startIn(scope, std::move(onValue), std::move(onCompletion)).detach();
   }
 
   /// For the library's own steps: the recipe behind this publisher. `takeSource` gives the handle away, so
@@ -278,6 +276,22 @@ class Publisher {
   friend class Publisher;
 
   using Use = detail::Use;
+
+  /// Starts the pipeline, whose lifetime is `scope`.
+  template <class V, class C>
+  AnyCancellable startIn(const SubscriptionScope& scope, V onValue, C onCompletion) const {
+    AnyCancellable token(scope);  // cancels what has begun when the rest gets no memory
+    auto observer = detail::step<T>(
+        SubscriptionScope(scope),
+        [onValue = std::move(onValue)](auto& subscription, T&& value) mutable {
+          if (subscription.isActive()) onValue(std::move(value));
+        },
+        [onCompletion = std::move(onCompletion)](auto& subscription, Completion&& completion) mutable {
+          if (subscription.end()) onCompletion(std::move(completion));
+        });
+    detail::start<T>(source_, std::move(observer), scope);
+    return token;
+  }
 
   /// The publisher that `begin(observer, scope, use)` starts.
   template <class Begin>

@@ -11,8 +11,9 @@ namespace vellora {
 /// A producer that is fed by hand. It passes each value to those who subscribe at that moment, remembers
 /// none, and never ends. For a value that late subscribers get as well, see `Published` and `Promise`.
 ///
-/// Ownership: copies share the subject. When the last of them and of its publishers is gone, its subscribers
-/// are let go of without a completion.
+/// Ownership: copies share the subject. When the last of them is gone, its subscribers are let go of without
+/// a completion, also while somebody keeps one of its publishers. Whoever subscribes to that later hears
+/// nothing.
 ///
 /// Threads: safe to use from several threads at once. Subscribers are called with no lock held, on the thread
 /// that sends, or on one that is delivering to them already.
@@ -28,7 +29,7 @@ class Subject {
   void send(const T& value) const { broadcast_->send(value); }
 
   /// The stream of what is sent after the subscription.
-  [[nodiscard]] Publisher<T> publisher() const { return Publisher<T>(broadcast_); }
+  [[nodiscard]] Publisher<T> publisher() const { return Publisher<T>(broadcast_->stream()); }
 
  private:
   std::shared_ptr<detail::Broadcast<T>> broadcast_;

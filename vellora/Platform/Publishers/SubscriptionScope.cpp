@@ -19,7 +19,7 @@ struct SubscriptionScope::State {
   std::atomic<bool> active = true;  // changed under the mutex, and asked for at every step without it
   Registration next = 1;
   std::unique_ptr<Teardowns> teardowns;  // allocated on first use: most ended scopes are kept as tokens
-  std::weak_ptr<State> parent;           // constant once the child has been handed out
+  std::weak_ptr<State> parent;           // set at most once, and read when no handle is left
   Registration inParent = 0;
 };
 
@@ -28,11 +28,20 @@ SubscriptionScope::SubscriptionScope(std::shared_ptr<State> state) : state_(std:
 
 SubscriptionScope SubscriptionScope::child() const {
   SubscriptionScope scope;
+  adopt(scope);
+  return scope;
+}
+
+void SubscriptionScope::adopt(const SubscriptionScope& scope) const {
   scope.state_->inParent = add([weak = std::weak_ptr<State>(scope.state_)] {
     if (const auto state = weak.lock()) SubscriptionScope(state).end();
   });
   scope.state_->parent = state_;
-  return scope;
+}
+
+std::size_t SubscriptionScope::size() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->teardowns ? state_->teardowns->size() : 0;
 }
 
 bool SubscriptionScope::isActive() const {

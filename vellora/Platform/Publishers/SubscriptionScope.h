@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -30,6 +31,13 @@ class VELLORA_EXPORT SubscriptionScope {
 
   /// A scope that ends with this one, and may end before it.
   [[nodiscard]] SubscriptionScope child() const;
+
+  /// Makes `scope` one that ends with this one, at once if this one has ended. `scope` must not be a child
+  /// already, and is adopted only once.
+  void adopt(const SubscriptionScope& scope) const;
+
+  /// How many teardowns are registered. Each child that is still held by anybody counts as one.
+  [[nodiscard]] std::size_t size() const;
 
   /// False once the scope has been ended. Takes no lock.
   [[nodiscard]] bool isActive() const;

@@ -31,17 +31,7 @@ struct TwoForms {
   static constexpr auto fields() {
     return std::tuple(json::field("flat", &TwoForms::flat), json::field("type", &TwoForms::type));
   }
-  static bool decodeJson(const json::Reader& reader, TwoForms& out) {
-    if (!reader.member("type", out.type)) return false;
-    if (reader.tryMember("flat", out.flat)) return true;
-    std::vector<std::vector<Flat>> groups;
-    if (!reader.member("groups", groups)) return false;
-    for (const auto& group : groups) out.flat.insert(out.flat.end(), group.begin(), group.end());
-    return true;
-  }
-  bool encodeJson(json::Writer& writer) const {
-    return writer.member("type", type) && writer.member("flat", flat);
-  }
+  static constexpr bool hasOwnJsonForm = true;
 };
 
 // Visits members of any key and collects their values.
@@ -51,12 +41,7 @@ struct Collected {
 
   static constexpr std::string_view recordName = "Collected";
   static constexpr auto fields() { return std::tuple(json::field("values", &Collected::values)); }
-  static bool decodeJson(const json::Reader& reader, Collected& out) {
-    return reader.forEachMember([&](std::string_view key, const json::Reader& value) {
-      out.keys.emplace_back(key);
-      return value.read(out.values.emplace_back());
-    });
-  }
+  static constexpr bool hasOwnJsonForm = true;
 };
 
 // Builds the member `lengths` from the member `words`.
@@ -69,14 +54,7 @@ struct Derived {
   static constexpr auto fields() {
     return std::tuple(json::field("lengths", &Derived::lengths), json::field("words", &Derived::words));
   }
-  static bool decodeJson(const json::Reader& reader, Derived& out) {
-    if (!reader.member("words", out.words) || !reader.member("title", out.title)) return false;
-    for (const auto& word : out.words) out.lengths[word] = static_cast<std::int64_t>(word.size());
-    return true;
-  }
-  bool encodeJson(json::Writer& writer) const {
-    return writer.member("words", words) && writer.member("title", title);
-  }
+  static constexpr bool hasOwnJsonForm = true;
 };
 
 // Has a text that holds another document, so that decoding it begins a decoding within a decoding.
@@ -86,7 +64,51 @@ struct Wrapped {
 
   static constexpr std::string_view recordName = "Wrapped";
   static constexpr auto fields() { return std::tuple(json::field("inner", &Wrapped::inner)); }
-  static bool decodeJson(const json::Reader& reader, Wrapped& out) {
+  static constexpr bool hasOwnJsonForm = true;
+};
+
+}  // namespace
+
+template <>
+struct json::OwnForm<TwoForms> {
+  static bool decode(const Reader& reader, TwoForms& out) {
+    if (!reader.member("type", out.type)) return false;
+    if (reader.tryMember("flat", out.flat)) return true;
+    std::vector<std::vector<Flat>> groups;
+    if (!reader.member("groups", groups)) return false;
+    for (const auto& group : groups) out.flat.insert(out.flat.end(), group.begin(), group.end());
+    return true;
+  }
+  static bool encode(const TwoForms& value, Writer& writer) {
+    return writer.member("type", value.type) && writer.member("flat", value.flat);
+  }
+};
+
+template <>
+struct json::OwnForm<Collected> {
+  static bool decode(const Reader& reader, Collected& out) {
+    return reader.forEachMember([&](std::string_view key, const Reader& value) {
+      out.keys.emplace_back(key);
+      return value.read(out.values.emplace_back());
+    });
+  }
+};
+
+template <>
+struct json::OwnForm<Derived> {
+  static bool decode(const Reader& reader, Derived& out) {
+    if (!reader.member("words", out.words) || !reader.member("title", out.title)) return false;
+    for (const auto& word : out.words) out.lengths[word] = static_cast<std::int64_t>(word.size());
+    return true;
+  }
+  static bool encode(const Derived& value, Writer& writer) {
+    return writer.member("words", value.words) && writer.member("title", value.title);
+  }
+};
+
+template <>
+struct json::OwnForm<Wrapped> {
+  static bool decode(const Reader& reader, Wrapped& out) {
     std::string text;
     if (!reader.member("text", text)) return false;
     const auto inner = json::decode<Flat>(Data(text));
@@ -94,6 +116,8 @@ struct Wrapped {
     return reader.member("after", out.after);
   }
 };
+
+namespace {
 
 template <class T>
 Result<T> read(std::string_view text) {

@@ -33,9 +33,7 @@ struct ReadByKey {
 
   static constexpr std::string_view recordName = "ReadByKey";
   static constexpr auto fields() { return std::tuple(json::field("name", &ReadByKey::name)); }
-  static bool decodeJson(const json::Reader& reader, ReadByKey& out) {
-    return reader.member("name", out.name) && reader.member("size", out.size);
-  }
+  static constexpr bool hasOwnJsonForm = true;
 };
 
 // Reads one of its members if that is possible.
@@ -44,10 +42,7 @@ struct Attempted {
 
   static constexpr std::string_view recordName = "Attempted";
   static constexpr auto fields() { return std::tuple(json::field("size", &Attempted::size)); }
-  static bool decodeJson(const json::Reader& reader, Attempted& out) {
-    static_cast<void>(reader.tryMember("size", out.size));
-    return true;
-  }
+  static constexpr bool hasOwnJsonForm = true;
 };
 
 // Visits all of its members.
@@ -56,13 +51,37 @@ struct Visited {
 
   static constexpr std::string_view recordName = "Visited";
   static constexpr auto fields() { return std::tuple(); }
-  static bool decodeJson(const json::Reader& reader, Visited& out) {
-    return reader.forEachMember([&](std::string_view key, const json::Reader& value) {
+  static constexpr bool hasOwnJsonForm = true;
+};
+
+}  // namespace
+
+template <>
+struct json::OwnForm<ReadByKey> {
+  static bool decode(const Reader& reader, ReadByKey& out) {
+    return reader.member("name", out.name) && reader.member("size", out.size);
+  }
+};
+
+template <>
+struct json::OwnForm<Attempted> {
+  static bool decode(const Reader& reader, Attempted& out) {
+    static_cast<void>(reader.tryMember("size", out.size));
+    return true;
+  }
+};
+
+template <>
+struct json::OwnForm<Visited> {
+  static bool decode(const Reader& reader, Visited& out) {
+    return reader.forEachMember([&](std::string_view key, const Reader& value) {
       out.members.emplace_back(key, 0);
       return value.read(out.members.back().second);
     });
   }
 };
+
+namespace {
 
 using Dictionary = std::map<std::string, std::int64_t>;
 

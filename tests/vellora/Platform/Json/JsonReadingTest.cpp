@@ -234,6 +234,89 @@ TEST(JsonReadingTest, RefusesWhatIsNoIntegerOf64Bits) {
   }
 }
 
+TEST(JsonReadingTest, TakesAnIntegerExactlyOrNotAtAll) {
+  EXPECT_EQ(read<std::int64_t>("9223372036854775807.0").value(), INT64_MAX);
+  EXPECT_EQ(read<std::int64_t>("9007199254740993.0").value(), 9007199254740993);
+  EXPECT_EQ(read<std::int64_t>("0e400").value(), 0);
+  for (const std::string_view text :
+       {"4503599627370497.5", "16.00000000000000000001", "1e-400", "9223372036854775807.5",
+        "-9223372036854775808.5", "18446744073709551616", "-9223372036854775809", "1e400", "-1e400"}) {
+    EXPECT_EQ(failureTextOf<std::int64_t>(text), "expected an integer at $") << text;
+  }
+}
+
+TEST(JsonReadingTest, TellsIntegersFromFractionsInAListOfBoth) {
+  EXPECT_EQ(read<std::vector<std::int64_t>>("[1,2.0,3e0,9007199254740993.0,-0.0]").value(),
+            (std::vector<std::int64_t>{1, 2, 3, 9007199254740993, 0}));
+  EXPECT_EQ(failureTextOf<std::vector<std::int64_t>>("[1,2.0,16.00000000000000000001]"),
+            "expected an integer at $[2]");
+}
+
+// Numbers of any size
+
+constexpr std::string_view beyondAnyRange[] = {
+    "18446744073709551616",           "-9223372036854775809",  "1e400", "-1e400",
+    "123456789012345678901234567890", "1e99999999999999999999"};
+
+TEST(JsonReadingTest, IgnoresNumbersOfAnySizeInMembersThatNobodyReads) {
+  for (const auto number : beyondAnyRange) {
+    const std::string text(number);
+    for (const std::string& ignored : {text, "[" + text + "]", R"({"y":[[1,)" + text + R"(],"1e400"]})"}) {
+      const auto response = read<Response>(R"({"x":)" + ignored + R"(,"sobjects":[{"name":"A","y":)" +
+                                           ignored + R"(,"labelPlural":"As","createable":true}]})");
+      ASSERT_TRUE(response.hasValue()) << ignored;
+      EXPECT_EQ(response.value().entries, (std::vector<Entry>{{"A", std::nullopt, "As", true}})) << ignored;
+    }
+  }
+  EXPECT_TRUE(read<Response>("\xEF\xBB\xBF{\"sobjects\":[],\"x\":1e400}").hasValue());
+}
+
+TEST(JsonReadingTest, FailsOnANumberOfAnySizeWhereAFieldIsRead) {
+  for (const auto number : beyondAnyRange) {
+    const std::string text(number);
+    const auto error = failureOf<Response>(R"({"sobjects":[{"name":)" + text + "}]}");
+    EXPECT_EQ(error.kind(), DecodingError::Kind::typeMismatch);
+    EXPECT_EQ(error.localizedDescription(), "expected a string at $.sobjects[0].name");
+    EXPECT_EQ(failureTextOf<Entry>(R"({"name":"A","keyPrefix":)" + text + "}"),
+              "expected a string at $.keyPrefix");
+    EXPECT_EQ(failureTextOf<Entry>(R"({"name":"A","labelPlural":"As","createable":)" + text + "}"),
+              "expected a boolean at $.createable");
+    EXPECT_EQ(failureTextOf<Everything>(R"({"integer":)" + text + "}"), "expected an integer at $.integer");
+    EXPECT_EQ(failureTextOf<Response>(R"({"sobjects":)" + text + "}"), "expected an array at $.sobjects");
+    EXPECT_EQ(failureTextOf<Entry>(text), "expected an object at $");
+    EXPECT_EQ((failureTextOf<std::map<std::string, bool>>(R"({"a":)" + text + "}")),
+              "expected a boolean at $.a");
+  }
+}
+
+TEST(JsonReadingTest, ReadsADoubleOfAnyDigitsWithinItsRange) {
+  EXPECT_EQ(read<double>("18446744073709551616").value(), 18446744073709551616.0);
+  EXPECT_EQ(read<double>("-123456789012345678901234567890").value(), -123456789012345678901234567890.0);
+  for (const std::string_view text : {"1e400", "-1e400", "1e99999999999999999999"}) {
+    EXPECT_EQ(failureTextOf<double>(text), "expected a number within the range of a double at $");
+    EXPECT_EQ(failureTextOf<Date>(text), "expected a number within the range of a double at $");
+  }
+}
+
+TEST(JsonReadingTest, ReadsTheOtherNumbersOfADocumentWithOneOfAnySize) {
+  const auto all =
+      read<Everything>(R"({"x":1e400,"integer":-7.0,"number":0.1,"date":-0.25,"map":{"b":2,"a":1e0},)"
+                       R"("shared":)" +
+                       std::string(account) + "}")
+          .value();
+  EXPECT_EQ(all.integer, -7);
+  EXPECT_EQ(all.number, 0.1);
+  EXPECT_EQ(all.date, Date::sinceReferenceDate(-0.25));
+  EXPECT_EQ(all.map, (std::map<std::string, std::int64_t>{{"a", 1}, {"b", 2}}));
+}
+
+TEST(JsonReadingTest, AcceptsANumberOfAnySizeInADocumentAsDeepAsItMayBe) {
+  EXPECT_TRUE(read<Response>(R"({"sobjects":[],"x":)" + nestedArrays(511, "1e400") + "}").hasValue());
+  EXPECT_TRUE(read<Response>(R"({"sobjects":[],"x":1e400,"y":)" + nestedArrays(511) + "}").hasValue());
+  EXPECT_EQ(failureTextOf<Response>(R"({"sobjects":[],"x":)" + nestedArrays(512, "1e400") + "}"),
+            "not valid JSON at byte 530: nested deeper than 512");
+}
+
 TEST(JsonReadingTest, TakesOnlyTrueAndFalseAsBooleans) {
   for (const std::string_view text : {"0", "1", "\"true\"", "\"\"", "null", "[]", "{}", "1.0"}) {
     EXPECT_EQ(failureTextOf<bool>(text), "expected a boolean at $") << text;
@@ -344,11 +427,13 @@ INSTANTIATE_TEST_SUITE_P(
         Broken{"{\"sobjects\":[],\"x\":\"\xFF\"}", "not valid JSON at byte 20: syntax error"},
         Broken{"{\"sobjects\":[],\"x\":\"\xED\xA0\x80\"}", "not valid JSON at byte 20: syntax error"},
         Broken{"{\"sobjects\":[],\"x\":\"\xC0\xAF\"}", "not valid JSON at byte 20: syntax error"},
-        Broken{R"({"sobjects":[],"x":1e400})", "not valid JSON at byte 24: number out of range"},
-        Broken{R"({"sobjects":[],"x":18446744073709551616})",
-               "not valid JSON at byte 39: number out of range"},
-        Broken{R"({"sobjects":[],"x":-9223372036854775809})",
-               "not valid JSON at byte 39: number out of range"}));
+        Broken{R"({"sobjects":[],"x":1e400,})", "not valid JSON at byte 25: syntax error"},
+        Broken{R"({"sobjects":[],"x":1e99999999999999999999,"y":.5})",
+               "not valid JSON at byte 46: syntax error"},
+        Broken{R"({"sobjects":[],"x":18446744073709551616x})", "not valid JSON at byte 39: syntax error"},
+        Broken{R"({"sobjects":[],"x":018446744073709551616})", "not valid JSON at byte 20: syntax error"},
+        Broken{"\xEF\xBB\xBF{\"sobjects\":[],\"x\":[1e400,\"\xFF\"]}",
+               "not valid JSON at byte 30: syntax error"}));
 
 TEST(JsonReadingTest, RefusesADocumentThatIsCutAtAnyByte) {
   const std::string whole =

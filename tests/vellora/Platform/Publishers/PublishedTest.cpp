@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace vellora {
@@ -124,6 +127,70 @@ TEST(PublishedTest, DestroyingThePropertyLetsGoOfItsSubscribersWithoutACompletio
   }
   EXPECT_EQ(held.use_count(), 1);
   EXPECT_FALSE(completed);
+}
+
+TEST(PublishedTest, DestroyingThePropertyLetsGoOfItsSubscribersAlsoWhenAStreamIsKept) {
+  const auto held = std::make_shared<int>(0);
+  std::optional<Published<int>> property(std::in_place, 0, Subject<WillChange>());
+  const Publisher<int> kept = property->stream();
+  const Publisher<int> behind = kept.map([](int value) { return value + 1; });
+  const AnyCancellable token = kept.sink([held](int) {});
+  behind.sink([held](int) {}).detach();
+  EXPECT_EQ(held.use_count(), 3);
+  property.reset();
+  EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST(PublishedTest, AStreamThatOutlivesThePropertyYieldsNothingMore) {
+  std::optional<Published<int>> property(std::in_place, 1, Subject<WillChange>());
+  std::optional<Published<int>> copy = property;
+  const Publisher<int> kept = property->stream();
+  property.reset();
+  std::vector<int> values;
+  const auto token = kept.sink([&](int value) { values.push_back(value); });
+  EXPECT_THAT(values, ElementsAre(1)) << "there is still a copy";
+  copy.reset();
+  const auto late = kept.sink([&](int value) { values.push_back(value); });
+  EXPECT_THAT(values, ElementsAre(1));
+}
+
+TEST(PublishedTest, AnObserverOrASubscriberMayDestroyThePropertyThatIsBeingSet) {
+  for (const bool before : {true, false}) {
+    const Subject<WillChange> objectWillChange;
+    std::optional<Published<int>> property(std::in_place, 1, objectWillChange);
+    const auto observer = objectWillChange.publisher().sink([&](WillChange) {
+      if (before) property.reset();
+    });
+    std::vector<int> values;
+    const auto token = property->stream().sink([&](int value) {
+      values.push_back(value);
+      if (value == 2) property.reset();
+    });
+    property->set(2);
+    EXPECT_FALSE(property);
+    EXPECT_THAT(values, ElementsAre(1, 2));
+  }
+}
+
+TEST(PublishedTest, AnObserverThatIsBusyWithANoticeGetsTheNextOneWhenItReturns) {
+  const Subject<WillChange> objectWillChange;
+  const Published<int> property(1, objectWillChange);
+  std::vector<std::string> events;
+  const auto busy = objectWillChange.publisher().sink([&](WillChange) {
+    const auto value = std::to_string(property.value());
+    events.push_back("busy in at " + value);
+    if (value == "1") {
+      property.set(3);
+      EXPECT_EQ(property.value(), 3) << "nobody is waited for";
+    }
+    events.push_back("busy out at " + std::to_string(property.value()));
+  });
+  const auto idle = objectWillChange.publisher().sink(
+      [&](WillChange) { events.push_back("idle at " + std::to_string(property.value())); });
+  property.set(2);
+  EXPECT_THAT(events, ElementsAre("busy in at 1", "idle at 1", "idle at 1", "busy out at 3", "busy in at 3",
+                                  "busy out at 3"));
+  EXPECT_EQ(property.value(), 2);
 }
 
 TEST(PublishedTest, EverySubscriberSeesTheValuesOfSeveralThreadsInOneOrderAndTheLastOne) {

@@ -13,6 +13,7 @@
 
 #include "tests/support/TestError.h"
 #include "vellora/Platform/Publishers/Cancellables.h"
+#include "vellora/Platform/Publishers/Published.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Publishers/Subject.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
@@ -216,6 +217,53 @@ TEST(PublisherRaceTest, TokensMayBeKeptFromSeveralThreads) {
   EXPECT_EQ(tokens.size(), 400U);
   subject.send(1);
   EXPECT_EQ(values, 400);
+}
+
+TEST(PublisherRaceTest, ASubscriptionThatEndsWhileItsOwnerTakesItLeavesNothing) {
+  Cancellables owner;
+  for (int round = 0; round < rounds; ++round) {
+    std::optional<Promise<int>> promise;
+    const auto publisher = Publisher<int>::promise([&](const Promise<int>& given) { promise = given; });
+    AnyCancellable token = publisher.sink([](int) {});
+    race({[&] { promise->succeed(1); }, [&] { owner.insert(std::move(token)); },
+          [&] {
+            publisher.sink(
+                owner, [](int) {}, [](const Completion&) {});
+          }});
+    ASSERT_EQ(owner.size(), 0U);
+  }
+}
+
+TEST(PublisherRaceTest, AnOwnerThatIsClosedWhileSubscriptionsStartAndEndLeavesNoneRunning) {
+  for (int round = 0; round < rounds; ++round) {
+    const Subject<int> subject;
+    const auto held = std::make_shared<int>(0);
+    std::atomic<int> values = 0;
+    const Cancellables owner;
+    const auto start = [&] {
+      subject.publisher().sink(
+          owner, [&, held](int) { ++values; }, [](const Completion&) {});
+    };
+    start();
+    race({[&] { owner.close(); }, start, [&] { subject.send(1); }});
+    const int until = values;
+    subject.send(1);
+    ASSERT_EQ(values, until);
+    ASSERT_EQ(held.use_count(), 1);
+    ASSERT_EQ(owner.size(), 0U);
+  }
+}
+
+TEST(PublisherRaceTest, APropertyThatIsDestroyedWhileSomebodySubscribesToItsStreamKeepsNobody) {
+  for (int round = 0; round < rounds; ++round) {
+    std::optional<Published<int>> property(std::in_place, 1, Subject<WillChange>());
+    const Publisher<int> stream = property->stream();
+    const auto held = std::make_shared<int>(0);
+    std::atomic<int> values = 0;
+    race({[&] { property.reset(); }, [&] { stream.sink([&, held](int) { ++values; }).detach(); }});
+    ASSERT_LE(values, 1);
+    ASSERT_EQ(held.use_count(), 1);
+  }
 }
 
 }  // namespace

@@ -51,6 +51,30 @@ TEST(SubscriptionScopeTest, AChildEndsWithItsParentAndMayEndBefore) {
   EXPECT_FALSE(parent.child().isActive());
 }
 
+TEST(SubscriptionScopeTest, AnAdoptedScopeEndsWithItsParentAtOnceIfThatHasEnded) {
+  const SubscriptionScope parent;
+  const SubscriptionScope scope;
+  parent.adopt(scope);
+  EXPECT_TRUE(scope.isActive());
+  parent.end();
+  EXPECT_FALSE(scope.isActive());
+
+  const SubscriptionScope late;
+  parent.adopt(late);
+  EXPECT_FALSE(late.isActive());
+}
+
+TEST(SubscriptionScopeTest, AChildThatIsGoneIsForgotten) {
+  const SubscriptionScope parent;
+  {
+    const SubscriptionScope child = parent.child();
+    const SubscriptionScope adopted;
+    parent.adopt(adopted);
+    EXPECT_EQ(parent.size(), 2U);
+  }
+  EXPECT_EQ(parent.size(), 0U);
+}
+
 TEST(SubscriptionScopeTest, ATeardownMayEndTheScopeAgain) {
   const SubscriptionScope scope;
   bool again = true;

@@ -21,8 +21,9 @@ namespace vellora::detail {
 /// Under the lock, a value is queued at each subscriber's gate. It is delivered after the lock has been
 /// released. So all subscribers get the values in the same order, though nobody is called under the lock.
 ///
-/// Ownership: it owns each subscriber until the subscriber's scope ends. The scope refers to the broadcast
-/// only weakly. When it is destroyed, it releases its subscribers without a completion.
+/// Ownership: it owns each subscriber until the subscriber's scope ends. The scope and the sources of its
+/// streams refer to the broadcast only weakly. When it is destroyed, it releases its subscribers without a
+/// completion.
 ///
 /// Threads: safe to use from several threads at once. Each subscriber gets the values in the order in which
 /// they were sent, one at a time, on the thread that sent them or on one that is delivering to the subscriber
@@ -30,7 +31,7 @@ namespace vellora::detail {
 ///
 /// Errors: a subscriber for which there is no memory misses the value; the others get it.
 template <class T>
-class Broadcast final : public Source<T>, public std::enable_shared_from_this<Broadcast<T>> {
+class Broadcast final : public std::enable_shared_from_this<Broadcast<T>> {
  public:
   /// Without a `current` value it never remembers one, also not one that is sent later.
   explicit Broadcast(std::optional<T> current) : current_(std::move(current)) {}
@@ -63,8 +64,16 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
     for (const auto& subscriber : subscribers) subscriber->gate.drain();
   }
 
-  /// Subscribes, and delivers the current value, if there is one, before any other.
-  void start(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope, Use) override {
+  /// The source of a stream, which subscribes. Once the broadcast is gone, a subscriber hears nothing.
+  [[nodiscard]] SourcePtr<T> stream() {
+    return source<T>([weak = this->weak_from_this()](auto observer, const SubscriptionScope& scope, Use) {
+      if (const auto broadcast = weak.lock()) broadcast->subscribe(std::move(observer), scope);
+    });
+  }
+
+ private:
+  /// Delivers the current value to `observer`, if there is one, and then each that is sent.
+  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) {
     const auto subscriber = std::make_shared<Subscriber>(Link<T>::make(std::move(observer), scope));
     std::uint64_t id = 0;
     {
@@ -84,7 +93,6 @@ class Broadcast final : public Source<T>, public std::enable_shared_from_this<Br
     subscriber->gate.drain();
   }
 
- private:
   /// One subscriber and the values that wait for it.
   struct Subscriber {
     explicit Subscriber(std::shared_ptr<Link<T>> to) : link(std::move(to)) {}
