@@ -3,8 +3,10 @@
 #include <utility>
 
 #include "hostkit/cache/memory/MemoryCache.h"
+#include "hostkit/log/RedactingLogger.h"
 #include "hostkit/log/SpdlogLogger.h"
 #include "hostkit/network/CoalescingNetwork.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/LogLevel.h"
 
 namespace vellora::hostkit {
@@ -33,6 +35,14 @@ CoalescingNetwork::Credential credentialOf(CurlNetwork::TokenProvider token) {
   return [token = std::move(token)] { return token().value_or(""); };
 }
 
+/// `logger` without the secrets in its lines, if there are any to come; one that drops every line if null.
+std::shared_ptr<CorvaneSDK::Logger> makeLogger(std::shared_ptr<CorvaneSDK::Logger> logger,
+                                               std::shared_ptr<const KnownSecrets> secrets) {
+  if (!logger) return SpdlogLogger::toStandardError(SpdlogLogger::Level::off);
+  if (!secrets) return logger;
+  return std::make_shared<RedactingLogger>(std::move(secrets), std::move(logger));
+}
+
 }  // namespace
 
 Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options options) {
@@ -43,11 +53,12 @@ Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options o
   networkOptions.allowTokenOverPlainHttp = options.allowTokenOverPlainHttp;
   networkOptions.caFile = std::move(options.caFile);
   networkOptions.observer = std::move(options.observer);
+  if (networkOptions.token) networkOptions.secrets = std::make_shared<KnownSecrets>();
+  const auto secrets = networkOptions.secrets;
   // The network first: a mistyped address should leave no cache file behind.
   auto network = CurlNetwork::make(std::move(networkOptions));
   if (!network) return network.error();
-  auto logger = std::move(options.logger);
-  if (!logger) logger = SpdlogLogger::toStandardError(SpdlogLogger::Level::off);
+  auto logger = makeLogger(std::move(options.logger), secrets);
   SQLiteCache::Options cacheOptions;
   cacheOptions.owner = std::move(options.cacheOwner);
   cacheOptions.observer = reportingTo(logger, std::move(options.cacheObserver));

@@ -46,7 +46,8 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
     std::optional<std::string> cacheOwner = {};
     /// Told of each call of that file that failed; see `SQLiteCache`. The logger is told of them, too.
     SQLiteCache::Observer cacheObserver = {};
-    /// Null: nothing is logged.
+    /// Null: nothing is logged. With a `token` it gets its lines through a `RedactingLogger`, without the
+    /// tokens that a server sent back.
     std::shared_ptr<CorvaneSDK::Logger> logger = {};
   };
 

@@ -27,6 +27,12 @@ int closeSocket(void* connections, curl_socket_t socket) noexcept {
   return 0;
 }
 
+/// True for curl's words about a proxy whose address it could not read: they repeat that address, cut
+/// anywhere, with the user's name and password in it. The words about other proxies name the host at most.
+bool quotesProxy(std::string_view reason) {
+  return reason.find("proxy") != std::string_view::npos && reason.find('\'') != std::string_view::npos;
+}
+
 }  // namespace
 
 bool CurlHandle::prepare(const CurlRequest& request, const TransferSetting& setting, Connections& connections,
@@ -195,8 +201,11 @@ std::string CurlHandle::effectiveUrl() const {
 }
 
 std::string CurlHandle::reasonFor(int curlCode) const {
-  const bool tells = errorText_[0] != '\0';
-  return tells ? errorText_.data() : curl_easy_strerror(static_cast<CURLcode>(curlCode));
+  const std::string_view told = errorText_.data();
+  const std::string general = curl_easy_strerror(static_cast<CURLcode>(curlCode));
+  if (told.empty()) return general;
+  if (quotesProxy(told)) return general + ": the proxy's address, from the environment, cannot be used";
+  return std::string(told);
 }
 
 }  // namespace vellora::hostkit

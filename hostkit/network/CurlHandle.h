@@ -75,7 +75,8 @@ class CurlHandle {
   /// The URL that was asked last.
   [[nodiscard]] std::string effectiveUrl() const;
 
-  /// Why a transfer ended with the CURLcode `curlCode`, in curl's words.
+  /// Why a transfer ended with the CURLcode `curlCode`, in curl's words, unless these repeat the address of a
+  /// proxy.
   [[nodiscard]] std::string reasonFor(int curlCode) const;
 
  private:

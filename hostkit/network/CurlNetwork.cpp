@@ -17,6 +17,7 @@ struct CurlNetwork::Parts {
 Result<std::shared_ptr<CurlNetwork>> CurlNetwork::make(Options options) {
   const Result<ServerAddress> server = ServerAddress::parse(options.server);
   if (!server) return server.error();
+  if (!options.secrets) options.secrets = std::make_shared<KnownSecrets>();
   const Result<std::shared_ptr<CurlLoop>> loop =
       CurlLoop::start({.server = server.value(),
                        .caFile = std::move(options.caFile),
@@ -27,7 +28,8 @@ Result<std::shared_ptr<CurlNetwork>> CurlNetwork::make(Options options) {
                                  .mayGoUnprotected = options.allowTokenOverPlainHttp,
                                  .renewal = std::move(options.renewedToken)},
                        .maxWaiting = options.maxWaiting,
-                       .maxBodyValues = options.maxBodyValues});
+                       .maxBodyValues = options.maxBodyValues,
+                       .secrets = std::move(options.secrets)});
   if (!loop) return loop.error();
   return std::shared_ptr<CurlNetwork>(new CurlNetwork(std::make_unique<Parts>(Parts{loop.value()})));
 }

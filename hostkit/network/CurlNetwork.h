@@ -8,6 +8,7 @@
 
 #include "hostkit/network/CurlNetworkError.h"
 #include "hostkit/network/RequestOutcome.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/Network.h"
 #include "vellora/Platform/Values/Export.h"
 #include "vellora/Platform/Values/Result.h"
@@ -56,9 +57,12 @@ class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
  public:
   /// Gives the bearer token to send, or nothing to send none. Asked for each request, on the thread that
   /// calls `sendRequest` and before it returns, so that a renewed token is used at once. A token must be
-  /// printable ASCII without blanks, else the request fails with `badToken` and is not sent.
+  /// printable ASCII without blanks and no longer than `longestToken`, else the request fails with `badToken`
+  /// and is not sent.
   using TokenProvider = std::function<std::optional<std::string>()>;
 
+  /// No server takes a header that is longer.
+  static constexpr std::size_t longestToken = KnownSecrets::longest;
   /// Gives the token to send in place of `refused`, which the server has answered with a 401. Nothing, or the
   /// same one again, makes that 401 the request's error. With several requests under way it is asked for
   /// each: give what you have if that is another one than `refused`, and renew it only if not. Runs on the
@@ -93,6 +97,9 @@ class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
     Observer observer = {};
     /// How many requests may wait until they are sent. A further one fails with `tooManyRequests`.
     std::size_t maxWaiting = 100'000;
+    /// Takes in each token and each `Authorization` header that is sent, so that the host can clean what else
+    /// may quote the server; absent: the network's own. The texts of its errors are clean of them.
+    std::shared_ptr<KnownSecrets> secrets = {};
   };
 
   /// A network for that server. Fails when the address cannot be used, saying why, or when the machine gives

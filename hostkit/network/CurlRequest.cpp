@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "hostkit/network/CurlNetworkError.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::hostkit {
@@ -38,7 +39,7 @@ bool isHeaderValue(std::string_view value) {
 }
 
 bool isToken(std::string_view token) {
-  return !token.empty() &&
+  return !token.empty() && token.size() <= KnownSecrets::longest &&
          std::all_of(token.begin(), token.end(), [](char c) { return c > ' ' && c < 0x7f; });
 }
 
@@ -66,10 +67,12 @@ Error refusal(const ServerAddress& server, Kind kind, const std::string& why) {
   return CurlNetworkError{kind, "a request to " + server.hostAndPort() + " was not sent: " + why};
 }
 
-Error badToken(const ServerAddress& server) {
+Error badToken(const ServerAddress& server, const std::string& token) {
   return refusal(server, Kind::badToken,
-                 "the token is empty or holds a blank, a line end or another character that no token has: "
-                 "check where it comes from");
+                 token.size() > KnownSecrets::longest
+                     ? "the token is longer than any server takes: check where it comes from"
+                     : "the token is empty or holds a blank, a line end or another character that no token "
+                       "has: check where it comes from");
 }
 
 std::string authorization(const std::string& token) {
@@ -84,7 +87,7 @@ std::optional<std::string> CurlRequest::TokenSetting::renewed(const std::string&
 }
 
 Result<CurlRequest> CurlRequest::withToken(const std::string& other, const ServerAddress& server) const {
-  if (!isToken(other)) return badToken(server);
+  if (!isToken(other)) return badToken(server, other);
   CurlRequest changed = *this;
   std::replace(changed.headerLines.begin(), changed.headerLines.end(), authorization(token),
                authorization(other));
@@ -109,11 +112,20 @@ Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, 
       return refusal(server, Kind::unprotectedToken,
                      "over http everybody on the way could read the token: give the server's https address");
     }
-    if (!isToken(*given)) return badToken(server);
+    if (!isToken(*given)) return badToken(server, *given);
     prepared.headerLines.push_back(authorization(*given));
     prepared.token = std::move(*given);
   }
   return prepared;
+}
+
+void CurlRequest::noteSecretsIn(KnownSecrets& secrets) const {
+  constexpr std::string_view name = "authorization:";
+  secrets.note(token);
+  for (const std::string& line : headerLines) {
+    if (!equalIgnoringAsciiCase(std::string_view(line).substr(0, name.size()), name)) continue;
+    secrets.note(std::string_view(line).substr(line.find_last_of(' ') + 1));  // behind "Bearer" or "Basic"
+  }
 }
 
 }  // namespace vellora::hostkit

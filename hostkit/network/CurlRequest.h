@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "hostkit/network/ServerAddress.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Platform/Values/Result.h"
 
@@ -37,6 +38,9 @@ struct CurlRequest {
   /// The same request with `other` in place of its token. Fails as `prepare` does for a token that would not
   /// stay on its line.
   [[nodiscard]] Result<CurlRequest> withToken(const std::string& other, const ServerAddress& server) const;
+  /// Tells `secrets` what no text may repeat once the request has been sent: its token, and the credentials
+  /// of its own `Authorization` header.
+  void noteSecretsIn(KnownSecrets& secrets) const;
 };
 
 }  // namespace vellora::hostkit

@@ -41,6 +41,7 @@ CurlTransfer::Clock::duration CurlTransfer::timeout() const {
 
 void* CurlTransfer::prepareHandle(Connections& connections) {
   deadline_ = Clock::now() + timeout();
+  request_.noteSecretsIn(*setting_.secrets);
   handle_ = std::make_unique<CurlHandle>();
   if (handle_->prepare(request_, setting_, connections, *this)) return handle_->easy();
   fail(Kind::unavailable);
@@ -128,9 +129,9 @@ std::optional<std::string> CurlTransfer::renewedToken() {
 
 void CurlTransfer::sendWithToken(const std::string& token) {
   const Result<CurlRequest> again = request_.withToken(token, setting_.server);
-  refusedToken_ = request_.token;
   if (!again) return settleWithError(*again.error().as<CurlNetworkError>());
   request_ = again.value();
+  request_.noteSecretsIn(*setting_.secrets);
   forgetAnswer();
   if (!handle_->replaceHeaders(request_)) fail(Kind::unavailable);
 }
@@ -150,13 +151,14 @@ void CurlTransfer::settleWithAnswer() {
 // Removes the token from the error's text. That text may quote what the server sent, and a server may send
 // the token back: whole, in part, or, as the name of a host, with its letters in another case.
 void CurlTransfer::settleWithError(CurlNetworkError error) {
+  setting_.secrets->note(request_.token);  // it may never have been sent
   error.text = cleaned(error.text);
   error_ = std::move(error);
   settled_ = true;
 }
 
 std::string CurlTransfer::cleaned(std::string_view text) const {
-  return redacted(redacted(text, request_.token), refusedToken_);
+  return redacted(text, *setting_.secrets);
 }
 
 void CurlTransfer::fail(Kind kind) {

@@ -92,7 +92,6 @@ class CurlTransfer final : private CurlHandle::Receiver {
   // Only on the driving thread.
   CurlRequest request_;
   Clock::time_point deadline_;
-  std::string refusedToken_;
   std::unique_ptr<CurlHandle> handle_;
   ResponseHead head_;
   ResponseBody body_;

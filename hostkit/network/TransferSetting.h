@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "hostkit/network/CurlRequest.h"
 #include "hostkit/network/RequestOutcome.h"
 #include "hostkit/network/ServerAddress.h"
+#include "hostkit/secrets/KnownSecrets.h"
 
 namespace vellora::hostkit {
 
@@ -29,6 +31,7 @@ struct TransferSetting {
   CurlRequest::TokenSetting token = {};
   std::size_t maxWaiting = 100'000;  ///< requests that may wait until they are sent
   std::size_t maxBodyValues = 1'000'000;
+  std::shared_ptr<KnownSecrets> secrets = std::make_shared<KnownSecrets>();  ///< what was sent; never null
 };
 
 /// `seconds` in the unit that curl takes; 1 at least, since 0 stands for "no limit" there.

@@ -53,13 +53,14 @@ ROOMS = {
         "Web": {"Values"},
     },
     "hostkit": {
-        "network": set(),
+        "secrets": set(),
+        "network": {"secrets"},
         CACHE_ROWS: set(),
         CACHE_MEMORY: {CACHE_ROWS},
         CACHE_SQLITE: {CACHE_ROWS},
         "cache": {CACHE_ROWS, CACHE_MEMORY, CACHE_SQLITE},
-        "log": set(),
-        "": {"network", CACHE_MEMORY, CACHE_SQLITE, "log"},
+        "log": {"secrets"},
+        "": {"secrets", "network", CACHE_MEMORY, CACHE_SQLITE, "log"},
     },
     "apps/vellora": {
         "command": set(),

@@ -13,6 +13,7 @@
 #include "testkit/RecordingLogger.h"
 #include "testkit/SilentLogger.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
+#include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
@@ -62,6 +63,21 @@ TEST(StandardPlatformAPITest, MakesTheReadyMadeFacilities) {
   ASSERT_NE(api.value()->cache(), nullptr);
   EXPECT_TRUE(api.value()->cache()->save(Data(std::string("1")), "a"));
   EXPECT_TRUE(std::filesystem::exists(folder.file("new/cache.db")));
+}
+
+TEST(StandardPlatformAPITest, KeepsTheTokenOutOfTheLogOnceItHasBeenSent) {
+  vellora::tests::ScriptedServer server;
+  server.reply(vellora::tests::ScriptedServer::http("200 OK", "{}"));
+  const auto logger = std::make_shared<testkit::RecordingLogger>();
+  const auto api =
+      StandardPlatformAPI::make({.server = server.url(),
+                                 .token = [] { return std::optional<std::string>("abc-secret99"); },
+                                 .logger = logger})
+          .value();
+  EXPECT_EQ(vellora::tests::answerTo(*api->network(), vellora::tests::get("/theme")).body(), "{}");
+  api->logger()->log("theme(for:), name: abc-secret99", CorvaneSDK::LogLevel::info);
+  ASSERT_EQ(logger->lines().size(), 1U);
+  EXPECT_EQ(logger->lines()[0].text, "theme(for:), name: [token]");
 }
 
 TEST(StandardPlatformAPITest, NeedsNoMoreThanAServer) {

@@ -47,7 +47,7 @@ ExitCode judgeMissing(const std::vector<std::string>& names, const std::vector<C
   for (const auto& name : names) {
     const bool found = std::any_of(listings.begin(), listings.end(),
                                    [&name](const auto& listing) { return listing.entry == name; });
-    if (!found) missing.append(missing.empty() ? "" : ", ").append(name.empty() ? "\"\"" : name);
+    if (!found) missing.append(missing.empty() ? "" : ", ").append(keyText(name));
   }
   if (missing.empty()) return ExitCode::answered;
   return complain(

@@ -8,6 +8,7 @@
 
 #include "apps/vellora/command/Arguments.h"
 #include "apps/vellora/command/Problem.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/RequiredAPI.h"
 
 namespace vellora::command {
@@ -32,6 +33,11 @@ class Session {
 
   [[nodiscard]] const RequiredAPI& api() const noexcept { return api_; }
 
+  /// What has been sent, and is shown to nobody.
+  [[nodiscard]] const std::shared_ptr<const hostkit::KnownSecrets>& secrets() const noexcept {
+    return secrets_;
+  }
+
   /// Calls `action` each time the library logs exactly `line`.
   void whenLogged(std::string line, std::function<void()> action) const;
 
@@ -49,9 +55,11 @@ class Session {
   [[nodiscard]] std::optional<std::string> cacheFailure() const;
 
  private:
-  Session(std::shared_ptr<RequestFailures> failures, std::shared_ptr<CacheFailures> cacheFailures,
+  Session(std::shared_ptr<const hostkit::KnownSecrets> secrets, std::shared_ptr<RequestFailures> failures,
+          std::shared_ptr<CacheFailures> cacheFailures,
           std::shared_ptr<SettlingNetwork> network, std::shared_ptr<NotingLogger> logger, RequiredAPI api);
 
+  const std::shared_ptr<const hostkit::KnownSecrets> secrets_;
   const std::shared_ptr<RequestFailures> failures_;
   const std::shared_ptr<CacheFailures> cacheFailures_;
   const std::shared_ptr<SettlingNetwork> network_;

@@ -95,7 +95,7 @@ TEST_F(SearchLayoutsCommandTest, NamesTenMissingKeysAndCountsTheRest) {
 
 TEST_F(SearchLayoutsCommandTest, AMessageCarriesNoControlCharactersToTheTerminal) {
   EXPECT_EQ(run({"search-layouts", "a\x1b[31m\nb"}).err,
-            "vellora: no search layout for a\uFFFD[31m\uFFFDb: the server has none\n");
+            "vellora: no search layout for a\\x1b[31m\\nb: the server has none\n");
 }
 
 TEST_F(SearchLayoutsCommandTest, AnEntryOfTheCacheThatCannotBeReadIsNotTakenForAFailedRequest) {
