@@ -9,6 +9,7 @@ target_include_directories(vellora_rapidjson SYSTEM INTERFACE ${RAPIDJSON_INCLUD
 
 if(VELLORA_BUILD_HOSTKIT)
   find_package(CURL REQUIRED)
+  find_package(OpenSSL REQUIRED)
   find_package(SQLite3 REQUIRED)
   find_package(ZLIB REQUIRED)
   find_package(spdlog REQUIRED)

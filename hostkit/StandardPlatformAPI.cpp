@@ -3,19 +3,44 @@
 #include <utility>
 
 #include "hostkit/cache/memory/MemoryCache.h"
-#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "hostkit/log/RedactingLogger.h"
 #include "hostkit/log/SpdlogLogger.h"
 #include "hostkit/network/CoalescingNetwork.h"
+#include "hostkit/secrets/KnownSecrets.h"
+#include "vellora/Host/LogLevel.h"
 
 namespace vellora::hostkit {
 
 namespace {
 
-Result<std::shared_ptr<CorvaneSDK::Cache>> makeCache(const std::optional<std::string>& file) {
+/// Has the failures of a cache logged, then told.
+SQLiteCache::Observer reportingTo(std::shared_ptr<CorvaneSDK::Logger> logger, SQLiteCache::Observer next) {
+  return [logger = std::move(logger), next = std::move(next)](const SQLiteCacheFailure& failure) {
+    logger->log(failure.localizedDescription(), CorvaneSDK::LogLevel::error);
+    if (next) next(failure);
+  };
+}
+
+Result<std::shared_ptr<CorvaneSDK::Cache>> makeCache(const std::optional<std::string>& file,
+                                                     SQLiteCache::Options options) {
   if (!file) return std::shared_ptr<CorvaneSDK::Cache>(std::make_shared<MemoryCache>());
-  auto opened = SQLiteCache::open(*file);
+  auto opened = SQLiteCache::open(*file, std::move(options));
   if (!opened) return opened.error();
   return std::shared_ptr<CorvaneSDK::Cache>(std::move(opened).value());
+}
+
+/// What tells requests with different tokens apart; nothing when none is sent.
+CoalescingNetwork::Credential credentialOf(CurlNetwork::TokenProvider token) {
+  if (!token) return {};
+  return [token = std::move(token)] { return token().value_or(""); };
+}
+
+/// `logger` without the secrets in its lines, if there are any to come; one that drops every line if null.
+std::shared_ptr<CorvaneSDK::Logger> makeLogger(std::shared_ptr<CorvaneSDK::Logger> logger,
+                                               std::shared_ptr<const KnownSecrets> secrets) {
+  if (!logger) return SpdlogLogger::toStandardError(SpdlogLogger::Level::off);
+  if (!secrets) return logger;
+  return std::make_shared<RedactingLogger>(std::move(secrets), std::move(logger));
 }
 
 }  // namespace
@@ -23,18 +48,25 @@ Result<std::shared_ptr<CorvaneSDK::Cache>> makeCache(const std::optional<std::st
 Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options options) {
   CurlNetwork::Options networkOptions;
   networkOptions.server = std::move(options.server);
-  networkOptions.token = std::move(options.token);
+  networkOptions.token = options.token;
+  networkOptions.renewedToken = std::move(options.renewedToken);
   networkOptions.allowTokenOverPlainHttp = options.allowTokenOverPlainHttp;
+  networkOptions.caFile = std::move(options.caFile);
+  networkOptions.observer = std::move(options.observer);
+  if (networkOptions.token) networkOptions.secrets = std::make_shared<KnownSecrets>();
+  const auto secrets = networkOptions.secrets;
   // The network first: a mistyped address should leave no cache file behind.
   auto network = CurlNetwork::make(std::move(networkOptions));
   if (!network) return network.error();
-  auto cache = makeCache(options.cacheFile);
+  auto logger = makeLogger(std::move(options.logger), secrets);
+  SQLiteCache::Options cacheOptions;
+  cacheOptions.owner = std::move(options.cacheOwner);
+  cacheOptions.observer = reportingTo(logger, std::move(options.cacheObserver));
+  auto cache = makeCache(options.cacheFile, std::move(cacheOptions));
   if (!cache) return cache.error();
-  auto logger = std::move(options.logger);
-  if (!logger) logger = SpdlogLogger::toStandardError(SpdlogLogger::Level::off);
   return std::make_shared<StandardPlatformAPI>(
-      std::make_shared<CoalescingNetwork>(std::move(network).value()), std::move(cache).value(),
-      std::move(logger));
+      std::make_shared<CoalescingNetwork>(std::move(network).value(), credentialOf(std::move(options.token))),
+      std::move(cache).value(), std::move(logger));
 }
 
 StandardPlatformAPI::StandardPlatformAPI(std::shared_ptr<CorvaneSDK::Network> network,

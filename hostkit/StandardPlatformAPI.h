@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/network/CurlNetwork.h"
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Platform/Values/Export.h"
@@ -28,13 +29,25 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
   struct Options {
     /// The records server's address, such as "https://records.example".
     std::string server;
-    /// Gives the bearer token; see `CurlNetwork`.
+    /// Gives the bearer token; see `CurlNetwork`. Asked twice for each request: equal requests share one only
+    /// if they go out with the same token.
     CurlNetwork::TokenProvider token = {};
+    /// Gives another token when the server has refused one; see `CurlNetwork`.
+    CurlNetwork::TokenRenewal renewedToken = {};
     /// See `CurlNetwork`; the token of an http server elsewhere is refused without it.
     bool allowTokenOverPlainHttp = false;
+    /// A PEM file of the certificate authorities to trust; absent: the system's.
+    std::optional<std::string> caFile = {};
+    /// Told how each request that was sent has ended; see `CurlNetwork`.
+    CurlNetwork::Observer observer = {};
     /// Where a `SQLiteCache` is kept; absent: a `MemoryCache`, which forgets everything with the process.
     std::optional<std::string> cacheFile = {};
-    /// Null: nothing is logged.
+    /// Whose cache that file is; see `SQLiteCache::Options::owner`. Without it any user's file is opened.
+    std::optional<std::string> cacheOwner = {};
+    /// Told of each call of that file that failed; see `SQLiteCache`. The logger is told of them, too.
+    SQLiteCache::Observer cacheObserver = {};
+    /// Null: nothing is logged. With a `token` it gets its lines through a `RedactingLogger`, without the
+    /// tokens that a server sent back.
     std::shared_ptr<CorvaneSDK::Logger> logger = {};
   };
 

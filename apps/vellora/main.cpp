@@ -11,6 +11,7 @@
 #include "apps/vellora/command/Keys.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/Session.h"
+#include "apps/vellora/command/StandardDescriptors.h"
 #include "apps/vellora/explore/Explore.h"
 #include "apps/vellora/lookups/CompactLayouts.h"
 #include "apps/vellora/lookups/Presentation.h"
@@ -40,7 +41,8 @@ ExitCode runCommand(const Arguments& arguments) {
   const auto keys = keysToLookUp(arguments, std::cin);
   // The stream takes a failed read for the end of the input, so the C library is asked.
   if (std::ferror(stdin) != 0) return complain({ExitCode::usage, "cannot read standard input"});
-  if (const auto key = keyThatIsNoText(keys)) return complain({ExitCode::usage, "not UTF-8: " + *key});
+  if (const auto key = keyThatIsNoText(keys))
+    return complain({ExitCode::usage, "not UTF-8: " + keyText(*key)});
   const auto opened = Session::open(arguments);
   if (const auto* problem = std::get_if<Problem>(&opened)) return complain(*problem);
   const Session& session = *std::get<0>(opened);
@@ -75,6 +77,7 @@ ExitCode start(int argc, const char* const* argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (!openStandardDescriptors()) return static_cast<int>(ExitCode::unexpected);
   setUpSignals();
   try {
     return static_cast<int>(start(argc, argv));

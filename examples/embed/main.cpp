@@ -2,19 +2,33 @@
 //
 //     embed http://127.0.0.1:8080 001000000000001
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdlib>
 #include <future>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "hostkit/StandardPlatformAPI.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 
+namespace {
+
+// [ids]
+bool isRecordId(std::string_view id) {
+  const auto isLetterOrDigit = [](unsigned char c) { return c < 0x80 && std::isalnum(c) != 0; };
+  return (id.size() == 15 || id.size() == 18) && std::all_of(id.begin(), id.end(), isLetterOrDigit);
+}
+// [ids]
+
+}  // namespace
+
 int main(int argc, char** argv) {
-  if (argc != 3) return std::cerr << "usage: embed SERVER RECORD-ID\n", 2;
+  if (argc != 3 || !isRecordId(argv[2])) return std::cerr << "usage: embed SERVER RECORD-ID\n", 2;
   const std::string recordId = argv[2];
 
   std::promise<std::string> label;

@@ -54,4 +54,14 @@ std::optional<Data> readBytes(const archiveFormat::Bytes& bytes) {
   return bytes.text ? Data(*bytes.text) : fromHex(*bytes.hex);
 }
 
+std::optional<std::string> hexOfKey(std::string_view key) {
+  return isUtf8(key) ? std::nullopt : std::optional(toHex(key));
+}
+
+std::optional<std::string> readKey(const std::string& text, const std::optional<std::string>& hex) {
+  if (!hex) return text;
+  const auto bytes = fromHex(*hex);
+  return bytes ? std::optional(std::string(bytes->view())) : std::nullopt;
+}
+
 }  // namespace vellora::hostkit

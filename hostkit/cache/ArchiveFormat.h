@@ -17,7 +17,8 @@ namespace vellora::hostkit {
 namespace archiveFormat {
 
 inline constexpr std::string_view name = "vellora-cache";
-inline constexpr std::int64_t version = 1;
+inline constexpr std::int64_t version = 2;                  ///< the newest
+inline constexpr std::int64_t plainVersion = 1;             ///< of a text whose keys and meta are all UTF-8
 inline constexpr std::string_view sevenDays = "sevenDays";  ///< the only maximum age that tables have
 
 /// Bytes as JSON can hold them: as they are when they are UTF-8, else as hexadecimal digits.
@@ -31,37 +32,47 @@ struct Bytes {
   }
 };
 
+/// A key that is not UTF-8 stands in `keyHex`, and `key` is empty.
 struct Blob {
   std::string key;
+  std::optional<std::string> keyHex;
   Bytes data;
 
   static constexpr std::string_view recordName = "WrittenBlob";
   static constexpr auto fields() {
-    return std::tuple(json::field("key", &Blob::key), json::field("data", &Blob::data));
+    return std::tuple(json::field("key", &Blob::key), json::field("keyHex", &Blob::keyHex),
+                      json::field("data", &Blob::data));
   }
 };
 
+/// Meta and data key with anything that is not UTF-8 stand in the fields for digits, those of the meta in the
+/// form of `encodedMeta`. The others are then empty.
 struct Row {
   CorvaneSDK::Meta meta;
+  std::optional<std::string> metaHex;
   std::optional<std::string> dataKey;
+  std::optional<std::string> dataKeyHex;
   Bytes data;
 
   static constexpr std::string_view recordName = "WrittenRow";
   static constexpr auto fields() {
-    return std::tuple(json::field("meta", &Row::meta), json::field("dataKey", &Row::dataKey),
+    return std::tuple(json::field("meta", &Row::meta), json::field("metaHex", &Row::metaHex),
+                      json::field("dataKey", &Row::dataKey), json::field("dataKeyHex", &Row::dataKeyHex),
                       json::field("data", &Row::data));
   }
 };
 
+/// As with a blob's key.
 struct Table {
   std::string key;
+  std::optional<std::string> keyHex;
   std::string maxAge;
   std::vector<Row> rows;
 
   static constexpr std::string_view recordName = "WrittenTable";
   static constexpr auto fields() {
-    return std::tuple(json::field("key", &Table::key), json::field("maxAge", &Table::maxAge),
-                      json::field("rows", &Table::rows));
+    return std::tuple(json::field("key", &Table::key), json::field("keyHex", &Table::keyHex),
+                      json::field("maxAge", &Table::maxAge), json::field("rows", &Table::rows));
   }
 };
 

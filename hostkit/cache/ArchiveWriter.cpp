@@ -1,5 +1,6 @@
 #include "hostkit/cache/ArchiveWriter.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -8,6 +9,7 @@
 #include "hostkit/cache/ArchiveBytes.h"
 #include "hostkit/cache/ArchiveChecksum.h"
 #include "hostkit/cache/ArchiveFormat.h"
+#include "hostkit/cache/rows/MetaCodec.h"
 #include "vellora/Platform/Json/JsonCodec.h"
 
 namespace vellora::hostkit {
@@ -52,16 +54,46 @@ class Lines {
   std::optional<Error> error_;
 };
 
+bool isPlain(std::string_view key) {
+  return !hexOfKey(key);
+}
+
+bool isPlain(const CacheArchive::Row& row) {
+  return isPlain(encodedMeta(row.meta)) && isPlain(row.dataKey.value_or(""));
+}
+
+bool isPlain(const CacheArchive::Table& table) {
+  return isPlain(table.key) && std::all_of(table.rows.begin(), table.rows.end(),
+                                           [](const CacheArchive::Row& row) { return isPlain(row); });
+}
+
+/// Whether the first version of the format, which every program reads, can hold `archive`.
+bool isPlain(const CacheArchive& archive) {
+  return std::all_of(archive.blobs.begin(), archive.blobs.end(),
+                     [](const auto& blob) { return isPlain(std::string_view(blob.key)); }) &&
+         std::all_of(archive.tables.begin(), archive.tables.end(),
+                     [](const auto& table) { return isPlain(table); });
+}
+
 void writeBlob(Lines& lines, const CacheArchive::Blob& blob) {
-  lines.value(archiveFormat::Blob{blob.key, writtenBytes(blob.data)});
+  const auto hex = hexOfKey(blob.key);
+  lines.value(archiveFormat::Blob{hex ? "" : blob.key, hex, writtenBytes(blob.data)});
 }
 
 void writeRow(Lines& lines, const CacheArchive::Row& row) {
-  lines.value(archiveFormat::Row{row.meta, row.dataKey, writtenBytes(row.data)});
+  archiveFormat::Row written;
+  written.metaHex = hexOfKey(encodedMeta(row.meta));
+  if (!written.metaHex) written.meta = row.meta;
+  if (row.dataKey) written.dataKeyHex = hexOfKey(*row.dataKey);
+  if (!written.dataKeyHex) written.dataKey = row.dataKey;
+  written.data = writtenBytes(row.data);
+  lines.value(written);
 }
 
 void writeTable(Lines& lines, const CacheArchive::Table& table) {
-  lines.literal("{\"key\":").value(table.key);
+  const auto hex = hexOfKey(table.key);
+  lines.literal("{\"key\":").value(hex ? std::string() : table.key);
+  if (hex) lines.literal(",\"keyHex\":").value(*hex);
   lines.literal(",\"maxAge\":").value(std::string(archiveFormat::sevenDays)).literal(",\"rows\":");
   lines.list(table.rows, [&lines](const auto& row) { writeRow(lines, row); });
   lines.literal("}");
@@ -72,7 +104,8 @@ void writeTable(Lines& lines, const CacheArchive::Table& table) {
 Result<Data> writtenArchive(const CacheArchive& archive) {
   Lines lines;
   lines.literal("{\"format\":").value(std::string(archiveFormat::name));
-  lines.literal(",\"version\":").value(archiveFormat::version);
+  lines.literal(",\"version\":")
+      .value(isPlain(archive) ? archiveFormat::plainVersion : archiveFormat::version);
   lines.literal(",\"checksum\":").value(archiveChecksum(archive)).literal(",\"blobs\":");
   lines.list(archive.blobs, [&lines](const auto& blob) { writeBlob(lines, blob); });
   lines.literal(",\"tables\":");

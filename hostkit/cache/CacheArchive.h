@@ -67,7 +67,8 @@ struct VELLORA_EXPORT CacheArchive {
   /// `CacheArchiveError`.
   [[nodiscard]] static Result<CacheArchive> decode(const Data& text);
 
-  /// The text. Fails with an `EncodingError` when a key is not UTF-8.
+  /// The text. What is not UTF-8, be it a key, stands there in hexadecimal digits; a text with such a key is
+  /// of the format's second version, any other of the first.
   [[nodiscard]] Result<Data> encode() const;
 
   /// The same entries as if all had been fetched at `time`, so that a data service takes them for as fresh as

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,7 +17,7 @@ namespace vellora::hostkit {
 /// Ownership: a plain value.
 struct VELLORA_EXPORT LogFileError {
   std::string path;
-  std::string detail;  ///< the system's own words
+  std::string detail;  ///< mostly the system's own words
 
   /// What is wrong, where, and what to do about it.
   [[nodiscard]] std::string localizedDescription() const;
@@ -25,8 +26,8 @@ struct VELLORA_EXPORT LogFileError {
 };
 
 /// A `Logger` that writes to standard error or to a file: one line per message, with date and time in UTC and
-/// the level. Control characters in a message are written as escapes, so that text from a server can neither
-/// forge a line nor drive a terminal.
+/// the level. Whatever drives a display is written as an escape (`escapedText`), so that text from a server
+/// can neither forge a line nor drive a terminal.
 ///
 ///     2026-03-01T12:00:00.250Z error no answer in time from records.example:443/theme: try again, …
 ///
@@ -37,6 +38,9 @@ struct VELLORA_EXPORT LogFileError {
 /// Errors: a line that cannot be written is dropped; logging never fails a caller.
 class VELLORA_EXPORT SpdlogLogger final : public CorvaneSDK::Logger {
  public:
+  /// A longer message is cut, in bytes.
+  static constexpr std::size_t longestMessage = 65'536;
+
   /// What is written.
   enum class Level {
     off,    ///< nothing
@@ -51,6 +55,8 @@ class VELLORA_EXPORT SpdlogLogger final : public CorvaneSDK::Logger {
   [[nodiscard]] static std::shared_ptr<SpdlogLogger> toStandardError(Level level);
 
   /// Appends to the file `path`, which is created with mode 0600 when it is not there. Its folder must exist.
+  /// A pipe must have a reader by then: the call does not wait for one. A reader that leaves later raises
+  /// SIGPIPE at the next line, as with every pipe.
   ///
   /// Errors: a `LogFileError`.
   [[nodiscard]] static Result<std::shared_ptr<SpdlogLogger>> toFile(const std::string& path, Level level);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "vellora/Host/Network.h"
 #include "vellora/Platform/Values/Export.h"
@@ -15,7 +17,8 @@ namespace vellora::hostkit {
 ///
 /// A request that is sent once the answer has come goes to the other network again: this is no cache. Equal
 /// means equal in everything, the time-out included; the time of a request that joins another is that one's.
-/// A request that is no GET, or has a body, is passed on.
+/// A request that is no GET, or has a body, is passed on. The cost of a request does not grow with the number
+/// of those under way.
 ///
 /// Ownership: shares the other network, which must not be null. Requests under way outlive this object and
 /// complete as if it lived. If the other network drops a completion uncalled, those of the requests that
@@ -27,8 +30,13 @@ namespace vellora::hostkit {
 /// Errors: the other network's; each completion gets them.
 class VELLORA_EXPORT CoalescingNetwork final : public CorvaneSDK::Network {
  public:
-  /// Sends through `next`.
-  explicit CoalescingNetwork(std::shared_ptr<CorvaneSDK::Network> next);
+  /// Gives what the other network authenticates a request with, such as its token. Asked for each request
+  /// that could be shared, on the thread that calls `sendRequest`.
+  using Credential = std::function<std::string()>;
+
+  /// Sends through `next`. With `credential` a request joins only one that was sent with the same: else it
+  /// could get the answer to an older token, or to another user.
+  explicit CoalescingNetwork(std::shared_ptr<CorvaneSDK::Network> next, Credential credential = {});
   ~CoalescingNetwork() override;
   CoalescingNetwork(const CoalescingNetwork&) = delete;
   CoalescingNetwork& operator=(const CoalescingNetwork&) = delete;
@@ -42,6 +50,7 @@ class VELLORA_EXPORT CoalescingNetwork final : public CorvaneSDK::Network {
   class Flights;
 
   const std::shared_ptr<CorvaneSDK::Network> next_;
+  const Credential credential_;
   const std::shared_ptr<Flights> flights_;
 };
 

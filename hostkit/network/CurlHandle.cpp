@@ -1,27 +1,98 @@
 #include "hostkit/network/CurlHandle.h"
 
+#include <openssl/ssl.h>
+
+#include <new>
+
 namespace vellora::hostkit {
 
 namespace {
 
-std::size_t receiveHeadLine(const char* bytes, std::size_t, std::size_t count, void* receiver) noexcept {
-  static_cast<CurlHandle::Receiver*>(receiver)->takeHeadLine({bytes, count});
-  return count;
+// curl is C: no exception may get there.
+template <class Take>
+std::size_t received(std::size_t count, Take take) noexcept {
+  try {
+    return take() ? count : CURL_WRITEFUNC_ERROR;
+  } catch (const std::bad_alloc&) {
+    return CURL_WRITEFUNC_ERROR;
+  }
 }
 
-std::size_t receiveBody(const char* bytes, std::size_t, std::size_t count, void* receiver) noexcept {
-  const bool taken = static_cast<CurlHandle::Receiver*>(receiver)->takeBody({bytes, count});
-  return taken ? count : CURL_WRITEFUNC_ERROR;
+curl_socket_t openSocket(void* connections, curlsocktype, curl_sockaddr* address) noexcept {
+  return static_cast<Connections*>(connections)->open(address->family, address->socktype, address->protocol);
+}
+
+int closeSocket(void* connections, curl_socket_t socket) noexcept {
+  static_cast<Connections*>(connections)->close(socket);
+  return 0;
+}
+
+/// True for curl's words about a proxy whose address it could not read: they repeat that address, cut
+/// anywhere, with the user's name and password in it. The words about other proxies name the host at most.
+bool quotesProxy(std::string_view reason) {
+  return reason.find("proxy") != std::string_view::npos && reason.find('\'') != std::string_view::npos;
 }
 
 }  // namespace
 
-bool CurlHandle::prepare(const CurlRequest& request, const TransferSetting& setting, Receiver& receiver) {
+bool CurlHandle::prepare(const CurlRequest& request, const TransferSetting& setting, Connections& connections,
+                         Receiver& receiver) {
+  connections_ = &connections;
+  receiver_ = &receiver;
   setRequest(request);
   setConnection(setting);
+  setConnections();
   setTls(setting);
-  setReceiver(receiver);
+  setReceiver();
   return ready_;
+}
+
+bool CurlHandle::useFreshConnection() {
+  state_ = Connections::State::fresh;
+  set(CURLOPT_FRESH_CONNECT, 1L);
+  return ready_;
+}
+
+int CurlHandle::admitConnection(void* self, char*, char*, int, int localPort) noexcept {
+  auto& handle = *static_cast<CurlHandle*>(self);
+  handle.localPort_ = localPort;
+  handle.state_ = handle.connections_->use(localPort);
+  if (handle.state_ == Connections::State::kept && handle.isUnreadInTls()) {
+    handle.state_ = Connections::State::spoilt;
+  }
+  return handle.state_ == Connections::State::spoilt ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
+}
+
+// What TLS has taken from the socket is no longer seen there.
+bool CurlHandle::isUnreadInTls() const {
+  curl_tlssessioninfo* session = nullptr;
+  curl_easy_getinfo(easy_.get(), CURLINFO_TLS_SSL_PTR, &session);
+  if (session == nullptr || session->internals == nullptr) return false;
+  if (session->backend != CURLSSLBACKEND_OPENSSL) return true;  // cannot be asked
+  return SSL_has_pending(static_cast<const SSL*>(session->internals)) != 0;
+}
+
+// Bytes behind an answer, in the same read: curl 7.88.1 tells of them by these words alone, drops them, and
+// keeps the connection, where what belongs to them may follow.
+int CurlHandle::noteLeftovers(CURL* easy, curl_infotype type, char* text, std::size_t size, void*) noexcept {
+  const std::string_view line(text, size);
+  const bool tells = line.starts_with("Leftovers after chunking") || line.starts_with("Excess found");
+  if (type == CURLINFO_TEXT && tells) curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
+  return 0;
+}
+
+std::size_t CurlHandle::receiveHeadLine(const char* bytes, std::size_t, std::size_t count,
+                                        void* self) noexcept {
+  const auto& handle = *static_cast<const CurlHandle*>(self);
+  const std::string_view line(bytes, count);
+  if (line.starts_with("HTTP/2")) handle.connections_->noteHttp2(handle.localPort_);
+  return received(count, [&] { return handle.receiver_->takeHeadLine(line); });
+}
+
+std::size_t CurlHandle::receiveBody(const char* bytes, std::size_t, std::size_t count, void* self) noexcept {
+  return received(count, [&] {
+    return static_cast<const CurlHandle*>(self)->receiver_->takeBody({bytes, count});
+  });
 }
 
 template <class Value>
@@ -29,9 +100,13 @@ void CurlHandle::set(CURLoption option, Value value) {
   ready_ = ready_ && curl_easy_setopt(easy_.get(), option, value) == CURLE_OK;
 }
 
-void CurlHandle::setRequest(const CurlRequest& request) {
+void CurlHandle::setHeaders(const CurlRequest& request) {
   for (const std::string& line : request.headerLines) appendHeader(line);
   set(CURLOPT_HTTPHEADER, headers_.get());
+}
+
+void CurlHandle::setRequest(const CurlRequest& request) {
+  setHeaders(request);
   set(CURLOPT_USERAGENT, "vellora/" VELLORA_VERSION);
   set(CURLOPT_URL, request.url.c_str());
   set(CURLOPT_PATH_AS_IS, 1L);
@@ -56,12 +131,23 @@ void CurlHandle::setTls(const TransferSetting& setting) {
   if (setting.caFile) set(CURLOPT_CAINFO, setting.caFile->c_str());
 }
 
-void CurlHandle::setReceiver(Receiver& receiver) {
+void CurlHandle::setConnections() {
+  set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
+  set(CURLOPT_OPENSOCKETDATA, static_cast<void*>(connections_));
+  set(CURLOPT_CLOSESOCKETFUNCTION, &closeSocket);
+  set(CURLOPT_CLOSESOCKETDATA, static_cast<void*>(connections_));
+  set(CURLOPT_PREREQFUNCTION, &admitConnection);
+  set(CURLOPT_PREREQDATA, static_cast<void*>(this));
+  set(CURLOPT_DEBUGFUNCTION, &noteLeftovers);
+  set(CURLOPT_VERBOSE, 1L);  // else nothing is told of leftovers
+}
+
+void CurlHandle::setReceiver() {
   set(CURLOPT_ERRORBUFFER, errorText_.data());
   set(CURLOPT_WRITEFUNCTION, &receiveBody);
-  set(CURLOPT_WRITEDATA, static_cast<void*>(&receiver));
+  set(CURLOPT_WRITEDATA, static_cast<void*>(this));
   set(CURLOPT_HEADERFUNCTION, &receiveHeadLine);
-  set(CURLOPT_HEADERDATA, static_cast<void*>(&receiver));
+  set(CURLOPT_HEADERDATA, static_cast<void*>(this));
 }
 
 void CurlHandle::appendHeader(const std::string& line) {
@@ -73,6 +159,12 @@ void CurlHandle::appendHeader(const std::string& line) {
   headers_.reset(longer);
 }
 
+bool CurlHandle::replaceHeaders(const CurlRequest& request) {
+  headers_.reset();
+  setHeaders(request);
+  return ready_;
+}
+
 bool CurlHandle::redirectTo(const std::string& url) {
   set(CURLOPT_URL, url.c_str());
   return ready_;
@@ -82,6 +174,12 @@ int CurlHandle::statusCode() const {
   long status = 0;
   curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
   return static_cast<int>(status);
+}
+
+bool CurlHandle::wasSent() const {
+  long bytes = 0;
+  curl_easy_getinfo(easy_.get(), CURLINFO_REQUEST_SIZE, &bytes);
+  return bytes > 0;
 }
 
 std::size_t CurlHandle::announcedLength() const {
@@ -103,8 +201,11 @@ std::string CurlHandle::effectiveUrl() const {
 }
 
 std::string CurlHandle::reasonFor(int curlCode) const {
-  const bool tells = errorText_[0] != '\0';
-  return tells ? errorText_.data() : curl_easy_strerror(static_cast<CURLcode>(curlCode));
+  const std::string_view told = errorText_.data();
+  const std::string general = curl_easy_strerror(static_cast<CURLcode>(curlCode));
+  if (told.empty()) return general;
+  if (quotesProxy(told)) return general + ": the proxy's address, from the environment, cannot be used";
+  return std::string(told);
 }
 
 }  // namespace vellora::hostkit

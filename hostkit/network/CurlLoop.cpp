@@ -6,9 +6,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstddef>
-#include <iterator>
 #include <system_error>
 #include <utility>
+
+#include "hostkit/network/Connections.h"
 
 namespace vellora::hostkit {
 
@@ -42,6 +43,7 @@ Error unavailable(const std::string& what) {
 }  // namespace
 
 struct CurlLoop::Multi {
+  Connections connections;  // first: curl closes its connections through it
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> handle{curl_multi_init(), curl_multi_cleanup};
 };
 
@@ -70,13 +72,23 @@ Result<std::shared_ptr<CurlLoop>> CurlLoop::start(TransferSetting setting) {
 }
 
 std::unique_ptr<CurlTransfer> CurlLoop::submit(std::unique_ptr<CurlTransfer> transfer) {
+  bool isFirst = false;
   {
     const std::lock_guard lock(mutex_);
     if (stopping_) return transfer;
+    queue(*transfer);
+    isFirst = arrivals_.empty();
     arrivals_.push_back(std::move(transfer));
   }
-  curl_multi_wakeup(multi_->handle.get());
+  // The loop takes all arrivals at once, so it is woken by the first of them.
+  if (isFirst) curl_multi_wakeup(multi_->handle.get());
   return nullptr;
+}
+
+void CurlLoop::queue(CurlTransfer& transfer) {
+  if (transfer.isSettled() || queued_++ < setting_.maxWaiting) return;
+  --queued_;
+  transfer.fail(Kind::tooManyRequests);
 }
 
 void CurlLoop::stop() {
@@ -118,7 +130,7 @@ bool CurlLoop::takeArrivals() {
     if (transfer->isSettled()) {
       transfer->deliver();
     } else {
-      waiting_.push_back(std::move(transfer));
+      waiting_.add(std::move(transfer), CurlTransfer::Clock::now());
     }
   }
   return true;
@@ -126,9 +138,9 @@ bool CurlLoop::takeArrivals() {
 
 void CurlLoop::beginWaiting() {
   while (mayBegin()) {
-    std::unique_ptr<CurlTransfer> transfer = std::move(waiting_.front());
-    waiting_.pop_front();
-    if (void* handle = transfer->prepareHandle()) {
+    std::unique_ptr<CurlTransfer> transfer = waiting_.takeFirst();
+    --queued_;
+    if (void* handle = transfer->prepareHandle(multi_->connections)) {
       drive(std::move(transfer), handle);
     } else {
       transfer->deliver();
@@ -157,6 +169,7 @@ void CurlLoop::finishTransfers() {
     if (message->msg == CURLMSG_DONE) finished.emplace_back(message->easy_handle, message->data.result);
   }
   for (const auto& [handle, code] : finished) {
+    if (code != CURLE_OPERATION_TIMEDOUT) waiting_.noteProgress(CurlTransfer::Clock::now());
     std::unique_ptr<CurlTransfer> transfer = release(handle);
     transfer->finish(code);
     if (transfer->isSettled()) {
@@ -167,17 +180,17 @@ void CurlLoop::finishTransfers() {
   }
 }
 
-// curl's own time-out would count neither the time that a request waits here nor the redirects before.
+// curl's own time-out would not count the redirects before, and knows nothing of those that wait here.
 void CurlLoop::expireTransfers(CurlTransfer::Clock::time_point now) {
   Transfers expired;
   for (auto each = active_.begin(); each != active_.end();) {
     const auto& [handle, transfer] = *each++;  // released below
     if (transfer->deadline() <= now) expired.push_back(release(handle));
   }
-  for (auto& transfer : waiting_) {
-    if (transfer->deadline() <= now) expired.push_back(std::move(transfer));
+  for (auto& transfer : waiting_.takeExpired(now)) {
+    --queued_;
+    expired.push_back(std::move(transfer));
   }
-  std::erase(waiting_, nullptr);
   for (const auto& transfer : expired) {
     transfer->fail(Kind::timedOut);
     transfer->deliver();
@@ -191,8 +204,7 @@ void CurlLoop::failAll() {
     pending.swap(arrivals_);
   }
   while (!active_.empty()) pending.push_back(release(active_.begin()->first));
-  std::move(waiting_.begin(), waiting_.end(), std::back_inserter(pending));
-  waiting_.clear();
+  for (auto& transfer : waiting_.takeAll()) pending.push_back(std::move(transfer));
   for (const auto& transfer : pending) {
     if (!transfer->isSettled()) transfer->fail(Kind::shutDown);
     transfer->deliver();
@@ -207,9 +219,8 @@ std::unique_ptr<CurlTransfer> CurlLoop::release(void* handle) {
 int CurlLoop::millisecondsToWait() const {
   using std::chrono::milliseconds;
   if (mayBegin()) return 0;
-  auto soonest = CurlTransfer::Clock::now() + std::chrono::minutes(1);
+  auto soonest = std::min(CurlTransfer::Clock::now() + std::chrono::minutes(1), waiting_.soonestExpiry());
   for (const auto& [handle, transfer] : active_) soonest = std::min(soonest, transfer->deadline());
-  for (const auto& transfer : waiting_) soonest = std::min(soonest, transfer->deadline());
   const auto wait = std::chrono::ceil<milliseconds>(soonest - CurlTransfer::Clock::now());
   return static_cast<int>(std::max(wait, milliseconds(0)).count());
 }

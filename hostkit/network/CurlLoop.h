@@ -1,14 +1,15 @@
 #pragma once
 
-#include <deque>
+#include <atomic>
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include "hostkit/network/CurlTransfer.h"
 #include "hostkit/network/TransferSetting.h"
+#include "hostkit/network/WaitingTransfers.h"
 #include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
@@ -41,10 +42,11 @@ class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
 
  private:
   struct Multi;
-  using Transfers = std::vector<std::unique_ptr<CurlTransfer>>;
+  using Transfers = WaitingTransfers::Transfers;
 
   CurlLoop(TransferSetting setting, std::unique_ptr<Multi> multi);
 
+  void queue(CurlTransfer& transfer);
   void run();
   [[nodiscard]] bool takeArrivals();
   void beginWaiting();
@@ -61,12 +63,13 @@ class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
   const std::unique_ptr<Multi> multi_;
   std::thread thread_;
 
+  std::atomic<std::size_t> queued_ = 0;  // that are not settled, in arrivals_ and waiting_
   std::mutex mutex_;
   Transfers arrivals_;     // under mutex_
   bool stopping_ = false;  // under mutex_
 
   // Only on the loop's thread.
-  std::deque<std::unique_ptr<CurlTransfer>> waiting_;
+  WaitingTransfers waiting_;
   std::map<void*, std::unique_ptr<CurlTransfer>> active_;  // by curl handle
 };
 

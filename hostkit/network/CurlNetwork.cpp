@@ -11,19 +11,27 @@
 namespace vellora::hostkit {
 
 struct CurlNetwork::Parts {
-  const CurlRequest::TokenSetting token;
   const std::shared_ptr<CurlLoop> loop;
 };
 
 Result<std::shared_ptr<CurlNetwork>> CurlNetwork::make(Options options) {
   const Result<ServerAddress> server = ServerAddress::parse(options.server);
   if (!server) return server.error();
+  if (!options.secrets) options.secrets = std::make_shared<KnownSecrets>();
   const Result<std::shared_ptr<CurlLoop>> loop =
-      CurlLoop::start({server.value(), std::move(options.caFile), options.maxBodyBytes,
-                       options.connectTimeout, std::move(options.observer)});
+      CurlLoop::start({.server = server.value(),
+                       .caFile = std::move(options.caFile),
+                       .maxBodyBytes = options.maxBodyBytes,
+                       .connectTimeout = options.connectTimeout,
+                       .observer = std::move(options.observer),
+                       .token = {.provider = std::move(options.token),
+                                 .mayGoUnprotected = options.allowTokenOverPlainHttp,
+                                 .renewal = std::move(options.renewedToken)},
+                       .maxWaiting = options.maxWaiting,
+                       .maxBodyValues = options.maxBodyValues,
+                       .secrets = std::move(options.secrets)});
   if (!loop) return loop.error();
-  return std::shared_ptr<CurlNetwork>(new CurlNetwork(std::make_unique<Parts>(
-      Parts{{std::move(options.token), options.allowTokenOverPlainHttp}, loop.value()})));
+  return std::shared_ptr<CurlNetwork>(new CurlNetwork(std::make_unique<Parts>(Parts{loop.value()})));
 }
 
 CurlNetwork::CurlNetwork(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}
@@ -36,7 +44,7 @@ void CurlNetwork::sendRequest(const CorvaneSDK::NetRequest& request, Completion 
   const TransferSetting& setting = parts_->loop->setting();
   const std::string& url = request.base().url.absoluteString();
   auto transfer =
-      std::make_unique<CurlTransfer>(setting, CurlRequest::prepare(request, setting.server, parts_->token),
+      std::make_unique<CurlTransfer>(setting, CurlRequest::prepare(request, setting.server, setting.token),
                                      url.substr(0, url.find_first_of("?#")), std::move(completion));
   // The loop gives the transfer back only when it is stopping, which it does while this network is destroyed.
   // Then this call comes from a completion, or from a thread that should not use the network any more. The

@@ -8,6 +8,7 @@
 
 #include "hostkit/network/CurlNetworkError.h"
 #include "hostkit/network/RequestOutcome.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/Network.h"
 #include "vellora/Platform/Values/Export.h"
 #include "vellora/Platform/Values/Result.h"
@@ -22,11 +23,18 @@ namespace vellora::hostkit {
 ///     auto network = CurlNetwork::make(std::move(options));
 ///     if (!network) return fail(network.error().localizedDescription());
 ///
-/// An answer is delivered as it came, whatever its status: body, status, headers (names in lower case, values
-/// of one name joined with ", "). A complete answer without a body, such as a 204, has an empty `Data`.
+/// An answer with a status from 200 to 299 is delivered as it came: body, status, headers (names in lower
+/// case, values of one name joined with ", "). A complete answer without a body, such as a 204, has an empty
+/// `Data`. Any other status is an error, with status, path and the server's own words.
 ///
 /// The token goes to the server of `Options::server` and nowhere else. Over http it goes to this machine
 /// only: a request that would take it to another machine fails with `unprotectedToken` and is not sent.
+///
+/// When the server refuses the token with a 401, another one is asked for, and the request is sent once more
+/// if there is one.
+///
+/// A connection is used again only if nothing has come on it since its last answer. A 408 on one that is used
+/// again belongs to nobody: the request is sent once more, on a new one.
 ///
 /// Redirects are followed within that scheme, host and port, five at most; any other is an error.
 ///
@@ -37,10 +45,10 @@ namespace vellora::hostkit {
 /// request with a `shutDown` error before the destructor returns. When a completion drops that handle, they
 /// follow as soon as that completion returns.
 ///
-/// Threads: `sendRequest` may be called from any thread, also from a completion. Completions and the observer
-/// run on the network's own thread, one at a time and with no lock held; so a slow one delays the others. A
-/// request sent while the network is being destroyed completes inside `sendRequest`. The destructor waits for
-/// the completions: do not hold a lock there that one of them needs.
+/// Threads: `sendRequest` may be called from any thread, also from a completion. Completions, the observer
+/// and the token's renewal run on the network's own thread, one at a time and with no lock held; so a slow
+/// one delays the others. A request sent while the network is being destroyed completes inside `sendRequest`.
+/// The destructor waits for the completions: do not hold a lock there that one of them needs.
 ///
 /// Errors: `CurlNetworkError`. An error comes without a body; half a body is an error.
 ///
@@ -49,8 +57,17 @@ class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
  public:
   /// Gives the bearer token to send, or nothing to send none. Asked for each request, on the thread that
   /// calls `sendRequest` and before it returns, so that a renewed token is used at once. A token must be
-  /// printable ASCII without blanks, else the request fails with `badToken` and is not sent.
+  /// printable ASCII without blanks and no longer than `longestToken`, else the request fails with `badToken`
+  /// and is not sent.
   using TokenProvider = std::function<std::optional<std::string>()>;
+
+  /// No server takes a header that is longer.
+  static constexpr std::size_t longestToken = KnownSecrets::longest;
+  /// Gives the token to send in place of `refused`, which the server has answered with a 401. Nothing, or the
+  /// same one again, makes that 401 the request's error. With several requests under way it is asked for
+  /// each: give what you have if that is another one than `refused`, and renew it only if not. Runs on the
+  /// network's own thread: it must not wait for an answer of this network.
+  using TokenRenewal = std::function<std::optional<std::string>(const std::string& refused)>;
 
   /// Told of each request once, when it has ended, right before its completion is called.
   using Observer = std::function<void(const RequestOutcome&)>;
@@ -59,17 +76,30 @@ class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
     /// The server's address: https or http, host, perhaps a port and a path under which the server lives.
     std::string server;
     TokenProvider token = {};
+    /// Absent: `token` is asked again.
+    TokenRenewal renewedToken = {};
     /// Lets the token go over http to another machine, where everybody on the way can read and use it. Only
     /// for a network that you trust as a whole.
     bool allowTokenOverPlainHttp = false;
     /// A PEM file of the certificate authorities to trust; absent: the system's.
     std::optional<std::string> caFile = {};
-    /// A larger body, counted after decompression, fails the request with `tooLarge`.
+    /// A larger body, counted after decompression, fails the request with `tooLarge`. So does a packed one of
+    /// more than a MiB that unpacks to more than a hundred times its length.
     std::size_t maxBodyBytes = std::size_t{64} * 1024 * 1024;
+    /// A body with more JSON values, counted as commas and opening brackets, fails with `tooManyValues`:
+    /// reading one takes up to a hundred times the memory of its text.
+    std::size_t maxBodyValues = 1'000'000;
     /// How long a connection may take to come about. The whole request, redirects included, has its own
-    /// `timeoutInterval`: 60 seconds where that is no positive number, a day at most.
+    /// `timeoutInterval`: 60 seconds where that is no positive number, a day at most. That time begins when
+    /// the request is sent. Until then it waits for as long as others are answered: it fails with `timedOut`
+    /// when none has been for that time.
     double connectTimeout = 15;
     Observer observer = {};
+    /// How many requests may wait until they are sent. A further one fails with `tooManyRequests`.
+    std::size_t maxWaiting = 100'000;
+    /// Takes in each token and each `Authorization` header that is sent, so that the host can clean what else
+    /// may quote the server; absent: the network's own. The texts of its errors are clean of them.
+    std::shared_ptr<KnownSecrets> secrets = {};
   };
 
   /// A network for that server. Fails when the address cannot be used, saying why, or when the machine gives

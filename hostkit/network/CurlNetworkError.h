@@ -6,11 +6,11 @@
 
 namespace vellora::hostkit {
 
-/// Why a `CurlNetwork` could not be made, or why a request got no answer. An answer with an error status is
-/// none of these: it is an answer.
+/// Why a `CurlNetwork` could not be made, or why a request got no answer that is a success.
 ///
 ///     const auto* error = failure.as<CurlNetworkError>();
 ///     if (error && error->kind == CurlNetworkError::Kind::unreachable) showOffline();
+///     if (error && error->statusCode == 401) signInAgain();
 ///
 /// Ownership: a plain value.
 struct VELLORA_EXPORT CurlNetworkError {
@@ -24,9 +24,12 @@ struct VELLORA_EXPORT CurlNetworkError {
     connectionLost,    ///< the connection ended before the answer did
     timedOut,          ///< the request's time ran out, or the time to connect
     tls,               ///< no trust in the server, or no common protocol with it
-    tooLarge,          ///< the body is larger than the cap
+    tooLarge,          ///< the body is larger than the cap, or the head than 300 kB
+    tooManyValues,     ///< the body holds more JSON values than the cap
     refusedRedirect,   ///< the server sends the client elsewhere, or round in circles
+    errorStatus,       ///< the status of the answer is none from 200 to 299
     protocol,          ///< the answer is not HTTP, or is badly encoded
+    tooManyRequests,   ///< too many requests wait already
     shutDown,          ///< the network was destroyed first
     unavailable,       ///< the machine gave no thread or no memory
   };
@@ -34,9 +37,13 @@ struct VELLORA_EXPORT CurlNetworkError {
   Kind kind;
 
   /// What went wrong, for people: one line with the server, the path and what to do, such as "no answer in
-  /// time from records.example:443/theme: try again, or give the request more time". It holds neither the
-  /// token nor six of its characters in a row.
+  /// time from records.example:443/theme: try again, or give the request more time". Of an error status it
+  /// is status, path and the server's own words, 200 characters of them at most: "401 for /theme: A valid
+  /// bearer token is required." It holds neither the token nor six of its characters in a row.
   std::string text;
+
+  /// The status of an answer that is no success; 0 when the error is of another kind.
+  int statusCode = 0;
 
   /// The text.
   [[nodiscard]] const std::string& localizedDescription() const noexcept { return text; }

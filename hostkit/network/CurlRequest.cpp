@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "hostkit/network/CurlNetworkError.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::hostkit {
@@ -38,7 +39,7 @@ bool isHeaderValue(std::string_view value) {
 }
 
 bool isToken(std::string_view token) {
-  return !token.empty() &&
+  return !token.empty() && token.size() <= KnownSecrets::longest &&
          std::all_of(token.begin(), token.end(), [](char c) { return c > ' ' && c < 0x7f; });
 }
 
@@ -62,17 +63,44 @@ std::optional<std::string> faultOf(const URLRequest& request) {
   return std::nullopt;
 }
 
+Error refusal(const ServerAddress& server, Kind kind, const std::string& why) {
+  return CurlNetworkError{kind, "a request to " + server.hostAndPort() + " was not sent: " + why};
+}
+
+Error badToken(const ServerAddress& server, const std::string& token) {
+  return refusal(server, Kind::badToken,
+                 token.size() > KnownSecrets::longest
+                     ? "the token is longer than any server takes: check where it comes from"
+                     : "the token is empty or holds a blank, a line end or another character that no token "
+                       "has: check where it comes from");
+}
+
+std::string authorization(const std::string& token) {
+  return "Authorization: Bearer " + token;
+}
+
 }  // namespace
+
+std::optional<std::string> CurlRequest::TokenSetting::renewed(const std::string& refused) const {
+  if (renewal) return renewal(refused);
+  return provider ? provider() : std::nullopt;
+}
+
+Result<CurlRequest> CurlRequest::withToken(const std::string& other, const ServerAddress& server) const {
+  if (!isToken(other)) return badToken(server, other);
+  CurlRequest changed = *this;
+  std::replace(changed.headerLines.begin(), changed.headerLines.end(), authorization(token),
+               authorization(other));
+  changed.token = other;
+  return changed;
+}
 
 Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, const ServerAddress& server,
                                          const TokenSetting& token) {
   const URLRequest& base = request.base();
-  const auto refused = [&](Kind kind, const std::string& why) -> Error {
-    return CurlNetworkError{kind, "a request to " + server.hostAndPort() + " was not sent: " + why};
-  };
   Result<std::string> url = server.resolve(base.url.absoluteString());
   if (!url) return url.error();
-  if (const auto fault = faultOf(base)) return refused(Kind::invalidRequest, *fault);
+  if (const auto fault = faultOf(base)) return refusal(server, Kind::invalidRequest, *fault);
 
   CurlRequest prepared{std::move(url).value(), {}, sensibleTimeout(base.timeoutInterval), {}};
   for (const auto& [name, value] : base.headers) prepared.headerLines.push_back(headerLine(name, value));
@@ -81,19 +109,23 @@ Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, 
   if (!token.provider || holds(base.headers, "Authorization")) return prepared;
   if (std::optional<std::string> given = token.provider()) {
     if (server.scheme() != "https" && !server.isLoopback() && !token.mayGoUnprotected) {
-      return refused(Kind::unprotectedToken,
+      return refusal(server, Kind::unprotectedToken,
                      "over http everybody on the way could read the token: give the server's https address");
     }
-    if (!isToken(*given)) {
-      return refused(
-          Kind::badToken,
-          "the token is empty or holds a blank, a line end or another character that no token has: "
-          "check where it comes from");
-    }
-    prepared.headerLines.push_back("Authorization: Bearer " + *given);
+    if (!isToken(*given)) return badToken(server, *given);
+    prepared.headerLines.push_back(authorization(*given));
     prepared.token = std::move(*given);
   }
   return prepared;
+}
+
+void CurlRequest::noteSecretsIn(KnownSecrets& secrets) const {
+  constexpr std::string_view name = "authorization:";
+  secrets.note(token);
+  for (const std::string& line : headerLines) {
+    if (!equalIgnoringAsciiCase(std::string_view(line).substr(0, name.size()), name)) continue;
+    secrets.note(std::string_view(line).substr(line.find_last_of(' ') + 1));  // behind "Bearer" or "Basic"
+  }
 }
 
 }  // namespace vellora::hostkit

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "hostkit/network/ServerAddress.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Platform/Values/Result.h"
 
@@ -20,8 +21,12 @@ struct CurlRequest {
 
   /// What is done with the token.
   struct TokenSetting {
-    std::function<std::optional<std::string>()> provider;
+    std::function<std::optional<std::string>()> provider = {};
     bool mayGoUnprotected = false;  ///< over http to another machine
+    std::function<std::optional<std::string>(const std::string& refused)> renewal = {};
+
+    /// What is to be sent in place of `refused`: what `renewal` gives, or, without one, `provider`.
+    [[nodiscard]] std::optional<std::string> renewed(const std::string& refused) const;
   };
 
   /// Checks `request` and adds the token. Fails with a `CurlNetworkError` for what must not be sent: another
@@ -29,6 +34,13 @@ struct CurlRequest {
   /// token that would go unprotected.
   [[nodiscard]] static Result<CurlRequest> prepare(const CorvaneSDK::NetRequest& request,
                                                    const ServerAddress& server, const TokenSetting& token);
+
+  /// The same request with `other` in place of its token. Fails as `prepare` does for a token that would not
+  /// stay on its line.
+  [[nodiscard]] Result<CurlRequest> withToken(const std::string& other, const ServerAddress& server) const;
+  /// Tells `secrets` what no text may repeat once the request has been sent: its token, and the credentials
+  /// of its own `Authorization` header.
+  void noteSecretsIn(KnownSecrets& secrets) const;
 };
 
 }  // namespace vellora::hostkit

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "hostkit/network/Redaction.h"
+#include "hostkit/network/ServerWords.h"
 #include "hostkit/network/TransferError.h"
 
 namespace vellora::hostkit {
@@ -17,6 +18,7 @@ namespace {
 using Kind = CurlNetworkError::Kind;
 
 constexpr int mostRedirects = 5;
+constexpr std::size_t mostServerWords = 200;  // characters
 
 }  // namespace
 
@@ -25,46 +27,58 @@ CurlTransfer::CurlTransfer(const TransferSetting& setting, Result<CurlRequest> r
     : setting_(setting),
       path_(std::move(path)),
       begun_(Clock::now()),
-      deadline_(begun_),
-      request_(request ? request.value() : CurlRequest{}),
       completion_(std::move(completion)),
-      body_(setting.maxBodyBytes) {
-  if (request) {
-    deadline_ += std::chrono::milliseconds(wholeMilliseconds(request_.timeout));
-  } else {
-    settleWithError(*request.error().as<CurlNetworkError>());
-  }
+      request_(request ? request.value() : CurlRequest{}),
+      body_(setting.maxBodyBytes, setting.maxBodyValues) {
+  if (!request) settleWithError(*request.error().as<CurlNetworkError>());
 }
 
 CurlTransfer::~CurlTransfer() = default;
 
-void* CurlTransfer::prepareHandle() {
+CurlTransfer::Clock::duration CurlTransfer::timeout() const {
+  return std::chrono::milliseconds(wholeMilliseconds(request_.timeout));
+}
+
+void* CurlTransfer::prepareHandle(Connections& connections) {
+  deadline_ = Clock::now() + timeout();
+  request_.noteSecretsIn(*setting_.secrets);
   handle_ = std::make_unique<CurlHandle>();
-  if (handle_->prepare(request_, setting_, *this)) return handle_->easy();
+  if (handle_->prepare(request_, setting_, connections, *this)) return handle_->easy();
   fail(Kind::unavailable);
   return nullptr;
 }
 
-void CurlTransfer::takeHeadLine(std::string_view line) noexcept {
-  head_.takeLine(line);
+bool CurlTransfer::takeHeadLine(std::string_view line) {
+  isHeadTooLarge_ = !head_.takeLine(line);
+  return !isHeadTooLarge_;
 }
 
-bool CurlTransfer::takeBody(std::string_view piece) noexcept {
+bool CurlTransfer::takeBody(std::string_view piece) {
   bodyFault_ = body_.take(piece, head_.value("content-encoding"), handle_->announcedLength());
   return !bodyFault_;
 }
 
 void CurlTransfer::finish(int curlCode) {
-  if (bodyFault_) return fail(*bodyFault_);
-  if (curlCode != CURLE_OK) {
-    return settleWithError(transferError(curlCode, handle_->reasonFor(curlCode), where()));
-  }
-  // When the connection ends within the head, curl reports success as if the head were whole.
-  if (!head_.isComplete()) return fail(Kind::connectionLost);
+  if (handle_->connectionState() == Connections::State::spoilt) return sendOnFreshConnection();
+  if (const auto failure = failureOf(curlCode)) return settleWithError(*failure);
   response_.statusCode = handle_->statusCode();
+  if (isForAnotherRequest()) return sendOnFreshConnection();
   if (isRedirect()) return followRedirect();
   if (!body_.mayEnd()) return fail(Kind::protocol);
-  settleWithAnswer();
+  if (isSuccess()) return settleWithAnswer();
+  if (const auto token = renewedToken()) return sendWithToken(*token);
+  settleWithStatus();
+}
+
+std::optional<CurlNetworkError> CurlTransfer::failureOf(int curlCode) const {
+  // curl 7.88.1 takes a line of more than 100 kB for a lack of memory.
+  const bool isLineTooLong = curlCode == CURLE_OUT_OF_MEMORY && handle_->wasSent() && !head_.isComplete();
+  if (isHeadTooLarge_ || isLineTooLong) return tooLargeHead(where());
+  if (bodyFault_) return transferError(*bodyFault_, where());
+  if (curlCode != CURLE_OK) return transferError(curlCode, handle_->reasonFor(curlCode), where());
+  // When the connection ends within the head, curl reports success as if the head were whole.
+  if (!head_.isComplete()) return transferError(Kind::connectionLost, where());
+  return std::nullopt;
 }
 
 bool CurlTransfer::isRedirect() const {
@@ -73,14 +87,59 @@ bool CurlTransfer::isRedirect() const {
          head_.value("location") != nullptr;
 }
 
+// A server that has waited too long for a request on a kept connection may say so while ours is on its way.
+bool CurlTransfer::isForAnotherRequest() const {
+  constexpr int requestTimeout = 408;
+  return response_.statusCode == requestTimeout && !wasSentAgain_ &&
+         handle_->connectionState() == Connections::State::kept;
+}
+
+void CurlTransfer::sendOnFreshConnection() {
+  wasSentAgain_ = true;
+  forgetAnswer();
+  if (!handle_->useFreshConnection()) fail(Kind::unavailable);
+}
+
 void CurlTransfer::followRedirect() {
   if (++redirects_ > mostRedirects) return fail(Kind::refusedRedirect);
   const Result<std::string> admitted = setting_.server.admitRedirect(handle_->redirectTarget());
   if (!admitted) return settleWithError(*admitted.error().as<CurlNetworkError>());
+  forgetAnswer();
+  if (!handle_->redirectTo(admitted.value())) fail(Kind::unavailable);
+}
+
+void CurlTransfer::forgetAnswer() {
   body_.clear();
   response_ = {};
   head_ = {};
-  if (!handle_->redirectTo(admitted.value())) fail(Kind::unavailable);
+}
+
+bool CurlTransfer::isSuccess() const {
+  return response_.statusCode / 100 == 2;
+}
+
+// Another token than the one that the server has refused, if there is one.
+std::optional<std::string> CurlTransfer::renewedToken() {
+  constexpr int unauthorized = 401;
+  const bool wasRefused = response_.statusCode == unauthorized && !request_.token.empty();
+  if (!wasRefused || std::exchange(wasTokenRenewed_, true)) return std::nullopt;
+  auto renewed = setting_.token.renewed(request_.token);
+  return renewed == request_.token ? std::nullopt : std::move(renewed);
+}
+
+void CurlTransfer::sendWithToken(const std::string& token) {
+  const Result<CurlRequest> again = request_.withToken(token, setting_.server);
+  if (!again) return settleWithError(*again.error().as<CurlNetworkError>());
+  request_ = again.value();
+  request_.noteSecretsIn(*setting_.secrets);
+  forgetAnswer();
+  if (!handle_->replaceHeaders(request_)) fail(Kind::unavailable);
+}
+
+void CurlTransfer::settleWithStatus() {
+  const std::string words =
+      shortened(cleaned(serverWords(body_.release(), head_.reasonPhrase())), mostServerWords);
+  settleWithError(statusError(response_.statusCode, path_, words));
 }
 
 void CurlTransfer::settleWithAnswer() {
@@ -92,9 +151,14 @@ void CurlTransfer::settleWithAnswer() {
 // Removes the token from the error's text. That text may quote what the server sent, and a server may send
 // the token back: whole, in part, or, as the name of a host, with its letters in another case.
 void CurlTransfer::settleWithError(CurlNetworkError error) {
-  error.text = redacted(error.text, request_.token);
+  setting_.secrets->note(request_.token);  // it may never have been sent
+  error.text = cleaned(error.text);
   error_ = std::move(error);
   settled_ = true;
+}
+
+std::string CurlTransfer::cleaned(std::string_view text) const {
+  return redacted(text, *setting_.secrets);
 }
 
 void CurlTransfer::fail(Kind kind) {
@@ -110,7 +174,8 @@ void CurlTransfer::deliver() {
   const std::size_t bytes = error_ ? 0 : body_.size();
   if (setting_.observer) {
     const std::chrono::duration<double> taken = Clock::now() - begun_;
-    setting_.observer({path_, error_ ? 0 : response_.statusCode, error_, bytes, taken.count()});
+    setting_.observer(
+        {path_, error_ ? error_->statusCode : response_.statusCode, error_, bytes, taken.count()});
   }
   if (error_) return completion_(std::nullopt, Error(*error_), std::nullopt);
   completion_(body_.release(), std::nullopt, std::move(response_));

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "hostkit/network/Connections.h"
 #include "hostkit/network/CurlHandle.h"
 #include "hostkit/network/CurlNetworkError.h"
 #include "hostkit/network/CurlRequest.h"
@@ -13,6 +14,7 @@
 #include "hostkit/network/ResponseHead.h"
 #include "hostkit/network/TransferSetting.h"
 #include "vellora/Host/Network.h"
+#include "vellora/Platform/Web/URLResponse.h"
 
 namespace vellora::hostkit {
 
@@ -39,14 +41,21 @@ class CurlTransfer final : private CurlHandle::Receiver {
   /// True once it is settled how the request ends; what is left is `deliver`.
   [[nodiscard]] bool isSettled() const noexcept { return settled_; }
 
-  /// When the request's time is up.
+  /// The path of the request's URL.
+  [[nodiscard]] const std::string& path() const noexcept { return path_; }
+
+  /// How long the request may take.
+  [[nodiscard]] Clock::duration timeout() const;
+
+  /// When the request's time is up. Call it once the handle is prepared: that time begins there.
   [[nodiscard]] Clock::time_point deadline() const noexcept { return deadline_; }
 
   /// Makes the curl handle ready to be driven, and gives it; null when it could not, and it has failed.
-  [[nodiscard]] void* prepareHandle();
+  [[nodiscard]] void* prepareHandle(Connections& connections);
 
   /// Tells that curl has finished with the handle, with that CURLcode. Unless `isSettled()` afterwards, the
-  /// server has redirected the request within itself and the handle is ready to be driven again.
+  /// handle is ready to be driven again: the server has redirected the request within itself, a kept
+  /// connection was of no use, or there is another token in place of one that was refused.
   void finish(int curlCode);
 
   /// Settles the request as failed.
@@ -56,29 +65,41 @@ class CurlTransfer final : private CurlHandle::Receiver {
   void deliver();
 
  private:
-  void takeHeadLine(std::string_view line) noexcept override;
-  [[nodiscard]] bool takeBody(std::string_view piece) noexcept override;
+  [[nodiscard]] bool takeHeadLine(std::string_view line) override;
+  [[nodiscard]] bool takeBody(std::string_view piece) override;
 
+  [[nodiscard]] std::optional<CurlNetworkError> failureOf(int curlCode) const;
   [[nodiscard]] bool isRedirect() const;
+  [[nodiscard]] bool isForAnotherRequest() const;
   void followRedirect();
+  void sendOnFreshConnection();
+  void forgetAnswer();
+  [[nodiscard]] bool isSuccess() const;
+  [[nodiscard]] std::optional<std::string> renewedToken();
+  void sendWithToken(const std::string& token);
+  void settleWithStatus();
   void settleWithAnswer();
   void settleWithError(CurlNetworkError error);
   [[nodiscard]] std::string where() const;
+  [[nodiscard]] std::string cleaned(std::string_view text) const;
 
   // Constant after construction.
   const TransferSetting& setting_;
   const std::string path_;
   const Clock::time_point begun_;
-  Clock::time_point deadline_;
-  CurlRequest request_;
   CorvaneSDK::Network::Completion completion_;
 
   // Only on the driving thread.
+  CurlRequest request_;
+  Clock::time_point deadline_;
   std::unique_ptr<CurlHandle> handle_;
   ResponseHead head_;
   ResponseBody body_;
+  bool isHeadTooLarge_ = false;
   std::optional<CurlNetworkError::Kind> bodyFault_;
   int redirects_ = 0;
+  bool wasSentAgain_ = false;
+  bool wasTokenRenewed_ = false;
   bool settled_ = false;
   std::optional<CurlNetworkError> error_;
   URLResponse response_;

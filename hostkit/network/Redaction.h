@@ -3,14 +3,17 @@
 #include <string>
 #include <string_view>
 
+#include "hostkit/secrets/KnownSecrets.h"
+
 namespace vellora::hostkit {
 
-/// `text` on one line and without `token`, for the text of an error.
-///
-/// Every run of six or more characters that also stands in `token` becomes "[token]", whatever the case of
-/// its letters: a server may send the token back as the name of a host. A shorter run stays, since a text and
-/// a token share one by chance. A token of fewer than six characters is replaced where it stands whole. Each
-/// control character becomes a blank. An empty `token` stands for none.
+/// `text`, which may quote a server, curl or an environment variable, as the text of an error: without the
+/// secrets (`KnownSecrets::cleaned`), without the credentials of addresses (`withoutCredentials`), and on one
+/// line that drives no display. Of that, line ends, tabs and the other controls of ASCII become blanks, the
+/// rest escapes (`escapedText`).
+[[nodiscard]] std::string redacted(std::string_view text, const KnownSecrets& secrets);
+
+/// The same where `token` is the only secret; an empty one stands for none.
 ///
 ///     redacted("no host SECRET99x.example", "abc-secret99-xyz")  // "no host [token]x.example"
 [[nodiscard]] std::string redacted(std::string_view text, std::string_view token);

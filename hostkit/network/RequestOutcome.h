@@ -21,9 +21,9 @@ namespace vellora::hostkit {
 /// Units: bytes, seconds.
 struct VELLORA_EXPORT RequestOutcome {
   std::string path;                       ///< of the request's URL, without its query
-  int statusCode = 0;                     ///< 0 when no answer came
-  std::optional<CurlNetworkError> error;  ///< absent when an answer came, whatever its status
-  std::size_t bytes = 0;                  ///< of the body, decompressed
+  int statusCode = 0;                     ///< of the answer; 0 when none came
+  std::optional<CurlNetworkError> error;  ///< absent when the completion gets a body
+  std::size_t bytes = 0;                  ///< of that body, decompressed
   double seconds = 0;                     ///< from `sendRequest` to the end
 };
 

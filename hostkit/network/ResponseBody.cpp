@@ -13,13 +13,25 @@ using Kind = CurlNetworkError::Kind;
 // More than this is not reserved at once: asking for more memory than a machine has would end the process.
 constexpr std::size_t mostReserved = std::size_t{256} * 1024 * 1024;
 
+// A packed body that becomes no longer than this may be packed as tightly as it likes.
+constexpr std::size_t freeUnpacked = std::size_t{1024} * 1024;
+
+std::size_t valuesIn(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::count_if(text.begin(), text.end(), [](char c) { return c == ',' || c == '[' || c == '{'; }));
+}
+
 }  // namespace
 
 std::optional<Kind> ResponseBody::take(std::string_view piece, const std::string* encoding,
                                        std::size_t announced) {
-  if (encoding == nullptr || *encoding == "identity") return takePlain(piece, announced);
-  if (asciiLowerCase(*encoding) != "gzip") return Kind::protocol;
-  return takePacked(piece);
+  const std::string packing = encoding == nullptr ? "" : asciiLowerCase(*encoding);
+  const bool isPacked = packing == "gzip" || packing == "x-gzip";
+  if (!isPacked && !packing.empty() && packing != "identity") return Kind::protocol;
+  const std::size_t before = bytes_.size();
+  if (const auto fault = isPacked ? takePacked(piece) : takePlain(piece, announced)) return fault;
+  values_ += valuesIn(std::string_view(bytes_).substr(before));
+  return values_ > mostValues_ ? std::optional(Kind::tooManyValues) : std::nullopt;
 }
 
 std::optional<Kind> ResponseBody::takePlain(std::string_view piece, std::size_t announced) {
@@ -31,7 +43,8 @@ std::optional<Kind> ResponseBody::takePlain(std::string_view piece, std::size_t 
 
 std::optional<Kind> ResponseBody::takePacked(std::string_view piece) {
   if (!decoder_) decoder_ = std::make_unique<GzipDecoder>();
-  switch (decoder_->append(piece, bytes_, limit_)) {
+  packed_ += piece.size();
+  switch (decoder_->append(piece, bytes_, unpackedLimit())) {
     case GzipDecoder::Fault::corrupt:
       return Kind::protocol;
     case GzipDecoder::Fault::tooLarge:
@@ -40,6 +53,11 @@ std::optional<Kind> ResponseBody::takePacked(std::string_view piece) {
       break;
   }
   return std::nullopt;
+}
+
+std::size_t ResponseBody::unpackedLimit() const noexcept {
+  const bool mayOverflow = packed_ > limit_ / mostUnpacked;
+  return mayOverflow ? limit_ : std::min(limit_, std::max(freeUnpacked, packed_ * mostUnpacked));
 }
 
 // A body that outgrows its memory is copied into a larger one, and lies in both meanwhile. Reserving costs
@@ -52,6 +70,7 @@ void ResponseBody::reserve(std::size_t announced) {
 
 void ResponseBody::clear() {
   bytes_.clear();
+  values_ = packed_ = 0;
   decoder_.reset();
 }
 

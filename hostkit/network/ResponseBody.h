@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,7 +14,9 @@
 
 namespace vellora::hostkit {
 
-/// The body of an HTTP answer, taken in piece by piece, unpacked, and never longer than its limit.
+/// The body of an HTTP answer, taken in piece by piece, unpacked, and never larger than its limits, so that a
+/// small answer costs little: reading a JSON value takes many times the memory of its text, and a packed body
+/// may become a thousand times as long.
 ///
 /// Threads: one at a time.
 ///
@@ -22,7 +25,13 @@ namespace vellora::hostkit {
 /// Units: bytes.
 class ResponseBody {
  public:
-  explicit ResponseBody(std::size_t limit) : limit_(limit) {}
+  /// How much of a packed body may come of each of its bytes, behind the first MiB of it.
+  static constexpr std::size_t mostUnpacked = 100;
+
+  /// `limit` is the length after unpacking. `mostValues` is the number of JSON values in it, counted as
+  /// commas and opening brackets, in whatever they stand.
+  explicit ResponseBody(std::size_t limit, std::size_t mostValues = std::numeric_limits<std::size_t>::max())
+      : limit_(limit), mostValues_(mostValues) {}
 
   /// Takes the next piece. `encoding` is the value of the head's Content-Encoding, null when there is none.
   /// `announced` is the length of the whole body as the head tells it, 0 when it doesn't. What went wrong, or
@@ -47,10 +56,14 @@ class ResponseBody {
   [[nodiscard]] std::optional<CurlNetworkError::Kind> takePlain(std::string_view piece,
                                                                 std::size_t announced);
   [[nodiscard]] std::optional<CurlNetworkError::Kind> takePacked(std::string_view piece);
+  [[nodiscard]] std::size_t unpackedLimit() const noexcept;
   void reserve(std::size_t announced);
 
   const std::size_t limit_;
+  const std::size_t mostValues_;
   std::string bytes_;
+  std::size_t values_ = 0;
+  std::size_t packed_ = 0;                // bytes of a packed body that have come
   std::unique_ptr<GzipDecoder> decoder_;  // of a packed body, once some of it has come
 };
 

@@ -1,5 +1,6 @@
 #include "hostkit/network/ResponseHead.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstddef>
 
@@ -15,14 +16,36 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
+/// What stands behind the first blank; nothing when there is none.
+std::string_view behindBlank(std::string_view text) {
+  return text.substr(std::min(text.find(' '), text.size()));
+}
+
 }  // namespace
 
-void ResponseHead::takeLine(std::string_view line) {
+bool ResponseHead::takeLine(std::string_view line) {
+  size_ += line.size();
+  if (size_ > most) return false;
+  const bool isTrailer = isComplete_ && !isInterim_;
+  if (isTrailer) return true;
   if (line == "\r\n" || line == "\n") isComplete_ = true;
   if (line.starts_with("HTTP/")) {
-    *this = {};
-    return;
+    begin(line);
+  } else {
+    takeHeader(line);
   }
+  return true;
+}
+
+void ResponseHead::begin(std::string_view statusLine) {
+  headers_.clear();
+  isComplete_ = false;
+  const std::string_view status = trimmed(behindBlank(statusLine));
+  isInterim_ = status.starts_with('1');
+  reasonPhrase_ = trimmed(behindBlank(status));
+}
+
+void ResponseHead::takeHeader(std::string_view line) {
   const std::size_t colon = line.find(':');
   if (colon == std::string_view::npos) return;
   const std::string_view value = trimmed(line.substr(colon + 1));

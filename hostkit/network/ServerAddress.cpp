@@ -1,6 +1,8 @@
 #include "hostkit/network/ServerAddress.h"
 
+#include <arpa/inet.h>
 #include <curl/curl.h>
+#include <netinet/in.h>
 
 #include <algorithm>
 #include <memory>
@@ -116,9 +118,16 @@ Result<std::string> ServerAddress::admitRedirect(const std::string& url) const {
                  ", which is not followed: use that as the server's address if you trust it");
 }
 
+// What only looks like an address, such as "127.0.0.0.1", is a name, and any machine may answer to that.
 bool ServerAddress::isLoopback() const {
-  const bool isIPv4 = host_.find_first_not_of("0123456789.") == std::string::npos;
-  return host_ == "localhost" || host_ == "[::1]" || (isIPv4 && host_.starts_with("127."));
+  in_addr ipv4{};
+  if (::inet_pton(AF_INET, host_.c_str(), &ipv4) == 1) return ntohl(ipv4.s_addr) >> 24 == 127;
+  in6_addr ipv6{};
+  const bool isBracketed = host_.starts_with('[') && host_.ends_with(']');
+  if (isBracketed && ::inet_pton(AF_INET6, host_.substr(1, host_.size() - 2).c_str(), &ipv6) == 1) {
+    return IN6_IS_ADDR_LOOPBACK(&ipv6);
+  }
+  return host_ == "localhost";
 }
 
 }  // namespace vellora::hostkit

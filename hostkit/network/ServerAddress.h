@@ -34,7 +34,7 @@ class ServerAddress {
   /// Such as "records.example:443" or "[::1]:8080".
   [[nodiscard]] std::string hostAndPort() const { return host_ + ":" + port_; }
 
-  /// True for this machine itself.
+  /// True for this machine itself: "localhost", or what is a loopback address.
   [[nodiscard]] bool isLoopback() const;
 
  private:

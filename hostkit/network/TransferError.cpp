@@ -34,6 +34,7 @@ Kind kindOf(CURLcode code) {
     case CURLE_RECV_ERROR:
       return Kind::connectionLost;
     case CURLE_OUT_OF_MEMORY:
+    case CURLE_WRITE_ERROR:  // what was received found no memory
     case CURLE_FAILED_INIT:
       return Kind::unavailable;
     default:
@@ -59,10 +60,14 @@ Wording wordingOf(Kind kind) {
       return {"no secure connection to ", "check the server's certificate"};
     case Kind::tooLarge:
       return {"too large a body from ", "raise the limit on bodies if it is right"};
+    case Kind::tooManyValues:
+      return {"too many values in the body from ", "raise the limit on values if it is right"};
     case Kind::refusedRedirect:
       return {"too many redirects by ", "check the server"};
     case Kind::protocol:
       return {"no valid HTTP answer from ", "check that a records server is at that address"};
+    case Kind::tooManyRequests:
+      return {"too many requests wait already to be sent to ", "wait for some of their answers first"};
     case Kind::shutDown:
       return {"the network was shut down before the answer of ", "send it again on a new one"};
     default:
@@ -75,6 +80,15 @@ Wording wordingOf(Kind kind) {
 CurlNetworkError transferError(Kind kind, const std::string& where) {
   const Wording wording = wordingOf(kind);
   return {kind, std::string(wording.before) + where + ": " + std::string(wording.advice)};
+}
+
+CurlNetworkError tooLargeHead(const std::string& where) {
+  return {Kind::tooLarge, "too large a head from " + where + ": check the server"};
+}
+
+CurlNetworkError statusError(int status, const std::string& path, const std::string& words) {
+  const std::string what = std::to_string(status) + " for " + path;
+  return {Kind::errorStatus, words.empty() ? what : what + ": " + words, status};
 }
 
 CurlNetworkError transferError(int curlCode, const std::string& reason, const std::string& where) {

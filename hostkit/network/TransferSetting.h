@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
+#include "hostkit/network/CurlRequest.h"
 #include "hostkit/network/RequestOutcome.h"
 #include "hostkit/network/ServerAddress.h"
+#include "hostkit/secrets/KnownSecrets.h"
 
 namespace vellora::hostkit {
 
@@ -15,7 +18,8 @@ namespace vellora::hostkit {
 ///
 /// Ownership: must outlive the transfers that refer to it.
 ///
-/// Threads: constant, hence safe to read from several threads; `observer` runs on the network's own thread.
+/// Threads: constant, hence safe to read from several threads; `observer` and the token's renewal run on the
+/// network's own thread.
 ///
 /// Units: seconds, bytes.
 struct TransferSetting {
@@ -24,6 +28,10 @@ struct TransferSetting {
   std::size_t maxBodyBytes;           ///< after unpacking
   double connectTimeout;
   std::function<void(const RequestOutcome&)> observer;  ///< may be empty
+  CurlRequest::TokenSetting token = {};
+  std::size_t maxWaiting = 100'000;  ///< requests that may wait until they are sent
+  std::size_t maxBodyValues = 1'000'000;
+  std::shared_ptr<KnownSecrets> secrets = std::make_shared<KnownSecrets>();  ///< what was sent; never null
 };
 
 /// `seconds` in the unit that curl takes; 1 at least, since 0 stands for "no limit" there.

@@ -1,7 +1,7 @@
 # fish completion for vellora(1)
 
 set -l commands ids names search-layouts compact-layouts status explore cache
-set -l actions ls show verify purge export import
+set -l actions ls show verify purge delete export import
 
 complete -c vellora -f
 complete -c vellora -s h -l help -d 'Print help and exit'
@@ -31,6 +31,7 @@ complete -c vellora -n $in_cache -a ls -d 'What is in the file'
 complete -c vellora -n $in_cache -a show -d 'What entries hold'
 complete -c vellora -n $in_cache -a verify -d 'Whether anything is damaged'
 complete -c vellora -n $in_cache -a purge -d 'Delete entries'
+complete -c vellora -n $in_cache -a delete -d 'Delete the file itself'
 complete -c vellora -n $in_cache -a export -d 'Write the entries as a text'
 complete -c vellora -n $in_cache -a import -d 'Store the entries of an exported text'
 complete -c vellora -n '__fish_seen_subcommand_from purge' -l expired -d 'All that is expired, outdated or damaged'

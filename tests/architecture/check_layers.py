@@ -55,13 +55,14 @@ ROOMS = {
         "Web": {"Values"},
     },
     "hostkit": {
-        "network": set(),
+        "secrets": set(),
+        "network": {"secrets"},
         CACHE_ROWS: set(),
         CACHE_MEMORY: {CACHE_ROWS},
         CACHE_SQLITE: {CACHE_ROWS},
         "cache": {CACHE_ROWS, CACHE_MEMORY, CACHE_SQLITE},
-        "log": set(),
-        "": {"network", CACHE_MEMORY, CACHE_SQLITE, "log"},
+        "log": {"secrets"},
+        "": {"secrets", "network", CACHE_MEMORY, CACHE_SQLITE, "log"},
     },
     "apps/vellora": {
         "command": set(),
@@ -76,7 +77,7 @@ ROOMS = {
 TESTS_OF_THE_WHOLE = {"architecture", "faults", "integration", "memory", "simulation", "stress", "support"}
 
 # Third-party headers stay out of ours, so that none of them reaches who includes us.
-THIRD_PARTY = re.compile(r"^(boost/|simdjson|rapidjson/|curl/|sqlite3|spdlog/|CLI/|zlib)")
+THIRD_PARTY = re.compile(r"^(boost/|simdjson|rapidjson/|curl/|openssl/|sqlite3|spdlog/|CLI/|zlib)")
 
 # A class that is defined, or a function that is only declared, at the left margin: templates are made where they are
 # used, so what follows such a line is left out.

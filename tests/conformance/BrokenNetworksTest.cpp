@@ -113,18 +113,19 @@ TEST(BrokenNetworksTest, NeverCompletingWhatIsUnderWayAtTheEndIsFound) {
               ElementsAre("ARequestUnderWayIsCompletedWhenTheNetworkIsLetGoOf"));
 }
 
-TEST(BrokenNetworksTest, TakingAnErrorStatusForAFailureIsFound) {
+TEST(BrokenNetworksTest, AnErrorStatusWithNeitherBodyNorErrorIsFound) {
   class Broken final : public PassingNetwork {
    public:
     using PassingNetwork::PassingNetwork;
     void sendRequest(const NetRequest& request, Completion completion) override {
       next_->sendRequest(request, [completion](auto data, auto error, auto response) {
-        if (response && response->statusCode >= 400) data.reset();
+        const auto* failure = error ? error->template as<hostkit::CurlNetworkError>() : nullptr;
+        if (failure != nullptr && failure->statusCode >= 400) error.reset();
         completion(std::move(data), std::move(error), std::move(response));
       });
     }
   };
-  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("TheBodyIsDeliveredWhateverTheStatus"));
+  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("TheBodyOfAnErrorStatusIsDeliveredOrThereIsAnError"));
 }
 
 TEST(BrokenNetworksTest, TakingAnEmptyBodyForNoneIsFound) {

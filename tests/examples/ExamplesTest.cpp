@@ -62,6 +62,18 @@ TEST_F(ExamplesTest, AskTellsOfEachRecordInEachOfTheThreeWays) {
   EXPECT_EQ(ended.out, once + once + once);
 }
 
+TEST_F(ExamplesTest, SignInSaysWhenTheServerRefusesTheToken) {
+  std::ofstream(folder.file("token")) << "some-token\n";
+  const auto answered = run(SIGN_IN, {server->url(), "token", record});
+  EXPECT_EQ(answered.exitCode, 0) << answered.err;
+  EXPECT_EQ(answered.out, "001000000000009 is of type Account\n");
+
+  server->setFault(RecordsServer::everything, recordsserver::Fault::fail(401));
+  const auto refused = run(SIGN_IN, {server->url(), "token", record});
+  EXPECT_EQ(refused.exitCode, 1);
+  EXPECT_EQ(refused.err, "sign in again\n");
+}
+
 TEST_F(ExamplesTest, OwnHostAnswersFromItsFolder) {
   keepAnswer("/services/data/v50.0/sobjects");
   keepAnswer("/services/data/v50.0/theme");

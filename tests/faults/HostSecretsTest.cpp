@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -16,6 +17,7 @@
 #include "hostkit/StandardPlatformAPI.h"
 #include "testkit/FaultyHost.h"
 #include "testkit/RecordingLogger.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/support/SlowBuild.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TokenCanary.h"
@@ -167,6 +169,38 @@ TEST_F(HostSecretsTest, WhateverTheServerDoes) {
     expectNoToken(ask(fault.kind == Fault::Kind::never ? Until::sent : Until::answered), name);
   }
   server->stop();
+}
+
+TEST_F(HostSecretsTest, WhateverNamesTheServerMakesOfIt) {
+  tests::ScriptedServer echo;
+  const std::string token = canary.token();
+  for (const std::string& form : {token, token.substr(5, 8), std::string(token.rbegin(), token.rend()),
+                                  canary.traces()[2], canary.traces()[4]}) {
+    const std::string name(json::encode(form).value().view());
+    echo.replyAlways(tests::ScriptedServer::http(
+        "200 OK", R"({"sobjects":[{"keyPrefix":"001","createable":true,"labelPlural":"","name":)" + name +
+                      ",\"label\":" + name + R"(}],"themeItems":[{"colors":[],"icons":[],"name":)" + name +
+                      "}]," + name + ":7}"));
+    real = hostkit::StandardPlatformAPI::make({.server = echo.url(),
+                                               .token = [this] { return std::optional(canary.token()); },
+                                               .logger = logger})
+               .value();
+    VelloraService service(real, /*cacheTimeout=*/0, "light",
+                           std::make_shared<SerialDispatchQueue>("VelloraService.queue"));
+    std::promise<void> answered;
+    service.objectPresentationInfoForIds({"001a"}, [&](const auto& infos) {
+      EXPECT_TRUE(infos.contains("001a")) << "the server's names are its answer, and stay";
+      service.objectCompactLayoutInfoForApiNames({"Account"}, [&](const auto&) { answered.set_value(); });
+    });
+    ASSERT_EQ(answered.get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    expectNoTokenInTexts("", form);
+    const auto lines = logger->lines();
+    const auto cleaned = std::count_if(lines.begin(), lines.end(), [](const auto& line) {
+      return line.text.find("[token]") != std::string::npos;
+    });
+    EXPECT_GT(cleaned, 3) << form;
+    logger->clear();
+  }
 }
 
 TEST_F(HostSecretsTest, WhateverFailsFromTheBeginningOn) {

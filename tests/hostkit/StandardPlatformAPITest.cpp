@@ -7,12 +7,18 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "testkit/RecordingLogger.h"
 #include "testkit/SilentLogger.h"
+#include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
+#include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
+#include "vellora/Host/LogLevel.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::hostkit {
 namespace {
@@ -59,6 +65,21 @@ TEST(StandardPlatformAPITest, MakesTheReadyMadeFacilities) {
   EXPECT_TRUE(std::filesystem::exists(folder.file("new/cache.db")));
 }
 
+TEST(StandardPlatformAPITest, KeepsTheTokenOutOfTheLogOnceItHasBeenSent) {
+  vellora::tests::ScriptedServer server;
+  server.reply(vellora::tests::ScriptedServer::http("200 OK", "{}"));
+  const auto logger = std::make_shared<testkit::RecordingLogger>();
+  const auto api =
+      StandardPlatformAPI::make({.server = server.url(),
+                                 .token = [] { return std::optional<std::string>("abc-secret99"); },
+                                 .logger = logger})
+          .value();
+  EXPECT_EQ(vellora::tests::answerTo(*api->network(), vellora::tests::get("/theme")).body(), "{}");
+  api->logger()->log("theme(for:), name: abc-secret99", CorvaneSDK::LogLevel::info);
+  ASSERT_EQ(logger->lines().size(), 1U);
+  EXPECT_EQ(logger->lines()[0].text, "theme(for:), name: [token]");
+}
+
 TEST(StandardPlatformAPITest, NeedsNoMoreThanAServer) {
   StandardPlatformAPI::Options options;
   options.server = "https://records.example";
@@ -91,6 +112,40 @@ TEST(StandardPlatformAPITest, SendsTheTokenOverHttpToOtherMachinesOnlyWhenThatIs
   EXPECT_EQ(failureOfARequest(true), CurlNetworkError::Kind::unreachable);
 }
 
+TEST(StandardPlatformAPITest, PassesTheObserverAndTheTokensRenewalOn) {
+  vellora::tests::ScriptedServer server;
+  server.reply(vellora::tests::ScriptedServer::http("401 Unauthorized"));
+  server.reply(vellora::tests::ScriptedServer::http("404 Not Found"));
+  std::promise<RequestOutcome> told;
+  StandardPlatformAPI::Options options;
+  options.server = server.url();
+  options.token = [] { return std::optional<std::string>("first-token"); };
+  options.renewedToken = [](const std::string& refused) { return std::optional(refused + "-renewed"); };
+  options.observer = [&told](const RequestOutcome& outcome) { told.set_value(outcome); };
+  const auto api = StandardPlatformAPI::make(options).value();
+  api->network()->sendRequest(vellora::tests::get("/theme"), [](auto, auto, auto) {});
+
+  EXPECT_EQ(told.get_future().get().statusCode, 404);
+  ASSERT_EQ(server.requests().size(), 2U);
+  EXPECT_NE(server.requests()[1].find("Bearer first-token-renewed\r\n"), std::string::npos);
+}
+
+TEST(StandardPlatformAPITest, EqualRequestsWithDifferentTokensAreNotShared) {
+  vellora::tests::ScriptedServer server;
+  std::string token = "first-token";
+  StandardPlatformAPI::Options options;
+  options.server = server.url();
+  options.token = [&token] { return std::optional(token); };
+  auto api = StandardPlatformAPI::make(options).value();
+  for (const char* next : {"first-token", "first-token", "second-token"}) {
+    token = next;
+    api->network()->sendRequest(vellora::tests::get("/theme"), [](auto, auto, auto) {});
+  }
+  ASSERT_TRUE(server.waitForRequests(2));
+  api.reset();
+  EXPECT_EQ(server.requests().size(), 2U);
+}
+
 TEST(StandardPlatformAPITest, TellsAnAddressThatCannotBeUsedAndLeavesNoCacheBehind) {
   const vellora::tests::TemporaryFolder folder;
   StandardPlatformAPI::Options options;
@@ -116,6 +171,42 @@ TEST(StandardPlatformAPITest, TellsACacheFileThatCannotBeUsed) {
   ASSERT_FALSE(api.hasValue());
   ASSERT_NE(api.error().as<SQLiteCacheError>(), nullptr);
   EXPECT_EQ(api.error().as<SQLiteCacheError>()->reason, SQLiteCacheError::Reason::foreignFile);
+}
+
+TEST(StandardPlatformAPITest, LogsAndTellsWhatTheCacheCannotDo) {
+  const vellora::tests::TemporaryFolder folder;
+  const auto logger = std::make_shared<testkit::RecordingLogger>();
+  int told = 0;
+  StandardPlatformAPI::Options options;
+  options.server = "https://records.example";
+  options.cacheFile = folder.file("cache.db");
+  options.cacheObserver = [&told](const SQLiteCacheFailure&) { ++told; };
+  options.logger = logger;
+  const auto api = StandardPlatformAPI::make(options).value();
+  tests::RawDatabase other(folder.file("cache.db"));
+  other.run("BEGIN IMMEDIATE");
+
+  EXPECT_FALSE(api->cache()->save(Data("1"), "a"));
+
+  EXPECT_EQ(told, 1);
+  EXPECT_EQ(logger->texts(CorvaneSDK::LogLevel::error),
+            std::vector<std::string>{"The cache file \"" + folder.file("cache.db") +
+                                     "\" could not be written to (database is locked)."});
+}
+
+TEST(StandardPlatformAPITest, TellsACacheFileThatBelongsToAnotherOwner) {
+  const vellora::tests::TemporaryFolder folder;
+  StandardPlatformAPI::Options options;
+  options.server = "https://records.example";
+  options.cacheFile = folder.file("cache.db");
+  options.cacheOwner = "alice";
+  ASSERT_TRUE(StandardPlatformAPI::make(options));
+  options.cacheOwner = "bob";
+
+  const auto api = StandardPlatformAPI::make(options);
+
+  ASSERT_FALSE(api.hasValue());
+  EXPECT_EQ(api.error().as<SQLiteCacheError>()->reason, SQLiteCacheError::Reason::otherOwner);
 }
 
 }  // namespace

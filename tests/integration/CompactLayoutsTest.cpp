@@ -139,7 +139,7 @@ TEST_F(CompactLayoutsTest, ExpiredLayoutsAreServedOnlyWhileTheServerFails) {
   const std::vector<std::pair<Fault, SObjectsDataServiceError>> faults = {
       {Fault::drop(), SObjectsDataServiceError::network()},
       {Fault::truncate(10), SObjectsDataServiceError::network()},
-      {Fault::fail(500), SObjectsDataServiceError::decoding()},
+      {Fault::fail(500), SObjectsDataServiceError::network()},
       {Fault::errorBody(), SObjectsDataServiceError::decoding()},
       {Fault::garbage(), SObjectsDataServiceError::decoding()},
       {Fault::empty(), SObjectsDataServiceError::decoding()},

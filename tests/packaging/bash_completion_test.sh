@@ -29,7 +29,7 @@ expect '--token-file --theme' --t
 expect 'off error info' --log ''
 expect 'a-file' --cache ''
 expect '' --server ''
-expect 'ls show verify purge export import' cache ''
+expect 'ls show verify purge delete export import' cache ''
 expect '--expired' cache purge --e
 expect '--replace' cache export --r
 expect '' ids n

@@ -57,8 +57,8 @@ class DebianPackagesTest(unittest.TestCase):
 
     def test_each_depends_on_what_its_programs_load(self):
         for package, libraries in {
-            LIBRARY: ("libc6", "libstdc++6", "libsimdjson", "libboost-json1.81.0", "libcurl4", "libsqlite3-0", "libspdlog"),
-            "vellora": ("libc6", "libstdc++6", "libsimdjson", "libcurl4", "libsqlite3-0"),
+            LIBRARY: ("libc6", "libstdc++6", "libsimdjson", "libboost-json1.81.0", "libcurl4", "libssl3", "libsqlite3-0", "libspdlog"),
+            "vellora": ("libc6", "libstdc++6", "libsimdjson", "libcurl4", "libssl3", "libsqlite3-0"),
             "libvellora-dev": (f"{LIBRARY} (= {VERSION})", "libboost-json1.81-dev", "libsimdjson-dev"),
         }.items():
             depends = self.field(package, "Depends")

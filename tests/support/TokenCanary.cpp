@@ -56,6 +56,7 @@ TokenCanary::TokenCanary(int number)
   for (std::size_t at = 0; at + tellingLength <= token_.size(); ++at) {
     const std::string_view piece = std::string_view(token_).substr(at, tellingLength);
     traces_.emplace_back(piece);
+    traces_.emplace_back(piece.rbegin(), piece.rend());
     traces_.push_back(percentEncoded(piece));
     traces_.push_back(hexadecimal(piece, "0123456789abcdef", ""));
     traces_.push_back(hexadecimal(piece, "0123456789ABCDEF", ""));

@@ -18,7 +18,7 @@ namespace vellora::tests {
 ///     EXPECT_THAT(canary.filesIn(cacheFolder), IsEmpty());
 ///
 /// It counts as found as soon as eight characters of it stand somewhere in a row, as they are or in Base64,
-/// in hexadecimal or percent-encoded; so it is also found where a text was cut or wrapped.
+/// in hexadecimal or percent-encoded, or back to front; so it is also found where a text was cut or wrapped.
 class TokenCanary {
  public:
   /// Different for each `number`, for tests that have several.
@@ -28,6 +28,9 @@ class TokenCanary {
   [[nodiscard]] const std::string& token() const { return token_; }
 
   [[nodiscard]] bool isIn(std::string_view bytes) const;
+
+  /// What a text must hold for the token to count as found in it: each of these tells.
+  [[nodiscard]] const std::vector<std::string>& traces() const { return traces_; }
 
   /// The files in `folder` and below in whose names or bytes it is, whatever the files are: databases and
   /// their journals too.

@@ -35,13 +35,15 @@ namespace CorvaneSDK {
 /// Units: time-outs are in seconds.
 class VELLORA_EXPORT Network {
  public:
-  /// `data` is the response body, whatever the status code: the library looks at bodies, not at statuses. An
-  /// empty body is a present, empty `Data`; it fails, as it is no JSON. Absent means that there is no body,
-  /// which is a failure too, with or without an error.
+  /// `data` is the response body. An empty body is a present, empty `Data`; it fails, as it is no JSON.
+  /// Absent means that there is no body, which is a failure too, with or without an error.
   ///
   /// `error` says why there is no body. Give none beside a body: the services of object types and of themes
   /// would take the error, those of layouts the body. The services of object types and of themes pass your
   /// error on as what `other` carries. Those of layouts only log what it says, and report `network`.
+  ///
+  /// The library looks at no status code. Of an error status you may hand the body over, which then fails to
+  /// decode, or give an error in its place, which says what happened.
   ///
   /// `response` may be absent; the library ignores it.
   using Completion =

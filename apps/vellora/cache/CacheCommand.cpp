@@ -6,15 +6,18 @@
 #include <map>
 #include <string>
 #include <tuple>
+#include <variant>
 #include <vector>
 
 #include "apps/vellora/cache/CacheListing.h"
 #include "apps/vellora/cache/CacheTransfer.h"
 #include "apps/vellora/cache/EntryText.h"
 #include "apps/vellora/cache/ListCommand.h"
+#include "apps/vellora/command/CachePlace.h"
 #include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/TextTable.h"
+#include "apps/vellora/command/TokenFile.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
 #include "vellora/Host/CacheTable.h"
@@ -44,7 +47,7 @@ ExitCode judgeMissing(const std::vector<std::string>& names, const std::vector<C
   for (const auto& name : names) {
     const bool found = std::any_of(listings.begin(), listings.end(),
                                    [&name](const auto& listing) { return listing.entry == name; });
-    if (!found) missing.append(missing.empty() ? "" : ", ").append(name.empty() ? "\"\"" : name);
+    if (!found) missing.append(missing.empty() ? "" : ", ").append(keyText(name));
   }
   if (missing.empty()) return ExitCode::answered;
   return complain(
@@ -60,7 +63,7 @@ ExitCode show(const Arguments& arguments, const std::vector<CacheListing>& listi
   for (const auto& name : distinct(arguments.cache.entries)) {
     for (const auto& listing : readable) {
       if (listing.entry != name) continue;
-      shown.insert_or_assign(name, printable(contentText(listing)));
+      shown.insert_or_assign(asText(name), printable(contentText(listing)));
       text.append(printable(contentText(listing))).append("\n");
     }
   }
@@ -72,10 +75,13 @@ ExitCode verify(const Arguments& arguments, const SQLiteCacheContents& contents,
                 const std::vector<CacheListing>& listings) {
   const bool sound = contents.findings.empty();
   std::string text;
-  for (const auto& finding : contents.findings) text.append(printable(finding)).append("\n");
+  std::vector<std::string> findings;
+  for (const auto& finding : contents.findings) {
+    findings.push_back(asText(finding));
+    text.append(printable(finding)).append("\n");
+  }
   if (sound) text = "sound: " + std::to_string(listings.size()) + " entries\n";
-  const ExitCode printed =
-      arguments.json ? printJson(encode(Verdict{sound, contents.findings})) : printText(text);
+  const ExitCode printed = arguments.json ? printJson(encode(Verdict{sound, findings})) : printText(text);
   if (printed != ExitCode::answered || sound) return printed;
   return complain({ExitCode::cacheUnusable,
                    "the cache file " + arguments.cacheFile +
@@ -117,7 +123,7 @@ ExitCode purge(const Arguments& arguments, const std::vector<CacheListing>& list
   return printed != ExitCode::answered ? printed : judgeMissing(arguments.cache.entries, listings);
 }
 
-/// Everything but importing, which begins without a cache.
+/// Everything but importing, which begins without a cache, and deleting, which reads none.
 ExitCode runOn(const SQLiteCacheContents& contents, Date present, const Arguments& arguments) {
   using Action = CacheArguments::Action;
   const auto listings = listingsOf(contents, present, arguments.cacheTimeout);
@@ -132,20 +138,37 @@ ExitCode runOn(const SQLiteCacheContents& contents, Date present, const Argument
       return purge(arguments, listings);
     case Action::exportTo:
       return exportTo(arguments, contents);
+    case Action::deleteFile:
     case Action::importFrom:
       break;
   }
   return ExitCode::unexpected;
 }
 
-}  // namespace
+ExitCode deleteFile(const Arguments& arguments) {
+  if (const auto error = SQLiteCache::destroy(arguments.cacheFile)) return complain(problemOf(*error));
+  return printText("deleted " + printable(arguments.cacheFile) + "\n");
+}
 
-ExitCode runCacheCommand(const Arguments& arguments) {
+ExitCode run(const Arguments& arguments) {
   if (arguments.cache.action == CacheArguments::Action::importFrom) return importFrom(arguments);
+  if (arguments.cache.action == CacheArguments::Action::deleteFile) return deleteFile(arguments);
   const Date present = now();
   const auto contents = SQLiteCacheContents::read(arguments.cacheFile, present);
   if (!contents) return complain({ExitCode::cacheUnusable, contents.error().localizedDescription()});
   return runOn(contents.value(), present, arguments);
+}
+
+}  // namespace
+
+ExitCode runCacheCommand(const Arguments& arguments) {
+  const auto token = readToken(arguments.tokenFile);
+  if (const auto* problem = std::get_if<Problem>(&token)) return complain(*problem);
+  const auto place = cachePlace(arguments, std::get<0>(token));
+  if (const auto* problem = std::get_if<Problem>(&place)) return complain(*problem);
+  Arguments placed = arguments;
+  placed.cacheFile = std::get<0>(place).file;
+  return run(placed);
 }
 
 }  // namespace vellora::command

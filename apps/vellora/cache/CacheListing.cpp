@@ -1,8 +1,10 @@
 #include "apps/vellora/cache/CacheListing.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 
+#include "apps/vellora/cache/EntryText.h"
 #include "vellora/DataServices/CacheInspection.h"
 #include "vellora/Host/Row.h"
 
@@ -15,14 +17,16 @@ using State = CacheListing::State;
 
 /// Says what the data services make of an entry that they judge by its age.
 void judge(CacheListing& listing, const CacheFreshness& freshness, Date present) {
-  listing.fetched = freshness.fetched;
-  if (freshness.fetched) listing.ageSeconds = present.secondsSince(*freshness.fetched);
   listing.state = freshness.fresh ? State::fresh : State::expired;
+  const bool isMoment = freshness.fetched && std::isfinite(freshness.fetched->secondsSince1970());
+  if (!isMoment) return;
+  listing.fetched = freshness.fetched;
+  listing.ageSeconds = present.secondsSince(*freshness.fetched);
 }
 
 CacheListing listingOf(const SQLiteCacheContents::Blob& blob, Date present, double cacheTimeout) {
   CacheListing listing;
-  listing.entry = blob.key;
+  listing.entry = asText(blob.key);
   listing.key = blob.key;
   listing.data = blob.data;
   if (!blob.data) {
@@ -55,7 +59,7 @@ CacheListing listingOf(const SQLiteCacheContents::Table& table, const SQLiteCach
                        const SQLiteCacheContents& contents, Date present, double cacheTimeout) {
   CacheListing listing;
   listing.kind = CacheListing::Kind::row;
-  listing.entry = entryName(table.key, row.row);
+  listing.entry = asText(entryName(table.key, row.row));
   listing.tableKey = table.key;
   listing.key = row.row.dataKey;
   listing.data = row.data;

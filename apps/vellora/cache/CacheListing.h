@@ -25,7 +25,8 @@ struct CacheListing {
   };
 
   Kind kind = Kind::blob;
-  std::string entry;                 ///< a blob's key, or a row's table and meta: TABLE/name=value,name=value
+  /// A blob's key, or a row's table and meta: TABLE/name=value,name=value. As `asText` gives it.
+  std::string entry;
   std::optional<std::size_t> bytes;  ///< absent when it is damaged
   std::optional<Date> fetched;       ///< absent for a single item, and when the cache doesn't tell
   std::optional<double> ageSeconds;  ///< since the fetch, for a single item since it was written

@@ -1,13 +1,19 @@
 #include "apps/vellora/cache/CacheTransfer.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstddef>
 #include <fstream>
 #include <iostream>
-#include <sstream>
+#include <iterator>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 
 #include "apps/vellora/cache/WholeFile.h"
+#include "apps/vellora/command/CachePlace.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/Problem.h"
 #include "hostkit/cache/CacheArchive.h"
@@ -22,18 +28,53 @@ namespace {
 using hostkit::CacheArchive;
 using hostkit::SQLiteCache;
 
+constexpr std::size_t largestArchive = 256 * 1024 * 1024;  // bytes; no cache of ours comes near it
+
+/// Whether `text` may be the beginning of an archive, which is a JSON object. What is none need not be read
+/// to its end.
+bool mayBeAnArchive(std::string_view text) {
+  const auto begin = text.find_first_not_of(" \t\r\n");
+  return text.empty() || (begin != std::string_view::npos && text[begin] == '{');
+}
+
+/// What `in` holds, up to one byte more than the largest archive. No more than the beginning of what is none.
+std::string textIn(std::istream& in) {
+  std::string text;
+  std::string block(65536, '\0');
+  while (text.size() <= largestArchive && mayBeAnArchive(text) && in) {
+    in.read(block.data(), static_cast<std::streamsize>(block.size()));
+    text.append(block, 0, static_cast<std::size_t>(in.gcount()));
+  }
+  return text;
+}
+
 std::variant<CacheArchive, Problem> readArchive(const std::string& file) {
   std::ifstream stream;
   if (file != "-") stream.open(file, std::ios::binary);
   std::istream& in = file == "-" ? std::cin : stream;
   const Problem unreadable{ExitCode::usage, "cannot read " + file};
   if (!in) return unreadable;
-  std::ostringstream text;
-  text << in.rdbuf();
-  if (in.bad() || (file != "-" && text.str().empty())) return unreadable;  // a folder, for instance
-  auto archive = CacheArchive::decode(Data(text.str()));
+  const std::string text = textIn(in);
+  if (in.bad() || (file != "-" && text.empty())) return unreadable;  // a folder, for instance
+  if (text.size() > largestArchive)
+    return Problem{ExitCode::usage, file + " is too large for an archive: of more than 256 MiB"};
+  auto archive = CacheArchive::decode(Data(text));
   if (!archive) return Problem{ExitCode::usage, file + ": " + archive.error().localizedDescription()};
   return std::move(archive).value();
+}
+
+bool isSameFile(const std::string& one, const std::string& other) {
+  struct stat first {};
+  struct stat second {};
+  return ::stat(one.c_str(), &first) == 0 && ::stat(other.c_str(), &second) == 0 &&
+         first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+/// Whether `file` is the cache, or one of the files that the database keeps beside it.
+bool isPartOfCache(const std::string& file, const std::string& cacheFile) {
+  constexpr const char* suffixes[] = {"", "-wal", "-shm", "-journal"};
+  return std::any_of(std::begin(suffixes), std::end(suffixes),
+                     [&](const char* suffix) { return isSameFile(file, cacheFile + suffix); });
 }
 
 }  // namespace
@@ -43,6 +84,10 @@ ExitCode exportTo(const Arguments& arguments, const hostkit::SQLiteCacheContents
   if (!text) return complain({ExitCode::unexpected, text.error().localizedDescription()});
   const std::string lines = std::string(text.value().view()) + "\n";
   if (arguments.cache.file == "-") return printText(lines);
+  if (isPartOfCache(arguments.cache.file, arguments.cacheFile)) {
+    return complain({ExitCode::usage, arguments.cache.file + " is part of the cache that is to be exported; "
+                                                             "choose another file"});
+  }
   const auto problem = writeWholeFile(arguments.cache.file, lines, arguments.cache.replace);
   return problem ? complain(*problem) : ExitCode::answered;
 }
@@ -51,7 +96,7 @@ ExitCode importFrom(const Arguments& arguments) {
   const auto read = readArchive(arguments.cache.file);
   if (const auto* problem = std::get_if<Problem>(&read)) return complain(*problem);
   const auto opened = SQLiteCache::open(arguments.cacheFile);
-  if (!opened) return complain({ExitCode::cacheUnusable, opened.error().localizedDescription()});
+  if (!opened) return complain(problemOf(opened.error()));
   auto& cache = *opened.value();
   const auto& archive = std::get<0>(read);
   const auto found = archive.foundIn(cache);

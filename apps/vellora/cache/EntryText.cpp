@@ -3,8 +3,10 @@
 #include <cmath>
 #include <ctime>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
+#include "vellora/Platform/Json/Json.h"
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {
@@ -49,6 +51,22 @@ std::string contentText(const CacheListing& listing) {
   const bool isTimeStamp = listing.kind == CacheListing::Kind::blob && listing.data->size() == sizeof(double);
   if (isTimeStamp && listing.fetched) return isoText(*listing.fetched);
   return std::string(listing.data->view());
+}
+
+std::string asText(const std::string& bytes) {
+  if (json::encode(bytes)) return bytes;
+  constexpr std::string_view digits = "0123456789abcdef";
+  constexpr unsigned char firstBeyondAscii = 0x80;
+  std::string text;
+  for (const char next : bytes) {
+    const auto byte = static_cast<unsigned char>(next);
+    if (byte < firstBeyondAscii) {
+      text += next;
+    } else {
+      text.append({'\\', 'x', digits[byte >> 4U], digits[byte & 15U]});
+    }
+  }
+  return text;
 }
 
 }  // namespace vellora::command

@@ -19,4 +19,8 @@ namespace vellora::command {
 /// everything else as it is.
 [[nodiscard]] std::string contentText(const CacheListing& listing);
 
+/// `bytes` as they are when they are UTF-8, which JSON demands of a text. Else each byte beyond ASCII is
+/// written as `\xff`.
+[[nodiscard]] std::string asText(const std::string& bytes);
+
 }  // namespace vellora::command

@@ -60,15 +60,15 @@ WrittenListing written(const CacheListing& listing) {
 
 WrittenContents written(const std::string& file, const SQLiteCacheContents& contents,
                         const std::vector<CacheListing>& listings) {
-  WrittenContents all{file, {}, {}};
-  for (const auto& table : contents.tables) all.tables.push_back({table.key, {}});
+  WrittenContents all{asText(file), {}, {}};
+  for (const auto& table : contents.tables) all.tables.push_back({asText(table.key), {}});
   for (const auto& listing : listings) {
     if (listing.kind == Kind::blob) {
       all.blobs.push_back(written(listing));
       continue;
     }
     const auto table = std::find_if(all.tables.begin(), all.tables.end(),
-                                    [&](const auto& next) { return next.key == listing.tableKey; });
+                                    [&](const auto& next) { return next.key == asText(listing.tableKey); });
     table->rows.push_back(written(listing));
   }
   return all;

@@ -39,16 +39,33 @@ int nameFile(const std::string& made, const std::string& file) {
   return ::lstat(file.c_str(), &status) == 0 ? EEXIST : replaceFile(made, file);
 }
 
+/// Why what has the name `file` is not to be replaced, whoever asks; no value for a plain file, and for a
+/// name that is free. `mode` is what the new file is to have.
+std::optional<Problem> whyNotReplaced(const std::string& file, mode_t& mode) {
+  struct stat status {};
+  if (::lstat(file.c_str(), &status) != 0) return std::nullopt;
+  constexpr mode_t permissions = 0777;
+  mode = status.st_mode & permissions;
+  if (S_ISREG(status.st_mode)) return std::nullopt;
+  const char* const kind = S_ISLNK(status.st_mode) ? " is a link" : " is no plain file";
+  return Problem{ExitCode::usage, file + kind + ", and was left as it is; choose another file"};
+}
+
 }  // namespace
 
 std::optional<Problem> writeWholeFile(const std::string& file, std::string_view content, bool replace) {
   const auto failed = [&file](int number) {
     return Problem{ExitCode::unexpected, "cannot write " + file + ": " + std::strerror(number)};
   };
+  mode_t mode = S_IRUSR | S_IWUSR;
+  if (replace) {
+    if (auto problem = whyNotReplaced(file, mode)) return problem;
+  }
   std::string made = file + ".XXXXXX";
   const int descriptor = ::mkostemp(made.data(), O_CLOEXEC);
   if (descriptor < 0) return failed(errno);
   int number = writeAll(descriptor, content);
+  if (number == 0 && ::fchmod(descriptor, mode) != 0) number = errno;
   if (::close(descriptor) != 0 && number == 0) number = errno;
   if (number == 0) number = replace ? replaceFile(made, file) : nameFile(made, file);
   ::unlink(made.c_str());

@@ -18,8 +18,8 @@ const std::map<std::string, Level> logLevels{
 
 const char* const footer =
     "Exit codes: 0 every key answered, 1 unexpected, 2 usage, 3 answered but some keys have no entry,\n"
-    "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used or "
-    "is damaged,\n130 interrupted.";
+    "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used, "
+    "is damaged, or failed\nand keys are missing, 130 interrupted.";
 
 void addServerOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--server", arguments.server, "The records server, such as https://records.example")
@@ -35,7 +35,7 @@ void addServerOptions(CLI::App& app, Arguments& arguments) {
 
 void addCacheOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--cache", arguments.cacheFile,
-                 "Cache file; by default one for each server in your cache folder")
+                 "Cache file; by default one for each server and token in your cache folder")
       ->type_name("FILE");
   app.add_option("--cache-timeout", arguments.cacheTimeout, "Age at which cached data expires")
       ->capture_default_str()
@@ -99,6 +99,8 @@ void addActionsOnEntries(CLI::App& group, CacheArguments& cache) {
   purge->add_option("ENTRY", cache.entries, "Entries to delete, as ls names them");
   purge->add_flag("--expired", cache.expired, "Delete all that is expired, outdated or damaged");
   purge->add_flag("--all", cache.all, "Delete everything");
+  addAction(group, cache, "delete", "Deletes the file itself, with all that was kept beside it",
+            Action::deleteFile);
 }
 
 void addTransfers(CLI::App& group, CacheArguments& cache) {
@@ -139,6 +141,9 @@ std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
   const int ways = (cache.entries.empty() ? 0 : 1) + (cache.expired ? 1 : 0) + (cache.all ? 1 : 0);
   if (cache.action == CacheArguments::Action::purge && ways != 1) {
     return "say what to delete: entries, --expired or --all";
+  }
+  if (cache.action == CacheArguments::Action::importFrom && cache.file == "-" && arguments.tokenFile == "-") {
+    return "standard input cannot give both the token and the entries: put the token into a file";
   }
   return std::nullopt;
 }
@@ -189,8 +194,9 @@ Parsed checked(Arguments arguments) {
   if (const auto complaint = complaintAbout(arguments)) return usage(*complaint);
   if (arguments.cacheFile.empty()) {
     const auto file = defaultCacheFile(arguments.server);
-    if (!file) return usage("no folder for the cache: set HOME or XDG_CACHE_HOME, or give --cache FILE");
+    if (!file) return usage(noCacheFolder().message);
     arguments.cacheFile = *file;
+    arguments.usesDefaultCache = true;
   }
   return arguments;
 }

@@ -21,9 +21,10 @@ struct Arguments {
   std::string server;
   std::optional<std::string> tokenFile;  ///< "-" is standard input
   std::string theme = "light";
-  std::string cacheFile;
-  double cacheTimeout = 3600;  ///< seconds
-  double wait = 70;            ///< seconds
+  std::string cacheFile;          ///< the one that was given, else the server's for those without a token
+  bool usesDefaultCache = false;  ///< none was given, so that a token has one of its own
+  double cacheTimeout = 3600;     ///< seconds
+  double wait = 70;               ///< seconds
   bool json = false;
   hostkit::SpdlogLogger::Level logLevel = hostkit::SpdlogLogger::Level::off;
   std::optional<std::string> logFile;

@@ -7,7 +7,7 @@ namespace vellora::command {
 
 /// What `vellora cache` was told.
 struct CacheArguments {
-  enum class Action { list, show, verify, purge, exportTo, importFrom };
+  enum class Action { list, show, verify, purge, deleteFile, exportTo, importFrom };
 
   Action action = Action::list;
   std::vector<std::string> entries;  ///< to show or to purge, named as the list names them

@@ -19,27 +19,49 @@ std::optional<std::string> cacheFolder() {
   return std::nullopt;
 }
 
-// A readable name. The checksum in it keeps servers apart whose addresses differ only in their punctuation.
+/// `server` without "user:password@", which has no place in the name of a file.
+std::string withoutUser(std::string server) {
+  const auto scheme = server.find("://");
+  const auto begin = scheme == std::string::npos ? 0 : scheme + 3;
+  const auto at = server.substr(0, server.find_first_of("/?#", begin)).rfind('@');
+  if (at != std::string::npos && at >= begin) server.erase(begin, at + 1 - begin);
+  return server;
+}
+
+// The checksum in it keeps servers apart whose addresses differ only in their punctuation.
 std::string fileName(const std::string& server) {
-  constexpr std::size_t longest = 100;
-  std::string name;
-  for (const char c : server.substr(0, longest)) {
-    const bool isPlain = std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '.';
-    if (isPlain || (!name.empty() && name.back() != '-')) name += isPlain ? c : '-';
-  }
   const auto sum =
       ::crc32(0, reinterpret_cast<const Bytef*>(server.data()), static_cast<uInt>(server.size()));
   std::array<char, 16> hex{};
   std::snprintf(hex.data(), hex.size(), "-%08lx", sum);
-  return name + hex.data() + ".sqlite";
+  return readableName(server) + hex.data() + ".sqlite";
 }
 
 }  // namespace
 
-std::optional<std::string> defaultCacheFile(const std::string& server) {
+std::optional<std::string> defaultCacheFolder() {
   const auto folder = cacheFolder();
+  return folder ? std::optional(*folder + "/vellora") : std::nullopt;
+}
+
+std::string readableName(const std::string& server) {
+  constexpr std::size_t longest = 100;
+  std::string name;
+  for (const char c : withoutUser(server).substr(0, longest)) {
+    const bool isPlain = std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '.';
+    if (isPlain || (!name.empty() && name.back() != '-')) name += isPlain ? c : '-';
+  }
+  return name;
+}
+
+std::optional<std::string> defaultCacheFile(const std::string& server) {
+  const auto folder = defaultCacheFolder();
   if (!folder) return std::nullopt;
-  return *folder + "/vellora/" + fileName(server);
+  return *folder + "/" + fileName(withoutUser(server));
+}
+
+Problem noCacheFolder() {
+  return {ExitCode::usage, "no folder for the cache: set HOME or XDG_CACHE_HOME, or give --cache FILE"};
 }
 
 }  // namespace vellora::command

@@ -9,7 +9,8 @@ enum class ExitCode {
   usage = 2,          ///< a missing, unknown or unusable option or argument
   someMissing = 3,    ///< answered, but some keys have no entry
   requestFailed = 5,  ///< keys are missing, and a request failed or the wait ran out
-  cacheUnusable = 7,  ///< the cache file cannot be used, or was found damaged
+  cacheUnusable =
+      7,  ///< the cache file cannot be used, was found damaged, or failed so that keys are missing
   interrupted = 130,  ///< Ctrl-C
 };
 

@@ -9,6 +9,8 @@
 #include <sstream>
 
 #include "apps/vellora/command/TextTable.h"
+#include "hostkit/secrets/UrlCredentials.h"
+#include "vellora/Platform/Text/EscapedText.h"
 
 namespace vellora::command {
 
@@ -26,7 +28,7 @@ std::string list(const std::vector<std::string>& keys) {
   constexpr std::size_t most = 10;
   std::string text;
   for (std::size_t i = 0; i < keys.size() && i < most; ++i) {
-    text.append(i == 0 ? "" : ", ").append(keys[i].empty() ? "\"\"" : keys[i]);
+    text.append(i == 0 ? "" : ", ").append(keyText(keys[i]));
   }
   if (keys.size() > most) text.append(" and ").append(std::to_string(keys.size() - most)).append(" more");
   return text;
@@ -40,10 +42,17 @@ std::string seconds(double value) {
 
 }  // namespace
 
+std::string keyText(std::string_view key) {
+  constexpr std::size_t mostColumns = 80;
+  return key.empty() ? "\"\"" : fitted(key, mostColumns);
+}
+
 Style::Style(bool wanted) : colors_(wanted && terminalHasColors()) {}
 
 std::string Style::heading(const std::string& text) const {
-  return colors_ ? "\x1b[1m" + printable(text) + "\x1b[0m" : printable(text);
+  constexpr std::size_t mostColumns = 300;
+  const std::string shown = fitted(text, mostColumns);
+  return colors_ ? "\x1b[1m" + shown + "\x1b[0m" : shown;
 }
 
 std::string Style::swatch(std::string_view color) const {
@@ -67,12 +76,13 @@ ExitCode printText(std::string_view text) {
 
 ExitCode printJson(const Result<Data>& document) {
   if (!document) return complain({ExitCode::unexpected, document.error().localizedDescription()});
-  return printText(std::string(document.value().view()) + "\n");
+  return printText(escapedJson(document.value().view()) + "\n");
 }
 
 ExitCode complain(const Problem& problem) {
   // At once, since lines of the log may come from other threads meanwhile.
-  std::cerr << "vellora: " + printable(problem.message) + '\n';
+  constexpr std::size_t mostColumns = 4000;
+  std::cerr << "vellora: " + fitted(hostkit::withoutCredentials(problem.message), mostColumns) + '\n';
   return problem.exit;
 }
 
@@ -98,6 +108,8 @@ ExitCode judge(const std::vector<std::string>& missing, const std::string& what,
                                                   "; give it longer with --wait SECONDS"});
   }
   if (failure) return complain({ExitCode::requestFailed, none + *failure});
+  if (const auto cacheFailure = session.cacheFailure())
+    return complain({ExitCode::cacheUnusable, none + *cacheFailure});
   if (ending == Ending::failed) {
     return complain({ExitCode::requestFailed, none + "the lookup failed; --log info shows how far it got"});
   }

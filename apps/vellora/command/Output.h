@@ -34,10 +34,15 @@ class Style {
 /// The same with the exit code that follows: `answered` or `unexpected`.
 [[nodiscard]] ExitCode printText(std::string_view text);
 
-/// Prints one JSON document and a line end, or complains of the value that has no JSON form.
+/// Prints one JSON document, with what drives a terminal escaped, and a line end, or complains of the value
+/// that has no JSON form.
 [[nodiscard]] ExitCode printJson(const Result<Data>& document);
 
-/// Writes one line to standard error and gives back the exit code.
+/// A key as messages name it: cut where it is long, and quotation marks for an empty one.
+[[nodiscard]] std::string keyText(std::string_view key);
+
+/// Writes one line to standard error, without credentials of addresses and cut where it is endless, and gives
+/// back the exit code.
 ExitCode complain(const Problem& problem);
 
 /// The keys without repetitions, in their order.

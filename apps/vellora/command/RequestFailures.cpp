@@ -4,6 +4,9 @@
 
 namespace vellora::command {
 
+RequestFailures::RequestFailures(std::shared_ptr<const hostkit::KnownSecrets> secrets)
+    : secrets_(std::move(secrets)) {}
+
 void RequestFailures::note(const hostkit::RequestOutcome& outcome) {
   if (outcome.error) noteFirst(outcome.error->text);
   const std::lock_guard lock(mutex_);
@@ -13,7 +16,7 @@ void RequestFailures::note(const hostkit::RequestOutcome& outcome) {
 
 void RequestFailures::note(std::string_view errorLine) {
   const std::string answer = latestAnswer();
-  if (!answer.empty()) noteFirst(answer + " cannot be used: " + std::string(errorLine));
+  if (!answer.empty()) noteFirst(answer + " cannot be used: " + secrets_->cleaned(errorLine));
 }
 
 std::optional<std::string> RequestFailures::first() const {

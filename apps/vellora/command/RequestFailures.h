@@ -1,11 +1,13 @@
 #pragma once
 
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "hostkit/network/RequestOutcome.h"
+#include "hostkit/secrets/KnownSecrets.h"
 
 namespace vellora::command {
 
@@ -15,6 +17,10 @@ namespace vellora::command {
 /// Threads: synchronises itself.
 class RequestFailures {
  public:
+  /// `secrets` are what was sent: lines about answers quote the server, so they are cleaned of these.
+  explicit RequestFailures(
+      std::shared_ptr<const hostkit::KnownSecrets> secrets = std::make_shared<hostkit::KnownSecrets>());
+
   /// Takes in how a request ended.
   void note(const hostkit::RequestOutcome& outcome);
 
@@ -30,6 +36,7 @@ class RequestFailures {
   [[nodiscard]] std::string latestAnswer() const;
   void noteFirst(std::string what);
 
+  const std::shared_ptr<const hostkit::KnownSecrets> secrets_;
   mutable std::mutex mutex_;
   std::optional<std::string> first_;
   std::string latestAnswer_;

@@ -6,6 +6,8 @@
 #include <cwctype>
 #include <utility>
 
+#include "vellora/Platform/Text/EscapedText.h"
+
 namespace vellora::command {
 
 namespace {
@@ -52,9 +54,25 @@ void forEachCharacter(std::string_view text, Visit visit) {
 
 std::string printable(std::string_view text) {
   std::string shown;
-  forEachCharacter(text,
+  forEachCharacter(escapedText(text),
                    [&](std::string_view bytes, int width) { shown += width < 0 ? replacement : bytes; });
   return shown;
+}
+
+std::string fitted(std::string_view text, std::size_t columns) {
+  const std::size_t mostBytes = columns * 16;  // marks that combine with a letter take no column
+  std::string shown;
+  std::size_t width = 0;
+  std::size_t cut = 0;  // where the ellipsis still fits behind
+  forEachCharacter(text.substr(0, mostBytes), [&](std::string_view bytes, int) {
+    if (width > columns) return;
+    const std::string next = printable(bytes);
+    width += displayWidth(next);
+    shown += next;
+    if (width < columns) cut = shown.size();
+  });
+  if (text.size() <= mostBytes && width <= columns) return shown;
+  return shown.erase(cut).append("…");
 }
 
 std::size_t displayWidth(std::string_view text) {
@@ -74,7 +92,7 @@ TextTable::TextTable(std::vector<Cell> header) : widths_(header.size()) {
 
 void TextTable::addRow(std::vector<Cell> cells) {
   for (std::size_t column = 0; column < cells.size(); ++column) {
-    cells[column].text = printable(cells[column].text);
+    cells[column].text = fitted(cells[column].text, mostColumns);
     widths_[column] = std::max(widths_[column], cells[column].width());
   }
   rows_.push_back(std::move(cells));

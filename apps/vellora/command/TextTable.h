@@ -8,9 +8,12 @@
 
 namespace vellora::command {
 
-/// The text with everything replaced that a terminal would obey instead of showing: control characters and
-/// bytes that are not UTF-8 become U+FFFD.
+/// The text with everything replaced that a terminal would obey instead of showing, as log lines have it
+/// (`escapedText`); what a terminal cannot show becomes U+FFFD.
 [[nodiscard]] std::string printable(std::string_view text);
+
+/// The same in `columns` columns at most, 1 or more: what is longer is cut and ends in "…".
+[[nodiscard]] std::string fitted(std::string_view text, std::size_t columns);
 
 /// How many columns a terminal needs for a printable text.
 [[nodiscard]] std::size_t displayWidth(std::string_view text);
@@ -33,9 +36,13 @@ struct Cell {
 /// Lines up cells of text, whatever script they are in.
 class TextTable {
  public:
+  /// Of a cell: a longer text is cut, or one label of a server would widen every row.
+  static constexpr std::size_t mostColumns = 120;
+
   explicit TextTable(std::vector<Cell> header);
 
-  /// Adds a row with as many cells as the header has; their texts are made printable.
+  /// Adds a row with as many cells as the header has; their texts are made printable
+  /// and fitted into `mostColumns`.
   void addRow(std::vector<Cell> cells);
 
   /// The lines, each behind `indent`, without blanks at their ends.

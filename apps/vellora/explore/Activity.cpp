@@ -7,6 +7,8 @@
 
 namespace vellora::explore {
 
+Activity::Activity(std::shared_ptr<const hostkit::KnownSecrets> secrets) : secrets_(std::move(secrets)) {}
+
 void Activity::noteCache(std::string what, std::string outcome, std::size_t bytes) {
   const std::lock_guard lock(mutex_);
   const auto size = static_cast<std::int64_t>(bytes);
@@ -46,6 +48,8 @@ void Activity::notePrefetch(std::string_view state) {
 }
 
 void Activity::add(ActivityEntry entry) {
+  entry.what = secrets_->cleaned(entry.what);
+  entry.outcome = secrets_->cleaned(entry.outcome);
   entry.number = ++last_;
   entry.at = now().secondsSince1970();
   entries_.push_back(std::move(entry));

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -9,6 +10,7 @@
 #include <tuple>
 #include <vector>
 
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Platform/Json/Json.h"
 
 namespace vellora::explore {
@@ -60,6 +62,10 @@ class Activity {
   /// Older entries are forgotten.
   static constexpr std::size_t mostEntries = 400;
 
+  /// `secrets` are kept out of the entries, which name what the server named.
+  explicit Activity(
+      std::shared_ptr<const hostkit::KnownSecrets> secrets = std::make_shared<hostkit::KnownSecrets>());
+
   void noteCache(std::string what, std::string outcome, std::size_t bytes);
   void noteRequest();
   void noteAnswer(std::string what, int status, std::size_t bytes, double milliseconds);
@@ -73,6 +79,7 @@ class Activity {
  private:
   void add(ActivityEntry entry);
 
+  const std::shared_ptr<const hostkit::KnownSecrets> secrets_;
   mutable std::mutex mutex_;
   std::int64_t last_ = 0;
   std::deque<ActivityEntry> entries_;

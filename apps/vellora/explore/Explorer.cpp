@@ -40,13 +40,15 @@ auto answering(std::string name, std::shared_ptr<Service> service, std::shared_p
 
 }  // namespace
 
-Explorer::Explorer(const RequiredAPI& host, command::Arguments arguments, std::string iconKey)
+Explorer::Explorer(const RequiredAPI& host, command::Arguments arguments, IconSource icons,
+                   std::shared_ptr<const hostkit::KnownSecrets> secrets)
     : host_(host),
       arguments_(std::move(arguments)),
-      icons_(
-          std::make_shared<IconStore>(arguments_.server, std::move(iconKey),
-                                      std::make_shared<ObservedNetwork>(host.network, reachable_, activity_,
-                                                                        std::make_shared<Tally>()))) {
+      activity_(std::make_shared<Activity>(std::move(secrets))),
+      icons_(std::make_shared<IconStore>(
+          arguments_.server, std::move(icons.key),
+          std::make_shared<ObservedNetwork>(std::move(icons.network), reachable_, activity_,
+                                            std::make_shared<Tally>()))) {
   startAgain();
 }
 

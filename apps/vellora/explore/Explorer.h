@@ -12,12 +12,22 @@
 #include "apps/vellora/explore/ExplorerAnswers.h"
 #include "apps/vellora/explore/IconStore.h"
 #include "apps/vellora/explore/ObservedNetwork.h"
+#include "hostkit/secrets/KnownSecrets.h"
+#include "vellora/Host/Network.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/SObject.h"
 #include "vellora/Platform/Publishers/AnyCancellable.h"
 #include "vellora/Services/VelloraService.h"
 
 namespace vellora::explore {
+
+/// Where icons come from.
+struct IconSource {
+  /// Sends to the records server, without the user's token and on connections of its own: the server chooses
+  /// what is asked of this network.
+  std::shared_ptr<CorvaneSDK::Network> network;
+  std::string key;  ///< begins the ids of icons; nobody can guess it
+};
 
 /// Runs the library for the page, on a host whose calls are observed and whose server can be taken away.
 ///
@@ -29,9 +39,10 @@ namespace vellora::explore {
 /// Errors: a failed lookup is an answer that says why.
 class Explorer : public std::enable_shared_from_this<Explorer> {
  public:
-  /// `arguments` give server, theme and cache time-out, `iconKey` what begins the ids of icons. Starts the
+  /// `arguments` give server, theme and cache time-out; `secrets` are kept out of the activity. Starts the
   /// façade's first prefetch.
-  Explorer(const RequiredAPI& host, command::Arguments arguments, std::string iconKey);
+  Explorer(const RequiredAPI& host, command::Arguments arguments, IconSource icons,
+           std::shared_ptr<const hostkit::KnownSecrets> secrets);
 
   /// What an app does when it is started: a new façade, which prefetches what isn't fresh.
   void startAgain();
@@ -61,7 +72,7 @@ class Explorer : public std::enable_shared_from_this<Explorer> {
   const RequiredAPI host_;
   const command::Arguments arguments_;
   const std::shared_ptr<ServerSwitch> reachable_ = std::make_shared<ServerSwitch>(true);
-  const std::shared_ptr<Activity> activity_ = std::make_shared<Activity>();
+  const std::shared_ptr<Activity> activity_;
   const std::shared_ptr<Tally> serviceTally_ = std::make_shared<Tally>();
   const std::shared_ptr<IconStore> icons_;
 

@@ -15,6 +15,13 @@ std::optional<Image> imageOf(const std::optional<Data>& data, const std::optiona
   return Image{*type, *data};
 }
 
+/// Asks for an image, and not for long.
+CorvaneSDK::NetRequest requestFor(const URL& url) {
+  URLRequest request(url, URLRequestCachePolicy::useProtocolCachePolicy, IconStore::mostSeconds);
+  request.headers = {{"Accept", "image/*"}};
+  return CorvaneSDK::NetRequest(request);
+}
+
 }  // namespace
 
 IconStore::IconStore(std::string server, std::string key, std::shared_ptr<CorvaneSDK::Network> network)
@@ -37,7 +44,7 @@ std::optional<std::string> IconStore::admit(const std::optional<std::string>& ad
 void IconStore::fetch(const std::string& id, Completion completion) {
   const auto icon = known(id);
   if (!icon || icon->image) return completion(icon ? icon->image : std::nullopt);
-  network_->sendRequest(CorvaneSDK::NetRequest(URLRequest(icon->url)),
+  network_->sendRequest(requestFor(icon->url),
                         [weak = weak_from_this(), id, completion = std::move(completion)](
                             const auto& data, const auto&, const auto& response) {
                           const auto image = imageOf(data, response);

@@ -27,10 +27,12 @@ class IconStore : public std::enable_shared_from_this<IconStore> {
   using Completion = std::function<void(std::optional<Image> image)>;
 
   static constexpr std::size_t mostBytes = 262'144;  ///< of one icon; a larger one is not shown
+  static constexpr double mostSeconds = 10;          ///< for one icon; a slower one is not shown
   static constexpr std::size_t mostIcons = 20'000;   ///< what comes after that is not shown
   static constexpr std::size_t mostBytesKept = std::size_t{64} * 1024 * 1024;  ///< of all icons together
 
-  /// `server` is the records server's address, to which `network` sends; `key` begins every id.
+  /// `server` is the records server's address, to which `network` sends, without a token; `key` begins every
+  /// id.
   IconStore(std::string server, std::string key, std::shared_ptr<CorvaneSDK::Network> network);
 
   /// The id for an address of an icon; none when the address leads elsewhere.

@@ -6,8 +6,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
 
+#include "hostkit/cache/sqlite/CachePath.h"
 #include "hostkit/cache/sqlite/FileNaming.h"
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "hostkit/cache/sqlite/SQLiteDatabase.h"
@@ -71,7 +71,11 @@ int putInPlace(const std::string& made, const std::string& path) {
 std::optional<Error> createFreshCacheFile(const std::string& path, Milliseconds busyTimeout) {
   // The folder's lock is held, so nobody else in the folder is making a file. One name does for all of them,
   // is never too long, and can be no cache's own, since no file is ever put in place there.
-  const std::string made = (std::filesystem::path(path).parent_path() / ".vellora-making").string();
+  const std::string made = cachePath::folderOf(path) + "/.vellora-making";
+  if (cachePath::isOfAnotherUser(made)) {
+    return SQLiteCacheError{Reason::unwritable, path,
+                            "\"" + made + "\" is in the way and belongs to another user"};
+  }
   if (!removeUnfinished(made)) {
     return SQLiteCacheError{Reason::unwritable, path, "\"" + made + "\" is in the way, move it away"};
   }

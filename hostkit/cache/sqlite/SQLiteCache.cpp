@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "hostkit/cache/sqlite/CacheFileDeletion.h"
+#include "hostkit/cache/sqlite/CachePath.h"
 #include "hostkit/cache/sqlite/SQLiteBlobs.h"
 #include "hostkit/cache/sqlite/SQLiteCacheFile.h"
 #include "hostkit/cache/sqlite/SQLiteCacheTable.h"
@@ -12,16 +14,25 @@
 namespace vellora::hostkit {
 
 Result<std::shared_ptr<SQLiteCache>> SQLiteCache::open(const std::string& path, Options options) {
-  const std::string resolved = sqliteCacheFile::resolvedPath(path);
-  auto database = sqliteCacheFile::open(resolved, options.busyTimeout);
+  const auto resolved = cachePath::resolved(path);
+  if (!resolved) return resolved.error();
+  auto database = sqliteCacheFile::open(resolved.value(), options.busyTimeout);
   if (!database) return database.error();
-  auto store = std::make_shared<SQLiteStore>(std::move(database).value(), resolved, options.busyTimeout,
-                                             std::move(options.clock));
+  auto store = std::make_shared<SQLiteStore>(std::move(database).value(), resolved.value(),
+                                             options.busyTimeout, std::move(options.clock),
+                                             std::move(options.owner), std::move(options.observer));
+  if (auto refused = store->claim()) return *std::move(refused);
   return std::shared_ptr<SQLiteCache>(new SQLiteCache(std::move(store)));
 }
 
 Result<std::shared_ptr<SQLiteCache>> SQLiteCache::open(const std::string& path) {
   return open(path, Options());
+}
+
+std::optional<Error> SQLiteCache::destroy(const std::string& path) {
+  const auto resolved = cachePath::resolved(path);
+  if (!resolved) return resolved.error();
+  return deleteCacheFile(resolved.value(), Options().busyTimeout);
 }
 
 SQLiteCache::SQLiteCache(std::shared_ptr<SQLiteStore> store) : store_(std::move(store)) {}
@@ -30,7 +41,8 @@ SQLiteCache::~SQLiteCache() = default;
 
 std::optional<Data> SQLiteCache::load(const std::string& key) {
   std::optional<Data> found;
-  store_->perform([&key, &found](SQLiteDatabase& database) { found = sqliteBlobs::read(database, key); });
+  store_->perform([&key, &found](SQLiteDatabase& database) { found = sqliteBlobs::read(database, key); },
+                  SQLiteStore::Access::reading);
   return found;
 }
 

@@ -7,9 +7,11 @@
 #include <string>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "hostkit/cache/sqlite/SQLiteCacheFailure.h"
 #include "vellora/Host/Cache.h"
 #include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Values/Date.h"
+#include "vellora/Platform/Values/Error.h"
 #include "vellora/Platform/Values/Export.h"
 #include "vellora/Platform/Values/Result.h"
 
@@ -38,15 +40,21 @@ class SQLiteStore;
 ///
 /// A loss of power may lose the last writes, never mix them. What is deleted is overwritten in the file.
 ///
+/// A cache knows whose it is when it is told so by `Options::owner`: it is then refused to every other owner.
+/// `destroy` deletes a cache with everything that belongs to it, such as at a sign-out.
+///
 /// Ownership: tables keep the file open for as long as anyone holds them, also without the cache.
 ///
 /// Threads: every call may come from any thread; they take turns. No lock is held while a filter is called.
 /// Several processes may use one file.
 ///
 /// Errors: `open` tells a `SQLiteCacheError`. After it, a write that fails (disk full, locked by another
-/// process) gives false, and a read that fails finds nothing.
+/// process) gives false, a read that fails finds nothing, and the observer is told of both.
 class VELLORA_EXPORT SQLiteCache final : public CorvaneSDK::Cache {
  public:
+  /// Told of each call that failed, on its thread, before it returns and while no lock is held.
+  using Observer = std::function<void(const SQLiteCacheFailure&)>;
+
   struct Options {
     /// Dates the rows and tells their age; called from any thread, while no lock is held.
     std::function<Date()> clock = now;
@@ -54,12 +62,29 @@ class VELLORA_EXPORT SQLiteCache final : public CorvaneSDK::Cache {
     /// How long a call waits for another process that holds the file. SQLite itself waits longer, 10 seconds
     /// at most, for one that was stopped (not killed) in the midst of writing the log's index.
     std::chrono::milliseconds busyTimeout{100};
+
+    /// Whose entries these are: a text that tells server and user, such as both names, or the server's
+    /// address and a token that is never renewed. A file that belongs to another owner is refused
+    /// (`otherOwner`); one that belongs to nobody becomes this owner's. The file keeps a keyed digest of the
+    /// text, not the text. Absent: every file is opened, and none is marked.
+    std::optional<std::string> owner = {};
+
+    Observer observer = {};
   };
 
   /// Opens the cache at `path`, or creates it: the file with mode 0600, missing folders with mode 0700.
   /// `path` is a plain path, resolved now.
   [[nodiscard]] static Result<std::shared_ptr<SQLiteCache>> open(const std::string& path, Options options);
   [[nodiscard]] static Result<std::shared_ptr<SQLiteCache>> open(const std::string& path);
+
+  /// Deletes the cache at `path` with all that belongs to it: its log, and what was set aside as damaged,
+  /// with its logs. What is not there needs no deletion. Gives the error, or no value when no byte of the
+  /// cache is left in the folder.
+  ///
+  /// While any program has the cache open, this one included, it is refused (`locked`) and nothing is
+  /// deleted: so nobody goes on to write what should be gone. Let go of the service, the cache and its tables
+  /// first. A file that is no cache is refused, too.
+  [[nodiscard]] static std::optional<Error> destroy(const std::string& path);
 
   ~SQLiteCache() override;
 

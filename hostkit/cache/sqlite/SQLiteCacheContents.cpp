@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "hostkit/cache/rows/LiveSpan.h"
+#include "hostkit/cache/sqlite/CachePath.h"
 #include "hostkit/cache/sqlite/SQLiteBlobs.h"
-#include "hostkit/cache/sqlite/SQLiteCacheFile.h"
 #include "hostkit/cache/sqlite/SQLiteDatabase.h"
 #include "hostkit/cache/sqlite/SQLiteFileMarks.h"
 #include "hostkit/cache/sqlite/SQLiteResultCodes.h"
@@ -83,7 +83,9 @@ void checkDatabase(SQLiteDatabase& database, SQLiteCacheContents& contents) {
 }  // namespace
 
 Result<SQLiteCacheContents> SQLiteCacheContents::read(const std::string& path, Date present) {
-  const std::string resolved = sqliteCacheFile::resolvedPath(path);
+  auto whole = cachePath::resolved(path);
+  if (!whole) return whole.error();
+  const std::string resolved = std::move(whole).value();
   if (auto error = refusal(resolved)) return *std::move(error);
   const auto [database, code] = SQLiteDatabase::openForReading(resolved, longestLockWait);
   if (database == nullptr) return errorForCode(resolved, code);

@@ -26,6 +26,8 @@ Words wordsFor(SQLiteCacheError::Reason reason) {
       return {"does not exist", "Choose the path of a cache that has been used."};
     case Reason::damaged:
       return {"is damaged", "The next program that uses it sets it aside and begins a new one."};
+    case Reason::otherOwner:
+      return {"was filled for another user or another server", "Choose another path, or delete that cache."};
     case Reason::failed:
       break;
   }

@@ -25,6 +25,7 @@ struct VELLORA_EXPORT SQLiteCacheError {
     absent,        ///< there is no such file, and none was to be created
     damaged,       ///< it is a cache of ours, but not whole, and was not to be replaced
     failed,        ///< the database reports another failure
+    otherOwner,    ///< it holds what belongs to another owner
   };
 
   Reason reason = Reason::failed;

@@ -3,11 +3,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <optional>
-#include <system_error>
 #include <utility>
 
+#include "hostkit/cache/sqlite/CachePath.h"
 #include "hostkit/cache/sqlite/FileNaming.h"
 #include "hostkit/cache/sqlite/FolderLock.h"
 #include "hostkit/cache/sqlite/FreshCacheFile.h"
@@ -24,14 +23,6 @@ namespace {
 using Milliseconds = std::chrono::milliseconds;
 using Connection = std::shared_ptr<SQLiteDatabase>;
 using Reason = SQLiteCacheError::Reason;
-
-/// Creates `folder` and what is missing above it, for its owner alone. What exists stays as it is. 0, or the
-/// `errno` of what went wrong.
-int createFolders(const std::filesystem::path& folder) {
-  if (folder.empty() || std::filesystem::is_directory(folder)) return 0;
-  if (const int number = createFolders(folder.parent_path())) return number;
-  return mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
-}
 
 /// What came of an attempt to open the file.
 enum class Outcome {
@@ -54,8 +45,8 @@ Attempt refused(Error error) {
   return {.outcome = Outcome::refused, .error = std::move(error)};
 }
 
-Attempt refused(const std::string& path, Reason reason) {
-  return refused(SQLiteCacheError{reason, path, ""});
+Attempt refused(const std::string& path, Reason reason, const std::string& detail = "") {
+  return refused(SQLiteCacheError{reason, path, detail});
 }
 
 Attempt unusable() {
@@ -77,7 +68,20 @@ Attempt openExisting(const std::string& path, Milliseconds busyTimeout) {
   return unusable();
 }
 
+/// What is there but may not be used, whatever is in it; absent where that may be looked at.
+std::optional<Attempt> refusalUnseen(const std::string& path) {
+  struct stat status {};
+  const int number = stat(path.c_str(), &status) == 0 ? 0 : errno;
+  if (number == EACCES) return refused(cachePath::folderError(path, number));
+  if (number == ENOENT && nameIsTaken(path))
+    return refused(path, Reason::unwritable, "it is a link that leads nowhere");
+  if (cachePath::isOfAnotherUser(path))
+    return refused(path, Reason::unwritable, "it belongs to another user");
+  return std::nullopt;
+}
+
 Attempt attempt(const std::string& path, Milliseconds busyTimeout) {
+  if (auto refusal = refusalUnseen(path)) return *std::move(refusal);
   switch (kindOfFile(path)) {
     case SQLiteFileKind::ours:
       return openExisting(path, busyTimeout);
@@ -118,36 +122,15 @@ Result<Connection> conclude(Attempt attempt, const std::string& path) {
   return Error(SQLiteCacheError{Reason::failed, path, "it is damaged again"});
 }
 
-bool isName(const std::string& path) {
-  return !path.empty() && path.find('\0') == std::string::npos;
-}
-
-std::string folderOf(const std::string& path) {
-  return std::filesystem::path(path).parent_path().string();
-}
-
-Error folderInUse(const std::string& path) {
-  return SQLiteCacheError{Reason::locked, path, "its folder is in use"};
-}
-
 }  // namespace
 
-std::string resolvedPath(const std::string& path) {
-  if (!isName(path)) return path;
-  std::error_code failure;
-  const auto absolute = std::filesystem::absolute(path, failure);
-  const auto canonical = std::filesystem::weakly_canonical(absolute, failure);
-  return failure ? absolute.string() : canonical.string();
-}
-
 Result<Connection> open(const std::string& path, Milliseconds busyTimeout) {
-  if (!isName(path)) return errorForErrno(path, EINVAL);
-  if (const int number = createFolders(folderOf(path))) return errorForErrno(path, number);
+  if (auto error = cachePath::createFolders(path)) return *std::move(error);
 
   Attempt found = attempt(path, busyTimeout);
   if (found.outcome != Outcome::unusable) return conclude(std::move(found), path);
-  const FolderLock lock(folderOf(path));
-  if (!lock.held()) return folderInUse(path);
+  const FolderLock lock(cachePath::folderOf(path));
+  if (!lock.held()) return lock.error(path);
   found = attempt(path, busyTimeout);  // another process may have been quicker
   if (found.outcome == Outcome::unusable) found = makeAnew(path, busyTimeout);
   return conclude(std::move(found), path);
@@ -155,8 +138,8 @@ Result<Connection> open(const std::string& path, Milliseconds busyTimeout) {
 
 Result<Connection> replace(Connection damaged, const std::string& path, Milliseconds busyTimeout) {
   damaged->leaveUntouchedOnClose();
-  const FolderLock lock(folderOf(path));
-  if (!lock.held()) return folderInUse(path);
+  const FolderLock lock(cachePath::folderOf(path));
+  if (!lock.held()) return lock.error(path);
   const bool stillThere = !damaged->moved();
   damaged.reset();
 

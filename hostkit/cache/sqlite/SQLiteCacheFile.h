@@ -19,6 +19,9 @@ namespace vellora::hostkit {
 /// zero bytes, which a loss of power leaves. A fresh file also takes the
 /// place of a file without any bytes.
 ///
+/// Whatever is in it, a file of another user is refused, who could read what is written there; so is a link
+/// that leads nowhere.
+///
 /// A fresh file is made as .vellora-making in the same folder and linked to its own name when it is complete,
 /// so that no crash can leave half a file that would be refused ever after. What a crash or a loss of power
 /// left there is removed; what was never ours is left alone, and no fresh file can be made until it is moved
@@ -27,10 +30,6 @@ namespace vellora::hostkit {
 ///
 /// Errors: `SQLiteCacheError`.
 namespace sqliteCacheFile {
-
-/// The absolute path of the file that `path` leads to, so that renaming concerns the file and not a link to
-/// it, and a later change of the working folder nothing.
-[[nodiscard]] std::string resolvedPath(const std::string& path);
 
 /// Opens the cache at the resolved `path`, creating or replacing what must be.
 [[nodiscard]] Result<std::shared_ptr<SQLiteDatabase>> open(const std::string& path,

@@ -18,6 +18,7 @@ namespace vellora::hostkit {
 namespace {
 
 using CorvaneSDK::Table;
+using Access = SQLiteStore::Access;
 using Kind = SQLiteTransaction::Kind;
 
 /// Records the table unless that has been done.
@@ -31,7 +32,8 @@ std::shared_ptr<SQLiteCacheTable> SQLiteCacheTable::open(std::shared_ptr<SQLiteS
                                                          const std::string& tableKey) {
   std::optional<Table::MaxAge> maxAge;
   store->perform(
-      [&maxAge, &tableKey](SQLiteDatabase& database) { maxAge = sqliteTables::maxAge(database, tableKey); });
+      [&maxAge, &tableKey](SQLiteDatabase& database) { maxAge = sqliteTables::maxAge(database, tableKey); },
+      Access::reading);
   if (!maxAge) return nullptr;
   return std::make_shared<SQLiteCacheTable>(std::move(store), Table::emptyWithKey(tableKey, *maxAge));
 }
@@ -66,11 +68,12 @@ std::vector<CorvaneSDK::Row> SQLiteCacheTable::fetch(const CorvaneSDK::Query& qu
 /// has a new sequence, and stays.
 bool SQLiteCacheTable::purge(const CorvaneSDK::RowFilter& rowsInFilter) {
   std::vector<sqliteRows::Header> doomed;
-  const bool read = store_->perform([&](SQLiteDatabase& database) {
+  const auto readHeaders = [&](SQLiteDatabase& database) {
     SQLiteTransaction transaction(database, Kind::reading);
     doomed = sqliteRows::readHeaders(database, table_.key(), rowsInFilter);
     transaction.commit();
-  });
+  };
+  const bool read = store_->perform(readHeaders, Access::reading);
   if (!read) return false;
   // A row that cannot be read is of no use to anyone.
   std::erase_if(doomed,
@@ -102,11 +105,12 @@ StoredRows SQLiteCacheTable::rowsFor(const CorvaneSDK::Query& query) {
   const LiveSpan live(store_->date(), table_.maxAge());
   const CorvaneSDK::Meta* pairs = query.filter() ? indexablePairs(*query.filter()) : nullptr;
   StoredRows rows;
-  const bool read = store_->perform([&](SQLiteDatabase& database) {
+  const auto readRows = [&](SQLiteDatabase& database) {
     SQLiteTransaction transaction(database, Kind::reading);
     rows = sqliteRows::read(database, table_.key(), live, pairs);
     transaction.commit();
-  });
+  };
+  const bool read = store_->perform(readRows, Access::reading);
   return read ? selectedRows(std::move(rows), query) : StoredRows();
 }
 

@@ -150,6 +150,10 @@ void SQLiteDatabase::setHeaderNumber(const std::string& name, std::uint32_t numb
   note(sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, nullptr));
 }
 
+void SQLiteDatabase::rollBack() noexcept {
+  sqlite3_exec(handle_, "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
 void SQLiteDatabase::noteDamage() {
   note(SQLITE_CORRUPT_INDEX);
 }

@@ -51,6 +51,10 @@ class SQLiteDatabase {
   /// Sets a number of the file's header that SQLite keeps under `name`, such as "user_version".
   void setHeaderNumber(const std::string& name, std::uint32_t number);
 
+  /// Undoes the transaction that is open. Allocates nothing of its own and tells of no failure, since it runs
+  /// where nothing may be thrown.
+  void rollBack() noexcept;
+
   /// Remembers SQLite's result code `code` if it is the first failure.
   void note(int code) { failure_.note(code); }
 

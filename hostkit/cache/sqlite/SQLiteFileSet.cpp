@@ -6,7 +6,10 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
+#include <vector>
 
 #include "hostkit/cache/sqlite/FileNaming.h"
 
@@ -20,11 +23,43 @@ std::string companion(const std::string& path, std::string_view suffix) {
   return path + std::string(suffix);
 }
 
+constexpr std::string_view asideMark = ".damaged-";
+
+/// Whether `name` is of a file that was set aside from the one named `base`, or of a companion of such a
+/// file.
+bool wasSetAside(std::string_view name, const std::string& base) {
+  if (!name.starts_with(base + std::string(asideMark))) return false;
+  name.remove_prefix(base.size() + asideMark.size());
+  const auto digits = std::min(name.find_first_not_of("0123456789"), name.size());
+  const std::string_view suffix = name.substr(digits);
+  return digits > 0 &&
+         (suffix.empty() || std::find(companions.begin(), companions.end(), suffix) != companions.end());
+}
+
+/// The paths of all files that were set aside from `path`; `number` is the `errno` of what went wrong.
+std::vector<std::string> allSetAside(const std::string& path, int& number) {
+  const std::filesystem::path file(path);
+  std::vector<std::string> found;
+  std::error_code failure;
+  std::filesystem::directory_iterator next(file.parent_path(), failure);
+  for (; !failure && next != std::filesystem::directory_iterator(); next.increment(failure)) {
+    if (wasSetAside(next->path().filename().string(), file.filename().string()))
+      found.push_back(next->path().string());
+  }
+  number = failure.value();
+  return found;
+}
+
+/// 0, or the `errno` of what went wrong. What is not there is removed.
+int removeFile(const std::string& path) {
+  return unlink(path.c_str()) == 0 || errno == ENOENT ? 0 : errno;
+}
+
 std::string nextFreeName(const std::string& path) {
   std::string target;
   int number = 0;
   do {
-    target = path + ".damaged-" + std::to_string(++number);
+    target = path + std::string(asideMark) + std::to_string(++number);
   } while (nameIsTaken(target) || hasCompanions(target));
   return target;
 }
@@ -49,6 +84,15 @@ int setAside(const std::string& path) {
 void remove(const std::string& path) {
   for (const auto suffix : companions) unlink(companion(path, suffix).c_str());
   unlink(path.c_str());
+}
+
+int removeAll(const std::string& path) {
+  int number = 0;
+  std::vector<std::string> doomed = allSetAside(path, number);
+  for (const auto suffix : companions) doomed.push_back(companion(path, suffix));
+  doomed.push_back(path);
+  for (auto next = doomed.begin(); next != doomed.end() && number == 0; ++next) number = removeFile(*next);
+  return number;
 }
 
 }  // namespace vellora::hostkit::sqliteFileSet

@@ -19,6 +19,10 @@ namespace sqliteFileSet {
 /// killed in between, the file still stands there and tells that its companions are ours.
 void remove(const std::string& path);
 
+/// Removes the file, if there is one, its companions, and every set of files that `setAside` made of it. The
+/// file goes last. 0, or the `errno` of what went wrong.
+[[nodiscard]] int removeAll(const std::string& path);
+
 }  // namespace sqliteFileSet
 
 }  // namespace vellora::hostkit

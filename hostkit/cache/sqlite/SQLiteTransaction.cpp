@@ -8,12 +8,7 @@ SQLiteTransaction::SQLiteTransaction(SQLiteDatabase& database, Kind kind) : data
 }
 
 SQLiteTransaction::~SQLiteTransaction() {
-  if (!database_.inTransaction()) return;
-  const int failure = database_.failure();
-  database_.clearFailure();
-  database_.run("ROLLBACK");
-  database_.clearFailure();
-  database_.note(failure);
+  if (database_.inTransaction()) database_.rollBack();
 }
 
 void SQLiteTransaction::commit() {

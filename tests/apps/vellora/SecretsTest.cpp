@@ -1,7 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -9,6 +13,7 @@
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TokenCanary.h"
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::command {
 namespace {
@@ -33,6 +38,20 @@ class SecretsTest : public testing::Test {
             "--log-file",   folder.file("log"),
             "--wait",       "0.5",
             "names",        "Account"};
+  }
+
+  /// Another lookup at the server that is there.
+  ChildProcess::Ended lookUp(const std::vector<std::string>& words) const {
+    auto all = arguments(server.url());
+    all.erase(all.end() - 2, all.end());
+    all.insert(all.end(), words.begin(), words.end());
+    return ChildProcess::run(
+        VELLORA, all, {.input = canary.token() + "\n", .environment = {{"HOME", folder.path().string()}}});
+  }
+
+  [[nodiscard]] std::string log() const {
+    std::ifstream stream(folder.file("log"), std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
   }
 
   ChildProcess::Ended run(const std::string& address) const {
@@ -77,6 +96,50 @@ TEST_F(SecretsTest, TheTokenIsNowhereWhateverTheServerDoes) {
   }
   EXPECT_EQ(elsewhere.connections(), 0U);
   EXPECT_THAT(server.requests(), Each(HasSubstr("Authorization: Bearer " + token + "\r\n")));
+}
+
+/// `text` with a dot behind each character.
+std::string scattered(std::string_view text) {
+  std::string all;
+  for (const char character : text) all.append(1, character).append(".");
+  return all;
+}
+
+std::string quoted(const std::string& text) {
+  return std::string(json::encode(text).value().view());
+}
+
+TEST_F(SecretsTest, TheTokenSentBackInAnyFormIsInNoLogLine) {
+  const std::string token = canary.token();
+  for (const std::string& form : {token, token.substr(5, 8), std::string(token.rbegin(), token.rend()),
+                                  scattered(token), canary.traces()[2], canary.traces()[4]}) {
+    SCOPED_TRACE(form);
+    const std::string name = quoted(form);
+    server.replyAlways(ScriptedServer::http(
+        "200 OK", R"({"sobjects":[{"keyPrefix":"001","createable":true,"labelPlural":"","name":)" + name +
+                      ",\"label\":" + name + R"(}],"themeItems":[{"colors":[],"icons":[],"name":)" + name +
+                      "}]}"));
+    const auto ended = lookUp({"ids", "001000000000001"});
+    EXPECT_EQ(ended.exitCode, 0) << ended.err;
+    EXPECT_FALSE(canary.isIn(ended.err)) << ended.err;
+    EXPECT_THAT(log(), HasSubstr("themes(for:): name: [token]"));
+    EXPECT_FALSE(canary.isIn(log())) << log();
+    std::filesystem::remove(folder.file("log"));
+    std::filesystem::remove(folder.file("cache.sqlite"));
+  }
+}
+
+TEST_F(SecretsTest, TheTokenSentBackAsAKeyIsInNoErrorText) {
+  const std::string token = canary.token();
+  for (const std::string& form : {token, token.substr(5, 8), std::string(token.rbegin(), token.rend()),
+                                  scattered(token.substr(0, 30))}) {
+    SCOPED_TRACE(form);
+    server.replyAlways(ScriptedServer::http("200 OK", "{" + quoted(form) + ":7}"));
+    const auto ended = lookUp({"compact-layouts", "Account"});
+    EXPECT_EQ(ended.exitCode, 5);
+    EXPECT_THAT(ended.err, HasSubstr("[token]"));
+    expectNowhere(ended);
+  }
 }
 
 TEST_F(SecretsTest, TheTokenIsNoArgumentOfTheRunningCommand) {

@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <stdexcept>
 #include <string>
 
 #include "hostkit/cache/ArchiveWriter.h"
 #include "tests/hostkit/cache/SampleArchive.h"
+#include "vellora/DataServices/FetchTime.h"
 #include "vellora/Platform/Json/DecodingError.h"
 
 namespace vellora::hostkit::tests {
@@ -54,7 +56,50 @@ TEST(ArchiveReaderTest, RefusesWhatIsNoArchive) {
 }
 
 TEST(ArchiveReaderTest, RefusesANewerVersion) {
-  EXPECT_EQ(reasonAfter("\"version\":1", "\"version\":2"), Reason::newerVersion);
+  EXPECT_EQ(reasonAfter("\"version\":1", "\"version\":3"), Reason::newerVersion);
+}
+
+TEST(ArchiveReaderTest, RefusesAVersionThatNeverWas) {
+  EXPECT_EQ(reasonAfter("\"version\":1", "\"version\":0"), Reason::damaged);
+  EXPECT_EQ(reasonAfter("\"version\":1", "\"version\":-1"), Reason::damaged);
+}
+
+TEST(ArchiveReaderTest, RefusesAFetchTimeThatIsNoNumber) {
+  for (const double none : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
+    for (const auto key : {sObjectsFetchTimeKey, themesFetchTimeKey}) {
+      const CacheArchive archive{.blobs = {{.key = std::string(key), .data = fetchTimeStamp(none)}},
+                                 .tables = {}};
+      EXPECT_EQ(reasonOfRefusal(std::string(writtenArchive(archive).value().view())), Reason::damaged)
+          << none;
+    }
+  }
+}
+
+TEST(ArchiveReaderTest, EveryKeySurvivesTheTextWhateverItsBytes) {
+  const std::string bytes("\0\xFF", 2);
+  const CacheArchive archive{
+      .blobs = {{.key = bytes, .data = Data("1")}},
+      .tables = {{.key = bytes,
+                  .rows = {{.meta = {{"name", bytes}}, .dataKey = std::nullopt, .data = Data("1")},
+                           {.meta = {{bytes, "value"}}, .dataKey = bytes, .data = Data(bytes)},
+                           {.meta = {{"name", "x"}}, .dataKey = bytes, .data = Data("2")}}}}};
+  const auto read = readArchive(writtenArchive(archive).value());
+  ASSERT_TRUE(read) << read.error().localizedDescription();
+  EXPECT_EQ(read.value(), archive);
+}
+
+TEST(ArchiveReaderTest, RefusesDigitsThatAreNone) {
+  const CacheArchive archive{
+      .blobs = {{.key = "\xFF", .data = Data("1")}},
+      .tables = {{.key = "t", .rows = {{.meta = {{"\xFE", "v"}}, .dataKey = "\xFD", .data = Data("1")}}}}};
+  const std::string text(writtenArchive(archive).value().view());
+  for (const std::string digits : {"\"ff\"", "\"fd\"", "\"313afe"}) {
+    std::string changed = text;
+    const auto place = changed.find(digits);
+    ASSERT_NE(place, std::string::npos) << digits << " is not in " << text;
+    changed[place + 1] = 'g';
+    EXPECT_EQ(reasonOfRefusal(changed), Reason::damaged) << digits;
+  }
 }
 
 TEST(ArchiveReaderTest, RefusesWhatDoesNotFitItsChecksum) {

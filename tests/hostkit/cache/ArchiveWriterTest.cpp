@@ -27,8 +27,10 @@ TEST(ArchiveWriterTest, EachEntryIsALineOfItsOwn) {
   EXPECT_EQ(std::count(text.view().begin(), text.view().end(), '\n'), 6);
 }
 
-TEST(ArchiveWriterTest, AKeyThatIsNoTextCannotBeWritten) {
-  EXPECT_FALSE(writtenArchive({.blobs = {{.key = "\xFF", .data = Data("1")}}, .tables = {}}));
+TEST(ArchiveWriterTest, AKeyThatIsNoTextIsWrittenInDigitsUnderTheSecondVersion) {
+  const auto text = writtenArchive({.blobs = {{.key = "\xFF", .data = Data("1")}}, .tables = {}}).value();
+  EXPECT_THAT(std::string(text.view()), testing::StartsWith(R"({"format":"vellora-cache","version":2,)"));
+  EXPECT_THAT(std::string(text.view()), HasSubstr(R"({"key":"","keyHex":"ff","data":{"text":"1"}})"));
 }
 
 }  // namespace

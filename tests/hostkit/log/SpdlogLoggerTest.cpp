@@ -1,8 +1,12 @@
 #include "hostkit/log/SpdlogLogger.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -71,6 +75,15 @@ TEST_F(SpdlogLoggerTest, OneMessageIsOneLine) {
   EXPECT_THAT(lines()[0], testing::EndsWith(" info forged\\n2026-01-01T00:00:00.000Z error line\\x1b[2J"));
 }
 
+TEST_F(SpdlogLoggerTest, CutsAMessageThatIsLongerThanAnybodyReads) {
+  const std::string longest(SpdlogLogger::longestMessage, 'k');
+  open(Level::info)->log(longest, LogLevel::info);
+  open(Level::info)->log(longest.substr(1) + "é" + std::string(10'000'000, 'k'), LogLevel::info);
+  ASSERT_EQ(lines().size(), 2U);
+  EXPECT_THAT(lines()[0], testing::EndsWith(" info " + longest));
+  EXPECT_THAT(lines()[1], testing::EndsWith(" info " + longest.substr(1) + "… (10065537 bytes in all)"));
+}
+
 TEST_F(SpdlogLoggerTest, TakesBracesForText) {
   open(Level::info)->log("{} {0} %v", LogLevel::info);
   EXPECT_THAT(lines(), ElementsAre(testing::EndsWith(" info {} {0} %v")));
@@ -96,6 +109,35 @@ TEST_F(SpdlogLoggerTest, TellsAFileThatCannotBeWritten) {
                                                        "Choose a path in a folder that you may write to.");
   EXPECT_FALSE(SpdlogLogger::toFile(folder.path().string(), Level::info).hasValue());
   EXPECT_FALSE(SpdlogLogger::toFile(std::string("a\0b", 3), Level::info).hasValue());
+}
+
+TEST_F(SpdlogLoggerTest, TellsAPipeThatNobodyReads) {
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  const auto opened = SpdlogLogger::toFile(path, Level::info);
+  ASSERT_FALSE(opened.hasValue());
+  EXPECT_THAT(opened.error().localizedDescription(),
+              testing::HasSubstr("(it is a pipe that nobody reads from, or a socket)"));
+}
+
+TEST_F(SpdlogLoggerTest, WritesToAPipeThatSomebodyReads) {
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  ASSERT_GE(reader, 0);
+  const auto logger = open(Level::info);
+  logger->log("first", LogLevel::info);
+  std::string line(100, '\0');
+  const auto count = ::read(reader, line.data(), line.size());
+  ::close(reader);
+  ASSERT_GT(count, 0);
+  line.resize(static_cast<std::size_t>(count));
+  EXPECT_THAT(line, testing::EndsWith(" info first\n"));
+}
+
+TEST_F(SpdlogLoggerTest, DropsALineThatCannotBeWritten) {
+  testing::internal::CaptureStderr();
+  const auto logger = SpdlogLogger::toFile("/dev/full", Level::info).value();
+  EXPECT_NO_THROW(logger->log("first", LogLevel::info));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(SpdlogLoggerTest, WritesToStandardError) {

@@ -95,6 +95,24 @@ TEST_F(CoalescingNetworkTest, DifferentRequestsAreNotShared) {
   EXPECT_EQ(answers, Texts{"query: x"});
 }
 
+TEST_F(CoalescingNetworkTest, ARequestWithAnotherCredentialIsNotJoinedToAnOlderOne) {
+  std::string token = "old";
+  CoalescingNetwork coalescing(wire, [&] { return token; });
+  wire->answer("/theme",
+               {StubNetwork::body("for the old one").held(), StubNetwork::body("for the new one").held()});
+  Texts bodies;
+  const auto keep = [&](const auto& data, auto, auto) { bodies.emplace_back(data->view()); };
+  coalescing.sendRequest(get("/theme"), keep);
+  token = "new";
+  coalescing.sendRequest(get("/theme"), keep);
+  coalescing.sendRequest(get("/theme"), keep);
+  token = "old";
+  coalescing.sendRequest(get("/theme"), keep);
+  EXPECT_EQ(wire->count(), 2U);
+  wire->releaseAll();
+  EXPECT_EQ(bodies, (Texts{"for the old one", "for the old one", "for the new one", "for the new one"}));
+}
+
 TEST_F(CoalescingNetworkTest, WhatIsNoPlainGetIsNotShared) {
   wire->answerPrefix("/", StubNetwork::body("x").held());
   URLRequest posting = get("/theme").base();

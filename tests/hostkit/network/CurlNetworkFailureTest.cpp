@@ -32,6 +32,48 @@ using tests::send;
 
 using CurlNetworkFailureTest = CurlNetworkFixture;
 
+TEST_F(CurlNetworkFailureTest, AStatusThatIsNoSuccessIsAnErrorWithTheServersOwnWords) {
+  const auto textFor = [this](const std::string& status, const std::string& body) {
+    server.reply(ScriptedServer::http(status, body));
+    const NetworkAnswer answer = ask("/services/data/v50.0/theme?q=1");
+    expectError(answer, Kind::errorStatus);
+    EXPECT_EQ(answer.errorAs<CurlNetworkError>()->statusCode, std::stoi(status));
+    return answer.error->localizedDescription();
+  };
+  const std::string path = "/services/data/v50.0/theme";
+  EXPECT_EQ(textFor("401 Unauthorized", R"([{"message":"A valid bearer token is required.","code":"X"}])"),
+            "401 for " + path + ": A valid bearer token is required.");
+  EXPECT_EQ(textFor("503 Service Unavailable", "<html>busy</html>"),
+            "503 for " + path + ": Service Unavailable");
+  EXPECT_EQ(textFor("304 Not Modified", ""), "304 for " + path + ": Not Modified");
+  EXPECT_EQ(textFor("500 ", ""), "500 for " + path);
+}
+
+TEST_F(CurlNetworkFailureTest, TheServersWordsAreCleanedAndCut) {
+  server.reply(ScriptedServer::http("400 Bad Request",
+                                    R"([{"message":"one\nline, no )" + canary + R"( in it\u001b[31m"}])"));
+  const NetworkAnswer cleaned = ask("/theme");
+  expectError(cleaned, Kind::errorStatus);
+  EXPECT_THAT(cleaned.error->localizedDescription(),
+              AllOf(StartsWith("400 for /theme: one"), HasSubstr("[token]"), Not(HasSubstr("\x1b"))));
+
+  server.reply(ScriptedServer::http("400 Bad Request", R"({"message":")" + std::string(9000, 'x') + "\"}"));
+  EXPECT_EQ(ask("/theme").error->localizedDescription(),
+            "400 for /theme: " + std::string(199, 'x') + "\u2026");
+}
+
+TEST_F(CurlNetworkFailureTest, OneRequestTooManyForTheQueueFails) {
+  remake({.server = server.url(), .maxWaiting = 1});
+  std::vector<std::future<NetworkAnswer>> underWay;  // as many as the network has under way at once
+  for (int i = 0; i < 8; ++i) {
+    underWay.push_back(send(*network, get("/silent")));
+    ASSERT_TRUE(server.waitForRequests(underWay.size()));
+  }
+  const auto waiting = send(*network, get("/silent"));
+  expectError(ask("/silent"), Kind::tooManyRequests);
+  EXPECT_EQ(waiting.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+}
+
 TEST_F(CurlNetworkFailureTest, HalfAHeadIsAnError) {
   server.reply({"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nX-Ha", Then::close});
   expectError(ask("/theme"), Kind::connectionLost);
@@ -98,7 +140,7 @@ TEST_F(CurlNetworkFailureTest, TheRequestsTimeCoversASlowBody) {
   expectError(ask("/theme", 0.2), Kind::timedOut);
 }
 
-TEST_F(CurlNetworkFailureTest, TheRequestsTimeCoversWaitingForAConnection) {
+TEST_F(CurlNetworkFailureTest, WithoutAnyAnswerARequestWaitsForAConnectionNoLongerThanItsTime) {
   std::vector<std::future<NetworkAnswer>> patient;  // as many as the network has under way at once
   for (int i = 0; i < 8; ++i) patient.push_back(send(*network, get("/silent")));
   std::vector<std::future<NetworkAnswer>> answers;
@@ -130,6 +172,29 @@ TEST_F(CurlNetworkFailureTest, ABodyOverTheLimitIsAnError) {
   expectError(answer, Kind::tooLarge);
   EXPECT_EQ(answer.error->localizedDescription(), "too large a body from " + server.hostAndPort() +
                                                       "/theme: raise the limit on bodies if it is right");
+}
+
+TEST_F(CurlNetworkFailureTest, AHeadTooLargeSaysSo) {
+  const std::string text = "too large a head from " + server.hostAndPort() + "/theme: check the server";
+  const std::string okHead = "HTTP/1.1 200 OK\r\n";
+  server.reply({okHead + "X-Long: " + std::string(400'000, 'x')});
+  server.reply({okHead, Then::flood, "X-Line: more\r\n"});
+  server.reply({"HTTP/1.1 103 Early Hints\r\n\r\n", Then::flood, "HTTP/1.1 103 Early Hints\r\n\r\n"});
+  server.reply({okHead + "Transfer-Encoding: chunked\r\n\r\n0\r\n", Then::flood, "X-Trailer: more\r\n"});
+  for (int each = 0; each < 4; ++each) {
+    const NetworkAnswer answer = ask("/theme");
+    expectError(answer, Kind::tooLarge);
+    EXPECT_EQ(answer.error->localizedDescription(), text) << each;
+  }
+}
+
+TEST_F(CurlNetworkFailureTest, ABodyOfTooManyValuesIsAnErrorUnlessTheyAreAllowed) {
+  std::string zeros = "[0";
+  for (int i = 0; i < 1'000'000; ++i) zeros += ",0";
+  server.replyAlways(ScriptedServer::http("200 OK", zeros + "]"));
+  expectError(ask("/theme"), Kind::tooManyValues);
+  remake({.server = server.url(), .maxBodyValues = 2'000'000});
+  EXPECT_EQ(ask("/theme").data->size(), zeros.size() + 1);
 }
 
 TEST_F(CurlNetworkFailureTest, CountsTheBodyUnpacked) {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <future>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
+#include "testkit/HostileTricks.h"
 #include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
@@ -25,101 +27,42 @@ using Kind = CurlNetworkError::Kind;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
+using testkit::HostileTrick;
+using testkit::hostileTricks;
 using tests::get;
 using tests::longestWait;
 using tests::NetworkAnswer;
 using tests::ScriptedServer;
 using tests::TlsServer;
 using tests::TokenCanary;
+using Promise = HostileTrick::Promise;
 using Then = ScriptedServer::Then;
 
 constexpr std::size_t maxBodyBytes = 1000;
 
-/// Something that a server does instead of answering properly, and what a client is told of it.
-struct ServerFault {
-  const char* name;
-  ScriptedServer::Reply reply;
-  Kind kind;
-  double timeout = 60;  // seconds
-};
-
-using ServerFaults = std::vector<ServerFault>;
-
 constexpr double soon = 0.05;  // seconds
 
-const std::string okHead = "HTTP/1.1 200 OK\r\n";
-const std::string tenPromised = okHead + "Content-Length: 10\r\n\r\nhalf";
-const std::string chunked = okHead + "Transfer-Encoding: chunked\r\n\r\n";
-
-ServerFaults brokenConnections() {
-  const auto lost = [](const char* name, const std::string& bytes, Then then) {
-    return ServerFault{.name = name, .reply = {.bytes = bytes, .then = then}, .kind = Kind::connectionLost};
-  };
-  return {
-      lost("closes", "", Then::close),
-      lost("resets", "", Then::reset),
-      lost("half a head, closed", okHead + "Content-Le", Then::close),
-      lost("half a head, reset", okHead + "Content-Le", Then::reset),
-      lost("half a body, closed", tenPromised, Then::close),
-      lost("half a body, reset", tenPromised, Then::reset),
-      lost("half a chunk, closed", chunked + "8\r\nhalf", Then::close),
-      lost("no last chunk, closed", chunked + "4\r\nhalf\r\n", Then::close),
-  };
-}
-
-ServerFaults slowAnswers() {
-  const auto slow = [](const char* name, const std::string& bytes, Then then) {
-    return ServerFault{
-        .name = name, .reply = {.bytes = bytes, .then = then}, .kind = Kind::timedOut, .timeout = soon};
-  };
-  return {
-      slow("stops in the body", tenPromised, Then::keepOpen),
-      slow("trickles", okHead + "Content-Length: 900\r\n\r\n", Then::trickle),
-      slow("says nothing", "", Then::keepOpen),
-  };
-}
-
-/// `token` stands for the token that the client has sent.
-ServerFaults wrongAnswers(const std::string& token) {
-  const std::string twice(2 * maxBodyBytes, 'x');
-  const auto packed = [](const std::string& body, const std::string& encoding) {
-    return ScriptedServer::http("200 OK", body, {"Content-Encoding: " + encoding});
-  };
-  return {
-      {.name = "too large a body", .reply = ScriptedServer::http("200 OK", twice), .kind = Kind::tooLarge},
-      {.name = "endless chunks", .reply = {.bytes = chunked + "fffff\r\n" + twice}, .kind = Kind::tooLarge},
-      {.name = "no HTTP",
-       .reply = {.bytes = token + "\r\n\r\n", .then = Then::close},
-       .kind = Kind::protocol},
-      {.name = "broken packing", .reply = packed(token, "gzip"), .kind = Kind::protocol},
-      {.name = "strange packing", .reply = packed("x", token), .kind = Kind::protocol},
-  };
-}
-
-/// `elsewhere` stands for the address of a server that must never be asked.
-ServerFaults redirects(const std::string& elsewhere, const std::string& token) {
-  const auto refused = [](const char* name, const std::string& location) {
-    return ServerFault{.name = name,
-                       .reply = ScriptedServer::http("302 Found", "", {"Location: " + location}),
-                       .kind = Kind::refusedRedirect};
-  };
-  return {
-      refused("another server", "http://" + elsewhere + "/theme"),
-      refused("another server with TLS", "https://" + elsewhere + "/theme"),
-      refused("another server, same scheme", "//" + elsewhere + "/theme?t=" + token),
-      refused("another protocol", "ftp://" + elsewhere + "/theme"),
-      refused("a file", "file:///etc/hostname"),
-      refused("the token as a server", "http://a:" + token + "@" + elsewhere),
-  };
-}
-
-ServerFaults serverFaults(const std::string& elsewhere, const std::string& token) {
-  ServerFaults all;
-  for (const ServerFaults& some :
-       {brokenConnections(), slowAnswers(), wrongAnswers(token), redirects(elsewhere, token)}) {
-    all.insert(all.end(), some.begin(), some.end());
+/// What a request's completion is told of a trick that leaves it without an answer.
+Kind kindOf(const HostileTrick& trick) {
+  const std::map<std::string, Kind> exceptions{
+      {"broken packing", Kind::protocol}, {"strange packing", Kind::protocol}, {"no HTTP", Kind::protocol}};
+  if (const auto exception = exceptions.find(trick.name); exception != exceptions.end()) {
+    return exception->second;
   }
-  return all;
+  switch (trick.promise) {
+    case Promise::inTime:
+      return Kind::timedOut;
+    case Promise::staysHere:
+      return Kind::refusedRedirect;
+    case Promise::boundedMemory:
+      return Kind::tooLarge;
+    default:
+      return Kind::connectionLost;
+  }
+}
+
+double timeoutFor(const HostileTrick& trick) {
+  return trick.promise == Promise::inTime ? soon : 60;
 }
 
 /// A network whose server does what it is told, with TLS or without, and that watches where its token gets
@@ -169,24 +112,36 @@ class CurlNetworkFaultTest : public testing::TestWithParam<bool> {
     EXPECT_FALSE(canary.isIn(error->text)) << error->text;
   }
 
-  void meet(const ServerFault& fault) {
-    SCOPED_TRACE(fault.name);
-    server.replyAlways(fault.reply);
-    expectError(send(fault.timeout), fault.kind);
+  void play(const HostileTrick& trick, const std::string& rightBody) {
+    server.replyBy([&trick, rightBody, this](const auto& request) {
+      return trick.reply({request, rightBody, elsewhere.hostAndPort()});
+    });
+  }
+
+  void expectRight(std::future<NetworkAnswer> pending, const std::string& body) {
+    ASSERT_EQ(pending.wait_for(longestWait), std::future_status::ready);
+    const NetworkAnswer answer = pending.get();
+    EXPECT_EQ(answer.body(), body) << (answer.error ? answer.error->localizedDescription() : "");
+  }
+
+  void meet(const HostileTrick& trick) {
+    SCOPED_TRACE(trick.name);
+    const std::string rightBody = "right for number " + std::to_string(sent);
+    play(trick, rightBody);
+    if (trick.isAnswered) return expectRight(send(), rightBody);
+    expectError(send(timeoutFor(trick)), kindOf(trick));
   }
 
   void expectARightAnswer() {
     server.replyAlways(ScriptedServer::http("200 OK", "right"));
-    auto pending = send();
-    ASSERT_EQ(pending.wait_for(longestWait), std::future_status::ready);
-    EXPECT_EQ(pending.get().body(), "right");
+    expectRight(send(), "right");
   }
 
   std::mutex mutex;
   const TokenCanary canary;
   ScriptedServer server;
   ScriptedServer elsewhere;
-  const ServerFaults faults = serverFaults(elsewhere.hostAndPort(), canary.token());
+  const std::vector<HostileTrick> tricks = hostileTricks(maxBodyBytes);
   std::unique_ptr<TlsServer> tls;
   std::shared_ptr<CurlNetwork> network;
   std::vector<std::string> texts;  // under mutex: of all errors
@@ -197,22 +152,23 @@ class CurlNetworkFaultTest : public testing::TestWithParam<bool> {
 INSTANTIATE_TEST_SUITE_P(, CurlNetworkFaultTest, testing::Bool(),
                          [](const auto& withTls) { return withTls.param ? "WithTls" : "WithoutTls"; });
 
-TEST_P(CurlNetworkFaultTest, EachIsOneClearErrorAndTheNextAnswerIsRight) {
-  for (const ServerFault& fault : faults) {
-    meet(fault);
+TEST_P(CurlNetworkFaultTest, EachIsOneClearErrorOrTheRightAnswerAndTheNextAnswerIsRight) {
+  for (const HostileTrick& trick : tricks) {
+    meet(trick);
+    SCOPED_TRACE(trick.name);
     expectARightAnswer();
   }
 }
 
-// With TLS a pair shares no connection, hence nothing.
+// With TLS a pair shares no connection, hence nothing, unless both are answered.
 using CurlNetworkFaultPairTest = CurlNetworkFaultTest;
 INSTANTIATE_TEST_SUITE_P(, CurlNetworkFaultPairTest, testing::Values(false));
 
-TEST_P(CurlNetworkFaultPairTest, OneAfterAnotherInAnyOrderAreTheSameErrors) {
-  for (const ServerFault& first : faults) {
-    if (first.kind == Kind::timedOut) continue;  // they leave nothing behind, and take their time
-    for (const ServerFault& second : faults) {
-      if (second.kind == Kind::timedOut) continue;
+TEST_P(CurlNetworkFaultPairTest, OneAfterAnotherInAnyOrderAreTheSame) {
+  for (const HostileTrick& first : tricks) {
+    if (first.promise == Promise::inTime) continue;  // they leave nothing behind, and take their time
+    for (const HostileTrick& second : tricks) {
+      if (second.promise == Promise::inTime) continue;
       SCOPED_TRACE(first.name);
       meet(first);
       meet(second);
@@ -221,13 +177,30 @@ TEST_P(CurlNetworkFaultPairTest, OneAfterAnotherInAnyOrderAreTheSameErrors) {
   }
 }
 
-TEST_P(CurlNetworkFaultTest, ManyAtOnceAreAnErrorForEachRequest) {
-  for (const ServerFault& fault : faults) {
-    SCOPED_TRACE(fault.name);
-    server.replyAlways(fault.reply);
+TEST_P(CurlNetworkFaultTest, ThoseThatAreAnsweredInAnyOrderAreTheSame) {
+  for (const HostileTrick& first : tricks) {
+    for (const HostileTrick& second : tricks) {
+      if (!first.isAnswered || !second.isAnswered) continue;
+      SCOPED_TRACE(first.name);
+      meet(first);
+      meet(second);
+    }
+  }
+}
+
+TEST_P(CurlNetworkFaultTest, ManyAtOnceAreTheSameForEachRequest) {
+  for (const HostileTrick& trick : tricks) {
+    SCOPED_TRACE(trick.name);
+    play(trick, "right");
     std::vector<std::future<NetworkAnswer>> pending;
-    for (int i = 0; i < 10; ++i) pending.push_back(send(fault.timeout));
-    for (auto& each : pending) expectError(std::move(each), fault.kind);
+    for (int i = 0; i < 10; ++i) pending.push_back(send(timeoutFor(trick)));
+    for (auto& each : pending) {
+      if (trick.isAnswered) {
+        expectRight(std::move(each), "right");
+      } else {
+        expectError(std::move(each), kindOf(trick));
+      }
+    }
   }
 }
 

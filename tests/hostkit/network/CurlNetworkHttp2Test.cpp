@@ -48,10 +48,17 @@ TEST_F(CurlNetworkHttp2Test, DeliversBodyAndStatusAndSendsTheToken) {
                                    HasSubstr("accept-encoding: gzip\n")));
 }
 
-TEST_F(CurlNetworkHttp2Test, DeliversTheBodyOfAnErrorStatus) {
+TEST_F(CurlNetworkHttp2Test, AnErrorStatusIsToldWithoutAReasonPhrase) {
   const NetworkAnswer answer = send("/missing").get();
-  EXPECT_EQ(answer.status(), 404);
-  EXPECT_THAT(answer.body(), HasSubstr("404"));
+  ASSERT_NE(answer.errorAs<CurlNetworkError>(), nullptr);
+  EXPECT_EQ(answer.errorAs<CurlNetworkError>()->statusCode, 404);
+  EXPECT_EQ(answer.error->localizedDescription(), "404 for /missing");
+}
+
+TEST_F(CurlNetworkHttp2Test, UsesItsConnectionAgain) {
+  server.serve("/theme", "x");
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(send("/theme").get().body(), "x");
+  EXPECT_THAT(server.stop(), AllOf(HasSubstr("[id=1]"), Not(HasSubstr("[id=2]"))));
 }
 
 TEST_F(CurlNetworkHttp2Test, AnswersManyRequestsThatAreUnderWayAtOnce) {

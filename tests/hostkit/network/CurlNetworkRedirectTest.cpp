@@ -64,9 +64,15 @@ TEST_F(CurlNetworkRedirectTest, GivesUpOnARedirectRoundInCircles) {
   EXPECT_EQ(server.requests().size(), 6U);
 }
 
-TEST_F(CurlNetworkRedirectTest, ARedirectStatusThatLeadsNowhereIsAnAnswer) {
+TEST_F(CurlNetworkRedirectTest, ALocationBehindTheBodyRedirectsNobody) {
+  server.reply({"HTTP/1.1 302 Found\r\nTransfer-Encoding: chunked\r\n\r\n0\r\nLocation: /there\r\n\r\n"});
+  expectError(ask("/theme"), Kind::errorStatus);
+  EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST_F(CurlNetworkRedirectTest, ARedirectStatusThatLeadsNowhereIsAnErrorStatus) {
   server.reply(ScriptedServer::http("302 Found", "no location"));
-  EXPECT_EQ(ask("/theme").body(), "no location");
+  EXPECT_EQ(ask("/theme").error->localizedDescription(), "302 for /theme: Found");
 }
 
 }  // namespace

@@ -58,6 +58,28 @@ TEST(CurlNetworkTlsTest, TrustsWhomTheFileOfAuthoritiesNames) {
   EXPECT_THAT(plain.requests(), testing::ElementsAre(HasSubstr("Authorization: Bearer " + canary + "\r\n")));
 }
 
+// The body is longer than what TLS carries in one piece, and the stray answer comes in the last one: TLS has
+// then taken it from the socket, where nothing is seen of it.
+TEST(CurlNetworkTlsTest, AnAnswerThatNobodyAskedForIsNotReadWithinTlsEither) {
+  ScriptedServer plain;
+  const std::string large(20'000, 'x');
+  plain.reply({ScriptedServer::http("200 OK", large).bytes + ScriptedServer::http("200 OK", "stray").bytes});
+  plain.reply(ScriptedServer::http("200 OK", "right"));
+  TlsServer server(plain.port());
+  const auto network = CurlNetwork::make({.server = server.url(), .caFile = server.certificate()}).value();
+  EXPECT_EQ(answerTo(*network, get("/large")).body(), large);
+  EXPECT_EQ(answerTo(*network, get("/next")).body(), "right");
+}
+
+TEST(CurlNetworkTlsTest, KeepsItsConnectionWhenNothingIsUnread) {
+  ScriptedServer plain;
+  plain.replyAlways(ScriptedServer::http("200 OK", "right"));
+  TlsServer server(plain.port());
+  const auto network = CurlNetwork::make({.server = server.url(), .caFile = server.certificate()}).value();
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(answerTo(*network, get("/theme")).body(), "right");
+  EXPECT_EQ(plain.connections(), 1U);
+}
+
 TEST(CurlNetworkTlsTest, RefusesACertificateThatNobodySigned) {
   ScriptedServer plain;
   TlsServer server(plain.port());

@@ -51,10 +51,13 @@ TEST_F(CurlTransferTest, ARequestThatMustNotBeSentHasFailedAlready) {
   EXPECT_EQ(*answers[0].errorAs<CurlNetworkError>(), error);
 }
 
-TEST_F(CurlTransferTest, ItsTimeBeginsWhenItIsMade) {
-  const auto before = CurlTransfer::Clock::now();
-  const auto pending = transfer(request());
+TEST_F(CurlTransferTest, ItsTimeBeginsWhenItsHandleIsPrepared) {
+  auto pending = transfer(request());
   EXPECT_FALSE(pending.isSettled());
+  EXPECT_EQ(pending.timeout(), std::chrono::seconds(7));
+  Connections connections;
+  const auto before = CurlTransfer::Clock::now();
+  ASSERT_NE(pending.prepareHandle(connections), nullptr);
   EXPECT_GE(pending.deadline(), before + std::chrono::seconds(7));
   EXPECT_LE(pending.deadline(), CurlTransfer::Clock::now() + std::chrono::seconds(7));
 }

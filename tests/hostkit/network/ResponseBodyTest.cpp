@@ -1,6 +1,7 @@
 #include "hostkit/network/ResponseBody.h"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <cstddef>
 #include <limits>
@@ -13,6 +14,20 @@ namespace vellora::hostkit {
 namespace {
 
 const std::string gzip = "gzip";
+
+std::string gzipOf(std::string text) {
+  z_stream z{};
+  EXPECT_EQ(deflateInit2(&z, Z_BEST_COMPRESSION, Z_DEFLATED, 16 + MAX_WBITS, 8, Z_DEFAULT_STRATEGY), Z_OK);
+  std::string packed(deflateBound(&z, text.size()), '\0');
+  z.next_in = reinterpret_cast<Bytef*>(text.data());
+  z.avail_in = static_cast<uInt>(text.size());
+  z.next_out = reinterpret_cast<Bytef*>(packed.data());
+  z.avail_out = static_cast<uInt>(packed.size());
+  EXPECT_EQ(deflate(&z, Z_FINISH), Z_STREAM_END);
+  packed.resize(packed.size() - z.avail_out);
+  deflateEnd(&z);
+  return packed;
+}
 
 TEST(ResponseBodyTest, PutsItsPiecesTogether) {
   ResponseBody body(100);
@@ -43,8 +58,9 @@ TEST(ResponseBodyTest, AnAnnouncedLengthBeyondAllMemoryIsNotReserved) {
   EXPECT_EQ(body.release().view(), "half");
 }
 
-TEST(ResponseBodyTest, UnpacksGzipInAnyCase) {
-  for (const std::string& encoding : {gzip, std::string("GZip")}) {
+TEST(ResponseBodyTest, UnpacksGzipByBothItsNamesInAnyCase) {
+  for (const std::string& encoding :
+       {gzip, std::string("GZip"), std::string("x-gzip"), std::string("X-GZIP")}) {
     ResponseBody body(1000);
     EXPECT_EQ(body.take(packedLetters, &encoding, packedLetters.size()), std::nullopt);
     EXPECT_TRUE(body.mayEnd());
@@ -55,6 +71,31 @@ TEST(ResponseBodyTest, UnpacksGzipInAnyCase) {
 TEST(ResponseBodyTest, ItsLimitCountsWhatIsUnpacked) {
   ResponseBody body(999);
   EXPECT_EQ(body.take(packedLetters, &gzip, 0), CurlNetworkError::Kind::tooLarge);
+}
+
+TEST(ResponseBodyTest, AValueBeyondItsLimitIsTooMuchHoweverItIsCutAndPacked) {
+  ResponseBody body(1000, 5);
+  EXPECT_EQ(body.take("[{\"a\":0", nullptr, 0), std::nullopt);
+  EXPECT_EQ(body.take(",\"b\":[", nullptr, 0), std::nullopt);
+  EXPECT_EQ(body.take("1,", nullptr, 0), std::nullopt);
+  EXPECT_EQ(body.take("2,", nullptr, 0), CurlNetworkError::Kind::tooManyValues);
+
+  const std::string packed = gzipOf(std::string(100, ','));
+  EXPECT_EQ(ResponseBody(1000, 99).take(packed, &gzip, 0), CurlNetworkError::Kind::tooManyValues);
+  EXPECT_EQ(ResponseBody(1000, 100).take(packed, &gzip, 0), std::nullopt);
+}
+
+TEST(ResponseBodyTest, APackedBodyOfMoreThanAMebibyteMayUnpackToAHundredTimesItsLength) {
+  constexpr std::size_t mebibyte = 1024 * 1024;
+  constexpr std::size_t boundless = std::numeric_limits<std::size_t>::max();
+  EXPECT_EQ(ResponseBody(boundless).take(gzipOf(std::string(mebibyte, 'x')), &gzip, 0), std::nullopt);
+  EXPECT_EQ(ResponseBody(boundless).take(gzipOf(std::string(4 * mebibyte, 'x')), &gzip, 0),
+            CurlNetworkError::Kind::tooLarge);
+  std::string varied;  // packs to a third
+  for (std::size_t i = 0; varied.size() < 4 * mebibyte; ++i) varied += std::to_string(i * i);
+  ResponseBody body(boundless);
+  EXPECT_EQ(body.take(gzipOf(varied), &gzip, 0), std::nullopt);
+  EXPECT_EQ(body.size(), varied.size());
 }
 
 TEST(ResponseBodyTest, HalfAPackedBodyMayNotEnd) {
@@ -69,11 +110,12 @@ TEST(ResponseBodyTest, ABrokenOrUnknownPackingIsNoValidAnswer) {
   EXPECT_EQ(ResponseBody(1000).take("abc", &unknown, 0), CurlNetworkError::Kind::protocol);
 }
 
-TEST(ResponseBodyTest, IdentityIsNoPacking) {
-  const std::string identity = "identity";
-  ResponseBody body(10);
-  EXPECT_EQ(body.take("abc", &identity, 0), std::nullopt);
-  EXPECT_EQ(body.release().view(), "abc");
+TEST(ResponseBodyTest, IdentityInAnyCaseAndAnEmptyNameAreNoPacking) {
+  for (const std::string encoding : {"identity", "Identity", ""}) {
+    ResponseBody body(10);
+    EXPECT_EQ(body.take("abc", &encoding, 0), std::nullopt);
+    EXPECT_EQ(body.release().view(), "abc");
+  }
 }
 
 TEST(ResponseBodyTest, AnotherAnswerBeginsFromNothing) {

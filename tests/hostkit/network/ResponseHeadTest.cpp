@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <string>
 #include <string_view>
 
 namespace vellora::hostkit {
@@ -12,7 +13,7 @@ using Headers = ResponseHead::Headers;
 
 ResponseHead headOf(std::initializer_list<std::string_view> lines) {
   ResponseHead head;
-  for (const auto line : lines) head.takeLine(line);
+  for (const auto line : lines) EXPECT_TRUE(head.takeLine(line));
   return head;
 }
 
@@ -24,6 +25,13 @@ TEST(ResponseHeadTest, NamesAreInLowerCaseAndValuesTrimmed) {
 TEST(ResponseHeadTest, ValuesOfOneNameAreJoinedInTheirOrder) {
   EXPECT_EQ(headOf({"X-Multi: b\r\n", "x-multi: a\r\n", "X-MULTI:\r\n"}).headers(),
             (Headers{{"x-multi", "b, a, "}}));
+}
+
+TEST(ResponseHeadTest, TheReasonPhraseStandsBehindTheStatus) {
+  EXPECT_EQ(headOf({"HTTP/1.1 404 Not Found\r\n"}).reasonPhrase(), "Not Found");
+  EXPECT_EQ(headOf({"HTTP/1.1 200\r\n"}).reasonPhrase(), "");
+  EXPECT_EQ(headOf({"HTTP/2 200 \r\n"}).reasonPhrase(), "");
+  EXPECT_EQ(headOf({"HTTP/1.1 103 Early Hints\r\n", "\r\n", "HTTP/1.1 200 OK\r\n"}).reasonPhrase(), "OK");
 }
 
 TEST(ResponseHeadTest, AValueMayHoldColons) {
@@ -47,12 +55,27 @@ TEST(ResponseHeadTest, AStatusLineForgetsWhatAnInterimAnswerSaid) {
   EXPECT_EQ(head.headers(), Headers{});
 }
 
-TEST(ResponseHeadTest, WhatFollowsTheBodyIsAmongTheHeaders) {
-  const auto head = headOf({"HTTP/1.1 200 OK\r\n", "\r\n", "X-Sum: 7\r\n", "\r\n"});
+TEST(ResponseHeadTest, WhatFollowsTheBodyIsNoHeader) {
+  const auto head = headOf({"HTTP/1.1 200 OK\r\n", "X-Sum: 7\r\n", "\r\n", "Location: /x\r\n", "X-Sum: 8\r\n",
+                            "HTTP/1.1 302 Found: x\r\n", "Location: /y\r\n", "\r\n"});
   EXPECT_TRUE(head.isComplete());
+  EXPECT_EQ(head.headers(), (Headers{{"x-sum", "7"}}));
   ASSERT_NE(head.value("x-sum"), nullptr);
   EXPECT_EQ(*head.value("x-sum"), "7");
-  EXPECT_EQ(head.value("x-other"), nullptr);
+  EXPECT_EQ(head.value("location"), nullptr);
+}
+
+TEST(ResponseHeadTest, HeadsAndTrailersTogetherHaveOneLimit) {
+  const std::string line = "X: " + std::string(995, 'x') + "\r\n";  // 1000 bytes
+  const auto linesTaken = [&](ResponseHead head) {
+    int taken = 0;
+    while (taken < 1000 && head.takeLine(line)) ++taken;
+    return taken;
+  };
+  EXPECT_EQ(linesTaken({}), 300);
+  EXPECT_EQ(linesTaken(headOf({"HTTP/1.1 200 OK\r\n"})), 299);
+  EXPECT_EQ(linesTaken(headOf({"HTTP/1.1 200 OK\r\n", "\r\n"})), 299);
+  EXPECT_EQ(linesTaken(headOf({"HTTP/1.1 103 Early Hints\r\n", line, "\r\n", "HTTP/1.1 200 OK\r\n"})), 298);
 }
 
 }  // namespace

@@ -108,5 +108,14 @@ TEST(ServerAddressTest, KnowsThisMachine) {
   }
 }
 
+TEST(ServerAddressTest, WhatOnlyLooksLikeALoopbackAddressIsNone) {
+  for (const std::string host :
+       {"127.0.0.0.1", "127.256.0.1", "127..", "127.0.0.", "127.0.0.1.", "127.", "127.0.0.1.example",
+        "[::ffff:10.0.0.1]", "[1::1]", "128.0.0.1", "1.127.0.0"}) {
+    const auto address = ServerAddress::parse("http://" + host);
+    EXPECT_FALSE(address && address.value().isLoopback()) << host;
+  }
+}
+
 }  // namespace
 }  // namespace vellora::hostkit

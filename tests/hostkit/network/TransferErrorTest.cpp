@@ -22,6 +22,9 @@ TEST(TransferErrorTest, EveryKindHasWordsOfItsOwn) {
             "no secure connection to records.example:443/theme: check the server's certificate");
   EXPECT_EQ(textOf(Kind::tooLarge),
             "too large a body from records.example:443/theme: raise the limit on bodies if it is right");
+  EXPECT_EQ(
+      textOf(Kind::tooManyValues),
+      "too many values in the body from records.example:443/theme: raise the limit on values if it is right");
   EXPECT_EQ(textOf(Kind::refusedRedirect),
             "too many redirects by records.example:443/theme: check the server");
   EXPECT_EQ(textOf(Kind::protocol),
@@ -30,8 +33,23 @@ TEST(TransferErrorTest, EveryKindHasWordsOfItsOwn) {
   EXPECT_EQ(
       textOf(Kind::shutDown),
       "the network was shut down before the answer of records.example:443/theme: send it again on a new one");
+  EXPECT_EQ(textOf(Kind::tooManyRequests),
+            "too many requests wait already to be sent to records.example:443/theme: "
+            "wait for some of their answers first");
   EXPECT_EQ(textOf(Kind::unavailable),
             "no means left to ask records.example:443/theme: free some memory, and try again");
+}
+
+TEST(TransferErrorTest, AHeadHasWordsOfItsOwn) {
+  EXPECT_EQ(tooLargeHead(where),
+            (CurlNetworkError{Kind::tooLarge,
+                              "too large a head from records.example:443/theme: check the server"}));
+}
+
+TEST(TransferErrorTest, AStatusStandsWithItsPathAndTheServersWords) {
+  EXPECT_EQ(statusError(404, "/theme", "Not Found"),
+            (CurlNetworkError{Kind::errorStatus, "404 for /theme: Not Found", 404}));
+  EXPECT_EQ(statusError(599, "/theme", ""), (CurlNetworkError{Kind::errorStatus, "599 for /theme", 599}));
 }
 
 TEST(TransferErrorTest, WhatCurlSaysStandsBehindThePlace) {
@@ -55,6 +73,7 @@ TEST(TransferErrorTest, CurlsCodesAreSortedByWhatCanBeDone) {
   EXPECT_EQ(kindOf(CURLE_RECV_ERROR), Kind::connectionLost);
   EXPECT_EQ(kindOf(CURLE_SEND_ERROR), Kind::connectionLost);
   EXPECT_EQ(kindOf(CURLE_OUT_OF_MEMORY), Kind::unavailable);
+  EXPECT_EQ(kindOf(CURLE_WRITE_ERROR), Kind::unavailable);
   EXPECT_EQ(kindOf(CURLE_UNSUPPORTED_PROTOCOL), Kind::protocol);
 }
 

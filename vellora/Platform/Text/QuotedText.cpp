@@ -2,17 +2,12 @@
 
 #include <algorithm>
 
+#include "vellora/Platform/Text/EscapedText.h"
 #include "vellora/Platform/Text/Utf8.h"
 
 namespace vellora {
 
 namespace {
-
-// Controls, line separators, and the marks that reverse how a line is displayed.
-bool breaksLine(char32_t codePoint) {
-  return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) ||
-         (codePoint >= 0x2028 && codePoint <= 0x202E) || (codePoint >= 0x2066 && codePoint <= 0x2069);
-}
 
 std::string hexEscape(char32_t codePoint) {
   constexpr std::string_view digits = "0123456789abcdef";
@@ -36,7 +31,7 @@ std::string escaped(const Utf8Character& character, std::string_view bytes) {
     default:
       break;
   }
-  if (breaksLine(character.codePoint)) return hexEscape(character.codePoint);
+  if (drivesDisplay(character.codePoint)) return hexEscape(character.codePoint);
   if (character.codePoint == Utf8Character::replacement) return "\xEF\xBF\xBD";
   return std::string(bytes);
 }

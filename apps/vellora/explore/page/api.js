@@ -13,10 +13,14 @@ const headers = { "X-Vellora-Key": takeKey() };
 
 export class Refused extends Error {}
 
+// What was asked cannot be answered: too long an address, or a name that none can have.
+export class Unanswerable extends Error {}
+
 async function call(path, items, method) {
   const query = Object.entries(items).map(([name, value]) => `${name}=${value}`).join("&");
   const answer = await fetch(`/api/${path}${query && "?"}${query}`, { method, headers });
   if (answer.status === 401) throw new Refused(await answer.text());
+  if (answer.status >= 400 && answer.status < 500) throw new Unanswerable(await answer.text());
   if (!answer.ok) throw new Error(await answer.text());
   return answer;
 }

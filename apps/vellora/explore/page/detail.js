@@ -1,7 +1,7 @@
-import { get, iconAddress, nameList } from "./api.js";
+import { get, nameList } from "./api.js";
 import { paint } from "./colour.js";
 import { byId, foreign, make } from "./dom.js";
-import { bestIcon, iconImage } from "./icons.js";
+import { bestIcon, iconImage, loadIcon } from "./icons.js";
 import { sample, sampleCount } from "./samples.js";
 import { typeOf } from "./types.js";
 
@@ -46,8 +46,9 @@ function iconRow(term, address, id, colour) {
   const swatch = make("span", { class: "thumb" });
   paint(swatch, colour);
   if (id !== undefined) {
-    const image = make("img", { src: iconAddress(id), alt: "", width: 20, height: 20 });
+    const image = make("img", { alt: "", width: 20, height: 20 });
     image.addEventListener("error", () => image.remove());
+    loadIcon(image, id, true);
     swatch.append(image);
   }
   return row(

@@ -6,6 +6,39 @@ function initials(text) {
   return letters.slice(0, 2).join("") || "?";
 }
 
+// A browser opens six connections to one server at most. Icons take four of them, so that icons that stall leave
+// two to everything else.
+const mostLoading = 4;
+const waiting = []; // images and the addresses of their icons, the next one first
+let loading = 0;
+
+function ended() {
+  --loading;
+  loadNext();
+}
+
+function loadNext() {
+  while (loading < mostLoading && waiting.length > 0) {
+    const { image, address } = waiting.shift();
+    if (!image.isConnected) continue; // its tile has been replaced
+    ++loading;
+    delete image.dataset.waiting;
+    image.addEventListener("load", ended, { once: true });
+    image.addEventListener("error", ended, { once: true });
+    image.src = address;
+  }
+}
+
+// Loads an icon into the image, which has to be in the page by the end of the caller's turn. Those of the open type
+// come before those of the tiles.
+export function loadIcon(image, id, isUrgent = false) {
+  image.dataset.waiting = "";
+  const wanted = { image, address: iconAddress(id) };
+  if (isUrgent) waiting.unshift(wanted);
+  else waiting.push(wanted);
+  queueMicrotask(loadNext);
+}
+
 // The icon, or in its place the initials. It is decoration: the label stands beside it.
 export function iconImage(id, size, label) {
   const place = make("span", { class: "icon", "aria-hidden": "true" });
@@ -16,7 +49,7 @@ export function iconImage(id, size, label) {
   }
   const image = make("img", { alt: "", width: size, height: size });
   image.addEventListener("error", fallBack, { once: true });
-  image.src = iconAddress(id);
+  loadIcon(image, id);
   place.append(image);
   return place;
 }

@@ -15,7 +15,7 @@ const watcher = new IntersectionObserver(
       .filter(({ isIntersecting, target }) => isIntersecting && tiles.has(target.dataset.name))
       .map(({ target }) => target);
     seen.forEach((tile) => watcher.unobserve(tile));
-    wantPresentations(seen.map((tile) => tile.dataset.name), show);
+    wantPresentations(seen.map((tile) => tile.dataset.name), show, showFailure);
   },
   { rootMargin: "400px" },
 );
@@ -26,6 +26,14 @@ function show(name, presentation) {
   const swatch = tile.querySelector(".swatch");
   paint(swatch, presentation.info.color);
   swatch.replaceChildren(iconImage(bestIcon(presentation), 30, presentation.info.label));
+  tile.querySelector(".failure")?.remove();
+}
+
+// A tile that cannot be filled says why.
+function showFailure(name, reason) {
+  const link = linkOf(name);
+  if (!link || link.querySelector(".failure")) return;
+  link.append(foreign(`Not looked up: ${reason}`, "span", { class: "failure" }));
 }
 
 // Once the server is back: what it could not send may be there now.

@@ -1,3 +1,10 @@
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
 #include "hostkit/cache/CacheArchive.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "tests/apps/vellora/CommandFixture.h"
@@ -207,6 +214,89 @@ TEST_F(CacheCommandTest, WhatIsNoArchiveIsRefusedAndNoCacheIsMade) {
     EXPECT_EQ(cacheOf(other, {"import", file}).err, "vellora: cannot read " + file + "\n");
   }
   EXPECT_FALSE(std::filesystem::exists(other));
+}
+
+TEST_F(CacheCommandTest, ReplacingKeepsTheModeOfTheFile) {
+  writeFile(archive, "mine");
+  std::filesystem::permissions(archive, std::filesystem::perms(0640));
+  ASSERT_EQ(cache({"export", "--replace", archive}).exitCode, 0);
+  EXPECT_THAT(contentOf(archive), StartsWith("{"));
+  EXPECT_EQ(std::filesystem::status(archive).permissions(), std::filesystem::perms(0640));
+}
+
+TEST_F(CacheCommandTest, ReplacingReplacesNothingButPlainFiles) {
+  const std::string mine = folder.file("mine");
+  writeFile(mine, "mine");
+  const std::string link = folder.file("link");
+  std::filesystem::create_symlink("mine", link);
+  const std::string pipe = folder.file("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const auto linked = cache({"export", "--replace", link});
+  EXPECT_EQ(linked.exitCode, 2);
+  EXPECT_EQ(linked.err, "vellora: " + link + " is a link, and was left as it is; choose another file\n");
+  const auto piped = cache({"export", "--replace", pipe});
+  EXPECT_EQ(piped.exitCode, 2);
+  EXPECT_EQ(piped.err,
+            "vellora: " + pipe + " is no plain file, and was left as it is; choose another file\n");
+  EXPECT_EQ(cache({"export", "--replace", "/dev/null"}).exitCode, 2);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+  EXPECT_EQ(contentOf(mine), "mine");
+}
+
+TEST_F(CacheCommandTest, ACacheIsNotReplacedByItsOwnExport) {
+  const std::string before = contentOf(cacheFile);
+  const auto inUse = hostkit::SQLiteCache::open(cacheFile).value();
+  inUse->save(Data(std::string("1")), "OPS_Layout_New");
+  for (const char* const suffix : {"", "-wal", "-shm"}) {
+    const auto ended = cache({"export", "--replace", cacheFile + suffix});
+    EXPECT_EQ(ended.exitCode, 2) << suffix;
+    EXPECT_EQ(ended.err, "vellora: " + cacheFile + suffix +
+                             " is part of the cache that is to be exported; choose another file\n");
+  }
+  EXPECT_EQ(contentOf(cacheFile), before);
+}
+
+TEST_F(CacheCommandTest, AnArchiveWithoutEndIsRefusedEarly) {
+  const std::string other = folder.file("other.sqlite");
+  EXPECT_EQ(cacheOf(other, {"import", "/dev/zero"}).exitCode, 2);
+  const std::string huge = folder.file("huge");
+  writeFile(huge, "{");
+  std::filesystem::resize_file(huge, std::uintmax_t{300} * 1024 * 1024);
+  const auto ended = cacheOf(other, {"import", huge});
+  EXPECT_EQ(ended.exitCode, 2);
+  EXPECT_EQ(ended.err, "vellora: " + huge + " is too large for an archive: of more than 256 MiB\n");
+  EXPECT_FALSE(std::filesystem::exists(other));
+}
+
+TEST_F(CacheCommandTest, KeysThatAreNotUtf8AreListedShownAndCarried) {
+  const std::string key = "host\xFF";
+  {
+    const auto open = hostkit::SQLiteCache::open(cacheFile).value();
+    ASSERT_TRUE(open->save(Data(std::string("mine")), key));
+  }
+  const auto listed = cache({"--json", "ls"});
+  EXPECT_EQ(listed.exitCode, 0) << listed.err;
+  EXPECT_THAT(listed.out, HasSubstr(R"({"entry":"host\\xff","bytes":4,)"));
+  EXPECT_EQ(cache({"show", "host\\xff"}).out, "mine\n");
+  EXPECT_EQ(cache({"--json", "show", "host\\xff"}).out, "{\"host\\\\xff\":\"mine\"}\n");
+
+  ASSERT_EQ(cache({"export", archive}).exitCode, 0);
+  const std::string other = folder.file("other.sqlite");
+  ASSERT_EQ(cacheOf(other, {"import", archive}).exitCode, 0);
+  EXPECT_EQ(hostkit::SQLiteCache::open(other).value()->load(key), Data(std::string("mine")));
+  EXPECT_EQ(cache({"purge", "host\\xff"}).out, "deleted 1 entry\n");
+}
+
+TEST_F(CacheCommandTest, AFetchTimeThatIsNoNumberIsListed) {
+  {
+    const auto open = hostkit::SQLiteCache::open(cacheFile).value();
+    ASSERT_TRUE(open->save(Data(std::string("\0\0\0\0\0\0\xF8\x7F", 8)), "ops.sobject.fetch.timestamp"));
+  }
+  const auto listed = cache({"--json", "ls"});
+  EXPECT_EQ(listed.exitCode, 0) << listed.err;
+  EXPECT_THAT(listed.out, HasSubstr(R"({"entry":"ops.sobject.fetch.timestamp","bytes":8,"state":"fresh"})"));
 }
 
 TEST_F(CacheCommandTest, AFileThatCannotBeWrittenIsTold) {

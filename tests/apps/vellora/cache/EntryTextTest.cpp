@@ -50,5 +50,10 @@ TEST(EntryTextTest, AMomentThatNoCalendarHasIsANumber) {
   EXPECT_EQ(contentText(listing), "-1.000000");
 }
 
+TEST(EntryTextTest, WhatIsNotUtf8IsWrittenInEscapes) {
+  EXPECT_EQ(asText("ä\\"), "ä\\");
+  EXPECT_EQ(asText("a\xFF\x01ä"), "a\\xff\x01\\xc3\\xa4");
+}
+
 }  // namespace
 }  // namespace vellora::command

@@ -73,6 +73,18 @@ TEST_F(ArgumentsTest, TheExplorersPortIsFreeUnlessItIsNamed) {
   EXPECT_THAT(problemOf({"--server", "http://h", "explore", "--port", "-1"}), HasSubstr("--port"));
 }
 
+TEST_F(ArgumentsTest, TellsADefaultCacheFromOneThatWasNamed) {
+  EXPECT_TRUE(std::get<Arguments>(parsed({"--server", "http://h", "cache", "ls"})).usesDefaultCache);
+  EXPECT_FALSE(std::get<Arguments>(parsed({"--cache", "c.sqlite", "cache", "delete"})).usesDefaultCache);
+}
+
+TEST_F(ArgumentsTest, StandardInputGivesTheTokenOrTheEntries) {
+  EXPECT_EQ(
+      problemOf({"--cache", "c", "--token-file", "-", "cache", "import", "-"}),
+      "standard input cannot give both the token and the entries: put the token into a file; see vellora "
+      "--help");
+}
+
 TEST_F(ArgumentsTest, TakesTheServerFromTheEnvironmentUnlessToldOtherwise) {
   ::setenv("VELLORA_SERVER", "http://from-environment", 1);
   EXPECT_EQ(std::get<Arguments>(parsed({"search-layouts", "A"})).server, "http://from-environment");

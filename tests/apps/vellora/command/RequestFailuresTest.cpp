@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <optional>
 
 namespace vellora::command {
@@ -26,6 +27,17 @@ TEST(RequestFailuresTest, ALineAboutAnAnswerBlamesTheLatestOne) {
   failures.note("Failed to decode: not JSON");
   EXPECT_EQ(failures.first(),
             "the answer of the server to /b (status 500) cannot be used: Failed to decode: not JSON");
+}
+
+TEST(RequestFailuresTest, ALineThatQuotesASecretIsCleaned) {
+  const auto secrets = std::make_shared<hostkit::KnownSecrets>();
+  secrets->note("abc-secret99");
+  RequestFailures failures(secrets);
+  failures.note({.path = "/a", .statusCode = 200, .error = {}});
+  failures.note("expected an object at $[\"abc-secret99\"]");
+  EXPECT_EQ(
+      failures.first(),
+      "the answer of the server to /a (status 200) cannot be used: expected an object at $[\"[token]\"]");
 }
 
 TEST(RequestFailuresTest, ALineBeforeAnyAnswerBlamesNothing) {

@@ -24,8 +24,8 @@ constexpr const char* themePath = "/services/data/v50.0/theme";
 constexpr const char* sObjectsPath = "/services/data/v50.0/sobjects";
 
 /// How the answer to `path` is blamed.
-std::string answerTo(const std::string& path, int status) {
-  return "the answer of the server to " + path + " (status " + std::to_string(status) + ") cannot be used: ";
+std::string answerTo(const std::string& path) {
+  return "the answer of the server to " + path + " (status 200) cannot be used: ";
 }
 
 /// A session in this process, whose requests are under way for as long as a test needs.
@@ -72,29 +72,35 @@ class SessionTest : public CommandFixture {
 
 TEST_F(SessionTest, BlamesTheAnswerThatIsReadWhileAnOlderRequestHasNone) {
   server->setFault(themePath, Fault::never());
-  server->setFault(sObjectsPath, Fault::fail(500));
+  server->setFault(sObjectsPath, Fault::errorBody());
   const auto older = send(themePath);
   ASSERT_TRUE(ends(send(sObjectsPath, [this] { complain("no list"); })));
-  EXPECT_EQ(session->failure(), answerTo(sObjectsPath, 500) + "no list");
+  EXPECT_EQ(session->failure(), answerTo(sObjectsPath) + "no list");
   EXPECT_EQ(session->unanswered(), themePath);
 }
 
 TEST_F(SessionTest, BlamesTheOneOfTwoAnswersThatCannotBeUsedWhicheverComesFirst) {
   for (const bool badIsFirst : {true, false}) {
     session = openSession();
-    server->setFault(themePath, Fault::fail(401).after(badIsFirst ? soon : 2 * soon));
-    server->setFault(sObjectsPath, Fault::fail(500).after(badIsFirst ? 2 * soon : soon));
+    server->setFault(themePath, Fault::errorBody().after(badIsFirst ? soon : 2 * soon));
+    server->setFault(sObjectsPath, Fault::delay(badIsFirst ? 2 * soon : soon));
     const auto bad = send(themePath, [this] { complain("no themes"); });
     const auto good = send(sObjectsPath);
     ASSERT_TRUE(ends(bad) && ends(good));
-    EXPECT_EQ(session->failure(), answerTo(themePath, 401) + "no themes") << badIsFirst;
+    EXPECT_EQ(session->failure(), answerTo(themePath) + "no themes") << badIsFirst;
   }
+}
+
+TEST_F(SessionTest, AnErrorStatusIsBlamedInTheServersOwnWords) {
+  server->setFault(themePath, Fault::fail(401));
+  ASSERT_TRUE(ends(send(themePath, [this] { complain("no themes"); })));
+  EXPECT_EQ(session->failure(), "401 for /services/data/v50.0/theme: The server was told to fail.");
 }
 
 TEST_F(SessionTest, OfTwoAnswersThatCannotBeUsedTheFirstStands) {
   ASSERT_TRUE(ends(send(sObjectsPath, [this] { complain("no list"); })));
   ASSERT_TRUE(ends(send(themePath, [this] { complain("no themes"); })));
-  EXPECT_EQ(session->failure(), answerTo(sObjectsPath, 200) + "no list");
+  EXPECT_EQ(session->failure(), answerTo(sObjectsPath) + "no list");
 }
 
 TEST_F(SessionTest, BlamesTheLatestAnswerForWhatIsReadOnAnotherThread) {
@@ -104,7 +110,7 @@ TEST_F(SessionTest, BlamesTheLatestAnswerForWhatIsReadOnAnotherThread) {
   const auto older = send(themePath);
   ASSERT_TRUE(ends(send(sObjectsPath)));
   complain("no list");
-  EXPECT_EQ(session->failure(), answerTo(sObjectsPath, 200) + "no list");
+  EXPECT_EQ(session->failure(), answerTo(sObjectsPath) + "no list");
 }
 
 TEST_F(SessionTest, TheOldestOfTheRequestsWithoutAnAnswerIsTheOneThatIsWaitedFor) {
@@ -132,7 +138,7 @@ TEST_F(SessionTest, TheListThatTheLibraryCannotReadIsBlamedThoughBothAreUnderWay
       server->setFault(good, Fault::delay(badIsFirst ? 2 * soon : soon));
       const auto ended = run({"--cache-timeout", "0", "status"});
       EXPECT_EQ(ended.exitCode, 5);
-      EXPECT_THAT(ended.err, StartsWith("vellora: loading failed: " + answerTo(bad, 200))) << badIsFirst;
+      EXPECT_THAT(ended.err, StartsWith("vellora: loading failed: " + answerTo(bad))) << badIsFirst;
     }
   }
 }

@@ -9,6 +9,7 @@
 
 #include "apps/vellora/explore/Explorer.h"
 #include "hostkit/cache/memory/MemoryCache.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"
 
@@ -42,8 +43,8 @@ class ExplorerFixture : public testing::Test {
     network->answer("/services/data/v53.0/compactLayouts?q=Account",
                     StubNetwork::body(scriptedCompactLayouts));
     network->answerPrefix("/services/data/v53.0/query", StubNetwork::body("{\"records\":[]}"));
-    network->answer("/icons/a.svg", StubNetwork::body("<svg><script>alert(1)</script></svg>"));
-    explorer = std::make_shared<Explorer>(host, arguments(), "icon-key");
+    icons->answer("/icons/a.svg", StubNetwork::body("<svg><script>alert(1)</script></svg>"));
+    explorer = std::make_shared<Explorer>(host, arguments(), IconSource{icons, "icon-key"}, secrets);
   }
 
   static command::Arguments arguments() {
@@ -79,6 +80,8 @@ class ExplorerFixture : public testing::Test {
   }
 
   const std::shared_ptr<testkit::StubNetwork> network = std::make_shared<testkit::StubNetwork>();
+  const std::shared_ptr<testkit::StubNetwork> icons = std::make_shared<testkit::StubNetwork>();
+  const std::shared_ptr<hostkit::KnownSecrets> secrets = std::make_shared<hostkit::KnownSecrets>();
   const RequiredAPI host{network, std::make_shared<hostkit::MemoryCache>(),
                          std::make_shared<testkit::RecordingLogger>()};
   std::shared_ptr<Explorer> explorer;

@@ -151,14 +151,36 @@ TEST_F(ExplorerTest, KeepsIconsThatItFetchedForTheTimeWithoutTheServer) {
   EXPECT_EQ(iconNow()->contentType, "image/svg+xml");
   explorer->setServerReachable(false);
   EXPECT_TRUE(iconNow());
-  EXPECT_EQ(network->count("/icons/a.svg"), 1U);
+  EXPECT_EQ(icons->count("/icons/a.svg"), 1U);
+}
+
+TEST_F(ExplorerTest, AsksForIconsOnTheirOwnNetworkForImagesAndNotForLong) {
+  const auto id = presentations({"Account"}).presentations.at("Account").svgIcon.value();
+  ASSERT_TRUE(answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(id, completion); }));
+  const auto sent = icons->requests();
+  ASSERT_EQ(sent.size(), 1U);
+  const URLRequest& request = sent[0].request.base();
+  EXPECT_EQ(request.headers, (std::map<std::string, std::string>{{"Accept", "image/*"}}));
+  EXPECT_EQ(request.timeoutInterval, 10);
+  EXPECT_EQ(network->count("/icons/a.svg"), 0U);
+}
+
+TEST_F(ExplorerTest, KeepsWhatWasSentOutOfItsActivity) {
+  waitForPrefetch();
+  secrets->note("abc-secret99");
+  static_cast<void>(searchLayout("abc-secret99"));
+  EXPECT_TRUE(contains(linesFrom("cache"), "OPS_Layout_[token] miss"));
+  for (const auto& entry : explorer->state(0).entries) {
+    EXPECT_EQ(entry.what.find("secret99"), std::string::npos) << entry.what;
+    EXPECT_EQ(entry.outcome.find("secret99"), std::string::npos) << entry.outcome;
+  }
 }
 
 TEST_F(ExplorerTest, ShowsNoIconThatIsNoImage) {
   using testkit::StubNetwork;
   const auto id = presentations({"Account"}).presentations.at("Account").svgIcon.value();
   const auto isShown = [&](const StubNetwork::Answer& answer) {
-    network->answer("/icons/a.svg", answer);
+    icons->answer("/icons/a.svg", answer);
     return answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(id, completion); })
         .has_value();
   };

@@ -1,5 +1,6 @@
 """A records server whose every text and address tries to be more than that."""
 
+import contextlib
 import http.server
 import json
 import threading
@@ -28,22 +29,26 @@ SVG = f'<svg xmlns="http://www.w3.org/2000/svg" onload="{SCRIPT}"><script>{SCRIP
 
 
 class Server:
-    """Listens on the loopback interface; `requests` are the targets that it was asked for."""
+    """Listens on the loopback interface; `requests` are the targets that it was asked for, `authorizations` the
+    header of that name for each of them."""
 
     def __init__(self, answer):
         self.requests = requests = []
+        self.authorizations = authorizations = {}
 
         class Handler(http.server.BaseHTTPRequestHandler):
             protocol_version = "HTTP/1.1"
 
             def do_GET(self):
                 requests.append(self.path)
+                authorizations.setdefault(self.path, self.headers.get("Authorization"))
                 status, headers, body = answer(self.path)
-                self.send_response(status)
-                for name, value in {**headers, "Content-Length": str(len(body))}.items():
-                    self.send_header(name, value)
-                self.end_headers()
-                self.wfile.write(body)
+                with contextlib.suppress(OSError):  # who asked may have left
+                    self.send_response(status)
+                    for name, value in {**headers, "Content-Length": str(len(body))}.items():
+                        self.send_header(name, value)
+                    self.end_headers()
+                    self.wfile.write(body)
 
             def log_message(self, *_):
                 pass
@@ -116,5 +121,37 @@ def hostile_answer(canary):
         if path == "/icon/elsewhere.svg":
             return 302, {"Location": f"{canary}/redirected.svg"}, b""
         return 404, {}, b""
+
+    return answer
+
+
+def plain_answer(names, icon=None):
+    """A server without a fault that knows types of these names; `icon(target)` answers for their icons."""
+    types = [
+        {"name": name, "keyPrefix": f"p{i:02}", "label": f"Label {i}", "labelPlural": f"Labels {i}", "createable": True}
+        for i, name in enumerate(names)
+    ]
+    themes = [
+        {
+            "name": name,
+            "colors": [{"color": "2F6FDE", "context": "primary", "theme": "light"}],
+            "icons": [{"contentType": "image/svg+xml", "theme": "light", "url": f"/icon/{i}.svg"}],
+        }
+        for i, name in enumerate(names)
+    ]
+
+    def answer(target):
+        path, _, query = target.partition("?")
+        q = urllib.parse.parse_qs(query).get("q", [""])[0]
+        if path.startswith("/icon/"):
+            return icon(target) if icon else (200, {}, b'<svg xmlns="http://www.w3.org/2000/svg"/>')
+        bodies = {
+            "sobjects": {"sobjects": types},
+            "theme": {"themeItems": themes},
+            "layout": [{"objectType": q, "searchColumns": []}],
+            "compactLayouts": {q: {"objectType": q, "layoutFields": []}},
+        }
+        body = bodies.get(path.rpartition("/")[2], {"records": []})
+        return 200, {"Content-Type": "application/json"}, json.dumps(body).encode()
 
     return answer

@@ -10,10 +10,11 @@ import http.client
 import pathlib
 import sys
 import tempfile
+import threading
 import unittest
 
 from browser import Browser, chromedriver
-from hostile_server import TEXTS, Server, hostile_answer, names
+from hostile_server import TEXTS, Server, hostile_answer, names, plain_answer
 from programs import Explorer, RecordsServer
 
 PROGRAMS = {}
@@ -52,6 +53,7 @@ LOW_CONTRASTS = """
   return [measured, low];
 """
 
+ICONS_ARE_LOADED = "return [...document.images].every((image) => image.complete && image.dataset.waiting === undefined)"
 PANEL_IS_FILLED = "return document.querySelectorAll('#detail .badge').length === 3 && !document.querySelector('#detail [aria-busy]')"
 
 
@@ -253,6 +255,7 @@ class DemoPageTest(PageTest):
     def test_shows_the_app_without_its_server(self):
         server = self.explore_demo()
         self.open_type("Account")
+        self.browser.wait(ICONS_ARE_LOADED)  # requests that are under way still get their answers
         self.flip_switch(False)
         sent = server.requests()
         self.browser.click("#again")
@@ -322,7 +325,7 @@ class HostilePageTest(PageTest):
             self.open_type(name)
             self.assertEqual(self.browser.run("return document.querySelectorAll('#detail th').length"), len(TEXTS))
         self.assert_contrasts()
-        self.browser.wait("return [...document.images].every((image) => image.complete)")
+        self.browser.wait(ICONS_ARE_LOADED)
         foreign = "return document.querySelectorAll('script:not([src=\"/main.js\"]), iframe, object, style, [onload], [onerror], [style*=url]').length"
         self.assertEqual(self.browser.run(foreign), 0)
         self.assertIsNone(self.browser.run("return window.hostile"))
@@ -347,6 +350,56 @@ class HostilePageTest(PageTest):
         self.browser.run("location.href = arguments[0]", scripted[0])
         self.assertIsNone(self.browser.run("return window.hostile"))
         self.assertEqual(self.browser.run("return document.documentElement.tagName"), "HTML")
+
+    def test_a_nameless_type_and_long_names_leave_every_other_tile_as_it_is(self):
+        long_names = [f"Long{i}" + "x" * 600 for i in range(70)]  # too long for one address
+        endless = "Endless" + "x" * 40_000  # too long for any
+        server = self.stopping(Server(plain_answer(["Plain", "", endless, *long_names])))
+        self.explore(server.url)
+        self.browser.wait("return document.querySelectorAll('#tiles li').length === 73")
+        for name in ["Plain", "", endless, *long_names[::10], long_names[-1]]:
+            self.browser.run("document.querySelector(`li[data-name='${arguments[0]}']`).scrollIntoView()", name)
+            tile = "document.querySelector(`li[data-name='${arguments[0]}']`)"
+            self.browser.wait(f"return {tile}.querySelector('.painted, .failure')", name)
+        shown = "return document.querySelectorAll('#tiles .painted').length"
+        self.browser.wait(f"{shown} >= 9")
+        failures = "return [...document.querySelectorAll('#tiles .failure')].map((failure) => failure.textContent)"
+        self.assertEqual(
+            sorted(self.browser.run(failures)),
+            ["Not looked up: it has no name.", "Not looked up: its name is too long."],
+        )
+
+    def test_icons_that_stall_hold_up_no_lookup(self):
+        over = threading.Event()
+        self.addCleanup(over.set)
+        asked = []
+
+        def stall(target):
+            asked.append(target)
+            over.wait()
+            return 404, {}, b""
+
+        server = self.stopping(Server(plain_answer([f"Type{i}" for i in range(40)], stall)))
+        self.addCleanup(over.set)  # before the server is stopped, which waits for its threads
+        self.explore(server.url)
+        self.wait_for_tiles()
+        self.browser.wait("return document.querySelectorAll('img[data-waiting]').length > 10")
+        self.open_type("Type7")
+        self.assertEqual(self.sources(), ["from the network", "from the network", "from the cache"])
+        self.assertGreaterEqual(len(asked), 4)
+        self.assertLess(len(asked), 30)  # four at a time, and each stalls for ten seconds
+
+    def test_asks_for_icons_without_the_token(self):
+        folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        (folder / "token").write_text("canary-5f0c9d7e41b2")
+        server = self.stopping(Server(plain_answer(["Account"])))
+        self.explore(server.url, "--token-file", folder / "token")
+        self.browser.wait("return document.querySelector('li[data-name=Account] img')")
+        self.browser.wait(ICONS_ARE_LOADED)
+        self.assertIsNone(server.authorizations["/icon/0.svg"])
+        lists = {target: sent for target, sent in server.authorizations.items() if target.startswith("/services/")}
+        self.assertEqual(set(lists.values()), {"Bearer canary-5f0c9d7e41b2"})
+        self.assertGreaterEqual(len(lists), 2)
 
     def test_its_policy_stops_what_the_page_does_not_do(self):
         canary = self.stopping(Server(lambda _: (200, {"Access-Control-Allow-Origin": "*"}, b"")))

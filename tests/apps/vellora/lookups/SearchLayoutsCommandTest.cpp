@@ -95,7 +95,7 @@ TEST_F(SearchLayoutsCommandTest, NamesTenMissingKeysAndCountsTheRest) {
 
 TEST_F(SearchLayoutsCommandTest, AMessageCarriesNoControlCharactersToTheTerminal) {
   EXPECT_EQ(run({"search-layouts", "a\x1b[31m\nb"}).err,
-            "vellora: no search layout for a\uFFFD[31m\uFFFDb: the server has none\n");
+            "vellora: no search layout for a\\x1b[31m\\nb: the server has none\n");
 }
 
 TEST_F(SearchLayoutsCommandTest, AnEntryOfTheCacheThatCannotBeReadIsNotTakenForAFailedRequest) {
@@ -122,7 +122,7 @@ TEST_F(SearchLayoutsCommandTest, AServerThatIsNotThereIsExitCodeFiveWithTheReaso
 }
 
 TEST_F(SearchLayoutsCommandTest, AnAnswerThatIsNotALayoutListIsExitCodeFiveWithTheReason) {
-  for (const auto& fault : {Fault::garbage(), Fault::fail(500), Fault::empty(), Fault::errorBody()}) {
+  for (const auto& fault : {Fault::garbage(), Fault::empty(), Fault::errorBody()}) {
     server->setFault(endpoint, fault);
     const auto ended = run({"search-layouts", "Account"});
     EXPECT_EQ(ended.exitCode, 5);
@@ -131,6 +131,16 @@ TEST_F(SearchLayoutsCommandTest, AnAnswerThatIsNotALayoutListIsExitCodeFiveWithT
                                       "/services/data/v50.0/search/layout (status "));
     EXPECT_THAT(ended.err, HasSubstr("Failed to decode: "));
   }
+}
+
+TEST_F(SearchLayoutsCommandTest, AnErrorStatusIsExitCodeFiveWithTheServersOwnWords) {
+  server->setFault(endpoint, Fault::fail(500));
+  const auto ended = run({"search-layouts", "Account"});
+  EXPECT_EQ(ended.exitCode, 5);
+  EXPECT_EQ(ended.out, "");
+  EXPECT_EQ(ended.err,
+            "vellora: no search layout for Account: 500 for /services/data/v50.0/search/layout: "
+            "The server was told to fail.\n");
 }
 
 TEST_F(SearchLayoutsCommandTest, AConnectionThatBreaksIsExitCodeFive) {

@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace vellora::hostkit::tests {
@@ -34,7 +35,12 @@ TEST(FolderLockTest, ExcludesOthersForAsLongAsItLives) {
 
 TEST(FolderLockTest, IsNotHeldOfWhatIsNoFolder) {
   const TemporaryFolder folder;
-  EXPECT_FALSE(FolderLock(folder.file("missing")).held());
+  const FolderLock lock(folder.file("missing"));
+  EXPECT_FALSE(lock.held());
+  const std::string path = folder.file("missing/cache.db");
+  EXPECT_EQ(*lock.error(path).as<SQLiteCacheError>(),
+            (SQLiteCacheError{SQLiteCacheError::Reason::unwritable, path,
+                              "the folder \"" + folder.file("missing") + "\": No such file or directory"}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -11,6 +12,7 @@
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "tests/hostkit/cache/sqlite/CacheFileFixture.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
+#include "tests/support/OrdinaryUser.h"
 
 namespace vellora::hostkit::tests {
 namespace {
@@ -65,6 +67,20 @@ TEST_F(FreshCacheFileTest, LeavesAForeignFileThatBeginsWithZerosInTheWayOfAFresh
   writeFile(foreign, bytes);
   EXPECT_EQ(refusal(path).detail, "\"" + foreign + "\" is in the way, move it away");
   EXPECT_TRUE(fileBytes(foreign) == bytes);
+}
+
+TEST_F(FreshCacheFileTest, TellsWhenWhatAnotherUserMadeIsInTheWay) {
+  if (geteuid() != 0) GTEST_SKIP() << "only a superuser can give files away";
+  const std::string others = folder.file(".vellora-making");
+  const vellora::tests::OrdinaryUser user(folder.path());
+  writeFile(others, "");
+  chmod(others.c_str(), 0666);
+  ASSERT_EQ(seteuid(0), 0);
+  ASSERT_EQ(chown(others.c_str(), 4711, static_cast<gid_t>(-1)), 0);
+  ASSERT_EQ(seteuid(65534), 0);
+  EXPECT_EQ(refusal(path),
+            (SQLiteCacheError{Reason::unwritable, path,
+                              "\"" + others + "\" is in the way and belongs to another user"}));
 }
 
 TEST_F(FreshCacheFileTest, MakesAFreshFileOfTheLongestNameThatLeavesRoomForItsLog) {

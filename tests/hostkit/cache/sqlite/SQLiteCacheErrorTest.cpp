@@ -27,6 +27,9 @@ TEST(SQLiteCacheErrorTest, SaysWhatIsWrongWhereAndWhatToDo) {
   EXPECT_EQ(text(Reason::locked),
             "The cache file \"/tmp/cache.db\" is locked by another process. "
             "Try again when that process is done, or choose another path.");
+  EXPECT_EQ(text(Reason::otherOwner),
+            "The cache file \"/tmp/cache.db\" was filled for another user or another server. "
+            "Choose another path, or delete that cache.");
   EXPECT_EQ(text(Reason::failed, "disk I/O error"),
             "The cache file \"/tmp/cache.db\" cannot be opened (disk I/O error). "
             "Check the disk that it is on, or choose another path.");

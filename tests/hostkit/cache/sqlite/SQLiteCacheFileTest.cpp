@@ -97,7 +97,7 @@ TEST_F(SQLiteCacheFileTest, TellsAPathThatCannotBe) {
   writeFile(folder.file("file"), "");
   const SQLiteCacheError error = refusal(folder.file("file/cache.db"));
   EXPECT_EQ(error.reason, Reason::unwritable);
-  EXPECT_EQ(error.detail, "Not a directory");
+  EXPECT_EQ(error.detail, "the folder \"" + folder.file("file") + "\": Not a directory");
   EXPECT_EQ(refusal("/proc/no such folder/cache.db").reason, Reason::unwritable);
   EXPECT_EQ(refusal("").reason, Reason::unwritable);
   EXPECT_EQ(refusal(path + std::string("\0.db", 4)).reason, Reason::unwritable);
@@ -121,7 +121,8 @@ TEST_F(SQLiteCacheFileTest, TellsAFolderThatMayNotBeWrittenTo) {
   const OrdinaryUser user(folder.path());
   chmod(folder.path().c_str(), 0500);
   EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::unwritable, path, "Permission denied"}));
-  EXPECT_EQ(refusal(folder.file("sub/cache.db")).detail, "Permission denied");
+  EXPECT_EQ(refusal(folder.file("sub/cache.db")).detail,
+            "the folder \"" + folder.path().string() + "\": Permission denied");
   chmod(folder.path().c_str(), 0700);
   makeCache();
   chmod(folder.path().c_str(), 0500);
@@ -130,6 +131,54 @@ TEST_F(SQLiteCacheFileTest, TellsAFolderThatMayNotBeWrittenTo) {
 
   chmod(folder.path().c_str(), 0700);
   EXPECT_EQ(open()->load("a"), Data(std::string("1")));
+}
+
+TEST_F(SQLiteCacheFileTest, TellsAFolderThatMayNotBeEntered) {
+  const OrdinaryUser user(folder.path());
+  for (const mode_t mode : {0000U, 0600U}) {
+    chmod(folder.path().c_str(), mode);
+    const auto opened = tryToOpen(path);
+    const auto below = tryToOpen(folder.file("sub/cache.db"));
+    chmod(folder.path().c_str(), 0700);
+    for (const auto& refused : {opened, below}) {
+      ASSERT_FALSE(refused.hasValue());
+      EXPECT_EQ(refused.error().as<SQLiteCacheError>()->reason, Reason::unwritable);
+      EXPECT_EQ(refused.error().as<SQLiteCacheError>()->detail,
+                "the folder \"" + folder.path().string() + "\": Permission denied");
+    }
+  }
+}
+
+TEST_F(SQLiteCacheFileTest, TellsAFolderThatMayNotBeRead) {
+  const OrdinaryUser user(folder.path());
+  chmod(folder.path().c_str(), 0300);
+  const auto opened = tryToOpen(path);
+  chmod(folder.path().c_str(), 0700);
+  ASSERT_FALSE(opened.hasValue());
+  EXPECT_EQ(*opened.error().as<SQLiteCacheError>(),
+            (SQLiteCacheError{Reason::unwritable, path,
+                              "the folder \"" + folder.path().string() + "\": Permission denied"}));
+}
+
+TEST_F(SQLiteCacheFileTest, TellsANameThatIsTooLong) {
+  for (const std::string& name : {std::string(300, 'n'), std::string(300, 'n') + "/cache.db"}) {
+    const auto opened = tryToOpen(folder.file(name));
+    ASSERT_FALSE(opened.hasValue());
+    EXPECT_EQ(opened.error().as<SQLiteCacheError>()->reason, Reason::unwritable);
+    EXPECT_THAT(opened.error().as<SQLiteCacheError>()->detail, testing::EndsWith("File name too long"));
+  }
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesALinkThatLeadsNowhere) {
+  std::filesystem::create_symlink("absent", path);
+  EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::unwritable, path, "it is a link that leads nowhere"}));
+  EXPECT_TRUE(std::filesystem::is_symlink(path));
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesAFileOfAnotherUserUnseen) {
+  const OrdinaryUser user(folder.path());
+  const std::string others = "/etc/passwd";
+  EXPECT_EQ(refusal(others), (SQLiteCacheError{Reason::unwritable, others, "it belongs to another user"}));
 }
 
 TEST_F(SQLiteCacheFileTest, TellsAFileThatAnotherProcessHolds) {

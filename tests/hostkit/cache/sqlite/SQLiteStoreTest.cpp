@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "hostkit/cache/sqlite/SQLiteCacheFile.h"
 #include "tests/hostkit/cache/ManualClock.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
@@ -87,6 +88,42 @@ TEST_F(SQLiteStoreTest, LeavesANewerVersionsFileThatTookThePlaceOfADamagedOne) {
 
   EXPECT_FALSE(std::filesystem::exists(path + ".damaged-1"));
   EXPECT_FALSE(store.perform([](SQLiteDatabase&) {}));
+}
+
+TEST_F(SQLiteStoreTest, AFreshFileInPlaceOfADamagedOneBelongsToTheSameOwner) {
+  const std::string owned = folder.file("owned.db");
+  SQLiteStore alices(sqliteCacheFile::open(owned, timeout).value(), owned, timeout, clock.function(),
+                     "alice");
+  ASSERT_FALSE(alices.claim());
+  int runs = 0;
+  ASSERT_TRUE(alices.perform([&runs](SQLiteDatabase& database) {
+    if (++runs == 1) database.noteDamage();
+  }));
+  ASSERT_TRUE(std::filesystem::exists(owned + ".damaged-1"));
+
+  SQLiteStore bobs(sqliteCacheFile::open(owned, timeout).value(), owned, timeout, clock.function(), "bob");
+  const auto refused = bobs.claim();
+
+  ASSERT_TRUE(refused);
+  EXPECT_EQ(refused->as<SQLiteCacheError>()->reason, SQLiteCacheError::Reason::otherOwner);
+}
+
+TEST_F(SQLiteStoreTest, AFileOfAnotherOwnerThatTookThePlaceOfADamagedOneIsNotUsed) {
+  const std::string owned = folder.file("owned.db");
+  SQLiteStore alices(sqliteCacheFile::open(owned, timeout).value(), owned, timeout, clock.function(),
+                     "alice");
+  ASSERT_FALSE(alices.claim());
+  std::filesystem::rename(owned, owned + ".away");
+  SQLiteStore bobs(sqliteCacheFile::open(owned, timeout).value(), owned, timeout, clock.function(), "bob");
+  ASSERT_FALSE(bobs.claim());
+
+  int runs = 0;
+  EXPECT_FALSE(alices.perform([&runs](SQLiteDatabase& database) {
+    ++runs;
+    database.noteDamage();
+  }));
+  EXPECT_EQ(runs, 1) << "on the file that was damaged";
+  EXPECT_TRUE(bobs.perform([](SQLiteDatabase&) {}));
 }
 
 TEST_F(SQLiteStoreTest, TellsTheTimeOfItsClock) {

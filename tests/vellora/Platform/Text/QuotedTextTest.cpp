@@ -29,6 +29,7 @@ TEST(QuotedTextTest, EscapesWhatCouldEndTheQuotesOrTheLine) {
 
 TEST(QuotedTextTest, EscapesMarksThatReverseALine) {
   EXPECT_EQ(quotedText("\u202E\u2066"), R"("\u202e\u2066")");
+  EXPECT_EQ(quotedText("\u061C\u200E\u200F"), R"("\u061c\u200e\u200f")");
 }
 
 TEST(QuotedTextTest, ReplacesBytesThatAreNotUtf8) {

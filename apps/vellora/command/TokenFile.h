@@ -1,0 +1,15 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "apps/vellora/command/Problem.h"
+
+namespace vellora::command {
+
+/// The token in a file or on standard input ("-"), without the line end behind it; no value without a file.
+[[nodiscard]] std::variant<std::optional<std::string>, Problem> readToken(
+    const std::optional<std::string>& file);
+
+}  // namespace vellora::command

@@ -1,0 +1,160 @@
+#include "testkit/HostileTricks.h"
+
+#include <utility>
+
+namespace vellora::testkit {
+
+namespace {
+
+using Promise = HostileTrick::Promise;
+using Reply = ScriptedServer::Reply;
+using Situation = HostileTrick::Situation;
+using Then = ScriptedServer::Then;
+using Tricks = std::vector<HostileTrick>;
+
+const char* const okHead = "HTTP/1.1 200 OK\r\n";
+const char* const tenPromised = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf";
+const char* const chunkedHead = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+
+/// A trick whose reply is the same for each request.
+HostileTrick fixed(const char* name, Promise promise, Reply reply) {
+  return {name, promise, false, [reply = std::move(reply)](const Situation&) { return reply; }};
+}
+
+std::string rightAnswer(const Situation& situation) {
+  return ScriptedServer::http("200 OK", situation.rightBody).bytes;
+}
+
+/// The right body in one chunk, up to the line behind the last chunk.
+std::string chunked(const std::string& body) {
+  constexpr std::size_t base = 16;
+  constexpr const char* digits = "0123456789abcdef";
+  std::string length;
+  for (std::size_t left = body.size(); left > 0; left /= base) length.insert(0, 1, digits[left % base]);
+  return chunkedHead + length + "\r\n" + body + "\r\n0\r\n";
+}
+
+Tricks brokenConnections() {
+  const auto broken = [](const char* name, std::string bytes, Then then) {
+    return fixed(name, Promise::wholeAnswer, {std::move(bytes), then});
+  };
+  return {
+      broken("closes", "", Then::close),
+      broken("resets", "", Then::reset),
+      broken("half a head, closed", std::string(okHead) + "Content-Le", Then::close),
+      broken("half a head, reset", std::string(okHead) + "Content-Le", Then::reset),
+      broken("half a body, closed", tenPromised, Then::close),
+      broken("half a body, reset", tenPromised, Then::reset),
+      broken("half a chunk, closed", std::string(chunkedHead) + "8\r\nhalf", Then::close),
+      broken("no last chunk, closed", std::string(chunkedHead) + "4\r\nhalf\r\n", Then::close),
+  };
+}
+
+Tricks slowAnswers() {
+  const auto slow = [](const char* name, std::string bytes, Then then) {
+    return fixed(name, Promise::inTime, {std::move(bytes), then});
+  };
+  return {
+      slow("stops in the body", tenPromised, Then::keepOpen),
+      slow("trickles", std::string(okHead) + "Content-Length: 900\r\n\r\n", Then::trickle),
+      slow("says nothing", "", Then::keepOpen),
+  };
+}
+
+Tricks largeAnswers(std::size_t largestBody) {
+  const auto large = [](const char* name, std::string bytes, std::string flood) {
+    return fixed(name, Promise::boundedMemory,
+                 {std::move(bytes), flood.empty() ? Then::keepOpen : Then::flood, std::move(flood)});
+  };
+  const std::string twice(2 * largestBody, 'x');
+  constexpr std::size_t longLine = 400'000;
+  return {
+      large("too large a body", ScriptedServer::http("200 OK", twice).bytes, ""),
+      large("endless chunks", chunkedHead, "10000\r\n" + std::string(0x10000, 'x') + "\r\n"),
+      large("a line of the head without end", std::string(okHead) + "X-Long: " + std::string(longLine, 'x'),
+            ""),
+      large("a head without end", okHead, "X-Line: some more of the head\r\n"),
+      large("interim answers without end", "", "HTTP/1.1 103 Early Hints\r\nLink: </style.css>\r\n\r\n"),
+      large("trailers without end", std::string(chunkedHead) + "0\r\n", "X-Trailer: some more of it\r\n"),
+  };
+}
+
+Tricks wrongAnswers() {
+  const auto packed = [](const std::string& body, const std::string& encoding) {
+    return ScriptedServer::http("200 OK", body, {"Content-Encoding: " + encoding});
+  };
+  return {
+      {"no HTTP", Promise::wholeAnswer, false,
+       [](const Situation& it) {
+         return Reply{it.request.token() + "\r\n\r\n", Then::close};
+       }},
+      {"broken packing", Promise::wholeAnswer, false,
+       [packed](const Situation& it) { return packed(it.request.token() + "x", "gzip"); }},
+      {"strange packing", Promise::wholeAnswer, false,
+       [packed](const Situation& it) { return packed("x", "x-" + it.request.token()); }},
+  };
+}
+
+Tricks redirects() {
+  const auto to = [](const char* name, const std::function<std::string(const Situation&)>& location) {
+    return HostileTrick{name, Promise::staysHere, false, [location](const Situation& it) {
+                          return ScriptedServer::http("302 Found", "", {"Location: " + location(it)});
+                        }};
+  };
+  return {
+      to("another server", [](const auto& it) { return "http://" + it.elsewhere + "/theme"; }),
+      to("another server with TLS", [](const auto& it) { return "https://" + it.elsewhere + "/theme"; }),
+      to("another server, same scheme",
+         [](const auto& it) { return "//" + it.elsewhere + "/theme?t=" + it.request.token(); }),
+      to("another protocol", [](const auto& it) { return "ftp://" + it.elsewhere + "/theme"; }),
+      to("a file", [](const auto&) { return "file:///etc/hostname"; }),
+      to("the token as a server",
+         [](const auto& it) { return "http://a:" + it.request.token() + "@" + it.elsewhere; }),
+  };
+}
+
+/// Tricks on a request that has a right answer all the same. What comes besides must not become the answer
+/// to another one.
+Tricks strayAnswers() {
+  const std::string stray = ScriptedServer::http("200 OK", "stray").bytes;
+  const std::string timeout = ScriptedServer::http("408 Request Timeout", "", {"Connection: close"}).bytes;
+  const auto answered = [](const char* name, Promise promise,
+                           const std::function<Reply(const Situation&)>& reply) {
+    return HostileTrick{name, promise, true, reply};
+  };
+  return {
+      answered("answers twice", Promise::ownAnswer,
+               [stray](const auto& it) { return Reply{rightAnswer(it) + stray}; }),
+      answered("answers twice, in chunks", Promise::ownAnswer,
+               [stray](const auto& it) { return Reply{chunked(it.rightBody) + "\r\n" + stray}; }),
+      answered("half an answer too much", Promise::ownAnswer,
+               [stray](const auto& it) {
+                 return Reply{chunked(it.rightBody) + "\r\n" + stray.substr(0, stray.size() / 2)};
+               }),
+      answered("answers, then says that it waited too long", Promise::ownAnswer,
+               [timeout](const auto& it) {
+                 return Reply{rightAnswer(it) + timeout, Then::close};
+               }),
+      answered("says that it waited too long for the next request", Promise::ownAnswer,
+               [timeout](const auto& it) {
+                 return it.request.onKeptConnection ? Reply{timeout, Then::close} : Reply{rightAnswer(it)};
+               }),
+      answered("a redirect behind the body", Promise::staysHere,
+               [](const auto& it) {
+                 return Reply{chunked(it.rightBody) + "Location: http://" + it.elsewhere + "/\r\n\r\n"};
+               }),
+  };
+}
+
+}  // namespace
+
+std::vector<HostileTrick> hostileTricks(std::size_t largestBody) {
+  Tricks all;
+  for (Tricks& some : std::vector<Tricks>{brokenConnections(), slowAnswers(), largeAnswers(largestBody),
+                                          wrongAnswers(), redirects(), strayAnswers()}) {
+    for (HostileTrick& trick : some) all.push_back(std::move(trick));
+  }
+  return all;
+}
+
+}  // namespace vellora::testkit

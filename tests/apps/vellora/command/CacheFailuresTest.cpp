@@ -1,0 +1,66 @@
+#include "apps/vellora/command/CacheFailures.h"
+
+#include <optional>
+#include <string>
+
+#include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "tests/apps/vellora/CommandFixture.h"
+#include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
+
+namespace vellora::command {
+namespace {
+
+using hostkit::SQLiteCacheError;
+using hostkit::SQLiteCacheFailure;
+using hostkit::tests::RawDatabase;
+using testing::HasSubstr;
+
+TEST(CacheFailuresTest, TheFirstOfSeveralStands) {
+  CacheFailures failures;
+  EXPECT_EQ(failures.first(), std::nullopt);
+  const SQLiteCacheError full{SQLiteCacheError::Reason::failed, "/c.db", "disk full"};
+  const SQLiteCacheError broken{SQLiteCacheError::Reason::failed, "/c.db", "disk broken"};
+  failures.note({SQLiteCacheFailure::Operation::writing, full});
+  failures.note({SQLiteCacheFailure::Operation::reading, broken});
+  EXPECT_EQ(failures.first(), "The cache file \"/c.db\" could not be written to (disk full).");
+}
+
+/// A cache file that another process keeps from being written.
+class LockedCacheTest : public CommandFixture {
+ protected:
+  void SetUp() override {
+    CommandFixture::SetUp();
+    ASSERT_EQ(run({"search-layouts", "Case"}).exitCode, 0);
+  }
+
+  /// The line of the error, behind what is missing.
+  [[nodiscard]] std::string reason() const {
+    return "The cache file \"" + cacheFile + "\" could not be written to (database is locked).";
+  }
+};
+
+TEST_F(LockedCacheTest, KeysThatAreMissingBecauseOfItAreExitCodeSevenWithTheReason) {
+  RawDatabase other(cacheFile);
+  other.run("BEGIN IMMEDIATE");
+  const auto ended = run({"ids", "001000000000009"});
+  EXPECT_EQ(ended.exitCode, 7);
+  EXPECT_EQ(ended.err, "vellora: no object type for 001000000000009: " + reason() + "\n");
+  other.run("ROLLBACK");
+  EXPECT_EQ(run({"ids", "001000000000009"}).exitCode, 0);
+}
+
+TEST_F(LockedCacheTest, WhatIsAnsweredAllTheSameIsAnswered) {
+  RawDatabase other(cacheFile);
+  other.run("BEGIN IMMEDIATE");
+  EXPECT_EQ(run({"search-layouts", "Case", "Account"}).exitCode, 0);
+}
+
+TEST_F(LockedCacheTest, IsLogged) {
+  RawDatabase other(cacheFile);
+  other.run("BEGIN IMMEDIATE");
+  EXPECT_THAT(run({"--log", "error", "search-layouts", "Account"}).err,
+              HasSubstr(" error " + reason() + "\n"));
+}
+
+}  // namespace
+}  // namespace vellora::command

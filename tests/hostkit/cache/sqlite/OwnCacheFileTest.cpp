@@ -1,0 +1,75 @@
+#include "hostkit/cache/sqlite/OwnCacheFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
+#include "tests/support/OrdinaryUser.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+using testing::MatchesRegex;
+
+class OwnCacheFileTest : public testing::Test {
+ protected:
+  [[nodiscard]] std::string fileOf(const std::string& owner) const {
+    return ownCacheFile(caches, "records.example", owner).value();
+  }
+
+  const vellora::tests::TemporaryFolder folder;
+  const std::string caches = folder.file("new/caches");
+  const std::string key = caches + "/.vellora-key";
+};
+
+TEST_F(OwnCacheFileTest, IsTheSameAtEachCallAndAnotherOneForEachOwner) {
+  EXPECT_THAT(fileOf("alice"), MatchesRegex(caches + "/records\\.example-[0-9a-f]{32}\\.sqlite"));
+  EXPECT_EQ(fileOf("alice"), fileOf("alice"));
+  EXPECT_NE(fileOf("alice"), fileOf("bob"));
+}
+
+TEST_F(OwnCacheFileTest, TheKeyIsItsOwnersAlone) {
+  const std::string file = fileOf("alice");
+  EXPECT_EQ(modeOf(key), 0600U);
+  EXPECT_EQ(fileBytes(key).size(), 32U);
+  EXPECT_EQ(modeOf(caches), 0700U);
+  EXPECT_THAT(fileNames(caches), testing::ElementsAre(".vellora-key"));
+  std::filesystem::remove(key);
+  EXPECT_NE(fileOf("alice"), file) << "under another key";
+}
+
+TEST_F(OwnCacheFileTest, WhatIsNoKeyIsToldAndStays) {
+  std::filesystem::create_directories(caches);
+  for (const std::string& other : {std::string("short"), std::string(33, 'x')}) {
+    writeFile(key, other);
+    const auto refused = ownCacheFile(caches, "records.example", "alice");
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().as<SQLiteCacheError>()->path, key);
+    EXPECT_EQ(fileBytes(key), other);
+  }
+  std::filesystem::remove(key);
+  ASSERT_EQ(mkfifo(key.c_str(), 0600), 0);
+  EXPECT_FALSE(ownCacheFile(caches, "records.example", "alice"));
+  std::filesystem::remove(key);
+  std::filesystem::create_symlink("/dev/zero", key);
+  EXPECT_FALSE(ownCacheFile(caches, "records.example", "alice"));
+}
+
+TEST_F(OwnCacheFileTest, AFolderThatMayNotBeWrittenToIsNamed) {
+  const vellora::tests::OrdinaryUser user(folder.path());
+  chmod(folder.path().c_str(), 0500);
+  const auto refused = ownCacheFile(caches, "records.example", "alice");
+  chmod(folder.path().c_str(), 0700);
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error().as<SQLiteCacheError>()->detail,
+            "the folder \"" + folder.path().string() + "\": Permission denied");
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests

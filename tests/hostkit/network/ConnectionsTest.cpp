@@ -1,0 +1,85 @@
+#include "hostkit/network/Connections.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <cstdint>
+
+#include "tests/support/ScriptedServer.h"
+
+namespace vellora::hostkit {
+namespace {
+
+using State = Connections::State;
+using tests::ScriptedServer;
+
+/// Connections to a server that answers nobody.
+class ConnectionsTest : public testing::Test {
+ protected:
+  /// A new connection, which the server has taken.
+  int connect() {
+    const int socket = connections.open(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<std::uint16_t>(server.port()));
+    EXPECT_EQ(::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ask(socket);
+    return socket;
+  }
+
+  void ask(int socket) {
+    EXPECT_EQ(::send(socket, "\r\n\r\n", 4, MSG_NOSIGNAL), 4);
+    EXPECT_TRUE(server.waitForRequests(++asked));
+  }
+
+  [[nodiscard]] static int portOf(int socket) {
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
+  }
+
+  unsigned asked = 0;
+  ScriptedServer server;
+  Connections connections;
+};
+
+TEST_F(ConnectionsTest, AConnectionIsFreshOnceAndThenKept) {
+  const int first = connect();
+  const int second = connect();
+  EXPECT_EQ(connections.use(portOf(first)), State::fresh);
+  EXPECT_EQ(connections.use(portOf(first)), State::kept);
+  EXPECT_EQ(connections.use(portOf(second)), State::fresh);
+  connections.close(first);
+  connections.close(second);
+}
+
+TEST_F(ConnectionsTest, OneOnWhichSomethingWaitsIsSpoiltUnlessItSpeaksHttp2) {
+  const int socket = connect();
+  EXPECT_EQ(connections.use(portOf(socket)), State::fresh);
+  server.push("unasked");
+  EXPECT_EQ(connections.use(portOf(socket)), State::spoilt);
+  connections.noteHttp2(portOf(socket));
+  EXPECT_EQ(connections.use(portOf(socket)), State::kept);
+  connections.close(socket);
+}
+
+TEST_F(ConnectionsTest, OneThatHasEndedIsSpoilt) {
+  const int socket = connect();
+  EXPECT_EQ(connections.use(portOf(socket)), State::fresh);
+  ::shutdown(socket, SHUT_RDWR);
+  EXPECT_EQ(connections.use(portOf(socket)), State::spoilt);
+  connections.close(socket);
+}
+
+TEST_F(ConnectionsTest, AnUnknownPortIsFresh) {
+  EXPECT_EQ(connections.use(1), State::fresh);
+  connections.noteHttp2(1);
+  EXPECT_EQ(connections.open(-1, SOCK_STREAM, 0), -1);
+}
+
+}  // namespace
+}  // namespace vellora::hostkit

@@ -1,0 +1,80 @@
+#include "hostkit/secrets/KnownSecrets.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/TokenCanary.h"
+
+namespace vellora::hostkit {
+namespace {
+
+using vellora::tests::TokenCanary;
+
+TEST(KnownSecretsTest, KnowsNothingAtFirstAndLeavesTextsAsTheyAre) {
+  KnownSecrets secrets;
+  secrets.note("");
+  EXPECT_EQ(secrets.cleaned("abc-secret99\n\xff"), "abc-secret99\n\xff");
+}
+
+TEST(KnownSecretsTest, ReplacesPartsThatOverlapAsOne) {
+  KnownSecrets secrets;
+  secrets.note("abc-secret99");
+  secrets.note("secret99-xyz");
+  EXPECT_EQ(secrets.cleaned("<abc-secret99-xyz> <ret99-xyz>"), "<[token]> <[token]>");
+  EXPECT_EQ(secrets.cleaned("secret"), "[token]");
+}
+
+TEST(KnownSecretsTest, KeepsTheLatestOnes) {
+  KnownSecrets secrets;
+  for (const char* secret : {"first-111111", "second-22222", "third-333333", "fourth-44444"}) {
+    secrets.note(secret);
+  }
+  secrets.note("first-111111");  // in use again
+  secrets.note("fifth-555555");
+  EXPECT_EQ(secrets.cleaned("first-111111 second-22222 third-333333 fourth-44444 fifth-555555"),
+            "[token] second-22222 [token] [token] [token]");
+}
+
+TEST(KnownSecretsTest, FindsATokenInEveryFormThatASearchForItTries) {
+  const TokenCanary canary;
+  KnownSecrets secrets;
+  secrets.note(canary.token());
+  const auto traces = canary.traces();
+  ASSERT_GT(traces.size(), 200U);
+  for (const std::string& trace : traces) {
+    EXPECT_TRUE(canary.isIn("name: " + trace + ", label")) << trace;
+    EXPECT_FALSE(canary.isIn(secrets.cleaned("name: " + trace + ", label"))) << trace;
+  }
+}
+
+TEST(KnownSecretsTest, OfALongSecretLooksForTheFirstPart) {
+  std::string secret;
+  for (int i = 0; secret.size() < KnownSecrets::longest; ++i) secret += std::to_string(i) + "~";
+  secret.resize(KnownSecrets::longest);
+  KnownSecrets secrets;
+  secrets.note(secret + "beyond-it");
+  EXPECT_EQ(secrets.cleaned(secret), "[token]");
+  EXPECT_EQ(secrets.cleaned("beyond-it"), "beyond-it");
+}
+
+TEST(KnownSecretsTest, CleansTextsWhileSecretsComeIn) {
+  KnownSecrets secrets;
+  secrets.note("abc-secret99");
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 3; ++thread) {
+    threads.emplace_back([&secrets, thread] {
+      for (int i = 0; i < 50; ++i) {
+        secrets.note("abc-secret99");
+        secrets.note("other-" + std::to_string(thread));
+        EXPECT_EQ(secrets.cleaned("(abc-secret99)"), "([token])");
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+}
+
+}  // namespace
+}  // namespace vellora::hostkit

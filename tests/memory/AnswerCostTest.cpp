@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include "tests/support/AllocationCounter.h"
+#include "vellora/Models/CompactLayoutResults.h"
+#include "vellora/Models/ListViewObjectRecords.h"
+#include "vellora/Models/ThemeResponse.h"
+#include "vellora/Platform/Json/Json.h"
+
+// What it costs to read an answer that was made to cost much: as many values as fit into its bytes.
+
+namespace vellora {
+namespace {
+
+std::string repeated(const std::string& before, const std::string& item, const std::string& after) {
+  constexpr std::size_t count = 50'000;
+  std::string text = before + item;
+  for (std::size_t i = 1; i < count; ++i) text.append(",").append(item);
+  return text + after;
+}
+
+/// All that is taken from the heap to read `text`, given back or not, for each byte of it.
+template <class Response>
+double bytesForEachByte(std::string text) {
+  const auto length = static_cast<double>(text.size());
+  const Data body(std::move(text));
+  json::releaseParser();
+  const tests::AllocationCounter counter;
+  static_cast<void>(json::decodeOnce<Response>(body));
+  return static_cast<double>(counter.bytes()) / length;
+}
+
+TEST(AnswerCostTest, ReadingAnAnswerTakesNoMoreThan64TimesItsLengthWhateverItHolds) {
+  constexpr double most = 64;
+  EXPECT_LE(bytesForEachByte<ListViewObjectRecords>(repeated("[", "0", "]")), most);
+  EXPECT_LE(bytesForEachByte<ListViewObjectRecords>(repeated("[", "[]", "]")), most);
+  EXPECT_LE(bytesForEachByte<ListViewObjectRecords>("[\"" + std::string(1'000'000, 'x') + "\"]"), most);
+  EXPECT_LE(bytesForEachByte<ListViewObjectRecords>(repeated(R"({"records":[)", R"({"Id":""})", "]}")), most);
+  EXPECT_LE(
+      bytesForEachByte<ThemeResponse>(repeated(R"({"themeItems":[)", R"({"name":"","icons":[]})", "]}")),
+      most);
+  EXPECT_LE(bytesForEachByte<CompactLayoutResults>(
+                repeated(R"({"A":{"objectType":"","fieldItems":[{"label":"","layoutComponents":[)",
+                         R"({"value":""})", "]}]}}")),
+            most);
+  EXPECT_LE(bytesForEachByte<CompactLayoutResults>(
+                repeated(R"({"A":{"objectType":"","layoutFields":[)",
+                         R"({"apiName":"","fieldType":"","label":"","htmlFormatted":true})", "]}}")),
+            most);
+}
+
+}  // namespace
+}  // namespace vellora
