@@ -84,14 +84,14 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   auto log = openLog(arguments, secrets);
   if (!log) return Problem{ExitCode::usage, log.error().localizedDescription()};
 
-  const auto cacheFailures = std::make_shared<CacheFailures>();
+  const auto cacheFailures = std::make_shared<CacheFailures>(secrets);
   auto cache = openCache(arguments, std::get<0>(token), cacheFailures, log.value());
   if (const auto* problem = std::get_if<Problem>(&cache)) return *problem;
 
   const auto settling = std::make_shared<SettlingNetwork>(std::get<0>(std::move(network)));
   const auto noting = std::make_shared<NotingLogger>(failures, std::move(log).value());
-  return std::unique_ptr<Session>(
-      new Session(secrets, failures, cacheFailures, settling, noting, {settling, std::get<0>(cache), noting}));
+  return std::unique_ptr<Session>(new Session(secrets, failures, cacheFailures, settling, noting,
+                                              {settling, std::get<0>(cache), noting}));
 }
 
 Session::Session(std::shared_ptr<const hostkit::KnownSecrets> secrets,

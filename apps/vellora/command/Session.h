@@ -56,8 +56,8 @@ class Session {
 
  private:
   Session(std::shared_ptr<const hostkit::KnownSecrets> secrets, std::shared_ptr<RequestFailures> failures,
-          std::shared_ptr<CacheFailures> cacheFailures,
-          std::shared_ptr<SettlingNetwork> network, std::shared_ptr<NotingLogger> logger, RequiredAPI api);
+          std::shared_ptr<CacheFailures> cacheFailures, std::shared_ptr<SettlingNetwork> network,
+          std::shared_ptr<NotingLogger> logger, RequiredAPI api);
 
   const std::shared_ptr<const hostkit::KnownSecrets> secrets_;
   const std::shared_ptr<RequestFailures> failures_;

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
@@ -25,12 +26,11 @@ std::string readKey(const std::string& file, int& number) {
   const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
   number = descriptor < 0 ? errno : 0;
   if (descriptor < 0) return {};
-  std::string key(keySize + 1, '\0');
-  const auto count = read(descriptor, key.data(), key.size());
+  std::array<char, keySize + 1> bytes{};
+  const auto count = read(descriptor, bytes.data(), bytes.size());
   close(descriptor);
   if (count != static_cast<ssize_t>(keySize)) number = EINVAL;
-  key.resize(keySize);
-  return key;
+  return {bytes.data(), keySize};
 }
 
 /// Writes the new key `key` to a file that is made for it; 0, or the `errno` of what went wrong.
