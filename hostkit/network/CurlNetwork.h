@@ -56,9 +56,10 @@ namespace vellora::hostkit {
 class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
  public:
   /// Gives the bearer token to send, or nothing to send none. Asked for each request, on the thread that
-  /// calls `sendRequest` and before it returns, so that a renewed token is used at once. A token must be
-  /// printable ASCII without blanks and no longer than `longestToken`, else the request fails with `badToken`
-  /// and is not sent.
+  /// calls `sendRequest` and before it returns, so that a renewed token is used at once, and, without
+  /// `renewedToken`, on the network's own thread: it must be safe to call from several threads. A token must
+  /// be printable ASCII without blanks and no longer than `longestToken`, else the request fails with
+  /// `badToken` and is not sent.
   using TokenProvider = std::function<std::optional<std::string>()>;
 
   /// No server takes a header that is longer.

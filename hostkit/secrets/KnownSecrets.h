@@ -34,7 +34,7 @@ class SecretTraces;
 /// the length of the text alone.
 class VELLORA_EXPORT KnownSecrets {
  public:
-  static constexpr std::size_t mostKept = 4;
+  static constexpr std::size_t mostKept = 16;  ///< as many as are in use at once while a token is renewed
   static constexpr std::size_t longest = 16'384;
 
   KnownSecrets();
