@@ -83,9 +83,9 @@ class VELLORA_EXPORT SQLiteCache final : public CorvaneSDK::Cache {
   /// cache is left in the folder.
   ///
   /// While any program has the cache open, this one included, it is refused (`locked`) and nothing is
-  /// deleted, unless it is damaged, since then no lock can be had: so nobody goes on to write to a sound
-  /// cache that should be gone. Let go of the service, the cache and its tables first. A file that is no
-  /// cache is refused, too.
+  /// deleted: else that program would go on to write to a cache that should be gone. A damaged cache is
+  /// deleted even so, since it cannot be locked. Let go of the service, the cache and its tables first. A
+  /// file that is no cache, or that a newer version wrote, is refused, too.
   [[nodiscard]] static std::optional<Error> destroy(const std::string& path);
 
   ~SQLiteCache() override;
