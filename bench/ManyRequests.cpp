@@ -16,8 +16,8 @@ namespace vellora::bench {
 
 namespace {
 
-constexpr std::size_t few = 1'000;
-constexpr std::size_t many = 12'000;
+constexpr std::size_t few = 5'000;
+constexpr std::size_t many = 60'000;
 
 /// The ready-made network, and a server that answers every request alike.
 struct Wire {

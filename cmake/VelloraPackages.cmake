@@ -35,7 +35,7 @@ set(CPACK_DEBIAN_DEV_DESCRIPTION "Files to build against Vellora
 string(CONCAT CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
   "libvellora${VELLORA_ABI} (= ${PROJECT_VERSION}), "
   "libboost-json1.81-dev, libboost-url1.81-dev, libsimdjson-dev, "
-  "libcurl4-openssl-dev | libcurl4-gnutls-dev, libssl-dev, libsqlite3-dev, zlib1g-dev, libspdlog-dev")
+  "libcurl4-openssl-dev, libssl-dev, libsqlite3-dev, zlib1g-dev, libspdlog-dev")
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "libgtest-dev")
 
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME vellora)

@@ -18,8 +18,8 @@ namespace vellora::hostkit {
 ///     const auto host = StandardPlatformAPI::make({.server = "https://records.example"});
 ///     if (!host) return fail(host.error().localizedDescription());
 ///
-/// Ownership: shares each facility; the library takes its own handles and needs this object only while it is
-/// being constructed.
+/// Ownership: shares each facility. A `VelloraService` takes handles of its own: it needs this object only
+/// while the service is being constructed.
 ///
 /// Threads: immutable, hence safe to read from several threads.
 ///
@@ -29,8 +29,8 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
   struct Options {
     /// The records server's address, such as "https://records.example".
     std::string server;
-    /// Gives the bearer token; see `CurlNetwork`. Asked twice for each request: equal requests share one only
-    /// if they go out with the same token.
+    /// Gives the bearer token; see `CurlNetwork`. Asked for each request, to see whether it may share another
+    /// one: only if both go out with the same token. Asked again for each request that is sent.
     CurlNetwork::TokenProvider token = {};
     /// Gives another token when the server has refused one; see `CurlNetwork`.
     CurlNetwork::TokenRenewal renewedToken = {};
@@ -38,11 +38,12 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
     bool allowTokenOverPlainHttp = false;
     /// A PEM file of the certificate authorities to trust; absent: the system's.
     std::optional<std::string> caFile = {};
-    /// Told how each request that was sent has ended; see `CurlNetwork`.
+    /// Told how each request has ended, also one that could not be sent. Requests that share one count as
+    /// one. See `CurlNetwork`.
     CurlNetwork::Observer observer = {};
     /// Where a `SQLiteCache` is kept; absent: a `MemoryCache`, which forgets everything with the process.
     std::optional<std::string> cacheFile = {};
-    /// Whose cache that file is; see `SQLiteCache::Options::owner`. Without it any user's file is opened.
+    /// Whose cache that file is; see `SQLiteCache::Options::owner`. Without it a file of any owner is opened.
     std::optional<std::string> cacheOwner = {};
     /// Told of each call of that file that failed; see `SQLiteCache`. The logger is told of them, too.
     SQLiteCache::Observer cacheObserver = {};

@@ -20,7 +20,8 @@ namespace vellora::testkit {
 ///     // … run what is tested …
 ///     EXPECT_EQ(cache->callTexts(), (std::vector<std::string>{"load ops.theme.fetch.timestamp"}));
 ///
-/// A call that fails finds nothing, or writes nothing and returns false.
+/// A call that fails finds nothing, or writes nothing and returns false. A `createTable` that fails gives a
+/// table that stays empty and whose every call fails.
 ///
 /// Ownership: shares the cache that it forwards to. The tables that it hands out may outlive it; they go on
 /// failing and recording.

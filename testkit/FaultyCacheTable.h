@@ -21,7 +21,7 @@ namespace vellora::testkit {
 ///
 /// Threads: safe to use from several threads at once, as far as the other table is.
 ///
-/// Errors: none of its own; a read that fails finds nothing, a write that fails returns false.
+/// Errors: none of its own; a read that fails finds nothing or wrong bytes, a write that fails returns false.
 class VELLORA_EXPORT FaultyCacheTable final : public ForwardingCacheTable {
  public:
   FaultyCacheTable(std::shared_ptr<CorvaneSDK::CacheTable> next, std::shared_ptr<HostFaults> faults,

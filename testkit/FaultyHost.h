@@ -13,8 +13,8 @@
 
 namespace vellora::testkit {
 
-/// A host whose calls can be made to fail one by one, around any other host. Count the calls of what you
-/// test, then try it again with each of them failing in each way:
+/// A host whose calls can be made to fail one by one, around the three facilities of another. Count the calls
+/// of what you test, then try it again with each of them failing in each way:
 ///
 ///     FaultyHost host(network, cache, logger);
 ///     run(host);
@@ -29,10 +29,10 @@ namespace vellora::testkit {
 ///
 /// The numbers are as steady as the order of the calls is: step the queues by hand.
 ///
-/// Ownership: shares the three facilities that it is built around. What it hands out may outlive it; its
-/// faults last on.
+/// Ownership: shares the three facilities that it is built around; none may be null. What it hands out may
+/// outlive it; its faults last on.
 ///
-/// Threads: safe to use from several threads at once, as far as the other host is.
+/// Threads: safe to use from several threads at once, as far as those facilities are.
 class VELLORA_EXPORT FaultyHost final : public CorvaneSDK::PlatformAPI {
  public:
   FaultyHost(std::shared_ptr<CorvaneSDK::Network> network, std::shared_ptr<CorvaneSDK::Cache> cache,

@@ -16,8 +16,8 @@ namespace vellora::testkit {
 /// A wrong answer comes when the other network answers, in the place of its answer. A request that is
 /// answered at once or never does not reach the other network.
 ///
-/// Ownership: shares the other network and the faults. Owns the completions that it holds back; what is still
-/// held when it is destroyed is dropped uncalled, and so is a late answer that comes after that.
+/// Ownership: shares the other network and the faults. Owns the completions that it holds back. One that is
+/// held when it is destroyed is never called, nor is one whose late answer comes after that.
 ///
 /// Threads: safe to use from several threads at once, as far as the other network is. No lock is held while a
 /// completion runs.

@@ -39,16 +39,16 @@ struct VELLORA_EXPORT HostCall {
   std::string subject;
 
   /// On a table, the meta of the row that is written, or the pairs that the wanted rows must have. Empty when
-  /// a plain predicate selects the rows.
+  /// the rows are not selected by pairs.
   CorvaneSDK::Meta meta = {};
 
-  /// True when a fault struck the call.
+  /// True when a fault struck the call, or the creation of the table that it is made on.
   bool failed = false;
 
   /// The subject, and behind it the pairs, such as "Themes cacheEntryType=theme name=Account".
   [[nodiscard]] std::string target() const;
 
-  /// The operation's name and the target, and " (failed)" behind them when it did. Such as
+  /// The operation's name and the target, and " (failed)" behind them when `failed` is set. Such as
   /// "save ops.theme.fetch.timestamp", "tableUpsert Themes kind=list (failed)", "log fetchedThemes()" or, of
   /// a request, "GET /services/data/v50.0/theme".
   [[nodiscard]] std::string description() const;

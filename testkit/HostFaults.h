@@ -71,7 +71,7 @@ class VELLORA_EXPORT HostFaults {
   /// Undoes `fail` for the calls of that kind.
   void mend(HostCall::Operation operation);
 
-  /// No faults from now on.
+  /// Undoes every `plan` and every `fail`. A table that was not created goes on failing.
   void mend();
 
   /// The calls so far, in order of their beginning.

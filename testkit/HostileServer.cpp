@@ -12,10 +12,16 @@ std::uint64_t hashOf(std::uint64_t seed, std::string_view text) {
   return hash ^ (hash >> 32);
 }
 
+std::vector<HostileTrick> tricksWithoutLateOnes(std::size_t largestBody) {
+  auto tricks = hostileTricks(largestBody);
+  std::erase_if(tricks, [](const HostileTrick& trick) { return !trick.late.empty(); });
+  return tricks;
+}
+
 }  // namespace
 
 HostileServer::HostileServer(std::uint64_t seed, std::size_t largestBody)
-    : seed_(seed), tricks_(hostileTricks(largestBody)) {
+    : seed_(seed), tricks_(tricksWithoutLateOnes(largestBody)) {
   server_.replyBy([this](const ScriptedServer::Request& request) { return answer(request); });
 }
 

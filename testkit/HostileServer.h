@@ -16,7 +16,8 @@ namespace vellora::testkit {
 
 /// A server on an ephemeral loopback port that plays one of the `hostileTricks` on each request. Which one
 /// follows from the seed and from the request's path and query, so that a run can be repeated whatever order
-/// its threads came in.
+/// its threads came in. Those with something to say `late` are left out: it would meet requests that are
+/// under way, where nobody can tell it from their answers.
 ///
 ///     HostileServer server(seed, largestBody);
 ///     const auto network = connect(server.url());

@@ -113,11 +113,19 @@ Tricks redirects() {
   };
 }
 
+std::string strayAnswer() {
+  return ScriptedServer::http("200 OK", "stray").bytes;
+}
+
+std::string waitedTooLong() {
+  return ScriptedServer::http("408 Request Timeout", "", {"Connection: close"}).bytes;
+}
+
 /// Tricks on a request that has a right answer all the same. What comes besides must not become the answer
 /// to another one.
 Tricks strayAnswers() {
-  const std::string stray = ScriptedServer::http("200 OK", "stray").bytes;
-  const std::string timeout = ScriptedServer::http("408 Request Timeout", "", {"Connection: close"}).bytes;
+  const std::string stray = strayAnswer();
+  const std::string timeout = waitedTooLong();
   const auto answered = [](const char* name, Promise promise,
                            const std::function<Reply(const Situation&)>& reply) {
     return HostileTrick{name, promise, true, reply};
@@ -146,12 +154,24 @@ Tricks strayAnswers() {
   };
 }
 
+/// What comes when the request has been answered rightly, and its connection waits for the next one.
+Tricks lateStrayAnswers() {
+  const auto late = [](const char* name, std::string bytes) {
+    return HostileTrick{name, Promise::ownAnswer, true,
+                        [](const Situation& it) { return Reply{rightAnswer(it)}; }, std::move(bytes)};
+  };
+  return {
+      late("answers again later", strayAnswer()),
+      late("says later that it waited too long", waitedTooLong()),
+  };
+}
+
 }  // namespace
 
 std::vector<HostileTrick> hostileTricks(std::size_t largestBody) {
   Tricks all;
   for (Tricks& some : std::vector<Tricks>{brokenConnections(), slowAnswers(), largeAnswers(largestBody),
-                                          wrongAnswers(), redirects(), strayAnswers()}) {
+                                          wrongAnswers(), redirects(), strayAnswers(), lateStrayAnswers()}) {
     for (HostileTrick& trick : some) all.push_back(std::move(trick));
   }
   return all;

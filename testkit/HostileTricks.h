@@ -12,9 +12,10 @@ namespace vellora::testkit {
 
 /// One thing that a server does wrong, and what a network promises about it.
 ///
-///     for (const HostileTrick& trick : hostileTricks()) {
+///     for (const HostileTrick& trick : hostileTricks(largestBody)) {
 ///       server.replyBy([&](const auto& request) { return trick.reply({request, "right", elsewhere}); });
 ///       // …send a request, and look what its completion gets
+///       if (!trick.late.empty()) server.push(trick.late);  // …and look what the next one gets
 ///     }
 ///
 /// Ownership: a plain value.
@@ -40,6 +41,10 @@ struct VELLORA_EXPORT HostileTrick {
   /// Whether the request has a right answer all the same; if not, it must fail.
   bool isAnswered;
   std::function<ScriptedServer::Reply(const Situation&)> reply;
+  /// What the server says unasked once the request is completed, on the idle connection; empty for most. The
+  /// next request must get its own answer all the same. `ScriptedServer::push` sends it, so that without TLS
+  /// it is there before that request.
+  std::string late = {};
 };
 
 /// All of them; the names differ. `largestBody` is the length, in bytes, above which the network under test

@@ -24,15 +24,17 @@ namespace vellora::testkit {
 ///     server.reply(ScriptedServer::http("200 OK", "{}"));
 ///     server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf", ScriptedServer::Then::close});
 ///
-/// A request ends at its first blank line; bodies are not read. Requests of all connections share one list of
-/// replies. Without a reply left, `replyAlways`'s or `replyBy`'s is given, whichever was set last; without
-/// that the request hangs.
+/// A request ends at its first blank line; a body would be taken for the beginning of the next request. The
+/// requests of all connections share one list of replies. When none is left, what `replyAlways` or `replyBy`
+/// set last gives the reply. Where neither was called, the request hangs.
 ///
 /// Ownership: owns its thread and its sockets; its destructor closes every connection.
 ///
-/// Threads: safe to use from several threads at once.
+/// Threads: safe to use from several threads at once, except `push`: one thread at a time calls it, and no
+/// responder does.
 ///
-/// Errors: `std::runtime_error` from the constructor when the machine gives no socket.
+/// Errors: `std::runtime_error` from the constructor when the machine gives no socket, pipe or thread, and
+/// from `push` when it cannot wake the server.
 class VELLORA_EXPORT ScriptedServer {
  public:
   /// What becomes of the connection behind a reply.

@@ -85,8 +85,8 @@ class VELLORA_EXPORT StubNetwork final : public CorvaneSDK::Network {
   /// Answers every request for exactly `url`.
   void answer(std::string url, Answer answer);
 
-  /// Answers the requests for exactly `url` with `answers` in turn; the last one stays. None: as if not
-  /// scripted.
+  /// Answers the requests for exactly `url` with `answers` in turn; the last one stays. Without any answer
+  /// this changes nothing.
   void answer(std::string url, std::vector<Answer> answers);
 
   /// Answers every request whose URL begins with `prefix`.

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "hostkit/cache/rows/HexDigits.h"
 #include "vellora/Platform/Text/Utf8.h"
 
 namespace vellora::hostkit {
@@ -18,16 +19,6 @@ bool isUtf8(std::string_view text) {
     text.remove_prefix(character.length);
   }
   return true;
-}
-
-std::string toHex(std::string_view bytes) {
-  constexpr std::string_view digits = "0123456789abcdef";
-  std::string hex;
-  for (const char next : bytes) {
-    const auto byte = static_cast<unsigned char>(next);
-    hex.append({digits[byte >> 4U], digits[byte & 15U]});
-  }
-  return hex;
 }
 
 std::optional<Data> fromHex(const std::string& hex) {
@@ -46,7 +37,7 @@ std::optional<Data> fromHex(const std::string& hex) {
 
 archiveFormat::Bytes writtenBytes(const Data& data) {
   if (isUtf8(data.view())) return {std::string(data.view()), std::nullopt};
-  return {std::nullopt, toHex(data.view())};
+  return {std::nullopt, hexDigits(data.view())};
 }
 
 std::optional<Data> readBytes(const archiveFormat::Bytes& bytes) {
@@ -55,7 +46,7 @@ std::optional<Data> readBytes(const archiveFormat::Bytes& bytes) {
 }
 
 std::optional<std::string> hexOfKey(std::string_view key) {
-  return isUtf8(key) ? std::nullopt : std::optional(toHex(key));
+  return isUtf8(key) ? std::nullopt : std::optional(hexDigits(key));
 }
 
 std::optional<std::string> readKey(const std::string& text, const std::optional<std::string>& hex) {

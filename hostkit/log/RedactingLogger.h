@@ -19,6 +19,8 @@ namespace vellora::hostkit {
 /// Ownership: shares what it is given.
 ///
 /// Threads: as safe as the other logger.
+///
+/// Errors: a line for which there is no memory is dropped.
 class VELLORA_EXPORT RedactingLogger final : public CorvaneSDK::Logger {
  public:
   /// Neither may be null.

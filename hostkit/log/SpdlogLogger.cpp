@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <mutex>
+#include <new>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -146,7 +147,10 @@ SpdlogLogger::SpdlogLogger(std::unique_ptr<Implementation> implementation)
 SpdlogLogger::~SpdlogLogger() = default;
 
 void SpdlogLogger::log(std::string_view message, CorvaneSDK::LogLevel level) {
-  implementation_->log(message, spdlogLevel(level));
+  try {
+    implementation_->log(message, spdlogLevel(level));
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the line is dropped
+  }
 }
 
 }  // namespace vellora::hostkit

@@ -46,6 +46,7 @@ class CoalescingNetwork::Flights : public std::enable_shared_from_this<Flights> 
   /// to be sent.
   std::shared_ptr<Flight> join(const NetRequest& request, std::string credential, Completion completion) {
     std::vector<std::shared_ptr<Flight>> seen;  // dropped after the lock: the last handle may go here
+    std::shared_ptr<Flight> made;               // likewise, when there is no memory to keep it
     const std::lock_guard lock(mutex_);
     const auto [begin, end] = underWay_.equal_range(urlOf(request));
     for (auto each = begin; each != end; ++each) {
@@ -54,10 +55,10 @@ class CoalescingNetwork::Flights : public std::enable_shared_from_this<Flights> 
       flight->waiting.push_back(std::move(completion));
       return nullptr;
     }
-    auto flight = std::make_shared<Flight>(request, std::move(credential), weak_from_this());
-    flight->waiting.push_back(std::move(completion));
-    underWay_.emplace(urlOf(request), flight);
-    return flight;
+    made = std::make_shared<Flight>(request, std::move(credential), weak_from_this());
+    made->waiting.push_back(std::move(completion));
+    underWay_.emplace(urlOf(request), made);
+    return made;
   }
 
   /// Ends `flight`: from here on an equal request is a new one. Gives who waits for its answer.

@@ -46,16 +46,12 @@ void Connections::close(int socket) noexcept {
   ::close(socket);
 }
 
-Connections::State Connections::use(int localPort) noexcept {
+Connections::State Connections::use(int localPort, Protocol protocol) noexcept {
   const auto found = find(localPort);
   if (found == bySocket_.end()) return State::fresh;
   auto& [socket, connection] = *found;
   if (!std::exchange(connection.wasUsed, true)) return State::fresh;
-  return connection.isHttp2 || isOpenAndSilent(socket) ? State::kept : State::spoilt;
-}
-
-void Connections::noteHttp2(int localPort) noexcept {
-  if (const auto found = find(localPort); found != bySocket_.end()) found->second.isHttp2 = true;
+  return protocol == Protocol::http2 || isOpenAndSilent(socket) ? State::kept : State::spoilt;
 }
 
 std::map<int, Connections::Connection>::iterator Connections::find(int localPort) noexcept {

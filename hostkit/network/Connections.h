@@ -22,6 +22,12 @@ class Connections {
     spoilt,  ///< something waits on it, or it has ended
   };
 
+  /// What a connection speaks.
+  enum class Protocol {
+    http1,  ///< what waits before a request was not asked for
+    http2,  ///< an answer bears the number of its request, and what waits may be in order
+  };
+
   /// A new socket; -1 when there is none to be had.
   [[nodiscard]] int open(int family, int type, int protocol) noexcept;
 
@@ -29,16 +35,11 @@ class Connections {
   void close(int socket) noexcept;
 
   /// Tells in which state the connection from that local port is for a request that is about to be sent.
-  [[nodiscard]] State use(int localPort) noexcept;
-
-  /// Tells that the connection from that local port speaks HTTP/2. There an answer bears the number of its
-  /// request, and what waits may be in order.
-  void noteHttp2(int localPort) noexcept;
+  [[nodiscard]] State use(int localPort, Protocol protocol) noexcept;
 
  private:
   struct Connection {
     bool wasUsed = false;
-    bool isHttp2 = false;
   };
 
   [[nodiscard]] std::map<int, Connection>::iterator find(int localPort) noexcept;

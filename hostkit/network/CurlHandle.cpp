@@ -33,6 +33,35 @@ bool quotesProxy(std::string_view reason) {
   return reason.find("proxy") != std::string_view::npos && reason.find('\'') != std::string_view::npos;
 }
 
+/// The TLS session of the transfer's connection; null when there is none.
+const curl_tlssessioninfo* tlsOf(CURL* easy) {
+  curl_tlssessioninfo* session = nullptr;
+  curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &session);
+  return session != nullptr && session->internals != nullptr ? session : nullptr;
+}
+
+/// Null for a session of another library than OpenSSL.
+const SSL* openSslOf(const curl_tlssessioninfo& tls) {
+  return tls.backend == CURLSSLBACKEND_OPENSSL ? static_cast<const SSL*>(tls.internals) : nullptr;
+}
+
+/// HTTP/2 is offered over TLS only, which says what was agreed on. What a server writes in a head is no sign.
+Connections::Protocol protocolOver(const curl_tlssessioninfo* tls) {
+  const SSL* session = tls != nullptr ? openSslOf(*tls) : nullptr;
+  if (session == nullptr) return Connections::Protocol::http1;
+  const unsigned char* name = nullptr;
+  unsigned length = 0;
+  SSL_get0_alpn_selected(session, &name, &length);
+  const bool isHttp2 = length == 2 && name[0] == 'h' && name[1] == '2';
+  return isHttp2 ? Connections::Protocol::http2 : Connections::Protocol::http1;
+}
+
+/// What TLS has taken from the socket is no longer seen there. True as well when TLS cannot be asked.
+bool isUnreadIn(const curl_tlssessioninfo& tls) {
+  const SSL* session = openSslOf(tls);
+  return session == nullptr || SSL_has_pending(session) != 0;
+}
+
 }  // namespace
 
 bool CurlHandle::prepare(const CurlRequest& request, const TransferSetting& setting, Connections& connections,
@@ -55,21 +84,12 @@ bool CurlHandle::useFreshConnection() {
 
 int CurlHandle::admitConnection(void* self, char*, char*, int, int localPort) noexcept {
   auto& handle = *static_cast<CurlHandle*>(self);
-  handle.localPort_ = localPort;
-  handle.state_ = handle.connections_->use(localPort);
-  if (handle.state_ == Connections::State::kept && handle.isUnreadInTls()) {
-    handle.state_ = Connections::State::spoilt;
-  }
+  const curl_tlssessioninfo* tls = tlsOf(handle.easy());
+  const Connections::Protocol protocol = protocolOver(tls);
+  handle.state_ = handle.connections_->use(localPort, protocol);
+  const bool isUnread = protocol == Connections::Protocol::http1 && tls != nullptr && isUnreadIn(*tls);
+  if (handle.state_ == Connections::State::kept && isUnread) handle.state_ = Connections::State::spoilt;
   return handle.state_ == Connections::State::spoilt ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
-}
-
-// What TLS has taken from the socket is no longer seen there.
-bool CurlHandle::isUnreadInTls() const {
-  curl_tlssessioninfo* session = nullptr;
-  curl_easy_getinfo(easy_.get(), CURLINFO_TLS_SSL_PTR, &session);
-  if (session == nullptr || session->internals == nullptr) return false;
-  if (session->backend != CURLSSLBACKEND_OPENSSL) return true;  // cannot be asked
-  return SSL_has_pending(static_cast<const SSL*>(session->internals)) != 0;
 }
 
 // Bytes behind an answer, in the same read: curl 7.88.1 tells of them by these words alone, drops them, and
@@ -83,10 +103,9 @@ int CurlHandle::noteLeftovers(CURL* easy, curl_infotype type, char* text, std::s
 
 std::size_t CurlHandle::receiveHeadLine(const char* bytes, std::size_t, std::size_t count,
                                         void* self) noexcept {
-  const auto& handle = *static_cast<const CurlHandle*>(self);
-  const std::string_view line(bytes, count);
-  if (line.starts_with("HTTP/2")) handle.connections_->noteHttp2(handle.localPort_);
-  return received(count, [&] { return handle.receiver_->takeHeadLine(line); });
+  return received(count, [&] {
+    return static_cast<const CurlHandle*>(self)->receiver_->takeHeadLine({bytes, count});
+  });
 }
 
 std::size_t CurlHandle::receiveBody(const char* bytes, std::size_t, std::size_t count, void* self) noexcept {

@@ -15,7 +15,7 @@
 namespace vellora::hostkit {
 
 /// A curl easy handle: the options of one request, and what curl tells of its answer. A connection is used
-/// again only if nothing has come on it since its last answer.
+/// again only if nothing has come on it since its last answer, or if it speaks HTTP/2.
 ///
 /// Ownership: owns what curl needs besides the handle, and frees both. The request, the setting, the
 /// connections and the receiver must outlive it.
@@ -86,8 +86,6 @@ class CurlHandle {
   static std::size_t receiveHeadLine(const char* bytes, std::size_t, std::size_t count, void* self) noexcept;
   static std::size_t receiveBody(const char* bytes, std::size_t, std::size_t count, void* self) noexcept;
 
-  [[nodiscard]] bool isUnreadInTls() const;
-
   template <class Value>
   void set(CURLoption option, Value value);
   void setRequest(const CurlRequest& request);
@@ -103,7 +101,6 @@ class CurlHandle {
   std::array<char, CURL_ERROR_SIZE> errorText_{};
   Connections* connections_ = nullptr;
   Receiver* receiver_ = nullptr;
-  int localPort_ = 0;
   Connections::State state_ = Connections::State::fresh;
   bool ready_ = easy_ != nullptr;  // until something cannot be set
 };

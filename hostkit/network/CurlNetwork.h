@@ -28,7 +28,8 @@ namespace vellora::hostkit {
 /// `Data`. Any other status is an error, with status, path and the server's own words.
 ///
 /// The token goes to the server of `Options::server` and nowhere else. Over http it goes to this machine
-/// only: a request that would take it to another machine fails with `unprotectedToken` and is not sent.
+/// only: a request that would take it to another machine fails with `unprotectedToken` and is not sent,
+/// unless `Options::allowTokenOverPlainHttp` is set.
 ///
 /// When the server refuses the token with a 401, another one is asked for, and the request is sent once more
 /// if there is one.
@@ -55,14 +56,16 @@ namespace vellora::hostkit {
 /// Units: seconds, bytes.
 class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
  public:
-  /// Gives the bearer token to send, or nothing to send none. Asked for each request, on the thread that
-  /// calls `sendRequest` and before it returns, so that a renewed token is used at once. A token must be
-  /// printable ASCII without blanks and no longer than `longestToken`, else the request fails with `badToken`
-  /// and is not sent.
+  /// Gives the bearer token to send, or nothing to send none. Asked on the thread that calls `sendRequest`,
+  /// before it returns, for each request without an `Authorization` header of its own; so a renewed token is
+  /// used at once. Without `renewedToken` it is also asked on the network's own thread, after a 401: it must
+  /// be safe to call from several threads. A token must be printable ASCII without blanks and no longer than
+  /// `longestToken`, else the request fails with `badToken` and is not sent.
   using TokenProvider = std::function<std::optional<std::string>()>;
 
-  /// No server takes a header that is longer.
+  /// How long a token may be, in bytes: as long as it can be kept out of texts.
   static constexpr std::size_t longestToken = KnownSecrets::longest;
+
   /// Gives the token to send in place of `refused`, which the server has answered with a 401. Nothing, or the
   /// same one again, makes that 401 the request's error. With several requests under way it is asked for
   /// each: give what you have if that is another one than `refused`, and renew it only if not. Runs on the

@@ -18,13 +18,13 @@ struct VELLORA_EXPORT CurlNetworkError {
   enum class Kind {
     invalidAddress,    ///< the server's address cannot be used
     invalidRequest,    ///< the request is not one that this network sends
-    badToken,          ///< the token provider gave a text that cannot stand in a header
+    badToken,          ///< the token is empty, too long, or cannot stand in a header
     unprotectedToken,  ///< the token would go to another machine without TLS
     unreachable,       ///< no connection: refused, no route, no such host
     connectionLost,    ///< the connection ended before the answer did
     timedOut,          ///< the request's time ran out, or the time to connect
     tls,               ///< no trust in the server, or no common protocol with it
-    tooLarge,          ///< the body is larger than the cap, or the head than 300 kB
+    tooLarge,          ///< the body is larger than the cap, the head than 300 kB, or a line of it than 100 kB
     tooManyValues,     ///< the body holds more JSON values than the cap
     refusedRedirect,   ///< the server sends the client elsewhere, or round in circles
     errorStatus,       ///< the status of the answer is none from 200 to 299
@@ -36,13 +36,14 @@ struct VELLORA_EXPORT CurlNetworkError {
 
   Kind kind;
 
-  /// What went wrong, for people: one line with the server, the path and what to do, such as "no answer in
-  /// time from records.example:443/theme: try again, or give the request more time". Of an error status it
-  /// is status, path and the server's own words, 200 characters of them at most: "401 for /theme: A valid
-  /// bearer token is required." It holds neither the token nor six of its characters in a row.
+  /// What went wrong, for people: one line with what to do and, where they are known, the server and the
+  /// path, such as "no answer in time from records.example:443/theme: try again, or give the request more
+  /// time". Of an error status it is status, path and the server's own words, 200 characters of them at most:
+  /// "401 for /theme: A valid bearer token is required." It holds neither the token nor six of its characters
+  /// in a row.
   std::string text;
 
-  /// The status of an answer that is no success; 0 when the error is of another kind.
+  /// With `errorStatus` the status of the answer; else 0.
   int statusCode = 0;
 
   /// The text.

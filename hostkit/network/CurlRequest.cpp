@@ -53,6 +53,13 @@ std::string headerLine(const std::string& name, const std::string& value) {
   return value.empty() ? name + ";" : name + ": " + value;
 }
 
+/// What stands behind "Bearer" or "Basic" in the value of a header; all of it when there is one word.
+std::string_view lastWord(std::string_view value) {
+  constexpr std::string_view blanks = " \t";
+  value = value.substr(0, value.find_last_not_of(blanks) + 1);
+  return value.substr(value.find_last_of(blanks) + 1);
+}
+
 std::optional<std::string> faultOf(const URLRequest& request) {
   if (request.httpMethod != "GET") return "its method is not GET";
   if (request.body) return "it has a body, and only GET without a body is sent";
@@ -124,7 +131,7 @@ void CurlRequest::noteSecretsIn(KnownSecrets& secrets) const {
   secrets.note(token);
   for (const std::string& line : headerLines) {
     if (!equalIgnoringAsciiCase(std::string_view(line).substr(0, name.size()), name)) continue;
-    secrets.note(std::string_view(line).substr(line.find_last_of(' ') + 1));  // behind "Bearer" or "Basic"
+    secrets.note(lastWord(std::string_view(line).substr(name.size())));
   }
 }
 

@@ -21,9 +21,9 @@ namespace vellora::hostkit {
 /// Units: bytes, seconds.
 struct VELLORA_EXPORT RequestOutcome {
   std::string path;                       ///< of the request's URL, without its query
-  int statusCode = 0;                     ///< of the answer; 0 when none came
+  int statusCode = 0;                     ///< of a success or of an `errorStatus`; else 0
   std::optional<CurlNetworkError> error;  ///< absent when the completion gets a body
-  std::size_t bytes = 0;                  ///< of that body, decompressed
+  std::size_t bytes = 0;                  ///< of the body, decompressed; 0 with an error
   double seconds = 0;                     ///< from `sendRequest` to the end
 };
 

@@ -24,12 +24,13 @@ std::string_view behindBlank(std::string_view text) {
 }  // namespace
 
 bool ResponseHead::takeLine(std::string_view line) {
+  const bool mayBegin = size_ == 0 || (isComplete_ && isInterim_);
   size_ += line.size();
   if (size_ > most) return false;
   const bool isTrailer = isComplete_ && !isInterim_;
   if (isTrailer) return true;
   if (line == "\r\n" || line == "\n") isComplete_ = true;
-  if (line.starts_with("HTTP/")) {
+  if (mayBegin && line.starts_with("HTTP/")) {
     begin(line);
   } else {
     takeHeader(line);

@@ -11,8 +11,9 @@ namespace vellora::hostkit {
 /// The head of an HTTP answer, taken in line by line: its headers, and whether it has ended.
 ///
 /// A server may send interim answers before the real one. A status line behind one of them begins a new head,
-/// and what the one before it said is forgotten. Trailers, which follow a chunked body, are no headers and
-/// are dropped: what they say could have been believed only before the body.
+/// and what the one before it said is forgotten. A line within a head is a header, even if it looks like a
+/// status line. Trailers, which follow a chunked body, are no headers and are dropped: what they say could
+/// have been believed only before the body.
 ///
 /// Threads: one at a time.
 ///

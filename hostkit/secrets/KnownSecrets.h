@@ -23,10 +23,10 @@ class SecretTraces;
 /// `StandardPlatformAPI::make` does this for the log. `CurlNetwork` does it for the texts of its errors.
 ///
 /// A token is found whole, and in pieces of six characters or more, whatever the case of their letters: as it
-/// is, back to front, percent-encoded, in Base64, in hexadecimal digits, as JSON escapes. Ten of its letters
-/// and digits in a row are found, too, when other characters stand between them. A shorter piece stays, since
-/// a text and a token share one by chance. A token of fewer than six characters is found where it stands
-/// whole, in its plain form.
+/// is, back to front, percent-encoded, in hexadecimal digits, as JSON escapes; in Base64, pieces of ten. Ten
+/// of its letters and digits in a row are found, too, when other characters stand between them. A shorter
+/// piece stays, since a text and a token share one by chance. A token of fewer than six characters is found
+/// only where it stands whole, not encoded, whatever the case of its letters.
 ///
 /// Threads: safe to use from several threads at once; no lock is held while a text is searched.
 ///
@@ -34,7 +34,7 @@ class SecretTraces;
 /// the length of the text alone.
 class VELLORA_EXPORT KnownSecrets {
  public:
-  static constexpr std::size_t mostKept = 4;
+  static constexpr std::size_t mostKept = 16;  ///< as many as are in use at once while a token is renewed
   static constexpr std::size_t longest = 16'384;
 
   KnownSecrets();

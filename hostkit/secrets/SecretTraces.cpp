@@ -80,6 +80,38 @@ void forEachRun(const GramTable& grams, std::string_view text, const std::array<
   }
 }
 
+/// Finds runs of scattered grams in letters and digits that come one by one. It keeps the places of the last
+/// few alone, since a text may be as long as an answer.
+class ScatteredRuns {
+ public:
+  ScatteredRuns(const GramTable& grams, std::vector<TextSpan>& spans) : grams_(grams), spans_(spans) {}
+
+  /// Takes the next letter or digit, which stands at `place` of the text.
+  void take(char c, std::size_t place) {
+    places_[taken_++ % GramTable::gramLength] = place;
+    gram_ = GramTable::following(gram_, c);
+    const bool found = taken_ >= GramTable::gramLength && (grams_.kindsOf(gram_) & scattered.bit) != 0;
+    if (!found) return end();
+    if (run_++ == 0) span_.begin = places_[taken_ % GramTable::gramLength];  // the oldest one
+    span_.end = place + 1;
+  }
+
+  /// Ends the run, if there is one.
+  void end() {
+    const std::size_t run = std::exchange(run_, 0);
+    if (run > 0 && run + GramTable::gramLength - 1 >= scattered.telling) spans_.push_back(span_);
+  }
+
+ private:
+  const GramTable& grams_;
+  std::vector<TextSpan>& spans_;
+  std::array<std::size_t, GramTable::gramLength> places_{};
+  std::size_t taken_ = 0;
+  GramTable::Gram gram_ = 0;
+  std::size_t run_ = 0;  // how many grams in a row
+  TextSpan span_{};
+};
+
 }  // namespace
 
 void SecretTraces::find(std::string_view text, std::vector<TextSpan>& spans) const {
@@ -108,17 +140,12 @@ void SecretTraces::findPieces(std::string_view text, std::vector<TextSpan>& span
 }
 
 void SecretTraces::findScattered(std::string_view text, std::vector<TextSpan>& spans) const {
-  std::string kept;
-  std::vector<std::size_t> places;  // of each kept character in `text`
+  ScatteredRuns runs(*grams_, spans);
   for (std::size_t at = 0; at < text.size(); ++at) {
     const char c = text[at];
-    if ((c < '0' || c > '9') && (c < 'a' || c > 'z')) continue;
-    kept += c;
-    places.push_back(at);
+    if ((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z')) runs.take(c, at);
   }
-  forEachRun(*grams_, kept, std::array{scattered}, [&](TextSpan span) {
-    spans.push_back({places[span.begin], places[span.end - 1] + 1});
-  });
+  runs.end();
 }
 
 }  // namespace vellora::hostkit

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "hostkit/secrets/KnownSecrets.h"
 #include "tests/support/AllocationCounter.h"
 #include "vellora/Models/CompactLayoutResults.h"
 #include "vellora/Models/ListViewObjectRecords.h"
@@ -37,6 +38,15 @@ TEST(AnswerCostTest, ReadingAnAnswerTakesNoMoreThan64TimesItsLengthWhateverItHol
   constexpr double most = 64;
   EXPECT_LE(bytesForEachByte<ListViewObjectRecords>(repeated("[", "0", "]")), most);
   EXPECT_LE(bytesForEachByte<ListViewObjectRecords>(repeated("[", "[]", "]")), most);
+  EXPECT_LE(bytesForEachByte<ListViewObjectRecords>(repeated(R"({"x":[1e400,)", "0", R"(],"records":[]})")),
+            most);
+  EXPECT_LE(bytesForEachByte<ListViewObjectRecords>(
+                repeated(R"({"x":[)", std::string(30, '9'), R"(],"records":[]})")),
+            most);
+  EXPECT_LE(bytesForEachByte<ThemeResponse>(repeated(R"({"themeItems":[{"name":"","icons":[)",
+                                                     R"({"contentType":"","theme":"","url":"","width":16.0})",
+                                                     "]}]}")),
+            most);
   EXPECT_LE(bytesForEachByte<ListViewObjectRecords>("[\"" + std::string(1'000'000, 'x') + "\"]"), most);
   EXPECT_LE(bytesForEachByte<ListViewObjectRecords>(repeated(R"({"records":[)", R"({"Id":""})", "]}")), most);
   EXPECT_LE(
@@ -50,6 +60,16 @@ TEST(AnswerCostTest, ReadingAnAnswerTakesNoMoreThan64TimesItsLengthWhateverItHol
                 repeated(R"({"A":{"objectType":"","layoutFields":[)",
                          R"({"apiName":"","fieldType":"","label":"","htmlFormatted":true})", "]}}")),
             most);
+}
+
+TEST(AnswerCostTest, CleaningATextOfSecretsTakesNoMoreThanSixTimesItsLength) {
+  hostkit::KnownSecrets secrets;
+  secrets.note("abc-secret99-and-more-of-it");
+  static_cast<void>(secrets.cleaned("the first search prepares"));
+  const std::string name(10'000'000, 'x');
+  const tests::AllocationCounter counter;
+  EXPECT_EQ(secrets.cleaned(name).size(), name.size());
+  EXPECT_LE(static_cast<double>(counter.bytes()) / static_cast<double>(name.size()), 6);
 }
 
 }  // namespace

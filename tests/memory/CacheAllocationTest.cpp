@@ -71,7 +71,9 @@ TEST_P(CacheAllocationTest, NoneThatFailsEndsTheProcessOrMakesTheCacheUnusable) 
 }
 
 INSTANTIATE_TEST_SUITE_P(EachExtent, CacheAllocationTest,
-                         testing::Values(Extent::one, Extent::allFromThereOn));
+                         testing::Values(Extent::one, Extent::allFromThereOn), [](const auto& extent) {
+                           return extent.param == Extent::one ? "OneFails" : "AllFromThereOnFail";
+                         });
 
 }  // namespace
 }  // namespace vellora::hostkit

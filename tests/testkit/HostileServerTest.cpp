@@ -25,11 +25,15 @@ TEST(HostileServerTest, TheSeedSaysWhichTrickIsPlayedOnARequest) {
   EXPECT_TRUE(differs);
 }
 
-TEST(HostileServerTest, EachTrickHasItsTurn) {
+TEST(HostileServerTest, EachTrickHasItsTurnButThoseThatComeLate) {
   const HostileServer server(1, 1000);
   std::set<std::string> names;
   for (int number = 0; number < 1000; ++number) names.insert(server.trickOn(targetOf(number)).name);
-  EXPECT_EQ(names.size(), hostileTricks(1000).size());
+  std::set<std::string> expected;
+  for (const HostileTrick& trick : hostileTricks(1000)) {
+    if (trick.late.empty()) expected.insert(trick.name);
+  }
+  EXPECT_EQ(names, expected);
 }
 
 TEST(HostileServerTest, EachTargetHasARightBodyOfItsOwn) {

@@ -6,10 +6,13 @@
 #include <cstddef>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace vellora::testkit {
 namespace {
 
+using testing::AllOf;
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -60,6 +63,19 @@ TEST(HostileTricksTest, ChunksAreCountedRightly) {
   const auto reply = replyOf("answers twice, in chunks");
   EXPECT_THAT(reply.bytes, HasSubstr("\r\n\r\ne\r\nthe right body\r\n0\r\n\r\nHTTP/1.1 200 OK\r\n"));
   EXPECT_THAT(reply.bytes, EndsWith("stray"));
+}
+
+TEST(HostileTricksTest, WhatComesLateIsAnAnswerOrTheEndOfTheServersPatience) {
+  std::vector<std::string> late;
+  for (const HostileTrick& trick : hostileTricks(largestBody)) {
+    if (trick.late.empty()) continue;
+    EXPECT_TRUE(trick.isAnswered) << trick.name;
+    EXPECT_EQ(trick.reply(situation).then, Then::keepOpen) << trick.name;
+    late.push_back(trick.late);
+  }
+  EXPECT_THAT(late, ElementsAre(AllOf(StartsWith("HTTP/1.1 200 OK\r\n"), EndsWith("stray")),
+                                AllOf(StartsWith("HTTP/1.1 408 Request Timeout\r\n"),
+                                      HasSubstr("\r\nConnection: close\r\n"))));
 }
 
 TEST(HostileTricksTest, OnlyAKeptConnectionWasWaitedForTooLong) {

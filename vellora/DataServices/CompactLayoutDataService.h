@@ -56,8 +56,8 @@ class VELLORA_EXPORT CompactLayoutDataService
   using Completion = std::function<void(std::optional<std::vector<ObjectCompactLayoutInfo>> layouts,
                                         std::optional<SObjectsDataServiceError> error)>;
 
-  /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds at which a cached layout
-  /// is expired.
+  /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds beyond which a cached
+  /// layout is expired.
   CompactLayoutDataService(const RequiredAPI& api, double cacheTimeout);
 
   /// Looks up the layouts of the object types `names`. The completion, if there is one, is called with the

@@ -54,8 +54,8 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   using Completion = std::function<void(std::optional<std::vector<ObjectLayoutInfo>> layouts,
                                         std::optional<SObjectsDataServiceError> error)>;
 
-  /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds at which a cached layout
-  /// is expired.
+  /// Takes the host's facilities; does no work. `cacheTimeout` is the age in seconds beyond which a cached
+  /// layout is expired.
   LayoutDataService(const RequiredAPI& api, double cacheTimeout);
 
   /// Looks up the layouts of the object types `names`. The completion, if there is one, is called exactly

@@ -91,7 +91,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   using LoadCompletion = std::function<void(std::optional<SObjectsDataServiceError> error)>;
 
   /// Takes the host's facilities and opens or creates the table; reads nothing. `cacheTimeout` is the age in
-  /// seconds at which the list counts as expired.
+  /// seconds beyond which the list counts as expired.
   SObjectsDataService(const RequiredAPI& api, double cacheTimeout);
   ~SObjectsDataService();
   SObjectsDataService(const SObjectsDataService&) = delete;

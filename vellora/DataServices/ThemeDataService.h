@@ -71,7 +71,7 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   };
 
   /// Takes the host's facilities and opens or creates the table; reads nothing. `cacheTimeout` is the age in
-  /// seconds at which the list counts as expired.
+  /// seconds beyond which the list counts as expired.
   ThemeDataService(const RequiredAPI& api, double cacheTimeout);
   ~ThemeDataService();
   ThemeDataService(const ThemeDataService&) = delete;

@@ -5,8 +5,8 @@ namespace CorvaneSDK {
 /// How much a log line matters. The library logs at both levels all the time; a host that wants less drops
 /// `info`.
 ///
-/// A prefetch that fails is a line of level `info`, beside the `error` line of the load that failed: the app
-/// goes on with what is cached.
+/// A prefetch that fails is a line of level `info`, beside the two `error` lines of the load that failed: the
+/// app goes on with what is cached.
 ///
 /// Ownership: a plain value.
 enum class LogLevel {

@@ -99,8 +99,7 @@ class VELLORA_EXPORT Query {
 
   /// Among the rows that `filter` admits (all when absent), those whose positions in oldest-first order fall
   /// in `range`; returned oldest first. A range whose `upper` is not above its `lower` selects none, the
-  /// range
-  /// `{}` selects all. Positions that no row has are ignored.
+  /// range `{}` selects all. Positions that no row has are ignored.
   [[nodiscard]] static Query oldest(PositionRange range, std::optional<RowFilter> filter = std::nullopt) {
     return {range, std::move(filter)};
   }

@@ -25,13 +25,14 @@ namespace vellora {
 ///     service.objectPresentationInfoForIds({"001000000000001"}, [](const auto& infos) { … });
 ///
 /// What the lookups answer comes from the host's cache, and from the records server where the cache has
-/// nothing. A prefetch fetches an expired list anew, a layout lookup an expired layout. Where in the cache,
-/// and from which path of the server, is said by each data service: `SObjectsDataService`,
-/// `ThemeDataService`, `LayoutDataService`, `CompactLayoutDataService`.
+/// nothing. A prefetch fetches an expired list anew, a lookup of compact layouts an expired one. An expired
+/// search layout is answered once more, and fetched by the lookup after that. Where in the cache, and from
+/// which path of the server, is said by each data service: `SObjectsDataService`, `ThemeDataService`,
+/// `LayoutDataService`, `CompactLayoutDataService`.
 ///
 /// Ownership: owns its data services and shares the host's facilities. Destroying it ends what is under way:
 /// once the destructor has returned, no presentation lookup is answered any more, but for a completion that
-/// is running on another thread at that moment.
+/// another thread is running, or is just about to run, at that moment.
 ///
 /// A pending layout lookup is answered all the same, and until then it keeps all of the façade alive:
 /// presentation lookups and the prefetch go on as well, and end with it. So a completion may run after the
@@ -124,12 +125,13 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
   /// thread of the library, `failed` on the thread on which the load ended, and `isLoading` again inside the
   /// id lookup that runs a prefetch. While an earlier state is being delivered, the thread that does so
   /// delivers the later ones, too. Once the service is gone, the stream neither yields nor keeps its
-  /// subscribers.
+  /// subscribers, but for a change that is being delivered at that moment; a pending layout lookup puts that
+  /// off until it is answered.
   [[nodiscard]] Publisher<State> primerStateStream() const;
 
   /// Yields just before each change of the state, on the thread that changes it. An observer that is busy
-  /// with an earlier notice gets this one when it returns, which is after the change. Once the service is
-  /// gone, it neither yields nor keeps its observers.
+  /// with an earlier notice gets this one when it returns, which may be after the change. Once the service
+  /// is gone, it neither yields nor keeps its observers, as with `primerStateStream`.
   [[nodiscard]] Publisher<WillChange> objectWillChange() const;
 
   /// True when the state is `loaded` and neither cache has expired since: an id lookup then begins without a

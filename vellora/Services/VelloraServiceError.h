@@ -8,7 +8,8 @@
 
 namespace vellora {
 
-/// What `VelloraService`'s constructor throws. Nothing else of the library throws but `std::bad_alloc`.
+/// What `VelloraService`'s constructor throws. All else that the library throws is `std::bad_alloc`, and the
+/// `std::invalid_argument` of a `RequiredAPI` that is made of a null facility.
 ///
 ///     try {
 ///       service = std::make_unique<VelloraService>(host, 3600, "light", queue);

@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <variant>
 
@@ -70,11 +72,15 @@ bool isSameFile(const std::string& one, const std::string& other) {
          first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-/// Whether `file` is the cache, or one of the files that the database keeps beside it.
+/// Whether `file` is the cache, or one of the files that the database keeps beside it: beside the file
+/// itself, where `cacheFile` is a link to it.
 bool isPartOfCache(const std::string& file, const std::string& cacheFile) {
   constexpr const char* suffixes[] = {"", "-wal", "-shm", "-journal"};
+  std::error_code failure;
+  const auto canonical = std::filesystem::weakly_canonical(cacheFile, failure);
+  const std::string cache = failure ? cacheFile : canonical.string();
   return std::any_of(std::begin(suffixes), std::end(suffixes),
-                     [&](const char* suffix) { return isSameFile(file, cacheFile + suffix); });
+                     [&](const char* suffix) { return isSameFile(file, cache + suffix); });
 }
 
 }  // namespace

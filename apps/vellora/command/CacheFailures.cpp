@@ -1,10 +1,15 @@
 #include "apps/vellora/command/CacheFailures.h"
 
+#include <utility>
+
 namespace vellora::command {
+
+CacheFailures::CacheFailures(std::shared_ptr<const hostkit::KnownSecrets> secrets)
+    : secrets_(std::move(secrets)) {}
 
 void CacheFailures::note(const hostkit::SQLiteCacheFailure& failure) {
   const std::lock_guard lock(mutex_);
-  if (!first_) first_ = failure.localizedDescription();
+  if (!first_) first_ = secrets_->cleaned(failure.localizedDescription());
 }
 
 std::optional<std::string> CacheFailures::first() const {

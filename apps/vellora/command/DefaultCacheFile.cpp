@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 namespace vellora::command {
 
@@ -19,11 +20,23 @@ std::optional<std::string> cacheFolder() {
   return std::nullopt;
 }
 
+/// Whether `text`, which an address has before an "@", is "user:password", where the password may hold what
+/// ends a host elsewhere: not "host/path" nor "host:8080/path".
+bool isUserAndPassword(std::string_view text) {
+  const auto colon = text.find(':');
+  if (colon == std::string_view::npos || text.find_first_of("/?#") < colon) return false;
+  const auto behind = text.substr(colon + 1);
+  return behind.find_first_not_of("0123456789") < behind.find_first_of("/?#");
+}
+
 /// `server` without "user:password@", which has no place in the name of a file.
 std::string withoutUser(std::string server) {
   const auto scheme = server.find("://");
   const auto begin = scheme == std::string::npos ? 0 : scheme + 3;
-  const auto at = server.substr(0, server.find_first_of("/?#", begin)).rfind('@');
+  auto at = server.rfind('@');
+  const bool isInAuthority = at != std::string::npos && at >= begin &&
+                             isUserAndPassword(std::string_view(server).substr(begin, at - begin));
+  if (!isInAuthority) at = server.substr(0, server.find_first_of("/?#", begin)).rfind('@');
   if (at != std::string::npos && at >= begin) server.erase(begin, at + 1 - begin);
   return server;
 }

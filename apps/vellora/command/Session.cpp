@@ -84,7 +84,7 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   auto log = openLog(arguments, secrets);
   if (!log) return Problem{ExitCode::usage, log.error().localizedDescription()};
 
-  const auto cacheFailures = std::make_shared<CacheFailures>();
+  const auto cacheFailures = std::make_shared<CacheFailures>(secrets);
   auto cache = openCache(arguments, std::get<0>(token), cacheFailures, log.value());
   if (const auto* problem = std::get_if<Problem>(&cache)) return *problem;
 

@@ -96,7 +96,7 @@ Error folderError(const std::string& path, int number) {
 bool isOfAnotherUser(const std::string& path) {
   struct stat status {};
   if (lstat(path.c_str(), &status) != 0) return false;
-  return geteuid() != 0 && status.st_uid != geteuid();
+  return status.st_uid != geteuid();
 }
 
 }  // namespace vellora::hostkit::cachePath

@@ -29,7 +29,7 @@ namespace cachePath {
 [[nodiscard]] Error folderError(const std::string& path, int number);
 
 /// True when the file at `path`, or the link, belongs to another user, who could read and change what is
-/// written there. A superuser's process takes any file for its own.
+/// written there. What belongs to others is not a superuser's own, either.
 [[nodiscard]] bool isOfAnotherUser(const std::string& path);
 
 }  // namespace cachePath

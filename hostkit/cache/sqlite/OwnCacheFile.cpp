@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "hostkit/cache/rows/HexDigits.h"
 #include "hostkit/cache/sqlite/CachePath.h"
 #include "hostkit/cache/sqlite/FileNaming.h"
 #include "hostkit/cache/sqlite/KeyedDigest.h"
@@ -25,12 +27,11 @@ std::string readKey(const std::string& file, int& number) {
   const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
   number = descriptor < 0 ? errno : 0;
   if (descriptor < 0) return {};
-  std::string key(keySize + 1, '\0');
-  const auto count = read(descriptor, key.data(), key.size());
+  std::array<char, keySize + 1> bytes{};
+  const auto count = read(descriptor, bytes.data(), bytes.size());
   close(descriptor);
   if (count != static_cast<ssize_t>(keySize)) number = EINVAL;
-  key.resize(keySize);
-  return key;
+  return {bytes.data(), keySize};
 }
 
 /// Writes the new key `key` to a file that is made for it; 0, or the `errno` of what went wrong.
@@ -65,16 +66,6 @@ Result<std::string> keyOf(const std::string& file) {
   return key;
 }
 
-std::string hexOf(std::string_view bytes) {
-  constexpr std::string_view digits = "0123456789abcdef";
-  std::string hex;
-  for (const char next : bytes) {
-    const auto byte = static_cast<unsigned char>(next);
-    hex.append({digits[byte >> 4U], digits[byte & 15U]});
-  }
-  return hex;
-}
-
 }  // namespace
 
 Result<std::string> ownCacheFile(const std::string& folder, const std::string& name,
@@ -87,7 +78,7 @@ Result<std::string> ownCacheFile(const std::string& folder, const std::string& n
   constexpr std::size_t digestBytes = 16;  // as many as keep any two owners apart
   const std::string digest = keyedDigest(key.value(), owner).substr(0, digestBytes);
   if (digest.empty()) return errorForErrno(place.value(), ENOMEM);
-  return (std::filesystem::path(folder) / (name + "-" + hexOf(digest) + ".sqlite")).string();
+  return (std::filesystem::path(folder) / (name + "-" + hexDigits(digest) + ".sqlite")).string();
 }
 
 }  // namespace vellora::hostkit

@@ -8,8 +8,8 @@
 namespace vellora::hostkit {
 
 /// The path of `owner`'s own cache file in `folder`: NAME-DIGEST.sqlite, the same at each call and another
-/// one for each owner. `owner` is a text that tells server and user, as `SQLiteCache::Options::owner`; nobody
-/// can read it, or try a guess at it, by the file's name.
+/// one for each owner. `owner` is a text that tells server and user, as `SQLiteCache::Options::owner`. Nobody
+/// can read it in the file's name, nor try a guess at it without the digest's key.
 ///
 ///     const auto file = ownCacheFile(folder, "records.example", server + " " + userId);
 ///     if (!file) return fail(file.error().localizedDescription());
@@ -17,8 +17,9 @@ namespace vellora::hostkit {
 ///     options.owner = server + " " + userId;
 ///     const auto cache = SQLiteCache::open(file.value(), options);
 ///
-/// The digest's key is a file of random bytes in the folder, `.vellora-key`, made at the first call together
-/// with the folder, for their owner alone. Without it, earlier caches in the folder are not found any more.
+/// The digest's key is a file of random bytes in the folder, `.vellora-key`. The first call makes it, and the
+/// folder if it is missing, with access for this process's user alone. Without the key, earlier caches in the
+/// folder are not found any more.
 ///
 /// Threads: any, and any number of processes.
 ///

@@ -30,7 +30,8 @@ class SQLiteStore;
 /// Every blob and row bears a checksum: a damaged one is not there. A file that is damaged as a whole is
 /// renamed to NAME.damaged-1 (or the next free number) and a fresh one begun, at `open` or when the damage is
 /// met; where that fails, each further call tries again. One of nothing but zero bytes, as a loss of power
-/// leaves it, counts as damaged. A file that never was one of ours is refused and left as it is.
+/// leaves it, counts as damaged. A file that never was one of ours is refused and left as it is; so
+/// is one that belongs to another user, also where a superuser opens it.
 ///
 /// The large rows that were asked for last are kept in memory, 16 MiB of them at most, verified and shared.
 /// Another process's write to such a row is seen like any other; damage done to it after it was read is not.
@@ -82,8 +83,9 @@ class VELLORA_EXPORT SQLiteCache final : public CorvaneSDK::Cache {
   /// cache is left in the folder.
   ///
   /// While any program has the cache open, this one included, it is refused (`locked`) and nothing is
-  /// deleted: so nobody goes on to write what should be gone. Let go of the service, the cache and its tables
-  /// first. A file that is no cache is refused, too.
+  /// deleted: else that program would go on to write to a cache that should be gone. A damaged cache is
+  /// deleted even so, since it cannot be locked. Let go of the service, the cache and its tables first. A
+  /// file that is no cache, or that a newer version wrote, is refused, too.
   [[nodiscard]] static std::optional<Error> destroy(const std::string& path);
 
   ~SQLiteCache() override;

@@ -56,7 +56,8 @@ struct VELLORA_EXPORT SQLiteCacheContents {
   std::vector<std::string> findings;
 
   /// Reads the cache at `path`, in one piece even while other processes write to it. Neither the file nor its
-  /// log is changed, and nothing is created or set aside. `present` is what rows are outdated against.
+  /// log is changed, and nothing is set aside. SQLite may create NAME-wal and NAME-shm beside it to read.
+  /// `present` is what rows are outdated against.
   ///
   /// Errors: `SQLiteCacheError`, also for a file that is absent, and for one that is damaged as a whole.
   [[nodiscard]] static Result<SQLiteCacheContents> read(const std::string& path, Date present);

@@ -6,13 +6,12 @@
 
 namespace vellora::hostkit {
 
-/// Why a cache file cannot be used. Nothing has been changed in it.
+/// Why a cache file cannot be used, or a call of its cache failed.
 ///
 ///     const auto cache = SQLiteCache::open(path);
 ///     if (!cache) std::cerr << cache.error().localizedDescription() << '\n';
 ///     // The cache file "/data/notes.txt" is not a cache of this library and was left as it is. Choose
-///     another
-///     // path, or move that file away.
+///     // another path, or move that file away.
 ///
 /// Ownership: a plain value.
 struct VELLORA_EXPORT SQLiteCacheError {
@@ -21,7 +20,7 @@ struct VELLORA_EXPORT SQLiteCacheError {
     unwritable,    ///< the file or its folder cannot be created, read or written
     foreignFile,   ///< something else has that name, and never was a cache of ours
     newerVersion,  ///< a newer version of the library wrote it
-    locked,        ///< another process keeps it locked
+    locked,        ///< another process keeps it locked; for `destroy`, any program has it open
     absent,        ///< there is no such file, and none was to be created
     damaged,       ///< it is a cache of ours, but not whole, and was not to be replaced
     failed,        ///< the database reports another failure

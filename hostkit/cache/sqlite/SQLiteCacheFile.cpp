@@ -60,6 +60,7 @@ Attempt openExisting(const std::string& path, Milliseconds busyTimeout) {
   const State state = sqliteSchema::check(*database);
   if (state == State::sound) {
     chmod(path.c_str(), 0600);  // by name: see kindOfFile
+    sqliteSchema::restoreLog(*database);
     return opened(std::move(database));
   }
   database->leaveUntouchedOnClose();

@@ -50,21 +50,24 @@ constexpr std::string_view smallLog = "PRAGMA journal_size_limit = 4194304";
 
 }  // namespace
 
+SQLiteDatabase::Opened SQLiteDatabase::openAs(const std::string& name, int flags) {
+  std::unique_ptr<SQLiteDatabase> database(new SQLiteDatabase);  // first, since this may find no memory
+  const int code = sqlite3_open_v2(
+      name.c_str(), &database->handle_,
+      flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE, nullptr);
+  if (code != SQLITE_OK) return {nullptr, code};
+  return {std::move(database), SQLITE_OK};
+}
+
 SQLiteDatabase::Opened SQLiteDatabase::open(const std::string& path, std::chrono::milliseconds busyTimeout) {
-  sqlite3* handle = nullptr;
-  const int flags =
-      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
-  const int code = sqlite3_open_v2(path.c_str(), &handle, flags, nullptr);
-  if (code != SQLITE_OK) {
-    sqlite3_close(handle);
-    return {nullptr, code};
-  }
-  std::unique_ptr<SQLiteDatabase> database(new SQLiteDatabase(handle));
+  Opened opened = openAs(path, SQLITE_OPEN_READWRITE);
+  if (opened.database == nullptr) return opened;
+  sqlite3* const handle = opened.database->handle_;
   sqlite3_busy_timeout(handle, static_cast<int>(busyTimeout.count()));
   // SQLite falls back to reading when it may not write.
   if (sqlite3_db_readonly(handle, "main") == 1) return {nullptr, SQLITE_READONLY};
-  database->distrustContent();
-  return {std::move(database), SQLITE_OK};
+  opened.database->distrustContent();
+  return opened;
 }
 
 SQLiteDatabase::Opened SQLiteDatabase::openForReading(const std::string& path,
@@ -93,17 +96,9 @@ SQLiteDatabase::Opened SQLiteDatabase::openUnchanging(const std::string& path) {
       address += next;
     }
   }
-  sqlite3* handle = nullptr;
-  const int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
-                    SQLITE_OPEN_EXRESCODE;
-  const int code = sqlite3_open_v2((address + "?immutable=1").c_str(), &handle, flags, nullptr);
-  if (code != SQLITE_OK) {
-    sqlite3_close(handle);
-    return {nullptr, code};
-  }
-  std::unique_ptr<SQLiteDatabase> database(new SQLiteDatabase(handle));
-  database->distrustContent();
-  return {std::move(database), SQLITE_OK};
+  Opened opened = openAs(address + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+  if (opened.database != nullptr) opened.database->distrustContent();
+  return opened;
 }
 
 SQLiteDatabase::~SQLiteDatabase() {

@@ -79,13 +79,16 @@ class SQLiteDatabase {
   void leaveUntouchedOnClose();
 
  private:
-  explicit SQLiteDatabase(sqlite3* handle) : handle_(handle) {}
+  SQLiteDatabase() = default;
+
+  /// The database in the file that SQLite knows by `name`, its content still trusted.
+  static Opened openAs(const std::string& name, int flags);
 
   [[nodiscard]] static Opened openUnchanging(const std::string& path);
 
   void distrustContent();
 
-  sqlite3* const handle_;
+  sqlite3* handle_ = nullptr;  // set once, by `openAs`
   std::map<std::string_view, sqlite3_stmt*> statements_;
   LargeRows largeRows_;
   SQLiteFailure failure_;

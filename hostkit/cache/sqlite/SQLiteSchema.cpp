@@ -53,11 +53,15 @@ bool holdsOurStatements(SQLiteDatabase& database) {
   return texts == expectedTexts();
 }
 
+/// Whether SQLite answers `pragma`, which asks for the journal's mode or sets it, with that of a log.
+bool answersWithLog(SQLiteDatabase& database, std::string_view pragma) {
+  SQLiteStatement mode = database.statement(pragma);
+  return mode.step() && mode.bytes(SQLiteStatement::onlyColumn) == "wal";
+}
+
 /// Has changes written to a log from now on. When SQLite goes on in the old way, only its answer tells.
 void useLog(SQLiteDatabase& database) {
-  SQLiteStatement mode = database.statement("PRAGMA journal_mode = WAL");
-  const bool logs = mode.step() && mode.bytes(SQLiteStatement::onlyColumn) == "wal";
-  if (!logs) database.note(SQLITE_BUSY);
+  if (!answersWithLog(database, "PRAGMA journal_mode = WAL")) database.note(SQLITE_BUSY);
 }
 
 }  // namespace
@@ -75,6 +79,12 @@ void create(SQLiteDatabase& database) {
     transaction.commit();
   }
   useLog(database);
+}
+
+void restoreLog(SQLiteDatabase& database) {
+  if (answersWithLog(database, "PRAGMA journal_mode")) return;
+  useLog(database);
+  database.clearFailure();
 }
 
 State check(SQLiteDatabase& database) {

@@ -20,6 +20,11 @@ enum class State { sound, damaged, newer, unreadable };
 /// Writes the empty schema into an empty database.
 void create(SQLiteDatabase& database);
 
+/// Lets a sound database have its log again, which it lost when somebody began to delete its file and did not
+/// come to the end. Writes nothing to one that has a log. Where the log cannot be had, because the file is
+/// locked or nothing may be written, all goes on without: that is slower, and no less sound.
+void restoreLog(SQLiteDatabase& database);
+
 /// Compares what the database says of its layout with what we wrote. `unreadable` leaves the reason in the
 /// database's failure.
 [[nodiscard]] State check(SQLiteDatabase& database);

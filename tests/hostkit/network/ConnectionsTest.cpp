@@ -12,6 +12,7 @@
 namespace vellora::hostkit {
 namespace {
 
+using Protocol = Connections::Protocol;
 using State = Connections::State;
 using tests::ScriptedServer;
 
@@ -50,34 +51,32 @@ class ConnectionsTest : public testing::Test {
 TEST_F(ConnectionsTest, AConnectionIsFreshOnceAndThenKept) {
   const int first = connect();
   const int second = connect();
-  EXPECT_EQ(connections.use(portOf(first)), State::fresh);
-  EXPECT_EQ(connections.use(portOf(first)), State::kept);
-  EXPECT_EQ(connections.use(portOf(second)), State::fresh);
+  EXPECT_EQ(connections.use(portOf(first), Protocol::http1), State::fresh);
+  EXPECT_EQ(connections.use(portOf(first), Protocol::http1), State::kept);
+  EXPECT_EQ(connections.use(portOf(second), Protocol::http1), State::fresh);
   connections.close(first);
   connections.close(second);
 }
 
 TEST_F(ConnectionsTest, OneOnWhichSomethingWaitsIsSpoiltUnlessItSpeaksHttp2) {
   const int socket = connect();
-  EXPECT_EQ(connections.use(portOf(socket)), State::fresh);
+  EXPECT_EQ(connections.use(portOf(socket), Protocol::http1), State::fresh);
   server.push("unasked");
-  EXPECT_EQ(connections.use(portOf(socket)), State::spoilt);
-  connections.noteHttp2(portOf(socket));
-  EXPECT_EQ(connections.use(portOf(socket)), State::kept);
+  EXPECT_EQ(connections.use(portOf(socket), Protocol::http1), State::spoilt);
+  EXPECT_EQ(connections.use(portOf(socket), Protocol::http2), State::kept);
   connections.close(socket);
 }
 
 TEST_F(ConnectionsTest, OneThatHasEndedIsSpoilt) {
   const int socket = connect();
-  EXPECT_EQ(connections.use(portOf(socket)), State::fresh);
+  EXPECT_EQ(connections.use(portOf(socket), Protocol::http1), State::fresh);
   ::shutdown(socket, SHUT_RDWR);
-  EXPECT_EQ(connections.use(portOf(socket)), State::spoilt);
+  EXPECT_EQ(connections.use(portOf(socket), Protocol::http1), State::spoilt);
   connections.close(socket);
 }
 
 TEST_F(ConnectionsTest, AnUnknownPortIsFresh) {
-  EXPECT_EQ(connections.use(1), State::fresh);
-  connections.noteHttp2(1);
+  EXPECT_EQ(connections.use(1, Protocol::http1), State::fresh);
   EXPECT_EQ(connections.open(-1, SOCK_STREAM, 0), -1);
 }
 

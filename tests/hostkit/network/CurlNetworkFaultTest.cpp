@@ -124,12 +124,24 @@ class CurlNetworkFaultTest : public testing::TestWithParam<bool> {
     EXPECT_EQ(answer.body(), body) << (answer.error ? answer.error->localizedDescription() : "");
   }
 
+  /// Says on all connections, which are idle, what the trick says late. Over TLS that may still be on its way
+  /// when the next request is sent: nobody can tell an answer from the right one then, but a 408 belongs to
+  /// nobody even so.
+  void sayLate(const HostileTrick& trick) {
+    const bool mayComeLater = trick.late.starts_with("HTTP/1.1 408 ");
+    if (!trick.late.empty() && (!tls || mayComeLater)) server.push(trick.late);
+  }
+
   void meet(const HostileTrick& trick) {
     SCOPED_TRACE(trick.name);
     const std::string rightBody = "right for number " + std::to_string(sent);
     play(trick, rightBody);
-    if (trick.isAnswered) return expectRight(send(), rightBody);
-    expectError(send(timeoutFor(trick)), kindOf(trick));
+    if (trick.isAnswered) {
+      expectRight(send(), rightBody);
+    } else {
+      expectError(send(timeoutFor(trick)), kindOf(trick));
+    }
+    sayLate(trick);
   }
 
   void expectARightAnswer() {
@@ -201,6 +213,8 @@ TEST_P(CurlNetworkFaultTest, ManyAtOnceAreTheSameForEachRequest) {
         expectError(std::move(each), kindOf(trick));
       }
     }
+    sayLate(trick);
+    expectARightAnswer();
   }
 }
 

@@ -122,6 +122,16 @@ TEST_F(CurlNetworkTest, SharesNoConnectionWithAnAnswerThatNobodyAskedFor) {
   EXPECT_EQ(server.connections(), 3U);
 }
 
+TEST_F(CurlNetworkTest, SharesNoConnectionWithAStrayAnswerWhateverVersionTheHeadNames) {
+  for (const char* const head : {"HTTP/2 200 OK\r\n", "HTTP/1.1 200 OK\r\nHTTP/2: x\r\n"}) {
+    SCOPED_TRACE(head);
+    server.replyAlways({std::string(head) + "Content-Length: 5\r\n\r\nright"});
+    EXPECT_EQ(ask("/one").body(), "right");
+    server.push(ScriptedServer::http("200 OK", "stray").bytes);
+    EXPECT_EQ(ask("/two").body(), "right");
+  }
+}
+
 TEST_F(CurlNetworkTest, KeepsNoConnectionBehindAnAnswerThatIsLongerThanItSays) {
   for (const std::string bytes :
        {"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nright and more",

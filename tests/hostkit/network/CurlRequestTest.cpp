@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hostkit/network/CurlNetworkError.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "tests/support/Requests.h"
 
 namespace vellora::hostkit {
@@ -79,6 +80,25 @@ TEST(CurlRequestTest, DoesNotAskForATokenThatIsNotSent) {
   authorized.headers = {{"AUTHORIZATION", "Basic eDp5"}};
   EXPECT_TRUE(CurlRequest::prepare(NetRequest(authorized), server, {mustNotBeAsked}));
   EXPECT_FALSE(CurlRequest::prepare(get("//other.example/"), server, {mustNotBeAsked}));
+}
+
+TEST(CurlRequestTest, NotesTheLastWordOfAnAuthorizationWhateverBlanksAreAroundIt) {
+  for (const char* const value :
+       {"Bearer secret-5f1c2b", "Basic secret-5f1c2b \t", "Bearer\tsecret-5f1c2b ", "secret-5f1c2b  "}) {
+    KnownSecrets secrets;
+    URLRequest base = get("/x").base();
+    base.headers = {{"AUTHORIZATION", value}};
+    prepared(NetRequest(base)).noteSecretsIn(secrets);
+    EXPECT_EQ(secrets.cleaned("Basic secret-5f1c2b"), "Basic [token]") << value;
+  }
+}
+
+TEST(CurlRequestTest, NotesNothingOfAnAuthorizationOfBlanks) {
+  KnownSecrets secrets;
+  URLRequest base = get("/x").base();
+  base.headers = {{"Authorization", " \t"}};
+  prepared(NetRequest(base)).noteSecretsIn(secrets);
+  EXPECT_EQ(secrets.cleaned("Authorization:\tnone"), "Authorization:\tnone");
 }
 
 TEST(CurlRequestTest, SaysWhyItRefuses) {

@@ -55,6 +55,21 @@ TEST(ResponseHeadTest, AStatusLineForgetsWhatAnInterimAnswerSaid) {
   EXPECT_EQ(head.headers(), Headers{});
 }
 
+TEST(ResponseHeadTest, AHeaderThatLooksLikeAStatusLineBeginsNoHead) {
+  const auto head =
+      headOf({"HTTP/1.1 200 OK\r\n", "X-Sum: 7\r\n", "HTTP/x: 1\r\n", "\r\n", "Location: /x\r\n"});
+  EXPECT_EQ(head.headers(), (Headers{{"http/x", "1"}, {"x-sum", "7"}}));
+  EXPECT_EQ(head.reasonPhrase(), "OK");
+  EXPECT_TRUE(head.isComplete());
+}
+
+TEST(ResponseHeadTest, NoHeadBeginsWithinAnInterimOneThatHasNotEnded) {
+  const auto head = headOf({"HTTP/1.1 103 Early Hints\r\n", "HTTP/1.1 200 x: y\r\n", "\r\n",
+                            "HTTP/1.1 200 OK\r\n", "X-Sum: 7\r\n"});
+  EXPECT_EQ(head.headers(), (Headers{{"x-sum", "7"}}));
+  EXPECT_EQ(head.reasonPhrase(), "OK");
+}
+
 TEST(ResponseHeadTest, WhatFollowsTheBodyIsNoHeader) {
   const auto head = headOf({"HTTP/1.1 200 OK\r\n", "X-Sum: 7\r\n", "\r\n", "Location: /x\r\n", "X-Sum: 8\r\n",
                             "HTTP/1.1 302 Found: x\r\n", "Location: /y\r\n", "\r\n"});

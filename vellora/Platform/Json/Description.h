@@ -145,8 +145,8 @@ void appendDescription(std::string& out, const std::map<std::string, T>& values)
 ///     EntityDefinition{"User"}                EntityDefinition(entityTypeName: "User")
 ///
 /// A record is written by its field table, with the names of its fields; a pointer as what it points to. The
-/// form is one line: text inside it has its quotes, control characters and line separators escaped. It is for
-/// people to read; nothing reads it back.
+/// form is one line: text inside it has its quotes, control characters, line separators and marks that turn
+/// the direction of writing escaped. It is for people to read; nothing reads it back.
 template <class T>
 requires(!std::convertible_to<const T&, std::string_view>) [[nodiscard]] std::string
     describe(const T& value) {

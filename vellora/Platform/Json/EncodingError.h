@@ -21,7 +21,7 @@ class VELLORA_EXPORT EncodingError {
   enum class Kind {
     numberNotFinite,  ///< `a number that is not finite at $.downloadedTime`
     textNotUtf8,      ///< `text that is not UTF-8 at $.name`, also for one of 4 GiB or more
-    keyNotUtf8,       ///< `a key that is not UTF-8 at $.meta`, as well
+    keyNotUtf8,       ///< `a key that is not UTF-8 at $.meta`; also one of 4 GiB or more
     noValue,          ///< `a null pointer at $.layoutFields[0]`
     tooDeep,          ///< `values nested deeper than 512 at $.a.a`, also for an object that holds itself
   };

@@ -52,7 +52,7 @@ constexpr Field<Record, Member> field(std::string_view key, Member Record::*memb
 /// `std::optional`, `std::vector` or `std::map` by string of these.
 ///
 /// A record whose JSON form is not that of its fields has a constant `hasOwnJsonForm` that is true. The table
-/// serves printing alone then, and the record's comment tells the form.
+/// tells its textual form then, and the record's comment tells its JSON form.
 template <class T>
 concept Record = requires {
   { T::recordName } -> std::convertible_to<std::string_view>;
@@ -78,6 +78,7 @@ inline constexpr std::size_t maximumDepth = 512;
 /// it has to fit a `std::int64_t` exactly, or the range of a double.
 ///
 /// It is there for every record of the library, for a list of it, and for a dictionary of it by name.
+/// A `CompactLayoutField`, which cannot be copied, is read as a `std::shared_ptr` to it.
 ///
 /// Ownership: the value is a copy; `text` need not outlive the call.
 ///

@@ -16,8 +16,7 @@ namespace vellora {
 /// token of a subscription that has ended holds one small block of memory and nothing of the pipeline.
 ///
 /// Threads: `cancel` may be called from any thread, also from inside the subscription's own handlers. A
-/// handler that is already running on another thread finishes. Move and destroy it
-/// on one thread at a time.
+/// handler that is already running on another thread finishes. Move and destroy it on one thread at a time.
 class [[nodiscard]] AnyCancellable {
  public:
   /// A token without a subscription.

@@ -32,7 +32,7 @@ class VELLORA_EXPORT Cancellables {
   /// Cancels what is under way, on this thread. What comes later is cancelled at once.
   void close() const { scope_.end(); }
 
-  /// How many subscriptions are under way.
+  /// How many subscriptions are under way, or are just ending.
   [[nodiscard]] std::size_t size() const { return scope_.size(); }
 
   /// For the library's own steps: the lifetime of all subscriptions. Its children end with the set.

@@ -13,8 +13,8 @@ namespace vellora {
 
 /// Announces that a property of an object is about to change. It does not say which, nor to what.
 ///
-/// An observer that is busy with one notice gets the next one when it returns: after that change, see
-/// `Published`.
+/// An observer that is busy with one notice gets the next one when it returns, which may be after that
+/// change: see `Published`.
 struct VELLORA_EXPORT WillChange {};
 
 /// An observable property: a current value and the stream of its changes.
@@ -25,8 +25,8 @@ struct VELLORA_EXPORT WillChange {};
 /// order in which they were stored. The stream never ends.
 ///
 /// `set` waits for no observer, and the value is stored when it returns. So an observer that is busy with an
-/// earlier notice, on another thread or because it sets the property itself, gets this one after the change
-/// (docs/adr/0008-notices-of-changes.md).
+/// earlier notice, on another thread or because it sets the property itself, gets this one when it returns,
+/// maybe after the change (docs/adr/0008-notices-of-changes.md).
 ///
 /// Ownership: copies share the property. When the last of them is gone, its subscribers are let go of without
 /// a completion, also while somebody keeps one of its streams. Whoever subscribes to that later hears

@@ -18,7 +18,7 @@ struct SubscriptionScope::State {
   std::mutex mutex;
   std::atomic<bool> active = true;  // changed under the mutex, and asked for at every step without it
   Registration next = 1;
-  std::unique_ptr<Teardowns> teardowns;  // allocated on first use: most ended scopes are kept as tokens
+  std::unique_ptr<Teardowns> teardowns;  // allocated on first use: many scopes never have one
   std::weak_ptr<State> parent;           // set at most once, and read when no handle is left
   Registration inParent = 0;
 };

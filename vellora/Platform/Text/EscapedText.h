@@ -24,7 +24,7 @@ namespace vellora {
 [[nodiscard]] VELLORA_EXPORT std::string escapedText(std::string_view text);
 
 /// `json`, a JSON text in UTF-8, with each character from DEL on that drives a display written as `\u202e`
-/// is. It means the same. Controls below that cannot stand in JSON.
+/// is. It means the same. Below that only the blanks between values can stand in JSON; they stay.
 [[nodiscard]] VELLORA_EXPORT std::string escapedJson(std::string_view json);
 
 }  // namespace vellora

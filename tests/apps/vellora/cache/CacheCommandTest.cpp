@@ -258,6 +258,21 @@ TEST_F(CacheCommandTest, ACacheIsNotReplacedByItsOwnExport) {
   EXPECT_EQ(contentOf(cacheFile), before);
 }
 
+TEST_F(CacheCommandTest, ACacheBehindALinkIsNotReplacedByItsOwnExport) {
+  const std::string link = folder.file("link.sqlite");
+  std::filesystem::create_symlink("cache.sqlite", link);
+  const auto inUse = hostkit::SQLiteCache::open(cacheFile).value();
+  ASSERT_TRUE(inUse->save(Data(std::string("1")), "OPS_Layout_New"));
+  const std::string log = contentOf(cacheFile + "-wal");
+  for (const std::string& part : {link, cacheFile, cacheFile + "-wal", cacheFile + "-shm"}) {
+    const auto ended = cacheOf(link, {"export", "--replace", part});
+    EXPECT_EQ(ended.exitCode, 2) << part;
+    EXPECT_EQ(ended.err,
+              "vellora: " + part + " is part of the cache that is to be exported; choose another file\n");
+  }
+  EXPECT_EQ(contentOf(cacheFile + "-wal"), log);
+}
+
 TEST_F(CacheCommandTest, AnArchiveWithoutEndIsRefusedEarly) {
   const std::string other = folder.file("other.sqlite");
   EXPECT_EQ(cacheOf(other, {"import", "/dev/zero"}).exitCode, 2);

@@ -1,9 +1,12 @@
 #include "apps/vellora/command/CacheFailures.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "hostkit/cache/sqlite/SQLiteCacheFailure.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "tests/apps/vellora/CommandFixture.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 
@@ -16,13 +19,22 @@ using hostkit::tests::RawDatabase;
 using testing::HasSubstr;
 
 TEST(CacheFailuresTest, TheFirstOfSeveralStands) {
-  CacheFailures failures;
+  CacheFailures failures(std::make_shared<hostkit::KnownSecrets>());
   EXPECT_EQ(failures.first(), std::nullopt);
   const SQLiteCacheError full{SQLiteCacheError::Reason::failed, "/c.db", "disk full"};
   const SQLiteCacheError broken{SQLiteCacheError::Reason::failed, "/c.db", "disk broken"};
   failures.note({SQLiteCacheFailure::Operation::writing, full});
   failures.note({SQLiteCacheFailure::Operation::reading, broken});
   EXPECT_EQ(failures.first(), "The cache file \"/c.db\" could not be written to (disk full).");
+}
+
+TEST(CacheFailuresTest, AReasonThatQuotesASecretIsCleaned) {
+  const auto secrets = std::make_shared<hostkit::KnownSecrets>();
+  secrets->note("abc-secret99");
+  CacheFailures failures(secrets);
+  failures.note({SQLiteCacheFailure::Operation::reading,
+                 {SQLiteCacheError::Reason::failed, "/c.db", "no such table: abc-secret99"}});
+  EXPECT_EQ(failures.first(), "The cache file \"/c.db\" could not be read (no such table: [token]).");
 }
 
 /// A cache file that another process keeps from being written.

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -119,6 +120,36 @@ TEST_F(CacheFileDeletionTest, DeletesADamagedCache) {
   patch(4096, std::string(4096, 'x'));
   EXPECT_EQ(deletion(), std::nullopt);
   EXPECT_THAT(fileNames(folder.path()), IsEmpty());
+}
+
+TEST_F(CacheFileDeletionTest, DeletesADamagedCacheThatIsOpen) {
+  const auto cache = open();
+  fill(*cache);
+  patch(0, "XXXX");
+  EXPECT_EQ(deletion(), std::nullopt);
+  EXPECT_THAT(fileNames(folder.path()), IsEmpty());
+}
+
+TEST_F(CacheFileDeletionTest, WhoOpenedTheFileJustBeforeAndReadNothingCanWriteNothing) {
+  fill(*open());
+  sqlite3* late = nullptr;
+  ASSERT_EQ(sqlite3_open(path.c_str(), &late), SQLITE_OK);
+  EXPECT_EQ(deletion(), std::nullopt);
+  EXPECT_EQ(sqlite3_exec(late, "INSERT INTO vellora_table VALUES('b', 1, 2)", nullptr, nullptr, nullptr),
+            SQLITE_READONLY);
+  sqlite3_close(late);
+  EXPECT_THAT(fileNames(folder.path()), IsEmpty());
+}
+
+TEST_F(CacheFileDeletionTest, ACacheWhoseDeletionFailedHasALogAgain) {
+  fill(*open());
+  const std::string inTheWay = folder.file("cache.db.damaged-1");  // which no file's deletion removes
+  std::filesystem::create_directory(inTheWay);
+  ASSERT_EQ(deletion(), Reason::unwritable);
+  const auto cache = open();
+  EXPECT_EQ(cache->load("a"), Data(told));
+  EXPECT_TRUE(cache->save(Data("more"), "b"));
+  EXPECT_THAT(fileNames(folder.path()), testing::Contains("cache.db-wal"));
 }
 
 TEST_F(CacheFileDeletionTest, DeletesTheCacheBehindALink) {

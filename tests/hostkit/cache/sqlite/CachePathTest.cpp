@@ -103,5 +103,15 @@ TEST(CachePathTest, TellsWhatBelongsToAnotherUser) {
   EXPECT_TRUE(cachePath::isOfAnotherUser("/etc/passwd"));
 }
 
+TEST(CachePathTest, WhatBelongsToAnotherUserIsNotASuperusersOwn) {
+  if (geteuid() != 0) GTEST_SKIP() << "only a superuser can give files away";
+  const TemporaryFolder folder;
+  const std::string others = folder.file("others");
+  writeFile(others, "");
+  EXPECT_FALSE(cachePath::isOfAnotherUser(others));
+  ASSERT_EQ(chown(others.c_str(), 4711, static_cast<gid_t>(-1)), 0);
+  EXPECT_TRUE(cachePath::isOfAnotherUser(others));
+}
+
 }  // namespace
 }  // namespace vellora::hostkit::tests

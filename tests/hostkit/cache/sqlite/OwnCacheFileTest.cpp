@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -59,6 +60,15 @@ TEST_F(OwnCacheFileTest, WhatIsNoKeyIsToldAndStays) {
   std::filesystem::remove(key);
   std::filesystem::create_symlink("/dev/zero", key);
   EXPECT_FALSE(ownCacheFile(caches, "records.example", "alice"));
+}
+
+TEST_F(OwnCacheFileTest, AKeyOfAnotherUserIsRefusedAlsoToASuperuser) {
+  if (geteuid() != 0) GTEST_SKIP() << "only a superuser can give files away";
+  ASSERT_NE(fileOf("alice"), "");
+  ASSERT_EQ(chown(key.c_str(), 4711, static_cast<gid_t>(-1)), 0);
+  const auto refused = ownCacheFile(caches, "records.example", "alice");
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error().as<SQLiteCacheError>()->detail, "it belongs to another user");
 }
 
 TEST_F(OwnCacheFileTest, AFolderThatMayNotBeWrittenToIsNamed) {

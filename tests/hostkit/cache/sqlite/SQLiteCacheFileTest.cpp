@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -19,7 +21,14 @@ namespace {
 
 using vellora::tests::OrdinaryUser;
 
-using SQLiteCacheFileTest = CacheFileFixture;
+class SQLiteCacheFileTest : public CacheFileFixture {
+ protected:
+  /// Whether the file's header says that changes are written to a log.
+  [[nodiscard]] bool hasLog() const {
+    constexpr std::size_t versionForWriting = 18;
+    return fileBytes(path).at(versionForWriting) == 2;
+  }
+};
 
 TEST_F(SQLiteCacheFileTest, RefusesATextFile) {
   writeFile(path, "Dear diary,\n");
@@ -179,6 +188,56 @@ TEST_F(SQLiteCacheFileTest, RefusesAFileOfAnotherUserUnseen) {
   const OrdinaryUser user(folder.path());
   const std::string others = "/etc/passwd";
   EXPECT_EQ(refusal(others), (SQLiteCacheError{Reason::unwritable, others, "it belongs to another user"}));
+}
+
+TEST_F(SQLiteCacheFileTest, RefusesAFileOfAnotherUserAlsoToASuperuser) {
+  if (geteuid() != 0) GTEST_SKIP() << "only a superuser can give files away";
+  makeCache();
+  ASSERT_EQ(chown(path.c_str(), 4711, static_cast<gid_t>(-1)), 0);
+  EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::unwritable, path, "it belongs to another user"}));
+}
+
+TEST_F(SQLiteCacheFileTest, GivesAFileThatLostItsLogALogAgain) {
+  makeCache();
+  RawDatabase(path).run("PRAGMA journal_mode = DELETE");
+  ASSERT_FALSE(hasLog());
+  const auto cache = open();
+  EXPECT_TRUE(hasLog());
+  EXPECT_EQ(cache->load("a"), Data(std::string("1")));
+  EXPECT_TRUE(cache->save(Data(std::string("2")), "a"));
+  EXPECT_TRUE(std::filesystem::exists(path + "-wal"));
+}
+
+TEST_F(SQLiteCacheFileTest, WritesNothingToAFileThatHasItsLog) {
+  makeCache();
+  ASSERT_TRUE(hasLog());
+  const std::string bytes = fileBytes(path);
+  const auto cache = open();
+  EXPECT_TRUE(fileBytes(path) == bytes);
+  EXPECT_EQ(fileBytes(path + "-wal"), "");
+}
+
+TEST_F(SQLiteCacheFileTest, OpensAFileThatLostItsLogAsItIsWhileAnotherProcessWrites) {
+  makeCache();
+  RawDatabase other(path);
+  other.run("PRAGMA journal_mode = DELETE; BEGIN IMMEDIATE");
+  const auto cache = open();
+  EXPECT_FALSE(hasLog());
+  EXPECT_EQ(cache->load("a"), Data(std::string("1")));
+  other.run("ROLLBACK");
+  EXPECT_TRUE(cache->save(Data(std::string("2")), "a"));
+  EXPECT_EQ(open()->load("a"), Data(std::string("2")));
+}
+
+TEST_F(SQLiteCacheFileTest, OpensAFileThatLostItsLogAsItIsInAFolderThatMayNotBeWrittenTo) {
+  makeCache();
+  RawDatabase(path).run("PRAGMA journal_mode = DELETE");
+  const OrdinaryUser user(folder.path());
+  chmod(folder.path().c_str(), 0500);
+  const auto opened = tryToOpen(path);
+  chmod(folder.path().c_str(), 0700);
+  ASSERT_TRUE(opened.hasValue()) << opened.error().localizedDescription();
+  EXPECT_EQ(opened.value()->load("a"), Data(std::string("1")));
 }
 
 TEST_F(SQLiteCacheFileTest, TellsAFileThatAnotherProcessHolds) {

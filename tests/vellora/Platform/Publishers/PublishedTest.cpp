@@ -172,6 +172,21 @@ TEST(PublishedTest, AnObserverOrASubscriberMayDestroyThePropertyThatIsBeingSet) 
   }
 }
 
+TEST(PublishedTest, AnObserverMayDestroyThePropertyThatHasTheLastCopyOfItsSubject) {
+  std::optional<Subject<WillChange>> objectWillChange(std::in_place);
+  std::optional<Published<int>> property(std::in_place, 1, *objectWillChange);
+  int notices = 0;
+  const auto first = objectWillChange->publisher().sink([&](WillChange) {
+    ++notices;
+    property.reset();
+  });
+  const auto second = objectWillChange->publisher().sink([&](WillChange) { ++notices; });
+  objectWillChange.reset();
+  property->set(2);
+  EXPECT_FALSE(property);
+  EXPECT_EQ(notices, 2) << "the value was on its way to both";
+}
+
 TEST(PublishedTest, AnObserverThatIsBusyWithANoticeGetsTheNextOneWhenItReturns) {
   const Subject<WillChange> objectWillChange;
   const Published<int> property(1, objectWillChange);

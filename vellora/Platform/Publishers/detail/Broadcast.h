@@ -61,6 +61,7 @@ class Broadcast final : public std::enable_shared_from_this<Broadcast<T>> {
         }
       }
     }
+    // A subscriber may destroy this: from here on only `subscribers` is used.
     for (const auto& subscriber : subscribers) subscriber->gate.drain();
   }
 

@@ -19,8 +19,8 @@ namespace vellora::detail {
 /// Passes what it receives to a queue: one hop for each value and one for the end. A hop is one piece of work
 /// on the queue. Subscribing and cancelling stay where they are.
 ///
-/// Ownership: upstream owns this, and the hops own what is on its way. Only this holds the queue. Work that
-/// waits on the queue must not hold it, or a queue that runs no more would keep itself alive.
+/// Ownership: upstream owns this, and the hops own what is on its way. A hop does not hold the queue that it
+/// waits on, or a queue that runs no more would keep itself alive.
 ///
 /// Threads: the observer is called by one thread at a time. Hops may run on several threads at once, on a
 /// concurrent queue; they deliver one at a time all the same.
