@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "vellora/Catalog/CatalogObserver.h"
+#include "vellora/Catalog/RetryOptions.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Queues/TimedQueue.h"
 #include "vellora/Platform/Values/Export.h"
@@ -14,7 +16,7 @@ namespace vellora {
 ///
 ///     Catalog catalog(host, {.theme = "dark", .cacheTimeout = 1h, .answersOn = mainLoop});
 ///
-/// Ownership: a plain value; shares the queues.
+/// Ownership: a plain value; shares queues and observer.
 struct VELLORA_EXPORT CatalogOptions {
   /// The theme whose colours and icons are wanted.
   std::string theme = "light";
@@ -28,6 +30,15 @@ struct VELLORA_EXPORT CatalogOptions {
   /// What ends questions at their deadlines; null for `TimedQueue::system`. A test hands in one that it
   /// steps.
   std::shared_ptr<TimedQueue> timer = {};
+
+  /// Whether and when a request that has failed is sent again.
+  RetryOptions retry = {};
+
+  /// Who is told of questions and requests; null for nobody.
+  std::shared_ptr<CatalogObserver> observer = {};
+
+  /// Whether the observer is also told keys, whole URLs and what a network's error says.
+  bool observesKeys = false;
 };
 
 }  // namespace vellora

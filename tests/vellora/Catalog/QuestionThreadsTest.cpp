@@ -144,6 +144,39 @@ TEST_F(QuestionThreadsTest, DestroyingTheCatalogueWaitsForTheCallbackThatRuns) {
   ending.join();
 }
 
+/// Is inside the report of a question until it is let out.
+struct SlowObserver final : CatalogObserver {
+  void questionEnded(const QuestionReport&) override {
+    if (wasEntered.exchange(true)) return;
+    running.count_down();
+    mayEnd.wait();
+    hasEnded = true;
+  }
+  std::atomic<bool> wasEntered = false;
+  std::latch running{1};
+  std::latch mayEnd{1};
+  std::atomic<bool> hasEnded = false;
+};
+
+TEST_F(QuestionThreadsTest, ASlowObserverDelaysNoAnswer) {
+  const auto observer = std::make_shared<SlowObserver>();
+  construct({.observer = observer});
+  observer->running.wait();
+  EXPECT_EQ(catalog->records({"001xx"}).get().end, End::answered);
+  EXPECT_FALSE(observer->hasEnded);
+  observer->mayEnd.count_down();
+}
+
+TEST_F(QuestionThreadsTest, DestroyingTheCatalogueWaitsForTheObserverThatIsCalled) {
+  const auto observer = std::make_shared<SlowObserver>();
+  construct({.observer = observer});
+  observer->running.wait();
+  std::thread ending([&] { observer->mayEnd.count_down(); });
+  catalog.reset();
+  EXPECT_TRUE(observer->hasEnded);
+  ending.join();
+}
+
 TEST_F(QuestionThreadsTest, DestroyingTheCatalogueEndsAGetThatWaits) {
   auto question = catalog->records({"00Bxx"});
   ASSERT_TRUE(network->waitForRequests(3));
