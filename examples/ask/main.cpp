@@ -73,6 +73,17 @@ int main(int argc, char** argv) {
   // [then]
   called.get_future().wait();
 
+  std::promise<void> told;
+  // [watch]
+  QuestionToken watching = catalog.watch([&] { return catalog.records(ids); },
+                                         [&](Answer<ObjectPresentationInfo> answer) {
+                                           show(answer);  // now, and after each refresh that changed it
+                                           told.set_value();
+                                         });
+  // [watch]
+  told.get_future().wait();
+  watching.cancel();
+
   showRecords(catalog, ids, shown);
   shown.get_future().wait();
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <string>
 
 #include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/RetryAdvice.h"
 
 namespace vellora::hostkit {
 
@@ -13,6 +16,8 @@ namespace vellora::hostkit {
 ///     if (error && error->statusCode == 401) signInAgain();
 ///
 /// Ownership: a plain value.
+///
+/// Units: seconds, as `std::chrono` spells them.
 struct VELLORA_EXPORT CurlNetworkError {
   /// What went wrong, for a program.
   enum class Kind {
@@ -45,6 +50,15 @@ struct VELLORA_EXPORT CurlNetworkError {
 
   /// With `errorStatus` the status of the answer; else 0.
   int statusCode = 0;
+
+  /// What the header `Retry-After` of such an answer says, be it in seconds or as a date; absent when there
+  /// is none that can be read.
+  std::optional<std::chrono::duration<double>> retryAfter = {};
+
+  /// Trying again may help where there was no connection, or none to the end, where the time ran out, and
+  /// after a status of 429 or from 500 to 599; it waits for `retryAfter` then. It may help, too, when too
+  /// many requests wait already.
+  [[nodiscard]] std::optional<RetryAdvice> retryAdvice() const;
 
   /// The text.
   [[nodiscard]] const std::string& localizedDescription() const noexcept { return text; }

@@ -8,8 +8,10 @@
 #include <utility>
 
 #include "hostkit/network/Redaction.h"
+#include "hostkit/network/RetryAfter.h"
 #include "hostkit/network/ServerWords.h"
 #include "hostkit/network/TransferError.h"
+#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::hostkit {
 
@@ -139,7 +141,9 @@ void CurlTransfer::sendWithToken(const std::string& token) {
 void CurlTransfer::settleWithStatus() {
   const std::string words =
       shortened(cleaned(serverWords(body_.release(), head_.reasonPhrase())), mostServerWords);
-  settleWithError(statusError(response_.statusCode, path_, words));
+  auto error = statusError(response_.statusCode, path_, words);
+  if (const auto* header = head_.value("retry-after")) error.retryAfter = retryAfter(*header, now());
+  settleWithError(std::move(error));
 }
 
 void CurlTransfer::settleWithAnswer() {

@@ -55,11 +55,29 @@ TEST_F(ExamplesTest, EmbedTellsTheTypeOfARecord) {
   EXPECT_EQ(ended.out, "001000000000009 is of type Account\n");
 }
 
-TEST_F(ExamplesTest, AskTellsOfEachRecordInEachOfTheThreeWays) {
+TEST_F(ExamplesTest, AskTellsOfEachRecordInEachOfTheThreeWaysAndWhileItWatches) {
   const auto ended = run(ASK, {server->url(), record, "zzz000000000000"});
   EXPECT_EQ(ended.exitCode, 0) << ended.err;
   const std::string once = "001000000000009: Account\nzzz000000000000: unknown to the server\n";
-  EXPECT_EQ(ended.out, once + once + once);
+  EXPECT_EQ(ended.out, once + once + once + once);
+}
+
+TEST_F(ExamplesTest, TelemetryPrintsWhatTheObserverWasToldAsOpenMetricsWithoutAKey) {
+  const auto ended = run(TELEMETRY, {server->url(), record, "zzz000000000000"});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  // Either question may be the first to reach a list.
+  for (const auto* line :
+       {"# TYPE vellora_questions counter\n",
+        "vellora_questions_total\\{kind=\"load\",end=\"answered\",from=\"nowhere\"\\} 1\n",
+        "vellora_questions_total\\{kind=\"records\",end=\"answered\",from=\"(cache|server)\"\\} 1\n",
+        "vellora_missing_keys_total\\{kind=\"records\",why=\"unknown\"\\} 1\n",
+        "vellora_requests_total\\{path=\"/services/data/v50.0/theme\",cause=\"(load|records)\","
+        "outcome=\"body\"\\} 1\n",
+        "vellora_question_seconds_count\\{kind=\"records\"\\} 1\n"}) {
+    EXPECT_THAT(ended.out, testing::ContainsRegex(line));
+  }
+  EXPECT_THAT(ended.out, testing::EndsWith("# EOF\n"));
+  EXPECT_THAT(ended.out, testing::Not(HasSubstr("000000000009")));
 }
 
 TEST_F(ExamplesTest, SignInSaysWhenTheServerRefusesTheToken) {

@@ -44,7 +44,7 @@ class ManualTimer final : public TimedQueue {
   }
 
   /// How much time has passed.
-  [[nodiscard]] Delay time() const {
+  [[nodiscard]] Delay time() const override {
     const std::lock_guard lock(mutex_);
     return time_;
   }

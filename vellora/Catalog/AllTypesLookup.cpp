@@ -41,8 +41,9 @@ void answer(const AllTypesLookup& lookup, const PreparedLists& lists, const Both
 
 void findBoth(const AllTypesLookup& lookup, const PreparedLists& lists) {
   const auto& services = lookup.session->services;
-  const auto types = services.sObjects->allSObjects(lists.typesSource(lookup.source));
-  const auto themes = services.themes->allThemes(lists.themesSource(lookup.source)).results();
+  const auto fetching = lookup.question->fetching();
+  const auto types = services.sObjects->allSObjects(lists.typesSource(lookup.source), fetching);
+  const auto themes = services.themes->allThemes(lists.themesSource(lookup.source), fetching).results();
   const auto onBoth = [lookup, lists](const Both& both) { answer(lookup, lists, both); };
   const auto onEnd = [lookup, lists](const Completion& error) {
     if (error) lookup.question->fail(lists.typesFailure.value_or(*error));
@@ -54,7 +55,7 @@ void findBoth(const AllTypesLookup& lookup, const PreparedLists& lists) {
 
 void AllTypesLookup::start() const {
   const auto find = [lookup = *this](const PreparedLists& lists) { findBoth(lookup, lists); };
-  question->keep(session->lists.prepared(source).sink(find, failing(question)));
+  question->keep(session->lists.prepared(source, question->fetching()).sink(find, failing(question)));
 }
 
 }  // namespace vellora

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <future>
 #include <memory>
@@ -11,8 +12,10 @@
 #include <utility>
 
 #include "vellora/Catalog/Answer.h"
+#include "vellora/Catalog/Inquiry.h"
 #include "vellora/Catalog/QuestionError.h"
 #include "vellora/Catalog/Sheet.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/Platform/Publishers/AnyCancellable.h"
 #include "vellora/Platform/Publishers/SerialGate.h"
 #include "vellora/Platform/Publishers/SubscriptionScope.h"
@@ -29,6 +32,7 @@ struct Terms {
   std::shared_ptr<TimedQueue> timer;
   std::shared_ptr<CallbackGate> gate;  ///< of the catalogue
   SubscriptionScope catalog;           ///< ends every question that is open
+  std::shared_ptr<Inquiry> inquiry;
 };
 
 /// The part of a question that does not depend on what it asks for.
@@ -59,7 +63,8 @@ class AskedBase {
 template <class T>
 class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<T>> {
  public:
-  Asked(std::set<std::string> keys, Terms terms) : terms_(std::move(terms)), sheet_(std::move(keys)) {}
+  Asked(std::set<std::string> keys, Terms terms)
+      : terms_(std::move(terms)), keyCount_(keys.size()), sheet_(std::move(keys)) {}
 
   /// Sets the deadline, and lets the catalogue and `stop` end the question. Call it once, at first.
   void begin(TimedQueue::Delay deadline, std::stop_token stop) {
@@ -116,6 +121,9 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
 
   /// Whether the question has ended, so that nobody needs to work for it.
   [[nodiscard]] bool hasEnded() const { return !work_.isActive(); }
+
+  /// For whom its lookups fetch.
+  [[nodiscard]] Fetching fetching() const { return {terms_.inquiry}; }
 
   /// Keeps a pipeline going until the question has ended.
   void keep(AnyCancellable token) {
@@ -183,6 +191,7 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
     terms_.timer->cancel(alarm_);
     work_.end();
     close(end, rest);
+    terms_.inquiry->noteEnd(keyCount_, sheet_.answer());
     tell();
   }
 
@@ -210,6 +219,7 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
   }
 
   const Terms terms_;
+  const std::size_t keyCount_;
   const SubscriptionScope work_;
   CallbackGate callback_;
   SerialGate gate_;

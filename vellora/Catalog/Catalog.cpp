@@ -39,6 +39,19 @@ Question<TypeChange> Catalog::refresh(const QuestionOptions& options) const {
   return implementation_->refresh(options);
 }
 
+template <class T>
+QuestionToken Catalog::watching(std::function<Question<T>()> ask,
+                                std::function<void(Answer<T>)> callback) const {
+  return implementation_->watch<T>(std::move(ask), std::move(callback));
+}
+
+template QuestionToken Catalog::watching(std::function<Question<ObjectPresentationInfo>()>,
+                                         std::function<void(Answer<ObjectPresentationInfo>)>) const;
+template QuestionToken Catalog::watching(std::function<Question<ObjectLayoutInfo>()>,
+                                         std::function<void(Answer<ObjectLayoutInfo>)>) const;
+template QuestionToken Catalog::watching(std::function<Question<ObjectCompactLayoutInfo>()>,
+                                         std::function<void(Answer<ObjectCompactLayoutInfo>)>) const;
+
 void Catalog::forget() const {
   implementation_->forget();
 }

@@ -1,13 +1,19 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
+#include "vellora/Catalog/Answer.h"
 #include "vellora/Catalog/CatalogOptions.h"
 #include "vellora/Catalog/Keys.h"
 #include "vellora/Catalog/Question.h"
 #include "vellora/Catalog/QuestionOptions.h"
+#include "vellora/Catalog/QuestionToken.h"
 #include "vellora/Catalog/Readiness.h"
+#include "vellora/Catalog/TypeChange.h"
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Values/Export.h"
@@ -79,6 +85,23 @@ class VELLORA_EXPORT Catalog {
   /// asked for next. Finds, by API name, what has changed; the first time everything is `added`.
   [[nodiscard]] Question<TypeChange> refresh(const QuestionOptions& options = {}) const;
 
+  /// Asks what `ask` asks, and asks again after each refresh; `callback` gets the first answer, then each
+  /// that differs from the one before:
+  ///
+  ///     watch_ = catalog.watch([&] { return catalog.types({"Account"}); }, [this](auto answer) {
+  ///     show(answer); });
+  ///
+  /// What a later answer could not find out, and another age, are no difference. `ask` is called within this
+  /// call, later on the queue of the catalogue's answers. Keep the token: it promises for both functions what
+  /// that of `Question::then` does. `detach` lets the watch last as long as the catalogue.
+  template <class Ask>
+  [[nodiscard]] QuestionToken watch(
+      Ask ask, std::function<void(Answer<typename std::invoke_result_t<Ask&>::Value>)> callback) const {
+    using T = typename std::invoke_result_t<Ask&>::Value;
+    static_assert(!std::is_same_v<T, TypeChange>, "a refresh is what watches wait for");
+    return watching<T>(std::move(ask), std::move(callback));
+  }
+
   /// Gives all questions up, as cancelled, and deletes what the library has written into the cache: for a
   /// sign-out. Layouts are deleted of the types that the cached list names. Afterwards the catalogue may be
   /// asked again, and begins without anything. A step that another thread is just taking may still write.
@@ -94,7 +117,18 @@ class VELLORA_EXPORT Catalog {
  private:
   class Implementation;
 
+  template <class T>
+  [[nodiscard]] QuestionToken watching(std::function<Question<T>()> ask,
+                                       std::function<void(Answer<T>)> callback) const;
+
   const std::shared_ptr<Implementation> implementation_;
 };
+
+extern template QuestionToken Catalog::watching(std::function<Question<ObjectPresentationInfo>()>,
+                                                std::function<void(Answer<ObjectPresentationInfo>)>) const;
+extern template QuestionToken Catalog::watching(std::function<Question<ObjectLayoutInfo>()>,
+                                                std::function<void(Answer<ObjectLayoutInfo>)>) const;
+extern template QuestionToken Catalog::watching(std::function<Question<ObjectCompactLayoutInfo>()>,
+                                                std::function<void(Answer<ObjectCompactLayoutInfo>)>) const;
 
 }  // namespace vellora

@@ -6,10 +6,12 @@
 #include "vellora/Catalog/AllTypesLookup.h"
 #include "vellora/Catalog/LayoutLookup.h"
 #include "vellora/Catalog/RefreshLookup.h"
+#include "vellora/DataServices/MetadataServices.h"
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/Platform/Publishers/Subject.h"
 #include "vellora/Platform/Publishers/detail/Step.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
+#include "vellora/Services/VelloraService.h"
 #include "vellora/Services/VelloraServiceError.h"
 
 namespace vellora {
@@ -18,6 +20,9 @@ namespace {
 
 /// How long the first load may take: as long as its requests.
 constexpr TimedQueue::Delay prefetchDeadline = std::chrono::seconds(60);
+
+/// Whom the first load waits for least is the question that comes right behind it, and shares its requests.
+constexpr TimedQueue::Delay prefetchPatience = QuestionOptions().deadline;
 
 /// The facilities of `host`; none when one is absent, or the host itself.
 std::optional<RequiredAPI> requiredFrom(CorvaneSDK::PlatformAPI* host) {
@@ -35,6 +40,20 @@ CatalogOptions completed(CatalogOptions options) {
   return options;
 }
 
+std::shared_ptr<const Inquiry::Common> inquiriesWith(const CatalogOptions& options,
+                                                     const std::shared_ptr<CallbackGate>& gate,
+                                                     const std::shared_ptr<Watches>& watches) {
+  const auto common = std::make_shared<Inquiry::Common>();
+  common->timer = options.timer;
+  common->retry = options.retry;
+  common->onRefresh = [weak = std::weak_ptr<Watches>(watches)] {
+    if (const auto all = weak.lock()) all->askAgain();
+  };
+  if (options.observer)
+    common->reporter = std::make_shared<Reporter>(options.observer, options.observesKeys, gate);
+  return common;
+}
+
 const std::shared_ptr<DispatchQueue>& workers() {
   return DispatchQueue::global(DispatchQoS::userInitiated);
 }
@@ -45,8 +64,9 @@ Catalog::Implementation::Implementation(const std::shared_ptr<CorvaneSDK::Platfo
                                         CatalogOptions options)
     : options_(completed(std::move(options))),
       api_(requiredFrom(host.get())),
+      inquiries_(inquiriesWith(options_, gate_, watches_)),
       readiness_(Readiness::loading(), Subject<WillChange>()),
-      session_(newSession()) {
+      session_(firstSession()) {
   prefetch();
 }
 
@@ -56,16 +76,23 @@ Catalog::Implementation::~Implementation() {
 }
 
 Catalog::Implementation::SessionPtr Catalog::Implementation::newSession() const {
-  return api_ ? std::make_shared<Session>(*api_, options_.cacheTimeout.count(), readiness_) : nullptr;
+  if (!api_) return nullptr;
+  return std::make_shared<Session>(MetadataServices(*api_, options_.cacheTimeout.count()), readiness_);
+}
+
+Catalog::Implementation::SessionPtr Catalog::Implementation::firstSession() const {
+  const auto* facade = options_.sharesServicesOf;
+  return api_ && facade ? std::make_shared<Session>(facade->services(), readiness_) : newSession();
 }
 
 /// The first load is a question that nobody waits for.
 void Catalog::Implementation::prefetch() const {
   if (!api_) return readiness_.set(Readiness::failed(Failure(VelloraServiceError::requiredAPI())));
-  auto question =
-      askAll<TypeChange>({.deadline = prefetchDeadline}, [](const SessionPtr& session, const auto& asked) {
+  auto question = askAll<TypeChange>(
+      QuestionKind::load, {.deadline = prefetchDeadline}, [](const SessionPtr& session, const auto& asked) {
         const auto loaded = [asked](const PreparedLists&) { asked->write([](auto&) {}); };
-        asked->keep(session->lists.prepared(Source::cacheFirst).sink(loaded, failing(asked)));
+        asked->keep(
+            session->lists.prepared(Source::cacheFirst, asked->fetching()).sink(loaded, failing(asked)));
       });
   std::move(question)
       .then([readiness = readiness_](const Answer<TypeChange>& answer) {
@@ -85,7 +112,8 @@ Question<ObjectPresentationInfo> Catalog::Implementation::infos(InfoLookup::Want
         ->start();
   };
   const bool areIds = kind == InfoLookup::Wanted::Kind::ids;
-  return ask<ObjectPresentationInfo>(keys, areIds ? KeyKind::id : KeyKind::name, options, start);
+  return ask<ObjectPresentationInfo>(areIds ? QuestionKind::records : QuestionKind::types, keys,
+                                     areIds ? KeyKind::id : KeyKind::name, options, start);
 }
 
 std::string Catalog::Implementation::themeOf(const QuestionOptions& options) const {
@@ -95,8 +123,9 @@ std::string Catalog::Implementation::themeOf(const QuestionOptions& options) con
 Question<ObjectPresentationInfo> Catalog::Implementation::allTypes(std::string_view filter,
                                                                    const QuestionOptions& options) const {
   return askAll<ObjectPresentationInfo>(
-      options, [filter = TypeFilter(filter), theme = themeOf(options), source = options.source](
-                   const SessionPtr& session, const auto& question) {
+      QuestionKind::allTypes, options,
+      [filter = TypeFilter(filter), theme = themeOf(options), source = options.source](
+          const SessionPtr& session, const auto& question) {
         AllTypesLookup{session, question, filter, theme, source}.start();
       });
 }
@@ -104,7 +133,7 @@ Question<ObjectPresentationInfo> Catalog::Implementation::allTypes(std::string_v
 Question<ObjectLayoutInfo> Catalog::Implementation::searchColumns(const Keys& names,
                                                                   const QuestionOptions& options) const {
   return ask<ObjectLayoutInfo>(
-      names, KeyKind::listedName, options,
+      QuestionKind::searchColumns, names, KeyKind::listedName, options,
       [source = options.source](const SessionPtr& session, const auto& question, auto good) {
         lookUpLayouts(session, session->services.layouts, question, std::move(good), source);
       });
@@ -113,7 +142,7 @@ Question<ObjectLayoutInfo> Catalog::Implementation::searchColumns(const Keys& na
 Question<ObjectCompactLayoutInfo> Catalog::Implementation::headlines(const Keys& names,
                                                                      const QuestionOptions& options) const {
   return ask<ObjectCompactLayoutInfo>(
-      names, KeyKind::listedName, options,
+      QuestionKind::headlines, names, KeyKind::listedName, options,
       [source = options.source](const SessionPtr& session, const auto& question, auto good) {
         lookUpLayouts(session, session->services.compactLayouts, question, std::move(good), source);
       });
@@ -121,13 +150,15 @@ Question<ObjectCompactLayoutInfo> Catalog::Implementation::headlines(const Keys&
 
 Question<TypeChange> Catalog::Implementation::refresh(const QuestionOptions& options) const {
   return askAll<TypeChange>(
-      options, [](const SessionPtr& session, const auto& question) { vellora::refresh(session, question); });
+      QuestionKind::refresh, options,
+      [](const SessionPtr& session, const auto& question) { vellora::refresh(session, question); });
 }
 
 void Catalog::Implementation::forget() const {
   if (!api_) return;
   const auto session = session_.exchange(newSession());
   session->questions.end();
+  watches_->forget();
   readiness_.set(Readiness::loading());
   std::vector<std::string> names;
   const auto token = session->services.sObjects->allSObjects(Source::cacheOnly).sink([&](const auto& types) {
@@ -148,11 +179,11 @@ Publisher<Readiness> Catalog::Implementation::readinessStream() const {
 }
 
 template <class T, class Start>
-Question<T> Catalog::Implementation::ask(const Keys& keys, KeyKind kind, const QuestionOptions& options,
-                                         Start start) const {
+Question<T> Catalog::Implementation::ask(QuestionKind what, const Keys& keys, KeyKind kind,
+                                         const QuestionOptions& options, Start start) const {
   const auto session = session_.value();
   const std::set<std::string> distinct(keys.list().begin(), keys.list().end());
-  const auto question = begun<T>(session, distinct, options);
+  const auto question = begun<T>(session, what, distinct, options);
   Question<T> handle(question);  // gives it up when there is no memory to go on
   std::vector<std::string> good;
   std::vector<std::pair<std::string, QuestionError>> refused;
@@ -175,22 +206,25 @@ Question<T> Catalog::Implementation::ask(const Keys& keys, KeyKind kind, const Q
 }
 
 template <class T, class Start>
-Question<T> Catalog::Implementation::askAll(const QuestionOptions& options, Start start) const {
+Question<T> Catalog::Implementation::askAll(QuestionKind kind, const QuestionOptions& options,
+                                            Start start) const {
   const auto session = session_.value();
-  const auto question = begun<T>(session, {}, options);
+  const auto question = begun<T>(session, kind, {}, options);
   Question<T> handle(question);
   startSoon(session, question, std::move(start));
   return handle;
 }
 
 template <class T>
-std::shared_ptr<detail::Asked<T>> Catalog::Implementation::begun(const SessionPtr& session,
+std::shared_ptr<detail::Asked<T>> Catalog::Implementation::begun(const SessionPtr& session, QuestionKind kind,
                                                                  std::set<std::string> keys,
                                                                  const QuestionOptions& options) const {
   const auto wanted = options.answersOn.value();
+  const auto patience = kind == QuestionKind::load ? prefetchPatience : options.deadline;
   const auto question = std::make_shared<detail::Asked<T>>(
       std::move(keys), detail::Terms{wanted ? wanted : options_.answersOn, options_.timer, gate_,
-                                     session ? session->questions : SubscriptionScope()});
+                                     session ? session->questions : SubscriptionScope(),
+                                     std::make_shared<Inquiry>(inquiries_, kind, patience)});
   question->begin(options.deadline, options.stop.value());
   return question;
 }

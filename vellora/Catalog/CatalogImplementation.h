@@ -1,18 +1,24 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "vellora/Catalog/Asked.h"
 #include "vellora/Catalog/Catalog.h"
 #include "vellora/Catalog/InfoLookup.h"
+#include "vellora/Catalog/Inquiry.h"
 #include "vellora/Catalog/KeyRefusal.h"
 #include "vellora/Catalog/Keys.h"
+#include "vellora/Catalog/QuestionReport.h"
 #include "vellora/Catalog/Session.h"
+#include "vellora/Catalog/Watch.h"
+#include "vellora/Catalog/Watches.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Platform/Publishers/Published.h"
 #include "vellora/Platform/Queues/CallbackGate.h"
@@ -39,6 +45,16 @@ class Catalog::Implementation {
   [[nodiscard]] Question<ObjectCompactLayoutInfo> headlines(const Keys& names,
                                                             const QuestionOptions& options) const;
   [[nodiscard]] Question<TypeChange> refresh(const QuestionOptions& options) const;
+  template <class T>
+  [[nodiscard]] QuestionToken watch(std::function<Question<T>()> ask,
+                                    std::function<void(Answer<T>)> callback) const {
+    const auto watch = std::make_shared<Watch<T>>(
+        std::move(ask), std::move(callback), typename Watch<T>::Terms{options_.answersOn, gate_, watches_});
+    QuestionToken token(watch);
+    watches_->add(watch);
+    watch->start();
+    return token;
+  }
   void forget() const;
 
   [[nodiscard]] const Published<Readiness>& readiness() const noexcept { return readiness_; }
@@ -49,14 +65,15 @@ class Catalog::Implementation {
 
   /// Asks a question for `keys`; `start(session, question, keys)` works for it, with those that can be asked.
   template <class T, class Start>
-  [[nodiscard]] Question<T> ask(const Keys& keys, KeyKind kind, const QuestionOptions& options,
-                                Start start) const;
+  [[nodiscard]] Question<T> ask(QuestionKind what, const Keys& keys, KeyKind kind,
+                                const QuestionOptions& options, Start start) const;
   /// The same for a question without keys; `start(session, question)`.
   template <class T, class Start>
-  [[nodiscard]] Question<T> askAll(const QuestionOptions& options, Start start) const;
+  [[nodiscard]] Question<T> askAll(QuestionKind kind, const QuestionOptions& options, Start start) const;
 
   template <class T>
-  [[nodiscard]] std::shared_ptr<detail::Asked<T>> begun(const SessionPtr& session, std::set<std::string> keys,
+  [[nodiscard]] std::shared_ptr<detail::Asked<T>> begun(const SessionPtr& session, QuestionKind kind,
+                                                        std::set<std::string> keys,
                                                         const QuestionOptions& options) const;
   template <class T, class Start>
   void startSoon(const SessionPtr& session, const std::shared_ptr<detail::Asked<T>>& question,
@@ -64,12 +81,16 @@ class Catalog::Implementation {
 
   [[nodiscard]] std::string themeOf(const QuestionOptions& options) const;
   [[nodiscard]] SessionPtr newSession() const;
+  [[nodiscard]] SessionPtr firstSession() const;
   void prefetch() const;
 
   // Constant after construction.
   const CatalogOptions options_;
   const std::optional<RequiredAPI> api_;
   const std::shared_ptr<CallbackGate> gate_ = std::make_shared<CallbackGate>();
+
+  const std::shared_ptr<Watches> watches_ = std::make_shared<Watches>();
+  const std::shared_ptr<const Inquiry::Common> inquiries_;
 
   // Synchronise themselves.
   const Published<Readiness> readiness_;

@@ -18,7 +18,8 @@ void InfoLookup::inGate(Step step) {
 
 void InfoLookup::start() {
   const auto find = [self = shared_from_this()](const PreparedLists& lists) { self->findTypes(lists); };
-  question_->keep(session_->lists.prepared(wanted_.source).sink(find, failing(question_)));
+  question_->keep(
+      session_->lists.prepared(wanted_.source, question_->fetching()).sink(find, failing(question_)));
 }
 
 void InfoLookup::findTypes(const PreparedLists& lists) {
@@ -50,11 +51,12 @@ void InfoLookup::ask(const std::vector<std::string>& keys, Source source) {
 
 Publisher<InfoLookup::Found> InfoLookup::typesOf(const std::vector<std::string>& keys, Source source) const {
   const auto& service = session_->services.sObjects;
-  if (wanted_.kind == Wanted::Kind::ids) return service->eachOfIds(keys, source);
-  return service->eachOfNames(keys, source).map([](KeyResult<std::optional<SObject>>&& found) -> Found {
-    if (!found.value) return {std::move(found.key), found.value.error()};
-    return {std::move(found.key), TypeAndInstance{std::move(found.value).value(), std::nullopt}};
-  });
+  if (wanted_.kind == Wanted::Kind::ids) return service->eachOfIds(keys, source, question_->fetching());
+  return service->eachOfNames(keys, source, question_->fetching())
+      .map([](KeyResult<std::optional<SObject>>&& found) -> Found {
+        if (!found.value) return {std::move(found.key), found.value.error()};
+        return {std::move(found.key), TypeAndInstance{std::move(found.value).value(), std::nullopt}};
+      });
 }
 
 void InfoLookup::take(Found found) {
@@ -90,9 +92,10 @@ void InfoLookup::findThemes() {
       lookup.pair(*batch);
     });
   };
-  question_->keep(
-      session_->services.themes->eachTheme({names.begin(), names.end()}, lists_.themesSource(wanted_.source))
-          .sink(onFound, onEnd));
+  question_->keep(session_->services.themes
+                      ->eachTheme({names.begin(), names.end()}, lists_.themesSource(wanted_.source),
+                                  question_->fetching())
+                      .sink(onFound, onEnd));
 }
 
 std::set<std::string> InfoLookup::newTypesIn(const Batch& batch) const {

@@ -27,8 +27,8 @@ void lookUpLayouts(const std::shared_ptr<const Session>& session, const std::sha
       sheet.found(found.key, std::move(layout->layout), {layout->fetched, layout->isExpired});
     });
   };
-  question->keep(
-      service->eachLayout(std::move(names), source, session->refreshed()).sink(onFound, failing(question)));
+  question->keep(service->eachLayout(std::move(names), source, session->refreshed(), question->fetching())
+                     .sink(onFound, failing(question)));
 }
 
 }  // namespace vellora

@@ -55,28 +55,30 @@ Source PreparedLists::themesSource(Source wanted) const {
   return sourceAfter(themesFailure, themes, wanted);
 }
 
-Publisher<PreparedLists> Lists::prepared(Source source) const {
-  return Publisher<PreparedLists>::deferred([types = types_, themes = themes_, readiness = readiness_,
-                                             source] {
-    PreparedLists found{types->listState(), themes->listState(), std::nullopt, std::nullopt};
-    const bool typesNeeded = isLoadNeeded(found.types, source);
-    const bool themesNeeded = isLoadNeeded(found.themes, source);
-    if (!typesNeeded && !themesNeeded) {
-      if (source == Source::cacheFirst && readiness.value().readinessCase() != Readiness::Case::ready)
-        readiness.set(Readiness::ready());
-      return Publisher<PreparedLists>::just(std::move(found));
-    }
-    using Loaded = Publisher<std::optional<Error>>;
-    const auto typesLoad = typesNeeded ? failureOf(types->renewedSObjects()) : Loaded::just(std::nullopt);
-    const auto themesLoad = themesNeeded ? failureOf(themes->renewedThemes()) : Loaded::just(std::nullopt);
-    return typesLoad.combineLatest(themesLoad).map([=](const auto& failures) {
-      const PreparedLists after{stateAfter(types->listState(), typesNeeded && !failures.first),
-                                stateAfter(themes->listState(), themesNeeded && !failures.second),
-                                failures.first, failures.second};
-      readiness.set(readinessAfter(after));
-      return after;
-    });
-  });
+Publisher<PreparedLists> Lists::prepared(Source source, const Fetching& fetching) const {
+  return Publisher<PreparedLists>::deferred(
+      [types = types_, themes = themes_, readiness = readiness_, source, fetching] {
+        PreparedLists found{types->listState(), themes->listState(), std::nullopt, std::nullopt};
+        const bool typesNeeded = isLoadNeeded(found.types, source);
+        const bool themesNeeded = isLoadNeeded(found.themes, source);
+        if (!typesNeeded && !themesNeeded) {
+          if (source == Source::cacheFirst && readiness.value().readinessCase() != Readiness::Case::ready)
+            readiness.set(Readiness::ready());
+          return Publisher<PreparedLists>::just(std::move(found));
+        }
+        using Loaded = Publisher<std::optional<Error>>;
+        const auto typesLoad =
+            typesNeeded ? failureOf(types->renewedSObjects(fetching)) : Loaded::just(std::nullopt);
+        const auto themesLoad =
+            themesNeeded ? failureOf(themes->renewedThemes(fetching)) : Loaded::just(std::nullopt);
+        return typesLoad.combineLatest(themesLoad).map([=](const auto& failures) {
+          const PreparedLists after{stateAfter(types->listState(), typesNeeded && !failures.first),
+                                    stateAfter(themes->listState(), themesNeeded && !failures.second),
+                                    failures.first, failures.second};
+          readiness.set(readinessAfter(after));
+          return after;
+        });
+      });
 }
 
 }  // namespace vellora

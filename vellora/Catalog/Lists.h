@@ -8,6 +8,7 @@
 #include "vellora/Catalog/Readiness.h"
 #include "vellora/DataServices/ListState.h"
 #include "vellora/DataServices/MetadataServices.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/Source.h"
 #include "vellora/Platform/Publishers/Published.h"
 #include "vellora/Platform/Publishers/Publisher.h"
@@ -45,7 +46,7 @@ class Lists {
   /// Yields once: at once when there is nothing to fetch, else when what there is to fetch has come or
   /// failed. It never fails. With `serverFirst` both lists are fetched, with `cacheOnly` none; a fetch that
   /// is under way is joined.
-  [[nodiscard]] Publisher<PreparedLists> prepared(Source source) const;
+  [[nodiscard]] Publisher<PreparedLists> prepared(Source source, const Fetching& fetching) const;
 
  private:
   // Constant after construction.

@@ -40,6 +40,8 @@ class Asked;
 template <class T>
 class VELLORA_EXPORT Question {
  public:
+  using Value = T;
+
   explicit Question(std::shared_ptr<detail::Asked<T>> asked) : asked_(std::move(asked)) {}
   Question(Question&& other) noexcept : asked_(std::move(other.asked_)) {}
   Question& operator=(Question&& other) noexcept;

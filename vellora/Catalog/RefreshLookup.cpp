@@ -86,8 +86,8 @@ void answer(const Session& session, const Question& question, const PreparedList
 void refresh(const std::shared_ptr<Session>& session, const Question& question) {
   session->noteRefresh();
   session->services.sObjects->forgetListViews();
-  const auto load = [session](const Both& before) {
-    return session->lists.prepared(Source::serverFirst).map([before](PreparedLists lists) {
+  const auto load = [session, fetching = question->fetching()](const Both& before) {
+    return session->lists.prepared(Source::serverFirst, fetching).map([before](PreparedLists lists) {
       return std::pair(before, std::move(lists));
     });
   };

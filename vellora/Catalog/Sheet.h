@@ -69,6 +69,9 @@ class Sheet {
     answer_.end = End::failed;
   }
 
+  /// The answer, as far as it is written.
+  [[nodiscard]] const Answer<T>& answer() const noexcept { return answer_; }
+
   [[nodiscard]] Answer<T> take() { return std::move(answer_); }
 
  private:

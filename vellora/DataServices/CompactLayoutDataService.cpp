@@ -16,8 +16,10 @@
 #include "vellora/DataServices/LayoutCache.h"
 #include "vellora/DataServices/LayoutCompletion.h"
 #include "vellora/DataServices/PartOf.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
+#include "vellora/DataServices/SharedFetch.h"
 #include "vellora/DataServices/Silence.h"
 #include "vellora/DataServices/UrlLength.h"
 #include "vellora/Models/CompactLayoutCacheEntry.h"
@@ -178,30 +180,31 @@ void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::st
   }
   const auto missing = namesWithoutLayout(names, cached.fresh);
   const FailureLog log(weak_from_this(), *logger_, "compactLayoutForApiName(_:completion:)");
-  getCompactLayoutFromNetwork(missing, answerWithCached(std::move(cached), log, std::move(completion)));
+  getCompactLayoutFromNetwork(missing, answerWithCached(std::move(cached), log, std::move(completion)), {});
 }
 
 void CompactLayoutDataService::getCompactLayoutFromNetwork(const std::vector<std::string>& names,
-                                                           Completion completion, Awaited awaited) {
+                                                           Completion completion, const Asking& asking) {
   const auto request = requestToGetCompactLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
   download<CompactLayoutResults>(
       *network_, *request, FailureLog(weak_from_this(), *logger_, downloadName),
-      [weak = weak_from_this(), names, completion = std::move(completion), awaited](auto answer) {
+      [weak = weak_from_this(), names, completion = std::move(completion), asking](auto answer) {
         if (!answer.body) return completion(std::nullopt, std::move(answer.error));
         const auto self = weak.lock();
         if (!self) return;
         try {
           self->resolveReferenceFields(
-              std::make_shared<const Resolution>(weak, names, *std::move(answer.body), completion), awaited);
+              std::make_shared<const Resolution>(weak, names, *std::move(answer.body), completion), asking);
         } catch (const std::bad_alloc&) {
           completion(std::nullopt, noMemoryForAnswer());
         }
-      });
+      },
+      asking.fetching);
 }
 
 void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution,
-                                                      Awaited awaited) {
+                                                      const Asking& asking) {
   const auto types = resolution->types();
   const auto entities = quoted(types);
   logger_->log(resolution->line("Getting", entities), LogLevel::info);
@@ -209,60 +212,69 @@ void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<cons
   const auto onCompletion = [resolution](const std::optional<Error>& error) {
     error ? resolution->answerAsDownloaded(*error) : resolution->answerThenCache();
   };
-  if (awaited == Awaited::each) return qualifiedApiNames(types).sink(onValue, onCompletion).detach();
+  if (asking.isEachAwaited)
+    return qualifiedApiNames(types, asking.fetching).sink(onValue, onCompletion).detach();
   qualifiedApiNamesCancellable_.replace(
       [&] { return qualifiedApiNameAsPublisher(entities).sink(onValue, onCompletion); });
 }
 
 Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiNameAsPublisher(
     const std::string& entities) {
+  return sentForNameFields(entities, {});
+}
+
+Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::sentForNameFields(const std::string& entities,
+                                                                                  const Fetching& fetching) {
   const auto request = nameFieldsRequest(entities);
   if (!request) return Publisher<ObjectQualifiedApiNameInfo>::fail(CompactLayoutDataServiceError::network());
-  return sentAtEachSubscription(partOf(weak_from_this(), *network_), *request, Preferred::body)
+  return sentAtEachSubscription(partOf(weak_from_this(), *network_), *request, Preferred::body, fetching)
       .tryMap(decodedBody<ObjectQualifiedApiNameInfo, CompactLayoutDataServiceError::network>);
 }
 
-/// The same for a list of types, in as many requests as their names need.
+/// The same for a list of types, in as many requests as their names need, each of which may be sent again.
 Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiNames(
-    const std::vector<std::string>& types) {
+    const std::vector<std::string>& types, const Fetching& fetching) {
+  const Fetching first{fetching.requester};  // the attempts at these are counted anew
   const auto lists = dividedByUrl(types, [](const std::vector<std::string>& some) {
     const auto request = nameFieldsRequest(quoted(some));
     return request ? request->base().url.absoluteString().size() : 0;
   });
-  if (lists.size() < 2) return qualifiedApiNameAsPublisher(quoted(types));
-  return Publisher<std::vector<std::string>>::sequence(lists)
-      .flatMap([weak = weak_from_this()](const std::vector<std::string>& some) {
-        const auto self = weak.lock();
-        return self ? self->qualifiedApiNameAsPublisher(quoted(some)) : silence<ObjectQualifiedApiNameInfo>();
-      })
-      .collect()
-      .map(merged);
+  const auto nameFields = [weak = weak_from_this(), first](const std::vector<std::string>& some) {
+    return retried<ObjectQualifiedApiNameInfo>(
+        first, [weak, entities = quoted(some)](const Fetching& attempt) {
+          const auto self = weak.lock();
+          return self ? self->sentForNameFields(entities, attempt) : silence<ObjectQualifiedApiNameInfo>();
+        });
+  };
+  if (lists.size() < 2) return nameFields(types);
+  return Publisher<std::vector<std::string>>::sequence(lists).flatMap(nameFields).collect().map(merged);
 }
 
 Publisher<LayoutResult<ObjectCompactLayoutInfo>> CompactLayoutDataService::eachLayout(
-    std::vector<std::string> names, Source source, std::optional<Date> notBefore) {
+    std::vector<std::string> names, Source source, std::optional<Date> notBefore, Fetching fetching) {
   using Known = LayoutResult<ObjectCompactLayoutInfo>;
-  return Publisher<Known>::deferred([weak = weak_from_this(), names = std::move(names), source, notBefore] {
-    const auto self = weak.lock();
-    if (!self) return silence<Known>();
-    LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
-    const Expiry expiry(self->cacheTimeout_);
-    return EachLayout<ObjectCompactLayoutInfo>(
-               {[&](const std::string& name) { return dated(cache, name, expiry); },
-                /*servesExpired=*/false, requestToGetCompactLayout,
-                [weak](const auto& some) {
-                  const auto service = weak.lock();
-                  return service ? service->downloadedLayouts(some) : silence<Downloaded>();
-                }},
-               source, notBefore)
-        .of(names, self->downloads_);
-  });
+  return Publisher<Known>::deferred(
+      [weak = weak_from_this(), names = std::move(names), source, notBefore, fetching = std::move(fetching)] {
+        const auto self = weak.lock();
+        if (!self) return silence<Known>();
+        LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
+        const Expiry expiry(self->cacheTimeout_);
+        return EachLayout<ObjectCompactLayoutInfo>(
+                   {[&](const std::string& name) { return dated(cache, name, expiry); },
+                    /*servesExpired=*/false, requestToGetCompactLayout,
+                    [weak](const auto& some, const Fetching& attempt) {
+                      const auto service = weak.lock();
+                      return service ? service->downloadedLayouts(some, attempt) : silence<Downloaded>();
+                    }},
+                   source, notBefore, fetching)
+            .of(names, self->downloads_);
+      });
 }
 
 Publisher<CompactLayoutDataService::Downloaded> CompactLayoutDataService::downloadedLayouts(
-    const std::vector<std::string>& names) {
+    const std::vector<std::string>& names, const Fetching& fetching) {
   return downloadedBy<ObjectCompactLayoutInfo>([&](Completion completion) {
-    getCompactLayoutFromNetwork(names, std::move(completion), Awaited::each);
+    getCompactLayoutFromNetwork(names, std::move(completion), {true, fetching});
   });
 }
 

@@ -10,6 +10,7 @@
 
 #include "vellora/DataServices/DatedLayout.h"
 #include "vellora/DataServices/KeyResult.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/DataServices/Source.h"
 #include "vellora/Host/RequiredAPI.h"
@@ -74,7 +75,8 @@ class VELLORA_EXPORT CompactLayoutDataService
   /// A lookup of the second kind, as `LayoutDataService::eachLayout` says. It asks for name fields in
   /// requests that no other lookup overtakes, and that are not longer than 8 kB.
   [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectCompactLayoutInfo>>>> eachLayout(
-      std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt);
+      std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt,
+      Fetching fetching = {});
 
   /// Removes the cached layouts of the object types `names`.
   void forget(const std::vector<std::string>& names) const;
@@ -92,15 +94,21 @@ class VELLORA_EXPORT CompactLayoutDataService
 
   using Downloaded = std::shared_ptr<const std::vector<ObjectCompactLayoutInfo>>;
 
-  /// Whether only the newest request for name fields is waited for, or each.
-  enum class Awaited { newest, each };
+  /// How a download goes about its name fields.
+  struct Asking {
+    bool isEachAwaited = false;  ///< each request for name fields, not only the newest
+    Fetching fetching = {};
+  };
 
   void getCompactLayoutFromNetwork(const std::vector<std::string>& names, Completion completion,
-                                   Awaited awaited = Awaited::newest);
-  void resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution, Awaited awaited);
-  [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> qualifiedApiNames(
-      const std::vector<std::string>& types);
-  [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names);
+                                   const Asking& asking);
+  void resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution, const Asking& asking);
+  [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> sentForNameFields(const std::string& entities,
+                                                                        const Fetching& fetching);
+  [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> qualifiedApiNames(const std::vector<std::string>& types,
+                                                                        const Fetching& fetching);
+  [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names,
+                                                        const Fetching& fetching);
   void save(const std::vector<ObjectCompactLayoutInfo>& layouts);
 
   // Constant after construction.

@@ -11,6 +11,7 @@
 #include "vellora/Platform/Values/EnumerationError.h"
 #include "vellora/Platform/Values/Error.h"
 #include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/RetryAdvice.h"
 
 namespace vellora {
 
@@ -50,6 +51,12 @@ class VELLORA_EXPORT DataServiceError : public EnumerationError {
 
   /// The same error as one of the request to `url`, which failed for `reason`.
   [[nodiscard]] E ofRequest(const std::string& url, std::optional<Error> reason) const;
+
+  /// What network or decoder said about trying again.
+  [[nodiscard]] std::optional<RetryAdvice> retryAdvice() const {
+    if (request_ && request_->reason) return request_->reason->retryAdvice();
+    return EnumerationError::retryAdvice();
+  }
 
   /// Plain cases are equal when they are the same case; two `other` when the localized descriptions of what
   /// they carry are equal. A plain case never equals `other`.

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "vellora/DataServices/FailureLog.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/DataServices/Sending.h"
 #include "vellora/Host/NetRequest.h"
@@ -55,9 +56,9 @@ template <class Body>
 /// Sends `request` now and calls `then(Download<Body>)` once, on the thread on which the network calls back;
 /// a second answer of the network is ignored. A body counts also beside an error.
 template <class Body, class Then>
-void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, FailureLog log,
-              Then then) {
-  send(network, request, Preferred::body,
+void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, FailureLog log, Then then,
+              const Fetching& fetching = {}) {
+  send(network, request, Preferred::body, fetching,
        [answered = std::make_shared<std::atomic_flag>(), log = std::move(log),
         url = request.base().url.absoluteString(), then = std::move(then)](const NetworkAnswer& answer) {
          if (answered->test_and_set()) return;

@@ -15,7 +15,9 @@
 #include "vellora/DataServices/DatedLayout.h"
 #include "vellora/DataServices/KeyResult.h"
 #include "vellora/DataServices/NotCached.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
+#include "vellora/DataServices/SharedFetch.h"
 #include "vellora/DataServices/Source.h"
 #include "vellora/DataServices/UrlLength.h"
 #include "vellora/Host/NetRequest.h"
@@ -66,7 +68,9 @@ struct LayoutSteps {
   /// The request for the layouts of those names.
   std::function<std::optional<CorvaneSDK::NetRequest>(const std::vector<std::string>& names)> request;
   /// Sends it, and caches what comes.
-  std::function<Publisher<DownloadedLayouts<Layout>>(const std::vector<std::string>& names)> downloaded;
+  std::function<Publisher<DownloadedLayouts<Layout>>(const std::vector<std::string>& names,
+                                                     const Fetching& fetching)>
+      downloaded;
 };
 
 /// One lookup. It reads the cache for every name, then divides what is missing into requests whose URLs are
@@ -76,8 +80,8 @@ class EachLayout {
  public:
   using Known = LayoutResult<Layout>;
 
-  EachLayout(LayoutSteps<Layout> steps, Source source, std::optional<Date> notBefore)
-      : steps_(std::move(steps)), source_(source), notBefore_(notBefore) {}
+  EachLayout(LayoutSteps<Layout> steps, Source source, std::optional<Date> notBefore, Fetching fetching)
+      : steps_(std::move(steps)), source_(source), notBefore_(notBefore), fetching_(std::move(fetching)) {}
 
   /// Yields what is known of each of `names`: of those that the cache answers first, of the others as the
   /// requests are answered.
@@ -132,7 +136,10 @@ class EachLayout {
 
   Publisher<Known> downloaded(const std::vector<std::string>& names, const std::shared_ptr<Stale>& stale,
                               const SharedRuns<DownloadedLayouts<Layout>>& downloads) const {
-    return downloads.joined(urlOf(names), [start = steps_.downloaded, names] { return start(names); })
+    const auto start = [start = steps_.downloaded, names](const Fetching& attempt) {
+      return start(names, attempt);
+    };
+    return sharedFetch(downloads, urlOf(names), fetching_, start)
         .results()
         .flatMap([names, stale](const Result<DownloadedLayouts<Layout>>& result) {
           std::vector<Known> known;
@@ -164,6 +171,7 @@ class EachLayout {
   const LayoutSteps<Layout> steps_;
   const Source source_;
   const std::optional<Date> notBefore_;
+  const Fetching fetching_;
 };
 
 }  // namespace vellora

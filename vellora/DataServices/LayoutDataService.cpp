@@ -65,30 +65,32 @@ void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, 
 
 Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(std::vector<std::string> names,
                                                                         Source source,
-                                                                        std::optional<Date> notBefore) {
+                                                                        std::optional<Date> notBefore,
+                                                                        Fetching fetching) {
   using Known = LayoutResult<ObjectLayoutInfo>;
-  return Publisher<Known>::deferred([weak = weak_from_this(), names = std::move(names), source, notBefore] {
-    const auto self = weak.lock();
-    if (!self) return silence<Known>();
-    LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
-    const Expiry expiry(self->cacheTimeout_);
-    const auto expired = source == Source::cacheFirst ? Expired::isRemoved : Expired::stays;
-    return EachLayout<ObjectLayoutInfo>(
-               {[&](const std::string& name) { return load(cache, name, expiry, expired); },
-                /*servesExpired=*/true, requestToGetSearchLayout,
-                [weak](const auto& some) {
-                  const auto service = weak.lock();
-                  return service ? service->downloadedLayouts(some) : silence<Downloaded>();
-                }},
-               source, notBefore)
-        .of(names, self->downloads_);
-  });
+  return Publisher<Known>::deferred(
+      [weak = weak_from_this(), names = std::move(names), source, notBefore, fetching = std::move(fetching)] {
+        const auto self = weak.lock();
+        if (!self) return silence<Known>();
+        LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
+        const Expiry expiry(self->cacheTimeout_);
+        const auto expired = source == Source::cacheFirst ? Expired::isRemoved : Expired::stays;
+        return EachLayout<ObjectLayoutInfo>(
+                   {[&](const std::string& name) { return load(cache, name, expiry, expired); },
+                    /*servesExpired=*/true, requestToGetSearchLayout,
+                    [weak](const auto& some, const Fetching& attempt) {
+                      const auto service = weak.lock();
+                      return service ? service->downloadedLayouts(some, attempt) : silence<Downloaded>();
+                    }},
+                   source, notBefore, fetching)
+            .of(names, self->downloads_);
+      });
 }
 
 Publisher<LayoutDataService::Downloaded> LayoutDataService::downloadedLayouts(
-    const std::vector<std::string>& names) {
+    const std::vector<std::string>& names, const Fetching& fetching) {
   return downloadedBy<ObjectLayoutInfo>(
-      [&](Completion completion) { getLayoutFromNetwork(names, std::move(completion)); });
+      [&](Completion completion) { getLayoutFromNetwork(names, std::move(completion), fetching); });
 }
 
 void LayoutDataService::forget(const std::vector<std::string>& names) const {
@@ -96,18 +98,21 @@ void LayoutDataService::forget(const std::vector<std::string>& names) const {
   for (const auto& name : names) cache.remove(name);
 }
 
-void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion) {
+void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion,
+                                             const Fetching& fetching) {
   const auto request = requestToGetSearchLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
   const FailureLog log(weak_from_this(), *logger_, "getLayoutFromNetwork(_:completion:)");
   download<std::vector<ObjectLayoutInfo>>(
-      *network_, *request, log, [weak = weak_from_this(), completion = std::move(completion)](auto answer) {
+      *network_, *request, log,
+      [weak = weak_from_this(), completion = std::move(completion)](auto answer) {
         const auto& layouts = answer.body;
         if (!layouts) return completion(std::nullopt, std::move(answer.error));
         answerWithCopy(completion, *layouts);
         const auto self = weak.lock();  // only now: the completion may have released the service
         if (self) self->save(*layouts);
-      });
+      },
+      fetching);
 }
 
 void LayoutDataService::save(const std::vector<ObjectLayoutInfo>& layouts) {

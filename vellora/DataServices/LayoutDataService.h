@@ -9,6 +9,7 @@
 
 #include "vellora/DataServices/DatedLayout.h"
 #include "vellora/DataServices/KeyResult.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/DataServices/Source.h"
 #include "vellora/Host/RequiredAPI.h"
@@ -71,7 +72,8 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   /// else the error. A layout that was fetched before `notBefore` is fetched again. With `cacheOnly` nothing
   /// is dropped.
   [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectLayoutInfo>>>> eachLayout(
-      std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt);
+      std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt,
+      Fetching fetching = {});
 
   /// Removes the cached layouts of the object types `names`.
   void forget(const std::vector<std::string>& names) const;
@@ -79,8 +81,10 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
  private:
   using Downloaded = std::shared_ptr<const std::vector<ObjectLayoutInfo>>;
 
-  [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names);
-  void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
+  [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names,
+                                                        const Fetching& fetching);
+  void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion,
+                            const Fetching& fetching = {});
   void save(const std::vector<ObjectLayoutInfo>& layouts);
 
   // Constant after construction.

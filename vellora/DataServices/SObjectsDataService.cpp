@@ -9,6 +9,7 @@
 #include "vellora/DataServices/SObjectsCache.h"
 #include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
+#include "vellora/DataServices/SharedFetch.h"
 #include "vellora/DataServices/Silence.h"
 #include "vellora/Models/ListViewObjectRecords.h"
 #include "vellora/Models/SObjectsResponse.h"
@@ -155,7 +156,8 @@ Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::st
       .collect();
 }
 
-Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id, Asking asking) {
+Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id,
+                                                                              const Asking& asking) {
   const auto type = sObjectForId(id, asking);
   if (name(id) != listViewName) {
     return type.map([id = std::move(id)](OptionalSObject found) mutable {  // called once
@@ -169,20 +171,21 @@ Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(st
 }
 
 Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(std::string name,
-                                                                                  Asking asking) {
+                                                                                  const Asking& asking) {
   const auto type = sObjectForName(name, asking);
   return type.map([name = std::move(name)](OptionalSObject sObject) mutable {  // called once
     return NameTuple{std::move(name), std::move(sObject)};
   });
 }
 
-Publisher<std::optional<SObject>> SObjectsDataService::sObjectForId(const std::string& id, Asking asking) {
+Publisher<std::optional<SObject>> SObjectsDataService::sObjectForId(const std::string& id,
+                                                                    const Asking& asking) {
   const auto typeName = name(id);
   return typeName ? sObjectForName(typeName, asking) : Publisher<OptionalSObject>::just(std::nullopt);
 }
 
 Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(const std::optional<std::string>& name,
-                                                                      Asking asking) {
+                                                                      const Asking& asking) {
   log("sObjectForName(_:), name: " + name.value_or("null type"));
   if (auto sObject = cache_->cachedSObject(name)) return Publisher<OptionalSObject>::just(std::move(sObject));
   if (const auto sObjects = cache_->cachedSObjects()) {
@@ -193,7 +196,7 @@ Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(const std:
   }
   if (asking.source == Source::cacheOnly) return Publisher<OptionalSObject>::fail(NotCached());
   if (asking.isShared) {
-    return sharedSObjects().map([name](const SObjects& sObjects) {
+    return sharedSObjects(asking.fetching).map([name](const SObjects& sObjects) {
       const SObject* sObject = name ? sObjects->firstNamed(*name) : nullptr;
       return sObject ? OptionalSObject(*sObject) : std::nullopt;
     });
@@ -206,7 +209,8 @@ Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(const std:
   });
 }
 
-Publisher<std::optional<SObject>> SObjectsDataService::listViewSObject(const std::string& id, Asking asking) {
+Publisher<std::optional<SObject>> SObjectsDataService::listViewSObject(const std::string& id,
+                                                                       const Asking& asking) {
   if (asking.source != Source::serverFirst) {
     if (const auto type = cache_->cachedListViewType(id)) {
       log("listViewSObject(for:), id: " + id + ", was retrieved from cache");
@@ -221,34 +225,36 @@ Publisher<std::optional<SObject>> SObjectsDataService::listViewSObject(const std
 }
 
 Publisher<std::optional<std::string>> SObjectsDataService::listViewType(const std::string& id,
-                                                                        Asking asking) {
+                                                                        const Asking& asking) {
   if (asking.source == Source::cacheOnly) return Publisher<std::optional<std::string>>::fail(NotCached());
-  if (!asking.isShared) return fetchedListViewType(id);
-  return listViewTypes_.joined(id, [weak = weak_from_this(), id] {
+  if (!asking.isShared) return fetchedListViewType(id, {});
+  return sharedFetch(listViewTypes_, id, asking.fetching, [weak = weak_from_this(), id](const auto& attempt) {
     const auto self = weak.lock();
-    return self ? self->fetchedListViewType(id) : silence<std::optional<std::string>>();
+    return self ? self->fetchedListViewType(id, attempt) : silence<std::optional<std::string>>();
   });
 }
 
-Publisher<std::vector<SObject>> SObjectsDataService::fetchedSObjects() {
+Publisher<std::vector<SObject>> SObjectsDataService::fetchedSObjects(const Fetching& fetching) {
   const auto request = serverRequest(serverPath("sobjects"));
   if (!request) return Publisher<std::vector<SObject>>::fail(SObjectsDataServiceError::invalidUrl());
-  return fetched<SObjectsResponse>(*request).map([weak = weak_from_this()](SObjectsResponse response) {
-    if (const auto self = weak.lock()) {
-      self->cache_->save(response.sObjects);
-      self->log("fetchedSObjects(), sObjects was fetched then cached");
-    }
-    return std::move(response.sObjects);
-  });
+  return fetched<SObjectsResponse>(*request, fetching)
+      .map([weak = weak_from_this()](SObjectsResponse response) {
+        if (const auto self = weak.lock()) {
+          self->cache_->save(response.sObjects);
+          self->log("fetchedSObjects(), sObjects was fetched then cached");
+        }
+        return std::move(response.sObjects);
+      });
 }
 
-Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(const std::string& id) {
+Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(const std::string& id,
+                                                                               const Fetching& fetching) {
   log("fetchedListViewType(for:): id: " + id);
   const auto request =
       serverRequest(serverPath("query"), "SELECT Id,SobjectType FROM ListView WHERE Id = '" + id + "'");
   if (!request) return Publisher<std::optional<std::string>>::fail(SObjectsDataServiceError::invalidUrl());
-  return fetched<ListViewObjectRecords>(*request).map(
-      [weak = weak_from_this(), id](const ListViewObjectRecords& response) {
+  return fetched<ListViewObjectRecords>(*request, fetching)
+      .map([weak = weak_from_this(), id](const ListViewObjectRecords& response) {
         auto type = response.records.empty() ? std::nullopt : response.records.front().objectType;
         if (const auto self = weak.lock()) self->cache_->save(type, id);
         if (const auto self = weak.lock()) {
@@ -259,8 +265,8 @@ Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(c
 }
 
 template <class Response>
-Publisher<Response> SObjectsDataService::fetched(const NetRequest& request) {
-  return sentAtEachSubscription(partOf(weak_from_this(), *network_), request, Preferred::error)
+Publisher<Response> SObjectsDataService::fetched(const NetRequest& request, const Fetching& fetching) {
+  return sentAtEachSubscription(partOf(weak_from_this(), *network_), request, Preferred::error, fetching)
       .tryMap(decodedBody<Response, SObjectsDataServiceError::noData>)
       .mapError([weak = weak_from_this(), url = request.base().url.absoluteString()](const Error& error) {
         return ofRequest(mapped(error, weak), url);
@@ -274,20 +280,22 @@ ListState SObjectsDataService::listState() const {
 /// Takes `lookUp` for each of `keys`, now; `valueOf` makes a `Result<T>` of what that gives.
 template <class T, class Tuple, class ValueOf>
 Publisher<KeyResult<T>> SObjectsDataService::each(std::vector<std::string> keys, LookUp<Tuple> lookUp,
-                                                  Source source, ValueOf valueOf) {
+                                                  Asking asking, ValueOf valueOf) {
   return Publisher<std::string>::sequence(std::move(keys))
-      .flatMap([weak = weak_from_this(), lookUp, source, valueOf](const std::string& key) {
-        const auto self = weak.lock();
-        if (!self) return silence<KeyResult<T>>();
-        return (*self.*lookUp)(key, {source, true}).tryMap(valueOf).results().map([key](Result<T>&& value) {
-          return KeyResult<T>{key, std::move(value)};
-        });
-      });
+      .flatMap(
+          [weak = weak_from_this(), lookUp, asking = std::move(asking), valueOf](const std::string& key) {
+            const auto self = weak.lock();
+            if (!self) return silence<KeyResult<T>>();
+            return (*self.*lookUp)(key, asking).tryMap(valueOf).results().map([key](Result<T>&& value) {
+              return KeyResult<T>{key, std::move(value)};
+            });
+          });
 }
 
 Publisher<KeyResult<SObjectsDataService::TypeAndInstance>> SObjectsDataService::eachOfIds(
-    std::vector<std::string> ids, Source source) {
-  return each<TypeAndInstance>(std::move(ids), &SObjectsDataService::sObjectAsIdTuple, source,
+    std::vector<std::string> ids, Source source, Fetching fetching) {
+  return each<TypeAndInstance>(std::move(ids), &SObjectsDataService::sObjectAsIdTuple,
+                               {source, true, std::move(fetching)},
                                [weak = weak_from_this()](IdTuple&& found) -> Result<TypeAndInstance> {
                                  const auto self = found.type ? nullptr : weak.lock();
                                  if (self && !self->cache_->cachedKeyPrefixes()) return Error(NotCached());
@@ -296,31 +304,32 @@ Publisher<KeyResult<SObjectsDataService::TypeAndInstance>> SObjectsDataService::
 }
 
 Publisher<KeyResult<std::optional<SObject>>> SObjectsDataService::eachOfNames(std::vector<std::string> names,
-                                                                              Source source) {
+                                                                              Source source,
+                                                                              Fetching fetching) {
   return each<OptionalSObject>(
-      std::move(names), &SObjectsDataService::sObjectAsNameTuple, source,
+      std::move(names), &SObjectsDataService::sObjectAsNameTuple, {source, true, std::move(fetching)},
       [](NameTuple&& found) { return Result<OptionalSObject>(std::move(found.sObject)); });
 }
 
-Publisher<SObjectsDataService::SObjects> SObjectsDataService::allSObjects(Source source) {
-  return Publisher<SObjects>::deferred([weak = weak_from_this(), source] {
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::allSObjects(Source source, Fetching fetching) {
+  return Publisher<SObjects>::deferred([weak = weak_from_this(), source, fetching = std::move(fetching)] {
     const auto self = weak.lock();
     if (!self) return silence<SObjects>();
     if (auto cached = self->cache_->cachedSObjects()) return Publisher<SObjects>::just(std::move(cached));
     if (source == Source::cacheOnly) return Publisher<SObjects>::fail(NotCached());
-    return self->sharedSObjects();
+    return self->sharedSObjects(fetching);
   });
 }
 
-Publisher<SObjectsDataService::SObjects> SObjectsDataService::renewedSObjects() {
-  return sharedSObjects();
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::renewedSObjects(Fetching fetching) {
+  return sharedSObjects(fetching);
 }
 
-Publisher<SObjectsDataService::SObjects> SObjectsDataService::sharedSObjects() {
-  return lists_.joined("sobjects", [weak = weak_from_this()] {
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::sharedSObjects(const Fetching& fetching) {
+  return sharedFetch(lists_, "sobjects", fetching, [weak = weak_from_this()](const Fetching& attempt) {
     const auto self = weak.lock();
     if (!self) return silence<SObjects>();
-    return self->fetchedSObjects().map([weak](std::vector<SObject>&& sObjects) -> SObjects {
+    return self->fetchedSObjects(attempt).map([weak](std::vector<SObject>&& sObjects) -> SObjects {
       if (const auto service = weak.lock()) service->cache_->dropSingles();
       return std::make_shared<const NamedList<SObject>>(std::move(sObjects));
     });

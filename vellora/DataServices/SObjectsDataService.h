@@ -11,6 +11,7 @@
 #include "vellora/DataServices/CacheState.h"
 #include "vellora/DataServices/KeyResult.h"
 #include "vellora/DataServices/ListState.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/DataServices/Source.h"
 #include "vellora/Host/NetRequest.h"
@@ -138,18 +139,20 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
 
   /// Yields, in any order, what each of `ids` stands for. An id of an unknown type has a value without a
   /// type; where the cache does not know any key prefixes it fails with `NotCached`.
-  [[nodiscard]] Publisher<KeyResult<TypeAndInstance>> eachOfIds(std::vector<std::string> ids, Source source);
+  [[nodiscard]] Publisher<KeyResult<TypeAndInstance>> eachOfIds(std::vector<std::string> ids, Source source,
+                                                                Fetching fetching = {});
 
   /// The same for the object types of `names`; one that the list lacks has an absent value.
   [[nodiscard]] Publisher<KeyResult<std::optional<SObject>>> eachOfNames(std::vector<std::string> names,
-                                                                         Source source);
+                                                                         Source source,
+                                                                         Fetching fetching = {});
 
   /// Yields the cached list, however old, or else a fetched one; with `cacheOnly` it fails with `NotCached`
   /// then.
-  [[nodiscard]] Publisher<SObjects> allSObjects(Source source);
+  [[nodiscard]] Publisher<SObjects> allSObjects(Source source, Fetching fetching = {});
 
   /// Fetches the list, however young the cached one is.
-  [[nodiscard]] Publisher<SObjects> renewedSObjects();
+  [[nodiscard]] Publisher<SObjects> renewedSObjects(Fetching fetching = {});
 
   /// Purges what list views list, so that it is asked anew.
   void forgetListViews() const;
@@ -166,31 +169,34 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   struct Asking {
     Source source = Source::cacheFirst;
     bool isShared = false;  ///< whether equal requests share one
+    Fetching fetching = {};
   };
 
   template <class Tuple>
-  using LookUp = Publisher<Tuple> (SObjectsDataService::*)(std::string key, Asking asking);
+  using LookUp = Publisher<Tuple> (SObjectsDataService::*)(std::string key, const Asking& asking);
 
   template <class Tuple>
   [[nodiscard]] Publisher<std::vector<Tuple>> collected(std::vector<std::string> keys, LookUp<Tuple> lookUp);
   template <class T, class Tuple, class ValueOf>
   [[nodiscard]] Publisher<KeyResult<T>> each(std::vector<std::string> keys, LookUp<Tuple> lookUp,
-                                             Source source, ValueOf valueOf);
+                                             Asking asking, ValueOf valueOf);
 
   // These read the cache when they are called; requests are sent when what they return is subscribed to.
-  [[nodiscard]] Publisher<IdTuple> sObjectAsIdTuple(std::string id, Asking asking);
-  [[nodiscard]] Publisher<NameTuple> sObjectAsNameTuple(std::string name, Asking asking);
-  [[nodiscard]] Publisher<OptionalSObject> sObjectForId(const std::string& id, Asking asking);
+  [[nodiscard]] Publisher<IdTuple> sObjectAsIdTuple(std::string id, const Asking& asking);
+  [[nodiscard]] Publisher<NameTuple> sObjectAsNameTuple(std::string name, const Asking& asking);
+  [[nodiscard]] Publisher<OptionalSObject> sObjectForId(const std::string& id, const Asking& asking);
   [[nodiscard]] Publisher<OptionalSObject> sObjectForName(const std::optional<std::string>& name,
-                                                          Asking asking);
-  [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id, Asking asking);
-  [[nodiscard]] Publisher<std::optional<std::string>> listViewType(const std::string& id, Asking asking);
-  [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects();
-  [[nodiscard]] Publisher<SObjects> sharedSObjects();
-  [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(const std::string& id);
+                                                          const Asking& asking);
+  [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id, const Asking& asking);
+  [[nodiscard]] Publisher<std::optional<std::string>> listViewType(const std::string& id,
+                                                                   const Asking& asking);
+  [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects(const Fetching& fetching = {});
+  [[nodiscard]] Publisher<SObjects> sharedSObjects(const Fetching& fetching);
+  [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(const std::string& id,
+                                                                          const Fetching& fetching);
   /// The decoded body. What goes wrong is logged as the service's error.
   template <class Response>
-  [[nodiscard]] Publisher<Response> fetched(const CorvaneSDK::NetRequest& request);
+  [[nodiscard]] Publisher<Response> fetched(const CorvaneSDK::NetRequest& request, const Fetching& fetching);
 
   /// The object API name for a record id, as far as the cache knows it.
   [[nodiscard]] std::optional<std::string> name(const std::string& id);

@@ -14,18 +14,20 @@ NetworkAnswer networkAnswer(Body body, std::optional<Error> error, Preferred pre
 }
 
 Publisher<Body> sentNow(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request,
-                        Preferred preferred) {
+                        Preferred preferred, const Fetching& fetching) {
   return Publisher<Body>::promise([&](const Promise<Body>& promise) {
-    send(network, request, preferred,
+    send(network, request, preferred, fetching,
          [promise](NetworkAnswer answer) { promise.resolve(std::move(answer)); });
   });
 }
 
 Publisher<Body> sentAtEachSubscription(std::weak_ptr<CorvaneSDK::Network> network,
-                                       CorvaneSDK::NetRequest request, Preferred preferred) {
-  return Publisher<Body>::deferred([network = std::move(network), request = std::move(request), preferred] {
+                                       CorvaneSDK::NetRequest request, Preferred preferred,
+                                       Fetching fetching) {
+  return Publisher<Body>::deferred([network = std::move(network), request = std::move(request), preferred,
+                                    fetching = std::move(fetching)] {
     const auto alive = network.lock();
-    return alive ? sentNow(*alive, request, preferred) : silence<Body>();
+    return alive ? sentNow(*alive, request, preferred, fetching) : silence<Body>();
   });
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "vellora/DataServices/Requester.h"
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Host/Network.h"
 #include "vellora/Platform/Json/Json.h"
@@ -21,9 +22,6 @@ namespace vellora {
 /// Which one counts when the host's network gives both a body and an error.
 enum class Preferred { body, error };
 
-/// What a network has answered: a body, an error, or neither, which is an absent body.
-using NetworkAnswer = Result<std::optional<Data>>;
-
 /// The host's two values as one. Takes no memory.
 [[nodiscard]] NetworkAnswer networkAnswer(std::optional<Data> body, std::optional<Error> error,
                                           Preferred preferred);
@@ -40,21 +38,37 @@ void send(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, P
   });
 }
 
+/// The same for a requester, which is told of the request, and of its answer before `receive`.
+template <class Receive>
+void send(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& request, Preferred preferred,
+          const Fetching& fetching, Receive receive) {
+  auto told = fetching.requester
+                  ? fetching.requester->sending(request.base().url.absoluteString(), fetching.attempt)
+                  : Requester::Answered();
+  if (!told) return send(network, request, preferred, std::move(receive));
+  send(network, request, preferred,
+       [told = std::move(told), receive = std::move(receive)](NetworkAnswer answer) {
+         told(answer);
+         receive(std::move(answer));
+       });
+}
+
 /// Sends `request` now, on the caller's thread. Every subscriber gets the one body, or the error, however
 /// late it comes.
 [[nodiscard]] Publisher<std::optional<Data>> sentNow(CorvaneSDK::Network& network,
                                                      const CorvaneSDK::NetRequest& request,
-                                                     Preferred preferred);
+                                                     Preferred preferred, const Fetching& fetching = {});
 
 /// Sends `request` anew at each subscription, on the subscribing thread. `network` is held weakly; once it is
 /// gone, nothing is sent and the subscriber hears nothing.
 [[nodiscard]] Publisher<std::optional<Data>> sentAtEachSubscription(
-    std::weak_ptr<CorvaneSDK::Network> network, CorvaneSDK::NetRequest request, Preferred preferred);
+    std::weak_ptr<CorvaneSDK::Network> network, CorvaneSDK::NetRequest request, Preferred preferred,
+    Fetching fetching = {});
 
 /// Decodes the body of an answer, then gives back the parser's memory. An absent body is the error that
 /// `absentBody` makes:
 ///
-///     sentNow(network, request, Preferred::error)
+///     sentNow(network, request, Preferred::error, fetching)
 ///         .tryMap(decodedBody<ThemeResponse, ThemeDataServiceError::noData>)
 template <class Response, auto absentBody>
 [[nodiscard]] Result<Response> decodedBody(const std::optional<Data>& body) {

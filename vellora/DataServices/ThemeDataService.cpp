@@ -8,6 +8,7 @@
 #include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
+#include "vellora/DataServices/SharedFetch.h"
 #include "vellora/DataServices/Silence.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Models/ThemeResponse.h"
@@ -109,7 +110,7 @@ Publisher<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(std::string
   });
 }
 
-Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& name, Asking asking) {
+Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& name, const Asking& asking) {
   using Answer = Publisher<std::optional<ThemeItem>>;
   if (auto entry = cachedTheme(name)) return Answer::just(std::move(entry));
   if (const auto list = cachedThemes()) {
@@ -123,7 +124,7 @@ Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& n
   }
   if (asking.source == Source::cacheOnly) return Answer::fail(NotCached());
   if (asking.isShared) {
-    return sharedThemes().map([name](const Themes& list) {
+    return sharedThemes(asking.fetching).map([name](const Themes& list) {
       const ThemeItem* entry = list->firstNamed(name);
       return entry ? std::optional(*entry) : std::nullopt;
     });
@@ -136,13 +137,13 @@ Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& n
   });
 }
 
-Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes() {
+Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes(const Fetching& fetching) {
   log("fetchedThemes()");
   const auto request = serverRequest("/services/data/" + std::string(Constants::queryApiVersion) + "/theme");
   if (!request) return Publisher<std::vector<ThemeItem>>::fail(ThemeDataServiceError::invalidUrl());
   const auto weak = weak_from_this();
   // Sent now, not at the subscription, so that a load's request goes out on the caller's thread.
-  return sentNow(*network_, *request, Preferred::error)
+  return sentNow(*network_, *request, Preferred::error, fetching)
       .tryMap(decodedBody<ThemeResponse, ThemeDataServiceError::noData>)
       .mapError([weak, url = request->base().url.absoluteString()](const Error& error) {
         return ofRequest(mapped(error, weak), url);
@@ -159,37 +160,38 @@ ListState ThemeDataService::listState() const {
 }
 
 Publisher<KeyResult<std::optional<ThemeItem>>> ThemeDataService::eachTheme(std::vector<std::string> names,
-                                                                           Source source) {
+                                                                           Source source, Fetching fetching) {
   using Entry = std::optional<ThemeItem>;
   return Publisher<std::string>::sequence(std::move(names))
-      .flatMap([weak = weak_from_this(), source](const std::string& name) {
+      .flatMap([weak = weak_from_this(),
+                asking = Asking{source, true, std::move(fetching)}](const std::string& name) {
         const auto self = weak.lock();
         if (!self) return silence<KeyResult<Entry>>();
-        return self->theme(name, {source, true}).results().map([name](Result<Entry>&& entry) {
+        return self->theme(name, asking).results().map([name](Result<Entry>&& entry) {
           return KeyResult<Entry>{name, std::move(entry)};
         });
       });
 }
 
-Publisher<ThemeDataService::Themes> ThemeDataService::allThemes(Source source) {
-  return Publisher<Themes>::deferred([weak = weak_from_this(), source] {
+Publisher<ThemeDataService::Themes> ThemeDataService::allThemes(Source source, Fetching fetching) {
+  return Publisher<Themes>::deferred([weak = weak_from_this(), source, fetching = std::move(fetching)] {
     const auto self = weak.lock();
     if (!self) return silence<Themes>();
     if (auto cached = self->cachedThemes()) return Publisher<Themes>::just(std::move(cached));
     if (source == Source::cacheOnly) return Publisher<Themes>::fail(NotCached());
-    return self->sharedThemes();
+    return self->sharedThemes(fetching);
   });
 }
 
-Publisher<ThemeDataService::Themes> ThemeDataService::renewedThemes() {
-  return sharedThemes();
+Publisher<ThemeDataService::Themes> ThemeDataService::renewedThemes(Fetching fetching) {
+  return sharedThemes(fetching);
 }
 
-Publisher<ThemeDataService::Themes> ThemeDataService::sharedThemes() {
-  return lists_.joined("theme", [weak = weak_from_this()] {
+Publisher<ThemeDataService::Themes> ThemeDataService::sharedThemes(const Fetching& fetching) {
+  return sharedFetch(lists_, "theme", fetching, [weak = weak_from_this()](const Fetching& attempt) {
     const auto self = weak.lock();
     if (!self) return silence<Themes>();
-    return self->fetchedThemes().map([weak](std::vector<ThemeItem>&& themes) -> Themes {
+    return self->fetchedThemes(attempt).map([weak](std::vector<ThemeItem>&& themes) -> Themes {
       if (const auto service = weak.lock()) service->table_->drop(entryKind);
       return std::make_shared<const NamedList<ThemeItem>>(std::move(themes));
     });

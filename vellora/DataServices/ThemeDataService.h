@@ -12,6 +12,7 @@
 #include "vellora/DataServices/CacheState.h"
 #include "vellora/DataServices/KeyResult.h"
 #include "vellora/DataServices/ListState.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/Source.h"
 #include "vellora/DataServices/ThemeDataServiceError.h"
 #include "vellora/Host/RequiredAPI.h"
@@ -107,14 +108,15 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
 
   /// Yields, in any order, the theme entry of each of `names`; an absent value where the list has none.
   [[nodiscard]] Publisher<KeyResult<std::optional<ThemeItem>>> eachTheme(std::vector<std::string> names,
-                                                                         Source source);
+                                                                         Source source,
+                                                                         Fetching fetching = {});
 
   /// Yields the cached list, however old, or else a fetched one; with `cacheOnly` it fails with `NotCached`
   /// then.
-  [[nodiscard]] Publisher<Themes> allThemes(Source source);
+  [[nodiscard]] Publisher<Themes> allThemes(Source source, Fetching fetching = {});
 
   /// Fetches the list, however young the cached one is.
-  [[nodiscard]] Publisher<Themes> renewedThemes();
+  [[nodiscard]] Publisher<Themes> renewedThemes(Fetching fetching = {});
 
   /// Purges and removes all that the service wrote.
   void forget() const;
@@ -126,12 +128,13 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   struct Asking {
     Source source = Source::cacheFirst;
     bool isShared = false;  ///< whether equal requests share one
+    Fetching fetching = {};
   };
 
   [[nodiscard]] Publisher<ThemeTuple> themeTuple(std::string name);
-  [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name, Asking asking);
-  [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
-  [[nodiscard]] Publisher<Themes> sharedThemes();
+  [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name, const Asking& asking);
+  [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes(const Fetching& fetching = {});
+  [[nodiscard]] Publisher<Themes> sharedThemes(const Fetching& fetching);
 
   [[nodiscard]] std::shared_ptr<const NamedList<ThemeItem>> cachedThemes() const;  // null when absent
   [[nodiscard]] std::optional<ThemeItem> cachedTheme(const std::string& name) const;

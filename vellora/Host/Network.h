@@ -43,7 +43,9 @@ class VELLORA_EXPORT Network {
   /// error on as what `other` carries. Those of layouts only log what it says, and report `network`.
   ///
   /// The library looks at no status code. Of an error status you may hand the body over, which then fails to
-  /// decode, or give an error in its place, which says what happened.
+  /// decode, or give an error in its place, which says what happened. An error that has a member
+  /// `retryAdvice` (`vellora::RetryAdvice`) also says whether a catalogue should send the request again, and
+  /// how long the server wants to be left alone; of any other error it doesn't.
   ///
   /// `response` may be absent; the library ignores it.
   using Completion =

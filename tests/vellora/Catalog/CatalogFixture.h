@@ -18,6 +18,7 @@
 #include "testkit/StubNetwork.h"
 #include "tests/support/ManualQueues.h"
 #include "tests/support/ManualTimer.h"
+#include "tests/support/PassingError.h"
 #include "tests/support/TestClock.h"
 #include "tests/support/TestError.h"
 #include "vellora/Catalog/Catalog.h"
@@ -67,13 +68,14 @@ class CatalogFixture : public testing::Test {
     return testkit::StubNetwork::body(R"({"records":[{"Id":"00Bxx","SobjectType":")" + type + R"("}]})");
   }
 
+  /// An error that may pass.
+  static testkit::StubAnswer busy(std::optional<std::chrono::duration<double>> after = std::nullopt) {
+    return testkit::StubNetwork::failure(PassingError{"busy", after});
+  }
   static testkit::StubAnswer down() { return testkit::StubNetwork::failure(TestError{"down"}); }
 
   void construct() {
-    catalog.emplace(
-        std::make_shared<hostkit::StandardPlatformAPI>(network, cache, logger),
-        CatalogOptions{
-            .theme = "light", .cacheTimeout = std::chrono::hours(1), .answersOn = queue, .timer = timer});
+    catalog.emplace(std::make_shared<hostkit::StandardPlatformAPI>(network, cache, logger), catalogOptions);
   }
 
   /// Constructs the catalogue and lets everything run until nothing is left to do.
@@ -131,6 +133,11 @@ class CatalogFixture : public testing::Test {
   const std::shared_ptr<testkit::FailingCache> cache =
       std::make_shared<testkit::FailingCache>(std::make_shared<hostkit::MemoryCache>());
   const std::shared_ptr<testkit::RecordingLogger> logger = std::make_shared<testkit::RecordingLogger>();
+  CatalogOptions catalogOptions{.theme = "light",
+                                .cacheTimeout = std::chrono::hours(1),
+                                .answersOn = queue,
+                                .timer = timer,
+                                .retry = {.jitter = [] { return 1.0; }}};
   std::optional<Catalog> catalog;
 };
 

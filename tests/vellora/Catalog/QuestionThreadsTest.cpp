@@ -93,7 +93,7 @@ TEST_F(QuestionThreadsTest, EndsAtTheDeadlineThoughEveryThreadOfTheLibraryIsBloc
 
 TEST_F(QuestionThreadsTest, GetIsRefusedOnAQueueOfTheLibraryAndInACallback) {
   std::promise<End> onQueue;
-  SerialDispatchQueue("other").async([&] { onQueue.set_value(catalog->records({"001xx"}).get().end); });
+  SerialDispatchQueue("other").async([&] { onQueue.set_value(catalog->records({"00Bxx"}).get().end); });
   EXPECT_EQ(onQueue.get_future().get(), End::failed);
   std::promise<End> inCallback;
   auto token = catalog->records({"001xx"}).then(
@@ -141,6 +141,39 @@ TEST_F(QuestionThreadsTest, DestroyingTheCatalogueWaitsForTheCallbackThatRuns) {
   std::thread ending([&] { mayEnd.count_down(); });
   catalog.reset();
   EXPECT_TRUE(ended);
+  ending.join();
+}
+
+/// Is inside the report of a question until it is let out.
+struct SlowObserver final : CatalogObserver {
+  void questionEnded(const QuestionReport&) override {
+    if (wasEntered.exchange(true)) return;
+    running.count_down();
+    mayEnd.wait();
+    hasEnded = true;
+  }
+  std::atomic<bool> wasEntered = false;
+  std::latch running{1};
+  std::latch mayEnd{1};
+  std::atomic<bool> hasEnded = false;
+};
+
+TEST_F(QuestionThreadsTest, ASlowObserverDelaysNoAnswer) {
+  const auto observer = std::make_shared<SlowObserver>();
+  construct({.observer = observer});
+  observer->running.wait();
+  EXPECT_EQ(catalog->records({"001xx"}).get().end, End::answered);
+  EXPECT_FALSE(observer->hasEnded);
+  observer->mayEnd.count_down();
+}
+
+TEST_F(QuestionThreadsTest, DestroyingTheCatalogueWaitsForTheObserverThatIsCalled) {
+  const auto observer = std::make_shared<SlowObserver>();
+  construct({.observer = observer});
+  observer->running.wait();
+  std::thread ending([&] { observer->mayEnd.count_down(); });
+  catalog.reset();
+  EXPECT_TRUE(observer->hasEnded);
   ending.join();
 }
 

@@ -36,6 +36,8 @@ class SystemTimedQueue final : public TimedQueue {
     removed = alarms_.remove(alarm);
   }
 
+  [[nodiscard]] Delay time() const override { return Clock::now().time_since_epoch(); }
+
  private:
   void start() {
     std::thread([this] { run(); }).detach();

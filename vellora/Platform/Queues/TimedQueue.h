@@ -18,7 +18,7 @@ namespace vellora {
 ///
 /// Ownership: held by `std::shared_ptr`. It owns the work until that has run or is cancelled.
 ///
-/// Threads: both calls may be made from any thread, also from work that runs here.
+/// Threads: all calls may be made from any thread, also from work that runs here.
 ///
 /// Errors: `after` throws `std::bad_alloc`; the work is then not taken.
 ///
@@ -44,6 +44,9 @@ class VELLORA_EXPORT TimedQueue {
 
   /// Drops work that has not begun. Does nothing for work that has, and does not wait for it.
   virtual void cancel(Alarm alarm) = 0;
+
+  /// How much time has passed on the queue's clock since some moment of its own. Only differences count.
+  [[nodiscard]] virtual Delay time() const = 0;
 
   /// The process-wide one: a single thread, which sleeps until the next moment, however many there are. It
   /// begins with the first work and lasts as long as the process. It is not of the pool on which the queues

@@ -7,6 +7,7 @@
 
 #include "vellora/Platform/Values/Error.h"
 #include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/RetryAdvice.h"
 
 namespace vellora {
 
@@ -38,6 +39,11 @@ class VELLORA_EXPORT EnumerationError {
   /// The error that the case carries, such as that of the host's network; null for a plain case. It lives as
   /// long as this object.
   [[nodiscard]] const Error* payload() const noexcept { return payload_ ? &*payload_ : nullptr; }
+
+  /// What the error that the case carries says about trying again; nothing for a plain case.
+  [[nodiscard]] std::optional<RetryAdvice> retryAdvice() const {
+    return payload_ ? payload_->retryAdvice() : std::nullopt;
+  }
 
  protected:
   /// The names must live as long as the program: literals.

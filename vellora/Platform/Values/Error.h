@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/RetryAdvice.h"
 
 namespace vellora {
 
@@ -32,6 +33,12 @@ concept ErrorValue = requires(const E& error) {
 template <class E>
 concept DescribedErrorValue = ErrorValue<E> && requires(const E& error) {
   { error.description() } -> std::convertible_to<std::string>;
+};
+
+/// An error value that can tell whether trying again may help.
+template <class E>
+concept AdvisingErrorValue = ErrorValue<E> && requires(const E& error) {
+  { error.retryAdvice() } -> std::convertible_to<std::optional<RetryAdvice>>;
 };
 
 /// Any error, as a value: a handle to an immutable error of some concrete type.
@@ -66,6 +73,9 @@ class VELLORA_EXPORT Error {
   /// have none give their localized description.
   [[nodiscard]] std::string description() const { return holder_->description(); }
 
+  /// That trying again may help, and when; absent when it doesn't, and for types that don't tell.
+  [[nodiscard]] std::optional<RetryAdvice> retryAdvice() const { return holder_->retryAdvice(); }
+
   /// The concrete error when it is an `E`, else null; a base class of it is not found. Valid as long as this
   /// handle or a copy lives.
   template <class E>
@@ -79,6 +89,7 @@ class VELLORA_EXPORT Error {
     virtual ~Base() = default;
     [[nodiscard]] virtual std::string localizedDescription() const = 0;
     [[nodiscard]] virtual std::string description() const = 0;
+    [[nodiscard]] virtual std::optional<RetryAdvice> retryAdvice() const = 0;
   };
 
   template <class E>
@@ -90,6 +101,13 @@ class VELLORA_EXPORT Error {
         return error.description();
       } else {
         return error.localizedDescription();
+      }
+    }
+    [[nodiscard]] std::optional<RetryAdvice> retryAdvice() const override {
+      if constexpr (AdvisingErrorValue<E>) {
+        return error.retryAdvice();
+      } else {
+        return std::nullopt;
       }
     }
     E error;

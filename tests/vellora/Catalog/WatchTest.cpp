@@ -1,0 +1,190 @@
+#include "vellora/Catalog/Watch.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/vellora/Catalog/CatalogFixture.h"
+
+namespace vellora {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testkit::StubNetwork;
+using Found = Answer<ObjectPresentationInfo>;
+
+class WatchTest : public tests::CatalogFixture {
+ protected:
+  WatchTest() { constructAndLoad(); }
+
+  static std::string account(const std::string& label) {
+    return R"({"sobjects":[{"name":"Account","keyPrefix":"001","label":")" + label +
+           R"(","labelPlural":"As","createable":true}]})";
+  }
+
+  /// Keeps the labels of "Account", or why there is none.
+  [[nodiscard]] QuestionToken watchAccount() {
+    return catalog->watch([this] { return catalog->types({"Account"}); },
+                          [this](const Found& answer) { note(answer); });
+  }
+
+  void note(const Found& answer) {
+    const auto found = answer.found.find("Account");
+    told.push_back(found != answer.found.end() ? found->second.typePresentationInfo.label.value_or("")
+                                               : answer.missing.at("Account").text());
+  }
+
+  void refreshWith(const testkit::StubAnswer& types) {
+    network->answer(typesUrl, types);
+    static_cast<void>(answered(catalog->refresh()));
+  }
+
+  std::vector<std::string> told;
+};
+
+TEST_F(WatchTest, AnswersAtOnceAndAfterEachRefreshThatChangedTheAnswer) {
+  const auto token = watchAccount();
+  EXPECT_THAT(told, IsEmpty()) << "never inside the call";
+  runAll();
+  EXPECT_THAT(told, ElementsAre("Account"));
+  refreshWith(StubNetwork::body(typesBody()));
+  EXPECT_THAT(told, ElementsAre("Account")) << "nothing has changed";
+  refreshWith(StubNetwork::body(account("Firm")));
+  EXPECT_THAT(told, ElementsAre("Account", "Firm"));
+  refreshWith(StubNetwork::body(R"({"sobjects":[]})"));
+  EXPECT_THAT(told, ElementsAre("Account", "Firm", "unknown to the server"));
+}
+
+TEST_F(WatchTest, ARefreshThatFailsIsNoChange) {
+  const auto token = watchAccount();
+  runAll();
+  refreshWith(down());
+  EXPECT_THAT(told, ElementsAre("Account"));
+}
+
+TEST_F(WatchTest, TellsOfLayoutsThatWereFetchedAnew) {
+  const std::string url = "/services/data/v50.0/search/layout?q=Account";
+  network->answer(url, StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
+  std::vector<std::size_t> columns;
+  const auto token = catalog->watch([this] { return catalog->searchColumns({"Account"}); },
+                                    [&](const Answer<ObjectLayoutInfo>& answer) {
+                                      columns.push_back(answer.found.at("Account").searchColumns.size());
+                                    });
+  runAll();
+  clock.advance(1);
+  network->answer(url, down());
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_THAT(columns, ElementsAre(0U)) << "what could not be found out is no change";
+  clock.advance(1);
+  network->answer(
+      url,
+      StubNetwork::body(
+          R"([{"objectType":"Account","searchColumns":[{"name":"Name","label":"Name","field":"Name"}]}])"));
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_THAT(columns, ElementsAre(0U, 1U));
+}
+
+TEST_F(WatchTest, TellsWhatIsGoneFromAllTypes) {
+  std::vector<std::size_t> counts;
+  const auto token = catalog->watch([this] { return catalog->allTypes(); },
+                                    [&](const Found& answer) { counts.push_back(answer.found.size()); });
+  runAll();
+  refreshWith(StubNetwork::body(account("Account")));
+  EXPECT_THAT(counts, ElementsAre(3U, 1U));
+}
+
+TEST_F(WatchTest, AnAnswerThatIsUnderWayIsToldBeforeItAsksAgain) {
+  network->answer(listViewUrl("00Bxx"), listViewAnswer("Contact").held());
+  std::vector<End> ends;
+  const auto token = catalog->watch([this] { return catalog->records({"00Bxx"}); },
+                                    [&](const Found& answer) { ends.push_back(answer.end); });
+  runAll();
+  static_cast<void>(answered(catalog->refresh()));
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_THAT(ends, IsEmpty());
+  network->answer(listViewUrl("00Bxx"), listViewAnswer("Account"));
+  network->releaseAll();
+  runAll();
+  EXPECT_THAT(ends, ElementsAre(End::answered));
+}
+
+TEST_F(WatchTest, AfterCancellingNothingIsToldOrAsked) {
+  auto token = watchAccount();
+  token.cancel();
+  runAll();
+  EXPECT_THAT(told, IsEmpty());
+  int asked = 0;
+  auto second = catalog->watch(
+      [&] {
+        ++asked;
+        return catalog->types({"Account"});
+      },
+      [this](const Found& answer) { note(answer); });
+  runAll();
+  network->answer(typesUrl, StubNetwork::body(account("Firm")));
+  const auto refreshing = ask(catalog->refresh());
+  queues.runAll();
+  second.cancel();
+  runAll();
+  EXPECT_EQ(asked, 1);
+  EXPECT_THAT(told, ElementsAre("Account"));
+  EXPECT_EQ(timer->pending(), 0U);
+}
+
+TEST_F(WatchTest, MayBeCancelledInItsCallback) {
+  QuestionToken token;
+  token = catalog->watch([this] { return catalog->types({"Account"}); },
+                         [&](const Found& answer) {
+                           note(answer);
+                           token.cancel();
+                         });
+  runAll();
+  refreshWith(StubNetwork::body(account("Firm")));
+  EXPECT_THAT(told, ElementsAre("Account"));
+}
+
+TEST_F(WatchTest, ItsCallbackMayDestroyTheCatalogue) {
+  const auto token = catalog->watch([this] { return catalog->types({"Account"}); },
+                                    [&](const Found& answer) {
+                                      note(answer);
+                                      catalog.reset();
+                                    });
+  runAll();
+  EXPECT_FALSE(catalog);
+  EXPECT_THAT(told, ElementsAre("Account"));
+}
+
+TEST_F(WatchTest, NothingIsToldOnceTheCatalogueIsDestroyed) {
+  watchAccount().detach();
+  queues.runAll();
+  catalog.reset();
+  runAll();
+  EXPECT_THAT(told, IsEmpty());
+}
+
+TEST_F(WatchTest, ADetachedOneLastsAsLongAsTheCatalogue) {
+  watchAccount().detach();
+  runAll();
+  refreshWith(StubNetwork::body(account("Firm")));
+  EXPECT_THAT(told, ElementsAre("Account", "Firm"));
+}
+
+TEST_F(WatchTest, AfterForgettingTheNextRefreshIsToldInAnyCase) {
+  const auto token = watchAccount();
+  runAll();
+  catalog->forget();
+  runAll();
+  EXPECT_THAT(told, ElementsAre("Account")) << "forgetting asks nothing";
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_THAT(told, ElementsAre("Account", "Account"));
+}
+
+}  // namespace
+}  // namespace vellora

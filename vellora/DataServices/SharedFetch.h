@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "vellora/DataServices/Requester.h"
+#include "vellora/Platform/Publishers/Later.h"
+#include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Publishers/SharedRuns.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Values/Result.h"
+
+namespace vellora {
+
+/// What `start(fetching)` yields: one value, or a failure, after which it is started again as often as the
+/// requester says. It goes on on the global queue then.
+template <class T, class Start>
+[[nodiscard]] Publisher<T> retried(const Fetching& fetching, Start start) {
+  if (!fetching.requester) return start(fetching);
+  return start(fetching).results().flatMap([fetching, start](Result<T>&& result) -> Publisher<T> {
+    if (result) return Publisher<T>::just(std::move(result).value());
+    const auto pause = fetching.requester->pauseAfter(fetching.attempt, result.error());
+    if (!pause) return Publisher<T>::fail(result.error());
+    const Fetching next{fetching.requester, fetching.attempt + 1};
+    return later(next.requester->timer(), *pause)
+        .receive(DispatchQueue::global(DispatchQoS::userInitiated))
+        .flatMap([next, start](std::monostate) { return retried<T>(next, start); });
+  });
+}
+
+/// Joins what is fetched under `key`, or starts it. All who share a fetch share its attempts: the requester
+/// of who came first decides on them.
+template <class T, class Start>
+[[nodiscard]] Publisher<T> sharedFetch(const SharedRuns<T>& runs, std::string key, const Fetching& fetching,
+                                       Start start) {
+  const auto run = runs.joined(std::move(key),
+                               [fetching, start = std::move(start)] { return retried<T>(fetching, start); });
+  if (!fetching.requester) return run;
+  return run.map([requester = fetching.requester](T&& value) {
+    requester->served();
+    return std::move(value);
+  });
+}
+
+}  // namespace vellora
