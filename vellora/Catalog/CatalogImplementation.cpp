@@ -9,6 +9,7 @@
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/Platform/Publishers/Subject.h"
 #include "vellora/Platform/Publishers/detail/Step.h"
+#include "vellora/Platform/Queues/BoundedQueue.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraServiceError.h"
 
@@ -50,10 +51,6 @@ std::shared_ptr<const Inquiry::Common> inquiriesWith(const CatalogOptions& optio
   if (options.observer)
     common->reporter = std::make_shared<Reporter>(options.observer, options.observesKeys, gate);
   return common;
-}
-
-const std::shared_ptr<DispatchQueue>& workers() {
-  return DispatchQueue::global(DispatchQoS::userInitiated);
 }
 
 }  // namespace
@@ -227,15 +224,16 @@ void Catalog::Implementation::startSoon(const SessionPtr& session,
                                         Start start) const {
   if (!session) return question->fail(VelloraServiceError::requiredAPI());
   // Weakly: a question that has been dropped or has ended takes no work.
-  workers()->async([session, weak = std::weak_ptr<detail::Asked<T>>(question), start = std::move(start)] {
-    const auto asked = weak.lock();
-    if (!asked || asked->hasEnded()) return;
-    try {
-      start(session, asked);
-    } catch (const std::bad_alloc&) {
-      asked->fail(outOfMemory());
-    }
-  });
+  BoundedQueue::lookups()->async(
+      [session, weak = std::weak_ptr<detail::Asked<T>>(question), start = std::move(start)] {
+        const auto asked = weak.lock();
+        if (!asked || asked->hasEnded()) return;
+        try {
+          start(session, asked);
+        } catch (const std::bad_alloc&) {
+          asked->fail(outOfMemory());
+        }
+      });
 }
 
 }  // namespace vellora

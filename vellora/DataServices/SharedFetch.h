@@ -9,13 +9,13 @@
 #include "vellora/Platform/Publishers/Lease.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Publishers/SharedRuns.h"
-#include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Queues/BoundedQueue.h"
 #include "vellora/Platform/Values/Result.h"
 
 namespace vellora {
 
 /// What `start(fetching)` yields: one value, or a failure, after which it is started again as often as the
-/// requester says. It goes on on the global queue then. `lease` is renewed for each pause.
+/// requester says. It goes on on the queue of the lookups then. `lease` is renewed for each pause.
 template <class T, class Start>
 [[nodiscard]] Publisher<T> retried(const Fetching& fetching, const std::shared_ptr<Lease>& lease,
                                    Start start) {
@@ -27,7 +27,7 @@ template <class T, class Start>
     lease->renew(*pause);
     const Fetching next{fetching.requester, fetching.attempt + 1};
     return later(next.requester->timer(), *pause)
-        .receive(DispatchQueue::global(DispatchQoS::userInitiated))
+        .receive(BoundedQueue::lookups())
         .flatMap([next, lease, start](std::monostate) { return retried<T>(next, lease, start); });
   });
 }
