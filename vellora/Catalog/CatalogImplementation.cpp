@@ -79,7 +79,7 @@ void Catalog::Implementation::prefetch() const {
   if (!api_) return readiness_.set(Readiness::failed(Failure(VelloraServiceError::requiredAPI())));
   auto question = askAll<TypeChange>(
       QuestionKind::load, {.deadline = prefetchDeadline}, [](const SessionPtr& session, const auto& asked) {
-        const auto loaded = [asked](const PreparedLists&) { asked->write([](auto&) {}); };
+        const auto loaded = [asked](const PreparedLists&) { asked->complete([](auto&) {}); };
         asked->keep(
             session->lists.prepared(Source::cacheFirst, asked->fetching()).sink(loaded, failing(asked)));
       });

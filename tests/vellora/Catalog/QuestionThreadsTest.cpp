@@ -242,6 +242,12 @@ TEST_F(QuestionThreadsTest, ManyThreadsAskAndEveryQuestionIsAnswered) {
   EXPECT_EQ(found, threads * questions);
 }
 
+TEST_F(QuestionThreadsTest, GetIsRefusedOnTheThreadOfTheDeadlines) {
+  std::promise<End> end;
+  static_cast<void>(
+      TimedQueue::system()->after(0s, [&] { end.set_value(catalog->records({"00Bxx"}).get().end); }));
+  EXPECT_EQ(end.get_future().get(), End::failed);
+}
 
 /// Blocks whoever loads, from `stall` on until it is released.
 class StallingCache final : public testkit::ForwardingCache {
