@@ -25,8 +25,10 @@ TEST_F(LostRequestTest, QuestionsThatOverlapDoNotWaitForALostRequestForEver) {
   network->answer(typesUrl, StubNetwork::never());
   constructAndLoad();
   const auto first = ask(catalog->types({"Account"}));
+  runAll();
   pass(5s);
   const auto second = ask(catalog->types({"Account"}));
+  runAll();
   pass(5s);
   EXPECT_EQ(first->answer.end, End::timedOut);
   EXPECT_EQ(network->count(typesUrl), 1U);
