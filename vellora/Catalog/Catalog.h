@@ -33,9 +33,8 @@ namespace vellora {
 ///
 /// 1. Each question ends exactly once, at its deadline at the latest.
 /// 2. Each of its keys is found, or missing for a reason. One bad key takes no other with it.
-/// 3. When `Question::cancel`, `QuestionToken::cancel` or the catalogue's destructor has returned, no
-/// callback
-///    runs or will. They wait for one that runs, unless they are called from inside it.
+/// 3. When `cancel`, of a question or its token, or the catalogue's destructor has returned, no callback runs
+///    or will. They wait for one that runs, unless they are called from inside it.
 /// 4. Callbacks run on the queue that the options name, never inside a call, never on the network's thread.
 /// 5. Equal requests under way are shared, and no request's URL is longer than 8 kB.
 ///
@@ -49,14 +48,19 @@ namespace vellora {
 /// Threads: every member may be called from any thread, also from inside a callback.
 ///
 /// Errors: in the answers. A host that lacks a facility has every question fail. A call throws
-/// `std::bad_alloc`; the question has not been asked then.
+/// `std::bad_alloc`, also when the system has no thread for the deadlines; the question has not been asked
+/// then.
 ///
 /// Units: seconds, as `std::chrono` spells them.
 class VELLORA_EXPORT Catalog {
  public:
   /// Takes network, cache and logger from `host`, and starts to load both lists, unless the cache has them.
   explicit Catalog(const std::shared_ptr<CorvaneSDK::PlatformAPI>& host, CatalogOptions options = {});
+
+  /// Waits for a callback that runs, but for one that it is called from. Two catalogues whose callbacks, at
+  /// one time, destroy each other's catalogue wait for each other for ever.
   ~Catalog();
+
   Catalog(const Catalog&) = delete;
   Catalog& operator=(const Catalog&) = delete;
 
@@ -111,7 +115,8 @@ class VELLORA_EXPORT Catalog {
   [[nodiscard]] Readiness readiness() const;
 
   /// Yields the current readiness, then every later one, on the queue of the catalogue's answers; nothing
-  /// after the catalogue's destructor has returned.
+  /// after the catalogue's destructor has returned. Where you pass it on to another queue with `receive`,
+  /// what is on its way there still arrives: keep the token, and drop it on that queue.
   [[nodiscard]] Publisher<Readiness> readinessStream() const;
 
  private:

@@ -10,6 +10,7 @@
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/Platform/Publishers/Subject.h"
 #include "vellora/Platform/Publishers/detail/Step.h"
+#include "vellora/Platform/Queues/BoundedQueue.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 #include "vellora/Services/VelloraServiceError.h"
@@ -54,10 +55,6 @@ std::shared_ptr<const Inquiry::Common> inquiriesWith(const CatalogOptions& optio
   return common;
 }
 
-const std::shared_ptr<DispatchQueue>& workers() {
-  return DispatchQueue::global(DispatchQoS::userInitiated);
-}
-
 }  // namespace
 
 Catalog::Implementation::Implementation(const std::shared_ptr<CorvaneSDK::PlatformAPI>& host,
@@ -90,7 +87,7 @@ void Catalog::Implementation::prefetch() const {
   if (!api_) return readiness_.set(Readiness::failed(Failure(VelloraServiceError::requiredAPI())));
   auto question = askAll<TypeChange>(
       QuestionKind::load, {.deadline = prefetchDeadline}, [](const SessionPtr& session, const auto& asked) {
-        const auto loaded = [asked](const PreparedLists&) { asked->write([](auto&) {}); };
+        const auto loaded = [asked](const PreparedLists&) { asked->complete([](auto&) {}); };
         asked->keep(
             session->lists.prepared(Source::cacheFirst, asked->fetching()).sink(loaded, failing(asked)));
       });
@@ -235,15 +232,16 @@ void Catalog::Implementation::startSoon(const SessionPtr& session,
                                         Start start) const {
   if (!session) return question->fail(VelloraServiceError::requiredAPI());
   // Weakly: a question that has been dropped or has ended takes no work.
-  workers()->async([session, weak = std::weak_ptr<detail::Asked<T>>(question), start = std::move(start)] {
-    const auto asked = weak.lock();
-    if (!asked || asked->hasEnded()) return;
-    try {
-      start(session, asked);
-    } catch (const std::bad_alloc&) {
-      asked->fail(outOfMemory());
-    }
-  });
+  BoundedQueue::lookups()->async(
+      [session, weak = std::weak_ptr<detail::Asked<T>>(question), start = std::move(start)] {
+        const auto asked = weak.lock();
+        if (!asked || asked->hasEnded()) return;
+        try {
+          start(session, asked);
+        } catch (const std::bad_alloc&) {
+          asked->fail(outOfMemory());
+        }
+      });
 }
 
 }  // namespace vellora

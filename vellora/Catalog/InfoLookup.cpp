@@ -1,9 +1,11 @@
 #include "vellora/Catalog/InfoLookup.h"
 
 #include <iterator>
+#include <new>
 #include <utility>
 
 #include "vellora/Catalog/Reasons.h"
+#include "vellora/Platform/Values/OutOfMemory.h"
 
 namespace vellora {
 
@@ -13,7 +15,17 @@ InfoLookup::InfoLookup(std::shared_ptr<const Session> session, std::shared_ptr<Q
 
 template <class Step>
 void InfoLookup::inGate(Step step) {
-  gate_.run([self = shared_from_this(), step = std::move(step)]() mutable { step(*self); });
+  try {
+    gate_.run([self = shared_from_this(), step = std::move(step)]() mutable {
+      try {
+        step(*self);
+      } catch (const std::bad_alloc&) {
+        self->question_->fail(outOfMemory());
+      }
+    });
+  } catch (const std::bad_alloc&) {
+    question_->fail(outOfMemory());
+  }
 }
 
 void InfoLookup::start() {

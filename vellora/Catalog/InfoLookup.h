@@ -67,7 +67,7 @@ class InfoLookup : public std::enable_shared_from_this<InfoLookup> {
   [[nodiscard]] const std::optional<ThemeItem>& themeOf(const std::optional<SObject>& type) const;
   [[nodiscard]] Missing missing(const Found& found) const;
 
-  /// Has `step(lookup)` run in the gate.
+  /// Has `step(lookup)` run in the gate. The question fails when there is no memory for it.
   template <class Step>
   void inGate(Step step);
 

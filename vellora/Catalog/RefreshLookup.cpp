@@ -74,7 +74,7 @@ void answer(const Session& session, const Question& question, const PreparedList
   const auto changes = changesBetween(before, after);
   removeLayoutsOf(session.services, changes);
   const auto failure = lists.typesFailure ? lists.typesFailure : lists.themesFailure;
-  question->write([age = lists.age(), changes, failure](auto& sheet) {
+  question->complete([age = lists.age(), changes, failure](auto& sheet) {
     sheet.setAge(age);
     for (const auto& [name, change] : changes) sheet.listed(name, change);
     if (failure) sheet.fail(*failure);
