@@ -139,14 +139,15 @@ TEST_P(FaultsTest, WithoutFaultsAllIsWell) {
 }
 
 TEST_P(FaultsTest, EachFaultComesToWhatTheTableSays) {
+  std::size_t number = 0;
   std::size_t tried = 0;
   for (const auto& state : Trials::states()) {
     Trials trials(operation, state);
     const auto calls = trials.run({}).calls;
     const auto names = namesOf(calls);
     for (const auto& fault : faultsFrom(0, calls)) {
+      if (operation.isQuestion && tests::codeIsSlow && ++number % 3 != 0) continue;
       ++tried;
-      if (operation.isQuestion && tests::codeIsSlow && tried % 3 != 0) continue;
       const auto name = named(fault, names);
       const auto trial = trials.run({fault});
       const auto what = operation.name + ", " + state + ", " + name.description();
