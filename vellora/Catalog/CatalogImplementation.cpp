@@ -6,10 +6,12 @@
 #include "vellora/Catalog/AllTypesLookup.h"
 #include "vellora/Catalog/LayoutLookup.h"
 #include "vellora/Catalog/RefreshLookup.h"
+#include "vellora/DataServices/MetadataServices.h"
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/Platform/Publishers/Subject.h"
 #include "vellora/Platform/Publishers/detail/Step.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
+#include "vellora/Services/VelloraService.h"
 #include "vellora/Services/VelloraServiceError.h"
 
 namespace vellora {
@@ -64,7 +66,7 @@ Catalog::Implementation::Implementation(const std::shared_ptr<CorvaneSDK::Platfo
       api_(requiredFrom(host.get())),
       inquiries_(inquiriesWith(options_, gate_, watches_)),
       readiness_(Readiness::loading(), Subject<WillChange>()),
-      session_(newSession()) {
+      session_(firstSession()) {
   if (!api_) {
     readiness_.set(Readiness::failed(Failure(VelloraServiceError::requiredAPI())));
   } else if (options_.loadsAtOnce) {
@@ -78,7 +80,13 @@ Catalog::Implementation::~Implementation() {
 }
 
 Catalog::Implementation::SessionPtr Catalog::Implementation::newSession() const {
-  return api_ ? std::make_shared<Session>(*api_, options_.cacheTimeout.count(), readiness_) : nullptr;
+  if (!api_) return nullptr;
+  return std::make_shared<Session>(MetadataServices(*api_, options_.cacheTimeout.count()), readiness_);
+}
+
+Catalog::Implementation::SessionPtr Catalog::Implementation::firstSession() const {
+  const auto* facade = options_.sharesServicesOf;
+  return api_ && facade ? std::make_shared<Session>(facade->services(), readiness_) : newSession();
 }
 
 /// The first load is a question that nobody waits for.

@@ -81,6 +81,7 @@ class Catalog::Implementation {
 
   [[nodiscard]] std::string themeOf(const QuestionOptions& options) const;
   [[nodiscard]] SessionPtr newSession() const;
+  [[nodiscard]] SessionPtr firstSession() const;
   void prefetch() const;
 
   // Constant after construction.

@@ -12,6 +12,8 @@
 
 namespace vellora {
 
+class VelloraService;
+
 /// What a catalogue is made with, besides its host.
 ///
 ///     Catalog catalog(host, {.theme = "dark", .cacheTimeout = 1h, .answersOn = mainLoop});
@@ -26,6 +28,12 @@ struct VELLORA_EXPORT CatalogOptions {
 
   /// Where callbacks run and coroutines go on; null for a serial queue of the catalogue's own.
   std::shared_ptr<DispatchQueue> answersOn = {};
+
+  /// A façade on the same host, whose data services the catalogue shares: one remembered list of either, one
+  /// purge, by whichever of the two goes last. The façade's time-out then counts. What it has under way when
+  /// it is destroyed goes on as long as the catalogue. `forget` parts the two. It is looked at in the
+  /// catalogue's constructor only; null for services of the catalogue's own.
+  const VelloraService* sharesServicesOf = nullptr;
 
   /// What ends questions at their deadlines; null for `TimedQueue::system`. A test hands in one that it
   /// steps.

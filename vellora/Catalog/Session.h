@@ -10,7 +10,6 @@
 #include "vellora/Catalog/Lists.h"
 #include "vellora/Catalog/Readiness.h"
 #include "vellora/DataServices/MetadataServices.h"
-#include "vellora/Host/RequiredAPI.h"
 #include "vellora/Platform/Publishers/Published.h"
 #include "vellora/Platform/Publishers/SubscriptionScope.h"
 #include "vellora/Platform/Values/Date.h"
@@ -24,8 +23,8 @@ namespace vellora {
 /// Threads: safe to use from several threads at once.
 class Session {
  public:
-  Session(const RequiredAPI& api, double cacheTimeout, Published<Readiness> readiness)
-      : services(api, cacheTimeout), lists(services, std::move(readiness)) {}
+  Session(MetadataServices shared, Published<Readiness> readiness)
+      : services(std::move(shared)), lists(services, std::move(readiness)) {}
 
   const MetadataServices services;
   const Lists lists;

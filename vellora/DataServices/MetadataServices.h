@@ -10,10 +10,10 @@
 
 namespace vellora {
 
-/// The four data services on one host and one cache: who shares this shares what they remember, and their one
-/// purge at the end.
+/// The four data services on one host and one cache: copies share what they remember, and their one purge at
+/// the end.
 ///
-/// Ownership: owns the services.
+/// Ownership: copies share the services.
 ///
 /// Threads: constant after construction.
 struct MetadataServices {

@@ -46,7 +46,7 @@ std::vector<std::string> VelloraService::Implementation::PresentationLookup::kee
 Publisher<std::map<std::string, ThemeItem>> VelloraService::Implementation::PresentationLookup::themesOf(
     std::vector<std::string> names) const {
   const auto facade = facade_.lock();
-  return facade ? facade->themeDataService_->themes(std::move(names)) : silence<ThemeItems>();
+  return facade ? facade->services_.themes->themes(std::move(names)) : silence<ThemeItems>();
 }
 
 VelloraService::Implementation::Infos VelloraService::Implementation::PresentationLookup::infosOfRecords(

@@ -16,6 +16,9 @@
 
 namespace vellora {
 
+class Catalog;
+struct MetadataServices;
+
 /// The library: answers what the types of a records server's objects look like. Construct it early and keep
 /// it: it begins at once to load the object types and their themes, so that the first screen finds them.
 ///
@@ -148,7 +151,10 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
                                           CompactLayoutCompletion completion) override;
 
  private:
+  friend class Catalog;  // which may share the services
   class Implementation;
+
+  [[nodiscard]] const MetadataServices& services() const;
 
   const std::shared_ptr<Implementation> implementation_;
 };

@@ -31,10 +31,7 @@ VelloraService::Implementation::Implementation(const RequiredAPI& api, double ca
                                                std::shared_ptr<DispatchQueue> queue)
     : logger_(api.logger),
       queue_(std::move(queue)),
-      themeDataService_(std::make_shared<ThemeDataService>(api, cacheTimeout)),
-      sObjectsDataService_(std::make_shared<SObjectsDataService>(api, cacheTimeout)),
-      layoutDataService_(std::make_shared<LayoutDataService>(api, cacheTimeout)),
-      compactLayoutDataService_(std::make_shared<CompactLayoutDataService>(api, cacheTimeout)),
+      services_(api, cacheTimeout),
       theme_(std::move(theme)),
       primerState_(State::isLoading(), objectWillChange_) {}
 
@@ -81,13 +78,13 @@ void VelloraService::Implementation::prefetch() {
 
 void VelloraService::Implementation::loadThemes(const DispatchGroup& group) {
   startLoad(group, "themes", [](Implementation& self, const auto& ended) {
-    self.themeDataService_->loadThemes([ended](const auto& error) { (*ended)(error); });
+    self.services_.themes->loadThemes([ended](const auto& error) { (*ended)(error); });
   });
 }
 
 void VelloraService::Implementation::loadSObjects(const DispatchGroup& group) {
   startLoad(group, "sobjects", [](Implementation& self, const auto& ended) {
-    self.sObjectsDataService_->loadSObjects([ended](const auto& error) { (*ended)(error); });
+    self.services_.sObjects->loadSObjects([ended](const auto& error) { (*ended)(error); });
   });
 }
 
@@ -160,8 +157,8 @@ void VelloraService::Implementation::waitForPrefetch(std::function<void()> compl
 }
 
 bool VelloraService::Implementation::primedAndCached() const {
-  return primerState_.value() == State::loaded() && themeDataService_->cacheState() == CacheState::valid &&
-         sObjectsDataService_->cacheState() == CacheState::valid;
+  return primerState_.value() == State::loaded() && services_.themes->cacheState() == CacheState::valid &&
+         services_.sObjects->cacheState() == CacheState::valid;
 }
 
 // Presentation lookups
@@ -184,7 +181,7 @@ void VelloraService::Implementation::objectPresentationInfoForIdsOnceLoaded(
   auto pairThemWithTypes = [lookup](auto items) { return lookup->infosOfRecords(std::move(items)); };
   auto answer = [completion = std::move(completion)](Infos infos) { completion(std::move(infos)); };
   auto logEnd = [lookup](const Completion&) { lookup->logEnd(); };
-  sObjectsDataService_->sObjectsForIds(ids)
+  services_.sObjects->sObjectsForIds(ids)
       .map(std::move(keepTypes))
       .flatMap(std::move(lookUpThemes))
       .map(std::move(pairThemWithTypes))
@@ -206,8 +203,8 @@ void VelloraService::Implementation::objectPresentationInfoForApiNamesFetchIfNee
     lookup->logEnd();
     completion(lookup->takeInfos());
   };
-  sObjectsDataService_->sObjectsForNames(apiNames)
-      .combineLatest(themeDataService_->themes(apiNames))
+  services_.sObjects->sObjectsForNames(apiNames)
+      .combineLatest(services_.themes->themes(apiNames))
       .sink(subscriptions_, std::move(keepInfos), std::move(answer));
 }
 
@@ -230,7 +227,7 @@ ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationI
 void VelloraService::Implementation::objectLayoutInfoForApiNames(std::shared_ptr<Implementation> facade,
                                                                  const std::vector<std::string>& apiNames,
                                                                  LayoutCompletion completion) {
-  layoutDataService_->layoutForApiName(
+  services_.layouts->layoutForApiName(
       apiNames,
       [facade = std::move(facade), completion = std::move(completion)](auto infos, const auto& error) {
         completion(layoutAnswer(std::move(infos), error, *facade->logger_));
@@ -240,7 +237,7 @@ void VelloraService::Implementation::objectLayoutInfoForApiNames(std::shared_ptr
 void VelloraService::Implementation::objectCompactLayoutInfoForApiNames(
     std::shared_ptr<Implementation> facade, const std::vector<std::string>& apiNames,
     CompactLayoutCompletion completion) {
-  compactLayoutDataService_->compactLayoutForApiName(
+  services_.compactLayouts->compactLayoutForApiName(
       apiNames,
       [facade = std::move(facade), completion = std::move(completion)](auto infos, const auto& error) {
         completion(layoutAnswer(std::move(infos), error, *facade->logger_));

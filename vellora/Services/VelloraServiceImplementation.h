@@ -7,10 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "vellora/DataServices/CompactLayoutDataService.h"
-#include "vellora/DataServices/LayoutDataService.h"
-#include "vellora/DataServices/SObjectsDataService.h"
-#include "vellora/DataServices/ThemeDataService.h"
+#include "vellora/DataServices/MetadataServices.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Platform/Publishers/Cancellables.h"
 #include "vellora/Platform/Queues/DispatchGroup.h"
@@ -41,6 +38,7 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
   [[nodiscard]] const Published<State>& primerState() const noexcept { return primerState_; }
   [[nodiscard]] const Subject<WillChange>& objectWillChange() const noexcept { return objectWillChange_; }
   [[nodiscard]] bool primedAndCached() const;
+  [[nodiscard]] const MetadataServices& services() const noexcept { return services_; }
 
   void objectPresentationInfoForIds(const std::vector<std::string>& ids, PresentationCompletion completion);
   void objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,
@@ -85,10 +83,7 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Logger> logger_;
   const std::shared_ptr<DispatchQueue> queue_;
-  const std::shared_ptr<ThemeDataService> themeDataService_;
-  const std::shared_ptr<SObjectsDataService> sObjectsDataService_;
-  const std::shared_ptr<LayoutDataService> layoutDataService_;
-  const std::shared_ptr<CompactLayoutDataService> compactLayoutDataService_;
+  const MetadataServices services_;
   const std::string theme_;
 
   // Synchronise themselves.

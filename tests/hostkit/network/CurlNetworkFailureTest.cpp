@@ -49,6 +49,13 @@ TEST_F(CurlNetworkFailureTest, AStatusThatIsNoSuccessIsAnErrorWithTheServersOwnW
   EXPECT_EQ(textFor("500 ", ""), "500 for " + path);
 }
 
+TEST_F(CurlNetworkFailureTest, AnErrorStatusSaysHowLongTheServerWantsToBeLeftAlone) {
+  server.reply(ScriptedServer::http("503 Service Unavailable", "", {"Retry-After: 17"}));
+  const NetworkAnswer answer = ask("/theme");
+  expectError(answer, Kind::errorStatus);
+  EXPECT_EQ(answer.error->retryAdvice(), (RetryAdvice{std::chrono::seconds(17)}));
+}
+
 TEST_F(CurlNetworkFailureTest, TheServersWordsAreCleanedAndCut) {
   server.reply(ScriptedServer::http("400 Bad Request",
                                     R"([{"message":"one\nline, no )" + canary + R"( in it\u001b[31m"}])"));

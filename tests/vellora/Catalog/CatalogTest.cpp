@@ -3,14 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "tests/vellora/Catalog/CatalogFixture.h"
 #include "vellora/Host/CacheTable.h"
+#include "vellora/Host/LogLevel.h"
 #include "vellora/Host/Query.h"
+#include "vellora/Services/VelloraService.h"
 
 namespace vellora {
 namespace {
@@ -169,6 +173,48 @@ TEST_F(CatalogTest, AfterForgettingItBeginsWithoutAnything) {
   catalog->forget();
   EXPECT_EQ(answered(catalog->types({"Account"}, {.source = Source::cacheOnly})).missing.at("Account").text(),
             "not in the cache");
+  EXPECT_EQ(answered(catalog->types({"Account"})).found.size(), 1U);
+  EXPECT_EQ(network->count(typesUrl), 2U);
+}
+
+/// A façade and, beside it, a catalogue that shares its services.
+class CatalogBesideFacadeTest : public tests::CatalogFixture {
+ protected:
+  CatalogBesideFacadeTest() {
+    facade.emplace(std::make_shared<hostkit::StandardPlatformAPI>(network, cache, logger), 3600.0, "light",
+                   queue);
+    runAll();
+    catalogOptions.sharesServicesOf = &*facade;
+    constructAndLoad();
+  }
+
+  std::optional<VelloraService> facade;
+};
+
+TEST_F(CatalogBesideFacadeTest, TheSecondOfThemLoadsNothing) {
+  EXPECT_EQ(network->count(), 2U);
+  EXPECT_EQ(catalog->readiness().text(), "ready");
+  EXPECT_EQ(answered(catalog->types({"Account"})).found.size(), 1U);
+}
+
+TEST_F(CatalogBesideFacadeTest, WhicheverGoesLastPurgesOnce) {
+  const auto purges = [this] {
+    const auto lines = logger->texts(CorvaneSDK::LogLevel::info);
+    return std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+      return line.find("enforceCacheCount(), cacheEntryType: ") != std::string::npos;
+    });
+  };
+  facade.reset();
+  EXPECT_EQ(purges(), 0);
+  EXPECT_EQ(answered(catalog->types({"Account"})).found.size(), 1U);
+  catalog.reset();
+  runAll();
+  EXPECT_EQ(purges(), 4) << "one for each kind of rows";
+}
+
+TEST_F(CatalogBesideFacadeTest, ForgettingPartsThem) {
+  catalog->forget();
+  facade.reset();
   EXPECT_EQ(answered(catalog->types({"Account"})).found.size(), 1U);
   EXPECT_EQ(network->count(typesUrl), 2U);
 }

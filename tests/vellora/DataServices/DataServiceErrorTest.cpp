@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/PassingError.h"
 #include "tests/support/TestError.h"
 #include "vellora/DataServices/CompactLayoutDataServiceError.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
@@ -54,6 +55,15 @@ TEST(DataServiceErrorTest, AnErrorOfAnotherServiceIsAForeignOne) {
   EXPECT_EQ(mapped.errorCase(), SObjectsDataServiceError::Case::other);
   ASSERT_NE(mapped.payload(), nullptr);
   EXPECT_NE(mapped.payload()->as<ThemeDataServiceError>(), nullptr);
+}
+
+TEST(DataServiceErrorTest, SaysAboutTryingAgainWhatTheNetworkSaid) {
+  const Error busy = tests::PassingError{};
+  EXPECT_TRUE(Error(SObjectsDataServiceError::other(busy)).retryAdvice());
+  EXPECT_TRUE(Error(SObjectsDataServiceError::network().ofRequest("/x", busy)).retryAdvice());
+  EXPECT_TRUE(Error(ThemeDataServiceError::other(busy).ofRequest("/x", std::nullopt)).retryAdvice());
+  EXPECT_FALSE(Error(SObjectsDataServiceError::noData()).retryAdvice());
+  EXPECT_FALSE(Error(SObjectsDataServiceError::other(Error(tests::TestError{"down"}))).retryAdvice());
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "tests/support/Answer.h"
 #include "tests/support/TestError.h"
 #include "vellora/DataServices/PartOf.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/DataServices/ServerRequest.h"
 
@@ -122,6 +123,33 @@ TEST_F(SendingTest, AnAbsentBodyIsTheErrorOfTheServiceThatAsked) {
   EXPECT_EQ(decode(Data("\"text\"")).value(), "text");
   EXPECT_EQ(decode(std::nullopt).error().description(), "noData");
   EXPECT_EQ(decode(Data("7")).error().localizedDescription(), "expected a string at $");
+}
+
+/// Keeps what it is told.
+class Told final : public Requester {
+ public:
+  [[nodiscard]] Answered sending(const std::string& sent, int attempt) override {
+    lines.push_back(sent + " " + std::to_string(attempt));
+    return [this](const NetworkAnswer& answer) { lines.push_back(textOf(answer)); };
+  }
+  void served() override {}
+  [[nodiscard]] std::optional<TimedQueue::Delay> pauseAfter(int, const Error&) override {
+    return std::nullopt;
+  }
+  [[nodiscard]] const std::shared_ptr<TimedQueue>& timer() const override { return TimedQueue::system(); }
+
+  std::vector<std::string> lines;
+};
+
+TEST_F(SendingTest, ARequesterIsToldOfTheRequestAndOfItsAnswerBeforeWhoWaits) {
+  const auto told = std::make_shared<Told>();
+  network->answer(url, StubNetwork::body("body").held());
+  const auto token = sentNow(*network, request, Preferred::error, {told, 3}).sink([&](const Body&) {
+    told->lines.emplace_back("received");
+  });
+  EXPECT_THAT(told->lines, ElementsAre("/services/x 3"));
+  network->releaseAll();
+  EXPECT_THAT(told->lines, ElementsAre("/services/x 3", "body", "received"));
 }
 
 }  // namespace

@@ -38,6 +38,14 @@ TEST(TimedQueueTest, RunsWorkOnceItsTimeHasComeInTheOrderOfTheMoments) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, 40ms);
 }
 
+TEST(TimedQueueTest, TellsHowMuchTimeHasPassed) {
+  const auto& timer = TimedQueue::system();
+  const auto start = timer->time();
+  std::promise<TimedQueue::Delay> end;
+  static_cast<void>(timer->after(5ms, [&] { end.set_value(timer->time()); }));
+  EXPECT_GE(end.get_future().get() - start, 5ms);
+}
+
 TEST(TimedQueueTest, ALaterMomentDoesNotKeepAnEarlierOneWaiting) {
   const auto& timer = TimedQueue::system();
   const auto late = timer->after(1h, [] {});

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
+
+#include "tests/support/PassingError.h"
 
 namespace vellora {
 namespace {
@@ -45,6 +48,13 @@ TEST(ErrorTest, DefaultDescriptionNamesTypeAndCase) {
 TEST(ErrorTest, DefaultDescriptionHoldsThePayloadsDescription) {
   EXPECT_EQ(defaultErrorDescription("ServiceError", "other", Refused{"example"}),
             "The operation could not be completed. (ServiceError.other: cannot reach example)");
+}
+
+TEST(ErrorTest, SaysThatTryingAgainMayHelpWhereItsTypeDoes) {
+  EXPECT_EQ(Error(tests::PassingError{"busy", std::chrono::seconds(3)}).retryAdvice(),
+            (RetryAdvice{std::chrono::seconds(3)}));
+  EXPECT_EQ(Error(tests::PassingError{}).retryAdvice(), RetryAdvice());
+  EXPECT_FALSE(Error(Refused{"example"}).retryAdvice());
 }
 
 }  // namespace
