@@ -54,7 +54,8 @@ namespace vellora {
 /// Units: seconds, as `std::chrono` spells them.
 class VELLORA_EXPORT Catalog {
  public:
-  /// Takes network, cache and logger from `host`, and starts to load both lists, unless the cache has them.
+  /// Takes network, cache and logger from `host`, and starts to load both lists, unless the cache has them or
+  /// the options say otherwise.
   explicit Catalog(const std::shared_ptr<CorvaneSDK::PlatformAPI>& host, CatalogOptions options = {});
 
   /// Waits for a callback that runs, but for one that it is called from. Two catalogues whose callbacks, at

@@ -64,7 +64,11 @@ Catalog::Implementation::Implementation(const std::shared_ptr<CorvaneSDK::Platfo
       inquiries_(inquiriesWith(options_, gate_, watches_)),
       readiness_(Readiness::loading(), Subject<WillChange>()),
       session_(firstSession()) {
-  prefetch();
+  if (!api_) {
+    readiness_.set(Readiness::failed(Failure(VelloraServiceError::requiredAPI())));
+  } else if (options_.loadsAtOnce) {
+    prefetch();
+  }
 }
 
 Catalog::Implementation::~Implementation() {
@@ -84,7 +88,6 @@ Catalog::Implementation::SessionPtr Catalog::Implementation::firstSession() cons
 
 /// The first load is a question that nobody waits for.
 void Catalog::Implementation::prefetch() const {
-  if (!api_) return readiness_.set(Readiness::failed(Failure(VelloraServiceError::requiredAPI())));
   auto question = askAll<TypeChange>(
       QuestionKind::load, {.deadline = prefetchDeadline}, [](const SessionPtr& session, const auto& asked) {
         const auto loaded = [asked](const PreparedLists&) { asked->complete([](auto&) {}); };

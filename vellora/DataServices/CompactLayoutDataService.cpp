@@ -152,11 +152,23 @@ class CompactLayoutDataService::Resolution {
 
   void answerThenCache() const {
     answerWithCopy(completion_, results_.layouts);
-    const auto service = service_.lock();  // only now: the completion may have released the service
-    if (service) service->save(results_.layouts);
+    cache();  // only now does it see whether the completion has released the service
+  }
+
+  void cacheThenAnswer() const {
+    try {
+      cache();
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the next lookup fetches them again
+    }
+    answerWithCopy(completion_, results_.layouts);
   }
 
  private:
+  void cache() const {
+    const auto service = service_.lock();
+    if (service) service->save(results_.layouts);
+  }
+
   const std::weak_ptr<CompactLayoutDataService> service_;
   const std::vector<std::string> names_;
   const CompactLayoutResults results_;
@@ -209,8 +221,10 @@ void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<cons
   const auto entities = quoted(types);
   logger_->log(resolution->line("Getting", entities), LogLevel::info);
   const auto onValue = [resolution](const auto& names) { resolution->rewriteFields(names); };
-  const auto onCompletion = [resolution](const std::optional<Error>& error) {
-    error ? resolution->answerAsDownloaded(*error) : resolution->answerThenCache();
+  const auto onCompletion = [resolution,
+                             isCachedFirst = asking.isEachAwaited](const std::optional<Error>& error) {
+    if (error) return resolution->answerAsDownloaded(*error);
+    isCachedFirst ? resolution->cacheThenAnswer() : resolution->answerThenCache();
   };
   if (asking.isEachAwaited)
     return qualifiedApiNames(types, asking.fetching).sink(onValue, onCompletion).detach();

@@ -96,7 +96,9 @@ class VELLORA_EXPORT CompactLayoutDataService
 
   /// How a download goes about its name fields.
   struct Asking {
-    bool isEachAwaited = false;  ///< each request for name fields, not only the newest
+    /// Each request for name fields is waited for, not only the newest; and layouts are cached before they
+    /// are answered, not afterwards.
+    bool isEachAwaited = false;
     Fetching fetching = {};
   };
 

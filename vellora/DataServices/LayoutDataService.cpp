@@ -89,8 +89,9 @@ Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(std::vec
 
 Publisher<LayoutDataService::Downloaded> LayoutDataService::downloadedLayouts(
     const std::vector<std::string>& names, const Fetching& fetching) {
-  return downloadedBy<ObjectLayoutInfo>(
-      [&](Completion completion) { getLayoutFromNetwork(names, std::move(completion), fetching); });
+  return downloadedBy<ObjectLayoutInfo>([&](Completion completion) {
+    getLayoutFromNetwork(names, std::move(completion), Caching::first, fetching);
+  });
 }
 
 void LayoutDataService::forget(const std::vector<std::string>& names) const {
@@ -99,18 +100,22 @@ void LayoutDataService::forget(const std::vector<std::string>& names) const {
 }
 
 void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion,
-                                             const Fetching& fetching) {
+                                             Caching caching, const Fetching& fetching) {
   const auto request = requestToGetSearchLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
   const FailureLog log(weak_from_this(), *logger_, "getLayoutFromNetwork(_:completion:)");
   download<std::vector<ObjectLayoutInfo>>(
       *network_, *request, log,
-      [weak = weak_from_this(), completion = std::move(completion)](auto answer) {
+      [weak = weak_from_this(), completion = std::move(completion), caching](auto answer) {
         const auto& layouts = answer.body;
         if (!layouts) return completion(std::nullopt, std::move(answer.error));
+        const auto save = [&] {
+          const auto self = weak.lock();  // only now: the completion may have released the service
+          if (self) self->save(*layouts);
+        };
+        if (caching == Caching::first) save();
         answerWithCopy(completion, *layouts);
-        const auto self = weak.lock();  // only now: the completion may have released the service
-        if (self) self->save(*layouts);
+        if (caching == Caching::last) save();
       },
       fetching);
 }

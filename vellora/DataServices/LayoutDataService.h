@@ -70,7 +70,7 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   /// calls back; equal requests under way are shared, and none is longer than 8 kB. A type that the server
   /// does not know has an absent value; a name whose request failed has the cached layout and the reason, or
   /// else the error. A layout that was fetched before `notBefore` is fetched again. With `cacheOnly` nothing
-  /// is dropped.
+  /// is dropped. What is downloaded is cached before it is yielded: who has it may let the service go.
   [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectLayoutInfo>>>> eachLayout(
       std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt,
       Fetching fetching = {});
@@ -81,10 +81,13 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
  private:
   using Downloaded = std::shared_ptr<const std::vector<ObjectLayoutInfo>>;
 
+  /// Whether downloaded layouts are cached before they are answered, or afterwards.
+  enum class Caching { first, last };
+
   [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names,
                                                         const Fetching& fetching);
   void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion,
-                            const Fetching& fetching = {});
+                            Caching caching = Caching::last, const Fetching& fetching = {});
   void save(const std::vector<ObjectLayoutInfo>& layouts);
 
   // Constant after construction.
