@@ -16,14 +16,12 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/ManualTimer.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 
 namespace vellora {
 namespace {
 
 using namespace std::chrono_literals;
-using tests::ManualTimer;
 
 TEST(TimedQueueTest, RunsWorkOnceItsTimeHasComeInTheOrderOfTheMoments) {
   const auto& timer = TimedQueue::system();
@@ -110,22 +108,6 @@ TEST(TimedQueueTest, ADelayStaysBetweenNothingAndAYear) {
   EXPECT_EQ(TimedQueue::bounded(5s), 5s);
   EXPECT_EQ(TimedQueue::bounded(TimedQueue::Delay(std::numeric_limits<double>::infinity())), year);
   EXPECT_EQ(TimedQueue::bounded(TimedQueue::Delay(std::nan(""))), year);
-}
-
-TEST(ManualTimerTest, RunsWhatIsDueAtItsOwnMomentAndNothingElse) {
-  ManualTimer timer;
-  std::vector<TimedQueue::Delay> moments;
-  const auto note = [&] { moments.push_back(timer.time()); };
-  static_cast<void>(timer.after(2s, note));
-  static_cast<void>(timer.after(1s, [&] {
-    note();
-    static_cast<void>(timer.after(500ms, note));
-  }));
-  static_cast<void>(timer.after(9s, note));
-  timer.advance(3s);
-  EXPECT_EQ(moments, (std::vector<TimedQueue::Delay>{1s, 1500ms, 2s}));
-  EXPECT_EQ(timer.pending(), 1U);
-  EXPECT_EQ(timer.time(), 3s);
 }
 
 TEST(TimedQueueTest, KnowsItsThread) {
