@@ -13,8 +13,8 @@
 #include <string>
 
 #include "testkit/ManualQueue.h"
+#include "testkit/ManualTimer.h"
 #include "tests/support/AllocationCounter.h"
-#include "tests/support/ManualTimer.h"
 #include "vellora/Catalog/Inquiry.h"
 #include "vellora/Catalog/Question.h"
 #include "vellora/Catalog/Sheet.h"
@@ -65,7 +65,7 @@ class AskedAllocationTest : public testing::Test {
   }
 
   const std::shared_ptr<testkit::ManualQueue> queue = std::make_shared<testkit::ManualQueue>();
-  const std::shared_ptr<tests::ManualTimer> timer = std::make_shared<tests::ManualTimer>();
+  const std::shared_ptr<testkit::ManualTimer> timer = std::make_shared<testkit::ManualTimer>();
   const std::shared_ptr<CallbackGate> gate = std::make_shared<CallbackGate>();
   const SubscriptionScope catalog;
   mutable std::stop_source stop;

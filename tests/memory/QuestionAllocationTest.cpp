@@ -5,10 +5,10 @@
 #include <new>
 
 #include "testkit/ManualQueue.h"
+#include "testkit/ManualTimer.h"
 #include "tests/memory/MemoryHost.h"
 #include "tests/support/AllocationCounter.h"
 #include "tests/support/ManualQueues.h"
-#include "tests/support/ManualTimer.h"
 #include "tests/support/TestClock.h"
 #include "vellora/Catalog/Catalog.h"
 
@@ -48,7 +48,7 @@ class QuestionAllocationTest : public testing::Test {
   tests::MemoryHost host;
   const std::shared_ptr<testkit::ManualQueue> queue = std::make_shared<testkit::ManualQueue>();
   std::unique_ptr<Catalog> catalog = std::make_unique<Catalog>(
-      host.api(), CatalogOptions{.answersOn = queue, .timer = std::make_shared<tests::ManualTimer>()});
+      host.api(), CatalogOptions{.answersOn = queue, .timer = std::make_shared<testkit::ManualTimer>()});
 
   QuestionToken token;
   int calls = 0;

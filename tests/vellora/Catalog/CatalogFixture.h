@@ -14,10 +14,10 @@
 #include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/FailingCache.h"
 #include "testkit/ManualQueue.h"
+#include "testkit/ManualTimer.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"
 #include "tests/support/ManualQueues.h"
-#include "tests/support/ManualTimer.h"
 #include "tests/support/PassingError.h"
 #include "tests/support/TestClock.h"
 #include "tests/support/TestError.h"
@@ -128,7 +128,7 @@ class CatalogFixture : public testing::Test {
   TestClock clock;
   ManualQueues queues;
   const std::shared_ptr<testkit::ManualQueue> queue = std::make_shared<testkit::ManualQueue>();
-  const std::shared_ptr<ManualTimer> timer = std::make_shared<ManualTimer>();
+  const std::shared_ptr<testkit::ManualTimer> timer = std::make_shared<testkit::ManualTimer>();
   const std::shared_ptr<testkit::StubNetwork> network = std::make_shared<testkit::StubNetwork>();
   const std::shared_ptr<testkit::FailingCache> cache =
       std::make_shared<testkit::FailingCache>(std::make_shared<hostkit::MemoryCache>());

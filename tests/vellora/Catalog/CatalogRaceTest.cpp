@@ -14,9 +14,9 @@
 
 #include "hostkit/StandardPlatformAPI.h"
 #include "hostkit/cache/memory/MemoryCache.h"
+#include "testkit/ManualTimer.h"
 #include "testkit/SilentLogger.h"
 #include "testkit/StubNetwork.h"
-#include "tests/support/ManualTimer.h"
 #include "tests/support/PassingError.h"
 #include "tests/support/SlowBuild.h"
 #include "vellora/Catalog/Catalog.h"
@@ -79,7 +79,7 @@ class CatalogRaceTest : public testing::Test {
   }
 
   const std::shared_ptr<StubNetwork> network = std::make_shared<StubNetwork>();
-  const std::shared_ptr<tests::ManualTimer> timer = std::make_shared<tests::ManualTimer>();
+  const std::shared_ptr<testkit::ManualTimer> timer = std::make_shared<testkit::ManualTimer>();
   const std::shared_ptr<Counting> observer = std::make_shared<Counting>();
   std::optional<Catalog> catalog;
 };

@@ -16,9 +16,9 @@
 #include "hostkit/StandardPlatformAPI.h"
 #include "hostkit/cache/memory/MemoryCache.h"
 #include "testkit/ForwardingCache.h"
+#include "testkit/ManualTimer.h"
 #include "testkit/SilentLogger.h"
 #include "testkit/StubNetwork.h"
-#include "tests/support/ManualTimer.h"
 #include "vellora/Catalog/Catalog.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Platform/Queues/TimedQueue.h"
@@ -191,7 +191,7 @@ TEST_F(QuestionThreadsTest, DestroyingTheCatalogueEndsAGetThatWaits) {
 TEST_F(QuestionThreadsTest, WhicheverComesFirstEachQuestionEndsOnceOrWasCancelled) {
   static_cast<void>(catalog->records({"001xx"}).get());
   for (int round = 0; round < 200; ++round) {
-    const auto timer = std::make_shared<tests::ManualTimer>();
+    const auto timer = std::make_shared<testkit::ManualTimer>();
     construct({.timer = timer});
     std::atomic<int> calls = 0;
     std::atomic<bool> isCancelled = false;
@@ -270,7 +270,7 @@ class StallingCache final : public testkit::ForwardingCache {
 
 TEST_F(QuestionThreadsTest, CallbacksComeAtTheDeadlineThoughTheCacheBlocksEveryLookup) {
   const auto stalling = std::make_shared<StallingCache>(cache);
-  const auto timer = std::make_shared<tests::ManualTimer>();
+  const auto timer = std::make_shared<testkit::ManualTimer>();
   catalog.emplace(std::make_shared<hostkit::StandardPlatformAPI>(network, stalling,
                                                                  std::make_shared<testkit::SilentLogger>()),
                   CatalogOptions{.timer = timer});
@@ -289,7 +289,9 @@ TEST_F(QuestionThreadsTest, CallbacksComeAtTheDeadlineThoughTheCacheBlocksEveryL
   for (auto& end : ends) {
     auto future = end.get_future();
     haveAllCome = haveAllCome && future.wait_for(60s) == std::future_status::ready;
-    if (haveAllCome) EXPECT_EQ(future.get(), End::timedOut);
+    if (haveAllCome) {
+      EXPECT_EQ(future.get(), End::timedOut);
+    }
   }
   EXPECT_TRUE(haveAllCome);
   stalling->release.set_value();

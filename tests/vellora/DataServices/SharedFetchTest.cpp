@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "testkit/ManualTimer.h"
 #include "tests/support/ManualQueues.h"
-#include "tests/support/ManualTimer.h"
 #include "tests/support/TestError.h"
 
 namespace vellora {
@@ -56,7 +56,7 @@ class SharedFetchTest : public testing::Test {
   }
 
   tests::ManualQueues queues;
-  const std::shared_ptr<tests::ManualTimer> timer = std::make_shared<tests::ManualTimer>();
+  const std::shared_ptr<testkit::ManualTimer> timer = std::make_shared<testkit::ManualTimer>();
   const std::shared_ptr<Patient> first = std::make_shared<Patient>(timer);
   const std::shared_ptr<Patient> second = std::make_shared<Patient>(timer);
   const SharedRuns<int> runs;

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <memory>
 
-#include "tests/support/ManualTimer.h"
+#include "testkit/ManualTimer.h"
 
 namespace vellora {
 namespace {
@@ -22,7 +22,7 @@ class LaterTest : public testing::Test {
                                  });
   }
 
-  const std::shared_ptr<tests::ManualTimer> timer = std::make_shared<tests::ManualTimer>();
+  const std::shared_ptr<testkit::ManualTimer> timer = std::make_shared<testkit::ManualTimer>();
   int values = 0;
   int ends = 0;
 };

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <memory>
 
-#include "tests/support/ManualTimer.h"
+#include "testkit/ManualTimer.h"
 
 namespace vellora {
 namespace {
@@ -13,7 +13,7 @@ namespace {
 using namespace std::chrono_literals;
 
 TEST(LeaseTest, LastsTenSecondsFromItsRenewalAndThePauseOnTop) {
-  const auto clock = std::make_shared<tests::ManualTimer>();
+  const auto clock = std::make_shared<testkit::ManualTimer>();
   Lease lease(clock);
   clock->advance(9s);
   EXPECT_FALSE(lease.isOver());

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/ManualTimer.h"
+#include "testkit/ManualTimer.h"
 #include "tests/support/TestError.h"
 #include "vellora/Platform/Publishers/Lease.h"
 
@@ -108,7 +108,7 @@ class LeasedRunsTest : public SharedRunsTest {
     return runs->joined("list", begin, lease).sink([&into](int value) { into.push_back(value); });
   }
 
-  const std::shared_ptr<tests::ManualTimer> clock = std::make_shared<tests::ManualTimer>();
+  const std::shared_ptr<testkit::ManualTimer> clock = std::make_shared<testkit::ManualTimer>();
   std::shared_ptr<Lease> lease;  // of who asked last
   std::vector<int> early;
   std::vector<int> late;
