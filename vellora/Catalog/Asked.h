@@ -99,6 +99,14 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
     });
   }
 
+  /// Has `write(Sheet<T>&)` called before the question ends at its deadline, so that it answers what is still
+  /// open with what is there. Takes the place of the one before.
+  void fallBackOn(std::function<void(Sheet<T>&)> write) {
+    gate_.run([self = this->shared_from_this(), write = std::move(write)]() mutable {
+      if (!self->settled_) self->fallback_ = std::move(write);
+    });
+  }
+
   /// Ends the question. Open keys get the reason `rest`.
   void end(End end, const Missing& rest) {
     gate_.run([self = this->shared_from_this(), end, rest] { self->settle(end, rest); });
@@ -197,6 +205,8 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
 
   void close(End end, const Missing& rest) {
     try {
+      const auto fallback = std::exchange(fallback_, nullptr);
+      if (fallback && end == End::timedOut) fallback(sheet_);
       sheet_.close(end, rest);
     } catch (const std::bad_alloc&) {  // the keys that are left get no reason
       sheet_.fail(outOfMemory());
@@ -227,6 +237,7 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
 
   // Changed inside the gate.
   Sheet<T> sheet_;
+  std::function<void(Sheet<T>&)> fallback_;
   Waiting waiting_;
   bool settled_ = false;
   SubscriptionScope::Registration registration_ = 0;

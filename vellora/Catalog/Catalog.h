@@ -40,7 +40,7 @@ namespace vellora {
 /// 5. Equal requests under way are shared, and no request's URL is longer than 8 kB.
 ///
 /// Where an answer comes from is decided as the data services say: the cache while it is fresh, else the
-/// server; older data when the server fails, marked as stale.
+/// server; older data when the server fails or does not answer by the deadline, marked as stale.
 ///
 /// Ownership: shares the host's facilities. Destroying it gives all questions up: one that a thread waits for
 /// in `get` returns as cancelled; a callback is not called; a coroutine that is suspended in one is not
