@@ -56,6 +56,11 @@ std::shared_ptr<const Inquiry::Common> inquiriesWith(const CatalogOptions& optio
   return common;
 }
 
+/// What lets a question write; without a host none does.
+std::shared_ptr<CallbackGate> writesOf(const std::shared_ptr<Session>& session) {
+  return session ? session->gate : std::make_shared<CallbackGate>();
+}
+
 const std::shared_ptr<DispatchQueue>& workers() {
   return DispatchQueue::global(DispatchQoS::userInitiated);
 }
@@ -98,10 +103,10 @@ void Catalog::Implementation::prefetch() const {
             session->lists.prepared(Source::cacheFirst, asked->fetching()).sink(loaded, failing(asked)));
       });
   std::move(question)
-      .then([readiness = readiness_](const Answer<TypeChange>& answer) {
+      .then([readiness = session_.value()->readiness](const Answer<TypeChange>& answer) {
         if (answer.end == End::answered || answer.end == End::cancelled) return;
         const Error late = QuestionError{QuestionError::Case::timedOut};
-        readiness.set(Readiness::failed(answer.trouble.value_or(Failure(late))));
+        readiness.noteUnlessLoaded(Readiness::failed(answer.trouble.value_or(Failure(late))));
       })
       .detach();
 }
@@ -150,27 +155,34 @@ Question<ObjectCompactLayoutInfo> Catalog::Implementation::headlines(const Keys&
       });
 }
 
-Question<TypeChange> Catalog::Implementation::refresh(const QuestionOptions& options) const {
-  return askAll<TypeChange>(QuestionKind::refresh, options,
-                            [](const SessionPtr& session, const auto& question, Source /*source*/) {
-                              vellora::refresh(session, question);
-                            });
+Question<TypeChange> Catalog::Implementation::refresh(const RefreshOptions& options) const {
+  return askAll<TypeChange>(
+      QuestionKind::refresh,
+      {.deadline = options.deadline, .answersOn = options.answersOn, .stop = options.stop},
+      [](const SessionPtr& session, const auto& question, Source /*source*/) {
+        vellora::refresh(session, question);
+      });
 }
 
 void Catalog::Implementation::forget() const {
   if (!api_) return;
-  const auto session = session_.exchange(newSession());
-  session->questions.end();
+  const auto next = newSession();
+  const auto session = session_.value();
+  session->end();
   watches_->forget();
-  readiness_.set(Readiness::loading());
-  std::vector<std::string> names;
-  const auto token = session->services.sObjects->allSObjects(Source::cacheOnly).sink([&](const auto& types) {
-    for (const auto& type : types->records()) names.push_back(type.name);
-  });
-  session->services.layouts->forget(names);
-  session->services.compactLayouts->forget(names);
-  session->services.sObjects->forget();
-  session->services.themes->forget();
+  // Questions that come before the next session is there belong to the one that has ended: they are
+  // cancelled.
+  const auto begin = [&] {
+    readiness_.set(Readiness::loading());
+    session_.replace(session, next);
+  };
+  try {
+    session->purge();
+  } catch (const std::bad_alloc&) {
+    begin();
+    throw;
+  }
+  begin();
 }
 
 Publisher<Readiness> Catalog::Implementation::readinessStream() const {
@@ -227,33 +239,35 @@ std::shared_ptr<detail::Asked<T>> Catalog::Implementation::begun(const SessionPt
   const auto wanted = options.answersOn.value();
   const auto patience = kind == QuestionKind::load ? prefetchPatience : options.deadline;
   const auto question = std::make_shared<detail::Asked<T>>(
-      std::move(keys), detail::Terms{wanted ? wanted : options_.answersOn, options_.timer, gate_,
-                                     session ? session->questions : SubscriptionScope(),
-                                     std::make_shared<Inquiry>(inquiries_, kind, patience)});
+      std::move(keys),
+      detail::Terms{wanted ? wanted : options_.answersOn, options_.timer, gate_,
+                    session ? session->questions : SubscriptionScope(),
+                    std::make_shared<Inquiry>(inquiries_, kind, patience, writesOf(session))});
   question->begin(options.deadline, options.stop.value());
   return question;
 }
 
 template <class T, class Start>
-void Catalog::Implementation::startSoon(const SessionPtr& session,
+void Catalog::Implementation::startSoon(const SessionPtr& owner,
                                         const std::shared_ptr<detail::Asked<T>>& question,
                                         const SharedKeys& keys, const QuestionOptions& options,
                                         Start start) const {
-  if (!session) return question->fail(VelloraServiceError::requiredAPI());
+  if (!owner) return question->fail(VelloraServiceError::requiredAPI());
   const Beginning beginning{options_.timer, options_.timer->time(), options.deadline, options.source};
-  // Weakly: a question that has been dropped or has ended takes no work.
-  workers()->async(
-      [session, weak = std::weak_ptr<detail::Asked<T>>(question), keys, beginning, start = std::move(start)] {
-        const auto asked = weak.lock();
-        if (!asked || asked->hasEnded()) return;
-        try {
-          start(session, asked, beginning.source);
-          if constexpr (!std::is_same_v<T, TypeChange>)
-            prepareFallback<T>(session, asked, keys, beginning, start);
-        } catch (const std::bad_alloc&) {
-          asked->fail(outOfMemory());
-        }
-      });
+  // Weakly: a question that has been dropped or has ended takes no work. What has been forgotten has ended.
+  workers()->async([current = std::weak_ptr(owner), weak = std::weak_ptr(question), keys, beginning,
+                    start = std::move(start)] {
+    const auto asked = weak.lock();
+    const auto session = current.lock();
+    if (!asked || !session || asked->hasEnded()) return;
+    try {
+      start(session, asked, beginning.source);
+      if constexpr (!std::is_same_v<T, TypeChange>)
+        prepareFallback<T>(session, asked, keys, beginning, start);
+    } catch (const std::bad_alloc&) {
+      asked->fail(outOfMemory());
+    }
+  });
 }
 
 /// Has the same looked up in the cache alone, shortly before the deadline.
@@ -264,10 +278,11 @@ void Catalog::Implementation::prepareFallback(const SessionPtr& session,
                                               const Start& start) {
   if (beginning.source == Source::cacheOnly || question->hasEnded()) return;
   const auto& timer = beginning.timer;
-  const auto cached = [weak = std::weak_ptr(session), keys, timer, start] {
+  const auto cached = [weak = std::weak_ptr(session), gate = session->gate, keys, timer, start] {
     const auto inquiries = std::make_shared<Inquiry::Common>();  // nobody is told of these
     inquiries->timer = timer;
-    const auto inquiry = std::make_shared<Inquiry>(inquiries, QuestionKind::load, TimedQueue::Delay::zero());
+    const auto inquiry =
+        std::make_shared<Inquiry>(inquiries, QuestionKind::load, TimedQueue::Delay::zero(), gate);
     const auto inner = std::make_shared<detail::Asked<T>>(
         std::set<std::string>(keys->begin(), keys->end()),
         detail::Terms{nullptr, timer, nullptr, SubscriptionScope(), inquiry});

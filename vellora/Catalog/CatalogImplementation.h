@@ -16,6 +16,7 @@
 #include "vellora/Catalog/KeyRefusal.h"
 #include "vellora/Catalog/Keys.h"
 #include "vellora/Catalog/QuestionReport.h"
+#include "vellora/Catalog/RefreshOptions.h"
 #include "vellora/Catalog/Session.h"
 #include "vellora/Catalog/Watch.h"
 #include "vellora/Catalog/Watches.h"
@@ -46,7 +47,7 @@ class Catalog::Implementation {
                                                          const QuestionOptions& options) const;
   [[nodiscard]] Question<ObjectCompactLayoutInfo> headlines(const Keys& names,
                                                             const QuestionOptions& options) const;
-  [[nodiscard]] Question<TypeChange> refresh(const QuestionOptions& options) const;
+  [[nodiscard]] Question<TypeChange> refresh(const RefreshOptions& options) const;
   template <class T>
   [[nodiscard]] QuestionToken watch(std::function<Question<T>()> ask,
                                     std::function<void(Answer<T>)> callback) const {
