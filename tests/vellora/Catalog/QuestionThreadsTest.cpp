@@ -93,7 +93,7 @@ TEST_F(QuestionThreadsTest, EndsAtTheDeadlineThoughEveryThreadOfTheLibraryIsBloc
 
 TEST_F(QuestionThreadsTest, GetIsRefusedOnAQueueOfTheLibraryAndInACallback) {
   std::promise<End> onQueue;
-  SerialDispatchQueue("other").async([&] { onQueue.set_value(catalog->records({"001xx"}).get().end); });
+  SerialDispatchQueue("other").async([&] { onQueue.set_value(catalog->records({"00Bxx"}).get().end); });
   EXPECT_EQ(onQueue.get_future().get(), End::failed);
   std::promise<End> inCallback;
   auto token = catalog->records({"001xx"}).then(
