@@ -262,10 +262,13 @@ void Catalog::Implementation::startSoon(const SessionPtr& owner,
     if (!asked || !session || asked->hasEnded()) return;
     try {
       start(session, asked, beginning.source);
+    } catch (const std::bad_alloc&) {
+      return asked->fail(outOfMemory());
+    }
+    try {
       if constexpr (!std::is_same_v<T, TypeChange>)
         prepareFallback<T>(session, asked, keys, beginning, start);
-    } catch (const std::bad_alloc&) {
-      asked->fail(outOfMemory());
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): it goes on without
     }
   });
 }
