@@ -289,7 +289,9 @@ TEST_F(QuestionThreadsTest, CallbacksComeAtTheDeadlineThoughTheCacheBlocksEveryL
   for (auto& end : ends) {
     auto future = end.get_future();
     haveAllCome = haveAllCome && future.wait_for(60s) == std::future_status::ready;
-    if (haveAllCome) EXPECT_EQ(future.get(), End::timedOut);
+    if (haveAllCome) {
+      EXPECT_EQ(future.get(), End::timedOut);
+    }
   }
   EXPECT_TRUE(haveAllCome);
   stalling->release.set_value();
