@@ -113,6 +113,15 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
     this->write(std::move(write));
   }
 
+  /// Has `write(Sheet<T>&)` called before the question ends at its deadline, so that it answers what is still
+  /// open with what is there. Takes the place of the one before.
+  void fallBackOn(std::function<void(Sheet<T>&)> write) {
+    gate_.run([self = this->shared_from_this(), write = std::move(write)]() mutable {
+      if (!self->isSettled_) self->fallback_ = std::move(write);
+    });
+    lookIfMarked();
+  }
+
   /// Ends the question, unless something else has. Open keys get the reason `rest`. Takes no memory.
   void end(End end, const Missing& rest) {
     const auto self = this->shared_from_this();
@@ -238,7 +247,14 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
     announce();
   }
 
-  void close(End end, const Missing& rest) { sheet_.close(end, rest); }
+  void close(End end, const Missing& rest) {
+    const auto fallback = std::exchange(fallback_, nullptr);
+    try {
+      if (fallback && end == End::timedOut) fallback(sheet_);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): what is left is missing all the same
+    }
+    sheet_.close(end, rest);
+  }
 
   /// Sends the callback on its way, if there is one that may be called.
   void announce() {
@@ -292,7 +308,8 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
   std::optional<Ending> ending_;  // written before `isToEnd_` is set
 
   SerialGate gate_;
-  Sheet<T> sheet_;  // changed inside the gate
+  Sheet<T> sheet_;                           // changed inside the gate
+  std::function<void(Sheet<T>&)> fallback_;  // changed inside the gate
 
   std::optional<std::stop_callback<std::function<void()>>> stop_;
 };

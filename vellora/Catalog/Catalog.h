@@ -13,6 +13,7 @@
 #include "vellora/Catalog/QuestionOptions.h"
 #include "vellora/Catalog/QuestionToken.h"
 #include "vellora/Catalog/Readiness.h"
+#include "vellora/Catalog/RefreshOptions.h"
 #include "vellora/Catalog/TypeChange.h"
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Platform/Publishers/Publisher.h"
@@ -39,7 +40,7 @@ namespace vellora {
 /// 5. Equal requests under way are shared, and no request's URL is longer than 8 kB.
 ///
 /// Where an answer comes from is decided as the data services say: the cache while it is fresh, else the
-/// server; older data when the server fails, marked as stale.
+/// server; older data when the server fails or does not answer by the deadline, marked as stale.
 ///
 /// Ownership: shares the host's facilities. Destroying it gives all questions up: one that a thread waits for
 /// in `get` returns as cancelled; a callback is not called; a coroutine that is suspended in one is not
@@ -88,7 +89,7 @@ class VELLORA_EXPORT Catalog {
 
   /// Fetches both lists anew, whatever their age, and has layouts and list views fetched anew when they are
   /// asked for next. Finds, by API name, what has changed; the first time everything is `added`.
-  [[nodiscard]] Question<TypeChange> refresh(const QuestionOptions& options = {}) const;
+  [[nodiscard]] Question<TypeChange> refresh(const RefreshOptions& options = {}) const;
 
   /// Asks what `ask` asks, and asks again after each refresh; `callback` gets the first answer, then each
   /// that differs from the one before:
@@ -108,8 +109,10 @@ class VELLORA_EXPORT Catalog {
   }
 
   /// Gives all questions up, as cancelled, and deletes what the library has written into the cache: for a
-  /// sign-out. Layouts are deleted of the types that the cached list names. Afterwards the catalogue may be
-  /// asked again, and begins without anything. A step that another thread is just taking may still write.
+  /// sign-out. Layouts that a façade has cached are deleted of the types that the cached list names. When it
+  /// has returned, nothing that was asked before is written any more; a question that is asked meanwhile is
+  /// cancelled. Afterwards the catalogue begins without anything. Throws `std::bad_alloc` after it has
+  /// deleted what it could; call it again then.
   void forget() const;
 
   /// Whether both lists are there.

@@ -15,20 +15,21 @@
 namespace vellora {
 
 /// What `start(fetching)` yields: one value, or a failure, after which it is started again as often as the
-/// requester says. It goes on on the queue of the lookups then. `lease` is renewed for each pause.
+/// requester says. It goes on on the queue of the lookups then. `lease`, if there is one, is renewed
+/// for each pause.
 template <class T, class Start>
-[[nodiscard]] Publisher<T> retried(const Fetching& fetching, const std::shared_ptr<Lease>& lease,
-                                   Start start) {
+[[nodiscard]] Publisher<T> retried(const Fetching& fetching, Start start,
+                                   const std::shared_ptr<Lease>& lease = nullptr) {
   if (!fetching.requester) return start(fetching);
   return start(fetching).results().flatMap([fetching, lease, start](Result<T>&& result) -> Publisher<T> {
     if (result) return Publisher<T>::just(std::move(result).value());
     const auto pause = fetching.requester->pauseAfter(fetching.attempt, result.error());
     if (!pause) return Publisher<T>::fail(result.error());
-    lease->renew(*pause);
+    if (lease) lease->renew(*pause);
     const Fetching next{fetching.requester, fetching.attempt + 1};
     return later(next.requester->timer(), *pause)
         .receive(BoundedQueue::lookups())
-        .flatMap([next, lease, start](std::monostate) { return retried<T>(next, lease, start); });
+        .flatMap([next, lease, start](std::monostate) { return retried<T>(next, start, lease); });
   });
 }
 
@@ -42,7 +43,7 @@ template <class T, class Start>
       fetching.requester ? std::make_shared<Lease>(fetching.requester->timer()) : std::shared_ptr<Lease>();
   const auto begin = [fetching, lease, start = std::move(start)] {
     if (lease) lease->renew();
-    return retried<T>(fetching, lease, start);
+    return retried<T>(fetching, start, lease);
   };
   const auto run = runs.joined(std::move(key), begin, lease);
   if (!fetching.requester) return run;
