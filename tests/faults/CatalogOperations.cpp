@@ -40,7 +40,7 @@ std::string reasonOf(const Missing& missing) {
   }
 }
 
-std::string_view nameOf(End end) {
+std::string_view wordsFor(End end) {
   switch (end) {
     case End::answered:
       return "answered";
@@ -72,7 +72,7 @@ std::string remarksOn(const Answer<T>& answer) {
   const auto add = [&](std::string_view remark) {
     remarks.append(remarks.empty() ? "" : " + ").append(remark);
   };
-  if (answer.end != End::answered) add(nameOf(answer.end));
+  if (answer.end != End::answered) add(wordsFor(answer.end));
   if (isStale(answer)) add("old");
   if (!trouble.empty() && !isTold) add(trouble);
   return remarks;
@@ -108,7 +108,7 @@ Delivery deliveryOfAnswer(const Answer<T>& answer) {
   }
   if (!areAlike) return delivery;
   const auto reason = answer.end == End::failed && answer.trouble ? reasonOf(*answer.trouble)
-                                                                  : std::string(nameOf(answer.end));
+                                                                  : std::string(wordsFor(answer.end));
   return {.entries = std::nullopt, .error = reason};
 }
 

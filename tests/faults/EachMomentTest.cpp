@@ -121,7 +121,10 @@ const std::vector<Kind>& kinds() {
              [](const Catalog& catalog, Options options) {
                return catalog.headlines({"Account", "Contact"}, options);
              }),
-      kindOf("refresh", 0, [](const Catalog& catalog, Options options) { return catalog.refresh(options); }),
+      kindOf("refresh", 0,
+             [](const Catalog& catalog, Options options) {
+               return catalog.refresh({.deadline = options.deadline, .stop = options.stop});
+             }),
   };
   return all;
 }

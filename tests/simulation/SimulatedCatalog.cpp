@@ -81,7 +81,7 @@ void SimulatedCatalog::askFor(Asked& asked) {
     case Kind::headlines:
       return wait(asked, catalog_->headlines(keys, options));
     case Kind::refresh:
-      return wait(asked, catalog_->refresh(options));
+      return wait(asked, catalog_->refresh({.deadline = options.deadline, .stop = stop}));
   }
 }
 
