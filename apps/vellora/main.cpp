@@ -48,13 +48,13 @@ ExitCode runCommand(const Arguments& arguments) {
   const Session& session = *std::get<0>(opened);
   switch (arguments.command) {
     case Arguments::Command::ids:
-      return run(presentationForIds(arguments, session), keys, arguments, session);
+      return run(presentationForIds(), keys, arguments, session);
     case Arguments::Command::names:
-      return run(presentationForNames(arguments, session), keys, arguments, session);
+      return run(presentationForNames(), keys, arguments, session);
     case Arguments::Command::searchLayouts:
-      return run(searchLayouts(arguments, session), keys, arguments, session);
+      return run(searchLayouts(), keys, arguments, session);
     case Arguments::Command::compactLayouts:
-      return run(compactLayouts(arguments, session), keys, arguments, session);
+      return run(compactLayouts(), keys, arguments, session);
     case Arguments::Command::status:
       return showStatus(arguments, session);
     case Arguments::Command::explore:

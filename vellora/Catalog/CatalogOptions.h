@@ -47,6 +47,10 @@ struct VELLORA_EXPORT CatalogOptions {
 
   /// Whether the observer is also told keys, whole URLs and what a network's error says.
   bool observesKeys = false;
+
+  /// Whether the catalogue begins at once to load both lists. A program that asks one question and ends
+  /// leaves that to the question, which loads what it needs: layouts need neither.
+  bool loadsAtOnce = true;
 };
 
 }  // namespace vellora

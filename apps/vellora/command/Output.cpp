@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <set>
-#include <sstream>
 
 #include "apps/vellora/command/TextTable.h"
 #include "hostkit/secrets/UrlCredentials.h"
@@ -22,22 +21,6 @@ bool terminalHasColors() {
   const char* variable = std::getenv("TERM");
   const std::string_view terminal = variable != nullptr ? variable : "";
   return ::isatty(STDOUT_FILENO) == 1 && !terminal.empty() && terminal != "dumb";
-}
-
-std::string list(const std::vector<std::string>& keys) {
-  constexpr std::size_t most = 10;
-  std::string text;
-  for (std::size_t i = 0; i < keys.size() && i < most; ++i) {
-    text.append(i == 0 ? "" : ", ").append(keyText(keys[i]));
-  }
-  if (keys.size() > most) text.append(" and ").append(std::to_string(keys.size() - most)).append(" more");
-  return text;
-}
-
-std::string seconds(double value) {
-  std::ostringstream text;
-  text << value << " s";
-  return text.str();
 }
 
 }  // namespace
@@ -86,6 +69,11 @@ ExitCode complain(const Problem& problem) {
   return problem.exit;
 }
 
+ExitCode complain(const Verdict& verdict, const hostkit::KnownSecrets& secrets) {
+  for (const auto& line : verdict.lines) complain({verdict.exit, secrets.cleaned(line)});
+  return verdict.exit;
+}
+
 std::vector<std::string> distinct(const std::vector<std::string>& keys) {
   std::vector<std::string> once;
   std::set<std::string_view> seen;
@@ -93,27 +81,6 @@ std::vector<std::string> distinct(const std::vector<std::string>& keys) {
     if (seen.insert(key).second) once.push_back(key);
   }
   return once;
-}
-
-ExitCode judge(const std::vector<std::string>& missing, const std::string& what, Ending ending,
-               const Arguments& arguments, const Session& session) {
-  if (missing.empty()) return ExitCode::answered;
-  const std::string none = "no " + what + " for " + list(missing) + ": ";
-  const auto failure = session.failure();
-  if (ending == Ending::ranOut) {
-    const auto request = session.unanswered();
-    return complain({ExitCode::requestFailed, none + "no answer" + (request ? " to " + *request : "") +
-                                                  " within " + seconds(arguments.wait) +
-                                                  (failure ? "; " + *failure : "") +
-                                                  "; give it longer with --wait SECONDS"});
-  }
-  if (failure) return complain({ExitCode::requestFailed, none + *failure});
-  if (const auto cacheFailure = session.cacheFailure())
-    return complain({ExitCode::cacheUnusable, none + *cacheFailure});
-  if (ending == Ending::failed) {
-    return complain({ExitCode::requestFailed, none + "the lookup failed; --log info shows how far it got"});
-  }
-  return complain({ExitCode::someMissing, none + "the server has none"});
 }
 
 }  // namespace vellora::command

@@ -4,10 +4,10 @@
 #include <string_view>
 #include <vector>
 
-#include "apps/vellora/command/Arguments.h"
 #include "apps/vellora/command/ExitCode.h"
 #include "apps/vellora/command/Problem.h"
-#include "apps/vellora/command/Session.h"
+#include "apps/vellora/command/Verdict.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Values/Result.h"
 
@@ -45,18 +45,10 @@ class Style {
 /// back the exit code.
 ExitCode complain(const Problem& problem);
 
+/// The same for each line of a verdict, without `secrets`: the lines may quote what the server sent.
+ExitCode complain(const Verdict& verdict, const hostkit::KnownSecrets& secrets);
+
 /// The keys without repetitions, in their order.
 [[nodiscard]] std::vector<std::string> distinct(const std::vector<std::string>& keys);
-
-/// How a lookup ended.
-enum class Ending {
-  answered,
-  failed,  ///< without an answer, since a step of it failed
-  ranOut,  ///< of time
-};
-
-/// The exit code of a lookup after which these keys are missing, and the line that explains it.
-[[nodiscard]] ExitCode judge(const std::vector<std::string>& missing, const std::string& what, Ending ending,
-                             const Arguments& arguments, const Session& session);
 
 }  // namespace vellora::command

@@ -4,9 +4,6 @@
 
 #include "apps/vellora/command/CacheFailures.h"
 #include "apps/vellora/command/CachePlace.h"
-#include "apps/vellora/command/NotingLogger.h"
-#include "apps/vellora/command/RequestFailures.h"
-#include "apps/vellora/command/SettlingNetwork.h"
 #include "apps/vellora/command/TokenFile.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheFailure.h"
@@ -14,7 +11,6 @@
 #include "hostkit/log/SpdlogLogger.h"
 #include "hostkit/network/CoalescingNetwork.h"
 #include "hostkit/network/CurlNetwork.h"
-#include "hostkit/network/RequestOutcome.h"
 #include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/LogLevel.h"
 #include "vellora/Platform/Values/Result.h"
@@ -42,11 +38,9 @@ Result<Log> openLog(const Arguments& arguments, const Secrets& secrets) {
 
 /// The way to the server, on which equal requests travel once.
 std::variant<std::shared_ptr<CorvaneSDK::Network>, Problem> openNetwork(
-    const Arguments& arguments, const std::optional<std::string>& token,
-    const std::shared_ptr<RequestFailures>& failures, const Secrets& secrets) {
+    const Arguments& arguments, const std::optional<std::string>& token, const Secrets& secrets) {
   hostkit::CurlNetwork::Options options{.server = arguments.server};
   options.token = [token] { return token; };
-  options.observer = [failures](const hostkit::RequestOutcome& outcome) { failures->note(outcome); };
   options.secrets = secrets;
   auto network = hostkit::CurlNetwork::make(std::move(options));
   if (!network) return Problem{ExitCode::usage, network.error().localizedDescription()};
@@ -77,8 +71,7 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   if (const auto* problem = std::get_if<Problem>(&token)) return *problem;
 
   const auto secrets = std::make_shared<hostkit::KnownSecrets>();
-  const auto failures = std::make_shared<RequestFailures>(secrets);
-  auto network = openNetwork(arguments, std::get<0>(token), failures, secrets);
+  auto network = openNetwork(arguments, std::get<0>(token), secrets);
   if (const auto* problem = std::get_if<Problem>(&network)) return *problem;
 
   auto log = openLog(arguments, secrets);
@@ -88,40 +81,15 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   auto cache = openCache(arguments, std::get<0>(token), cacheFailures, log.value());
   if (const auto* problem = std::get_if<Problem>(&cache)) return *problem;
 
-  const auto settling = std::make_shared<SettlingNetwork>(std::get<0>(std::move(network)));
-  const auto noting = std::make_shared<NotingLogger>(failures, std::move(log).value());
-  return std::unique_ptr<Session>(new Session(secrets, failures, cacheFailures, settling, noting,
-                                              {settling, std::get<0>(cache), noting}));
+  return std::unique_ptr<Session>(
+      new Session(secrets, cacheFailures, {std::get<0>(network), std::get<0>(cache), log.value()}));
 }
 
 Session::Session(std::shared_ptr<const hostkit::KnownSecrets> secrets,
-                 std::shared_ptr<RequestFailures> failures, std::shared_ptr<CacheFailures> cacheFailures,
-                 std::shared_ptr<SettlingNetwork> network, std::shared_ptr<NotingLogger> logger,
-                 RequiredAPI api)
-    : secrets_(std::move(secrets)),
-      failures_(std::move(failures)),
-      cacheFailures_(std::move(cacheFailures)),
-      network_(std::move(network)),
-      logger_(std::move(logger)),
-      api_(std::move(api)) {}
+                 std::shared_ptr<CacheFailures> cacheFailures, RequiredAPI api)
+    : secrets_(std::move(secrets)), cacheFailures_(std::move(cacheFailures)), api_(std::move(api)) {}
 
 Session::~Session() = default;
-
-void Session::whenLogged(std::string line, std::function<void()> action) const {
-  logger_->whenLogged(std::move(line), std::move(action));
-}
-
-void Session::settle() const {
-  network_->settle();
-}
-
-std::optional<std::string> Session::unanswered() const {
-  return network_->unanswered();
-}
-
-std::optional<std::string> Session::failure() const {
-  return failures_->first();
-}
 
 std::optional<std::string> Session::cacheFailure() const {
   return cacheFailures_->first();

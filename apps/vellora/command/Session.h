@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,14 +13,11 @@
 namespace vellora::command {
 
 class CacheFailures;
-class NotingLogger;
-class RequestFailures;
-class SettlingNetwork;
 
-/// The host that one run of the command is: its network, its cache file and its log; and what went wrong in
-/// them.
+/// The host that one run of the command is: its network, its cache file and its log; and what the cache could
+/// not do.
 ///
-/// Threads: `failure`, `cacheFailure` and `unanswered` may be called while requests run.
+/// Threads: `cacheFailure` may be called while the cache is in use.
 class Session {
  public:
   /// Opens log, cache and network as the arguments say.
@@ -38,32 +34,15 @@ class Session {
     return secrets_;
   }
 
-  /// Calls `action` each time the library logs exactly `line`.
-  void whenLogged(std::string line, std::function<void()> action) const;
-
-  /// Waits until the library has finished with the answers that came. It caches some of them only after
-  /// passing them on, and must not be destroyed in between.
-  void settle() const;
-
-  /// The path of the oldest request that has no answer yet; no value when there is none.
-  [[nodiscard]] std::optional<std::string> unanswered() const;
-
-  /// Which request failed first, and why; no value when none did.
-  [[nodiscard]] std::optional<std::string> failure() const;
-
   /// What the cache could not do first, and why; no value when it did all.
   [[nodiscard]] std::optional<std::string> cacheFailure() const;
 
  private:
-  Session(std::shared_ptr<const hostkit::KnownSecrets> secrets, std::shared_ptr<RequestFailures> failures,
-          std::shared_ptr<CacheFailures> cacheFailures, std::shared_ptr<SettlingNetwork> network,
-          std::shared_ptr<NotingLogger> logger, RequiredAPI api);
+  Session(std::shared_ptr<const hostkit::KnownSecrets> secrets, std::shared_ptr<CacheFailures> cacheFailures,
+          RequiredAPI api);
 
   const std::shared_ptr<const hostkit::KnownSecrets> secrets_;
-  const std::shared_ptr<RequestFailures> failures_;
   const std::shared_ptr<CacheFailures> cacheFailures_;
-  const std::shared_ptr<SettlingNetwork> network_;
-  const std::shared_ptr<NotingLogger> logger_;
   const RequiredAPI api_;
 };
 

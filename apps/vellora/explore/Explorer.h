@@ -13,11 +13,15 @@
 #include "apps/vellora/explore/IconStore.h"
 #include "apps/vellora/explore/ObservedNetwork.h"
 #include "hostkit/secrets/KnownSecrets.h"
+#include "vellora/Catalog/Answer.h"
+#include "vellora/Catalog/Catalog.h"
+#include "vellora/Catalog/Keys.h"
+#include "vellora/Catalog/Question.h"
+#include "vellora/Catalog/QuestionOptions.h"
 #include "vellora/Host/Network.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Models/SObject.h"
 #include "vellora/Platform/Publishers/AnyCancellable.h"
-#include "vellora/Services/VelloraService.h"
 
 namespace vellora::explore {
 
@@ -29,22 +33,23 @@ struct IconSource {
   std::string key;  ///< begins the ids of icons; nobody can guess it
 };
 
-/// Runs the library for the page, on a host whose calls are observed and whose server can be taken away.
+/// Asks a catalogue for the page, on a host whose calls are observed and whose server can be taken away.
 ///
-/// Ownership: make it with `std::make_shared`; shares the host. Pending lookups hold it weakly.
+/// Ownership: shares the host. A question under way keeps the catalogue that it was asked, for its deadline
+/// at the longest.
 ///
-/// Threads: every member may be called from any thread. Completions run where the library answers, which may
-/// be inside the call.
+/// Threads: every member may be called from any thread. Completions run on the queue of the catalogue's
+/// answers; that of an icon may run inside the call.
 ///
 /// Errors: a failed lookup is an answer that says why.
-class Explorer : public std::enable_shared_from_this<Explorer> {
+class Explorer {
  public:
-  /// `arguments` give server, theme and cache time-out; `secrets` are kept out of the activity. Starts the
-  /// façade's first prefetch.
+  /// `arguments` give server, theme, cache time-out and how long to wait; `secrets` are kept out of what the
+  /// page shows. Starts the catalogue's first load.
   Explorer(const RequiredAPI& host, command::Arguments arguments, IconSource icons,
            std::shared_ptr<const hostkit::KnownSecrets> secrets);
 
-  /// What an app does when it is started: a new façade, which prefetches what isn't fresh.
+  /// What an app does when it is started: a new catalogue, which loads what isn't fresh.
   void startAgain();
 
   /// Takes the server away, or gives it back.
@@ -53,7 +58,7 @@ class Explorer : public std::enable_shared_from_this<Explorer> {
   /// The state, with the activity that follows the entry of that number.
   [[nodiscard]] ExplorerState state(std::int64_t afterEntry) const;
 
-  /// The cached object list; empty before the first prefetch has loaded one.
+  /// The cached object list; empty before the first load has brought one.
   [[nodiscard]] std::vector<SObject> types() const;
 
   void presentations(const std::vector<std::string>& names,
@@ -65,20 +70,30 @@ class Explorer : public std::enable_shared_from_this<Explorer> {
   void icon(const std::string& id, IconStore::Completion completion) const;
 
  private:
-  [[nodiscard]] RequiredAPI observed(const std::shared_ptr<Tally>& tally) const;
-  [[nodiscard]] std::shared_ptr<VelloraService> service() const;
+  template <class T>
+  using Ask = Question<T> (Catalog::*)(const Keys& keys, const QuestionOptions& options) const;
+
+  /// Asks the catalogue, and calls `onAnswer` with the answer.
+  template <class T>
+  void ask(Ask<T> question, const std::vector<std::string>& keys,
+           std::function<void(const Answer<T>& answer)> onAnswer) const;
+  template <class T>
+  void askLayout(Ask<T> question, const std::string& name,
+                 std::function<void(LayoutAnswer<T>)> completion) const;
+
+  [[nodiscard]] std::shared_ptr<const Catalog> catalog() const;
 
   // Constant after construction.
   const RequiredAPI host_;
   const command::Arguments arguments_;
+  const std::shared_ptr<const hostkit::KnownSecrets> secrets_;
   const std::shared_ptr<ServerSwitch> reachable_ = std::make_shared<ServerSwitch>(true);
   const std::shared_ptr<Activity> activity_;
-  const std::shared_ptr<Tally> serviceTally_ = std::make_shared<Tally>();
   const std::shared_ptr<IconStore> icons_;
 
   mutable std::mutex mutex_;
-  std::shared_ptr<VelloraService> service_;
-  AnyCancellable states_;
+  std::shared_ptr<const Catalog> catalog_;
+  AnyCancellable readiness_;
 };
 
 }  // namespace vellora::explore

@@ -58,13 +58,18 @@ struct ShownPresentation {
 /// What a lookup brought, and where that came from: "cache", "network" or "nowhere".
 struct PresentationAnswer {
   std::string source;
-  std::optional<std::string> failure;  ///< why the server did not answer, where it was asked
+  std::optional<std::string> failure;  ///< what keeps it from being fuller or fresher
   std::map<std::string, ShownPresentation> presentations;
+
+  /// Why other names have none; absent when there is no such name. The server doesn't know those that are in
+  /// neither.
+  std::optional<std::map<std::string, std::string>> missing;
 
   static constexpr auto fields() {
     return std::tuple(json::field("source", &PresentationAnswer::source),
                       json::field("failure", &PresentationAnswer::failure),
-                      json::field("presentations", &PresentationAnswer::presentations));
+                      json::field("presentations", &PresentationAnswer::presentations),
+                      json::field("missing", &PresentationAnswer::missing));
   }
 };
 

@@ -28,18 +28,13 @@ std::string textOf(const std::optional<RowFilter>& filter) {
 
 class ObservedTable final : public CacheTable {
  public:
-  ObservedTable(std::shared_ptr<CacheTable> next, std::string key, std::shared_ptr<Activity> activity,
-                std::shared_ptr<Tally> tally)
-      : next_(std::move(next)),
-        key_(std::move(key)),
-        activity_(std::move(activity)),
-        tally_(std::move(tally)) {}
+  ObservedTable(std::shared_ptr<CacheTable> next, std::string key, std::shared_ptr<Activity> activity)
+      : next_(std::move(next)), key_(std::move(key)), activity_(std::move(activity)) {}
 
   [[nodiscard]] std::vector<Data> load(const Query& query) override {
     auto rows = next_->load(query);
     std::size_t bytes = 0;
     for (const auto& row : rows) bytes += row.size();
-    if (!rows.empty()) tally_->noteHit();
     activity_->noteCache(described(textOf(query.filter())), rows.empty() ? "miss" : "hit", bytes);
     return rows;
   }
@@ -60,18 +55,15 @@ class ObservedTable final : public CacheTable {
   const std::shared_ptr<CacheTable> next_;
   const std::string key_;
   const std::shared_ptr<Activity> activity_;
-  const std::shared_ptr<Tally> tally_;
 };
 
 }  // namespace
 
-ObservedCache::ObservedCache(std::shared_ptr<CorvaneSDK::Cache> next, std::shared_ptr<Activity> activity,
-                             std::shared_ptr<Tally> tally)
-    : next_(std::move(next)), activity_(std::move(activity)), tally_(std::move(tally)) {}
+ObservedCache::ObservedCache(std::shared_ptr<CorvaneSDK::Cache> next, std::shared_ptr<Activity> activity)
+    : next_(std::move(next)), activity_(std::move(activity)) {}
 
 std::optional<Data> ObservedCache::load(const std::string& key) {
   auto blob = next_->load(key);
-  if (blob) tally_->noteHit();
   activity_->noteCache(key, blob ? "hit" : "miss", blob ? blob->size() : 0);
   return blob;
 }
@@ -89,11 +81,11 @@ bool ObservedCache::remove(const std::string& key) {
 std::shared_ptr<CacheTable> ObservedCache::openTable(const std::string& tableKey) {
   auto opened = next_->openTable(tableKey);
   if (!opened) return nullptr;
-  return std::make_shared<ObservedTable>(std::move(opened), tableKey, activity_, tally_);
+  return std::make_shared<ObservedTable>(std::move(opened), tableKey, activity_);
 }
 
 std::shared_ptr<CacheTable> ObservedCache::createTable(const CorvaneSDK::Table& table) {
-  return std::make_shared<ObservedTable>(next_->createTable(table), table.key(), activity_, tally_);
+  return std::make_shared<ObservedTable>(next_->createTable(table), table.key(), activity_);
 }
 
 }  // namespace vellora::explore

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "apps/vellora/explore/Activity.h"
-#include "apps/vellora/explore/Tally.h"
 #include "vellora/Host/Cache.h"
 
 namespace vellora::explore {
@@ -18,8 +17,7 @@ namespace vellora::explore {
 /// Threads: as safe as the other cache.
 class ObservedCache final : public CorvaneSDK::Cache {
  public:
-  ObservedCache(std::shared_ptr<CorvaneSDK::Cache> next, std::shared_ptr<Activity> activity,
-                std::shared_ptr<Tally> tally);
+  ObservedCache(std::shared_ptr<CorvaneSDK::Cache> next, std::shared_ptr<Activity> activity);
 
   [[nodiscard]] std::optional<Data> load(const std::string& key) override;
   bool save(const Data& data, const std::string& key) override;
@@ -30,7 +28,6 @@ class ObservedCache final : public CorvaneSDK::Cache {
  private:
   const std::shared_ptr<CorvaneSDK::Cache> next_;
   const std::shared_ptr<Activity> activity_;
-  const std::shared_ptr<Tally> tally_;
 };
 
 }  // namespace vellora::explore

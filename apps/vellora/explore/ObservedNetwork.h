@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "apps/vellora/explore/Activity.h"
-#include "apps/vellora/explore/Tally.h"
 #include "vellora/Host/Network.h"
 
 namespace vellora::explore {
@@ -28,7 +27,7 @@ struct ServerTakenAway {
 class ObservedNetwork final : public CorvaneSDK::Network {
  public:
   ObservedNetwork(std::shared_ptr<CorvaneSDK::Network> next, std::shared_ptr<const ServerSwitch> reachable,
-                  std::shared_ptr<Activity> activity, std::shared_ptr<Tally> tally);
+                  std::shared_ptr<Activity> activity);
 
   void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override;
 
@@ -36,7 +35,6 @@ class ObservedNetwork final : public CorvaneSDK::Network {
   const std::shared_ptr<CorvaneSDK::Network> next_;
   const std::shared_ptr<const ServerSwitch> reachable_;
   const std::shared_ptr<Activity> activity_;
-  const std::shared_ptr<Tally> tally_;
 };
 
 }  // namespace vellora::explore

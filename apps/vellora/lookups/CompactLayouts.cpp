@@ -1,10 +1,6 @@
 #include "apps/vellora/lookups/CompactLayouts.h"
 
-#include <utility>
-
 #include "apps/vellora/command/TextTable.h"
-#include "apps/vellora/lookups/ByObjectType.h"
-#include "vellora/DataServices/CompactLayoutDataService.h"
 
 namespace vellora::command {
 
@@ -36,15 +32,8 @@ std::string textOf(const std::map<std::string, ObjectCompactLayoutInfo>& layouts
 
 }  // namespace
 
-Lookup<ObjectCompactLayoutInfo> compactLayouts(const Arguments& arguments, const Session& session) {
-  const auto service = std::make_shared<CompactLayoutDataService>(session.api(), arguments.cacheTimeout);
-  const auto start = [service](const std::vector<std::string>& names, auto completion) {
-    service->compactLayoutForApiName(
-        names, [completion = std::move(completion)](const auto& layouts, const auto&) {
-          completion(layouts ? std::optional(byObjectType(*layouts)) : std::nullopt);
-        });
-  };
-  return {"compact layout", start, textOf};
+Lookup<ObjectCompactLayoutInfo> compactLayouts() {
+  return {"compact layout", &Catalog::headlines, textOf};
 }
 
 }  // namespace vellora::command

@@ -5,9 +5,7 @@
 
 namespace vellora::command {
 
-/// `vellora compact-layouts`: asks the compact layout service alone, so that the server sees two requests at
-/// most.
-[[nodiscard]] Lookup<ObjectCompactLayoutInfo> compactLayouts(const Arguments& arguments,
-                                                             const Session& session);
+/// `vellora compact-layouts`: needs no list, so that the server sees two requests, or two for 8 kB of names.
+[[nodiscard]] Lookup<ObjectCompactLayoutInfo> compactLayouts();
 
 }  // namespace vellora::command

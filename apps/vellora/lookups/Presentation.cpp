@@ -1,10 +1,6 @@
 #include "apps/vellora/lookups/Presentation.h"
 
-#include <utility>
-
 #include "apps/vellora/command/TextTable.h"
-#include "hostkit/StandardPlatformAPI.h"
-#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 
 namespace vellora::command {
 
@@ -32,42 +28,12 @@ std::string textOf(const std::map<std::string, ObjectPresentationInfo>& infos, c
 
 }  // namespace
 
-std::shared_ptr<VelloraService> openService(const Arguments& arguments, const Session& session) {
-  return openService(arguments, session.api());
+Lookup<ObjectPresentationInfo> presentationForIds() {
+  return {"object type", &Catalog::records, textOf, /*isNullWhenItFails=*/true};
 }
 
-std::shared_ptr<VelloraService> openService(const Arguments& arguments, const RequiredAPI& api) {
-  return std::make_shared<VelloraService>(
-      std::make_shared<hostkit::StandardPlatformAPI>(api.network, api.cache, api.logger),
-      arguments.cacheTimeout, arguments.theme,
-      std::make_shared<SerialDispatchQueue>(std::string(VelloraService::Constants::queueLabel),
-                                            DispatchQoS::userInitiated));
-}
-
-Lookup<ObjectPresentationInfo> presentationForIds(const Arguments& arguments, const Session& session) {
-  const auto start = [service = openService(arguments, session)](const auto& ids, auto completion) {
-    service->objectPresentationInfoForIds(ids, std::move(completion));
-  };
-  // The lookup is silent when a step fails, but says in the log that it is over.
-  return {"object type", start, textOf, "objectPresentationInfoForIdsOnceLoaded(_:completion:)"};
-}
-
-void onceLoaded(const std::shared_ptr<VelloraService>& service, std::function<void(VelloraService&)> action) {
-  service->primerStateStream()
-      .first([](const VelloraService::State& state) { return state != VelloraService::State::isLoading(); })
-      .sink([weak = std::weak_ptr(service), action = std::move(action)](const auto&) {
-        if (const auto loaded = weak.lock()) action(*loaded);
-      })
-      .detach();
-}
-
-Lookup<ObjectPresentationInfo> presentationForNames(const Arguments& arguments, const Session& session) {
-  const auto start = [service = openService(arguments, session)](const auto& names, auto completion) {
-    onceLoaded(service, [names, completion = std::move(completion)](VelloraService& loaded) {
-      loaded.objectPresentationInfoForApiNames(names, completion);
-    });
-  };
-  return {"object type", start, textOf};
+Lookup<ObjectPresentationInfo> presentationForNames() {
+  return {"object type", &Catalog::types, textOf};
 }
 
 }  // namespace vellora::command

@@ -1,10 +1,6 @@
 #include "apps/vellora/lookups/SearchLayouts.h"
 
-#include <utility>
-
 #include "apps/vellora/command/TextTable.h"
-#include "apps/vellora/lookups/ByObjectType.h"
-#include "vellora/DataServices/LayoutDataService.h"
 
 namespace vellora::command {
 
@@ -28,14 +24,8 @@ std::string textOfAll(const std::map<std::string, ObjectLayoutInfo>& layouts, co
 
 }  // namespace
 
-Lookup<ObjectLayoutInfo> searchLayouts(const Arguments& arguments, const Session& session) {
-  const auto service = std::make_shared<LayoutDataService>(session.api(), arguments.cacheTimeout);
-  const auto start = [service](const std::vector<std::string>& names, auto completion) {
-    service->layoutForApiName(names, [completion = std::move(completion)](const auto& layouts, const auto&) {
-      completion(layouts ? std::optional(byObjectType(*layouts)) : std::nullopt);
-    });
-  };
-  return {"search layout", start, textOfAll};
+Lookup<ObjectLayoutInfo> searchLayouts() {
+  return {"search layout", &Catalog::searchColumns, textOfAll};
 }
 
 }  // namespace vellora::command

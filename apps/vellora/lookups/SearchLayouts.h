@@ -5,8 +5,7 @@
 
 namespace vellora::command {
 
-/// `vellora search-layouts`: asks the search layout service alone, so that the server sees one request at
-/// most.
-[[nodiscard]] Lookup<ObjectLayoutInfo> searchLayouts(const Arguments& arguments, const Session& session);
+/// `vellora search-layouts`: needs no list, so that the server sees one request, or one for 8 kB of names.
+[[nodiscard]] Lookup<ObjectLayoutInfo> searchLayouts();
 
 }  // namespace vellora::command

@@ -4,27 +4,26 @@
 
 #include <cmath>
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <tuple>
 
-#include "apps/vellora/command/Awaited.h"
+#include "apps/vellora/command/CommandCatalog.h"
 #include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Output.h"
+#include "apps/vellora/command/Reason.h"
 #include "apps/vellora/command/TextTable.h"
 #include "apps/vellora/lookups/CacheStatus.h"
-#include "apps/vellora/lookups/Presentation.h"
-#include "apps/vellora/lookups/PrimerState.h"
+#include "apps/vellora/lookups/ReadinessName.h"
+#include "vellora/Catalog/Catalog.h"
+#include "vellora/Catalog/Readiness.h"
 #include "vellora/Platform/Json/Json.h"
 
 namespace vellora::command {
 
 namespace {
-
-using State = VelloraService::State;
 
 struct Status {
   std::string state;
@@ -55,48 +54,53 @@ std::string tableOf(const Status& status) {
   return table.text("");
 }
 
-void showProgress(const State& state) {
-  if (::isatty(STDERR_FILENO) == 1) std::cerr << "vellora: " + printable(state.description()) + '\n';
+void showProgress(const Readiness& readiness) {
+  if (::isatty(STDERR_FILENO) != 1) return;
+  std::cerr << "vellora: " + std::string(nameOf(readiness.readinessCase())) + '\n';
 }
 
-ExitCode judge(const State& state, const Arguments& arguments, const Session& session) {
-  if (state == State::loaded()) return ExitCode::answered;
+std::string behind(const std::optional<std::string>& text) {
+  return text ? "; " + *text : std::string();
+}
+
+ExitCode judge(const Status& status, const Readiness& readiness, const Arguments& arguments,
+               const Session& session) {
+  if (readiness.readinessCase() == Readiness::Case::ready) return ExitCode::answered;
   std::ostringstream what;
-  if (state == State::isLoading()) {
-    what << "still loading after " << arguments.wait << " s; give it longer with --wait SECONDS";
+  if (status.error) {
+    what << "loading failed: " << *status.error << behind(session.cacheFailure());
   } else {
-    what << "loading failed: " << session.failure().value_or(state.error()->localizedDescription());
+    what << "still loading after " << arguments.wait << " s" << behind(session.cacheFailure())
+         << "; give it longer with --wait SECONDS";
   }
   return complain({ExitCode::requestFailed, what.str()});
 }
 
-Status statusOf(const State& state, const VelloraService& service, const Arguments& arguments,
-                const Session& session) {
+Status statusOf(const Readiness& readiness, const Arguments& arguments, const Session& session) {
   auto& cache = *session.api().cache;
-  Status status{.state = std::string(nameOf(state.stateCase())),
-                .primedAndCached = service.primedAndCached(),
+  Status status{.state = std::string(nameOf(readiness.readinessCase())),
                 .themes = themesStatus(cache, arguments.cacheTimeout),
                 .sObjects = sObjectsStatus(cache, arguments.cacheTimeout)};
-  if (state.error() != nullptr) status.error = state.error()->localizedDescription();
+  const bool isReady = readiness.readinessCase() == Readiness::Case::ready;
+  status.primedAndCached = isReady && status.themes.fresh && status.sObjects.fresh;
+  if (readiness.failure() != nullptr)
+    status.error = session.secrets()->cleaned(reasonOf(*readiness.failure()));
   return status;
 }
 
 }  // namespace
 
 ExitCode showStatus(const Arguments& arguments, const Session& session) {
-  const auto service = openService(arguments, session);
-  const auto settled = std::make_shared<Awaited<State>>();
-  const auto token = service->primerStateStream().sink([settled](const State& state) {
-    showProgress(state);
-    if (state != State::isLoading()) settled->set(state);
-  });
-  static_cast<void>(settled->waitFor(arguments.wait));
-  session.settle();
+  const CommandCatalog catalog(arguments, session.api());
+  showProgress(catalog->readiness());
+  // Any question that needs both lists has them loaded.
+  static_cast<void>(catalog->allTypes({}, questionOptions(arguments)).get());
+  const Readiness readiness = catalog->readiness();
+  if (readiness.readinessCase() != Readiness::Case::loading) showProgress(readiness);
 
-  const State state = service->primerState();
-  const Status status = statusOf(state, *service, arguments, session);
+  const Status status = statusOf(readiness, arguments, session);
   const ExitCode printed = arguments.json ? printJson(encode(status)) : printText(tableOf(status));
-  return printed != ExitCode::answered ? printed : judge(state, arguments, session);
+  return printed != ExitCode::answered ? printed : judge(status, readiness, arguments, session);
 }
 
 }  // namespace vellora::command

@@ -6,8 +6,8 @@
 
 namespace vellora::command {
 
-/// `vellora status`: constructs the façade, shows its states as they change where somebody looks, and tells
-/// how it ended and how old the caches are.
+/// `vellora status`: has a catalogue load what is not fresh, shows how far that got where somebody looks, and
+/// tells how it ended and how old the caches are.
 [[nodiscard]] ExitCode showStatus(const Arguments& arguments, const Session& session);
 
 }  // namespace vellora::command

@@ -122,7 +122,7 @@ TEST_F(SecretsTest, TheTokenSentBackInAnyFormIsInNoLogLine) {
     const auto ended = lookUp({"ids", "001000000000001"});
     EXPECT_EQ(ended.exitCode, 0) << ended.err;
     EXPECT_FALSE(canary.isIn(ended.err)) << ended.err;
-    EXPECT_THAT(log(), HasSubstr("themes(for:): name: [token]"));
+    EXPECT_THAT(log(), HasSubstr("sObjectForName(_:), name: [token]"));
     EXPECT_FALSE(canary.isIn(log())) << log();
     std::filesystem::remove(folder.file("log"));
     std::filesystem::remove(folder.file("cache.sqlite"));

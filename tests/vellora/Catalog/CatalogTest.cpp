@@ -36,6 +36,20 @@ TEST_F(CatalogTest, LoadsBothListsAtOnceAndSaysWhenTheyAreThere) {
   EXPECT_EQ(timer->pending(), 0U) << "nothing is left of the load";
 }
 
+TEST_F(CatalogTest, LoadsNothingBeforeAQuestionNeedsItWhenToldSo) {
+  const std::string columnsUrl = "/services/data/v50.0/search/layout?q=Account";
+  network->answer(columnsUrl, StubNetwork::body("[]"));
+  catalog.emplace(std::make_shared<hostkit::StandardPlatformAPI>(network, cache, logger),
+                  CatalogOptions{.answersOn = queue, .timer = timer, .loadsAtOnce = false});
+  runAll();
+  EXPECT_EQ(catalog->readiness().text(), "loading");
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  EXPECT_THAT(network->urls(), ElementsAre(columnsUrl)) << "layouts need no list";
+  static_cast<void>(answered(catalog->types({"Account"})));
+  EXPECT_EQ(catalog->readiness().text(), "ready");
+  EXPECT_EQ(network->count(), 3U);
+}
+
 TEST_F(CatalogTest, AFreshCacheIsReadyWithoutARequest) {
   constructAndLoad();
   constructAndLoad();

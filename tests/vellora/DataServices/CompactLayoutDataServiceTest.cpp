@@ -83,6 +83,16 @@ TEST_F(CompactLayoutDataServiceTest,
                                  updated + R"(Account compactLayout(s) - ["User": "Name"])"));
 }
 
+TEST_F(CompactLayoutDataServiceTest, WhatEachLayoutDownloadsIsCachedBeforeItIsYielded) {
+  serveAccount();
+  bool wasCached = false;
+  const auto token = service->eachLayout({"Account"}, Source::cacheFirst).sink([&](const auto& found) {
+    EXPECT_TRUE(found.value);
+    wasCached = isCached("Account");
+  });
+  EXPECT_TRUE(wasCached);
+}
+
 TEST_F(CompactLayoutDataServiceTest, TheCallerIsAnsweredBeforeAnythingIsCached) {
   network->answer(layoutsUrl("Account,Contact"), layouts(account + "," + contact));
   network->answer(namesUrl("'User'"), StubNetwork::body(userName));

@@ -139,6 +139,16 @@ TEST_F(LayoutDataServiceTest, MissingLayoutsAreFetchedInOneRequestAndCachedAfter
             R"({"objectLayoutInfo":{"objectType":"Account","searchColumns":[]},"downloadedTime":721692800})");
 }
 
+TEST_F(LayoutDataServiceTest, WhatEachLayoutDownloadsIsCachedBeforeItIsYielded) {
+  network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]"));
+  bool wasCached = false;
+  const auto token = service->eachLayout({"Account"}, Source::cacheFirst).sink([&](const auto& found) {
+    EXPECT_TRUE(found.value);
+    wasCached = cache->load("OPS_Layout_Account").has_value();
+  });
+  EXPECT_TRUE(wasCached);
+}
+
 TEST_F(LayoutDataServiceTest, ALayoutsAgeCountsFromItsArrivalNotFromTheLookup) {
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]").held());
   service->layoutForApiName({"Account"}, nullptr);

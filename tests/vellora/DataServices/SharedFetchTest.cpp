@@ -28,12 +28,14 @@ class Patient final : public Requester {
   [[nodiscard]] std::optional<TimedQueue::Delay> pauseAfter(int attempt, const Error&) override {
     return attempt < 3 ? std::optional<TimedQueue::Delay>(1s) : std::nullopt;
   }
+  [[nodiscard]] CallbackGate& writes() const override { return writes_; }
   [[nodiscard]] const std::shared_ptr<TimedQueue>& timer() const override { return timer_; }
 
   int servings = 0;
 
  private:
   const std::shared_ptr<TimedQueue> timer_;
+  mutable CallbackGate writes_;
 };
 
 class SharedFetchTest : public testing::Test {

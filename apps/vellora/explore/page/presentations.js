@@ -33,8 +33,8 @@ async function ask(batch, show, fail) {
         const presentation = answer.presentations[name];
         presentations.set(name, presentation);
         show(name, presentation);
-      } else if (answer.failure !== undefined) {
-        fail(name, answer.failure);
+      } else if (Object.hasOwn(answer.missing ?? {}, name)) {
+        fail(name, answer.missing[name]);
       }
     }
   } catch (error) {

@@ -61,6 +61,19 @@ TEST_F(LockedCacheTest, KeysThatAreMissingBecauseOfItAreExitCodeSevenWithTheReas
   EXPECT_EQ(run({"ids", "001000000000009"}).exitCode, 0);
 }
 
+TEST_F(LockedCacheTest, AWaitThatRunsOutTellsTheCachesReasonToo) {
+  ASSERT_EQ(run({"names", "Account"}).exitCode, 0);  // so that both lists are cached
+  server->setFault("/services/data/v50.0/query", Fault::never());
+  RawDatabase other(cacheFile);
+  other.run("BEGIN IMMEDIATE");
+  const auto ended = run({"--wait", "3", "ids", "00B000000000001"});
+  EXPECT_EQ(ended.exitCode, 5);
+  EXPECT_EQ(
+      ended.err,
+      "vellora: no object type for 00B000000000001: no answer to /services/data/v50.0/query within 3 s; " +
+          reason() + "; give it longer with --wait SECONDS\n");
+}
+
 TEST_F(LockedCacheTest, WhatIsAnsweredAllTheSameIsAnswered) {
   RawDatabase other(cacheFile);
   other.run("BEGIN IMMEDIATE");

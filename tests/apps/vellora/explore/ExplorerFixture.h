@@ -31,13 +31,14 @@ inline constexpr const char* scriptedSearchLayouts = R"json([{"objectType":"Acco
 inline constexpr const char* scriptedCompactLayouts = R"json({"Account":{"objectType":"Account",
   "layoutFields":[{"apiName":"Name","fieldType":"string","label":"Name","htmlFormatted":false}]}})json";
 
-/// An explorer of a server that is scripted: two types, one with layouts and with icons of all kinds.
+/// An explorer of a server that is scripted: two types, one with layouts and with icons of all kinds. Its
+/// lists are held until somebody looks a presentation up.
 class ExplorerFixture : public testing::Test {
  protected:
   ExplorerFixture() {
     using testkit::StubNetwork;
-    network->answer("/services/data/v50.0/sobjects", StubNetwork::body(scriptedTypes));
-    network->answer("/services/data/v50.0/theme", StubNetwork::body(scriptedThemes));
+    network->answer("/services/data/v50.0/sobjects", StubNetwork::body(scriptedTypes).held());
+    network->answer("/services/data/v50.0/theme", StubNetwork::body(scriptedThemes).held());
     network->answer("/services/data/v50.0/search/layout?q=Account", StubNetwork::body(scriptedSearchLayouts));
     network->answer("/services/data/v50.0/search/layout?q=Note", StubNetwork::body("[]"));
     network->answer("/services/data/v53.0/compactLayouts?q=Account",
@@ -61,12 +62,14 @@ class ExplorerFixture : public testing::Test {
     return promise->get_future().get();
   }
 
+  /// What is looked up of these types once the first load has ended.
   [[nodiscard]] PresentationAnswer presentations(const std::vector<std::string>& names) const {
+    EXPECT_TRUE(network->waitForRequests(2));
+    network->releaseAll();
     return answerOf<PresentationAnswer>(
         [&](auto completion) { explorer->presentations(names, std::move(completion)); });
   }
 
-  /// Presentations wait for the loading.
   void waitForPrefetch() const { static_cast<void>(presentations({"Account"})); }
 
   [[nodiscard]] SearchLayoutAnswer searchLayout(const std::string& name) const {

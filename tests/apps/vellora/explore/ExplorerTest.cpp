@@ -1,6 +1,10 @@
 #include "apps/vellora/explore/Explorer.h"
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
+#include <future>
+#include <memory>
 
 #include "tests/apps/vellora/explore/ExplorerFixture.h"
 
@@ -94,7 +98,10 @@ TEST_F(ExplorerTest, SaysWhyAnAnswerCannotBeUsed) {
   network->answer("/services/data/v50.0/search/layout?q=Account", testkit::StubNetwork::body("<html>"));
   const auto answer = searchLayout("Account");
   EXPECT_EQ(answer.source, "network");
-  EXPECT_EQ(answer.failure, "The operation could not be completed. (SObjectsDataServiceError.decoding)");
+  EXPECT_THAT(
+      answer.failure.value(),
+      testing::StartsWith("the answer of the server to /services/data/v50.0/search/layout cannot be used: "
+                          "not valid JSON at byte 0"));
 }
 
 TEST_F(ExplorerTest, AnswersFromTheCacheWithoutTheServerAndSendsNothing) {
@@ -134,10 +141,61 @@ TEST_F(ExplorerTest, NamesTheTableRowsThatLookupsRead) {
 }
 
 TEST_F(ExplorerTest, LooksAtItsOwnStateWithoutATrace) {
-  waitForPrefetch();
-  const auto before = explorer->state(0).entries.size();
+  ASSERT_TRUE(network->waitForRequests(2));  // whose answers are held: the load is done with the cache
+  const auto before = linesFrom("cache");
+  EXPECT_FALSE(before.empty());
   static_cast<void>(explorer->types());
-  EXPECT_EQ(explorer->state(0).entries.size(), before);
+  EXPECT_EQ(linesFrom("cache"), before);
+}
+
+TEST_F(ExplorerTest, SaysWhyAPresentationIsMissingOfANameThatCannotBeAsked) {
+  const std::string endless(3000, 'x');
+  const auto answer = presentations({"Account", "Unknown", endless});
+  EXPECT_EQ(answer.presentations.size(), 1U);
+  EXPECT_EQ(answer.missing, (std::map<std::string, std::string>{{endless, "The key is too long."}}));
+  EXPECT_FALSE(presentations({"Account", "Unknown"}).missing) << "what is unknown needs no reason";
+}
+
+TEST_F(ExplorerTest, SaysWhyPresentationsAreMissingWhenTheListsCannotBeFetched) {
+  using testkit::StubNetwork;
+  const auto down = std::make_shared<StubNetwork>();
+  const auto refusal = StubNetwork::failure(ServerTakenAway());
+  for (const auto* url : {"/services/data/v50.0/sobjects", "/services/data/v50.0/theme"})
+    down->answer(url, {StubNetwork::failure(ServerTakenAway()).held(), refusal});
+  explorer =
+      std::make_shared<Explorer>(RequiredAPI{down, std::make_shared<hostkit::MemoryCache>(), host.logger},
+                                 arguments(), IconSource{icons, "icon-key"}, secrets);
+  ASSERT_TRUE(down->waitForRequests(2));
+  down->releaseAll();
+  const auto answer = presentations({"Account"});
+  EXPECT_EQ(answer.source, "nowhere");
+  EXPECT_EQ(answer.failure, ServerTakenAway::localizedDescription());
+  EXPECT_EQ(answer.missing,
+            (std::map<std::string, std::string>{{"Account", ServerTakenAway::localizedDescription()}}));
+  EXPECT_EQ(explorer->state(0).prefetch, "failed");
+  EXPECT_EQ(explorer->state(0).error, ServerTakenAway::localizedDescription());
+  EXPECT_EQ(linesFrom("prefetch").back(), "prefetch failed: " + ServerTakenAway::localizedDescription());
+}
+
+TEST_F(ExplorerTest, AQuestionIsAnsweredThoughAnotherCatalogueHasTakenTheOnesPlace) {
+  const std::string url = "/services/data/v50.0/search/layout?q=Account";
+  network->answer(url, testkit::StubNetwork::body(scriptedSearchLayouts).held());
+  std::promise<SearchLayoutAnswer> answer;
+  explorer->searchLayout("Account", [&](SearchLayoutAnswer found) { answer.set_value(std::move(found)); });
+  ASSERT_TRUE(network->waitForRequests(3));  // with those for the lists
+  explorer->startAgain();
+  network->release(url);
+  EXPECT_TRUE(answer.get_future().get().layout);
+}
+
+TEST_F(ExplorerTest, ALookupWithoutAnAnswerEndsWithTheWait) {
+  network->answer("/services/data/v50.0/search/layout?q=Account", testkit::StubNetwork::never());
+  auto impatient = arguments();
+  impatient.wait = 0.05;
+  explorer = std::make_shared<Explorer>(host, impatient, IconSource{icons, "icon-key"}, secrets);
+  const auto answer = searchLayout("Account");
+  EXPECT_EQ(answer.source, "nowhere");
+  EXPECT_EQ(answer.failure, "timed out");
 }
 
 TEST_F(ExplorerTest, KeepsIconsThatItFetchedForTheTimeWithoutTheServer) {

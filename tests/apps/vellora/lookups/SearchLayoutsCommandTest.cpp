@@ -8,6 +8,7 @@
 namespace vellora::command {
 namespace {
 
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -86,6 +87,24 @@ TEST_F(SearchLayoutsCommandTest, AnUnknownNameIsExitCodeThree) {
   EXPECT_EQ(ended.err, "vellora: no search layout for Nonsense: the server has none\n");
 }
 
+TEST_F(SearchLayoutsCommandTest, ANameWithACommaWouldBeTwoAndIsNotAsked) {
+  const auto ended = run({"--json", "search-layouts", "Account", "Case,Contact"});
+  EXPECT_EQ(ended.exitCode, 3);
+  EXPECT_THAT(ended.out, StartsWith(R"({"Account":)"));
+  EXPECT_EQ(ended.err, "vellora: no search layout for Case,Contact: not asked: The name holds a comma.\n");
+  EXPECT_THAT(server->requests(), ElementsAre("GET /services/data/v50.0/search/layout?q=Account"));
+}
+
+TEST_F(SearchLayoutsCommandTest, ThousandsOfNamesGoOutInRequestsThatServersTake) {
+  for (int i = 0; i < 2'000; ++i) options.input += "Unheard_of" + std::to_string(i) + "\n";
+  options.input += "Account\n";
+  const auto ended = run({"--json", "search-layouts", "-"});
+  EXPECT_EQ(ended.exitCode, 3);
+  EXPECT_THAT(ended.out, StartsWith(R"({"Account":)"));
+  EXPECT_GT(server->requests().size(), 1U);
+  for (const auto& request : server->requests()) EXPECT_LE(request.size(), 8192U + 4U);
+}
+
 TEST_F(SearchLayoutsCommandTest, NamesTenMissingKeysAndCountsTheRest) {
   const auto ended = run({"search-layouts", "A", "B", "C", "D", "E", "F", "G", "H", "I", "J", "K", "L"});
   EXPECT_EQ(ended.exitCode, 3);
@@ -128,8 +147,9 @@ TEST_F(SearchLayoutsCommandTest, AnAnswerThatIsNotALayoutListIsExitCodeFiveWithT
     EXPECT_EQ(ended.exitCode, 5);
     EXPECT_EQ(ended.out, "");
     EXPECT_THAT(ended.err, StartsWith("vellora: no search layout for Account: the answer of the server to "
-                                      "/services/data/v50.0/search/layout (status "));
-    EXPECT_THAT(ended.err, HasSubstr("Failed to decode: "));
+                                      "/services/data/v50.0/search/layout cannot be used: "));
+    EXPECT_THAT(ended.err,
+                ContainsRegex("not valid JSON at byte 0|expected an? .* at \\$|missing key .* at \\$"));
   }
 }
 

@@ -1,0 +1,68 @@
+#include "apps/vellora/command/RequestsUnderWay.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <optional>
+#include <string>
+
+namespace vellora::command {
+namespace {
+
+class RequestsUnderWayTest : public testing::Test {
+ protected:
+  static RequestReport reportOf(const std::string& path) {
+    RequestReport report;
+    report.path = path;
+    return report;
+  }
+
+  void send(const std::string& path) { requests.requestSent(reportOf(path)); }
+  void answer(const std::string& path) { requests.requestEnded(reportOf(path)); }
+  void endQuestion() { requests.questionEnded({}); }
+
+  RequestsUnderWay requests;
+};
+
+TEST_F(RequestsUnderWayTest, TheOldestRequestWithoutAnAnswerIsTold) {
+  send("/first");
+  send("/second");
+  send("/third");
+  answer("/first");
+  endQuestion();
+  EXPECT_EQ(requests.oldest(), "/second");
+}
+
+TEST_F(RequestsUnderWayTest, OfTwoRequestsToOnePathEachNeedsItsAnswer) {
+  send("/same");
+  send("/same");
+  answer("/same");
+  endQuestion();
+  EXPECT_EQ(requests.oldest(), "/same");
+}
+
+TEST_F(RequestsUnderWayTest, WhenAllAreAnsweredThereIsNone) {
+  send("/same");
+  send("/same");
+  answer("/same");
+  answer("/same");
+  endQuestion();
+  EXPECT_EQ(requests.oldest(), std::nullopt);
+}
+
+TEST_F(RequestsUnderWayTest, AnAnswerBehindTheEndOfTheQuestionComesTooLate) {
+  send("/late");
+  endQuestion();
+  answer("/late");
+  EXPECT_EQ(requests.oldest(), "/late");
+}
+
+TEST_F(RequestsUnderWayTest, WaitsForTheReportsBeforeTheEndOfTheQuestion) {
+  auto oldest = std::async(std::launch::async, [this] { return requests.oldest(); });
+  send("/one");
+  endQuestion();
+  EXPECT_EQ(oldest.get(), "/one");
+}
+
+}  // namespace
+}  // namespace vellora::command
