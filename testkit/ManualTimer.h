@@ -38,7 +38,7 @@ class VELLORA_EXPORT ManualTimer final : public TimedQueue {
   [[nodiscard]] std::size_t pending() const;
 
   /// How much time has passed.
-  [[nodiscard]] Delay time() const;
+  [[nodiscard]] Delay time() const override;
 
  private:
   class Schedule;
