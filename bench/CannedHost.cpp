@@ -61,9 +61,11 @@ std::shared_ptr<CorvaneSDK::Cache> freshCache(Medium medium, const tests::Tempor
 CannedHost::CannedHost(Medium medium, std::size_t types)
     : cache_(freshCache(medium, folder_)),
       types_(json::decode<SObjectsResponse>(generatedData(types).objectList()).value().sObjects),
-      service_(startedService(std::make_shared<hostkit::StandardPlatformAPI>(
-          std::make_shared<CannedNetwork>(types), cache_, logger_))) {
-  if (waitUntilLoaded(*service_)) return;
+      host_(std::make_shared<hostkit::StandardPlatformAPI>(std::make_shared<CannedNetwork>(types), cache_,
+                                                           logger_)),
+      service_(startedService(host_)) {
+  if (waitUntilLoaded(*service_)) catalog_ = std::make_unique<Catalog>(host_);
+  if (catalog_ && catalog_->allTypes().get().end == End::answered) return;
   std::cerr << "The canned lists were not loaded.\n";
   std::exit(1);
 }
@@ -94,6 +96,10 @@ std::size_t CannedHost::lookUpIds(const std::vector<std::string>& ids) const {
 
 std::size_t CannedHost::lookUpNames(const std::vector<std::string>& names) const {
   return waitFor([&](auto completion) { service_->objectPresentationInfoForApiNames(names, completion); });
+}
+
+std::size_t CannedHost::askRecords(const std::vector<std::string>& ids) const {
+  return catalog_->records(ids).get().found.size();
 }
 
 }  // namespace vellora::bench

@@ -14,6 +14,7 @@ void addCachedLayouts(Suite& suite);
 void addColdStartMemory(Suite& suite);
 void addLibrarySize(Suite& suite);
 void addWarmLookups(Suite& suite);
+void addWarmQuestions(Suite& suite);
 void addFirstLookups(Suite& suite);
 void addManyRequests(Suite& suite);
 void addTableSizes(Suite& suite);

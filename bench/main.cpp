@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
   addColdStartMemory(suite);
   addLibrarySize(suite);
   addWarmLookups(suite);
+  addWarmQuestions(suite);
   addFirstLookups(suite);
   addManyRequests(suite);
   addTableSizes(suite);

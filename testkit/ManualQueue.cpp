@@ -7,6 +7,7 @@ namespace vellora::testkit {
 void ManualQueue::async(Work work) {
   const std::lock_guard lock(mutex_);
   work_.push_back(std::move(work));
+  submitted_.notify_all();
 }
 
 bool ManualQueue::runsHere() const {
@@ -39,6 +40,15 @@ std::size_t ManualQueue::runAll() {
 std::size_t ManualQueue::pending() const {
   const std::lock_guard lock(mutex_);
   return work_.size();
+}
+
+bool ManualQueue::runUntil(const std::function<bool()>& isDone, std::chrono::milliseconds limit) {
+  while (!isDone()) {
+    if (runNext()) continue;
+    std::unique_lock lock(mutex_);
+    if (!submitted_.wait_for(lock, limit, [this] { return !work_.empty(); })) return false;
+  }
+  return true;
 }
 
 }  // namespace vellora::testkit

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -39,11 +42,17 @@ class VELLORA_EXPORT ManualQueue final : public DispatchQueue {
   /// submits itself again without end keeps it running for ever: use `runNext` for that.
   std::size_t runAll();
 
+  /// Runs work, also what other threads submit, until `isDone` holds after a piece of it or at first. False
+  /// when there was no work for as long as `limit`.
+  [[nodiscard]] bool runUntil(const std::function<bool()>& isDone,
+                              std::chrono::milliseconds limit = std::chrono::seconds(60));
+
   /// How many pieces of work wait.
   [[nodiscard]] std::size_t pending() const;
 
  private:
   mutable std::mutex mutex_;
+  std::condition_variable submitted_;
   std::deque<Work> work_;   // under mutex_
   std::thread::id runner_;  // under mutex_; of no thread while nothing runs
 };

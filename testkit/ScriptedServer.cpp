@@ -127,6 +127,7 @@ void ScriptedServer::replyBy(Responder responder) {
 }
 
 void ScriptedServer::push(std::string bytes) {
+  const std::lock_guard turn(pushing_);
   std::unique_lock lock(mutex_);
   toPush_ = std::move(bytes);
   require(::write(controlPipe_[1], "p", 1) == 1, "cannot push");

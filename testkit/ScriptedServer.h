@@ -30,8 +30,8 @@ namespace vellora::testkit {
 ///
 /// Ownership: owns its thread and its sockets; its destructor closes every connection.
 ///
-/// Threads: safe to use from several threads at once, except `push`: one thread at a time calls it, and no
-/// responder does.
+/// Threads: safe to use from several threads at once, but a responder must not call `push`, which would wait
+/// for itself.
 ///
 /// Errors: `std::runtime_error` from the constructor when the machine gives no socket, pipe or thread, and
 /// from `push` when it cannot wake the server.
@@ -126,6 +126,7 @@ class VELLORA_EXPORT ScriptedServer {
   int controlPipe_[2] = {-1, -1};  // a byte: there is something to push; closed: the end
   int port_ = 0;
 
+  std::mutex pushing_;  // held by who waits for what it pushes; before mutex_
   mutable std::mutex mutex_;
   mutable std::condition_variable requested_;
   // All below under mutex_.

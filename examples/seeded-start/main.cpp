@@ -3,6 +3,8 @@
 //
 //     seeded-start SERVER SEED-FILE CACHE-FILE RECORD-ID
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -11,6 +13,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "hostkit/StandardPlatformAPI.h"
 #include "hostkit/cache/CacheArchive.h"
@@ -36,10 +39,19 @@ bool seed(CorvaneSDK::Cache& cache, const std::string& seedFile) {
 }
 // [seed]
 
+// [ids]
+bool isRecordId(std::string_view id) {
+  const auto isLetterOrDigit = [](unsigned char c) { return c < 0x80 && std::isalnum(c) != 0; };
+  return (id.size() == 15 || id.size() == 18) && std::all_of(id.begin(), id.end(), isLetterOrDigit);
+}
+// [ids]
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 5) return std::cerr << "usage: seeded-start SERVER SEED-FILE CACHE-FILE RECORD-ID\n", 2;
+  if (argc != 5 || !isRecordId(argv[4])) {
+    return std::cerr << "usage: seeded-start SERVER SEED-FILE CACHE-FILE RECORD-ID\n", 2;
+  }
   const std::string recordId = argv[4];
 
   // [parts]

@@ -49,10 +49,13 @@ class ExamplesTest : public testing::Test {
   std::unique_ptr<RecordsServer> server;
 };
 
-TEST_F(ExamplesTest, EmbedTellsTheTypeOfARecord) {
+TEST_F(ExamplesTest, EmbedTellsTheTypeOfARecordOrWhyItCannot) {
   const auto ended = run(EMBED, {server->url(), record});
   EXPECT_EQ(ended.exitCode, 0) << ended.err;
-  EXPECT_EQ(ended.out, "001000000000009 is of type Account\n");
+  EXPECT_EQ(ended.out, "Account\n");
+  EXPECT_EQ(run(EMBED, {server->url(), "zzz"}).out, "zzz: unknown to the server\n");
+  EXPECT_EQ(run(EMBED, {"http://127.0.0.1:1", ""}).out, ": not asked: The key is empty.\n");
+  EXPECT_EQ(run(EMBED, {"no address", record}).exitCode, 1);
 }
 
 TEST_F(ExamplesTest, AskTellsOfEachRecordInEachOfTheThreeWaysAndWhileItWatches) {

@@ -45,6 +45,7 @@ Deliveries FaultRun::perform(const Operation& operation) {
 
 void FaultRun::release() {
   service_.reset();
+  alarmsLeft_ = timer_->pending();
   settle(true);
   host_->dropHeld();
   settle(true);
@@ -56,6 +57,8 @@ std::vector<std::string> FaultRun::leftovers() {
   if (host_->handlesOutside() != 0) left.emplace_back("a handle to the host");
   if (queues_.pending() + hostQueue_->pending() != 0) left.emplace_back("queued work");
   if (hostQueue_.use_count() != 1) left.emplace_back("a handle to the queue");
+  if (alarmsLeft_ != 0) left.emplace_back("a deadline");
+  if (timer_.use_count() != 1) left.emplace_back("a handle to the timer");
   return left;
 }
 
@@ -65,10 +68,11 @@ std::function<void(Delivery)> FaultRun::deliver() {
   };
 }
 
-/// Queues first, then the network, and last what is late: each only when nothing before it is left to do.
+/// Queues first, then the network, then what is late, and last the deadlines: each only when nothing before
+/// it is left to do.
 void FaultRun::settle(bool runsHostQueue) {
   const auto runQueues = [&] { return queues_.runAll() + (runsHostQueue ? hostQueue_->runAll() : 0) > 0; };
-  while (runQueues() || server_->answerNext() || host_->deliverLate() > 0) {
+  while (runQueues() || server_->answerNext() || host_->deliverLate() > 0 || timer_->advanceToNext()) {
   }
 }
 

@@ -24,7 +24,10 @@
 namespace vellora::faults {
 namespace {
 
+using testing::ContainsRegex;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testkit::faultsOf;
 using testkit::HostCall;
 using testkit::HostFault;
@@ -82,7 +85,15 @@ std::string rightAnswer(const std::string& operation, const std::string& state) 
       {"layoutForApiName", "Account = Account, Contact = Contact"},
       {"compactLayoutForApiName", "Account = Account with Owner.Name, Contact = Contact with Owner.Name"},
       {"qualifiedApiNameAsPublisher", "User = Name"},
+      {"records", "001a = Account, 00Bv = ListView of Contact, zzz = unknown"},
+      {"types", "Account = Account, Contact = Contact, Nonsense = unknown"},
+      {"allTypes", "Account = Account, Contact = Contact, ListView = ListView"},
+      {"searchColumns", "Account = Account, Contact = Contact"},
+      {"headlines", "Account = Account with Owner.Name, Contact = Contact with Owner.Name"},
+      {"refresh", ""},
   };
+  // Expired columns are served once more.
+  if (operation == "searchColumns" && state == "expired") return "old, " + answers.at(operation);
   // The service alone does not load the types, by whose prefixes ids are known.
   return operation == "sObjectsForIds" && state == "cold" ? "" : answers.at(operation);
 }
@@ -103,6 +114,16 @@ class FaultsTest : public testing::TestWithParam<std::string> {
     return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count() > 20;
   }
 
+  /// A question never stays silent, is never answered twice, and accounts for each key.
+  void expectEnded(const Trials::Trial& trial, const std::string& what) const {
+    if (!operation.isQuestion) return;
+    for (const auto& text : {trial.outcome.answer, trial.outcome.afterwards}) {
+      EXPECT_THAT(text, Not(HasSubstr("never"))) << what;
+      EXPECT_THAT(text, Not(HasSubstr(", then "))) << what;
+      EXPECT_THAT(text, Not(ContainsRegex("(^|, |same |anew )no "))) << what;
+    }
+  }
+
   const Operation& operation = operationNamed(GetParam());
 };
 
@@ -118,19 +139,21 @@ TEST_P(FaultsTest, WithoutFaultsAllIsWell) {
 }
 
 TEST_P(FaultsTest, EachFaultComesToWhatTheTableSays) {
+  std::size_t number = 0;
   std::size_t tried = 0;
   for (const auto& state : Trials::states()) {
     Trials trials(operation, state);
     const auto calls = trials.run({}).calls;
     const auto names = namesOf(calls);
     for (const auto& fault : faultsFrom(0, calls)) {
+      if (operation.isQuestion && tests::codeIsSlow && ++number % 3 != 0) continue;
       ++tried;
       const auto name = named(fault, names);
       const auto trial = trials.run({fault});
-      EXPECT_EQ(trial.outcome, table().expected(operation.name, state, name))
-          << operation.name << ", " << state << ", " << name.description();
-      EXPECT_THAT(trial.leftovers, IsEmpty())
-          << operation.name << ", " << state << ", " << name.description();
+      const auto what = operation.name + ", " + state + ", " + name.description();
+      EXPECT_EQ(trial.outcome, table().expected(operation.name, state, name)) << what;
+      EXPECT_THAT(trial.leftovers, IsEmpty()) << what;
+      expectEnded(trial, what);
       if (enough()) return;
     }
   }
@@ -158,6 +181,7 @@ TEST_P(FaultsTest, PairsOfFaultsComeToWhatTheirSinglesAndTheTableSay) {
           << what << " -> " << trial.outcome << ", but alone " << table().expected(operation.name, state, one)
           << " and " << table().expected(operation.name, state, other);
       EXPECT_THAT(trial.leftovers, IsEmpty()) << what;
+      expectEnded(trial, what);
     };
 
     const auto firsts = faultsFrom(0, trials.run({}).calls);

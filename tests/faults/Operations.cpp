@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "tests/faults/CatalogOperations.h"
 #include "vellora/DataServices/CompactLayoutDataService.h"
 #include "vellora/DataServices/LayoutDataService.h"
 #include "vellora/DataServices/SObjectsDataService.h"
@@ -229,9 +230,10 @@ std::vector<Operation> serviceOperations() {
 
 const std::vector<Operation>& operations() {
   static const std::vector<Operation> all = [] {
-    auto both = facadeOperations();
-    for (auto& operation : serviceOperations()) both.push_back(std::move(operation));
-    return both;
+    auto every = facadeOperations();
+    for (auto& operation : serviceOperations()) every.push_back(std::move(operation));
+    for (auto& operation : catalogOperations()) every.push_back(std::move(operation));
+    return every;
   }();
   return all;
 }

@@ -6,8 +6,8 @@
 
 namespace vellora::faults {
 
-/// Every lookup and load of the façade and the four data services. Those of the façade construct it; only
-/// `prefetch` and `ids` run its prefetch.
+/// Every lookup and load of the façade and the four data services, and every question of a catalogue. Those
+/// of the façade construct it; only `prefetch` and `ids` run its prefetch.
 [[nodiscard]] const std::vector<Operation>& operations();
 
 /// The one of that name; aborts when there is none.

@@ -1,18 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <iostream>
 #include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "testkit/ManualQueue.h"
+#include "tests/memory/EachAllocation.h"
 #include "tests/memory/MemoryHost.h"
-#include "tests/support/LongForm.h"
 #include "tests/support/ManualQueues.h"
 #include "tests/support/TestClock.h"
-#include "vellora/Platform/Json/Json.h"
 #include "vellora/Services/VelloraService.h"
 
 // Every operation of the façade is carried out again and again. The first time its first allocation fails,
@@ -153,40 +150,8 @@ bool failOnce(LookUp lookUp, Caches caches, bool mayStaySilent, std::size_t numb
   return happened;
 }
 
-/// The step from one failing allocation to the next. The short form skips some: under a sanitizer a run takes
-/// a while, and it has other allocations than the plain one.
-std::size_t step() {
-  return static_cast<std::size_t>(tests::longForm("VELLORA_TEST_EVERY_ALLOCATION").value_or(3));
-}
-
-/// Fails each allocation of `run` in turn, and compares the heap before and behind each run. `run` tells
-/// whether there was an allocation of that number.
-template <class Run>
-void failEachOf(Run run) {
-  // The first run makes constants that the process keeps.
-  run(1'000'000, Extent::one);
-  const auto liveBlocks = [] {
-    json::releaseParser();  // a thread may keep one, or not
-    return tests::LiveMemory::now().blocks;
-  };
-  std::size_t runs = 0;
-  for (const auto extent : {Extent::one, Extent::allFromThereOn}) {
-    bool happened = true;
-    for (std::size_t number = 1; happened; number += step()) {
-      SCOPED_TRACE("allocation " + std::to_string(number) +
-                   (extent == Extent::one ? "" : " and all after it"));
-      const auto before = liveBlocks();
-      happened = run(number, extent);
-      ++runs;
-      ASSERT_EQ(liveBlocks(), before) << "blocks are leaked";
-      ASSERT_FALSE(testing::Test::HasFailure());
-    }
-  }
-  std::cout << "failed allocations: " << runs << '\n';
-}
-
 void failEach(LookUp lookUp, Caches caches, bool mayStaySilent) {
-  failEachOf([=](std::size_t number, Extent extent) {
+  tests::failEachAllocationOf([=](std::size_t number, Extent extent) {
     return failOnce(lookUp, caches, mayStaySilent, number, extent);
   });
 }
@@ -249,7 +214,7 @@ bool constructFailing(std::size_t number, Extent extent) {
 }
 
 TEST(AllocationFailureTest, AFacadeIsConstructedOrNotAndItsPrefetchAlwaysEnds) {
-  failEachOf(constructFailing);
+  tests::failEachAllocationOf(constructFailing);
 }
 
 }  // namespace

@@ -51,6 +51,9 @@ class MemoryHost {
       return true;
     }
 
+    /// Forgets all requests: they are never answered.
+    void dropAll() { pending_.clear(); }
+
    private:
     std::deque<std::pair<std::string, Completion>> pending_;
     int toFail_ = 0;

@@ -50,6 +50,8 @@ struct Cause {
     themes,
     searchLayoutList,
     compactLayoutList,
+    // All that a catalogue does: its questions share requests and reads.
+    catalog,
   };
 
   Kind kind = Kind::nobody;
@@ -91,11 +93,20 @@ struct Cause {
 
   /// Its name in a trace.
   [[nodiscard]] std::string title() const {
-    static constexpr const char* kinds[] = {
-        "nobody",           "prefetch",         "ids",          "names",
-        "searchLayouts",    "compactLayouts",   "sObjectsLoad", "themesLoad",
-        "sObjectsForIds",   "sObjectsForNames", "themes",       "searchLayoutList",
-        "compactLayoutList"};
+    static constexpr const char* kinds[] = {"nobody",
+                                            "prefetch",
+                                            "ids",
+                                            "names",
+                                            "searchLayouts",
+                                            "compactLayouts",
+                                            "sObjectsLoad",
+                                            "themesLoad",
+                                            "sObjectsForIds",
+                                            "sObjectsForNames",
+                                            "themes",
+                                            "searchLayoutList",
+                                            "compactLayoutList",
+                                            "catalog"};
     std::string text = std::string(kinds[static_cast<std::size_t>(kind)]) + " " + std::to_string(number);
     for (const auto& key : keys) text += " " + key;
     return text;

@@ -264,6 +264,7 @@ std::optional<bool> mustHaveAnswered(const Cause& cause) {
       return !cause.has(Outcome::dropped) && !cause.superseded;
     case Kind::nobody:
     case Kind::prefetch:
+    case Kind::catalog:
       break;
   }
   return std::nullopt;

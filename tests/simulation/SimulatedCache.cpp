@@ -81,7 +81,7 @@ void SimulatedCache::noteLayout(const std::string& name, Mark kind, const std::o
     layout.revision = SimulatedServer::revisionIn(*marks.begin(), name, kind);
     layout.expired = world_.clock.date().secondsSinceReferenceDate() - handed->savedAt > World::timeout;
     world_.cause().handed.insert(marks.begin(), marks.end());
-    if (kind == Mark::searchMark && layout.expired) mustBeRemoved_ = key;
+    if (kind == Mark::searchMark && layout.expired && !isForCatalog()) mustBeRemoved_ = key;
   }
   world_.cause().layouts.push_back(std::move(layout));
 }
@@ -97,11 +97,17 @@ bool SimulatedCache::save(const Data& data, const std::string& key) {
 
 bool SimulatedCache::remove(const std::string& key) {
   world_.trace("remove " + key);
-  world_.expect(mustBeRemoved_ == key, "a removal that nothing calls for: " + key);
+  world_.expect(isForCatalog() || mustBeRemoved_ == key, "a removal that nothing calls for: " + key);
   mustBeRemoved_.reset();
   if (world_.draw.oneIn(world_.hazards.refusedWrite)) return false;
   blobs_.erase(key);
   return true;
+}
+
+/// A catalogue leaves an expired search layout where it is when it asks the server first or not at all, and
+/// removes blobs when it forgets or refreshes.
+bool SimulatedCache::isForCatalog() const {
+  return world_.cause().kind == Cause::Kind::catalog;
 }
 
 void SimulatedCache::checkSettled() {

@@ -52,6 +52,7 @@ class SimulatedCache {
     History history;
   };
 
+  [[nodiscard]] bool isForCatalog() const;
   void keep(History& history, const Data& data) const;
   [[nodiscard]] std::optional<Stored> handOut(const History& history);
   void noteRow(const CorvaneSDK::Meta& meta, const std::optional<Stored>& handed) const;

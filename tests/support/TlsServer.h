@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "tests/support/ServerProcess.h"
@@ -22,6 +23,9 @@ class TlsServer {
 
   /// The certificate's file.
   [[nodiscard]] std::string certificate() const { return certificate_.file(); }
+
+  /// Waits until the client's system has that many bytes of the server without TLS, all on one connection.
+  void waitUntilSent(std::size_t bytes) { (void)process_.restOfLine("sent " + std::to_string(bytes) + "."); }
 
   /// Ends it all at once, connections included.
   void kill() { process_.stop(); }

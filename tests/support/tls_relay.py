@@ -4,22 +4,32 @@
 usage: tls_relay.py CERTIFICATE KEY PLAIN_PORT
 
 Listens on a free loopback port and prints it as "port N". A connection that the plain server resets is reset.
+When the client's system has what was sent on a connection so far, "sent N." says how many bytes of the plain server's.
 """
 
+import fcntl
 import select
 import socket
 import ssl
 import struct
 import sys
+import termios
 import threading
+import time
 
 
 def reset(connection):
     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
 
 
+def wait_until_delivered(connection):
+    while struct.unpack("i", fcntl.ioctl(connection.fileno(), termios.TIOCOUTQ, b"\0" * 4))[0] > 0:
+        time.sleep(0.001)
+
+
 def relay(client, plain):
     """Until one side ends; one thread, since a TLS connection is not to be read and written at once."""
+    sent = 0
     while True:
         ready = [client] if client.pending() else select.select([client, plain], [], [])[0]
         if client in ready:
@@ -38,6 +48,9 @@ def relay(client, plain):
                 client.unwrap()  # so that the client can tell the end from a cut
                 return
             client.sendall(answered)
+            wait_until_delivered(client)
+            sent += len(answered)
+            print(f"sent {sent}.", flush=True)
 
 
 def serve(raw, context, port):

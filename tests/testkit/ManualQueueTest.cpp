@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -99,6 +100,27 @@ TEST(ManualQueueTest, KeepsEveryPieceThatSeveralThreadsSubmit) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(queue.runAll(), 400U);
   EXPECT_EQ(ran, 400);
+}
+
+TEST(ManualQueueTest, RunsWorkOfOtherThreadsUntilTheTestHasSeenEnough) {
+  ManualQueue queue;
+  int ran = 0;
+  std::thread thread([&] {
+    for (int i = 0; i < 3; ++i) queue.async([&] { ++ran; });
+  });
+  EXPECT_TRUE(queue.runUntil([&] { return ran == 2; }));
+  EXPECT_EQ(ran, 2);
+  thread.join();
+  EXPECT_EQ(queue.pending(), 1U);
+  EXPECT_TRUE(queue.runUntil([] { return true; }));
+  EXPECT_EQ(queue.pending(), 1U) << "it was enough before";
+}
+
+TEST(ManualQueueTest, GivesUpWhenNoWorkComes) {
+  ManualQueue queue;
+  queue.async([] {});
+  EXPECT_FALSE(queue.runUntil([] { return false; }, std::chrono::milliseconds(1)));
+  EXPECT_EQ(queue.pending(), 0U);
 }
 
 }  // namespace

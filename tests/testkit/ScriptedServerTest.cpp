@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace vellora::testkit {
@@ -114,6 +115,28 @@ TEST(ScriptedServerTest, WhatItPushesIsThereWhenItReturns) {
   EXPECT_EQ(client.receive(6), "answer");
   server.push("unasked");
   EXPECT_EQ(client.waiting(7), "unasked");
+}
+
+TEST(ScriptedServerTest, PushesOfSeveralThreadsComeWholeOneAfterTheOther) {
+  ScriptedServer server;
+  server.reply({"hello"});
+  const Client client(server);
+  client.send(question);
+  ASSERT_EQ(client.receive(5), "hello");
+  constexpr std::size_t each = 50;
+  const auto pushAll = [&server](const std::string& word) {
+    for (std::size_t i = 0; i < each; ++i) server.push(word);
+  };
+  std::thread other(pushAll, "ab");
+  pushAll("cd");
+  other.join();
+  const std::string received = client.receive(4 * each);
+  std::array<std::size_t, 2> words{};
+  for (std::size_t i = 0; i < received.size(); i += 2) {
+    words[0] += received.substr(i, 2) == "ab" ? 1 : 0;
+    words[1] += received.substr(i, 2) == "cd" ? 1 : 0;
+  }
+  EXPECT_EQ(words, (std::array{each, each}));
 }
 
 }  // namespace

@@ -16,10 +16,10 @@ namespace vellora {
 ///
 /// Ownership: a plain value, which each step of the pipeline holds.
 struct AllTypesLookup {
-  using Question = detail::Asked<ObjectPresentationInfo>;
+  using Asked = detail::Asked<ObjectPresentationInfo>;
 
   std::shared_ptr<const Session> session;
-  std::shared_ptr<Question> question;
+  std::shared_ptr<Asked> question;
   TypeFilter filter;
   std::string theme;
   Source source;

@@ -14,8 +14,9 @@ namespace vellora {
 /// How a question has ended.
 enum class End {
   answered,   ///< each key was found, or is missing for a reason of its own
-  failed,     ///< nothing was found, and at least one key could not be asked; `trouble` says why
-  timedOut,   ///< the deadline came first; what was there by then is in the answer
+  failed,     ///< nothing was found, and at least one key could not be asked; or the question as a whole came
+              ///< to grief, and what was there by then is in the answer. `trouble` says why
+  timedOut,   ///< the deadline came first; the answer has what was there by then, and what else the cache has
   cancelled,  ///< the question was given up; what was there by then is in the answer
 };
 

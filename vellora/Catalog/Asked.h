@@ -1,8 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
-#include <future>
 #include <memory>
 #include <new>
 #include <optional>
@@ -22,6 +22,7 @@
 #include "vellora/Platform/Queues/CallbackGate.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Queues/TimedQueue.h"
+#include "vellora/Platform/Values/Guarded.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
 
 namespace vellora::detail {
@@ -56,31 +57,40 @@ class AskedBase {
 /// catalogue. Then the pipelines that work for it are cut, and the answer goes to who waits, or will.
 ///
 /// Ownership: shared by the question's handle, the pipelines that work for it, and the timer. The timer holds
-/// it until it ends, so a host that drops a completion does not drop the question.
+/// it until it ends, so a host that drops a completion does not drop the question. On its way to the queue of
+/// the answers it does not hold that queue, or a queue that runs no more would keep both for ever.
 ///
 /// Threads: safe to use from several threads at once. What changes it passes through a gate, one action at a
 /// time, with no lock held.
+///
+/// Errors: asking throws `std::bad_alloc`. Ending takes no memory: it leaves a mark, and whoever is inside
+/// the gate looks at it before leaving.
 template <class T>
 class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<T>> {
  public:
-  Asked(std::set<std::string> keys, Terms terms)
-      : terms_(std::move(terms)), keyCount_(keys.size()), sheet_(std::move(keys)) {}
+  Asked(const std::set<std::string>& keys, Terms terms)
+      : answersOn_(std::exchange(terms.answersOn, nullptr)),
+        terms_(std::move(terms)),
+        keyCount_(keys.size()),
+        sheet_(keys) {}
 
-  /// Sets the deadline, and lets the catalogue and `stop` end the question. Call it once, at first.
+  /// Sets the deadline, and lets the catalogue and `stop` end the question. To be called once, before
+  /// anything else. When it throws, nothing is left of it.
   void begin(TimedQueue::Delay deadline, std::stop_token stop) {
     const auto self = this->shared_from_this();
-    const auto alarm =
-        terms_.timer->after(deadline, [self] { self->end(End::timedOut, Missing(Missing::Why::timedOut)); });
-    gate_.run([self, alarm] {
-      self->alarm_ = alarm;
-      if (self->settled_) self->terms_.timer->cancel(alarm);  // it was quick
-    });
+    const std::function<void()> cancelled = [weak = this->weak_from_this()] {
+      if (const auto asked = weak.lock()) asked->end(End::cancelled, Missing(Missing::Why::cancelled));
+    };
     try {
-      letOthersEndIt(std::move(stop));
+      alarm_ = terms_.timer->after(TimedQueue::bounded(deadline),
+                                   [self] { self->end(End::timedOut, Missing(Missing::Why::timedOut)); });
+      registration_ = terms_.catalog.add(cancelled);
+      stop_.emplace(std::move(stop), cancelled);
     } catch (const std::bad_alloc&) {
-      terms_.timer->cancel(alarm);
+      letGo();
       throw;
     }
+    if (isSettled_) letGo();  // it ended before all of that was noted
   }
 
   // For what works on the answer.
@@ -88,36 +98,42 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
   /// Calls `write(Sheet<T>&)`, unless the question has ended. When no key is open afterwards, it ends.
   template <class Write>
   void write(Write write) {
-    gate_.run([self = this->shared_from_this(), write = std::move(write)]() mutable {
-      if (self->settled_) return;
-      try {
-        write(self->sheet_);
-        if (!self->sheet_.isOpen()) self->settle(End::answered, Missing(Missing::Why::unknown));
-      } catch (const std::bad_alloc&) {
-        self->settle(End::failed, Missing(Missing::Why::failed, Failure(outOfMemory())));
-      }
-    });
+    const auto self = this->shared_from_this();
+    try {
+      gate_.run([self, write = std::move(write)]() mutable { self->change(write); });
+    } catch (const std::bad_alloc&) {
+      fail(outOfMemory());
+    }
+    lookIfMarked();
   }
 
-  /// Ends the question. Open keys get the reason `rest`.
+  /// The whole answer to a question that names no keys: calls `write(Sheet<T>&)`, then it ends.
+  template <class Write>
+  void complete(Write write) {
+    this->write(std::move(write));
+  }
+
+  /// Has `write(Sheet<T>&)` called before the question ends at its deadline, so that it answers what is still
+  /// open with what is there. Takes the place of the one before.
+  void fallBackOn(std::function<void(Sheet<T>&)> write) {
+    gate_.run([self = this->shared_from_this(), write = std::move(write)]() mutable {
+      if (!self->isSettled_) self->fallback_ = std::move(write);
+    });
+    lookIfMarked();
+  }
+
+  /// Ends the question, unless something else has. Open keys get the reason `rest`. Takes no memory.
   void end(End end, const Missing& rest) {
-    gate_.run([self = this->shared_from_this(), end, rest] { self->settle(end, rest); });
+    const auto self = this->shared_from_this();
+    if (!isEnding_.test_and_set()) {
+      ending_.emplace(Ending{end, rest});
+      isToEnd_ = true;
+    }
+    look();
   }
 
   /// Ends it as one that could not be asked.
-  void fail(const Error& error) {
-    const Failure failure(error);
-    gate_.run([self = this->shared_from_this(), failure] {
-      if (self->settled_) return;
-      self->sheet_.trouble(failure);
-      self->settle(End::failed, Missing(Missing::Why::failed, failure));
-    });
-  }
-
-  /// Ends it when nothing more will come.
-  void finish() {
-    end(End::answered, Missing(Missing::Why::failed, Failure(QuestionError{QuestionError::Case::noAnswer})));
-  }
+  void fail(const Error& error) { end(End::failed, Missing(Missing::Why::failed, Failure(error))); }
 
   /// Whether the question has ended, so that nobody needs to work for it.
   [[nodiscard]] bool hasEnded() const { return !work_.isActive(); }
@@ -132,105 +148,170 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
 
   // For who waits.
 
-  /// Calls `onEnd` on the queue of the answers once the question has ended. It then takes the answer.
-  void onEnd(std::function<void()> onEnd) { wait({std::move(onEnd), false}); }
-
-  /// Blocks until the question has ended.
-  void await() {
-    if (isAwaitedBadly()) fail(QuestionError{QuestionError::Case::wouldBlock});
-    const auto ended = std::make_shared<std::promise<void>>();
-    wait({[ended] { ended->set_value(); }, true});
-    ended->get_future().wait();
+  /// Calls `callback` on the queue of the answers once the question has ended. It then takes the answer.
+  /// After `cancel`, or the end of the catalogue, nothing is called.
+  void whenEnded(std::function<void()> callback) {
+    const auto self = this->shared_from_this();
+    static_cast<void>(callback_.exchange(std::move(callback)));
+    look();
   }
 
-  /// The answer; after the end, once.
-  [[nodiscard]] Answer<T> take() { return sheet_.take(); }
+  /// Blocks until the question has ended. Where that must not be, the question fails at once.
+  void awaitEnd() {
+    if (!isAnswered_ && isAwaitedBadly()) fail(QuestionError{QuestionError::Case::wouldBlock});
+    isAnswered_.wait(false);
+  }
+
+  /// Whether `whenEnded` would be in vain: the answer has been taken, or nobody may be called any more.
+  [[nodiscard]] bool isSilent() const noexcept {
+    return isTaken_ || callbacks_.isClosed() || terms_.gate->isClosed();
+  }
+
+  /// The answer, after the end or when the question is silent. A second time there is none any more, which it
+  /// then says.
+  [[nodiscard]] Answer<T> take() {
+    if (!isAnswered_) end(End::cancelled, Missing(Missing::Why::cancelled));
+    isAnswered_.wait(false);
+    if (!isTaken_.exchange(true)) return sheet_.take();
+    Answer<T> none;
+    none.end = End::failed;
+    none.trouble = Failure(QuestionError{QuestionError::Case::alreadyTaken});
+    return none;
+  }
 
   void cancel() override {
-    callback_.close();
+    const auto self = this->shared_from_this();
+    callbacks_.close();
+    static_cast<void>(callback_.exchange(nullptr));
+    static_cast<void>(dueCallback_.exchange(nullptr));
     end(End::cancelled, Missing(Missing::Why::cancelled));
-    gate_.run([self = this->shared_from_this()] { self->waiting_ = {}; });
   }
 
  private:
-  struct Waiting {
-    std::function<void()> onEnd;
-    bool isBlocked = false;  ///< a thread that waits is told at once
+  struct Ending {
+    End end;
+    Missing rest;
   };
 
-  void letOthersEndIt(std::stop_token stop) {
-    const std::function<void()> cancelled = [weak = this->weak_from_this()] {
-      if (const auto asked = weak.lock()) asked->end(End::cancelled, Missing(Missing::Why::cancelled));
-    };
-    const auto registration = terms_.catalog.add(cancelled);
-    gate_.run([self = this->shared_from_this(), registration] {
-      self->registration_ = registration;
-      if (self->settled_) self->terms_.catalog.remove(registration);
-    });
-    stop_.emplace(std::move(stop), cancelled);
+  /// Leaves a mark for the gate: `settle` and `announce` are due, if they are. Whoever is inside sees it
+  /// before leaving; when nobody is, it is seen at once.
+  void look() {
+    isMarked_ = true;
+    lookIfMarked();
   }
 
-  void wait(Waiting waiting) {
-    gate_.run([self = this->shared_from_this(), waiting = std::move(waiting)]() mutable {
-      self->waiting_ = std::move(waiting);
-      if (self->settled_) self->tell();
-    });
+  /// Called behind each visit to the gate.
+  void lookIfMarked() {
+    const auto seeToIt = [this] {
+      isMarked_ = false;
+      if (isToEnd_) settle(ending_->end, ending_->rest);
+      if (isSettled_) announce();
+    };
+    while (isMarked_ && gate_.tryRun(seeToIt)) {
+    }
+  }
+
+  void letGo() {
+    terms_.catalog.remove(registration_);
+    terms_.timer->cancel(alarm_);
   }
 
   [[nodiscard]] bool isAwaitedBadly() const {
-    return terms_.answersOn->runsHere() || terms_.gate->isInside() ||
+    const auto queue = answersOn_.value();
+    return (queue && queue->runsHere()) || terms_.gate->isInside() || terms_.timer->runsHere() ||
            DispatchQueue::global(DispatchQoS::unspecified)->runsHere();
   }
 
-  // The rest is called inside the gate, but for `deliver`.
+  // Called inside the gate.
+
+  template <class Write>
+  void change(Write& write) {
+    if (isSettled_) return;
+    try {
+      write(sheet_);
+      if (!sheet_.isOpen()) settle(End::answered, Missing(Missing::Why::unknown));
+    } catch (const std::bad_alloc&) {
+      settle(End::failed, Missing(Missing::Why::failed, Failure(outOfMemory())));
+    }
+  }
 
   void settle(End end, const Missing& rest) {
-    if (settled_) return;
-    settled_ = true;
-    terms_.catalog.remove(registration_);
-    terms_.timer->cancel(alarm_);
+    if (isSettled_) return;
+    isSettled_ = true;
+    letGo();
     work_.end();
     close(end, rest);
     terms_.inquiry->noteEnd(keyCount_, sheet_.answer());
-    tell();
+    isAnswered_ = true;
+    isAnswered_.notify_all();
+    announce();
   }
 
   void close(End end, const Missing& rest) {
+    const auto fallback = std::exchange(fallback_, nullptr);
     try {
-      sheet_.close(end, rest);
-    } catch (const std::bad_alloc&) {  // the keys that are left get no reason
-      sheet_.fail(outOfMemory());
+      if (fallback && end == End::timedOut) fallback(sheet_);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): what is left is missing all the same
     }
+    sheet_.close(end, rest);
   }
 
-  void tell() {
-    if (!waiting_.onEnd) return;
-    if (waiting_.isBlocked) return std::exchange(waiting_, {}).onEnd();
-    const auto self = this->shared_from_this();
+  /// Sends the callback on its way, if there is one that may be called.
+  void announce() {
+    bool isDue = false;
+    const bool isOpen = callbacks_.run([&] {
+      auto callback = callback_.exchange(nullptr);
+      isDue = callback && !terms_.gate->isClosed();
+      if (isDue) static_cast<void>(dueCallback_.exchange(std::move(callback)));
+    });
+    if (!isOpen) static_cast<void>(callback_.exchange(nullptr));
+    if (isDue) post();
+  }
+
+  void post() {
+    const auto queue = answersOn_.exchange(nullptr);
     try {
-      terms_.answersOn->async([self] { self->deliver(); });
+      const auto self = this->shared_from_this();
+      (queue ? queue : DispatchQueue::global(DispatchQoS::unspecified))->async([self] { self->callBack(); });
     } catch (const std::bad_alloc&) {
-      deliver();
+      callBack();
     }
   }
 
-  void deliver() {
-    terms_.gate->run([this] { callback_.run([this] { std::exchange(waiting_, {}).onEnd(); }); });
+  // Called where answers come.
+
+  void callBack() {
+    callbacks_.run([this] {
+      const auto callback = dueCallback_.exchange(nullptr);
+      if (callback) terms_.gate->run(callback);
+    });
   }
+
+  // Synchronise themselves.
+  Guarded<std::shared_ptr<DispatchQueue>> answersOn_;  // until the callback is on its way there
+  Guarded<std::function<void()>> callback_{nullptr};
+  Guarded<std::function<void()>> dueCallback_{nullptr};  // on its way
+  CallbackGate callbacks_;
+  const SubscriptionScope work_;
+  std::atomic_flag isEnding_;  // somebody writes, or has written, `ending_`
+  std::atomic<bool> isToEnd_ = false;
+  std::atomic<bool> isMarked_ = false;
+  std::atomic<bool> isSettled_ = false;  // set inside the gate
+  std::atomic<bool> isAnswered_ =
+      false;  // set inside the gate; from then on the sheet belongs to who takes it
+  std::atomic<bool> isTaken_ = false;
+  std::atomic<SubscriptionScope::Registration> registration_ = 0;
+  std::atomic<TimedQueue::Alarm> alarm_ = 0;
 
   const Terms terms_;
   const std::size_t keyCount_;
-  const SubscriptionScope work_;
-  CallbackGate callback_;
-  SerialGate gate_;
-  std::optional<std::stop_callback<std::function<void()>>> stop_;
+  std::optional<Ending> ending_;  // written before `isToEnd_` is set
 
-  // Changed inside the gate.
-  Sheet<T> sheet_;
-  Waiting waiting_;
-  bool settled_ = false;
-  SubscriptionScope::Registration registration_ = 0;
-  TimedQueue::Alarm alarm_ = 0;
+  SerialGate gate_;
+  Sheet<T> sheet_;                           // changed inside the gate
+  std::function<void(Sheet<T>&)> fallback_;  // changed inside the gate
+
+  std::optional<std::stop_callback<std::function<void()>>> stop_;
 };
 
 }  // namespace vellora::detail

@@ -35,7 +35,7 @@ Question<ObjectCompactLayoutInfo> Catalog::headlines(const Keys& names,
   return implementation_->headlines(names, options);
 }
 
-Question<TypeChange> Catalog::refresh(const QuestionOptions& options) const {
+Question<TypeChange> Catalog::refresh(const RefreshOptions& options) const {
   return implementation_->refresh(options);
 }
 

@@ -13,6 +13,7 @@
 #include "vellora/Catalog/QuestionOptions.h"
 #include "vellora/Catalog/QuestionToken.h"
 #include "vellora/Catalog/Readiness.h"
+#include "vellora/Catalog/RefreshOptions.h"
 #include "vellora/Catalog/TypeChange.h"
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Platform/Publishers/Publisher.h"
@@ -33,14 +34,13 @@ namespace vellora {
 ///
 /// 1. Each question ends exactly once, at its deadline at the latest.
 /// 2. Each of its keys is found, or missing for a reason. One bad key takes no other with it.
-/// 3. When `Question::cancel`, `QuestionToken::cancel` or the catalogue's destructor has returned, no
-/// callback
-///    runs or will. They wait for one that runs, unless they are called from inside it.
+/// 3. When `cancel`, of a question or its token, or the catalogue's destructor has returned, no callback runs
+///    or will. They wait for one that runs, unless they are called from inside it.
 /// 4. Callbacks run on the queue that the options name, never inside a call, never on the network's thread.
 /// 5. Equal requests under way are shared, and no request's URL is longer than 8 kB.
 ///
 /// Where an answer comes from is decided as the data services say: the cache while it is fresh, else the
-/// server; older data when the server fails, marked as stale.
+/// server; older data when the server fails or does not answer by the deadline, marked as stale.
 ///
 /// Ownership: shares the host's facilities. Destroying it gives all questions up: one that a thread waits for
 /// in `get` returns as cancelled; a callback is not called; a coroutine that is suspended in one is not
@@ -49,7 +49,8 @@ namespace vellora {
 /// Threads: every member may be called from any thread, also from inside a callback.
 ///
 /// Errors: in the answers. A host that lacks a facility has every question fail. A call throws
-/// `std::bad_alloc`; the question has not been asked then.
+/// `std::bad_alloc`, also when the system has no thread for the deadlines; the question has not been asked
+/// then.
 ///
 /// Units: seconds, as `std::chrono` spells them.
 class VELLORA_EXPORT Catalog {
@@ -57,7 +58,11 @@ class VELLORA_EXPORT Catalog {
   /// Takes network, cache and logger from `host`, and starts to load both lists, unless the cache has them or
   /// the options say otherwise.
   explicit Catalog(const std::shared_ptr<CorvaneSDK::PlatformAPI>& host, CatalogOptions options = {});
+
+  /// Waits for a callback that runs, but for one that it is called from. Two catalogues whose callbacks, at
+  /// one time, destroy each other's catalogue wait for each other for ever.
   ~Catalog();
+
   Catalog(const Catalog&) = delete;
   Catalog& operator=(const Catalog&) = delete;
 
@@ -84,7 +89,7 @@ class VELLORA_EXPORT Catalog {
 
   /// Fetches both lists anew, whatever their age, and has layouts and list views fetched anew when they are
   /// asked for next. Finds, by API name, what has changed; the first time everything is `added`.
-  [[nodiscard]] Question<TypeChange> refresh(const QuestionOptions& options = {}) const;
+  [[nodiscard]] Question<TypeChange> refresh(const RefreshOptions& options = {}) const;
 
   /// Asks what `ask` asks, and asks again after each refresh; `callback` gets the first answer, then each
   /// that differs from the one before:
@@ -104,15 +109,18 @@ class VELLORA_EXPORT Catalog {
   }
 
   /// Gives all questions up, as cancelled, and deletes what the library has written into the cache: for a
-  /// sign-out. Layouts are deleted of the types that the cached list names. Afterwards the catalogue may be
-  /// asked again, and begins without anything. A step that another thread is just taking may still write.
+  /// sign-out. Layouts that a façade has cached are deleted of the types that the cached list names. When it
+  /// has returned, nothing that was asked before is written any more; a question that is asked meanwhile is
+  /// cancelled. Afterwards the catalogue begins without anything. Throws `std::bad_alloc` after it has
+  /// deleted what it could; call it again then.
   void forget() const;
 
   /// Whether both lists are there.
   [[nodiscard]] Readiness readiness() const;
 
   /// Yields the current readiness, then every later one, on the queue of the catalogue's answers; nothing
-  /// after the catalogue's destructor has returned.
+  /// after the catalogue's destructor has returned. Where you pass it on to another queue with `receive`,
+  /// what is on its way there still arrives: keep the token, and drop it on that queue.
   [[nodiscard]] Publisher<Readiness> readinessStream() const;
 
  private:

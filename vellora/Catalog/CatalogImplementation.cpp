@@ -1,15 +1,18 @@
 #include "vellora/Catalog/CatalogImplementation.h"
 
 #include <new>
+#include <type_traits>
 #include <utility>
 
 #include "vellora/Catalog/AllTypesLookup.h"
+#include "vellora/Catalog/Fallback.h"
 #include "vellora/Catalog/LayoutLookup.h"
 #include "vellora/Catalog/RefreshLookup.h"
 #include "vellora/DataServices/MetadataServices.h"
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/Platform/Publishers/Subject.h"
 #include "vellora/Platform/Publishers/detail/Step.h"
+#include "vellora/Platform/Queues/BoundedQueue.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 #include "vellora/Services/VelloraServiceError.h"
@@ -54,8 +57,9 @@ std::shared_ptr<const Inquiry::Common> inquiriesWith(const CatalogOptions& optio
   return common;
 }
 
-const std::shared_ptr<DispatchQueue>& workers() {
-  return DispatchQueue::global(DispatchQoS::userInitiated);
+/// What lets a question write; without a host none does.
+std::shared_ptr<CallbackGate> writesOf(const std::shared_ptr<Session>& session) {
+  return session ? session->gate : std::make_shared<CallbackGate>();
 }
 
 }  // namespace
@@ -92,16 +96,17 @@ Catalog::Implementation::SessionPtr Catalog::Implementation::firstSession() cons
 /// The first load is a question that nobody waits for.
 void Catalog::Implementation::prefetch() const {
   auto question = askAll<TypeChange>(
-      QuestionKind::load, {.deadline = prefetchDeadline}, [](const SessionPtr& session, const auto& asked) {
-        const auto loaded = [asked](const PreparedLists&) { asked->write([](auto&) {}); };
+      QuestionKind::load, {.deadline = prefetchDeadline},
+      [](const SessionPtr& session, const auto& asked, Source /*source*/) {
+        const auto loaded = [asked](const PreparedLists&) { asked->complete([](auto&) {}); };
         asked->keep(
             session->lists.prepared(Source::cacheFirst, asked->fetching()).sink(loaded, failing(asked)));
       });
   std::move(question)
-      .then([readiness = readiness_](const Answer<TypeChange>& answer) {
+      .then([readiness = session_.value()->readiness](const Answer<TypeChange>& answer) {
         if (answer.end == End::answered || answer.end == End::cancelled) return;
         const Error late = QuestionError{QuestionError::Case::timedOut};
-        readiness.set(Readiness::failed(answer.trouble.value_or(Failure(late))));
+        readiness.noteUnlessLoaded(Readiness::failed(answer.trouble.value_or(Failure(late))));
       })
       .detach();
 }
@@ -109,8 +114,8 @@ void Catalog::Implementation::prefetch() const {
 Question<ObjectPresentationInfo> Catalog::Implementation::infos(InfoLookup::Wanted::Kind kind,
                                                                 const Keys& keys,
                                                                 const QuestionOptions& options) const {
-  const auto start = [kind, theme = themeOf(options), source = options.source](
-                         const SessionPtr& session, const auto& question, std::vector<std::string> good) {
+  const auto start = [kind, theme = themeOf(options)](const SessionPtr& session, const auto& question,
+                                                      std::vector<std::string> good, Source source) {
     std::make_shared<InfoLookup>(session, question, InfoLookup::Wanted{kind, std::move(good), theme, source})
         ->start();
   };
@@ -125,52 +130,59 @@ std::string Catalog::Implementation::themeOf(const QuestionOptions& options) con
 
 Question<ObjectPresentationInfo> Catalog::Implementation::allTypes(std::string_view filter,
                                                                    const QuestionOptions& options) const {
-  return askAll<ObjectPresentationInfo>(
-      QuestionKind::allTypes, options,
-      [filter = TypeFilter(filter), theme = themeOf(options), source = options.source](
-          const SessionPtr& session, const auto& question) {
-        AllTypesLookup{session, question, filter, theme, source}.start();
-      });
+  return askAll<ObjectPresentationInfo>(QuestionKind::allTypes, options,
+                                        [filter = TypeFilter(filter), theme = themeOf(options)](
+                                            const SessionPtr& session, const auto& question, Source source) {
+                                          AllTypesLookup{session, question, filter, theme, source}.start();
+                                        });
 }
 
 Question<ObjectLayoutInfo> Catalog::Implementation::searchColumns(const Keys& names,
                                                                   const QuestionOptions& options) const {
-  return ask<ObjectLayoutInfo>(
-      QuestionKind::searchColumns, names, KeyKind::listedName, options,
-      [source = options.source](const SessionPtr& session, const auto& question, auto good) {
-        lookUpLayouts(session, session->services.layouts, question, std::move(good), source);
-      });
+  return ask<ObjectLayoutInfo>(QuestionKind::searchColumns, names, KeyKind::listedName, options,
+                               [](const SessionPtr& session, const auto& question, auto good, Source source) {
+                                 lookUpLayouts(session, session->services.layouts, question, std::move(good),
+                                               source);
+                               });
 }
 
 Question<ObjectCompactLayoutInfo> Catalog::Implementation::headlines(const Keys& names,
                                                                      const QuestionOptions& options) const {
   return ask<ObjectCompactLayoutInfo>(
       QuestionKind::headlines, names, KeyKind::listedName, options,
-      [source = options.source](const SessionPtr& session, const auto& question, auto good) {
+      [](const SessionPtr& session, const auto& question, auto good, Source source) {
         lookUpLayouts(session, session->services.compactLayouts, question, std::move(good), source);
       });
 }
 
-Question<TypeChange> Catalog::Implementation::refresh(const QuestionOptions& options) const {
+Question<TypeChange> Catalog::Implementation::refresh(const RefreshOptions& options) const {
   return askAll<TypeChange>(
-      QuestionKind::refresh, options,
-      [](const SessionPtr& session, const auto& question) { vellora::refresh(session, question); });
+      QuestionKind::refresh,
+      {.deadline = options.deadline, .answersOn = options.answersOn, .stop = options.stop},
+      [](const SessionPtr& session, const auto& question, Source /*source*/) {
+        vellora::refresh(session, question);
+      });
 }
 
 void Catalog::Implementation::forget() const {
   if (!api_) return;
-  const auto session = session_.exchange(newSession());
-  session->questions.end();
+  const auto next = newSession();
+  const auto session = session_.value();
+  session->end();
   watches_->forget();
-  readiness_.set(Readiness::loading());
-  std::vector<std::string> names;
-  const auto token = session->services.sObjects->allSObjects(Source::cacheOnly).sink([&](const auto& types) {
-    for (const auto& type : types->records()) names.push_back(type.name);
-  });
-  session->services.layouts->forget(names);
-  session->services.compactLayouts->forget(names);
-  session->services.sObjects->forget();
-  session->services.themes->forget();
+  // Questions that come before the next session is there belong to the one that has ended: they are
+  // cancelled.
+  const auto begin = [&] {
+    readiness_.set(Readiness::loading());
+    session_.replace(session, next);
+  };
+  try {
+    session->purge();
+  } catch (const std::bad_alloc&) {
+    begin();
+    throw;
+  }
+  begin();
 }
 
 Publisher<Readiness> Catalog::Implementation::readinessStream() const {
@@ -201,9 +213,11 @@ Question<T> Catalog::Implementation::ask(QuestionKind what, const Keys& keys, Ke
     for (const auto& [key, why] : refused) sheet.missed(key, Missing(Missing::Why::notAsked, Failure(why)));
   });
   if (!good.empty()) {
-    startSoon(session, question, [start, good = std::move(good)](const auto& current, const auto& asked) {
-      start(current, asked, good);
-    });
+    const auto shared = std::make_shared<const std::vector<std::string>>(std::move(good));
+    startSoon(session, question, shared, options,
+              [start, shared](const auto& current, const auto& asked, Source source) {
+                start(current, asked, *shared, source);
+              });
   }
   return handle;
 }
@@ -214,7 +228,7 @@ Question<T> Catalog::Implementation::askAll(QuestionKind kind, const QuestionOpt
   const auto session = session_.value();
   const auto question = begun<T>(session, kind, {}, options);
   Question<T> handle(question);
-  startSoon(session, question, std::move(start));
+  startSoon(session, question, std::make_shared<const std::vector<std::string>>(), options, std::move(start));
   return handle;
 }
 
@@ -225,28 +239,62 @@ std::shared_ptr<detail::Asked<T>> Catalog::Implementation::begun(const SessionPt
   const auto wanted = options.answersOn.value();
   const auto patience = kind == QuestionKind::load ? prefetchPatience : options.deadline;
   const auto question = std::make_shared<detail::Asked<T>>(
-      std::move(keys), detail::Terms{wanted ? wanted : options_.answersOn, options_.timer, gate_,
-                                     session ? session->questions : SubscriptionScope(),
-                                     std::make_shared<Inquiry>(inquiries_, kind, patience)});
+      std::move(keys),
+      detail::Terms{wanted ? wanted : options_.answersOn, options_.timer, gate_,
+                    session ? session->questions : SubscriptionScope(),
+                    std::make_shared<Inquiry>(inquiries_, kind, patience, writesOf(session))});
   question->begin(options.deadline, options.stop.value());
   return question;
 }
 
 template <class T, class Start>
-void Catalog::Implementation::startSoon(const SessionPtr& session,
+void Catalog::Implementation::startSoon(const SessionPtr& owner,
                                         const std::shared_ptr<detail::Asked<T>>& question,
+                                        const SharedKeys& keys, const QuestionOptions& options,
                                         Start start) const {
-  if (!session) return question->fail(VelloraServiceError::requiredAPI());
-  // Weakly: a question that has been dropped or has ended takes no work.
-  workers()->async([session, weak = std::weak_ptr<detail::Asked<T>>(question), start = std::move(start)] {
+  if (!owner) return question->fail(VelloraServiceError::requiredAPI());
+  const Beginning beginning{options_.timer, options_.timer->time(), options.deadline, options.source};
+  // Weakly: a question that has been dropped or has ended takes no work. What has been forgotten has ended.
+  BoundedQueue::lookups()->async([current = std::weak_ptr(owner), weak = std::weak_ptr(question), keys,
+                                  beginning, start = std::move(start)] {
     const auto asked = weak.lock();
-    if (!asked || asked->hasEnded()) return;
+    const auto session = current.lock();
+    if (!asked || !session || asked->hasEnded()) return;
     try {
-      start(session, asked);
+      start(session, asked, beginning.source);
     } catch (const std::bad_alloc&) {
-      asked->fail(outOfMemory());
+      return asked->fail(outOfMemory());
+    }
+    try {
+      if constexpr (!std::is_same_v<T, TypeChange>)
+        prepareFallback<T>(session, asked, keys, beginning, start);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): it goes on without
     }
   });
+}
+
+/// Has the same looked up in the cache alone, shortly before the deadline.
+template <class T, class Start>
+void Catalog::Implementation::prepareFallback(const SessionPtr& session,
+                                              const std::shared_ptr<detail::Asked<T>>& question,
+                                              const SharedKeys& keys, const Beginning& beginning,
+                                              const Start& start) {
+  if (beginning.source == Source::cacheOnly || question->hasEnded()) return;
+  const auto& timer = beginning.timer;
+  const auto cached = [weak = std::weak_ptr(session), gate = session->gate, keys, timer, start] {
+    const auto inquiries = std::make_shared<Inquiry::Common>();  // nobody is told of these
+    inquiries->timer = timer;
+    const auto inquiry =
+        std::make_shared<Inquiry>(inquiries, QuestionKind::load, TimedQueue::Delay::zero(), gate);
+    const auto inner = std::make_shared<detail::Asked<T>>(
+        std::set<std::string>(keys->begin(), keys->end()),
+        detail::Terms{nullptr, timer, nullptr, SubscriptionScope(), inquiry});
+    if (const auto current = weak.lock()) start(current, inner, Source::cacheOnly);
+    inner->end(End::answered, Missing(Missing::Why::notCached));
+    return inner->take();
+  };
+  fallBackAtDeadline<T>(question, keys->empty(), timer, beginning.begun, beginning.deadline,
+                        BoundedQueue::lookups(), cached);
 }
 
 }  // namespace vellora

@@ -16,12 +16,15 @@
 #include "vellora/Catalog/KeyRefusal.h"
 #include "vellora/Catalog/Keys.h"
 #include "vellora/Catalog/QuestionReport.h"
+#include "vellora/Catalog/RefreshOptions.h"
 #include "vellora/Catalog/Session.h"
 #include "vellora/Catalog/Watch.h"
 #include "vellora/Catalog/Watches.h"
+#include "vellora/DataServices/Source.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Platform/Publishers/Published.h"
 #include "vellora/Platform/Queues/CallbackGate.h"
+#include "vellora/Platform/Queues/TimedQueue.h"
 #include "vellora/Platform/Values/Guarded.h"
 
 namespace vellora {
@@ -44,7 +47,7 @@ class Catalog::Implementation {
                                                          const QuestionOptions& options) const;
   [[nodiscard]] Question<ObjectCompactLayoutInfo> headlines(const Keys& names,
                                                             const QuestionOptions& options) const;
-  [[nodiscard]] Question<TypeChange> refresh(const QuestionOptions& options) const;
+  [[nodiscard]] Question<TypeChange> refresh(const RefreshOptions& options) const;
   template <class T>
   [[nodiscard]] QuestionToken watch(std::function<Question<T>()> ask,
                                     std::function<void(Answer<T>)> callback) const {
@@ -63,11 +66,12 @@ class Catalog::Implementation {
  private:
   using SessionPtr = std::shared_ptr<Session>;  // null without a host
 
-  /// Asks a question for `keys`; `start(session, question, keys)` works for it, with those that can be asked.
+  /// Asks a question for `keys`; `start(session, question, keys, source)` works for it, with those that
+  /// can be asked.
   template <class T, class Start>
   [[nodiscard]] Question<T> ask(QuestionKind what, const Keys& keys, KeyKind kind,
                                 const QuestionOptions& options, Start start) const;
-  /// The same for a question without keys; `start(session, question)`.
+  /// The same for a question without keys; `start(session, question, source)`.
   template <class T, class Start>
   [[nodiscard]] Question<T> askAll(QuestionKind kind, const QuestionOptions& options, Start start) const;
 
@@ -75,9 +79,24 @@ class Catalog::Implementation {
   [[nodiscard]] std::shared_ptr<detail::Asked<T>> begun(const SessionPtr& session, QuestionKind kind,
                                                         std::set<std::string> keys,
                                                         const QuestionOptions& options) const;
+
+  /// When and how a question begins.
+  struct Beginning {
+    std::shared_ptr<TimedQueue> timer;
+    TimedQueue::Delay begun;
+    TimedQueue::Delay deadline;
+    Source source;
+  };
+
+  using SharedKeys = std::shared_ptr<const std::vector<std::string>>;
+
+  /// Has `start(session, question, source)` called soon. A question without keys has `keys` empty.
   template <class T, class Start>
   void startSoon(const SessionPtr& session, const std::shared_ptr<detail::Asked<T>>& question,
-                 Start start) const;
+                 const SharedKeys& keys, const QuestionOptions& options, Start start) const;
+  template <class T, class Start>
+  static void prepareFallback(const SessionPtr& session, const std::shared_ptr<detail::Asked<T>>& question,
+                              const SharedKeys& keys, const Beginning& beginning, const Start& start);
 
   [[nodiscard]] std::string themeOf(const QuestionOptions& options) const;
   [[nodiscard]] SessionPtr newSession() const;

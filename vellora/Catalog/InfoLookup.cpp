@@ -1,19 +1,30 @@
 #include "vellora/Catalog/InfoLookup.h"
 
 #include <iterator>
+#include <new>
 #include <utility>
 
 #include "vellora/Catalog/Reasons.h"
+#include "vellora/Platform/Values/OutOfMemory.h"
 
 namespace vellora {
 
-InfoLookup::InfoLookup(std::shared_ptr<const Session> session, std::shared_ptr<Question> question,
-                       Wanted wanted)
+InfoLookup::InfoLookup(std::shared_ptr<const Session> session, std::shared_ptr<Asked> question, Wanted wanted)
     : session_(std::move(session)), question_(std::move(question)), wanted_(std::move(wanted)) {}
 
 template <class Step>
 void InfoLookup::inGate(Step step) {
-  gate_.run([self = shared_from_this(), step = std::move(step)]() mutable { step(*self); });
+  try {
+    gate_.run([self = shared_from_this(), step = std::move(step)]() mutable {
+      try {
+        step(*self);
+      } catch (const std::bad_alloc&) {
+        self->question_->fail(outOfMemory());
+      }
+    });
+  } catch (const std::bad_alloc&) {
+    question_->fail(outOfMemory());
+  }
 }
 
 void InfoLookup::start() {
@@ -38,11 +49,7 @@ void InfoLookup::ask(const std::vector<std::string>& keys, Source source) {
   const auto onFound = [self](Found found) {
     self->inGate([found = std::move(found)](InfoLookup& lookup) mutable { lookup.take(std::move(found)); });
   };
-  const auto onEnd = [self](const Completion& error) {
-    if (error) return self->question_->fail(*error);
-    self->inGate([](InfoLookup& lookup) { lookup.endTypes(); });
-  };
-  question_->keep(typesOf(keys, source).sink(onFound, onEnd));
+  question_->keep(typesOf(keys, source).sink(onFound, failing(question_)));
   inGate([](InfoLookup& lookup) {
     lookup.isCollecting_ = false;
     lookup.findThemes();
@@ -60,22 +67,18 @@ Publisher<InfoLookup::Found> InfoLookup::typesOf(const std::vector<std::string>&
 }
 
 void InfoLookup::take(Found found) {
-  if (!found.value && wanted_.source == Source::serverFirst && !isAskingAgain_) {
-    failed_.emplace(std::move(found.key), found.value.error());
-    return;
-  }
-  batch_.push_back(std::move(found));
+  const bool isToFallBack = !found.value && wanted_.source == Source::serverFirst;
+  batch_.push_back(isToFallBack ? cachedOr(std::move(found)) : std::move(found));
   if (!isCollecting_) findThemes();
 }
 
-void InfoLookup::endTypes() {
-  if (failed_.empty() || isAskingAgain_) return;
-  isAskingAgain_ = true;
-  std::vector<std::string> keys;
-  for (const auto& [key, error] : failed_) keys.push_back(key);
-  const Failure failure(failed_.begin()->second);
+InfoLookup::Found InfoLookup::cachedOr(Found failed) const {
+  const Failure failure(failed.value.error());
   question_->write([failure](auto& sheet) { sheet.trouble(failure); });
-  ask(keys, Source::cacheOnly);
+  std::optional<Found> cached;
+  const auto token =
+      typesOf({failed.key}, Source::cacheOnly).sink([&](Found found) { cached = std::move(found); });
+  return cached && cached->value ? *std::move(cached) : std::move(failed);
 }
 
 void InfoLookup::findThemes() {
@@ -83,7 +86,10 @@ void InfoLookup::findThemes() {
   const auto names = newTypesIn(*batch);
   const auto found = std::make_shared<Themes>();
   const auto onFound = [question = question_, found](KeyResult<std::optional<ThemeItem>> theme) {
-    if (theme.value) found->insert_or_assign(std::move(theme.key), std::move(theme.value).value());
+    if (!theme.value) {
+      return question->write([why = Failure(theme.value.error())](auto& sheet) { sheet.trouble(why); });
+    }
+    found->insert_or_assign(std::move(theme.key), std::move(theme.value).value());
   };
   const auto onEnd = [self = shared_from_this(), batch, found](const Completion& error) {
     if (error) return self->question_->fail(*error);
@@ -136,13 +142,11 @@ const std::optional<ThemeItem>& InfoLookup::themeOf(const std::optional<SObject>
 }
 
 Missing InfoLookup::missing(const Found& found) const {
-  if (!found.value) {
-    const auto first = failed_.find(found.key);
-    const auto& error = first == failed_.end() ? found.value.error() : first->second;
-    return missingFor(error, wanted_.source, lists_.typesFailure);
-  }
+  if (!found.value) return missingFor(found.value.error(), wanted_.source, lists_.typesFailure);
   // A list that is not up to date does not say what the server knows.
   if (lists_.typesFailure) return Missing(Missing::Why::failed, Failure(*lists_.typesFailure));
+  if (wanted_.source == Source::cacheOnly && lists_.types.state != CacheState::valid)
+    return Missing(Missing::Why::notCached);
   return Missing(Missing::Why::unknown);
 }
 

@@ -32,7 +32,7 @@ namespace vellora {
 /// time.
 class InfoLookup : public std::enable_shared_from_this<InfoLookup> {
  public:
-  using Question = detail::Asked<ObjectPresentationInfo>;
+  using Asked = detail::Asked<ObjectPresentationInfo>;
 
   /// What is asked for.
   struct Wanted {
@@ -44,7 +44,7 @@ class InfoLookup : public std::enable_shared_from_this<InfoLookup> {
     Source source;
   };
 
-  InfoLookup(std::shared_ptr<const Session> session, std::shared_ptr<Question> question, Wanted wanted);
+  InfoLookup(std::shared_ptr<const Session> session, std::shared_ptr<Asked> question, Wanted wanted);
 
   void start();
 
@@ -56,33 +56,32 @@ class InfoLookup : public std::enable_shared_from_this<InfoLookup> {
 
   void findTypes(const PreparedLists& lists);
   void ask(const std::vector<std::string>& keys, Source source);
+  /// What the cache has of a key that the server was asked for in vain, else `failed`.
+  [[nodiscard]] Found cachedOr(Found failed) const;
   [[nodiscard]] Publisher<Found> typesOf(const std::vector<std::string>& keys, Source source) const;
 
   // Called in the gate.
   void take(Found found);
-  void endTypes();
   void findThemes();
   [[nodiscard]] std::set<std::string> newTypesIn(const Batch& batch) const;
   void pair(const Batch& batch);
   [[nodiscard]] const std::optional<ThemeItem>& themeOf(const std::optional<SObject>& type) const;
   [[nodiscard]] Missing missing(const Found& found) const;
 
-  /// Has `step(lookup)` run in the gate.
+  /// Has `step(lookup)` run in the gate. The question fails when there is no memory for it.
   template <class Step>
   void inGate(Step step);
 
   // Constant after construction.
   const std::shared_ptr<const Session> session_;
-  const std::shared_ptr<Question> question_;
+  const std::shared_ptr<Asked> question_;
   const Wanted wanted_;
 
   PreparedLists lists_;  // set once, before keys are asked for
 
   SerialGate gate_;
   // Changed in the gate.
-  bool isCollecting_ = false;            // the cache is answering
-  bool isAskingAgain_ = false;           // of the cache what the server has failed to answer
-  std::map<std::string, Error> failed_;  // what is to be asked again, and why
+  bool isCollecting_ = false;  // the cache is answering
   Batch batch_;
   Themes themes_;
 };

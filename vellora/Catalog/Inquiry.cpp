@@ -24,11 +24,13 @@ void noteAnswer(RequestReport& report, const NetworkAnswer& answer, bool withErr
 
 }  // namespace
 
-Inquiry::Inquiry(std::shared_ptr<const Common> common, QuestionKind kind, TimedQueue::Delay patience)
+Inquiry::Inquiry(std::shared_ptr<const Common> common, QuestionKind kind, TimedQueue::Delay patience,
+                 std::shared_ptr<CallbackGate> writes)
     : common_(std::move(common)),
       name_{++common_->count, kind},
       begun_(common_->timer->time()),
-      end_(begun_ + TimedQueue::bounded(patience)) {}
+      end_(begun_ + TimedQueue::bounded(patience)),
+      writes_(std::move(writes)) {}
 
 Requester::Answered Inquiry::sending(const std::string& url, int attempt) {
   const auto& reporter = common_->reporter;

@@ -16,6 +16,7 @@
 #include "vellora/Catalog/RequestReport.h"
 #include "vellora/Catalog/RetryOptions.h"
 #include "vellora/DataServices/Requester.h"
+#include "vellora/Platform/Queues/CallbackGate.h"
 #include "vellora/Platform/Queues/TimedQueue.h"
 
 namespace vellora {
@@ -38,12 +39,14 @@ class Inquiry final : public Requester, public std::enable_shared_from_this<Inqu
     mutable std::atomic<std::uint64_t> count = 0;  ///< of the questions
   };
 
-  /// What is not answered within `patience` is not sent again.
-  Inquiry(std::shared_ptr<const Common> common, QuestionKind kind, TimedQueue::Delay patience);
+  /// What is not answered within `patience` is not sent again. `writes` lets into the cache what is fetched.
+  Inquiry(std::shared_ptr<const Common> common, QuestionKind kind, TimedQueue::Delay patience,
+          std::shared_ptr<CallbackGate> writes);
 
   [[nodiscard]] Answered sending(const std::string& url, int attempt) override;
   void served() override { isServed_ = true; }
   [[nodiscard]] std::optional<TimedQueue::Delay> pauseAfter(int attempt, const Error& error) override;
+  [[nodiscard]] CallbackGate& writes() const override { return *writes_; }
   [[nodiscard]] const std::shared_ptr<TimedQueue>& timer() const override { return common_->timer; }
 
   /// Tells the watches of the end of a refresh, and the observer, if there is one, how the question has
@@ -78,6 +81,7 @@ class Inquiry final : public Requester, public std::enable_shared_from_this<Inqu
   const QuestionName name_;
   const TimedQueue::Delay begun_;
   const TimedQueue::Delay end_;
+  const std::shared_ptr<CallbackGate> writes_;
 
   std::atomic<bool> isServed_ = false;
 };

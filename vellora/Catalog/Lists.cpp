@@ -56,26 +56,38 @@ Source PreparedLists::themesSource(Source wanted) const {
 }
 
 Publisher<PreparedLists> Lists::prepared(Source source, const Fetching& fetching) const {
+  return loaded(source, fetching, Joining::any);
+}
+
+Publisher<PreparedLists> Lists::renewed(const Fetching& fetching) const {
+  return loaded(Source::serverFirst, fetching, Joining::none);
+}
+
+Publisher<PreparedLists> Lists::loaded(Source source, const Fetching& fetching, Joining joining) const {
   return Publisher<PreparedLists>::deferred(
-      [types = types_, themes = themes_, readiness = readiness_, source, fetching] {
+      [types = types_, themes = themes_, readiness = readiness_, source, fetching, joining] {
         PreparedLists found{types->listState(), themes->listState(), std::nullopt, std::nullopt};
         const bool typesNeeded = isLoadNeeded(found.types, source);
         const bool themesNeeded = isLoadNeeded(found.themes, source);
         if (!typesNeeded && !themesNeeded) {
-          if (source == Source::cacheFirst && readiness.value().readinessCase() != Readiness::Case::ready)
-            readiness.set(Readiness::ready());
+          if (source == Source::cacheFirst) readiness.noteUnlessLoaded(Readiness::ready());
           return Publisher<PreparedLists>::just(std::move(found));
         }
         using Loaded = Publisher<std::optional<Error>>;
-        const auto typesLoad =
-            typesNeeded ? failureOf(types->renewedSObjects(fetching)) : Loaded::just(std::nullopt);
-        const auto themesLoad =
-            themesNeeded ? failureOf(themes->renewedThemes(fetching)) : Loaded::just(std::nullopt);
+        const bool isJoining = joining == Joining::any;
+        const auto fetchedTypes = [&] {
+          return isJoining ? types->renewedSObjects(fetching) : types->sObjectsFromNowOn(fetching);
+        };
+        const auto fetchedThemes = [&] {
+          return isJoining ? themes->renewedThemes(fetching) : themes->themesFromNowOn(fetching);
+        };
+        const auto typesLoad = typesNeeded ? failureOf(fetchedTypes()) : Loaded::just(std::nullopt);
+        const auto themesLoad = themesNeeded ? failureOf(fetchedThemes()) : Loaded::just(std::nullopt);
         return typesLoad.combineLatest(themesLoad).map([=](const auto& failures) {
           const PreparedLists after{stateAfter(types->listState(), typesNeeded && !failures.first),
                                     stateAfter(themes->listState(), themesNeeded && !failures.second),
                                     failures.first, failures.second};
-          readiness.set(readinessAfter(after));
+          readiness.noteLoad(readinessAfter(after));
           return after;
         });
       });

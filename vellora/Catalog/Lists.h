@@ -5,12 +5,11 @@
 #include <utility>
 
 #include "vellora/Catalog/Answer.h"
-#include "vellora/Catalog/Readiness.h"
+#include "vellora/Catalog/SessionReadiness.h"
 #include "vellora/DataServices/ListState.h"
 #include "vellora/DataServices/MetadataServices.h"
 #include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/Source.h"
-#include "vellora/Platform/Publishers/Published.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Values/Error.h"
 
@@ -40,7 +39,7 @@ struct PreparedLists {
 class Lists {
  public:
   /// Sets `readiness` after each load.
-  Lists(const MetadataServices& services, Published<Readiness> readiness)
+  Lists(const MetadataServices& services, SessionReadiness readiness)
       : types_(services.sObjects), themes_(services.themes), readiness_(std::move(readiness)) {}
 
   /// Yields once: at once when there is nothing to fetch, else when what there is to fetch has come or
@@ -48,13 +47,22 @@ class Lists {
   /// is under way is joined.
   [[nodiscard]] Publisher<PreparedLists> prepared(Source source, const Fetching& fetching) const;
 
+  /// The same as `serverFirst`, but what is fetched is asked for from now on: no fetch that is under way is
+  /// joined.
+  [[nodiscard]] Publisher<PreparedLists> renewed(const Fetching& fetching) const;
+
  private:
+  enum class Joining { any, none };
+
+  [[nodiscard]] Publisher<PreparedLists> loaded(Source source, const Fetching& fetching,
+                                                Joining joining) const;
+
   // Constant after construction.
   const std::shared_ptr<SObjectsDataService> types_;
   const std::shared_ptr<ThemeDataService> themes_;
 
   // Synchronises itself.
-  const Published<Readiness> readiness_;
+  const SessionReadiness readiness_;
 };
 
 }  // namespace vellora

@@ -20,14 +20,14 @@ Question<T>::~Question() {
 
 template <class T>
 Answer<T> Question<T>::get() && {
-  asked_->await();
+  asked_->awaitEnd();
   return asked_->take();
 }
 
 template <class T>
 QuestionToken Question<T>::then(std::function<void(Answer<T> answer)> callback) && {
   // No handle: the question holds the callback.
-  asked_->onEnd([asked = asked_.get(), callback = std::move(callback)] { callback(asked->take()); });
+  asked_->whenEnded([asked = asked_.get(), callback = std::move(callback)] { callback(asked->take()); });
   return QuestionToken(std::move(asked_));
 }
 
@@ -37,9 +37,14 @@ void Question<T>::cancel() {
 }
 
 template <class T>
+bool Question<T>::await_ready() const noexcept {
+  return asked_->isSilent();
+}
+
+template <class T>
 void Question<T>::await_suspend(std::coroutine_handle<> waiting) {
   const auto asked = asked_;  // the coroutine may go on, and drop this, before the call returns
-  asked->onEnd([waiting] { waiting.resume(); });
+  asked->whenEnded([waiting] { waiting.resume(); });
 }
 
 template <class T>

@@ -27,7 +27,8 @@ class Asked;
 ///     pending = catalog.records(ids).then([](Answer<ObjectPresentationInfo> answer) { … });
 ///
 /// It ends exactly once, at its deadline at the latest. The work begins when it is asked, so several
-/// questions can be asked before the first is waited for.
+/// questions can be asked before the first is waited for. Wait for each once: the answer is moved out. A
+/// second time `get` and `co_await` give one without keys, `failed`, whose `trouble` says so.
 ///
 /// Ownership: movable only. One that is dropped before anybody has waited is cancelled: its requests are let
 /// go of. So is that of a coroutine which is destroyed while it is suspended here.
@@ -50,18 +51,20 @@ class VELLORA_EXPORT Question {
   ~Question();
 
   /// Blocks until the answer is there, at most to the deadline. Where that would block what the answer needs
-  /// (on the queue of its answers, on a queue of the library, inside a callback of the catalogue), the
-  /// question ends at once instead, as `failed`, unless it has ended already. Call it once.
+  /// (on the queue of its answers, on a queue of the library, on the thread of the deadlines, inside a
+  /// callback of the catalogue), the question ends at once instead, as `failed`, unless it has ended already.
   [[nodiscard]] Answer<T> get() &&;
 
   /// Calls `callback` with the answer, once. Keep the token: dropping it cancels.
   [[nodiscard]] QuestionToken then(std::function<void(Answer<T> answer)> callback) &&;
 
-  /// Gives the question up, as `QuestionToken::cancel` does. A `get` that waits on another thread returns.
+  /// Gives the question up, as `QuestionToken::cancel` does. A `get` that waits on another thread returns. A
+  /// callback is not called, a coroutine that is suspended here not resumed: what is to go on takes `stop`,
+  /// of the options. `get` and `co_await` that come later give the cancelled answer at once.
   void cancel();
 
   /// For `co_await`, in a coroutine of any type.
-  [[nodiscard]] bool await_ready() const noexcept { return false; }
+  [[nodiscard]] bool await_ready() const noexcept;
   void await_suspend(std::coroutine_handle<> waiting);
   [[nodiscard]] Answer<T> await_resume();
 

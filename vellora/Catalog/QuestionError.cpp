@@ -6,8 +6,8 @@ std::string QuestionError::localizedDescription() const {
   switch (errorCase) {
     case Case::wouldBlock:
       return "Waiting here would block the answer. Use then or co_await.";
-    case Case::noAnswer:
-      return "There was no answer.";
+    case Case::alreadyTaken:
+      return "The answer was taken already. Wait for a question once.";
     case Case::timedOut:
       return "The request was not answered in time.";
     case Case::emptyKey:

@@ -20,7 +20,7 @@ namespace vellora {
 /// outlive its parts.
 struct VELLORA_EXPORT QuestionOptions {
   /// When the question ends at the latest, counted from when it is asked. One of no time at all, or less,
-  /// ends at once.
+  /// ends at once; one longer than a year, or that is not a number, counts as a year.
   std::chrono::duration<double> deadline = std::chrono::seconds(10);
 
   /// Where the answer may come from.

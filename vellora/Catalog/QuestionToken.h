@@ -34,7 +34,8 @@ class VELLORA_EXPORT QuestionToken {
   ~QuestionToken();
 
   /// Gives the question up. When this has returned, the callback neither runs nor will: it waits for one that
-  /// runs on another thread.
+  /// runs on another thread. So two callbacks that run at one time, on a concurrent queue, must not cancel or
+  /// drop each other's questions: they would wait for each other for ever.
   void cancel();
 
   /// Lets the question go on. It ends at its deadline at the latest, or with the catalogue.

@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "vellora/Catalog/Asked.h"
 #include "vellora/Catalog/Failure.h"
 #include "vellora/Catalog/Missing.h"
 #include "vellora/DataServices/NotCached.h"
@@ -23,8 +24,8 @@ namespace vellora {
 }
 
 /// The handler of a pipeline's end that fails `question` when the pipeline fails.
-template <class Question>
-[[nodiscard]] auto failing(std::shared_ptr<Question> question) {
+template <class T>
+[[nodiscard]] auto failing(std::shared_ptr<detail::Asked<T>> question) {
   return [question = std::move(question)](const Completion& error) {
     if (error) question->fail(*error);
   };

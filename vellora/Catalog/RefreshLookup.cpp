@@ -22,7 +22,7 @@ using Types = Result<SObjectsDataService::SObjects>;
 using Themes = Result<ThemeDataService::Themes>;
 using Both = std::pair<Types, Themes>;
 using Changes = std::map<std::string, TypeChange>;
-using Question = std::shared_ptr<detail::Asked<TypeChange>>;
+using AskedPtr = std::shared_ptr<detail::Asked<TypeChange>>;
 
 /// What the cache has of both lists.
 Publisher<Both> cached(const MetadataServices& services) {
@@ -68,13 +68,14 @@ void removeLayoutsOf(const MetadataServices& services, const Changes& changes) {
   services.compactLayouts->forget(removed);
 }
 
-void answer(const Session& session, const Question& question, const PreparedLists& lists, const Both& before,
+void answer(const Session& session, const AskedPtr& question, const PreparedLists& lists, const Both& before,
             const Both& after) {
   if (!after.first) return question->fail(lists.typesFailure.value_or(after.first.error()));
   const auto changes = changesBetween(before, after);
   removeLayoutsOf(session.services, changes);
+  if (!lists.typesFailure && !lists.themesFailure) session.services.sObjects->forgetListViews();
   const auto failure = lists.typesFailure ? lists.typesFailure : lists.themesFailure;
-  question->write([age = lists.age(), changes, failure](auto& sheet) {
+  question->complete([age = lists.age(), changes, failure](auto& sheet) {
     sheet.setAge(age);
     for (const auto& [name, change] : changes) sheet.listed(name, change);
     if (failure) sheet.fail(*failure);
@@ -83,13 +84,11 @@ void answer(const Session& session, const Question& question, const PreparedList
 
 }  // namespace
 
-void refresh(const std::shared_ptr<Session>& session, const Question& question) {
+void refresh(const std::shared_ptr<Session>& session, const AskedPtr& question) {
   session->noteRefresh();
-  session->services.sObjects->forgetListViews();
   const auto load = [session, fetching = question->fetching()](const Both& before) {
-    return session->lists.prepared(Source::serverFirst, fetching).map([before](PreparedLists lists) {
-      return std::pair(before, std::move(lists));
-    });
+    return session->lists.renewed(fetching).map(
+        [before](PreparedLists lists) { return std::pair(before, std::move(lists)); });
   };
   const auto compare = [session](const std::pair<Both, PreparedLists>& loaded) {
     return cached(session->services).map([loaded](Both after) {

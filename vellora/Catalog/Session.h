@@ -9,9 +9,11 @@
 
 #include "vellora/Catalog/Lists.h"
 #include "vellora/Catalog/Readiness.h"
+#include "vellora/Catalog/SessionReadiness.h"
 #include "vellora/DataServices/MetadataServices.h"
 #include "vellora/Platform/Publishers/Published.h"
 #include "vellora/Platform/Publishers/SubscriptionScope.h"
+#include "vellora/Platform/Queues/CallbackGate.h"
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora {
@@ -23,19 +25,34 @@ namespace vellora {
 /// Threads: safe to use from several threads at once.
 class Session {
  public:
-  Session(MetadataServices shared, Published<Readiness> readiness)
-      : services(std::move(shared)), lists(services, std::move(readiness)) {}
+  Session(MetadataServices shared, Published<Readiness> published)
+      : services(std::move(shared)), readiness(std::move(published), gate), lists(services, readiness) {}
 
   const MetadataServices services;
+
+  /// Lets through what is written into the cache, and what is said of the readiness.
+  const std::shared_ptr<CallbackGate> gate = std::make_shared<CallbackGate>();
+
+  const SessionReadiness readiness;
   const Lists lists;
 
   /// Its end gives the open questions up.
   const SubscriptionScope questions;
 
+  /// Gives the open questions up, and sees to it that nothing more is written for any. It waits for what is
+  /// just being written.
+  void end() const;
+
+  /// Deletes what was written for any question, and what the same services wrote for others. Throws
+  /// `std::bad_alloc`, after it has deleted what it could.
+  void purge() const;
+
   /// Layouts that are older count as missing; absent before the first refresh.
   [[nodiscard]] std::optional<Date> refreshed() const {
     const double seconds = refreshed_;
-    return std::isnan(seconds) ? std::nullopt : std::optional(Date::sinceReferenceDate(seconds));
+    // A clock that was set back since dates new layouts before the refresh; then none counts as older.
+    if (std::isnan(seconds) || seconds > now().secondsSinceReferenceDate()) return std::nullopt;
+    return Date::sinceReferenceDate(seconds);
   }
   void noteRefresh() { refreshed_ = now().secondsSinceReferenceDate(); }
 

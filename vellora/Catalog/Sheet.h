@@ -1,6 +1,7 @@
 #pragma once
 
-#include <optional>
+#include <map>
+#include <new>
 #include <set>
 #include <string>
 #include <utility>
@@ -15,24 +16,44 @@ namespace vellora {
 /// Ownership: owns the answer.
 ///
 /// Threads: for one thread at a time.
+///
+/// Errors: a note for which there is no memory throws `std::bad_alloc`, and leaves its key open. Closing
+/// takes no memory, so each key is accounted for all the same.
 template <class T>
 class Sheet {
  public:
   /// Each of `keys` is open until it is accounted for.
-  explicit Sheet(std::set<std::string> keys) : open_(std::move(keys)) {}
+  explicit Sheet(const std::set<std::string>& keys) {
+    const Missing open(Missing::Why::failed);
+    for (const auto& key : keys) open_.emplace_hint(open_.end(), key, open);
+  }
 
   /// Takes note of an open key. Of a key that is accounted for already, or was not asked for, nothing.
   void found(const std::string& key, T value) {
-    if (auto node = open_.extract(key)) answer_.found.emplace(std::move(node.value()), std::move(value));
+    auto node = open_.extract(key);
+    if (!node) return;
+    try {
+      answer_.found.emplace(std::move(node.key()), std::move(value));
+    } catch (const std::bad_alloc&) {
+      open_.insert(std::move(node));
+      throw;
+    }
   }
   void found(const std::string& key, T value, const Age& age) {
-    if (auto node = open_.extract(key)) {
-      answer_.otherAges.emplace(key, age);
-      answer_.found.emplace(std::move(node.value()), std::move(value));
+    if (!open_.contains(key)) return;
+    const auto noted = answer_.otherAges.emplace(key, age).first;
+    try {
+      found(key, std::move(value));
+    } catch (const std::bad_alloc&) {
+      answer_.otherAges.erase(noted);
+      throw;
     }
   }
   void missed(const std::string& key, Missing missing) {
-    if (auto node = open_.extract(key)) answer_.missing.emplace(std::move(node.value()), std::move(missing));
+    auto node = open_.extract(key);
+    if (!node) return;
+    node.mapped() = std::move(missing);
+    answer_.missing.insert(std::move(node));
   }
 
   /// An answer for a key that nobody named.
@@ -41,22 +62,22 @@ class Sheet {
   void setAge(const Age& age) { answer_.age = age; }
 
   /// Keeps the first.
-  void trouble(Failure failure) {
-    if (!answer_.trouble) answer_.trouble = std::move(failure);
+  void trouble(const Failure& failure) noexcept {
+    if (!answer_.trouble) answer_.trouble = failure;
   }
 
   /// Whether a key is open.
   [[nodiscard]] bool isOpen() const { return !open_.empty(); }
 
   /// Gives all open keys the reason `rest`, and the answer its end. An answer without anything found is
-  /// `failed` when a key could not be asked.
-  void close(End end, const Missing& rest) {
-    while (!open_.empty()) {
-      answer_.missing.emplace(std::move(open_.extract(open_.begin()).value()), rest);
-    }
+  /// `failed` when a key could not be asked; one that is `failed` says why in `trouble`. Takes no memory.
+  void close(End end, const Missing& rest) noexcept {
+    if (end == End::failed && rest.failure()) trouble(*rest.failure());
+    for (auto& [key, missing] : open_) missing = rest;
+    answer_.missing.merge(open_);
     for (const auto& [key, missing] : answer_.missing) {
       if (missing.why() != Missing::Why::failed) continue;
-      trouble(*missing.failure());
+      if (missing.failure()) trouble(*missing.failure());
       if (end == End::answered && answer_.found.empty()) end = End::failed;
     }
     answer_.end = hasFailed_ && end == End::answered ? End::failed : end;
@@ -75,7 +96,7 @@ class Sheet {
   [[nodiscard]] Answer<T> take() { return std::move(answer_); }
 
  private:
-  std::set<std::string> open_;
+  std::map<std::string, Missing> open_;  // by the nodes that `missing` gets
   Answer<T> answer_;
   bool hasFailed_ = false;
 };

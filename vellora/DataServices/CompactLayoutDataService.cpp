@@ -15,6 +15,7 @@
 #include "vellora/DataServices/Joined.h"
 #include "vellora/DataServices/LayoutCache.h"
 #include "vellora/DataServices/LayoutCompletion.h"
+#include "vellora/DataServices/LayoutNames.h"
 #include "vellora/DataServices/PartOf.h"
 #include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/Sending.h"
@@ -136,6 +137,8 @@ class CompactLayoutDataService::Resolution {
         .append(detail);
   }
 
+  [[nodiscard]] const std::vector<ObjectCompactLayoutInfo>& layouts() const { return results_.layouts; }
+
   void rewriteFields(const ObjectQualifiedApiNameInfo& names) const {
     updateReferenceTypeFields(names.entityApiNames, results_);
     const auto service = service_.lock();
@@ -144,31 +147,32 @@ class CompactLayoutDataService::Resolution {
 
   /// The layouts are not cached, so that the next lookup tries again.
   void answerAsDownloaded(const Error& error) const {
-    if (const auto service = service_.lock()) {
-      logError(*service->logger_, downloadName, ": Qualified API Name network request failed: ", error);
-    }
+    logFailure(error);
     answerWithCopy(completion_, results_.layouts);
   }
 
   void answerThenCache() const {
     answerWithCopy(completion_, results_.layouts);
-    cache();  // only now does it see whether the completion has released the service
+    const auto service = service_.lock();  // only now: the completion may have released the service
+    if (service) service->save(results_.layouts, std::nullopt);
   }
 
-  void cacheThenAnswer() const {
-    try {
-      cache();
-    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the next lookup fetches them again
+  void logFailure(const Error& error) const {
+    if (const auto service = service_.lock()) {
+      logError(*service->logger_, downloadName, ": Qualified API Name network request failed: ", error);
     }
-    answerWithCopy(completion_, results_.layouts);
+  }
+
+  void cache(Date asked, const Fetching& fetching) const {
+    const auto service = service_.lock();
+    if (!service) return;
+    const auto save = [weak = service_, results = results_, asked] {
+      if (const auto self = weak.lock()) self->save(results.layouts, asked);
+    };
+    service->names_->noteAndSave(typesOf(results_.layouts), fetching, save);
   }
 
  private:
-  void cache() const {
-    const auto service = service_.lock();
-    if (service) service->save(results_.layouts);
-  }
-
   const std::weak_ptr<CompactLayoutDataService> service_;
   const std::vector<std::string> names_;
   const CompactLayoutResults results_;
@@ -176,7 +180,11 @@ class CompactLayoutDataService::Resolution {
 };
 
 CompactLayoutDataService::CompactLayoutDataService(const RequiredAPI& api, double cacheTimeout)
-    : network_(api.network), cache_(api.cache), logger_(api.logger), cacheTimeout_(cacheTimeout) {}
+    : network_(api.network),
+      cache_(api.cache),
+      logger_(api.logger),
+      cacheTimeout_(cacheTimeout),
+      names_(std::make_shared<const LayoutNames>(api.cache, Constants::namesKey)) {}
 
 void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::string>& names,
                                                        Completion completion) {
@@ -192,42 +200,35 @@ void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::st
   }
   const auto missing = namesWithoutLayout(names, cached.fresh);
   const FailureLog log(weak_from_this(), *logger_, "compactLayoutForApiName(_:completion:)");
-  getCompactLayoutFromNetwork(missing, answerWithCached(std::move(cached), log, std::move(completion)), {});
+  getCompactLayoutFromNetwork(missing, answerWithCached(std::move(cached), log, std::move(completion)));
 }
 
 void CompactLayoutDataService::getCompactLayoutFromNetwork(const std::vector<std::string>& names,
-                                                           Completion completion, const Asking& asking) {
+                                                           Completion completion) {
   const auto request = requestToGetCompactLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
   download<CompactLayoutResults>(
       *network_, *request, FailureLog(weak_from_this(), *logger_, downloadName),
-      [weak = weak_from_this(), names, completion = std::move(completion), asking](auto answer) {
+      [weak = weak_from_this(), names, completion = std::move(completion)](auto answer) {
         if (!answer.body) return completion(std::nullopt, std::move(answer.error));
         const auto self = weak.lock();
         if (!self) return;
         try {
           self->resolveReferenceFields(
-              std::make_shared<const Resolution>(weak, names, *std::move(answer.body), completion), asking);
+              std::make_shared<const Resolution>(weak, names, *std::move(answer.body), completion));
         } catch (const std::bad_alloc&) {
           completion(std::nullopt, noMemoryForAnswer());
         }
-      },
-      asking.fetching);
+      });
 }
 
-void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution,
-                                                      const Asking& asking) {
-  const auto types = resolution->types();
-  const auto entities = quoted(types);
+void CompactLayoutDataService::resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution) {
+  const auto entities = quoted(resolution->types());
   logger_->log(resolution->line("Getting", entities), LogLevel::info);
   const auto onValue = [resolution](const auto& names) { resolution->rewriteFields(names); };
-  const auto onCompletion = [resolution,
-                             isCachedFirst = asking.isEachAwaited](const std::optional<Error>& error) {
-    if (error) return resolution->answerAsDownloaded(*error);
-    isCachedFirst ? resolution->cacheThenAnswer() : resolution->answerThenCache();
+  const auto onCompletion = [resolution](const std::optional<Error>& error) {
+    error ? resolution->answerAsDownloaded(*error) : resolution->answerThenCache();
   };
-  if (asking.isEachAwaited)
-    return qualifiedApiNames(types, asking.fetching).sink(onValue, onCompletion).detach();
   qualifiedApiNamesCancellable_.replace(
       [&] { return qualifiedApiNameAsPublisher(entities).sink(onValue, onCompletion); });
 }
@@ -275,7 +276,7 @@ Publisher<LayoutResult<ObjectCompactLayoutInfo>> CompactLayoutDataService::eachL
         const Expiry expiry(self->cacheTimeout_);
         return EachLayout<ObjectCompactLayoutInfo>(
                    {[&](const std::string& name) { return dated(cache, name, expiry); },
-                    /*servesExpired=*/false, requestToGetCompactLayout,
+                    requestToGetCompactLayout,
                     [weak](const auto& some, const Fetching& attempt) {
                       const auto service = weak.lock();
                       return service ? service->downloadedLayouts(some, attempt) : silence<Downloaded>();
@@ -287,20 +288,53 @@ Publisher<LayoutResult<ObjectCompactLayoutInfo>> CompactLayoutDataService::eachL
 
 Publisher<CompactLayoutDataService::Downloaded> CompactLayoutDataService::downloadedLayouts(
     const std::vector<std::string>& names, const Fetching& fetching) {
-  return downloadedBy<ObjectCompactLayoutInfo>([&](Completion completion) {
-    getCompactLayoutFromNetwork(names, std::move(completion), {true, fetching});
-  });
+  const auto request = requestToGetCompactLayout(names);
+  if (!request) return Publisher<Downloaded>::fail(SObjectsDataServiceError::invalidUrl());
+  const FailureLog log(weak_from_this(), *logger_, downloadName);
+  return downloaded<CompactLayoutResults>(*network_, *request, log, fetching)
+      .flatMap([weak = weak_from_this(), names, asked = now(),
+                fetching](const std::shared_ptr<const CompactLayoutResults>& results) {
+        const auto self = weak.lock();
+        if (!self) return silence<Downloaded>();
+        return self->resolved(std::make_shared<const Resolution>(weak, names, *results, nullptr), asked,
+                              fetching);
+      });
+}
+
+/// The layouts with the name fields in place, and cached. Without the name fields they are as they came.
+Publisher<CompactLayoutDataService::Downloaded> CompactLayoutDataService::resolved(
+    const std::shared_ptr<const Resolution>& resolution, Date asked, const Fetching& fetching) {
+  using Fetched = FetchedLayouts<ObjectCompactLayoutInfo>;
+  const auto types = resolution->types();
+  logger_->log(resolution->line("Getting", quoted(types)), LogLevel::info);
+  return qualifiedApiNames(types, fetching)
+      .results()
+      .map([resolution, asked, fetching](const Result<ObjectQualifiedApiNameInfo>& names) -> Downloaded {
+        if (!names) {
+          resolution->logFailure(names.error());
+          return std::make_shared<const Fetched>(Fetched{resolution->layouts(), asked, names.error()});
+        }
+        resolution->rewriteFields(names.value());
+        resolution->cache(asked, fetching);
+        return std::make_shared<const Fetched>(Fetched{resolution->layouts(), asked});
+      });
 }
 
 void CompactLayoutDataService::forget(const std::vector<std::string>& names) const {
-  LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
-  for (const auto& name : names) cache.remove(name);
+  LayoutCache(*cache_, *logger_, Constants::keyPrefix).removeAll(names);
 }
 
-void CompactLayoutDataService::save(const std::vector<ObjectCompactLayoutInfo>& layouts) {
+void CompactLayoutDataService::forgetNoted() const {
+  forget(names_->all());
+  names_->forget();
+}
+
+void CompactLayoutDataService::save(const std::vector<ObjectCompactLayoutInfo>& layouts,
+                                    std::optional<Date> asked) {
   LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
   for (const auto& layout : layouts) {
-    cache.save(layout.objectType, CompactLayoutCacheEntry{layout, now()}, "save(key:compactLayout:)");
+    cache.save(layout.objectType, CompactLayoutCacheEntry{layout, asked.value_or(now())},
+               "save(key:compactLayout:)");
   }
 }
 

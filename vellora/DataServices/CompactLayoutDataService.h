@@ -24,6 +24,10 @@
 
 namespace vellora {
 
+template <class Layout>
+struct FetchedLayouts;
+class LayoutNames;
+
 /// Answers which headline fields the records of object types show. Serves what the cache holds, fetches the
 /// rest in one request from "/services/data/v53.0/compactLayouts", and caches each layout in a blob of its
 /// own, "OPS_CompactLayout_" followed by the object type.
@@ -51,7 +55,9 @@ class VELLORA_EXPORT CompactLayoutDataService
  public:
   struct Constants {
     static constexpr std::string_view keyPrefix = "OPS_CompactLayout_";  ///< of the blobs' keys
-    static constexpr std::string_view queryApiVersion = "v53.0";         ///< in the path of each request
+    static constexpr std::string_view namesKey =
+        "OPS_CompactLayoutNames";                                 ///< of the blob that names cached layouts
+    static constexpr std::string_view queryApiVersion = "v53.0";  ///< in the path of each request
   };
 
   using Completion = std::function<void(std::optional<std::vector<ObjectCompactLayoutInfo>> layouts,
@@ -81,6 +87,9 @@ class VELLORA_EXPORT CompactLayoutDataService
   /// Removes the cached layouts of the object types `names`.
   void forget(const std::vector<std::string>& names) const;
 
+  /// Removes all layouts that `eachLayout` has ever cached: it notes their types in a blob, which goes, too.
+  void forgetNoted() const;
+
   /// A producer of the name fields of object types, from "/services/data/v53.0/query". `entities` lists the
   /// types as a query does, in single quotes with commas between, and is sent as it stands. Each subscription
   /// sends a request; a failed one ends with the network's error, with `CompactLayoutDataServiceError`
@@ -92,32 +101,27 @@ class VELLORA_EXPORT CompactLayoutDataService
  private:
   class Resolution;
 
-  using Downloaded = std::shared_ptr<const std::vector<ObjectCompactLayoutInfo>>;
+  using Downloaded = std::shared_ptr<const FetchedLayouts<ObjectCompactLayoutInfo>>;
 
-  /// How a download goes about its name fields.
-  struct Asking {
-    /// Each request for name fields is waited for, not only the newest; and layouts are cached before they
-    /// are answered, not afterwards.
-    bool isEachAwaited = false;
-    Fetching fetching = {};
-  };
-
-  void getCompactLayoutFromNetwork(const std::vector<std::string>& names, Completion completion,
-                                   const Asking& asking);
-  void resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution, const Asking& asking);
+  void getCompactLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
+  void resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution);
+  [[nodiscard]] Publisher<Downloaded> resolved(const std::shared_ptr<const Resolution>& resolution,
+                                               Date asked, const Fetching& fetching);
   [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> sentForNameFields(const std::string& entities,
                                                                         const Fetching& fetching);
   [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> qualifiedApiNames(const std::vector<std::string>& types,
                                                                         const Fetching& fetching);
   [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names,
                                                         const Fetching& fetching);
-  void save(const std::vector<ObjectCompactLayoutInfo>& layouts);
+  /// Dates them `asked`, or else now.
+  void save(const std::vector<ObjectCompactLayoutInfo>& layouts, std::optional<Date> asked);
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;
   const std::shared_ptr<CorvaneSDK::Cache> cache_;
   const std::shared_ptr<CorvaneSDK::Logger> logger_;
   const double cacheTimeout_;
+  const std::shared_ptr<const LayoutNames> names_;
 
   // Synchronise themselves: downloads arrive on several threads at once.
   CancellableSlot qualifiedApiNamesCancellable_;

@@ -14,6 +14,8 @@
 #include "vellora/Host/NetRequest.h"
 #include "vellora/Host/Network.h"
 #include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Publishers/Promise.h"
+#include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
 #include "vellora/Platform/Values/Result.h"
 
@@ -64,6 +66,25 @@ void download(CorvaneSDK::Network& network, const CorvaneSDK::NetRequest& reques
          if (answered->test_and_set()) return;
          then(downloadFrom<Body>(answer, log, url));
        });
+}
+
+/// The same as a producer, which has sent the request already. Without a body it fails.
+template <class Body>
+[[nodiscard]] Publisher<std::shared_ptr<const Body>> downloaded(CorvaneSDK::Network& network,
+                                                                const CorvaneSDK::NetRequest& request,
+                                                                FailureLog log, const Fetching& fetching) {
+  using Shared = std::shared_ptr<const Body>;
+  return Publisher<Shared>::promise([&](const Promise<Shared>& promise) {
+    const auto resolve = [promise](Download<Body> answer) {
+      try {
+        if (!answer.body) return promise.fail(*answer.error);
+        promise.succeed(std::make_shared<const Body>(*std::move(answer.body)));
+      } catch (const std::bad_alloc&) {  // it would end in the host's network
+        promise.fail(outOfMemory());
+      }
+    };
+    download<Body>(network, request, std::move(log), resolve, fetching);
+  });
 }
 
 }  // namespace vellora

@@ -6,7 +6,6 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -16,16 +15,14 @@
 #include "vellora/DataServices/KeyResult.h"
 #include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/Requester.h"
-#include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/DataServices/SharedFetch.h"
 #include "vellora/DataServices/Source.h"
 #include "vellora/DataServices/UrlLength.h"
 #include "vellora/Host/NetRequest.h"
-#include "vellora/Platform/Publishers/Promise.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Publishers/SharedRuns.h"
 #include "vellora/Platform/Values/Date.h"
-#include "vellora/Platform/Values/OutOfMemory.h"
+#include "vellora/Platform/Values/Error.h"
 #include "vellora/Platform/Values/Result.h"
 
 namespace vellora {
@@ -35,25 +32,24 @@ template <class Layout>
 using LayoutResult = KeyResult<std::optional<DatedLayout<Layout>>>;
 
 /// The layouts that one request has brought.
+///
+/// Ownership: a plain value.
 template <class Layout>
-using DownloadedLayouts = std::shared_ptr<const std::vector<Layout>>;
+struct FetchedLayouts {
+  std::vector<Layout> layouts;
+  Date asked;                        ///< when the request was sent: what the server says is no newer
+  std::optional<Error> reason = {};  ///< why they are not all that they could be, if they are not
+};
 
-/// What `download(completion)` answers, as a producer: it is called now, once, with a completion of the
-/// layout services' form.
-template <class Layout, class StartDownload>
-[[nodiscard]] Publisher<DownloadedLayouts<Layout>> downloadedBy(StartDownload download) {
-  using Downloaded = DownloadedLayouts<Layout>;
-  return Publisher<Downloaded>::promise([&](const Promise<Downloaded>& promise) {
-    download([promise](std::optional<std::vector<Layout>> layouts,
-                       const std::optional<SObjectsDataServiceError>& error) {
-      try {
-        if (layouts) return promise.succeed(std::make_shared<const std::vector<Layout>>(*std::move(layouts)));
-        promise.fail(error.value_or(SObjectsDataServiceError::invalidUrl()));
-      } catch (const std::bad_alloc&) {  // it would end in the host's network
-        promise.fail(outOfMemory());
-      }
-    });
-  });
+template <class Layout>
+using DownloadedLayouts = std::shared_ptr<const FetchedLayouts<Layout>>;
+
+/// The types of these layouts.
+template <class Layout>
+[[nodiscard]] std::vector<std::string> typesOf(const std::vector<Layout>& layouts) {
+  std::vector<std::string> types;
+  for (const auto& layout : layouts) types.push_back(layout.objectType);
+  return types;
 }
 
 /// How one of the layout services goes about a lookup that tells of each name what became of it.
@@ -63,8 +59,6 @@ template <class Layout>
 struct LayoutSteps {
   /// The cached layout of that name.
   std::function<std::optional<DatedLayout<Layout>>(const std::string& name)> cached;
-  /// Whether an expired layout is served as long as it is there.
-  bool servesExpired = false;
   /// The request for the layouts of those names.
   std::function<std::optional<CorvaneSDK::NetRequest>(const std::vector<std::string>& names)> request;
   /// Sends it, and caches what comes.
@@ -88,10 +82,10 @@ class EachLayout {
   [[nodiscard]] Publisher<Known> of(const std::vector<std::string>& names,
                                     const SharedRuns<DownloadedLayouts<Layout>>& downloads) const {
     std::vector<Publisher<Known>> parts;
-    Missing missing;
-    parts.push_back(Publisher<Known>::sequence(fromCache(names, missing)));
-    for (auto& part : dividedByUrl(missing.names, [this](const auto& some) { return urlOf(some).size(); })) {
-      parts.push_back(downloaded(part, missing.stale, downloads));
+    Needed needed;
+    parts.push_back(Publisher<Known>::sequence(fromCache(names, needed)));
+    for (auto& part : dividedByUrl(needed.names, [this](const auto& some) { return urlOf(some).size(); })) {
+      parts.push_back(downloaded(part, needed.stale, downloads));
     }
     return Publisher<Publisher<Known>>::sequence(std::move(parts)).flatMap([](const Publisher<Known>& part) {
       return part;
@@ -102,12 +96,12 @@ class EachLayout {
   using Stale = std::map<std::string, DatedLayout<Layout>>;
 
   /// What the server is to be asked for, and what the cache has of it nevertheless.
-  struct Missing {
+  struct Needed {
     std::vector<std::string> names;
     std::shared_ptr<Stale> stale = std::make_shared<Stale>();
   };
 
-  std::vector<Known> fromCache(const std::vector<std::string>& names, Missing& missing) const {
+  std::vector<Known> fromCache(const std::vector<std::string>& names, Needed& needed) const {
     std::vector<Known> known;
     for (const auto& name : names) {
       auto cached = steps_.cached(name);
@@ -116,8 +110,8 @@ class EachLayout {
       } else if (source_ == Source::cacheOnly) {
         known.push_back({name, Error(NotCached())});
       } else {
-        missing.names.push_back(name);
-        if (cached) missing.stale->insert_or_assign(name, *std::move(cached));
+        needed.names.push_back(name);
+        if (cached) needed.stale->insert_or_assign(name, *std::move(cached));
       }
     }
     return known;
@@ -126,7 +120,7 @@ class EachLayout {
   [[nodiscard]] bool isServed(const DatedLayout<Layout>& cached) const {
     if (source_ != Source::cacheFirst) return source_ == Source::cacheOnly;
     if (notBefore_ && cached.fetched < *notBefore_) return false;
-    return steps_.servesExpired || !cached.isExpired;
+    return !cached.isExpired;
   }
 
   [[nodiscard]] std::string urlOf(const std::vector<std::string>& names) const {
@@ -134,12 +128,18 @@ class EachLayout {
     return request ? request->base().url.absoluteString() : std::string();
   }
 
+  /// Of the fetch that may be joined. One that may have begun before `notBefore` has another.
+  [[nodiscard]] std::string keyOf(const std::vector<std::string>& names) const {
+    if (!notBefore_) return urlOf(names);
+    return urlOf(names) + ' ' + std::to_string(notBefore_->secondsSinceReferenceDate());
+  }
+
   Publisher<Known> downloaded(const std::vector<std::string>& names, const std::shared_ptr<Stale>& stale,
                               const SharedRuns<DownloadedLayouts<Layout>>& downloads) const {
     const auto start = [start = steps_.downloaded, names](const Fetching& attempt) {
       return start(names, attempt);
     };
-    return sharedFetch(downloads, urlOf(names), fetching_, start)
+    return sharedFetch(downloads, keyOf(names), fetching_, start)
         .results()
         .flatMap([names, stale](const Result<DownloadedLayouts<Layout>>& result) {
           std::vector<Known> known;
@@ -152,11 +152,12 @@ class EachLayout {
   }
 
   static std::optional<DatedLayout<Layout>> found(const std::string& name,
-                                                  const std::vector<Layout>& layouts) {
+                                                  const FetchedLayouts<Layout>& fetched) {
+    const auto& layouts = fetched.layouts;
     const auto last = std::find_if(layouts.rbegin(), layouts.rend(),
                                    [&](const Layout& layout) { return layout.objectType == name; });
     if (last == layouts.rend()) return std::nullopt;
-    return DatedLayout<Layout>{*last, now()};
+    return DatedLayout<Layout>{*last, fetched.asked, false, fetched.reason};
   }
 
   static Result<std::optional<DatedLayout<Layout>>> cachedOr(const Error& error, const std::string& name,

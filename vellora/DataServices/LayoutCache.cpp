@@ -1,5 +1,7 @@
 #include "vellora/DataServices/LayoutCache.h"
 
+#include <new>
+
 namespace vellora {
 
 LayoutCache::LayoutCache(CorvaneSDK::Cache& cache, CorvaneSDK::Logger& logger, std::string_view keyPrefix)
@@ -7,6 +9,18 @@ LayoutCache::LayoutCache(CorvaneSDK::Cache& cache, CorvaneSDK::Logger& logger, s
 
 void LayoutCache::remove(std::string_view objectType) {
   cache_.remove(keyOf(objectType));
+}
+
+void LayoutCache::removeAll(const std::vector<std::string>& objectTypes) {
+  bool isComplete = true;
+  for (const auto& type : objectTypes) {
+    try {
+      remove(type);
+    } catch (const std::bad_alloc&) {
+      isComplete = false;
+    }
+  }
+  if (!isComplete) throw std::bad_alloc();
 }
 
 const std::string& LayoutCache::keyOf(std::string_view objectType) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "vellora/DataServices/LogError.h"
 #include "vellora/Host/Cache.h"
@@ -52,6 +53,9 @@ class LayoutCache {
 
   /// Removes the blob of `objectType`.
   void remove(std::string_view objectType);
+
+  /// Removes the blobs of all of them. Throws `std::bad_alloc` at the end when there was no memory for some.
+  void removeAll(const std::vector<std::string>& objectTypes);
 
  private:
   /// The key of that type's blob; valid until the next call.

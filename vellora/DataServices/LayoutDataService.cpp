@@ -11,6 +11,7 @@
 #include "vellora/DataServices/Joined.h"
 #include "vellora/DataServices/LayoutCache.h"
 #include "vellora/DataServices/LayoutCompletion.h"
+#include "vellora/DataServices/LayoutNames.h"
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/DataServices/Silence.h"
 #include "vellora/Models/ObjectLayoutInfoCacheEntry.h"
@@ -19,19 +20,23 @@ namespace vellora {
 
 namespace {
 
+using Layouts = std::vector<ObjectLayoutInfo>;
+
+constexpr std::string_view downloadName = "getLayoutFromNetwork(_:completion:)";
+
 std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
     const std::vector<std::string>& objectTypeNames) {
   const auto version = std::string(LayoutDataService::Constants::queryApiVersion);
   return serverRequest("/services/data/" + version + "/search/layout", joined(objectTypeNames, ","));
 }
 
-/// What becomes of an expired layout that is served.
+/// What becomes of an expired layout.
 enum class Expired { isRemoved, stays };
 
-/// The cached layout of that type. An expired one is removed, so that the next lookup fetches it.
+/// The cached layout of that type. The façade's lookup serves an expired one once more, and removes it so
+/// that the next lookup fetches it.
 std::optional<DatedLayout<ObjectLayoutInfo>> load(LayoutCache& cache, const std::string& objectType,
-                                                  const Expiry& expiry,
-                                                  Expired expired = Expired::isRemoved) {
+                                                  const Expiry& expiry, Expired expired) {
   auto entry = cache.load<ObjectLayoutInfoCacheEntry>(objectType);
   if (!entry) return std::nullopt;
   const bool isPast = expiry.isPast(entry->downloadedTime);
@@ -42,7 +47,11 @@ std::optional<DatedLayout<ObjectLayoutInfo>> load(LayoutCache& cache, const std:
 }  // namespace
 
 LayoutDataService::LayoutDataService(const RequiredAPI& api, double cacheTimeout)
-    : network_(api.network), cache_(api.cache), logger_(api.logger), cacheTimeout_(cacheTimeout) {}
+    : network_(api.network),
+      cache_(api.cache),
+      logger_(api.logger),
+      cacheTimeout_(cacheTimeout),
+      names_(std::make_shared<const LayoutNames>(api.cache, Constants::namesKey)) {}
 
 void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, Completion completion) {
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
@@ -51,7 +60,8 @@ void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, 
   LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
   const Expiry expiry(cacheTimeout_);
   for (const auto& name : names) {
-    if (auto found = load(cache, name, expiry)) cached.push_back(std::move(found->layout));
+    if (auto found = load(cache, name, expiry, Expired::isRemoved))
+      cached.push_back(std::move(found->layout));
   }
   if (cached.size() == names.size()) {
     if (completion) completion(std::move(cached), std::nullopt);
@@ -74,10 +84,9 @@ Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(std::vec
         if (!self) return silence<Known>();
         LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
         const Expiry expiry(self->cacheTimeout_);
-        const auto expired = source == Source::cacheFirst ? Expired::isRemoved : Expired::stays;
         return EachLayout<ObjectLayoutInfo>(
-                   {[&](const std::string& name) { return load(cache, name, expiry, expired); },
-                    /*servesExpired=*/true, requestToGetSearchLayout,
+                   {[&](const std::string& name) { return load(cache, name, expiry, Expired::stays); },
+                    requestToGetSearchLayout,
                     [weak](const auto& some, const Fetching& attempt) {
                       const auto service = weak.lock();
                       return service ? service->downloadedLayouts(some, attempt) : silence<Downloaded>();
@@ -89,42 +98,50 @@ Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(std::vec
 
 Publisher<LayoutDataService::Downloaded> LayoutDataService::downloadedLayouts(
     const std::vector<std::string>& names, const Fetching& fetching) {
-  return downloadedBy<ObjectLayoutInfo>([&](Completion completion) {
-    getLayoutFromNetwork(names, std::move(completion), Caching::first, fetching);
-  });
+  const auto request = requestToGetSearchLayout(names);
+  if (!request) return Publisher<Downloaded>::fail(SObjectsDataServiceError::invalidUrl());
+  const FailureLog log(weak_from_this(), *logger_, downloadName);
+  return downloaded<Layouts>(*network_, *request, log, fetching)
+      .map([weak = weak_from_this(), asked = now(), fetching](const std::shared_ptr<const Layouts>& layouts) {
+        if (const auto self = weak.lock()) {
+          self->names_->noteAndSave(typesOf(*layouts), fetching, [weak, layouts, asked] {
+            if (const auto service = weak.lock()) service->save(*layouts, asked);
+          });
+        }
+        return std::make_shared<const FetchedLayouts<ObjectLayoutInfo>>(
+            FetchedLayouts<ObjectLayoutInfo>{*layouts, asked});
+      });
 }
 
 void LayoutDataService::forget(const std::vector<std::string>& names) const {
-  LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
-  for (const auto& name : names) cache.remove(name);
+  LayoutCache(*cache_, *logger_, Constants::keyPrefix).removeAll(names);
 }
 
-void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion,
-                                             Caching caching, const Fetching& fetching) {
+void LayoutDataService::forgetNoted() const {
+  forget(names_->all());
+  names_->forget();
+}
+
+void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion) {
   const auto request = requestToGetSearchLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
-  const FailureLog log(weak_from_this(), *logger_, "getLayoutFromNetwork(_:completion:)");
+  const FailureLog log(weak_from_this(), *logger_, downloadName);
   download<std::vector<ObjectLayoutInfo>>(
-      *network_, *request, log,
-      [weak = weak_from_this(), completion = std::move(completion), caching](auto answer) {
+      *network_, *request, log, [weak = weak_from_this(), completion = std::move(completion)](auto answer) {
         const auto& layouts = answer.body;
         if (!layouts) return completion(std::nullopt, std::move(answer.error));
-        const auto save = [&] {
-          const auto self = weak.lock();  // only now: the completion may have released the service
-          if (self) self->save(*layouts);
-        };
-        if (caching == Caching::first) save();
         answerWithCopy(completion, *layouts);
-        if (caching == Caching::last) save();
-      },
-      fetching);
+        const auto self = weak.lock();  // only now: the completion may have released the service
+        if (self) self->save(*layouts);
+      });
 }
 
-void LayoutDataService::save(const std::vector<ObjectLayoutInfo>& layouts) {
+void LayoutDataService::save(const std::vector<ObjectLayoutInfo>& layouts, std::optional<Date> asked) {
   try {
     LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
     for (const auto& layout : layouts) {
-      cache.save(layout.objectType, ObjectLayoutInfoCacheEntry{layout, now()}, "save(key:objectLayoutInfo:)");
+      cache.save(layout.objectType, ObjectLayoutInfoCacheEntry{layout, asked.value_or(now())},
+                 "save(key:objectLayoutInfo:)");
     }
   } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the next lookup fetches them again
   }

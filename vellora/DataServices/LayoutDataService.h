@@ -21,6 +21,10 @@
 
 namespace vellora {
 
+template <class Layout>
+struct FetchedLayouts;
+class LayoutNames;
+
 /// Answers which columns the search results of object types show. Serves what the cache holds, fetches the
 /// rest in one request from "/services/data/v50.0/search/layout", and caches each layout in a blob of its
 /// own, "OPS_Layout_" followed by the object type.
@@ -49,6 +53,8 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
  public:
   struct Constants {
     static constexpr std::string_view keyPrefix = "OPS_Layout_";  ///< of the blobs' keys
+    static constexpr std::string_view namesKey =
+        "OPS_LayoutNames";                                        ///< of the blob that names cached layouts
     static constexpr std::string_view queryApiVersion = "v50.0";  ///< in the path of the request
   };
 
@@ -66,11 +72,12 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   void layoutForApiName(const std::vector<std::string>& names, Completion completion);
 
   /// A lookup of the second kind, as in `SObjectsDataService`: it yields what is known of each of `names`, in
-  /// any order, and takes the same steps. The work is done where it is subscribed to, or where the network
+  /// any order. The work is done where it is subscribed to, or where the network
   /// calls back; equal requests under way are shared, and none is longer than 8 kB. A type that the server
   /// does not know has an absent value; a name whose request failed has the cached layout and the reason, or
-  /// else the error. A layout that was fetched before `notBefore` is fetched again. With `cacheOnly` nothing
-  /// is dropped. What is downloaded is cached before it is yielded: who has it may let the service go.
+  /// else the error. An expired layout is served only then, or with `cacheOnly`; none is dropped. A layout
+  /// that was asked for before `notBefore` is fetched again. What is downloaded is cached before it is
+  /// yielded: who has it may let the service go.
   [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectLayoutInfo>>>> eachLayout(
       std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt,
       Fetching fetching = {});
@@ -78,23 +85,24 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   /// Removes the cached layouts of the object types `names`.
   void forget(const std::vector<std::string>& names) const;
 
- private:
-  using Downloaded = std::shared_ptr<const std::vector<ObjectLayoutInfo>>;
+  /// Removes all layouts that `eachLayout` has ever cached: it notes their types in a blob, which goes, too.
+  void forgetNoted() const;
 
-  /// Whether downloaded layouts are cached before they are answered, or afterwards.
-  enum class Caching { first, last };
+ private:
+  using Downloaded = std::shared_ptr<const FetchedLayouts<ObjectLayoutInfo>>;
 
   [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names,
                                                         const Fetching& fetching);
-  void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion,
-                            Caching caching = Caching::last, const Fetching& fetching = {});
-  void save(const std::vector<ObjectLayoutInfo>& layouts);
+  void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
+  /// Dates them `asked`, or else now.
+  void save(const std::vector<ObjectLayoutInfo>& layouts, std::optional<Date> asked = std::nullopt);
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;
   const std::shared_ptr<CorvaneSDK::Cache> cache_;
   const std::shared_ptr<CorvaneSDK::Logger> logger_;
   const double cacheTimeout_;
+  const std::shared_ptr<const LayoutNames> names_;
 
   // Synchronises itself.
   const SharedRuns<Downloaded> downloads_;

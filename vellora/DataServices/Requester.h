@@ -4,7 +4,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "vellora/Platform/Queues/CallbackGate.h"
 #include "vellora/Platform/Queues/TimedQueue.h"
 #include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Values/Error.h"
@@ -43,6 +45,9 @@ class VELLORA_EXPORT Requester {
   /// it is not.
   [[nodiscard]] virtual std::optional<TimedQueue::Delay> pauseAfter(int attempt, const Error& error) = 0;
 
+  /// Lets what was fetched for it into the cache, until all that it may know is to be forgotten.
+  [[nodiscard]] virtual CallbackGate& writes() const = 0;
+
   /// Where to wait.
   [[nodiscard]] virtual const std::shared_ptr<TimedQueue>& timer() const = 0;
 
@@ -57,5 +62,12 @@ struct VELLORA_EXPORT Fetching {
   std::shared_ptr<Requester> requester = {};  ///< null: nobody is told, and nothing is sent again
   int attempt = 1;
 };
+
+/// Calls `write`, which writes into the cache, unless the requester is not to write any more.
+template <class Write>
+void writeFor(const Fetching& fetching, Write&& write) {
+  if (!fetching.requester) return std::forward<Write>(write)();
+  fetching.requester->writes().run(std::forward<Write>(write));
+}
 
 }  // namespace vellora

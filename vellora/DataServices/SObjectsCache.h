@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -63,6 +64,8 @@ class SObjectsCache {
 
   /// Purges the rows that single lookups took from the list.
   void dropSingles() const;
+  /// How often rows were purged: see `TimestampedTable::drops`.
+  [[nodiscard]] std::uint64_t drops() const noexcept { return table_.drops(); }
   /// Purges the rows of list views.
   void dropListViews() const;
 

@@ -6,6 +6,8 @@
 
 #include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/PartOf.h"
+#include "vellora/DataServices/Renewals.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/SObjectsCache.h"
 #include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
@@ -76,7 +78,8 @@ SObjectsDataService::SObjectsDataService(const RequiredAPI& api, double cacheTim
     : network_(api.network),
       queue_(std::make_shared<SerialDispatchQueue>("SObjectsDataService.queue", DispatchQoS::userInitiated)),
       logger_(api.logger),
-      cache_(std::make_unique<SObjectsCache>(api.cache, logger_, cacheTimeout)) {}
+      cache_(std::make_unique<SObjectsCache>(api.cache, logger_, cacheTimeout)),
+      renewals_(std::make_unique<Renewals>()) {}
 
 SObjectsDataService::~SObjectsDataService() {
   try {
@@ -159,7 +162,7 @@ Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::st
 Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id,
                                                                               const Asking& asking) {
   const auto type = sObjectForId(id, asking);
-  if (name(id) != listViewName) {
+  if (name(id, asking) != listViewName) {
     return type.map([id = std::move(id)](OptionalSObject found) mutable {  // called once
       return IdTuple{std::move(id), std::move(found), std::nullopt};
     });
@@ -180,7 +183,7 @@ Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTupl
 
 Publisher<std::optional<SObject>> SObjectsDataService::sObjectForId(const std::string& id,
                                                                     const Asking& asking) {
-  const auto typeName = name(id);
+  const auto typeName = name(id, asking);
   return typeName ? sObjectForName(typeName, asking) : Publisher<OptionalSObject>::just(std::nullopt);
 }
 
@@ -188,10 +191,14 @@ Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(const std:
                                                                       const Asking& asking) {
   log("sObjectForName(_:), name: " + name.value_or("null type"));
   if (auto sObject = cache_->cachedSObject(name)) return Publisher<OptionalSObject>::just(std::move(sObject));
+  const auto drops = cache_->drops();
   if (const auto sObjects = cache_->cachedSObjects()) {
     const SObject* sObject = name ? sObjects->firstNamed(*name) : nullptr;
     if (!sObject) return Publisher<OptionalSObject>::just(std::nullopt);
-    cache_->save(*sObject);
+    writeFor(asking.fetching, [&] {
+      cache_->save(*sObject);
+      dropIfOlder(drops, asking);
+    });
     return Publisher<OptionalSObject>::just(*sObject);
   }
   if (asking.source == Source::cacheOnly) return Publisher<OptionalSObject>::fail(NotCached());
@@ -234,13 +241,19 @@ Publisher<std::optional<std::string>> SObjectsDataService::listViewType(const st
   });
 }
 
-Publisher<std::vector<SObject>> SObjectsDataService::fetchedSObjects(const Fetching& fetching) {
+bool SObjectsDataService::knowsKeyPrefixes() const {
+  return cache_->cachedKeyPrefixes() || cache_->cachedSObjects();
+}
+
+Publisher<std::vector<SObject>> SObjectsDataService::fetchedSObjects(const Fetching& fetching,
+                                                                     std::optional<std::uint64_t> renewal) {
   const auto request = serverRequest(serverPath("sobjects"));
   if (!request) return Publisher<std::vector<SObject>>::fail(SObjectsDataServiceError::invalidUrl());
   return fetched<SObjectsResponse>(*request, fetching)
-      .map([weak = weak_from_this()](SObjectsResponse response) {
+      .map([weak = weak_from_this(), fetching, renewal](SObjectsResponse response) {
         if (const auto self = weak.lock()) {
-          self->cache_->save(response.sObjects);
+          if (!renewal || self->renewals_->isNewest(*renewal))
+            writeFor(fetching, [&] { self->cache_->save(response.sObjects); });
           self->log("fetchedSObjects(), sObjects was fetched then cached");
         }
         return std::move(response.sObjects);
@@ -254,9 +267,11 @@ Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(c
       serverRequest(serverPath("query"), "SELECT Id,SobjectType FROM ListView WHERE Id = '" + id + "'");
   if (!request) return Publisher<std::optional<std::string>>::fail(SObjectsDataServiceError::invalidUrl());
   return fetched<ListViewObjectRecords>(*request, fetching)
-      .map([weak = weak_from_this(), id](const ListViewObjectRecords& response) {
+      .map([weak = weak_from_this(), id, fetching](const ListViewObjectRecords& response) {
         auto type = response.records.empty() ? std::nullopt : response.records.front().objectType;
-        if (const auto self = weak.lock()) self->cache_->save(type, id);
+        writeFor(fetching, [&] {
+          if (const auto self = weak.lock()) self->cache_->save(type, id);
+        });
         if (const auto self = weak.lock()) {
           self->log("fetchedListViewType(for:), list view for id: " + id + ", was fetched then cached");
         }
@@ -298,7 +313,7 @@ Publisher<KeyResult<SObjectsDataService::TypeAndInstance>> SObjectsDataService::
                                {source, true, std::move(fetching)},
                                [weak = weak_from_this()](IdTuple&& found) -> Result<TypeAndInstance> {
                                  const auto self = found.type ? nullptr : weak.lock();
-                                 if (self && !self->cache_->cachedKeyPrefixes()) return Error(NotCached());
+                                 if (self && !self->knowsKeyPrefixes()) return Error(NotCached());
                                  return TypeAndInstance{std::move(found.type), std::move(found.instance)};
                                });
 }
@@ -325,14 +340,24 @@ Publisher<SObjectsDataService::SObjects> SObjectsDataService::renewedSObjects(Fe
   return sharedSObjects(fetching);
 }
 
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::sObjectsFromNowOn(Fetching fetching) {
+  renewals_->begin();
+  return sharedSObjects(fetching);
+}
+
 Publisher<SObjectsDataService::SObjects> SObjectsDataService::sharedSObjects(const Fetching& fetching) {
-  return sharedFetch(lists_, "sobjects", fetching, [weak = weak_from_this()](const Fetching& attempt) {
+  const auto renewal = renewals_->current();
+  const auto key = Renewals::key("sobjects", renewal);
+  return sharedFetch(lists_, key, fetching, [weak = weak_from_this(), renewal](const Fetching& attempt) {
     const auto self = weak.lock();
     if (!self) return silence<SObjects>();
-    return self->fetchedSObjects(attempt).map([weak](std::vector<SObject>&& sObjects) -> SObjects {
-      if (const auto service = weak.lock()) service->cache_->dropSingles();
-      return std::make_shared<const NamedList<SObject>>(std::move(sObjects));
-    });
+    return self->fetchedSObjects(attempt, renewal)
+        .map([weak, attempt](std::vector<SObject>&& sObjects) -> SObjects {
+          writeFor(attempt, [&] {
+            if (const auto service = weak.lock()) service->cache_->dropSingles();
+          });
+          return std::make_shared<const NamedList<SObject>>(std::move(sObjects));
+        });
   });
 }
 
@@ -344,15 +369,34 @@ void SObjectsDataService::forget() const {
   cache_->forget();
 }
 
-std::optional<std::string> SObjectsDataService::name(const std::string& id) {
+std::optional<std::string> SObjectsDataService::name(const std::string& id, const Asking& asking) {
   const std::string keyPrefix = keyPrefixOf(id);
   if (auto name = cache_->cachedName(keyPrefix)) return name;
+  const auto drops = cache_->drops();
   const auto names = cache_->cachedKeyPrefixes();
-  if (!names) return std::nullopt;
+  if (!names) return asking.isShared ? nameInList(keyPrefix) : std::nullopt;
   const auto found = names->find(keyPrefix);
   if (found == names->end()) return std::nullopt;
-  cache_->saveKeyPrefix(keyPrefix, found->second);
+  writeFor(asking.fetching, [&] {
+    cache_->saveKeyPrefix(keyPrefix, found->second);
+    dropIfOlder(drops, asking);
+  });
   return found->second;
+}
+
+/// As the row of all prefixes would say. Of equal prefixes the last counts there.
+std::optional<std::string> SObjectsDataService::nameInList(const std::string& keyPrefix) const {
+  const auto list = cache_->cachedSObjects();
+  if (!list) return std::nullopt;
+  const auto& all = list->records();
+  const auto found = std::find_if(all.rbegin(), all.rend(),
+                                  [&](const SObject& sObject) { return sObject.keyPrefix == keyPrefix; });
+  return found == all.rend() ? std::nullopt : std::optional(found->name);
+}
+
+/// A newer list may have come since `drops` was looked at, and its rows been dropped before this one came.
+void SObjectsDataService::dropIfOlder(std::uint64_t drops, const Asking& asking) const {
+  if (asking.isShared && cache_->drops() != drops) cache_->dropSingles();
 }
 
 void SObjectsDataService::log(std::string_view text) const {

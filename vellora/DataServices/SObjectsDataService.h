@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -27,6 +28,7 @@ namespace vellora {
 
 template <class Record>
 class NamedList;
+class Renewals;
 class SObjectsCache;
 
 /// Tells which object type a record id or a name belongs to. Fetches the object list from
@@ -154,6 +156,10 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   /// Fetches the list, however young the cached one is.
   [[nodiscard]] Publisher<SObjects> renewedSObjects(Fetching fetching = {});
 
+  /// The same, as the list is at this call: a fetch that was sent before is not joined, and does not take its
+  /// place.
+  [[nodiscard]] Publisher<SObjects> sObjectsFromNowOn(Fetching fetching = {});
+
   /// Purges what list views list, so that it is asked anew.
   void forgetListViews() const;
 
@@ -190,7 +196,9 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id, const Asking& asking);
   [[nodiscard]] Publisher<std::optional<std::string>> listViewType(const std::string& id,
                                                                    const Asking& asking);
-  [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects(const Fetching& fetching = {});
+  /// Saves the list unless that of a later renewal has come; always without a number.
+  [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects(
+      const Fetching& fetching = {}, std::optional<std::uint64_t> renewal = std::nullopt);
   [[nodiscard]] Publisher<SObjects> sharedSObjects(const Fetching& fetching);
   [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(const std::string& id,
                                                                           const Fetching& fetching);
@@ -199,7 +207,11 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<Response> fetched(const CorvaneSDK::NetRequest& request, const Fetching& fetching);
 
   /// The object API name for a record id, as far as the cache knows it.
-  [[nodiscard]] std::optional<std::string> name(const std::string& id);
+  [[nodiscard]] std::optional<std::string> name(const std::string& id, const Asking& asking);
+
+  [[nodiscard]] std::optional<std::string> nameInList(const std::string& keyPrefix) const;
+  [[nodiscard]] bool knowsKeyPrefixes() const;
+  void dropIfOlder(std::uint64_t drops, const Asking& asking) const;
 
   void log(std::string_view text) const;
   static SObjectsDataServiceError mapped(const Error& error, const std::weak_ptr<SObjectsDataService>& weak);
@@ -214,6 +226,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   Cancellables subscriptions_;  // of the loads
   const SharedRuns<SObjects> lists_;
   const SharedRuns<std::optional<std::string>> listViewTypes_;
+  const std::unique_ptr<Renewals> renewals_;
 };
 
 /// The name that a row of that kind bears in its meta: "sObjects", "listView", ….

@@ -6,36 +6,46 @@
 
 #include "vellora/DataServices/Requester.h"
 #include "vellora/Platform/Publishers/Later.h"
+#include "vellora/Platform/Publishers/Lease.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Publishers/SharedRuns.h"
-#include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Queues/BoundedQueue.h"
 #include "vellora/Platform/Values/Result.h"
 
 namespace vellora {
 
 /// What `start(fetching)` yields: one value, or a failure, after which it is started again as often as the
-/// requester says. It goes on on the global queue then.
+/// requester says. It goes on on the queue of the lookups then. `lease`, if there is one, is renewed
+/// for each pause.
 template <class T, class Start>
-[[nodiscard]] Publisher<T> retried(const Fetching& fetching, Start start) {
+[[nodiscard]] Publisher<T> retried(const Fetching& fetching, Start start,
+                                   const std::shared_ptr<Lease>& lease = nullptr) {
   if (!fetching.requester) return start(fetching);
-  return start(fetching).results().flatMap([fetching, start](Result<T>&& result) -> Publisher<T> {
+  return start(fetching).results().flatMap([fetching, lease, start](Result<T>&& result) -> Publisher<T> {
     if (result) return Publisher<T>::just(std::move(result).value());
     const auto pause = fetching.requester->pauseAfter(fetching.attempt, result.error());
     if (!pause) return Publisher<T>::fail(result.error());
+    if (lease) lease->renew(*pause);
     const Fetching next{fetching.requester, fetching.attempt + 1};
     return later(next.requester->timer(), *pause)
-        .receive(DispatchQueue::global(DispatchQoS::userInitiated))
-        .flatMap([next, start](std::monostate) { return retried<T>(next, start); });
+        .receive(BoundedQueue::lookups())
+        .flatMap([next, lease, start](std::monostate) { return retried<T>(next, start, lease); });
   });
 }
 
 /// Joins what is fetched under `key`, or starts it. All who share a fetch share its attempts: the requester
-/// of who came first decides on them.
+/// of who came first decides on them. A fetch that nothing was heard of for as long as its lease lasts is not
+/// joined any more: the host may have dropped it.
 template <class T, class Start>
 [[nodiscard]] Publisher<T> sharedFetch(const SharedRuns<T>& runs, std::string key, const Fetching& fetching,
                                        Start start) {
-  const auto run = runs.joined(std::move(key),
-                               [fetching, start = std::move(start)] { return retried<T>(fetching, start); });
+  const auto lease =
+      fetching.requester ? std::make_shared<Lease>(fetching.requester->timer()) : std::shared_ptr<Lease>();
+  const auto begin = [fetching, lease, start = std::move(start)] {
+    if (lease) lease->renew();
+    return retried<T>(fetching, start, lease);
+  };
+  const auto run = runs.joined(std::move(key), begin, lease);
   if (!fetching.requester) return run;
   return run.map([requester = fetching.requester](T&& value) {
     requester->served();

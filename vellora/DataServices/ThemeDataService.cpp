@@ -6,6 +6,8 @@
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/DataServices/NotCached.h"
+#include "vellora/DataServices/Renewals.h"
+#include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/DataServices/SharedFetch.h"
@@ -50,7 +52,8 @@ ThemeDataService::ThemeDataService(const RequiredAPI& api, double cacheTimeout)
           TimestampedTable::Names{"OPS_ThemesCacheTable", std::string(themesFetchTimeKey),
                                   std::string(listKind)})),
       queue_(std::make_shared<SerialDispatchQueue>("ThemeDataService.queue", DispatchQoS::userInitiated)),
-      list_(std::make_unique<const Remembered<NamedList<ThemeItem>>>()) {}
+      list_(std::make_unique<const Remembered<NamedList<ThemeItem>>>()),
+      renewals_(std::make_unique<Renewals>()) {}
 
 ThemeDataService::~ThemeDataService() {
   try {
@@ -113,13 +116,18 @@ Publisher<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(std::string
 Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& name, const Asking& asking) {
   using Answer = Publisher<std::optional<ThemeItem>>;
   if (auto entry = cachedTheme(name)) return Answer::just(std::move(entry));
+  const auto drops = table_->drops();
   if (const auto list = cachedThemes()) {
     const ThemeItem* entry = list->firstNamed(name);
     if (!entry) {
       log("theme(for:), no theme was found for name: " + name);
       return Answer::just(std::nullopt);
     }
-    save(*entry);
+    writeFor(asking.fetching, [&] {
+      save(*entry);
+      // A newer list may have come meanwhile, and its rows been dropped before this one came.
+      if (asking.isShared && table_->drops() != drops) table_->drop(entryKind);
+    });
     return Answer::just(*entry);
   }
   if (asking.source == Source::cacheOnly) return Answer::fail(NotCached());
@@ -137,7 +145,8 @@ Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& n
   });
 }
 
-Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes(const Fetching& fetching) {
+Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes(const Fetching& fetching,
+                                                                  std::optional<std::uint64_t> renewal) {
   log("fetchedThemes()");
   const auto request = serverRequest("/services/data/" + std::string(Constants::queryApiVersion) + "/theme");
   if (!request) return Publisher<std::vector<ThemeItem>>::fail(ThemeDataServiceError::invalidUrl());
@@ -148,8 +157,12 @@ Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes(const Fetching
       .mapError([weak, url = request->base().url.absoluteString()](const Error& error) {
         return ofRequest(mapped(error, weak), url);
       })
-      .map([weak](ThemeResponse response) {
-        if (const auto service = weak.lock()) service->save(response.themeItems);
+      .map([weak, fetching, renewal](ThemeResponse response) {
+        writeFor(fetching, [&] {
+          const auto service = weak.lock();
+          if (service && (!renewal || service->renewals_->isNewest(*renewal)))
+            service->save(response.themeItems);
+        });
         if (const auto service = weak.lock()) service->log("fetchedThemes(), themes was fetched then cached");
         return std::move(response.themeItems);
       });
@@ -187,14 +200,24 @@ Publisher<ThemeDataService::Themes> ThemeDataService::renewedThemes(Fetching fet
   return sharedThemes(fetching);
 }
 
+Publisher<ThemeDataService::Themes> ThemeDataService::themesFromNowOn(Fetching fetching) {
+  renewals_->begin();
+  return sharedThemes(fetching);
+}
+
 Publisher<ThemeDataService::Themes> ThemeDataService::sharedThemes(const Fetching& fetching) {
-  return sharedFetch(lists_, "theme", fetching, [weak = weak_from_this()](const Fetching& attempt) {
+  const auto renewal = renewals_->current();
+  const auto key = Renewals::key("theme", renewal);
+  return sharedFetch(lists_, key, fetching, [weak = weak_from_this(), renewal](const Fetching& attempt) {
     const auto self = weak.lock();
     if (!self) return silence<Themes>();
-    return self->fetchedThemes(attempt).map([weak](std::vector<ThemeItem>&& themes) -> Themes {
-      if (const auto service = weak.lock()) service->table_->drop(entryKind);
-      return std::make_shared<const NamedList<ThemeItem>>(std::move(themes));
-    });
+    return self->fetchedThemes(attempt, renewal)
+        .map([weak, attempt](std::vector<ThemeItem>&& themes) -> Themes {
+          writeFor(attempt, [&] {
+            if (const auto service = weak.lock()) service->table_->drop(entryKind);
+          });
+          return std::make_shared<const NamedList<ThemeItem>>(std::move(themes));
+        });
   });
 }
 

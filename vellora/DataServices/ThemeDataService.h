@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -29,6 +30,7 @@ template <class Record>
 class NamedList;
 template <class T>
 class Remembered;
+class Renewals;
 class TimestampedTable;
 
 /// Answers which colours and icons object types have. The server gives the theme entries of all types in one
@@ -118,6 +120,10 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   /// Fetches the list, however young the cached one is.
   [[nodiscard]] Publisher<Themes> renewedThemes(Fetching fetching = {});
 
+  /// The same, as the list is at this call: a fetch that was sent before is not joined, and does not take its
+  /// place.
+  [[nodiscard]] Publisher<Themes> themesFromNowOn(Fetching fetching = {});
+
   /// Purges and removes all that the service wrote.
   void forget() const;
 
@@ -133,7 +139,9 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
 
   [[nodiscard]] Publisher<ThemeTuple> themeTuple(std::string name);
   [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name, const Asking& asking);
-  [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes(const Fetching& fetching = {});
+  /// Saves the list unless that of a later renewal has come; always without a number.
+  [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes(
+      const Fetching& fetching = {}, std::optional<std::uint64_t> renewal = std::nullopt);
   [[nodiscard]] Publisher<Themes> sharedThemes(const Fetching& fetching);
 
   [[nodiscard]] std::shared_ptr<const NamedList<ThemeItem>> cachedThemes() const;  // null when absent
@@ -154,6 +162,7 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   Cancellables subscriptions_;
   const std::unique_ptr<const Remembered<NamedList<ThemeItem>>> list_;  // decoded, while its bytes stay
   const SharedRuns<Themes> lists_;
+  const std::unique_ptr<Renewals> renewals_;
 };
 
 }  // namespace vellora

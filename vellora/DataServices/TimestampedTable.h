@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -105,6 +107,10 @@ class TimestampedTable {
   /// Purges the rows of `kind`.
   void drop(std::string_view kind) const;
 
+  /// How often `drop` was called. Who writes a row that it took from a list looks before it reads the list
+  /// and after it has written: with another number between, the row may be older than the list.
+  [[nodiscard]] std::uint64_t drops() const noexcept { return drops_; }
+
   /// Purges every row, whatever its kind, and removes the moment of the fetch.
   void forget() const;
 
@@ -135,6 +141,8 @@ class TimestampedTable {
   const double cacheTimeout_;
   const Names names_;
   const std::shared_ptr<CorvaneSDK::CacheTable> cacheTable_;
+
+  mutable std::atomic<std::uint64_t> drops_ = 0;
 };
 
 }  // namespace vellora

@@ -76,8 +76,8 @@ std::optional<Attempt> refusalUnseen(const std::string& path) {
   if (number == EACCES) return refused(cachePath::folderError(path, number));
   if (number == ENOENT && nameIsTaken(path))
     return refused(path, Reason::unwritable, "it is a link that leads nowhere");
-  if (cachePath::isOfAnotherUser(path))
-    return refused(path, Reason::unwritable, "it belongs to another user");
+  if (const auto others = sqliteFileSet::anotherUsersFile(path))
+    return refused(*others, Reason::unwritable, "it belongs to another user");
   return std::nullopt;
 }
 

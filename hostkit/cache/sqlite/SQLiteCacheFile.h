@@ -19,8 +19,8 @@ namespace vellora::hostkit {
 /// zero bytes, which a loss of power leaves. A fresh file also takes the
 /// place of a file without any bytes.
 ///
-/// Whatever is in it, a file of another user is refused, who could read what is written there; so is a link
-/// that leads nowhere.
+/// Whatever is in it, a file of another user is refused, who could read what is written there; so is one
+/// with another user's log beside it, and a link that leads nowhere.
 ///
 /// A fresh file is made as .vellora-making in the same folder and linked to its own name when it is complete,
 /// so that no crash can leave half a file that would be refused ever after. What a crash or a loss of power

@@ -11,6 +11,7 @@
 #include <system_error>
 #include <vector>
 
+#include "hostkit/cache/sqlite/CachePath.h"
 #include "hostkit/cache/sqlite/FileNaming.h"
 
 namespace vellora::hostkit::sqliteFileSet {
@@ -69,6 +70,14 @@ std::string nextFreeName(const std::string& path) {
 bool hasCompanions(const std::string& path) {
   return std::any_of(companions.begin(), companions.end(),
                      [&path](std::string_view suffix) { return nameIsTaken(companion(path, suffix)); });
+}
+
+std::optional<std::string> anotherUsersFile(const std::string& path) {
+  if (cachePath::isOfAnotherUser(path)) return path;
+  for (const auto suffix : companions) {
+    if (cachePath::isOfAnotherUser(companion(path, suffix))) return companion(path, suffix);
+  }
+  return std::nullopt;
 }
 
 int setAside(const std::string& path) {

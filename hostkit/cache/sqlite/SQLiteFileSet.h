@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace vellora::hostkit {
@@ -10,6 +11,9 @@ namespace sqliteFileSet {
 
 /// True when one of the companions of `path` is there.
 [[nodiscard]] bool hasCompanions(const std::string& path);
+
+/// The path of the file, or of the companion, that belongs to another user; absent when none does.
+[[nodiscard]] std::optional<std::string> anotherUsersFile(const std::string& path);
 
 /// Renames the file, if there is one, and its companions to the next free NAME.damaged-N. 0, or the `errno`
 /// of what went wrong.

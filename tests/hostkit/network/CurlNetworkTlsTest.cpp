@@ -71,6 +71,20 @@ TEST(CurlNetworkTlsTest, AnAnswerThatNobodyAskedForIsNotReadWithinTlsEither) {
   EXPECT_EQ(answerTo(*network, get("/next")).body(), "right");
 }
 
+TEST(CurlNetworkTlsTest, AnAnswerThatComesUnaskedOnAKeptConnectionIsNotReadWithinTlsEither) {
+  ScriptedServer plain;
+  const auto right = ScriptedServer::http("200 OK", "right");
+  const auto stray = ScriptedServer::http("200 OK", "stray");
+  plain.replyAlways(right);
+  TlsServer server(plain.port());
+  const auto network = CurlNetwork::make({.server = server.url(), .caFile = server.certificate()}).value();
+  EXPECT_EQ(answerTo(*network, get("/one")).body(), "right");
+  plain.push(stray.bytes);
+  server.waitUntilSent(right.bytes.size() + stray.bytes.size());
+  EXPECT_EQ(answerTo(*network, get("/two")).body(), "right");
+  EXPECT_EQ(plain.connections(), 2U);
+}
+
 TEST(CurlNetworkTlsTest, KeepsItsConnectionWhenNothingIsUnread) {
   ScriptedServer plain;
   plain.replyAlways(ScriptedServer::http("200 OK", "right"));

@@ -86,6 +86,18 @@ TEST_F(CatalogTest, StreamsItsReadinessOnTheQueueOfItsAnswers) {
   EXPECT_THAT(texts, ElementsAre("loading", "ready"));
 }
 
+TEST_F(CatalogTest, StreamsWhyItIsNotReadyAndWhenItIs) {
+  network->answer(typesUrl, down());
+  construct();
+  std::vector<std::string> texts;
+  const auto token =
+      catalog->readinessStream().sink([&](const Readiness& readiness) { texts.push_back(readiness.text()); });
+  runAll();
+  network->answer(typesUrl, StubNetwork::body(typesBody()));
+  static_cast<void>(answered(catalog->types({"Account"})));
+  EXPECT_THAT(texts, ElementsAre("loading", std::string("failed: down (") + typesUrl + ")", "ready"));
+}
+
 TEST_F(CatalogTest, StreamsNothingOnceItIsDestroyed) {
   construct();
   std::vector<std::string> texts;

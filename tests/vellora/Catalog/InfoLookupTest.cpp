@@ -5,9 +5,12 @@
 
 #include <chrono>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "tests/vellora/Catalog/CatalogFixture.h"
+#include "vellora/Host/CacheTable.h"
+#include "vellora/Host/Query.h"
 
 namespace vellora {
 namespace {
@@ -202,6 +205,50 @@ TEST_F(InfoLookupTest, ACacheThatKeepsNothingIsAReasonOrNone) {
   EXPECT_EQ(reasonsOf(types), (Reasons{{"Nonesuch", "unknown to the server"}}));
   const auto records = answered(catalog->records({"001xx"}));
   EXPECT_EQ(reasonsOf(records), (Reasons{{"001xx", "could not be asked: It is not in the cache."}}));
+}
+
+TEST_F(InfoLookupTest, ServerFirstFallsBackAtOnceWhateverHangsBesides) {
+  constructAndLoad();
+  static_cast<void>(answered(catalog->records({"00Bxx"})));
+  network->answer(listViewUrl("00Bxx"), down());
+  network->answer(listViewUrl("00Byy"), StubNetwork::never());
+  network->answer(listViewUrl("00Bzz"), down());
+  const auto received =
+      ask(catalog->records({"00Bxx", "00Byy", "00Bzz"}, {.deadline = 5s, .source = Source::serverFirst}));
+  runAll();
+  timer->advance(5s);
+  runAll();
+  EXPECT_THAT(keysOf(received->answer.found), ElementsAre("00Bxx"));
+  EXPECT_EQ(received->answer.trouble->url(), listViewUrl("00Bxx"));
+  EXPECT_EQ(reasonsOf(received->answer),
+            (Reasons{{"00Byy", "timed out"},
+                     {"00Bzz", "could not be asked: down (" + listViewUrl("00Bzz") + ")"}}));
+}
+
+TEST_F(InfoLookupTest, AnExpiredListDoesNotSayWhatTheServerKnows) {
+  constructAndLoad();
+  clock.advance(7200);
+  EXPECT_EQ(reasonsOf(answered(catalog->types({"Nonesuch"}, {.source = Source::cacheOnly}))),
+            (Reasons{{"Nonesuch", "not in the cache"}}));
+}
+
+TEST_F(InfoLookupTest, TheListTellsKeyPrefixesWhoseRowIsGone) {
+  constructAndLoad();
+  const auto table = cache->openTable("OPS_SObjectsCacheTable");
+  table->purge(CorvaneSDK::metaEquals({{"cacheEntryType", "keyPrefixes"}}));
+  const auto answer = answered(catalog->records({"001xx", "999xx"}));
+  EXPECT_THAT(keysOf(answer.found), ElementsAre("001xx"));
+  EXPECT_EQ(reasonsOf(answer), (Reasons{{"999xx", "unknown to the server"}}));
+}
+
+TEST_F(InfoLookupTest, AThemeThatCannotBeFoundOutIsTheTrouble) {
+  constructAndLoad();
+  cache->openTable("OPS_ThemesCacheTable")->upsert({Data("{"), {{"cacheEntryType", "themes"}}, std::nullopt});
+  network->answer(themesUrl, down());
+  const auto answer = answered(catalog->types({"Account"}));
+  EXPECT_FALSE(answer.found.at("Account").typePresentationInfo.color);
+  ASSERT_TRUE(answer.trouble);
+  EXPECT_EQ(answer.trouble->text(), std::string("down (") + themesUrl + ")");
 }
 
 }  // namespace

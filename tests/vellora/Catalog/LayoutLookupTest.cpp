@@ -93,13 +93,69 @@ TEST_F(LayoutLookupTest, AnExpiredHeadlineIsServedWithItsReasonWhenTheServerFail
   EXPECT_EQ(answer.trouble->text(), "down (" + headlinesUrl("Account") + ")");
 }
 
-TEST_F(LayoutLookupTest, ExpiredColumnsAreServedOnceMoreAsStale) {
+TEST_F(LayoutLookupTest, ExpiredColumnsAreFetchedAndServedAsLongAsTheServerFails) {
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  const auto fetched = clock.date();
+  clock.advance(7200);
+  network->answerPrefix("/services/data/v50.0/search/layout", down());
+  for (int i = 0; i < 2; ++i) {
+    const auto old = answered(catalog->searchColumns({"Account"}));
+    EXPECT_EQ(old.ageOf("Account"), (Age{fetched, true}));
+    EXPECT_EQ(old.trouble->text(), "down (" + columnsUrl("Account") + ")");
+  }
+  network->answerPrefix("/services/data/v50.0/search/layout", StubNetwork::body(columns()));
+  EXPECT_FALSE(answered(catalog->searchColumns({"Account"})).ageOf("Account").isStale);
+}
+
+TEST_F(LayoutLookupTest, ExpiredColumnsOutliveARefreshThatNoServerAnswers) {
   static_cast<void>(answered(catalog->searchColumns({"Account"})));
   clock.advance(7200);
-  EXPECT_TRUE(answered(catalog->searchColumns({"Account"})).ageOf("Account").isStale);
+  network->answerWhen([](const auto&) { return true; }, down());
+  static_cast<void>(answered(catalog->refresh()));
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(answered(catalog->searchColumns({"Account"})).found.size(), 1U);
+}
+
+TEST_F(LayoutLookupTest, NameFieldsThatCannotBeFetchedAreTheTrouble) {
+  network->answerPrefix("/services/data/v53.0/query", down());
+  const auto answer = answered(catalog->headlines({"Account"}));
+  EXPECT_EQ(answer.found.at("Account").layoutFields.at(0)->apiName, "OwnerId");
+  ASSERT_TRUE(answer.trouble);
+  EXPECT_THAT(answer.trouble->text(), testing::StartsWith("down"));
+}
+
+TEST_F(LayoutLookupTest, NameFieldsAreNotAskedForWhenNobodyWaitsAnyMore) {
+  network->answerPrefix("/services/data/v53.0/compactLayouts", StubNetwork::body(headlines()).held());
+  auto pending = ask(catalog->headlines({"Account"}));
+  runAll();
+  pending->token.cancel();
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(network->urls().back(), headlinesUrl("Account"));
+  EXPECT_FALSE(cache->load("OPS_CompactLayout_Account"));
+}
+
+TEST_F(LayoutLookupTest, ADownloadThatBeganBeforeARefreshDoesNotCountAfterIt) {
+  network->answerPrefix("/services/data/v50.0/search/layout", StubNetwork::body(columns()).held());
+  const auto before = ask(catalog->searchColumns({"Account"}));
+  runAll();
+  clock.advance(1);
+  static_cast<void>(answered(catalog->refresh()));
+  network->answerPrefix("/services/data/v50.0/search/layout", StubNetwork::body("[]"));
+  const auto after = answered(catalog->searchColumns({"Account"}));
+  EXPECT_EQ(reasonsOf(after), (Reasons{{"Account", "unknown to the server"}}));
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(before->answer.found.size(), 1U);
+  EXPECT_EQ(answered(catalog->searchColumns({"Account"})).found.size(), 0U)
+      << "it is dated before the refresh";
+}
+
+TEST_F(LayoutLookupTest, LayoutsAreCachedAfterARefreshAndAClockThatIsSetBack) {
+  static_cast<void>(answered(catalog->refresh()));
+  clock.advance(-600);
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
   EXPECT_EQ(network->count(columnsUrl("Account")), 1U);
-  EXPECT_FALSE(answered(catalog->searchColumns({"Account"})).ageOf("Account").isStale);
-  EXPECT_EQ(network->count(columnsUrl("Account")), 2U);
 }
 
 TEST_F(LayoutLookupTest, CacheOnlySendsNothingAndDropsNothing) {

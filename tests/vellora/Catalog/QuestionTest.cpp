@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
 #include <coroutine>
 #include <exception>
 #include <memory>
@@ -66,7 +67,7 @@ class QuestionTest : public tests::CatalogFixture {
 
   Coroutine waitFor(Question<ObjectPresentationInfo> question,
                     std::optional<Answer<ObjectPresentationInfo>>& into) {
-    into = co_await question;
+    into = co_await std::move(question);
   }
 };
 
@@ -289,6 +290,104 @@ TEST_F(QuestionTest, TenThousandAtATimeAreOneTimersWork) {
   timer->advance(5s);
   runAll();
   for (const auto& received : all) ASSERT_EQ(received->calls, 1);
+}
+
+TEST_F(QuestionTest, AnswersOnAQueueThatIsNamedByItsOwnType) {
+  const auto other = std::make_shared<ManualQueue>();
+  const auto received = ask(catalog->types({"Account"}, {.answersOn = other}));
+  runAll();
+  other->runAll();
+  EXPECT_EQ(received->calls, 1);
+}
+
+TEST_F(QuestionTest, ACoroutineThatWaitsForACancelledQuestionGoesOnAtOnce) {
+  std::optional<Answer<ObjectPresentationInfo>> answer;
+  auto question = hanging();
+  runAll();
+  question.cancel();
+  const auto coroutine = waitFor(std::move(question), answer);
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->end, End::cancelled);
+  EXPECT_EQ(answer->found.size(), 1U);
+  EXPECT_EQ(answer->missing.at("00Byy").text(), "cancelled");
+}
+
+TEST_F(QuestionTest, ACoroutineThatWaitsBehindTheEndOfTheCatalogueGoesOnAtOnce) {
+  std::optional<Answer<ObjectPresentationInfo>> answer;
+  auto question = hanging();
+  catalog.reset();
+  const auto coroutine = waitFor(std::move(question), answer);
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->end, End::cancelled);
+}
+
+TEST_F(QuestionTest, WaitingASecondTimeSaysThatTheAnswerIsTaken) {
+  auto question = catalog->types({"Account"});
+  runAll();
+  EXPECT_EQ(std::move(question).get().found.size(), 1U);
+  const auto second = std::move(question).get();  // NOLINT(bugprone-use-after-move): it says so
+  EXPECT_EQ(second.end, End::failed);
+  EXPECT_EQ(second.trouble.value().text(), "The answer was taken already. Wait for a question once.");
+  std::optional<Answer<ObjectPresentationInfo>> third;
+  const auto coroutine = waitFor(std::move(question), third);  // NOLINT(bugprone-use-after-move)
+  ASSERT_TRUE(third);
+  EXPECT_EQ(third->end, End::failed);
+}
+
+TEST_F(QuestionTest, AnAnswerOnItsWayKeepsNoQueueThatRunsNoMore) {
+  auto mainLoop = std::make_shared<ManualQueue>();
+  const std::weak_ptr<ManualQueue> weak = mainLoop;
+  catalog->types({"Account"}, {.answersOn = mainLoop}).then([](const auto&) {}).detach();
+  runAll();
+  EXPECT_EQ(mainLoop->pending(), 1U);
+  mainLoop.reset();
+  EXPECT_TRUE(weak.expired());
+}
+
+TEST_F(QuestionTest, CancellingLetsGoOfTheCallbackAndSendsNothingOnItsWay) {
+  const auto captured = std::make_shared<int>();
+  auto token = hanging().then([captured](const auto&) {});
+  runAll();
+  token.cancel();
+  EXPECT_EQ(captured.use_count(), 1);
+  EXPECT_EQ(queue->pending(), 0U);
+  auto onItsWay = catalog->types({"Account"}).then([captured](const auto&) {});
+  queues.runAll();
+  EXPECT_EQ(queue->pending(), 1U);
+  onItsWay.cancel();
+  EXPECT_EQ(captured.use_count(), 1);
+}
+
+TEST_F(QuestionTest, ACallbackThatIsAddedBehindTheCancellingIsLetGoOf) {
+  const auto captured = std::make_shared<int>();
+  auto question = hanging();
+  question.cancel();
+  const auto token = std::move(question).then([captured](const auto&) {});
+  EXPECT_EQ(captured.use_count(), 1);
+}
+
+TEST_F(QuestionTest, TheEndOfTheCatalogueLetsGoOfCallbacksThatTheirTokensOutlive) {
+  const auto captured = std::make_shared<int>();
+  const auto waiting = hanging().then([captured](const auto&) {});
+  const auto onItsWay = catalog->types({"Account"}).then([captured](const auto&) {});
+  queues.runAll();
+  EXPECT_EQ(queue->pending(), 1U);
+  catalog.reset();
+  EXPECT_EQ(queue->pending(), 1U) << "nothing was sent to a queue that may run no more";
+  EXPECT_EQ(captured.use_count(), 2) << "only what was on its way";
+  queue->runAll();
+  EXPECT_EQ(captured.use_count(), 1);
+}
+
+TEST_F(QuestionTest, ADeadlineThatIsNoNumberIsAYear) {
+  const auto received = ask(hanging({.deadline = std::chrono::duration<double>(std::nan(""))}));
+  runAll();
+  timer->advance(364 * 24h);
+  runAll();
+  EXPECT_EQ(received->calls, 0);
+  timer->advance(24h);
+  runAll();
+  EXPECT_EQ(received->calls, 1);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <latch>
 #include <memory>
 #include <optional>
+#include <semaphore>
 #include <string>
 #include <thread>
 #include <utility>
@@ -14,11 +15,13 @@
 
 #include "hostkit/StandardPlatformAPI.h"
 #include "hostkit/cache/memory/MemoryCache.h"
+#include "testkit/ForwardingCache.h"
 #include "testkit/SilentLogger.h"
 #include "testkit/StubNetwork.h"
 #include "tests/support/ManualTimer.h"
 #include "vellora/Catalog/Catalog.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/TimedQueue.h"
 
 // What a question promises where threads meet.
 
@@ -93,7 +96,7 @@ TEST_F(QuestionThreadsTest, EndsAtTheDeadlineThoughEveryThreadOfTheLibraryIsBloc
 
 TEST_F(QuestionThreadsTest, GetIsRefusedOnAQueueOfTheLibraryAndInACallback) {
   std::promise<End> onQueue;
-  SerialDispatchQueue("other").async([&] { onQueue.set_value(catalog->records({"001xx"}).get().end); });
+  SerialDispatchQueue("other").async([&] { onQueue.set_value(catalog->records({"00Bxx"}).get().end); });
   EXPECT_EQ(onQueue.get_future().get(), End::failed);
   std::promise<End> inCallback;
   auto token = catalog->records({"001xx"}).then(
@@ -237,6 +240,62 @@ TEST_F(QuestionThreadsTest, ManyThreadsAskAndEveryQuestionIsAnswered) {
   }
   for (auto& thread : asking) thread.join();
   EXPECT_EQ(found, threads * questions);
+}
+
+TEST_F(QuestionThreadsTest, GetIsRefusedOnTheThreadOfTheDeadlines) {
+  std::promise<End> end;
+  static_cast<void>(
+      TimedQueue::system()->after(0s, [&] { end.set_value(catalog->records({"00Bxx"}).get().end); }));
+  EXPECT_EQ(end.get_future().get(), End::failed);
+}
+
+/// Blocks whoever loads, from `stall` on until it is released.
+class StallingCache final : public testkit::ForwardingCache {
+ public:
+  using ForwardingCache::ForwardingCache;
+
+  std::optional<Data> load(const std::string& key) override {
+    if (isStalling) {
+      stalled.release();
+      released.wait();
+    }
+    return next().load(key);
+  }
+
+  std::atomic<bool> isStalling = false;
+  std::counting_semaphore<> stalled{0};
+  std::promise<void> release;
+  const std::shared_future<void> released = release.get_future().share();
+};
+
+TEST_F(QuestionThreadsTest, CallbacksComeAtTheDeadlineThoughTheCacheBlocksEveryLookup) {
+  const auto stalling = std::make_shared<StallingCache>(cache);
+  const auto timer = std::make_shared<tests::ManualTimer>();
+  catalog.emplace(std::make_shared<hostkit::StandardPlatformAPI>(network, stalling,
+                                                                 std::make_shared<testkit::SilentLogger>()),
+                  CatalogOptions{.timer = timer});
+  static_cast<void>(catalog->records({"001xx"}).get());
+  stalling->isStalling = true;
+  const auto threads = std::max(4U, std::thread::hardware_concurrency());
+  std::vector<std::promise<End>> ends(2 * threads);
+  for (auto& end : ends) {
+    catalog->records({"001xx"}, {.deadline = 5s})
+        .then([&](const Found& answer) { end.set_value(answer.end); })
+        .detach();
+  }
+  for (unsigned i = 1; i < threads; ++i) stalling->stalled.acquire();
+  timer->advance(5s);
+  bool haveAllCome = true;
+  for (auto& end : ends) {
+    auto future = end.get_future();
+    haveAllCome = haveAllCome && future.wait_for(60s) == std::future_status::ready;
+    if (haveAllCome) {
+      EXPECT_EQ(future.get(), End::timedOut);
+    }
+  }
+  EXPECT_TRUE(haveAllCome);
+  stalling->release.set_value();
+  catalog.reset();
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "tests/vellora/Catalog/CatalogFixture.h"
 
@@ -72,6 +73,29 @@ TEST_F(RefreshLookupTest, FailsWithTheReasonWhenAListCannotBeFetched) {
   EXPECT_EQ(answer.end, End::failed);
   EXPECT_EQ(answer.trouble->text(), std::string("down (") + themesUrl + ")");
   EXPECT_EQ(catalog->readiness().readinessCase(), Readiness::Case::failed);
+}
+
+TEST_F(RefreshLookupTest, ListViewsStayWhenTheListsCannotBeFetched) {
+  constructAndLoad();
+  static_cast<void>(answered(catalog->records({"00Bxx"})));
+  network->answerWhen([](const auto&) { return true; }, down());
+  EXPECT_EQ(answered(catalog->refresh()).end, End::failed);
+  EXPECT_EQ(answered(catalog->records({"00Bxx"})).found.size(), 1U);
+}
+
+TEST_F(RefreshLookupTest, FindsWhatIsThereWhenItIsAskedThoughALoadIsUnderWay) {
+  network->answer(typesUrl, StubNetwork::body(typesBody()).held());
+  network->answer(themesUrl, StubNetwork::body(themesBody()).held());
+  constructAndLoad();
+  const auto newer = std::string(
+      R"({"sobjects":[{"name":"Order","keyPrefix":"801","label":"Order","labelPlural":"Orders","createable":false}]})");
+  network->answer(typesUrl, StubNetwork::body(newer));
+  network->answer(themesUrl, StubNetwork::body(R"({"themeItems":[]})"));
+  EXPECT_EQ(answered(catalog->refresh()).found, (Changes{{"Order", TypeChange::added}}));
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(keysOf(answered(catalog->allTypes()).found), std::vector<std::string>{"Order"})
+      << "the older list comes too late";
 }
 
 }  // namespace

@@ -1,15 +1,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "tests/vellora/DataServices/SObjectsDataServiceFixture.h"
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/DataServices/NotCached.h"
+#include "vellora/Host/Logger.h"
+#include "vellora/Host/RequiredAPI.h"
+#include "vellora/Platform/Publishers/AnyCancellable.h"
 
 // The operations that tell of each key what became of it.
 
@@ -146,6 +152,41 @@ TEST_F(SObjectsDataServiceEachTest, ForgettingLeavesNoRowAndNoMoment) {
   service->forget();
   EXPECT_THAT(host.cache->openTable(tableKey)->fetch(CorvaneSDK::Query::oldest({})), IsEmpty());
   EXPECT_FALSE(host.cache->load("ops.sobject.fetch.timestamp"));
+}
+
+/// Calls `onLine` for each line.
+class ListeningLogger final : public CorvaneSDK::Logger {
+ public:
+  void log(std::string_view message, CorvaneSDK::LogLevel) override {
+    if (onLine) onLine(message);
+  }
+
+  std::function<void(std::string_view line)> onLine;
+};
+
+TEST_F(SObjectsDataServiceEachTest, ARowFromAnOlderListDoesNotOutliveTheNewerOne) {
+  cacheList();
+  host.network->answer(
+      listUrl,
+      StubNetwork::body(
+          R"({"sobjects":[{"name":"Account","label":"Client","labelPlural":"Clients","createable":true}]})"));
+  const auto logger = std::make_shared<ListeningLogger>();
+  const auto other =
+      std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
+  AnyCancellable renewal;
+  logger->onLine = [&](std::string_view line) {
+    if (line != "cachedSObjects()") return;  // the old list has been read
+    logger->onLine = nullptr;
+    renewal = other->renewedSObjects().sink([](const auto&) {});
+  };
+  std::vector<std::string> labels;
+  for (int i = 0; i < 2; ++i) {
+    token = other->eachOfNames({"Account"}, Source::cacheFirst).sink([&](const auto& each) {
+      labels.push_back(each.value.value()->label);
+    });
+  }
+  EXPECT_EQ(labels.size(), 2U);
+  EXPECT_EQ(labels.back(), "Client");
 }
 
 }  // namespace

@@ -136,9 +136,13 @@ class Told final : public Requester {
   [[nodiscard]] std::optional<TimedQueue::Delay> pauseAfter(int, const Error&) override {
     return std::nullopt;
   }
+  [[nodiscard]] CallbackGate& writes() const override { return writes_; }
   [[nodiscard]] const std::shared_ptr<TimedQueue>& timer() const override { return TimedQueue::system(); }
 
   std::vector<std::string> lines;
+
+ private:
+  mutable CallbackGate writes_;
 };
 
 TEST_F(SendingTest, ARequesterIsToldOfTheRequestAndOfItsAnswerBeforeWhoWaits) {

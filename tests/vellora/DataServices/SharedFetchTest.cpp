@@ -28,12 +28,14 @@ class Patient final : public Requester {
   [[nodiscard]] std::optional<TimedQueue::Delay> pauseAfter(int attempt, const Error&) override {
     return attempt < 3 ? std::optional<TimedQueue::Delay>(1s) : std::nullopt;
   }
+  [[nodiscard]] CallbackGate& writes() const override { return writes_; }
   [[nodiscard]] const std::shared_ptr<TimedQueue>& timer() const override { return timer_; }
 
   int servings = 0;
 
  private:
   const std::shared_ptr<TimedQueue> timer_;
+  mutable CallbackGate writes_;
 };
 
 class SharedFetchTest : public testing::Test {
@@ -59,7 +61,7 @@ class SharedFetchTest : public testing::Test {
   const std::shared_ptr<tests::ManualTimer> timer = std::make_shared<tests::ManualTimer>();
   const std::shared_ptr<Patient> first = std::make_shared<Patient>(timer);
   const std::shared_ptr<Patient> second = std::make_shared<Patient>(timer);
-  const SharedRuns<int> runs;
+  SharedRuns<int> runs;
   std::vector<int> attempts;
   std::vector<int> values;
   int failed = 0;

@@ -359,6 +359,7 @@ Result<Data> encode(const T& value) {
 
 /// Defines what reads and writes a type: alone, in a list, in a dictionary by name. To be used in namespace
 /// vellora.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type stands in no parentheses
 #define VELLORA_JSON_CODECS(Type)                                              \
   template Result<Type> json::decode(const Data& text);                        \
   template Result<std::vector<Type>> json::decode(const Data& text);           \
@@ -366,3 +367,4 @@ Result<Data> encode(const T& value) {
   template Result<Data> json::encode(const Type& value);                       \
   template Result<Data> json::encode(const std::vector<Type>& values);         \
   template Result<Data> json::encode(const std::map<std::string, Type>& values);
+// NOLINTEND(bugprone-macro-parentheses)

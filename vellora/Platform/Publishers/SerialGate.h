@@ -32,18 +32,23 @@ class VELLORA_EXPORT SerialGate {
   /// other threads leave meanwhile.
   template <class F>
   void run(F&& action) {
+    if (tryRun(action)) return;
+    enqueue(std::forward<F>(action));
+    drain();
+  }
+
+  /// Runs `action` now when no other runs or waits, and what other threads leave meanwhile. Else does nothing
+  /// and returns false. Takes no memory.
+  template <class F>
+  [[nodiscard]] bool tryRun(F&& action) {
     {
-      std::unique_lock lock(mutex_);
-      if (busy_ || !waiting_.empty()) {
-        waiting_.emplace_back(std::forward<F>(action));
-        lock.unlock();
-        drain();
-        return;
-      }
+      const std::lock_guard lock(mutex_);
+      if (busy_ || !waiting_.empty()) return false;
       busy_ = true;
     }
     action();
     runWaiting();
+    return true;
   }
 
   /// Leaves `action` behind those that wait. Somebody must call `drain` afterwards. Between the two calls,

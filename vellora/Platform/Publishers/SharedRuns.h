@@ -5,13 +5,16 @@
 #include <memory>
 #include <mutex>
 #include <new>
-#include <optional>
 #include <string>
 #include <utility>
 
 #include "vellora/Platform/Publishers/AnyCancellable.h"
+#include "vellora/Platform/Publishers/Lease.h"
+#include "vellora/Platform/Publishers/Observer.h"
 #include "vellora/Platform/Publishers/Promise.h"
 #include "vellora/Platform/Publishers/Publisher.h"
+#include "vellora/Platform/Publishers/SubscriptionScope.h"
+#include "vellora/Platform/Publishers/detail/Source.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
 #include "vellora/Platform/Values/Result.h"
 
@@ -24,12 +27,17 @@ namespace vellora {
 ///     const auto same = fetches.joined("types", [] { return fetchedTypes(); });
 ///     // subscribed to at the same time, both wait for one fetch
 ///
+/// A run may have a lease. Once that is over nobody joins it: the next to come starts another. Those who wait
+/// for the first get what comes first, from either.
+///
 /// `T` is copied for each who waits, so let it be something small, such as a shared handle.
 ///
 /// Ownership: a run under way lives with what it waits for, and holds who waits. It lasts when this object is
 /// destroyed before it ends.
 ///
 /// Threads: safe to use from several threads at once; starts, delivers and cancels with no lock held.
+///
+/// Errors: subscribing throws `std::bad_alloc`. Whoever has joined the run meanwhile gets `OutOfMemory`.
 template <class T>
 class SharedRuns {
  public:
@@ -38,67 +46,92 @@ class SharedRuns {
   SharedRuns& operator=(const SharedRuns&) = delete;
 
   /// A producer of one value. Subscribing joins the run under `key`; if there is none, it starts the producer
-  /// that `start` makes, which yields one value or fails.
+  /// that `start` makes, which yields one value or fails. A run that it starts may be joined as long as
+  /// `lease` lasts; without one, always.
   template <class Start>
-  [[nodiscard]] Publisher<T> joined(std::string key, Start start) const {
-    return Publisher<T>(detail::source<T>([runs = runs_, key = std::move(key), start = std::move(start)](
-                                              auto to, const SubscriptionScope& scope, detail::Use) {
-      const auto [run, isNew] = runs->enter(key);
-      scope.add([weak = std::weak_ptr<Runs>(runs), run = std::weak_ptr<Run>(run)] {
-        const auto left = run.lock();
-        const auto all = weak.lock();
-        if (left && all) all->leave(*left);
-      });
-      detail::start<T>(run->result.source(), std::move(to), scope);
-      if (isNew) begin(runs, run, start);
-    }));
+  [[nodiscard]] Publisher<T> joined(std::string key, Start start,
+                                    std::shared_ptr<const Lease> lease = nullptr) const {
+    return Publisher<T>(
+        detail::source<T>([runs = runs_, key = std::move(key), start = std::move(start),
+                           lease = std::move(lease)](auto to, const SubscriptionScope& scope, detail::Use) {
+          const auto [run, isNew] = enter(*runs, key, lease);
+          try {
+            wait(runs, run, std::move(to), scope);
+          } catch (const std::bad_alloc&) {
+            if (isNew) resolve(runs, run, outOfMemory());
+            throw;
+          }
+          if (isNew && runs->isAwaited(*run)) begin(runs, run, start);
+        }));
   }
 
  private:
   struct Run {
-    explicit Run(std::string name) : key(std::move(name)) {}
+    Run(std::string name, std::shared_ptr<const Lease> until)
+        : key(std::move(name)), lease(std::move(until)) {}
 
     const std::string key;
+    const std::shared_ptr<const Lease> lease;
     const Promise<T> promise;
     const Publisher<T> result = Publisher<T>::ofPromise(promise);
     // Under the mutex of `Runs`.
+    std::weak_ptr<Run> before;  // the one whose lease was over
     std::size_t waiting = 0;
     AnyCancellable token;
   };
+  using RunPtr = std::shared_ptr<Run>;
 
   class Runs {
    public:
-    std::pair<std::shared_ptr<Run>, bool> enter(const std::string& key) {
+    [[nodiscard]] RunPtr underWay(const std::string& key) {
       const std::lock_guard lock(mutex_);
-      auto& run = underWay_[key];
-      const bool isNew = !run;
-      if (isNew) run = std::make_shared<Run>(key);
+      const auto found = underWay_.find(key);
+      return found == underWay_.end() ? nullptr : found->second;
+    }
+
+    /// Joins the run under way, unless that is `lost`; then, or when there is none, `made` takes its place.
+    std::pair<RunPtr, bool> enter(const RunPtr& lost, const RunPtr& made) {
+      const std::lock_guard lock(mutex_);
+      auto& run = underWay_.try_emplace(made->key, made).first->second;
+      if (run == lost) {
+        made->before = run;
+        run = made;
+      }
       ++run->waiting;
-      return {run, isNew};
+      return {run, run == made};
     }
 
     void leave(Run& run) {
-      AnyCancellable dropped;          // cancelled outside the lock
-      std::shared_ptr<Run> forgotten;  // destroyed outside the lock
+      AnyCancellable dropped;  // cancelled outside the lock
+      RunPtr forgotten;        // destroyed outside the lock
       const std::lock_guard lock(mutex_);
       if (--run.waiting > 0) return;
       dropped.swap(run.token);
       forgotten = forget(run);
     }
 
-    void keep(Run& run, AnyCancellable token) {
+    [[nodiscard]] bool isAwaited(const Run& run) {
+      const std::lock_guard lock(mutex_);
+      return run.waiting > 0;
+    }
+
+    /// Keeps the token of a run that somebody waits for. Any other is cancelled when the call has returned,
+    /// outside the lock.
+    void keep(Run& run, AnyCancellable& token) {
       const std::lock_guard lock(mutex_);
       if (run.waiting > 0) run.token.swap(token);
-    }  // a token that nobody needs any more is cancelled behind the lock
+    }
 
-    void end(Run& run) {
-      std::shared_ptr<Run> forgotten;
+    /// Takes the run off the list. Gives back the one in whose place it came.
+    RunPtr end(Run& run) {
+      RunPtr forgotten;
       const std::lock_guard lock(mutex_);
       forgotten = forget(run);
+      return run.before.lock();
     }
 
    private:
-    std::shared_ptr<Run> forget(const Run& run) {
+    RunPtr forget(const Run& run) {
       const auto found = underWay_.find(run.key);
       if (found == underWay_.end() || found->second.get() != &run) return nullptr;
       auto forgotten = std::move(found->second);
@@ -107,23 +140,59 @@ class SharedRuns {
     }
 
     std::mutex mutex_;
-    std::map<std::string, std::shared_ptr<Run>> underWay_;  // under mutex_
+    std::map<std::string, RunPtr> underWay_;  // under mutex_
   };
+  using RunsPtr = std::shared_ptr<Runs>;
+
+  static std::pair<RunPtr, bool> enter(Runs& runs, const std::string& key,
+                                       const std::shared_ptr<const Lease>& lease) {
+    const auto current = runs.underWay(key);
+    const bool isLost = current && current->lease && current->lease->isOver();  // asks with no lock held
+    return runs.enter(isLost ? current : nullptr, std::make_shared<Run>(key, lease));
+  }
+
+  /// Has `to` wait for `run` until `scope` ends.
+  static void wait(const RunsPtr& runs, const RunPtr& run, std::shared_ptr<Observer<T>> to,
+                   const SubscriptionScope& scope) {
+    try {
+      scope.add([weak = std::weak_ptr<Runs>(runs), run = std::weak_ptr<Run>(run)] {
+        const auto left = run.lock();
+        const auto all = weak.lock();
+        if (left && all) all->leave(*left);
+      });
+    } catch (const std::bad_alloc&) {
+      runs->leave(*run);
+      throw;
+    }
+    detail::start<T>(run->result.source(), std::move(to), scope);
+  }
 
   template <class Start>
-  static void begin(const std::shared_ptr<Runs>& runs, const std::shared_ptr<Run>& run, const Start& start) {
+  static void begin(const RunsPtr& runs, const RunPtr& run, const Start& start) {
     const auto ended = [runs = std::weak_ptr<Runs>(runs), run](Result<T> result) {
-      if (const auto all = runs.lock()) all->end(*run);
-      run->promise.resolve(std::move(result));
+      resolve(runs.lock(), run, std::move(result));
     };
     try {
-      runs->keep(*run, start().results().sink(ended));
+      AnyCancellable token = start().results().sink(ended);
+      runs->keep(*run, token);
     } catch (const std::bad_alloc&) {
       ended(outOfMemory());
     }
   }
 
-  const std::shared_ptr<Runs> runs_ = std::make_shared<Runs>();
+  /// Ends `run`, and those in whose place it has come.
+  static void resolve(const RunsPtr& runs, const RunPtr& run, Result<T> result) {
+    if (const auto before = runs ? runs->end(*run) : nullptr) {
+      try {
+        resolve(runs, before, result);
+      } catch (const std::bad_alloc&) {
+        resolve(runs, before, outOfMemory());
+      }
+    }
+    run->promise.resolve(std::move(result));
+  }
+
+  const RunsPtr runs_ = std::make_shared<Runs>();
 };
 
 }  // namespace vellora

@@ -31,6 +31,11 @@ void CallbackGate::close() {
   left_.wait(lock, isEmpty);
 }
 
+bool CallbackGate::isClosed() const {
+  const std::lock_guard lock(mutex_);
+  return isClosed_;
+}
+
 bool CallbackGate::isInside() const {
   const auto here = std::this_thread::get_id();
   const std::lock_guard lock(mutex_);

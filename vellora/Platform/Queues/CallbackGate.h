@@ -42,6 +42,9 @@ class VELLORA_EXPORT CallbackGate {
   /// Lets nothing through any more, and waits for the callbacks that run on other threads.
   void close();
 
+  /// Whether `close` was called.
+  [[nodiscard]] bool isClosed() const;
+
   /// Whether the calling thread is inside one of the callbacks.
   [[nodiscard]] bool isInside() const;
 

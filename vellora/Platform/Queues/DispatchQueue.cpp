@@ -1,21 +1,14 @@
 #include "vellora/Platform/Queues/DispatchQueue.h"
 
-#include <algorithm>
 #include <boost/asio/post.hpp>
-#include <thread>
 #include <utility>
 
+#include "vellora/Platform/Queues/ThreadCount.h"
 #include "vellora/Platform/Queues/ThreadPool.h"
 
 namespace vellora {
 
 namespace {
-
-// At least four threads, also on a smaller machine, because a host's cache or completion may block its thread
-// for a while.
-std::size_t threadCount() {
-  return std::max(4U, std::thread::hardware_concurrency());
-}
 
 class GlobalQueue final : public DispatchQueue {
  public:

@@ -1,10 +1,12 @@
 #include "vellora/Platform/Queues/TimedQueue.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <condition_variable>
 #include <mutex>
 #include <new>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -37,14 +39,20 @@ class SystemTimedQueue final : public TimedQueue {
   }
 
   [[nodiscard]] Delay time() const override { return Clock::now().time_since_epoch(); }
+  [[nodiscard]] bool runsHere() const override { return thread_ == std::this_thread::get_id(); }
 
  private:
   void start() {
-    std::thread([this] { run(); }).detach();
+    try {
+      std::thread([this] { run(); }).detach();
+    } catch (const std::system_error&) {
+      throw std::bad_alloc();
+    }
     started_ = true;
   }
 
   [[noreturn]] void run() {
+    thread_ = std::this_thread::get_id();
     while (true) {
       const Work work = waitForWork();
       try {
@@ -67,6 +75,7 @@ class SystemTimedQueue final : public TimedQueue {
     }
   }
 
+  std::atomic<std::thread::id> thread_;
   std::mutex mutex_;  // guards what follows
   std::condition_variable earlier_;
   Alarms<Clock::time_point> alarms_;

@@ -20,7 +20,8 @@ namespace vellora {
 ///
 /// Threads: all calls may be made from any thread, also from work that runs here.
 ///
-/// Errors: `after` throws `std::bad_alloc`; the work is then not taken.
+/// Errors: `after` throws `std::bad_alloc`, that of `system` also when the system has no thread for it; the
+/// work is then not taken.
 ///
 /// Units: a delay is a number of seconds of a clock that nobody sets. A negative one counts as none, one that
 /// is not a number, or is longer than a year, as a year.
@@ -47,6 +48,10 @@ class VELLORA_EXPORT TimedQueue {
 
   /// How much time has passed on the queue's clock since some moment of its own. Only differences count.
   [[nodiscard]] virtual Delay time() const = 0;
+
+  /// Whether the calling thread is running work of this queue, as far as the queue can tell: nobody may wait
+  /// there for what a deadline ends. A queue of yours that does not say is taken to run elsewhere.
+  [[nodiscard]] virtual bool runsHere() const { return false; }
 
   /// The process-wide one: a single thread, which sleeps until the next moment, however many there are. It
   /// begins with the first work and lasts as long as the process. It is not of the pool on which the queues

@@ -28,6 +28,12 @@ class Guarded {
     return std::exchange(value_, std::move(value));
   }
 
+  /// Puts `value` in the place of `expected`; changes nothing when another is there.
+  void replace(const T& expected, T value) {
+    const std::lock_guard lock(mutex_);
+    if (value_ == expected) std::swap(value_, value);
+  }
+
  private:
   mutable std::mutex mutex_;
   T value_;  // under mutex_

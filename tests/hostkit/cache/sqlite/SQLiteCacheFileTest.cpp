@@ -197,6 +197,16 @@ TEST_F(SQLiteCacheFileTest, RefusesAFileOfAnotherUserAlsoToASuperuser) {
   EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::unwritable, path, "it belongs to another user"}));
 }
 
+TEST_F(SQLiteCacheFileTest, RefusesALogOfAnotherUserAndLeavesItAlone) {
+  if (geteuid() != 0) GTEST_SKIP() << "only a superuser can give files away";
+  makeCache();
+  const std::string log = path + "-wal";
+  writeFile(log, "theirs");
+  ASSERT_EQ(chown(log.c_str(), 4711, static_cast<gid_t>(-1)), 0);
+  EXPECT_EQ(refusal(path), (SQLiteCacheError{Reason::unwritable, log, "it belongs to another user"}));
+  EXPECT_EQ(fileBytes(log), "theirs");
+}
+
 TEST_F(SQLiteCacheFileTest, GivesAFileThatLostItsLogALogAgain) {
   makeCache();
   RawDatabase(path).run("PRAGMA journal_mode = DELETE");

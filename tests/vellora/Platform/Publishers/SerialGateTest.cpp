@@ -68,5 +68,21 @@ TEST(SerialGateTest, ActionsOfSeveralThreadsNeverOverlap) {
   EXPECT_EQ(count, 2000);
 }
 
+TEST(SerialGateTest, TryingRunsAnActionOrNothing) {
+  SerialGate gate;
+  std::vector<int> order;
+  EXPECT_TRUE(gate.tryRun([&] {
+    EXPECT_FALSE(gate.tryRun([&] { order.push_back(9); })) << "somebody is inside";
+    gate.run([&] { order.push_back(2); });
+    order.push_back(1);
+  }));
+  EXPECT_THAT(order, ElementsAre(1, 2)) << "also what was left meanwhile";
+  gate.enqueue([&] { order.push_back(3); });
+  EXPECT_FALSE(gate.tryRun([&] { order.push_back(9); })) << "somebody waits";
+  gate.drain();
+  EXPECT_TRUE(gate.tryRun([&] { order.push_back(4); }));
+  EXPECT_THAT(order, ElementsAre(1, 2, 3, 4));
+}
+
 }  // namespace
 }  // namespace vellora

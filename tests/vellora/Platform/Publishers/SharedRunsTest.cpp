@@ -2,15 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tests/support/ManualTimer.h"
 #include "tests/support/TestError.h"
+#include "vellora/Platform/Publishers/Lease.h"
 
 namespace vellora {
 namespace {
+
+using namespace std::chrono_literals;
 
 /// Producers that the test resolves, counted.
 class SharedRunsTest : public testing::Test {
@@ -92,6 +97,89 @@ TEST_F(SharedRunsTest, ARunOutlivesItsOwner) {
   runs.reset();
   promises.at(0).succeed(5);
   EXPECT_EQ(values, std::vector<int>{5});
+}
+
+/// A clock to step, and what is fetched on a lease.
+class LeasedRunsTest : public SharedRunsTest {
+ protected:
+  AnyCancellable askOnLease(std::vector<int>& into) {
+    const auto begin = [this] { return Publisher<int>::ofPromise(promises.emplace_back()); };
+    lease = std::make_shared<Lease>(clock);
+    return runs->joined("list", begin, lease).sink([&into](int value) { into.push_back(value); });
+  }
+
+  const std::shared_ptr<tests::ManualTimer> clock = std::make_shared<tests::ManualTimer>();
+  std::shared_ptr<Lease> lease;  // of who asked last
+  std::vector<int> early;
+  std::vector<int> late;
+};
+
+TEST_F(LeasedRunsTest, ARunIsJoinedUntilItsLeaseIsOver) {
+  const auto first = askOnLease(early);
+  clock->advance(Lease::length - 1ms);
+  const auto second = askOnLease(early);
+  EXPECT_EQ(promises.size(), 1U);
+  clock->advance(1ms);
+  const auto third = askOnLease(late);
+  EXPECT_EQ(promises.size(), 2U) << "the first may be lost";
+  const auto fourth = askOnLease(late);
+  EXPECT_EQ(promises.size(), 2U) << "the second runs";
+}
+
+TEST_F(LeasedRunsTest, ARunWhoseLeaseIsRenewedIsJoinedForLonger) {
+  const auto first = askOnLease(early);
+  const auto firstLease = lease;
+  clock->advance(6s);
+  firstLease->renew(5s);
+  clock->advance(5s + Lease::length - 1ms);
+  const auto second = askOnLease(early);
+  EXPECT_EQ(promises.size(), 1U);
+}
+
+TEST_F(LeasedRunsTest, WhoWaitsForTheLostRunGetsWhatTheNewOneBrings) {
+  const auto first = askOnLease(early);
+  clock->advance(Lease::length);
+  const auto second = askOnLease(late);
+  promises.at(1).succeed(5);
+  EXPECT_EQ(early, std::vector<int>{5});
+  EXPECT_EQ(late, std::vector<int>{5});
+  promises.at(0).succeed(4);
+  EXPECT_EQ(early, std::vector<int>{5});
+}
+
+TEST_F(LeasedRunsTest, TheLostRunAnswersThoseWhoWaitForItWhenItEndsAfterAll) {
+  const auto first = askOnLease(early);
+  clock->advance(Lease::length);
+  const auto second = askOnLease(late);
+  promises.at(0).succeed(4);
+  EXPECT_EQ(early, std::vector<int>{4});
+  EXPECT_TRUE(late.empty());
+  const auto third = askOnLease(late);
+  EXPECT_EQ(promises.size(), 2U) << "it has not taken the new one off the list";
+  promises.at(1).succeed(5);
+  EXPECT_EQ(late, (std::vector<int>{5, 5}));
+}
+
+TEST_F(LeasedRunsTest, ARunWithoutALeaseIsAlwaysJoined) {
+  const auto first = ask();
+  clock->advance(24h);
+  const auto second = askOnLease(late);
+  EXPECT_EQ(promises.size(), 1U);
+}
+
+TEST_F(SharedRunsTest, NothingIsStartedForWhoHasGoneAlready) {
+  int starts = 0;
+  const auto start = [&] {
+    ++starts;
+    return Publisher<int>::ofPromise(promises.emplace_back());
+  };
+  // Upstream ends the joint of the two, and with it their scope, before the run is entered.
+  const auto token = Publisher<int>::fail(tests::TestError{"down"})
+                         .combineLatest(runs->joined("list", start))
+                         .sink([](const auto&) {});
+  EXPECT_EQ(starts, 0);
+  const auto next = ask();
+  EXPECT_EQ(promises.size(), 1U) << "a run of its own";
 }
 
 }  // namespace

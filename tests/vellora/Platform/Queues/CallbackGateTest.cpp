@@ -59,5 +59,12 @@ TEST(CallbackGateTest, KnowsWhoIsInside) {
   EXPECT_FALSE(gate.isInside());
 }
 
+TEST(CallbackGateTest, SaysWhetherItIsClosed) {
+  CallbackGate gate;
+  EXPECT_FALSE(gate.isClosed());
+  gate.close();
+  EXPECT_TRUE(gate.isClosed());
+}
+
 }  // namespace
 }  // namespace vellora

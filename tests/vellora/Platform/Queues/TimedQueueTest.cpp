@@ -1,10 +1,13 @@
 #include "vellora/Platform/Queues/TimedQueue.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
+#include <cstdlib>
 #include <future>
 #include <latch>
 #include <limits>
@@ -13,14 +16,12 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/ManualTimer.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 
 namespace vellora {
 namespace {
 
 using namespace std::chrono_literals;
-using tests::ManualTimer;
 
 TEST(TimedQueueTest, RunsWorkOnceItsTimeHasComeInTheOrderOfTheMoments) {
   const auto& timer = TimedQueue::system();
@@ -109,20 +110,35 @@ TEST(TimedQueueTest, ADelayStaysBetweenNothingAndAYear) {
   EXPECT_EQ(TimedQueue::bounded(TimedQueue::Delay(std::nan(""))), year);
 }
 
-TEST(ManualTimerTest, RunsWhatIsDueAtItsOwnMomentAndNothingElse) {
-  ManualTimer timer;
-  std::vector<TimedQueue::Delay> moments;
-  const auto note = [&] { moments.push_back(timer.time()); };
-  static_cast<void>(timer.after(2s, note));
-  static_cast<void>(timer.after(1s, [&] {
-    note();
-    static_cast<void>(timer.after(500ms, note));
-  }));
-  static_cast<void>(timer.after(9s, note));
-  timer.advance(3s);
-  EXPECT_EQ(moments, (std::vector<TimedQueue::Delay>{1s, 1500ms, 2s}));
-  EXPECT_EQ(timer.pending(), 1U);
-  EXPECT_EQ(timer.time(), 3s);
+TEST(TimedQueueTest, KnowsItsThread) {
+  const auto& timer = TimedQueue::system();
+  std::promise<bool> there;
+  static_cast<void>(timer->after(0s, [&] { there.set_value(timer->runsHere()); }));
+  EXPECT_TRUE(there.get_future().get());
+  EXPECT_FALSE(timer->runsHere());
+}
+
+/// From here on no thread's stack fits into the address space.
+void leaveNoRoomForAThread() {
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t(1) << 47), 0);
+  ASSERT_EQ(pthread_setattr_default_np(&attributes), 0);
+}
+
+[[noreturn]] void setAnAlarmWithoutAThread() {
+  leaveNoRoomForAThread();
+  try {
+    static_cast<void>(TimedQueue::system()->after(0s, [] {}));
+  } catch (const std::bad_alloc&) {
+    std::_Exit(0);
+  }
+  std::_Exit(1);
+}
+
+TEST(TimedQueueDeathTest, HasNoMemoryWhereTheSystemHasNoThread) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process that has no timer yet
+  EXPECT_EXIT(setAnAlarmWithoutAThread(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -25,5 +25,15 @@ TEST(BorrowedTest, CanBeCopiedBitByBit) {
   EXPECT_TRUE(std::is_trivially_destructible_v<Borrowed<std::shared_ptr<int>>>);
 }
 
+struct Derived : std::string {};
+
+TEST(BorrowedTest, TakesWhatConvertsWhereItStands) {
+  const auto derived = std::make_shared<Derived>();
+  derived->append("lent");
+  const Borrowed<std::shared_ptr<std::string>> borrowed(derived);
+  EXPECT_EQ(*borrowed.value(), "lent");
+  EXPECT_FALSE((std::is_constructible_v<Borrowed<std::shared_ptr<std::string>>, std::shared_ptr<Derived>>));
+}
+
 }  // namespace
 }  // namespace vellora

@@ -15,6 +15,14 @@ TEST(GuardedTest, GivesBackWhatWasReplaced) {
   EXPECT_EQ(value.value(), 2);
 }
 
+TEST(GuardedTest, ReplacesOnlyWhatIsExpected) {
+  Guarded<int> value(1);
+  value.replace(7, 2);
+  EXPECT_EQ(value.value(), 1);
+  value.replace(1, 2);
+  EXPECT_EQ(value.value(), 2);
+}
+
 TEST(GuardedTest, SeveralThreadsReadAndReplaceIt) {
   Guarded<std::shared_ptr<const int>> value(std::make_shared<const int>(0));
   std::vector<std::thread> threads;

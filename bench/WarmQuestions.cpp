@@ -1,0 +1,207 @@
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <future>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bench/CannedHost.h"
+#include "bench/DemoServer.h"
+#include "bench/ReadyHost.h"
+#include "bench/Rows.h"
+#include "bench/Samples.h"
+#include "tests/support/TemporaryFolder.h"
+#include "vellora/Catalog/Catalog.h"
+#include "vellora/Services/VelloraService.h"
+
+// What a catalogue takes more than the façade for the same keys on the same host.
+
+namespace vellora::bench {
+
+namespace {
+
+constexpr std::array<std::size_t, 4> counts{1, 10, 100, 1'000};
+
+constexpr double mostTimesTheFacade = 1.2;
+
+const CannedHost& warmHost(Medium medium) {
+  const auto warmed = [](Medium kind) {
+    auto host = std::make_unique<CannedHost>(kind, sampleTypes);
+    static_cast<void>(host->lookUpIds(host->ids(counts.back())));
+    return host;
+  };
+  static const auto inMemory = warmed(Medium::memory);
+  static const auto onSQLite = warmed(Medium::sqlite);
+  return medium == Medium::memory ? *inMemory : *onSQLite;
+}
+
+void ask(benchmark::State& state, Medium medium, std::size_t count) {
+  const CannedHost& host = warmHost(medium);
+  const auto ids = host.ids(count);
+  for (auto _ : state) {
+    if (host.askRecords(ids) != count) return state.SkipWithError("an id was not found");
+  }
+}
+
+void lookUp(benchmark::State& state, Medium medium, std::size_t count) {
+  const CannedHost& host = warmHost(medium);
+  const auto ids = host.ids(count);
+  for (auto _ : state) {
+    if (host.lookUpIds(ids) != count) return state.SkipWithError("an id was not found");
+  }
+}
+
+void addIds(Suite& suite, Medium medium) {
+  for (const std::size_t count : counts) {
+    const std::string what = "records of " + std::to_string(count) +
+                             (count == 1 ? " warm id, " : " warm ids, ") + std::string(nameOf(medium));
+    suite.compare(
+        what,
+        suite.time(
+            what, "a catalogue", [=](auto& state) { ask(state, medium, count); }, Suite::Clock::wall),
+        suite.time(
+            what, "the façade", [=](auto& state) { lookUp(state, medium, count); }, Suite::Clock::wall),
+        Suite::atMost(mostTimesTheFacade));
+  }
+}
+
+struct SearchLayouts {
+  static constexpr const char* name = "columns of ";
+  static auto ask(const Catalog& catalog, const std::vector<std::string>& names) {
+    return catalog.searchColumns(names);
+  }
+  template <class Completion>
+  static void lookUp(VelloraService& service, const std::vector<std::string>& names, Completion completion) {
+    service.objectLayoutInfoForApiNames(names, std::move(completion));
+  }
+};
+
+struct CompactLayouts {
+  static constexpr const char* name = "headlines of ";
+  static auto ask(const Catalog& catalog, const std::vector<std::string>& names) {
+    return catalog.headlines(names);
+  }
+  template <class Completion>
+  static void lookUp(VelloraService& service, const std::vector<std::string>& names, Completion completion) {
+    service.objectCompactLayoutInfoForApiNames(names, std::move(completion));
+  }
+};
+
+/// A host whose cache holds the layouts of as many types as are asked for, with a catalogue and a façade.
+struct WarmLayouts {
+  explicit WarmLayouts(bool inMemory)
+      : host(readyHost(demoServer().url(),
+                       inMemory ? std::nullopt : std::optional(folder.file("cache.sqlite")))),
+        catalog(host),
+        service(startedService(host)) {
+    const auto names = sampleTypeNames(counts.back());
+    static_cast<void>(catalog.searchColumns(names, {.deadline = std::chrono::minutes(1)}).get());
+    static_cast<void>(catalog.headlines(names, {.deadline = std::chrono::minutes(1)}).get());
+  }
+
+  const tests::TemporaryFolder folder;
+  const std::shared_ptr<hostkit::StandardPlatformAPI> host;
+  const Catalog catalog;
+  const std::unique_ptr<VelloraService> service;
+};
+
+const WarmLayouts& warmLayouts(Medium medium) {
+  if (medium == Medium::memory) {
+    static const WarmLayouts inMemory(true);
+    return inMemory;
+  }
+  static const WarmLayouts onSQLite(false);
+  return onSQLite;
+}
+
+template <class Kind>
+void askForLayouts(benchmark::State& state, Medium medium, std::size_t count) {
+  const WarmLayouts& warm = warmLayouts(medium);
+  const auto names = sampleTypeNames(count);
+  for (auto _ : state) {
+    if (Kind::ask(warm.catalog, names).get().found.size() != count) {
+      return state.SkipWithError("a layout was not found");
+    }
+  }
+}
+
+/// The façade answers from the cache within the call.
+template <class Kind>
+void lookUpLayouts(benchmark::State& state, Medium medium, std::size_t count) {
+  const WarmLayouts& warm = warmLayouts(medium);
+  const auto names = sampleTypeNames(count);
+  for (auto _ : state) {
+    std::size_t found = 0;
+    Kind::lookUp(*warm.service, names, [&](const auto& infos) { found = infos ? infos->size() : 0; });
+    if (found != count) return state.SkipWithError("was not answered at once from the cache");
+  }
+}
+
+template <class Kind>
+void addLayouts(Suite& suite, Medium medium) {
+  for (const std::size_t count : counts) {
+    const std::string what = Kind::name + std::to_string(count) +
+                             (count == 1 ? " cached type, " : " cached types, ") +
+                             std::string(nameOf(medium));
+    suite.compare(what,
+                  suite.time(
+                      what, "a catalogue", [=](auto& state) { askForLayouts<Kind>(state, medium, count); },
+                      Suite::Clock::wall),
+                  suite.time(
+                      what, "the façade", [=](auto& state) { lookUpLayouts<Kind>(state, medium, count); },
+                      Suite::Clock::wall),
+                  Suite::atMost(mostTimesTheFacade));
+  }
+}
+
+/// How many threads this process has.
+std::size_t threads() {
+  const std::filesystem::directory_iterator tasks("/proc/self/task");
+  return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+class HangingNetwork final : public CorvaneSDK::Network {
+ public:
+  void sendRequest(const CorvaneSDK::NetRequest&, Completion) override {}
+};
+
+/// The threads that 10,000 questions in flight take, beside those that a hundred take: none.
+Table::Line threadsOfManyQuestions() {
+  const tests::TemporaryFolder folder;
+  const Catalog catalog(std::make_shared<hostkit::StandardPlatformAPI>(std::make_shared<HangingNetwork>(),
+                                                                       freshCache(Medium::memory, folder),
+                                                                       std::make_shared<LineCounter>()));
+  std::vector<Question<ObjectPresentationInfo>> open;
+  const auto threadsWith = [&](std::size_t count) {
+    while (open.size() < count) {
+      open.push_back(
+          catalog.types({"Type" + std::to_string(open.size())}, {.deadline = std::chrono::hours(1)}));
+    }
+    return threads();
+  };
+  const auto few = threadsWith(100);
+  const auto many = threadsWith(10'000);
+  return {.what = "threads with 10,000 questions in flight",
+          .ours = std::to_string(many),
+          .against = "with 100 of them, " + std::to_string(few),
+          .ratio = static_cast<double>(many) / static_cast<double>(few),
+          .bound = 1.0};
+}
+
+}  // namespace
+
+void addWarmQuestions(Suite& suite) {
+  for (const auto medium : {Medium::memory, Medium::sqlite}) {
+    addIds(suite, medium);
+    addLayouts<SearchLayouts>(suite, medium);
+    addLayouts<CompactLayouts>(suite, medium);
+  }
+  suite.count(threadsOfManyQuestions);
+}
+
+}  // namespace vellora::bench
