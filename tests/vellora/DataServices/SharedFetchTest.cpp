@@ -61,7 +61,7 @@ class SharedFetchTest : public testing::Test {
   const std::shared_ptr<testkit::ManualTimer> timer = std::make_shared<testkit::ManualTimer>();
   const std::shared_ptr<Patient> first = std::make_shared<Patient>(timer);
   const std::shared_ptr<Patient> second = std::make_shared<Patient>(timer);
-  const SharedRuns<int> runs;
+  SharedRuns<int> runs;
   std::vector<int> attempts;
   std::vector<int> values;
   int failed = 0;

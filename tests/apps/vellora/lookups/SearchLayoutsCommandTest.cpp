@@ -149,7 +149,7 @@ TEST_F(SearchLayoutsCommandTest, AnAnswerThatIsNotALayoutListIsExitCodeFiveWithT
     EXPECT_THAT(ended.err, StartsWith("vellora: no search layout for Account: the answer of the server to "
                                       "/services/data/v50.0/search/layout cannot be used: "));
     EXPECT_THAT(ended.err,
-                ContainsRegex("not valid JSON at byte 0|expected an? .* at \\$|missing key .* at \\$"));
+                ContainsRegex("not valid JSON at byte [0-9]|expected an? .* at \\$|missing key .* at \\$"));
   }
 }
 
