@@ -86,7 +86,7 @@ TEST_F(CatalogIntegrationTest, AServerThatIsGoneIsAReasonThatNamesTheRequest) {
   EXPECT_EQ(columns.end, End::failed);
   EXPECT_THAT(columns.missing.at("Account").text(),
               HasSubstr("/services/data/v50.0/search/layout?q=Account"));
-  const auto refreshed = catalog->refresh(patiently).get();
+  const auto refreshed = catalog->refresh({.deadline = patiently.deadline}).get();
   EXPECT_EQ(refreshed.end, End::failed);
   EXPECT_EQ(catalog->readiness().readinessCase(), Readiness::Case::failed);
 }
@@ -115,7 +115,7 @@ TEST_F(CatalogIntegrationTest, FindsLayoutsOfManyTypesAndListsThem) {
 TEST_F(CatalogIntegrationTest, ARefreshFindsNothingNewAndForgettingLeavesNothing) {
   static_cast<void>(catalog->records({"001000000000009"}, patiently).get());
   static_cast<void>(catalog->searchColumns({"Account"}, patiently).get());
-  const auto refreshed = catalog->refresh(patiently).get();
+  const auto refreshed = catalog->refresh({.deadline = patiently.deadline}).get();
   EXPECT_EQ(refreshed.end, End::answered);
   EXPECT_THAT(refreshed.found, IsEmpty());
   catalog->forget();

@@ -18,6 +18,7 @@
 #include "vellora/Catalog/Inquiry.h"
 #include "vellora/Catalog/Question.h"
 #include "vellora/Catalog/Sheet.h"
+#include "vellora/Platform/Queues/CallbackGate.h"
 
 // A question ends, and accounts for its keys, without memory.
 
@@ -40,7 +41,8 @@ class AskedAllocationTest : public testing::Test {
     return std::make_shared<Asked>(
         std::set{shortKey, longKey},
         detail::Terms{queue, timer, gate, catalog,
-                      std::make_shared<Inquiry>(common, QuestionKind::types, TimedQueue::Delay(5s))});
+                      std::make_shared<Inquiry>(common, QuestionKind::types, TimedQueue::Delay(5s),
+                                                std::make_shared<CallbackGate>())});
   }
 
   [[nodiscard]] std::shared_ptr<Asked> asked() const {

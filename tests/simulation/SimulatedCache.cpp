@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <string>
 #include <utility>
+#include <vector>
+
+#include "vellora/Platform/Json/Json.h"
 
 namespace vellora::simulation {
 
@@ -13,6 +17,8 @@ using Mark = SimulatedServer::Mark;
 
 constexpr std::string_view searchKey = "OPS_Layout_";
 constexpr std::string_view compactKey = "OPS_CompactLayout_";
+constexpr std::string_view searchNames = "OPS_LayoutNames";
+constexpr std::string_view compactNames = "OPS_CompactLayoutNames";
 constexpr std::string_view themesStamp = "ops.theme.fetch.timestamp";
 constexpr std::string_view sObjectsStamp = "ops.sobject.fetch.timestamp";
 
@@ -68,7 +74,8 @@ std::optional<Data> SimulatedCache::load(const std::string& key) {
   } else if (key.starts_with(searchKey)) {
     noteLayout(key.substr(searchKey.size()), Mark::searchMark, usable, key);
   } else {
-    world_.breach("a read of a key that is not the library's: " + key);
+    world_.expect(isForCatalog() && (key == searchNames || key == compactNames),
+                  "a read of a key that is not the library's: " + key);
   }
   return handed ? std::optional(handed->data) : std::nullopt;
 }
@@ -239,7 +246,9 @@ void SimulatedCache::checkBlob(const Data& data, const std::string& key) const {
   }
   if (key.starts_with(compactKey)) return checkMarks(data, Mark::compactMark, key.substr(compactKey.size()));
   if (key.starts_with(searchKey)) return checkMarks(data, Mark::searchMark, key.substr(searchKey.size()));
-  world_.breach("a blob under an unknown key: " + key);
+  if (key != searchNames && key != compactNames) world_.breach("a blob under an unknown key: " + key);
+  world_.expect(isForCatalog(), "the façade notes no names of layouts");
+  world_.expect(json::decode<std::vector<std::string>>(data).hasValue(), "names of layouts are a list");
 }
 
 }  // namespace vellora::simulation

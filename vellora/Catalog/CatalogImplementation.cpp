@@ -102,12 +102,13 @@ void Catalog::Implementation::prefetch() const {
         asked->keep(
             session->lists.prepared(Source::cacheFirst, asked->fetching()).sink(loaded, failing(asked)));
       });
+  const Error late = QuestionError{QuestionError::Case::timedOut};  // made while there is memory
   std::move(question)
-      .then([readiness = session_.value()->readiness](const Answer<TypeChange>& answer) {
-        if (answer.end == End::answered || answer.end == End::cancelled) return;
-        const Error late = QuestionError{QuestionError::Case::timedOut};
-        readiness.noteUnlessLoaded(Readiness::failed(answer.trouble.value_or(Failure(late))));
-      })
+      .then(
+          [readiness = session_.value()->readiness, late = Failure(late)](const Answer<TypeChange>& answer) {
+            if (answer.end == End::answered || answer.end == End::cancelled) return;
+            readiness.noteUnlessLoaded(Readiness::failed(answer.trouble ? *answer.trouble : late));
+          })
       .detach();
 }
 

@@ -44,10 +44,10 @@ TEST_F(LostRequestTest, QuestionsThatOverlapDoNotWaitForALostRequestForEver) {
 TEST_F(LostRequestTest, OneThatWaitsToBeSentAgainIsNotLost) {
   constructAndLoad();
   network->answer(typesUrl, {busy(20s), StubNetwork::body(typesBody())});
-  const auto first = ask(catalog->refresh({.deadline = 60s}));
+  const auto first = ask(catalog->types({"Account"}, {.deadline = 60s, .source = Source::serverFirst}));
   runAll();
   pass(15s);
-  const auto second = ask(catalog->refresh());
+  const auto second = ask(catalog->types({"Account"}, {.source = Source::serverFirst}));
   runAll();
   EXPECT_EQ(network->count(typesUrl), 2U) << "the server wants to be left alone";
   pass(5500ms);

@@ -174,9 +174,10 @@ TEST_F(SObjectsDataServiceEachTest, ARowFromAnOlderListDoesNotOutliveTheNewerOne
   const auto other =
       std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
   AnyCancellable renewal;
+  bool isRenewed = false;
   logger->onLine = [&](std::string_view line) {
-    if (line != "cachedSObjects()") return;  // the old list has been read
-    logger->onLine = nullptr;
+    if (isRenewed || line != "cachedSObjects()") return;
+    isRenewed = true;  // now that the old list has been read
     renewal = other->renewedSObjects().sink([](const auto&) {});
   };
   std::vector<std::string> labels;

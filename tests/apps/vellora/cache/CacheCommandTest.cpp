@@ -72,8 +72,9 @@ TEST_F(CacheCommandTest, LsJudgesByTheTimeOutThatItIsGiven) {
 TEST_F(CacheCommandTest, LsPrintsOneJsonDocument) {
   const auto ended = cache({"--json", "ls"});
   EXPECT_EQ(ended.exitCode, 0);
-  EXPECT_THAT(ended.out, StartsWith("{\"file\":\"" + cacheFile +
-                                    "\",\"blobs\":[{\"entry\":\"OPS_Layout_Account\",\"bytes\":"));
+  EXPECT_THAT(ended.out, StartsWith("{\"file\":\"" + cacheFile + "\",\"blobs\":[{\"entry\":\"OPS_Layout"));
+  EXPECT_THAT(ended.out, HasSubstr(R"({"entry":"OPS_Layout_Account","bytes":)"));
+  EXPECT_THAT(ended.out, HasSubstr(R"({"entry":"OPS_LayoutNames","bytes":11,"state":"kept"})"));
   EXPECT_THAT(
       ended.out,
       HasSubstr(R"("tables":[{"key":"OPS_SObjectsCacheTable","rows":[{"entry":"OPS_SObjectsCacheTable/)"));
