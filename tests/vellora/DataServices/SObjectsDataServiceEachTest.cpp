@@ -170,11 +170,11 @@ TEST_F(SObjectsDataServiceEachTest, ARowFromAnOlderListDoesNotOutliveTheNewerOne
       listUrl,
       StubNetwork::body(
           R"({"sobjects":[{"name":"Account","label":"Client","labelPlural":"Clients","createable":true}]})"));
+  AnyCancellable renewal;
+  bool isRenewed = false;
   const auto logger = std::make_shared<ListeningLogger>();
   const auto other =
       std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
-  AnyCancellable renewal;
-  bool isRenewed = false;
   logger->onLine = [&](std::string_view line) {
     if (isRenewed || line != "cachedSObjects()") return;
     isRenewed = true;  // now that the old list has been read
