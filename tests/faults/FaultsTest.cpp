@@ -92,8 +92,6 @@ std::string rightAnswer(const std::string& operation, const std::string& state) 
       {"headlines", "Account = Account with Owner.Name, Contact = Contact with Owner.Name"},
       {"refresh", ""},
   };
-  // Expired columns are served once more.
-  if (operation == "searchColumns" && state == "expired") return "old, " + answers.at(operation);
   // The service alone does not load the types, by whose prefixes ids are known.
   return operation == "sObjectsForIds" && state == "cold" ? "" : answers.at(operation);
 }

@@ -31,7 +31,6 @@ void writeFallback(Sheet<T>& sheet, const Answer<T>& cached, bool isOfAll) {
     isOfAll ? sheet.listed(key, value) : sheet.found(key, value, cached.ageOf(key));
   }
   if (sheet.answer().found.size() == before) return;
-  if (cached.trouble) sheet.trouble(*cached.trouble);
   sheet.trouble(Failure(QuestionError{QuestionError::Case::timedOut}));
 }
 
