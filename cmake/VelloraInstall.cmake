@@ -105,6 +105,9 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/VelloraConfigVersion.cma
 install(FILES "${PROJECT_BINARY_DIR}/VelloraConfig.cmake" "${PROJECT_BINARY_DIR}/VelloraConfigVersion.cmake"
   DESTINATION "${VELLORA_CMAKEDIR}" COMPONENT dev)
 
+# For whoever reads answers as JSON.
+install(DIRECTORY docs/schemas DESTINATION "${CMAKE_INSTALL_DATADIR}/vellora-${VELLORA_ABI}" COMPONENT dev)
+
 # The prefix is found from where a .pc file lies, so that the package may be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}/${VELLORA_PKGCONFIGDIR}"
   OUTPUT_VARIABLE VELLORA_PREFIX_FROM_PKGCONFIGDIR)

@@ -13,15 +13,6 @@ using Case = QuestionError::Case;
 /// In bytes, each of which may take three in a URL.
 constexpr std::size_t longestKey = 2000;
 
-bool isUtf8(std::string_view text) {
-  for (; !text.empty();) {
-    const auto character = firstCharacter(text);
-    if (character.codePoint == Utf8Character::replacement && character.length == 1) return false;
-    text.remove_prefix(character.length);
-  }
-  return true;
-}
-
 bool has(std::string_view key, std::string_view characters) {
   return key.find_first_of(characters) != std::string_view::npos;
 }

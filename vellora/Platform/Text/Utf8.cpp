@@ -25,6 +25,11 @@ bool isScalarOfLength(char32_t codePoint, std::size_t length) {
   return codePoint >= smallest[length] && codePoint <= 0x10FFFF && !isSurrogate;
 }
 
+/// Whether it stands for a byte that belongs to none; U+FFFD itself takes three.
+bool isNoCharacter(const Utf8Character& character) {
+  return character.codePoint == Utf8Character::replacement && character.length == 1;
+}
+
 }  // namespace
 
 Utf8Character firstCharacter(std::string_view text) {
@@ -39,6 +44,26 @@ Utf8Character firstCharacter(std::string_view text) {
   }
   if (!isScalarOfLength(codePoint, length)) return {Utf8Character::replacement, 1};
   return {codePoint, length};
+}
+
+bool isUtf8(std::string_view text) {
+  for (; !text.empty();) {
+    const auto character = firstCharacter(text);
+    if (isNoCharacter(character)) return false;
+    text.remove_prefix(character.length);
+  }
+  return true;
+}
+
+std::string utf8From(std::string_view text) {
+  std::string whole;
+  whole.reserve(text.size());
+  for (; !text.empty();) {
+    const auto character = firstCharacter(text);
+    whole += isNoCharacter(character) ? std::string_view("\xEF\xBF\xBD") : text.substr(0, character.length);
+    text.remove_prefix(character.length);
+  }
+  return whole;
 }
 
 }  // namespace vellora

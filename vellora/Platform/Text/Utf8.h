@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 #include "vellora/Platform/Values/Export.h"
@@ -21,5 +22,11 @@ struct Utf8Character {
 ///
 ///     for (; !text.empty(); text.remove_prefix(firstCharacter(text).length)) ++count;
 [[nodiscard]] VELLORA_EXPORT Utf8Character firstCharacter(std::string_view text);
+
+/// Whether every byte of `text` belongs to a character.
+[[nodiscard]] VELLORA_EXPORT bool isUtf8(std::string_view text);
+
+/// `text` with U+FFFD in place of each byte that belongs to no character.
+[[nodiscard]] VELLORA_EXPORT std::string utf8From(std::string_view text);
 
 }  // namespace vellora

@@ -24,5 +24,17 @@ TEST(Utf8Test, CountsEachByteThatBeginsNoCharacterAsACharacter) {
   }
 }
 
+TEST(Utf8Test, KnowsATextFromOtherBytes) {
+  for (const char* text : {"", "ab", "é€😀", "\xEF\xBF\xBD"}) EXPECT_TRUE(isUtf8(text)) << text;
+  for (const char* bytes : {"\xFF", "a\xC3(", "\xED\xA0\x80", "é\xF0\x9F\x98"})
+    EXPECT_FALSE(isUtf8(bytes)) << bytes;
+}
+
+TEST(Utf8Test, PutsAReplacementInThePlaceOfEachByteThatIsNoText) {
+  EXPECT_EQ(utf8From("aé\xFF\xC3(€"), "aé\xEF\xBF\xBD\xEF\xBF\xBD(€");
+  EXPECT_EQ(utf8From("\xEF\xBF\xBD"), "\xEF\xBF\xBD");
+  EXPECT_EQ(utf8From(""), "");
+}
+
 }  // namespace
 }  // namespace vellora
