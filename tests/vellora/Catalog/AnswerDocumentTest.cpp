@@ -193,7 +193,8 @@ TEST(AnswerDocumentTest, SaysWhichRecordHasNoJsonForm) {
   const auto* error = document.error().as<EncodingError>();
   ASSERT_TRUE(error);
   EXPECT_EQ(error->kind(), EncodingError::Kind::textNotUtf8);
-  EXPECT_EQ(error->path(), "$.found.A.record.objectType");
+  EXPECT_EQ(error->localizedDescription(),
+            "cannot write text that is not UTF-8 at $.found.A.record.objectType");
 }
 
 }  // namespace
