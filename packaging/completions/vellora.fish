@@ -6,6 +6,7 @@ set -l actions ls show verify purge delete export import
 complete -c vellora -f
 complete -c vellora -s h -l help -d 'Print help and exit'
 complete -c vellora -l version -d 'Print the version and exit'
+complete -c vellora -s V -l build-info -d 'Print the version and how it was built, and exit'
 complete -c vellora -l server -x -d 'The records server'
 complete -c vellora -l token-file -r -F -d 'File with the bearer token; - is standard input'
 complete -c vellora -l theme -x -a light -d 'Theme of colours and icons'

@@ -105,6 +105,63 @@ TEST_F(ArgumentsTest, RefusesUnknownOptionsAndCommands) {
   EXPECT_THAT(problemOf({"--server"}), HasSubstr("--server"));
 }
 
+TEST_F(ArgumentsTest, NamesTheNearestCommandOptionOrLevel) {
+  EXPECT_EQ(problemOf({"--cache", "c", "cache", "list"}),
+            "there is no command cache list; did you mean cache ls?; see vellora --help");
+  EXPECT_EQ(problemOf({"statsu"}), "there is no command statsu; did you mean status?; see vellora --help");
+  EXPECT_EQ(problemOf({"names", "A", "--chache", "c"}),
+            "there is no option --chache; did you mean --cache?; see vellora --help");
+  EXPECT_EQ(problemOf({"cache", "purge", "--expire"}),
+            "there is no option --expire; did you mean --expired?; see vellora --help");
+  EXPECT_EQ(problemOf({"--log", "debug", "names", "A"}),
+            "--log: must be off, error or info; see vellora --help");
+}
+
+TEST_F(ArgumentsTest, NamesTheCommandsWhereNoneIsGiven) {
+  EXPECT_THAT(problemOf({}), testing::StartsWith("a command is missing: ids, names, "));
+  EXPECT_EQ(problemOf({"--cache", "c", "cache"}),
+            "a command is missing behind cache: ls, show, verify, purge, delete, export, import; see vellora "
+            "--help");
+}
+
+TEST_F(ArgumentsTest, ATokenOnTheCommandLineIsRefusedAndNotRepeated) {
+  for (const std::vector<const char*>& words :
+       std::vector<std::vector<const char*>>{{"--token", "S3cret", "names", "A"},
+                                             {"--token=S3cret", "names", "A"},
+                                             {"names", "A", "--token", "S3cret"},
+                                             {"--server", "http://h", "names", "A", "--token", "S3cret"},
+                                             {"--token", "S3cret"}}) {
+    EXPECT_EQ(
+        problemOf(words),
+        "there is no option --token; put the token into a file, and give --token-file FILE; see vellora "
+        "--help");
+  }
+}
+
+TEST_F(ArgumentsTest, NoComplaintOfTheParserRepeatsAValue) {
+  for (const std::vector<const char*>& words :
+       std::vector<std::vector<const char*>>{{"--wait", "S3cret", "names", "A"},
+                                             {"--cache-timeout", "S3cret", "names", "A"},
+                                             {"--log", "S3cret", "names", "A"},
+                                             {"explore", "--port", "S3cret"},
+                                             {"--json=S3cret", "names", "A"},
+                                             {"--no-color=S3cret", "names", "A"},
+                                             {"cache", "purge", "--all=S3cret"},
+                                             {"--version=S3cret"},
+                                             {"-tS3cret", "names", "A"},
+                                             {"S3cret", "names", "A"},
+                                             {"status", "S3cret"},
+                                             {"cache", "S3cret"},
+                                             {"cache", "ls", "S3cret"},
+                                             {"cache", "export", "a", "S3cret"},
+                                             {"--wait", "1", "--wait", "S3cret", "names", "A"}}) {
+    const std::string problem = problemOf(words);
+    EXPECT_THAT(problem, HasSubstr("see vellora --help")) << words.front();
+    EXPECT_THAT(problem, testing::Not(HasSubstr("S3cret"))) << words.front();
+  }
+  EXPECT_THAT(std::get<HelpText>(parsed({"--help=S3cret"})).text, testing::Not(HasSubstr("S3cret")));
+}
+
 TEST_F(ArgumentsTest, RefusesNumbersThatMakeNoSense) {
   const std::string timeout = "--cache-timeout must be a number of seconds, 0 or more; see vellora --help";
   EXPECT_EQ(problemOf({"--server", "http://h", "--cache-timeout", "-1", "search-layouts", "A"}), timeout);
@@ -131,6 +188,8 @@ TEST_F(ArgumentsTest, HelpAndVersionAreTextsForStandardOutput) {
   EXPECT_THAT(std::get<HelpText>(parsed({"search-layouts", "--help"})).text, HasSubstr("NAME"));
   EXPECT_THAT(std::get<HelpText>(parsed({"cache", "purge", "--help"})).text, HasSubstr("--expired"));
   EXPECT_THAT(std::get<HelpText>(parsed({"--version"})).text, testing::MatchesRegex("vellora [0-9.]+\n"));
+  EXPECT_THAT(std::get<HelpText>(parsed({"-V"})).text,
+              testing::MatchesRegex("vellora [0-9.]+\ncompiler: .*\nbuild: .*\nsystem: .*\n"));
 }
 
 TEST_F(ArgumentsTest, WithoutAFolderForTheCacheAFileMustBeNamed) {
