@@ -43,9 +43,9 @@ std::shared_ptr<CorvaneSDK::Logger> makeLogger(std::shared_ptr<CorvaneSDK::Logge
   return std::make_shared<RedactingLogger>(std::move(secrets), std::move(logger));
 }
 
-}  // namespace
-
-Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options options) {
+/// The ready-made network, which notes its tokens in `secrets`.
+Result<std::shared_ptr<CorvaneSDK::Network>> makeNetwork(StandardPlatformAPI::Options& options,
+                                                         std::shared_ptr<KnownSecrets> secrets) {
   CurlNetwork::Options networkOptions;
   networkOptions.server = std::move(options.server);
   networkOptions.token = options.token;
@@ -53,20 +53,30 @@ Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options o
   networkOptions.allowTokenOverPlainHttp = options.allowTokenOverPlainHttp;
   networkOptions.caFile = std::move(options.caFile);
   networkOptions.observer = std::move(options.observer);
-  if (networkOptions.token) networkOptions.secrets = std::make_shared<KnownSecrets>();
-  const auto secrets = networkOptions.secrets;
-  // The network first: a mistyped address should leave no cache file behind.
+  networkOptions.secrets = std::move(secrets);
   auto network = CurlNetwork::make(std::move(networkOptions));
+  if (!network) return network.error();
+  return std::shared_ptr<CorvaneSDK::Network>(std::make_shared<CoalescingNetwork>(
+      std::move(network).value(), credentialOf(std::move(options.token))));
+}
+
+}  // namespace
+
+Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options options) {
+  const bool hasToken = options.token && !options.network;
+  const auto secrets = hasToken ? std::make_shared<KnownSecrets>() : nullptr;
+  // The network first: a mistyped address should leave no cache file behind.
+  auto network = options.network ? Result(std::move(options.network)) : makeNetwork(options, secrets);
   if (!network) return network.error();
   auto logger = makeLogger(std::move(options.logger), secrets);
   SQLiteCache::Options cacheOptions;
   cacheOptions.owner = std::move(options.cacheOwner);
   cacheOptions.observer = reportingTo(logger, std::move(options.cacheObserver));
-  auto cache = makeCache(options.cacheFile, std::move(cacheOptions));
+  auto cache = options.cache ? Result(std::move(options.cache))
+                             : makeCache(options.cacheFile, std::move(cacheOptions));
   if (!cache) return cache.error();
-  return std::make_shared<StandardPlatformAPI>(
-      std::make_shared<CoalescingNetwork>(std::move(network).value(), credentialOf(std::move(options.token))),
-      std::move(cache).value(), std::move(logger));
+  return std::make_shared<StandardPlatformAPI>(std::move(network).value(), std::move(cache).value(),
+                                               std::move(logger));
 }
 
 StandardPlatformAPI::StandardPlatformAPI(std::shared_ptr<CorvaneSDK::Network> network,

@@ -6,6 +6,9 @@
 
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/network/CurlNetwork.h"
+#include "vellora/Host/Cache.h"
+#include "vellora/Host/Logger.h"
+#include "vellora/Host/Network.h"
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Platform/Values/Export.h"
 #include "vellora/Platform/Values/Result.h"
@@ -50,9 +53,15 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
     /// Null: nothing is logged. With a `token` it gets its lines through a `RedactingLogger`, without the
     /// tokens that a server sent back.
     std::shared_ptr<CorvaneSDK::Logger> logger = {};
+    /// One of your own in place of the ready-made network; then `server` and what follows it, down to
+    /// `observer`, are not looked at.
+    std::shared_ptr<CorvaneSDK::Network> network = {};
+    /// One of your own in place of the ready-made caches; then what begins with `cache` is not looked at.
+    std::shared_ptr<CorvaneSDK::Cache> cache = {};
   };
 
-  /// A host of the ready-made facilities. Equal requests under way at the same time share one.
+  /// A host of the ready-made facilities, but for those that the options have. Equal requests under way at
+  /// the same time share one of the ready-made network's.
   [[nodiscard]] static Result<std::shared_ptr<StandardPlatformAPI>> make(Options options);
 
   /// A host of these facilities; any of them may be null.

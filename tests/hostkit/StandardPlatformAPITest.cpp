@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/SilentLogger.h"
@@ -45,6 +46,25 @@ TEST(StandardPlatformAPITest, GrantsNothingOfAKindThatItWasNotGiven) {
   EXPECT_EQ(api.network(), nullptr);
   EXPECT_EQ(api.cache(), nullptr);
   EXPECT_EQ(api.logger(), nullptr);
+}
+
+TEST(StandardPlatformAPITest, TakesAFacilityOfOnesOwnInPlaceOfAReadyMadeOne) {
+  StandardPlatformAPI::Options withNetwork;
+  withNetwork.server = "no address, which nobody looks at";
+  withNetwork.network = std::make_shared<SilentNetwork>();
+  const auto ofNetwork = StandardPlatformAPI::make(withNetwork);
+  ASSERT_TRUE(ofNetwork.hasValue());
+  EXPECT_EQ(ofNetwork.value()->network(), withNetwork.network);
+  EXPECT_TRUE(ofNetwork.value()->cache());
+
+  StandardPlatformAPI::Options withCache;
+  withCache.server = "https://records.example";
+  withCache.cacheFile = "/dev/null/no such folder";
+  withCache.cache = std::make_shared<MemoryCache>();
+  const auto ofCache = StandardPlatformAPI::make(withCache);
+  ASSERT_TRUE(ofCache.hasValue());
+  EXPECT_EQ(ofCache.value()->cache(), withCache.cache);
+  EXPECT_TRUE(ofCache.value()->network());
 }
 
 TEST(StandardPlatformAPITest, MakesTheReadyMadeFacilities) {
