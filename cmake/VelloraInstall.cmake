@@ -98,6 +98,21 @@ if(VELLORA_BUILD_CONFORMANCE)
   vellora_install(vellora_conformance HostConformance)
 endif()
 
+# The library for C has all of ours inside, hence a package of its own: find_package(VelloraC) gives Vellora::C.
+if(TARGET vellora_c)
+  set(VELLORA_C_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/vellora-c-${VELLORA_C_ABI}")
+  set_target_properties(vellora_c PROPERTIES EXPORT_NAME C)
+  install(TARGETS vellora_c EXPORT VelloraCTargets
+    FILE_SET HEADERS DESTINATION "${VELLORA_C_INCLUDEDIR}" COMPONENT cdev
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT c NAMELINK_COMPONENT cdev)
+  install(EXPORT VelloraCTargets FILE VelloraCConfig.cmake NAMESPACE Vellora::
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/VelloraC" COMPONENT cdev)
+  write_basic_package_version_file("${PROJECT_BINARY_DIR}/VelloraCConfigVersion.cmake"
+    VERSION ${VELLORA_C_ABI}.${PROJECT_VERSION_MINOR} COMPATIBILITY SameMajorVersion)
+  install(FILES "${PROJECT_BINARY_DIR}/VelloraCConfigVersion.cmake"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/VelloraC" COMPONENT cdev)
+endif()
+
 configure_package_config_file(cmake/VelloraConfig.cmake.in "${PROJECT_BINARY_DIR}/VelloraConfig.cmake"
   INSTALL_DESTINATION "${VELLORA_CMAKEDIR}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/VelloraConfigVersion.cmake"
@@ -117,6 +132,11 @@ foreach(target IN ITEMS vellora_platform ${kits})
   configure_file("packaging/${name}.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${VELLORA_PKGCONFIGDIR}" COMPONENT dev)
 endforeach()
+
+if(TARGET vellora_c)
+  configure_file(packaging/vellora-c.pc.in "${PROJECT_BINARY_DIR}/vellora-c.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/vellora-c.pc" DESTINATION "${VELLORA_PKGCONFIGDIR}" COMPONENT cdev)
+endif()
 
 if(VELLORA_BUILD_APPS)
   install(TARGETS vellora RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT command)

@@ -8,7 +8,11 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-set(CPACK_COMPONENTS_ALL library dev command)
+set(packages library dev command)
+if(TARGET vellora_c)
+  list(APPEND packages c cdev)
+endif()
+set(CPACK_COMPONENTS_ALL ${packages})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
@@ -45,6 +49,20 @@ set(CPACK_DEBIAN_COMMAND_DESCRIPTION "Look at the metadata of a business-records
  The command vellora tells what the object types of a records server look like,
  as tables or as JSON, and looks after the cache files that it answers from.")
 
+set(CPACK_DEBIAN_C_PACKAGE_NAME "libvellora-c${VELLORA_C_ABI}")
+set(CPACK_DEBIAN_C_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_C_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/packaging/triggers")
+set(CPACK_DEBIAN_C_DESCRIPTION "${PROJECT_DESCRIPTION}, for C
+ Vellora tells an app what the object types of a business-records server look
+ like. This package holds the library for programs in C and for what can call
+ C.")
+
+set(CPACK_DEBIAN_CDEV_PACKAGE_NAME libvellora-c-dev)
+set(CPACK_DEBIAN_CDEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_CDEV_PACKAGE_DEPENDS "libvellora-c${VELLORA_C_ABI} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_CDEV_DESCRIPTION "Files to build C programs against Vellora
+ The header vellora.h, and what CMake and pkg-config need to find it.")
+
 # Every package says under which terms it comes and what has changed; the compressed form without a time stamp.
 find_program(GZIP_PROGRAM gzip REQUIRED)
 add_custom_command(OUTPUT packaging/changelog.gz packaging/vellora.1.gz
@@ -53,7 +71,7 @@ add_custom_command(OUTPUT packaging/changelog.gz packaging/vellora.1.gz
   DEPENDS "${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_SOURCE_DIR}/packaging/vellora.1"
   WORKING_DIRECTORY "${PROJECT_BINARY_DIR}" VERBATIM)
 add_custom_target(vellora_package_texts ALL DEPENDS packaging/changelog.gz packaging/vellora.1.gz)
-foreach(component IN ITEMS library dev command)
+foreach(component IN LISTS packages)
   string(TOUPPER ${component} upper)
   set(folder "${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}")
   install(FILES packaging/copyright DESTINATION "${folder}" COMPONENT ${component})

@@ -41,7 +41,7 @@ class DebianPackagesTest(unittest.TestCase):
         return found
 
     def test_there_are_the_library_what_builds_against_it_and_the_command(self):
-        self.assertEqual(set(self.packages), {LIBRARY, "libvellora-dev", "vellora"})
+        self.assertEqual(set(self.packages), {LIBRARY, "libvellora-dev", "vellora", "libvellora-c1", "libvellora-c-dev"})
 
     def test_each_package_says_what_it_is(self):
         for package in self.packages:
@@ -59,6 +59,8 @@ class DebianPackagesTest(unittest.TestCase):
         for package, libraries in {
             LIBRARY: ("libc6", "libstdc++6", "libsimdjson", "libboost-json1.81.0", "libcurl4", "libssl3", "libsqlite3-0", "libspdlog"),
             "vellora": ("libc6", "libstdc++6", "libsimdjson", "libcurl4", "libssl3", "libsqlite3-0"),
+            "libvellora-c1": ("libc6", "libstdc++6", "libsimdjson", "libcurl4", "libssl3", "libsqlite3-0"),
+            "libvellora-c-dev": (f"libvellora-c1 (= {VERSION})",),
             "libvellora-dev": (f"{LIBRARY} (= {VERSION})", "libboost-json1.81-dev", "libsimdjson-dev"),
         }.items():
             depends = self.field(package, "Depends")
@@ -82,6 +84,13 @@ class DebianPackagesTest(unittest.TestCase):
         self.assertTrue((self.root / "root/libvellora-dev/usr/lib/libvellora.so").is_symlink())
         for package in (LIBRARY, "vellora"):
             self.assertEqual(list((self.root / "root" / package).glob("usr/include")), [])
+
+    def test_the_library_for_c_comes_with_its_header_and_needs_no_other_of_ours(self):
+        self.file("libvellora-c1", f"usr/lib/libvellora-c.so.1.{VERSION}")
+        for path in ("usr/include/vellora-c-1/vellora.h", "usr/lib/pkgconfig/vellora-c.pc",
+                     "usr/lib/cmake/VelloraC/VelloraCConfig.cmake"):
+            self.file("libvellora-c-dev", path)
+        self.assertNotIn(LIBRARY, self.field("libvellora-c1", "Depends"))
 
     def test_the_command_comes_with_its_man_page_and_completions(self):
         program = self.file("vellora", "usr/bin/vellora")

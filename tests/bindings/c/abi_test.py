@@ -1,0 +1,102 @@
+#!/usr/bin/env python3
+"""Fails when what vellora.h and libvellora-c offer is not what was recorded in bindings/c/abi.
+
+usage: abi_test.py HEADER LIBRARY MAP RECORDS C_COMPILER [--record]
+
+What is recorded may be added to, never changed: a line that is gone breaks programs that were built before. With
+--record the records are written.
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+HEADER, LIBRARY, MAP, RECORDS = (pathlib.Path(argument).resolve() for argument in sys.argv[1:5])
+COMPILER = sys.argv[5]
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror", "-Wconversion", "-Wshadow"]
+
+TEXT = re.sub(r"/\*.*?\*/", "", HEADER.read_text(), flags=re.DOTALL)
+STRUCT = re.compile(r"typedef struct (\w+) \{(.*?)^\} \1;", re.MULTILINE | re.DOTALL)
+MEMBER = re.compile(r"(?:\(\*(\w+)\)\([^;]*\)|(\w+))\s*;")
+FUNCTION = re.compile(r"^VELLORA_C_API[^;(]*?(\w+)\(", re.MULTILINE)
+ENUM = re.compile(r"^enum \{(.*?)\};", re.MULTILINE | re.DOTALL)
+
+STRUCTS = {name: [one or other for one, other in MEMBER.findall(body)] for name, body in STRUCT.findall(TEXT)}
+FUNCTIONS = sorted(FUNCTION.findall(TEXT))
+CONSTANTS = [name for body in ENUM.findall(TEXT) for name in re.findall(r"(VELLORA_\w+) =", body)]
+
+
+def run(*command, **options):
+    return subprocess.run([str(word) for word in command], capture_output=True, text=True, **options)
+
+
+def layout():
+    """A line for each struct, member and constant, as the compiler sees them."""
+    lines = ["#include <stdio.h>", "#include <vellora.h>", "int main(void) {"]
+    for name, members in STRUCTS.items():
+        lines.append(f'printf("{name}: %zu bytes\\n", sizeof({name}));')
+        lines += [f'printf("{name}.{member}: %zu at %zu\\n", sizeof((({name}*)0)->{member}), offsetof({name}, {member}));'
+                  for member in members]
+    lines += [f'printf("{name} = %d\\n", {name});' for name in CONSTANTS]
+    lines += ["return 0;", "}"]
+    with tempfile.TemporaryDirectory() as folder:
+        source = pathlib.Path(folder) / "layout.c"
+        source.write_text("\n".join(lines) + "\n")
+        built = run(COMPILER, "-std=c99", *WARNINGS, "-I", HEADER.parent, source, "-o", f"{folder}/layout")
+        if built.returncode != 0:
+            sys.exit(built.stderr)
+        return run(f"{folder}/layout", check=True).stdout
+
+
+def symbols():
+    listed = run("nm", "-D", "--defined-only", "--with-symbol-versions", LIBRARY, check=True).stdout
+    names = [line.split()[2] for line in listed.splitlines() if line.split()[1] != "A"]
+    return "".join(f"{name}\n" for name in sorted(names))
+
+
+FOUND = {"layout.txt": layout(), "symbols.txt": symbols()}
+
+
+class AbiTest(unittest.TestCase):
+    maxDiff = None
+
+    def test_the_header_is_read_whole(self):
+        self.assertGreaterEqual(len(STRUCTS), 15)
+        self.assertGreaterEqual(len(FUNCTIONS), 20)
+        self.assertGreaterEqual(len(CONSTANTS), 30)
+        for name, members in STRUCTS.items():
+            if name not in {"vellora_text", "vellora_pair"}:
+                self.assertEqual(members[0], "struct_size", name)
+
+    def test_layouts_and_constants_are_those_that_were_recorded(self):
+        self.assertEqual(FOUND["layout.txt"], (RECORDS / "layout.txt").read_text())
+
+    def test_symbols_and_their_versions_are_those_that_were_recorded(self):
+        self.assertEqual(FOUND["symbols.txt"], (RECORDS / "symbols.txt").read_text())
+
+    def test_the_library_offers_what_the_header_declares_and_nothing_else(self):
+        offered = [line.split("@")[0] for line in FOUND["symbols.txt"].splitlines()]
+        self.assertEqual(offered, FUNCTIONS)
+        self.assertEqual(sorted(re.findall(r"^    (vellora_\w+);", MAP.read_text(), re.MULTILINE)), FUNCTIONS)
+
+    def test_each_symbol_has_a_version(self):
+        for line in FOUND["symbols.txt"].splitlines():
+            self.assertRegex(line, r"@@VELLORA_C_\d+$")
+
+    def test_the_header_is_c99_and_c_plus_plus_by_itself(self):
+        for how in (["-std=c99", "-x", "c"], ["-std=c11", "-x", "c"], ["-std=c++11", "-x", "c++"]):
+            compiled = run(COMPILER, *how, *WARNINGS, "-fsyntax-only", "-", input=f'#include "{HEADER}"\nint one;\n')
+            self.assertEqual(compiled.stderr, "")
+            self.assertEqual(compiled.returncode, 0)
+
+
+if __name__ == "__main__":
+    if "--record" in sys.argv:
+        RECORDS.mkdir(exist_ok=True)
+        for file, text in FOUND.items():
+            (RECORDS / file).write_text(text)
+        sys.exit()
+    unittest.main(argv=sys.argv[:1])
