@@ -82,7 +82,7 @@ class Browser:
         """The value that `script` gives to its last argument, a function."""
         return self.call("POST", "/execute/async", {"script": script, "args": list(arguments)})
 
-    def wait(self, script, *arguments, seconds=15):
+    def wait(self, script, *arguments, seconds=60):
         """The first value of `script` that counts as true."""
         end = time.monotonic() + seconds
         while time.monotonic() < end:

@@ -277,10 +277,12 @@ class DemoPageTest(PageTest):
         self.assertEqual(self.sources(), ["from the network", "from the network", "from the cache"])
 
     def test_shows_the_prefetch_while_it_runs(self):
-        server = self.stopping(RecordsServer(PROGRAMS["records-server"], "--delay", "1200"))
+        server = self.stopping(RecordsServer(PROGRAMS["records-server"]))
+        server.hold()
         self.explore(server.url)
         self.browser.wait("return document.querySelector('#prefetch').innerText.includes('Loading')")
         self.assertEqual(self.text("#count"), "None yet")
+        server.release()
         self.browser.wait("return document.querySelector('#prefetch').innerText.includes('Loaded')")
         self.wait_for_tiles()
 

@@ -40,8 +40,16 @@ class RecordsServer:
     def requests(self):
         return pathlib.Path(self.log.name).read_text().splitlines()
 
+    def hold(self):
+        """Lets requests wait for their answers until `release`."""
+        self.process.send_signal(signal.SIGSTOP)
+
+    def release(self):
+        self.process.send_signal(signal.SIGCONT)
+
     def stop(self):
         self.process.terminate()
+        self.release()
         self.process.wait()
         self.process.stdout.close()
         self.log.close()
