@@ -14,6 +14,8 @@
 #include <string>
 #include <utility>
 
+#include "apps/http/WayToLoop.h"
+
 namespace vellora::http {
 namespace {
 
@@ -74,12 +76,12 @@ class Connection : public std::enable_shared_from_this<Connection> {
     closes_ = !parser_->keep_alive();
     const auto request = http::received(parser_->release());
     isHead_ = request.method == "HEAD";
+    const Exchange exchange(
+        std::make_shared<WayToLoop>(context_.gate, [weak = weak_from_this()](Reaction reaction) {
+          if (const auto self = weak.lock()) self->schedule(std::move(reaction));
+        }));
     awaitReaction();
-    context_.handler(request, Exchange([gate = context_.gate, weak = weak_from_this()](Reaction reaction) {
-                       gate->post([weak, reaction = std::move(reaction)]() mutable {
-                         if (const auto self = weak.lock()) self->schedule(std::move(reaction));
-                       });
-                     }));
+    context_.handler(request, exchange);
   }
 
   // Keeps the connection alive until there is a reaction: the waiting timer's closure owns it.
@@ -88,12 +90,11 @@ class Connection : public std::enable_shared_from_this<Connection> {
     timer_.async_wait([self = shared_from_this()](beast::error_code) {});
   }
 
+  // Whatever comes of it, also a lack of memory: nothing but what is under way keeps the connection from now
+  // on.
   void schedule(Reaction reaction) {
-    if (reaction.delay.count() <= 0) {
-      perform(std::move(reaction));
-      timer_.cancel();
-      return;
-    }
+    timer_.cancel();
+    if (reaction.delay.count() <= 0) return perform(std::move(reaction));
     timer_.expires_after(reaction.delay);
     timer_.async_wait([self = shared_from_this(), reaction = std::move(reaction)](beast::error_code) mutable {
       self->perform(std::move(reaction));

@@ -1,9 +1,11 @@
 #include "apps/http/Server.h"
 
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -20,6 +22,7 @@ using Timer =
                                asio::io_context::executor_type>;
 
 constexpr std::chrono::milliseconds pauseWithoutDescriptors{50};
+constexpr std::chrono::milliseconds pauseWithoutMemory{5};
 
 }  // namespace
 
@@ -44,7 +47,7 @@ class Server::Implementation {
   void run(Handler handler) {
     context_.handler = std::move(handler);
     accept();
-    thread_ = std::thread([this] { loop_->context.run(); });
+    thread_ = std::thread([this] { serve(); });
   }
 
   void stop() {
@@ -62,16 +65,36 @@ class Server::Implementation {
   /// What runs on the server's thread. Its end closes the connections, which use the context.
   struct Loop {
     asio::io_context context{1};
+    asio::executor_work_guard<asio::io_context::executor_type> isNeeded = asio::make_work_guard(context);
     Acceptor acceptor{context};
     Timer pause{context};
+    bool accepts = false;  ///< whether somebody waits for the next connection
   };
 
+  void serve() {
+    while (!hasServedToTheEnd()) std::this_thread::sleep_for(pauseWithoutMemory);
+  }
+
+  // What there is no memory for ends one connection; the server goes on with the others.
+  bool hasServedToTheEnd() {
+    try {
+      if (!loop_->accepts) accept();
+      loop_->context.run();
+      return true;
+    } catch (const std::bad_alloc&) {
+      return loop_->context.stopped();
+    }
+  }
+
   void accept() {
+    loop_->accepts = false;
     loop_->acceptor.async_accept([this](boost::system::error_code error, ConnectionSocket socket) {
+      loop_->accepts = false;
       if (error) return acceptLater();
       startConnection(std::move(socket), context_);
       accept();
     });
+    loop_->accepts = true;
   }
 
   // Without a free descriptor, accepting fails again at once until a connection ends.
@@ -80,6 +103,7 @@ class Server::Implementation {
     loop_->pause.async_wait([this](boost::system::error_code error) {
       if (!error) accept();
     });
+    loop_->accepts = true;
   }
 
   std::mutex stopping_;

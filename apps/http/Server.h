@@ -19,7 +19,7 @@ namespace vellora::http {
 /// Threads: `stop` may be called from any thread but the server's own; the handler runs on that one.
 ///
 /// Errors: only listening can fail, with a sentence for a person. A client learns of its mistakes from the
-/// answer.
+/// answer. Where memory is short on its thread, the connection that lacks it ends; the server does not.
 class Server {
  public:
   struct Options {
