@@ -4,6 +4,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,7 +40,7 @@ struct ActivityTotals {
   std::int64_t hits = 0;
   std::int64_t misses = 0;
   std::int64_t requests = 0;
-  std::int64_t answers = 0;
+  std::int64_t answers = 0;   ///< whose status was a success
   std::int64_t failures = 0;  ///< refused requests included
   std::int64_t bytesFromCache = 0;
   std::int64_t bytesFromNetwork = 0;
@@ -85,5 +86,15 @@ class Activity {
   std::deque<ActivityEntry> entries_;
   ActivityTotals totals_;
 };
+
+/// Calls `note`, which notes something, or leaves that out where there is no memory for it: who is observed
+/// must not come to grief by it.
+template <class Note>
+void noteWhereThereIsMemory(Note note) noexcept {
+  try {
+    note();
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): one line less is shown
+  }
+}
 
 }  // namespace vellora::explore

@@ -4,11 +4,14 @@
 #include <utility>
 
 #include "apps/vellora/command/CommandCatalog.h"
-#include "apps/vellora/command/Reason.h"
 #include "apps/vellora/explore/ObservedCache.h"
+#include "apps/vellora/explore/ObservedNetwork.h"
+#include "apps/vellora/explore/ShownFailure.h"
 #include "apps/vellora/lookups/ReadinessName.h"
 #include "vellora/Catalog/Missing.h"
 #include "vellora/Catalog/Readiness.h"
+#include "vellora/Catalog/RefreshOptions.h"
+#include "vellora/Catalog/TypeChange.h"
 #include "vellora/DataServices/CacheInspection.h"
 #include "vellora/Platform/Json/DecodingError.h"
 #include "vellora/Platform/Values/Date.h"
@@ -19,7 +22,14 @@ namespace {
 using Why = Missing::Why;
 
 /// What an explorer shows of failures, without secrets: their texts may quote the server.
-using Wording = std::function<std::string(const Failure& failure)>;
+using Wording = std::function<ShownFailure(const Failure& failure)>;
+
+/// Has the answer say why, in a sentence and in its parts.
+template <class Shown>
+void setFailure(Shown& answer, const Failure& failure, const Wording& wording) {
+  answer.trouble = wording(failure);
+  answer.failure = answer.trouble->text;
+}
 
 ShownPresentation shown(const PresentationInfo& info, IconStore& icons) {
   return {info, icons.admit(info.svgIconUrl), icons.admit(info.smallIconUrl), icons.admit(info.largeIconUrl)};
@@ -44,15 +54,20 @@ bool hasAnswered(const Missing& missing) {
   return missing.failure() != nullptr && missing.failure()->error().as<DecodingError>() != nullptr;
 }
 
+template <class Shown>
+void setFailure(Shown& answer, const Missing& missing, const Wording& wording) {
+  if (missing.failure() != nullptr) return setFailure(answer, *missing.failure(), wording);
+  answer.failure = missing.text();
+}
+
 std::string textOf(const Missing& missing, const Wording& wording) {
-  return missing.failure() != nullptr ? wording(*missing.failure()) : missing.text();
+  return missing.failure() != nullptr ? wording(*missing.failure()).text : missing.text();
 }
 
 PresentationAnswer shownAnswer(const Answer<ObjectPresentationInfo>& answer, const Date& asked,
                                IconStore& icons, const Wording& wording) {
-  PresentationAnswer shownAs{
-      .source = sourceOf(answer, asked), .failure = {}, .presentations = {}, .missing = {}};
-  if (answer.trouble) shownAs.failure = wording(*answer.trouble);
+  PresentationAnswer shownAs{.source = sourceOf(answer, asked)};
+  if (answer.trouble) setFailure(shownAs, *answer.trouble, wording);
   for (const auto& [name, info] : answer.found)
     shownAs.presentations.emplace(name, shown(info.typePresentationInfo, icons));
   std::map<std::string, std::string> missing;
@@ -67,31 +82,48 @@ PresentationAnswer shownAnswer(const Answer<ObjectPresentationInfo>& answer, con
 
 template <class Layout>
 LayoutAnswer<Layout> shownAnswer(const Answer<Layout>& answer, const Date& asked, const Wording& wording) {
-  LayoutAnswer<Layout> shownAs{sourceOf(answer, asked), {}, {}};
-  if (answer.trouble) shownAs.failure = wording(*answer.trouble);
+  LayoutAnswer<Layout> shownAs{.source = sourceOf(answer, asked)};
+  if (answer.trouble) setFailure(shownAs, *answer.trouble, wording);
   for (const auto& [name, layout] : answer.found) shownAs.layout = layout;
   for (const auto& [name, reason] : answer.missing) {
     if (hasAnswered(reason)) shownAs.source = "network";
-    if (reason.why() != Why::unknown) shownAs.failure = textOf(reason, wording);
+    if (reason.why() != Why::unknown) setFailure(shownAs, reason, wording);
   }
   return shownAs;
 }
 
 Wording wordingWithout(const std::shared_ptr<const hostkit::KnownSecrets>& secrets) {
-  return [secrets](const Failure& failure) { return secrets->cleaned(command::reasonOf(failure)); };
+  return [secrets](const Failure& failure) { return shownFailure(failure, *secrets); };
 }
 
 std::string textOf(const Readiness& readiness, const Wording& wording) {
   const std::string name(command::nameOf(readiness.readinessCase()));
-  return readiness.failure() != nullptr ? name + ": " + wording(*readiness.failure()) : name;
+  return readiness.failure() != nullptr ? name + ": " + wording(*readiness.failure()).text : name;
 }
 
-/// Notes what the readiness comes to; each load ends with one, also with the same.
-auto noting(const std::shared_ptr<Activity>& activity, const Wording& wording) {
-  return [activity, wording, last = std::make_shared<std::string>()](const Readiness& readiness) {
-    const auto text = textOf(readiness, wording);
-    if (std::exchange(*last, text) != text) activity->notePrefetch(text);
+/// Notes what the readiness comes to; each load ends with one, also with the same. The first load is that of
+/// a start.
+auto noting(const std::shared_ptr<Activity>& activity, const std::shared_ptr<TypeHistory>& history,
+            const Wording& wording) {
+  struct Last {
+    std::string text;
+    bool hasStarted = false;
   };
+  return [activity, history, wording, last = std::make_shared<Last>()](const Readiness& readiness) {
+    const bool isLoading = readiness.readinessCase() == Readiness::Case::loading;
+    if (!isLoading && !std::exchange(last->hasStarted, true)) history->noteStart();
+    const auto text = textOf(readiness, wording);
+    if (std::exchange(last->text, text) != text) activity->notePrefetch(text);
+  };
+}
+
+RefreshAnswer shownAnswer(const Answer<TypeChange>& answer, const Wording& wording) {
+  RefreshAnswer shownAs;
+  if (answer.trouble)
+    setFailure(shownAs, *answer.trouble, wording);
+  else if (answer.end != End::answered)
+    shownAs.failure = "the server did not answer in time";
+  return shownAs;
 }
 
 }  // namespace
@@ -102,21 +134,36 @@ Explorer::Explorer(const RequiredAPI& host, command::Arguments arguments, IconSo
       arguments_(std::move(arguments)),
       secrets_(std::move(secrets)),
       activity_(std::make_shared<Activity>(secrets_)),
+      history_(std::make_shared<TypeHistory>(host_.cache)),
+      // Icons are not noted: there are many, and no app sees them through the library.
       icons_(std::make_shared<IconStore>(
           arguments_.server, std::move(icons.key),
-          std::make_shared<ObservedNetwork>(std::move(icons.network), reachable_, activity_))) {
+          std::make_shared<SwitchedNetwork>(std::move(icons.network), reachable_))) {
   startAgain();
 }
 
 void Explorer::startAgain() {
-  const RequiredAPI observed{std::make_shared<ObservedNetwork>(host_.network, reachable_, activity_),
+  const auto network = std::make_shared<SwitchedNetwork>(host_.network, reachable_);
+  const RequiredAPI observed{std::make_shared<ObservedNetwork>(network, activity_),
                              std::make_shared<ObservedCache>(host_.cache, activity_), host_.logger};
   auto catalog =
       std::make_shared<const Catalog>(command::platformOf(observed), command::catalogOptions(arguments_));
-  auto readiness = catalog->readinessStream().sink(noting(activity_, wordingWithout(secrets_)));
+  auto readiness = catalog->readinessStream().sink(noting(activity_, history_, wordingWithout(secrets_)));
   const std::lock_guard lock(mutex_);
   std::swap(catalog_, catalog);
   std::swap(readiness_, readiness);
+}
+
+void Explorer::refresh(std::function<void(RefreshAnswer)> completion) const {
+  const auto asked = catalog();
+  const auto onAnswer = [asked, history = history_, since = history_->fetchedNow(),
+                         wording = wordingWithout(secrets_),
+                         completion = std::move(completion)](const Answer<TypeChange>& answer) {
+    const bool hasComeToNothing = answer.found.empty() && answer.end != End::answered;
+    if (since && !hasComeToNothing) history->noteRefresh(answer.found, *since);
+    completion(shownAnswer(answer, wording));
+  };
+  asked->refresh({.deadline = command::questionOptions(arguments_).deadline}).then(onAnswer).detach();
 }
 
 ExplorerState Explorer::state(std::int64_t afterEntry) const {
@@ -128,9 +175,13 @@ ExplorerState Explorer::state(std::int64_t afterEntry) const {
                       .prefetch = std::string(command::nameOf(readiness.readinessCase())),
                       .themes = command::themesStatus(cache, arguments_.cacheTimeout),
                       .sObjects = command::sObjectsStatus(cache, arguments_.cacheTimeout),
+                      .changes = history_->latest().number,
                       .totals = activity_->totals(),
                       .entries = activity_->after(afterEntry)};
-  if (readiness.failure() != nullptr) state.error = wordingWithout(secrets_)(*readiness.failure());
+  if (readiness.failure() != nullptr) {
+    state.trouble = shownFailure(*readiness.failure(), *secrets_);
+    state.error = state.trouble->text;
+  }
   const bool isReady = readiness.readinessCase() == Readiness::Case::ready;
   state.ready = isReady && state.themes.fresh && state.sObjects.fresh;
   return state;
@@ -140,10 +191,12 @@ std::vector<SObject> Explorer::types() const {
   return cachedSObjects(*host_.cache);
 }
 
-void Explorer::presentations(const std::vector<std::string>& names,
+void Explorer::presentations(const std::vector<std::string>& names, const std::string& theme,
                              std::function<void(PresentationAnswer)> completion) const {
+  auto options = command::questionOptions(arguments_);
+  options.theme = theme;
   ask<ObjectPresentationInfo>(
-      &Catalog::types, names,
+      &Catalog::types, names, options,
       [asked = now(), icons = icons_, wording = wordingWithout(secrets_), completion = std::move(completion)](
           const auto& answer) { completion(shownAnswer(answer, asked, *icons, wording)); });
 }
@@ -161,17 +214,17 @@ void Explorer::compactLayout(const std::string& name,
 template <class T>
 void Explorer::askLayout(Ask<T> question, const std::string& name,
                          std::function<void(LayoutAnswer<T>)> completion) const {
-  ask<T>(question, {name},
+  ask<T>(question, {name}, command::questionOptions(arguments_),
          [asked = now(), wording = wordingWithout(secrets_), completion = std::move(completion)](
              const auto& answer) { completion(shownAnswer(answer, asked, wording)); });
 }
 
 template <class T>
-void Explorer::ask(Ask<T> question, const std::vector<std::string>& keys,
+void Explorer::ask(Ask<T> question, const std::vector<std::string>& keys, const QuestionOptions& options,
                    std::function<void(const Answer<T>& answer)> onAnswer) const {
   const auto asked = catalog();
   // The callback keeps the catalogue: the answer comes also when another has taken its place.
-  ((*asked).*question)(keys, command::questionOptions(arguments_))
+  ((*asked).*question)(keys, options)
       .then([asked, onAnswer = std::move(onAnswer)](const Answer<T>& answer) { onAnswer(answer); })
       .detach();
 }

@@ -11,7 +11,8 @@
 #include "apps/vellora/explore/Activity.h"
 #include "apps/vellora/explore/ExplorerAnswers.h"
 #include "apps/vellora/explore/IconStore.h"
-#include "apps/vellora/explore/ObservedNetwork.h"
+#include "apps/vellora/explore/SwitchedNetwork.h"
+#include "apps/vellora/explore/TypeHistory.h"
 #include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Catalog/Answer.h"
 #include "vellora/Catalog/Catalog.h"
@@ -52,6 +53,9 @@ class Explorer {
   /// What an app does when it is started: a new catalogue, which loads what isn't fresh.
   void startAgain();
 
+  /// Fetches both lists anew, whatever their age, and has layouts fetched anew when they are asked for next.
+  void refresh(std::function<void(RefreshAnswer)> completion) const;
+
   /// Takes the server away, or gives it back.
   void setServerReachable(bool reachable) { *reachable_ = reachable; }
 
@@ -61,7 +65,11 @@ class Explorer {
   /// The cached object list; empty before the first load has brought one.
   [[nodiscard]] std::vector<SObject> types() const;
 
-  void presentations(const std::vector<std::string>& names,
+  /// What has changed of the types since they were fetched the time before.
+  [[nodiscard]] TypeChanges changes() const { return history_->latest(); }
+
+  /// In another theme than the arguments' where `theme` is not empty.
+  void presentations(const std::vector<std::string>& names, const std::string& theme,
                      std::function<void(PresentationAnswer)> completion) const;
   void searchLayout(const std::string& name, std::function<void(SearchLayoutAnswer)> completion) const;
   void compactLayout(const std::string& name, std::function<void(CompactLayoutAnswer)> completion) const;
@@ -75,7 +83,7 @@ class Explorer {
 
   /// Asks the catalogue, and calls `onAnswer` with the answer.
   template <class T>
-  void ask(Ask<T> question, const std::vector<std::string>& keys,
+  void ask(Ask<T> question, const std::vector<std::string>& keys, const QuestionOptions& options,
            std::function<void(const Answer<T>& answer)> onAnswer) const;
   template <class T>
   void askLayout(Ask<T> question, const std::string& name,
@@ -89,6 +97,7 @@ class Explorer {
   const std::shared_ptr<const hostkit::KnownSecrets> secrets_;
   const std::shared_ptr<ServerSwitch> reachable_ = std::make_shared<ServerSwitch>(true);
   const std::shared_ptr<Activity> activity_;
+  const std::shared_ptr<TypeHistory> history_;
   const std::shared_ptr<IconStore> icons_;
 
   mutable std::mutex mutex_;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "apps/vellora/explore/Activity.h"
+#include "apps/vellora/explore/ShownFailure.h"
 #include "apps/vellora/lookups/CacheStatus.h"
 #include "vellora/Models/ObjectCompactLayoutInfo.h"
 #include "vellora/Models/ObjectLayoutInfo.h"
@@ -23,9 +24,11 @@ struct ExplorerState {
   bool reachable = true;  ///< false while the page has taken the server away
   std::string prefetch;   ///< "isLoading", "loaded" or "failed"
   std::optional<std::string> error = {};
-  bool ready = false;  ///< loaded, and nothing expired since
+  std::optional<ShownFailure> trouble = {};  ///< what `error` is about
+  bool ready = false;                        ///< loaded, and nothing expired since
   command::CacheStatus themes;
   command::CacheStatus sObjects;
+  std::int64_t changes = 0;  ///< the number of the latest `TypeChanges`
   ActivityTotals totals;
   std::vector<ActivityEntry> entries;
 
@@ -34,8 +37,9 @@ struct ExplorerState {
         json::field("server", &ExplorerState::server), json::field("theme", &ExplorerState::theme),
         json::field("reachable", &ExplorerState::reachable),
         json::field("prefetch", &ExplorerState::prefetch), json::field("error", &ExplorerState::error),
-        json::field("ready", &ExplorerState::ready), json::field("themes", &ExplorerState::themes),
-        json::field("sObjects", &ExplorerState::sObjects), json::field("totals", &ExplorerState::totals),
+        json::field("trouble", &ExplorerState::trouble), json::field("ready", &ExplorerState::ready),
+        json::field("themes", &ExplorerState::themes), json::field("sObjects", &ExplorerState::sObjects),
+        json::field("changes", &ExplorerState::changes), json::field("totals", &ExplorerState::totals),
         json::field("entries", &ExplorerState::entries));
   }
 };
@@ -58,16 +62,18 @@ struct ShownPresentation {
 /// What a lookup brought, and where that came from: "cache", "network" or "nowhere".
 struct PresentationAnswer {
   std::string source;
-  std::optional<std::string> failure;  ///< what keeps it from being fuller or fresher
-  std::map<std::string, ShownPresentation> presentations;
+  std::optional<std::string> failure = {};   ///< what keeps it from being fuller or fresher
+  std::optional<ShownFailure> trouble = {};  ///< what `failure` is about, where a request or an answer failed
+  std::map<std::string, ShownPresentation> presentations = {};
 
   /// Why other names have none; absent when there is no such name. The server doesn't know those that are in
   /// neither.
-  std::optional<std::map<std::string, std::string>> missing;
+  std::optional<std::map<std::string, std::string>> missing = {};
 
   static constexpr auto fields() {
     return std::tuple(json::field("source", &PresentationAnswer::source),
                       json::field("failure", &PresentationAnswer::failure),
+                      json::field("trouble", &PresentationAnswer::trouble),
                       json::field("presentations", &PresentationAnswer::presentations),
                       json::field("missing", &PresentationAnswer::missing));
   }
@@ -77,13 +83,25 @@ struct PresentationAnswer {
 template <class Layout>
 struct LayoutAnswer {
   std::string source;
-  std::optional<std::string> failure;
-  std::optional<Layout> layout;
+  std::optional<std::string> failure = {};
+  std::optional<ShownFailure> trouble = {};
+  std::optional<Layout> layout = {};
 
   static constexpr auto fields() {
-    return std::tuple(json::field("source", &LayoutAnswer::source),
-                      json::field("failure", &LayoutAnswer::failure),
-                      json::field("layout", &LayoutAnswer::layout));
+    return std::tuple(
+        json::field("source", &LayoutAnswer::source), json::field("failure", &LayoutAnswer::failure),
+        json::field("trouble", &LayoutAnswer::trouble), json::field("layout", &LayoutAnswer::layout));
+  }
+};
+
+/// How a refresh has ended. What it has changed stands in the latest `TypeChanges`.
+struct RefreshAnswer {
+  std::optional<std::string> failure = {};  ///< absent when both lists were fetched
+  std::optional<ShownFailure> trouble = {};
+
+  static constexpr auto fields() {
+    return std::tuple(json::field("failure", &RefreshAnswer::failure),
+                      json::field("trouble", &RefreshAnswer::trouble));
   }
 };
 

@@ -1,5 +1,6 @@
 #include "apps/vellora/explore/IconStore.h"
 
+#include <new>
 #include <utility>
 
 #include "apps/vellora/explore/IconAddress.h"
@@ -47,10 +48,15 @@ void IconStore::fetch(const std::string& id, Completion completion) {
   network_->sendRequest(requestFor(icon->url),
                         [weak = weak_from_this(), id, completion = std::move(completion)](
                             const auto& data, const auto&, const auto& response) {
-                          const auto image = imageOf(data, response);
-                          const auto self = weak.lock();
-                          if (self && image) self->keep(id, *image);
-                          completion(image);
+                          std::optional<Image> image;
+                          try {
+                            image = imageOf(data, response);
+                            const auto self = weak.lock();
+                            if (self && image) self->keep(id, *image);
+                          } catch (const std::bad_alloc&) {  // on a network's thread: no icon is shown
+                            image.reset();
+                          }
+                          completion(std::move(image));
                         });
 }
 

@@ -33,9 +33,11 @@ class ObservedTable final : public CacheTable {
 
   [[nodiscard]] std::vector<Data> load(const Query& query) override {
     auto rows = next_->load(query);
-    std::size_t bytes = 0;
-    for (const auto& row : rows) bytes += row.size();
-    activity_->noteCache(described(textOf(query.filter())), rows.empty() ? "miss" : "hit", bytes);
+    noteWhereThereIsMemory([&] {
+      std::size_t bytes = 0;
+      for (const auto& row : rows) bytes += row.size();
+      activity_->noteCache(described(textOf(query.filter())), rows.empty() ? "miss" : "hit", bytes);
+    });
     return rows;
   }
 
@@ -45,7 +47,8 @@ class ObservedTable final : public CacheTable {
   bool purge(const RowFilter& rowsInFilter) override { return next_->purge(rowsInFilter); }
 
   bool upsert(const CacheEntry& entry) override {
-    activity_->noteCache(described(textOf(entry.meta)), "saved", entry.data.size());
+    noteWhereThereIsMemory(
+        [&] { activity_->noteCache(described(textOf(entry.meta)), "saved", entry.data.size()); });
     return next_->upsert(entry);
   }
 
@@ -64,17 +67,17 @@ ObservedCache::ObservedCache(std::shared_ptr<CorvaneSDK::Cache> next, std::share
 
 std::optional<Data> ObservedCache::load(const std::string& key) {
   auto blob = next_->load(key);
-  activity_->noteCache(key, blob ? "hit" : "miss", blob ? blob->size() : 0);
+  noteWhereThereIsMemory([&] { activity_->noteCache(key, blob ? "hit" : "miss", blob ? blob->size() : 0); });
   return blob;
 }
 
 bool ObservedCache::save(const Data& data, const std::string& key) {
-  activity_->noteCache(key, "saved", data.size());
+  noteWhereThereIsMemory([&] { activity_->noteCache(key, "saved", data.size()); });
   return next_->save(data, key);
 }
 
 bool ObservedCache::remove(const std::string& key) {
-  activity_->noteCache(key, "removed", 0);
+  noteWhereThereIsMemory([&] { activity_->noteCache(key, "removed", 0); });
   return next_->remove(key);
 }
 

@@ -15,6 +15,8 @@ namespace vellora::explore {
 /// Ownership: shares what it is given.
 ///
 /// Threads: as safe as the other cache.
+///
+/// Errors: what there is no memory to note is left out.
 class ObservedCache final : public CorvaneSDK::Cache {
  public:
   ObservedCache(std::shared_ptr<CorvaneSDK::Cache> next, std::shared_ptr<Activity> activity);

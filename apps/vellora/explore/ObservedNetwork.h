@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 
 #include "apps/vellora/explore/Activity.h"
@@ -8,32 +7,22 @@
 
 namespace vellora::explore {
 
-/// Whether requests reach the server.
-///
-/// Threads: synchronises itself.
-using ServerSwitch = std::atomic<bool>;
-
-/// Why a request failed while the switch was off.
-struct ServerTakenAway {
-  [[nodiscard]] static std::string localizedDescription() { return "the server has been taken away"; }
-};
-
-/// Passes requests on, and notes how each ended. While the switch is off a request fails at once, inside
-/// `sendRequest`; one that is under way when it is turned off still gets its answer.
+/// Passes requests on, and notes how each ended. An answer whose status is no success is a failure, also
+/// where the other network hands its body over.
 ///
 /// Ownership: shares what it is given.
 ///
 /// Threads: as safe as the other network.
+///
+/// Errors: what there is no memory to note is left out; the answer is passed on all the same.
 class ObservedNetwork final : public CorvaneSDK::Network {
  public:
-  ObservedNetwork(std::shared_ptr<CorvaneSDK::Network> next, std::shared_ptr<const ServerSwitch> reachable,
-                  std::shared_ptr<Activity> activity);
+  ObservedNetwork(std::shared_ptr<CorvaneSDK::Network> next, std::shared_ptr<Activity> activity);
 
   void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override;
 
  private:
   const std::shared_ptr<CorvaneSDK::Network> next_;
-  const std::shared_ptr<const ServerSwitch> reachable_;
   const std::shared_ptr<Activity> activity_;
 };
 

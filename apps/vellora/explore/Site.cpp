@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <new>
 #include <utility>
 
 #include "apps/http/Target.h"
@@ -39,9 +40,28 @@ void answer(const Exchange& exchange, Response response) {
   exchange.answer(secured(std::move(response)));
 }
 
+/// Answers with what `make` makes. Where there is no memory for that nobody answers, and the connection is
+/// dropped: on the thread of a network or of a catalogue nothing may be thrown.
+template <class Make>
+void answerWith(const Exchange& exchange, Make make) noexcept {
+  try {
+    answer(exchange, make());
+  } catch (const std::bad_alloc&) {
+    exchange.react({http::Reaction::Kind::drop});
+  }
+}
+
 template <class Answer>
 std::function<void(Answer)> answeringWithJson(const Exchange& exchange) {
-  return [exchange](const Answer& found) { answer(exchange, jsonResponse(found)); };
+  return [exchange](const Answer& found) { answerWith(exchange, [&] { return jsonResponse(found); }); };
+}
+
+Response iconResponse(const std::optional<Image>& image) {
+  if (!image) return plainText(404, "There is no such icon.");
+  return {200,
+          std::string(image->contentType),
+          image->bytes,
+          {{policyHeader, iconPolicy}, {"Content-Disposition", "attachment"}}};
 }
 
 std::optional<std::int64_t> numberIn(std::string_view text) {
@@ -79,12 +99,16 @@ struct Call {
     answer(exchange, jsonResponse(explorer.state(*after)));
   }
 
+  void changes() const { answer(exchange, jsonResponse(explorer.changes())); }
+
   void types() const { answer(exchange, jsonResponse(explorer.types())); }
 
   void presentations() const {
     const auto names = namesIn(target);
     if (!names) return badRequest("\"names\" must be 1 to 200 names of object types.");
-    explorer.presentations(*names, answeringWithJson<PresentationAnswer>(exchange));
+    const auto theme = http::percentDecoded(target.encodedItem("theme").value_or(""));
+    if (!theme || command::keyThatIsNoText({*theme})) return badRequest("\"theme\" must be a text.");
+    explorer.presentations(*names, *theme, answeringWithJson<PresentationAnswer>(exchange));
   }
 
   void searchLayout() const {
@@ -102,11 +126,7 @@ struct Call {
   void icon() const {
     explorer.icon(target.encodedItem("id").value_or(""),
                   [exchange = exchange](const std::optional<Image>& image) {
-                    if (!image) return answer(exchange, plainText(404, "There is no such icon."));
-                    answer(exchange, {200,
-                                      std::string(image->contentType),
-                                      image->bytes,
-                                      {{policyHeader, iconPolicy}, {"Content-Disposition", "attachment"}}});
+                    answerWith(exchange, [&] { return iconResponse(image); });
                   });
   }
 
@@ -117,6 +137,8 @@ struct Call {
     explorer.setServerReachable(reachable == "true");
     answer(exchange, {204});
   }
+
+  void refresh() const { explorer.refresh(answeringWithJson<RefreshAnswer>(exchange)); }
 
   void prefetch() const {
     explorer.startAgain();
@@ -134,6 +156,7 @@ struct Route {
 
 constexpr Route routes[] = {
     {"/api/state", Need::key, &Call::state},
+    {"/api/changes", Need::key, &Call::changes},
     {"/api/types", Need::key, &Call::types},
     {"/api/presentations", Need::key, &Call::presentations},
     {"/api/search-layout", Need::key, &Call::searchLayout},
@@ -141,6 +164,7 @@ constexpr Route routes[] = {
     {"/api/icon", Need::ownPage, &Call::icon},  // browsers send no key for an image; its id is one
     {"/api/server", Need::keyAndOrigin, &Call::server},
     {"/api/prefetch", Need::keyAndOrigin, &Call::prefetch},
+    {"/api/refresh", Need::keyAndOrigin, &Call::refresh},
 };
 
 bool isAllowed(const Request& request, bool changesSomething) {

@@ -3,6 +3,7 @@ import { byId, foreign, make } from "./dom.js";
 const list = byId("entries");
 const totals = byId("totals");
 const onlyNetwork = byId("network-only");
+const log = byId("log"); // folded away until asked for
 const mostLines = 120;
 let groups = []; // newest first
 
@@ -57,6 +58,7 @@ function line({ entry, count, bytes }) {
 }
 
 function render() {
+  if (!log.open) return;
   const shown = groups.filter(({ entry }) => !onlyNetwork.checked || entry.source === "network");
   list.replaceChildren(...shown.slice(0, mostLines).map(line));
 }
@@ -79,3 +81,4 @@ export function showActivity(state) {
 }
 
 onlyNetwork.addEventListener("change", render);
+log.addEventListener("toggle", render);

@@ -1,13 +1,17 @@
 import { get, nameList } from "./api.js";
 import { paint } from "./colour.js";
+import { copyButtons } from "./copying.js";
 import { byId, foreign, make } from "./dom.js";
-import { bestIcon, iconImage, loadIcon } from "./icons.js";
-import { sample, sampleCount } from "./samples.js";
+import { presentationFacts, showThemes } from "./facts.js";
+import { failureNote } from "./failure.js";
+import { bestIcon, iconImage } from "./icons.js";
+import { headlineCard, searchTable } from "./layouts.js";
 import { typeOf } from "./types.js";
 
 const panel = byId("detail");
 let current = null; // API name
 let turn = 0;
+let showsTypes = false; // of fields, in the samples' place
 
 const sourceTexts = { cache: "from the cache", network: "from the network", nowhere: "not available" };
 
@@ -37,100 +41,32 @@ function completeHeader(header, presentation) {
   header.querySelector("h2").textContent = label;
 }
 
-function row(term, ...values) {
-  return make("div", {}, make("dt", {}, term), make("dd", {}, ...values));
-}
-
-function iconRow(term, address, id, colour) {
-  if (address === undefined) return row(term, make("span", { class: "quiet" }, "none"));
-  const swatch = make("span", { class: "thumb" });
-  paint(swatch, colour);
-  if (id !== undefined) {
-    const image = make("img", { alt: "", width: 20, height: 20 });
-    image.addEventListener("error", () => image.remove());
-    loadIcon(image, id, true);
-    swatch.append(image);
-  }
-  return row(
-    term,
-    id === undefined ? make("span", { class: "quiet" }, "not loaded, not this server's: ") : swatch,
-    foreign(address, "code", {}),
-  );
-}
-
-function presentationFacts(type, presentation) {
-  const { info, svgIcon, smallIcon, largeIcon } = presentation;
-  const swatch = make("span", { class: "thumb" });
-  paint(swatch, info.color);
-  return make(
-    "dl",
-    { class: "facts" },
-    row("Label", foreign(info.label ?? "")),
-    row("Plural", foreign(info.labelPlural ?? "")),
-    row("Key prefix", type?.keyPrefix ? make("code", {}, type.keyPrefix) : make("span", { class: "quiet" }, "none")),
-    row("Records", info.createable ? "can be created" : "cannot be created"),
-    info.color === undefined
-      ? row("Colour", make("span", { class: "quiet" }, "none"))
-      : row("Colour", swatch, foreign(info.color, "code", {})),
-    iconRow("Vector icon", info.svgIconUrl, svgIcon, info.color),
-    iconRow("Small icon", info.smallIconUrl, smallIcon, info.color),
-    iconRow("Large icon", info.largeIconUrl, largeIcon, info.color),
-  );
-}
-
-function searchTable(layout) {
-  if (layout.searchColumns.length === 0) return make("p", { class: "quiet" }, "It has no columns.");
-  const heads = layout.searchColumns.map((column) =>
-    make("th", { scope: "col", title: column.field }, foreign(column.label), foreign(column.field, "code", {})),
-  );
-  const rows = Array.from({ length: sampleCount }, (_, index) =>
-    make(
-      "tr",
-      { "aria-hidden": "true" },
-      ...layout.searchColumns.map((column, at) => make("td", {}, sample(column.format ?? "string", index, at))),
-    ),
-  );
+function skeleton() {
   return make(
     "div",
-    { class: "scroll", tabindex: "0", role: "region", "aria-label": "Search columns" },
-    make("table", {}, make("thead", {}, make("tr", {}, ...heads)), make("tbody", {}, ...rows)),
+    { class: "skeleton" },
+    make("p", { class: "unseen" }, "Looking up …"),
+    ...Array.from({ length: 3 }, () => make("span", { class: "bone" })),
   );
 }
 
-function headlineField(field, at) {
-  const parts = (field.layoutFields ?? []).map((part) => part.label).join(", ");
-  return make(
-    "div",
-    {},
-    make("dt", {}, foreign(field.label)),
-    make(
-      "dd",
-      {},
-      make("span", { class: "sample", "aria-hidden": "true" }, sample(field.fieldType, 0, at)),
-      foreign(parts ? `${field.apiName}: ${parts}` : field.apiName, "code", {}),
-    ),
-  );
+// A part of the panel. `subject` is what its badge speaks of: where a layout came from says nothing of samples.
+function part(title, subject) {
+  const content = make("div", { "aria-busy": "true" }, skeleton());
+  const origin = make("p", { class: "origin quiet" }, subject, " ");
+  const element = make("section", { class: "part" }, make("div", { class: "row" }, make("h3", {}, title), origin), content);
+  return { element, origin, content };
 }
 
-function headlineCard(layout) {
-  if (layout.layoutFields.length === 0) return make("p", { class: "quiet" }, "It has no fields.");
-  return make("dl", { class: "headline" }, ...layout.layoutFields.map(headlineField));
-}
-
-function part(title) {
-  const content = make("div", { "aria-busy": "true" }, make("p", { class: "quiet" }, "Looking up …"));
-  const heading = make("h3", {}, title);
-  return { element: make("section", { class: "part" }, make("div", { class: "row" }, heading), content), heading, content };
-}
-
-async function fill({ heading, content }, myTurn, lookUp, render) {
+// Fills a part with what a lookup brings, and gives the answer to `render`, which makes its content.
+async function fill({ origin, content }, myTurn, lookUp, render) {
   let shown = [];
   try {
     const answer = await lookUp();
     if (myTurn !== turn) return;
-    heading.after(badge(answer.source));
+    origin.append(badge(answer.source));
     const rendered = render(answer);
-    if (answer.failure) shown.push(make("p", { class: "failure" }, foreign(answer.failure)));
+    if (answer.failure) shown.push(failureNote(answer.trouble, answer.failure));
     shown.push(rendered ?? make("p", { class: "quiet" }, answer.failure ? "Nothing is cached." : "The server has none."));
   } catch (error) {
     shown = [make("p", { class: "failure" }, error.message)];
@@ -138,6 +74,32 @@ async function fill({ heading, content }, myTurn, lookUp, render) {
   if (myTurn !== turn) return;
   content.replaceChildren(...shown);
   content.removeAttribute("aria-busy");
+}
+
+// A layout's place, which is drawn again when the switch is turned, or when the other layout tells more.
+function drawnLayout(draw) {
+  const place = make("div", {});
+  const redraw = () => place.replaceChildren(draw());
+  redraw();
+  return { place, redraw };
+}
+
+function typesSwitch(redraw) {
+  const input = make("input", { id: "field-types", type: "checkbox", checked: showsTypes });
+  input.addEventListener("change", () => {
+    showsTypes = input.checked;
+    redraw();
+  });
+  return make("label", { class: "check" }, input, "Field types instead of samples");
+}
+
+function againButton(name) {
+  const again = make("button", { type: "button", class: "small", id: "look-up-again" }, "Look up again");
+  again.addEventListener("click", () => {
+    open(name);
+    byId("detail-heading").focus();
+  });
+  return again;
 }
 
 export function close() {
@@ -153,29 +115,53 @@ export function currentName() {
   return current;
 }
 
+// Looks both layouts up and draws them; what they are is left in `known`.
+function fillLayouts(search, compact, myTurn, items, known) {
+  const drawn = [];
+  const redraw = () => drawn.forEach((layout) => layout.redraw());
+  const add = (draw) => {
+    drawn.push(drawnLayout(draw));
+    return drawn.at(-1).place;
+  };
+  fill(search, myTurn, () => get("search-layout", items), ({ layout }) => {
+    known.search = layout;
+    return layout && add(() => searchTable(layout, known.compact, showsTypes));
+  });
+  fill(compact, myTurn, () => get("compact-layout", items), ({ layout }) => {
+    known.compact = layout;
+    redraw();
+    return layout && add(() => headlineCard(layout, showsTypes));
+  });
+  return redraw;
+}
+
+function fillPresentation(presentation, myTurn, { name, type, header, items, known }) {
+  fill(presentation, myTurn, () => get("presentations", items), (answer) => {
+    const found = answer.presentations[name];
+    if (!found) return undefined;
+    known.presentation = found;
+    completeHeader(header, found);
+    const place = make("div", {}, presentationFacts(type, found));
+    showThemes(place, name).catch(() => {}); // without them the rest is there
+    return place;
+  });
+}
+
 export function open(name) {
   const myTurn = ++turn;
   current = name;
   const type = typeOf(name);
-  const header = makeHeader(type?.label ?? name, name);
-  const again = make("button", { type: "button", class: "small" }, "Look up again");
-  again.addEventListener("click", () => {
-    open(name);
-    byId("detail-heading").focus();
-  });
+  const header = makeHeader(type?.label || name, name);
   const [presentation, search, compact] = [
-    part("Presentation"),
-    part("Search result"),
-    part("Record headline"),
+    part("Presentation", "Labels, colours, icons"),
+    part("Search result", "Layout"),
+    part("Record headline", "Layout"),
   ];
-  panel.replaceChildren(header, compact.element, search.element, presentation.element, again);
+  const known = {};
   const items = { names: nameList([name]) };
-  fill(presentation, myTurn, () => get("presentations", items), (answer) => {
-    const found = answer.presentations[name];
-    if (!found) return undefined;
-    completeHeader(header, found);
-    return presentationFacts(type, found);
-  });
-  fill(search, myTurn, () => get("search-layout", items), (answer) => answer.layout && searchTable(answer.layout));
-  fill(compact, myTurn, () => get("compact-layout", items), (answer) => answer.layout && headlineCard(answer.layout));
+  let redraw = () => {};
+  const tools = make("div", { class: "tools" }, typesSwitch(() => redraw()), copyButtons(name, () => known));
+  panel.replaceChildren(header, tools, compact.element, search.element, presentation.element, againButton(name));
+  fillPresentation(presentation, myTurn, { name, type, header, items, known });
+  redraw = fillLayouts(search, compact, myTurn, items, known);
 }

@@ -1,17 +1,27 @@
 import { showActivity } from "./activity.js";
-import { get, post, Refused } from "./api.js";
+import { get, onNewKey, post, Refused, useKeyIn } from "./api.js";
+import { showChanges } from "./changes.js";
 import { close, currentName, open } from "./detail.js";
 import { byId, foreign, make } from "./dom.js";
+import { reason } from "./failure.js";
+import { closeFailurePage, isFailurePageOpen, isAttempting, openFailurePage, openWayIn, showAttempt } from "./failurepage.js";
+import { forgetPresentations } from "./presentations.js";
+import { server } from "./server.js";
 import { filter, linkOf, markCurrent, showIconsAgain, showTypes, visibleLinks } from "./tiles.js";
 
 const search = byId("search");
 const reachable = byId("reachable");
 const notice = byId("notice");
 const pollMilliseconds = 700;
+const pollMillisecondsWhileLoading = 60;
 let lastEntry = 0;
 let fetchedAt; // when the object list that is shown was fetched, in seconds
+let changesAt = 0; // the number of the changes that this list shows
 let failedToReach = false;
 let wasReachable = true;
+let hasLoaded = false; // a load has gone well since the page was opened
+let hasFailed = false; // the last load has failed
+let polling; // the next poll's timer
 let shownPrefetch = "";
 
 const prefetchTexts = { isLoading: "Loading", loaded: "Loaded", failed: "Failed" };
@@ -34,8 +44,8 @@ function showPrefetch(state) {
   );
 }
 
-function showNotice(text, isBad = false) {
-  if (notice.textContent !== text) notice.textContent = text;
+function showNotice(text, isBad = false, ...more) {
+  if (notice.firstChild?.data !== text) notice.replaceChildren(text, ...more);
   notice.classList.toggle("bad", isBad);
   notice.hidden = text === "";
 }
@@ -50,10 +60,12 @@ async function showList(state) {
   const { ageSeconds } = state.sObjects;
   if (ageSeconds === undefined) return showCount();
   const fetched = Date.now() / 1000 - ageSeconds;
-  if (fetchedAt !== undefined && Math.abs(fetched - fetchedAt) < 1) return undefined;
-  fetchedAt = fetched;
+  if (fetchedAt !== undefined && Math.abs(fetched - fetchedAt) < 1 && changesAt === state.changes) return undefined;
+  [fetchedAt, changesAt] = [fetched, state.changes];
   const types = await get("types");
   if (types.length === 0) fetchedAt = undefined; // the time is written after the list, but read before it
+  forgetPresentations();
+  byId("skeleton").hidden = true;
   showTypes(types);
   showCount();
   if (currentName() === null) openFromAddress(false);
@@ -61,31 +73,91 @@ async function showList(state) {
   return undefined;
 }
 
+function cachedInWords({ sObjects }, count) {
+  return count === 0 ? "" : `The cache has ${count} object types, ${age(sObjects)}.`;
+}
+
+async function again() {
+  showAttempt();
+  await post("prefetch");
+  await poll();
+}
+
+async function setReachable(isReachable) {
+  await post("server", { reachable: isReachable });
+  await poll();
+}
+
+// Without a list to work with a failure takes its place. Where there is one, a line above it leads there.
+function showFailure(state, asksForIt = false) {
+  const count = visibleLinks().length;
+  const isOffline = !state.reachable && count > 0;
+  if (state.prefetch === "loaded" || (isOffline && !asksForIt)) return closeFailurePage();
+  if (state.prefetch !== "failed" || (isFailurePageOpen() && !isAttempting())) return undefined;
+  if (count > 0 && (hasLoaded || currentName() !== null) && !asksForIt) return undefined;
+  byId("skeleton").hidden = true;
+  return openFailurePage({
+    trouble: state.trouble ?? { kind: "other", text: state.error ?? "" },
+    server: state.server,
+    cached: cachedInWords(state, count),
+    retry: again,
+    workOffline: () => setReachable(false),
+  });
+}
+
+function showState(state) {
+  if (!state.reachable) return showNotice("The server has been taken away: what you see now is what the cache holds.");
+  if (state.prefetch !== "failed" || isFailurePageOpen()) return showNotice("");
+  const more = make("button", { type: "button" }, "What can be done");
+  more.addEventListener("click", () => showFailure(state, true));
+  return showNotice(reason(state.trouble ?? { kind: "other", text: state.error ?? "" }), true, more);
+}
+
 async function poll() {
   const state = await get("state", { after: lastEntry });
   lastEntry = state.entries.at(-1)?.number ?? lastEntry;
+  [server.address, server.theme] = [state.server, state.theme];
   byId("server").replaceChildren(foreign(state.server), ` · theme `, foreign(state.theme));
   if (reachable !== document.activeElement || reachable.checked === state.reachable) reachable.checked = state.reachable;
   showPrefetch(state);
-  showNotice(state.reachable ? "" : "The server has been taken away: what you see now is what the cache holds.");
   if (state.reachable && !wasReachable) showIconsAgain();
   wasReachable = state.reachable;
+  hasLoaded ||= state.prefetch === "loaded";
+  hasFailed = state.prefetch === "failed";
   showActivity(state);
   await showList(state);
+  if (state.prefetch === "loaded") byId("skeleton").hidden = true;
+  showFailure(state);
+  showState(state);
+  await showChanges(state.changes);
+  return state.prefetch === "isLoading";
 }
 
 async function live() {
+  clearTimeout(polling);
+  let isLoading = false;
   try {
-    if (!document.hidden) await poll();
+    if (!document.hidden) isLoading = await poll();
     failedToReach = false;
   } catch (error) {
-    if (error instanceof Refused) return showNotice(error.message, true);
+    if (error instanceof Refused) return openWayIn(enter);
     // A single failure may be chance.
     if (failedToReach) showNotice("vellora does not answer any more: it has ended, or is busy.", true);
     failedToReach = true;
   }
-  setTimeout(live, pollMilliseconds);
+  clearTimeout(polling);
+  polling = setTimeout(live, isLoading ? pollMillisecondsWhileLoading : pollMilliseconds);
   return undefined;
+}
+
+function enterAgain() {
+  closeFailurePage();
+  live();
+}
+
+function enter(text) {
+  useKeyIn(text);
+  enterAgain();
 }
 
 function openFromAddress(movesFocus = true) {
@@ -125,14 +197,25 @@ document.addEventListener("keydown", (event) => {
 
 addEventListener("hashchange", () => openFromAddress());
 
+onNewKey(enterAgain);
+
 reachable.addEventListener("change", async () => {
-  await post("server", { reachable: reachable.checked });
-  await poll();
+  await setReachable(reachable.checked);
+  if (reachable.checked && hasFailed) await again();
 });
 
-byId("again").addEventListener("click", async () => {
-  await post("prefetch");
-  await poll();
+byId("again").addEventListener("click", again);
+
+byId("refresh").addEventListener("click", async ({ target }) => {
+  if (target.ariaBusy === "true") return; // one at a time; a button that is disabled would lose the focus
+  target.ariaBusy = "true";
+  try {
+    const { failure } = await post("refresh");
+    await poll();
+    if (currentName() !== null && failure === undefined) open(currentName());
+  } finally {
+    target.ariaBusy = "false";
+  }
 });
 
 close();

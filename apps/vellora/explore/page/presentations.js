@@ -67,3 +67,8 @@ export async function wantPresentations(names, show, fail) {
 export function wantNoPresentations() {
   wanted.clear();
 }
+
+// What is known is of an older list.
+export function forgetPresentations() {
+  presentations.clear();
+}

@@ -20,7 +20,8 @@ inline constexpr const char* scriptedTypes = R"json({"sobjects":[
   {"name":"Note","label":"</script><b>","labelPlural":"Notes","createable":false}]})json";
 
 inline constexpr const char* scriptedThemes = R"json({"themeItems":[{"name":"Account",
-  "colors":[{"color":"2F6FDE","context":"primary","theme":"light"}],"icons":[
+  "colors":[{"color":"2F6FDE","context":"primary","theme":"light"},
+  {"color":"8FB4F5","context":"primary","theme":"dark"}],"icons":[
   {"contentType":"image/svg+xml","theme":"light","url":"https://records.example/base/icons/a.svg"},
   {"contentType":"image/png","theme":"light","url":"https://other.example/a.png","width":16},
   {"contentType":"image/png","theme":"light","url":"javascript:alert(1)","width":64}]}]})json";
@@ -63,11 +64,12 @@ class ExplorerFixture : public testing::Test {
   }
 
   /// What is looked up of these types once the first load has ended.
-  [[nodiscard]] PresentationAnswer presentations(const std::vector<std::string>& names) const {
+  [[nodiscard]] PresentationAnswer presentations(const std::vector<std::string>& names,
+                                                 const std::string& theme = "") const {
     EXPECT_TRUE(network->waitForRequests(2));
     network->releaseAll();
     return answerOf<PresentationAnswer>(
-        [&](auto completion) { explorer->presentations(names, std::move(completion)); });
+        [&](auto completion) { explorer->presentations(names, theme, std::move(completion)); });
   }
 
   void waitForPrefetch() const { static_cast<void>(presentations({"Account"})); }

@@ -233,6 +233,29 @@ TEST_F(ExplorerTest, KeepsWhatWasSentOutOfItsActivity) {
   }
 }
 
+TEST_F(ExplorerTest, IconsAreNoPartOfTheActivity) {
+  const auto id = presentations({"Account"}).presentations.at("Account").svgIcon.value();
+  const auto before = explorer->state(0);
+  ASSERT_TRUE(answerOf<std::optional<Image>>([&](auto completion) { explorer->icon(id, completion); }));
+  const auto after = explorer->state(0);
+  EXPECT_EQ(after.totals.requests, before.totals.requests);
+  EXPECT_EQ(after.entries.size(), before.entries.size());
+}
+
+TEST_F(ExplorerTest, ARefreshAsksTheServerThoughTheListsAreFresh) {
+  waitForPrefetch();
+  network->answer("/services/data/v50.0/sobjects", testkit::StubNetwork::body(R"({"sobjects":[]})"));
+  network->answer("/services/data/v50.0/theme", testkit::StubNetwork::body(scriptedThemes));
+  const auto answer =
+      answerOf<RefreshAnswer>([&](auto completion) { explorer->refresh(std::move(completion)); });
+  EXPECT_FALSE(answer.failure);
+  EXPECT_EQ(network->count("/services/data/v50.0/sobjects"), 2U);
+  EXPECT_TRUE(explorer->types().empty());
+  EXPECT_EQ(explorer->changes().types,
+            (std::map<std::string, std::string>{{"Account", "removed"}, {"Note", "removed"}}));
+  EXPECT_EQ(explorer->changes().by, "refresh");
+}
+
 TEST_F(ExplorerTest, ShowsNoIconThatIsNoImage) {
   using testkit::StubNetwork;
   const auto id = presentations({"Account"}).presentations.at("Account").svgIcon.value();

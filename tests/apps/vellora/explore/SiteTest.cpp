@@ -78,6 +78,20 @@ TEST_F(SiteTest, ServesEachFileOfThePageWithItsType) {
   }
 }
 
+TEST_F(SiteTest, ServesAPageOfLessThan200kBInTotal) {
+  std::size_t total = 0;
+  for (const auto& file : pageFiles()) {
+    HttpClient client(server->port());
+    client.send("GET " + std::string(file.path) + " HTTP/1.1\r\nHost: " + host_ +
+                "\r\nConnection: close\r\n\r\n");
+    const auto reply = client.receive();
+    total += reply.body.size();
+    for (const auto& [name, value] : reply.headers) total += name.size() + value.size() + 4;
+  }
+  EXPECT_GT(total, 20'000U);
+  EXPECT_LT(total, 200'000U);
+}
+
 TEST_F(SiteTest, HasNeitherScriptNorStyleInItsMarkup) {
   const auto page = ask("GET /", "").body;
   for (const auto* inlined : {"<style", " style=", " onload", " onclick", "javascript:", "http:", "https:"})
@@ -174,7 +188,18 @@ TEST_F(SiteTest, RefusesNamesThatNoTypeHas) {
     EXPECT_EQ(get("/api/search-layout?names=" + names).status, 400) << names;
   }
   EXPECT_EQ(get("/api/presentations").status, 400);
+  EXPECT_EQ(get("/api/presentations?names=a&theme=%").status, 400);
+  EXPECT_EQ(get("/api/presentations?names=a&theme=%ff").status, 400);
   EXPECT_EQ(get("/api/compact-layout?names=a,b").status, 400);
+}
+
+TEST_F(SiteTest, ShowsPresentationsInTheThemeThatIsAskedFor) {
+  waitForPrefetch();
+  EXPECT_NE(get("/api/presentations?names=Account&theme=light").body.find("\"color\":\"2F6FDE\""),
+            std::string::npos);
+  EXPECT_NE(get("/api/presentations?names=Account&theme=d%61rk").body.find("\"color\":\"8FB4F5\""),
+            std::string::npos);
+  EXPECT_EQ(network->count("/services/data/v50.0/theme"), 1U);
 }
 
 TEST_F(SiteTest, HandsIconsOverAsDocumentsThatCanDoNothing) {
@@ -200,6 +225,36 @@ TEST_F(SiteTest, StartsThePrefetchAgainWhenTold) {
   EXPECT_TRUE(
       std::any_of(later.begin(), later.end(), [](const auto& entry) { return entry.source == "prefetch"; }));
   EXPECT_EQ(network->count("/services/data/v50.0/sobjects"), 1U);
+}
+
+TEST_F(SiteTest, RefreshesFromTheServerWhenToldAndSaysWhatHasChanged) {
+  using testkit::StubNetwork;
+  waitForPrefetch();
+  EXPECT_EQ(get("/api/changes").body, R"({"number":0,"by":"","since":0,"types":{}})");
+  network->answer("/services/data/v50.0/sobjects", StubNetwork::body(R"json({"sobjects":[
+    {"name":"Account","keyPrefix":"001","label":"Customer","labelPlural":"Customers","createable":true},
+    {"name":"Visit","label":"Visit","labelPlural":"Visits","createable":false}]})json"));
+  network->answer("/services/data/v50.0/theme", StubNetwork::body(scriptedThemes));
+  EXPECT_EQ(ask("GET /api/refresh", key + "Origin: http://" + host_ + "\r\n").status, 405);
+  const auto reply = post("/api/refresh");
+  EXPECT_EQ(reply.status, 200);
+  EXPECT_EQ(reply.body, "{}");
+  const auto changes = get("/api/changes").body;
+  EXPECT_EQ(changes.substr(0, changes.find(",\"since\"")), R"({"number":1,"by":"refresh")");
+  EXPECT_NE(changes.find(R"("types":{"Account":"changed","Note":"removed","Visit":"added"}})"),
+            std::string::npos)
+      << changes;
+  EXPECT_NE(get("/api/state").body.find("\"changes\":1,"), std::string::npos);
+}
+
+TEST_F(SiteTest, SaysWhyARefreshHasFailed) {
+  waitForPrefetch();
+  EXPECT_EQ(post("/api/server?reachable=false").status, 204);
+  EXPECT_EQ(
+      post("/api/refresh").body,
+      R"({"failure":"the server has been taken away","trouble":{"kind":"takenAway","status":0,)"
+      R"("request":"/services/data/v50.0/sobjects","text":"the server has been taken away","words":""}})");
+  EXPECT_EQ(explorer->changes().number, 0);
 }
 
 }  // namespace

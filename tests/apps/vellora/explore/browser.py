@@ -103,6 +103,22 @@ class Browser:
         found = self.call("POST", "/element", {"using": "css selector", "value": selector})
         self.call("POST", f"/element/{found[ELEMENT]}/click")
 
+    def open_tab(self, url):
+        """Opens the address in a tab of its own, which is the one that is driven from now on."""
+        tab = self.call("POST", "/window/new", {"type": "tab"})["handle"]
+        self.call("POST", "/window", {"handle": tab})
+        self.open(url)
+
+    def close_tab(self):
+        """Closes the tab that is driven, and goes back to the oldest."""
+        left = self.call("DELETE", "/window")
+        self.call("POST", "/window", {"handle": left[0]})
+
+    def clipboard(self):
+        """What the page has copied."""
+        self.chrome("Browser.grantPermissions", permissions=["clipboardReadWrite", "clipboardSanitizedWrite"])
+        return self.run_async("const done = arguments[0]; navigator.clipboard.readText().then(done, (e) => done(`${e}`))")
+
     def role_and_name(self, selector):
         """What assistive technology is told of an element."""
         found = self.call("POST", "/element", {"using": "css selector", "value": selector})[ELEMENT]

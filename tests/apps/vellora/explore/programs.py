@@ -7,11 +7,12 @@ import tempfile
 
 
 class Explorer:
-    """`vellora explore` on a server of that address, with a cache of its own. `url` is what it printed."""
+    """`vellora explore` on a server of that address, with a cache of its own unless one is given. `url` is what it
+    printed."""
 
-    def __init__(self, program, server, *options):
+    def __init__(self, program, server, *options, cache=None):
         self.folder = tempfile.TemporaryDirectory()
-        cache = pathlib.Path(self.folder.name) / "cache.sqlite"
+        cache = cache or pathlib.Path(self.folder.name) / "cache.sqlite"
         self.process = subprocess.Popen(
             [program, "--server", server, "--cache", cache, *options, "explore"],
             stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
