@@ -15,6 +15,7 @@ void addColdStartMemory(Suite& suite);
 void addLibrarySize(Suite& suite);
 void addWarmLookups(Suite& suite);
 void addWarmQuestions(Suite& suite);
+void addWarmBinding(Suite& suite);
 void addFirstLookups(Suite& suite);
 void addManyRequests(Suite& suite);
 void addTableSizes(Suite& suite);

@@ -42,6 +42,7 @@ int main(int argc, char** argv) {
   addLibrarySize(suite);
   addWarmLookups(suite);
   addWarmQuestions(suite);
+  addWarmBinding(suite);
   addFirstLookups(suite);
   addManyRequests(suite);
   addTableSizes(suite);

@@ -42,7 +42,7 @@ def missing(root, document, paths):
 
 def problems(root):
     paths = sources(root)
-    for document in sorted([*root.glob("*.md"), *root.glob("docs/**/*.md")]):
+    for document in sorted([*root.glob("*.md"), *root.glob("docs/**/*.md"), *root.glob("bindings/**/*.md")]):
         path = document.relative_to(root)
         if str(path) not in LEFT_OUT:
             yield from (f"{path}: names {name}, which is not there" for name in missing(root, document, paths))

@@ -103,6 +103,19 @@ TEST_F(ExamplesTest, OwnHostAnswersFromItsFolder) {
   EXPECT_EQ(ended.out, "Account\n");
 }
 
+#ifdef C_OWN_HOST
+TEST_F(ExamplesTest, AHostInCAnswersFromItsFolder) {
+  keepAnswer("/services/data/v50.0/sobjects");
+  keepAnswer("/services/data/v50.0/theme");
+  const auto ended = run(C_OWN_HOST, {folder.file("answers"), record});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  EXPECT_EQ(ended.out, "Account\n");
+  EXPECT_EQ(
+      run(C_OWN_HOST, {folder.file("absent"), record}).out,
+      "001000000000009: could not be asked: There is no such answer. (/services/data/v50.0/sobjects)\n");
+}
+#endif
+
 TEST_F(ExamplesTest, OwnHostLogsWhatIsMissing) {
   const auto ended = run(OWN_HOST, {folder.file("absent"), record});
   EXPECT_EQ(ended.out, "unknown\n");

@@ -57,6 +57,10 @@ def build_with_pkg_config(form, prefix, sources, compiler, folder):
         )
         run(*launcher(), compiler, *FLAGS, "-fvisibility=hidden", *cflags, "-c", file, "-o", folder / f"{name}.o")
         run(compiler, folder / f"{name}.o", "-o", folder / name, *libs)
+    if form == "Shared":
+        flags = shlex.split(run("pkg-config", "--cflags", "--libs", "vellora-c", env=environment))
+        run("cc", "-std=c99", "-Wall", "-Wextra", "-Werror", sources / "examples/c-own-host/main.c", *flags,
+            "-o", folder / "c-own-host")
     return folder
 
 
@@ -97,6 +101,10 @@ def main():
             told = run(built / "embed", url, "001000000000009", env=environment, cwd=folder)
         if told != "Account\n":
             sys.exit(f"embed says: {told}")
+        if form == "Shared":
+            told = run(built / "c-own-host", folder, "001000000000009", env=environment)
+            if "There is no such answer." not in told:
+                sys.exit(f"c-own-host says: {told}")
         if tool == "PkgConfig":
             run(built / "boundary", env=environment)
         else:

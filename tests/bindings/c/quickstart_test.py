@@ -1,0 +1,62 @@
+#!/usr/bin/env python3
+"""Builds the program of bindings/c/README.md as it stands there, and runs it.
+
+usage: quickstart_test.py FOLDER LIBRARY RECORDS_SERVER C_COMPILER [FLAGS]
+"""
+
+import contextlib
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+FOLDER, LIBRARY, RECORDS_SERVER = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
+COMPILER, FLAGS = sys.argv[4], sys.argv[5:]
+README = (FOLDER / "README.md").read_text()
+(PROGRAM,) = re.findall(r"```c\n(.*?)^```$", README, re.MULTILINE | re.DOTALL)
+BODY = re.search(r"int main[^\n]*\n(.*)^}", PROGRAM, re.MULTILINE | re.DOTALL)[1]
+MOST_LINES = 10
+
+
+@contextlib.contextmanager
+def demo_server(folder):
+    port_file = folder / "port"
+    server = subprocess.Popen([RECORDS_SERVER, "--port-file", port_file], stdout=subprocess.DEVNULL)
+    try:
+        while not port_file.exists() and server.poll() is None:
+            time.sleep(0.05)
+        yield f"http://127.0.0.1:{port_file.read_text().strip()}"
+    finally:
+        server.terminate()
+        server.wait()
+
+
+class QuickstartTest(unittest.TestCase):
+    def test_it_is_as_short_as_it_is_said_to_be(self):
+        self.assertLessEqual(len(BODY.splitlines()), MOST_LINES)
+
+    def test_it_prints_what_the_record_is_or_why_it_cannot(self):
+        with tempfile.TemporaryDirectory() as folder:
+            folder = pathlib.Path(folder)
+            (folder / "quickstart.c").write_text(PROGRAM)
+            built = subprocess.run(
+                [COMPILER, "-std=c99", "-Wall", "-Wextra", "-Werror", *filter(None, FLAGS), f"-I{FOLDER}", "quickstart.c",
+                 "-o", "quickstart", LIBRARY], cwd=folder, capture_output=True, text=True)
+            self.assertEqual(built.returncode, 0, built.stderr)
+            run = lambda address: subprocess.run(
+                [folder / "quickstart", address], capture_output=True, text=True, check=True,
+                env=os.environ | {"LD_LIBRARY_PATH": str(LIBRARY.parent)}).stdout
+            with demo_server(folder) as address:
+                document = json.loads(run(address))
+            self.assertEqual(document["question"], "records")
+            self.assertEqual(document["found"][0]["record"]["typePresentationInfo"]["label"], "Account")
+            self.assertIn("is not a URL", run("no address"))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
