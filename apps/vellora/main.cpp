@@ -7,11 +7,14 @@
 #include <variant>
 
 #include "apps/vellora/cache/CacheCommand.h"
+#include "apps/vellora/changes/DiffCommand.h"
+#include "apps/vellora/changes/WatchCommand.h"
 #include "apps/vellora/command/Arguments.h"
 #include "apps/vellora/command/Keys.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/Session.h"
 #include "apps/vellora/command/StandardDescriptors.h"
+#include "apps/vellora/completion/CompletionCommand.h"
 #include "apps/vellora/explore/Explore.h"
 #include "apps/vellora/lookups/CompactLayouts.h"
 #include "apps/vellora/lookups/Presentation.h"
@@ -37,7 +40,10 @@ void setUpSignals() {
 }
 
 ExitCode runCommand(const Arguments& arguments) {
+  for (const auto& note : arguments.notes) complain({ExitCode::answered, note});
   if (arguments.command == Arguments::Command::cache) return runCacheCommand(arguments);
+  if (arguments.command == Arguments::Command::diff) return runDiff(arguments);
+  if (arguments.command == Arguments::Command::completion) return printCompletion(arguments);
   const auto keys = keysToLookUp(arguments, std::cin);
   // The stream takes a failed read for the end of the input, so the C library is asked.
   if (std::ferror(stdin) != 0) return complain({ExitCode::usage, "cannot read standard input"});
@@ -59,8 +65,12 @@ ExitCode runCommand(const Arguments& arguments) {
       return showStatus(arguments, session);
     case Arguments::Command::explore:
       return explore(arguments, session);
+    case Arguments::Command::watch:
+      return watch(keys, arguments, session);
     case Arguments::Command::cache:
-      break;  // needs no session
+    case Arguments::Command::diff:
+    case Arguments::Command::completion:
+      break;  // need no session of the arguments' server
   }
   return ExitCode::unexpected;
 }

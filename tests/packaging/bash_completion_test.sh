@@ -9,6 +9,16 @@ _init_completion() {
   cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
 }
 _filedir() { COMPREPLY=(a-file); }
+# The command, as far as the completion asks it.
+vellora() {
+  [ "$*" = '--server work --cache c.sqlite cache ls --names' ] && printf '%s\n' types type/Account layout/Account
+}
+export XDG_CONFIG_HOME
+XDG_CONFIG_HOME=$(mktemp -d)
+trap 'rm -rf "$XDG_CONFIG_HOME"' EXIT
+mkdir "$XDG_CONFIG_HOME/vellora"
+printf '%s\n' 'server = "work"' '[servers.work]' 'address = "https://records.example"' '[ servers.test ]' \
+  > "$XDG_CONFIG_HOME/vellora/config.toml"
 
 source "$1"
 
@@ -28,7 +38,14 @@ expect 'search-layouts status' s
 expect '--token-file --theme' --t
 expect 'off error info' --log ''
 expect 'a-file' --cache ''
-expect '' --server ''
+expect 'work test' --server ''
+expect 'work' --server w
+expect 'a-file work test' diff ''
+expect 'bash zsh fish' completion ''
+expect '--interval' watch --i
+expect 'types type/Account' --server work --cache c.sqlite cache show t
+expect 'layout/Account' --server work --cache c.sqlite --wait 7 cache purge l
+expect '--all' cache ls --a
 expect 'ls show verify purge delete export import' cache ''
 expect '--expired' cache purge --e
 expect '--replace' cache export --r

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Fails when the man page or a completion lacks a command or an option of the command, or has one too many.
+"""Fails when the man page or a completion lacks a command or an option of the command, or has one too many, and
+when the man page lacks a variable that stands for an option, or has one too many.
 
 usage: check_command_texts.py VELLORA PACKAGING
 
@@ -25,9 +26,10 @@ def section(text, title):
 
 
 def words_of(ask, command=()):
-    """Every command and every long option, of `command` and of those below it."""
+    """Every command, every long option and its variable, of `command` and of those below it."""
     text = ask(*command)
-    words = set(re.findall(r"^  (?:-\w,)?(--[a-z][a-z-]*)", section(text, "Options"), re.MULTILINE))
+    words = set(re.findall(r"^  (?:-\w, )?(--[a-z][a-z-]*)", text, re.MULTILINE))
+    words |= set(re.findall(r"\[(VELLORA_[A-Z_]+)\]", text))
     for name in re.findall(r"^  ([a-z][a-z-]*)\b", section(text, "Subcommands"), re.MULTILINE):
         words |= {name} | words_of(ask, (*command, name))
     return words
@@ -39,15 +41,22 @@ def words_in(path, text):
         text = text.replace("\\-", "-")
     if path.endswith(".fish"):
         text = re.sub(r"(?<!set) -l ([a-z][a-z-]*)", r" --\1", text)
-    return set(re.findall(r"(?<![\w-])-{0,2}[a-z][a-z-]*", text))
+    words = set(re.findall(r"(?<![\w-])-{0,2}[a-z][a-z-]*", text))
+    return words | set(re.findall(r"\bVELLORA_[A-Z_]+", text))
+
+
+def is_variable(word):
+    return word.startswith("VELLORA_")
 
 
 def problems(words, documents):
     for path, text in documents.items():
         there = words_in(path, text)
         for word in sorted(words - there):
-            yield f"{path}: lacks {word}"
-        for word in sorted(word for word in there - words if word.startswith("--") and word != "--"):
+            if path.endswith(".1") or not is_variable(word):
+                yield f"{path}: lacks {word}"
+        for word in sorted(word for word in there - words
+                           if is_variable(word) or (word.startswith("--") and word != "--")):
             yield f"{path}: has {word}, which the command does not know"
 
 

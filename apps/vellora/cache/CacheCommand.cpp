@@ -11,16 +11,18 @@
 
 #include "apps/vellora/cache/CacheListing.h"
 #include "apps/vellora/cache/CacheTransfer.h"
+#include "apps/vellora/cache/EntryName.h"
 #include "apps/vellora/cache/EntryText.h"
+#include "apps/vellora/cache/EveryFile.h"
 #include "apps/vellora/cache/ListCommand.h"
+#include "apps/vellora/cache/Purge.h"
 #include "apps/vellora/command/CachePlace.h"
 #include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/TextTable.h"
-#include "apps/vellora/command/TokenFile.h"
+#include "apps/vellora/command/Token.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
-#include "vellora/Host/CacheTable.h"
 #include "vellora/Platform/Json/Json.h"
 #include "vellora/Platform/Values/Date.h"
 
@@ -30,7 +32,6 @@ namespace {
 
 using hostkit::SQLiteCache;
 using hostkit::SQLiteCacheContents;
-using State = CacheListing::State;
 
 struct Verdict {
   bool sound = false;
@@ -45,9 +46,8 @@ struct Verdict {
 ExitCode judgeMissing(const std::vector<std::string>& names, const std::vector<CacheListing>& listings) {
   std::string missing;
   for (const auto& name : names) {
-    const bool found = std::any_of(listings.begin(), listings.end(),
-                                   [&name](const auto& listing) { return listing.entry == name; });
-    if (!found) missing.append(missing.empty() ? "" : ", ").append(keyText(name));
+    if (entriesNamed(name, listings).empty())
+      missing.append(missing.empty() ? "" : ", ").append(keyText(name));
   }
   if (missing.empty()) return ExitCode::answered;
   return complain(
@@ -61,8 +61,7 @@ ExitCode show(const Arguments& arguments, const std::vector<CacheListing>& listi
   std::copy_if(listings.begin(), listings.end(), std::back_inserter(readable),
                [](const auto& listing) { return listing.data.has_value(); });
   for (const auto& name : distinct(arguments.cache.entries)) {
-    for (const auto& listing : readable) {
-      if (listing.entry != name) continue;
+    for (const auto& listing : entriesNamed(name, readable)) {
       shown.insert_or_assign(asText(name), printable(contentText(listing)));
       text.append(printable(contentText(listing))).append("\n");
     }
@@ -89,37 +88,10 @@ ExitCode verify(const Arguments& arguments, const SQLiteCacheContents& contents,
                        "vellora cache purge --expired deletes them"});
 }
 
-/// Whether `purge` was told to delete the entry.
-bool isDoomed(const CacheListing& listing, const CacheArguments& cache) {
-  if (cache.all) return true;
-  if (cache.expired) {
-    return listing.state == State::expired || listing.state == State::outdated ||
-           listing.state == State::damaged;
-  }
-  return std::find(cache.entries.begin(), cache.entries.end(), listing.entry) != cache.entries.end();
-}
-
-bool remove(SQLiteCache& cache, const CacheListing& listing) {
-  if (listing.kind == CacheListing::Kind::blob) return cache.remove(listing.key);
-  const auto table = cache.openTable(listing.tableKey);
-  return table && table->purge([&listing](const auto& row) { return row.dataKey == listing.key; });
-}
-
 ExitCode purge(const Arguments& arguments, const std::vector<CacheListing>& listings) {
-  auto cache = SQLiteCache::open(arguments.cacheFile);
-  if (!cache) return complain({ExitCode::cacheUnusable, cache.error().localizedDescription()});
-  std::size_t count = 0;
-  for (const auto& listing : listings) {
-    if (!isDoomed(listing, arguments.cache)) continue;
-    if (!remove(*cache.value(), listing)) {
-      return complain({ExitCode::cacheUnusable, "cannot delete " + listing.entry + " from " +
-                                                    arguments.cacheFile +
-                                                    "; is another program writing to it? Try again"});
-    }
-    ++count;
-  }
-  const ExitCode printed =
-      printText("deleted " + std::to_string(count) + (count == 1 ? " entry\n" : " entries\n"));
+  const auto deleted = purgeEntries(arguments.cacheFile, doomed(listings, arguments.cache));
+  if (const auto* problem = std::get_if<Problem>(&deleted)) return complain(*problem);
+  const ExitCode printed = printText(deletedText(std::get<std::size_t>(deleted)) + "\n");
   return printed != ExitCode::answered ? printed : judgeMissing(arguments.cache.entries, listings);
 }
 
@@ -129,7 +101,7 @@ ExitCode runOn(const SQLiteCacheContents& contents, Date present, const Argument
   const auto listings = listingsOf(contents, present, arguments.cacheTimeout);
   switch (arguments.cache.action) {
     case Action::list:
-      return listEntries(arguments, contents, listings);
+      return listEntries(arguments, ListedFile{arguments.cacheFile, contents, listings});
     case Action::show:
       return show(arguments, listings);
     case Action::verify:
@@ -162,7 +134,8 @@ ExitCode run(const Arguments& arguments) {
 }  // namespace
 
 ExitCode runCacheCommand(const Arguments& arguments) {
-  const auto token = readToken(arguments.tokenFile);
+  if (arguments.cache.everyFile) return runOnEveryFile(arguments);
+  const auto token = tokenOf(arguments);
   if (const auto* problem = std::get_if<Problem>(&token)) return complain(*problem);
   const auto place = cachePlace(arguments, std::get<0>(token));
   if (const auto* problem = std::get_if<Problem>(&place)) return complain(*problem);

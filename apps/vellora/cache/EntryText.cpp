@@ -1,31 +1,14 @@
 #include "apps/vellora/cache/EntryText.h"
 
 #include <cmath>
-#include <ctime>
 #include <sstream>
 #include <string_view>
 #include <utility>
 
+#include "apps/vellora/command/IsoTime.h"
 #include "vellora/Platform/Json/Json.h"
-#include "vellora/Platform/Values/Date.h"
 
 namespace vellora::command {
-
-namespace {
-
-/// Such as "2026-11-21T09:30:00Z"; beyond the years 1970 to 9999 the seconds since 1970.
-std::string isoText(Date date) {
-  const double seconds = std::floor(date.secondsSince1970());
-  constexpr double latest = 253402300799;  // the end of the year 9999
-  if (!(seconds >= 0 && seconds <= latest)) return std::to_string(date.secondsSince1970());
-  const auto time = static_cast<std::time_t>(seconds);
-  std::tm parts{};
-  ::gmtime_r(&time, &parts);
-  char text[32];
-  return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
-}
-
-}  // namespace
 
 std::string sizeText(std::optional<std::size_t> bytes) {
   if (!bytes) return "-";
@@ -49,7 +32,7 @@ std::string ageText(std::optional<double> seconds) {
 
 std::string contentText(const CacheListing& listing) {
   const bool isTimeStamp = listing.kind == CacheListing::Kind::blob && listing.data->size() == sizeof(double);
-  if (isTimeStamp && listing.fetched) return isoText(*listing.fetched);
+  if (isTimeStamp && listing.fetched) return isoTime(*listing.fetched);
   return std::string(listing.data->view());
 }
 

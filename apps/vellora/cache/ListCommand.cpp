@@ -6,6 +6,7 @@
 #include <string>
 #include <tuple>
 
+#include "apps/vellora/cache/EntryName.h"
 #include "apps/vellora/cache/EntryText.h"
 #include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Output.h"
@@ -16,7 +17,6 @@ namespace vellora::command {
 
 namespace {
 
-using hostkit::SQLiteCacheContents;
 using Kind = CacheListing::Kind;
 
 struct WrittenListing {
@@ -58,11 +58,10 @@ WrittenListing written(const CacheListing& listing) {
   return {listing.entry, bytes, listing.ageSeconds, nameOf(listing.state)};
 }
 
-WrittenContents written(const std::string& file, const SQLiteCacheContents& contents,
-                        const std::vector<CacheListing>& listings) {
-  WrittenContents all{asText(file), {}, {}};
-  for (const auto& table : contents.tables) all.tables.push_back({asText(table.key), {}});
-  for (const auto& listing : listings) {
+WrittenContents written(const ListedFile& listed) {
+  WrittenContents all{asText(listed.file), {}, {}};
+  for (const auto& table : listed.contents.tables) all.tables.push_back({asText(table.key), {}});
+  for (const auto& listing : listed.listings) {
     if (listing.kind == Kind::blob) {
       all.blobs.push_back(written(listing));
       continue;
@@ -81,20 +80,41 @@ std::string tableOf(const std::vector<CacheListing>& listings, Kind kind) {
   for (const auto& listing : listings) {
     if (listing.kind != kind) continue;
     any = true;
-    table.addRow(
-        {listing.entry, sizeText(listing.bytes), ageText(listing.ageSeconds), nameOf(listing.state)});
+    table.addRow({shortName(listing.entry), sizeText(listing.bytes), ageText(listing.ageSeconds),
+                  nameOf(listing.state)});
   }
   return any ? std::string("\n").append(table.text("")) : std::string();
 }
 
+std::string textOf(const ListedFile& listed, const Arguments& arguments) {
+  std::string text;
+  if (arguments.cache.names) {
+    for (const auto& listing : listed.listings) text.append(printable(shortName(listing.entry))).append("\n");
+    return text;
+  }
+  text = Style(arguments.color).heading(listed.file).append("\n");
+  if (listed.listings.empty()) text += "The cache is empty.\n";
+  return text + tableOf(listed.listings, Kind::blob) + tableOf(listed.listings, Kind::row);
+}
+
 }  // namespace
 
-ExitCode listEntries(const Arguments& arguments, const SQLiteCacheContents& contents,
-                     const std::vector<CacheListing>& listings) {
-  if (arguments.json) return printJson(encode(written(arguments.cacheFile, contents, listings)));
-  std::string text = Style(arguments.color).heading(arguments.cacheFile).append("\n");
-  if (listings.empty()) text += "The cache is empty.\n";
-  return printText(text + tableOf(listings, Kind::blob) + tableOf(listings, Kind::row));
+ExitCode listEntries(const Arguments& arguments, const ListedFile& listed) {
+  return arguments.json ? printJson(encode(written(listed))) : printText(textOf(listed, arguments));
+}
+
+ExitCode listEntries(const Arguments& arguments, const std::vector<ListedFile>& all) {
+  if (arguments.json) {
+    std::vector<WrittenContents> documents;
+    for (const auto& listed : all) documents.push_back(written(listed));
+    return printJson(encode(documents));
+  }
+  std::string text;
+  for (const auto& listed : all) {
+    if (!text.empty() && !arguments.cache.names) text += "\n";
+    text += textOf(listed, arguments);
+  }
+  return printText(text);
 }
 
 }  // namespace vellora::command

@@ -4,7 +4,13 @@ namespace vellora::command {
 
 namespace {
 
+using Action = CacheArguments::Action;
+using Command = Arguments::Command;
+
 std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
+  if (arguments.cache.action == Action::list && arguments.cache.all && !arguments.cacheFile.empty())
+    return "ls --all lists the files that are kept by default: leave out --cache";
+  if (arguments.cache.everyFile) return std::nullopt;
   if (arguments.cacheFile.empty() && arguments.server.empty()) {
     return "no cache file: give --cache FILE, or the --server URL whose default cache it is";
   }
@@ -21,13 +27,25 @@ std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
 
 }  // namespace
 
+bool needsServer(const Arguments& arguments) {
+  if (arguments.command == Command::cache) return arguments.cacheFile.empty() && !arguments.cache.everyFile;
+  return arguments.command != Command::diff && arguments.command != Command::completion;
+}
+
+bool isAboutEveryFile(const Arguments& arguments) {
+  const auto& cache = arguments.cache;
+  if (arguments.command != Command::cache || !cache.all || !arguments.cacheFile.empty()) return false;
+  return cache.action == Action::list || (cache.action == Action::purge && arguments.server.empty());
+}
+
 std::optional<std::string> complaintAbout(const Arguments& arguments) {
   if (arguments.command == Arguments::Command::cache) {
     if (const auto complaint = complaintAboutCache(arguments)) return complaint;
-  } else if (arguments.server.empty()) {
+  } else if (needsServer(arguments) && arguments.server.empty()) {
     return "no server: give --server URL or set VELLORA_SERVER";
   }
   if (!(arguments.cacheTimeout >= 0)) return "--cache-timeout must be a number of seconds, 0 or more";
+  if (!(arguments.changes.interval >= 0)) return "--interval must be a number of seconds, 0 or more";
   if (!(arguments.wait > 0)) return "--wait must be a number of seconds above 0";
   if (arguments.readsKeys() && arguments.tokenFile == "-") {
     return "standard input cannot give both the token and the keys: put the token into a file";

@@ -2,12 +2,15 @@
 
 #include <CLI/CLI.hpp>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "apps/vellora/command/ArgumentCheck.h"
 #include "apps/vellora/command/BuildInformation.h"
 #include "apps/vellora/command/Commands.h"
 #include "apps/vellora/command/DefaultCacheFile.h"
+#include "apps/vellora/command/Help.h"
+#include "apps/vellora/command/NamedServers.h"
 #include "apps/vellora/command/Options.h"
 #include "apps/vellora/command/UsageError.h"
 
@@ -15,10 +18,20 @@ namespace vellora::command {
 
 namespace {
 
-const char* const footer =
-    "Exit codes: 0 every key answered, 1 unexpected, 2 usage, 3 answered but some keys have no entry,\n"
-    "5 keys are missing and a request failed or the wait ran out, 7 the cache file cannot be used, "
-    "is damaged, or failed\nand keys are missing, 130 interrupted.";
+const char* const exitCodes =
+    "Exit codes: 0 every key answered, 1 unexpected, 2 usage, 3 answered but some\n"
+    "keys have no entry, 5 keys are missing and a request failed or the wait ran\n"
+    "out, 7 the cache file cannot be used, is damaged, or failed and keys are\n"
+    "missing, 130 interrupted.";
+
+const char* const aboutConfiguration =
+    "An option counts more than its variable, in brackets; that more than the\n"
+    "configuration, ~/.config/vellora/config.toml, which names servers:\n"
+    "\n"
+    "  [servers.work]\n"
+    "  address = \"https://records.example\"\n"
+    "  token_file = \"work.token\"   # or token_command = [\"pass\", \"show\", \"work\"]\n"
+    "\n";
 
 using Parsed = std::variant<Arguments, HelpText, Problem>;
 
@@ -68,14 +81,18 @@ std::optional<Parsed> parse(CLI::App& app, int argc, const char* const* argv) {
   } catch (const CLI::CallForVersion& version) {
     return HelpText{std::string(version.what()) + "\n"};
   } catch (const CLI::ParseError& error) {
-    return usage(usageError(misread(app, error)));
+    return usage(withVariable(app, usageError(misread(app, error))));
   }
   return std::nullopt;
 }
 
-Parsed checked(Arguments arguments) {
+Parsed checked(Arguments arguments, const Given& given) {
+  arguments.cache.everyFile = isAboutEveryFile(arguments);
+  if (needsServer(arguments)) {
+    if (auto problem = useNamedServer(arguments, given)) return *std::move(problem);
+  }
   if (const auto complaint = complaintAbout(arguments)) return usage(*complaint);
-  if (arguments.cacheFile.empty()) {
+  if (arguments.cacheFile.empty() && needsServer(arguments)) {
     const auto file = defaultCacheFile(arguments.server);
     if (!file) return usage(noCacheFolder().message);
     arguments.cacheFile = *file;
@@ -89,7 +106,7 @@ void addQuestionsAboutTheProgram(CLI::App& app) {
   app.add_flag_callback(
       "-V,--build-info", [] { throw CLI::CallForVersion(buildInformation(), 0); },
       "Print the version and how it was built, and exit");
-  app.footer(footer);
+  app.footer(exitCodes);
 }
 
 }  // namespace
@@ -100,8 +117,11 @@ std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* 
   addQuestionsAboutTheProgram(app);
   addOptions(app, arguments);
   addCommands(app, arguments);
+  app.footer(std::string(aboutConfiguration) + exitCodes);
+  nameVariables(app);
+  formatHelp(app);
   if (auto instead = parse(app, argc, argv)) return *std::move(instead);
-  return checked(std::move(arguments));
+  return checked(std::move(arguments), {app.count("--theme") > 0, app.count("--token-file") > 0});
 }
 
 }  // namespace vellora::command

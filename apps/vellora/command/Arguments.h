@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "apps/vellora/command/CacheArguments.h"
+#include "apps/vellora/command/ChangeArguments.h"
 #include "apps/vellora/command/Problem.h"
 #include "hostkit/log/SpdlogLogger.h"
 
@@ -14,12 +15,26 @@ namespace vellora::command {
 
 /// What the command was told, checked as far as that is possible without touching anything.
 struct Arguments {
-  enum class Command { ids, names, searchLayouts, compactLayouts, status, explore, cache };
+  enum class Command {
+    ids,
+    names,
+    searchLayouts,
+    compactLayouts,
+    status,
+    explore,
+    cache,
+    watch,
+    diff,
+    completion
+  };
 
   Command command = Command::ids;
   std::vector<std::string> keys;  ///< as given; "-" alone stands for the lines of standard input
   std::string server;
   std::optional<std::string> tokenFile;  ///< "-" is standard input
+  std::vector<std::string>
+      tokenCommand;        ///< the program that prints the token, and its arguments; may be empty
+  std::string tokenPlace;  ///< where the configuration names either, as FILE:LINE; empty when an option does
   std::string theme = "light";
   std::string cacheFile;          ///< the one that was given, else the server's for those without a token
   bool usesDefaultCache = false;  ///< none was given, so that a token has one of its own
@@ -29,8 +44,11 @@ struct Arguments {
   hostkit::SpdlogLogger::Level logLevel = hostkit::SpdlogLogger::Level::off;
   std::optional<std::string> logFile;
   bool color = true;
-  std::uint16_t port = 0;  ///< of the explorer; 0 for a free one
-  CacheArguments cache;    ///< of the command of that name
+  std::uint16_t port = 0;          ///< of the explorer; 0 for a free one
+  ChangeArguments changes;         ///< of watch and diff
+  std::string shell;               ///< that is to be completed for
+  CacheArguments cache;            ///< of the command of that name
+  std::vector<std::string> notes;  ///< to be told before anything else
 
   /// True when the keys are to be read from standard input.
   [[nodiscard]] bool readsKeys() const { return keys == std::vector<std::string>{"-"}; }
@@ -41,7 +59,8 @@ struct HelpText {
   std::string text;
 };
 
-/// Reads the command line and VELLORA_SERVER.
+/// Reads the command line, the variables of its options, and, where a server is named or none is given, the
+/// user's configuration: an option counts more than its variable, that more than the configuration.
 [[nodiscard]] std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* const* argv);
 
 }  // namespace vellora::command

@@ -11,7 +11,9 @@ struct CacheArguments {
 
   Action action = Action::list;
   std::vector<std::string> entries;  ///< to show or to purge, named as the list names them
-  bool all = false;                  ///< purge: everything
+  bool all = false;                  ///< purge: everything; ls: every file that is kept by default
+  bool names = false;                ///< ls: the names of the entries alone
+  bool everyFile = false;            ///< ls and purge: of every file that is kept by default, as `all` has it
   bool expired = false;              ///< purge: what is expired, outdated or damaged
   std::string file = "-";            ///< to export to or import from; "-" is standard output or input
   bool replace = false;              ///< export over a file, import over entries

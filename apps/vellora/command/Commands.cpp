@@ -35,6 +35,33 @@ void addLookups(CLI::App& app, Arguments& arguments) {
       ->required();
 }
 
+void addChanges(CLI::App& app, Arguments& arguments) {
+  using Command = Arguments::Command;
+  auto& changes = arguments.changes;
+  auto* watching = addCommand(app, arguments, "watch",
+                              "Refreshes again and again, and shows what has changed", Command::watch);
+  watching->add_option(
+      "KEY", arguments.keys,
+      "API names of object types, or ids of their records, whose layouts are watched, too; - reads "
+      "them from standard input, one a line; by default all types");
+  watching->add_option("--interval", changes.interval, "Time between two refreshes")
+      ->check(aNumber())
+      ->capture_default_str()
+      ->type_name("SECONDS");
+  watching->add_option("--times", changes.times, "End after so many refreshes; by default never")
+      ->check(aNumber())
+      ->type_name("NUMBER");
+  auto* comparing =
+      addCommand(app, arguments, "diff",
+                 "Compares the types and layouts of two servers or cache files; exits with 1 when they "
+                 "differ",
+                 Command::diff);
+  const std::string side =
+      ": a server, its name in the configuration, a cache file, or cache:SERVER for the one kept by default";
+  comparing->add_option("BEFORE", changes.before, "What is compared" + side)->required();
+  comparing->add_option("AFTER", changes.after, "What it is compared with" + side)->required();
+}
+
 CLI::App* addAction(CLI::App& group, CacheArguments& cache, const std::string& name, const std::string& help,
                     CacheArguments::Action action) {
   auto* sub = group.add_subcommand(name, help);
@@ -44,16 +71,25 @@ CLI::App* addAction(CLI::App& group, CacheArguments& cache, const std::string& n
 
 void addActionsOnEntries(CLI::App& group, CacheArguments& cache) {
   using Action = CacheArguments::Action;
-  addAction(group, cache, "ls", "What is in the file, how large, how old, fresh or expired", Action::list);
+  auto* listing = addAction(group, cache, "ls", "What is in the file, how large, how old, fresh or expired",
+                            Action::list);
+  listing->add_flag("--all", cache.all, "List every file that is kept by default")->disable_flag_override();
+  listing->add_flag("--names", cache.names, "Print the names of the entries alone, one a line")
+      ->disable_flag_override();
   addAction(group, cache, "show", "What entries hold", Action::show)
-      ->add_option("ENTRY", cache.entries, "Entries, as ls names them")
+      ->add_option("ENTRY", cache.entries, "Entries, as ls names them, such as type/Account")
       ->required();
   addAction(group, cache, "verify", "Whether anything in the file is damaged", Action::verify);
   auto* purge = addAction(group, cache, "purge", "Deletes entries", Action::purge);
-  purge->add_option("ENTRY", cache.entries, "Entries to delete, as ls names them");
+  purge->add_option("ENTRY", cache.entries, "Entries to delete, as ls names them, such as layout/Account");
   purge->add_flag("--expired", cache.expired, "Delete all that is expired, outdated or damaged")
       ->disable_flag_override();
-  purge->add_flag("--all", cache.all, "Delete everything")->disable_flag_override();
+  purge
+      ->add_flag(
+          "--all", cache.all,
+          "Delete everything: in the file of --cache or --server, or, where neither is given, in every "
+          "file that is kept by default")
+      ->disable_flag_override();
   addAction(group, cache, "delete", "Deletes the file itself, with all that was kept beside it",
             Action::deleteFile);
 }
@@ -79,6 +115,7 @@ void addCommands(CLI::App& app, Arguments& arguments) {
   using Command = Arguments::Command;
   app.require_subcommand(1);
   addLookups(app, arguments);
+  addChanges(app, arguments);
   addCommand(app, arguments, "status", "How far loading has got, and how old the caches are",
              Command::status);
   addCommand(app, arguments, "explore", "Shows all of it on a web page, for a browser on this machine",
@@ -91,6 +128,10 @@ void addCommands(CLI::App& app, Arguments& arguments) {
   cache->require_subcommand(1);
   addActionsOnEntries(*cache, arguments.cache);
   addTransfers(*cache, arguments.cache);
+  addCommand(app, arguments, "completion", "Prints what lets a shell complete the command's words",
+             Command::completion)
+      ->add_option("SHELL", arguments.shell, "bash, zsh or fish: source <(vellora completion bash)")
+      ->required();
 }
 
 }  // namespace vellora::command

@@ -35,8 +35,8 @@ CLI::Option* addSeconds(CLI::App& app, const std::string& name, double& target, 
 }
 
 void addServerOptions(CLI::App& app, Arguments& arguments) {
-  app.add_option("--server", arguments.server, "The records server, such as https://records.example")
-      ->envname("VELLORA_SERVER")
+  app.add_option("--server", arguments.server,
+                 "The records server, such as https://records.example, or its name in the configuration")
       ->type_name("URL");
   app.add_option("--token-file", arguments.tokenFile,
                  "File with the bearer token, sent over https or to this machine; - is standard input")
@@ -59,7 +59,7 @@ void addOutputOptions(CLI::App& app, Arguments& arguments) {
       ->disable_flag_override();
   addChoice<Level>(app, "--log", arguments.logLevel,
                    {{"off", Level::off}, {"error", Level::error}, {"info", Level::info}},
-                   "Library log: off, error or info; off by default")
+                   "Library log: off, error or info; by default off")
       ->type_name("LEVEL");
   app.add_option("--log-file", arguments.logFile, "Write the log there instead of to standard error")
       ->type_name("FILE");
@@ -70,9 +70,15 @@ void addOutputOptions(CLI::App& app, Arguments& arguments) {
 }  // namespace
 
 void addOptions(CLI::App& app, Arguments& arguments) {
-  addServerOptions(app, arguments);
-  addCacheOptions(app, arguments);
-  addOutputOptions(app, arguments);
+  const auto addGroup = [&](const std::string& title, void (*add)(CLI::App&, Arguments&)) {
+    app.option_defaults()->group(title);
+    add(app, arguments);
+  };
+  const std::string untitled = app.option_defaults()->get_group();
+  addGroup("Server", addServerOptions);
+  addGroup("Cache", addCacheOptions);
+  addGroup("Output", addOutputOptions);
+  app.option_defaults()->group(untitled);
 }
 
 }  // namespace vellora::command

@@ -4,7 +4,7 @@
 
 #include "apps/vellora/command/CacheFailures.h"
 #include "apps/vellora/command/CachePlace.h"
-#include "apps/vellora/command/TokenFile.h"
+#include "apps/vellora/command/Token.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheFailure.h"
 #include "hostkit/log/RedactingLogger.h"
@@ -66,8 +66,9 @@ std::variant<std::shared_ptr<CorvaneSDK::Cache>, Problem> openCache(
 
 }  // namespace
 
-std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& arguments) {
-  const auto token = readToken(arguments.tokenFile);
+std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& arguments,
+                                                              std::shared_ptr<CorvaneSDK::Cache> given) {
+  const auto token = tokenOf(arguments);
   if (const auto* problem = std::get_if<Problem>(&token)) return *problem;
 
   const auto secrets = std::make_shared<hostkit::KnownSecrets>();
@@ -78,7 +79,9 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   if (!log) return Problem{ExitCode::usage, log.error().localizedDescription()};
 
   const auto cacheFailures = std::make_shared<CacheFailures>(secrets);
-  auto cache = openCache(arguments, std::get<0>(token), cacheFailures, log.value());
+  std::variant<std::shared_ptr<CorvaneSDK::Cache>, Problem> cache = std::move(given);
+  if (std::get<0>(cache) == nullptr)
+    cache = openCache(arguments, std::get<0>(token), cacheFailures, log.value());
   if (const auto* problem = std::get_if<Problem>(&cache)) return *problem;
 
   return std::unique_ptr<Session>(

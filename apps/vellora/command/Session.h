@@ -8,6 +8,7 @@
 #include "apps/vellora/command/Arguments.h"
 #include "apps/vellora/command/Problem.h"
 #include "hostkit/secrets/KnownSecrets.h"
+#include "vellora/Host/Cache.h"
 #include "vellora/Host/RequiredAPI.h"
 
 namespace vellora::command {
@@ -20,8 +21,9 @@ class CacheFailures;
 /// Threads: `cacheFailure` may be called while the cache is in use.
 class Session {
  public:
-  /// Opens log, cache and network as the arguments say.
-  [[nodiscard]] static std::variant<std::unique_ptr<Session>, Problem> open(const Arguments& arguments);
+  /// Opens log, cache and network as the arguments say; a `cache` that is given takes the place of theirs.
+  [[nodiscard]] static std::variant<std::unique_ptr<Session>, Problem> open(
+      const Arguments& arguments, std::shared_ptr<CorvaneSDK::Cache> cache = nullptr);
 
   ~Session();
   Session(const Session&) = delete;

@@ -25,20 +25,26 @@ class CommandFaultsTest : public CommandFixture {
     return withServer(words);
   }
 
+  /// The command with a key, and such that it ends.
+  [[nodiscard]] static std::vector<std::string> wordsOf(const std::string& command) {
+    std::vector<std::string> words{command, command == "ids" ? "001a" : "Account"};
+    if (command == "watch") words.insert(words.end(), {"--times", "1"});
+    return words;
+  }
+
   const tests::TokenCanary canary;
   const tests::TemporaryFolder secrets;
   const std::string tokenFile = secrets.file("token");
 };
 
 TEST_F(CommandFaultsTest, TheTokenStandsInNoOutputLogOrCacheWhateverTheServerDoes) {
-  const std::vector<std::string> commands = {"ids", "names", "search-layouts", "compact-layouts"};
+  const std::vector<std::string> commands = {"ids", "names", "search-layouts", "compact-layouts", "watch"};
   for (const auto& fault :
        {Fault(), Fault::fail(500), Fault::fail(401), Fault::errorBody(), Fault::truncate(40), Fault::drop(),
         Fault::never(), Fault::garbage(), Fault::empty()}) {
     server->setFault(RecordsServer::everything, fault);
     for (const auto& command : commands) {
-      const auto ended =
-          ChildProcess::run(VELLORA, withToken({command, command == "ids" ? "001a" : "Account"}), options);
+      const auto ended = ChildProcess::run(VELLORA, withToken(wordsOf(command)), options);
       const auto when = command + ", fault " + std::to_string(static_cast<int>(fault.kind));
       const bool answered = ended.exitCode == 0;
       EXPECT_TRUE(answered || fault != Fault()) << when << ": the server refuses whoever has no token";

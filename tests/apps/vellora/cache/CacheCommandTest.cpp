@@ -52,20 +52,17 @@ TEST_F(CacheCommandTest, LsTellsSizeAgeAndStateOfEveryEntry) {
   const auto ended = cache({"ls"});
   EXPECT_EQ(ended.exitCode, 0) << ended.err;
   EXPECT_THAT(ended.out, StartsWith(cacheFile + "\n\nBLOB "));
-  EXPECT_THAT(ended.out, ContainsRegex("OPS_Layout_Account +[0-9]+ B +[0-9]+ s +fresh\n"));
-  EXPECT_THAT(ended.out, ContainsRegex("ops.sobject.fetch.timestamp +8 B +[0-9]+ s +fresh\n"));
-  EXPECT_THAT(ended.out,
-              ContainsRegex("OPS_ThemesCacheTable/cacheEntryType=themes +[0-9.]+ kB +[0-9]+ s +fresh\n"));
-  EXPECT_THAT(ended.out,
-              ContainsRegex(
-                  "OPS_SObjectsCacheTable/cacheEntryType=sObject,name=Account +[0-9]+ B +[0-9]+ s +kept\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("layout/Account +[0-9]+ B +[0-9]+ s +fresh\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("types-fetched +8 B +[0-9]+ s +fresh\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("themes +[0-9.]+ kB +[0-9]+ s +fresh\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("\ntype/Account +[0-9]+ B +[0-9]+ s +kept\n"));
 }
 
 TEST_F(CacheCommandTest, LsJudgesByTheTimeOutThatItIsGiven) {
   const auto ended = cache({"--cache-timeout", "0", "ls"});
-  EXPECT_THAT(ended.out, ContainsRegex("OPS_Layout_Account +[0-9]+ B +[0-9]+ s +expired\n"));
-  EXPECT_THAT(ended.out, ContainsRegex("cacheEntryType=keyPrefixes +[0-9.]+ k?B +[0-9]+ s +expired\n"));
-  EXPECT_THAT(ended.out, ContainsRegex("cacheEntryType=sObject,name=Account .* kept\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("layout/Account +[0-9]+ B +[0-9]+ s +expired\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("\nprefixes +[0-9.]+ k?B +[0-9]+ s +expired\n"));
+  EXPECT_THAT(ended.out, ContainsRegex("\ntype/Account .* kept\n"));
   EXPECT_THAT(ended.out, Not(HasSubstr("fresh")));
 }
 
@@ -122,7 +119,7 @@ TEST_F(CacheCommandTest, VerifyTellsADamagedEntryWhichPurgeThenDeletes) {
   EXPECT_EQ(ended.exitCode, 7);
   EXPECT_EQ(ended.out, "blob \"OPS_Layout_Account\" does not fit its checksum\n");
   EXPECT_THAT(ended.err, HasSubstr("damaged in places"));
-  EXPECT_THAT(cache({"ls"}).out, ContainsRegex("OPS_Layout_Account +- +- +damaged\n"));
+  EXPECT_THAT(cache({"ls"}).out, ContainsRegex("layout/Account +- +- +damaged\n"));
   EXPECT_EQ(cache({"show", "OPS_Layout_Account"}).exitCode, 3);
   EXPECT_EQ(cache({"purge", "--expired"}).out, "deleted 1 entry\n");
   EXPECT_EQ(cache({"verify"}).exitCode, 0);
@@ -136,11 +133,9 @@ TEST_F(CacheCommandTest, PurgeDeletesWhatItIsTold) {
   EXPECT_EQ(some.out, "deleted 2 entries\n");
   EXPECT_THAT(some.err, HasSubstr("not in the cache: nothing"));
   EXPECT_THAT(cache({"ls"}).out,
-              AllOf(Not(HasSubstr("OPS_Layout_Account")), Not(HasSubstr("cacheEntryType=themes ")),
-                    HasSubstr("cacheEntryType=sObjects ")));
+              AllOf(Not(HasSubstr("layout/Account")), Not(HasSubstr("\nthemes ")), HasSubstr("\ntypes ")));
   EXPECT_EQ(cache({"--cache-timeout", "0", "purge", "--expired"}).exitCode, 0);
-  EXPECT_THAT(cache({"ls"}).out,
-              AllOf(Not(HasSubstr("cacheEntryType=sObjects ")), HasSubstr("name=Account")));
+  EXPECT_THAT(cache({"ls"}).out, AllOf(Not(HasSubstr("\ntypes ")), HasSubstr("type/Account")));
   EXPECT_EQ(cache({"purge", "--all"}).exitCode, 0);
   EXPECT_EQ(cache({"ls"}).out, cacheFile + "\nThe cache is empty.\n");
 }
@@ -175,8 +170,8 @@ TEST_F(CacheCommandTest, ImportedFreshItIsAsIfFetchedNow) {
   };
   EXPECT_EQ(stamp(kept), "2023-11-14T22:13:20Z\n");
   EXPECT_NE(stamp(fresh), stamp(kept));
-  EXPECT_THAT(cacheOf(kept, {"ls"}).out, ContainsRegex("OPS_Layout_Account .* expired\n"));
-  EXPECT_THAT(cacheOf(fresh, {"ls"}).out, ContainsRegex("OPS_Layout_Account .* fresh\n"));
+  EXPECT_THAT(cacheOf(kept, {"ls"}).out, ContainsRegex("layout/Account .* expired\n"));
+  EXPECT_THAT(cacheOf(fresh, {"ls"}).out, ContainsRegex("layout/Account .* fresh\n"));
 }
 
 TEST_F(CacheCommandTest, ExportAndImportGoThroughPipes) {
@@ -184,7 +179,7 @@ TEST_F(CacheCommandTest, ExportAndImportGoThroughPipes) {
   EXPECT_THAT(exported.out, StartsWith(R"({"format":"vellora-cache","version":1,)"));
   options.input = exported.out;
   EXPECT_EQ(cacheOf(folder.file("other.sqlite"), {"import", "-"}).exitCode, 0);
-  EXPECT_THAT(cacheOf(folder.file("other.sqlite"), {"ls"}).out, HasSubstr("OPS_Layout_Account"));
+  EXPECT_THAT(cacheOf(folder.file("other.sqlite"), {"ls"}).out, HasSubstr("layout/Account"));
 }
 
 TEST_F(CacheCommandTest, NothingIsWrittenOverUnasked) {
@@ -325,7 +320,7 @@ TEST_F(CacheCommandTest, AFileThatCannotBeWrittenIsTold) {
 TEST_F(CacheCommandTest, AFileInUseIsRead) {
   const auto inUse = hostkit::SQLiteCache::open(cacheFile).value();
   inUse->save(Data(std::string("1")), "OPS_Layout_New");
-  EXPECT_THAT(cache({"ls"}).out, HasSubstr("OPS_Layout_New"));
+  EXPECT_THAT(cache({"ls"}).out, HasSubstr("layout/New"));
   EXPECT_EQ(cache({"verify"}).exitCode, 0);
   EXPECT_EQ(cache({"purge", "OPS_Layout_New"}).exitCode, 0);
   EXPECT_EQ(inUse->load("OPS_Layout_New"), std::nullopt);

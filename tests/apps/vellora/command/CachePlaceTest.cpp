@@ -109,7 +109,7 @@ TEST_F(CachePlaceTest, TheCacheCommandsFindTheDefaultCacheOfAToken) {
   ASSERT_EQ(runBy({"--token-file", alice}, {"search-layouts", "Account"}).exitCode, 0);
   const auto own = runBy({"--token-file", alice}, {"cache", "ls"});
   EXPECT_EQ(own.exitCode, 0) << own.err;
-  EXPECT_THAT(own.out, HasSubstr("OPS_Layout_Account"));
+  EXPECT_THAT(own.out, HasSubstr("layout/Account"));
   EXPECT_EQ(runBy({"--token-file", bob}, {"cache", "ls"}).exitCode, 7);
   EXPECT_EQ(runBy({}, {"cache", "ls"}).exitCode, 7);
   EXPECT_EQ(runBy({"--token-file", alice}, {"cache", "delete"}).exitCode, 0);

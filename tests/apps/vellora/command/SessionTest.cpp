@@ -1,11 +1,13 @@
 #include "apps/vellora/command/Session.h"
 
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <variant>
 
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "tests/apps/vellora/CommandFixture.h"
 
 namespace vellora::command {
@@ -32,6 +34,15 @@ TEST_F(SessionTest, OpensAHostWhoseCacheHasNotFailed) {
   const auto session = std::get<0>(Session::open(arguments));
   EXPECT_TRUE(session->api().cache->save(Data("text"), "key"));
   EXPECT_EQ(session->cacheFailure(), std::nullopt);
+}
+
+TEST_F(SessionTest, ACacheThatIsGivenTakesThePlaceOfTheArgumentsOwn) {
+  Arguments arguments;
+  arguments.server = server->url();
+  arguments.cacheFile = cacheFile;
+  const auto cache = std::make_shared<hostkit::MemoryCache>();
+  EXPECT_EQ(std::get<0>(Session::open(arguments, cache))->api().cache, cache);
+  EXPECT_FALSE(std::filesystem::exists(cacheFile));
 }
 
 TEST_F(SessionTest, TheListThatTheLibraryCannotReadIsBlamedThoughBothAreUnderWay) {

@@ -1,0 +1,184 @@
+#include "apps/vellora/changes/DiffCommand.h"
+
+#include <set>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "apps/vellora/changes/Difference.h"
+#include "apps/vellora/changes/Reading.h"
+#include "apps/vellora/changes/Side.h"
+#include "apps/vellora/command/CommandCatalog.h"
+#include "apps/vellora/command/Document.h"
+#include "apps/vellora/command/Output.h"
+#include "vellora/Platform/Json/Json.h"
+
+namespace vellora::command {
+
+namespace {
+
+using Names = std::set<std::string>;
+
+/// What the documents of `vellora diff --json` hold.
+struct Comparison {
+  std::string before;
+  std::string after;
+  std::vector<Difference> differences;
+
+  static constexpr auto fields() {
+    return std::tuple(json::field("before", &Comparison::before), json::field("after", &Comparison::after),
+                      json::field("differences", &Comparison::differences));
+  }
+};
+
+/// A side with its catalogue, and what has been read of it.
+class Compared {
+ public:
+  explicit Compared(const Side& side) : side_(side), catalog_(side.arguments, side.session->api()) {}
+
+  [[nodiscard]] const Side& side() const { return side_; }
+
+  /// Reads the types. A file without a list of types has none to compare.
+  void readTypes() {
+    auto reading = reader().types(side_.source);
+    knowsTypes = reading.verdict.exit == ExitCode::answered;
+    if (!side_.isCache()) note(reading.verdict);
+    known.types = std::move(reading.found);
+  }
+
+  void readLayouts(const Names& searchLayouts, const Names& compactLayouts) {
+    auto columns = reader().searchLayouts(searchLayouts, side_.source);
+    auto headlines = reader().compactLayouts(compactLayouts, side_.source);
+    note(columns.verdict);
+    note(headlines.verdict);
+    known.searchLayouts = std::move(columns.found);
+    known.compactLayouts = std::move(headlines.found);
+    unaskedSearchLayouts = std::move(columns.unasked);
+    unaskedCompactLayouts = std::move(headlines.unasked);
+  }
+
+  /// The names of the types that a server knows, all of which may have layouts.
+  [[nodiscard]] Names typeNames() const {
+    Names names;
+    for (const auto& [name, properties] : known.types) names.insert(name);
+    return names;
+  }
+
+  Snapshot known;
+  bool knowsTypes = false;
+  Names unaskedSearchLayouts;
+  Names unaskedCompactLayouts;
+  ExitCode exit = ExitCode::answered;
+
+ private:
+  [[nodiscard]] Reader reader() const { return {*catalog_, side_.arguments}; }
+
+  /// Tells what went wrong on this side.
+  void note(const Verdict& verdict) {
+    for (const auto& line : verdict.lines)
+      complain({verdict.exit, side_.session->secrets()->cleaned(keyText(side_.name) + ": " + line)});
+    if (verdict.exit != ExitCode::answered) exit = verdict.exit;
+  }
+
+  const Side& side_;
+  const CommandCatalog catalog_;
+};
+
+Names united(Names one, const Names& other) {
+  one.insert(other.begin(), other.end());
+  return one;
+}
+
+void erase(const Names& names, Described& described) {
+  for (const auto& name : names) described.erase(name);
+}
+
+/// Leaves out what one of the two could not be asked about.
+void leaveOutUnasked(Compared& before, Compared& after) {
+  for (auto* one : {&before, &after}) {
+    for (const auto* other : {&before, &after}) {
+      erase(other->unaskedSearchLayouts, one->known.searchLayouts);
+      erase(other->unaskedCompactLayouts, one->known.compactLayouts);
+    }
+  }
+}
+
+/// Reads the layouts that both can be asked about.
+void readLayouts(Compared& before, Compared& after) {
+  const Side& one = before.side();
+  const Side& other = after.side();
+  if (!one.isCache() && !other.isCache()) {
+    before.readLayouts(before.typeNames(), before.typeNames());
+    after.readLayouts(after.typeNames(), after.typeNames());
+    return;
+  }
+  const auto columns = united(one.searchLayouts, other.searchLayouts);
+  const auto headlines = united(one.compactLayouts, other.compactLayouts);
+  before.readLayouts(columns, headlines);
+  after.readLayouts(columns, headlines);
+}
+
+/// A list of types that one of the two lacks says nothing about types.
+void leaveOutTypes(Compared& before, Compared& after) {
+  for (const auto* one : {&before, &after}) {
+    if (!one->knowsTypes)
+      complain({ExitCode::answered,
+                "types were not compared: " + keyText(one->side().name) + " holds no list of them"});
+  }
+  if (before.knowsTypes && after.knowsTypes) return;
+  before.known.types.clear();
+  after.known.types.clear();
+}
+
+/// diff(1) ends so, too.
+constexpr auto differ = static_cast<ExitCode>(1);
+
+ExitCode tell(const Compared& before, const Compared& after, const Arguments& arguments) {
+  const Comparison comparison{before.side().name, after.side().name,
+                              differencesBetween(before.known, after.known)};
+  const ExitCode printed =
+      arguments.json ? printJson(encode(comparison)) : printText(tableOf(comparison.differences));
+  if (printed != ExitCode::answered) return printed;
+  for (const auto* one : {&before, &after}) {
+    if (one->exit != ExitCode::answered) return one->exit;
+  }
+  return comparison.differences.empty() ? ExitCode::answered : differ;
+}
+
+ExitCode compare(const Side& one, const Side& other, const Arguments& arguments) {
+  Compared before(one);
+  Compared after(other);
+  for (auto* side : {&before, &after}) {
+    side->readTypes();
+    if (side->exit != ExitCode::answered) return side->exit;
+  }
+  leaveOutTypes(before, after);
+  readLayouts(before, after);
+  leaveOutUnasked(before, after);
+  return tell(before, after, arguments);
+}
+
+bool isAddress(const std::string& text) {
+  return text.find("://") != std::string::npos;
+}
+
+}  // namespace
+
+ExitCode runDiff(const Arguments& arguments) {
+  const auto& before = arguments.changes.before;
+  const auto& after = arguments.changes.after;
+  if (arguments.tokenFile && isAddress(before) && isAddress(after)) {
+    return complain(
+        {ExitCode::usage,
+         "one token for two servers: name them in the configuration, each with a token of its own"});
+  }
+  const auto one = openSide(before, arguments);
+  if (const auto* problem = std::get_if<Problem>(&one)) return complain(*problem);
+  const auto other = openSide(after, arguments);
+  if (const auto* problem = std::get_if<Problem>(&other)) return complain(*problem);
+  return compare(std::get<Side>(one), std::get<Side>(other), arguments);
+}
+
+}  // namespace vellora::command

@@ -1,0 +1,99 @@
+#include "apps/vellora/changes/Side.h"
+
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "apps/vellora/command/CachePlace.h"
+#include "apps/vellora/command/DefaultCacheFile.h"
+#include "apps/vellora/command/NamedServers.h"
+#include "apps/vellora/command/Output.h"
+#include "apps/vellora/command/Token.h"
+#include "hostkit/cache/CacheArchive.h"
+#include "hostkit/cache/memory/MemoryCache.h"
+#include "hostkit/cache/sqlite/SQLiteCacheContents.h"
+#include "vellora/Platform/Values/Date.h"
+
+namespace vellora::command {
+
+namespace {
+
+constexpr std::string_view cacheOf = "cache:";
+
+bool isFile(const std::string& name) {
+  std::error_code failure;
+  return std::filesystem::exists(name, failure);
+}
+
+/// Puts the server that `text` names into the arguments.
+std::optional<Problem> chooseServer(const std::string& text, Arguments& arguments) {
+  arguments.server = text;
+  if (text.empty())
+    return Problem{ExitCode::usage, "diff compares two servers or cache files, and one has no name"};
+  if (!mayBeAName(text)) return std::nullopt;
+  arguments.tokenFile.reset();
+  return useNamedServer(arguments, {.theme = true, .token = false});
+}
+
+std::variant<Side, Problem> openServer(const std::string& text, Arguments arguments) {
+  auto session = Session::open(arguments, std::make_shared<hostkit::MemoryCache>());
+  if (auto* problem = std::get_if<Problem>(&session)) return std::move(*problem);
+  return Side{text, std::move(arguments), std::get<0>(std::move(session)), Source::cacheFirst, {}, {}};
+}
+
+/// The names behind `prefix` among the keys of the cache's blobs.
+std::set<std::string> namesBehind(std::string_view prefix, const hostkit::SQLiteCacheContents& contents) {
+  std::set<std::string> names;
+  for (const auto& blob : contents.blobs) {
+    if (blob.data && blob.key.starts_with(prefix)) names.insert(blob.key.substr(prefix.size()));
+  }
+  return names;
+}
+
+std::variant<Side, Problem> openCache(const std::string& text, const std::string& file, Arguments arguments) {
+  const auto contents = hostkit::SQLiteCacheContents::read(file, now());
+  if (!contents) return problemOf(contents.error());
+  auto cache = std::make_shared<hostkit::MemoryCache>();
+  static_cast<void>(hostkit::CacheArchive::of(contents.value()).restore(*cache));
+  arguments.server = "http://localhost";  // is never asked
+  arguments.tokenFile.reset();
+  arguments.tokenCommand.clear();
+  auto session = Session::open(arguments, std::move(cache));
+  if (auto* problem = std::get_if<Problem>(&session)) return std::move(*problem);
+  return Side{text,
+              std::move(arguments),
+              std::get<0>(std::move(session)),
+              Source::cacheOnly,
+              namesBehind("OPS_Layout_", contents.value()),
+              namesBehind("OPS_CompactLayout_", contents.value())};
+}
+
+std::variant<Side, Problem> openCacheOf(const std::string& text, Arguments arguments) {
+  if (auto problem = chooseServer(text.substr(cacheOf.size()), arguments)) return *std::move(problem);
+  const auto token = tokenOf(arguments);
+  if (const auto* problem = std::get_if<Problem>(&token)) return *problem;
+  const auto file = defaultCacheFile(arguments.server);
+  if (!file) return noCacheFolder();
+  arguments.cacheFile = *file;
+  arguments.usesDefaultCache = true;
+  const auto place = cachePlace(arguments, std::get<0>(token));
+  if (const auto* problem = std::get_if<Problem>(&place)) return *problem;
+  return openCache(text, std::get<0>(place).file, std::move(arguments));
+}
+
+}  // namespace
+
+std::variant<Side, Problem> openSide(const std::string& text, const Arguments& arguments) {
+  if (text.starts_with(cacheOf)) return openCacheOf(text, arguments);
+  Arguments chosen = arguments;
+  auto problem = chooseServer(text, chosen);
+  const bool isServer = !problem && (text.find("://") != std::string::npos || mayBeAName(text));
+  if (isServer) return openServer(text, std::move(chosen));
+  if (!problem || isFile(text)) return openCache(text, text, arguments);
+  problem->message += ", nor a file of that name";
+  return *std::move(problem);
+}
+
+}  // namespace vellora::command

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <set>
+#include <string>
+#include <variant>
+
+#include "apps/vellora/command/Arguments.h"
+#include "apps/vellora/command/Problem.h"
+#include "apps/vellora/command/Session.h"
+#include "vellora/DataServices/Source.h"
+
+namespace vellora::command {
+
+/// One of the two that `vellora diff` compares: a server, asked anew, or what a cache file holds. Neither the
+/// file nor the default cache of the server is changed.
+struct Side {
+  std::string name;                  ///< as the arguments have it
+  Arguments arguments;               ///< those that are meant for it
+  std::unique_ptr<Session> session;  ///< with a cache in memory: of a file its copy, else empty
+  Source source = Source::cacheFirst;
+
+  // The types whose layouts a file holds.
+  std::set<std::string> searchLayouts;
+  std::set<std::string> compactLayouts;
+
+  [[nodiscard]] bool isCache() const { return source == Source::cacheOnly; }
+};
+
+/// Opens what `text` names: a server's address, its name in the configuration, a cache file, or "cache:" and
+/// a server, which is the file that is kept for it by default. A name that is both a server's and a file's is
+/// the server's. A named server has the token of the configuration, an address that of the arguments.
+[[nodiscard]] std::variant<Side, Problem> openSide(const std::string& text, const Arguments& arguments);
+
+}  // namespace vellora::command

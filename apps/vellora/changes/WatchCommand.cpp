@@ -1,0 +1,110 @@
+#include "apps/vellora/changes/WatchCommand.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <sstream>
+#include <thread>
+#include <tuple>
+
+#include "apps/vellora/command/CommandCatalog.h"
+#include "apps/vellora/command/Document.h"
+#include "apps/vellora/command/IsoTime.h"
+#include "apps/vellora/command/Output.h"
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Queues/TimedQueue.h"
+#include "vellora/Platform/Values/Date.h"
+
+namespace vellora::command {
+
+namespace {
+
+/// A line of `vellora watch --json`: a difference and the moment when it was seen.
+struct Seen {
+  std::string time;
+  std::string what;
+  std::string name;
+  std::string change;
+  std::vector<PropertyChange> properties;
+
+  static constexpr auto fields() {
+    return std::tuple(json::field("time", &Seen::time), json::field("what", &Seen::what),
+                      json::field("name", &Seen::name), json::field("change", &Seen::change),
+                      json::field("properties", &Seen::properties));
+  }
+};
+
+// Ends at once: what was printed is written, and the cache file survives an end at any moment.
+extern "C" void onEndOfWatch(int) {
+  ::_exit(static_cast<int>(ExitCode::answered));
+}
+
+void endOnInterrupt() {
+  struct sigaction end {};
+  end.sa_handler = onEndOfWatch;
+  ::sigaction(SIGINT, &end, nullptr);
+}
+
+ExitCode print(const std::vector<Difference>& differences, const Arguments& arguments) {
+  const std::string time = isoTime(now());
+  if (!arguments.json) return printText(Style(arguments.color).heading(time) + "\n" + tableOf(differences));
+  for (const auto& [what, name, change, properties] : differences) {
+    const auto printed = printJson(encode(Seen{time, what, name, change, properties}));
+    if (printed != ExitCode::answered) return printed;
+  }
+  return ExitCode::answered;
+}
+
+/// Tells somebody at a terminal that something is going on.
+void showProgress(const std::string& text) {
+  if (::isatty(STDERR_FILENO) == 1) complain({ExitCode::answered, text});
+}
+
+std::string beginning(const Watcher& watcher, const Arguments& arguments) {
+  std::ostringstream text;
+  const auto count = watcher.known().types.size();
+  text << "watching " << count << (count == 1 ? " object type" : " object types") << ", every "
+       << arguments.changes.interval << " s; Ctrl-C ends";
+  return text.str();
+}
+
+/// Names that no type has yet.
+void tellUnknown(const Watcher& watcher) {
+  for (const auto& name : watcher.names()) {
+    if (!watcher.known().types.contains(name))
+      complain(
+          {ExitCode::answered, "there is no object type " + keyText(name) + " yet, nor a record of that id"});
+  }
+}
+
+}  // namespace
+
+ExitCode watch(Watcher& watcher, const Arguments& arguments, const hostkit::KnownSecrets& secrets,
+               const Pause& pause) {
+  const auto begin = watcher.begin();
+  if (begin.exit != ExitCode::answered) return complain(begin, secrets);
+  tellUnknown(watcher);
+  showProgress(beginning(watcher, arguments));
+  for (std::uint64_t count = 1;; ++count) {
+    const auto refreshed = watcher.refresh();
+    const auto told = complain(refreshed.verdict, secrets);
+    if (refreshed.differences.empty() && told == ExitCode::answered)
+      showProgress(isoTime(now()) + ": no change");
+    const auto printed =
+        refreshed.differences.empty() ? ExitCode::answered : print(refreshed.differences, arguments);
+    if (printed != ExitCode::answered) return printed;
+    if (count == arguments.changes.times) return told;
+    pause(TimedQueue::bounded(std::chrono::duration<double>(arguments.changes.interval)));
+  }
+}
+
+ExitCode watch(const std::vector<std::string>& keys, const Arguments& arguments, const Session& session) {
+  endOnInterrupt();
+  const CommandCatalog catalog(arguments, session.api());
+  Watcher watcher(*catalog, arguments, keys);
+  return watch(watcher, arguments, *session.secrets(),
+               [](std::chrono::duration<double> time) { std::this_thread::sleep_for(time); });
+}
+
+}  // namespace vellora::command

@@ -1,0 +1,72 @@
+#include "apps/vellora/command/NamedServers.h"
+
+#include <utility>
+#include <variant>
+
+#include "apps/vellora/command/Output.h"
+#include "apps/vellora/config/Configuration.h"
+
+namespace vellora::command {
+
+namespace {
+
+Problem usage(std::string message) {
+  return {ExitCode::usage, std::move(message)};
+}
+
+/// That somebody else may change the file, and the way out.
+std::string warningOf(const Configuration& configuration, const std::string& consequence) {
+  return *configuration.otherWriter + " may write " + configuration.file + consequence +
+         ": make the file your own, and chmod go-w it";
+}
+
+std::string namesIn(const Configuration& configuration) {
+  std::string names;
+  for (const auto& [name, server] : configuration.servers)
+    names.append(names.empty() ? "" : ", ").append(name);
+  return names;
+}
+
+Problem unknown(const std::string& name, const Configuration& configuration) {
+  const std::string what = "there is no server " + keyText(name);
+  if (configuration.servers.empty()) {
+    return usage(what + ": give its address, such as https://records.example, or name it in " +
+                 configuration.file);
+  }
+  return usage(what + " in " + configuration.file + ", but " + namesIn(configuration));
+}
+
+std::optional<Problem> use(const Configuration& configuration, const NamedServer& server, const Given& given,
+                           Arguments& arguments) {
+  arguments.server = server.address;
+  if (server.theme && !given.theme) arguments.theme = *server.theme;
+  if (given.token) return std::nullopt;
+  if (!server.tokenCommand.empty() && configuration.otherWriter)
+    return usage(warningOf(configuration, ", so the token command in it is not run"));
+  arguments.tokenFile = server.tokenFile;
+  arguments.tokenCommand = server.tokenCommand;
+  arguments.tokenPlace = server.tokenPlace;
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool mayBeAName(const std::string& server) {
+  return server.find_first_of(":/") == std::string::npos;
+}
+
+std::optional<Problem> useNamedServer(Arguments& arguments, const Given& given) {
+  const auto file = configurationFile();
+  if (!file || !mayBeAName(arguments.server)) return std::nullopt;
+  const auto read = readConfiguration(*file);
+  if (const auto* error = std::get_if<ConfigurationError>(&read)) return usage(error->message);
+  const auto& configuration = std::get<Configuration>(read);
+  if (configuration.otherWriter) arguments.notes.push_back(warningOf(configuration, ""));
+  if (arguments.server.empty()) arguments.server = configuration.server.value_or("");
+  if (!mayBeAName(arguments.server) || arguments.server.empty()) return std::nullopt;
+  const auto server = configuration.servers.find(arguments.server);
+  if (server == configuration.servers.end()) return unknown(arguments.server, configuration);
+  return use(configuration, server->second, given, arguments);
+}
+
+}  // namespace vellora::command
