@@ -18,14 +18,14 @@ namespace vellora {
 
 namespace {
 
-using Types = Result<SObjectsDataService::SObjects>;
-using Themes = Result<ThemeDataService::Themes>;
-using Both = std::pair<Types, Themes>;
+using TypesOrError = Result<SObjectsDataService::SObjects>;
+using ThemesOrError = Result<ThemeDataService::Themes>;
+using ListsOrErrors = std::pair<TypesOrError, ThemesOrError>;
 using Changes = std::map<std::string, TypeChange>;
 using AskedPtr = std::shared_ptr<detail::Asked<TypeChange>>;
 
 /// What the cache has of both lists.
-Publisher<Both> cached(const MetadataServices& services) {
+Publisher<ListsOrErrors> cached(const MetadataServices& services) {
   return services.sObjects->allSObjects(Source::cacheOnly)
       .results()
       .combineLatest(services.themes->allThemes(Source::cacheOnly).results());
@@ -39,11 +39,11 @@ std::optional<Record> named(const Result<std::shared_ptr<const NamedList<Record>
   return found ? std::optional(*found) : std::nullopt;
 }
 
-std::vector<SObject> recordsOf(const Types& types) {
+std::vector<SObject> recordsOf(const TypesOrError& types) {
   return types ? types.value()->records() : std::vector<SObject>();
 }
 
-Changes changesBetween(const Both& before, const Both& after) {
+Changes changesBetween(const ListsOrErrors& before, const ListsOrErrors& after) {
   Changes changes;
   for (const auto& type : recordsOf(before.first)) {
     if (!named(after.first, type.name)) changes.emplace(type.name, TypeChange::removed);
@@ -68,8 +68,8 @@ void removeLayoutsOf(const MetadataServices& services, const Changes& changes) {
   services.compactLayouts->forget(removed);
 }
 
-void answer(const Session& session, const AskedPtr& question, const PreparedLists& lists, const Both& before,
-            const Both& after) {
+void answer(const Session& session, const AskedPtr& question, const PreparedLists& lists,
+            const ListsOrErrors& before, const ListsOrErrors& after) {
   if (!after.first) return question->fail(lists.typesFailure.value_or(after.first.error()));
   const auto changes = changesBetween(before, after);
   removeLayoutsOf(session.services, changes);
@@ -86,16 +86,17 @@ void answer(const Session& session, const AskedPtr& question, const PreparedList
 
 void refresh(const std::shared_ptr<Session>& session, const AskedPtr& question) {
   session->noteRefresh();
-  const auto load = [session, fetching = question->fetching()](const Both& before) {
+  const auto load = [session, fetching = question->fetching()](const ListsOrErrors& before) {
     return session->lists.renewed(fetching).map(
         [before](PreparedLists lists) { return std::pair(before, std::move(lists)); });
   };
-  const auto compare = [session](const std::pair<Both, PreparedLists>& loaded) {
-    return cached(session->services).map([loaded](Both after) {
+  const auto compare = [session](const std::pair<ListsOrErrors, PreparedLists>& loaded) {
+    return cached(session->services).map([loaded](ListsOrErrors after) {
       return std::tuple(loaded.first, loaded.second, std::move(after));
     });
   };
-  const auto onEnd = [session, question](const std::tuple<Both, PreparedLists, Both>& found) {
+  const auto onEnd = [session,
+                      question](const std::tuple<ListsOrErrors, PreparedLists, ListsOrErrors>& found) {
     const auto& [before, lists, after] = found;
     answer(*session, question, lists, before, after);
   };
