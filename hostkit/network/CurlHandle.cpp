@@ -221,7 +221,7 @@ std::string CurlHandle::effectiveUrl() const {
 
 std::string CurlHandle::reasonFor(int curlCode) const {
   const std::string_view told = errorText_.data();
-  const std::string general = curl_easy_strerror(static_cast<CURLcode>(curlCode));
+  std::string general = curl_easy_strerror(static_cast<CURLcode>(curlCode));
   if (told.empty()) return general;
   if (quotesProxy(told)) return general + ": the proxy's address, from the environment, cannot be used";
   return std::string(told);
