@@ -92,6 +92,36 @@ LayoutAnswer<Layout> shownAnswer(const Answer<Layout>& answer, const Date& asked
   return shownAs;
 }
 
+bool isEmpty(const ObjectLayoutInfo& layout) {
+  return layout.searchColumns.empty();
+}
+
+bool isEmpty(const ObjectCompactLayoutInfo& layout) {
+  return layout.layoutFields.empty();
+}
+
+/// Adds the names that the answer shows to lack a layout to `lacking`, those of which it doesn't tell to
+/// `unanswered`.
+template <class Layout>
+void noteLacking(const Answer<Layout>& answer, const Wording& wording, std::vector<std::string>& lacking,
+                 std::map<std::string, std::string>& unanswered) {
+  for (const auto& [name, layout] : answer.found)
+    if (isEmpty(layout)) lacking.push_back(name);
+  for (const auto& [name, reason] : answer.missing) {
+    if (reason.why() == Why::unknown)
+      lacking.push_back(name);
+    else
+      unanswered.emplace(name, textOf(reason, wording));
+  }
+  std::sort(lacking.begin(), lacking.end());
+}
+
+LackingLayouts lackingSearchColumns(const Answer<ObjectLayoutInfo>& answer, const Wording& wording) {
+  LackingLayouts lacking;
+  noteLacking(answer, wording, lacking.searchColumns, lacking.unanswered);
+  return lacking;
+}
+
 Wording wordingWithout(const std::shared_ptr<const hostkit::KnownSecrets>& secrets) {
   return [secrets](const Failure& failure) { return shownFailure(failure, *secrets); };
 }
@@ -209,6 +239,23 @@ void Explorer::searchLayout(const std::string& name,
 void Explorer::compactLayout(const std::string& name,
                              std::function<void(CompactLayoutAnswer)> completion) const {
   askLayout<ObjectCompactLayoutInfo>(&Catalog::headlines, name, std::move(completion));
+}
+
+void Explorer::lackingLayouts(const std::vector<std::string>& names,
+                              std::function<void(LackingLayouts)> completion) const {
+  const auto options = command::questionOptions(arguments_);
+  ask<ObjectLayoutInfo>(
+      &Catalog::searchColumns, names, options,
+      [names, asked = catalog(), options, wording = wordingWithout(secrets_),
+       completion = std::move(completion)](const auto& columns) {
+        asked->headlines(names, options)
+            .then([asked, wording, completion,
+                   lacking = lackingSearchColumns(columns, wording)](const auto& headlines) mutable {
+              noteLacking(headlines, wording, lacking.headlines, lacking.unanswered);
+              completion(std::move(lacking));
+            })
+            .detach();
+      });
 }
 
 template <class T>

@@ -74,6 +74,10 @@ class Explorer {
   void searchLayout(const std::string& name, std::function<void(SearchLayoutAnswer)> completion) const;
   void compactLayout(const std::string& name, std::function<void(CompactLayoutAnswer)> completion) const;
 
+  /// Which of these types have no search columns or no headline.
+  void lackingLayouts(const std::vector<std::string>& names,
+                      std::function<void(LackingLayouts)> completion) const;
+
   /// The icon of an id that a presentation bears.
   void icon(const std::string& id, IconStore::Completion completion) const;
 

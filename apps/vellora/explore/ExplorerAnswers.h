@@ -105,6 +105,19 @@ struct RefreshAnswer {
   }
 };
 
+/// Which of several types lack a layout.
+struct LackingLayouts {
+  std::vector<std::string> searchColumns;         ///< those for which the server has no search columns
+  std::vector<std::string> headlines;             ///< those for which it has no headline
+  std::map<std::string, std::string> unanswered;  ///< of which that isn't known, and why
+
+  static constexpr auto fields() {
+    return std::tuple(json::field("searchColumns", &LackingLayouts::searchColumns),
+                      json::field("headlines", &LackingLayouts::headlines),
+                      json::field("unanswered", &LackingLayouts::unanswered));
+  }
+};
+
 using SearchLayoutAnswer = LayoutAnswer<ObjectLayoutInfo>;
 using CompactLayoutAnswer = LayoutAnswer<ObjectCompactLayoutInfo>;
 

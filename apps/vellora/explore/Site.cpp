@@ -28,6 +28,7 @@ constexpr const char* iconPolicy = "default-src 'none'; frame-ancestors 'none'; 
 constexpr const char* policyHeader = "Content-Security-Policy";
 
 constexpr std::size_t mostNames = 200;
+constexpr const char* namesWanted = "\"names\" must be 1 to 200 names of object types.";
 
 template <class T>
 Response jsonResponse(const T& value) {
@@ -105,7 +106,7 @@ struct Call {
 
   void presentations() const {
     const auto names = namesIn(target);
-    if (!names) return badRequest("\"names\" must be 1 to 200 names of object types.");
+    if (!names) return badRequest(namesWanted);
     const auto theme = http::percentDecoded(target.encodedItem("theme").value_or(""));
     if (!theme || command::keyThatIsNoText({*theme})) return badRequest("\"theme\" must be a text.");
     explorer.presentations(*names, *theme, answeringWithJson<PresentationAnswer>(exchange));
@@ -121,6 +122,12 @@ struct Call {
     const auto names = namesIn(target);
     if (!names || names->size() != 1) return badRequest("\"names\" must be the name of one object type.");
     explorer.compactLayout(names->front(), answeringWithJson<CompactLayoutAnswer>(exchange));
+  }
+
+  void lackingLayouts() const {
+    const auto names = namesIn(target);
+    if (!names) return badRequest(namesWanted);
+    explorer.lackingLayouts(*names, answeringWithJson<LackingLayouts>(exchange));
   }
 
   void icon() const {
@@ -161,6 +168,7 @@ constexpr Route routes[] = {
     {"/api/presentations", Need::key, &Call::presentations},
     {"/api/search-layout", Need::key, &Call::searchLayout},
     {"/api/compact-layout", Need::key, &Call::compactLayout},
+    {"/api/lacking-layouts", Need::key, &Call::lackingLayouts},
     {"/api/icon", Need::ownPage, &Call::icon},  // browsers send no key for an image; its id is one
     {"/api/server", Need::keyAndOrigin, &Call::server},
     {"/api/prefetch", Need::keyAndOrigin, &Call::prefetch},

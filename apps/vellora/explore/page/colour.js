@@ -24,7 +24,7 @@ export function contrast(one, other) {
 
 // White where it can be read, as icons mostly are white. Where its contrast is below 4.5 : 1, black's is above
 // 4.6 : 1.
-function inkOn(colour) {
+export function inkOn(colour) {
   return contrast(white, colour) >= 4.5 ? white : black;
 }
 

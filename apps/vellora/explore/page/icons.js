@@ -1,5 +1,6 @@
 import { iconAddress } from "./api.js";
 import { make } from "./dom.js";
+import { makeVisible } from "./ink.js";
 
 function initials(text) {
   const letters = [...String(text).replace(/[^\p{L}\p{N}]/gu, "")];
@@ -10,6 +11,7 @@ function initials(text) {
 // two to everything else.
 const mostLoading = 4;
 const waiting = []; // images and the addresses of their icons, the next one first
+const left = new WeakMap(); // addresses for images that had left the page when it was their turn
 let loading = 0;
 
 function ended() {
@@ -20,7 +22,10 @@ function ended() {
 function loadNext() {
   while (loading < mostLoading && waiting.length > 0) {
     const { image, address } = waiting.shift();
-    if (!image.isConnected) continue; // its tile has been replaced
+    if (!image.isConnected) {
+      left.set(image, address);
+      continue;
+    }
     ++loading;
     delete image.dataset.waiting;
     image.addEventListener("load", ended, { once: true });
@@ -33,9 +38,18 @@ function loadNext() {
 // come before those of the tiles.
 export function loadIcon(image, id, isUrgent = false) {
   image.dataset.waiting = "";
+  image.addEventListener("load", () => image.isConnected && makeVisible(image), { once: true });
   const wanted = { image, address: iconAddress(id) };
   if (isUrgent) waiting.unshift(wanted);
   else waiting.push(wanted);
+  queueMicrotask(loadNext);
+}
+
+// Call it when an image comes into the page again.
+export function resumeIcon(image) {
+  if (!left.has(image)) return;
+  waiting.push({ image, address: left.get(image) });
+  left.delete(image);
   queueMicrotask(loadNext);
 }
 

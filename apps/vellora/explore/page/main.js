@@ -1,13 +1,17 @@
 import { showActivity } from "./activity.js";
+import { leave, nameInAddress, noteStep } from "./address.js";
 import { get, onNewKey, post, Refused, useKeyIn } from "./api.js";
 import { showChanges } from "./changes.js";
 import { close, currentName, open } from "./detail.js";
 import { byId, foreign, make } from "./dom.js";
 import { reason } from "./failure.js";
 import { closeFailurePage, isFailurePageOpen, isAttempting, openFailurePage, openWayIn, showAttempt } from "./failurepage.js";
-import { forgetPresentations } from "./presentations.js";
+import { showAll } from "./finder.js";
 import { server } from "./server.js";
-import { filter, linkOf, markCurrent, showIconsAgain, showTypes, visibleLinks } from "./tiles.js";
+import { isSheet, showSheet } from "./sheet.js";
+import { forgetFailed, forgetLayouts } from "./survey.js";
+import { focusType, forgetTypes, markCurrent, showIconsAgain } from "./tiles.js";
+import { allNames, setTypes } from "./types.js";
 
 const search = byId("search");
 const reachable = byId("reachable");
@@ -50,24 +54,24 @@ function showNotice(text, isBad = false, ...more) {
   notice.hidden = text === "";
 }
 
-function showCount() {
-  const { shown, all } = filter(search.value);
-  const text = search.value.trim() ? `${shown} of ${all}` : `${all}`;
-  byId("count").textContent = all === 0 ? "None yet" : shown === 0 ? "Nothing matches" : text;
+// The types as they are listed now; what is known of the others is looked up again.
+function list(types) {
+  byId("skeleton").hidden = true;
+  setTypes(types);
+  forgetLayouts();
+  forgetTypes();
+  showAll();
 }
 
 async function showList(state) {
   const { ageSeconds } = state.sObjects;
-  if (ageSeconds === undefined) return showCount();
+  if (ageSeconds === undefined) return undefined;
   const fetched = Date.now() / 1000 - ageSeconds;
   if (fetchedAt !== undefined && Math.abs(fetched - fetchedAt) < 1 && changesAt === state.changes) return undefined;
   [fetchedAt, changesAt] = [fetched, state.changes];
   const types = await get("types");
   if (types.length === 0) fetchedAt = undefined; // the time is written after the list, but read before it
-  forgetPresentations();
-  byId("skeleton").hidden = true;
-  showTypes(types);
-  showCount();
+  list(types);
   if (currentName() === null) openFromAddress(false);
   else markCurrent(currentName());
   return undefined;
@@ -90,7 +94,7 @@ async function setReachable(isReachable) {
 
 // Without a list to work with a failure takes its place. Where there is one, a line above it leads there.
 function showFailure(state, asksForIt = false) {
-  const count = visibleLinks().length;
+  const count = allNames().length;
   const isOffline = !state.reachable && count > 0;
   if (state.prefetch === "loaded" || (isOffline && !asksForIt)) return closeFailurePage();
   if (state.prefetch !== "failed" || (isFailurePageOpen() && !isAttempting())) return undefined;
@@ -120,7 +124,10 @@ async function poll() {
   byId("server").replaceChildren(foreign(state.server), ` · theme `, foreign(state.theme));
   if (reachable !== document.activeElement || reachable.checked === state.reachable) reachable.checked = state.reachable;
   showPrefetch(state);
-  if (state.reachable && !wasReachable) showIconsAgain();
+  if (state.reachable && !wasReachable) {
+    forgetFailed();
+    showIconsAgain();
+  }
   wasReachable = state.reachable;
   hasLoaded ||= state.prefetch === "loaded";
   hasFailed = state.prefetch === "failed";
@@ -161,38 +168,35 @@ function enter(text) {
 }
 
 function openFromAddress(movesFocus = true) {
-  const name = /^#\/(.+)$/.exec(location.hash)?.[1];
-  if (name === undefined) return;
-  let decoded;
-  try {
-    decoded = decodeURIComponent(name);
-  } catch {
-    return;
-  }
-  open(decoded);
-  markCurrent(decoded);
-  if (movesFocus) byId("detail-heading").focus();
+  noteStep();
+  const name = nameInAddress();
+  if (name === undefined) return closeOpen();
+  open(name);
+  markCurrent(name);
+  showSheet(true);
+  if (movesFocus || isSheet()) byId("detail-heading").focus();
+  return undefined;
 }
 
-search.addEventListener("input", showCount);
-
-search.addEventListener("keydown", (event) => {
-  const [first] = visibleLinks();
-  if (event.key === "ArrowDown" && first) {
-    event.preventDefault();
-    first.focus();
-  }
-  if (event.key === "Enter") first?.click();
-});
+function closeOpen() {
+  const name = currentName();
+  if (name === null) return;
+  close();
+  markCurrent(null);
+  showSheet(false);
+  focusType(name);
+}
 
 document.addEventListener("keydown", (event) => {
   const isTyping = event.target instanceof HTMLInputElement && event.target.type === "search";
-  if (event.key === "/" && !isTyping && !event.ctrlKey && !event.metaKey && !event.altKey) {
+  if (event.key === "/" && !isTyping && !isSheet() && !event.ctrlKey && !event.metaKey && !event.altKey) {
     event.preventDefault();
     search.focus();
     search.select();
   }
-  if (event.key === "Escape" && byId("detail").contains(document.activeElement)) linkOf(currentName())?.focus();
+  if (event.key !== "Escape") return;
+  if (isSheet()) leave();
+  else if (byId("sheet").contains(document.activeElement)) focusType(currentName());
 });
 
 addEventListener("hashchange", () => openFromAddress());
@@ -216,6 +220,11 @@ byId("refresh").addEventListener("click", async ({ target }) => {
   } finally {
     target.ariaBusy = "false";
   }
+});
+
+byId("skip").addEventListener("click", (event) => {
+  event.preventDefault();
+  focusType();
 });
 
 close();

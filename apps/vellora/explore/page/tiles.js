@@ -1,93 +1,192 @@
-import { walkWithArrowKeys } from "./arrowkeys.js";
-import { paint } from "./colour.js";
-import { byId, foreign, make } from "./dom.js";
-import { bestIcon, iconImage } from "./icons.js";
-import { knownPresentations, wantNoPresentations, wantPresentations } from "./presentations.js";
-import { matches, setTypes } from "./types.js";
+// The grid of object types: tiles, or a list. It is one tab stop; keys lead from type to type.
+import { cellsOf, forgetAllCells, forgetCells, linkOf, setAsList, showFailure, showPresentation } from "./cells.js";
+import { byId } from "./dom.js";
+import { target } from "./gridkeys.js";
+import { lookUpAgain, wantOnly } from "./presentations.js";
+import { Rows } from "./rows.js";
 
-const list = byId("tiles");
-const tiles = new Map(); // by API name
+const scroller = byId("list");
+const grid = byId("tiles");
+const body = byId("rows");
+const head = byId("list-head");
+const probe = byId("probe"); // as wide as the narrowest column and as high as a row
+const contents = new WeakMap(); // what a row's element holds
+const rows = new Rows(scroller, body, fill);
+let shown = []; // entries in their order
+let positions = new Map(); // in `shown`, by API name
+let columns = 1;
+let active; // API name of the type that Tab leads to
+let current = null; // API name of the open type
+let noteFirst = () => {};
 
-// A tile gets its presentation when it comes into view.
-const watcher = new IntersectionObserver(
-  (entries) => {
-    const seen = entries
-      .filter(({ isIntersecting, target }) => isIntersecting && tiles.has(target.dataset.name))
-      .map(({ target }) => target);
-    seen.forEach((tile) => watcher.unobserve(tile));
-    wantPresentations(seen.map((tile) => tile.dataset.name), show, showFailure);
-  },
-  { rootMargin: "400px" },
-);
-
-function show(name, presentation) {
-  const tile = tiles.get(name);
-  if (!tile) return;
-  const swatch = tile.querySelector(".swatch");
-  paint(swatch, presentation.info.color);
-  swatch.replaceChildren(iconImage(bestIcon(presentation), 30, presentation.info.label));
-  tile.querySelector(".failure")?.remove();
+function isList() {
+  return grid.dataset.view === "list";
 }
 
-// A tile that cannot be filled says why.
-function showFailure(name, reason) {
+function fill(row, number) {
+  const entries = shown.slice(number * columns, (number + 1) * columns);
+  const before = contents.get(row);
+  if (before?.length === entries.length && entries.every((entry, at) => entry === before[at])) return;
+  contents.set(row, entries);
+  row.replaceChildren(...entries.flatMap(({ type }) => cellsOf(type)));
+  for (const { type } of entries) dress(type.name);
+}
+
+// Which link Tab leads to, and which type is open.
+function dress(name) {
   const link = linkOf(name);
-  if (!link || link.querySelector(".failure")) return;
-  link.append(foreign(`Not looked up: ${reason}`, "span", { class: "failure" }));
+  if (!link) return;
+  link.tabIndex = name === active ? 0 : -1;
+  if (name === current) link.setAttribute("aria-current", "true");
+  else link.removeAttribute("aria-current");
+}
+
+function rowOf(name) {
+  return Math.floor((positions.get(name) ?? 0) / columns);
+}
+
+function activate(name) {
+  const before = active;
+  active = name;
+  rows.pin(rowOf(name));
+  rows.render();
+  dress(before);
+  dress(name);
+}
+
+function seen() {
+  rows.render();
+  forgetCells();
+  wantOnly([...body.querySelectorAll("[data-name]")].map(({ dataset }) => dataset.name), showPresentation, showFailure);
+  noteFirst(rows.first * columns);
+}
+
+function layOut() {
+  const { width, height } = probe.getBoundingClientRect();
+  columns = isList() ? 1 : Math.max(1, Math.floor(body.clientWidth / width));
+  grid.style.setProperty("--columns", columns);
+  grid.setAttribute("aria-colcount", isList() ? head.childElementCount : columns);
+  const count = Math.ceil(shown.length / columns);
+  grid.setAttribute("aria-rowcount", count + (isList() ? 1 : 0));
+  rows.pin(rowOf(active));
+  rows.set(count, height, isList() ? 1 : 0);
+  seen();
+}
+
+// After a change of size or view: what was seen first stays so.
+function layOutAgain() {
+  const first = shown[rows.first * columns]?.type.name;
+  layOut();
+  if (first !== undefined && scroller.scrollTop > 0) rows.scrollTo(rowOf(first));
+}
+
+// Lists these entries. Where the focus was on a type, it is afterwards.
+export function show(entries) {
+  const hadFocus = body.contains(document.activeElement);
+  shown = entries;
+  positions = new Map(entries.map(({ type }, at) => [type.name, at]));
+  if (!positions.has(active)) active = (positions.has(current) ? current : undefined) ?? entries[0]?.type.name;
+  layOut();
+  dress(active);
+  if (hadFocus && !body.contains(document.activeElement)) linkOf(active)?.focus({ preventScroll: true });
+}
+
+// Makes all cells anew: what they show may have changed.
+function forgetContents() {
+  forgetAllCells();
+  for (const row of body.children) contents.delete(row);
+}
+
+// After a change of the types, which are looked up again.
+export function forgetTypes() {
+  lookUpAgain();
+  forgetContents();
+}
+
+export function showView(view) {
+  if (grid.dataset.view === view) return;
+  const first = shown[rows.first * columns]?.type.name;
+  const wasAtTop = scroller.scrollTop === 0;
+  grid.dataset.view = view;
+  head.hidden = view !== "list";
+  setAsList(view === "list");
+  forgetContents();
+  layOut();
+  if (first !== undefined && !wasAtTop) rows.scrollTo(rowOf(first));
 }
 
 // Once the server is back: what it could not send may be there now.
 export function showIconsAgain() {
-  for (const [name, presentation] of knownPresentations()) show(name, presentation);
-}
-
-function makeTile(type) {
-  const link = make(
-    "a",
-    { class: "tile", href: `#/${encodeURIComponent(type.name)}` },
-    make("span", { class: "swatch", "aria-hidden": "true" }),
-    foreign(type.label, "span", { class: "label" }),
-    foreign(type.name, "span", { class: "name" }),
-  );
-  const item = make("li", {}, link);
-  item.dataset.name = type.name;
-  return item;
-}
-
-export function showTypes(listed) {
-  watcher.disconnect();
-  wantNoPresentations();
-  tiles.clear();
-  for (const type of setTypes(listed)) tiles.set(type.name, makeTile(type));
-  list.replaceChildren(...tiles.values());
-  for (const [name, tile] of tiles) {
-    const known = knownPresentations().get(name);
-    if (known) show(name, known);
-    watcher.observe(tile);
-  }
-}
-
-// Shows the tiles that match and says how many of how many.
-export function filter(query) {
-  let shown = 0;
-  for (const [name, tile] of tiles) {
-    tile.hidden = !matches(name, query.trim());
-    if (!tile.hidden) ++shown;
-  }
-  return { shown, all: tiles.size };
-}
-
-export function visibleLinks() {
-  return [...list.querySelectorAll("li:not([hidden]) > a")];
-}
-
-export function linkOf(name) {
-  return tiles.get(name)?.firstElementChild;
+  forgetTypes();
+  show(shown);
 }
 
 export function markCurrent(name) {
-  list.querySelector("[aria-current]")?.removeAttribute("aria-current");
-  linkOf(name)?.setAttribute("aria-current", "true");
+  const before = current;
+  current = name;
+  dress(before);
+  dress(name);
+  if (positions.has(name)) activate(name);
 }
 
-walkWithArrowKeys(list, visibleLinks, () => byId("search").focus());
+function focusAt(at) {
+  const name = shown[at].type.name;
+  activate(name);
+  rows.reveal(rowOf(name));
+  linkOf(name).focus({ preventScroll: true });
+}
+
+// The type's link gets the focus, or the one that Tab leads to where this type isn't listed.
+export function focusType(name) {
+  const at = positions.get(name) ?? positions.get(active);
+  if (at !== undefined) focusAt(at);
+}
+
+export function focusFirst() {
+  if (shown.length > 0) focusAt(0);
+}
+
+export function openFirst() {
+  if (shown.length === 0) return;
+  activate(shown[0].type.name);
+  linkOf(active).click();
+}
+
+export function toTop() {
+  scroller.scrollTop = 0;
+}
+
+// Shows the entry of that number as the first one, and has Tab lead there.
+export function leadTo(at) {
+  activate(shown[at].type.name);
+  rows.scrollTo(Math.floor(at / columns));
+}
+
+// Calls `note` with the number of the entry that is seen first, after each scrolling.
+export function onScroll(note) {
+  noteFirst = note;
+}
+
+grid.addEventListener("keydown", (event) => {
+  const name = event.target.closest("[data-name]")?.dataset.name;
+  if (name === undefined || event.altKey || event.ctrlKey || event.metaKey || event.shiftKey) return;
+  const to = target(event.key, positions.get(name), { count: shown.length, columns, page: rows.page });
+  if (to === undefined) return;
+  event.preventDefault();
+  if (to === "out") byId("search").focus();
+  else focusAt(to);
+});
+
+grid.addEventListener("focusin", ({ target: focused }) => {
+  const name = focused.closest("[data-name]")?.dataset.name;
+  if (name !== undefined && name !== active) activate(name);
+});
+
+// The whole line of a list leads where its link leads.
+body.addEventListener("click", ({ target: clicked }) => {
+  if (!clicked.closest("a") && isList()) clicked.closest(".row-of-types")?.querySelector("a")?.click();
+});
+
+scroller.addEventListener("scroll", seen, { passive: true });
+new ResizeObserver(layOutAgain).observe(scroller);
+new ResizeObserver(layOutAgain).observe(probe);

@@ -84,6 +84,11 @@ class ExplorerFixture : public testing::Test {
         [&](auto completion) { explorer->compactLayout(name, std::move(completion)); });
   }
 
+  [[nodiscard]] LackingLayouts lackingLayouts(const std::vector<std::string>& names) const {
+    return answerOf<LackingLayouts>(
+        [&](auto completion) { explorer->lackingLayouts(names, std::move(completion)); });
+  }
+
   const std::shared_ptr<testkit::StubNetwork> network = std::make_shared<testkit::StubNetwork>();
   const std::shared_ptr<testkit::StubNetwork> icons = std::make_shared<testkit::StubNetwork>();
   const std::shared_ptr<hostkit::KnownSecrets> secrets = std::make_shared<hostkit::KnownSecrets>();

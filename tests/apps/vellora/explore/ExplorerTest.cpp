@@ -66,6 +66,33 @@ TEST_F(ExplorerTest, SaysWhereALayoutCameFrom) {
   EXPECT_FALSE(again.failure);
 }
 
+TEST_F(ExplorerTest, TellsWhichTypesLackALayout) {
+  using testkit::StubNetwork;
+  network->answer("/services/data/v50.0/search/layout?q=Account,Empty,Note", StubNetwork::body(R"json([
+      {"objectType":"Empty","searchColumns":[]},
+      {"objectType":"Account","searchColumns":[{"name":"Name","label":"Name","field":"Name"}]}])json"));
+  network->answer("/services/data/v53.0/compactLayouts?q=Account,Empty,Note",
+                  StubNetwork::body(R"json({"Account":{"objectType":"Account","layoutFields":[]},
+      "Note":{"objectType":"Note","layoutFields":[
+        {"apiName":"Title","fieldType":"string","label":"Title","htmlFormatted":false}]}})json"));
+  const auto lacking = lackingLayouts({"Note", "Account", "Empty"});
+  EXPECT_EQ(lacking.searchColumns, (std::vector<std::string>{"Empty", "Note"}));
+  EXPECT_EQ(lacking.headlines, (std::vector<std::string>{"Account", "Empty"}));
+  EXPECT_TRUE(lacking.unanswered.empty());
+}
+
+TEST_F(ExplorerTest, SaysOfWhichTypesItCannotTellWhetherTheyLackALayout) {
+  waitForPrefetch();
+  static_cast<void>(searchLayout("Account"));
+  static_cast<void>(compactLayout("Account"));
+  explorer->setServerReachable(false);
+  const auto lacking = lackingLayouts({"Account", "Note"});
+  EXPECT_TRUE(lacking.searchColumns.empty());
+  EXPECT_TRUE(lacking.headlines.empty());
+  const std::map<std::string, std::string> unanswered{{"Note", "the server has been taken away"}};
+  EXPECT_EQ(lacking.unanswered, unanswered);
+}
+
 TEST_F(ExplorerTest, ShowsTheLayoutOfTheTypeThatWasAskedForAmongOthers) {
   using testkit::StubNetwork;
   network->answer("/services/data/v50.0/search/layout?q=Account", StubNetwork::body(R"json([

@@ -107,8 +107,9 @@ TEST_F(SiteTest, RefusesWhatTheGuardRefusesWithTheSameHeaders) {
   EXPECT_EQ(reply.status, 421);
   EXPECT_EQ(reply.headers.at("content-security-policy"),
             ask("GET /", "").headers.at("content-security-policy"));
-  for (const auto* path : {"/api/state", "/api/types", "/api/presentations?names=Account",
-                           "/api/search-layout?names=Account", "/api/compact-layout?names=Account"})
+  for (const auto* path :
+       {"/api/state", "/api/types", "/api/presentations?names=Account", "/api/search-layout?names=Account",
+        "/api/compact-layout?names=Account", "/api/lacking-layouts?names=Account"})
     EXPECT_EQ(ask(std::string("GET ") + path, "").status, 401) << path;
   EXPECT_EQ(ask("GET /main.js", "Sec-Fetch-Site: cross-site\r\n").status, 403);
   EXPECT_EQ(ask("GET /api/icon?id=icon-key-0", "Sec-Fetch-Site: cross-site\r\n").status, 403);
@@ -180,12 +181,22 @@ TEST_F(SiteTest, ShowsTypesPresentationsAndLayoutsAsJson) {
             R"("fieldType":"string","label":"Name","htmlFormatted":false}]}})");
 }
 
+TEST_F(SiteTest, ShowsAsJsonWhichTypesLackALayout) {
+  waitForPrefetch();
+  static_cast<void>(get("/api/search-layout?names=Account"));
+  static_cast<void>(get("/api/compact-layout?names=Account"));
+  EXPECT_EQ(post("/api/server?reachable=false").status, 204);
+  EXPECT_EQ(get("/api/lacking-layouts?names=Account,Note").body,
+            R"({"searchColumns":[],"headlines":[],"unanswered":{"Note":"the server has been taken away"}})");
+}
+
 TEST_F(SiteTest, RefusesNamesThatNoTypeHas) {
   std::string many = "a";
   for (int i = 0; i < 200; ++i) many += ",a";
   for (const std::string names : {"", ",", "a,", "%", "%ff", many.c_str()}) {
     EXPECT_EQ(get("/api/presentations?names=" + names).status, 400) << names;
     EXPECT_EQ(get("/api/search-layout?names=" + names).status, 400) << names;
+    EXPECT_EQ(get("/api/lacking-layouts?names=" + names).status, 400) << names;
   }
   EXPECT_EQ(get("/api/presentations").status, 400);
   EXPECT_EQ(get("/api/presentations?names=a&theme=%").status, 400);

@@ -53,6 +53,19 @@ LOW_CONTRASTS = """
   return [measured, low];
 """
 
+# Scrolls by a page, from the end back to the start, unless the type is in the page.
+SCROLL_TO = """
+  const list = document.querySelector("#list");
+  const cell = [...document.querySelectorAll("#rows [data-name]")].find(({ dataset }) => dataset.name === arguments[0]);
+  if (cell) {
+    cell.scrollIntoView({ block: "center" });
+    return true;
+  }
+  const isAtEnd = list.scrollTop + list.clientHeight >= list.scrollHeight - 1;
+  list.scrollTop = isAtEnd ? 0 : list.scrollTop + list.clientHeight / 2;
+  return false;
+"""
+
 ICONS_ARE_LOADED = "return [...document.images].every((image) => image.complete && image.dataset.waiting === undefined)"
 PANEL_IS_FILLED = "return document.querySelectorAll('#detail .origin .badge').length === 3 && !document.querySelector('#detail [aria-busy]')"
 
@@ -81,6 +94,21 @@ class PageTest(unittest.TestCase):
 
     def wait_for_tiles(self):
         self.browser.wait("return document.querySelectorAll('.tile .icon').length > 20")
+
+    def scroll_to(self, name):
+        """Scrolls through the types until this one is in the page, and seen."""
+        self.browser.wait(SCROLL_TO, name)
+
+    def names_in_order(self):
+        """The API names of all types that are listed, found by scrolling through them."""
+        self.browser.run("document.querySelector('#list').scrollTop = 0")
+        names = {}
+        for _ in range(1000):
+            self.browser.run_async("requestAnimationFrame(() => requestAnimationFrame(arguments[0]))")
+            names |= dict.fromkeys(self.browser.run("return [...document.querySelectorAll('#rows [data-name]')].map((cell) => cell.dataset.name)"))
+            if self.browser.run("const list = document.querySelector('#list'), at = list.scrollTop; list.scrollTop += 300; return list.scrollTop === at"):
+                return list(names)
+        self.fail("the list has no end")
 
     def text(self, selector):
         return self.browser.run("return document.querySelector(arguments[0]).innerText", selector)
@@ -112,15 +140,16 @@ class DemoPageTest(PageTest):
     def test_shows_every_type_as_a_tile_in_its_colour_with_its_icon(self):
         server = self.explore_demo()
         self.assertEqual(self.text("#count"), "44")
-        self.assertEqual(self.browser.run("return document.querySelectorAll('#tiles li').length"), 44)
-        account = "li[data-name=Account] .swatch"
+        self.assertEqual(len(self.names_in_order()), 44)
+        account = "[data-name=Account] .swatch"
         colour = "return getComputedStyle(document.querySelector(arguments[0])).backgroundColor"
         self.assertEqual(self.browser.run(colour, account), "rgb(47, 111, 222)")
         self.browser.wait("return document.querySelector(arguments[0] + ' img').naturalWidth > 0", account)
-        self.browser.run("document.querySelector('li[data-name=Permit]').scrollIntoView()")
-        self.browser.wait("return document.querySelector('li[data-name=Permit] .painted')")
-        self.assertEqual(self.browser.run(colour, "li[data-name=Permit] .swatch"), "rgb(0, 170, 102)")
-        self.assertEqual(self.text("li[data-name=AccessGrant] .swatch"), "Ac")
+        self.scroll_to("Permit")
+        self.browser.wait("return document.querySelector('[data-name=Permit] .painted')")
+        self.assertEqual(self.browser.run(colour, "[data-name=Permit] .swatch"), "rgb(0, 170, 102)")
+        self.scroll_to("AccessGrant")
+        self.assertEqual(self.text("[data-name=AccessGrant] .swatch"), "Ac")
         self.assertIn(server.url, self.text("#server"))
         self.assertIn("Loaded", self.text("#prefetch"))
         self.assertNotIn("key=", self.browser.run("return location.href"))
@@ -176,7 +205,7 @@ class DemoPageTest(PageTest):
 
     def test_searches_while_one_types(self):
         self.explore_demo()
-        shown = "return [...document.querySelectorAll('#tiles li:not([hidden])')].map((tile) => tile.dataset.name)"
+        shown = "return [...document.querySelectorAll('#rows [data-name]')].map((tile) => tile.dataset.name)"
         for typed, expected in (
             ("invoice", ["Invoice", "InvoiceLine"]),
             ("BEHÄLTER", ["Container"]),
@@ -193,7 +222,7 @@ class DemoPageTest(PageTest):
 
     def test_is_used_with_the_keyboard_alone(self):
         self.explore_demo()
-        focused = "return document.activeElement.closest('li')?.dataset.name ?? document.activeElement.id"
+        focused = "return document.activeElement.closest('[data-name]')?.dataset.name ?? document.activeElement.id"
         self.browser.press("/", *"case", "ArrowDown")
         self.assertEqual(self.browser.run(focused), "Case")
         self.browser.press("Enter")
@@ -205,8 +234,8 @@ class DemoPageTest(PageTest):
         self.assertEqual(self.browser.run(focused), "search")
         self.browser.run("document.activeElement.value = ''; document.activeElement.dispatchEvent(new Event('input'))")
         self.browser.press("ArrowDown", "ArrowRight", "ArrowRight")
-        order = "return [...document.querySelectorAll('#tiles li')].map((tile) => tile.dataset.name)"
-        tiles = self.browser.run(order)
+        tiles = self.names_in_order()
+        self.browser.run("document.querySelector('#list').scrollTop = 0")
         self.assertEqual(self.browser.run(focused), tiles[2])
         self.browser.press("ArrowDown")
         below = "return document.activeElement.getBoundingClientRect().left"
@@ -232,8 +261,8 @@ class DemoPageTest(PageTest):
             ("#again", ("button", "Start again")),
             ("#refresh", ("button", "Refresh from the server")),
             ("#prefetch", ("status", "Prefetch")),
-            ("#tiles", ("list", "Object types")),
-            ("li[data-name=Account] a", ("link", "Account Account")),
+            ("#tiles", ("grid", "Object types")),
+            ("[data-name=Account] a", ("link", "Account Account 001")),
             ("#detail", ("region", "Account")),
             ("#detail-heading", ("heading", "Account")),
             (".activity", ("region", "Cache and network")),
@@ -270,8 +299,9 @@ class DemoPageTest(PageTest):
         self.open_type("Account")
         self.assertEqual(self.sources(), ["from the cache"] * 3)
         self.assert_contrasts()
-        last = "document.querySelector('#tiles li:last-child')"
-        self.browser.run(f"{last}.scrollIntoView()")
+        name = self.names_in_order()[-1]
+        self.scroll_to(name)
+        last = f"document.querySelector('[data-name={name}]')"
         self.browser.wait(f"return {last}.querySelector('.initials')")
         self.assertEqual(server.requests(), sent)
         self.flip_switch(True)
@@ -297,7 +327,7 @@ class DemoPageTest(PageTest):
         self.assert_no_tiles()
 
     def assert_no_tiles(self):
-        self.assertEqual(self.browser.run("return document.querySelectorAll('#tiles li').length"), 0)
+        self.assertEqual(self.browser.run("return document.querySelectorAll('#rows [data-name]').length"), 0)
 
     def test_says_when_the_command_has_ended(self):
         server = self.stopping(RecordsServer(PROGRAMS["records-server"]))
@@ -352,18 +382,18 @@ class HostilePageTest(PageTest):
         endless = "Endless" + "x" * 40_000  # too long for any
         server = self.stopping(Server(plain_answer(["Plain", "", endless, *long_names])))
         self.explore(server.url)
-        self.browser.wait("return document.querySelectorAll('#tiles li').length === 73")
+        self.browser.wait("return document.querySelector('#count').innerText === '73'")
+        painted, failures = 0, []
         for name in ["Plain", "", endless, *long_names[::10], long_names[-1]]:
-            self.browser.run("document.querySelector(`li[data-name='${arguments[0]}']`).scrollIntoView()", name)
-            tile = "document.querySelector(`li[data-name='${arguments[0]}']`)"
-            self.browser.wait(f"return {tile}.querySelector('.painted, .failure')", name)
-        shown = "return document.querySelectorAll('#tiles .painted').length"
-        self.browser.wait(f"{shown} >= 9")
-        failures = "return [...document.querySelectorAll('#tiles .failure')].map((failure) => failure.textContent)"
-        self.assertEqual(
-            sorted(self.browser.run(failures)),
-            ["Not looked up: it has no name.", "Not looked up: its name is too long."],
-        )
+            self.scroll_to(name)
+            tile = "document.querySelector(`[data-name='${arguments[0]}']`)"
+            text = self.browser.wait(f"const shown = {tile}.querySelector('.painted, .failure'); return shown && [shown.textContent]", name)[0]
+            if text.startswith("Not looked up"):
+                failures.append(text)
+            else:
+                painted += 1
+        self.assertEqual(painted, 9)
+        self.assertEqual(sorted(failures), ["Not looked up: it has no name.", "Not looked up: its name is too long."])
 
     def test_icons_that_stall_hold_up_no_lookup(self):
         over = threading.Event()
@@ -390,7 +420,7 @@ class HostilePageTest(PageTest):
         (folder / "token").write_text("canary-5f0c9d7e41b2")
         server = self.stopping(Server(plain_answer(["Account"])))
         self.explore(server.url, "--token-file", folder / "token")
-        self.browser.wait("return document.querySelector('li[data-name=Account] img')")
+        self.browser.wait("return document.querySelector('[data-name=Account] img')")
         self.browser.wait(ICONS_ARE_LOADED)
         self.assertIsNone(server.authorizations["/icon/0.svg"])
         lists = {target: sent for target, sent in server.authorizations.items() if target.startswith("/services/")}
