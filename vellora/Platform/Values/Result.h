@@ -5,8 +5,19 @@
 #include <variant>
 
 #include "vellora/Platform/Values/Error.h"
+#include "vellora/Platform/Values/Export.h"
 
 namespace vellora {
+
+namespace detail {
+
+/// Says on standard error what the failure was whose value was asked for, and ends the process.
+[[noreturn]] VELLORA_EXPORT void endForWantOfValue(const Error& failure) noexcept;
+
+/// Says on standard error that there is no error to be had, and ends the process.
+[[noreturn]] VELLORA_EXPORT void endForWantOfError() noexcept;
+
+}  // namespace detail
 
 /// Either a value or the error that took its place. Errors travel as values: who calls looks before the value
 /// is used.
@@ -19,7 +30,9 @@ namespace vellora {
 ///
 /// Threads: as safe as the value.
 ///
-/// Errors: throws nothing of its own. Asking for what isn't there is the caller's mistake, and undefined.
+/// Errors: throws nothing of its own. Asking for what isn't there is the caller's mistake: it ends the
+/// process
+/// (`std::abort`), after a line on standard error that says what the failure was.
 template <class T>
 class [[nodiscard]] Result {
  public:
@@ -36,14 +49,31 @@ class [[nodiscard]] Result {
   explicit operator bool() const noexcept { return hasValue(); }
 
   /// The value; call only when `hasValue()`. Of a result that is about to go, the value is moved out.
-  [[nodiscard]] T& value() & { return *std::get_if<0>(&state_); }
-  [[nodiscard]] const T& value() const& { return *std::get_if<0>(&state_); }
-  [[nodiscard]] T value() && { return std::move(*std::get_if<0>(&state_)); }
+  [[nodiscard]] T& value() & {
+    requireValue();
+    return *std::get_if<0>(&state_);
+  }
+  [[nodiscard]] const T& value() const& {
+    requireValue();
+    return *std::get_if<0>(&state_);
+  }
+  [[nodiscard]] T value() && {
+    requireValue();
+    return std::move(*std::get_if<0>(&state_));
+  }
 
   /// The error; call only when not `hasValue()`.
-  [[nodiscard]] const Error& error() const { return *std::get_if<1>(&state_); }
+  [[nodiscard]] const Error& error() const {
+    const Error* const failure = std::get_if<1>(&state_);
+    if (failure == nullptr) detail::endForWantOfError();
+    return *failure;
+  }
 
  private:
+  void requireValue() const {
+    if (!hasValue()) detail::endForWantOfValue(error());
+  }
+
   std::variant<T, Error> state_;
 };
 
