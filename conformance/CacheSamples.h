@@ -35,12 +35,6 @@ inline std::string everyByteValue() {
   return bytes;
 }
 
-inline std::vector<std::string> texts(const std::vector<Data>& blobs) {
-  std::vector<std::string> all;
-  for (const Data& one : blobs) all.emplace_back(one.view());
-  return all;
-}
-
 inline std::vector<std::string> names(const std::vector<CorvaneSDK::Row>& rows) {
   std::vector<std::string> all;
   for (const CorvaneSDK::Row& row : rows) {

@@ -8,6 +8,7 @@
 
 #include "conformance/CacheConformance.h"
 #include "conformance/CacheSamples.h"
+#include "conformance/Texts.h"
 #include "vellora/Host/CacheTable.h"
 
 namespace vellora::conformance {
@@ -114,8 +115,10 @@ constexpr Guarantee<CacheHost> guarantees[] = {
 
        EXPECT_THAT(texts(table->load(Query::exact(metaEquals({{"kind", "item"}, {"name", "a"}})))),
                    ElementsAre("data of a"));
-       EXPECT_THAT(table->load(Query::exact(metaEquals({{"kind", "list"}, {"name", "b"}}))), IsEmpty());
-       EXPECT_THAT(table->load(Query::exact(metaEquals({{"name", "a"}, {"unknown", "x"}}))), IsEmpty());
+       EXPECT_THAT(texts(table->load(Query::exact(metaEquals({{"kind", "list"}, {"name", "b"}})))),
+                   IsEmpty());
+       EXPECT_THAT(texts(table->load(Query::exact(metaEquals({{"name", "a"}, {"unknown", "x"}})))),
+                   IsEmpty());
      }},
     {"AFilterWithoutPairsAdmitsEveryRow",
      [](CacheHost& host) {
@@ -237,7 +240,7 @@ constexpr Guarantee<CacheHost> guarantees[] = {
        const auto cache = host.open();
        cache->save(blob("1"), "stamp");
        if (!host.advanceClock(100 * sevenDays)) GTEST_SKIP() << noClock;
-       EXPECT_EQ(cache->load("stamp"), blob("1"));
+       EXPECT_EQ(text(cache->load("stamp")), "1");
      }},
 };
 

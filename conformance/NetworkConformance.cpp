@@ -11,7 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include "conformance/Loan.h"
 #include "conformance/Registration.h"
+#include "conformance/Texts.h"
 #include "conformance/Threads.h"
 #include "tests/support/ScriptedServer.h"
 #include "vellora/Platform/Web/URLComponents.h"
@@ -54,6 +56,12 @@ class Answers {
     return !all_.empty();
   }
 
+  /// Whether no answers can come any more.
+  [[nodiscard]] bool ended() const {
+    const std::lock_guard lock(mutex_);
+    return ended_;
+  }
+
   [[nodiscard]] std::vector<Answer> all() const {
     const std::lock_guard lock(mutex_);
     return all_;
@@ -89,20 +97,36 @@ SharedAnswers send(Network& network, const NetRequest& request) {
   return answers;
 }
 
-/// The one answer to a request; a failure of the test when there is none, or more than one.
-Answers::Answer onlyAnswer(const Answers& answers, NetworkHost& host) {
-  EXPECT_TRUE(answers.waitForOne(host.patience())) << "the completion is never called";
+/// The one answer to a request. Absent when there is none in time, which fails the test: nothing can be said
+/// of what it would have been.
+std::optional<Answers::Answer> onlyAnswer(const Answers& answers, NetworkHost& host) {
+  const auto patience = host.patience();
+  if (!answers.waitForOne(patience)) {
+    ADD_FAILURE() << (answers.ended() ? "the completion is let go of, and never called"
+                                      : "the completion is not called within the host's patience of " +
+                                            std::to_string(patience.count()) + " ms");
+    return std::nullopt;
+  }
   const auto all = answers.all();
-  EXPECT_LE(all.size(), 1U) << "the completion is called more than once";
-  return all.empty() ? Answers::Answer{} : all.front();
+  EXPECT_EQ(all.size(), 1U) << "the completion is called more than once";
+  return all.front();
 }
 
-Answers::Answer answerTo(Network& network, NetworkHost& host, const NetRequest& request = get(path)) {
+std::optional<Answers::Answer> answerTo(Network& network, NetworkHost& host,
+                                        const NetRequest& request = get(path)) {
   return onlyAnswer(*send(network, request), host);
 }
 
-void expectFailure(const Answers::Answer& answer) {
-  EXPECT_EQ(answer.data, std::nullopt) << "what is not whole must not pass for an answer";
+void expectFailure(const std::optional<Answers::Answer>& answer) {
+  if (answer) {
+    EXPECT_EQ(text(answer->data), std::nullopt) << "what is not whole must not pass for an answer";
+  }
+}
+
+void expectBody(const std::optional<Answers::Answer>& answer, const std::string& body) {
+  if (!answer) return;
+  EXPECT_EQ(text(answer->data), body);
+  EXPECT_FALSE(answer->error.has_value()) << answer->error->localizedDescription();
 }
 
 constexpr Guarantee<NetworkHost> guarantees[] = {
@@ -112,13 +136,11 @@ constexpr Guarantee<NetworkHost> guarantees[] = {
        server.replyAlways(ScriptedServer::http("200 OK", "the body"));
        const auto network = host.connect(server.url());
        const SharedAnswers first = send(*network, get(path));
-       const auto answer = onlyAnswer(*first, host);
-       EXPECT_EQ(answer.data, Data(std::string("the body")));
-       EXPECT_FALSE(answer.error.has_value());
+       expectBody(onlyAnswer(*first, host), "the body");
 
        // Whoever completes a request again does so at the latest by the time that another one is through.
        EXPECT_TRUE(send(*network, get(path))->waitForOne(host.patience()));
-       EXPECT_EQ(first->all().size(), 1U) << "the completion is called more than once";
+       EXPECT_LE(first->all().size(), 1U) << "the completion is called more than once";
      }},
     {"PathAndQueryAreSentAsTheyStand",
      [](NetworkHost& host) {
@@ -128,7 +150,7 @@ constexpr Guarantee<NetworkHost> guarantees[] = {
            "/services/data/v50.0/query?q=SELECT%20Id%20FROM%20ListView%20WHERE%20Id%20%3D%20'00B/a+b%2520'";
        answerTo(*host.connect(server.url()), host, get(url));
        ASSERT_EQ(server.requests().size(), 1U);
-       EXPECT_THAT(server.requests().front(), StartsWith("GET " + url + " HTTP/1.1\r\n"));
+       EXPECT_THAT(server.requests().front(), StartsWith("GET " + url + " HTTP/1."));
      }},
     {"TheBodyOfAnErrorStatusIsDeliveredOrThereIsAnError",
      [](NetworkHost& host) {
@@ -137,15 +159,18 @@ constexpr Guarantee<NetworkHost> guarantees[] = {
        for (const char* status : {"201 Created", "404 Not Found", "500 Internal Server Error"}) {
          server.replyAlways(ScriptedServer::http(status, "the body"));
          const auto answer = answerTo(*network, host);
-         const bool isError = status[0] != '2' && !answer.data && answer.error;
-         EXPECT_TRUE(isError || answer.data == Data(std::string("the body"))) << status;
+         if (!answer) return;
+         const bool isError = status[0] != '2' && !answer->data && answer->error;
+         if (!isError) {
+           EXPECT_EQ(text(answer->data), "the body") << status;
+         }
        }
      }},
     {"AnEmptyBodyIsPresentAndEmpty",
      [](NetworkHost& host) {
        ScriptedServer server;
        server.reply(ScriptedServer::http("200 OK"));
-       EXPECT_EQ(answerTo(*host.connect(server.url()), host).data, Data());
+       expectBody(answerTo(*host.connect(server.url()), host), "");
      }},
     {"TheBytesOfABodyAreUnchanged",
      [](NetworkHost& host) {
@@ -154,7 +179,7 @@ constexpr Guarantee<NetworkHost> guarantees[] = {
        ScriptedServer server;
        server.reply(ScriptedServer::http("200 OK", bytes, {"Content-Type: application/json"}));
        const auto answer = answerTo(*host.connect(server.url()), host);
-       EXPECT_TRUE(answer.data == Data(bytes));
+       EXPECT_TRUE(!answer || answer->data == Data(bytes)) << "the body is another one";
      }},
     {"ARequestToNobodyIsCompletedWithoutABody",
      [](NetworkHost& host) {
@@ -189,11 +214,12 @@ constexpr Guarantee<NetworkHost> guarantees[] = {
        server.replyAlways(ScriptedServer::http("200 OK", "the body"));
        const auto network = host.connect(server.url());
        const auto answers = std::make_shared<Answers>();
-       network->sendRequest(get(path + "?first"), [next = into(answers), again = network.get()](
-                                                      const auto&, const auto&, const auto&) {
-         again->sendRequest(get(path + "?next"), next);
-       });
-       EXPECT_EQ(onlyAnswer(*answers, host).data, Data(std::string("the body")));
+       const Loan<Network> loan(*network);
+       network->sendRequest(get(path + "?first"),
+                            [next = into(answers), borrow = loan.borrower()](auto&&...) {
+                              borrow([&](Network& again) { again.sendRequest(get(path + "?next"), next); });
+                            });
+       expectBody(onlyAnswer(*answers, host), "the body");
      }},
     {"SeveralThreadsMaySendAtOnce",
      [](NetworkHost& host) {
@@ -203,7 +229,7 @@ constexpr Guarantee<NetworkHost> guarantees[] = {
        runOnThreads(4, [&](int thread) {
          for (int round = 0; round < 5; ++round) {
            const std::string own = path + "?t=" + std::to_string(thread) + "-" + std::to_string(round);
-           EXPECT_EQ(answerTo(*network, host, get(own)).data, Data(std::string("the body")));
+           expectBody(answerTo(*network, host, get(own)), "the body");
          }
        });
      }},

@@ -13,7 +13,8 @@
 namespace vellora::conformance {
 
 /// What you tell the suite of your network. Each test makes one of these, and brings its own server: plain
-/// HTTP on a port of the loopback interface.
+/// HTTP on a port of the loopback interface. It speaks HTTP/1.1, keeps connections open, closes one behind
+/// its answer when the request says `Connection: close`, and so answers clients of HTTP/1.0, too.
 ///
 /// Ownership: the suite owns the host of a test, and shares the networks that it connects. It lets go of a
 /// network within a test, with a request under way.
@@ -29,7 +30,7 @@ class VELLORA_EXPORT NetworkHost {
 
   /// How long a completion may keep the tests waiting before it counts as never called. One that your network
   /// lets go of uncalled counts so at once. Only a network that loses completions takes so long, so this is
-  /// no measure of speed.
+  /// no measure of speed. One that is called later, when its test is over, does no harm.
   [[nodiscard]] virtual std::chrono::milliseconds patience() const { return std::chrono::seconds(60); }
 
  protected:

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "conformance/Loan.h"
 #include "conformance/Registration.h"
 #include "conformance/Threads.h"
 
@@ -117,8 +118,9 @@ constexpr Guarantee<QueueHost> guarantees[] = {
      [](QueueHost& host) {
        const auto journal = std::make_shared<Journal>();
        const auto queue = host.make();
-       queue->async([=, weak = std::weak_ptr(queue)] {
-         if (const auto same = weak.lock()) same->async([journal] { journal->add("second"); });
+       const Loan<DispatchQueue> loan(*queue);
+       queue->async([journal, borrow = loan.borrower()] {
+         borrow([&journal](DispatchQueue& same) { same.async([journal] { journal->add("second"); }); });
          journal->add("first");
        });
        ASSERT_TRUE(waitFor(*journal, 2, host, *queue));

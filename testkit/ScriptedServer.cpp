@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "vellora/Platform/Text/AsciiCase.h"
+
 namespace vellora::testkit {
 
 namespace {
@@ -110,6 +112,14 @@ std::string ScriptedServer::Request::target() const {
 
 std::string ScriptedServer::Request::token() const {
   return between(text, "\r\nAuthorization: Bearer ", "\r\n");
+}
+
+bool ScriptedServer::Request::wantsClose() const {
+  const std::string small = asciiLowerCase(text);
+  const std::string connection = between(small, "\r\nconnection:", "\r\n");
+  if (connection.find("close") != std::string::npos) return true;
+  const bool isOld = between(small, " http/", "\r\n") == "1.0";
+  return isOld && connection.find("keep-alive") == std::string::npos;
 }
 
 void ScriptedServer::reply(Reply reply) {
@@ -226,11 +236,13 @@ bool ScriptedServer::receive(int socket, Connection& connection) {
 }
 
 bool ScriptedServer::answer(int socket, Connection& connection, std::string text) {
-  const Reply reply = nextReply({std::move(text), std::exchange(connection.wasAsked, true)});
+  const Request request{std::move(text), std::exchange(connection.wasAsked, true)};
+  const Reply reply = nextReply(request);
   sendAll(socket, reply.bytes);
   if (reply.then == Then::reset) resetOnClose(socket);
   if (reply.then == Then::trickle) connection.trickles = true;
   if (reply.then == Then::flood) connection.flood = repeated(reply.flood);
+  if (reply.then == Then::keepOpen) return reply.bytes.empty() || !request.wantsClose();
   return reply.then != Then::close && reply.then != Then::reset;
 }
 

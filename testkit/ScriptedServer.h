@@ -24,6 +24,10 @@ namespace vellora::testkit {
 ///     server.reply(ScriptedServer::http("200 OK", "{}"));
 ///     server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf", ScriptedServer::Then::close});
 ///
+/// A connection is closed behind a reply when the request asks for that: one that says `Connection: close`,
+/// and one of HTTP/1.0 that does not say `Connection: keep-alive`. Every other stays open, unless the reply
+/// says otherwise. A request that hangs keeps its connection.
+///
 /// A request ends at its first blank line; a body would be taken for the beginning of the next request. The
 /// requests of all connections share one list of replies. When none is left, what `replyAlways` or `replyBy`
 /// set last gives the reply. Where neither was called, the request hangs.
@@ -62,6 +66,9 @@ class VELLORA_EXPORT ScriptedServer {
 
     /// What stands behind "Authorization: Bearer"; empty when there is no such line.
     [[nodiscard]] std::string token() const;
+
+    /// Whether the client wants the connection closed behind the reply.
+    [[nodiscard]] bool wantsClose() const;
   };
 
   /// Says what a request is answered with. Called on the server's own thread.

@@ -28,8 +28,12 @@ using CorvaneSDK::Row;
 using CorvaneSDK::RowFilter;
 using CorvaneSDK::Table;
 using hostkit::tests::ManualClock;
+using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Pair;
 using testkit::ForwardingCache;
 using testkit::ForwardingCacheTable;
 
@@ -87,6 +91,20 @@ std::set<std::string> brokenByTable() {
 
 TEST(BrokenCachesTest, ARightCacheBreaksNothing) {
   EXPECT_THAT(brokenIn([](std::shared_ptr<Cache> cache) { return cache; }), IsEmpty());
+}
+
+TEST(BrokenCachesTest, WhatACacheGivesBackIsShownAsText) {
+  class Broken final : public ForwardingCache {
+   public:
+    using ForwardingCache::ForwardingCache;
+    std::optional<Data> load(const std::string&) override { return Data(std::string("another one")); }
+  };
+  const std::function<std::unique_ptr<CacheHost>()> make = [] {
+    return std::make_unique<BrokenCacheHost>(into<Broken>());
+  };
+  EXPECT_THAT(
+      failuresOf(make, cacheGuarantees()),
+      Contains(Pair("KeepsWhatWasSavedLast", AllOf(HasSubstr("\"another one\""), HasSubstr("\"first\"")))));
 }
 
 TEST(BrokenCachesTest, KeepingARemovedBlobIsFound) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <span>
@@ -13,11 +14,11 @@
 
 namespace vellora::conformance::tests {
 
-/// The names of the guarantees that a host breaks: those whose check reports a failure to GoogleTest.
+/// What the checks of the guarantees that a host breaks have told GoogleTest, by the guarantee's name.
 template <class Host>
-std::set<std::string> brokenBy(const std::function<std::unique_ptr<Host>()>& make,
-                               std::span<const Guarantee<Host>> guarantees) {
-  std::set<std::string> broken;
+std::map<std::string, std::string> failuresOf(const std::function<std::unique_ptr<Host>()>& make,
+                                              std::span<const Guarantee<Host>> guarantees) {
+  std::map<std::string, std::string> failures;
   for (const Guarantee<Host>& guarantee : guarantees) {
     testing::TestPartResultArray results;
     {
@@ -26,9 +27,19 @@ std::set<std::string> brokenBy(const std::function<std::unique_ptr<Host>()>& mak
       guarantee.check(*make());
     }
     for (int i = 0; i < results.size(); ++i) {
-      if (results.GetTestPartResult(i).failed()) broken.emplace(guarantee.name);
+      const testing::TestPartResult& result = results.GetTestPartResult(i);
+      if (result.failed()) failures[std::string(guarantee.name)].append(result.message()).append("\n");
     }
   }
+  return failures;
+}
+
+/// The names of the guarantees that a host breaks: those whose check reports a failure to GoogleTest.
+template <class Host>
+std::set<std::string> brokenBy(const std::function<std::unique_ptr<Host>()>& make,
+                               std::span<const Guarantee<Host>> guarantees) {
+  std::set<std::string> broken;
+  for (const auto& [name, failure] : failuresOf(make, guarantees)) broken.insert(name);
   return broken;
 }
 

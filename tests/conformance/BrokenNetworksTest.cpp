@@ -1,12 +1,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -14,6 +21,7 @@
 #include "hostkit/network/CurlNetwork.h"
 #include "hostkit/network/CurlNetworkError.h"
 #include "tests/conformance/BrokenHosts.h"
+#include "tests/support/HttpClient.h"
 #include "vellora/Platform/Web/URLComponents.h"
 
 namespace vellora::conformance::tests {
@@ -22,8 +30,14 @@ namespace {
 using CorvaneSDK::NetRequest;
 using CorvaneSDK::Network;
 using Kind = hostkit::CurlNetworkError::Kind;
+using testing::_;
+using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
+using testing::Pair;
 
 /// Passes every request on to a right network; derive from it to break one thing.
 class PassingNetwork : public Network {
@@ -60,12 +74,28 @@ class PassingNetworkHost final : public NetworkHost {
   std::weak_ptr<N> network_;
 };
 
+using Guarantees = std::span<const Guarantee<NetworkHost>>;
+
 template <class N>
-std::set<std::string> brokenByNetwork() {
+std::map<std::string, std::string> failuresOfNetwork(Guarantees guarantees = networkGuarantees()) {
   const std::function<std::unique_ptr<NetworkHost>()> make = [] {
     return std::make_unique<PassingNetworkHost<N>>();
   };
-  return tests::brokenBy(make, networkGuarantees());
+  return tests::failuresOf(make, guarantees);
+}
+
+/// The guarantee of that name, alone.
+Guarantees only(std::string_view name) {
+  const Guarantees all = networkGuarantees();
+  const auto found = std::find_if(all.begin(), all.end(), [&](const auto& one) { return one.name == name; });
+  return found == all.end() ? Guarantees() : Guarantees(&*found, 1);
+}
+
+template <class N>
+std::set<std::string> brokenByNetwork() {
+  std::set<std::string> broken;
+  for (const auto& [name, failure] : failuresOfNetwork<N>()) broken.insert(name);
+  return broken;
 }
 
 TEST(BrokenNetworksTest, ARightNetworkBreaksNothing) {
@@ -85,7 +115,8 @@ TEST(BrokenNetworksTest, CompletingAnAnswerTwiceIsFound) {
       });
     }
   };
-  EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("ARequestIsCompletedOnceWithTheBody"));
+  EXPECT_THAT(failuresOfNetwork<Broken>(),
+              ElementsAre(Pair("ARequestIsCompletedOnceWithTheBody", HasSubstr("called more than once"))));
 }
 
 // Never completes a request that fails in that way.
@@ -104,8 +135,9 @@ class Silent final : public PassingNetwork {
 };
 
 TEST(BrokenNetworksTest, NeverCompletingARequestToNobodyIsFound) {
-  EXPECT_THAT(brokenByNetwork<Silent<Kind::unreachable>>(),
-              ElementsAre("ARequestToNobodyIsCompletedWithoutABody"));
+  EXPECT_THAT(failuresOfNetwork<Silent<Kind::unreachable>>(),
+              ElementsAre(Pair("ARequestToNobodyIsCompletedWithoutABody",
+                               HasSubstr("the completion is let go of, and never called"))));
 }
 
 TEST(BrokenNetworksTest, NeverCompletingWhatIsUnderWayAtTheEndIsFound) {
@@ -206,6 +238,138 @@ TEST(BrokenNetworksTest, ChangingTheBytesOfABodyIsFound) {
     }
   };
   EXPECT_THAT(brokenByNetwork<Broken>(), ElementsAre("TheBytesOfABodyAreUnchanged"));
+}
+
+TEST(BrokenNetworksTest, AnotherBodyIsShownAsText) {
+  class Broken final : public PassingNetwork {
+   public:
+    using PassingNetwork::PassingNetwork;
+    void sendRequest(const NetRequest& request, Completion completion) override {
+      next_->sendRequest(request, [completion](auto data, auto error, auto response) {
+        if (data && data->view() == "the body") data = Data(std::string("another one"));
+        completion(std::move(data), std::move(error), std::move(response));
+      });
+    }
+  };
+  EXPECT_THAT(failuresOfNetwork<Broken>(),
+              Contains(Pair("ARequestIsCompletedOnceWithTheBody",
+                            AllOf(HasSubstr("\"another one\""), HasSubstr("\"the body\"")))));
+}
+
+// Keeps every completion until `answer` calls them, at a time when the tests have given all of them up.
+class LateHost final : public NetworkHost {
+ public:
+  /// What outlives the host, so that a network that is used too late can tell.
+  struct Kept {
+    std::vector<Network::Completion> waiting;
+    std::vector<std::unique_ptr<Network>> networks;
+
+    void answer() {
+      for (const auto& completion : std::exchange(waiting, {})) {
+        completion(Data(std::string("the body")), std::nullopt, std::nullopt);
+      }
+    }
+  };
+
+  explicit LateHost(std::shared_ptr<Kept> kept) : kept_(std::move(kept)) {}
+
+  std::shared_ptr<Network> connect(const std::string&) override {
+    auto made = std::make_unique<LateNetwork>(kept_);
+    auto* const network = made.get();
+    kept_->networks.push_back(std::move(made));
+    return {network, [](LateNetwork* gone) { gone->wasLetGoOf = true; }};
+  }
+  std::chrono::milliseconds patience() const override { return std::chrono::milliseconds(1); }
+
+ private:
+  class LateNetwork final : public Network {
+   public:
+    explicit LateNetwork(std::weak_ptr<Kept> kept) : kept_(std::move(kept)) {}
+
+    void sendRequest(const NetRequest&, Completion completion) override {
+      EXPECT_FALSE(wasLetGoOf) << "a network is used that the test has let go of";
+      const std::lock_guard lock(mutex_);
+      if (const auto kept = kept_.lock()) kept->waiting.push_back(std::move(completion));
+    }
+
+    bool wasLetGoOf = false;
+
+   private:
+    std::mutex mutex_;  // several threads send
+    const std::weak_ptr<Kept> kept_;
+  };
+
+  const std::shared_ptr<Kept> kept_;
+};
+
+TEST(BrokenNetworksTest, ANetworkThatIsSlowerThanItsPatienceIsToldOfAndHarmsNobodyLater) {
+  const auto kept = std::make_shared<LateHost::Kept>();
+  const std::function<std::unique_ptr<NetworkHost>()> make = [&kept] {
+    return std::make_unique<LateHost>(kept);
+  };
+  const auto failures = tests::failuresOf(make, networkGuarantees());
+  EXPECT_EQ(failures.size(), networkGuarantees().size());
+  for (const auto& [name, failure] : failures) EXPECT_THAT(failure, Not(HasSubstr("more than once"))) << name;
+  EXPECT_THAT(failures.at("ARequestIsCompletedOnceWithTheBody"),
+              HasSubstr("not called within the host's patience of 1 ms"));
+  kept->answer();
+}
+
+TEST(BrokenNetworksTest, AnAnswerThatComesWhenItWasGivenUpIsNoSecondOne) {
+  // Answers the first request when the second one comes, when the test no longer waits for it.
+  class Broken final : public PassingNetwork {
+   public:
+    using PassingNetwork::PassingNetwork;
+    void sendRequest(const NetRequest&, Completion completion) override {
+      if (!first_) {
+        first_ = std::move(completion);
+        return;
+      }
+      first_(Data(std::string("the body")), std::nullopt, std::nullopt);
+      completion(Data(std::string("the body")), std::nullopt, std::nullopt);
+    }
+    std::chrono::milliseconds patience() const override { return std::chrono::milliseconds(1); }
+
+   private:
+    Completion first_;
+  };
+  EXPECT_THAT(failuresOfNetwork<Broken>(only("ARequestIsCompletedOnceWithTheBody")),
+              ElementsAre(Pair(_, AllOf(HasSubstr("not called within the host's patience"),
+                                        Not(HasSubstr("more than once"))))));
+}
+
+// A client of HTTP/1.0, to which an answer is over when its connection is.
+class OldNetwork final : public Network {
+ public:
+  explicit OldNetwork(const std::string& serverUrl)
+      : port_(static_cast<std::uint16_t>(std::stoi(serverUrl.substr(serverUrl.rfind(':') + 1)))) {}
+
+  void sendRequest(const NetRequest& request, Completion completion) override {
+    vellora::test::HttpClient client(port_);
+    client.send("GET " + request.base().url.absoluteString() + " HTTP/1.0\r\n\r\n");
+    const auto answer = client.receive();
+    if (client.receiveEnd()) completion(Data(answer.body), std::nullopt, std::nullopt);
+  }
+
+ private:
+  const std::uint16_t port_;
+};
+
+TEST(BrokenNetworksTest, ANetworkMaySpeakHttp10) {
+  class OldHost final : public NetworkHost {
+   public:
+    std::shared_ptr<Network> connect(const std::string& serverUrl) override {
+      return std::make_shared<OldNetwork>(serverUrl);
+    }
+  };
+  const std::function<std::unique_ptr<NetworkHost>()> make = [] { return std::make_unique<OldHost>(); };
+  // The others try what so simple a client does not attempt.
+  for (const auto* name :
+       {"ARequestIsCompletedOnceWithTheBody", "PathAndQueryAreSentAsTheyStand", "TheBytesOfABodyAreUnchanged",
+        "ACompletionMaySendARequest", "SeveralThreadsMaySendAtOnce"}) {
+    ASSERT_FALSE(only(name).empty()) << name;
+    EXPECT_THAT(tests::failuresOf(make, only(name)), IsEmpty());
+  }
 }
 
 }  // namespace

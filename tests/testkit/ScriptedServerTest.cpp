@@ -94,6 +94,38 @@ TEST(ScriptedServerTest, AConnectionMayEndBehindAReply) {
   EXPECT_EQ(client.receive(100), "last");
 }
 
+TEST(ScriptedServerTest, ARequestMayHaveItsConnectionClosed) {
+  for (const char* wish : {"HTTP/1.1\r\nConnection: close", "HTTP/1.1\r\nHOST: a\r\nCONNECTION: Close, TE",
+                           "HTTP/1.0", "HTTP/1.0\r\nHost: a"}) {
+    ScriptedServer server;
+    server.replyAlways({"answer"});
+    const Client client(server);
+    client.send("GET /a " + std::string(wish) + "\r\n\r\n");
+    EXPECT_EQ(client.receive(100), "answer") << wish;
+  }
+}
+
+TEST(ScriptedServerTest, AConnectionIsKeptForEveryOtherRequest) {
+  ScriptedServer server;
+  server.replyAlways({"answer"});
+  const Client client(server);
+  for (const char* wish : {"HTTP/1.1", "HTTP/1.1\r\nConnection: keep-alive",
+                           "HTTP/1.0\r\nConnection: Keep-Alive", "HTTP/1.1\r\nX-Connection: close"}) {
+    client.send("GET /a " + std::string(wish) + "\r\n\r\n");
+    EXPECT_EQ(client.receive(6), "answer") << wish;
+  }
+  EXPECT_EQ(server.connections(), 1U);
+}
+
+TEST(ScriptedServerTest, ARequestThatHangsKeepsItsConnection) {
+  ScriptedServer server;
+  const Client client(server);
+  client.send("GET /a HTTP/1.1\r\nConnection: close\r\n\r\n");
+  ASSERT_TRUE(server.waitForRequests(1));
+  server.push("later");
+  EXPECT_EQ(client.receive(5), "later");
+}
+
 TEST(ScriptedServerTest, AFloodGoesOnForAsLongAsTheClientTakesIt) {
   ScriptedServer server;
   server.reply({"begin ", Then::flood, "abc"});
