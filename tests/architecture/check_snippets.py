@@ -3,8 +3,9 @@
 
 usage: check_snippets.py ROOT
 
-A quotation is a fenced block right behind a line such as "<!-- examples/embed/main.cpp [embed] -->"; in the example,
-what is quoted stands between two lines "// [embed]". A block of C++ without such a line is an error.
+A quotation is a fenced block of C++ or CMake right behind a line such as "<!-- examples/embed/main.cpp [embed] -->"; in
+the example, what is quoted stands between two lines "// [embed]", or "# [embed]" in CMake. Such a block without such a line
+is an error.
 """
 
 import pathlib
@@ -12,11 +13,12 @@ import re
 import sys
 import textwrap
 
-QUOTATION = re.compile(r"^<!-- (\S+) \[(\w+)\] -->\n```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+QUOTATION = re.compile(r"^<!-- (\S+) \[([\w-]+)\] -->\n```(?:cpp|cmake)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+BLOCK = re.compile(r"```(?:cpp|cmake)\b")
 
 
 def excerpt(text, name):
-    parts = re.split(rf"^ *// \[{name}\]\n", text, flags=re.MULTILINE)
+    parts = re.split(rf"^ *(?://|#) \[{name}\]\n", text, flags=re.MULTILINE)
     return textwrap.dedent(parts[1]) if len(parts) == 3 else None
 
 
@@ -26,8 +28,8 @@ def problems(root):
         text = document.read_text()
         quotations = QUOTATION.findall(text)
         name = document.relative_to(root)
-        if text.count("```cpp") != len(quotations):
-            yield f"{name}: has C++ that is quoted from no example"
+        if len(BLOCK.findall(text)) != len(quotations):
+            yield f"{name}: has code that is quoted from no example"
         for file, region, quoted in quotations:
             source = root / file
             if not source.is_file() or excerpt(source.read_text(), region) != quoted:
