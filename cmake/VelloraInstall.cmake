@@ -18,6 +18,9 @@ set(VELLORA_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/vellora-${VELLORA_ABI}")
 set(VELLORA_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/Vellora")
 set(VELLORA_PKGCONFIGDIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
+# Builds what is installed, and no tests.
+add_custom_target(vellora-installed)
+
 set(layers vellora_platform vellora_host vellora_models vellora_dataservices vellora_services vellora_catalog)
 set(kits vellora_testkit)
 if(VELLORA_BUILD_HOSTKIT)
@@ -32,6 +35,7 @@ endif()
 function(vellora_install target component)
   string(REGEX REPLACE "(Static|Shared)$" "" name "${component}")
   set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  add_dependencies(vellora-installed ${target})
   install(TARGETS ${target} EXPORT Vellora${component}Targets
     FILE_SET HEADERS DESTINATION "${VELLORA_INCLUDEDIR}" COMPONENT dev
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT dev
@@ -139,6 +143,7 @@ if(TARGET vellora_c)
 endif()
 
 if(VELLORA_BUILD_APPS)
+  add_dependencies(vellora-installed vellora)
   install(TARGETS vellora RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT command)
   install(FILES "${PROJECT_BINARY_DIR}/packaging/vellora.1.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT command)
   install(FILES packaging/completions/vellora DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"

@@ -71,6 +71,7 @@ add_custom_command(OUTPUT packaging/changelog.gz packaging/vellora.1.gz
   DEPENDS "${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_SOURCE_DIR}/packaging/vellora.1"
   WORKING_DIRECTORY "${PROJECT_BINARY_DIR}" VERBATIM)
 add_custom_target(vellora_package_texts ALL DEPENDS packaging/changelog.gz packaging/vellora.1.gz)
+add_dependencies(vellora-installed vellora_package_texts)
 foreach(component IN LISTS packages)
   string(TOUPPER ${component} upper)
   set(folder "${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}")

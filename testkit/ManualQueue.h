@@ -20,6 +20,11 @@ namespace vellora::testkit {
 ///     EXPECT_EQ(queue->pending(), 2U);
 ///     queue->runAll();
 ///
+/// It steps what is submitted to it, and nothing else: as `CatalogOptions::answersOn` the callbacks and
+/// coroutines of a catalogue, as the queue of a `VelloraService` the beginning of its prefetch. The library
+/// works on threads of its own in between. So an empty queue says that nothing has come yet, not that nothing
+/// will: `runUntil` waits for it. Deadlines are stepped by `ManualTimer`.
+///
 /// Ownership: owns submitted work until it has run; what never ran is dropped with the queue.
 ///
 /// Threads: safe to use from several threads at once. Run it from one thread at a time if the work must keep

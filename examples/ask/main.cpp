@@ -8,7 +8,9 @@
 #include <future>
 #include <iostream>
 #include <memory>
+#include <stop_token>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "hostkit/StandardPlatformAPI.h"
@@ -83,6 +85,14 @@ int main(int argc, char** argv) {
   // [watch]
   told.get_future().wait();
   watching.cancel();
+
+  // [cancel]
+  std::stop_source button;
+  const std::stop_token pressed = button.get_token();
+  auto question = catalog.records(ids, {.deadline = 5s, .source = Source::serverFirst, .stop = pressed});
+  button.request_stop();  // on any thread
+  if (std::move(question).get().end == End::cancelled) std::cerr << "cancelled\n";
+  // [cancel]
 
   showRecords(catalog, ids, shown);
   shown.get_future().wait();

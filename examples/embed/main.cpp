@@ -1,16 +1,25 @@
-// The smallest program: a server's address, a cache file, one question. README.md quotes all of it.
+// The smallest program: a server's address, a token, a cache file of that server's own, one question.
+// README.md quotes all of it.
 
 // [embed]
+#include <cstdlib>
 #include <iostream>
 
 #include "hostkit/StandardPlatformAPI.h"
+#include "hostkit/cache/sqlite/OwnCacheFile.h"
 #include "vellora/Catalog/Catalog.h"
+
+using namespace vellora;
 
 int main(int argc, char** argv) {
   if (argc != 3) return std::cerr << "usage: embed SERVER RECORD-ID\n", 2;
-  const auto host = vellora::hostkit::StandardPlatformAPI::make({.server = argv[1], .cacheFile = "cache.db"});
+  const auto cacheFile = hostkit::ownCacheFile("caches", "embed", argv[1]);  // one for each server and user
+  if (!cacheFile) return std::cerr << cacheFile.error().localizedDescription() << '\n', 1;
+  hostkit::StandardPlatformAPI::Options options{.server = argv[1], .cacheFile = cacheFile.value()};
+  if (const char* token = std::getenv("RECORDS_TOKEN")) options.token = [token] { return token; };
+  const auto host = hostkit::StandardPlatformAPI::make(options);
   if (!host) return std::cerr << host.error().localizedDescription() << '\n', 1;
-  const vellora::Catalog catalog(host.value());
+  const Catalog catalog(host.value());
   const auto answer = catalog.records({argv[2]}).get();
   for (auto& [id, info] : answer.found) std::cout << info.typePresentationInfo.label.value_or(id) << '\n';
   for (auto& [id, missing] : answer.missing) std::cout << id << ": " << missing.text() << '\n';

@@ -3,8 +3,10 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/records-server/RecordsServer.h"
@@ -23,6 +25,13 @@ using testing::IsEmpty;
 
 constexpr const char* record = "001000000000009";
 
+/// A server that wants a token.
+std::unique_ptr<RecordsServer> startGuarded(const std::string& token) {
+  RecordsServer::Options options;
+  options.token = token;
+  return RecordsServer::start(DataSet::builtIn(), std::move(options)).value();
+}
+
 /// The examples as somebody who tries them runs them.
 class ExamplesTest : public testing::Test {
  protected:
@@ -32,10 +41,11 @@ class ExamplesTest : public testing::Test {
     server = std::move(started).value();
   }
 
-  ChildProcess::Ended run(const std::string& program, const std::vector<std::string>& arguments) const {
+  ChildProcess::Ended run(const std::string& program, const std::vector<std::string>& arguments,
+                          const std::map<std::string, std::string>& environment = {}) const {
     std::vector<std::string> all{"-C", folder.path().string(), program};  // where they leave their files
     all.insert(all.end(), arguments.begin(), arguments.end());
-    return ChildProcess::run("/usr/bin/env", all, {});
+    return ChildProcess::run("/usr/bin/env", all, {.input = {}, .environment = environment});
   }
 
   /// Saves the server's answer where the host that answers from a folder looks for it.
@@ -56,6 +66,39 @@ TEST_F(ExamplesTest, EmbedTellsTheTypeOfARecordOrWhyItCannot) {
   EXPECT_EQ(run(EMBED, {server->url(), "zzz"}).out, "zzz: unknown to the server\n");
   EXPECT_EQ(run(EMBED, {"http://127.0.0.1:1", ""}).out, ": not asked: The key is empty.\n");
   EXPECT_EQ(run(EMBED, {"no address", record}).exitCode, 1);
+}
+
+TEST_F(ExamplesTest, EmbedHandsOverTheTokenInTheEnvironment) {
+  const auto guarded = startGuarded("some-token");
+  const std::vector<std::string> question{guarded->url(), record};
+  EXPECT_THAT(run(EMBED, question).out, HasSubstr("001000000000009: could not be asked: 401"));
+  EXPECT_EQ(run(EMBED, question, {{"RECORDS_TOKEN", "some-token"}}).out, "Account\n");
+}
+
+TEST_F(ExamplesTest, EmbedKeepsWhatAServerSaidForThatServerAlone) {
+  const auto other = RecordsServer::start(DataSet::builtIn());
+  ASSERT_TRUE(other);
+  EXPECT_EQ(run(EMBED, {server->url(), record}).out, "Account\n");
+  server->clearRequests();
+  EXPECT_EQ(run(EMBED, {server->url(), record}).out, "Account\n");
+  EXPECT_THAT(server->requests(), IsEmpty()) << "its cache answers";
+  other.value()->setFault(RecordsServer::everything, recordsserver::Fault::fail(404));
+  EXPECT_THAT(run(EMBED, {other.value()->url(), record}).out, HasSubstr("could not be asked: 404"));
+}
+
+TEST_F(ExamplesTest, AccountsAskEachServerInBothThemesAndLeaveNothingBehind) {
+  const auto guarded = startGuarded("ben's-token");
+  std::ofstream(folder.file("ann")) << "any-token\n";
+  std::ofstream(folder.file("ben")) << "ben's-token\n";
+  const auto ended = run(ACCOUNTS, {record, server->url(), "ann", "ann", guarded->url(), "ben", "ben"});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  const std::string both = "Account in light: 2F6FDE\nAccount in dark: 8FB4F5\n";
+  EXPECT_EQ(ended.out, both + both);
+  EXPECT_EQ(server->requests().size(), 2U) << "the other theme takes no request";
+  EXPECT_EQ(server->recordedRequests().front().header("Accept-Language"), "en");
+  for (const auto& left : std::filesystem::directory_iterator(folder.file("caches"))) {
+    EXPECT_EQ(left.path().filename(), ".vellora-key");
+  }
 }
 
 TEST_F(ExamplesTest, AskTellsOfEachRecordInEachOfTheThreeWaysAndWhileItWatches) {

@@ -65,9 +65,9 @@ def build_with_pkg_config(form, prefix, sources, compiler, folder):
 
 
 @contextlib.contextmanager
-def demo_server(program, folder):
+def demo_server(program, folder, *options):
     port_file = folder / "port"
-    server = subprocess.Popen([program, "--port-file", str(port_file)], stdout=subprocess.DEVNULL)
+    server = subprocess.Popen([program, "--port-file", str(port_file), *options], stdout=subprocess.DEVNULL)
     try:
         for _ in range(600):
             if port_file.exists() or server.poll() is not None:

@@ -68,6 +68,19 @@ TEST_F(RecordTitleTest, IsTheLabelOfTheRecordsType) {
 }
 // [answer]
 
+// [steps]
+TEST_F(RecordTitleTest, ChangesWhenTheMainLoopComesToIt) {
+  network->answerPrefix("/services/", StubNetwork::never());
+  const Catalog catalog = newCatalog();
+  const RecordTitle title(catalog, "001xx");
+  timer->advance(5s);  // the deadline: the answer goes to the main loop …
+  EXPECT_EQ(mainLoop->pending(), 1U);
+  EXPECT_EQ(title.text, "…");  // … which has not run yet
+  EXPECT_TRUE(mainLoop->runNext());
+  EXPECT_EQ(title.text, "timed out");
+}
+// [steps]
+
 // [deadline]
 TEST_F(RecordTitleTest, SaysSoWhenTheServerDoesNotAnswerInTime) {
   network->answerPrefix("/services/", StubNetwork::never());
