@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""Builds an app that has Vellora's sources among its own, by FetchContent and by add_subdirectory.
+"""Builds an app that has Vellora's sources among its own.
+
+FetchContent does with what it fetched what add_subdirectory does. So the app is built in the first way, whose paths a
+compiler's cache finds again, and only configured in the second one.
 
 usage: subproject_test.py SOURCES COMPILER RECORDS_SERVER
 """
@@ -48,8 +51,7 @@ class SubprojectTest(unittest.TestCase):
         self.assertIn("app", built)
         for unwanted in ("vellora", "records-server", "embed", "host-conformance", "PlatformTests", "libvellora-conformance.a"):
             self.assertNotIn(unwanted, built)
-        self.assertIn("No tests were found", run("ctest", "--test-dir", self.build, "-N", "--verbose")
-                      .replace("Total Tests: 0", "No tests were found"))
+        self.assertFalse((self.build / "CTestTestfile.cmake").exists(), "there are tests")
         (ours,) = [entry["command"] for entry in json.loads((self.build / "compile_commands.json").read_text())
                    if entry["file"].endswith("app/main.cpp")]
         self.assertNotIn(" -W", ours)
@@ -69,7 +71,7 @@ class SubprojectTest(unittest.TestCase):
     def test_a_folder_of_sources_becomes_a_part_of_the_app(self):
         self.configure()
         self.check_that_nothing_is_imposed_on_the_app()
-        self.check_that_it_shows_a_label()
+        run("ninja", "-C", self.build, "-n", "app")
 
 
 if __name__ == "__main__":
