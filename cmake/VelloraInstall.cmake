@@ -106,6 +106,7 @@ endif()
 if(TARGET vellora_c)
   set(VELLORA_C_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/vellora-c-${VELLORA_C_ABI}")
   set_target_properties(vellora_c PROPERTIES EXPORT_NAME C)
+  add_dependencies(vellora-installed vellora_c)
   install(TARGETS vellora_c EXPORT VelloraCTargets
     FILE_SET HEADERS DESTINATION "${VELLORA_C_INCLUDEDIR}" COMPONENT cdev
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT c NAMELINK_COMPONENT cdev)
