@@ -38,7 +38,7 @@ class ResultDeathTest : public testing::Test {
   ResultDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
   static constexpr const char* said =
-      "^vellora: the value of a failed Result was asked for: The door is locked\\.\n";
+      "vellora: the value of a failed Result was asked for: The door is locked\\.\n";
 };
 
 TEST_F(ResultDeathTest, AskingAFailureForItsValueSaysWhatTheFailureWas) {
@@ -51,7 +51,7 @@ TEST_F(ResultDeathTest, AskingAFailureForItsValueSaysWhatTheFailureWas) {
 TEST_F(ResultDeathTest, AskingASuccessForItsErrorSaysThatThereIsNone) {
   const Result<std::string> success = std::string("open");
   EXPECT_DEATH(static_cast<void>(success.error()),
-               "^vellora: the error of a Result without one was asked for\\.\n");
+               "vellora: the error of a Result without one was asked for\\.\n");
 }
 
 }  // namespace
