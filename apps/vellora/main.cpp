@@ -20,6 +20,7 @@
 #include "apps/vellora/lookups/Presentation.h"
 #include "apps/vellora/lookups/SearchLayouts.h"
 #include "apps/vellora/lookups/Status.h"
+#include "apps/vellora/lookups/TypeList.h"
 
 namespace {
 
@@ -57,6 +58,8 @@ ExitCode runCommand(const Arguments& arguments) {
       return run(presentationForIds(), keys, arguments, session);
     case Arguments::Command::names:
       return run(presentationForNames(), keys, arguments, session);
+    case Arguments::Command::list:
+      return listTypes(arguments, session);
     case Arguments::Command::searchLayouts:
       return run(searchLayouts(), keys, arguments, session);
     case Arguments::Command::compactLayouts:

@@ -19,7 +19,7 @@ function __vellora_entries
     $line[1] $given cache ls --names < /dev/null 2> /dev/null
 end
 
-set -l commands ids names search-layouts compact-layouts watch diff status explore cache completion
+set -l commands ids names list search-layouts compact-layouts watch diff status explore cache completion
 set -l actions ls show verify purge delete export import
 
 complete -c vellora -f
@@ -31,14 +31,23 @@ complete -c vellora -l token-file -r -F -d 'File with the bearer token; - is sta
 complete -c vellora -l theme -x -a light -d 'Theme of colours and icons'
 complete -c vellora -l cache -r -F -d 'Cache file'
 complete -c vellora -l cache-timeout -x -d 'Age in seconds at which cached data expires'
+complete -c vellora -l offline -d 'Ask the cache alone'
+complete -c vellora -l refresh -d 'Ask the server first'
 complete -c vellora -l wait -x -d 'How many seconds to wait for the answer'
-complete -c vellora -l json -d 'Print one JSON document instead of a table'
+complete -c vellora -s o -l output -x -a 'table json csv tsv jsonl' -d 'Form of the answer'
+complete -c vellora -l json -d 'Print one JSON document, the dictionary of what was found'
+complete -c vellora -l columns -x -d 'Columns to print, separated by commas'
+complete -c vellora -l wide -d 'All columns in a table'
+complete -c vellora -l color -x -a 'auto always never' -d 'When to print colours'
+complete -c vellora -s q -l quiet -d 'Say nothing of what is missing or old'
+complete -c vellora -s v -l verbose -d 'Tell of each request'
 complete -c vellora -l log -x -a 'off error info' -d 'Library log'
 complete -c vellora -l log-file -r -F -d 'Write the log there'
 complete -c vellora -l no-color -d 'Never print colours'
 
 complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a ids -d 'Types of records'
 complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a names -d 'Object types'
+complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a list -d 'All object types, or some'
 complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a search-layouts -d 'Columns of search results'
 complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a compact-layouts -d 'Headline fields'
 complete -c vellora -n "not __fish_seen_subcommand_from $commands" -a status -d 'How far loading has got'

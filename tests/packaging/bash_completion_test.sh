@@ -37,6 +37,11 @@ expect() {
 expect 'search-layouts status' s
 expect '--token-file --theme' --t
 expect 'off error info' --log ''
+expect 'table json csv tsv jsonl' -o ''
+expect 'csv' --output c
+expect 'always' --color al
+expect '' --columns ''
+expect 'list' --output csv --columns label li
 expect 'a-file' --cache ''
 expect 'work test' --server ''
 expect 'work' --server w
@@ -48,7 +53,7 @@ expect 'layout/Account' --server work --cache c.sqlite --wait 7 cache purge l
 expect '--all' cache ls --a
 expect 'ls show verify purge delete export import' cache ''
 expect '--expired' cache purge --e
-expect '--replace' cache export --r
+expect '--replace' cache export --rep
 expect '' ids n
 expect '--port' explore --p
 expect '' explore --port ''

@@ -6,6 +6,8 @@
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/SObjectsCache.h"
 #include "vellora/DataServices/SObjectsDataService.h"
+#include "vellora/DataServices/ThemeDataService.h"
+#include "vellora/DataServices/ThemesTable.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Host/Query.h"
@@ -27,6 +29,18 @@ CacheFreshness listFreshness(std::string_view fetchTimeKey, const std::optional<
   return blobFreshness(fetchTimeKey, *blob, cacheTimeout).value_or(CacheFreshness());
 }
 
+/// The list in the row of that kind; empty when it is not there, or cannot be read.
+template <class T>
+std::vector<T> cachedList(CorvaneSDK::Cache& cache, std::string_view tableKey, std::string_view kind) {
+  const auto table = CorvaneSDK::CacheTable::open(cache, std::string(tableKey));
+  if (!table) return {};
+  const auto rows =
+      table->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(TimestampedTable::kindMeta(kind))));
+  if (rows.empty()) return {};
+  auto list = json::decode<std::vector<T>>(rows.front());
+  return list ? std::move(list).value() : std::vector<T>();
+}
+
 }  // namespace
 
 CacheFreshness sObjectsFreshness(CorvaneSDK::Cache& cache, double cacheTimeout) {
@@ -40,14 +54,12 @@ CacheFreshness themesFreshness(CorvaneSDK::Cache& cache, double cacheTimeout) {
 }
 
 std::vector<SObject> cachedSObjects(CorvaneSDK::Cache& cache) {
-  const auto table = CorvaneSDK::CacheTable::open(cache, std::string(SObjectsCache::tableKey));
-  if (!table) return {};
-  const auto kind = rawValue(SObjectsDataService::CacheEntryType::sObjects);
-  const auto rows =
-      table->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(TimestampedTable::kindMeta(kind))));
-  if (rows.empty()) return {};
-  auto list = json::decode<std::vector<SObject>>(rows.front());
-  return list ? std::move(list).value() : std::vector<SObject>();
+  return cachedList<SObject>(cache, SObjectsCache::tableKey,
+                             rawValue(SObjectsDataService::CacheEntryType::sObjects));
+}
+
+std::vector<ThemeItem> cachedThemes(CorvaneSDK::Cache& cache) {
+  return cachedList<ThemeItem>(cache, themesTableKey, ThemeDataService::Constants::listKind);
 }
 
 std::optional<CacheFreshness> blobFreshness(std::string_view key, const Data& blob, double cacheTimeout) {

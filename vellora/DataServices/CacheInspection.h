@@ -12,6 +12,7 @@
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/Row.h"
 #include "vellora/Models/SObject.h"
+#include "vellora/Models/ThemeItem.h"
 #include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Values/Date.h"
 #include "vellora/Platform/Values/Export.h"
@@ -44,6 +45,11 @@ struct VELLORA_EXPORT CacheFreshness {
 ///
 /// Threads: as safe as the cache.
 [[nodiscard]] VELLORA_EXPORT std::vector<SObject> cachedSObjects(CorvaneSDK::Cache& cache);
+
+/// The cached list of theme entries, however old; empty when there is none, or none that can be read.
+///
+/// Threads: as safe as the cache.
+[[nodiscard]] VELLORA_EXPORT std::vector<ThemeItem> cachedThemes(CorvaneSDK::Cache& cache);
 
 /// How fresh a blob is that was read from a cache under `key`. It holds a layout, or the moment at which a
 /// list was fetched. No value for a blob that no data service reads, and for one that cannot be read.

@@ -12,6 +12,7 @@
 #include "vellora/DataServices/ServerRequest.h"
 #include "vellora/DataServices/SharedFetch.h"
 #include "vellora/DataServices/Silence.h"
+#include "vellora/DataServices/ThemesTable.h"
 #include "vellora/DataServices/TimestampedTable.h"
 #include "vellora/Models/ThemeResponse.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
@@ -49,7 +50,7 @@ ThemeDataService::ThemeDataService(const RequiredAPI& api, double cacheTimeout)
       logger_(api.logger),
       table_(std::make_unique<const TimestampedTable>(
           api.cache, logger_, cacheTimeout,
-          TimestampedTable::Names{"OPS_ThemesCacheTable", std::string(themesFetchTimeKey),
+          TimestampedTable::Names{std::string(themesTableKey), std::string(themesFetchTimeKey),
                                   std::string(listKind)})),
       queue_(std::make_shared<SerialDispatchQueue>("ThemeDataService.queue", DispatchQoS::userInitiated)),
       list_(std::make_unique<const Remembered<NamedList<ThemeItem>>>()),

@@ -1,7 +1,7 @@
 #include "apps/vellora/cache/CacheCommand.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <map>
 #include <string>
@@ -33,13 +33,28 @@ namespace {
 using hostkit::SQLiteCache;
 using hostkit::SQLiteCacheContents;
 
-struct Verdict {
+struct Soundness {
   bool sound = false;
   std::vector<std::string> findings;
 
   static constexpr auto fields() {
-    return std::tuple(json::field("sound", &Verdict::sound), json::field("findings", &Verdict::findings));
+    return std::tuple(json::field("sound", &Soundness::sound), json::field("findings", &Soundness::findings));
   }
+};
+
+struct Purged {
+  std::int64_t deleted = 0;
+  std::vector<std::string> entries;
+
+  static constexpr auto fields() {
+    return std::tuple(json::field("deleted", &Purged::deleted), json::field("entries", &Purged::entries));
+  }
+};
+
+struct DeletedFile {
+  std::string deleted;
+
+  static constexpr auto fields() { return std::tuple(json::field("deleted", &DeletedFile::deleted)); }
 };
 
 /// Complains of the names that none of `listings` bears.
@@ -55,18 +70,18 @@ ExitCode judgeMissing(const std::vector<std::string>& names, const std::vector<C
 }
 
 ExitCode show(const Arguments& arguments, const std::vector<CacheListing>& listings) {
-  std::map<std::string, std::string> shown;
+  std::map<std::string, EmbeddedJson> shown;
   std::string text;
   std::vector<CacheListing> readable;
   std::copy_if(listings.begin(), listings.end(), std::back_inserter(readable),
                [](const auto& listing) { return listing.data.has_value(); });
   for (const auto& name : distinct(arguments.cache.entries)) {
     for (const auto& listing : entriesNamed(name, readable)) {
-      shown.insert_or_assign(asText(name), printable(contentText(listing)));
+      shown.insert_or_assign(asText(name), contentJson(listing));
       text.append(printable(contentText(listing))).append("\n");
     }
   }
-  const ExitCode printed = arguments.json ? printJson(json::encode(shown)) : printText(text);
+  const ExitCode printed = arguments.printsDocument() ? printJson(encode(shown)) : printText(text);
   return printed != ExitCode::answered ? printed : judgeMissing(arguments.cache.entries, readable);
 }
 
@@ -80,7 +95,8 @@ ExitCode verify(const Arguments& arguments, const SQLiteCacheContents& contents,
     text.append(printable(finding)).append("\n");
   }
   if (sound) text = "sound: " + std::to_string(listings.size()) + " entries\n";
-  const ExitCode printed = arguments.json ? printJson(encode(Verdict{sound, findings})) : printText(text);
+  const ExitCode printed =
+      arguments.printsDocument() ? printJson(encode(Soundness{sound, findings})) : printText(text);
   if (printed != ExitCode::answered || sound) return printed;
   return complain({ExitCode::cacheUnusable,
                    "the cache file " + arguments.cacheFile +
@@ -89,9 +105,13 @@ ExitCode verify(const Arguments& arguments, const SQLiteCacheContents& contents,
 }
 
 ExitCode purge(const Arguments& arguments, const std::vector<CacheListing>& listings) {
-  const auto deleted = purgeEntries(arguments.cacheFile, doomed(listings, arguments.cache));
+  const auto entries = doomed(listings, arguments.cache);
+  const auto deleted = purgeEntries(arguments.cacheFile, entries);
   if (const auto* problem = std::get_if<Problem>(&deleted)) return complain(*problem);
-  const ExitCode printed = printText(deletedText(std::get<std::size_t>(deleted)) + "\n");
+  Purged purged{static_cast<std::int64_t>(entries.size()), {}};
+  for (const auto& entry : entries) purged.entries.push_back(entry.entry);
+  const ExitCode printed =
+      arguments.printsDocument() ? printJson(encode(purged)) : printText(deletedText(entries.size()) + "\n");
   return printed != ExitCode::answered ? printed : judgeMissing(arguments.cache.entries, listings);
 }
 
@@ -119,6 +139,7 @@ ExitCode runOn(const SQLiteCacheContents& contents, Date present, const Argument
 
 ExitCode deleteFile(const Arguments& arguments) {
   if (const auto error = SQLiteCache::destroy(arguments.cacheFile)) return complain(problemOf(*error));
+  if (arguments.printsDocument()) return printJson(encode(DeletedFile{asText(arguments.cacheFile)}));
   return printText("deleted " + printable(arguments.cacheFile) + "\n");
 }
 

@@ -6,9 +6,25 @@
 #include <utility>
 
 #include "apps/vellora/command/IsoTime.h"
+#include "vellora/Models/SObject.h"
+#include "vellora/Platform/Json/DecodingError.h"
 #include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::command {
+
+namespace {
+
+/// Whether the whole of it is one JSON value. Which record is read does not matter: only a text that is no
+/// JSON fails so.
+bool isJson(const Data& content) {
+  const auto read = json::decode<SObject>(content);
+  if (read) return true;
+  const auto* failure = read.error().as<DecodingError>();
+  return failure != nullptr && failure->kind() != DecodingError::Kind::invalidJson;
+}
+
+}  // namespace
 
 std::string sizeText(std::optional<std::size_t> bytes) {
   if (!bytes) return "-";
@@ -34,6 +50,13 @@ std::string contentText(const CacheListing& listing) {
   const bool isTimeStamp = listing.kind == CacheListing::Kind::blob && listing.data->size() == sizeof(double);
   if (isTimeStamp && listing.fetched) return isoTime(*listing.fetched);
   return std::string(listing.data->view());
+}
+
+EmbeddedJson contentJson(const CacheListing& listing) {
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  const std::string text = contentText(listing);
+  if (!text.starts_with(byteOrderMark) && isJson(Data(text))) return {text};
+  return {std::string(json::encode(asText(text)).value().view())};
 }
 
 std::string asText(const std::string& bytes) {

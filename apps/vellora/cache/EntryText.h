@@ -5,6 +5,7 @@
 #include <string>
 
 #include "apps/vellora/cache/CacheListing.h"
+#include "apps/vellora/command/Document.h"
 
 namespace vellora::command {
 
@@ -18,6 +19,9 @@ namespace vellora::command {
 /// What a blob or row that is not damaged holds, for a person: the moment of a fetch as a date in UTC,
 /// everything else as it is.
 [[nodiscard]] std::string contentText(const CacheListing& listing);
+
+/// The same as JSON: as it is where it is JSON, else as a text.
+[[nodiscard]] EmbeddedJson contentJson(const CacheListing& listing);
 
 /// `bytes` as they are when they are UTF-8, which JSON demands of a text. Else each byte beyond ASCII is
 /// written as `\xff`.

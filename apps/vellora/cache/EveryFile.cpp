@@ -49,7 +49,7 @@ std::optional<ListedFile> read(const std::string& file, double cacheTimeout) {
 }
 
 ExitCode print(const std::vector<PurgedFile>& purged, const Arguments& arguments) {
-  if (arguments.json) return printJson(encode(purged));
+  if (arguments.printsDocument()) return printJson(encode(purged));
   std::string text;
   for (const auto& [file, count] : purged)
     text += printable(file) + ": " + deletedText(static_cast<std::size_t>(count)) + "\n";

@@ -5,11 +5,17 @@
 #include <optional>
 #include <string>
 #include <tuple>
+#include <utility>
+#include <variant>
 
 #include "apps/vellora/cache/EntryName.h"
 #include "apps/vellora/cache/EntryText.h"
+#include "apps/vellora/command/ColumnChoice.h"
 #include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Output.h"
+#include "apps/vellora/command/Problem.h"
+#include "apps/vellora/command/RowText.h"
+#include "apps/vellora/command/Rows.h"
 #include "apps/vellora/command/TextTable.h"
 #include "vellora/Platform/Json/Json.h"
 
@@ -92,22 +98,65 @@ std::string textOf(const ListedFile& listed, const Arguments& arguments) {
     for (const auto& listing : listed.listings) text.append(printable(shortName(listing.entry))).append("\n");
     return text;
   }
-  text = Style(arguments.color).heading(listed.file).append("\n");
+  text = Style::ofOutput(arguments.output.color).heading(listed.file).append("\n");
   if (listed.listings.empty()) text += "The cache is empty.\n";
   return text + tableOf(listed.listings, Kind::blob) + tableOf(listed.listings, Kind::row);
+}
+
+const std::vector<Column>& columns() {
+  static const std::vector<Column> all{{"entry", "ENTRY"},
+                                       {"name", "NAME"},
+                                       {"kind", "KIND"},
+                                       {"bytes", "BYTES"},
+                                       {"ageSeconds", "AGE IN SECONDS"},
+                                       {"state", "STATE"},
+                                       {"file", "FILE"}};
+  return all;
+}
+
+RowGroup rowsOf(const ListedFile& listed) {
+  RowGroup group{listed.file};
+  for (const auto& listing : listed.listings) {
+    const auto entry = written(listing);
+    group.rows.push_back(
+        {{entry.entry, shortName(entry.entry), listing.kind == Kind::blob ? "blob" : "row",
+          entry.bytes ? Value(*entry.bytes) : Value(), entry.ageSeconds ? Value(*entry.ageSeconds) : Value(),
+          entry.state, asText(listed.file)}});
+  }
+  return group;
+}
+
+/// Whether a row for each entry is printed, and not the tables for people.
+bool printsRows(const OutputArguments& output) {
+  return !output.prints(Format::table) || !output.columns.empty();
+}
+
+ExitCode printRows(const Arguments& arguments, std::vector<RowGroup> groups) {
+  const auto chosen = chosenColumns(columns(), arguments.output);
+  if (const auto* problem = std::get_if<Problem>(&chosen)) return complain(*problem);
+  Rows rows{columns(), std::move(groups)};
+  rows.hasHeadings = rows.groups.size() > 1;
+  return printText(rowText(rows, std::get<0>(chosen), arguments.output));
 }
 
 }  // namespace
 
 ExitCode listEntries(const Arguments& arguments, const ListedFile& listed) {
-  return arguments.json ? printJson(encode(written(listed))) : printText(textOf(listed, arguments));
+  if (arguments.printsDocument()) return printJson(encode(written(listed)));
+  if (printsRows(arguments.output)) return printRows(arguments, {rowsOf(listed)});
+  return printText(textOf(listed, arguments));
 }
 
 ExitCode listEntries(const Arguments& arguments, const std::vector<ListedFile>& all) {
-  if (arguments.json) {
+  if (arguments.printsDocument()) {
     std::vector<WrittenContents> documents;
     for (const auto& listed : all) documents.push_back(written(listed));
     return printJson(encode(documents));
+  }
+  if (printsRows(arguments.output)) {
+    std::vector<RowGroup> groups;
+    for (const auto& listed : all) groups.push_back(rowsOf(listed));
+    return printRows(arguments, std::move(groups));
   }
   std::string text;
   for (const auto& listed : all) {

@@ -139,7 +139,7 @@ ExitCode tell(const Compared& before, const Compared& after, const Arguments& ar
   const Comparison comparison{before.side().name, after.side().name,
                               differencesBetween(before.known, after.known)};
   const ExitCode printed =
-      arguments.json ? printJson(encode(comparison)) : printText(tableOf(comparison.differences));
+      arguments.printsDocument() ? printJson(encode(comparison)) : printText(tableOf(comparison.differences));
   if (printed != ExitCode::answered) return printed;
   for (const auto* one : {&before, &after}) {
     if (one->exit != ExitCode::answered) return one->exit;

@@ -48,7 +48,9 @@ void endOnInterrupt() {
 
 ExitCode print(const std::vector<Difference>& differences, const Arguments& arguments) {
   const std::string time = isoTime(now());
-  if (!arguments.json) return printText(Style(arguments.color).heading(time) + "\n" + tableOf(differences));
+  const auto& output = arguments.output;
+  if (!arguments.printsDocument() && !output.prints(Format::jsonl))
+    return printText(Style::ofOutput(output.color).heading(time) + "\n" + tableOf(differences));
   for (const auto& [what, name, change, properties] : differences) {
     const auto printed = printJson(encode(Seen{time, what, name, change, properties}));
     if (printed != ExitCode::answered) return printed;
@@ -83,12 +85,12 @@ void tellUnknown(const Watcher& watcher) {
 ExitCode watch(Watcher& watcher, const Arguments& arguments, const hostkit::KnownSecrets& secrets,
                const Pause& pause) {
   const auto begin = watcher.begin();
-  if (begin.exit != ExitCode::answered) return complain(begin, secrets);
+  if (begin.exit != ExitCode::answered) return complain(begin, secrets, arguments.output);
   tellUnknown(watcher);
   showProgress(beginning(watcher, arguments));
   for (std::uint64_t count = 1;; ++count) {
     const auto refreshed = watcher.refresh();
-    const auto told = complain(refreshed.verdict, secrets);
+    const auto told = complain(refreshed.verdict, secrets, arguments.output);
     if (refreshed.differences.empty() && told == ExitCode::answered)
       showProgress(isoTime(now()) + ": no change");
     const auto printed =

@@ -35,6 +35,7 @@ void keepUnasked(const Names& unasked, const Described& before, Described& now) 
 
 void append(const Verdict& more, Verdict& verdict) {
   verdict.lines.insert(verdict.lines.end(), more.lines.begin(), more.lines.end());
+  verdict.notes.insert(verdict.notes.end(), more.notes.begin(), more.notes.end());
   if (more.exit != ExitCode::answered) verdict.exit = more.exit;
 }
 

@@ -25,11 +25,74 @@ std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
   return std::nullopt;
 }
 
+bool isOffline(const Arguments& arguments) {
+  return arguments.source == Source::cacheOnly;
+}
+
+std::optional<std::string> complaintAboutOutput(const Arguments& arguments) {
+  if (arguments.json && arguments.output.format) return "--json and --output contradict each other: give one";
+  if (!hasFormat(arguments))
+    return "this command prints a table or JSON: give --output table or --output json";
+  if (!hasColumns(arguments))
+    return "--columns chooses among those of table, csv, tsv and jsonl, which are not printed here";
+  return std::nullopt;
+}
+
+std::optional<std::string> complaintAboutPlace(const Arguments& arguments) {
+  if (arguments.command == Command::cache) return complaintAboutCache(arguments);
+  const bool isOfServers = arguments.command == Command::watch || arguments.command == Command::diff;
+  if (isOfServers && isOffline(arguments)) return "this command asks servers: leave --offline out";
+  if (!needsServer(arguments) || !arguments.server.empty()) return std::nullopt;
+  if (isOffline(arguments) && arguments.command != Command::explore)
+    return "no cache file: give --cache FILE, or the --server URL whose default cache it is";
+  return "no server: give --server URL or set VELLORA_SERVER";
+}
+
+std::optional<std::string> complaintAboutInput(const Arguments& arguments) {
+  if (arguments.readsKeys() && arguments.tokenFile == "-")
+    return "standard input cannot give both the token and the keys: put the token into a file";
+  return std::nullopt;
+}
+
+std::optional<std::string> complaintAboutNumbers(const Arguments& arguments) {
+  if (!(arguments.cacheTimeout >= 0)) return "--cache-timeout must be a number of seconds, 0 or more";
+  if (!(arguments.changes.interval >= 0)) return "--interval must be a number of seconds, 0 or more";
+  if (!(arguments.wait > 0)) return "--wait must be a number of seconds above 0";
+  return std::nullopt;
+}
+
 }  // namespace
 
 bool needsServer(const Arguments& arguments) {
   if (arguments.command == Command::cache) return arguments.cacheFile.empty() && !arguments.cache.everyFile;
+  const bool isInFile = isOffline(arguments) && arguments.server.empty() && !arguments.cacheFile.empty();
+  if (isInFile && arguments.command != Command::explore) return false;
   return arguments.command != Command::diff && arguments.command != Command::completion;
+}
+
+bool printsRows(const Arguments& arguments) {
+  switch (arguments.command) {
+    case Command::ids:
+    case Command::names:
+    case Command::list:
+    case Command::searchLayouts:
+    case Command::compactLayouts:
+      return true;
+    case Command::cache:
+      return arguments.cache.action == Action::list && !arguments.cache.names;
+    default:
+      return false;
+  }
+}
+
+bool hasFormat(const Arguments& arguments) {
+  const auto& output = arguments.output;
+  const bool isOfWatch = arguments.command == Command::watch && output.prints(Format::jsonl);
+  return arguments.printsDocument() || output.prints(Format::table) || isOfWatch || printsRows(arguments);
+}
+
+bool hasColumns(const Arguments& arguments) {
+  return arguments.output.columns.empty() || (!arguments.printsDocument() && printsRows(arguments));
 }
 
 bool isAboutEveryFile(const Arguments& arguments) {
@@ -39,16 +102,9 @@ bool isAboutEveryFile(const Arguments& arguments) {
 }
 
 std::optional<std::string> complaintAbout(const Arguments& arguments) {
-  if (arguments.command == Arguments::Command::cache) {
-    if (const auto complaint = complaintAboutCache(arguments)) return complaint;
-  } else if (needsServer(arguments) && arguments.server.empty()) {
-    return "no server: give --server URL or set VELLORA_SERVER";
-  }
-  if (!(arguments.cacheTimeout >= 0)) return "--cache-timeout must be a number of seconds, 0 or more";
-  if (!(arguments.changes.interval >= 0)) return "--interval must be a number of seconds, 0 or more";
-  if (!(arguments.wait > 0)) return "--wait must be a number of seconds above 0";
-  if (arguments.readsKeys() && arguments.tokenFile == "-") {
-    return "standard input cannot give both the token and the keys: put the token into a file";
+  for (const auto complaint :
+       {complaintAboutPlace, complaintAboutNumbers, complaintAboutInput, complaintAboutOutput}) {
+    if (auto text = complaint(arguments)) return text;
   }
   return std::nullopt;
 }

@@ -1,9 +1,11 @@
 #include "apps/vellora/command/Arguments.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "apps/vellora/command/ArgumentCheck.h"
 #include "apps/vellora/command/BuildInformation.h"
@@ -46,7 +48,8 @@ std::string complaintOf(const CLI::ParseError& error, bool lacksCommand) {
   const bool isRequired = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
   if (isRequired && lacksCommand) return "";
   const bool isSafe = isRequired || dynamic_cast<const CLI::ValidationError*>(&error) != nullptr ||
-                      dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
+                      dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr ||
+                      dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr;
   return isSafe ? error.what() : "";
 }
 
@@ -86,6 +89,27 @@ std::optional<Parsed> parse(CLI::App& app, int argc, const char* const* argv) {
   return std::nullopt;
 }
 
+bool isFromVariable(const CLI::App& app, const std::string& option) {
+  const auto* found = app.get_option(option);
+  const char* value = found->get_envname().empty() ? nullptr : std::getenv(found->get_envname().c_str());
+  return value != nullptr && *value != '\0' && found->results() == std::vector<std::string>{value};
+}
+
+/// Leaves out what a variable says of the output where an option says otherwise, or where the command cannot
+/// do it: what a shell has exported is meant for the commands that can.
+void letOptionsCountMore(const CLI::App& app, Arguments& arguments) {
+  auto& output = arguments.output;
+  if (arguments.json && output.format) {
+    const bool isFormatExported = isFromVariable(app, "--output");
+    if (!isFormatExported && isFromVariable(app, "--json")) arguments.json = false;
+    if (isFormatExported) output.format.reset();
+  }
+  if (!hasFormat(arguments) && isFromVariable(app, "--output")) output.format.reset();
+  if (!hasColumns(arguments) && app.get_option("--columns")->count() > 0 &&
+      std::getenv("VELLORA_COLUMNS") != nullptr)
+    output.columns.clear();
+}
+
 Parsed checked(Arguments arguments, const Given& given) {
   arguments.cache.everyFile = isAboutEveryFile(arguments);
   if (needsServer(arguments)) {
@@ -121,6 +145,7 @@ std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* 
   nameVariables(app);
   formatHelp(app);
   if (auto instead = parse(app, argc, argv)) return *std::move(instead);
+  letOptionsCountMore(app, arguments);
   return checked(std::move(arguments), {app.count("--theme") > 0, app.count("--token-file") > 0});
 }
 

@@ -8,8 +8,10 @@
 
 #include "apps/vellora/command/CacheArguments.h"
 #include "apps/vellora/command/ChangeArguments.h"
+#include "apps/vellora/command/OutputArguments.h"
 #include "apps/vellora/command/Problem.h"
 #include "hostkit/log/SpdlogLogger.h"
+#include "vellora/DataServices/Source.h"
 
 namespace vellora::command {
 
@@ -18,6 +20,7 @@ struct Arguments {
   enum class Command {
     ids,
     names,
+    list,
     searchLayouts,
     compactLayouts,
     status,
@@ -29,7 +32,8 @@ struct Arguments {
   };
 
   Command command = Command::ids;
-  std::vector<std::string> keys;  ///< as given; "-" alone stands for the lines of standard input
+  std::vector<std::string>
+      keys;  ///< as given; "-" alone stands for the lines of standard input, but for `list`
   std::string server;
   std::optional<std::string> tokenFile;  ///< "-" is standard input
   std::vector<std::string>
@@ -40,10 +44,11 @@ struct Arguments {
   bool usesDefaultCache = false;  ///< none was given, so that a token has one of its own
   double cacheTimeout = 3600;     ///< seconds
   double wait = 70;               ///< seconds
-  bool json = false;
+  Source source = Source::cacheFirst;
+  bool json = false;       ///< one document: the dictionary of what was found
+  OutputArguments output;  ///< every other form
   hostkit::SpdlogLogger::Level logLevel = hostkit::SpdlogLogger::Level::off;
   std::optional<std::string> logFile;
-  bool color = true;
   std::uint16_t port = 0;          ///< of the explorer; 0 for a free one
   ChangeArguments changes;         ///< of watch and diff
   std::string shell;               ///< that is to be completed for
@@ -51,7 +56,12 @@ struct Arguments {
   std::vector<std::string> notes;  ///< to be told before anything else
 
   /// True when the keys are to be read from standard input.
-  [[nodiscard]] bool readsKeys() const { return keys == std::vector<std::string>{"-"}; }
+  [[nodiscard]] bool readsKeys() const {
+    return command != Command::list && keys == std::vector<std::string>{"-"};
+  }
+
+  /// Whether a command that has one document only is to print that.
+  [[nodiscard]] bool printsDocument() const { return json || output.prints(Format::json); }
 };
 
 /// What was asked for instead of a command, such as --help: the text for standard output.

@@ -3,11 +3,17 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "apps/vellora/command/Arguments.h"
+#include "apps/vellora/command/OutputArguments.h"
+#include "apps/vellora/command/Progress.h"
 #include "apps/vellora/command/RequestsUnderWay.h"
+#include "hostkit/secrets/KnownSecrets.h"
+#include "vellora/Catalog/Answer.h"
 #include "vellora/Catalog/Catalog.h"
 #include "vellora/Catalog/CatalogOptions.h"
+#include "vellora/Catalog/Question.h"
 #include "vellora/Catalog/QuestionOptions.h"
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Host/RequiredAPI.h"
@@ -32,7 +38,9 @@ namespace vellora::command {
 /// Threads: safe to use from several threads at once.
 class CommandCatalog {
  public:
-  CommandCatalog(const Arguments& arguments, const RequiredAPI& api);
+  /// The cleaning is of what `--verbose` tells.
+  CommandCatalog(const Arguments& arguments, const RequiredAPI& api,
+                 const std::shared_ptr<const hostkit::KnownSecrets>& secrets = {});
 
   [[nodiscard]] const Catalog* operator->() const noexcept { return &catalog_; }
   [[nodiscard]] const Catalog& operator*() const noexcept { return catalog_; }
@@ -41,8 +49,21 @@ class CommandCatalog {
   /// there is none.
   [[nodiscard]] std::optional<std::string> unanswered() const { return requests_->oldest(); }
 
+  /// Waits for the answer. Where somebody waits at a terminal, tells what for once that takes a while.
+  template <class T>
+  [[nodiscard]] Answer<T> answerTo(Question<T> question) const {
+    const auto progress = progressOf();
+    auto answer = std::move(question).get();
+    if (talk_ == Talk::verbose) requests_->awaitEnd();  // so that all is told before the answer
+    return answer;
+  }
+
  private:
-  const std::shared_ptr<RequestsUnderWay> requests_ = std::make_shared<RequestsUnderWay>();
+  [[nodiscard]] std::unique_ptr<Progress> progressOf() const;
+
+  const Talk talk_;
+  const bool logsToError_;
+  const std::shared_ptr<RequestsUnderWay> requests_;
   const Catalog catalog_;
 };
 

@@ -26,6 +26,9 @@ void addLookups(CLI::App& app, Arguments& arguments) {
   addCommand(app, arguments, "names", "Label, colour and icons of object types", Command::names)
       ->add_option("NAME", arguments.keys, names)
       ->required();
+  addCommand(app, arguments, "list", "All object types, or those that a text finds", Command::list)
+      ->add_option("TEXT", arguments.keys,
+                   "Words, each of which stands in the label, the plural or the API name");
   addCommand(app, arguments, "search-layouts", "Columns that search results of object types show",
              Command::searchLayouts)
       ->add_option("NAME", arguments.keys, names)

@@ -24,6 +24,11 @@ concept Document = requires {
 }
 &&!json::Record<T>;
 
+/// A JSON text that becomes part of another as it is.
+struct EmbeddedJson {
+  std::string text;
+};
+
 /// Puts one JSON text together: the documents and their lists here, everything else by `json::encode`.
 class DocumentText {
  public:
@@ -33,6 +38,11 @@ class DocumentText {
     const auto json = json::encode(value);
     if (!json) return fail(json.error());
     text_ += json.value().view();
+    return true;
+  }
+
+  [[nodiscard]] bool append(const EmbeddedJson& json) {
+    text_ += json.text;
     return true;
   }
 

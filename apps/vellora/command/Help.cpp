@@ -17,7 +17,8 @@ namespace {
 /// "--token-file" as the name of a variable; empty for an option that is not to have one.
 std::string variableOf(const CLI::App& app, const CLI::Option& option) {
   const bool isSwitch = option.get_items_expected_max() == 0;
-  const bool isForbidding = !option.get_fnames().empty();  // such as --no-color, which NO_COLOR stands for
+  // Such as --no-color, which NO_COLOR stands for.
+  const bool isForbidding = !option.get_lnames().empty() && option.get_lnames().front().starts_with("no-");
   const bool isOfOneCommand = app.get_parent() != nullptr;
   const bool isInfo = !isOfOneCommand && option.get_group() == "Options";  // such as --help
   if (isInfo || isForbidding || (isSwitch && isOfOneCommand) || option.get_lnames().empty()) return {};

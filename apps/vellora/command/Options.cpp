@@ -1,6 +1,7 @@
 #include "apps/vellora/command/Options.h"
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,18 +54,58 @@ void addCacheOptions(CLI::App& app, Arguments& arguments) {
   addSeconds(app, "--cache-timeout", arguments.cacheTimeout, "Age at which cached data expires");
 }
 
-void addOutputOptions(CLI::App& app, Arguments& arguments) {
+void addSourceOptions(CLI::App& app, Arguments& arguments) {
+  const auto takeFrom = [&](const std::string& name, Source source, const std::string& help) {
+    const auto take = [&arguments, source] { arguments.source = source; };
+    return app.add_flag_callback(name, take, help)->disable_flag_override();
+  };
+  auto* offline = takeFrom("--offline", Source::cacheOnly, "Ask the cache alone, which needs no server");
+  takeFrom("--refresh", Source::serverFirst, "Ask the server first, and the cache only where it fails")
+      ->excludes(offline);
   addSeconds(app, "--wait", arguments.wait, "How long to wait for the answer");
-  app.add_flag("--json", arguments.json, "Print one JSON document instead of a table")
+}
+
+void addOutputOptions(CLI::App& app, Arguments& arguments) {
+  auto& output = arguments.output;
+  addChoice<std::optional<Format>>(app, "-o,--output", output.format,
+                                   {{"table", Format::table},
+                                    {"json", Format::json},
+                                    {"csv", Format::csv},
+                                    {"tsv", Format::tsv},
+                                    {"jsonl", Format::jsonl}},
+                                   "Form of the answer: table, json, csv, tsv or jsonl")
+      ->type_name("FORMAT");
+  app.add_flag("--json", arguments.json, "Print one JSON document: the dictionary of what was found")
       ->disable_flag_override();
+  app.add_option("--columns", output.columns, "Columns to print, in their order, such as label,apiName")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->type_name("NAMES");
+  app.add_flag("--wide", output.wide, "All columns in a table, icons included, however wide it gets")
+      ->disable_flag_override();
+  addChoice<Coloring>(
+      app, "--color", output.color,
+      {{"auto", Coloring::automatic}, {"always", Coloring::always}, {"never", Coloring::never}},
+      "When to print colours: auto, always or never; auto looks at the terminal and NO_COLOR")
+      ->type_name("WHEN");
+  const auto never = [&output] { output.color = Coloring::never; };
+  app.add_flag_callback("--no-color", never, "The same as --color never")->disable_flag_override();
+}
+
+void addTalkOptions(CLI::App& app, Arguments& arguments) {
+  auto& talk = arguments.output.talk;
+  const auto say = [&](const std::string& names, Talk wanted, const std::string& help) {
+    const auto set = [&talk, wanted] { talk = wanted; };
+    return app.add_flag_callback(names, set, help)->disable_flag_override();
+  };
+  auto* quiet = say("-q,--quiet", Talk::quiet, "Say nothing of what is missing or old; exit codes stay");
+  say("-v,--verbose", Talk::verbose, "Tell of each request, and where the answer came from")->excludes(quiet);
   addChoice<Level>(app, "--log", arguments.logLevel,
                    {{"off", Level::off}, {"error", Level::error}, {"info", Level::info}},
                    "Library log: off, error or info; by default off")
       ->type_name("LEVEL");
   app.add_option("--log-file", arguments.logFile, "Write the log there instead of to standard error")
       ->type_name("FILE");
-  app.add_flag("!--no-color", arguments.color, "Never print colours; NO_COLOR does the same")
-      ->disable_flag_override();
 }
 
 }  // namespace
@@ -77,7 +118,9 @@ void addOptions(CLI::App& app, Arguments& arguments) {
   const std::string untitled = app.option_defaults()->get_group();
   addGroup("Server", addServerOptions);
   addGroup("Cache", addCacheOptions);
+  addGroup("Answer", addSourceOptions);
   addGroup("Output", addOutputOptions);
+  addGroup("Messages", addTalkOptions);
   app.option_defaults()->group(untitled);
 }
 

@@ -1,5 +1,6 @@
 #include "apps/vellora/command/Output.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -15,12 +16,26 @@ namespace vellora::command {
 
 namespace {
 
-bool terminalHasColors() {
+bool hasColors(Coloring wanted, int descriptor) {
+  if (wanted != Coloring::automatic) return wanted == Coloring::always;
   const char* noColor = std::getenv("NO_COLOR");
   if (noColor != nullptr && *noColor != '\0') return false;
-  const char* variable = std::getenv("TERM");
-  const std::string_view terminal = variable != nullptr ? variable : "";
-  return ::isatty(STDOUT_FILENO) == 1 && !terminal.empty() && terminal != "dumb";
+  return ::isatty(descriptor) == 1 && terminalObeys();
+}
+
+std::optional<std::size_t> columnsOf(int descriptor) {
+  constexpr std::size_t usual = 80;  // of a terminal that does not tell
+  if (::isatty(descriptor) != 1) return std::nullopt;
+  winsize size{};
+  const bool isTold = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return isTold ? size.ws_col : usual;
+}
+
+/// At once, since lines of the log may come from other threads meanwhile.
+void writeLine(const std::string& text, const Style& style) {
+  constexpr std::size_t mostColumns = 4000;
+  const std::string line = fitted(hostkit::withoutCredentials(text), mostColumns);
+  std::cerr << "vellora: " + style.red(line) + '\n';
 }
 
 }  // namespace
@@ -30,7 +45,17 @@ std::string keyText(std::string_view key) {
   return key.empty() ? "\"\"" : fitted(key, mostColumns);
 }
 
-Style::Style(bool wanted) : colors_(wanted && terminalHasColors()) {}
+Style Style::ofOutput(Coloring wanted) {
+  return Style(hasColors(wanted, STDOUT_FILENO));
+}
+
+Style Style::ofError(Coloring wanted) {
+  return Style(hasColors(wanted, STDERR_FILENO));
+}
+
+std::string Style::red(const std::string& text) const {
+  return colors_ ? "\x1b[31m" + text + "\x1b[0m" : text;
+}
 
 std::string Style::heading(const std::string& text) const {
   constexpr std::size_t mostColumns = 300;
@@ -63,15 +88,40 @@ ExitCode printJson(const Result<Data>& document) {
 }
 
 ExitCode complain(const Problem& problem) {
-  // At once, since lines of the log may come from other threads meanwhile.
-  constexpr std::size_t mostColumns = 4000;
-  std::cerr << "vellora: " + fitted(hostkit::withoutCredentials(problem.message), mostColumns) + '\n';
+  writeLine(problem.message, Style::ofError(Coloring::never));
   return problem.exit;
 }
 
-ExitCode complain(const Verdict& verdict, const hostkit::KnownSecrets& secrets) {
-  for (const auto& line : verdict.lines) complain({verdict.exit, secrets.cleaned(line)});
+ExitCode complain(const Verdict& verdict, const hostkit::KnownSecrets& secrets,
+                  const OutputArguments& output) {
+  if (output.talk == Talk::quiet) return verdict.exit;
+  const auto style = Style::ofError(output.color);
+  for (const auto& line : verdict.lines) writeLine(secrets.cleaned(line), style);
+  for (const auto& note : verdict.notes) remark(note, secrets, output);
   return verdict.exit;
+}
+
+void remark(const std::string& text, const hostkit::KnownSecrets& secrets, const OutputArguments& output) {
+  if (output.talk == Talk::quiet) return;
+  writeLine(secrets.cleaned(text), Style::ofError(Coloring::never));
+}
+
+std::optional<std::size_t> outputColumns() {
+  return columnsOf(STDOUT_FILENO);
+}
+
+std::optional<std::size_t> errorColumns() {
+  return columnsOf(STDERR_FILENO);
+}
+
+bool terminalObeys() {
+  const char* variable = std::getenv("TERM");
+  const std::string_view terminal = variable != nullptr ? variable : "";
+  return !terminal.empty() && terminal != "dumb";
+}
+
+void showProgress(std::string_view line, std::size_t mostColumns) {
+  std::cerr << "\r\x1b[K" + (line.empty() ? std::string() : fitted(line, mostColumns)) << std::flush;
 }
 
 std::vector<std::string> distinct(const std::vector<std::string>& keys) {

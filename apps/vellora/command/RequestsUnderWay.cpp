@@ -2,8 +2,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
+
+#include "apps/vellora/command/Narration.h"
 
 namespace vellora::command {
+
+RequestsUnderWay::RequestsUnderWay(Tell tell) : tell_(std::move(tell)) {}
 
 void RequestsUnderWay::requestSent(const RequestReport& report) {
   const std::lock_guard lock(mutex_);
@@ -11,21 +16,32 @@ void RequestsUnderWay::requestSent(const RequestReport& report) {
 }
 
 void RequestsUnderWay::requestEnded(const RequestReport& report) {
+  if (tell_) tell_(narrationOf(report));
   const std::lock_guard lock(mutex_);
   const auto sent = std::find(paths_.begin(), paths_.end(), report.path);
   if (sent != paths_.end() && !hasEnded_) paths_.erase(sent);
 }
 
-void RequestsUnderWay::questionEnded(const QuestionReport& /*report*/) {
+void RequestsUnderWay::questionEnded(const QuestionReport& report) {
+  if (tell_) tell_(narrationOf(report));
   const std::lock_guard lock(mutex_);
   hasEnded_ = true;
   ended_.notify_all();
 }
 
-std::optional<std::string> RequestsUnderWay::oldest() const {
+void RequestsUnderWay::awaitEnd() const {
   constexpr auto longest = std::chrono::seconds(5);
   std::unique_lock lock(mutex_);
   ended_.wait_for(lock, longest, [this] { return hasEnded_; });
+}
+
+std::optional<std::string> RequestsUnderWay::oldest() const {
+  awaitEnd();
+  return oldestYet();
+}
+
+std::optional<std::string> RequestsUnderWay::oldestYet() const {
+  const std::lock_guard lock(mutex_);
   return paths_.empty() ? std::nullopt : std::optional(paths_.front());
 }
 

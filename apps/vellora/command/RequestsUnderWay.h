@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -17,6 +18,11 @@ namespace vellora::command {
 /// Threads: synchronises itself.
 class RequestsUnderWay final : public CatalogObserver {
  public:
+  using Tell = std::function<void(const std::string& line)>;
+
+  /// `tell`, if there is one, is told of each request that has ended and of the question, in words.
+  explicit RequestsUnderWay(Tell tell = {});
+
   void requestSent(const RequestReport& report) override;
   void requestEnded(const RequestReport& report) override;
   void questionEnded(const QuestionReport& report) override;
@@ -26,7 +32,15 @@ class RequestsUnderWay final : public CatalogObserver {
   /// be lost, so it waits a moment at most.
   [[nodiscard]] std::optional<std::string> oldest() const;
 
+  /// The same while the question is being answered, without waiting for anything.
+  [[nodiscard]] std::optional<std::string> oldestYet() const;
+
+  /// Returns when everything has been told of the question, a moment later at most. Call it once the question
+  /// has ended.
+  void awaitEnd() const;
+
  private:
+  const Tell tell_;
   mutable std::mutex mutex_;
   mutable std::condition_variable ended_;
   bool hasEnded_ = false;

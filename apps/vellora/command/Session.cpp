@@ -1,9 +1,12 @@
 #include "apps/vellora/command/Session.h"
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "apps/vellora/command/CacheFailures.h"
 #include "apps/vellora/command/CachePlace.h"
+#include "apps/vellora/command/NoNetwork.h"
 #include "apps/vellora/command/Token.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheFailure.h"
@@ -39,6 +42,7 @@ Result<Log> openLog(const Arguments& arguments, const Secrets& secrets) {
 /// The way to the server, on which equal requests travel once.
 std::variant<std::shared_ptr<CorvaneSDK::Network>, Problem> openNetwork(
     const Arguments& arguments, const std::optional<std::string>& token, const Secrets& secrets) {
+  if (arguments.server.empty()) return std::make_shared<NoNetwork>();  // with --offline
   hostkit::CurlNetwork::Options options{.server = arguments.server};
   options.token = [token] { return token; };
   options.secrets = secrets;
@@ -47,14 +51,23 @@ std::variant<std::shared_ptr<CorvaneSDK::Network>, Problem> openNetwork(
   return std::make_shared<hostkit::CoalescingNetwork>(std::move(network).value());
 }
 
+/// Opening would make an empty cache of a name that is not there, such as a mistyped one.
+std::optional<Problem> problemOfOffline(const Arguments& arguments, const std::string& file) {
+  std::error_code ignored;
+  if (arguments.source != Source::cacheOnly || std::filesystem::exists(file, ignored)) return std::nullopt;
+  return Problem{ExitCode::cacheUnusable,
+                 "there is no cache " + file + "; ask the server once, without --offline, to fill it"};
+}
+
 /// The cache of that server and token. Its failures are logged, and noted.
 std::variant<std::shared_ptr<CorvaneSDK::Cache>, Problem> openCache(
     const Arguments& arguments, const std::optional<std::string>& token,
     const std::shared_ptr<CacheFailures>& failures, const std::shared_ptr<CorvaneSDK::Logger>& log) {
   const auto place = cachePlace(arguments, token);
   if (const auto* problem = std::get_if<Problem>(&place)) return *problem;
+  if (const auto problem = problemOfOffline(arguments, std::get<0>(place).file)) return *problem;
   hostkit::SQLiteCache::Options options;
-  options.owner = std::get<0>(place).owner;
+  if (!arguments.server.empty()) options.owner = std::get<0>(place).owner;
   options.observer = [failures, log](const hostkit::SQLiteCacheFailure& failure) {
     log->log(failure.localizedDescription(), CorvaneSDK::LogLevel::error);
     failures->note(failure);

@@ -98,14 +98,30 @@ void TextTable::addRow(std::vector<Cell> cells) {
   rows_.push_back(std::move(cells));
 }
 
-std::string TextTable::text(std::string_view indent) const {
-  constexpr std::size_t gap = 2;
+std::vector<std::size_t> TextTable::widthsWithin(std::size_t mostWidth) const {
+  auto widths = widths_;
+  std::size_t total = gap * (widths.size() - 1);
+  for (const auto width : widths) total += width;
+  while (total > mostWidth) {
+    const auto widest = std::max_element(widths.begin(), widths.end());
+    if (*widest <= fewestColumns) break;
+    --*widest;
+    --total;
+  }
+  return widths;
+}
+
+std::string TextTable::text(std::string_view indent, std::optional<std::size_t> mostWidth) const {
+  const std::size_t room = mostWidth ? *mostWidth - std::min(*mostWidth, indent.size()) : 0;
+  const auto widths = mostWidth ? widthsWithin(room) : widths_;
   std::string lines;
   for (const auto& row : rows_) {
     std::string line(indent);
     for (std::size_t column = 0; column < row.size(); ++column) {
-      const Cell& cell = row[column];
-      line.append(cell.swatch).append(cell.text).append(widths_[column] + gap - cell.width(), ' ');
+      Cell cell = row[column];
+      if (cell.width() > widths[column])
+        cell.text = fitted(cell.text, widths[column] - (cell.width() - displayWidth(cell.text)));
+      line.append(cell.swatch).append(cell.text).append(widths[column] + gap - cell.width(), ' ');
     }
     line.erase(line.find_last_not_of(' ') + 1);
     lines.append(line).append("\n");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -45,10 +46,17 @@ class TextTable {
   /// and fitted into `mostColumns`.
   void addRow(std::vector<Cell> cells);
 
-  /// The lines, each behind `indent`, without blanks at their ends.
-  [[nodiscard]] std::string text(std::string_view indent) const;
+  /// The lines, each behind `indent`, without blanks at their ends. Where `mostWidth` columns are all that
+  /// there is, the widest columns are cut first, none of them to less than `fewestColumns`.
+  [[nodiscard]] std::string text(std::string_view indent,
+                                 std::optional<std::size_t> mostWidth = std::nullopt) const;
 
  private:
+  static constexpr std::size_t fewestColumns = 8;
+  static constexpr std::size_t gap = 2;
+
+  [[nodiscard]] std::vector<std::size_t> widthsWithin(std::size_t mostWidth) const;
+
   std::vector<std::vector<Cell>> rows_;
   std::vector<std::size_t> widths_;
 };

@@ -6,9 +6,14 @@
 #include <sstream>
 #include <utility>
 
+#include "apps/vellora/command/Advice.h"
+#include "apps/vellora/command/AgeText.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/Reason.h"
+#include "hostkit/network/CurlNetworkError.h"
+#include "vellora/Catalog/QuestionError.h"
 #include "vellora/DataServices/NotCached.h"
+#include "vellora/Platform/Json/DecodingError.h"
 
 namespace vellora::command {
 
@@ -57,6 +62,7 @@ std::string runOut(const Lack& lack) {
 Reason reasonFor(const Missing& missing, const Lack& lack) {
   const auto* failure = missing.failure();
   const bool isLost = missing.why() == Why::failed && failure->error().as<NotCached>() != nullptr;
+  if (isLost && lack.isOffline) return reasonFor(Missing(Why::notCached), lack);
   if ((isLost || missing.why() == Why::unknown) && lack.cacheFailure)
     return {ExitCode::cacheUnusable, *lack.cacheFailure};
   switch (missing.why()) {
@@ -65,10 +71,13 @@ Reason reasonFor(const Missing& missing, const Lack& lack) {
     case Why::notAsked:
       return {ExitCode::someMissing, missing.text()};
     case Why::failed:
-      return {ExitCode::requestFailed, reasonOf(*failure) + behind("; ", lack.cacheFailure)};
+      return {ExitCode::requestFailed, reasonWithAdvice(*failure) + behind("; ", lack.cacheFailure)};
     case Why::timedOut:
       return {ExitCode::requestFailed, runOut(lack)};
     case Why::notCached:
+      if (lack.isOffline)
+        return {ExitCode::someMissing, "not in the cache; leave --offline out to ask the server"};
+      break;
     case Why::cancelled:
       break;
   }
@@ -104,6 +113,40 @@ bool isOfAKey(const std::string& reason, const Lack& lack) {
   });
 }
 
+/// What the keys were probably meant to be; empty where nothing is near.
+std::string meantBy(const std::vector<std::string>& keys, const Lack& lack) {
+  std::vector<std::string> names;
+  for (const auto& key : keys) {
+    const auto found = lack.meant.find(key);
+    if (found != lack.meant.end()) names.push_back(found->second);
+  }
+  return names.empty() ? std::string() : "; did you mean " + list(distinct(names)) + "?";
+}
+
+/// Why nothing newer came, behind "from the cache, 3 days old".
+std::string whyNothingNewerCame(const Failure& trouble, const Lack& lack) {
+  const Error& error = trouble.error();
+  const auto* ofQuestion = error.as<QuestionError>();
+  if (ofQuestion != nullptr && ofQuestion->errorCase == QuestionError::Case::timedOut) return runOut(lack);
+  const auto* ofNetwork = error.as<hostkit::CurlNetworkError>();
+  using Kind = hostkit::CurlNetworkError::Kind;
+  const bool hasAnswered = ofNetwork != nullptr && ofNetwork->kind == Kind::errorStatus;
+  if (hasAnswered) return "the server answered: " + reasonWithAdvice(trouble);
+  const bool isUnreadable = error.as<DecodingError>() != nullptr;
+  return (isUnreadable ? "" : "the server did not answer: ") + reasonWithAdvice(trouble);
+}
+
+/// What is to be told of what was found; empty where nothing is.
+std::string noteOn(const Lack& lack) {
+  const auto trouble = lack.trouble ? reasonOf(*lack.trouble) : std::string();
+  const bool isTold = trouble.empty() || isOfAKey(trouble, lack);
+  if (lack.old) {
+    const std::string old = "from the cache, " + ageWords(lack.old->ageSeconds);
+    return isTold ? old : old + "; " + whyNothingNewerCame(*lack.trouble, lack);
+  }
+  return isTold ? "" : "the answer may be old or incomplete: " + reasonWithAdvice(*lack.trouble);
+}
+
 }  // namespace
 
 Verdict verdictOn(const Lack& lack) {
@@ -113,7 +156,8 @@ Verdict verdictOn(const Lack& lack) {
   for (const auto& [reason, keys] : groupsIn(lack)) {
     if (weightOf(reason.exit) > weightOf(verdict.exit)) verdict.exit = reason.exit;
     if (verdict.lines.size() < mostLines) {
-      verdict.lines.push_back("no " + lack.what + " for " + list(keys) + ": " + reason.text);
+      verdict.lines.push_back("no " + lack.what + " for " + list(keys) + ": " + reason.text +
+                              meantBy(keys, lack));
     } else {
       untold += keys.size();
     }
@@ -121,10 +165,13 @@ Verdict verdictOn(const Lack& lack) {
   if (untold > 0)
     verdict.lines.push_back("no " + lack.what + " for " + std::to_string(untold) +
                             " more, for other reasons");
-  const auto trouble = lack.trouble ? reasonOf(*lack.trouble) : std::string();
-  if (!trouble.empty() && !isOfAKey(trouble, lack))
-    verdict.lines.push_back("the answer may be old or incomplete: " + trouble);
+  if (auto note = noteOn(lack); !note.empty()) verdict.notes.push_back(std::move(note));
   return verdict;
+}
+
+Verdict verdictOnNothing(const Missing& why, const Lack& lack) {
+  const auto reason = reasonFor(why, lack);
+  return {reason.exit, {"no " + lack.what + "s: " + reason.text}, {}};
 }
 
 }  // namespace vellora::command

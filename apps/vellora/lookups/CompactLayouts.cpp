@@ -1,39 +1,49 @@
 #include "apps/vellora/lookups/CompactLayouts.h"
 
-#include "apps/vellora/command/TextTable.h"
+#include <cstddef>
+
+#include "vellora/Catalog/AnswerDocument.h"
 
 namespace vellora::command {
 
 namespace {
 
-/// Adds the fields to the table; the parts of a compound field stand below it, further in.
-void addRows(const CompactLayoutFields& fields, const std::string& indent, TextTable& table) {
+/// Adds the fields; the parts of a compound field stand below it, further in.
+void addRows(RowGroup& group, const CompactLayoutFields& fields, const Value& whole, std::size_t depth) {
   for (const auto& field : fields) {
-    table.addRow(
-        {indent + field->label, indent + field->apiName, field->fieldType, field->referenceTo.value_or("")});
-    if (field->layoutFields) addRows(*field->layoutFields, indent + "  ", table);
+    const Value target = field->referenceTo ? Value(*field->referenceTo) : Value();
+    group.rows.push_back(
+        {{group.heading, field->label, field->apiName, field->fieldType, target, whole}, depth});
+    if (field->layoutFields) addRows(group, *field->layoutFields, field->apiName, depth + 1);
   }
 }
 
-std::string textOf(const std::map<std::string, ObjectCompactLayoutInfo>& layouts, const Style& style) {
-  std::string text;
-  for (const auto& [type, layout] : layouts) {
-    text += style.heading(type) + "\n";
-    if (layout.layoutFields.empty()) {
-      text += "  no fields\n";
-      continue;
-    }
-    TextTable table({"LABEL", "FIELD", "TYPE", "REFERS TO"});
-    addRows(layout.layoutFields, "", table);
-    text += table.text("  ");
+std::vector<RowGroup> groupsOf(const InOrder<ObjectCompactLayoutInfo>& found, CorvaneSDK::Cache& /*cache*/) {
+  std::vector<RowGroup> groups;
+  for (const auto* entry : found) {
+    const auto& [type, layout] = *entry;
+    RowGroup group{type, {}};
+    addRows(group, layout.layoutFields, Value(), 0);
+    groups.push_back(std::move(group));
   }
-  return text;
+  return groups;
 }
 
 }  // namespace
 
 Lookup<ObjectCompactLayoutInfo> compactLayouts() {
-  return {"compact layout", &Catalog::headlines, textOf};
+  return {.what = "compact layout",
+          .ask = &Catalog::headlines,
+          .columns = {{"type", "TYPE", Column::Shown::scripts},
+                      {"label", "LABEL"},
+                      {"field", "FIELD"},
+                      {"fieldType", "TYPE"},
+                      {"referenceTo", "REFERS TO"},
+                      {"partOf", "PART OF", Column::Shown::scripts}},
+          .groups = groupsOf,
+          .document = headlinesDocument,
+          .hasHeadings = true,
+          .ifEmpty = "no fields"};
 }
 
 }  // namespace vellora::command

@@ -11,4 +11,7 @@ namespace vellora::command {
 /// `vellora names`: what these object types look like.
 [[nodiscard]] Lookup<ObjectPresentationInfo> presentationForNames();
 
+/// How `vellora list` shows all types; asking is its own matter, since it names none.
+[[nodiscard]] Lookup<ObjectPresentationInfo> presentationOfAll();
+
 }  // namespace vellora::command

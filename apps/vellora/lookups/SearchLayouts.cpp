@@ -1,31 +1,39 @@
 #include "apps/vellora/lookups/SearchLayouts.h"
 
-#include "apps/vellora/command/TextTable.h"
+#include "vellora/Catalog/AnswerDocument.h"
 
 namespace vellora::command {
 
 namespace {
 
-std::string textOf(const std::string& type, const ObjectLayoutInfo& layout, const Style& style) {
-  std::string text = style.heading(type) + "\n";
-  if (layout.searchColumns.empty()) return text + "  no columns\n";
-  TextTable table({"LABEL", "NAME", "FIELD", "FORMAT"});
-  for (const auto& column : layout.searchColumns) {
-    table.addRow({column.label, column.name, column.field, column.format.value_or("")});
+std::vector<RowGroup> groupsOf(const InOrder<ObjectLayoutInfo>& found, CorvaneSDK::Cache& /*cache*/) {
+  std::vector<RowGroup> groups;
+  for (const auto* entry : found) {
+    const auto& [type, layout] = *entry;
+    RowGroup group{type, {}};
+    for (const auto& column : layout.searchColumns) {
+      const Value format = column.format ? Value(*column.format) : Value();
+      group.rows.push_back({{type, column.label, column.name, column.field, format}});
+    }
+    groups.push_back(std::move(group));
   }
-  return text + table.text("  ");
-}
-
-std::string textOfAll(const std::map<std::string, ObjectLayoutInfo>& layouts, const Style& style) {
-  std::string text;
-  for (const auto& [type, layout] : layouts) text += textOf(type, layout, style);
-  return text;
+  return groups;
 }
 
 }  // namespace
 
 Lookup<ObjectLayoutInfo> searchLayouts() {
-  return {"search layout", &Catalog::searchColumns, textOfAll};
+  return {.what = "search layout",
+          .ask = &Catalog::searchColumns,
+          .columns = {{"type", "TYPE", Column::Shown::scripts},
+                      {"label", "LABEL"},
+                      {"name", "NAME"},
+                      {"field", "FIELD"},
+                      {"format", "FORMAT"}},
+          .groups = groupsOf,
+          .document = searchColumnsDocument,
+          .hasHeadings = true,
+          .ifEmpty = "no columns"};
 }
 
 }  // namespace vellora::command

@@ -1,7 +1,5 @@
 #include "apps/vellora/lookups/Status.h"
 
-#include <unistd.h>
-
 #include <cmath>
 #include <iostream>
 #include <optional>
@@ -10,11 +8,13 @@
 #include <string_view>
 #include <tuple>
 
+#include "apps/vellora/command/Advice.h"
 #include "apps/vellora/command/CommandCatalog.h"
 #include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/Reason.h"
 #include "apps/vellora/command/TextTable.h"
+#include "apps/vellora/command/Verdict.h"
 #include "apps/vellora/lookups/CacheStatus.h"
 #include "apps/vellora/lookups/ReadinessName.h"
 #include "vellora/Catalog/Catalog.h"
@@ -54,52 +54,69 @@ std::string tableOf(const Status& status) {
   return table.text("");
 }
 
-void showProgress(const Readiness& readiness) {
-  if (::isatty(STDERR_FILENO) != 1) return;
-  std::cerr << "vellora: " + std::string(nameOf(readiness.readinessCase())) + '\n';
-}
-
 std::string behind(const std::optional<std::string>& text) {
   return text ? "; " + *text : std::string();
 }
 
+bool isOffline(const Arguments& arguments) {
+  return arguments.source == Source::cacheOnly;
+}
+
+/// What is to be said of lists that are not there; empty when they are.
+std::string lackIn(const Status& status, const Readiness& readiness, const Arguments& arguments,
+                   const Session& session) {
+  if (isOffline(arguments)) {
+    const bool isWhole = status.themes.ageSeconds && status.sObjects.ageSeconds;
+    return isWhole ? "" : "not everything is cached; leave --offline out to ask the server";
+  }
+  if (readiness.failure() != nullptr)
+    return "loading failed: " + reasonWithAdvice(*readiness.failure()) + behind(session.cacheFailure());
+  if (readiness.readinessCase() == Readiness::Case::ready) return "";
+  std::ostringstream what;
+  what << "still loading after " << arguments.wait << " s" << behind(session.cacheFailure())
+       << "; give it longer with --wait SECONDS";
+  return what.str();
+}
+
 ExitCode judge(const Status& status, const Readiness& readiness, const Arguments& arguments,
                const Session& session) {
-  if (readiness.readinessCase() == Readiness::Case::ready) return ExitCode::answered;
-  std::ostringstream what;
-  if (status.error) {
-    what << "loading failed: " << *status.error << behind(session.cacheFailure());
-  } else {
-    what << "still loading after " << arguments.wait << " s" << behind(session.cacheFailure())
-         << "; give it longer with --wait SECONDS";
-  }
-  return complain({ExitCode::requestFailed, what.str()});
+  const std::string lack = lackIn(status, readiness, arguments, session);
+  if (lack.empty()) return ExitCode::answered;
+  const auto exit = isOffline(arguments) ? ExitCode::someMissing : ExitCode::requestFailed;
+  return complain(Verdict{exit, {lack}, {}}, *session.secrets(), arguments.output);
 }
 
 Status statusOf(const Readiness& readiness, const Arguments& arguments, const Session& session) {
   auto& cache = *session.api().cache;
-  Status status{.state = std::string(nameOf(readiness.readinessCase())),
+  Status status{.state = isOffline(arguments) ? "offline" : std::string(nameOf(readiness.readinessCase())),
                 .themes = themesStatus(cache, arguments.cacheTimeout),
                 .sObjects = sObjectsStatus(cache, arguments.cacheTimeout)};
-  const bool isReady = readiness.readinessCase() == Readiness::Case::ready;
+  const bool isReady = isOffline(arguments) || readiness.readinessCase() == Readiness::Case::ready;
   status.primedAndCached = isReady && status.themes.fresh && status.sObjects.fresh;
   if (readiness.failure() != nullptr)
     status.error = session.secrets()->cleaned(reasonOf(*readiness.failure()));
   return status;
 }
 
+void showState(const Readiness& readiness, const Arguments& arguments) {
+  const bool isWanted = arguments.output.talk != Talk::quiet && !isOffline(arguments);
+  if (isWanted && errorColumns())
+    std::cerr << "vellora: " + std::string(nameOf(readiness.readinessCase())) + '\n';
+}
+
 }  // namespace
 
 ExitCode showStatus(const Arguments& arguments, const Session& session) {
   const CommandCatalog catalog(arguments, session.api());
-  showProgress(catalog->readiness());
+  showState(catalog->readiness(), arguments);
   // Any question that needs both lists has them loaded.
   static_cast<void>(catalog->allTypes({}, questionOptions(arguments)).get());
   const Readiness readiness = catalog->readiness();
-  if (readiness.readinessCase() != Readiness::Case::loading) showProgress(readiness);
+  if (readiness.readinessCase() != Readiness::Case::loading) showState(readiness, arguments);
 
   const Status status = statusOf(readiness, arguments, session);
-  const ExitCode printed = arguments.json ? printJson(encode(status)) : printText(tableOf(status));
+  const ExitCode printed =
+      arguments.printsDocument() ? printJson(encode(status)) : printText(tableOf(status));
   return printed != ExitCode::answered ? printed : judge(status, readiness, arguments, session);
 }
 

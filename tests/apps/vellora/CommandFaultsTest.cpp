@@ -38,7 +38,8 @@ class CommandFaultsTest : public CommandFixture {
 };
 
 TEST_F(CommandFaultsTest, TheTokenStandsInNoOutputLogOrCacheWhateverTheServerDoes) {
-  const std::vector<std::string> commands = {"ids", "names", "search-layouts", "compact-layouts", "watch"};
+  const std::vector<std::string> commands = {"ids",  "names", "list", "search-layouts", "compact-layouts",
+                                             "watch"};
   for (const auto& fault :
        {Fault(), Fault::fail(500), Fault::fail(401), Fault::errorBody(), Fault::truncate(40), Fault::drop(),
         Fault::never(), Fault::garbage(), Fault::empty()}) {

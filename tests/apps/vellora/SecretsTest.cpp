@@ -139,6 +139,10 @@ TEST_F(SecretsTest, TheTokenSentBackAsAKeyIsInNoErrorText) {
     EXPECT_EQ(ended.exitCode, 5);
     EXPECT_THAT(ended.err, HasSubstr("[token]"));
     expectNowhere(ended);
+    const auto whole = lookUp({"-o", "json", "compact-layouts", "Account"});
+    EXPECT_THAT(whole.out, HasSubstr("[token]"));
+    expectNowhere(whole);
+    expectNowhere(lookUp({"-v", "compact-layouts", "Account"}));
   }
 }
 

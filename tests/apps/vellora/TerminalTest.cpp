@@ -2,8 +2,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <sstream>
+#include <string>
 
 #include "apps/records-server/DataFiles.h"
+#include "apps/vellora/command/TextTable.h"
 #include "tests/apps/vellora/CommandFixture.h"
 
 // What the command shows to somebody who sits at a terminal, which `script` plays here.
@@ -11,6 +14,7 @@
 namespace vellora::command {
 namespace {
 
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -42,12 +46,17 @@ class TerminalTest : public CommandFixture {
 
   /// The demo data, in which "Account" has that colour.
   DataSet withColourOfAccount(const std::string& color) const {
-    const auto files = recordsserver::builtInDataFiles();
+    auto files = recordsserver::builtInDataFiles();
+    files.themes = R"([{"name":"Account","colors":[{"color":")" + color +
+                   R"(","context":"primary","theme":"light"}],"icons":[]}])";
+    return loaded(files);
+  }
+
+  DataSet loaded(const recordsserver::DataFiles& files) const {
     const auto data = folder.path() / "data";
     std::filesystem::create_directory(data);
     writeFile(data / "objects.json", files.objects);
-    writeFile(data / "themes.json", R"([{"name":"Account","colors":[{"color":")" + color +
-                                        R"(","context":"primary","theme":"light"}],"icons":[]}])");
+    writeFile(data / "themes.json", files.themes);
     writeFile(data / "list-views.json", files.listViews);
     writeFile(data / "search-layouts.json", files.searchLayouts);
     writeFile(data / "compact-layouts.json", files.compactLayouts);
@@ -64,11 +73,10 @@ TEST_F(TerminalTest, StatusShowsTheStatesAsTheyChange) {
 }
 
 TEST_F(TerminalTest, ColoursHaveASwatchAndColumnsStayInLine) {
-  const auto shown = shownBy({"names", "Account"});
-  EXPECT_THAT(shown, StartsWith("KEY      LABEL    PLURAL    API NAME  COLOUR     CREATEABLE"));
-  EXPECT_THAT(
-      shown,
-      HasSubstr("\nAccount  Account  Accounts  Account   \x1b[48;2;47;111;222m  \x1b[0m 2F6FDE  yes "));
+  const auto shown = shownBy({"-q", "names", "Account"});
+  EXPECT_THAT(shown, StartsWith("LABEL    API NAME  PREFIX  COLOUR     CREATEABLE\r\n"));
+  EXPECT_THAT(shown,
+              HasSubstr("\nAccount  Account   001     \x1b[48;2;47;111;222m  \x1b[0m 2F6FDE  yes\r\n"));
 }
 
 TEST_F(TerminalTest, WhatIsNoColourOfSixDigitsHasNoSwatch) {
@@ -83,12 +91,50 @@ TEST_F(TerminalTest, WhatIsNoColourOfSixDigitsHasNoSwatch) {
 }
 
 TEST_F(TerminalTest, HeadingsAreBold) {
-  EXPECT_THAT(shownBy({"search-layouts", "Account"}), StartsWith("\x1b[1mAccount\x1b[0m\r\n"));
-  EXPECT_THAT(shownBy({"compact-layouts", "Account"}), StartsWith("\x1b[1mAccount\x1b[0m\r\n"));
+  EXPECT_THAT(shownBy({"-q", "search-layouts", "Account"}), StartsWith("\x1b[1mAccount\x1b[0m\r\n"));
+  EXPECT_THAT(shownBy({"-q", "compact-layouts", "Account"}), StartsWith("\x1b[1mAccount\x1b[0m\r\n"));
+}
+
+TEST_F(TerminalTest, WhatTakesLongSaysWhatIsWaitedForAndThenNothingIsLeftOfThat) {
+  server->setFault(RecordsServer::everything, Fault::never());
+  // One thread runs both moments, the half second first. A busy machine may not have sent the request by
+  // then.
+  EXPECT_THAT(
+      shownBy({"--wait", "0.6", "search-layouts", "Account"}, 5),
+      ContainsRegex("^\r\x1b\\[Kvellora: (waiting for /services/data/v50.0/search/layout|working)[^\r]*"
+                    "\r\x1b\\[K(.*\r\x1b\\[K)?vellora: "));
+  const std::string line = "\x1b[Kvellora: ";
+  for (const std::string silent : {"-q", "-v"})
+    EXPECT_THAT(shownBy({silent, "--wait", "0.6", "search-layouts", "Account"}, 5), Not(HasSubstr(line)));
+  options.environment["TERM"] = "dumb";
+  EXPECT_THAT(shownBy({"--wait", "0.6", "search-layouts", "Account"}, 5), Not(HasSubstr(line)));
+}
+
+TEST_F(TerminalTest, TablesFitTheTerminalHoweverLongTheLabels) {
+  auto files = recordsserver::builtInDataFiles();
+  const std::string label = R"("label": "Account")";
+  ASSERT_NE(files.objects.find(label), std::string::npos);
+  files.objects.replace(files.objects.find(label), label.size(),
+                        R"("label": ")" + std::string(70, 'L') + R"(")");
+  server = RecordsServer::start(loaded(files)).value();
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"-q", "list"},
+                                                {"-q", "names", "Account"},
+                                                {"-q", "ids", "001000000000009"}}) {
+    const auto shown = shownBy([&] {
+      auto plain = words;
+      plain.insert(plain.begin(), {"--color", "never"});
+      return plain;
+    }());
+    EXPECT_THAT(shown, HasSubstr("LLL…"));
+    std::istringstream lines(shown);
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(displayWidth(line), 81U) << line;
+  }
+  EXPECT_THAT(shownBy({"-q", "--wide", "names", "Account"}), HasSubstr(std::string(70, 'L')));
 }
 
 TEST_F(TerminalTest, WhoWantsNoColoursGetsNone) {
-  const auto plain = [this](const std::vector<std::string>& arguments) {
+  const auto plain = [this](std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "-q");  // a busy machine would show how long it takes
     EXPECT_THAT(shownBy(arguments), Not(HasSubstr("\x1b")));
   };
   plain({"--no-color", "names", "Account"});

@@ -17,6 +17,8 @@
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/SObjectsCache.h"
 #include "vellora/Host/CacheTable.h"
+#include "vellora/Host/Table.h"
+#include "vellora/Models/ThemeItem.h"
 
 namespace vellora {
 namespace {
@@ -60,6 +62,19 @@ TEST_F(CacheInspectionTest, TellsTheObjectTypesAsTheServiceSavedThem) {
   EXPECT_THAT(cachedSObjects(*cache), ElementsAre(account, note));
   EXPECT_EQ(sObjectsFreshness(*cache, timeout), fetchedAt(present, true));
   EXPECT_EQ(themesFreshness(*cache, timeout), CacheFreshness()) << "that is another list";
+}
+
+TEST_F(CacheInspectionTest, TellsTheThemesAsTheServiceSavedThem) {
+  EXPECT_THAT(cachedThemes(*cache), IsEmpty());
+  const auto table = CorvaneSDK::CacheTable::create(
+      *cache, CorvaneSDK::Table::emptyWithKey("OPS_ThemesCacheTable", CorvaneSDK::Table::MaxAge::sevenDays));
+  const std::string entry = R"({"name":"Account","colors":null,"icons":[]})";
+  table->upsert({Data(entry), {{"cacheEntryType", "theme"}, {"name", "Account"}}, std::nullopt});
+  EXPECT_THAT(cachedThemes(*cache), IsEmpty()) << "a single entry is no list";
+  table->upsert({Data("[" + entry + "]"), {{"cacheEntryType", "themes"}}, std::nullopt});
+  EXPECT_THAT(cachedThemes(*cache), ElementsAre(ThemeItem{"Account", std::nullopt, {}}));
+  table->upsert({Data("[{}]"), {{"cacheEntryType", "themes"}}, std::nullopt});
+  EXPECT_THAT(cachedThemes(*cache), IsEmpty()) << "one that cannot be read";
 }
 
 TEST_F(CacheInspectionTest, DoesNotTakeSingleItemsForTheList) {

@@ -90,8 +90,11 @@ TEST_F(CacheCommandTest, ShowPrintsWhatEntriesHold) {
   EXPECT_THAT(ended.out, ContainsRegex("^\"Account\"\n20[0-9-]+T[0-9:]+Z\n\\{\"objectLayoutInfo\":"));
   const auto json =
       cache({"--json", "show", "OPS_SObjectsCacheTable/cacheEntryType=keyPrefix,keyPrefix=001"});
-  EXPECT_EQ(json.out, R"({"OPS_SObjectsCacheTable/cacheEntryType=keyPrefix,keyPrefix=001":"\"Account\""})"
+  EXPECT_EQ(json.out, R"({"OPS_SObjectsCacheTable/cacheEntryType=keyPrefix,keyPrefix=001":"Account"})"
                       "\n");
+  EXPECT_THAT(cache({"--json", "show", "OPS_Layout_Account", "ops.theme.fetch.timestamp"}).out,
+              ContainsRegex("^\\{\"OPS_Layout_Account\":\\{\"objectLayoutInfo\":.*,"
+                            "\"ops.theme.fetch.timestamp\":\"20[0-9T:-]+Z\"\\}\n$"));
 }
 
 TEST_F(CacheCommandTest, ShowNamesWhatIsNotThere) {
@@ -138,6 +141,23 @@ TEST_F(CacheCommandTest, PurgeDeletesWhatItIsTold) {
   EXPECT_THAT(cache({"ls"}).out, AllOf(Not(HasSubstr("\ntypes ")), HasSubstr("type/Account")));
   EXPECT_EQ(cache({"purge", "--all"}).exitCode, 0);
   EXPECT_EQ(cache({"ls"}).out, cacheFile + "\nThe cache is empty.\n");
+}
+
+TEST_F(CacheCommandTest, PurgeAndDeleteTellInJsonWhatIsGone) {
+  EXPECT_EQ(cache({"--json", "purge", "OPS_Layout_Account"}).out,
+            "{\"deleted\":1,\"entries\":[\"OPS_Layout_Account\"]}\n");
+  EXPECT_EQ(cache({"-o", "json", "purge", "--expired"}).out, "{\"deleted\":0,\"entries\":[]}\n");
+  EXPECT_EQ(cache({"--json", "delete"}).out, "{\"deleted\":\"" + cacheFile + "\"}\n");
+}
+
+TEST_F(CacheCommandTest, LsPrintsRowsForScriptsToo) {
+  EXPECT_THAT(cache({"-o", "csv", "ls"}).out,
+              StartsWith("entry,name,kind,bytes,ageSeconds,state,file\nOPS_Layout"));
+  EXPECT_THAT(cache({"-o", "tsv", "--columns", "state,entry", "ls"}).out,
+              HasSubstr("\nfresh\tOPS_Layout_Account\n"));
+  EXPECT_THAT(cache({"--columns", "kind,state", "ls"}).out, StartsWith("KIND  STATE\nblob  "));
+  EXPECT_EQ(cache({"-o", "json", "ls"}).exitCode, 0);
+  EXPECT_EQ(cache({"--columns", "nothing", "ls"}).exitCode, 2);
 }
 
 TEST_F(CacheCommandTest, PurgeIsToldOneThing) {

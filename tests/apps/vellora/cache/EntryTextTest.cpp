@@ -50,6 +50,21 @@ TEST(EntryTextTest, AMomentThatNoCalendarHasIsANumber) {
   EXPECT_EQ(contentText(listing), "-1.000000");
 }
 
+TEST(EntryTextTest, ContentThatIsJsonIsEmbeddedAndAllElseATextInIt) {
+  CacheListing listing;
+  const auto json = [&](const std::string& content) {
+    listing.data = Data(content);
+    return contentJson(listing).text;
+  };
+  for (const std::string content : {"{\"name\":1}", "\"Account\"", "[]", "null", "17"})
+    EXPECT_EQ(json(content), content);
+  EXPECT_EQ(json("8 bytes."), "\"8 bytes.\"");
+  EXPECT_EQ(json("{\"a\":}"), R"("{\"a\":}")");
+  EXPECT_EQ(json("\xEF\xBB\xBF[]"), "\"\xEF\xBB\xBF[]\"") << "a mark that must not stand within a text";
+  EXPECT_EQ(json("a\xFF"), R"("a\\xff")");
+  EXPECT_EQ(json(""), "\"\"");
+}
+
 TEST(EntryTextTest, WhatIsNotUtf8IsWrittenInEscapes) {
   EXPECT_EQ(asText("ä\\"), "ä\\");
   EXPECT_EQ(asText("a\xFF\x01ä"), "a\\xff\x01\\xc3\\xa4");

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/ScopedEnvironment.h"
+
 namespace vellora::command {
 namespace {
 
@@ -47,7 +49,7 @@ TEST_F(ArgumentsTest, ReadsOptionsBeforeAndAfterTheCommand) {
   EXPECT_EQ(arguments.cacheTimeout, 5);
   EXPECT_EQ(arguments.wait, 2.5);
   EXPECT_TRUE(arguments.json);
-  EXPECT_FALSE(arguments.color);
+  EXPECT_EQ(arguments.output.color, Coloring::never);
   EXPECT_EQ(arguments.logLevel, hostkit::SpdlogLogger::Level::error);
 }
 
@@ -59,9 +61,65 @@ TEST_F(ArgumentsTest, HasDefaultsForEverythingButTheServer) {
   EXPECT_EQ(arguments.cacheTimeout, 3600);
   EXPECT_EQ(arguments.wait, 70);
   EXPECT_FALSE(arguments.json);
-  EXPECT_TRUE(arguments.color);
+  EXPECT_EQ(arguments.output.color, Coloring::automatic);
+  EXPECT_EQ(arguments.output.talk, Talk::plain);
+  EXPECT_EQ(arguments.output.format, std::nullopt);
+  EXPECT_FALSE(arguments.output.wide);
+  EXPECT_EQ(arguments.source, Source::cacheFirst);
   EXPECT_EQ(arguments.logLevel, hostkit::SpdlogLogger::Level::off);
   EXPECT_THAT(arguments.cacheFile, testing::StartsWith("/home/somebody/.cache/vellora/http-h-"));
+}
+
+TEST_F(ArgumentsTest, ReadsHowTheAnswerIsToBePrinted) {
+  const auto result = parsed({"--server", "http://h", "-o", "csv", "--columns", "label,apiName", "list",
+                              "acc", "per", "--wide", "--color", "always", "-v", "--refresh"});
+  const auto& arguments = std::get<Arguments>(result);
+  EXPECT_EQ(arguments.command, Arguments::Command::list);
+  EXPECT_THAT(arguments.keys, ElementsAre("acc", "per"));
+  EXPECT_EQ(arguments.output.format, Format::csv);
+  EXPECT_THAT(arguments.output.columns, ElementsAre("label", "apiName"));
+  EXPECT_TRUE(arguments.output.wide);
+  EXPECT_EQ(arguments.output.color, Coloring::always);
+  EXPECT_EQ(arguments.output.talk, Talk::verbose);
+  EXPECT_EQ(arguments.source, Source::serverFirst);
+}
+
+TEST_F(ArgumentsTest, AnAnswerFromTheCacheAloneNeedsNoServer) {
+  const auto result = parsed({"--offline", "-q", "--cache", "c", "list"});
+  EXPECT_EQ(std::get<Arguments>(result).source, Source::cacheOnly);
+  EXPECT_EQ(std::get<Arguments>(result).output.talk, Talk::quiet);
+  EXPECT_THAT(std::get<Arguments>(result).keys, testing::IsEmpty());
+}
+
+TEST_F(ArgumentsTest, AnOptionCountsMoreThanTheVariableOfAnotherForm) {
+  const tests::ScopedEnvironment exported("VELLORA_OUTPUT", "csv");
+  EXPECT_EQ(std::get<Arguments>(parsed({"--server", "http://h", "list"})).output.format, Format::csv);
+  const auto json = parsed({"--server", "http://h", "--json", "list"});
+  EXPECT_TRUE(std::get<Arguments>(json).json);
+  EXPECT_EQ(std::get<Arguments>(json).output.format, std::nullopt);
+}
+
+TEST_F(ArgumentsTest, AVariableOfTheOutputIsForTheCommandsThatCanDoIt) {
+  const tests::ScopedEnvironment format("VELLORA_OUTPUT", "csv");
+  const tests::ScopedEnvironment columns("VELLORA_COLUMNS", "label,apiName");
+  const auto list = parsed({"--server", "http://h", "list"});
+  EXPECT_THAT(std::get<Arguments>(list).output.columns, ElementsAre("label", "apiName"));
+  const auto status = parsed({"--server", "http://h", "status"});
+  EXPECT_EQ(std::get<Arguments>(status).output.format, std::nullopt);
+  EXPECT_THAT(std::get<Arguments>(status).output.columns, testing::IsEmpty());
+  EXPECT_EQ(problemOf({"--server", "http://h", "-o", "tsv", "status"}),
+            "this command prints a table or JSON: give --output table or --output json; see vellora --help");
+}
+
+TEST_F(ArgumentsTest, WhatContradictsItselfIsRefused) {
+  EXPECT_EQ(problemOf({"--server", "http://h", "--offline", "--refresh", "list"}),
+            "--offline excludes --refresh; see vellora --help");
+  EXPECT_EQ(problemOf({"--server", "http://h", "-q", "-v", "list"}),
+            "--quiet excludes --verbose; see vellora --help");
+  EXPECT_EQ(problemOf({"--server", "http://h", "--json", "-o", "csv", "list"}),
+            "--json and --output contradict each other: give one; see vellora --help");
+  EXPECT_EQ(problemOf({"--server", "http://h", "-o", "xml", "list"}),
+            "--output: must be table, json, csv, tsv or jsonl; see vellora --help");
 }
 
 TEST_F(ArgumentsTest, TheExplorersPortIsFreeUnlessItIsNamed) {

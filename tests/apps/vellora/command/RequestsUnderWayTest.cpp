@@ -5,6 +5,7 @@
 #include <future>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vellora::command {
 namespace {
@@ -55,6 +56,26 @@ TEST_F(RequestsUnderWayTest, AnAnswerBehindTheEndOfTheQuestionComesTooLate) {
   endQuestion();
   answer("/late");
   EXPECT_EQ(requests.oldest(), "/late");
+}
+
+TEST_F(RequestsUnderWayTest, TheOldestYetIsToldWhileTheQuestionIsOpen) {
+  EXPECT_EQ(requests.oldestYet(), std::nullopt);
+  send("/first");
+  send("/second");
+  EXPECT_EQ(requests.oldestYet(), "/first");
+  answer("/first");
+  EXPECT_EQ(requests.oldestYet(), "/second");
+}
+
+TEST_F(RequestsUnderWayTest, WhoWantsToFollowIsToldOfEachEnd) {
+  std::vector<std::string> lines;
+  RequestsUnderWay told([&](const std::string& line) { lines.push_back(line); });
+  told.requestSent(reportOf("/a"));
+  told.requestEnded(reportOf("/a"));
+  told.questionEnded({});
+  told.awaitEnd();
+  EXPECT_EQ(lines, (std::vector<std::string>{"GET /a: neither body nor error after 0.00 s",
+                                             "0 found, 0 missing, after 0.00 s"}));
 }
 
 TEST_F(RequestsUnderWayTest, WaitsForTheReportsBeforeTheEndOfTheQuestion) {

@@ -70,7 +70,8 @@ TEST_F(SessionTest, AnErrorStatusIsBlamedInTheServersOwnWords) {
   server->setFault(themePath, Fault::fail(401));
   EXPECT_EQ(run({"status"}).err,
             "vellora: loading failed: 401 for /services/data/v50.0/theme: "
-            "The server was told to fail.\n");
+            "The server was told to fail; the token is missing, expired or wrong: give a valid one with "
+            "--token-file FILE\n");
 }
 
 }  // namespace

@@ -99,15 +99,67 @@ TEST_F(VerdictTest, WhatKeptAnAnswerFromBeingFresherIsToldThoughEveryKeyIsThere)
   lack.keys = {"a"};
   lack.trouble = failure("no way to /theme");
   EXPECT_EQ(verdictOn(lack),
-            (Verdict{ExitCode::answered, {"the answer may be old or incomplete: no way to /theme"}}));
+            (Verdict{ExitCode::answered, {}, {"the answer may be old or incomplete: no way to /theme"}}));
 }
 
 TEST_F(VerdictTest, WhatIsToldOfAKeyIsNotToldAgainOfTheAnswer) {
   miss("a", failed("no way to /sobjects"));
   lack.trouble = failure("no way to /sobjects");
   EXPECT_THAT(verdictOn(lack).lines, SizeIs(1));
+  EXPECT_THAT(verdictOn(lack).notes, SizeIs(0));
   lack.trouble = failure("no way to /theme");
-  EXPECT_THAT(verdictOn(lack).lines, SizeIs(2));
+  EXPECT_THAT(verdictOn(lack).lines, SizeIs(1));
+  EXPECT_THAT(verdictOn(lack).notes, SizeIs(1));
+}
+
+TEST_F(VerdictTest, AnOldAnswerTellsItsAgeAndWhyNothingNewerCame) {
+  lack.keys = {"a"};
+  lack.old = OldData{3 * 86400.0};
+  EXPECT_EQ(verdictOn(lack), (Verdict{ExitCode::answered, {}, {"from the cache, 3 days old"}}));
+  lack.trouble = Failure(CurlNetworkError{CurlNetworkError::Kind::unreachable, "no way to /a"});
+  EXPECT_THAT(verdictOn(lack).notes,
+              ElementsAre("from the cache, 3 days old; the server did not answer: no way to /a"));
+  lack.trouble = Failure(CurlNetworkError{CurlNetworkError::Kind::errorStatus, "418 for /a"});
+  EXPECT_THAT(verdictOn(lack).notes,
+              ElementsAre("from the cache, 3 days old; the server answered: 418 for /a"));
+  lack.trouble = Failure(QuestionError{QuestionError::Case::timedOut});
+  lack.unanswered = "/a";
+  EXPECT_THAT(verdictOn(lack).notes,
+              ElementsAre("from the cache, 3 days old; no answer to /a within 0.5 s; give "
+                          "it longer with --wait SECONDS"));
+}
+
+TEST_F(VerdictTest, AnOldAnswerWhoseAgeNobodyKnowsSaysSo) {
+  lack.keys = {"a"};
+  lack.old = OldData();
+  EXPECT_THAT(verdictOn(lack).notes, ElementsAre("from the cache, of unknown age"));
+}
+
+TEST_F(VerdictTest, NamesThatWereProbablyMeantAreToldOnce) {
+  miss("account", Missing(Why::unknown));
+  miss("acount", Missing(Why::unknown));
+  miss("nonsense", Missing(Why::unknown));
+  lack.meant = {{"account", "Account"}, {"acount", "Account"}};
+  EXPECT_THAT(verdictOn(lack).lines,
+              ElementsAre("no object type for account, acount, nonsense: the server has none; did you mean "
+                          "Account?"));
+}
+
+TEST_F(VerdictTest, OfflineAKeyThatIsNotCachedIsLikeOneThatIsUnknown) {
+  miss("a", Missing(Why::notCached));
+  miss("b", Missing(Why::failed, Failure(NotCached())));
+  lack.isOffline = true;
+  EXPECT_EQ(verdictOn(lack),
+            (Verdict{ExitCode::someMissing,
+                     {"no object type for a, b: not in the cache; leave --offline out to ask the server"}}));
+}
+
+TEST_F(VerdictTest, AQuestionWithoutKeysThatFindsNothingTellsWhy) {
+  EXPECT_EQ(verdictOnNothing(failed("no way to /a"), lack),
+            (Verdict{ExitCode::requestFailed, {"no object types: no way to /a"}}));
+  EXPECT_EQ(verdictOnNothing(Missing(Why::timedOut), lack),
+            (Verdict{ExitCode::requestFailed,
+                     {"no object types: no answer within 0.5 s; give it longer with --wait SECONDS"}}));
 }
 
 TEST_F(VerdictTest, TenReasonsAreToldAndTheRestIsCounted) {

@@ -160,7 +160,7 @@ TEST_F(SearchLayoutsCommandTest, AnErrorStatusIsExitCodeFiveWithTheServersOwnWor
   EXPECT_EQ(ended.out, "");
   EXPECT_EQ(ended.err,
             "vellora: no search layout for Account: 500 for /services/data/v50.0/search/layout: "
-            "The server was told to fail.\n");
+            "The server was told to fail; the server is in trouble: try again later\n");
 }
 
 TEST_F(SearchLayoutsCommandTest, AConnectionThatBreaksIsExitCodeFive) {

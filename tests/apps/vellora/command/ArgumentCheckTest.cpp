@@ -1,0 +1,102 @@
+#include "apps/vellora/command/ArgumentCheck.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace vellora::command {
+namespace {
+
+using testing::HasSubstr;
+using testing::Optional;
+using Command = Arguments::Command;
+
+class ArgumentCheckTest : public testing::Test {
+ protected:
+  ArgumentCheckTest() {
+    arguments.command = Command::names;
+    arguments.keys = {"Account"};
+    arguments.server = "http://h";
+  }
+
+  Arguments arguments;
+};
+
+TEST_F(ArgumentCheckTest, WhatMakesSenseIsNotComplainedOf) {
+  EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+  arguments.output.format = Format::csv;
+  arguments.output.columns = {"label"};
+  EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+}
+
+TEST_F(ArgumentCheckTest, OfflineNeedsNoServerButThenACacheFile) {
+  arguments.server.clear();
+  EXPECT_EQ(complaintAbout(arguments), "no server: give --server URL or set VELLORA_SERVER");
+  arguments.source = Source::cacheOnly;
+  EXPECT_EQ(complaintAbout(arguments),
+            "no cache file: give --cache FILE, or the --server URL whose default cache it is");
+  arguments.cacheFile = "c";
+  EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+  arguments.command = Command::explore;
+  EXPECT_EQ(complaintAbout(arguments), "no server: give --server URL or set VELLORA_SERVER");
+}
+
+TEST_F(ArgumentCheckTest, WhatAsksServersIsNotOffline) {
+  arguments.source = Source::cacheOnly;
+  for (const auto command : {Command::watch, Command::diff}) {
+    arguments.command = command;
+    EXPECT_EQ(complaintAbout(arguments), "this command asks servers: leave --offline out");
+  }
+}
+
+TEST_F(ArgumentCheckTest, TheLinesOfWatchAreJsonLines) {
+  arguments.command = Command::watch;
+  arguments.output.format = Format::jsonl;
+  EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+  arguments.output.format = Format::csv;
+  EXPECT_THAT(complaintAbout(arguments), Optional(HasSubstr("prints a table or JSON")));
+}
+
+TEST_F(ArgumentCheckTest, JsonAndAnotherFormatContradictEachOther) {
+  arguments.json = true;
+  arguments.output.format = Format::json;
+  EXPECT_EQ(complaintAbout(arguments), "--json and --output contradict each other: give one");
+}
+
+TEST_F(ArgumentCheckTest, ColumnsAreThoseOfRows) {
+  arguments.output.columns = {"label"};
+  arguments.json = true;
+  EXPECT_THAT(complaintAbout(arguments), Optional(HasSubstr("--columns chooses among those of table, csv")));
+  arguments.json = false;
+  arguments.command = Command::status;
+  EXPECT_THAT(complaintAbout(arguments), Optional(HasSubstr("--columns chooses among those of table, csv")));
+}
+
+TEST_F(ArgumentCheckTest, WhatIsNoListOfRowsIsATableOrJson) {
+  arguments.cacheFile = "c";
+  for (const auto command : {Command::status, Command::cache}) {
+    arguments.command = command;
+    arguments.cache.action = CacheArguments::Action::verify;
+    arguments.output.format = Format::csv;
+    EXPECT_EQ(complaintAbout(arguments),
+              "this command prints a table or JSON: give --output table or --output json");
+    arguments.output.format = Format::json;
+    EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+  }
+  arguments.cache.action = CacheArguments::Action::list;
+  arguments.output.format = Format::csv;
+  EXPECT_EQ(complaintAbout(arguments), std::nullopt) << "cache ls is one";
+}
+
+TEST_F(ArgumentCheckTest, ADashIsAWordForListAndStandardInputForOthers) {
+  arguments.keys = {"-"};
+  arguments.tokenFile = "-";
+  EXPECT_THAT(complaintAbout(arguments), Optional(HasSubstr("cannot give both")));
+  arguments.command = Command::list;
+  EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+}
+
+}  // namespace
+}  // namespace vellora::command
