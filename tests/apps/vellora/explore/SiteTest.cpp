@@ -92,6 +92,18 @@ TEST_F(SiteTest, ServesAPageOfLessThan200kBInTotal) {
   EXPECT_LT(total, 200'000U);
 }
 
+TEST_F(SiteTest, HasTheBrowserLoadAllModulesAtOnce) {
+  const auto page = ask("GET /", "").body;
+  std::size_t modules = 0;
+  for (const auto& file : pageFiles()) {
+    if (!file.path.ends_with(".js")) continue;
+    ++modules;
+    const auto preload = "<link rel=\"modulepreload\" href=\"" + std::string(file.path) + "\">";
+    EXPECT_NE(page.find(preload), std::string::npos) << file.path;
+  }
+  EXPECT_GT(modules, 5U);
+}
+
 TEST_F(SiteTest, HasNeitherScriptNorStyleInItsMarkup) {
   const auto page = ask("GET /", "").body;
   for (const auto* inlined : {"<style", " style=", " onload", " onclick", "javascript:", "http:", "https:"})

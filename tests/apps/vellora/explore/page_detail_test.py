@@ -222,7 +222,7 @@ class ComingBackTest(DetailTest):
         self.browser.click("#log summary")
         self.browser.wait("return document.querySelector('#entries').innerText.includes('GET /services/data/')")
         self.assertNotIn("icon", self.text("#entries"))
-        self.assertIn("2 answered · 0 failed", self.text("#totals"))
+        self.browser.wait("return document.querySelector('#totals').innerText.includes('2 answered · 0 failed')")
 
 
 if __name__ == "__main__":

@@ -76,8 +76,7 @@ class FailurePageTest(TroubleTest):
         self.assertTrue(self.browser.run("return document.querySelector('#work-offline').disabled"))
         self.assertEqual(self.browser.run("return document.activeElement.id"), "failure-heading")
         self.assertEqual(self.browser.role_and_name("#failure"), ("region", "The object types could not be fetched"))
-        totals = self.browser.run("return document.querySelector('#totals').textContent")
-        self.assertIn("0 answered · 2 failed", totals)
+        self.browser.wait("return document.querySelector('#totals').textContent.includes('0 answered · 2 failed')")
         for scheme in ("light", "dark"):
             self.browser.set_scheme(scheme)
             measured, low = self.browser.run(page_test.LOW_CONTRASTS)
