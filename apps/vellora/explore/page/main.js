@@ -17,7 +17,8 @@ const search = byId("search");
 const reachable = byId("reachable");
 const notice = byId("notice");
 const pollMilliseconds = 700;
-const pollMillisecondsWhileLoading = 60;
+const shortestPollMilliseconds = 60; // of a load that has just begun; a longer one is asked for less and less often
+let pause = shortestPollMilliseconds;
 let lastEntry = 0;
 let fetchedAt; // when the object list that is shown was fetched, in seconds
 let changesAt = 0; // the number of the changes that this list shows
@@ -153,11 +154,15 @@ async function live() {
     failedToReach = true;
   }
   clearTimeout(polling);
-  polling = setTimeout(live, isLoading ? pollMillisecondsWhileLoading : pollMilliseconds);
+  polling = setTimeout(live, isLoading ? pause : pollMilliseconds);
+  pause = isLoading ? Math.min(pause * 1.25, pollMilliseconds) : shortestPollMilliseconds;
   return undefined;
 }
 
+// With another key another run of vellora may answer, whose numbers begin anew.
 function enterAgain() {
+  lastEntry = 0;
+  fetchedAt = undefined;
   closeFailurePage();
   live();
 }
