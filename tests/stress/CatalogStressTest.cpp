@@ -21,6 +21,7 @@
 #include "tests/simulation/Draw.h"
 #include "tests/simulation/SimulatedServer.h"
 #include "tests/stress/ThreadedNetwork.h"
+#include "tests/stress/WaitUntil.h"
 #include "tests/support/LongForm.h"
 #include "vellora/Catalog/Catalog.h"
 
@@ -106,13 +107,8 @@ class CatalogStressTest : public testing::Test {
   }
 
   template <class Condition>
-  [[nodiscard]] static bool waitUntil(Condition holds) {
-    const auto limit = std::chrono::steady_clock::now() + 100s;
-    while (!holds()) {
-      if (std::chrono::steady_clock::now() > limit) return false;
-      std::this_thread::yield();
-    }
-    return true;
+  [[nodiscard]] bool waitUntil(Condition holds) const {
+    return tests::waitUntil(answered, holds);
   }
 
   [[nodiscard]] static std::size_t threadsOfTheProcess() {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -20,6 +19,7 @@
 #include "testkit/SilentLogger.h"
 #include "tests/simulation/SimulatedServer.h"
 #include "tests/stress/ThreadedNetwork.h"
+#include "tests/stress/WaitUntil.h"
 #include "tests/support/LongForm.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
@@ -186,13 +186,8 @@ class StressTest : public testing::Test {
   }
 
   template <class Condition>
-  [[nodiscard]] static bool waitUntil(Condition holds) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(100);
-    while (!holds()) {
-      if (std::chrono::steady_clock::now() > limit) return false;
-      std::this_thread::yield();
-    }
-    return true;
+  [[nodiscard]] bool waitUntil(Condition holds) const {
+    return tests::waitUntil(answered, holds);
   }
 
   std::atomic<std::size_t> answered = 0;
