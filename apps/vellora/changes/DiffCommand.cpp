@@ -36,7 +36,11 @@ struct Comparison {
 /// A side with its catalogue, and what has been read of it.
 class Compared {
  public:
-  explicit Compared(const Side& side) : side_(side), catalog_(side.arguments, side.session->api()) {}
+  /// `other` is what it is compared with: a file of which nobody knows whence it is may be of that server.
+  Compared(const Side& side, const Side& other)
+      : side_(side),
+        address_(side.address.empty() ? other.address : side.address),
+        catalog_(side.arguments, side.session->api()) {}
 
   [[nodiscard]] const Side& side() const { return side_; }
 
@@ -73,7 +77,7 @@ class Compared {
   ExitCode exit = ExitCode::answered;
 
  private:
-  [[nodiscard]] Reader reader() const { return {*catalog_, side_.arguments}; }
+  [[nodiscard]] Reader reader() const { return {*catalog_, side_.arguments, address_}; }
 
   /// Tells what went wrong on this side.
   void note(const Verdict& verdict) {
@@ -83,6 +87,7 @@ class Compared {
   }
 
   const Side& side_;
+  const std::string address_;
   const CommandCatalog catalog_;
 };
 
@@ -148,8 +153,8 @@ ExitCode tell(const Compared& before, const Compared& after, const Arguments& ar
 }
 
 ExitCode compare(const Side& one, const Side& other, const Arguments& arguments) {
-  Compared before(one);
-  Compared after(other);
+  Compared before(one, other);
+  Compared after(other, one);
   for (auto* side : {&before, &after}) {
     side->readTypes();
     if (side->exit != ExitCode::answered) return side->exit;

@@ -68,8 +68,7 @@ Verdict verdictOnTypes(const Answer<ObjectPresentationInfo>& answer, Source sour
 Reading Reader::types(Source source) const {
   const auto answer = catalog_.allTypes({}, optionsFrom(arguments_, source)).get();
   Reading reading;
-  for (const auto& [name, type] : answer.found)
-    reading.found.emplace(name, propertiesOf(type, arguments_.server));
+  for (const auto& [name, type] : answer.found) reading.found.emplace(name, propertiesOf(type, address_));
   reading.verdict = verdictOnTypes(answer, source, arguments_.wait);
   return reading;
 }

@@ -2,6 +2,7 @@
 
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/vellora/changes/Snapshot.h"
@@ -26,7 +27,9 @@ struct Reading {
 /// Ownership: refers to the catalogue and the arguments.
 class Reader {
  public:
-  Reader(const Catalog& catalog, const Arguments& arguments) : catalog_(catalog), arguments_(arguments) {}
+  /// `address`, of the server, is left out of the addresses of icons.
+  Reader(const Catalog& catalog, const Arguments& arguments, std::string address)
+      : catalog_(catalog), arguments_(arguments), address_(std::move(address)) {}
 
   [[nodiscard]] Reading types(Source source) const;
   [[nodiscard]] Reading searchLayouts(const std::set<std::string>& names, Source source) const;
@@ -35,6 +38,7 @@ class Reader {
  private:
   const Catalog& catalog_;
   const Arguments& arguments_;
+  const std::string address_;
 };
 
 }  // namespace vellora::command

@@ -40,7 +40,14 @@ std::optional<Problem> chooseServer(const std::string& text, Arguments& argument
 std::variant<Side, Problem> openServer(const std::string& text, Arguments arguments) {
   auto session = Session::open(arguments, std::make_shared<hostkit::MemoryCache>());
   if (auto* problem = std::get_if<Problem>(&session)) return std::move(*problem);
-  return Side{text, std::move(arguments), std::get<0>(std::move(session)), Source::cacheFirst, {}, {}};
+  std::string address = arguments.server;
+  return Side{.name = text,
+              .arguments = std::move(arguments),
+              .session = std::get<0>(std::move(session)),
+              .source = Source::cacheFirst,
+              .address = std::move(address),
+              .searchLayouts = {},
+              .compactLayouts = {}};
 }
 
 /// The names behind `prefix` among the keys of the cache's blobs.
@@ -52,7 +59,9 @@ std::set<std::string> namesBehind(std::string_view prefix, const hostkit::SQLite
   return names;
 }
 
-std::variant<Side, Problem> openCache(const std::string& text, const std::string& file, Arguments arguments) {
+/// Opens a file that was filled from the server at `address`, if that is known.
+std::variant<Side, Problem> openCache(const std::string& text, const std::string& file, std::string address,
+                                      Arguments arguments) {
   const auto contents = hostkit::SQLiteCacheContents::read(file, now());
   if (!contents) return problemOf(contents.error());
   auto cache = std::make_shared<hostkit::MemoryCache>();
@@ -62,12 +71,13 @@ std::variant<Side, Problem> openCache(const std::string& text, const std::string
   arguments.tokenCommand.clear();
   auto session = Session::open(arguments, std::move(cache));
   if (auto* problem = std::get_if<Problem>(&session)) return std::move(*problem);
-  return Side{text,
-              std::move(arguments),
-              std::get<0>(std::move(session)),
-              Source::cacheOnly,
-              namesBehind("OPS_Layout_", contents.value()),
-              namesBehind("OPS_CompactLayout_", contents.value())};
+  return Side{.name = text,
+              .arguments = std::move(arguments),
+              .session = std::get<0>(std::move(session)),
+              .source = Source::cacheOnly,
+              .address = std::move(address),
+              .searchLayouts = namesBehind("OPS_Layout_", contents.value()),
+              .compactLayouts = namesBehind("OPS_CompactLayout_", contents.value())};
 }
 
 std::variant<Side, Problem> openCacheOf(const std::string& text, Arguments arguments) {
@@ -80,7 +90,7 @@ std::variant<Side, Problem> openCacheOf(const std::string& text, Arguments argum
   arguments.usesDefaultCache = true;
   const auto place = cachePlace(arguments, std::get<0>(token));
   if (const auto* problem = std::get_if<Problem>(&place)) return *problem;
-  return openCache(text, std::get<0>(place).file, std::move(arguments));
+  return openCache(text, std::get<0>(place).file, arguments.server, arguments);
 }
 
 }  // namespace
@@ -91,7 +101,7 @@ std::variant<Side, Problem> openSide(const std::string& text, const Arguments& a
   auto problem = chooseServer(text, chosen);
   const bool isServer = !problem && (text.find("://") != std::string::npos || mayBeAName(text));
   if (isServer) return openServer(text, std::move(chosen));
-  if (!problem || isFile(text)) return openCache(text, text, arguments);
+  if (!problem || isFile(text)) return openCache(text, text, "", arguments);
   problem->message += ", nor a file of that name";
   return *std::move(problem);
 }

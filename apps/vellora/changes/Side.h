@@ -19,6 +19,7 @@ struct Side {
   Arguments arguments;               ///< those that are meant for it
   std::unique_ptr<Session> session;  ///< with a cache in memory: of a file its copy, else empty
   Source source = Source::cacheFirst;
+  std::string address;  ///< of the server that is, or was, asked; empty for a file of which that is not known
 
   // The types whose layouts a file holds.
   std::set<std::string> searchLayouts;

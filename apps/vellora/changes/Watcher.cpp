@@ -52,7 +52,10 @@ void addUnseen(const std::map<std::string, TypeChange>& found, const Snapshot& b
 }  // namespace
 
 Watcher::Watcher(const Catalog& catalog, const Arguments& arguments, std::vector<std::string> keys)
-    : catalog_(catalog), arguments_(arguments), reader_(catalog, arguments), keys_(std::move(keys)) {}
+    : catalog_(catalog),
+      arguments_(arguments),
+      reader_(catalog, arguments, arguments.server),
+      keys_(std::move(keys)) {}
 
 Names Watcher::namesOfKeys(const Described& types) const {
   Names names;

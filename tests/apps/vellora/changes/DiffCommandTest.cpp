@@ -95,6 +95,17 @@ TEST_F(DiffCommandTest, IconsThatEachServerHasItselfAreNoDifference) {
   EXPECT_EQ(vellora({"diff", one->url(), other->url()}).exitCode, 0);
 }
 
+TEST_F(DiffCommandTest, IconsThatAServerHasItselfAreNoDifferenceToItsCache) {
+  const auto one =
+      RecordsServer::start(DataSet::builtIn(), {.token = {}, .onRequest = {}, .servesIcons = true}).value();
+  fill(cacheFile, *one);
+  ASSERT_EQ(vellora({"--server", one->url(), "names", "Account"}).exitCode, 0);
+  configure("[servers.one]\naddress = \"" + one->url() + "\"\n");
+  EXPECT_EQ(vellora({"diff", cacheFile, one->url()}).out, "");
+  EXPECT_EQ(vellora({"diff", "cache:one", "one"}).out, "");
+  EXPECT_EQ(vellora({"diff", "one", cacheFile}).exitCode, 0);
+}
+
 TEST_F(DiffCommandTest, OfACacheAndItsServerTheLayoutsThatItHoldsAreCompared) {
   fill(cacheFile, *server);
   const auto before = contentOf(cacheFile);
