@@ -1,0 +1,15 @@
+# Whether the library for Java can be built: a JDK with its headers for C is there. Sanitizers, coverage and fuzzers are not
+# made for programs that run in a virtual machine.
+find_package(Java 11 QUIET COMPONENTS Development)
+if(Java_FOUND)
+  file(REAL_PATH "${Java_JAVAC_EXECUTABLE}" javac)
+  cmake_path(GET javac PARENT_PATH bin)
+  find_path(VELLORA_JNI_INCLUDE_DIR jni.h HINTS "${bin}/../include")
+  mark_as_advanced(VELLORA_JNI_INCLUDE_DIR)
+endif()
+if(PROJECT_IS_TOP_LEVEL AND VELLORA_JNI_INCLUDE_DIR AND NOT VELLORA_SANITIZE AND NOT VELLORA_COVERAGE AND NOT VELLORA_FUZZ)
+  set(VELLORA_CAN_BUILD_JAVA ON)
+else()
+  set(VELLORA_CAN_BUILD_JAVA OFF)
+endif()
+option(VELLORA_BUILD_JAVA "Build the library for Java, on that for C (needs a JDK)" ${VELLORA_CAN_BUILD_JAVA})
