@@ -118,6 +118,11 @@ if(TARGET vellora_c)
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/VelloraC" COMPONENT cdev)
 endif()
 
+if(TARGET vellora_jar)
+  get_target_property(jar vellora_jar JAR_FILE)
+  install(FILES "${jar}" DESTINATION "${CMAKE_INSTALL_DATADIR}/java" COMPONENT java)
+endif()
+
 configure_package_config_file(cmake/VelloraConfig.cmake.in "${PROJECT_BINARY_DIR}/VelloraConfig.cmake"
   INSTALL_DESTINATION "${VELLORA_CMAKEDIR}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/VelloraConfigVersion.cmake"

@@ -12,6 +12,9 @@ set(packages library dev command)
 if(TARGET vellora_c)
   list(APPEND packages c cdev)
 endif()
+if(TARGET vellora_jar)
+  list(APPEND packages java)
+endif()
 set(CPACK_COMPONENTS_ALL ${packages})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -62,6 +65,15 @@ set(CPACK_DEBIAN_CDEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_CDEV_PACKAGE_DEPENDS "libvellora-c${VELLORA_C_ABI} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_CDEV_DESCRIPTION "Files to build C programs against Vellora
  The header vellora.h, and what CMake and pkg-config need to find it.")
+
+# What the jar has inside needs the libraries that this package depends on.
+set(CPACK_DEBIAN_JAVA_PACKAGE_NAME libvellora-java)
+set(CPACK_DEBIAN_JAVA_PACKAGE_SECTION java)
+set(CPACK_DEBIAN_JAVA_PACKAGE_DEPENDS "libvellora-c${VELLORA_C_ABI} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_JAVA_PACKAGE_RECOMMENDS "default-jre-headless | java11-runtime-headless")
+set(CPACK_DEBIAN_JAVA_DESCRIPTION "${PROJECT_DESCRIPTION}, for Java
+ Vellora tells an app what the object types of a business-records server look
+ like. This package holds vellora.jar, for programs in Java and Kotlin.")
 
 # Every package says under which terms it comes and what has changed; the compressed form without a time stamp.
 find_program(GZIP_PROGRAM gzip REQUIRED)

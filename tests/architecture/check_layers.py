@@ -31,6 +31,7 @@ MAY_INCLUDE = {
     "hostkit": LIBRARY,
     "testkit": LIBRARY,
     "bindings/c": LIBRARY | {"hostkit"},
+    "bindings/java": {"bindings/c"},
     "bindings/generate": {PLATFORM, MODELS},
     "conformance": LIBRARY | {"tests/support"},
     "apps/http": {PLATFORM},

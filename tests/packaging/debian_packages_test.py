@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes the Debian packages and looks into them. usage: debian_packages_test.py CPACK BUILD VERSION ABI"""
+"""Makes the Debian packages and looks into them. usage: debian_packages_test.py CPACK BUILD VERSION ABI [java]"""
 
 import gzip
 import pathlib
@@ -8,8 +8,10 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import zipfile
 
 CPACK, BUILD, VERSION, ABI = sys.argv[1:5]
+HAS_JAVA = "java" in sys.argv[5:]
 LIBRARY = f"libvellora{ABI}"
 
 
@@ -41,7 +43,8 @@ class DebianPackagesTest(unittest.TestCase):
         return found
 
     def test_there_are_the_library_what_builds_against_it_and_the_command(self):
-        self.assertEqual(set(self.packages), {LIBRARY, "libvellora-dev", "vellora", "libvellora-c1", "libvellora-c-dev"})
+        java = {"libvellora-java"} if HAS_JAVA else set()
+        self.assertEqual(set(self.packages), {LIBRARY, "libvellora-dev", "vellora", "libvellora-c1", "libvellora-c-dev"} | java)
 
     def test_each_package_says_what_it_is(self):
         for package in self.packages:
@@ -91,6 +94,14 @@ class DebianPackagesTest(unittest.TestCase):
                      "usr/lib/cmake/VelloraC/VelloraCConfig.cmake"):
             self.file("libvellora-c-dev", path)
         self.assertNotIn(LIBRARY, self.field("libvellora-c1", "Depends"))
+
+    @unittest.skipUnless(HAS_JAVA, "the library for Java is not built")
+    def test_the_jar_has_its_native_library_inside(self):
+        with zipfile.ZipFile(self.file("libvellora-java", "usr/share/java/vellora.jar")) as jar:
+            names = [name.rpartition("/")[2] for name in jar.namelist()]
+        for name in ("Catalog.class", "libvellora-java.so", "libvellora-c.so.1"):
+            self.assertIn(name, names)
+        self.assertIn(f"libvellora-c1 (= {VERSION})", self.field("libvellora-java", "Depends"))
 
     def test_the_command_comes_with_its_man_page_and_completions(self):
         program = self.file("vellora", "usr/bin/vellora")

@@ -198,7 +198,7 @@ public final class Catalog implements AutoCloseable {
     int[] lengths = new int[keys.size()];
     int count = 0;
     for (String key : keys) {
-      byte[] encoded = Texts.utf8(key, "A key");
+      byte[] encoded = Texts.key(key);
       bytes.write(encoded, 0, encoded.length);
       if (count == lengths.length) lengths = Arrays.copyOf(lengths, 2 * count + 1);  // it grows meanwhile
       lengths[count++] = encoded.length;

@@ -1,5 +1,6 @@
 package vellora;
 
+import java.io.ByteArrayOutputStream;
 import java.nio.ByteBuffer;
 import java.nio.CharBuffer;
 import java.nio.charset.CharacterCodingException;
@@ -8,6 +9,8 @@ import java.util.Arrays;
 
 /** Texts as C takes and gives them. */
 final class Texts {
+  private static final byte[] NO_UTF8 = {(byte) 0xFF};
+
   private Texts() {}
 
   /** Refuses a text with half of a surrogate pair, which UTF-8 cannot say. */
@@ -27,6 +30,23 @@ final class Texts {
     if (text.indexOf('\0') >= 0) throw new IllegalArgumentException(what + " has a zero character.");
     byte[] bytes = utf8(text, what);
     return Arrays.copyOf(bytes, bytes.length + 1);
+  }
+
+  /** A key as it is: the library refuses one that is not UTF-8, as which half of a surrogate pair becomes a byte that isn't. */
+  static byte[] key(String key) {
+    Arguments.given(key, "A key");
+    byte[] bytes = key.getBytes(StandardCharsets.UTF_8);
+    if (key.codePoints().noneMatch(Texts::isHalf)) return bytes;
+    ByteArrayOutputStream parts = new ByteArrayOutputStream();
+    key.codePoints().forEach(point -> {
+      byte[] part = isHalf(point) ? NO_UTF8 : new String(Character.toChars(point)).getBytes(StandardCharsets.UTF_8);
+      parts.write(part, 0, part.length);
+    });
+    return parts.toByteArray();
+  }
+
+  private static boolean isHalf(int codePoint) {
+    return codePoint >= Character.MIN_SURROGATE && codePoint <= Character.MAX_SURROGATE;
   }
 
   /** What is not UTF-8 becomes U+FFFD. */

@@ -1,0 +1,29 @@
+package vellora;
+
+import java.lang.management.ManagementFactory;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
+import javax.management.ObjectName;
+
+/** What the process holds besides the Java heap. */
+final class NativeHeap {
+  static {
+    System.load(System.getProperty("native.heap"));
+  }
+
+  private NativeHeap() {}
+
+  /** The bytes that malloc has given and that nobody has freed. */
+  static native long bytesInUse();
+
+  /** How many objects native code keeps alive. */
+  static int globalReferences() throws Exception {
+    ObjectName commands = new ObjectName("com.sun.management:type=DiagnosticCommand");
+    Object[] noArguments = {new String[0]};
+    String[] signature = {String[].class.getName()};
+    String told = (String) ManagementFactory.getPlatformMBeanServer().invoke(commands, "threadPrint", noArguments, signature);
+    Matcher line = Pattern.compile("JNI global refs: (\\d+)").matcher(told);
+    if (!line.find()) throw new AssertionError("the virtual machine does not tell: " + told);
+    return Integer.parseInt(line.group(1));
+  }
+}
