@@ -13,8 +13,8 @@ import org.junit.Test;
 
 /** What is left when all is over: nothing. */
 public final class LifetimeTest {
-  private static final int QUESTIONS = Integer.getInteger("questions", 12_000);
-  private static final int ROUNDS = 6;
+  private static final int QUESTIONS = Integer.getInteger("questions", 10_000);
+  private static final int ROUNDS = 5;
   private static final int AT_ONCE = 50;
 
   /** A leak of the smallest block that malloc gives, once a question. */
@@ -23,7 +23,7 @@ public final class LifetimeTest {
   @Test
   public void manyQuestionsLeaveHeapAndNativeHeapAsTheyWere() throws Exception {
     try (Catalog catalog = opened(ScriptedNetwork.ofAccounts())) {
-      ask(catalog, QUESTIONS / ROUNDS);  // classes are loaded, caches are filled
+      ask(catalog, 1_000);  // classes are loaded, caches are filled
       int references = NativeHeap.globalReferences();
       long leastNative = Long.MAX_VALUE;
       long leastHeap = Long.MAX_VALUE;
