@@ -1,0 +1,121 @@
+"""The tables of functions by which the library calls what a host gives."""
+
+from __future__ import annotations
+
+import logging
+from collections.abc import Callable
+from concurrent.futures import Future
+from ctypes import byref
+from typing import Any
+
+from . import _contexts, _native
+from .errors import NetworkError
+from .network import Network, Request
+
+_log = logging.getLogger("vellora")
+
+
+def _send(context: int, info: Any, request: int) -> None:
+    asked = info.contents
+    sent = Request((asked.url.take() or b"").decode(), asked.timeout_seconds)
+
+    def send(network: Network) -> None:
+        try:
+            body = network.send(sent)
+        except BaseException as error:
+            _fail(request, error)
+        else:
+            _reply_with(request, body)
+
+    _contexts.call_host(context, send)
+
+
+def _reply_with(request: int, body: object) -> None:
+    if isinstance(body, Future):
+        body.add_done_callback(lambda done: _reply_when_done(request, done))
+    elif isinstance(body, (bytes, bytearray, memoryview)):
+        _succeed(request, bytes(body))
+    else:
+        _fail(request, TypeError(f"The network gives no bytes, but an object of type {type(body).__name__}."))
+
+
+def _reply_when_done(request: int, done: Future[Any]) -> None:
+    if done.cancelled():
+        return _fail(request, NetworkError("The request was cancelled."))
+    error = done.exception()
+    if error is not None:
+        return _fail(request, error)
+    body = done.result()
+    if isinstance(body, Future):
+        return _fail(request, TypeError("The network gives a Future of a Future."))
+    _reply_with(request, body)
+
+
+def _succeed(request: int, body: bytes) -> None:
+    _reply(request, _native.Response(body=_native.Text.of(body)))
+
+
+def _fail(request: int, error: BaseException) -> None:
+    response = _native.Response(error=_words_for(error))
+    if isinstance(error, NetworkError) and error.retry_after is not None:
+        response.may_retry, response.retry_after_seconds = 1, _wait_of(error)
+    _reply(request, response)
+
+
+def _reply(request: int, response: _native.Response) -> None:
+    if _native.is_our_process():
+        _native.library.vellora_reply(request, byref(response))
+
+
+def _wait_of(error: NetworkError) -> float:
+    try:
+        return max(0.0, float(error.retry_after or 0))
+    except (TypeError, ValueError):
+        return 0.0
+
+
+def _words_for(error: BaseException) -> bytes:
+    try:
+        words = str(error) if isinstance(error, NetworkError) else f"{type(error).__name__}: {error}"
+    except Exception:  # its own __str__
+        words = type(error).__name__
+    return words.encode(errors="replace").replace(b"\0", b"?")
+
+
+def _token(context: int, refused: Any, sink: int) -> None:
+    before = (refused.contents.take() or b"").decode(errors="replace") if refused else None
+
+    def give(source: Callable[[str | None], str | None]) -> None:
+        token = source(before)
+        if token is not None:
+            encoded = token.encode()
+            _native.library.vellora_give(sink, byref(_native.Text.of(encoded)))
+
+    _contexts.call_host(context, lambda source: _guarded(give, source, "The source of tokens"))
+
+
+def _write(context: int, is_error: int, line: Any) -> None:
+    words = (line.contents.take() or b"").decode(errors="replace")
+    _contexts.call_host(context, lambda logger: _guarded(lambda log: log(bool(is_error), words), logger, "The logger"))
+
+
+def _guarded(function: Callable[[Any], None], argument: Any, what: str) -> None:
+    try:
+        function(argument)
+    except BaseException:
+        _log.exception("%s raised.", what)
+
+
+_SEND, _TOKEN, _LOG = _native.Send(_send), _native.Token(_token), _native.Log(_write)
+
+
+def table_of_network(network: Network) -> _native.NetworkTable:
+    return _native.NetworkTable(context=_contexts.hold(network), destroy=_contexts.destroy, send=_SEND)
+
+
+def table_of_token(source: Callable[[str | None], str | None]) -> _native.TokenSourceTable:
+    return _native.TokenSourceTable(context=_contexts.hold(source), destroy=_contexts.destroy, token=_TOKEN)
+
+
+def table_of_logger(logger: Callable[[bool, str], None]) -> _native.LoggerTable:
+    return _native.LoggerTable(context=_contexts.hold(logger), destroy=_contexts.destroy, log=_LOG)
