@@ -3,8 +3,8 @@
 
 usage: check_snippets.py ROOT
 
-A quotation is a fenced block of C++, CMake or Java right behind a line such as "<!-- examples/embed/main.cpp [embed] -->"; in
-the example, what is quoted stands between two lines "// [embed]", or "# [embed]" in CMake. Such a block of C++ or CMake
+A quotation is a fenced block of C++, CMake, Java or Python right behind a line such as "<!-- examples/embed/main.cpp [embed] -->"; in
+the example, what is quoted stands between two lines "// [embed]", or "# [embed]" in CMake and Python. Such a block of C++ or CMake
 without such a line is an error. The programs that the README of a binding shows are run by tests of their own.
 """
 
@@ -13,7 +13,7 @@ import re
 import sys
 import textwrap
 
-QUOTATION = re.compile(r"^<!-- (\S+) \[([\w-]+)\] -->\n```(?:cpp|cmake|java)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+QUOTATION = re.compile(r"^<!-- (\S+) \[([\w-]+)\] -->\n```(?:cpp|cmake|java|python)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 BLOCK = re.compile(r"```(?:cpp|cmake)\b")
 QUOTED_BLOCK = re.compile(r" -->\n```(?:cpp|cmake)\b")
 

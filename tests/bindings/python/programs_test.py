@@ -1,0 +1,86 @@
+#!/usr/bin/env python3
+"""Runs the programs that the documents show, as somebody does who has the wheel only, beside a demo server.
+
+usage: programs_test.py ROOT WHEEL RECORDS_SERVER
+"""
+
+import base64
+import contextlib
+import csv
+import hashlib
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+import zipfile
+
+ROOT, WHEEL, RECORDS_SERVER = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
+MOST_LINES = 10
+
+
+@contextlib.contextmanager
+def demo_server(folder):
+    port_file = folder / "port"
+    server = subprocess.Popen([RECORDS_SERVER, "--port-file", port_file], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    try:
+        while not port_file.exists() and server.poll() is None:
+            time.sleep(0.05)
+        yield f"http://127.0.0.1:{port_file.read_text().strip()}"
+    finally:
+        server.terminate()
+        server.wait()
+
+
+class ProgramsTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
+        cls.server = cls.enterClassContext(demo_server(cls.folder))
+        with zipfile.ZipFile(WHEEL) as wheel:
+            wheel.extractall(cls.folder / "installed")
+
+    def output(self, program, *arguments):
+        done = subprocess.run([sys.executable, "-B", "-X", "dev", "-W", "error", program, *arguments], text=True,
+                              capture_output=True, env=os.environ | {"PYTHONPATH": str(self.folder / "installed")})
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        return done.stdout
+
+    def test_the_quickstart_tells_what_the_record_is_or_why_it_cannot(self):
+        program, = re.findall(r"```python\n(import.*?)^```$", (ROOT / "bindings/python/README.md").read_text(), re.M | re.S)
+        self.assertLessEqual(len(program.splitlines()), MOST_LINES)
+        quickstart = self.folder / "quickstart.py"
+        quickstart.write_text(program)
+        self.assertEqual(self.output(quickstart, self.server), "Account\n")
+        self.assertTrue(self.output(quickstart, "http://127.0.0.1:1").startswith("001000000000009: could not be asked: "))
+
+    def test_the_host_over_urllib_asks_the_server(self):
+        program = ROOT / "examples/python-own-host/own_host.py"
+        self.assertEqual(self.output(program, self.server, "001000000000009"), "Account\n")
+        self.assertEqual(self.output(program, self.server, "zzz"), "zzz: unknown to the server\n")
+        self.assertEqual(self.output(program, self.server + "/nowhere", "001000000000009"),
+                         "001000000000009: could not be asked: The server answers 404. (/services/data/v50.0/sobjects)\n")
+
+    def test_the_wheel_is_for_this_system_and_has_the_library_inside(self):
+        self.assertRegex(WHEEL.name, r"^vellora-[\d.]+-py3-none-linux_\w+\.whl$")
+        with zipfile.ZipFile(WHEEL) as wheel:
+            names = wheel.namelist()
+        for name in ("vellora/__init__.py", "vellora/records.py", "vellora/py.typed", "vellora/libvellora-c.so.1"):
+            self.assertIn(name, names)
+        self.assertEqual([name for name in names if "__pycache__" in name], [])
+
+    def test_the_wheel_records_each_file_as_it_is(self):
+        with zipfile.ZipFile(WHEEL) as wheel:
+            record, = (name for name in wheel.namelist() if name.endswith(".dist-info/RECORD"))
+            rows = {name: digest for name, digest, _ in csv.reader(wheel.read(record).decode().splitlines())}
+            self.assertEqual(set(rows), set(wheel.namelist()))
+            for name in rows.keys() - {record}:
+                digest = base64.urlsafe_b64encode(hashlib.sha256(wheel.read(name)).digest()).decode().rstrip("=")
+                self.assertEqual(rows[name], f"sha256={digest}")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
