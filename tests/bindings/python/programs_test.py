@@ -55,7 +55,8 @@ class ProgramsTest(unittest.TestCase):
         quickstart = self.folder / "quickstart.py"
         quickstart.write_text(program)
         self.assertEqual(self.output(quickstart, self.server), "Account\n")
-        self.assertTrue(self.output(quickstart, "http://127.0.0.1:1").startswith("001000000000009: could not be asked: "))
+        # On a very busy machine the deadline may come before the last attempt.
+        self.assertRegex(self.output(quickstart, "http://127.0.0.1:1"), r"^001000000000009: (could not be asked: .+|timed out)\n$")
 
     def test_the_host_over_urllib_asks_the_server(self):
         program = ROOT / "examples/python-own-host/own_host.py"
