@@ -75,7 +75,8 @@ class SharedRuns {
     const Promise<T> promise;
     const Publisher<T> result = Publisher<T>::ofPromise(promise);
     // Under the mutex of `Runs`.
-    std::weak_ptr<Run> before;  // the one whose lease was over
+    // The one whose lease was over, as long as somebody waits for it: nobody else may hold it any more.
+    std::shared_ptr<Run> before;
     std::size_t waiting = 0;
     AnyCancellable token;
   };
@@ -94,7 +95,7 @@ class SharedRuns {
       const std::lock_guard lock(mutex_);
       auto& run = underWay_.try_emplace(made->key, made).first->second;
       if (run == lost) {
-        made->before = run;
+        if (run->waiting > 0) made->before = run;
         run = made;
       }
       ++run->waiting;
@@ -127,7 +128,7 @@ class SharedRuns {
       RunPtr forgotten;
       const std::lock_guard lock(mutex_);
       forgotten = forget(run);
-      return run.before.lock();
+      return std::exchange(run.before, nullptr);
     }
 
    private:

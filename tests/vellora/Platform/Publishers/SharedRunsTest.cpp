@@ -182,5 +182,27 @@ TEST_F(SharedRunsTest, NothingIsStartedForWhoHasGoneAlready) {
   EXPECT_EQ(promises.size(), 1U) << "a run of its own";
 }
 
+TEST_F(LeasedRunsTest, WhoWaitsForARunThatTheHostHasDroppedGetsWhatTheNewOneBrings) {
+  const auto first = askOnLease(early);
+  promises.clear();
+  clock->advance(Lease::length);
+  const auto second = askOnLease(late);
+  promises.at(0).succeed(5);
+  EXPECT_EQ(early, std::vector<int>{5});
+  EXPECT_EQ(late, std::vector<int>{5});
+}
+
+TEST_F(LeasedRunsTest, ALostRunThatNobodyWaitsForIsLetGo) {
+  std::weak_ptr<const Lease> ofTheFirst;
+  {
+    const auto first = askOnLease(early);
+    ofTheFirst = lease;
+    promises.clear();
+  }
+  clock->advance(Lease::length);
+  const auto second = askOnLease(late);
+  EXPECT_TRUE(ofTheFirst.expired());
+}
+
 }  // namespace
 }  // namespace vellora
