@@ -8,9 +8,9 @@
 #include <map>
 #include <memory>
 #include <new>
-#include <set>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 #include "testkit/ManualQueue.h"
 #include "testkit/ManualTimer.h"
@@ -39,7 +39,7 @@ class AskedAllocationTest : public testing::Test {
 
   [[nodiscard]] std::shared_ptr<Asked> made() const {
     return std::make_shared<Asked>(
-        std::set{shortKey, longKey},
+        std::vector{shortKey, longKey},
         detail::Terms{queue, timer, gate, catalog,
                       std::make_shared<Inquiry>(common, QuestionKind::types, TimedQueue::Delay(5s),
                                                 std::make_shared<CallbackGate>())});

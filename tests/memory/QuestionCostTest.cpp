@@ -126,14 +126,12 @@ TEST_P(QuestionCostTest, RecordsTakeNoMoreMemoryThanTheFacadesLookup) {
   expectAtMost(1.2, "records", bytesOf([&] { take(catalog->records(ids())); }), ofFacade);
 }
 
-// A façade's lookup of layouts is a loop over the cache. A question keeps account of each key, moves it to
-// another thread and back, and tells its age.
-TEST_P(QuestionCostTest, LayoutsTakeAFewTimesTheMemoryOfTheFacadesLookups) {
+TEST_P(QuestionCostTest, LayoutsTakeLittleMoreMemoryThanTheFacadesLookups) {
   const auto noting = [this](const auto& layouts) { found = layouts ? layouts->size() : 0; };
   const auto ofColumns = bytesOf([&] { facade->objectLayoutInfoForApiNames(names(), noting); });
-  expectAtMost(4, "columns", bytesOf([&] { take(catalog->searchColumns(names())); }), ofColumns);
+  expectAtMost(1.2, "columns", bytesOf([&] { take(catalog->searchColumns(names())); }), ofColumns);
   const auto ofHeadlines = bytesOf([&] { facade->objectCompactLayoutInfoForApiNames(names(), noting); });
-  expectAtMost(2.5, "headlines", bytesOf([&] { take(catalog->headlines(names())); }), ofHeadlines);
+  expectAtMost(1.2, "headlines", bytesOf([&] { take(catalog->headlines(names())); }), ofHeadlines);
 }
 
 INSTANTIATE_TEST_SUITE_P(Keys, QuestionCostTest, testing::ValuesIn(counts),

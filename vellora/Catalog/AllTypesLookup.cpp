@@ -42,8 +42,10 @@ void answer(const AllTypesLookup& lookup, const PreparedLists& lists, const Both
 void findBoth(const AllTypesLookup& lookup, const PreparedLists& lists) {
   const auto& services = lookup.session->services;
   const auto fetching = lookup.question->fetching();
-  const auto types = services.sObjects->allSObjects(lists.typesSource(lookup.source), fetching);
-  const auto themes = services.themes->allThemes(lists.themesSource(lookup.source), fetching).results();
+  const auto types =
+      services.sObjects->allSObjects(lists.typesSource(lookup.source), fetching, lists.loadedTypes);
+  const auto themes =
+      services.themes->allThemes(lists.themesSource(lookup.source), fetching, lists.loadedThemes).results();
   const auto onBoth = [lookup, lists](const Both& both) { answer(lookup, lists, both); };
   const auto onEnd = [lookup, lists](const Completion& error) {
     if (error) lookup.question->fail(lists.typesFailure.value_or(*error));

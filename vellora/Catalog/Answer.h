@@ -41,7 +41,7 @@ struct Answer {
   /// records are older than the time-out, or why they are without colours and icons.
   std::optional<Failure> trouble;
 
-  /// The age of all that was found but for the keys in `otherAges`.
+  /// The age of all that was found but for the keys in `otherAges`. What a list view lists has no date.
   Age age;
   std::map<std::string, Age> otherAges;
 

@@ -6,10 +6,10 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <set>
 #include <stop_token>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "vellora/Catalog/Answer.h"
 #include "vellora/Catalog/Inquiry.h"
@@ -68,7 +68,8 @@ class AskedBase {
 template <class T>
 class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<T>> {
  public:
-  Asked(const std::set<std::string>& keys, Terms terms)
+  /// Each of `keys` comes once.
+  Asked(const std::vector<std::string>& keys, Terms terms)
       : answersOn_(std::exchange(terms.answersOn, nullptr)),
         terms_(std::move(terms)),
         keyCount_(keys.size()),

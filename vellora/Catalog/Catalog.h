@@ -111,8 +111,9 @@ class VELLORA_EXPORT Catalog {
   /// Gives all questions up, as cancelled, and deletes what the library has written into the cache: for a
   /// sign-out. Layouts that a façade has cached are deleted of the types that the cached list names. When it
   /// has returned, nothing that was asked before is written any more; a question that is asked meanwhile is
-  /// cancelled. Afterwards the catalogue begins without anything. Throws `std::bad_alloc` after it has
-  /// deleted what it could; call it again then.
+  /// cancelled. Afterwards the catalogue begins without anything. A layout that the cache does not delete
+  /// is deleted by the next call, also after a restart; it cannot tell whether the cache has obeyed. Throws
+  /// `std::bad_alloc` after it has deleted what it could; call it again then.
   void forget() const;
 
   /// Whether both lists are there.

@@ -1,5 +1,6 @@
 #include "vellora/Catalog/CatalogImplementation.h"
 
+#include <algorithm>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -57,6 +58,24 @@ std::shared_ptr<const Inquiry::Common> inquiriesWith(const CatalogOptions& optio
   return common;
 }
 
+/// Each of them once, in order.
+std::vector<std::string> distinct(std::vector<std::string> keys) {
+  std::sort(keys.begin(), keys.end());
+  keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+  return keys;
+}
+
+/// Takes the keys that cannot be asked for out of `keys`, and says why not.
+std::vector<std::pair<std::string, QuestionError>> refusedOf(std::vector<std::string>& keys, KeyKind kind) {
+  std::vector<std::pair<std::string, QuestionError>> refused;
+  std::erase_if(keys, [&](const std::string& key) {
+    const auto refusal = refusalOf(key, kind);
+    if (refusal) refused.emplace_back(key, *refusal);
+    return refusal.has_value();
+  });
+  return refused;
+}
+
 /// What lets a question write; without a host none does.
 std::shared_ptr<CallbackGate> writesOf(const std::shared_ptr<Session>& session) {
   return session ? session->gate : std::make_shared<CallbackGate>();
@@ -107,7 +126,10 @@ void Catalog::Implementation::prefetch() const {
       .then(
           [readiness = session_.value()->readiness, late = Failure(late)](const Answer<TypeChange>& answer) {
             if (answer.end == End::answered || answer.end == End::cancelled) return;
-            readiness.noteUnlessLoaded(Readiness::failed(answer.trouble ? *answer.trouble : late));
+            try {
+              readiness.noteUnlessLoaded(Readiness::failed(answer.trouble ? *answer.trouble : late));
+            } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the next load tells
+            }
           })
       .detach();
 }
@@ -116,9 +138,8 @@ Question<ObjectPresentationInfo> Catalog::Implementation::infos(InfoLookup::Want
                                                                 const Keys& keys,
                                                                 const QuestionOptions& options) const {
   const auto start = [kind, theme = themeOf(options)](const SessionPtr& session, const auto& question,
-                                                      std::vector<std::string> good, Source source) {
-    std::make_shared<InfoLookup>(session, question, InfoLookup::Wanted{kind, std::move(good), theme, source})
-        ->start();
+                                                      const SharedKeys& good, Source source) {
+    std::make_shared<InfoLookup>(session, question, InfoLookup::Wanted{kind, good, theme, source})->start();
   };
   const bool areIds = kind == InfoLookup::Wanted::Kind::ids;
   return ask<ObjectPresentationInfo>(areIds ? QuestionKind::records : QuestionKind::types, keys,
@@ -140,19 +161,19 @@ Question<ObjectPresentationInfo> Catalog::Implementation::allTypes(std::string_v
 
 Question<ObjectLayoutInfo> Catalog::Implementation::searchColumns(const Keys& names,
                                                                   const QuestionOptions& options) const {
-  return ask<ObjectLayoutInfo>(QuestionKind::searchColumns, names, KeyKind::listedName, options,
-                               [](const SessionPtr& session, const auto& question, auto good, Source source) {
-                                 lookUpLayouts(session, session->services.layouts, question, std::move(good),
-                                               source);
-                               });
+  return ask<ObjectLayoutInfo>(
+      QuestionKind::searchColumns, names, KeyKind::listedName, options,
+      [](const SessionPtr& session, const auto& question, const SharedKeys& good, Source source) {
+        lookUpLayouts(session, session->services.layouts, question, good, source);
+      });
 }
 
 Question<ObjectCompactLayoutInfo> Catalog::Implementation::headlines(const Keys& names,
                                                                      const QuestionOptions& options) const {
   return ask<ObjectCompactLayoutInfo>(
       QuestionKind::headlines, names, KeyKind::listedName, options,
-      [](const SessionPtr& session, const auto& question, auto good, Source source) {
-        lookUpLayouts(session, session->services.compactLayouts, question, std::move(good), source);
+      [](const SessionPtr& session, const auto& question, const SharedKeys& good, Source source) {
+        lookUpLayouts(session, session->services.compactLayouts, question, good, source);
       });
 }
 
@@ -198,26 +219,17 @@ template <class T, class Start>
 Question<T> Catalog::Implementation::ask(QuestionKind what, const Keys& keys, KeyKind kind,
                                          const QuestionOptions& options, Start start) const {
   const auto session = session_.value();
-  const std::set<std::string> distinct(keys.list().begin(), keys.list().end());
-  const auto question = begun<T>(session, what, distinct, options);
+  auto good = distinct(keys.list());
+  const auto question = begun<T>(session, what, good, options);
   Question<T> handle(question);  // gives it up when there is no memory to go on
-  std::vector<std::string> good;
-  std::vector<std::pair<std::string, QuestionError>> refused;
-  for (const auto& key : distinct) {
-    if (const auto refusal = refusalOf(key, kind)) {
-      refused.emplace_back(key, *refusal);
-    } else {
-      good.push_back(key);
-    }
-  }
-  question->write([refused = std::move(refused)](auto& sheet) {
+  question->write([refused = refusedOf(good, kind)](auto& sheet) {
     for (const auto& [key, why] : refused) sheet.missed(key, Missing(Missing::Why::notAsked, Failure(why)));
   });
   if (!good.empty()) {
     const auto shared = std::make_shared<const std::vector<std::string>>(std::move(good));
     startSoon(session, question, shared, options,
               [start, shared](const auto& current, const auto& asked, Source source) {
-                start(current, asked, *shared, source);
+                start(current, asked, shared, source);
               });
   }
   return handle;
@@ -235,15 +247,14 @@ Question<T> Catalog::Implementation::askAll(QuestionKind kind, const QuestionOpt
 
 template <class T>
 std::shared_ptr<detail::Asked<T>> Catalog::Implementation::begun(const SessionPtr& session, QuestionKind kind,
-                                                                 std::set<std::string> keys,
+                                                                 const std::vector<std::string>& keys,
                                                                  const QuestionOptions& options) const {
   const auto wanted = options.answersOn.value();
   const auto patience = kind == QuestionKind::load ? prefetchPatience : options.deadline;
   const auto question = std::make_shared<detail::Asked<T>>(
-      std::move(keys),
-      detail::Terms{wanted ? wanted : options_.answersOn, options_.timer, gate_,
-                    session ? session->questions : SubscriptionScope(),
-                    std::make_shared<Inquiry>(inquiries_, kind, patience, writesOf(session))});
+      keys, detail::Terms{wanted ? wanted : options_.answersOn, options_.timer, gate_,
+                          session ? session->questions : SubscriptionScope(),
+                          std::make_shared<Inquiry>(inquiries_, kind, patience, writesOf(session))});
   question->begin(options.deadline, options.stop.value());
   return question;
 }
@@ -282,17 +293,24 @@ void Catalog::Implementation::prepareFallback(const SessionPtr& session,
                                               const Start& start) {
   if (beginning.source == Source::cacheOnly || question->hasEnded()) return;
   const auto& timer = beginning.timer;
-  const auto cached = [weak = std::weak_ptr(session), gate = session->gate, keys, timer, start] {
+  const auto cached = [weak = std::weak_ptr(session), gate = session->gate, keys, timer,
+                       source = beginning.source, start] {
     const auto inquiries = std::make_shared<Inquiry::Common>();  // nobody is told of these
     inquiries->timer = timer;
     const auto inquiry =
         std::make_shared<Inquiry>(inquiries, QuestionKind::load, TimedQueue::Delay::zero(), gate);
     const auto inner = std::make_shared<detail::Asked<T>>(
-        std::set<std::string>(keys->begin(), keys->end()),
-        detail::Terms{nullptr, timer, nullptr, SubscriptionScope(), inquiry});
-    if (const auto current = weak.lock()) start(current, inner, Source::cacheOnly);
+        *keys, detail::Terms{nullptr, timer, nullptr, SubscriptionScope(), inquiry});
+    const auto current = weak.lock();
+    if (current) start(current, inner, Source::cacheOnly);
     inner->end(End::answered, Missing(Missing::Why::notCached));
-    return inner->take();
+    auto answer = inner->take();
+    if constexpr (std::is_same_v<T, ObjectCompactLayoutInfo>) {
+      if (current) addArrived(*current->services.compactLayouts, answer);
+    }
+    // Only the server is to say what it does not know, where it is to be asked first.
+    if (source == Source::serverFirst) answer.missing.clear();
+    return answer;
   };
   fallBackAtDeadline<T>(question, keys->empty(), timer, beginning.begun, beginning.deadline,
                         BoundedQueue::lookups(), cached);

@@ -3,7 +3,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -77,7 +76,7 @@ class Catalog::Implementation {
 
   template <class T>
   [[nodiscard]] std::shared_ptr<detail::Asked<T>> begun(const SessionPtr& session, QuestionKind kind,
-                                                        std::set<std::string> keys,
+                                                        const std::vector<std::string>& keys,
                                                         const QuestionOptions& options) const;
 
   /// When and how a question begins.

@@ -31,7 +31,8 @@ struct VELLORA_EXPORT CatalogOptions {
 
   /// A façade on the same host, whose data services the catalogue shares: one remembered list of either, one
   /// purge, by whichever of the two goes last. The façade's time-out then counts. What it has under way when
-  /// it is destroyed goes on as long as the catalogue. `forget` parts the two. It is looked at in the
+  /// it is destroyed goes on as long as the catalogue. `forget` parts the two. What the façade fetches for
+  /// itself is not joined: where both load at the same time, each asks for the lists. It is looked at in the
   /// catalogue's constructor only; null for services of the catalogue's own.
   const VelloraService* sharesServicesOf = nullptr;
 

@@ -9,6 +9,7 @@
 #include "vellora/Catalog/Answer.h"
 #include "vellora/Catalog/Asked.h"
 #include "vellora/Catalog/Failure.h"
+#include "vellora/Catalog/Missing.h"
 #include "vellora/Catalog/QuestionError.h"
 #include "vellora/Catalog/Sheet.h"
 #include "vellora/Platform/Publishers/Later.h"
@@ -22,13 +23,17 @@ namespace vellora {
 /// enough that no busy disk delays the end, and late enough that most questions have ended.
 inline constexpr std::array fallbackMoments{0.5, 0.9};
 
-/// Writes what the cache has answered at a deadline. `isOfAll` tells a question that names no keys.
+/// Writes what the cache has answered at a deadline; a key is unknown where a fresh list lacks it. `isOfAll`
+/// tells a question that names no keys.
 template <class T>
 void writeFallback(Sheet<T>& sheet, const Answer<T>& cached, bool isOfAll) {
   const auto before = sheet.answer().found.size();
   if (isOfAll) sheet.setAge(cached.age);
   for (const auto& [key, value] : cached.found) {
     isOfAll ? sheet.listed(key, value) : sheet.found(key, value, cached.ageOf(key));
+  }
+  for (const auto& [key, missing] : cached.missing) {
+    if (missing.why() == Missing::Why::unknown) sheet.missed(key, missing);
   }
   if (sheet.answer().found.size() == before) return;
   sheet.trouble(Failure(QuestionError{QuestionError::Case::timedOut}));

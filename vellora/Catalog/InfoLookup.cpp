@@ -40,7 +40,7 @@ void InfoLookup::findTypes(const PreparedLists& lists) {
     if (lists.typesFailure) sheet.trouble(Failure(*lists.typesFailure));
     if (lists.themesFailure) sheet.trouble(Failure(*lists.themesFailure));
   });
-  ask(wanted_.keys, lists.typesSource(wanted_.source));
+  ask(*wanted_.keys, lists.typesSource(wanted_.source));
 }
 
 void InfoLookup::ask(const std::vector<std::string>& keys, Source source) {
@@ -58,8 +58,9 @@ void InfoLookup::ask(const std::vector<std::string>& keys, Source source) {
 
 Publisher<InfoLookup::Found> InfoLookup::typesOf(const std::vector<std::string>& keys, Source source) const {
   const auto& service = session_->services.sObjects;
-  if (wanted_.kind == Wanted::Kind::ids) return service->eachOfIds(keys, source, question_->fetching());
-  return service->eachOfNames(keys, source, question_->fetching())
+  if (wanted_.kind == Wanted::Kind::ids)
+    return service->eachOfIds(keys, source, question_->fetching(), lists_.loadedTypes);
+  return service->eachOfNames(keys, source, question_->fetching(), lists_.loadedTypes)
       .map([](KeyResult<std::optional<SObject>>&& found) -> Found {
         if (!found.value) return {std::move(found.key), found.value.error()};
         return {std::move(found.key), TypeAndInstance{std::move(found.value).value(), std::nullopt}};
@@ -100,7 +101,7 @@ void InfoLookup::findThemes() {
   };
   question_->keep(session_->services.themes
                       ->eachTheme({names.begin(), names.end()}, lists_.themesSource(wanted_.source),
-                                  question_->fetching())
+                                  question_->fetching(), lists_.loadedThemes)
                       .sink(onFound, onEnd));
 }
 
@@ -118,7 +119,9 @@ std::set<std::string> InfoLookup::newTypesIn(const Batch& batch) const {
 }
 
 void InfoLookup::pair(const Batch& batch) {
-  std::vector<std::pair<std::string, ObjectPresentationInfo>> infos;
+  using Infos = std::vector<std::pair<std::string, ObjectPresentationInfo>>;
+  Infos infos;
+  Infos ofListViews;
   std::vector<std::pair<std::string, Missing>> others;
   for (const auto& found : batch) {
     const auto* types = found.value ? &found.value.value() : nullptr;
@@ -126,11 +129,16 @@ void InfoLookup::pair(const Batch& batch) {
       others.emplace_back(found.key, missing(found));
       continue;
     }
-    infos.emplace_back(found.key, ObjectPresentationInfo(themeOf(types->type), *types->type, wanted_.theme,
-                                                         themeOf(types->instance), types->instance));
+    auto& list = types->instance ? ofListViews : infos;
+    list.emplace_back(found.key, ObjectPresentationInfo(themeOf(types->type), *types->type, wanted_.theme,
+                                                        themeOf(types->instance), types->instance));
   }
-  question_->write([infos = std::move(infos), others = std::move(others)](auto& sheet) mutable {
+  // What a list view lists is kept however old it is, and without a date.
+  const Age undated{std::nullopt, lists_.age().isStale};
+  question_->write([infos = std::move(infos), ofListViews = std::move(ofListViews), undated,
+                    others = std::move(others)](auto& sheet) mutable {
     for (auto& [key, info] : infos) sheet.found(key, std::move(info));
+    for (auto& [key, info] : ofListViews) sheet.found(key, std::move(info), undated);
     for (auto& [key, reason] : others) sheet.missed(key, std::move(reason));
   });
 }

@@ -39,7 +39,7 @@ class InfoLookup : public std::enable_shared_from_this<InfoLookup> {
     enum class Kind { ids, names };
 
     Kind kind;
-    std::vector<std::string> keys;
+    std::shared_ptr<const std::vector<std::string>> keys;
     std::string theme;
     Source source;
   };

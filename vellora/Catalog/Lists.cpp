@@ -30,11 +30,16 @@ Readiness readinessAfter(const PreparedLists& lists) {
   return Readiness::ready();
 }
 
-/// The end of a load: its error, or none.
+/// The error of a load, or none.
 template <class List>
-Publisher<std::optional<Error>> failureOf(const Publisher<List>& load) {
-  return load.results().map(
-      [](const Result<List>& list) { return list ? std::nullopt : std::optional<Error>(list.error()); });
+std::optional<Error> failureOf(const Result<List>& load) {
+  return load ? std::nullopt : std::optional<Error>(load.error());
+}
+
+/// What a load has brought; null when it has failed, or there was none.
+template <class List>
+List broughtBy(const Result<List>& load) {
+  return load ? load.value() : List();
 }
 
 }  // namespace
@@ -66,14 +71,15 @@ Publisher<PreparedLists> Lists::renewed(const Fetching& fetching) const {
 Publisher<PreparedLists> Lists::loaded(Source source, const Fetching& fetching, Joining joining) const {
   return Publisher<PreparedLists>::deferred(
       [types = types_, themes = themes_, readiness = readiness_, source, fetching, joining] {
-        PreparedLists found{types->listState(), themes->listState(), std::nullopt, std::nullopt};
+        PreparedLists found{types->listState(), themes->listState(), std::nullopt, std::nullopt, {}, {}};
         const bool typesNeeded = isLoadNeeded(found.types, source);
         const bool themesNeeded = isLoadNeeded(found.themes, source);
         if (!typesNeeded && !themesNeeded) {
           if (source == Source::cacheFirst) readiness.noteUnlessLoaded(Readiness::ready());
           return Publisher<PreparedLists>::just(std::move(found));
         }
-        using Loaded = Publisher<std::optional<Error>>;
+        using Types = SObjectsDataService::SObjects;
+        using Themes = ThemeDataService::Themes;
         const bool isJoining = joining == Joining::any;
         const auto fetchedTypes = [&] {
           return isJoining ? types->renewedSObjects(fetching) : types->sObjectsFromNowOn(fetching);
@@ -81,12 +87,15 @@ Publisher<PreparedLists> Lists::loaded(Source source, const Fetching& fetching, 
         const auto fetchedThemes = [&] {
           return isJoining ? themes->renewedThemes(fetching) : themes->themesFromNowOn(fetching);
         };
-        const auto typesLoad = typesNeeded ? failureOf(fetchedTypes()) : Loaded::just(std::nullopt);
-        const auto themesLoad = themesNeeded ? failureOf(fetchedThemes()) : Loaded::just(std::nullopt);
-        return typesLoad.combineLatest(themesLoad).map([=](const auto& failures) {
-          const PreparedLists after{stateAfter(types->listState(), typesNeeded && !failures.first),
-                                    stateAfter(themes->listState(), themesNeeded && !failures.second),
-                                    failures.first, failures.second};
+        const auto typesLoad = (typesNeeded ? fetchedTypes() : Publisher<Types>::just(nullptr)).results();
+        const auto themesLoad = (themesNeeded ? fetchedThemes() : Publisher<Themes>::just(nullptr)).results();
+        return typesLoad.combineLatest(themesLoad).map([=](const auto& loads) {
+          const PreparedLists after{stateAfter(types->listState(), typesNeeded && loads.first),
+                                    stateAfter(themes->listState(), themesNeeded && loads.second),
+                                    failureOf(loads.first),
+                                    failureOf(loads.second),
+                                    broughtBy(loads.first),
+                                    broughtBy(loads.second)};
           readiness.noteLoad(readinessAfter(after));
           return after;
         });

@@ -21,6 +21,9 @@ struct PreparedLists {
   ListState themes;
   std::optional<Error> typesFailure;   ///< of the fetch of object types, if there was one
   std::optional<Error> themesFailure;  ///< the same of themes
+  // What was fetched, which the cache may not have kept; else null.
+  SObjectsDataService::SObjects loadedTypes = {};
+  ThemeDataService::Themes loadedThemes = {};
 
   /// The age of what is made of both lists: that of the older.
   [[nodiscard]] Age age() const;

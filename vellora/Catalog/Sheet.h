@@ -2,9 +2,9 @@
 
 #include <map>
 #include <new>
-#include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "vellora/Catalog/Answer.h"
 #include "vellora/Platform/Values/Error.h"
@@ -22,8 +22,8 @@ namespace vellora {
 template <class T>
 class Sheet {
  public:
-  /// Each of `keys` is open until it is accounted for.
-  explicit Sheet(const std::set<std::string>& keys) {
+  /// Each of `keys`, which are best in order, is open until it is accounted for.
+  explicit Sheet(const std::vector<std::string>& keys) {
     const Missing open(Missing::Why::failed);
     for (const auto& key : keys) open_.emplace_hint(open_.end(), key, open);
   }
@@ -39,8 +39,12 @@ class Sheet {
       throw;
     }
   }
+  /// The same with an age of its own. That of the first is the common age, unless there is one, so that it
+  /// need not be noted for each key that has come at the same time.
   void found(const std::string& key, T value, const Age& age) {
     if (!open_.contains(key)) return;
+    if (!hasAge_ && answer_.found.empty()) setAge(age);
+    if (age == answer_.age) return found(key, std::move(value));
     const auto noted = answer_.otherAges.emplace(key, age).first;
     try {
       found(key, std::move(value));
@@ -59,7 +63,11 @@ class Sheet {
   /// An answer for a key that nobody named.
   void listed(std::string key, T value) { answer_.found.insert_or_assign(std::move(key), std::move(value)); }
 
-  void setAge(const Age& age) { answer_.age = age; }
+  /// The age of what is found without one of its own; to be told before anything is found.
+  void setAge(const Age& age) {
+    answer_.age = age;
+    hasAge_ = true;
+  }
 
   /// Keeps the first.
   void trouble(const Failure& failure) noexcept {
@@ -98,6 +106,7 @@ class Sheet {
  private:
   std::map<std::string, Missing> open_;  // by the nodes that `missing` gets
   Answer<T> answer_;
+  bool hasAge_ = false;
   bool hasFailed_ = false;
 };
 

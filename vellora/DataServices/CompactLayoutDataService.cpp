@@ -6,9 +6,11 @@
 #include <new>
 #include <utility>
 
+#include "vellora/DataServices/ArrivedLayouts.h"
 #include "vellora/DataServices/CachedLayouts.h"
 #include "vellora/DataServices/CompactLayoutDataServiceError.h"
 #include "vellora/DataServices/Download.h"
+#include "vellora/DataServices/DownloadOrder.h"
 #include "vellora/DataServices/EachLayout.h"
 #include "vellora/DataServices/Expiry.h"
 #include "vellora/DataServices/FailureLog.h"
@@ -17,6 +19,7 @@
 #include "vellora/DataServices/LayoutCompletion.h"
 #include "vellora/DataServices/LayoutNames.h"
 #include "vellora/DataServices/PartOf.h"
+#include "vellora/DataServices/ReferenceTypeFields.h"
 #include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/Sending.h"
 #include "vellora/DataServices/ServerRequest.h"
@@ -24,6 +27,7 @@
 #include "vellora/DataServices/Silence.h"
 #include "vellora/DataServices/UrlLength.h"
 #include "vellora/Models/CompactLayoutCacheEntry.h"
+#include "vellora/Models/CompactLayoutResults.h"
 #include "vellora/Platform/Json/Description.h"
 
 namespace vellora {
@@ -84,22 +88,6 @@ std::optional<NetRequest> nameFieldsRequest(const std::string& entities) {
       entities + ") AND IsNameField = true");
 }
 
-/// As a query lists them.
-std::string quoted(const std::vector<std::string>& types) {
-  return std::string("'").append(joined(types, "','")).append("'");
-}
-
-std::vector<std::string> typesReferredTo(const CompactLayoutResults& compactLayoutResults) {
-  std::vector<std::string> types;
-  for (const auto& layout : compactLayoutResults.layouts) {
-    for (const auto& field : layout.layoutFields) {
-      if (field && field->fieldType == "reference" && field->referenceTo)
-        types.push_back(*field->referenceTo);
-    }
-  }
-  return types;
-}
-
 /// The name fields in all of `answers`.
 ObjectQualifiedApiNameInfo merged(std::vector<ObjectQualifiedApiNameInfo>&& answers) {
   ObjectQualifiedApiNameInfo all;
@@ -112,6 +100,13 @@ ObjectQualifiedApiNameInfo merged(std::vector<ObjectQualifiedApiNameInfo>&& answ
 }
 
 }  // namespace
+
+/// What a download for `eachLayout` keeps until it is answered.
+struct CompactLayoutDataService::Downloading {
+  Date asked;
+  std::shared_ptr<const DownloadOrder::Turn> turn;
+  std::shared_ptr<const ArrivedLayouts::Lot> arrived = {};  ///< until the name fields have come
+};
 
 /// Downloaded layouts on their way to the caller, while the server is asked for the name fields of the types
 /// that their reference fields point to. Shared by the steps that are left; holds the service weakly.
@@ -154,7 +149,7 @@ class CompactLayoutDataService::Resolution {
   void answerThenCache() const {
     answerWithCopy(completion_, results_.layouts);
     const auto service = service_.lock();  // only now: the completion may have released the service
-    if (service) service->save(results_.layouts, std::nullopt);
+    if (service) service->save(results_.layouts);
   }
 
   void logFailure(const Error& error) const {
@@ -163,11 +158,12 @@ class CompactLayoutDataService::Resolution {
     }
   }
 
-  void cache(Date asked, const Fetching& fetching) const {
+  void cache(const Downloading& download, const Fetching& fetching) const {
     const auto service = service_.lock();
     if (!service) return;
-    const auto save = [weak = service_, results = results_, asked] {
-      if (const auto self = weak.lock()) self->save(results.layouts, asked);
+    const auto save = [weak = service_, results = results_, asked = download.asked, turn = download.turn] {
+      if (const auto self = weak.lock())
+        self->save(results.layouts, asked, turn->overtaken(typesOf(results.layouts)));
     };
     service->names_->noteAndSave(typesOf(results_.layouts), fetching, save);
   }
@@ -184,7 +180,9 @@ CompactLayoutDataService::CompactLayoutDataService(const RequiredAPI& api, doubl
       cache_(api.cache),
       logger_(api.logger),
       cacheTimeout_(cacheTimeout),
-      names_(std::make_shared<const LayoutNames>(api.cache, Constants::namesKey)) {}
+      names_(std::make_shared<const LayoutNames>(api.cache, Constants::namesKey)),
+      arrived_(std::make_shared<ArrivedLayouts>()),
+      order_(std::make_shared<DownloadOrder>()) {}
 
 void CompactLayoutDataService::compactLayoutForApiName(const std::vector<std::string>& names,
                                                        Completion completion) {
@@ -249,7 +247,7 @@ Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::sentForNameField
 /// The same for a list of types, in as many requests as their names need, each of which may be sent again.
 Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiNames(
     const std::vector<std::string>& types, const Fetching& fetching) {
-  const Fetching first{fetching.requester};  // the attempts at these are counted anew
+  const Fetching first{fetching.requester, 1, fetching.lease};  // the attempts at these are counted anew
   const auto lists = dividedByUrl(types, [](const std::vector<std::string>& some) {
     const auto request = nameFieldsRequest(quoted(some));
     return request ? request->base().url.absoluteString().size() : 0;
@@ -266,24 +264,30 @@ Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiName
 }
 
 Publisher<LayoutResult<ObjectCompactLayoutInfo>> CompactLayoutDataService::eachLayout(
-    std::vector<std::string> names, Source source, std::optional<Date> notBefore, Fetching fetching) {
+    std::shared_ptr<const std::vector<std::string>> names, Source source, std::optional<Date> notBefore,
+    Fetching fetching) {
   using Known = LayoutResult<ObjectCompactLayoutInfo>;
-  return Publisher<Known>::deferred(
-      [weak = weak_from_this(), names = std::move(names), source, notBefore, fetching = std::move(fetching)] {
-        const auto self = weak.lock();
-        if (!self) return silence<Known>();
-        LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
-        const Expiry expiry(self->cacheTimeout_);
-        return EachLayout<ObjectCompactLayoutInfo>(
-                   {[&](const std::string& name) { return dated(cache, name, expiry); },
-                    requestToGetCompactLayout,
-                    [weak](const auto& some, const Fetching& attempt) {
-                      const auto service = weak.lock();
-                      return service ? service->downloadedLayouts(some, attempt) : silence<Downloaded>();
-                    }},
-                   source, notBefore, fetching)
-            .of(names, self->downloads_);
-      });
+  return Publisher<Known>::deferred([weak = weak_from_this(), names = std::move(names), source, notBefore,
+                                     fetching = std::move(fetching)] {
+    const auto self = weak.lock();
+    if (!self) return silence<Known>();
+    auto cached = [self, cache = LayoutCache(*self->cache_, *self->logger_, Constants::keyPrefix),
+                   expiry = Expiry(self->cacheTimeout_)](const std::string& name) mutable {
+      return dated(cache, name, expiry);
+    };
+    auto downloaded = [weak](const auto& some, const Fetching& attempt) {
+      const auto service = weak.lock();
+      return service ? service->downloadedLayouts(some, attempt) : silence<Downloaded>();
+    };
+    return EachLayout<ObjectCompactLayoutInfo>::of(
+        names, self->downloads_,
+        {{std::move(cached), requestToGetCompactLayout, std::move(downloaded)}, source, notBefore, fetching});
+  });
+}
+
+std::optional<DatedLayout<ObjectCompactLayoutInfo>> CompactLayoutDataService::arrived(
+    const std::string& name) const {
+  return arrived_->named(name);
 }
 
 Publisher<CompactLayoutDataService::Downloaded> CompactLayoutDataService::downloadedLayouts(
@@ -291,31 +295,39 @@ Publisher<CompactLayoutDataService::Downloaded> CompactLayoutDataService::downlo
   const auto request = requestToGetCompactLayout(names);
   if (!request) return Publisher<Downloaded>::fail(SObjectsDataServiceError::invalidUrl());
   const FailureLog log(weak_from_this(), *logger_, downloadName);
+  // Before it is sent: the network may answer at once.
+  const Downloading download{now(), std::make_shared<const DownloadOrder::Turn>(order_)};
   return downloaded<CompactLayoutResults>(*network_, *request, log, fetching)
-      .flatMap([weak = weak_from_this(), names, asked = now(),
+      .flatMap([weak = weak_from_this(), names, download,
                 fetching](const std::shared_ptr<const CompactLayoutResults>& results) {
         const auto self = weak.lock();
         if (!self) return silence<Downloaded>();
-        return self->resolved(std::make_shared<const Resolution>(weak, names, *results, nullptr), asked,
-                              fetching);
+        auto arrived = download;
+        arrived.arrived =
+            std::make_shared<const ArrivedLayouts::Lot>(self->arrived_, results->layouts, download.asked);
+        return self->resolved(
+            std::make_shared<const Resolution>(weak, names, withOwnFields(*results), nullptr), arrived,
+            fetching);
       });
 }
 
 /// The layouts with the name fields in place, and cached. Without the name fields they are as they came.
 Publisher<CompactLayoutDataService::Downloaded> CompactLayoutDataService::resolved(
-    const std::shared_ptr<const Resolution>& resolution, Date asked, const Fetching& fetching) {
+    const std::shared_ptr<const Resolution>& resolution, const Downloading& download,
+    const Fetching& fetching) {
   using Fetched = FetchedLayouts<ObjectCompactLayoutInfo>;
   const auto types = resolution->types();
   logger_->log(resolution->line("Getting", quoted(types)), LogLevel::info);
   return qualifiedApiNames(types, fetching)
       .results()
-      .map([resolution, asked, fetching](const Result<ObjectQualifiedApiNameInfo>& names) -> Downloaded {
+      .map([resolution, download, fetching](const Result<ObjectQualifiedApiNameInfo>& names) -> Downloaded {
+        const Date asked = download.asked;
         if (!names) {
           resolution->logFailure(names.error());
           return std::make_shared<const Fetched>(Fetched{resolution->layouts(), asked, names.error()});
         }
         resolution->rewriteFields(names.value());
-        resolution->cache(asked, fetching);
+        resolution->cache(download, fetching);
         return std::make_shared<const Fetched>(Fetched{resolution->layouts(), asked});
       });
 }
@@ -325,33 +337,16 @@ void CompactLayoutDataService::forget(const std::vector<std::string>& names) con
 }
 
 void CompactLayoutDataService::forgetNoted() const {
-  forget(names_->all());
-  names_->forget();
+  names_->forgetAllBut(LayoutCache(*cache_, *logger_, Constants::keyPrefix).removeAll(names_->all()));
 }
 
 void CompactLayoutDataService::save(const std::vector<ObjectCompactLayoutInfo>& layouts,
-                                    std::optional<Date> asked) {
+                                    std::optional<Date> asked, const std::set<std::string>& overtaken) {
   LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
   for (const auto& layout : layouts) {
+    if (overtaken.contains(layout.objectType)) continue;
     cache.save(layout.objectType, CompactLayoutCacheEntry{layout, asked.value_or(now())},
                "save(key:compactLayout:)");
-  }
-}
-
-std::string referenceTypeFields(const CompactLayoutResults& compactLayoutResults) {
-  return quoted(typesReferredTo(compactLayoutResults));
-}
-
-void updateReferenceTypeFields(const std::map<std::string, std::string>& entityApiNames,
-                               const CompactLayoutResults& compactLayoutResults) {
-  for (const auto& layout : compactLayoutResults.layouts) {
-    for (const auto& field : layout.layoutFields) {
-      if (!field || !field->referenceTo || !field->relationshipName) continue;
-      const auto nameField = entityApiNames.find(*field->referenceTo);
-      if (nameField != entityApiNames.end()) {
-        field->apiName = *field->relationshipName + "." + nameField->second;
-      }
-    }
   }
 }
 

@@ -1,20 +1,20 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "vellora/DataServices/DatedLayout.h"
 #include "vellora/DataServices/KeyResult.h"
+#include "vellora/DataServices/ReferenceTypeFields.h"
 #include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/SObjectsDataServiceError.h"
 #include "vellora/DataServices/Source.h"
 #include "vellora/Host/RequiredAPI.h"
-#include "vellora/Models/CompactLayoutResults.h"
 #include "vellora/Models/ObjectQualifiedApiNameInfo.h"
 #include "vellora/Platform/Publishers/CancellableSlot.h"
 #include "vellora/Platform/Publishers/Publisher.h"
@@ -24,6 +24,8 @@
 
 namespace vellora {
 
+class ArrivedLayouts;
+class DownloadOrder;
 template <class Layout>
 struct FetchedLayouts;
 class LayoutNames;
@@ -81,13 +83,18 @@ class VELLORA_EXPORT CompactLayoutDataService
   /// A lookup of the second kind, as `LayoutDataService::eachLayout` says. It asks for name fields in
   /// requests that no other lookup overtakes, and that are not longer than 8 kB.
   [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectCompactLayoutInfo>>>> eachLayout(
-      std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt,
-      Fetching fetching = {});
+      std::shared_ptr<const std::vector<std::string>> names, Source source,
+      std::optional<Date> notBefore = std::nullopt, Fetching fetching = {});
+
+  /// The layout of that type which `eachLayout` has downloaded, but not yielded, because its name fields have
+  /// not come: as the server gave it.
+  [[nodiscard]] std::optional<DatedLayout<ObjectCompactLayoutInfo>> arrived(const std::string& name) const;
 
   /// Removes the cached layouts of the object types `names`.
   void forget(const std::vector<std::string>& names) const;
 
   /// Removes all layouts that `eachLayout` has ever cached: it notes their types in a blob, which goes, too.
+  /// The types of layouts that the cache does not delete stay noted.
   void forgetNoted() const;
 
   /// A producer of the name fields of object types, from "/services/data/v53.0/query". `entities` lists the
@@ -100,21 +107,23 @@ class VELLORA_EXPORT CompactLayoutDataService
 
  private:
   class Resolution;
+  struct Downloading;
 
   using Downloaded = std::shared_ptr<const FetchedLayouts<ObjectCompactLayoutInfo>>;
 
   void getCompactLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
   void resolveReferenceFields(const std::shared_ptr<const Resolution>& resolution);
   [[nodiscard]] Publisher<Downloaded> resolved(const std::shared_ptr<const Resolution>& resolution,
-                                               Date asked, const Fetching& fetching);
+                                               const Downloading& download, const Fetching& fetching);
   [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> sentForNameFields(const std::string& entities,
                                                                         const Fetching& fetching);
   [[nodiscard]] Publisher<ObjectQualifiedApiNameInfo> qualifiedApiNames(const std::vector<std::string>& types,
                                                                         const Fetching& fetching);
   [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names,
                                                         const Fetching& fetching);
-  /// Dates them `asked`, or else now.
-  void save(const std::vector<ObjectCompactLayoutInfo>& layouts, std::optional<Date> asked);
+  /// Dates them `asked`, or else now. Those of the types `overtaken` are left out.
+  void save(const std::vector<ObjectCompactLayoutInfo>& layouts, std::optional<Date> asked = std::nullopt,
+            const std::set<std::string>& overtaken = {});
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;
@@ -126,18 +135,8 @@ class VELLORA_EXPORT CompactLayoutDataService
   // Synchronise themselves: downloads arrive on several threads at once.
   CancellableSlot qualifiedApiNamesCancellable_;
   const SharedRuns<Downloaded> downloads_;
+  const std::shared_ptr<ArrivedLayouts> arrived_;
+  const std::shared_ptr<DownloadOrder> order_;
 };
-
-/// The object types that the reference fields of the layouts point to, as a query lists them:
-/// 'User','Account'. Every field counts, so a type may come twice; parts of compound fields do not. Without
-/// any it is ''.
-[[nodiscard]] VELLORA_EXPORT std::string referenceTypeFields(
-    const CompactLayoutResults& compactLayoutResults);
-
-/// Rewrites the `apiName` of every field, of whatever type, that points to an object type in `entityApiNames`
-/// and has a relationship name: that name, a full stop, and the object type's name field. Parts of compound
-/// fields stay as they are. The fields are rewritten in place, for everybody who shares them.
-VELLORA_EXPORT void updateReferenceTypeFields(const std::map<std::string, std::string>& entityApiNames,
-                                              const CompactLayoutResults& compactLayoutResults);
 
 }  // namespace vellora

@@ -19,6 +19,7 @@
 #include "vellora/DataServices/Source.h"
 #include "vellora/DataServices/UrlLength.h"
 #include "vellora/Host/NetRequest.h"
+#include "vellora/Platform/Publishers/Generated.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Publishers/SharedRuns.h"
 #include "vellora/Platform/Values/Date.h"
@@ -54,7 +55,7 @@ template <class Layout>
 
 /// How one of the layout services goes about a lookup that tells of each name what became of it.
 ///
-/// Ownership: a plain value. The functions hold their service weakly.
+/// Ownership: a plain value. `cached` may hold its service, the others hold it weakly.
 template <class Layout>
 struct LayoutSteps {
   /// The cached layout of that name.
@@ -69,31 +70,35 @@ struct LayoutSteps {
 
 /// One lookup. It reads the cache for every name, then divides what is missing into requests whose URLs are
 /// not too long.
+///
+/// Ownership: owned by the producer that it makes, until that has been started.
 template <class Layout>
 class EachLayout {
  public:
   using Known = LayoutResult<Layout>;
+  using Names = std::shared_ptr<const std::vector<std::string>>;
 
   EachLayout(LayoutSteps<Layout> steps, Source source, std::optional<Date> notBefore, Fetching fetching)
       : steps_(std::move(steps)), source_(source), notBefore_(notBefore), fetching_(std::move(fetching)) {}
 
-  /// Yields what is known of each of `names`: of those that the cache answers first, of the others as the
-  /// requests are answered.
-  [[nodiscard]] Publisher<Known> of(const std::vector<std::string>& names,
-                                    const SharedRuns<DownloadedLayouts<Layout>>& downloads) const {
-    std::vector<Publisher<Known>> parts;
-    Needed needed;
-    parts.push_back(Publisher<Known>::sequence(fromCache(names, needed)));
-    for (auto& part : dividedByUrl(needed.names, [this](const auto& some) { return urlOf(some).size(); })) {
-      parts.push_back(downloaded(part, needed.stale, downloads));
-    }
-    return Publisher<Publisher<Known>>::sequence(std::move(parts)).flatMap([](const Publisher<Known>& part) {
-      return part;
-    });
+  /// Yields what is known of each of `names`: of those that the cache answers at once, of the others as the
+  /// requests are answered. `downloads` must live until the lookup has been started.
+  [[nodiscard]] static Publisher<Known> of(const Names& names,
+                                           const SharedRuns<DownloadedLayouts<Layout>>& downloads,
+                                           EachLayout how) {
+    const auto lookup = std::make_shared<const EachLayout>(std::move(how));
+    const auto needed = std::make_shared<Needed>();
+    // One by one: a list of what is known would hold each layout once more.
+    auto cached = generated<Known>(
+        [lookup, names, needed](const auto& yield) { lookup->readCache(*names, *needed, yield); });
+    auto fetched = Publisher<Known>::deferred(
+        [lookup, needed, &downloads] { return lookup->fetched(*needed, downloads); });
+    return joint({std::move(cached), std::move(fetched)});
   }
 
  private:
   using Stale = std::map<std::string, DatedLayout<Layout>>;
+  using Parts = std::vector<Publisher<Known>>;
 
   /// What the server is to be asked for, and what the cache has of it nevertheless.
   struct Needed {
@@ -101,20 +106,37 @@ class EachLayout {
     std::shared_ptr<Stale> stale = std::make_shared<Stale>();
   };
 
-  std::vector<Known> fromCache(const std::vector<std::string>& names, Needed& needed) const {
-    std::vector<Known> known;
+  /// Starts `parts` in their order, and yields what they yield.
+  static Publisher<Known> joint(Parts parts) {
+    return Publisher<Publisher<Known>>::sequence(std::move(parts)).flatMap([](const Publisher<Known>& part) {
+      return part;
+    });
+  }
+
+  template <class Yield>
+  void readCache(const std::vector<std::string>& names, Needed& needed, const Yield& yield) const {
     for (const auto& name : names) {
       auto cached = steps_.cached(name);
+      bool isWanted = true;
       if (cached && isServed(*cached)) {
-        known.push_back({name, std::optional(*std::move(cached))});
+        isWanted = yield({name, std::optional(*std::move(cached))});
       } else if (source_ == Source::cacheOnly) {
-        known.push_back({name, Error(NotCached())});
+        isWanted = yield({name, Error(NotCached())});
       } else {
         needed.names.push_back(name);
         if (cached) needed.stale->insert_or_assign(name, *std::move(cached));
       }
+      if (!isWanted) return;
     }
-    return known;
+  }
+
+  [[nodiscard]] Publisher<Known> fetched(const Needed& needed,
+                                         const SharedRuns<DownloadedLayouts<Layout>>& downloads) const {
+    Parts parts;
+    for (auto& part : dividedByUrl(needed.names, [this](const auto& some) { return urlOf(some).size(); })) {
+      parts.push_back(downloaded(part, needed.stale, downloads));
+    }
+    return joint(std::move(parts));
   }
 
   [[nodiscard]] bool isServed(const DatedLayout<Layout>& cached) const {
@@ -169,10 +191,11 @@ class EachLayout {
     return std::optional(std::move(layout));
   }
 
-  const LayoutSteps<Layout> steps_;
-  const Source source_;
-  const std::optional<Date> notBefore_;
-  const Fetching fetching_;
+  // Constant after construction.
+  LayoutSteps<Layout> steps_;
+  Source source_;
+  std::optional<Date> notBefore_;
+  Fetching fetching_;
 };
 
 }  // namespace vellora

@@ -8,4 +8,8 @@ std::string joined(const std::vector<std::string>& names, std::string_view separ
   return text;
 }
 
+std::string quoted(const std::vector<std::string>& names) {
+  return std::string("'").append(joined(names, "','")).append("'");
+}
+
 }  // namespace vellora

@@ -51,11 +51,12 @@ class LayoutCache {
     cache_.save(data.value(), keyOf(objectType));
   }
 
-  /// Removes the blob of `objectType`.
-  void remove(std::string_view objectType);
+  /// Removes the blob of `objectType`. Whether there is none any more.
+  bool remove(std::string_view objectType);
 
-  /// Removes the blobs of all of them. Throws `std::bad_alloc` at the end when there was no memory for some.
-  void removeAll(const std::vector<std::string>& objectTypes);
+  /// Removes the blobs of all of them, and tells which are still there. Throws `std::bad_alloc` at the end
+  /// when there was no memory for some.
+  std::vector<std::string> removeAll(const std::vector<std::string>& objectTypes);
 
  private:
   /// The key of that type's blob; valid until the next call.

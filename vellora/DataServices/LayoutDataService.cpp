@@ -5,6 +5,7 @@
 
 #include "vellora/DataServices/CachedLayouts.h"
 #include "vellora/DataServices/Download.h"
+#include "vellora/DataServices/DownloadOrder.h"
 #include "vellora/DataServices/EachLayout.h"
 #include "vellora/DataServices/Expiry.h"
 #include "vellora/DataServices/FailureLog.h"
@@ -51,7 +52,8 @@ LayoutDataService::LayoutDataService(const RequiredAPI& api, double cacheTimeout
       cache_(api.cache),
       logger_(api.logger),
       cacheTimeout_(cacheTimeout),
-      names_(std::make_shared<const LayoutNames>(api.cache, Constants::namesKey)) {}
+      names_(std::make_shared<const LayoutNames>(api.cache, Constants::namesKey)),
+      order_(std::make_shared<DownloadOrder>()) {}
 
 void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, Completion completion) {
   const auto self = weak_from_this().lock();  // the host or the completion may drop the last other reference
@@ -73,27 +75,26 @@ void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, 
                        answerWithCached<ObjectLayoutInfo>({cached, cached}, log, std::move(completion)));
 }
 
-Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(std::vector<std::string> names,
-                                                                        Source source,
-                                                                        std::optional<Date> notBefore,
-                                                                        Fetching fetching) {
+Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(
+    std::shared_ptr<const std::vector<std::string>> names, Source source, std::optional<Date> notBefore,
+    Fetching fetching) {
   using Known = LayoutResult<ObjectLayoutInfo>;
-  return Publisher<Known>::deferred(
-      [weak = weak_from_this(), names = std::move(names), source, notBefore, fetching = std::move(fetching)] {
-        const auto self = weak.lock();
-        if (!self) return silence<Known>();
-        LayoutCache cache(*self->cache_, *self->logger_, Constants::keyPrefix);
-        const Expiry expiry(self->cacheTimeout_);
-        return EachLayout<ObjectLayoutInfo>(
-                   {[&](const std::string& name) { return load(cache, name, expiry, Expired::stays); },
-                    requestToGetSearchLayout,
-                    [weak](const auto& some, const Fetching& attempt) {
-                      const auto service = weak.lock();
-                      return service ? service->downloadedLayouts(some, attempt) : silence<Downloaded>();
-                    }},
-                   source, notBefore, fetching)
-            .of(names, self->downloads_);
-      });
+  return Publisher<Known>::deferred([weak = weak_from_this(), names = std::move(names), source, notBefore,
+                                     fetching = std::move(fetching)] {
+    const auto self = weak.lock();
+    if (!self) return silence<Known>();
+    auto cached = [self, cache = LayoutCache(*self->cache_, *self->logger_, Constants::keyPrefix),
+                   expiry = Expiry(self->cacheTimeout_)](const std::string& name) mutable {
+      return load(cache, name, expiry, Expired::stays);
+    };
+    auto downloaded = [weak](const auto& some, const Fetching& attempt) {
+      const auto service = weak.lock();
+      return service ? service->downloadedLayouts(some, attempt) : silence<Downloaded>();
+    };
+    return EachLayout<ObjectLayoutInfo>::of(
+        names, self->downloads_,
+        {{std::move(cached), requestToGetSearchLayout, std::move(downloaded)}, source, notBefore, fetching});
+  });
 }
 
 Publisher<LayoutDataService::Downloaded> LayoutDataService::downloadedLayouts(
@@ -101,11 +102,14 @@ Publisher<LayoutDataService::Downloaded> LayoutDataService::downloadedLayouts(
   const auto request = requestToGetSearchLayout(names);
   if (!request) return Publisher<Downloaded>::fail(SObjectsDataServiceError::invalidUrl());
   const FailureLog log(weak_from_this(), *logger_, downloadName);
+  const auto turn = std::make_shared<const DownloadOrder::Turn>(order_);
+  const Date asked = now();  // before it is sent: the network may answer at once
   return downloaded<Layouts>(*network_, *request, log, fetching)
-      .map([weak = weak_from_this(), asked = now(), fetching](const std::shared_ptr<const Layouts>& layouts) {
+      .map([weak = weak_from_this(), asked, turn, fetching](const std::shared_ptr<const Layouts>& layouts) {
         if (const auto self = weak.lock()) {
-          self->names_->noteAndSave(typesOf(*layouts), fetching, [weak, layouts, asked] {
-            if (const auto service = weak.lock()) service->save(*layouts, asked);
+          self->names_->noteAndSave(typesOf(*layouts), fetching, [weak, layouts, asked, turn] {
+            if (const auto service = weak.lock())
+              service->save(*layouts, asked, turn->overtaken(typesOf(*layouts)));
           });
         }
         return std::make_shared<const FetchedLayouts<ObjectLayoutInfo>>(
@@ -118,8 +122,7 @@ void LayoutDataService::forget(const std::vector<std::string>& names) const {
 }
 
 void LayoutDataService::forgetNoted() const {
-  forget(names_->all());
-  names_->forget();
+  names_->forgetAllBut(LayoutCache(*cache_, *logger_, Constants::keyPrefix).removeAll(names_->all()));
 }
 
 void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion) {
@@ -136,10 +139,12 @@ void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& nam
       });
 }
 
-void LayoutDataService::save(const std::vector<ObjectLayoutInfo>& layouts, std::optional<Date> asked) {
+void LayoutDataService::save(const std::vector<ObjectLayoutInfo>& layouts, std::optional<Date> asked,
+                             const std::set<std::string>& overtaken) {
   try {
     LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
     for (const auto& layout : layouts) {
+      if (overtaken.contains(layout.objectType)) continue;
       cache.save(layout.objectType, ObjectLayoutInfoCacheEntry{layout, asked.value_or(now())},
                  "save(key:objectLayoutInfo:)");
     }

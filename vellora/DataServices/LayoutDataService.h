@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,7 @@
 
 namespace vellora {
 
+class DownloadOrder;
 template <class Layout>
 struct FetchedLayouts;
 class LayoutNames;
@@ -72,20 +74,21 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   void layoutForApiName(const std::vector<std::string>& names, Completion completion);
 
   /// A lookup of the second kind, as in `SObjectsDataService`: it yields what is known of each of `names`, in
-  /// any order. The work is done where it is subscribed to, or where the network
-  /// calls back; equal requests under way are shared, and none is longer than 8 kB. A type that the server
-  /// does not know has an absent value; a name whose request failed has the cached layout and the reason, or
-  /// else the error. An expired layout is served only then, or with `cacheOnly`; none is dropped. A layout
-  /// that was asked for before `notBefore` is fetched again. What is downloaded is cached before it is
-  /// yielded: who has it may let the service go.
+  /// any order. The work is done where it is subscribed to, or where the network calls back; equal requests
+  /// under way are shared, and none is longer than 8 kB. A type that the server does not know has an absent
+  /// value; a name whose request failed has the cached layout and the reason, or else the error. An expired
+  /// layout is served only then, or with `cacheOnly`; none is dropped. A layout that was asked for before
+  /// `notBefore` is fetched again. What is downloaded is cached before it is yielded: who has it may let the
+  /// service go. Of two downloads of one layout the one that was asked for later stays in the cache.
   [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectLayoutInfo>>>> eachLayout(
-      std::vector<std::string> names, Source source, std::optional<Date> notBefore = std::nullopt,
-      Fetching fetching = {});
+      std::shared_ptr<const std::vector<std::string>> names, Source source,
+      std::optional<Date> notBefore = std::nullopt, Fetching fetching = {});
 
   /// Removes the cached layouts of the object types `names`.
   void forget(const std::vector<std::string>& names) const;
 
   /// Removes all layouts that `eachLayout` has ever cached: it notes their types in a blob, which goes, too.
+  /// The types of layouts that the cache does not delete stay noted.
   void forgetNoted() const;
 
  private:
@@ -94,8 +97,9 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   [[nodiscard]] Publisher<Downloaded> downloadedLayouts(const std::vector<std::string>& names,
                                                         const Fetching& fetching);
   void getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion);
-  /// Dates them `asked`, or else now.
-  void save(const std::vector<ObjectLayoutInfo>& layouts, std::optional<Date> asked = std::nullopt);
+  /// Dates them `asked`, or else now. Those of the types `overtaken` are left out.
+  void save(const std::vector<ObjectLayoutInfo>& layouts, std::optional<Date> asked = std::nullopt,
+            const std::set<std::string>& overtaken = {});
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Network> network_;
@@ -106,6 +110,7 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
 
   // Synchronises itself.
   const SharedRuns<Downloaded> downloads_;
+  const std::shared_ptr<DownloadOrder> order_;
 };
 
 }  // namespace vellora

@@ -17,8 +17,7 @@ void LayoutNames::noteAndSave(std::vector<std::string> names, const Fetching& fe
     gate_.run([this, names = std::move(names), fetching, save = std::move(save)] {
       try {
         writeFor(fetching, [&] {
-          add(names);
-          save();
+          if (add(names)) save();
         });
       } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the next lookup fetches them again
       }
@@ -34,17 +33,24 @@ std::vector<std::string> LayoutNames::all() const {
   return names ? std::move(names).value() : std::vector<std::string>();
 }
 
-void LayoutNames::forget() const {
-  cache_->remove(key_);
+void LayoutNames::forgetAllBut(const std::vector<std::string>& left) const {
+  if (left.empty()) {
+    cache_->remove(key_);
+  } else {
+    save(left);
+  }
 }
 
-void LayoutNames::add(const std::vector<std::string>& names) const {
+bool LayoutNames::add(const std::vector<std::string>& names) const {
   const auto known = this->all();
   std::set<std::string> all(known.begin(), known.end());
   all.insert(names.begin(), names.end());
-  if (all.size() == known.size()) return;
-  const auto blob = json::encode(std::vector<std::string>(all.begin(), all.end()));
-  if (blob) cache_->save(blob.value(), key_);
+  return all.size() == known.size() || save(std::vector<std::string>(all.begin(), all.end()));
+}
+
+bool LayoutNames::save(const std::vector<std::string>& names) const {
+  const auto blob = json::encode(names);
+  return blob && cache_->save(blob.value(), key_);
 }
 
 }  // namespace vellora

@@ -28,18 +28,20 @@ class LayoutNames {
 
   /// Notes `names`, then calls `save`, which writes their layouts; neither when who fetched them is not to
   /// write any more. Of calls on several threads one takes the others along. It throws nothing: where there
-  /// is no memory, the layouts are not written.
+  /// is no memory, or the cache does not keep the note, the layouts are not written.
   void noteAndSave(std::vector<std::string> names, const Fetching& fetching,
                    std::function<void()> save) const;
 
   /// What has been noted.
   [[nodiscard]] std::vector<std::string> all() const;
 
-  /// Removes the blob.
-  void forget() const;
+  /// Forgets all but `left`, whose layouts the cache has not deleted.
+  void forgetAllBut(const std::vector<std::string>& left) const;
 
  private:
-  void add(const std::vector<std::string>& names) const;
+  /// Whether they are noted now.
+  [[nodiscard]] bool add(const std::vector<std::string>& names) const;
+  bool save(const std::vector<std::string>& names) const;
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Cache> cache_;

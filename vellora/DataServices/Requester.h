@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "vellora/Platform/Publishers/Lease.h"
 #include "vellora/Platform/Queues/CallbackGate.h"
 #include "vellora/Platform/Queues/TimedQueue.h"
 #include "vellora/Platform/Values/Data.h"
@@ -57,10 +58,11 @@ class VELLORA_EXPORT Requester {
 
 /// For whom a lookup fetches what the cache lacks, and how often it has tried.
 ///
-/// Ownership: a plain value; shares the requester.
+/// Ownership: a plain value; shares the requester and the lease.
 struct VELLORA_EXPORT Fetching {
   std::shared_ptr<Requester> requester = {};  ///< null: nobody is told, and nothing is sent again
   int attempt = 1;
+  std::shared_ptr<Lease> lease = {};  ///< of the shared fetch that this is part of; null outside of any
 };
 
 /// Calls `write`, which writes into the cache, unless the requester is not to write any more.

@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "vellora/DataServices/FetchedOnce.h"
 #include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/PartOf.h"
 #include "vellora/DataServices/Renewals.h"
@@ -38,6 +39,8 @@ struct SObjectsDataService::NameTuple {
 namespace {
 
 constexpr std::string_view listViewName = "ListView";
+
+constexpr std::string_view listWasFetched = "fetchedSObjects(), sObjects was fetched then cached";
 
 std::string serverPath(std::string_view resource) {
   return std::string("/services/data/")
@@ -79,7 +82,7 @@ SObjectsDataService::SObjectsDataService(const RequiredAPI& api, double cacheTim
       queue_(std::make_shared<SerialDispatchQueue>("SObjectsDataService.queue", DispatchQoS::userInitiated)),
       logger_(api.logger),
       cache_(std::make_unique<SObjectsCache>(api.cache, logger_, cacheTimeout)),
-      renewals_(std::make_unique<Renewals>()) {}
+      renewals_(std::make_shared<Renewals>()) {}
 
 SObjectsDataService::~SObjectsDataService() {
   try {
@@ -162,7 +165,8 @@ Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::st
 Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id,
                                                                               const Asking& asking) {
   const auto type = sObjectForId(id, asking);
-  if (name(id, asking) != listViewName) {
+  const auto typeName = name(id, asking);
+  if (!typeName || typeName.value() != listViewName) {
     return type.map([id = std::move(id)](OptionalSObject found) mutable {  // called once
       return IdTuple{std::move(id), std::move(found), std::nullopt};
     });
@@ -184,7 +188,9 @@ Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTupl
 Publisher<std::optional<SObject>> SObjectsDataService::sObjectForId(const std::string& id,
                                                                     const Asking& asking) {
   const auto typeName = name(id, asking);
-  return typeName ? sObjectForName(typeName, asking) : Publisher<OptionalSObject>::just(std::nullopt);
+  if (!typeName) return Publisher<OptionalSObject>::fail(typeName.error());
+  if (!typeName.value()) return Publisher<OptionalSObject>::just(std::nullopt);
+  return sObjectForName(typeName.value(), asking);
 }
 
 Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(const std::optional<std::string>& name,
@@ -201,18 +207,25 @@ Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(const std:
     });
     return Publisher<OptionalSObject>::just(*sObject);
   }
-  if (asking.source == Source::cacheOnly) return Publisher<OptionalSObject>::fail(NotCached());
-  if (asking.isShared) {
-    return sharedSObjects(asking.fetching).map([name](const SObjects& sObjects) {
-      const SObject* sObject = name ? sObjects->firstNamed(*name) : nullptr;
-      return sObject ? OptionalSObject(*sObject) : std::nullopt;
-    });
-  }
+  if (asking.isShared) return sObjectOnServer(name.value_or(std::string()), asking);
   return fetchedSObjects().map([weak = weak_from_this(), name](const std::vector<SObject>& sObjects) {
     auto sObject = firstNamed(sObjects, name);
     const auto self = weak.lock();
     if (sObject && self) self->cache_->save(*sObject);
     return sObject;
+  });
+}
+
+/// The same for a lookup of the second kind, when the cache has no list.
+Publisher<std::optional<SObject>> SObjectsDataService::sObjectOnServer(const std::string& name,
+                                                                       const Asking& asking) {
+  const auto& fetched = asking.fetched;
+  if (auto known = fetched->named(name))
+    return *known ? Publisher<OptionalSObject>::just(std::move(*known).value())
+                  : Publisher<OptionalSObject>::fail(known->error());
+  if (asking.source == Source::cacheOnly) return Publisher<OptionalSObject>::fail(NotCached());
+  return sharedSObjects(asking.fetching).results().tryMap([name, fetched](Result<SObjects>&& list) {
+    return fetched->noted(std::move(list), name);
   });
 }
 
@@ -235,42 +248,45 @@ Publisher<std::optional<std::string>> SObjectsDataService::listViewType(const st
                                                                         const Asking& asking) {
   if (asking.source == Source::cacheOnly) return Publisher<std::optional<std::string>>::fail(NotCached());
   if (!asking.isShared) return fetchedListViewType(id, {});
-  return sharedFetch(listViewTypes_, id, asking.fetching, [weak = weak_from_this(), id](const auto& attempt) {
-    const auto self = weak.lock();
-    return self ? self->fetchedListViewType(id, attempt) : silence<std::optional<std::string>>();
+  const auto renewal = renewals_->current();
+  return sharedFetch(listViewTypes_, Renewals::key(id, renewal), asking.fetching,
+                     [weak = weak_from_this(), id, renewal](const auto& attempt) {
+                       const auto self = weak.lock();
+                       return self ? self->fetchedListViewType(id, attempt, renewal)
+                                   : silence<std::optional<std::string>>();
+                     });
+}
+
+Publisher<std::vector<SObject>> SObjectsDataService::fetchedSObjects() {
+  return fetchedList({}).map([weak = weak_from_this()](SObjectsResponse response) {
+    if (const auto self = weak.lock()) {
+      self->cache_->save(response.sObjects);
+      self->areSinglesOld_ = true;
+      self->log(listWasFetched);
+    }
+    return std::move(response.sObjects);
   });
 }
 
-bool SObjectsDataService::knowsKeyPrefixes() const {
-  return cache_->cachedKeyPrefixes() || cache_->cachedSObjects();
-}
-
-Publisher<std::vector<SObject>> SObjectsDataService::fetchedSObjects(const Fetching& fetching,
-                                                                     std::optional<std::uint64_t> renewal) {
+Publisher<SObjectsResponse> SObjectsDataService::fetchedList(const Fetching& fetching) {
   const auto request = serverRequest(serverPath("sobjects"));
-  if (!request) return Publisher<std::vector<SObject>>::fail(SObjectsDataServiceError::invalidUrl());
-  return fetched<SObjectsResponse>(*request, fetching)
-      .map([weak = weak_from_this(), fetching, renewal](SObjectsResponse response) {
-        if (const auto self = weak.lock()) {
-          if (!renewal || self->renewals_->isNewest(*renewal))
-            writeFor(fetching, [&] { self->cache_->save(response.sObjects); });
-          self->log("fetchedSObjects(), sObjects was fetched then cached");
-        }
-        return std::move(response.sObjects);
-      });
+  if (!request) return Publisher<SObjectsResponse>::fail(SObjectsDataServiceError::invalidUrl());
+  return fetched<SObjectsResponse>(*request, fetching);
 }
 
-Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(const std::string& id,
-                                                                               const Fetching& fetching) {
+Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(
+    const std::string& id, const Fetching& fetching, std::optional<std::uint64_t> renewal) {
   log("fetchedListViewType(for:): id: " + id);
   const auto request =
       serverRequest(serverPath("query"), "SELECT Id,SobjectType FROM ListView WHERE Id = '" + id + "'");
   if (!request) return Publisher<std::optional<std::string>>::fail(SObjectsDataServiceError::invalidUrl());
   return fetched<ListViewObjectRecords>(*request, fetching)
-      .map([weak = weak_from_this(), id, fetching](const ListViewObjectRecords& response) {
+      .map([weak = weak_from_this(), id, fetching, renewal](const ListViewObjectRecords& response) {
         auto type = response.records.empty() ? std::nullopt : response.records.front().objectType;
         writeFor(fetching, [&] {
-          if (const auto self = weak.lock()) self->cache_->save(type, id);
+          const auto self = weak.lock();
+          const bool isOld = self && renewal && *renewal != self->renewals_->current();
+          if (self && !isOld) self->cache_->save(type, id);
         });
         if (const auto self = weak.lock()) {
           self->log("fetchedListViewType(for:), list view for id: " + id + ", was fetched then cached");
@@ -301,6 +317,7 @@ Publisher<KeyResult<T>> SObjectsDataService::each(std::vector<std::string> keys,
           [weak = weak_from_this(), lookUp, asking = std::move(asking), valueOf](const std::string& key) {
             const auto self = weak.lock();
             if (!self) return silence<KeyResult<T>>();
+            self->dropOldSingles(asking.fetching);
             return (*self.*lookUp)(key, asking).tryMap(valueOf).results().map([key](Result<T>&& value) {
               return KeyResult<T>{key, std::move(value)};
             });
@@ -308,32 +325,37 @@ Publisher<KeyResult<T>> SObjectsDataService::each(std::vector<std::string> keys,
 }
 
 Publisher<KeyResult<SObjectsDataService::TypeAndInstance>> SObjectsDataService::eachOfIds(
-    std::vector<std::string> ids, Source source, Fetching fetching) {
-  return each<TypeAndInstance>(std::move(ids), &SObjectsDataService::sObjectAsIdTuple,
-                               {source, true, std::move(fetching)},
-                               [weak = weak_from_this()](IdTuple&& found) -> Result<TypeAndInstance> {
-                                 const auto self = found.type ? nullptr : weak.lock();
-                                 if (self && !self->knowsKeyPrefixes()) return Error(NotCached());
-                                 return TypeAndInstance{std::move(found.type), std::move(found.instance)};
-                               });
+    std::vector<std::string> ids, Source source, Fetching fetching, SObjects loaded) {
+  const auto fetched = std::make_shared<FetchedOnce<SObject>>(std::move(loaded));
+  return each<TypeAndInstance>(
+      std::move(ids), &SObjectsDataService::sObjectAsIdTuple, {source, true, std::move(fetching), fetched},
+      [](IdTuple&& found) {
+        return Result<TypeAndInstance>(TypeAndInstance{std::move(found.type), std::move(found.instance)});
+      });
 }
 
 Publisher<KeyResult<std::optional<SObject>>> SObjectsDataService::eachOfNames(std::vector<std::string> names,
                                                                               Source source,
-                                                                              Fetching fetching) {
-  return each<OptionalSObject>(
-      std::move(names), &SObjectsDataService::sObjectAsNameTuple, {source, true, std::move(fetching)},
-      [](NameTuple&& found) { return Result<OptionalSObject>(std::move(found.sObject)); });
+                                                                              Fetching fetching,
+                                                                              SObjects loaded) {
+  const auto fetched = std::make_shared<FetchedOnce<SObject>>(std::move(loaded));
+  return each<OptionalSObject>(std::move(names), &SObjectsDataService::sObjectAsNameTuple,
+                               {source, true, std::move(fetching), fetched}, [](NameTuple&& found) {
+                                 return Result<OptionalSObject>(std::move(found.sObject));
+                               });
 }
 
-Publisher<SObjectsDataService::SObjects> SObjectsDataService::allSObjects(Source source, Fetching fetching) {
-  return Publisher<SObjects>::deferred([weak = weak_from_this(), source, fetching = std::move(fetching)] {
-    const auto self = weak.lock();
-    if (!self) return silence<SObjects>();
-    if (auto cached = self->cache_->cachedSObjects()) return Publisher<SObjects>::just(std::move(cached));
-    if (source == Source::cacheOnly) return Publisher<SObjects>::fail(NotCached());
-    return self->sharedSObjects(fetching);
-  });
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::allSObjects(Source source, Fetching fetching,
+                                                                          SObjects loaded) {
+  return Publisher<SObjects>::deferred(
+      [weak = weak_from_this(), source, fetching = std::move(fetching), loaded = std::move(loaded)] {
+        const auto self = weak.lock();
+        if (!self) return silence<SObjects>();
+        if (auto cached = self->cache_->cachedSObjects()) return Publisher<SObjects>::just(std::move(cached));
+        if (loaded) return Publisher<SObjects>::just(loaded);
+        if (source == Source::cacheOnly) return Publisher<SObjects>::fail(NotCached());
+        return self->sharedSObjects(fetching);
+      });
 }
 
 Publisher<SObjectsDataService::SObjects> SObjectsDataService::renewedSObjects(Fetching fetching) {
@@ -351,12 +373,25 @@ Publisher<SObjectsDataService::SObjects> SObjectsDataService::sharedSObjects(con
   return sharedFetch(lists_, key, fetching, [weak = weak_from_this(), renewal](const Fetching& attempt) {
     const auto self = weak.lock();
     if (!self) return silence<SObjects>();
-    return self->fetchedSObjects(attempt, renewal)
-        .map([weak, attempt](std::vector<SObject>&& sObjects) -> SObjects {
+    const auto save = [weak, attempt](const SObjects& list) {
+      writeFor(attempt, [&] {
+        const auto service = weak.lock();
+        if (!service) return;
+        service->cache_->dropSingles();  // before as well: no row may be older than the list for a moment
+        service->cache_->save(list->records());
+      });
+    };
+    return self->fetchedList(attempt)
+        .flatMap([renewal, renewals = self->renewals_, save](SObjectsResponse response) {
+          const auto list = std::make_shared<const NamedList<SObject>>(std::move(response.sObjects));
+          return renewals->kept<SObjects>(renewal, list, save);
+        })
+        .map([weak, attempt](const SObjects& list) {
+          if (const auto service = weak.lock()) service->log(listWasFetched);
           writeFor(attempt, [&] {
             if (const auto service = weak.lock()) service->cache_->dropSingles();
           });
-          return std::make_shared<const NamedList<SObject>>(std::move(sObjects));
+          return list;
         });
   });
 }
@@ -369,34 +404,40 @@ void SObjectsDataService::forget() const {
   cache_->forget();
 }
 
-std::optional<std::string> SObjectsDataService::name(const std::string& id, const Asking& asking) {
+Result<std::optional<std::string>> SObjectsDataService::name(const std::string& id, const Asking& asking) {
+  using Name = std::optional<std::string>;
   const std::string keyPrefix = keyPrefixOf(id);
   if (auto name = cache_->cachedName(keyPrefix)) return name;
   const auto drops = cache_->drops();
   const auto names = cache_->cachedKeyPrefixes();
-  if (!names) return asking.isShared ? nameInList(keyPrefix) : std::nullopt;
+  if (!names) return asking.isShared ? nameInList(keyPrefix) : Name();
   const auto found = names->find(keyPrefix);
-  if (found == names->end()) return std::nullopt;
+  if (found == names->end()) return Name();
   writeFor(asking.fetching, [&] {
     cache_->saveKeyPrefix(keyPrefix, found->second);
     dropIfOlder(drops, asking);
   });
-  return found->second;
+  return Name(found->second);
 }
 
 /// As the row of all prefixes would say. Of equal prefixes the last counts there.
-std::optional<std::string> SObjectsDataService::nameInList(const std::string& keyPrefix) const {
+Result<std::optional<std::string>> SObjectsDataService::nameInList(const std::string& keyPrefix) const {
   const auto list = cache_->cachedSObjects();
-  if (!list) return std::nullopt;
+  if (!list) return Error(NotCached());
   const auto& all = list->records();
   const auto found = std::find_if(all.rbegin(), all.rend(),
                                   [&](const SObject& sObject) { return sObject.keyPrefix == keyPrefix; });
-  return found == all.rend() ? std::nullopt : std::optional(found->name);
+  return found == all.rend() ? std::nullopt : std::optional<std::string>(found->name);
 }
 
 /// A newer list may have come since `drops` was looked at, and its rows been dropped before this one came.
 void SObjectsDataService::dropIfOlder(std::uint64_t drops, const Asking& asking) const {
   if (asking.isShared && cache_->drops() != drops) cache_->dropSingles();
+}
+
+/// Drops what lookups took from the list before a lookup of the first kind fetched another.
+void SObjectsDataService::dropOldSingles(const Fetching& fetching) {
+  if (areSinglesOld_.exchange(false)) writeFor(fetching, [&] { cache_->dropSingles(); });
 }
 
 void SObjectsDataService::log(std::string_view text) const {

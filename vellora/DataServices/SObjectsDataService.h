@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -23,13 +24,17 @@
 #include "vellora/Platform/Publishers/SharedRuns.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Values/Export.h"
+#include "vellora/Platform/Values/Result.h"
 
 namespace vellora {
 
 template <class Record>
+class FetchedOnce;
+template <class Record>
 class NamedList;
 class Renewals;
 class SObjectsCache;
+struct SObjectsResponse;
 
 /// Tells which object type a record id or a name belongs to. Fetches the object list from
 /// "/services/data/v50.0/sobjects" and what a list view lists from "/services/data/v50.0/query", and keeps
@@ -140,24 +145,29 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] ListState listState() const;
 
   /// Yields, in any order, what each of `ids` stands for. An id of an unknown type has a value without a
-  /// type; where the cache does not know any key prefixes it fails with `NotCached`.
+  /// type; where the cache does not know any key prefixes it fails with `NotCached`. `loaded` is a list that
+  /// was just fetched, or null: it serves where the cache has not kept it.
   [[nodiscard]] Publisher<KeyResult<TypeAndInstance>> eachOfIds(std::vector<std::string> ids, Source source,
-                                                                Fetching fetching = {});
+                                                                Fetching fetching = {},
+                                                                SObjects loaded = nullptr);
 
-  /// The same for the object types of `names`; one that the list lacks has an absent value.
+  /// The same for the object types of `names`; one that the list lacks has an absent value. One lookup
+  /// fetches the list once.
   [[nodiscard]] Publisher<KeyResult<std::optional<SObject>>> eachOfNames(std::vector<std::string> names,
                                                                          Source source,
-                                                                         Fetching fetching = {});
+                                                                         Fetching fetching = {},
+                                                                         SObjects loaded = nullptr);
 
-  /// Yields the cached list, however old, or else a fetched one; with `cacheOnly` it fails with `NotCached`
-  /// then.
-  [[nodiscard]] Publisher<SObjects> allSObjects(Source source, Fetching fetching = {});
+  /// Yields the cached list, however old, or else the one that was just `loaded`, or else a fetched one; with
+  /// `cacheOnly` it fails with `NotCached` then.
+  [[nodiscard]] Publisher<SObjects> allSObjects(Source source, Fetching fetching = {},
+                                                SObjects loaded = nullptr);
 
   /// Fetches the list, however young the cached one is.
   [[nodiscard]] Publisher<SObjects> renewedSObjects(Fetching fetching = {});
 
   /// The same, as the list is at this call: a fetch that was sent before is not joined, and does not take its
-  /// place.
+  /// place. Nor does what was asked of a list view before.
   [[nodiscard]] Publisher<SObjects> sObjectsFromNowOn(Fetching fetching = {});
 
   /// Purges what list views list, so that it is asked anew.
@@ -176,6 +186,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
     Source source = Source::cacheFirst;
     bool isShared = false;  ///< whether equal requests share one
     Fetching fetching = {};
+    std::shared_ptr<FetchedOnce<SObject>> fetched = nullptr;  ///< by this lookup; null where none is shared
   };
 
   template <class Tuple>
@@ -193,25 +204,28 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<OptionalSObject> sObjectForId(const std::string& id, const Asking& asking);
   [[nodiscard]] Publisher<OptionalSObject> sObjectForName(const std::optional<std::string>& name,
                                                           const Asking& asking);
+  [[nodiscard]] Publisher<OptionalSObject> sObjectOnServer(const std::string& name, const Asking& asking);
   [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id, const Asking& asking);
   [[nodiscard]] Publisher<std::optional<std::string>> listViewType(const std::string& id,
                                                                    const Asking& asking);
-  /// Saves the list unless that of a later renewal has come; always without a number.
-  [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects(
-      const Fetching& fetching = {}, std::optional<std::uint64_t> renewal = std::nullopt);
+  [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects();
+  [[nodiscard]] Publisher<SObjectsResponse> fetchedList(const Fetching& fetching);
+  /// Saves the list unless that of a later renewal has come.
   [[nodiscard]] Publisher<SObjects> sharedSObjects(const Fetching& fetching);
-  [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(const std::string& id,
-                                                                          const Fetching& fetching);
+  /// Saves the type unless a renewal has begun since the one of that number; always without a number.
+  [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(
+      const std::string& id, const Fetching& fetching, std::optional<std::uint64_t> renewal = std::nullopt);
   /// The decoded body. What goes wrong is logged as the service's error.
   template <class Response>
   [[nodiscard]] Publisher<Response> fetched(const CorvaneSDK::NetRequest& request, const Fetching& fetching);
 
-  /// The object API name for a record id, as far as the cache knows it.
-  [[nodiscard]] std::optional<std::string> name(const std::string& id, const Asking& asking);
+  /// The object API name for a record id, as far as the cache knows it. Where equal requests are shared, it
+  /// is `NotCached` when there is nothing to look into.
+  [[nodiscard]] Result<std::optional<std::string>> name(const std::string& id, const Asking& asking);
 
-  [[nodiscard]] std::optional<std::string> nameInList(const std::string& keyPrefix) const;
-  [[nodiscard]] bool knowsKeyPrefixes() const;
+  [[nodiscard]] Result<std::optional<std::string>> nameInList(const std::string& keyPrefix) const;
   void dropIfOlder(std::uint64_t drops, const Asking& asking) const;
+  void dropOldSingles(const Fetching& fetching);
 
   void log(std::string_view text) const;
   static SObjectsDataServiceError mapped(const Error& error, const std::weak_ptr<SObjectsDataService>& weak);
@@ -224,9 +238,11 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
 
   // Synchronises itself.
   Cancellables subscriptions_;  // of the loads
+  /// Whether rows of single items may come from an older list than the cached one.
+  std::atomic<bool> areSinglesOld_ = false;
   const SharedRuns<SObjects> lists_;
   const SharedRuns<std::optional<std::string>> listViewTypes_;
-  const std::unique_ptr<Renewals> renewals_;
+  const std::shared_ptr<Renewals> renewals_;
 };
 
 /// The name that a row of that kind bears in its meta: "sObjects", "listView", ….

@@ -15,21 +15,21 @@
 namespace vellora {
 
 /// What `start(fetching)` yields: one value, or a failure, after which it is started again as often as the
-/// requester says. It goes on on the queue of the lookups then. `lease`, if there is one, is renewed
-/// for each pause.
+/// requester says. It goes on on the queue of the lookups then. Each attempt, and each pause, is a sign of
+/// life of the fetch that this is part of.
 template <class T, class Start>
-[[nodiscard]] Publisher<T> retried(const Fetching& fetching, Start start,
-                                   const std::shared_ptr<Lease>& lease = nullptr) {
+[[nodiscard]] Publisher<T> retried(const Fetching& fetching, Start start) {
+  if (fetching.lease) fetching.lease->renew();
   if (!fetching.requester) return start(fetching);
-  return start(fetching).results().flatMap([fetching, lease, start](Result<T>&& result) -> Publisher<T> {
+  return start(fetching).results().flatMap([fetching, start](Result<T>&& result) -> Publisher<T> {
     if (result) return Publisher<T>::just(std::move(result).value());
     const auto pause = fetching.requester->pauseAfter(fetching.attempt, result.error());
     if (!pause) return Publisher<T>::fail(result.error());
-    if (lease) lease->renew(*pause);
-    const Fetching next{fetching.requester, fetching.attempt + 1};
+    if (fetching.lease) fetching.lease->renew(*pause);
+    const Fetching next{fetching.requester, fetching.attempt + 1, fetching.lease};
     return later(next.requester->timer(), *pause)
         .receive(BoundedQueue::lookups())
-        .flatMap([next, lease, start](std::monostate) { return retried<T>(next, start, lease); });
+        .flatMap([next, start](std::monostate) { return retried<T>(next, start); });
   });
 }
 
@@ -41,9 +41,8 @@ template <class T, class Start>
                                        Start start) {
   const auto lease =
       fetching.requester ? std::make_shared<Lease>(fetching.requester->timer()) : std::shared_ptr<Lease>();
-  const auto begin = [fetching, lease, start = std::move(start)] {
-    if (lease) lease->renew();
-    return retried<T>(fetching, start, lease);
+  const auto begin = [own = Fetching{fetching.requester, fetching.attempt, lease}, start = std::move(start)] {
+    return retried<T>(own, start);
   };
   const auto run = runs.joined(std::move(key), begin, lease);
   if (!fetching.requester) return run;

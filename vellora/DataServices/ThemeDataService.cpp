@@ -4,6 +4,7 @@
 #include <new>
 
 #include "vellora/DataServices/FetchTime.h"
+#include "vellora/DataServices/FetchedOnce.h"
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/Renewals.h"
@@ -24,6 +25,8 @@ namespace {
 
 constexpr std::string_view listKind = ThemeDataService::Constants::listKind;
 constexpr std::string_view entryKind = "theme";
+
+constexpr std::string_view listWasFetched = "fetchedThemes(), themes was fetched then cached";
 
 static_assert(ThemeDataService::Constants::cacheEntryType == TimestampedTable::cacheEntryType);
 
@@ -54,7 +57,7 @@ ThemeDataService::ThemeDataService(const RequiredAPI& api, double cacheTimeout)
                                   std::string(listKind)})),
       queue_(std::make_shared<SerialDispatchQueue>("ThemeDataService.queue", DispatchQoS::userInitiated)),
       list_(std::make_unique<const Remembered<NamedList<ThemeItem>>>()),
-      renewals_(std::make_unique<Renewals>()) {}
+      renewals_(std::make_shared<Renewals>()) {}
 
 ThemeDataService::~ThemeDataService() {
   try {
@@ -131,13 +134,7 @@ Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& n
     });
     return Answer::just(*entry);
   }
-  if (asking.source == Source::cacheOnly) return Answer::fail(NotCached());
-  if (asking.isShared) {
-    return sharedThemes(asking.fetching).map([name](const Themes& list) {
-      const ThemeItem* entry = list->firstNamed(name);
-      return entry ? std::optional(*entry) : std::nullopt;
-    });
-  }
+  if (asking.isShared) return themeOnServer(name, asking);
   return fetchedThemes().map([name, weak = weak_from_this()](const std::vector<ThemeItem>& list) {
     auto entry = firstNamed(name, list);
     const auto service = entry ? weak.lock() : nullptr;
@@ -146,26 +143,40 @@ Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& n
   });
 }
 
-Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes(const Fetching& fetching,
-                                                                  std::optional<std::uint64_t> renewal) {
+/// The same for a lookup of the second kind, when the cache has no list.
+Publisher<std::optional<ThemeItem>> ThemeDataService::themeOnServer(const std::string& name,
+                                                                    const Asking& asking) {
+  using Answer = Publisher<std::optional<ThemeItem>>;
+  const auto& fetched = asking.fetched;
+  if (auto known = fetched->named(name))
+    return *known ? Answer::just(std::move(*known).value()) : Answer::fail(known->error());
+  if (asking.source == Source::cacheOnly) return Answer::fail(NotCached());
+  return sharedThemes(asking.fetching).results().tryMap([name, fetched](Result<Themes>&& list) {
+    return fetched->noted(std::move(list), name);
+  });
+}
+
+Publisher<std::vector<ThemeItem>> ThemeDataService::fetchedThemes() {
+  return fetchedList({}).map([weak = weak_from_this()](ThemeResponse response) {
+    if (const auto service = weak.lock()) {
+      service->save(response.themeItems);
+      service->areSinglesOld_ = true;
+    }
+    if (const auto service = weak.lock()) service->log(listWasFetched);
+    return std::move(response.themeItems);
+  });
+}
+
+Publisher<ThemeResponse> ThemeDataService::fetchedList(const Fetching& fetching) {
   log("fetchedThemes()");
   const auto request = serverRequest("/services/data/" + std::string(Constants::queryApiVersion) + "/theme");
-  if (!request) return Publisher<std::vector<ThemeItem>>::fail(ThemeDataServiceError::invalidUrl());
+  if (!request) return Publisher<ThemeResponse>::fail(ThemeDataServiceError::invalidUrl());
   const auto weak = weak_from_this();
   // Sent now, not at the subscription, so that a load's request goes out on the caller's thread.
   return sentNow(*network_, *request, Preferred::error, fetching)
       .tryMap(decodedBody<ThemeResponse, ThemeDataServiceError::noData>)
       .mapError([weak, url = request->base().url.absoluteString()](const Error& error) {
         return ofRequest(mapped(error, weak), url);
-      })
-      .map([weak, fetching, renewal](ThemeResponse response) {
-        writeFor(fetching, [&] {
-          const auto service = weak.lock();
-          if (service && (!renewal || service->renewals_->isNewest(*renewal)))
-            service->save(response.themeItems);
-        });
-        if (const auto service = weak.lock()) service->log("fetchedThemes(), themes was fetched then cached");
-        return std::move(response.themeItems);
       });
 }
 
@@ -174,27 +185,33 @@ ListState ThemeDataService::listState() const {
 }
 
 Publisher<KeyResult<std::optional<ThemeItem>>> ThemeDataService::eachTheme(std::vector<std::string> names,
-                                                                           Source source, Fetching fetching) {
+                                                                           Source source, Fetching fetching,
+                                                                           Themes loaded) {
   using Entry = std::optional<ThemeItem>;
+  const auto fetched = std::make_shared<FetchedOnce<ThemeItem>>(std::move(loaded));
   return Publisher<std::string>::sequence(std::move(names))
       .flatMap([weak = weak_from_this(),
-                asking = Asking{source, true, std::move(fetching)}](const std::string& name) {
+                asking = Asking{source, true, std::move(fetching), fetched}](const std::string& name) {
         const auto self = weak.lock();
         if (!self) return silence<KeyResult<Entry>>();
+        self->dropOldSingles(asking.fetching);
         return self->theme(name, asking).results().map([name](Result<Entry>&& entry) {
           return KeyResult<Entry>{name, std::move(entry)};
         });
       });
 }
 
-Publisher<ThemeDataService::Themes> ThemeDataService::allThemes(Source source, Fetching fetching) {
-  return Publisher<Themes>::deferred([weak = weak_from_this(), source, fetching = std::move(fetching)] {
-    const auto self = weak.lock();
-    if (!self) return silence<Themes>();
-    if (auto cached = self->cachedThemes()) return Publisher<Themes>::just(std::move(cached));
-    if (source == Source::cacheOnly) return Publisher<Themes>::fail(NotCached());
-    return self->sharedThemes(fetching);
-  });
+Publisher<ThemeDataService::Themes> ThemeDataService::allThemes(Source source, Fetching fetching,
+                                                                Themes loaded) {
+  return Publisher<Themes>::deferred(
+      [weak = weak_from_this(), source, fetching = std::move(fetching), loaded = std::move(loaded)] {
+        const auto self = weak.lock();
+        if (!self) return silence<Themes>();
+        if (auto cached = self->cachedThemes()) return Publisher<Themes>::just(std::move(cached));
+        if (loaded) return Publisher<Themes>::just(loaded);
+        if (source == Source::cacheOnly) return Publisher<Themes>::fail(NotCached());
+        return self->sharedThemes(fetching);
+      });
 }
 
 Publisher<ThemeDataService::Themes> ThemeDataService::renewedThemes(Fetching fetching) {
@@ -212,12 +229,25 @@ Publisher<ThemeDataService::Themes> ThemeDataService::sharedThemes(const Fetchin
   return sharedFetch(lists_, key, fetching, [weak = weak_from_this(), renewal](const Fetching& attempt) {
     const auto self = weak.lock();
     if (!self) return silence<Themes>();
-    return self->fetchedThemes(attempt, renewal)
-        .map([weak, attempt](std::vector<ThemeItem>&& themes) -> Themes {
+    const auto save = [weak, attempt](const Themes& list) {
+      writeFor(attempt, [&] {
+        const auto service = weak.lock();
+        if (!service) return;
+        service->table_->drop(entryKind);  // before as well: no row may be older than the list for a moment
+        service->save(list->records());
+      });
+    };
+    return self->fetchedList(attempt)
+        .flatMap([renewal, renewals = self->renewals_, save](ThemeResponse response) {
+          const auto list = std::make_shared<const NamedList<ThemeItem>>(std::move(response.themeItems));
+          return renewals->kept<Themes>(renewal, list, save);
+        })
+        .map([weak, attempt](const Themes& list) {
+          if (const auto service = weak.lock()) service->log(listWasFetched);
           writeFor(attempt, [&] {
             if (const auto service = weak.lock()) service->table_->drop(entryKind);
           });
-          return std::make_shared<const NamedList<ThemeItem>>(std::move(themes));
+          return list;
         });
   });
 }
@@ -243,6 +273,11 @@ void ThemeDataService::save(const std::vector<ThemeItem>& themes) const {
 
 void ThemeDataService::save(const ThemeItem& theme) const {
   table_->write(theme, metaOfEntry(theme.name), "save(_:)", ", theme.name: " + theme.name);
+}
+
+/// Drops what lookups took from the list before a lookup of the first kind fetched another.
+void ThemeDataService::dropOldSingles(const Fetching& fetching) {
+  if (areSinglesOld_.exchange(false)) writeFor(fetching, [&] { table_->drop(entryKind); });
 }
 
 void ThemeDataService::log(std::string_view message) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -27,10 +28,13 @@
 namespace vellora {
 
 template <class Record>
+class FetchedOnce;
+template <class Record>
 class NamedList;
 template <class T>
 class Remembered;
 class Renewals;
+struct ThemeResponse;
 class TimestampedTable;
 
 /// Answers which colours and icons object types have. The server gives the theme entries of all types in one
@@ -108,14 +112,17 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   /// Whether the list is cached and fresh, and since when. The same reads as `cacheState`.
   [[nodiscard]] ListState listState() const;
 
-  /// Yields, in any order, the theme entry of each of `names`; an absent value where the list has none.
+  /// Yields, in any order, the theme entry of each of `names`; an absent value where the list has none. One
+  /// lookup fetches the list once. `loaded` is one that was just fetched, or null: it serves where the cache
+  /// has not kept it.
   [[nodiscard]] Publisher<KeyResult<std::optional<ThemeItem>>> eachTheme(std::vector<std::string> names,
                                                                          Source source,
-                                                                         Fetching fetching = {});
+                                                                         Fetching fetching = {},
+                                                                         Themes loaded = nullptr);
 
-  /// Yields the cached list, however old, or else a fetched one; with `cacheOnly` it fails with `NotCached`
-  /// then.
-  [[nodiscard]] Publisher<Themes> allThemes(Source source, Fetching fetching = {});
+  /// Yields the cached list, however old, or else the one that was just `loaded`, or else a fetched one; with
+  /// `cacheOnly` it fails with `NotCached` then.
+  [[nodiscard]] Publisher<Themes> allThemes(Source source, Fetching fetching = {}, Themes loaded = nullptr);
 
   /// Fetches the list, however young the cached one is.
   [[nodiscard]] Publisher<Themes> renewedThemes(Fetching fetching = {});
@@ -135,19 +142,23 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
     Source source = Source::cacheFirst;
     bool isShared = false;  ///< whether equal requests share one
     Fetching fetching = {};
+    std::shared_ptr<FetchedOnce<ThemeItem>> fetched = nullptr;  ///< by this lookup; null where none is shared
   };
 
   [[nodiscard]] Publisher<ThemeTuple> themeTuple(std::string name);
   [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name, const Asking& asking);
-  /// Saves the list unless that of a later renewal has come; always without a number.
-  [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes(
-      const Fetching& fetching = {}, std::optional<std::uint64_t> renewal = std::nullopt);
+  [[nodiscard]] Publisher<std::optional<ThemeItem>> themeOnServer(const std::string& name,
+                                                                  const Asking& asking);
+  [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
+  [[nodiscard]] Publisher<ThemeResponse> fetchedList(const Fetching& fetching);
+  /// Saves the list unless that of a later renewal has come.
   [[nodiscard]] Publisher<Themes> sharedThemes(const Fetching& fetching);
 
   [[nodiscard]] std::shared_ptr<const NamedList<ThemeItem>> cachedThemes() const;  // null when absent
   [[nodiscard]] std::optional<ThemeItem> cachedTheme(const std::string& name) const;
   void save(const std::vector<ThemeItem>& themes) const;
   void save(const ThemeItem& theme) const;
+  void dropOldSingles(const Fetching& fetching);
 
   void log(std::string_view message) const;
   static ThemeDataServiceError mapped(const Error& error, const std::weak_ptr<ThemeDataService>& weak);
@@ -161,8 +172,10 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   // Synchronise themselves.
   Cancellables subscriptions_;
   const std::unique_ptr<const Remembered<NamedList<ThemeItem>>> list_;  // decoded, while its bytes stay
+  /// Whether rows of single entries may come from an older list than the cached one.
+  std::atomic<bool> areSinglesOld_ = false;
   const SharedRuns<Themes> lists_;
-  const std::unique_ptr<Renewals> renewals_;
+  const std::shared_ptr<Renewals> renewals_;
 };
 
 }  // namespace vellora

@@ -38,6 +38,25 @@ class FallbackTest : public tests::CatalogFixture {
     runAll();
   }
 
+  /// Headlines of accounts, which refer to users.
+  void answerHeadlines() {
+    network->answerPrefix(
+        "/services/data/v53.0/compactLayouts",
+        StubNetwork::body(
+            R"({"Account":{"objectType":"Account","fieldItems":[{"label":"Owner","layoutComponents":[)"
+            R"({"value":"OwnerId","details":{"label":"Owner","htmlFormatted":false,"type":"reference",)"
+            R"("referenceTo":["User"],"relationshipName":"Owner"}}]}]}})"));
+  }
+
+  static testkit::StubAnswer userNames() {
+    return StubNetwork::body(
+        R"({"records":[{"EntityDefinition":{"QualifiedApiName":"User"},"QualifiedApiName":"Name"}]})");
+  }
+
+  static std::string fieldOf(const Answer<ObjectCompactLayoutInfo>& answer) {
+    return answer.found.at("Account").layoutFields.at(0)->apiName;
+  }
+
   void hangBothLists() {
     network->answer(typesUrl, StubNetwork::never());
     network->answer(themesUrl, StubNetwork::never());
@@ -132,6 +151,67 @@ TEST_F(FallbackTest, AnEmptyCacheHasNothingToFallBackOn) {
   passDeadline(received);
   EXPECT_THAT(received->answer.found, IsEmpty());
   EXPECT_EQ(reasonsOf(received->answer), (Reasons{{"Account", "timed out"}}));
+}
+
+TEST_F(FallbackTest, NameFieldsThatHangLeaveHeadlinesAsTheServerGaveThem) {
+  answerHeadlines();
+  network->answerPrefix("/services/data/v53.0/query", StubNetwork::never());
+  constructAndLoad();
+  const auto fetched = clock.date();
+  const auto received = ask(catalog->headlines({"Account", "Contact"}, {.deadline = 10s}));
+  passDeadline(received);
+  EXPECT_EQ(received->answer.end, End::timedOut);
+  ASSERT_THAT(keysOf(received->answer.found), ElementsAre("Account"));
+  EXPECT_EQ(fieldOf(received->answer), "OwnerId");
+  EXPECT_EQ(received->answer.ageOf("Account"), (Age{fetched, false}));
+  EXPECT_EQ(reasonsOf(received->answer), (Reasons{{"Contact", "timed out"}}));
+  EXPECT_EQ(received->answer.trouble->text(), late);
+  EXPECT_FALSE(cache->load("OPS_CompactLayout_Account")) << "the next question is to try again";
+}
+
+TEST_F(FallbackTest, NameFieldsThatComeBehindADeadlineRewriteNoAnswer) {
+  answerHeadlines();
+  network->answerPrefix("/services/data/v53.0/query", userNames().held());
+  constructAndLoad();
+  const auto hasty = ask(catalog->headlines({"Account"}, {.deadline = 10s}));
+  const auto patient = ask(catalog->headlines({"Account"}, {.deadline = 60s}));
+  passDeadline(hasty);
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(fieldOf(hasty->answer), "OwnerId");
+  ASSERT_EQ(patient->calls, 1);
+  EXPECT_EQ(fieldOf(patient->answer), "Owner.Name");
+}
+
+TEST_F(FallbackTest, WhatWaitsForNameFieldsIsNotInTheCache) {
+  answerHeadlines();
+  network->answerPrefix("/services/data/v53.0/query", StubNetwork::never());
+  constructAndLoad();
+  const auto pending = ask(catalog->headlines({"Account"}, {.deadline = 60s}));
+  runAll();
+  EXPECT_EQ(reasonsOf(answered(catalog->headlines({"Account"}, {.source = Source::cacheOnly}))),
+            (Reasons{{"Account", "not in the cache"}}));
+}
+
+TEST_F(FallbackTest, ThemesThatHangHideNotWhatAFreshListDoesNotKnow) {
+  network->answer(themesUrl, StubNetwork::never());
+  construct();
+  const auto types = ask(catalog->types({"Account", "Nonesuch"}, {.deadline = 10s}));
+  const auto records = ask(catalog->records({"001xx", "999xx"}, {.deadline = 10s}));
+  passDeadline(types);
+  EXPECT_EQ(reasonsOf(types->answer), (Reasons{{"Nonesuch", "unknown to the server"}}));
+  EXPECT_EQ(reasonsOf(records->answer), (Reasons{{"999xx", "unknown to the server"}}));
+  EXPECT_EQ(types->answer.end, End::timedOut);
+}
+
+TEST_F(FallbackTest, WhereTheServerIsToBeAskedFirstOnlyItSaysWhatItDoesNotKnow) {
+  constructAndLoad();
+  hangBothLists();
+  const auto received =
+      ask(catalog->types({"Account", "Nonesuch"}, {.deadline = 10s, .source = Source::serverFirst}));
+  passDeadline(received);
+  EXPECT_THAT(keysOf(received->answer.found), ElementsAre("Account"));
+  EXPECT_EQ(reasonsOf(received->answer), (Reasons{{"Nonesuch", "timed out"}}));
 }
 
 }  // namespace

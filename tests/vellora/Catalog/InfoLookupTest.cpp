@@ -251,5 +251,37 @@ TEST_F(InfoLookupTest, AThemeThatCannotBeFoundOutIsTheTrouble) {
   EXPECT_EQ(answer.trouble->text(), std::string("down (") + themesUrl + ")");
 }
 
+TEST_F(InfoLookupTest, ACacheThatKeepsNothingCostsOneRequestForEachList) {
+  cache->fail(testkit::FailingCache::Operation::tableUpsert);
+  catalogOptions.loadsAtOnce = false;
+  construct();
+  const auto answer = answered(catalog->types({"Account", "Contact", "Nonesuch"}));
+  EXPECT_THAT(keysOf(answer.found), ElementsAre("Account", "Contact"));
+  EXPECT_EQ(answer.found.at("Account").typePresentationInfo.color, "FF0000");
+  EXPECT_EQ(reasonsOf(answer), (Reasons{{"Nonesuch", "unknown to the server"}}));
+  EXPECT_EQ(network->count(typesUrl), 1U);
+  EXPECT_EQ(network->count(themesUrl), 1U);
+  EXPECT_EQ(answered(catalog->allTypes()).found.size(), 3U);
+  EXPECT_EQ(network->count(typesUrl), 2U);
+  EXPECT_EQ(network->count(themesUrl), 2U);
+}
+
+TEST_F(InfoLookupTest, ACorruptListInACacheThatKeepsNothingCostsOneRequest) {
+  constructAndLoad();
+  const auto table = cache->openTable("OPS_SObjectsCacheTable");
+  table->purge(CorvaneSDK::metaEquals({}));
+  table->upsert({Data("{"), {{"cacheEntryType", "sObjects"}}, std::nullopt});
+  cache->fail(testkit::FailingCache::Operation::tableUpsert);
+  EXPECT_EQ(answered(catalog->types({"Account", "Contact", "ListView"})).found.size(), 3U);
+  EXPECT_EQ(network->count(typesUrl), 2U) << "the first load's and one more";
+}
+
+TEST_F(InfoLookupTest, WhatAListViewListsHasNoDate) {
+  constructAndLoad();
+  const auto answer = answered(catalog->records({"001xx", "00Bxx"}));
+  EXPECT_EQ(answer.ageOf("001xx"), (Age{clock.date(), false}));
+  EXPECT_EQ(answer.ageOf("00Bxx"), (Age{std::nullopt, false})) << "it may be older than the lists";
+}
+
 }  // namespace
 }  // namespace vellora

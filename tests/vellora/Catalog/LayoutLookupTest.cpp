@@ -246,5 +246,43 @@ TEST_F(LayoutLookupTest, ManyReferencedTypesAreAskedAboutInSeveralRequests) {
   EXPECT_GE(queries, 2U);
 }
 
+TEST_F(LayoutLookupTest, AnOlderDownloadThatComesLateDoesNotTakeThePlaceOfANewerOne) {
+  network->answerPrefix("/services/data/v50.0/search/layout", StubNetwork::body(columns()).held());
+  network->answerPrefix("/services/data/v53.0/compactLayouts", StubNetwork::body(headlines()).held());
+  const auto oldColumns = ask(catalog->searchColumns({"Account"}));
+  const auto oldHeadlines = ask(catalog->headlines({"Account"}));
+  runAll();
+  clock.advance(1);
+  static_cast<void>(answered(catalog->refresh()));
+  network->answerPrefix("/services/data/v50.0/search/layout",
+                        StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
+  network->answerPrefix("/services/data/v53.0/compactLayouts",
+                        StubNetwork::body(R"({"Account":{"objectType":"Account","fieldItems":[]}})"));
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  static_cast<void>(answered(catalog->headlines({"Account"})));
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(oldColumns->answer.found.at("Account").searchColumns.size(), 1U);
+  EXPECT_EQ(oldHeadlines->answer.found.at("Account").layoutFields.size(), 1U);
+  const QuestionOptions cached{.source = Source::cacheOnly};
+  EXPECT_EQ(answered(catalog->searchColumns({"Account"}, cached)).found.at("Account").searchColumns.size(),
+            0U);
+  EXPECT_EQ(answered(catalog->headlines({"Account"}, cached)).found.at("Account").layoutFields.size(), 0U);
+}
+
+TEST_F(LayoutLookupTest, ALayoutIsDatedWhenItIsAskedForThoughTheNetworkAnswersWithinTheCall) {
+  const auto asked = clock.date();
+  const auto isLayout = [this](const CorvaneSDK::NetRequest& request) {
+    const auto url = request.base().url.absoluteString();
+    if (!url.starts_with(columnsUrl("")) && !url.starts_with(headlinesUrl(""))) return false;
+    clock.advance(60);  // a slow network, which answers before it returns
+    return false;
+  };
+  network->answerWhen(isLayout, down());
+  EXPECT_EQ(answered(catalog->searchColumns({"Account"})).ageOf("Account").fetched, asked);
+  clock.set(asked);
+  EXPECT_EQ(answered(catalog->headlines({"Account"})).ageOf("Account").fetched, asked);
+}
+
 }  // namespace
 }  // namespace vellora

@@ -14,6 +14,14 @@ using testkit::StubNetwork;
 
 class LostRequestTest : public tests::CatalogFixture {
  protected:
+  static constexpr const char* headlinesUrl = "/services/data/v53.0/compactLayouts?q=Account";
+  static constexpr const char* namesUrl = "/services/data/v53.0/query";
+
+  static testkit::StubAnswer headlines() {
+    return StubNetwork::body(R"({"Account":{"objectType":"Account","fieldItems":[]}})");
+  }
+  static testkit::StubAnswer noNames() { return StubNetwork::body(R"({"records":[]})"); }
+
   /// Lets `time` pass, and everything run.
   void pass(TimedQueue::Delay time) {
     timer->advance(time);
@@ -54,6 +62,41 @@ TEST_F(LostRequestTest, OneThatWaitsToBeSentAgainIsNotLost) {
   EXPECT_EQ(network->count(typesUrl), 3U);
   EXPECT_EQ(first->answer.end, End::answered);
   EXPECT_EQ(second->answer.end, End::answered);
+}
+
+TEST_F(LostRequestTest, HeadlinesWhoseNameFieldsWaitToBeSentAgainAreNotLost) {
+  constructAndLoad();
+  network->answer(headlinesUrl, headlines());
+  network->answerPrefix(namesUrl, busy(20s));
+  const auto first = ask(catalog->headlines({"Account"}, {.deadline = 60s}));
+  runAll();
+  network->answerPrefix(namesUrl, noNames());
+  pass(15s);
+  const auto second = ask(catalog->headlines({"Account"}));
+  runAll();
+  EXPECT_EQ(network->count(headlinesUrl), 1U) << "the server wants to be left alone";
+  pass(5500ms);
+  EXPECT_EQ(first->answer.found.size(), 1U);
+  EXPECT_EQ(second->answer.found.size(), 1U);
+  EXPECT_EQ(network->count(headlinesUrl), 1U);
+}
+
+TEST_F(LostRequestTest, HeadlinesThatHaveComeAreASignOfLife) {
+  constructAndLoad();
+  network->answer(headlinesUrl, headlines().held());
+  network->answerPrefix(namesUrl, noNames().held());
+  const auto first = ask(catalog->headlines({"Account"}, {.deadline = 60s}));
+  runAll();
+  pass(8s);
+  network->releaseAll();  // the name fields are asked for
+  runAll();
+  pass(8s);
+  const auto second = ask(catalog->headlines({"Account"}));
+  runAll();
+  EXPECT_EQ(network->count(headlinesUrl), 1U);
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(second->answer.found.size(), 1U);
 }
 
 }  // namespace

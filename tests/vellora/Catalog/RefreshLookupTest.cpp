@@ -98,5 +98,23 @@ TEST_F(RefreshLookupTest, FindsWhatIsThereWhenItIsAskedThoughALoadIsUnderWay) {
       << "the older list comes too late";
 }
 
+TEST_F(RefreshLookupTest, WhatAListViewWasAskedBeforeItCountsNoMore) {
+  constructAndLoad();
+  const auto listedBy = [](const Answer<ObjectPresentationInfo>& answer) {
+    return answer.found.at("00Bxx").instancePresentationInfo->apiName();
+  };
+  network->answer(listViewUrl("00Bxx"), listViewAnswer("Contact").held());
+  const auto before = ask(catalog->records({"00Bxx"}));
+  runAll();
+  static_cast<void>(answered(catalog->refresh()));
+  network->answer(listViewUrl("00Bxx"), listViewAnswer("Account"));
+  EXPECT_EQ(listedBy(answered(catalog->records({"00Bxx"}))), "Account");
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(listedBy(before->answer), "Contact");
+  EXPECT_EQ(listedBy(answered(catalog->records({"00Bxx"}))), "Account") << "the older answer comes too late";
+  EXPECT_EQ(network->count(listViewUrl("00Bxx")), 2U);
+}
+
 }  // namespace
 }  // namespace vellora

@@ -201,5 +201,18 @@ TEST_F(SessionTest, AFreshCacheDoesNotMakeReadyAfterAFailedRefresh) {
   EXPECT_EQ(catalog->readiness().readinessCase(), Readiness::Case::failed);
 }
 
+TEST_F(SessionTest, ALayoutThatTheCacheDidNotDeleteIsFoundTheNextTime) {
+  constructAndLoad();
+  askLayouts();
+  cache->fail(testkit::FailingCache::Operation::remove, "OPS_Layout_Account");
+  catalog->forget();
+  EXPECT_TRUE(cache->load("OPS_Layout_Account"));
+  cache->mend(testkit::FailingCache::Operation::remove);
+  network->answer(typesUrl, down());
+  constructAndLoad();
+  catalog->forget();
+  expectNoLayouts();
+}
+
 }  // namespace
 }  // namespace vellora

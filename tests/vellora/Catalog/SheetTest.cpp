@@ -88,5 +88,29 @@ TEST(SheetTest, KeepsTheFirstTrouble) {
   EXPECT_EQ(sheet.take().trouble->text(), "first");
 }
 
+TEST(SheetTest, NotesAnAgeThatKeysHaveInCommonOnce) {
+  const Age common{Date::since1970(100), false};
+  const Age other{Date::since1970(50), true};
+  Sheet<int> sheet({"a", "b", "c"});
+  sheet.found("a", 1, common);
+  sheet.found("b", 2, common);
+  sheet.found("c", 3, other);
+  const auto answer = sheet.take();
+  EXPECT_EQ(answer.age, common);
+  EXPECT_EQ(answer.ageOf("b"), common);
+  EXPECT_EQ(answer.ageOf("c"), other);
+  EXPECT_EQ(answer.otherAges.size(), 1U);
+}
+
+TEST(SheetTest, AKeysOwnAgeDoesNotBecomeThatOfThoseWithoutOne) {
+  const Age own{Date::since1970(50), true};
+  Sheet<int> sheet({"a", "b"});
+  sheet.found("a", 1);
+  sheet.found("b", 2, own);
+  const auto answer = sheet.take();
+  EXPECT_EQ(answer.ageOf("a"), Age());
+  EXPECT_EQ(answer.ageOf("b"), own);
+}
+
 }  // namespace
 }  // namespace vellora

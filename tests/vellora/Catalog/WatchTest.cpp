@@ -102,17 +102,21 @@ TEST_F(WatchTest, TellsWhatIsGoneFromAllTypes) {
 
 TEST_F(WatchTest, AnAnswerThatIsUnderWayIsToldBeforeItAsksAgain) {
   network->answer(listViewUrl("00Bxx"), listViewAnswer("Contact").held());
-  std::vector<End> ends;
-  const auto token = catalog->watch([this] { return catalog->records({"00Bxx"}); },
-                                    [&](const Found& answer) { ends.push_back(answer.end); });
+  std::vector<std::string> listed;
+  const auto token =
+      catalog->watch([this] { return catalog->records({"00Bxx"}); },
+                     [&](const Found& answer) {
+                       EXPECT_EQ(answer.end, End::answered);
+                       listed.push_back(answer.found.at("00Bxx").instancePresentationInfo->apiName());
+                     });
   runAll();
   static_cast<void>(answered(catalog->refresh()));
   static_cast<void>(answered(catalog->refresh()));
-  EXPECT_THAT(ends, IsEmpty());
+  EXPECT_THAT(listed, IsEmpty());
   network->answer(listViewUrl("00Bxx"), listViewAnswer("Account"));
   network->releaseAll();
   runAll();
-  EXPECT_THAT(ends, ElementsAre(End::answered));
+  EXPECT_THAT(listed, ElementsAre("Contact", "Account")) << "what was asked before a refresh is not new";
 }
 
 TEST_F(WatchTest, AfterCancellingNothingIsToldOrAsked) {

@@ -86,7 +86,8 @@ TEST_F(CompactLayoutDataServiceTest,
 TEST_F(CompactLayoutDataServiceTest, WhatEachLayoutDownloadsIsCachedBeforeItIsYielded) {
   serveAccount();
   bool wasCached = false;
-  const auto token = service->eachLayout({"Account"}, Source::cacheFirst).sink([&](const auto& found) {
+  const auto names = std::make_shared<const std::vector<std::string>>(1, "Account");
+  const auto token = service->eachLayout(names, Source::cacheFirst).sink([&](const auto& found) {
     EXPECT_TRUE(found.value);
     wasCached = isCached("Account");
   });

@@ -11,5 +11,10 @@ TEST(JoinedTest, JoinsNamesInTheirOrder) {
   EXPECT_EQ(joined({"B", "A", "", "A"}, ", "), "B, A, , A");
 }
 
+TEST(JoinedTest, QuotesEachNameForAQuery) {
+  EXPECT_EQ(quoted({}), "''");
+  EXPECT_EQ(quoted({"B", "A"}), "'B','A'");
+}
+
 }  // namespace
 }  // namespace vellora

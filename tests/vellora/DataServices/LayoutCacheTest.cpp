@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "hostkit/cache/memory/MemoryCache.h"
+#include "testkit/FailingCache.h"
 #include "testkit/RecordingLogger.h"
 
 namespace vellora {
@@ -61,6 +63,12 @@ TEST_F(LayoutCacheTest, SavesNothingThatHasNoJsonForm) {
   cache.save("Account", std::string("\xFF"), "save()");
   EXPECT_EQ(blobs.load("PREFIX_Account"), std::nullopt);
   EXPECT_THAT(logger.texts(LogLevel::error), ElementsAre(testing::StartsWith("save(): Failed to encode: ")));
+}
+
+TEST_F(LayoutCacheTest, TellsWhichEntriesAreStillThere) {
+  testkit::FailingCache failing(std::make_shared<hostkit::MemoryCache>());
+  failing.fail(testkit::FailingCache::Operation::remove, "PREFIX_B");
+  EXPECT_THAT(LayoutCache(failing, logger, "PREFIX_").removeAll({"A", "B", "C"}), ElementsAre("B"));
 }
 
 }  // namespace

@@ -142,7 +142,8 @@ TEST_F(LayoutDataServiceTest, MissingLayoutsAreFetchedInOneRequestAndCachedAfter
 TEST_F(LayoutDataServiceTest, WhatEachLayoutDownloadsIsCachedBeforeItIsYielded) {
   network->answer(accountUrl, StubNetwork::body("[" + accountJson + "]"));
   bool wasCached = false;
-  const auto token = service->eachLayout({"Account"}, Source::cacheFirst).sink([&](const auto& found) {
+  const auto names = std::make_shared<const std::vector<std::string>>(1, "Account");
+  const auto token = service->eachLayout(names, Source::cacheFirst).sink([&](const auto& found) {
     EXPECT_TRUE(found.value);
     wasCached = cache->load("OPS_Layout_Account").has_value();
   });

@@ -43,8 +43,21 @@ TEST_F(LayoutNamesTest, ABlobThatCannotBeReadNamesNothingAndIsReplaced) {
   EXPECT_THAT(names.all(), IsEmpty());
   names.noteAndSave({"A"}, {}, [] {});
   EXPECT_THAT(names.all(), ElementsAre("A"));
-  names.forget();
+  names.forgetAllBut({});
   EXPECT_FALSE(cache->load("names"));
+}
+
+TEST_F(LayoutNamesTest, KeepsTheNamesOfLayoutsThatAreStillThere) {
+  names.noteAndSave({"A", "B"}, {}, [] {});
+  names.forgetAllBut({"B"});
+  EXPECT_THAT(names.all(), ElementsAre("B"));
+}
+
+TEST_F(LayoutNamesTest, LayoutsThatCannotBeNotedAreNotWritten) {
+  cache->fail(testkit::FailingCache::Operation::save, "names");
+  bool isSaved = false;
+  names.noteAndSave({"A"}, {}, [&] { isSaved = true; });
+  EXPECT_FALSE(isSaved) << "nobody would find it to forget it";
 }
 
 }  // namespace

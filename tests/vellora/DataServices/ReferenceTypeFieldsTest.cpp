@@ -1,3 +1,5 @@
+#include "vellora/DataServices/ReferenceTypeFields.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -5,8 +7,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "vellora/DataServices/CompactLayoutDataService.h"
 
 namespace vellora {
 namespace {
@@ -90,6 +90,15 @@ TEST(UpdateReferenceTypeFieldsTest, PassesOverFieldsThatAreNotThere) {
   EXPECT_EQ(referenceTypeFields(results), "''");
   updateReferenceTypeFields({{"Account", "Name"}}, results);
   EXPECT_EQ(results.layouts.at(0).layoutFields.at(0), nullptr);
+}
+
+TEST(ReferenceTypeFieldsTest, ACopyWithFieldsOfItsOwnIsEqualAndCanBeRewrittenByItself) {
+  const auto original = results();
+  const auto copy = withOwnFields(original);
+  EXPECT_EQ(copy, original);
+  updateReferenceTypeFields({{"User", "Name"}}, copy);
+  EXPECT_EQ(copy.layouts.at(0).layoutFields.at(0)->apiName, "Owner.Name");
+  EXPECT_EQ(original, results());
 }
 
 }  // namespace

@@ -190,5 +190,112 @@ TEST_F(SObjectsDataServiceEachTest, ARowFromAnOlderListDoesNotOutliveTheNewerOne
   EXPECT_EQ(labels.back(), "Client");
 }
 
+TEST_F(SObjectsDataServiceEachTest, ACacheThatKeepsNothingCostsOneFetchForAllNames) {
+  host.cache->fail(testkit::FailingCache::Operation::tableUpsert);
+  host.network->answer(listUrl, StubNetwork::body(listBody));
+  std::size_t found = 0;
+  token = service->eachOfNames({"Account", "Contact", "Nonesuch"}, Source::cacheFirst)
+              .sink([&](const auto& each) { found += each.value.value() ? 1U : 0U; });
+  EXPECT_EQ(found, 2U);
+  EXPECT_EQ(host.network->count(listUrl), 1U);
+}
+
+TEST_F(SObjectsDataServiceEachTest, AListThatCannotBeFetchedIsAskedForOnce) {
+  host.network->answer(listUrl, StubNetwork::failure(TestError{"down"}));
+  std::size_t failed = 0;
+  token = service->eachOfNames({"Account", "Contact", "Nonesuch"}, Source::cacheFirst)
+              .sink([&](const auto& each) { failed += each.value ? 0U : 1U; });
+  EXPECT_EQ(failed, 3U);
+  EXPECT_EQ(host.network->count(listUrl), 1U);
+}
+
+TEST_F(SObjectsDataServiceEachTest, AListThatWasJustLoadedServesWhereTheCacheHasNone) {
+  std::vector<std::string> found;
+  SObject account;
+  account.name = "Account";
+  const auto loaded = std::make_shared<const NamedList<SObject>>(std::vector<SObject>{account});
+  token = service->eachOfNames({"Account", "Nonesuch"}, Source::cacheFirst, {}, loaded)
+              .sink([&](const auto& each) { found.push_back(each.key + (each.value.value() ? "" : "?")); });
+  EXPECT_THAT(found, ElementsAre("Account", "Nonesuch?"));
+  bool isTheSame = false;
+  token = service->allSObjects(Source::cacheFirst, {}, loaded).sink([&](const auto& list) {
+    isTheSame = list == loaded;
+  });
+  EXPECT_TRUE(isTheSame);
+  EXPECT_EQ(host.network->count(), 0U);
+}
+
+TEST_F(SObjectsDataServiceEachTest, NobodyIsToldThatAnIdIsUnknownWhereNoPrefixCouldBeRead) {
+  cacheList();
+  const auto logger = std::make_shared<ListeningLogger>();
+  const auto other =
+      std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
+  // The cache cannot be read while the prefix is looked for, and can be again right afterwards.
+  host.cache->fail(testkit::FailingCache::Operation::tableLoad);
+  std::string text;
+  token = other->eachOfIds({"0011"}, Source::cacheFirst).sink([&](const auto& each) {
+    host.cache->mend(testkit::FailingCache::Operation::tableLoad);
+    text = each.value ? SObjectsDataServiceEachTest::text(each.value.value())
+                      : each.value.error().localizedDescription();
+  });
+  EXPECT_EQ(text, NotCached().localizedDescription());
+}
+
+TEST_F(SObjectsDataServiceEachTest, OfTwoListsThatComeAtTheSameMomentTheLaterOneStaysWhole) {
+  const auto listOf = [](const std::string& prefix) {
+    return StubNetwork::body(R"({"sobjects":[{"name":"Account","keyPrefix":")" + prefix +
+                             R"(","label":"A","labelPlural":"As","createable":true}]})")
+        .held();
+  };
+  const auto logger = std::make_shared<ListeningLogger>();
+  const auto other =
+      std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
+  host.network->answer(listUrl, listOf("001"));
+  const auto first = other->sObjectsFromNowOn().sink([](const auto&) {});
+  host.network->answer(listUrl, listOf("002"));
+  const auto second = other->sObjectsFromNowOn().sink([](const auto&) {});
+  logger->onLine = [&](std::string_view line) {
+    if (line == "save(_:)") host.network->releaseOne();  // the second, while the first is being saved
+  };
+  host.network->releaseOne();
+  std::map<std::string, std::string> found;
+  token = other->eachOfIds({"0011", "0021"}, Source::cacheFirst).sink([&](const auto& each) {
+    found.emplace(each.key, text(each.value.value()));
+  });
+  EXPECT_EQ(found, (Found{{"0011", "nobody's"}, {"0021", "Account"}}));
+}
+
+TEST_F(SObjectsDataServiceEachTest, RowsOfAnOlderListThanTheFacadesDoNotCount) {
+  cacheList();
+  const auto labelOfAccount = [this] {
+    std::string label;
+    token = service->eachOfNames({"Account"}, Source::cacheFirst).sink([&](const auto& each) {
+      label = each.value.value()->label;
+    });
+    return label;
+  };
+  static_cast<void>(labelOfAccount());  // has a row from now on
+  clock.advance(301);
+  host.network->answer(
+      listUrl,
+      StubNetwork::body(
+          R"({"sobjects":[{"name":"Account","label":"Client","labelPlural":"Clients","createable":true}]})"));
+  service->loadSObjects(nullptr);
+  queues.runAll();
+  EXPECT_EQ(labelOfAccount(), "Client");
+}
+
+TEST_F(SObjectsDataServiceEachTest, RowsGoBeforeANewListIsThereAndBehindIt) {
+  cacheList();
+  host.network->answer(listUrl, StubNetwork::body(listBody));
+  token = service->renewedSObjects().sink([](const auto&) {});
+  std::string order;
+  for (const auto& call : host.cache->callTexts()) {
+    if (call.starts_with("tablePurge")) order += 'p';
+    if (call.starts_with("tableUpsert")) order += 'w';
+  }
+  EXPECT_EQ(order, "ppwwpp") << "a process that ends between two of them leaves no row older than the list";
+}
+
 }  // namespace
 }  // namespace vellora

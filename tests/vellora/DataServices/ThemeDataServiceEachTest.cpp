@@ -89,5 +89,43 @@ TEST_F(ThemeDataServiceEachTest, ForgettingLeavesNoRowAndNoMoment) {
   EXPECT_THAT(table()->fetch(CorvaneSDK::Query::oldest({})), IsEmpty());
 }
 
+TEST_F(ThemeDataServiceEachTest, ACacheThatKeepsNothingCostsOneFetchForAllNames) {
+  cache->fail(testkit::FailingCache::Operation::tableUpsert);
+  network->answer(url, StubNetwork::body(response({entryJson("Account")})));
+  EXPECT_THAT(each({"Account", "Contact", "Order"}, Source::cacheFirst),
+              UnorderedElementsAre("Account", "no Contact", "no Order"));
+  EXPECT_EQ(network->count(), 1U);
+}
+
+TEST_F(ThemeDataServiceEachTest, AListThatWasJustLoadedServesWhereTheCacheHasNone) {
+  std::vector<std::string> found;
+  const auto loaded = std::make_shared<const NamedList<ThemeItem>>(std::vector<ThemeItem>{entry("Account")});
+  token =
+      service->eachTheme({"Account", "Contact"}, Source::cacheFirst, {}, loaded).sink([&](const auto& theme) {
+        found.push_back((theme.value.value() ? "" : "no ") + theme.key);
+      });
+  EXPECT_THAT(found, UnorderedElementsAre("Account", "no Contact"));
+  bool isTheSame = false;
+  token = service->allThemes(Source::cacheFirst, {}, loaded).sink([&](const auto& list) {
+    isTheSame = list == loaded;
+  });
+  EXPECT_TRUE(isTheSame);
+  EXPECT_EQ(network->count(), 0U);
+}
+
+TEST_F(ThemeDataServiceEachTest, EntriesOfAnOlderListThanTheFacadesDoNotCount) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account", "old")})));
+  static_cast<void>(each({"Account"}, Source::cacheFirst));
+  static_cast<void>(each({"Account"}, Source::cacheFirst));  // has a row from now on
+  clock.advance(cacheTimeout + 1);
+  network->answer(url, StubNetwork::body(response({entryJson("Account", "new")})));
+  EXPECT_FALSE(load(service));
+  std::optional<ThemeItem> found;
+  token = service->eachTheme({"Account"}, Source::cacheFirst).sink([&](const auto& theme) {
+    found = theme.value.value();
+  });
+  EXPECT_EQ(found, entry("Account", "new"));
+}
+
 }  // namespace
 }  // namespace vellora
