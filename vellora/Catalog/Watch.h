@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <new>
@@ -24,6 +25,9 @@ namespace vellora {
 ///
 /// Threads: safe to use from several threads at once. What it asks passes through a gate, one step at a time.
 /// The caller's functions run inside its other gate, which `cancel` closes.
+///
+/// Errors: `start` throws `std::bad_alloc`. Cancelling takes no memory, nor does taking note of an end: each
+/// leaves a mark, and whoever is inside the gate looks at it before leaving.
 template <class T>
 class Watch final : public WatchBase, public std::enable_shared_from_this<Watch<T>> {
  public:
@@ -42,16 +46,15 @@ class Watch final : public WatchBase, public std::enable_shared_from_this<Watch<
 
   /// Asks for the first time. Call it once, before anything else. Throws `std::bad_alloc`.
   void start() {
-    const auto token = std::make_shared<QuestionToken>(asked());
-    inGate([token](Watch& watch) { watch.token_ = std::move(*token); });
+    static_cast<void>(first_.exchange(std::make_shared<QuestionToken>(asked())));
+    look();
   }
 
   void askAgain() override {
     try {
       terms_.answersOn->async([weak = this->weak_from_this()] {
         const auto watch = weak.lock();
-        if (!watch) return;
-        watch->terms_.gate->run([&] { watch->inGate([](Watch& self) { self.ask(); }); });
+        if (watch) watch->terms_.gate->run([&] { watch->mark(watch->isToAsk_); });
       });
     } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the next refresh asks
     }
@@ -63,32 +66,49 @@ class Watch final : public WatchBase, public std::enable_shared_from_this<Watch<
     callbacks_.close();
     const auto self = this->shared_from_this();
     if (const auto watches = terms_.watches.lock()) watches->remove(*this);
-    inGate([](Watch& watch) { watch.token_ = {}; });
+    mark(isCancelled_);
   }
 
  private:
-  template <class Step>
-  void inGate(Step step) {
-    gate_.run([self = this->shared_from_this(), step] { step(*self); });
+  void mark(std::atomic<bool>& what) {
+    what = true;
+    look();
+  }
+
+  /// Leaves a mark for the gate: a step is due. Whoever is inside sees it before leaving; when nobody is, it
+  /// is seen at once. Takes no memory.
+  void look() {
+    isMarked_ = true;
+    const auto seeToIt = [this] {
+      isMarked_ = false;
+      step();
+    };
+    while (isMarked_ && gate_.tryRun(seeToIt)) {
+    }
   }
 
   // Called in the gate.
 
-  void ask() {
-    if (std::exchange(isAsking_, true)) {
-      isToAskAgain_ = true;
-      return;
+  void step() {
+    // The first question has ended when another has been asked: its token is of no use then.
+    auto first = first_.exchange(nullptr);
+    if (first && !hasAskedAgain_) token_ = std::move(*first);
+    if (hasEnded_.exchange(false)) isAsking_ = false;
+    if (isCancelled_) {
+      token_ = {};
+    } else if (!isAsking_ && isToAsk_.exchange(false)) {
+      ask();
     }
+  }
+
+  void ask() {
+    isAsking_ = true;
+    hasAskedAgain_ = true;
     try {
       callbacks_.run([&] { token_ = asked(); });
     } catch (const std::bad_alloc&) {  // the next refresh asks
       isAsking_ = false;
     }
-  }
-
-  void noteEnd() {
-    isAsking_ = false;
-    if (std::exchange(isToAskAgain_, false)) ask();
   }
 
   [[nodiscard]] QuestionToken asked() {
@@ -105,7 +125,7 @@ class Watch final : public WatchBase, public std::enable_shared_from_this<Watch<
       keep(answer);
       callbacks_.run([&] { callback_(std::move(answer)); });
     }
-    inGate([](Watch& watch) { watch.noteEnd(); });
+    mark(hasEnded_);
   }
 
   void keep(const Answer<T>& answer) {
@@ -126,11 +146,16 @@ class Watch final : public WatchBase, public std::enable_shared_from_this<Watch<
   CallbackGate callbacks_;
   SerialGate gate_;
   Guarded<std::shared_ptr<const Answer<T>>> last_{nullptr};
+  Guarded<std::shared_ptr<QuestionToken>> first_{nullptr};  // until the gate has it
+  std::atomic<bool> isMarked_ = false;
+  std::atomic<bool> isToAsk_ = false;
+  std::atomic<bool> hasEnded_ = false;  // the question that is under way
+  std::atomic<bool> isCancelled_ = false;
 
   // Changed in the gate.
   QuestionToken token_;
   bool isAsking_ = true;  // the first time from the beginning
-  bool isToAskAgain_ = false;
+  bool hasAskedAgain_ = false;
 };
 
 }  // namespace vellora

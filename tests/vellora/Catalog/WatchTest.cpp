@@ -9,7 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/AllocationCounter.h"
 #include "tests/vellora/Catalog/CatalogFixture.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
 
 namespace vellora {
 namespace {
@@ -19,6 +21,13 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testkit::StubNetwork;
 using Found = Answer<ObjectPresentationInfo>;
+
+/// Runs work where it is submitted.
+class HereQueue final : public DispatchQueue {
+ public:
+  void async(Work work) override { work(); }
+  [[nodiscard]] bool runsHere() const override { return false; }
+};
 
 class WatchTest : public tests::CatalogFixture {
  protected:
@@ -188,6 +197,46 @@ TEST_F(WatchTest, AfterForgettingTheNextRefreshIsToldInAnyCase) {
   EXPECT_THAT(told, ElementsAre("Account")) << "forgetting asks nothing";
   static_cast<void>(answered(catalog->refresh()));
   EXPECT_THAT(told, ElementsAre("Account", "Account"));
+}
+
+TEST_F(WatchTest, ARefreshThatEndsWhileItAsksForTheFirstTimeDoesNotSilenceIt) {
+  catalogOptions.answersOn = std::make_shared<HereQueue>();
+  constructAndLoad();
+  bool isFirst = true;
+  const auto token = catalog->watch(
+      [&] {
+        auto question = catalog->types({"Account"});
+        if (std::exchange(isFirst, false)) {  // answered, and a refresh ends, before anybody waits for it
+          runAll();
+          refreshWith(StubNetwork::body(account("Firm")));
+        }
+        return question;
+      },
+      [this](const Found& answer) { note(answer); });
+  runAll();
+  EXPECT_THAT(told, ElementsAre("Account", "Firm"));
+  refreshWith(StubNetwork::body(account("Shop")));
+  EXPECT_THAT(told, ElementsAre("Account", "Firm", "Shop"));
+}
+
+TEST_F(WatchTest, MayBeCancelledWhileItAsksWithoutMemory) {
+  QuestionToken token;
+  int asked = 0;
+  token = catalog->watch(
+      [&] {
+        if (++asked == 2) {
+          const tests::AllocationFailure failure(1, tests::AllocationFailure::Extent::allFromThereOn);
+          EXPECT_NO_THROW(token.cancel());
+          EXPECT_FALSE(failure.happened());
+        }
+        return catalog->types({"Account"});
+      },
+      [this](const Found& answer) { note(answer); });
+  runAll();
+  refreshWith(StubNetwork::body(account("Firm")));
+  EXPECT_EQ(asked, 2);
+  EXPECT_THAT(told, ElementsAre("Account"));
+  EXPECT_EQ(timer->pending(), 0U);
 }
 
 }  // namespace
