@@ -40,11 +40,12 @@ ShownPresentation shown(const PresentationInfo& info, IconStore& icons) {
 template <class T>
 std::string sourceOf(const Answer<T>& answer, const Date& asked) {
   if (answer.found.empty()) return "nowhere";
-  const bool isNew = std::any_of(answer.found.begin(), answer.found.end(), [&](const auto& found) {
-    const auto fetched = answer.ageOf(found.first).fetched;
-    return fetched && *fetched >= asked;
-  });
-  return isNew ? "network" : "cache";
+  const auto isNew = [&](const Age& age) { return age.fetched && *age.fetched >= asked; };
+  // The common age as well: what a list view lists has no date of its own.
+  const bool isAnyNew =
+      isNew(answer.age) || std::any_of(answer.found.begin(), answer.found.end(),
+                                       [&](const auto& found) { return isNew(answer.ageOf(found.first)); });
+  return isAnyNew ? "network" : "cache";
 }
 
 /// Whether the server has answered about a layout that is missing: that it has none, or in a way that cannot
