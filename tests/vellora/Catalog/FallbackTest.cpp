@@ -6,6 +6,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <stop_token>
 #include <string>
 
 #include "tests/vellora/Catalog/CatalogFixture.h"
@@ -212,6 +213,22 @@ TEST_F(FallbackTest, WhereTheServerIsToBeAskedFirstOnlyItSaysWhatItDoesNotKnow) 
   passDeadline(received);
   EXPECT_THAT(keysOf(received->answer.found), ElementsAre("Account"));
   EXPECT_EQ(reasonsOf(received->answer), (Reasons{{"Nonesuch", "timed out"}}));
+}
+
+TEST_F(FallbackTest, OnlyADeadlineFallsBackOnTheCache) {
+  constructAndLoad();
+  clock.advance(7200);
+  hangBothLists();
+  std::stop_source stop;
+  const auto token = stop.get_token();
+  const auto received = ask(catalog->types({"Account"}, {.deadline = 10s, .stop = token}));
+  for (int i = 0; i < 6; ++i) step(1s);
+  stop.request_stop();
+  runAll();
+  ASSERT_EQ(received->calls, 1);
+  EXPECT_EQ(received->answer.end, End::cancelled);
+  EXPECT_THAT(received->answer.found, IsEmpty());
+  EXPECT_EQ(reasonsOf(received->answer), (Reasons{{"Account", "cancelled"}}));
 }
 
 }  // namespace

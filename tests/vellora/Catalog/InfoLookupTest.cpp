@@ -283,5 +283,16 @@ TEST_F(InfoLookupTest, WhatAListViewListsHasNoDate) {
   EXPECT_EQ(answer.ageOf("00Bxx"), (Age{std::nullopt, false})) << "it may be older than the lists";
 }
 
+TEST_F(InfoLookupTest, WhatHasJustComeIsNotStaleHoweverShortTheTimeOut) {
+  catalogOptions.cacheTimeout = 0s;
+  const auto takeTime = [this](const CorvaneSDK::NetRequest&) {
+    clock.advance(1);  // so that one list is a second old when the other has come
+    return false;
+  };
+  network->answerWhen(takeTime, down());
+  construct();
+  EXPECT_FALSE(answered(catalog->types({"Account"})).ageOf("Account").isStale);
+}
+
 }  // namespace
 }  // namespace vellora

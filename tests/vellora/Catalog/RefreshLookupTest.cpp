@@ -116,5 +116,23 @@ TEST_F(RefreshLookupTest, WhatAListViewWasAskedBeforeItCountsNoMore) {
   EXPECT_EQ(network->count(listViewUrl("00Bxx")), 2U);
 }
 
+TEST_F(RefreshLookupTest, LayoutsOfATypeThatIsGoneAreDeleted) {
+  network->answer("/services/data/v50.0/search/layout?q=Account",
+                  StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
+  network->answer("/services/data/v53.0/compactLayouts?q=Account",
+                  StubNetwork::body(R"({"Account":{"objectType":"Account","fieldItems":[]}})"));
+  network->answerPrefix("/services/data/v53.0/query", StubNetwork::body(R"({"records":[]})"));
+  constructAndLoad();
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  static_cast<void>(answered(catalog->headlines({"Account"})));
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_TRUE(cache->load("OPS_Layout_Account")) << "it is still there";
+  EXPECT_TRUE(cache->load("OPS_CompactLayout_Account"));
+  network->answer(typesUrl, StubNetwork::body(R"({"sobjects":[]})"));
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_FALSE(cache->load("OPS_Layout_Account"));
+  EXPECT_FALSE(cache->load("OPS_CompactLayout_Account"));
+}
+
 }  // namespace
 }  // namespace vellora
