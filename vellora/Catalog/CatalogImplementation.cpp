@@ -251,7 +251,7 @@ std::shared_ptr<detail::Asked<T>> Catalog::Implementation::begun(const SessionPt
                                                                  const QuestionOptions& options) const {
   const auto wanted = options.answersOn.value();
   const auto patience = kind == QuestionKind::load ? prefetchPatience : options.deadline;
-  const auto question = std::make_shared<detail::Asked<T>>(
+  auto question = std::make_shared<detail::Asked<T>>(
       keys, detail::Terms{wanted ? wanted : options_.answersOn, options_.timer, gate_,
                           session ? session->questions : SubscriptionScope(),
                           std::make_shared<Inquiry>(inquiries_, kind, patience, writesOf(session))});

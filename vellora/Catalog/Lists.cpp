@@ -90,12 +90,12 @@ Publisher<PreparedLists> Lists::loaded(Source source, const Fetching& fetching, 
         const auto typesLoad = (typesNeeded ? fetchedTypes() : Publisher<Types>::just(nullptr)).results();
         const auto themesLoad = (themesNeeded ? fetchedThemes() : Publisher<Themes>::just(nullptr)).results();
         return typesLoad.combineLatest(themesLoad).map([=](const auto& loads) {
-          const PreparedLists after{stateAfter(types->listState(), typesNeeded && loads.first),
-                                    stateAfter(themes->listState(), themesNeeded && loads.second),
-                                    failureOf(loads.first),
-                                    failureOf(loads.second),
-                                    broughtBy(loads.first),
-                                    broughtBy(loads.second)};
+          PreparedLists after{stateAfter(types->listState(), typesNeeded && loads.first),
+                              stateAfter(themes->listState(), themesNeeded && loads.second),
+                              failureOf(loads.first),
+                              failureOf(loads.second),
+                              broughtBy(loads.first),
+                              broughtBy(loads.second)};
           readiness.noteLoad(readinessAfter(after));
           return after;
         });

@@ -49,6 +49,7 @@ using DownloadedLayouts = std::shared_ptr<const FetchedLayouts<Layout>>;
 template <class Layout>
 [[nodiscard]] std::vector<std::string> typesOf(const std::vector<Layout>& layouts) {
   std::vector<std::string> types;
+  types.reserve(layouts.size());
   for (const auto& layout : layouts) types.push_back(layout.objectType);
   return types;
 }
@@ -132,8 +133,10 @@ class EachLayout {
 
   [[nodiscard]] Publisher<Known> fetched(const Needed& needed,
                                          const SharedRuns<DownloadedLayouts<Layout>>& downloads) const {
+    const auto divided = dividedByUrl(needed.names, [this](const auto& some) { return urlOf(some).size(); });
     Parts parts;
-    for (auto& part : dividedByUrl(needed.names, [this](const auto& some) { return urlOf(some).size(); })) {
+    parts.reserve(divided.size());
+    for (const auto& part : divided) {
       parts.push_back(downloaded(part, needed.stale, downloads));
     }
     return joint(std::move(parts));
@@ -165,6 +168,7 @@ class EachLayout {
         .results()
         .flatMap([names, stale](const Result<DownloadedLayouts<Layout>>& result) {
           std::vector<Known> known;
+          known.reserve(names.size());
           for (const auto& name : names) {
             known.push_back(
                 {name, result ? found(name, *result.value()) : cachedOr(result.error(), name, *stale)});

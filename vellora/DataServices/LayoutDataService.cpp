@@ -23,7 +23,7 @@ namespace {
 
 using Layouts = std::vector<ObjectLayoutInfo>;
 
-constexpr std::string_view downloadName = "getLayoutFromNetwork(_:completion:)";
+constexpr std::string_view searchDownloadName = "getLayoutFromNetwork(_:completion:)";
 
 std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
     const std::vector<std::string>& objectTypeNames) {
@@ -101,7 +101,7 @@ Publisher<LayoutDataService::Downloaded> LayoutDataService::downloadedLayouts(
     const std::vector<std::string>& names, const Fetching& fetching) {
   const auto request = requestToGetSearchLayout(names);
   if (!request) return Publisher<Downloaded>::fail(SObjectsDataServiceError::invalidUrl());
-  const FailureLog log(weak_from_this(), *logger_, downloadName);
+  const FailureLog log(weak_from_this(), *logger_, searchDownloadName);
   const auto turn = std::make_shared<const DownloadOrder::Turn>(order_);
   const Date asked = now();  // before it is sent: the network may answer at once
   return downloaded<Layouts>(*network_, *request, log, fetching)
@@ -128,7 +128,7 @@ void LayoutDataService::forgetNoted() const {
 void LayoutDataService::getLayoutFromNetwork(const std::vector<std::string>& names, Completion completion) {
   const auto request = requestToGetSearchLayout(names);
   if (!request) return completion(std::nullopt, std::nullopt);
-  const FailureLog log(weak_from_this(), *logger_, downloadName);
+  const FailureLog log(weak_from_this(), *logger_, searchDownloadName);
   download<std::vector<ObjectLayoutInfo>>(
       *network_, *request, log, [weak = weak_from_this(), completion = std::move(completion)](auto answer) {
         const auto& layouts = answer.body;

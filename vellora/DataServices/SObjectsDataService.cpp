@@ -358,11 +358,11 @@ Publisher<SObjectsDataService::SObjects> SObjectsDataService::allSObjects(Source
       });
 }
 
-Publisher<SObjectsDataService::SObjects> SObjectsDataService::renewedSObjects(Fetching fetching) {
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::renewedSObjects(const Fetching& fetching) {
   return sharedSObjects(fetching);
 }
 
-Publisher<SObjectsDataService::SObjects> SObjectsDataService::sObjectsFromNowOn(Fetching fetching) {
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::sObjectsFromNowOn(const Fetching& fetching) {
   renewals_->begin();
   return sharedSObjects(fetching);
 }

@@ -164,11 +164,11 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
                                                 SObjects loaded = nullptr);
 
   /// Fetches the list, however young the cached one is.
-  [[nodiscard]] Publisher<SObjects> renewedSObjects(Fetching fetching = {});
+  [[nodiscard]] Publisher<SObjects> renewedSObjects(const Fetching& fetching = {});
 
   /// The same, as the list is at this call: a fetch that was sent before is not joined, and does not take its
   /// place. Nor does what was asked of a list view before.
-  [[nodiscard]] Publisher<SObjects> sObjectsFromNowOn(Fetching fetching = {});
+  [[nodiscard]] Publisher<SObjects> sObjectsFromNowOn(const Fetching& fetching = {});
 
   /// Purges what list views list, so that it is asked anew.
   void forgetListViews() const;

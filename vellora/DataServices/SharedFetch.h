@@ -44,7 +44,7 @@ template <class T, class Start>
   const auto begin = [own = Fetching{fetching.requester, fetching.attempt, lease}, start = std::move(start)] {
     return retried<T>(own, start);
   };
-  const auto run = runs.joined(std::move(key), begin, lease);
+  auto run = runs.joined(std::move(key), begin, lease);
   if (!fetching.requester) return run;
   return run.map([requester = fetching.requester](T&& value) {
     requester->served();

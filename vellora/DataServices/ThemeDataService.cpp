@@ -214,11 +214,11 @@ Publisher<ThemeDataService::Themes> ThemeDataService::allThemes(Source source, F
       });
 }
 
-Publisher<ThemeDataService::Themes> ThemeDataService::renewedThemes(Fetching fetching) {
+Publisher<ThemeDataService::Themes> ThemeDataService::renewedThemes(const Fetching& fetching) {
   return sharedThemes(fetching);
 }
 
-Publisher<ThemeDataService::Themes> ThemeDataService::themesFromNowOn(Fetching fetching) {
+Publisher<ThemeDataService::Themes> ThemeDataService::themesFromNowOn(const Fetching& fetching) {
   renewals_->begin();
   return sharedThemes(fetching);
 }

@@ -125,11 +125,11 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   [[nodiscard]] Publisher<Themes> allThemes(Source source, Fetching fetching = {}, Themes loaded = nullptr);
 
   /// Fetches the list, however young the cached one is.
-  [[nodiscard]] Publisher<Themes> renewedThemes(Fetching fetching = {});
+  [[nodiscard]] Publisher<Themes> renewedThemes(const Fetching& fetching = {});
 
   /// The same, as the list is at this call: a fetch that was sent before is not joined, and does not take its
   /// place.
-  [[nodiscard]] Publisher<Themes> themesFromNowOn(Fetching fetching = {});
+  [[nodiscard]] Publisher<Themes> themesFromNowOn(const Fetching& fetching = {});
 
   /// Purges and removes all that the service wrote.
   void forget() const;
