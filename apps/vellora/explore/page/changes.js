@@ -1,7 +1,7 @@
 // What has changed of the object types since they were fetched the time before.
 import { get } from "./api.js";
 import { byId, foreign, make } from "./dom.js";
-import { typeOf } from "./types.js";
+import { shownLabel, typeOf } from "./types.js";
 
 const section = byId("changes");
 const mostNamed = 24;
@@ -10,7 +10,7 @@ let shownNumber = 0;
 const moment = new Intl.DateTimeFormat(undefined, { dateStyle: "medium", timeStyle: "short" });
 
 function named(name, change) {
-  const label = typeOf(name)?.label || name;
+  const label = shownLabel(typeOf(name)?.label, name);
   const text = change === "removed" ? foreign(name) : make("a", { href: `#/${encodeURIComponent(name)}` }, foreign(label));
   return make("li", { class: change }, text, ` ${change}`);
 }

@@ -6,7 +6,7 @@ import { presentationFacts, showThemes } from "./facts.js";
 import { failureNote } from "./failure.js";
 import { bestIcon, iconImage } from "./icons.js";
 import { headlineCard, searchTable } from "./layouts.js";
-import { typeOf } from "./types.js";
+import { shownLabel, typeOf } from "./types.js";
 
 const panel = byId("detail");
 let current = null; // API name
@@ -34,8 +34,9 @@ function makeHeader(label, name) {
 }
 
 // The heading stays the same element: it may have the focus.
-function completeHeader(header, presentation) {
-  const { label, color } = presentation.info;
+function completeHeader(header, name, presentation) {
+  const { color } = presentation.info;
+  const label = shownLabel(presentation.info.label, name);
   paint(header, color);
   header.firstChild.replaceWith(iconImage(bestIcon(presentation), 44, label));
   header.querySelector("h2").textContent = label;
@@ -140,7 +141,7 @@ function fillPresentation(presentation, myTurn, { name, type, header, items, kno
     const found = answer.presentations[name];
     if (!found) return undefined;
     known.presentation = found;
-    completeHeader(header, found);
+    completeHeader(header, name, found);
     const place = make("div", {}, presentationFacts(type, found));
     showThemes(place, name).catch(() => {}); // without them the rest is there
     return place;
@@ -151,7 +152,7 @@ export function open(name) {
   const myTurn = ++turn;
   current = name;
   const type = typeOf(name);
-  const header = makeHeader(type?.label || name, name);
+  const header = makeHeader(shownLabel(type?.label, name), name);
   const [presentation, search, compact] = [
     part("Presentation", "Labels, colours, icons"),
     part("Search result", "Layout"),

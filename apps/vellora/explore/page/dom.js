@@ -11,7 +11,13 @@ export function make(tag, properties = {}, ...children) {
 
 // Text whose direction is its own: a label of another script must not turn what stands beside it.
 export function foreign(text, tag = "bdi", properties = {}) {
-  return make(tag, { dir: "auto", ...properties }, text);
+  return make(tag, { dir: "auto", ...properties }, ...(tag === "code" ? breakable(text) : [text]));
+}
+
+// Names and addresses may break behind their signs.
+function breakable(text) {
+  const pieces = text.split(/(?<=[./_:?&=,-])(?![./_:?&=,-])/u);
+  return pieces.flatMap((piece, at) => (at === 0 ? [piece] : [make("wbr"), piece]));
 }
 
 export function byId(id) {

@@ -4,6 +4,7 @@ import { paint } from "./colour.js";
 import { foreign, make } from "./dom.js";
 import { bestIcon, iconImage, loadIcon } from "./icons.js";
 import { server } from "./server.js";
+import { shownLabel } from "./types.js";
 
 function row(term, ...values) {
   return make("div", {}, make("dt", {}, term), make("dd", {}, ...values));
@@ -47,7 +48,7 @@ export function presentationFacts(type, presentation) {
 }
 
 function themeCard(theme, name, presentation) {
-  const label = presentation.info.label || name;
+  const label = shownLabel(presentation.info.label, name);
   const look = make("div", { class: "look" }, iconImage(bestIcon(presentation), 30, label), foreign(label));
   paint(look, presentation.info.color);
   return make(

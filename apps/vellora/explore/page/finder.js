@@ -3,7 +3,7 @@ import { byId } from "./dom.js";
 import { markLetter, onLetter, showLetters } from "./letters.js";
 import { countFailed, Survey } from "./survey.js";
 import * as grid from "./tiles.js";
-import { allNames, select, sorted } from "./types.js";
+import { countTypes, select, sorted } from "./types.js";
 
 const search = byId("search");
 const order = byId("order");
@@ -47,7 +47,7 @@ function number(count) {
 }
 
 function showCount(filters) {
-  const all = allNames().length;
+  const all = countTypes();
   const isNarrowed = search.value.trim() !== "" || filters.length > 0;
   const text = isNarrowed ? `${number(shown.length)} of ${number(all)}` : number(all);
   const asked = filters.some((filter) => filter in surveys);
@@ -83,7 +83,7 @@ function update() {
   const filters = pressed();
   shown = selectBy(filters);
   grid.show(shown);
-  showLetters(isPressed(direction) ? [...sorted(order.value)].reverse() : sorted(order.value), shown);
+  showLetters(sorted(order.value), isPressed(direction), shown);
   showCount(filters);
   showProgress(filters);
 }

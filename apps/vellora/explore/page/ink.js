@@ -18,7 +18,7 @@ function pointsOf(image) {
 }
 
 function groundOf(image) {
-  const colour = getComputedStyle(image.closest(".swatch, .head, .thumb")).backgroundColor;
+  const colour = getComputedStyle(image.closest(".swatch, .head, .thumb, .look")).backgroundColor;
   return colour.match(/\d+/g).slice(0, 3).map(Number);
 }
 

@@ -2,6 +2,7 @@
 import { byId, make } from "./dom.js";
 
 const strip = byId("letters");
+const known = new WeakMap(); // letters of lists of entries
 let firsts = new Map(); // numbers of the entries that are the first of their letters
 let lead = () => {};
 
@@ -17,9 +18,14 @@ function stopAt(button) {
   for (const other of buttons()) other.tabIndex = other === button ? 0 : -1;
 }
 
+function lettersOf(all) {
+  if (!known.has(all)) known.set(all, [...new Set(all.map(({ letter }) => letter))]);
+  return known.get(all);
+}
+
 // Shows the letters of all entries; those that no shown entry begins with lead nowhere.
-export function showLetters(all, shown) {
-  const letters = [...new Set(all.map(({ letter }) => letter))];
+export function showLetters(all, descending, shown) {
+  const letters = descending ? [...lettersOf(all)].reverse() : lettersOf(all);
   if (letters.join() !== buttons().map(({ dataset }) => dataset.letter).join()) {
     strip.replaceChildren(...letters.map(makeButton));
     stopAt(strip.firstElementChild);

@@ -11,7 +11,7 @@ import { server } from "./server.js";
 import { isSheet, showSheet } from "./sheet.js";
 import { forgetFailed, forgetLayouts } from "./survey.js";
 import { focusType, forgetTypes, markCurrent, showIconsAgain } from "./tiles.js";
-import { allNames, setTypes } from "./types.js";
+import { countTypes, setTypes } from "./types.js";
 
 const search = byId("search");
 const reachable = byId("reachable");
@@ -45,7 +45,7 @@ function showPrefetch(state) {
   shownPrefetch = text;
   byId("prefetch").replaceChildren(
     make("span", { class: `pill ${state.prefetch}` }, prefetchTexts[state.prefetch] ?? state.prefetch),
-    make("span", { class: "quiet" }, state.error === undefined ? facts : foreign(`${state.error} ${facts}`)),
+    make("span", { class: "quiet", title: [state.error, facts].filter(Boolean).join(" ") }, state.error === undefined ? facts : foreign(`${state.error} ${facts}`)),
   );
 }
 
@@ -95,7 +95,7 @@ async function setReachable(isReachable) {
 
 // Without a list to work with a failure takes its place. Where there is one, a line above it leads there.
 function showFailure(state, asksForIt = false) {
-  const count = allNames().length;
+  const count = countTypes();
   const isOffline = !state.reachable && count > 0;
   if (state.prefetch === "loaded" || (isOffline && !asksForIt)) return closeFailurePage();
   if (state.prefetch !== "failed" || (isFailurePageOpen() && !isAttempting())) return undefined;
@@ -122,6 +122,7 @@ async function poll() {
   const state = await get("state", { after: lastEntry });
   lastEntry = state.entries.at(-1)?.number ?? lastEntry;
   [server.address, server.theme] = [state.server, state.theme];
+  byId("server").title = state.server;
   byId("server").replaceChildren(foreign(state.server), ` · theme `, foreign(state.theme));
   if (reachable !== document.activeElement || reachable.checked === state.reachable) reachable.checked = state.reachable;
   showPrefetch(state);

@@ -48,6 +48,7 @@ export class Survey {
   #kind;
   #names = new Set();
   #all = 0;
+  #done = 0;
   #runs = false;
   #note;
 
@@ -64,17 +65,18 @@ export class Survey {
 
   // How many of how many have been looked up; all of them once it is done.
   get progress() {
-    return { done: this.#all - this.#names.size, all: this.#all };
+    return { done: this.#done, all: this.#all };
   }
 
   // Looks these names up, as far as nothing is known of them, and no longer those that were wanted before.
   async want(names) {
     this.#names = new Set(names.filter((name) => this.#kind.lacks(name) === undefined && !failed.has(name)));
-    this.#all = this.#names.size;
+    [this.#all, this.#done] = [this.#names.size, 0];
     if (this.#runs) return;
     this.#runs = true;
     while (this.#names.size > 0) {
       await this.#kind.lookUp(this.#names).catch(() => {}); // the names that failed are known
+      this.#done = this.#all - this.#names.size;
       this.#note();
     }
     this.#runs = false;

@@ -84,7 +84,8 @@ function layOutAgain() {
 export function show(entries) {
   const hadFocus = body.contains(document.activeElement);
   shown = entries;
-  positions = new Map(entries.map(({ type }, at) => [type.name, at]));
+  positions = new Map();
+  for (let at = 0; at < entries.length; ++at) positions.set(entries[at].type.name, at);
   if (!positions.has(active)) active = (positions.has(current) ? current : undefined) ?? entries[0]?.type.name;
   layOut();
   dress(active);

@@ -17,6 +17,7 @@ FLAGS = [
 ]  # fmt: skip
 
 KEYS = {"Enter": "\ue007", "Escape": "\ue00c", "Tab": "\ue004", "Space": " "}
+KEYS |= {"PageUp": "\ue00e", "PageDown": "\ue00f", "End": "\ue010", "Home": "\ue011"}
 KEYS |= {"ArrowLeft": "\ue012", "ArrowUp": "\ue013", "ArrowRight": "\ue014", "ArrowDown": "\ue015"}
 
 

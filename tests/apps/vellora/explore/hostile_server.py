@@ -125,16 +125,19 @@ def hostile_answer(canary):
     return answer
 
 
-def plain_answer(names, icon=None):
-    """A server without a fault that knows types of these names; `icon(target)` answers for their icons."""
+def plain_answer(names, icon=None, labels=None, colours=("2F6FDE",)):
+    """A server without a fault that knows types of these names; `icon(target)` answers for their icons. They take the
+    colours in turn."""
     types = [
         {"name": name, "keyPrefix": f"p{i:02}", "label": f"Label {i}", "labelPlural": f"Labels {i}", "createable": True}
         for i, name in enumerate(names)
     ]
+    for entry, label in zip(types, labels or []):
+        entry["label"] = label
     themes = [
         {
             "name": name,
-            "colors": [{"color": "2F6FDE", "context": "primary", "theme": "light"}],
+            "colors": [{"color": colours[i % len(colours)], "context": "primary", "theme": "light"}],
             "icons": [{"contentType": "image/svg+xml", "theme": "light", "url": f"/icon/{i}.svg"}],
         }
         for i, name in enumerate(names)

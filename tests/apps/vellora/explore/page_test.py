@@ -66,6 +66,12 @@ SCROLL_TO = """
   return false;
 """
 
+# The API names in the page, and where each stands: its row, and its place in that.
+PLACES = """
+  return [...document.querySelectorAll("#rows [data-name]")].map((cell) =>
+    [cell.dataset.name, [Number(cell.parentElement.ariaRowIndex), [...cell.parentElement.children].indexOf(cell)]]);
+"""
+
 ICONS_ARE_LOADED = "return [...document.images].every((image) => image.complete && image.dataset.waiting === undefined)"
 PANEL_IS_FILLED = "return document.querySelectorAll('#detail .origin .badge').length === 3 && !document.querySelector('#detail [aria-busy]')"
 
@@ -105,9 +111,9 @@ class PageTest(unittest.TestCase):
         names = {}
         for _ in range(1000):
             self.browser.run_async("requestAnimationFrame(() => requestAnimationFrame(arguments[0]))")
-            names |= dict.fromkeys(self.browser.run("return [...document.querySelectorAll('#rows [data-name]')].map((cell) => cell.dataset.name)"))
+            names |= dict(self.browser.run(PLACES))
             if self.browser.run("const list = document.querySelector('#list'), at = list.scrollTop; list.scrollTop += 300; return list.scrollTop === at"):
-                return list(names)
+                return sorted(names, key=names.get)
         self.fail("the list has no end")
 
     def text(self, selector):
