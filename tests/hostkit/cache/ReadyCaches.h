@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "conformance/CacheSamples.h"
+#include "conformance/Texts.h"
 #include "hostkit/cache/memory/MemoryCache.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "tests/hostkit/cache/ManualClock.h"
