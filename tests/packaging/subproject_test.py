@@ -41,7 +41,7 @@ class SubprojectTest(unittest.TestCase):
         # Nothing is optimised: what is tried is how it is built, not how fast it is.
         run("cmake", "-S", self.app, "-B", self.build, "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={COMPILER}",
             f"-DCMAKE_CXX_COMPILER_LAUNCHER={';'.join(build_examples.launcher())}", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON",
-            "-DCMAKE_CXX_FLAGS=-O0", *options)
+            "-DCMAKE_CXX_FLAGS=-O0", "-DVELLORA_PRECOMPILE=ON", *options)
 
     def targets(self):
         return {line.split(":")[0] for line in run("ninja", "-C", self.build, "-t", "targets", "all").splitlines()}
