@@ -81,10 +81,13 @@ Publisher<PreparedLists> Lists::loaded(Source source, const Fetching& fetching, 
         using Types = SObjectsDataService::SObjects;
         using Themes = ThemeDataService::Themes;
         const bool isJoining = joining == Joining::any;
+        const bool mayBeCached = source == Source::cacheFirst;
         const auto fetchedTypes = [&] {
+          if (mayBeCached) return types->currentSObjects(fetching);
           return isJoining ? types->renewedSObjects(fetching) : types->sObjectsFromNowOn(fetching);
         };
         const auto fetchedThemes = [&] {
+          if (mayBeCached) return themes->currentThemes(fetching);
           return isJoining ? themes->renewedThemes(fetching) : themes->themesFromNowOn(fetching);
         };
         const auto typesLoad = (typesNeeded ? fetchedTypes() : Publisher<Types>::just(nullptr)).results();

@@ -358,6 +358,10 @@ Publisher<SObjectsDataService::SObjects> SObjectsDataService::allSObjects(Source
       });
 }
 
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::currentSObjects(const Fetching& fetching) {
+  return sharedSObjects(fetching, true);
+}
+
 Publisher<SObjectsDataService::SObjects> SObjectsDataService::renewedSObjects(const Fetching& fetching) {
   return sharedSObjects(fetching);
 }
@@ -367,33 +371,39 @@ Publisher<SObjectsDataService::SObjects> SObjectsDataService::sObjectsFromNowOn(
   return sharedSObjects(fetching);
 }
 
-Publisher<SObjectsDataService::SObjects> SObjectsDataService::sharedSObjects(const Fetching& fetching) {
+Publisher<SObjectsDataService::SObjects> SObjectsDataService::sharedSObjects(const Fetching& fetching,
+                                                                             bool mayBeCached) {
   const auto renewal = renewals_->current();
   const auto key = Renewals::key("sobjects", renewal);
-  return sharedFetch(lists_, key, fetching, [weak = weak_from_this(), renewal](const Fetching& attempt) {
-    const auto self = weak.lock();
-    if (!self) return silence<SObjects>();
-    const auto save = [weak, attempt](const SObjects& list) {
-      writeFor(attempt, [&] {
-        const auto service = weak.lock();
-        if (!service) return;
-        service->cache_->dropSingles();  // before as well: no row may be older than the list for a moment
-        service->cache_->save(list->records());
-      });
-    };
-    return self->fetchedList(attempt)
-        .flatMap([renewal, renewals = self->renewals_, save](SObjectsResponse response) {
-          const auto list = std::make_shared<const NamedList<SObject>>(std::move(response.sObjects));
-          return renewals->kept<SObjects>(renewal, list, save);
-        })
-        .map([weak, attempt](const SObjects& list) {
-          if (const auto service = weak.lock()) service->log(listWasFetched);
+  return sharedFetch(
+      lists_, key, fetching, [weak = weak_from_this(), renewal, mayBeCached](const Fetching& attempt) {
+        const auto self = weak.lock();
+        if (!self) return silence<SObjects>();
+        if (mayBeCached && self->listState().state == CacheState::valid) {
+          if (auto cached = self->cache_->cachedSObjects())
+            return Publisher<SObjects>::just(std::move(cached));
+        }
+        const auto save = [weak, attempt](const SObjects& list) {
           writeFor(attempt, [&] {
-            if (const auto service = weak.lock()) service->cache_->dropSingles();
+            const auto service = weak.lock();
+            if (!service) return;
+            service->cache_->dropSingles();  // before as well: no row may be older than the list for a moment
+            service->cache_->save(list->records());
           });
-          return list;
-        });
-  });
+        };
+        return self->fetchedList(attempt)
+            .flatMap([renewal, renewals = self->renewals_, save](SObjectsResponse response) {
+              const auto list = std::make_shared<const NamedList<SObject>>(std::move(response.sObjects));
+              return renewals->kept<SObjects>(renewal, list, save);
+            })
+            .map([weak, attempt](const SObjects& list) {
+              if (const auto service = weak.lock()) service->log(listWasFetched);
+              writeFor(attempt, [&] {
+                if (const auto service = weak.lock()) service->cache_->dropSingles();
+              });
+              return list;
+            });
+      });
 }
 
 void SObjectsDataService::forgetListViews() const {

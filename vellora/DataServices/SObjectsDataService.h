@@ -163,6 +163,10 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<SObjects> allSObjects(Source source, Fetching fetching = {},
                                                 SObjects loaded = nullptr);
 
+  /// Fetches the list, unless the cached one is fresh when the fetch would begin: one that has come since the
+  /// caller looked serves.
+  [[nodiscard]] Publisher<SObjects> currentSObjects(const Fetching& fetching = {});
+
   /// Fetches the list, however young the cached one is.
   [[nodiscard]] Publisher<SObjects> renewedSObjects(const Fetching& fetching = {});
 
@@ -211,7 +215,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<std::vector<SObject>> fetchedSObjects();
   [[nodiscard]] Publisher<SObjectsResponse> fetchedList(const Fetching& fetching);
   /// Saves the list unless that of a later renewal has come.
-  [[nodiscard]] Publisher<SObjects> sharedSObjects(const Fetching& fetching);
+  [[nodiscard]] Publisher<SObjects> sharedSObjects(const Fetching& fetching, bool mayBeCached = false);
   /// Saves the type unless a renewal has begun since the one of that number; always without a number.
   [[nodiscard]] Publisher<std::optional<std::string>> fetchedListViewType(
       const std::string& id, const Fetching& fetching, std::optional<std::uint64_t> renewal = std::nullopt);

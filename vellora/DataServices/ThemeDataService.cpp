@@ -214,6 +214,10 @@ Publisher<ThemeDataService::Themes> ThemeDataService::allThemes(Source source, F
       });
 }
 
+Publisher<ThemeDataService::Themes> ThemeDataService::currentThemes(const Fetching& fetching) {
+  return sharedThemes(fetching, true);
+}
+
 Publisher<ThemeDataService::Themes> ThemeDataService::renewedThemes(const Fetching& fetching) {
   return sharedThemes(fetching);
 }
@@ -223,33 +227,39 @@ Publisher<ThemeDataService::Themes> ThemeDataService::themesFromNowOn(const Fetc
   return sharedThemes(fetching);
 }
 
-Publisher<ThemeDataService::Themes> ThemeDataService::sharedThemes(const Fetching& fetching) {
+Publisher<ThemeDataService::Themes> ThemeDataService::sharedThemes(const Fetching& fetching,
+                                                                   bool mayBeCached) {
   const auto renewal = renewals_->current();
   const auto key = Renewals::key("theme", renewal);
-  return sharedFetch(lists_, key, fetching, [weak = weak_from_this(), renewal](const Fetching& attempt) {
-    const auto self = weak.lock();
-    if (!self) return silence<Themes>();
-    const auto save = [weak, attempt](const Themes& list) {
-      writeFor(attempt, [&] {
-        const auto service = weak.lock();
-        if (!service) return;
-        service->table_->drop(entryKind);  // before as well: no row may be older than the list for a moment
-        service->save(list->records());
-      });
-    };
-    return self->fetchedList(attempt)
-        .flatMap([renewal, renewals = self->renewals_, save](ThemeResponse response) {
-          const auto list = std::make_shared<const NamedList<ThemeItem>>(std::move(response.themeItems));
-          return renewals->kept<Themes>(renewal, list, save);
-        })
-        .map([weak, attempt](const Themes& list) {
-          if (const auto service = weak.lock()) service->log(listWasFetched);
+  return sharedFetch(
+      lists_, key, fetching, [weak = weak_from_this(), renewal, mayBeCached](const Fetching& attempt) {
+        const auto self = weak.lock();
+        if (!self) return silence<Themes>();
+        if (mayBeCached && self->listState().state == CacheState::valid) {
+          if (auto cached = self->cachedThemes()) return Publisher<Themes>::just(std::move(cached));
+        }
+        const auto save = [weak, attempt](const Themes& list) {
           writeFor(attempt, [&] {
-            if (const auto service = weak.lock()) service->table_->drop(entryKind);
+            const auto service = weak.lock();
+            if (!service) return;
+            service->table_->drop(
+                entryKind);  // before as well: no row may be older than the list for a moment
+            service->save(list->records());
           });
-          return list;
-        });
-  });
+        };
+        return self->fetchedList(attempt)
+            .flatMap([renewal, renewals = self->renewals_, save](ThemeResponse response) {
+              const auto list = std::make_shared<const NamedList<ThemeItem>>(std::move(response.themeItems));
+              return renewals->kept<Themes>(renewal, list, save);
+            })
+            .map([weak, attempt](const Themes& list) {
+              if (const auto service = weak.lock()) service->log(listWasFetched);
+              writeFor(attempt, [&] {
+                if (const auto service = weak.lock()) service->table_->drop(entryKind);
+              });
+              return list;
+            });
+      });
 }
 
 void ThemeDataService::forget() const {

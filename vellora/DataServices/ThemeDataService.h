@@ -124,6 +124,10 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   /// `cacheOnly` it fails with `NotCached` then.
   [[nodiscard]] Publisher<Themes> allThemes(Source source, Fetching fetching = {}, Themes loaded = nullptr);
 
+  /// Fetches the list, unless the cached one is fresh when the fetch would begin: one that has come since the
+  /// caller looked serves.
+  [[nodiscard]] Publisher<Themes> currentThemes(const Fetching& fetching = {});
+
   /// Fetches the list, however young the cached one is.
   [[nodiscard]] Publisher<Themes> renewedThemes(const Fetching& fetching = {});
 
@@ -152,7 +156,7 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
   [[nodiscard]] Publisher<ThemeResponse> fetchedList(const Fetching& fetching);
   /// Saves the list unless that of a later renewal has come.
-  [[nodiscard]] Publisher<Themes> sharedThemes(const Fetching& fetching);
+  [[nodiscard]] Publisher<Themes> sharedThemes(const Fetching& fetching, bool mayBeCached = false);
 
   [[nodiscard]] std::shared_ptr<const NamedList<ThemeItem>> cachedThemes() const;  // null when absent
   [[nodiscard]] std::optional<ThemeItem> cachedTheme(const std::string& name) const;

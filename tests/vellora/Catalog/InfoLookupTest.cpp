@@ -285,6 +285,7 @@ TEST_F(InfoLookupTest, WhatAListViewListsHasNoDate) {
 
 TEST_F(InfoLookupTest, WhatHasJustComeIsNotStaleHoweverShortTheTimeOut) {
   catalogOptions.cacheTimeout = 0s;
+  catalogOptions.loadsAtOnce = false;
   const auto takeTime = [this](const CorvaneSDK::NetRequest&) {
     clock.advance(1);  // so that one list is a second old when the other has come
     return false;
