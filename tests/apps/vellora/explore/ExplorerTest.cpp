@@ -184,6 +184,7 @@ TEST_F(ExplorerTest, SaysWhyAPresentationIsMissingOfANameThatCannotBeAsked) {
 
 TEST_F(ExplorerTest, SaysWhyPresentationsAreMissingWhenTheListsCannotBeFetched) {
   using testkit::StubNetwork;
+  ASSERT_TRUE(network->waitForRequests(2)) << "the first explorer's, which the next one must not cancel";
   const auto down = std::make_shared<StubNetwork>();
   const auto refusal = StubNetwork::failure(ServerTakenAway());
   for (const auto* url : {"/services/data/v50.0/sobjects", "/services/data/v50.0/theme"})
