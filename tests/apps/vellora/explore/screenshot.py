@@ -24,8 +24,6 @@ def main():
         browser.wait("return document.querySelectorAll('.tile .icon img').length > 20")
         browser.run("location.hash = '#/Account'")
         browser.wait("return document.querySelectorAll('#detail .origin .badge').length === 3")
-        browser.click("#log summary")
-        browser.wait("return document.querySelector('#entries').innerText.includes('OPS_CompactLayout_Account')")
         browser.wait("return [...document.images].every((image) => image.complete)")
         browser.run("document.activeElement.blur()")
         browser.screenshot(file)
