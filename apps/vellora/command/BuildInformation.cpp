@@ -5,7 +5,7 @@ namespace vellora::command {
 namespace {
 
 #if defined(__clang__)
-constexpr const char* compiler = __VERSION__;
+constexpr const char* compiler = "Clang " __clang_version__;
 #else
 constexpr const char* compiler = "GCC " __VERSION__;
 #endif
