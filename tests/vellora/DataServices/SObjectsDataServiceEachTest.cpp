@@ -122,6 +122,18 @@ TEST_F(SObjectsDataServiceEachTest, ARenewedListCountsForTypesThatHaveRows) {
   EXPECT_EQ(names({"Account"}).values.at(0).at("Account")->label, "Client");
 }
 
+TEST_F(SObjectsDataServiceEachTest, AListThatCameSinceTheCallerLookedIsNotFetchedAgain) {
+  host.network->answer(listUrl, StubNetwork::body(listBody));
+  const auto late = service->currentSObjects();
+  token = service->renewedSObjects().sink([](const auto&) {});
+  ASSERT_EQ(host.network->count(listUrl), 1U);
+  SObjectsDataService::SObjects list;
+  token = late.sink([&](const SObjectsDataService::SObjects& found) { list = found; });
+  ASSERT_TRUE(list);
+  EXPECT_TRUE(list->firstNamed("Account"));
+  EXPECT_EQ(host.network->count(listUrl), 1U);
+}
+
 TEST_F(SObjectsDataServiceEachTest, ListsAllTypesFromTheCacheElseFromTheServer) {
   std::vector<std::string> labels;
   const auto note = [&](const SObjectsDataService::SObjects& list) {

@@ -80,6 +80,17 @@ TEST_F(ThemeDataServiceEachTest, ARenewedListCountsForEntriesThatHaveRows) {
   EXPECT_EQ(found, entry("Account", "new"));
 }
 
+TEST_F(ThemeDataServiceEachTest, AListThatCameSinceTheCallerLookedIsNotFetchedAgain) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account")})));
+  const auto late = service->currentThemes();
+  token = service->renewedThemes().sink([](const auto&) {});
+  ASSERT_EQ(network->count(), 1U);
+  std::size_t entries = 0;
+  token = late.sink([&](const ThemeDataService::Themes& list) { entries = list->records().size(); });
+  EXPECT_EQ(entries, 1U);
+  EXPECT_EQ(network->count(), 1U);
+}
+
 TEST_F(ThemeDataServiceEachTest, ForgettingLeavesNoRowAndNoMoment) {
   network->answer(url, StubNetwork::body(response({entryJson("Account")})));
   static_cast<void>(each({"Account"}, Source::cacheFirst));
