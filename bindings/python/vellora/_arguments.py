@@ -61,7 +61,10 @@ def seconds(value: float | timedelta | None, what: str) -> float:
         raise TypeError(f"{what} is {_article(value)}, not a number of seconds or a timedelta.")
     if value != value:
         raise ValueError(f"{what} is not a number.")
-    return float(value) if value > 0 else -1.0
+    try:
+        return float(value) if value > 0 else -1.0
+    except OverflowError:
+        raise ValueError(f"{what} is too large.") from None
 
 
 def function(value: object, what: str) -> None:

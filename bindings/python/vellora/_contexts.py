@@ -33,9 +33,9 @@ def held() -> int:
     return len(_held)
 
 
-def wait_until_none(timeout: float) -> bool:
+def wait_until_held(most: int, timeout: float) -> bool:
     with _change:
-        return _change.wait_for(lambda: not _held, timeout)
+        return _change.wait_for(lambda: len(_held) <= most, timeout)
 
 
 def call(number: int | None, function: Callable[[Any], None]) -> None:

@@ -3,8 +3,9 @@
 from __future__ import annotations
 
 import logging
+import threading
 from collections.abc import Callable
-from concurrent.futures import Future
+from concurrent.futures import CancelledError, Future
 from ctypes import byref
 from typing import Any
 
@@ -15,69 +16,78 @@ from .network import Network, Request
 _log = logging.getLogger("vellora")
 
 
+class _Reply:
+    """To a request, once: whatever a host does, the first time counts."""
+
+    def __init__(self, request: int) -> None:
+        self._lock = threading.Lock()
+        self._request: int | None = request
+
+    def with_body(self, body: bytes) -> None:
+        self._give(_native.Response(body=_native.Text.of(body)))
+
+    def with_error(self, error: BaseException) -> None:
+        response = _native.Response(error=_words_for(error))
+        if isinstance(error, NetworkError) and error.retry_after is not None:
+            response.may_retry, response.retry_after_seconds = 1, _wait_of(error)
+        self._give(response)
+
+    def _give(self, response: _native.Response) -> None:
+        with self._lock:
+            request, self._request = self._request, None
+        if request is not None and _native.is_our_process():
+            _native.library.vellora_reply(request, byref(response))
+
+
 def _send(context: int, info: Any, request: int) -> None:
     asked = info.contents
     sent = Request((asked.url.take() or b"").decode(), asked.timeout_seconds)
+    reply = _Reply(request)
 
     def send(network: Network) -> None:
         try:
-            body = network.send(sent)
+            _reply_with(reply, network.send(sent))
         except BaseException as error:
-            _fail(request, error)
-        else:
-            _reply_with(request, body)
+            reply.with_error(error)
 
     _contexts.call_host(context, send)
 
 
-def _reply_with(request: int, body: object) -> None:
+def _reply_with(reply: _Reply, body: object) -> None:
     if isinstance(body, Future):
-        body.add_done_callback(lambda done: _reply_when_done(request, done))
-    elif isinstance(body, (bytes, bytearray, memoryview)):
-        _succeed(request, bytes(body))
+        body.add_done_callback(lambda done: _reply_when_done(reply, done))
     else:
-        _fail(request, TypeError(f"The network gives no bytes, but an object of type {type(body).__name__}."))
+        reply.with_body(_bytes_of(body))
 
 
-def _reply_when_done(request: int, done: Future[Any]) -> None:
-    if done.cancelled():
-        return _fail(request, NetworkError("The request was cancelled."))
-    error = done.exception()
-    if error is not None:
-        return _fail(request, error)
-    body = done.result()
+def _reply_when_done(reply: _Reply, done: Future[Any]) -> None:
+    try:
+        reply.with_body(_bytes_of(done.result()))
+    except CancelledError:
+        reply.with_error(NetworkError("The request was cancelled."))
+    except BaseException as error:
+        reply.with_error(error)
+
+
+def _bytes_of(body: object) -> bytes:
     if isinstance(body, Future):
-        return _fail(request, TypeError("The network gives a Future of a Future."))
-    _reply_with(request, body)
-
-
-def _succeed(request: int, body: bytes) -> None:
-    _reply(request, _native.Response(body=_native.Text.of(body)))
-
-
-def _fail(request: int, error: BaseException) -> None:
-    response = _native.Response(error=_words_for(error))
-    if isinstance(error, NetworkError) and error.retry_after is not None:
-        response.may_retry, response.retry_after_seconds = 1, _wait_of(error)
-    _reply(request, response)
-
-
-def _reply(request: int, response: _native.Response) -> None:
-    if _native.is_our_process():
-        _native.library.vellora_reply(request, byref(response))
+        raise TypeError("The network gives a Future of a Future.")
+    if not isinstance(body, (bytes, bytearray, memoryview)):
+        raise TypeError(f"The network gives no bytes, but an object of type {type(body).__name__}.")
+    return bytes(body)
 
 
 def _wait_of(error: NetworkError) -> float:
     try:
         return max(0.0, float(error.retry_after or 0))
-    except (TypeError, ValueError):
+    except BaseException:  # of an object that is none
         return 0.0
 
 
 def _words_for(error: BaseException) -> bytes:
     try:
         words = str(error) if isinstance(error, NetworkError) else f"{type(error).__name__}: {error}"
-    except Exception:  # its own __str__
+    except BaseException:  # of its own __str__
         words = type(error).__name__
     return words.encode(errors="replace").replace(b"\0", b"?")
 

@@ -4,8 +4,10 @@ from __future__ import annotations
 
 import atexit
 import threading
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 from contextlib import contextmanager
+from ctypes import byref, c_void_p
+from typing import Any
 
 from . import _contexts, _native
 from .errors import VelloraError
@@ -59,7 +61,7 @@ class Lifetime:
             raise VelloraError("A host's function must not close a catalogue.")
         with self._change:
             closed, self._catalog = self._catalog, None
-            if self._users and _contexts.depth():  # a user may wait for this very callback
+            if self._users and _contexts.depth():  # a callback waits for no other thread, so none can wait for it
                 closed, self._left = None, self._left or closed
             else:
                 self._change.wait_for(lambda: self._users == 0)
@@ -81,15 +83,20 @@ class Handle:
 
     def __init__(self) -> None:
         self._lock = threading.Lock()
-        self._question: int | None = None
+        self._place = c_void_p()
+        self._is_filled = False
         self._is_over = False
 
-    def begin(self, question: int) -> None:
-        with self._lock:
-            if not self._is_over:
-                self._question = question
-                return
-        _native.library.vellora_question_free(question)
+    def fill(self, begin: Callable[[Any], int | None]) -> int | None:
+        """Has the library put the handle into the place that `begin` gets, and gives the error that this comes to. What
+        interrupts the thread behind the call loses nothing."""
+        try:
+            return begin(byref(self._place))
+        finally:
+            with self._lock:
+                self._is_filled = True
+                ended = self._taken() if self._is_over else None
+            self._free(ended)
 
     def end(self) -> None:
         """Gives it up, and waits for a call of the listener that runs, unless this is called from inside it."""
@@ -97,9 +104,17 @@ class Handle:
             return
         with self._lock:
             self._is_over = True
-            ended, self._question = self._question, None
-        if ended is not None:
-            _native.library.vellora_question_free(ended)
+            ended = self._taken() if self._is_filled else None  # before that the call which asks still needs it
+        self._free(ended)
+
+    def _taken(self) -> int | None:
+        taken, self._place.value = self._place.value, None
+        return taken
+
+    @staticmethod
+    def _free(question: int | None) -> None:
+        if question is not None:
+            _native.library.vellora_question_free(question)
 
 
 def check_process() -> None:
@@ -115,7 +130,7 @@ def _end_all() -> None:
         return
     for lifetime in list(_open):
         lifetime.close()
-    _contexts.wait_until_none(_LONGEST_FAREWELL)
+    _contexts.wait_until_held(0, _LONGEST_FAREWELL)
 
 
 atexit.register(_end_all)

@@ -100,8 +100,9 @@ class Readiness:
 class Answer(Generic[T]):
     """What a question has come to: each key that was asked for is found or missing, never both.
 
-    `found` and `missing` are in the order asked; where nothing was named, in the order of the keys. `trouble` is what kept
-    the answer from being fuller or fresher. `document` is all of it as JSON, as docs/schemas describes it.
+    `found` and `missing` are in the order asked; where nothing was named, in the order of the keys. What is not UTF-8 in a
+    key stands there as U+FFFD, so keys that differ in it alone are one. `trouble` is what kept the answer from being fuller
+    or fresher. `document` is all of it as JSON, as docs/schemas describes it.
     """
 
     question: str

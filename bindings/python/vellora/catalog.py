@@ -232,15 +232,13 @@ class Catalog:
     def _begin(self, begin: Any, question: Question[Any] | Watch[Any], kind: str, keys: Iterable[str],
                options: _native.AskOptions) -> None:
         texts = _native.Texts(_arguments.keys(keys))
-        handle = c_void_p()
         with self._lifetime.use() as catalog:
             listener = listener_for(question)
-            error = begin(catalog, _native.KINDS[kind], texts.array, len(texts.array), byref(options), byref(listener),
-                          byref(handle))
+            error = question.handle.fill(lambda place: begin(catalog, _native.KINDS[kind], texts.array, len(texts.array),
+                                                             byref(options), byref(listener), place))
             if error:
                 _contexts.release(listener.context)
             _native.check(error)
-        question.begin(handle.value or 0)
 
 
 def _ask_options(filter: str, *, deadline: float | timedelta | None = None, source: Source = Source.CACHE_FIRST,

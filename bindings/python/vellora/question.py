@@ -28,7 +28,9 @@ class Question(Future, Generic[A]):  # type: ignore[type-arg]
     awaits it. `result(timeout)` that runs out of time does not.
 
     Threads: safe to use from several threads at once. Callbacks of `add_done_callback` come on a thread of the library's,
-    one at a time for a catalogue, or on that which cancels or closes. They must not wait for other answers.
+    one at a time for a catalogue, or on that which cancels or closes, or at once on that which adds them when the question
+    has ended already. They must not wait for other answers: what this class and `Watch` wait by is refused there;
+    `concurrent.futures.wait` and `as_completed` would wait for ever.
 
     Errors: concurrent.futures.CancelledError, in asyncio that of asyncio, when it is given up or the catalogue is closed.
     A server that fails is no error, but an answer that says so.
@@ -38,17 +40,21 @@ class Question(Future, Generic[A]):  # type: ignore[type-arg]
         """One that is in `is_open` until it has ended."""
         super().__init__()
         self._read = read
-        self._handle = Handle()
+        self.handle = Handle()
         self._is_open = is_open
         is_open.add(self)
         self.add_done_callback(_end)
 
     def result(self, timeout: float | None = None) -> A:
-        check_process()
-        if _contexts.depth() and not self.done():
-            raise VelloraError("Waiting inside a call of the library's blocks what the answer needs.")
+        return self._wait(super().result, timeout)
+
+    def exception(self, timeout: float | None = None) -> BaseException | None:
+        return self._wait(super().exception, timeout)
+
+    def _wait(self, wait: Callable[[float | None], Any], timeout: float | None) -> Any:
+        self._check_wait()
         try:
-            return super().result(timeout)
+            return wait(timeout)
         except TimeoutError:
             raise
         except BaseException:
@@ -56,11 +62,13 @@ class Question(Future, Generic[A]):  # type: ignore[type-arg]
             raise
 
     def __await__(self) -> Generator[Any, None, A]:
-        check_process()
+        self._check_wait()
         return asyncio.wrap_future(self).__await__()
 
-    def begin(self, question: int) -> None:
-        self._handle.begin(question)
+    def _check_wait(self) -> None:
+        check_process()
+        if not self.done():
+            _refuse_inside_calls()
 
     def answered(self, answer: int | None) -> None:
         try:
@@ -82,7 +90,7 @@ def _end(question: Any) -> None:
     if question.cancelled():
         question.set_running_or_notify_cancel()  # else concurrent.futures.wait goes on waiting for it
     question._is_open.discard(question)
-    question._handle.end()
+    question.handle.end()
 
 
 class Watch(Generic[A]):
@@ -96,7 +104,7 @@ class Watch(Generic[A]):
     def __init__(self, read: Callable[[str], A], is_open: set[Any]) -> None:
         """One that is in `is_open` until it is closed."""
         self._read = read
-        self._handle = Handle()
+        self.handle = Handle()
         self._is_open = is_open
         self._lock = threading.Lock()
         self._answers: deque[Any] = deque()
@@ -109,12 +117,9 @@ class Watch(Generic[A]):
         with self._lock:
             self._is_over = True
             self._answers.clear()
-            takers, self._takers = self._takers, deque()
-        for taker in takers:
-            if taker.set_running_or_notify_cancel():
-                taker.set_result(_OVER)
+            self._serve()
         self._is_open.discard(self)
-        self._handle.end()
+        self.handle.end()
 
     def __enter__(self) -> Watch[A]:
         return self
@@ -126,13 +131,12 @@ class Watch(Generic[A]):
         return self
 
     def __next__(self) -> A:
-        if _contexts.depth():
-            raise VelloraError("Waiting inside a call of the library's blocks what the answer needs.")
-        taker = self._take()
+        taker: Future[Any] = Future()
         try:
+            self._take(taker)
             answer = taker.result()
         except BaseException:
-            taker.cancel()
+            self._leave(taker)
             raise
         if answer is _OVER:
             raise StopIteration
@@ -149,13 +153,16 @@ class Watch(Generic[A]):
         return self
 
     async def __anext__(self) -> A:
-        answer = await asyncio.wrap_future(self._take())
+        taker: Future[Any] = Future()
+        try:
+            self._take(taker)
+            answer = await asyncio.wrap_future(taker)
+        except BaseException:
+            self._leave(taker)
+            raise
         if answer is _OVER:
             raise StopAsyncIteration
         return answer
-
-    def begin(self, question: int) -> None:
-        self._handle.begin(question)
 
     def answered(self, answer: int | None) -> None:
         try:
@@ -163,34 +170,41 @@ class Watch(Generic[A]):
         except BaseException:
             _log.exception("An answer cannot be read.")
 
-    def _take(self) -> Future[Any]:
+    def _take(self, taker: Future[Any]) -> None:
         check_process()
-        taker: Future[Any] = Future()
+        _refuse_inside_calls()
         with self._lock:
-            if self._answers:
-                taker.set_result(self._answers.popleft())
-            elif self._is_over:
-                taker.set_result(_OVER)
-            else:
-                self._takers.append(taker)
-        return taker
+            self._takers.append(taker)
+            self._serve()
 
     def _give(self, answer: A) -> None:
         with self._lock:
-            if self._is_over:
-                return
-            taker = self._next_taker()
-            if taker is None:
+            if not self._is_over:
                 self._answers.append(answer)
-        if taker is not None:
-            taker.set_result(answer)
+                self._serve()
 
-    def _next_taker(self) -> Future[Any] | None:
-        while self._takers:
+    def _leave(self, taker: Future[Any]) -> None:
+        """It waits no longer. An answer that it has got in that moment is for the next who takes one."""
+        with self._lock:
+            if not taker.cancel():
+                answer = taker.result()
+                if answer is not _OVER and not self._is_over:
+                    self._answers.appendleft(answer)
+                    self._serve()
+            elif taker in self._takers:
+                self._takers.remove(taker)
+
+    def _serve(self) -> None:
+        """Brings answers and takers together, under the lock."""
+        while self._takers and (self._answers or self._is_over):
             taker = self._takers.popleft()
             if taker.set_running_or_notify_cancel():
-                return taker
-        return None
+                taker.set_result(self._answers.popleft() if self._answers else _OVER)
+
+
+def _refuse_inside_calls() -> None:
+    if _contexts.depth():
+        raise VelloraError("Waiting inside a call of the library's blocks what the answer needs.")
 
 
 def _document(answer: int | None) -> str:

@@ -9,14 +9,28 @@ import warnings
 import weakref
 from concurrent.futures import CancelledError, Future, wait
 from datetime import timedelta, timezone
+from unittest import mock
 
 import vellora
-from scripted_network import ACCOUNT_ID, COLUMNS_URL, TYPES_URL, ScriptedNetwork
-from vellora import Catalog, End, NetworkError, Question, RefusedError, Source, State, TypeChange, VelloraError, Why, _contexts
+from scripted_network import ACCOUNT_ID, COLUMNS, COLUMNS_URL, HEADLINES_URL, TYPES_URL, ScriptedNetwork
+from vellora import Catalog, End, NetworkError, Question, RefusedError, Source, State, TypeChange, VelloraError, Why, _contexts, _native
 
 
 def opened(network=None, **options):
     return Catalog(network=network or ScriptedNetwork.of_accounts(), load_late=True, attempts=1, **options)
+
+
+@contextlib.contextmanager
+def interrupted_behind(name):
+    """Ctrl-C comes when the library's function of that name has returned."""
+    function = getattr(_native.library, name)
+
+    def interrupted(*arguments):
+        function(*arguments)
+        raise KeyboardInterrupt
+
+    with mock.patch.object(_native.library, name, interrupted):
+        yield
 
 
 class CatalogTest(unittest.TestCase):
@@ -65,7 +79,7 @@ class CatalogTest(unittest.TestCase):
     def test_a_wait_that_runs_out_of_time_does_not_give_the_question_up(self):
         question = self.catalog.search_columns(["Account"], deadline=600)
         self.assertRaises(TimeoutError, question.result, 0.001)
-        self.network.await_silent().set_result(b'[{"objectType":"Account","searchColumns":[]}]')
+        self.network.await_silent().set_result(COLUMNS)
         self.assertEqual(question.result().found["Account"].search_columns, ())
 
     def test_a_deadline_can_be_a_timedelta_and_zero_is_at_once(self):
@@ -108,10 +122,43 @@ class CatalogTest(unittest.TestCase):
                 task.cancel()
                 with self.assertRaises(asyncio.CancelledError):
                     await task
-                request.set_result(b'[{"objectType":"Account","searchColumns":[]}]')
+                request.set_result(COLUMNS)
                 return await anext(watch)
 
         self.assertIn("Account", asyncio.run(ask()).found)
+
+    def test_an_answer_that_comes_while_its_taker_is_cancelled_is_for_the_next(self):
+        async def ask():
+            with self.catalog.watch_search_columns(["Account"], deadline=600) as watch:
+                task = asyncio.ensure_future(anext(watch))
+                request = await asyncio.to_thread(self.network.await_silent)
+                given = threading.Event()
+                watch._takers[0].add_done_callback(lambda _: given.set())
+                request.set_result(COLUMNS)
+                given.wait()  # the loop has not seen the answer yet
+                task.cancel()
+                with self.assertRaises(asyncio.CancelledError):
+                    await task
+                return await anext(watch)
+
+        self.assertIn("Account", asyncio.run(ask()).found)
+
+    def test_an_answer_that_a_taker_leaves_goes_to_who_waits(self):
+        with self.catalog.watch_search_columns(["Account"], deadline=600) as watch:
+            first, second = Future(), Future()
+            watch._take(first)
+            watch._take(second)
+            self.network.await_silent().set_result(COLUMNS)
+            self.assertIn("Account", first.result().found)
+            watch._leave(first)
+            self.assertIs(second.result(), first.result())
+
+    def test_who_left_a_watch_is_not_kept(self):
+        with self.catalog.watch_search_columns(["Account"], deadline=600) as watch:
+            taker = Future()
+            watch._take(taker)
+            watch._leave(taker)
+            self.assertEqual(len(watch._takers), 0)
 
     def test_closing_cancels_what_is_under_way_and_is_final(self):
         question = self.catalog.search_columns(["Account"], deadline=600)
@@ -124,6 +171,11 @@ class CatalogTest(unittest.TestCase):
             with self.assertRaisesRegex(VelloraError, "is closed"):
                 use()
 
+    def call_back(self, callback):
+        """Has a question of search columns call back, on the thread that answers."""
+        self.catalog.search_columns(["Account"], deadline=600).add_done_callback(callback)
+        self.network.await_silent().set_result(COLUMNS)
+
     def test_a_callback_can_close_the_catalogue(self):
         closed = Future()
 
@@ -133,7 +185,7 @@ class CatalogTest(unittest.TestCase):
             finally:
                 closed.set_result(None)
 
-        self.catalog.types(["Account"]).add_done_callback(close)
+        self.call_back(close)
         closed.result()
         self.assertRaises(VelloraError, self.catalog.readiness)
 
@@ -147,7 +199,7 @@ class CatalogTest(unittest.TestCase):
             finally:
                 closed.set_result(None)
 
-        self.catalog.types(["Account"]).add_done_callback(close)
+        self.call_back(close)
         entered.wait()
         with contextlib.suppress(VelloraError):
             self.catalog.forget()
@@ -156,17 +208,29 @@ class CatalogTest(unittest.TestCase):
 
     def test_a_callback_that_waits_for_another_answer_is_refused(self):
         told = Future()
+        waits = (lambda other: other.result(), lambda other: other.exception(), lambda other: asyncio.run(asyncio.wait_for(other, None)),
+                 lambda _: next(self.catalog.watch_types(["Account"])),
+                 lambda _: asyncio.run(asyncio.wait_for(anext(self.catalog.watch_types(["Account"])), None)))
 
         def ask(_):
-            other = self.catalog.search_columns(["Account"], deadline=600)
-            try:
-                other.result()
-            except BaseException as error:
-                told.set_result(error)
-            other.cancel()
+            other = self.catalog.headlines(["Account"], deadline=600)
+            told.set_result([self.refusal_of(wait, other) for wait in waits])
 
-        self.catalog.types(["Account"]).add_done_callback(ask)
-        self.assertIn("blocks what the answer needs", str(told.result()))
+        self.network.silence(HEADLINES_URL)
+        self.call_back(ask)
+        self.assertEqual(told.result(), ["Waiting inside a call of the library's blocks what the answer needs."] * len(waits))
+
+    @staticmethod
+    def refusal_of(wait, question):
+        try:
+            return f"it gives {wait(question)}"
+        except BaseException as error:
+            return str(error)
+
+    def test_a_callback_reads_a_question_that_has_ended(self):
+        told = Future()
+        self.call_back(lambda question: told.set_result((question.result(), question.exception())))
+        self.assertIn("Account", told.result()[0].found)
 
     def test_a_callback_that_raises_takes_no_other_with_it(self):
         def fail(_):
@@ -218,6 +282,10 @@ class RefusalTest(unittest.TestCase):
             self.assertIn("not UTF-8", str(*answer.missing.values()))
             self.assertIn("Account", answer.found)
 
+    def test_what_is_not_utf8_in_a_key_stands_in_the_answer_as_one_sign(self):
+        answer = self.catalog.types(["\udcff", "Account\udcfe"]).result()
+        self.assertEqual(list(answer.missing), ["\ufffd", "Account\ufffd"])
+
     def test_a_key_can_have_any_length_and_a_zero_inside(self):
         for key in ("", "\0", "A\0ccount", "x" * 1_000_000):
             self.assertEqual(len(self.catalog.types([key]).result().missing), 1)
@@ -227,6 +295,7 @@ class RefusalTest(unittest.TestCase):
         self.refuses(TypeError, "of type str", ask, deadline="10")
         self.refuses(TypeError, "of type bool", ask, deadline=True)
         self.refuses(ValueError, "not a number", ask, deadline=float("nan"))
+        self.refuses(ValueError, "too large", ask, deadline=10**400)
         self.refuses(TypeError, "vellora.Source", ask, source=1)
         self.refuses(TypeError, "of type bytes", ask, theme=b"dark")
         self.refuses(ValueError, "zero inside", ask, theme="da\0rk")
@@ -268,8 +337,8 @@ class LifetimeTest(unittest.TestCase):
     def test_questions_that_have_ended_leave_nothing(self):
         with opened(ScriptedNetwork.of_accounts()) as catalog:
             self.ask(catalog)
-            self.assertEqual(catalog._open, set())
-        self.assertTrue(_contexts.wait_until_none(600))
+        self.assertEqual(catalog._open, set())  # only now: who waits is told before it is taken out
+        self.assertTrue(_contexts.wait_until_held(0, 600))
         self.assertEqual([left for left in gc.get_objects() if isinstance(left, Question)], [])
 
     def ask(self, catalog):
@@ -278,6 +347,18 @@ class LifetimeTest(unittest.TestCase):
         for question in questions[::5]:
             question.cancel()
         self.assertEqual(wait(questions).not_done, set())
+
+    def test_ctrl_c_behind_the_call_that_asks_gives_up_what_it_began(self):
+        network = ScriptedNetwork()
+        network.silence(TYPES_URL)
+        with opened(network) as catalog:
+            held = _contexts.held()
+            for name, ask in (("vellora_ask", lambda: catalog.types(["Account"], deadline=600)),
+                              ("vellora_watch", lambda: catalog.watch_types(["Account"], deadline=600))):
+                with interrupted_behind(name):
+                    self.assertRaises(KeyboardInterrupt, ask)
+                self.assertTrue(_contexts.wait_until_held(held, 600))
+                self.assertEqual(catalog._open, set())
 
     def test_a_closed_catalogue_lets_go_of_what_the_host_gave(self):
         network = ScriptedNetwork.of_accounts()
@@ -288,7 +369,7 @@ class LifetimeTest(unittest.TestCase):
         kept = [weakref.ref(network), weakref.ref(question)]
         catalog.close()
         request.set_exception(NetworkError("too late"))
-        self.assertTrue(_contexts.wait_until_none(600))
+        self.assertTrue(_contexts.wait_until_held(0, 600))
         del network, question, catalog, request
         gc.collect()
         self.assertEqual([reference() for reference in kept], [None, None])

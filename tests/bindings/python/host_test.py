@@ -4,15 +4,44 @@ import threading
 import unittest
 from concurrent.futures import Future, ThreadPoolExecutor
 
-from scripted_network import COLUMNS_URL, THEMES_URL, TYPES_URL, ScriptedNetwork
+from scripted_network import COLUMNS, COLUMNS_URL, THEMES_URL, TYPES_URL, ScriptedNetwork
 from vellora import Catalog, End, NetworkError, VelloraError
-
-COLUMNS = b'[{"objectType":"Account","searchColumns":[]}]'
 
 
 class Unprintable(Exception):
     def __str__(self):
         raise RuntimeError("no words")
+
+
+class Exiting(Exception):
+    def __str__(self):
+        raise SystemExit(3)
+
+
+class Deaf(Future):
+    """One that takes the callback, calls it, and raises."""
+
+    def add_done_callback(self, callback):
+        self.set_result(COLUMNS)
+        callback(self)
+        raise RuntimeError("nobody is called")
+
+
+class Mute(Future):
+    def add_done_callback(self, callback):
+        raise RuntimeError("nobody is called")
+
+
+def released():
+    view = memoryview(COLUMNS)
+    view.release()
+    return view
+
+
+def done_with(body):
+    done = Future()
+    done.set_result(body)
+    return done
 
 
 class HostTest(unittest.TestCase):
@@ -22,7 +51,7 @@ class HostTest(unittest.TestCase):
     def ask(self, answer, **options):
         self.network.answer(COLUMNS_URL, answer)
         with Catalog(network=self.network, load_late=True, **({"attempts": 1} | options)) as catalog:
-            return catalog.search_columns(["Account"]).result()
+            return catalog.search_columns(["Account"], deadline=600).result()
 
     def test_a_network_gives_bytes_of_any_sort(self):
         for body in (COLUMNS, bytearray(COLUMNS), memoryview(COLUMNS)):
@@ -33,25 +62,32 @@ class HostTest(unittest.TestCase):
             self.assertIs(self.ask(lambda: pool.submit(lambda: COLUMNS)).end, End.ANSWERED)
 
     def test_whatever_a_network_does_wrong_fails_the_request_only(self):
-        cancelled, nested, text = Future(), Future(), Future()
+        cancelled = Future()
         cancelled.cancel()
-        nested.set_result(Future())
-        text.set_result("text")
         for answer, words in (
             (ValueError("broken"), "ValueError: broken"),
             (NetworkError("n\0 signal \udcff"), r"n\? signal \?"),
             (Unprintable(), "Unprintable"),
+            (Exiting(), "Exiting"),
+            (NetworkError("later", "not a number"), "later"),
+            (NetworkError("later", 10**400), "later"),
             (SystemExit(3), "SystemExit"),
             (lambda: None, "no bytes, but an object of type NoneType"),
             (lambda: "text", "no bytes, but an object of type str"),
             (cancelled, "cancelled"),
-            (nested, "Future of a Future"),
-            (text, "no bytes, but an object of type str"),
+            (done_with(Future()), "Future of a Future"),
+            (done_with("text"), "no bytes, but an object of type str"),
+            (released, "released memoryview"),
+            (done_with(released()), "released memoryview"),
+            (Mute, "nobody is called"),
         ):
             with self.subTest(words):
                 answered = self.ask(answer)
                 self.assertIs(answered.end, End.FAILED)
                 self.assertRegex(str(answered.trouble), words)
+
+    def test_the_first_reply_to_a_request_counts(self):
+        self.assertIs(self.ask(Deaf).end, End.ANSWERED)
 
     def test_a_request_is_sent_again_only_where_that_may_help(self):
         for retry_after, requests in ((0, 2), (None, 1)):

@@ -1,6 +1,7 @@
 """Signals, forks and the end of the program."""
 
 import asyncio
+import contextlib
 import os
 import signal
 import subprocess
@@ -8,9 +9,10 @@ import sys
 import threading
 import traceback
 import unittest
+import warnings
 
-from scripted_network import COLUMNS_URL, ScriptedNetwork
-from vellora import Catalog, VelloraError
+from scripted_network import COLUMNS, COLUMNS_URL, ScriptedNetwork
+from vellora import Catalog, Question, VelloraError, Watch
 
 ENDS_OPEN = """
 from vellora import Catalog
@@ -41,27 +43,43 @@ print(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))
 """
 
 
+# A fork in a process with threads is what is tried here; later versions of Python warn of it.
+FORK_WARNING = "This process"
+
+
 def output_of(program):
-    done = subprocess.run([sys.executable, "-B", "-X", "dev", "-W", "error", "-c", program], capture_output=True, text=True)
+    done = subprocess.run([sys.executable, "-B", "-X", "dev", "-W", "error", "-W", f"ignore:{FORK_WARNING}:DeprecationWarning",
+                           "-c", program], capture_output=True, text=True)
     return done.returncode, done.stdout, done.stderr
 
 
-def interrupt_once_it_waits(name):
-    """Sends Ctrl-C to this process as soon as the main thread waits in a function of that name."""
-    main = threading.main_thread().ident
+@contextlib.contextmanager
+def ctrl_c_while_it_waits_in(function):
+    """Ctrl-C comes, once, when the main thread waits in a call of that function. Whether it does can be seen by itself alone,
+    so signals are sent until it has come out, and those that find it elsewhere say nothing."""
+    main, is_told, came_out = threading.main_thread().ident, threading.Event(), threading.Event()
 
-    def waits():
-        frames = [frame.f_code for frame, _ in traceback.walk_stack(sys._current_frames()[main])]
-        return any(code.co_name == name for code in frames) and frames[0].co_name in ("wait", "select")
+    def interrupt(_, frame):
+        # Behind "gotit = False" a condition's wait bears being interrupted.
+        waits = frame.f_code is threading.Condition.wait.__code__ and "gotit" in frame.f_locals
+        is_within = any(each.f_code is function.__code__ for each, _ in traceback.walk_stack(frame))
+        if waits and is_within and not is_told.is_set():
+            is_told.set()
+            raise KeyboardInterrupt
 
-    def interrupt():
-        while not waits():
-            os.sched_yield()
-        os.kill(os.getpid(), signal.SIGINT)
+    def send():
+        while not came_out.wait(0.001):
+            signal.pthread_kill(main, signal.SIGINT)
 
-    thread = threading.Thread(target=interrupt)
+    before, thread = signal.signal(signal.SIGINT, interrupt), threading.Thread(target=send)
     thread.start()
-    return thread
+    try:
+        yield
+    finally:
+        came_out.set()
+        thread.join()
+        os.sched_yield()  # the last signal arrives with the return from a call of the system
+        signal.signal(signal.SIGINT, before)
 
 
 class ProcessTest(unittest.TestCase):
@@ -78,29 +96,26 @@ class ProcessTest(unittest.TestCase):
 
     def test_ctrl_c_ends_the_wait_and_gives_the_question_up(self):
         question = self.ask()
-        thread = interrupt_once_it_waits("result")
-        self.assertRaises(KeyboardInterrupt, question.result)
-        thread.join()
+        with ctrl_c_while_it_waits_in(Question.result):
+            self.assertRaises(KeyboardInterrupt, question.result)
         self.assertTrue(question.cancelled())
 
     def test_ctrl_c_ends_the_wait_for_a_watch_that_goes_on(self):
         watch = self.catalog.watch_search_columns(["Account"], deadline=600)
         request = self.network.await_silent()
-        thread = interrupt_once_it_waits("__next__")
-        self.assertRaises(KeyboardInterrupt, next, watch)
-        thread.join()
-        request.set_result(b'[{"objectType":"Account","searchColumns":[]}]')
+        with ctrl_c_while_it_waits_in(Watch.__next__):
+            self.assertRaises(KeyboardInterrupt, next, watch)
+        request.set_result(COLUMNS)
         self.assertIn("Account", next(watch).found)
 
     def test_ctrl_c_ends_asyncio_and_gives_the_question_up(self):
         question = self.ask()
 
         async def wait():
+            asyncio.get_running_loop().call_soon(signal.raise_signal, signal.SIGINT)
             await question
 
-        thread = interrupt_once_it_waits("run_until_complete")
         self.assertRaises(KeyboardInterrupt, asyncio.run, wait())
-        thread.join()
         self.assertTrue(question.cancelled())
 
     def test_the_child_of_a_fork_is_refused(self):
@@ -125,7 +140,9 @@ class ProcessTest(unittest.TestCase):
     def in_a_child(function):
         """The lines that it gives in a child of this process."""
         reader, writer = os.pipe()
-        child = os.fork()
+        with warnings.catch_warnings():
+            warnings.filterwarnings("ignore", FORK_WARNING, DeprecationWarning)
+            child = os.fork()
         if child == 0:
             try:
                 os.write(writer, "\n".join(function()).encode())

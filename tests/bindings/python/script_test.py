@@ -16,6 +16,7 @@ from vellora import Answer, Catalog, NetworkError, Source, TypeChange
 
 SCRIPT = pathlib.Path(sys.argv[1])
 LEAST_EXPECTATIONS = 25
+NO_DEADLINE = 600  # where a line says none: on a busy machine the default may come too early
 METHODS = {"records": "records", "types": "types", "allTypes": "all_types", "searchColumns": "search_columns",
            "headlines": "headlines", "refresh": "refresh"}
 
@@ -143,8 +144,7 @@ class Script:
         kind, *words = rest.split(" ")
         keys = [self._key(word) for word in words if not word.startswith("@")]
         options = dict(word[1:].split("=", 1) for word in words if word.startswith("@"))
-        if "deadline" in options:
-            options["deadline"] = float(options["deadline"])
+        options["deadline"] = float(options.get("deadline", NO_DEADLINE))
         if "source" in options:
             options["source"] = Source[re.sub("([A-Z])", r"_\1", options["source"]).upper()]
         takes_keys = kind not in ("allTypes", "refresh")

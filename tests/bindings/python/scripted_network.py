@@ -7,8 +7,10 @@ from vellora import Network, NetworkError
 
 TYPES_URL = "/services/data/v50.0/sobjects"
 THEMES_URL = "/services/data/v50.0/theme"
+HEADLINES_URL = "/services/data/v53.0/compactLayouts?q=Account"
 COLUMNS_URL = "/services/data/v50.0/search/layout?q=Account"
 ACCOUNT_ID = "001000000000009"
+COLUMNS = b'[{"objectType":"Account","searchColumns":[]}]'
 
 
 class ScriptedNetwork(Network):
