@@ -9,15 +9,17 @@ _init_completion() {
   cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
 }
 _filedir() { COMPREPLY=(a-file); }
-# The command, as far as the completion asks it.
+# The command, as far as the completion asks it. The hostile names would leave a file if a shell ran them.
 vellora() {
-  [ "$*" = '--server work --cache c.sqlite cache ls --names' ] && printf '%s\n' types type/Account layout/Account
+  [ "$*" = '--server work --cache c.sqlite cache ls --names' ] && printf '%s\n' types type/Account layout/Account \
+    'type/$(touch${IFS}"$XDG_CONFIG_HOME"/ran)' 'type/`touch "$XDG_CONFIG_HOME"/ran`' 'type/a;b' 'type/a b' '--all' '~/x'
 }
 export XDG_CONFIG_HOME
 XDG_CONFIG_HOME=$(mktemp -d)
 trap 'rm -rf "$XDG_CONFIG_HOME"' EXIT
 mkdir "$XDG_CONFIG_HOME/vellora"
 printf '%s\n' 'server = "work"' '[servers.work]' 'address = "https://records.example"' '[ servers.test ]' \
+  '[servers.$(touch${IFS}"$XDG_CONFIG_HOME"/ran)]' '[servers.`touch${IFS}"$XDG_CONFIG_HOME"/ran`]' \
   > "$XDG_CONFIG_HOME/vellora/config.toml"
 
 source "$1"
@@ -49,6 +51,7 @@ expect 'a-file work test' diff ''
 expect 'bash zsh fish' completion ''
 expect '--interval' watch --i
 expect 'types type/Account' --server work --cache c.sqlite cache show t
+expect 'types type/Account layout/Account' --server work --cache c.sqlite cache show ''
 expect 'layout/Account' --server work --cache c.sqlite --wait 7 cache purge l
 expect '--all' cache ls --a
 expect 'ls show verify purge delete export import' cache ''
@@ -60,5 +63,9 @@ expect '' explore --port ''
 expect '' cache ls --e
 expect 'a-file' --json cache import ''
 expect 'names' --server cache n
+if [ -e "$XDG_CONFIG_HOME/ran" ]; then
+  echo "a command in a name was run" >&2
+  failures=$((failures + 1))
+fi
 [ "$failures" = 0 ] || exit 1
 echo "every completion is as expected"
