@@ -18,6 +18,8 @@
 #include "apps/vellora/cache/Purge.h"
 #include "apps/vellora/command/CachePlace.h"
 #include "apps/vellora/command/Document.h"
+#include "apps/vellora/command/Errand.h"
+#include "apps/vellora/command/NearestName.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/TextTable.h"
 #include "apps/vellora/command/Token.h"
@@ -106,7 +108,10 @@ ExitCode verify(const Arguments& arguments, const SQLiteCacheContents& contents,
 
 ExitCode purge(const Arguments& arguments, const std::vector<CacheListing>& listings) {
   const auto entries = doomed(listings, arguments.cache);
-  const auto deleted = purgeEntries(arguments.cacheFile, entries);
+  const auto deleted = [&] {
+    const Errand deleting(arguments, "deleting from " + arguments.cacheFile);
+    return purgeEntries(arguments.cacheFile, entries);
+  }();
   if (const auto* problem = std::get_if<Problem>(&deleted)) return complain(*problem);
   Purged purged{static_cast<std::int64_t>(entries.size()), {}};
   for (const auto& entry : entries) purged.entries.push_back(entry.entry);
@@ -138,7 +143,11 @@ ExitCode runOn(const SQLiteCacheContents& contents, Date present, const Argument
 }
 
 ExitCode deleteFile(const Arguments& arguments) {
-  if (const auto error = SQLiteCache::destroy(arguments.cacheFile)) return complain(problemOf(*error));
+  const auto error = [&] {
+    const Errand deleting(arguments, "deleting " + arguments.cacheFile);
+    return SQLiteCache::destroy(arguments.cacheFile);
+  }();
+  if (error) return complain(problemOf(*error));
   if (arguments.printsDocument()) return printJson(encode(DeletedFile{asText(arguments.cacheFile)}));
   return printText("deleted " + printable(arguments.cacheFile) + "\n");
 }
@@ -147,7 +156,10 @@ ExitCode run(const Arguments& arguments) {
   if (arguments.cache.action == CacheArguments::Action::importFrom) return importFrom(arguments);
   if (arguments.cache.action == CacheArguments::Action::deleteFile) return deleteFile(arguments);
   const Date present = now();
-  const auto contents = SQLiteCacheContents::read(arguments.cacheFile, present);
+  const auto contents = [&] {
+    const Errand reading(arguments, "reading " + arguments.cacheFile);
+    return SQLiteCacheContents::read(arguments.cacheFile, present);
+  }();
   if (!contents) return complain({ExitCode::cacheUnusable, contents.error().localizedDescription()});
   return runOn(contents.value(), present, arguments);
 }

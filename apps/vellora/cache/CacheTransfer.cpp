@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -16,6 +17,7 @@
 
 #include "apps/vellora/cache/WholeFile.h"
 #include "apps/vellora/command/CachePlace.h"
+#include "apps/vellora/command/Errand.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/Problem.h"
 #include "hostkit/cache/CacheArchive.h"
@@ -83,6 +85,21 @@ bool isPartOfCache(const std::string& file, const std::string& cacheFile) {
                      [&](const char* suffix) { return isSameFile(file, cache + suffix); });
 }
 
+/// Stores the archive in the cache of the arguments; what stands against it.
+std::optional<Problem> store(const CacheArchive& archive, const Arguments& arguments) {
+  const auto opened = SQLiteCache::open(arguments.cacheFile);
+  if (!opened) return problemOf(opened.error());
+  auto& cache = *opened.value();
+  const auto found = archive.foundIn(cache);
+  if (found && !arguments.cache.replace) {
+    return Problem{ExitCode::usage, arguments.cacheFile + " holds " + *found +
+                                        " already, and nothing was changed; write over it with --replace"};
+  }
+  if ((arguments.cache.fresh ? archive.fetchedAt(now()) : archive).restore(cache)) return std::nullopt;
+  return Problem{ExitCode::cacheUnusable, "not everything could be stored in " + arguments.cacheFile +
+                                              "; is its disk full, or another program writing to it?"};
+}
+
 }  // namespace
 
 ExitCode exportTo(const Arguments& arguments, const hostkit::SQLiteCacheContents& contents) {
@@ -94,27 +111,25 @@ ExitCode exportTo(const Arguments& arguments, const hostkit::SQLiteCacheContents
     return complain({ExitCode::usage, arguments.cache.file + " is part of the cache that is to be exported; "
                                                              "choose another file"});
   }
-  const auto problem = writeWholeFile(arguments.cache.file, lines, arguments.cache.replace);
+  const auto problem = [&] {
+    const Errand writing(arguments, "writing " + arguments.cache.file);
+    return writeWholeFile(arguments.cache.file, lines, arguments.cache.replace);
+  }();
   return problem ? complain(*problem) : ExitCode::answered;
 }
 
 ExitCode importFrom(const Arguments& arguments) {
-  const auto read = readArchive(arguments.cache.file);
+  const auto read = [&] {
+    const auto& file = arguments.cache.file;
+    const Errand reading(arguments, "reading " + (file == "-" ? "standard input" : file));
+    return readArchive(file);
+  }();
   if (const auto* problem = std::get_if<Problem>(&read)) return complain(*problem);
-  const auto opened = SQLiteCache::open(arguments.cacheFile);
-  if (!opened) return complain(problemOf(opened.error()));
-  auto& cache = *opened.value();
-  const auto& archive = std::get<0>(read);
-  const auto found = archive.foundIn(cache);
-  if (found && !arguments.cache.replace) {
-    return complain({ExitCode::usage, arguments.cacheFile + " holds " + *found +
-                                          " already, and nothing was changed; write over it with --replace"});
-  }
-  if (!(arguments.cache.fresh ? archive.fetchedAt(now()) : archive).restore(cache)) {
-    return complain({ExitCode::cacheUnusable, "not everything could be stored in " + arguments.cacheFile +
-                                                  "; is its disk full, or another program writing to it?"});
-  }
-  return ExitCode::answered;
+  const auto problem = [&] {
+    const Errand storing(arguments, "storing in " + arguments.cacheFile);
+    return store(std::get<0>(read), arguments);
+  }();
+  return problem ? complain(*problem) : ExitCode::answered;
 }
 
 }  // namespace vellora::command

@@ -16,6 +16,7 @@
 #include "apps/vellora/cache/Purge.h"
 #include "apps/vellora/command/DefaultCacheFile.h"
 #include "apps/vellora/command/Document.h"
+#include "apps/vellora/command/Errand.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/TextTable.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
@@ -37,14 +38,17 @@ struct PurgedFile {
 };
 
 /// What is in a file; no value, after a complaint, when it cannot be read.
-std::optional<ListedFile> read(const std::string& file, double cacheTimeout) {
+std::optional<ListedFile> read(const std::string& file, const Arguments& arguments) {
   const Date present = now();
-  auto contents = hostkit::SQLiteCacheContents::read(file, present);
+  auto contents = [&] {
+    const Errand reading(arguments, "reading " + file);
+    return hostkit::SQLiteCacheContents::read(file, present);
+  }();
   if (!contents) {
     complain({ExitCode::cacheUnusable, contents.error().localizedDescription()});
     return std::nullopt;
   }
-  auto listings = listingsOf(contents.value(), present, cacheTimeout);
+  auto listings = listingsOf(contents.value(), present, arguments.cacheTimeout);
   return ListedFile{file, std::move(contents).value(), std::move(listings)};
 }
 
@@ -61,7 +65,10 @@ bool purge(const std::vector<ListedFile>& files, const Arguments& arguments, Exi
   std::vector<PurgedFile> purged;
   bool isWhole = true;
   for (const auto& listed : files) {
-    const auto deleted = purgeEntries(listed.file, doomed(listed.listings, arguments.cache));
+    const auto deleted = [&] {
+      const Errand deleting(arguments, "deleting from " + listed.file);
+      return purgeEntries(listed.file, doomed(listed.listings, arguments.cache));
+    }();
     if (const auto* problem = std::get_if<Problem>(&deleted)) {
       complain(*problem);
       isWhole = false;
@@ -81,7 +88,7 @@ ExitCode runOnEveryFile(const Arguments& arguments) {
   std::vector<ListedFile> files;
   const auto kept = keptFiles(*folder);
   for (const auto& file : kept) {
-    if (auto listed = read(file, arguments.cacheTimeout)) files.push_back(std::move(*listed));
+    if (auto listed = read(file, arguments)) files.push_back(std::move(*listed));
   }
   bool isWhole = files.size() == kept.size();
   ExitCode printed = ExitCode::answered;

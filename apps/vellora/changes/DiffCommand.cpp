@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "apps/vellora/changes/Difference.h"
+#include "apps/vellora/changes/DifferenceText.h"
 #include "apps/vellora/changes/Reading.h"
 #include "apps/vellora/changes/Side.h"
+#include "apps/vellora/command/ColumnChoice.h"
 #include "apps/vellora/command/CommandCatalog.h"
 #include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Output.h"
@@ -40,7 +42,7 @@ class Compared {
   Compared(const Side& side, const Side& other)
       : side_(side),
         address_(side.address.empty() ? other.address : side.address),
-        catalog_(side.arguments, side.session->api()) {}
+        catalog_(side.arguments, side.session->api(), side.session->secrets(), keyText(side.name)) {}
 
   [[nodiscard]] const Side& side() const { return side_; }
 
@@ -77,12 +79,13 @@ class Compared {
   ExitCode exit = ExitCode::answered;
 
  private:
-  [[nodiscard]] Reader reader() const { return {*catalog_, side_.arguments, address_}; }
+  [[nodiscard]] Reader reader() const { return {catalog_, side_.arguments, address_}; }
 
   /// Tells what went wrong on this side.
   void note(const Verdict& verdict) {
-    for (const auto& line : verdict.lines)
-      complain({verdict.exit, side_.session->secrets()->cleaned(keyText(side_.name) + ": " + line)});
+    Verdict named = verdict;
+    for (auto& line : named.lines) line.insert(0, keyText(side_.name) + ": ");
+    complain(named, *side_.session->secrets(), side_.arguments.output);
     if (verdict.exit != ExitCode::answered) exit = verdict.exit;
   }
 
@@ -128,9 +131,10 @@ void readLayouts(Compared& before, Compared& after) {
 /// A list of types that one of the two lacks says nothing about types.
 void leaveOutTypes(Compared& before, Compared& after) {
   for (const auto* one : {&before, &after}) {
+    const Side& side = one->side();
     if (!one->knowsTypes)
-      complain({ExitCode::answered,
-                "types were not compared: " + keyText(one->side().name) + " holds no list of them"});
+      remark("types were not compared: " + keyText(side.name) + " holds no list of them",
+             *side.session->secrets(), side.arguments.output);
   }
   if (before.knowsTypes && after.knowsTypes) return;
   before.known.types.clear();
@@ -140,11 +144,17 @@ void leaveOutTypes(Compared& before, Compared& after) {
 /// diff(1) ends so, too.
 constexpr auto differ = static_cast<ExitCode>(1);
 
+ExitCode print(const Comparison& comparison, const Arguments& arguments) {
+  if (arguments.printsDocument()) return printJson(encode(comparison));
+  const auto chosen = chosenColumns(differenceColumns(), arguments.output);
+  if (const auto* problem = std::get_if<Problem>(&chosen)) return complain(*problem);
+  return printText(differenceText(comparison.differences, std::get<0>(chosen), arguments.output));
+}
+
 ExitCode tell(const Compared& before, const Compared& after, const Arguments& arguments) {
   const Comparison comparison{before.side().name, after.side().name,
                               differencesBetween(before.known, after.known)};
-  const ExitCode printed =
-      arguments.printsDocument() ? printJson(encode(comparison)) : printText(tableOf(comparison.differences));
+  const ExitCode printed = print(comparison, arguments);
   if (printed != ExitCode::answered) return printed;
   for (const auto* one : {&before, &after}) {
     if (one->exit != ExitCode::answered) return one->exit;
@@ -172,6 +182,8 @@ bool isAddress(const std::string& text) {
 }  // namespace
 
 ExitCode runDiff(const Arguments& arguments) {
+  const auto chosen = chosenColumns(differenceColumns(), arguments.output);
+  if (const auto* problem = std::get_if<Problem>(&chosen)) return complain(*problem);
   const auto& before = arguments.changes.before;
   const auto& after = arguments.changes.after;
   if (arguments.tokenFile && isAddress(before) && isAddress(after)) {

@@ -4,8 +4,6 @@
 #include <map>
 #include <utility>
 
-#include "apps/vellora/command/TextTable.h"
-
 namespace vellora::command {
 
 namespace {
@@ -72,20 +70,6 @@ std::vector<Difference> differencesBetween(const Snapshot& before, const Snapsho
   compare("search layout", before.searchLayouts, after.searchLayouts, differences);
   compare("compact layout", before.compactLayouts, after.compactLayouts, differences);
   return differences;
-}
-
-std::string tableOf(const std::vector<Difference>& differences) {
-  if (differences.empty()) return {};
-  TextTable table({"CHANGE", "WHAT", "NAME", "PROPERTY", "BEFORE", "AFTER"});
-  for (const auto& difference : differences) {
-    if (difference.properties.empty())
-      table.addRow({difference.change, difference.what, difference.name, "", "", ""});
-    for (const auto& [property, before, after] : difference.properties) {
-      table.addRow({difference.change, difference.what, difference.name, property, before.value_or("-"),
-                    after.value_or("-")});
-    }
-  }
-  return table.text("");
 }
 
 }  // namespace vellora::command

@@ -48,7 +48,4 @@ inline constexpr const char* orderProperty = "order";
 /// order of their names.
 [[nodiscard]] std::vector<Difference> differencesBetween(const Snapshot& before, const Snapshot& after);
 
-/// A table with a line for each property that has changed, and one for all else; no text without differences.
-[[nodiscard]] std::string tableOf(const std::vector<Difference>& differences);
-
 }  // namespace vellora::command

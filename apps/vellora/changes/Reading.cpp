@@ -4,8 +4,8 @@
 #include <sstream>
 #include <utility>
 
-#include "apps/vellora/command/CommandCatalog.h"
 #include "apps/vellora/command/Reason.h"
+#include "vellora/Catalog/Catalog.h"
 #include "vellora/Catalog/Keys.h"
 #include "vellora/Catalog/Missing.h"
 #include "vellora/Catalog/QuestionOptions.h"
@@ -66,7 +66,7 @@ Verdict verdictOnTypes(const Answer<ObjectPresentationInfo>& answer, Source sour
 }  // namespace
 
 Reading Reader::types(Source source) const {
-  const auto answer = catalog_.allTypes({}, optionsFrom(arguments_, source)).get();
+  const auto answer = catalog_.answerTo(&Catalog::allTypes, std::string(), optionsFrom(arguments_, source));
   Reading reading;
   for (const auto& [name, type] : answer.found) reading.found.emplace(name, propertiesOf(type, address_));
   reading.verdict = verdictOnTypes(answer, source, arguments_.wait);
@@ -75,14 +75,14 @@ Reading Reader::types(Source source) const {
 
 Reading Reader::searchLayouts(const std::set<std::string>& names, Source source) const {
   if (names.empty()) return {};
-  return readingOf(catalog_.searchColumns(listOf(names), optionsFrom(arguments_, source)).get(),
+  return readingOf(catalog_.answerTo(&Catalog::searchColumns, listOf(names), optionsFrom(arguments_, source)),
                    "search layout", arguments_);
 }
 
 Reading Reader::compactLayouts(const std::set<std::string>& names, Source source) const {
   if (names.empty()) return {};
-  return readingOf(catalog_.headlines(listOf(names), optionsFrom(arguments_, source)).get(), "compact layout",
-                   arguments_);
+  return readingOf(catalog_.answerTo(&Catalog::headlines, listOf(names), optionsFrom(arguments_, source)),
+                   "compact layout", arguments_);
 }
 
 }  // namespace vellora::command

@@ -7,9 +7,9 @@
 
 #include "apps/vellora/changes/Snapshot.h"
 #include "apps/vellora/command/Arguments.h"
+#include "apps/vellora/command/CommandCatalog.h"
 #include "apps/vellora/command/Verdict.h"
 #include "vellora/Catalog/Answer.h"
-#include "vellora/Catalog/Catalog.h"
 #include "vellora/DataServices/Source.h"
 
 namespace vellora::command {
@@ -28,7 +28,7 @@ struct Reading {
 class Reader {
  public:
   /// `address`, of the server, is left out of the addresses of icons.
-  Reader(const Catalog& catalog, const Arguments& arguments, std::string address)
+  Reader(const CommandCatalog& catalog, const Arguments& arguments, std::string address)
       : catalog_(catalog), arguments_(arguments), address_(std::move(address)) {}
 
   [[nodiscard]] Reading types(Source source) const;
@@ -36,7 +36,7 @@ class Reader {
   [[nodiscard]] Reading compactLayouts(const std::set<std::string>& names, Source source) const;
 
  private:
-  const Catalog& catalog_;
+  const CommandCatalog& catalog_;
   const Arguments& arguments_;
   const std::string address_;
 };

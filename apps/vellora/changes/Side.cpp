@@ -8,6 +8,7 @@
 
 #include "apps/vellora/command/CachePlace.h"
 #include "apps/vellora/command/DefaultCacheFile.h"
+#include "apps/vellora/command/Errand.h"
 #include "apps/vellora/command/NamedServers.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/Token.h"
@@ -62,7 +63,10 @@ std::set<std::string> namesBehind(std::string_view prefix, const hostkit::SQLite
 /// Opens a file that was filled from the server at `address`, if that is known.
 std::variant<Side, Problem> openCache(const std::string& text, const std::string& file, std::string address,
                                       Arguments arguments) {
-  const auto contents = hostkit::SQLiteCacheContents::read(file, now());
+  const auto contents = [&] {
+    const Errand reading(arguments, "reading " + file);
+    return hostkit::SQLiteCacheContents::read(file, now());
+  }();
   if (!contents) return problemOf(contents.error());
   auto cache = std::make_shared<hostkit::MemoryCache>();
   static_cast<void>(hostkit::CacheArchive::of(contents.value()).restore(*cache));

@@ -3,11 +3,14 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <sstream>
 #include <thread>
 #include <tuple>
 
+#include "apps/vellora/changes/DifferenceText.h"
 #include "apps/vellora/command/CommandCatalog.h"
 #include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/IsoTime.h"
@@ -46,11 +49,17 @@ void endOnInterrupt() {
   ::sigaction(SIGINT, &end, nullptr);
 }
 
+std::string tableOf(const std::vector<Difference>& differences, const OutputArguments& output) {
+  std::vector<std::size_t> all(differenceColumns().size());
+  std::iota(all.begin(), all.end(), 0U);
+  return differenceText(differences, all, output);
+}
+
 ExitCode print(const std::vector<Difference>& differences, const Arguments& arguments) {
   const std::string time = isoTime(now());
   const auto& output = arguments.output;
   if (!arguments.printsDocument() && !output.prints(Format::jsonl))
-    return printText(Style::ofOutput(output.color).heading(time) + "\n" + tableOf(differences));
+    return printText(Style::ofOutput(output.color).heading(time) + "\n" + tableOf(differences, output));
   for (const auto& [what, name, change, properties] : differences) {
     const auto printed = printJson(encode(Seen{time, what, name, change, properties}));
     if (printed != ExitCode::answered) return printed;
@@ -58,9 +67,9 @@ ExitCode print(const std::vector<Difference>& differences, const Arguments& argu
   return ExitCode::answered;
 }
 
-/// Tells somebody at a terminal that something is going on.
-void showProgress(const std::string& text) {
-  if (::isatty(STDERR_FILENO) == 1) complain({ExitCode::answered, text});
+/// Tells somebody at a terminal, or who wants to follow, that something is going on.
+void announce(const std::string& text, const hostkit::KnownSecrets& secrets, const OutputArguments& output) {
+  if (output.talk == Talk::verbose || errorColumns()) remark(text, secrets, output);
 }
 
 std::string beginning(const Watcher& watcher, const Arguments& arguments) {
@@ -72,11 +81,11 @@ std::string beginning(const Watcher& watcher, const Arguments& arguments) {
 }
 
 /// Names that no type has yet.
-void tellUnknown(const Watcher& watcher) {
+void tellUnknown(const Watcher& watcher, const hostkit::KnownSecrets& secrets,
+                 const OutputArguments& output) {
   for (const auto& name : watcher.names()) {
     if (!watcher.known().types.contains(name))
-      complain(
-          {ExitCode::answered, "there is no object type " + keyText(name) + " yet, nor a record of that id"});
+      remark("there is no object type " + keyText(name) + " yet, nor a record of that id", secrets, output);
   }
 }
 
@@ -86,13 +95,13 @@ ExitCode watch(Watcher& watcher, const Arguments& arguments, const hostkit::Know
                const Pause& pause) {
   const auto begin = watcher.begin();
   if (begin.exit != ExitCode::answered) return complain(begin, secrets, arguments.output);
-  tellUnknown(watcher);
-  showProgress(beginning(watcher, arguments));
+  tellUnknown(watcher, secrets, arguments.output);
+  announce(beginning(watcher, arguments), secrets, arguments.output);
   for (std::uint64_t count = 1;; ++count) {
     const auto refreshed = watcher.refresh();
     const auto told = complain(refreshed.verdict, secrets, arguments.output);
     if (refreshed.differences.empty() && told == ExitCode::answered)
-      showProgress(isoTime(now()) + ": no change");
+      announce(isoTime(now()) + ": no change", secrets, arguments.output);
     const auto printed =
         refreshed.differences.empty() ? ExitCode::answered : print(refreshed.differences, arguments);
     if (printed != ExitCode::answered) return printed;
@@ -103,8 +112,8 @@ ExitCode watch(Watcher& watcher, const Arguments& arguments, const hostkit::Know
 
 ExitCode watch(const std::vector<std::string>& keys, const Arguments& arguments, const Session& session) {
   endOnInterrupt();
-  const CommandCatalog catalog(arguments, session.api());
-  Watcher watcher(*catalog, arguments, keys);
+  const CommandCatalog catalog(arguments, session.api(), session.secrets());
+  Watcher watcher(catalog, arguments, keys);
   return watch(watcher, arguments, *session.secrets(),
                [](std::chrono::duration<double> time) { std::this_thread::sleep_for(time); });
 }

@@ -7,6 +7,7 @@
 #include "apps/vellora/command/CommandCatalog.h"
 #include "apps/vellora/command/Reason.h"
 #include "vellora/Catalog/Answer.h"
+#include "vellora/Catalog/Catalog.h"
 #include "vellora/Catalog/RefreshOptions.h"
 #include "vellora/Catalog/TypeChange.h"
 #include "vellora/DataServices/Source.h"
@@ -51,7 +52,7 @@ void addUnseen(const std::map<std::string, TypeChange>& found, const Snapshot& b
 
 }  // namespace
 
-Watcher::Watcher(const Catalog& catalog, const Arguments& arguments, std::vector<std::string> keys)
+Watcher::Watcher(const CommandCatalog& catalog, const Arguments& arguments, std::vector<std::string> keys)
     : catalog_(catalog),
       arguments_(arguments),
       reader_(catalog, arguments, arguments.server),
@@ -68,7 +69,7 @@ Names Watcher::namesOfKeys(const Described& types) const {
     }
   }
   if (others.empty()) return names;
-  const auto records = catalog_.records(others, questionOptions(arguments_)).get();
+  const auto records = catalog_.answerTo(&Catalog::records, others, questionOptions(arguments_));
   for (const auto& key : others) {
     const auto found = records.found.find(key);
     names.insert(found == records.found.end() ? key : found->second.typePresentationInfo.apiName());
@@ -108,7 +109,8 @@ Verdict Watcher::readLayouts(Snapshot& now, bool isFirst) const {
 }
 
 Refreshed Watcher::refresh() {
-  const auto answer = catalog_.refresh({.deadline = std::chrono::duration<double>(arguments_.wait)}).get();
+  const auto answer = catalog_.answerTo(
+      &Catalog::refresh, RefreshOptions{.deadline = std::chrono::duration<double>(arguments_.wait)});
   auto types = reader_.types(Source::cacheOnly);
   Refreshed refreshed;
   if (answer.trouble) {

@@ -8,8 +8,8 @@
 #include "apps/vellora/changes/Reading.h"
 #include "apps/vellora/changes/Snapshot.h"
 #include "apps/vellora/command/Arguments.h"
+#include "apps/vellora/command/CommandCatalog.h"
 #include "apps/vellora/command/Verdict.h"
-#include "vellora/Catalog/Catalog.h"
 
 namespace vellora::command {
 
@@ -33,7 +33,7 @@ struct Refreshed {
 class Watcher {
  public:
   /// Of the types with these API names, or of which these ids are records; of all types without keys.
-  Watcher(const Catalog& catalog, const Arguments& arguments, std::vector<std::string> keys);
+  Watcher(const CommandCatalog& catalog, const Arguments& arguments, std::vector<std::string> keys);
 
   /// Finds out what is known now, which the first refresh is compared with: what is cached however old it is,
   /// the rest from the server. `answered` unless nothing is known of any type.
@@ -55,7 +55,7 @@ class Watcher {
   /// What is known of the layouts now, with the state before for what could not be asked.
   [[nodiscard]] Verdict readLayouts(Snapshot& now, bool isFirst) const;
 
-  const Catalog& catalog_;
+  const CommandCatalog& catalog_;
   const Arguments& arguments_;
   const Reader reader_;
   const std::vector<std::string> keys_;

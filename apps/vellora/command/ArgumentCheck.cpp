@@ -77,6 +77,7 @@ bool printsRows(const Arguments& arguments) {
     case Command::list:
     case Command::searchLayouts:
     case Command::compactLayouts:
+    case Command::diff:
       return true;
     case Command::cache:
       return arguments.cache.action == Action::list && !arguments.cache.names;

@@ -1,15 +1,10 @@
 #include "apps/vellora/command/CommandCatalog.h"
 
-#include <algorithm>
 #include <chrono>
-#include <cstddef>
-#include <string_view>
 #include <utility>
 
 #include "apps/vellora/command/Output.h"
 #include "hostkit/StandardPlatformAPI.h"
-#include "hostkit/log/SpdlogLogger.h"
-#include "vellora/Platform/Queues/TimedQueue.h"
 
 namespace vellora::command {
 
@@ -23,10 +18,11 @@ CatalogOptions optionsOfOneQuestion(const Arguments& arguments, std::shared_ptr<
 }
 
 RequestsUnderWay::Tell telling(const Arguments& arguments,
-                               std::shared_ptr<const hostkit::KnownSecrets> secrets) {
+                               std::shared_ptr<const hostkit::KnownSecrets> secrets,
+                               const std::string& prefix) {
   if (arguments.output.talk != Talk::verbose || secrets == nullptr) return {};
-  return [output = arguments.output, secrets = std::move(secrets)](const std::string& line) {
-    remark(line, *secrets, output);
+  return [output = arguments.output, secrets = std::move(secrets), prefix](const std::string& line) {
+    remark(prefix + line, *secrets, output);
   };
 }
 
@@ -47,23 +43,16 @@ QuestionOptions questionOptions(const Arguments& arguments) {
 }
 
 CommandCatalog::CommandCatalog(const Arguments& arguments, const RequiredAPI& api,
-                               const std::shared_ptr<const hostkit::KnownSecrets>& secrets)
-    : talk_(arguments.output.talk),
-      logsToError_(arguments.logLevel != hostkit::SpdlogLogger::Level::off && !arguments.logFile),
-      requests_(std::make_shared<RequestsUnderWay>(telling(arguments, secrets))),
+                               const std::shared_ptr<const hostkit::KnownSecrets>& secrets,
+                               const std::string& name)
+    : arguments_(arguments),
+      prefix_(name.empty() ? name : name + ": "),
+      requests_(std::make_shared<RequestsUnderWay>(telling(arguments, secrets, prefix_))),
       catalog_(platformOf(api), optionsOfOneQuestion(arguments, requests_)) {}
 
-std::unique_ptr<Progress> CommandCatalog::progressOf() const {
-  const auto columns = errorColumns();
-  if (!columns || talk_ != Talk::plain || logsToError_ || !terminalObeys()) return nullptr;
-  const auto what = [requests = requests_] {
-    const auto path = requests->oldestYet();
-    return path ? "waiting for " + *path : std::string("working");
-  };
-  const auto show = [most = std::max<std::size_t>(*columns, 2) - 1](std::string_view text) {
-    showProgress(text, most);
-  };
-  return std::make_unique<Progress>(TimedQueue::system(), what, show);
+std::string CommandCatalog::whatIsWaitedFor() const {
+  const auto path = requests_->oldestYet();
+  return prefix_ + (path ? "waiting for " + *path : "working");
 }
 
 }  // namespace vellora::command

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -7,13 +8,11 @@
 
 #include "apps/vellora/command/Arguments.h"
 #include "apps/vellora/command/OutputArguments.h"
-#include "apps/vellora/command/Progress.h"
+#include "apps/vellora/command/ProgressLine.h"
 #include "apps/vellora/command/RequestsUnderWay.h"
 #include "hostkit/secrets/KnownSecrets.h"
-#include "vellora/Catalog/Answer.h"
 #include "vellora/Catalog/Catalog.h"
 #include "vellora/Catalog/CatalogOptions.h"
-#include "vellora/Catalog/Question.h"
 #include "vellora/Catalog/QuestionOptions.h"
 #include "vellora/Host/PlatformAPI.h"
 #include "vellora/Host/RequiredAPI.h"
@@ -30,17 +29,19 @@ namespace vellora::command {
 /// How the command asks: it waits as long as the arguments say.
 [[nodiscard]] QuestionOptions questionOptions(const Arguments& arguments);
 
-/// The catalogue of one run of the command, which asks a question and ends. So it loads nothing before the
-/// question needs it.
+/// The catalogue of one run of the command, which asks a question, or one after the other, and ends. So it
+/// loads nothing before a question needs it.
 ///
 /// Ownership: shares the host.
 ///
 /// Threads: safe to use from several threads at once.
 class CommandCatalog {
  public:
-  /// The cleaning is of what `--verbose` tells.
+  /// What `--verbose` tells is told without `secrets`, and not at all when there are none to know. A run that
+  /// asks several catalogues gives each a name, which stands before what is told of it.
   CommandCatalog(const Arguments& arguments, const RequiredAPI& api,
-                 const std::shared_ptr<const hostkit::KnownSecrets>& secrets = {});
+                 const std::shared_ptr<const hostkit::KnownSecrets>& secrets = {},
+                 const std::string& name = {});
 
   [[nodiscard]] const Catalog* operator->() const noexcept { return &catalog_; }
   [[nodiscard]] const Catalog& operator*() const noexcept { return catalog_; }
@@ -49,20 +50,26 @@ class CommandCatalog {
   /// there is none.
   [[nodiscard]] std::optional<std::string> unanswered() const { return requests_->oldest(); }
 
-  /// Waits for the answer. Where somebody waits at a terminal, tells what for once that takes a while.
-  template <class T>
-  [[nodiscard]] Answer<T> answerTo(Question<T> question) const {
-    const auto progress = progressOf();
-    auto answer = std::move(question).get();
-    if (talk_ == Talk::verbose) requests_->awaitEnd();  // so that all is told before the answer
+  /// Asks, and waits for the answer: `ask` is a member of `Catalog`, `words` are what it takes. Where
+  /// somebody waits at a terminal, tells what for once that takes a while.
+  template <class Ask, class... Words>
+  auto answerTo(Ask ask, const Words&... words) const {
+    requests_->questionAsked();
+    auto answer = [&] {
+      // Before the question, so that of equal times the progress comes first and the deadline then.
+      const auto progress = progressFor(arguments_, [this] { return whatIsWaitedFor(); });
+      return std::invoke(ask, catalog_, words...).get();
+    }();
+    if (arguments_.output.talk == Talk::verbose)
+      requests_->awaitEnd();  // so that all is told before the answer
     return answer;
   }
 
  private:
-  [[nodiscard]] std::unique_ptr<Progress> progressOf() const;
+  [[nodiscard]] std::string whatIsWaitedFor() const;
 
-  const Talk talk_;
-  const bool logsToError_;
+  const Arguments arguments_;
+  const std::string prefix_;
   const std::shared_ptr<RequestsUnderWay> requests_;
   const Catalog catalog_;
 };

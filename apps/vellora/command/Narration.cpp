@@ -1,6 +1,5 @@
 #include "apps/vellora/command/Narration.h"
 
-#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <string_view>
@@ -45,12 +44,18 @@ std::string narrationOf(const RequestReport& ended) {
 }
 
 std::string narrationOf(const QuestionReport& ended) {
+  if (ended.question.kind == QuestionKind::refresh)
+    return std::to_string(ended.found) + " changed," + after(ended.time);
   std::size_t missing = 0;
   for (const auto& [why, count] : ended.missing) missing += count;
   std::string text = std::to_string(ended.found) + " found, " + std::to_string(missing) + " missing";
   text += wordsFor(ended.origin);
   if (ended.age) text += ", " + ageWords(ended.age->count());
   return text + "," + after(ended.time);
+}
+
+std::string narrationOf(const std::string& what, std::chrono::duration<double> time) {
+  return what + ": done" + after(time);
 }
 
 }  // namespace vellora::command

@@ -121,7 +121,9 @@ bool terminalObeys() {
 }
 
 void showProgress(std::string_view line, std::size_t mostColumns) {
-  std::cerr << "\r\x1b[K" + (line.empty() ? std::string() : fitted(line, mostColumns)) << std::flush;
+  std::cerr << "\r\x1b[K" +
+                   (line.empty() ? std::string() : fitted(hostkit::withoutCredentials(line), mostColumns))
+            << std::flush;
 }
 
 std::vector<std::string> distinct(const std::vector<std::string>& keys) {

@@ -125,7 +125,7 @@ ExitCode run(const Lookup<Record>& lookup, const std::vector<std::string>& keys,
   const auto chosen = chosenColumns(lookup.columns, arguments.output);
   if (const auto* problem = std::get_if<Problem>(&chosen)) return complain(*problem);
   const CommandCatalog catalog(arguments, session.api(), session.secrets());
-  const auto answer = catalog.answerTo(((*catalog).*lookup.ask)(keys, questionOptions(arguments)));
+  const auto answer = catalog.answerTo(lookup.ask, keys, questionOptions(arguments));
   const auto printed =
       printAnswer(lookup, answer, inOrderAsked(answer.found, keys), keys, arguments, session);
   if (printed != ExitCode::answered) return printed;

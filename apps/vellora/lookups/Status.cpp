@@ -107,10 +107,10 @@ void showState(const Readiness& readiness, const Arguments& arguments) {
 }  // namespace
 
 ExitCode showStatus(const Arguments& arguments, const Session& session) {
-  const CommandCatalog catalog(arguments, session.api());
+  const CommandCatalog catalog(arguments, session.api(), session.secrets());
   showState(catalog->readiness(), arguments);
   // Any question that needs both lists has them loaded.
-  static_cast<void>(catalog->allTypes({}, questionOptions(arguments)).get());
+  catalog.answerTo(&Catalog::allTypes, std::string(), questionOptions(arguments));
   const Readiness readiness = catalog->readiness();
   if (readiness.readinessCase() != Readiness::Case::loading) showState(readiness, arguments);
 

@@ -55,7 +55,7 @@ ExitCode listTypes(const Arguments& arguments, const Session& session) {
   if (const auto* problem = std::get_if<Problem>(&chosen)) return complain(*problem);
   const std::string filter = filterOf(arguments);
   const CommandCatalog catalog(arguments, session.api(), session.secrets());
-  const auto answer = catalog.answerTo(catalog->allTypes(filter, questionOptions(arguments)));
+  const auto answer = catalog.answerTo(&Catalog::allTypes, filter, questionOptions(arguments));
   const auto printed = printAnswer(lookup, answer, byLabel(answer), {}, arguments, session);
   if (printed != ExitCode::answered) return printed;
   remarkOnTheme(lookup, answer, arguments, session);

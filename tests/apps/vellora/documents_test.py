@@ -148,6 +148,7 @@ class DocumentsTest(unittest.TestCase):
         document = self.expect("command/diff.json", "--json", "diff", empty, str(self.cache), code=1)
         for difference in document["differences"]:
             self.check("command/difference.json", json.dumps(difference))
+        self.expect_lines("command/difference-row.json", "diff", empty, str(self.cache))
         watched = self.run_at(self.server.url, self.cache_of_another_server(), "--json", "watch", "--times", "1")
         self.assertEqual(watched.returncode, 0, watched.stderr)
         self.assertNotEqual(watched.stdout, "")

@@ -17,6 +17,7 @@ namespace {
 using testing::AllOf;
 using testing::ContainsRegex;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 
@@ -354,6 +355,22 @@ TEST_F(CacheCommandTest, AFileThatIsNoCacheIsExitCodeSeven) {
   EXPECT_EQ(ChildProcess::run(VELLORA, {"cache", "ls"}, options).err,
             "vellora: no cache file: give --cache FILE, or the --server URL whose default cache it is; see "
             "vellora --help\n");
+}
+
+TEST_F(CacheCommandTest, VerboseTellsWhatIsDoneWithWhichFileAndHowLongItTakes) {
+  const auto toldBy = [this](std::vector<std::string> words) {
+    words.insert(words.begin(), {"-v", "--cache", cacheFile, "cache"});
+    return ChildProcess::run(VELLORA, words, options).err;
+  };
+  const std::string done = ": done after [0-9]+\\.[0-9][0-9] s\n";
+  const std::string reading = "vellora: reading " + cacheFile + done;
+  EXPECT_THAT(toldBy({"ls"}), MatchesRegex(reading));
+  EXPECT_THAT(toldBy({"export", archive}), MatchesRegex(reading + "vellora: writing " + archive + done));
+  EXPECT_THAT(toldBy({"import", "--replace", archive}),
+              MatchesRegex("vellora: reading " + archive + done + "vellora: storing in " + cacheFile + done));
+  EXPECT_THAT(toldBy({"purge", "--all"}),
+              MatchesRegex(reading + "vellora: deleting from " + cacheFile + done));
+  EXPECT_THAT(toldBy({"delete"}), MatchesRegex("vellora: deleting " + cacheFile + done));
 }
 
 }  // namespace

@@ -216,5 +216,48 @@ TEST_F(DiffCommandTest, WhatIsNeitherServerNorFileIsTold) {
   EXPECT_EQ(vellora({"diff", folder.file("text"), server->url()}).exitCode, 7);
 }
 
+TEST_F(DiffCommandTest, ScriptsGetALineForEachPropertyAndTheColumnsThatTheyWant) {
+  const auto csv = vellora({"-o", "csv", "diff", server->url(), changed->url()});
+  EXPECT_EQ(csv.exitCode, 1) << csv.err;
+  EXPECT_THAT(csv.out, StartsWith("change,what,name,property,before,after\n"
+                                  "changed,type,Account,label,Account,Customer\n"));
+  EXPECT_THAT(csv.out, HasSubstr("\nadded,type,Widget,,,\n"));
+  EXPECT_THAT(vellora({"-o", "tsv", "diff", server->url(), changed->url()}).out,
+              StartsWith("change\twhat\tname\tproperty\tbefore\tafter\nchanged\ttype\tAccount\tlabel\t"));
+  const auto chosen =
+      vellora({"-o", "csv", "--columns", "name,change", "diff", server->url(), changed->url()});
+  EXPECT_THAT(chosen.out, StartsWith("name,change\nAccount,changed\n"));
+}
+
+TEST_F(DiffCommandTest, AColumnThatThereIsNoneOfIsToldBeforeAnybodyIsAsked) {
+  const auto ended = vellora({"--columns", "nmae", "diff", server->url(), changed->url()});
+  EXPECT_EQ(ended.exitCode, 2);
+  EXPECT_EQ(ended.err,
+            "vellora: there is no column nmae; did you mean name?; there are change, what, name, property, "
+            "before, after\n");
+  EXPECT_THAT(server->requests(), IsEmpty());
+}
+
+TEST_F(DiffCommandTest, VerboseTellsOfEachRequestWhichServerGotIt) {
+  fill(cacheFile, *server);
+  const auto ended = vellora({"-v", "diff", cacheFile, changed->url()});
+  EXPECT_EQ(ended.exitCode, 1);
+  EXPECT_THAT(ended.err, testing::ContainsRegex("(^|\n)vellora: " + changed->url() +
+                                                ": GET /services/data/v50.0/sobjects: [0-9]+ bytes after "));
+  EXPECT_THAT(ended.err,
+              AllOf(StartsWith("vellora: reading " + cacheFile + ": done after "),
+                    HasSubstr("\nvellora: " + cacheFile + ": 44 found, 0 missing, from the cache")));
+}
+
+TEST_F(DiffCommandTest, WhoWantsItQuietIsToldNothingOfWhatCouldNotBeAsked) {
+  changed->setFault("/services/data/v50.0/search/layout", Fault::fail(500));
+  const auto ended = vellora({"-q", "diff", server->url(), changed->url()});
+  EXPECT_EQ(ended.exitCode, 5);
+  EXPECT_EQ(ended.err, "");
+  const auto shown = vellora({"--server", server->url(), "--cache", cacheFile, "search-layouts", "Account"});
+  ASSERT_EQ(shown.exitCode, 0);
+  EXPECT_EQ(vellora({"-q", "diff", cacheFile, server->url()}).err, "") << "of types that were not compared";
+}
+
 }  // namespace
 }  // namespace vellora::command

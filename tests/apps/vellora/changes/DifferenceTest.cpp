@@ -12,7 +12,6 @@ using testing::IsEmpty;
 TEST(DifferenceTest, WhatIsAlikeHasNone) {
   const Snapshot same{{{"Account", {{"label", "Account"}}}}, {{"Account", {}}}, {}};
   EXPECT_THAT(differencesBetween(same, same), IsEmpty());
-  EXPECT_EQ(tableOf({}), "");
 }
 
 TEST(DifferenceTest, TypesAndLayoutsAreAddedRemovedAndChanged) {
@@ -51,15 +50,6 @@ TEST(DifferenceTest, PropertiesOfOneNameAreToldApart) {
   ASSERT_EQ(differences.size(), 1U);
   EXPECT_THAT(differences[0].properties,
               ElementsAre(PropertyChange{"Name #2", "M", "O"}, PropertyChange{"Name #3", std::nullopt, "M"}));
-}
-
-TEST(DifferenceTest, TheTableHasALineForEachProperty) {
-  EXPECT_EQ(tableOf({{"type", "A", "changed", {{"label", "A", "B"}, {"colour", std::nullopt, "F00"}}},
-                     {"search layout", "A", "added", {}}}),
-            "CHANGE   WHAT           NAME  PROPERTY  BEFORE  AFTER\n"
-            "changed  type           A     label     A       B\n"
-            "changed  type           A     colour    -       F00\n"
-            "added    search layout  A\n");
 }
 
 }  // namespace

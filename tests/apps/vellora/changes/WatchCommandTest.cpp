@@ -134,7 +134,7 @@ TEST_F(WatchCommandTest, ItPausesAsLongAsItIsToldBetweenRefreshes) {
   arguments.changes.interval = 5;
   arguments.changes.times = 3;
   const CommandCatalog catalog(arguments, host);
-  Watcher watcher(*catalog, arguments, {});
+  Watcher watcher(catalog, arguments, {});
   std::vector<std::size_t> requestsAtPauses;
   const auto pause = [&](std::chrono::duration<double> time) {
     EXPECT_EQ(time, std::chrono::seconds(5));
@@ -143,6 +143,24 @@ TEST_F(WatchCommandTest, ItPausesAsLongAsItIsToldBetweenRefreshes) {
   EXPECT_EQ(watch(watcher, arguments, hostkit::KnownSecrets(), pause), ExitCode::answered);
   EXPECT_THAT(requestsAtPauses, ElementsAre(2, 3));
   EXPECT_EQ(network->count("/services/data/v50.0/sobjects"), 4U);
+}
+
+TEST_F(WatchCommandTest, VerboseTellsOfEachRequestAndOfEachRefresh) {
+  ASSERT_EQ(run({"names", "Account"}).exitCode, 0);
+  const auto ended = run({"-v", "watch", "--times", "1"});
+  EXPECT_EQ(ended.exitCode, 0);
+  EXPECT_THAT(ended.err, StartsWith("vellora: 44 found, 0 missing, from the cache"));
+  EXPECT_THAT(
+      ended.err,
+      ContainsRegex("\nvellora: watching 44 object types, every 60 s; Ctrl-C ends\n(.*\n)*vellora: GET "
+                    "/services/data/v50.0/sobjects: [0-9]+ bytes after "));
+  EXPECT_THAT(ended.err, ContainsRegex("\nvellora: 20[0-9T:Z-]+: no change\n$"));
+}
+
+TEST_F(WatchCommandTest, WhoWantsItQuietIsToldNothingOfWhatNobodyKnowsYet) {
+  const auto ended = run({"-q", "watch", "Widget", "--times", "1"});
+  EXPECT_EQ(ended.exitCode, 0);
+  EXPECT_EQ(ended.err, "");
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ class WatcherTest : public testing::Test {
 };
 
 TEST_F(WatcherTest, ARefreshWithoutChangesBringsNone) {
-  Watcher watcher(*catalog, arguments, {});
+  Watcher watcher(catalog, arguments, {});
   EXPECT_EQ(watcher.begin(), Verdict());
   const auto refreshed = watcher.refresh();
   EXPECT_THAT(refreshed.differences, IsEmpty());
@@ -66,7 +66,7 @@ TEST_F(WatcherTest, ARefreshWithoutChangesBringsNone) {
 }
 
 TEST_F(WatcherTest, EachRefreshIsComparedWithTheOneBefore) {
-  Watcher watcher(*catalog, arguments, {});
+  Watcher watcher(catalog, arguments, {});
   ASSERT_EQ(watcher.begin(), Verdict());
   types(describe("Account", "001", "Customer") + "," + describe("Widget", "900", "Widget"));
   EXPECT_THAT(watcher.refresh().differences,
@@ -78,7 +78,7 @@ TEST_F(WatcherTest, EachRefreshIsComparedWithTheOneBefore) {
 }
 
 TEST_F(WatcherTest, AChangeThatIsNotShownIsToldAsSuch) {
-  Watcher watcher(*catalog, arguments, {});
+  Watcher watcher(catalog, arguments, {});
   ASSERT_EQ(watcher.begin(), Verdict());
   types(describe("Account", "002", "Account"));
   EXPECT_THAT(watcher.refresh().differences,
@@ -87,7 +87,7 @@ TEST_F(WatcherTest, AChangeThatIsNotShownIsToldAsSuch) {
 
 TEST_F(WatcherTest, OfNamedTypesLayoutsAreWatchedToo) {
   types(describe("Account", "001", "Account") + "," + describe("Contact", "003", "Contact"));
-  Watcher watcher(*catalog, arguments, {"Account"});
+  Watcher watcher(catalog, arguments, {"Account"});
   ASSERT_EQ(watcher.begin(), Verdict());
   types(describe("Account", "001", "Account") + "," + describe("Contact", "003", "Person"));
   network->answerPrefix(columnsPath, StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
@@ -96,13 +96,13 @@ TEST_F(WatcherTest, OfNamedTypesLayoutsAreWatchedToo) {
 }
 
 TEST_F(WatcherTest, AnIdStandsForTheTypeOfItsRecord) {
-  Watcher watcher(*catalog, arguments, {"001000000000009"});
+  Watcher watcher(catalog, arguments, {"001000000000009"});
   ASSERT_EQ(watcher.begin(), Verdict());
   EXPECT_THAT(watcher.names(), ElementsAre("Account"));
 }
 
 TEST_F(WatcherTest, ATypeThatIsNotThereYetIsWaitedFor) {
-  Watcher watcher(*catalog, arguments, {"Widget"});
+  Watcher watcher(catalog, arguments, {"Widget"});
   ASSERT_EQ(watcher.begin(), Verdict());
   EXPECT_THAT(watcher.names(), ElementsAre("Widget"));
   types(describe("Widget", "900", "Widget"));
@@ -111,7 +111,7 @@ TEST_F(WatcherTest, ATypeThatIsNotThereYetIsWaitedFor) {
 
 TEST_F(WatcherTest, WhatCouldNotBeAskedIsNoChange) {
   network->answerPrefix(columnsPath, StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
-  Watcher watcher(*catalog, arguments, {"Account"});
+  Watcher watcher(catalog, arguments, {"Account"});
   ASSERT_EQ(watcher.begin(), Verdict());
 
   network->answer(typesPath, StubNetwork::failure(tests::TestError{"no route"}));
@@ -127,7 +127,7 @@ TEST_F(WatcherTest, WhatCouldNotBeAskedIsNoChange) {
 
 TEST_F(WatcherTest, WithoutTypesThereIsNothingToWatch) {
   network->answer(typesPath, StubNetwork::failure(tests::TestError{"no route"}));
-  Watcher watcher(*catalog, arguments, {});
+  Watcher watcher(catalog, arguments, {});
   EXPECT_EQ(watcher.begin().exit, ExitCode::requestFailed);
 }
 

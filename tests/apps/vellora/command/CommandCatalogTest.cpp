@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "hostkit/cache/memory/MemoryCache.h"
+#include "hostkit/secrets/KnownSecrets.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/StubNetwork.h"
 #include "tests/apps/vellora/CommandFixture.h"
@@ -14,6 +15,7 @@
 namespace vellora::command {
 namespace {
 
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
@@ -82,6 +84,22 @@ TEST_F(ImpatientCommandTest, AServerThatIsNotThereIsToldThoughTheWaitIsLong) {
   const auto ended = run({"--wait", "100000", "search-layouts", "Account"});
   EXPECT_EQ(ended.exitCode, 5);
   EXPECT_THAT(ended.err, HasSubstr("vellora: no search layout for Account: "));
+}
+
+TEST(NamedCatalogTest, ASecondQuestionIsToldOfLikeTheFirst) {
+  Arguments arguments;
+  arguments.output.talk = Talk::verbose;
+  const auto network = std::make_shared<StubNetwork>();
+  network->answerPrefix(columnsPath, StubNetwork::body("[]"));
+  const RequiredAPI host{network, std::make_shared<hostkit::MemoryCache>(),
+                         std::make_shared<testkit::RecordingLogger>()};
+  const CommandCatalog catalog(arguments, host, std::make_shared<hostkit::KnownSecrets>(), "work");
+  testing::internal::CaptureStderr();
+  catalog.answerTo(&Catalog::searchColumns, Keys{"Account"}, QuestionOptions());
+  catalog.answerTo(&Catalog::searchColumns, Keys{"Contact"}, QuestionOptions());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              ContainsRegex("^(vellora: work: GET /services/data/v50.0/search/layout: 2 bytes after [^\n]+\n"
+                            "vellora: work: 0 found, 1 missing,[^\n]+\n){2}$"));
 }
 
 }  // namespace

@@ -32,5 +32,17 @@ TEST(NarrationTest, TellsWhereAnAnswerCameFromAndHowOldItIs) {
   EXPECT_EQ(narrationOf(report), "4 found, 3 missing, from the cache, 5 minutes old, after 0.02 s");
 }
 
+TEST(NarrationTest, OfARefreshTellsHowManyTypesHaveChanged) {
+  QuestionReport report;
+  report.question.kind = QuestionKind::refresh;
+  report.time = std::chrono::milliseconds(20);
+  report.found = 3;
+  EXPECT_EQ(narrationOf(report), "3 changed, after 0.02 s");
+}
+
+TEST(NarrationTest, TellsHowLongWorkOnAFileTook) {
+  EXPECT_EQ(narrationOf("reading /a", std::chrono::milliseconds(456)), "reading /a: done after 0.46 s");
+}
+
 }  // namespace
 }  // namespace vellora::command

@@ -85,5 +85,29 @@ TEST_F(RequestsUnderWayTest, WaitsForTheReportsBeforeTheEndOfTheQuestion) {
   EXPECT_EQ(oldest.get(), "/one");
 }
 
+TEST_F(RequestsUnderWayTest, OfQuestionsOneAfterTheOtherTheLastOneIsToldOf) {
+  requests.questionAsked();
+  send("/first");
+  endQuestion();
+  EXPECT_EQ(requests.oldest(), "/first");
+  answer("/first");
+  requests.questionAsked();
+  send("/second");
+  EXPECT_EQ(requests.oldestYet(), "/second");
+  answer("/second");
+  endQuestion();
+  EXPECT_EQ(requests.oldest(), std::nullopt);
+}
+
+TEST_F(RequestsUnderWayTest, WaitsForTheEndOfTheLastQuestion) {
+  requests.questionAsked();
+  endQuestion();
+  requests.questionAsked();
+  auto oldest = std::async(std::launch::async, [this] { return requests.oldest(); });
+  send("/one");
+  endQuestion();
+  EXPECT_EQ(oldest.get(), "/one");
+}
+
 }  // namespace
 }  // namespace vellora::command

@@ -274,6 +274,15 @@ TEST_F(PresentationCommandTest, StatusTellsTheStateAndTheAgesOfTheCaches) {
   EXPECT_EQ(table.err, "") << "no progress where nobody looks";
 }
 
+TEST_F(PresentationCommandTest, StatusTellsOfEachRequestWhoWantsToFollow) {
+  const auto ended = run({"-v", "status"});
+  EXPECT_EQ(ended.exitCode, 0);
+  for (const std::string path : {"sobjects", "theme"})
+    EXPECT_THAT(ended.err, ContainsRegex("(^|\n)vellora: GET /services/data/v50.0/" + path +
+                                         ": [0-9]+ bytes after [0-9.]+ s\n"));
+  EXPECT_THAT(ended.err, ContainsRegex("\nvellora: 44 found, 0 missing, from the server,[^\n]*\n$"));
+}
+
 TEST_F(PresentationCommandTest, StatusOfAServerThatIsNotThereIsExitCodeFive) {
   server->stop();
   const auto ended = run({"--json", "status"});
