@@ -34,12 +34,12 @@ bool remove(SQLiteCache& cache, const CacheListing& listing) {
 }  // namespace
 
 std::vector<CacheListing> doomed(const std::vector<CacheListing>& listings, const CacheArguments& cache) {
-  if (cache.all) return listings;
   std::vector<CacheListing> found;
   if (cache.expired) {
     std::copy_if(listings.begin(), listings.end(), std::back_inserter(found), isUseless);
     return found;
   }
+  if (cache.all) return listings;
   for (const auto& name : cache.entries) {
     for (const auto& listing : entriesNamed(name, listings)) {
       if (!isIn(found, listing)) found.push_back(listing);

@@ -10,6 +10,10 @@ using Command = Arguments::Command;
 std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
   if (arguments.cache.action == Action::list && arguments.cache.all && !arguments.cacheFile.empty())
     return "ls --all lists the files that are kept by default: leave out --cache";
+  if (arguments.cache.everyFile && !arguments.cache.entries.empty()) {
+    return "entries are deleted in one file: name it with --cache FILE, or by the --server URL whose default "
+           "cache it is, and leave out --all";
+  }
   if (arguments.cache.everyFile) return std::nullopt;
   if (arguments.cacheFile.empty() && arguments.server.empty()) {
     return "no cache file: give --cache FILE, or the --server URL whose default cache it is";

@@ -14,7 +14,7 @@ struct CacheArguments {
   bool all = false;                  ///< purge: everything; ls: every file that is kept by default
   bool names = false;                ///< ls: the names of the entries alone
   bool everyFile = false;            ///< ls and purge: of every file that is kept by default, as `all` has it
-  bool expired = false;              ///< purge: what is expired, outdated or damaged
+  bool expired = false;              ///< purge: only what is expired, outdated or damaged
   std::string file = "-";            ///< to export to or import from; "-" is standard output or input
   bool replace = false;              ///< export over a file, import over entries
   bool fresh = false;                ///< import: as if fetched now

@@ -85,7 +85,10 @@ void addActionsOnEntries(CLI::App& group, CacheArguments& cache) {
   addAction(group, cache, "verify", "Whether anything in the file is damaged", Action::verify);
   auto* purge = addAction(group, cache, "purge", "Deletes entries", Action::purge);
   purge->add_option("ENTRY", cache.entries, "Entries to delete, as ls names them, such as layout/Account");
-  purge->add_flag("--expired", cache.expired, "Delete all that is expired, outdated or damaged")
+  purge
+      ->add_flag("--expired", cache.expired,
+                 "Delete all that is expired, outdated or damaged; with --all in every file that is kept by "
+                 "default")
       ->disable_flag_override();
   purge
       ->add_flag(

@@ -59,6 +59,24 @@ TEST_F(EveryFileTest, PurgeAllEmptiesEveryFileThatIsKept) {
                            "\n"));
 }
 
+TEST_F(EveryFileTest, PurgeAllExpiredLeavesWhatIsFreshInEveryFile) {
+  EXPECT_THAT(vellora({"cache", "purge", "--all", "--expired"}).out,
+              MatchesRegex(kept + "/[^:]+: deleted 0 entries\n" + kept + "/[^:]+: deleted 0 entries\n"));
+  EXPECT_THAT(listOf(*server), HasSubstr("layout/Account\n"));
+  EXPECT_THAT(vellora({"--cache-timeout", "0", "cache", "purge", "--expired", "--all"}).out,
+              MatchesRegex(kept + "/[^:]+: deleted 1 entry\n" + kept + "/[^:]+: deleted 1 entry\n"));
+  EXPECT_THAT(listOf(*server), Not(HasSubstr("layout/Account\n")));
+}
+
+TEST_F(EveryFileTest, AnEntryIsNotDeletedInEveryFile) {
+  const auto ended = vellora({"cache", "purge", "--all", "layout/Account"});
+  EXPECT_EQ(ended.exitCode, 2);
+  EXPECT_EQ(ended.out, "");
+  EXPECT_THAT(ended.err, HasSubstr("entries are deleted in one file"));
+  EXPECT_THAT(listOf(*server), HasSubstr("layout/Account\n"));
+  EXPECT_THAT(listOf(*other), HasSubstr("layout/Contact\n"));
+}
+
 TEST_F(EveryFileTest, PurgeAllOfOneServerLeavesTheOthers) {
   EXPECT_EQ(vellora({"--server", server->url(), "cache", "purge", "--all"}).out, "deleted 2 entries\n");
   EXPECT_EQ(listOf(*server), "");

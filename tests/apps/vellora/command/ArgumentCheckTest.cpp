@@ -59,6 +59,28 @@ TEST_F(ArgumentCheckTest, TheLinesOfWatchAreJsonLines) {
   EXPECT_THAT(complaintAbout(arguments), Optional(HasSubstr("prints a table or JSON")));
 }
 
+TEST_F(ArgumentCheckTest, DifferencesAreRows) {
+  arguments.command = Command::diff;
+  for (const auto format : {Format::csv, Format::tsv, Format::jsonl, Format::table}) {
+    arguments.output.format = format;
+    arguments.output.columns = {"name"};
+    EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+  }
+}
+
+TEST_F(ArgumentCheckTest, OfEveryFileAllIsDeletedOrAllThatIsExpiredAndNoEntryByItsName) {
+  arguments.command = Command::cache;
+  arguments.server.clear();
+  arguments.cache.action = CacheArguments::Action::purge;
+  arguments.cache.all = true;
+  arguments.cache.everyFile = true;
+  arguments.cache.expired = true;
+  EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+  arguments.cache.expired = false;
+  arguments.cache.entries = {"type/Account"};
+  EXPECT_THAT(complaintAbout(arguments), Optional(HasSubstr("entries are deleted in one file")));
+}
+
 TEST_F(ArgumentCheckTest, JsonAndAnotherFormatContradictEachOther) {
   arguments.json = true;
   arguments.output.format = Format::json;
