@@ -22,7 +22,6 @@
 #include "apps/vellora/command/NearestName.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/TextTable.h"
-#include "apps/vellora/command/Token.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
 #include "vellora/Platform/Json/Json.h"
@@ -168,9 +167,7 @@ ExitCode run(const Arguments& arguments) {
 
 ExitCode runCacheCommand(const Arguments& arguments) {
   if (arguments.cache.everyFile) return runOnEveryFile(arguments);
-  const auto token = tokenOf(arguments);
-  if (const auto* problem = std::get_if<Problem>(&token)) return complain(*problem);
-  const auto place = cachePlace(arguments, std::get<0>(token));
+  const auto place = cachePlace(arguments);
   if (const auto* problem = std::get_if<Problem>(&place)) return complain(*problem);
   Arguments placed = arguments;
   placed.cacheFile = std::get<0>(place).file;

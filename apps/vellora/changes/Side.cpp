@@ -11,7 +11,6 @@
 #include "apps/vellora/command/Errand.h"
 #include "apps/vellora/command/NamedServers.h"
 #include "apps/vellora/command/Output.h"
-#include "apps/vellora/command/Token.h"
 #include "hostkit/cache/CacheArchive.h"
 #include "hostkit/cache/memory/MemoryCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
@@ -86,13 +85,11 @@ std::variant<Side, Problem> openCache(const std::string& text, const std::string
 
 std::variant<Side, Problem> openCacheOf(const std::string& text, Arguments arguments) {
   if (auto problem = chooseServer(text.substr(cacheOf.size()), arguments)) return *std::move(problem);
-  const auto token = tokenOf(arguments);
-  if (const auto* problem = std::get_if<Problem>(&token)) return *problem;
   const auto file = defaultCacheFile(arguments.server);
   if (!file) return noCacheFolder();
   arguments.cacheFile = *file;
   arguments.usesDefaultCache = true;
-  const auto place = cachePlace(arguments, std::get<0>(token));
+  const auto place = cachePlace(arguments);
   if (const auto* problem = std::get_if<Problem>(&place)) return *problem;
   return openCache(text, std::get<0>(place).file, arguments.server, arguments);
 }

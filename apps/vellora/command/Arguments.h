@@ -39,6 +39,7 @@ struct Arguments {
   std::vector<std::string>
       tokenCommand;        ///< the program that prints the token, and its arguments; may be empty
   std::string tokenPlace;  ///< where the configuration names either, as FILE:LINE; empty when an option does
+  std::string account;     ///< the server's name in the configuration, where the token is the one named there
   std::string theme = "light";
   std::string cacheFile;          ///< the one that was given, else the server's for those without a token
   bool usesDefaultCache = false;  ///< none was given, so that a token has one of its own

@@ -36,8 +36,9 @@ Problem unknown(const std::string& name, const Configuration& configuration) {
   return usage(what + " in " + configuration.file + ", but " + namesIn(configuration));
 }
 
-std::optional<Problem> use(const Configuration& configuration, const NamedServer& server, const Given& given,
+std::optional<Problem> use(const Configuration& configuration, const std::string& name, const Given& given,
                            Arguments& arguments) {
+  const NamedServer& server = configuration.servers.at(name);
   arguments.server = server.address;
   if (server.theme && !given.theme) arguments.theme = *server.theme;
   if (given.token) return std::nullopt;
@@ -46,6 +47,7 @@ std::optional<Problem> use(const Configuration& configuration, const NamedServer
   arguments.tokenFile = server.tokenFile;
   arguments.tokenCommand = server.tokenCommand;
   arguments.tokenPlace = server.tokenPlace;
+  if (!server.tokenPlace.empty()) arguments.account = name;
   return std::nullopt;
 }
 
@@ -64,9 +66,9 @@ std::optional<Problem> useNamedServer(Arguments& arguments, const Given& given) 
   if (configuration.otherWriter) arguments.notes.push_back(warningOf(configuration, ""));
   if (arguments.server.empty()) arguments.server = configuration.server.value_or("");
   if (!mayBeAName(arguments.server) || arguments.server.empty()) return std::nullopt;
-  const auto server = configuration.servers.find(arguments.server);
-  if (server == configuration.servers.end()) return unknown(arguments.server, configuration);
-  return use(configuration, server->second, given, arguments);
+  const std::string name = arguments.server;
+  if (!configuration.servers.contains(name)) return unknown(name, configuration);
+  return use(configuration, name, given, arguments);
 }
 
 }  // namespace vellora::command

@@ -39,6 +39,14 @@ Result<Log> openLog(const Arguments& arguments, const Secrets& secrets) {
   return Log(std::make_shared<hostkit::RedactingLogger>(secrets, std::move(sink).value()));
 }
 
+/// No token where the cache alone is asked, which is found without it.
+std::variant<std::optional<std::string>, Problem> tokenIfNeeded(const Arguments& arguments) {
+  const bool asksServer =
+      arguments.source != Source::cacheOnly || arguments.command == Arguments::Command::explore;
+  if (!asksServer && !isPlacedByToken(arguments)) return std::nullopt;
+  return tokenOf(arguments);
+}
+
 /// The way to the server, on which equal requests travel once.
 std::variant<std::shared_ptr<CorvaneSDK::Network>, Problem> openNetwork(
     const Arguments& arguments, const std::optional<std::string>& token, const Secrets& secrets) {
@@ -81,7 +89,7 @@ std::variant<std::shared_ptr<CorvaneSDK::Cache>, Problem> openCache(
 
 std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& arguments,
                                                               std::shared_ptr<CorvaneSDK::Cache> given) {
-  const auto token = tokenOf(arguments);
+  const auto token = tokenIfNeeded(arguments);
   if (const auto* problem = std::get_if<Problem>(&token)) return *problem;
 
   const auto secrets = std::make_shared<hostkit::KnownSecrets>();

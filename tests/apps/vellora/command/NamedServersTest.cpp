@@ -145,13 +145,34 @@ TEST_F(NamedServersTokenTest, TheTokenComesFromAFileOrFromAProgram) {
   EXPECT_THAT(canary.filesIn(folder.path()), IsEmpty());
 }
 
-TEST_F(NamedServersTokenTest, BothOfOneServerShareItsDefaultCache) {
+TEST_F(NamedServersTokenTest, EachNameHasADefaultCacheOfItsOwnWhichARenewedTokenFinds) {
   configure(serverTable("filed", "token_file = \"" + tokenFile + "\"\n") +
             serverTable("printed", commandThatPrintsIt()));
   ASSERT_EQ(vellora({"--server", "filed", "names", "Account"}).exitCode, 0);
-  const auto listed = vellora({"--server", "printed", "cache", "ls"});
+  EXPECT_EQ(vellora({"--server", "printed", "cache", "ls"}).exitCode, 7);
+  std::ofstream(tokenFile) << "renewed";
+  server->clearRequests();
+  EXPECT_EQ(vellora({"--server", "filed", "names", "Account"}).exitCode, 0);
+  EXPECT_THAT(server->requests(), IsEmpty());
+  const auto listed = vellora({"--server", "filed", "cache", "ls", "--names"});
   EXPECT_EQ(listed.exitCode, 0) << listed.err;
-  EXPECT_EQ(listed.out, vellora({"--server", "filed", "cache", "ls"}).out);
+  EXPECT_THAT(listed.out, HasSubstr("type/Account\n"));
+}
+
+TEST_F(NamedServersTokenTest, TheCacheAloneIsAskedWithoutRunningTheTokenCommand) {
+  configure(serverTable("work", commandThatPrintsIt()));
+  ASSERT_EQ(vellora({"--server", "work", "names", "Account"}).exitCode, 0);
+  configure(serverTable("work", "token_command = [\"false\"]\n"));
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"--offline", "names", "Account"},
+                                                {"--offline", "status"},
+                                                {"cache", "ls"},
+                                                {"diff", "cache:work", "cache:work"}}) {
+    auto named = words;
+    if (named[0] != "diff") named.insert(named.begin(), {"--server", "work"});
+    const auto ended = vellora(named);
+    EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  }
+  EXPECT_EQ(vellora({"--server", "work", "names", "Account"}).exitCode, 2) << "the server needs its token";
 }
 
 TEST_F(NamedServersTokenTest, AnOptionOrAVariableReplacesTheTokenCommand) {
