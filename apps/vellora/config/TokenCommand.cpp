@@ -80,49 +80,49 @@ class Start {
   posix_spawnattr_t attributes_{};
 };
 
+constexpr int turn = 5;  // milliseconds, between two looks at the program
+
 /// A program that runs, and is killed if it still does in the end.
 class Running {
  public:
   explicit Running(pid_t process) : process_(process) {}
   ~Running() {
-    if (hasEnded_) return;
+    if (status_) return;
     ::kill(process_, SIGKILL);
     ::waitpid(process_, nullptr, 0);
   }
   Running(const Running&) = delete;
   Running& operator=(const Running&) = delete;
 
-  /// How it ended; no value when it had not by then.
+  /// How it ended; no value while it runs.
+  [[nodiscard]] std::optional<int> status() {
+    int how = 0;
+    if (!status_ && ::waitpid(process_, &how, WNOHANG) == process_) status_ = how;
+    return status_;
+  }
+
+  /// The same; no value when it had not ended by then.
   [[nodiscard]] std::optional<int> waitUntil(Clock::time_point end) {
-    constexpr int pause = 5;  // milliseconds
-    int status = 0;
-    for (;;) {
-      const pid_t ended = ::waitpid(process_, &status, WNOHANG);
-      hasEnded_ = ended == process_;
-      if (hasEnded_) return status;
-      if (Clock::now() >= end) return std::nullopt;
-      ::poll(nullptr, 0, pause);
-    }
+    while (!status() && Clock::now() < end) ::poll(nullptr, 0, turn);
+    return status_;
   }
 
  private:
   const pid_t process_;
-  bool hasEnded_ = false;
+  std::optional<int> status_;
 };
 
-int millisecondsUntil(Clock::time_point end) {
-  const std::chrono::duration<double, std::milli> left = end - Clock::now();
-  return static_cast<int>(std::clamp(std::ceil(left.count()), 0.0, 60'000.0));
-}
-
-/// What comes out of the pipe until it is closed, up to one byte more than `most`; no value when it was not
-/// closed by then.
-std::optional<std::string> readUntil(Clock::time_point end, int descriptor, std::size_t most) {
+/// What comes out of the pipe until it is closed or the program has ended, whose children may keep it open;
+/// up to one byte more than `most`. No value when neither was so by then.
+std::optional<std::string> readUntil(Clock::time_point end, int descriptor, std::size_t most,
+                                     Running& running) {
   std::string text;
   char bytes[4096];
   while (text.size() <= most) {
+    const bool hasEnded = running.status().has_value();  // so all that it wrote is in the pipe
     pollfd waiting{descriptor, POLLIN, 0};
-    const int ready = ::poll(&waiting, 1, millisecondsUntil(end));
+    const int ready = ::poll(&waiting, 1, hasEnded ? 0 : turn);
+    if (ready <= 0 && hasEnded) break;
     if (ready <= 0 && Clock::now() >= end) return std::nullopt;
     if (ready <= 0) continue;
     const auto count = ::read(descriptor, bytes, std::min(sizeof bytes, most + 1 - text.size()));
@@ -170,7 +170,7 @@ std::variant<std::string, TokenCommandFailure> tokenPrintedBy(const std::vector<
   pipe.closeWriting();
   Running running(process);
   constexpr std::size_t lineEnd = 2;
-  auto token = readUntil(end, pipe.reading, longest + lineEnd);
+  auto token = readUntil(end, pipe.reading, longest + lineEnd, running);
   const bool isCut = token && token->size() > longest + lineEnd;
   const auto status = token && !isCut ? running.waitUntil(end) : std::nullopt;
   if (!status && !isCut) return TokenCommandFailure{"did not end within " + secondsText(atMost)};

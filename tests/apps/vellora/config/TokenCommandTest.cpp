@@ -79,6 +79,16 @@ TEST(TokenCommandTest, AProgramThatClosesItsOutputAndGoesOnIsKilled) {
             "failed: did not end within 0.2 s");
 }
 
+TEST(TokenCommandTest, AChildThatItLeavesBehindHoldsNothingUp) {
+  const tests::TemporaryFolder folder;
+  const std::string pid = folder.file("pid");
+  EXPECT_EQ(printedBy({"sh", "-c", "sleep 1000000 & echo $! > \"$0\"; echo abc", pid}, duration<double>(60)),
+            "abc");
+  long child = 0;
+  ASSERT_TRUE(std::ifstream(pid) >> child);
+  ::kill(static_cast<pid_t>(child), SIGKILL);
+}
+
 TEST(TokenCommandTest, AProgramMayWriteToAPipeThatNobodyReads) {
   // It gets the signal that ends it then, which the command itself ignores.
   struct sigaction ignore {};
