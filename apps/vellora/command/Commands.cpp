@@ -52,7 +52,7 @@ void addChanges(CLI::App& app, Arguments& arguments) {
       ->capture_default_str()
       ->type_name("SECONDS");
   watching->add_option("--times", changes.times, "End after so many refreshes; by default never")
-      ->check(aNumber())
+      ->check(aCount())
       ->type_name("NUMBER");
   auto* comparing =
       addCommand(app, arguments, "diff",

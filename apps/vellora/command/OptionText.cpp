@@ -42,6 +42,16 @@ TextCheck aPort() {
   };
 }
 
+TextCheck aCount() {
+  return [](const std::string& text) -> std::string {
+    std::uint64_t count = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, count);
+    const bool isCount = error == std::errc() && end == last && count > 0;
+    return isCount ? "" : "must be a whole number above 0";
+  };
+}
+
 TextCheck oneOf(std::vector<std::string> words) {
   return [words = std::move(words)](const std::string& text) -> std::string {
     for (const auto& word : words) {

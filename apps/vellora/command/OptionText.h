@@ -16,6 +16,9 @@ using TextCheck = std::function<std::string(const std::string& text)>;
 /// Admits the numbers of ports, and 0 for a free one.
 [[nodiscard]] TextCheck aPort();
 
+/// A whole number above 0.
+[[nodiscard]] TextCheck aCount();
+
 /// Admits these words; names them, and the nearest, to whoever gave another.
 [[nodiscard]] TextCheck oneOf(std::vector<std::string> words);
 

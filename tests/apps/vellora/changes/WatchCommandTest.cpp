@@ -124,6 +124,16 @@ TEST_F(WatchCommandTest, AnIntervalIsANumberOfSeconds) {
   EXPECT_THAT(ended.err, HasSubstr("--interval must be a number of seconds, 0 or more"));
 }
 
+TEST_F(WatchCommandTest, ItEndsAfterOneRefreshAtLeast) {
+  for (const std::string times : {"0", "-1", "1.5", "many"}) {
+    const auto ended = run({"watch", "--times", times});
+    EXPECT_EQ(ended.exitCode, 2) << times;
+    EXPECT_THAT(ended.err, StartsWith("vellora: --times: must be a whole number above 0"));
+  }
+  options.environment["VELLORA_TIMES"] = "-1";
+  EXPECT_EQ(run({"watch"}).exitCode, 2);
+}
+
 TEST_F(WatchCommandTest, ItPausesAsLongAsItIsToldBetweenRefreshes) {
   const auto network = std::make_shared<StubNetwork>();
   network->answer("/services/data/v50.0/sobjects", StubNetwork::body(R"({"sobjects":[]})"));

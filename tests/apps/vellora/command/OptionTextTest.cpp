@@ -18,6 +18,12 @@ TEST(OptionTextTest, APortHasSixteenBits) {
     EXPECT_EQ(aPort()(text), "must be a number from 0 to 65535") << text;
 }
 
+TEST(OptionTextTest, ACountIsAWholeNumberAboveZero) {
+  for (const std::string text : {"1", "20"}) EXPECT_EQ(aCount()(text), "") << text;
+  for (const std::string text : {"", "0", "-1", "1.5", "1e3", "99999999999999999999"})
+    EXPECT_EQ(aCount()(text), "must be a whole number above 0") << text;
+}
+
 TEST(OptionTextTest, AChoiceNamesWhatThereIsAndTheNearest) {
   const auto level = oneOf({"off", "error", "info"});
   EXPECT_EQ(level("info"), "");
