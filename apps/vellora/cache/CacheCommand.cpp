@@ -58,16 +58,25 @@ struct DeletedFile {
   static constexpr auto fields() { return std::tuple(json::field("deleted", &DeletedFile::deleted)); }
 };
 
+/// Which of the entries was probably meant, as a question behind a complaint.
+std::string meantBy(const std::string& name, const std::vector<CacheListing>& listings) {
+  std::vector<std::string> names;
+  for (const auto& listing : listings) names.push_back(shortName(listing.entry));
+  const auto near = nearestName(name, names);
+  return near ? "; did you mean " + keyText(*near) + "?" : "; vellora cache ls names what is";
+}
+
 /// Complains of the names that none of `listings` bears.
 ExitCode judgeMissing(const std::vector<std::string>& names, const std::vector<CacheListing>& listings) {
   std::string missing;
+  std::string first;
   for (const auto& name : names) {
-    if (entriesNamed(name, listings).empty())
-      missing.append(missing.empty() ? "" : ", ").append(keyText(name));
+    if (!entriesNamed(name, listings).empty()) continue;
+    if (first.empty()) first = name;
+    missing.append(missing.empty() ? "" : ", ").append(keyText(name));
   }
   if (missing.empty()) return ExitCode::answered;
-  return complain(
-      {ExitCode::someMissing, "not in the cache: " + missing + "; vellora cache ls names what is"});
+  return complain({ExitCode::someMissing, "not in the cache: " + missing + meantBy(first, listings)});
 }
 
 ExitCode show(const Arguments& arguments, const std::vector<CacheListing>& listings) {

@@ -31,10 +31,11 @@ std::size_t corrections(std::string_view from, std::string_view to) {
   return at(from.size(), to.size());
 }
 
-/// Half of the letters and three corrections at most: more is another word.
+/// Half of the letters and three corrections at most, and three of a long word only: more is another word.
 bool isNear(std::size_t count, std::size_t letters) {
   constexpr std::size_t most = 3;
-  return count <= most && 2 * count <= letters;
+  constexpr std::size_t manyLetters = 8;
+  return count <= most && 2 * count <= letters && (count < most || letters >= manyLetters);
 }
 
 std::optional<std::string> onlyOneThatBeginsWith(std::string_view beginning,

@@ -33,13 +33,24 @@ std::string meant(const std::optional<std::string>& name, const std::string& bef
   return name ? "; did you mean " + before + *name + "?" : std::string();
 }
 
+std::string_view withoutHyphens(std::string_view option) {
+  return option.substr(std::min(option.size(), option.find_first_not_of('-')));
+}
+
+/// The hyphens are right in every option, and so they bring none nearer.
+std::vector<std::string> withoutHyphens(const std::vector<std::string>& options) {
+  std::vector<std::string> names;
+  for (const auto& option : options) names.emplace_back(withoutHyphens(option));
+  return names;
+}
+
 std::string unknownOption(std::string_view word, const MisreadLine& line) {
   const auto name = word.substr(0, word.find('='));
   if (!isNameLike(name)) return "there is an option that vellora does not know";
   const std::string text = "there is no option " + std::string(name);
   // The command line can be read by every user of the machine.
   if (name == "--token") return text + "; put the token into a file, and give --token-file FILE";
-  return text + meant(nearestName(name, line.options));
+  return text + meant(nearestName(withoutHyphens(name), withoutHyphens(line.options)), "--");
 }
 
 std::string unknownCommand(std::string_view word, const MisreadLine& line) {
@@ -62,7 +73,8 @@ std::string usageError(const MisreadLine& line) {
   const std::string& first = line.unknown.front();
   if (isOption(first)) return unknownOption(first, line);
   if (!line.commands.empty()) return unknownCommand(first, line);
-  return line.path.empty() ? "there is a word too many" : joined(line.path, " ") + " takes fewer words";
+  const std::string place = line.path.empty() ? "" : " before or behind " + joined(line.path, " ");
+  return "there is a word too many" + place;
 }
 
 }  // namespace vellora::command

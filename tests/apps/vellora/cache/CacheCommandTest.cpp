@@ -105,6 +105,11 @@ TEST_F(CacheCommandTest, ShowNamesWhatIsNotThere) {
   EXPECT_EQ(ended.err, "vellora: not in the cache: nothing, \"\"; vellora cache ls names what is\n");
 }
 
+TEST_F(CacheCommandTest, ShowNamesTheEntryThatWasProbablyMeant) {
+  EXPECT_EQ(cache({"show", "layout/account"}).err,
+            "vellora: not in the cache: layout/account; did you mean layout/Account?\n");
+}
+
 TEST_F(CacheCommandTest, VerifyTellsASoundFile) {
   const auto ended = cache({"verify"});
   EXPECT_EQ(ended.exitCode, 0) << ended.err;

@@ -111,6 +111,13 @@ TEST_F(ArgumentsTest, AVariableOfTheOutputIsForTheCommandsThatCanDoIt) {
             "this command prints a table or JSON: give --output table or --output json; see vellora --help");
 }
 
+TEST_F(ArgumentsTest, HyphensBringNoOptionNearer) {
+  EXPECT_EQ(problemOf({"--tokn", "x", "list"}), "there is no option --tokn; see vellora --help");
+  EXPECT_EQ(problemOf({"--bearer", "x", "list"}), "there is no option --bearer; see vellora --help");
+  EXPECT_EQ(problemOf({"--wiat", "1", "list"}),
+            "there is no option --wiat; did you mean --wait?; see vellora --help");
+}
+
 TEST_F(ArgumentsTest, WhatContradictsItselfIsRefused) {
   EXPECT_EQ(problemOf({"--server", "http://h", "--offline", "--refresh", "list"}),
             "--offline excludes --refresh; see vellora --help");

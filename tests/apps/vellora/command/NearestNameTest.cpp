@@ -38,6 +38,7 @@ TEST(NearestNameTest, TheOnlyOneThatBeginsSoIsMeant) {
 TEST(NearestNameTest, AnotherWordMeansNone) {
   EXPECT_EQ(nearestName("Nonsense", types), std::nullopt);
   EXPECT_EQ(nearestName("x", {"ls", "y"}), std::nullopt);
+  EXPECT_EQ(nearestName("bearer", {"server"}), std::nullopt) << "three of six letters";
   EXPECT_EQ(nearestName("", types), std::nullopt);
   EXPECT_EQ(nearestName("Account", {}), std::nullopt);
   EXPECT_EQ(nearestName(std::string(10'000'000, 'A'), types), std::nullopt);

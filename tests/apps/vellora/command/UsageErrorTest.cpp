@@ -64,7 +64,7 @@ TEST(UsageErrorTest, AWordTooManyIsNotRepeated) {
   EXPECT_EQ(
       usageError(
           {.unknown = {"secret"}, .path = {"cache", "ls"}, .commands = {}, .options = {}, .complaint = {}}),
-      "cache ls takes fewer words");
+      "there is a word too many before or behind cache ls");
 }
 
 TEST(UsageErrorTest, TheParsersOwnComplaintIsTakenWhereEveryWordIsKnown) {
