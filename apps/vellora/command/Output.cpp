@@ -3,6 +3,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <iostream>
@@ -73,8 +74,10 @@ std::string Style::swatch(std::string_view color) const {
 }
 
 bool print(std::string_view text) {
+  errno = 0;
   std::cout << text << std::flush;
-  if (!std::cout) complain({ExitCode::unexpected, "cannot write to standard output"});
+  const bool hasSeenEnough = errno == EPIPE;  // a reader such as head(1)
+  if (!std::cout && !hasSeenEnough) complain({ExitCode::unexpected, "cannot write to standard output"});
   return static_cast<bool>(std::cout);
 }
 

@@ -51,7 +51,8 @@ class Style {
 /// empty one takes it away.
 void showProgress(std::string_view line, std::size_t mostColumns);
 
-/// Writes to standard output, at once. False, after a complaint, when that cannot be written to.
+/// Writes to standard output, at once. False, after a complaint, when that cannot be written to; there is
+/// none where the reader has gone.
 [[nodiscard]] bool print(std::string_view text);
 
 /// The same with the exit code that follows: `answered` or `unexpected`.

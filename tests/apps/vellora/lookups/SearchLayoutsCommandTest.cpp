@@ -177,10 +177,11 @@ TEST_F(SearchLayoutsCommandTest, WhenTheWaitRunsOutItSaysSo) {
   const auto ended = run({"--json", "--wait", "0.3", "search-layouts", "Account"});
   EXPECT_EQ(ended.exitCode, 5);
   EXPECT_EQ(ended.out, "null\n");
-  EXPECT_EQ(
-      ended.err,
-      "vellora: no search layout for Account: no answer to /services/data/v50.0/search/layout within 0.3 s; "
-      "give it longer with --wait SECONDS\n");
+  // A busy machine may not have sent the request by then.
+  EXPECT_THAT(ended.err,
+              testing::MatchesRegex("vellora: no search layout for Account: no answer( to "
+                                    "/services/data/v50.0/search/layout)? within 0.3 s; give it longer with "
+                                    "--wait SECONDS\n"));
 }
 
 TEST_F(SearchLayoutsCommandTest, ControlCEndsItAtOnceWithExitCode130) {
@@ -291,14 +292,15 @@ TEST_F(SearchLayoutsCommandTest, ALogFileThatCannotBeWrittenIsAUsageError) {
 /// A command whose output cannot be written, because of what the shell did `before` and where it goes.
 class UnwritableOutputTest : public CommandFixture {
  protected:
-  void expectAnError(const std::string& before, const std::string& output) const {
+  void expectAnError(const std::string& before, const std::string& output,
+                     const std::string& told = "vellora: cannot write to standard output\n") const {
     const auto ended =
         ChildProcess::run("/bin/sh",
                           {"-c", before + "'" VELLORA "' --server " + server->url() + " --cache " +
                                      cacheFile + " search-layouts Account " + output + "; echo exit $?"},
                           options);
     EXPECT_EQ(ended.out, "exit 1\n");
-    EXPECT_EQ(ended.err, "vellora: cannot write to standard output\n");
+    EXPECT_EQ(ended.err, told);
   }
 };
 
@@ -306,9 +308,9 @@ TEST_F(UnwritableOutputTest, AFullDiskIsAnError) {
   expectAnError("", "> /dev/full");
 }
 
-TEST_F(UnwritableOutputTest, AReaderThatLeftIsAnErrorNotACrash) {
+TEST_F(UnwritableOutputTest, AReaderThatLeftIsAnExitCodeNotACrash) {
   const std::string pipe = "'" + folder.file("pipe") + "'";
-  expectAnError("mkfifo " + pipe + "; exec 3<>" + pipe + " 4>" + pipe + " 3<&-; ", ">&4");
+  expectAnError("mkfifo " + pipe + "; exec 3<>" + pipe + " 4>" + pipe + " 3<&-; ", ">&4", "");
 }
 
 }  // namespace
