@@ -57,7 +57,7 @@ Wording wordingOf(Kind kind) {
     case Kind::timedOut:
       return {"no answer in time from ", "try again, or give the request more time"};
     case Kind::tls:
-      return {"no secure connection to ", "check the server's certificate"};
+      return {"no secure connection to ", "check the server's certificate, and that it speaks https"};
     case Kind::tooLarge:
       return {"too large a body from ", "raise the limit on bodies if it is right"};
     case Kind::tooManyValues:

@@ -102,6 +102,11 @@ std::variant<Side, Problem> openSide(const std::string& text, const Arguments& a
   auto problem = chooseServer(text, chosen);
   const bool isServer = !problem && (text.find("://") != std::string::npos || mayBeAName(text));
   if (isServer) return openServer(text, std::move(chosen));
+  const bool isAddressWithoutScheme = text.find(':') != std::string::npos && !isFile(text);
+  if (!problem && isAddressWithoutScheme) {
+    return Problem{ExitCode::usage, "there is no file " + keyText(text) +
+                                        "; the address of a server begins with https:// or http://"};
+  }
   if (!problem || isFile(text)) return openCache(text, text, "", arguments);
   problem->message += ", nor a file of that name";
   return *std::move(problem);

@@ -9,6 +9,14 @@ namespace vellora::command {
 
 namespace {
 
+const char* const exitCodesOfWatch =
+    "Exit codes: 0 Ctrl-C, or the last of --times went well, 1 unexpected, 2 usage,\n"
+    "5 the last of --times failed, 7 the cache file cannot be used.";
+
+const char* const exitCodesOfDiff =
+    "Exit codes: 0 both are alike, 1 they differ, or unexpected, 2 usage, 5 something\n"
+    "could not be asked, 7 a cache file cannot be used, 130 interrupted.";
+
 CLI::App* addCommand(CLI::App& app, Arguments& arguments, const std::string& name, const std::string& help,
                      Arguments::Command command) {
   auto* sub = app.add_subcommand(name, help);
@@ -54,6 +62,7 @@ void addChanges(CLI::App& app, Arguments& arguments) {
   watching->add_option("--times", changes.times, "End after so many refreshes; by default never")
       ->check(aCount())
       ->type_name("NUMBER");
+  watching->footer(exitCodesOfWatch);
   auto* comparing =
       addCommand(app, arguments, "diff",
                  "Compares the types and layouts of two servers or cache files; exits with 1 when they "
@@ -63,6 +72,7 @@ void addChanges(CLI::App& app, Arguments& arguments) {
       ": a server, its name in the configuration, a cache file, or cache:SERVER for the one kept by default";
   comparing->add_option("BEFORE", changes.before, "What is compared" + side)->required();
   comparing->add_option("AFTER", changes.after, "What it is compared with" + side)->required();
+  comparing->footer(exitCodesOfDiff);
 }
 
 CLI::App* addAction(CLI::App& group, CacheArguments& cache, const std::string& name, const std::string& help,

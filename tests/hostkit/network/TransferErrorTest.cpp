@@ -19,7 +19,8 @@ TEST(TransferErrorTest, EveryKindHasWordsOfItsOwn) {
   EXPECT_EQ(textOf(Kind::timedOut),
             "no answer in time from records.example:443/theme: try again, or give the request more time");
   EXPECT_EQ(textOf(Kind::tls),
-            "no secure connection to records.example:443/theme: check the server's certificate");
+            "no secure connection to records.example:443/theme: check the server's certificate, and that it "
+            "speaks https");
   EXPECT_EQ(textOf(Kind::tooLarge),
             "too large a body from records.example:443/theme: raise the limit on bodies if it is right");
   EXPECT_EQ(

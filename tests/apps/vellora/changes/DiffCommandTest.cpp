@@ -210,6 +210,11 @@ TEST_F(DiffCommandTest, WhatIsNeitherServerNorFileIsTold) {
   EXPECT_THAT(unknown.err, HasSubstr("there is no server nothing"));
   EXPECT_THAT(unknown.err, HasSubstr("nor a file of that name"));
   EXPECT_EQ(vellora({"diff", folder.file("absent.sqlite"), server->url()}).exitCode, 7);
+  const auto bare = vellora({"diff", "127.0.0.1:8080", server->url()});
+  EXPECT_EQ(bare.exitCode, 2);
+  EXPECT_EQ(bare.err,
+            "vellora: there is no file 127.0.0.1:8080; the address of a server begins with https:// or "
+            "http://\n");
   EXPECT_EQ(vellora({"diff", "", server->url()}).exitCode, 2);
   EXPECT_EQ(vellora({"diff", server->url()}).exitCode, 2);
   writeFile(folder.file("text"), "no cache");

@@ -55,6 +55,12 @@ TEST_F(HelpTest, GroupsOptionsByWhatTheyAreAbout) {
       ContainsRegex("\nServer:\n  --server URL(.|\n)*\n\nCache:\n  --cache FILE(.|\n)*\n\nOutput:\n"));
 }
 
+TEST_F(HelpTest, NamesTheExitCodesOfTheCommand) {
+  EXPECT_THAT(help({"watch"}), HasSubstr("\nExit codes: 0 Ctrl-C, or the last of --times went well"));
+  EXPECT_THAT(help({"diff"}), HasSubstr("\nExit codes: 0 both are alike, 1 they differ"));
+  EXPECT_THAT(help({"list"}), HasSubstr("\nExit codes: 0 every key answered, 1 unexpected"));
+}
+
 TEST_F(HelpTest, SaysDefaultsInWords) {
   const auto text = help({});
   EXPECT_THAT(text, ContainsRegex("--theme NAME +Theme of colours and icons; by default light\n"));

@@ -123,10 +123,11 @@ TEST_F(SourceCommandTest, AnOldListSaysSoForIdsNamesAndTheWholeList) {
 TEST_F(SourceCommandTest, AServerThatKeepsAnOldAnswerWaitingIsNamed) {
   fillThreeDaysAgo({"search-layouts", "Account"});
   server->setFault(RecordsServer::everything, Fault::never());
-  EXPECT_EQ(
-      run({"--wait", "0.5", "search-layouts", "Account"}).err,
-      "vellora: from the cache, 3 days old; no answer to /services/data/v50.0/search/layout within 0.5 s; "
-      "give it longer with --wait SECONDS\n");
+  // A busy machine may not have sent the request by then.
+  EXPECT_THAT(run({"--wait", "0.5", "search-layouts", "Account"}).err,
+              testing::MatchesRegex("vellora: from the cache, 3 days old; no answer( to "
+                                    "/services/data/v50.0/search/layout)? within 0.5 s; give it longer with "
+                                    "--wait SECONDS\n"));
 }
 
 TEST_F(SourceCommandTest, OfflineAnOldAnswerSaysHowOldItIs) {
@@ -160,7 +161,7 @@ TEST_F(SourceCommandTest, HttpsToAServerThatSpeaksHttpSaysWhatToCheck) {
       VELLORA, {"--server", address, "--cache", cacheFile, "search-layouts", "Account"}, options);
   EXPECT_EQ(ended.exitCode, 5);
   EXPECT_THAT(ended.err, ContainsRegex("^vellora: no search layout for Account: no secure connection to .*: "
-                                       "check the server's certificate"));
+                                       "check the server's certificate, and that it speaks https"));
 }
 
 TEST_F(SourceCommandTest, StatusOfflineTellsWhatIsCached) {
