@@ -2,6 +2,7 @@
 
 from ._native import version
 from .answer import Age, Answer, End, Missing, Readiness, State, Trouble, TypeChange, Why
+from .cache import Cache, Row, RowQuery
 from .catalog import Catalog, QuestionOptions, Source
 from .errors import NetworkError, RefusedError, VelloraError
 from .network import Network, Request
@@ -18,6 +19,7 @@ from .records import (
 __all__ = [
     "Age",
     "Answer",
+    "Cache",
     "Catalog",
     "CompactLayoutField",
     "End",
@@ -34,6 +36,8 @@ __all__ = [
     "Readiness",
     "RefusedError",
     "Request",
+    "Row",
+    "RowQuery",
     "Source",
     "State",
     "Trouble",

@@ -38,20 +38,20 @@ def wait_until_held(most: int, timeout: float) -> bool:
         return _change.wait_for(lambda: len(_held) <= most, timeout)
 
 
-def call(number: int | None, function: Callable[[Any], None]) -> None:
+def call(number: int | None, function: Callable[[Any], Any]) -> Any:
     """Calls with an object that the library holds, from inside a call of the library's."""
     _calls.depth = depth() + 1
     try:
-        function(_held[number])
+        return function(_held[number])
     finally:
         _calls.depth -= 1
 
 
-def call_host(number: int | None, function: Callable[[Any], None]) -> None:
+def call_host(number: int | None, function: Callable[[Any], Any]) -> Any:
     """The same with what a host has given."""
     _calls.host_depth = host_depth() + 1
     try:
-        call(number, function)
+        return call(number, function)
     finally:
         _calls.host_depth -= 1
 

@@ -127,5 +127,10 @@ def table_of_token(source: Callable[[str | None], str | None]) -> _native.TokenS
     return _native.TokenSourceTable(context=_contexts.hold(source), destroy=_contexts.destroy, token=_TOKEN)
 
 
-def table_of_logger(logger: Callable[[bool, str], None]) -> _native.LoggerTable:
-    return _native.LoggerTable(context=_contexts.hold(logger), destroy=_contexts.destroy, log=_LOG)
+def table_of_logger(logger: logging.Logger | Callable[[bool, str], object]) -> _native.LoggerTable:
+    log = _lines_to(logger) if isinstance(logger, logging.Logger) else logger
+    return _native.LoggerTable(context=_contexts.hold(log), destroy=_contexts.destroy, log=_LOG)
+
+
+def _lines_to(logger: logging.Logger) -> Callable[[bool, str], object]:
+    return lambda is_error, line: logger.log(logging.ERROR if is_error else logging.DEBUG, "%s", line)

@@ -5,7 +5,7 @@ from __future__ import annotations
 import ctypes
 import os
 import pathlib
-from ctypes import POINTER, byref, c_char_p, c_double, c_int32, c_size_t, c_void_p
+from ctypes import POINTER, byref, c_char_p, c_double, c_int32, c_int64, c_size_t, c_void_p
 from itertools import accumulate
 
 from .errors import RefusedError, VelloraError
@@ -67,6 +67,34 @@ class LoggerTable(Struct):
     _fields_ = [("struct_size", c_size_t), ("context", c_void_p), ("destroy", Destroy), ("log", Log)]
 
 
+class Pair(ctypes.Structure):
+    _fields_ = [("name", Text), ("value", Text)]
+
+
+class Row(Struct):
+    _fields_ = [("struct_size", c_size_t), ("meta", POINTER(Pair)), ("meta_count", c_size_t), ("data_key", Text), ("data", Text)]
+
+
+class RowQuery(Struct):
+    _fields_ = [("struct_size", c_size_t), ("meta", POINTER(Pair)), ("meta_count", c_size_t), ("data_key", Text),
+                ("is_oldest_first", c_int32), ("lower", c_int64), ("upper", c_int64), ("wants_data", c_int32)]
+
+
+OfKey = ctypes.CFUNCTYPE(c_int32, c_void_p, POINTER(Text))
+Load = ctypes.CFUNCTYPE(None, c_void_p, POINTER(Text), c_void_p)
+Save = ctypes.CFUNCTYPE(c_int32, c_void_p, POINTER(Text), POINTER(Text))
+CreateTable = ctypes.CFUNCTYPE(c_int32, c_void_p, POINTER(Text), c_double)
+Rows = ctypes.CFUNCTYPE(None, c_void_p, POINTER(Text), POINTER(RowQuery), c_void_p)
+Purge = ctypes.CFUNCTYPE(c_int32, c_void_p, POINTER(Text), POINTER(RowQuery))
+Upsert = ctypes.CFUNCTYPE(c_int32, c_void_p, POINTER(Text), POINTER(Row))
+
+
+class CacheTable(Struct):
+    _fields_ = [("struct_size", c_size_t), ("context", c_void_p), ("destroy", Destroy), ("load", Load), ("save", Save),
+                ("remove", OfKey), ("has_table", OfKey), ("create_table", CreateTable), ("rows", Rows), ("purge", Purge),
+                ("upsert", Upsert)]
+
+
 class Listener(Struct):
     _fields_ = [("struct_size", c_size_t), ("context", c_void_p), ("destroy", Destroy), ("answered", Answered)]
 
@@ -74,7 +102,7 @@ class Listener(Struct):
 class Options(Struct):
     _fields_ = [("struct_size", c_size_t), ("network", POINTER(NetworkTable)), ("server", c_char_p),
                 ("token", POINTER(TokenSourceTable)), ("ca_file", c_char_p), ("allow_token_over_plain_http", c_int32),
-                ("cache", c_void_p), ("cache_file", c_char_p), ("cache_owner", c_char_p), ("logger", POINTER(LoggerTable)),
+                ("cache", POINTER(CacheTable)), ("cache_file", c_char_p), ("cache_owner", c_char_p), ("logger", POINTER(LoggerTable)),
                 ("theme", c_char_p), ("cache_timeout_seconds", c_double), ("attempts", c_int32), ("loads_late", c_int32)]
 
 
@@ -114,6 +142,7 @@ _declare("vellora_open", c_void_p, POINTER(Options), POINTER(c_void_p))
 _declare("vellora_close", None, c_void_p)
 _declare("vellora_reply", c_int32, c_void_p, POINTER(Response))
 _declare("vellora_give", c_int32, c_void_p, POINTER(Text))
+_declare("vellora_give_row", c_int32, c_void_p, POINTER(Row))
 for _begin in ("vellora_ask", "vellora_watch"):
     _declare(_begin, c_void_p, c_void_p, c_int32, POINTER(Text), c_size_t, POINTER(AskOptions), POINTER(Listener),
              POINTER(c_void_p))

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import asyncio
 import enum
+import logging
 import os
 import warnings
 from collections.abc import Callable, Iterable
@@ -12,9 +13,10 @@ from datetime import timedelta
 from types import TracebackType
 from typing import TYPE_CHECKING, Any, TypedDict
 
-from . import _arguments, _contexts, _host, _native
+from . import _arguments, _cache, _contexts, _host, _native
 from ._lifetime import Lifetime
 from .answer import Answer, Readiness, TypeChange
+from .cache import Cache
 from .network import Network
 from .question import Question, Watch, listener_for
 from .records import ObjectCompactLayoutInfo, ObjectLayoutInfo, ObjectPresentationInfo
@@ -87,9 +89,10 @@ class Catalog:
         token: Callable[[str | None], str | None] | None = None,
         ca_file: str | os.PathLike[str] | None = None,
         allow_token_over_plain_http: bool = False,
+        cache: Cache | None = None,
         cache_file: str | os.PathLike[str] | None = None,
         cache_owner: str | None = None,
-        logger: Callable[[bool, str], object] | None = None,
+        logger: logging.Logger | Callable[[bool, str], object] | None = None,
         theme: str | None = None,
         cache_timeout: float | timedelta | None = None,
         attempts: int | None = None,
@@ -99,17 +102,21 @@ class Catalog:
 
         `network` is one of your own, in place of the ready-made one, which `server`, `token`, `ca_file` and
         `allow_token_over_plain_http` are for. `token` gives the token to send, or None; it is called with the one that the
-        server has just refused, or None. `cache_file` is where the cache is kept, without it in memory; a file of another
-        `cache_owner` is refused. `logger` is called with whether it is an error, and a line. `theme` says whose colours are
-        wanted: "light" unless told. `cache_timeout` is the age at which what is cached is stale: an hour unless told.
-        `attempts` says how often a request is sent at most: four times unless told.
+        server has just refused, or None. `cache` is one of your own. Without it `cache_file` is where the ready-made one is
+        kept, or else in memory; a file of another `cache_owner` is refused. `logger` is one of Python's, or is called with
+        whether it is an error, and a line. `theme` says whose colours are wanted: "light" unless told. `cache_timeout` is the
+        age at which what is cached is stale: an hour unless told. `attempts` says how often a request is sent at most: four
+        times unless told.
 
         Functions of the host are called from several threads at once, and must not close the catalogue.
         """
         if network is not None and not isinstance(network, Network):
             raise TypeError("The network is not a vellora.Network.")
+        if cache is not None and not isinstance(cache, Cache):
+            raise TypeError("The cache is not a vellora.Cache.")
         _arguments.function(token, "The source of tokens")
-        _arguments.function(logger, "The logger")
+        if not isinstance(logger, logging.Logger):
+            _arguments.function(logger, "The logger")
         options = _native.Options(
             server=_arguments.zero_ended(server, "The server"),
             ca_file=_arguments.path(ca_file, "The file of authorities"),
@@ -122,7 +129,8 @@ class Catalog:
             loads_late=bool(load_late),
         )
         self._open: set[Any] = set()
-        self._lifetime = Lifetime(_opened(options, network, token, logger))
+        self._lifetime = Lifetime(_opened(options, network=(network, _host.table_of_network), cache=(cache, _cache.table_of_cache),
+                                          token=(token, _host.table_of_token), logger=(logger, _host.table_of_logger)))
 
     def records(self, ids: Iterable[str], **options: Unpack[QuestionOptions]) -> Question[Answer[ObjectPresentationInfo]]:
         """What are the records with these ids?"""
@@ -254,23 +262,16 @@ def _ask_options(filter: str, *, deadline: float | timedelta | None = None, sour
     return options
 
 
-def _opened(options: _native.Options, network: Network | None, token: Callable[[str | None], str | None] | None,
-            logger: Callable[[bool, str], object] | None) -> int:
+def _opened(options: _native.Options, **given: tuple[Any, Callable[[Any], Any]]) -> int:
+    """`given` is what the host has given, by the members of the options, with what makes its table."""
     _native.begin_use()
-    tables = []
-    if network is not None:
-        tables.append(_host.table_of_network(network))
-        options.network = pointer(tables[-1])
-    if token is not None:
-        tables.append(_host.table_of_token(token))
-        options.token = pointer(tables[-1])
-    if logger is not None:
-        tables.append(_host.table_of_logger(logger))
-        options.logger = pointer(tables[-1])
+    tables = {member: table_of(value) for member, (value, table_of) in given.items() if value is not None}
+    for member, table in tables.items():
+        setattr(options, member, pointer(table))
     catalog = c_void_p()
     error = _native.library.vellora_open(byref(options), byref(catalog))
     if error:
-        for table in tables:
+        for table in tables.values():
             _contexts.release(table.context)
     _native.check(error)
     return catalog.value or 0

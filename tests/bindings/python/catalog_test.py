@@ -306,6 +306,7 @@ class RefusalTest(unittest.TestCase):
 
     def test_what_a_catalogue_is_made_with_is_of_its_type(self):
         self.refuses(TypeError, "vellora.Network", Catalog, network=object())
+        self.refuses(TypeError, "vellora.Cache", Catalog, "https://records.example", cache={})
         self.refuses(TypeError, "cannot be called", Catalog, "https://records.example", token="secret")
         self.refuses(TypeError, "cannot be called", Catalog, "https://records.example", logger=1)
         self.refuses(TypeError, "of type int", Catalog, 3)

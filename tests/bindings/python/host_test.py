@@ -1,5 +1,6 @@
 """What a host may give and do."""
 
+import logging
 import threading
 import unittest
 from concurrent.futures import Future, ThreadPoolExecutor
@@ -122,6 +123,15 @@ class HostTest(unittest.TestCase):
                 self.assertIn("Account", catalog.types(["Account"]).result().found)
         self.assertIn("the disk is full", logs.output[0])
         self.assertIn((False, "sObjectForName(_:), name: Account"), lines)
+
+    def test_a_logger_can_be_one_of_pythons(self):
+        with self.assertLogs("lines", "DEBUG") as logs:
+            with Catalog(network=self.network, logger=logging.getLogger("lines"), load_late=True, attempts=1) as catalog:
+                catalog.types(["Account"]).result()
+                self.network.answer(COLUMNS_URL, NetworkError("no signal"))
+                catalog.search_columns(["Account"]).result()
+        self.assertIn("DEBUG:lines:sObjectForName(_:), name: Account", logs.output)
+        self.assertIn("ERROR", {record.levelname for record in logs.records})
 
     def test_both_lists_are_asked_for_at_once_unless_that_is_to_be_late(self):
         asked = {TYPES_URL: threading.Event(), THEMES_URL: threading.Event()}

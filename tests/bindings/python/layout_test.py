@@ -18,6 +18,10 @@ STRUCTS = {
     "vellora_token_source": _native.TokenSourceTable,
     "vellora_logger": _native.LoggerTable,
     "vellora_listener": _native.Listener,
+    "vellora_pair": _native.Pair,
+    "vellora_row": _native.Row,
+    "vellora_row_query": _native.RowQuery,
+    "vellora_cache": _native.CacheTable,
     "vellora_options": _native.Options,
     "vellora_ask_options": _native.AskOptions,
 }
