@@ -19,6 +19,7 @@ class ScriptedNetwork(Network):
     def __init__(self):
         self._change = threading.Condition()
         self._answers = {}
+        self._busy = {}
         self._kept = []
         self._sent = []
 
@@ -38,13 +39,19 @@ class ScriptedNetwork(Network):
         with self._change:
             self._answers[url] = body
 
+    def be_busy_once(self, url, error):
+        """The next request of that URL gets that first."""
+        with self._change:
+            self._busy.setdefault(url, []).append(error)
+
     def silence(self, url):
         self.answer(url, None)
 
     def send(self, request):
         with self._change:
             self._sent.append(request.url)
-            answer = self._answers.get(request.url, NetworkError("not there"))
+            busy = self._busy.get(request.url)
+            answer = busy.pop(0) if busy else self._answers.get(request.url, NetworkError("not there"))
             if answer is None:
                 answer = Future()
                 self._kept.append(answer)

@@ -1,11 +1,13 @@
 package vellora;
 
 import java.nio.charset.StandardCharsets;
+import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.Queue;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.CompletionStage;
 
@@ -16,6 +18,7 @@ final class ScriptedNetwork implements Network {
   static final String COLUMNS_URL = "/services/data/v50.0/search/layout?q=Account";
 
   private final Map<String, CompletableFuture<byte[]>> answers = new HashMap<>();  // all under this
+  private final Map<String, Queue<Throwable>> busy = new HashMap<>();
   private final List<CompletableFuture<byte[]>> kept = new ArrayList<>();
   private final List<String> sent = new ArrayList<>();
 
@@ -38,6 +41,11 @@ final class ScriptedNetwork implements Network {
     answers.put(url, CompletableFuture.failedFuture(error));
   }
 
+  /** The next request of that URL gets that first. */
+  synchronized void beBusyOnce(String url, Throwable error) {
+    busy.computeIfAbsent(url, key -> new ArrayDeque<>()).add(error);
+  }
+
   synchronized void silence(String url) {
     answers.put(url, null);
   }
@@ -45,6 +53,8 @@ final class ScriptedNetwork implements Network {
   @Override
   public synchronized CompletionStage<byte[]> send(Request request) {
     sent.add(request.getUrl());
+    Throwable error = busy.getOrDefault(request.getUrl(), new ArrayDeque<>()).poll();
+    if (error != null) return CompletableFuture.failedFuture(error);
     if (!answers.containsKey(request.getUrl())) return CompletableFuture.failedFuture(new NetworkException("not there"));
     CompletableFuture<byte[]> answer = answers.get(request.getUrl());
     if (answer != null) return answer;
