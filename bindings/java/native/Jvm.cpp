@@ -17,6 +17,42 @@ jclass globalClass(JNIEnv* env, const char* name) {
   return local != nullptr ? static_cast<jclass>(env->NewGlobalRef(local)) : nullptr;
 }
 
+bool find(JNIEnv* env, jmethodID& id, jclass owner, const char* name, const char* signature) {
+  id = env->GetStaticMethodID(owner, name, signature);
+  return id != nullptr;
+}
+
+bool findClasses(JNIEnv* env) {
+  const auto find = [env](jclass& owner, const char* name) {
+    owner = globalClass(env, name);
+    return owner != nullptr;
+  };
+  return find(found.natives, "vellora/Native") && find(found.upcalls, "vellora/Upcalls") &&
+         find(found.cacheCalls, "vellora/CacheCalls") && find(found.bytes, "[B");
+}
+
+bool findMethods(JNIEnv* env) {
+  const jclass owner = found.upcalls;
+  return find(env, found.answered, owner, "answered", "(Lvellora/Listener;[B[B)V") &&
+         find(env, found.send, owner, "send", "(Lvellora/Network;[BDJ)V") &&
+         find(env, found.token, owner, "token", "(Lvellora/TokenSource;[B)[B") &&
+         find(env, found.log, owner, "log", "(Lvellora/Logger;Z[B)V") &&
+         find(env, found.raise, found.natives, "raise", "(I[B)V");
+}
+
+bool findCacheMethods(JNIEnv* env) {
+  CacheMethods& cache = found.cache;
+  const jclass owner = found.cacheCalls;
+  return find(env, cache.load, owner, "load", "(Lvellora/Cache;[B)[B") &&
+         find(env, cache.save, owner, "save", "(Lvellora/Cache;[B[B)Z") &&
+         find(env, cache.remove, owner, "remove", "(Lvellora/Cache;[B)Z") &&
+         find(env, cache.hasTable, owner, "hasTable", "(Lvellora/Cache;[B)Z") &&
+         find(env, cache.createTable, owner, "createTable", "(Lvellora/Cache;[BD)Z") &&
+         find(env, cache.rows, owner, "rows", "(Lvellora/Cache;[B[[B[BZJJZJ)V") &&
+         find(env, cache.purge, owner, "purge", "(Lvellora/Cache;[B[[B[B)Z") &&
+         find(env, cache.upsert, owner, "upsert", "(Lvellora/Cache;[B[[B[B[B)Z");
+}
+
 /// A thread of the library's, which has no name of its own there.
 bool attach(JNIEnv*& env) {
   JavaVMAttachArgs arguments{version, const_cast<char*>("vellora"), nullptr};
@@ -31,24 +67,14 @@ const Upcalls& upcalls() noexcept {
 
 bool load(JavaVM* loading, JNIEnv* env) {
   machine = loading;
-  found.natives = globalClass(env, "vellora/Native");
-  if (found.natives == nullptr) return false;
-  found.upcalls = globalClass(env, "vellora/Upcalls");
-  if (found.upcalls == nullptr) return false;
-  const auto find = [&](jmethodID& id, jclass owner, const char* name, const char* signature) {
-    id = env->GetStaticMethodID(owner, name, signature);
-    return id != nullptr;
-  };
-  return find(found.answered, found.upcalls, "answered", "(Lvellora/Listener;[B[B)V") &&
-         find(found.send, found.upcalls, "send", "(Lvellora/Network;[BDJ)V") &&
-         find(found.token, found.upcalls, "token", "(Lvellora/TokenSource;[B)[B") &&
-         find(found.log, found.upcalls, "log", "(Lvellora/Logger;Z[B)V") &&
-         find(found.raise, found.natives, "raise", "(I[B)V");
+  return findClasses(env) && findMethods(env) && findCacheMethods(env);
 }
 
 void unload(JNIEnv* env) {
   env->DeleteGlobalRef(found.natives);
   env->DeleteGlobalRef(found.upcalls);
+  env->DeleteGlobalRef(found.cacheCalls);
+  env->DeleteGlobalRef(found.bytes);
 }
 
 AttachedThread::AttachedThread() {

@@ -12,15 +12,30 @@
 
 namespace vellora::jvm {
 
+/// The methods of `vellora.CacheCalls`.
+struct CacheMethods {
+  jmethodID load = nullptr;
+  jmethodID save = nullptr;
+  jmethodID remove = nullptr;
+  jmethodID hasTable = nullptr;
+  jmethodID createTable = nullptr;
+  jmethodID rows = nullptr;
+  jmethodID purge = nullptr;
+  jmethodID upsert = nullptr;
+};
+
 /// The classes and methods of ours that are called.
 struct Upcalls {
   jclass upcalls = nullptr;
+  jclass cacheCalls = nullptr;
+  jclass bytes = nullptr;  // an array of bytes
   jclass natives = nullptr;
   jmethodID answered = nullptr;
   jmethodID send = nullptr;
   jmethodID token = nullptr;
   jmethodID log = nullptr;
   jmethodID raise = nullptr;
+  CacheMethods cache;
 };
 
 /// What `JNI_OnLoad` has found. Constant from then on.

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bindings/c/vellora.h"
+#include "bindings/java/native/CacheTable.h"
 #include "bindings/java/native/Jvm.h"
 #include "bindings/java/native/Tables.h"
 
@@ -24,6 +25,10 @@ T* handleOf(jlong handle) {
 template <class T>
 jlong numberOf(T* handle) {
   return reinterpret_cast<jlong>(handle);
+}
+
+vellora_text textOf(const std::string& text) {
+  return {text.data(), text.size()};
 }
 
 const char* textOrNull(const std::optional<std::string>& text) {
@@ -68,11 +73,12 @@ Texts textsOf(JNIEnv* env, jobjectArray given) {
 
 jlong open(JNIEnv* env, jclass /*natives*/, jobjectArray given, jdouble cacheTimeout, jint attempts,
            jboolean allowsTokenOverPlainHttp, jboolean loadsLate, jobject network, jobject token,
-           jobject logger) {
+           jobject cache, jobject logger) {
   return atBorder(env, [&]() -> jlong {
     const auto [server, caFile, cacheFile, cacheOwner, theme] = textsOf(env, given);
     Given<vellora_network> ownNetwork(env, network, networkOf);
     Given<vellora_token_source> ownToken(env, token, tokenSourceOf);
+    Given<vellora_cache> ownCache(env, cache, cacheOf);
     Given<vellora_logger> ownLogger(env, logger, loggerOf);
     vellora_options options{};
     options.struct_size = sizeof options;
@@ -81,6 +87,7 @@ jlong open(JNIEnv* env, jclass /*natives*/, jobjectArray given, jdouble cacheTim
     options.token = ownToken.table();
     options.ca_file = textOrNull(caFile);
     options.allow_token_over_plain_http = allowsTokenOverPlainHttp;
+    options.cache = ownCache.table();
     options.cache_file = textOrNull(cacheFile);
     options.cache_owner = textOrNull(cacheOwner);
     options.logger = ownLogger.table();
@@ -92,6 +99,7 @@ jlong open(JNIEnv* env, jclass /*natives*/, jobjectArray given, jdouble cacheTim
     if (raise(env, vellora_open(&options, &catalog))) return 0;
     ownNetwork.takenOver();
     ownToken.takenOver();
+    ownCache.takenOver();
     ownLogger.takenOver();
     return numberOf(catalog);
   });
@@ -177,6 +185,31 @@ void reply(JNIEnv* env, jclass /*natives*/, jlong request, jbyteArray bodyBytes,
   vellora_reply(handleOf<vellora_request>(request), &response);  // what is wrong with it fails the request
 }
 
+/// Names and values in turn.
+std::vector<std::string> bytesOfEach(JNIEnv* env, jobjectArray given) {
+  std::vector<std::string> all;
+  for (jsize index = 0; index < env->GetArrayLength(given); ++index) {
+    const auto element = env->GetObjectArrayElement(given, index);
+    all.push_back(bytesOf(env, static_cast<jbyteArray>(element)).value_or(""));
+    env->DeleteLocalRef(element);
+  }
+  return all;
+}
+
+void giveRow(JNIEnv* env, jclass /*natives*/, jlong sink, jobjectArray metaBytes, jbyteArray keyBytes,
+             jbyteArray dataBytes) {
+  atBorder(env, [&] {
+    const auto meta = bytesOfEach(env, metaBytes);
+    const auto key = bytesOf(env, keyBytes).value_or("");
+    const auto data = bytesOf(env, dataBytes).value_or("");
+    std::vector<vellora_pair> pairs;
+    for (std::size_t name = 0; name + 1 < meta.size(); name += 2)
+      pairs.push_back({textOf(meta[name]), textOf(meta[name + 1])});
+    const vellora_row row{sizeof row, pairs.data(), pairs.size(), textOf(key), textOf(data)};
+    vellora_give_row(handleOf<vellora_sink>(sink), &row);
+  });
+}
+
 template <class Function>
 JNINativeMethod method(const char* name, const char* signature, Function function) {
   return {const_cast<char*>(name), const_cast<char*>(signature), reinterpret_cast<void*>(function)};
@@ -185,13 +218,14 @@ JNINativeMethod method(const char* name, const char* signature, Function functio
 bool registerNatives(JNIEnv* env) {
   const std::array methods{
       method("version", "()Ljava/lang/String;", version),
-      method("open", "([[BDIZZLvellora/Network;Lvellora/TokenSource;Lvellora/Logger;)J", open),
+      method("open", "([[BDIZZLvellora/Network;Lvellora/TokenSource;Lvellora/Cache;Lvellora/Logger;)J", open),
       method("close", "(J)V", close),
       method("ask", "(JI[B[IDI[B[BZLvellora/Listener;)J", ask),
       method("free", "(J)V", freeQuestion),
       method("state", "(J)[B", state),
       method("forget", "(J)V", forget),
       method("reply", "(J[B[BZD)V", reply),
+      method("giveRow", "(J[[B[B[B)V", giveRow),
   };
   return env->RegisterNatives(upcalls().natives, methods.data(), static_cast<jint>(methods.size())) == JNI_OK;
 }

@@ -9,19 +9,6 @@ namespace vellora::jvm {
 
 namespace {
 
-template <class Table>
-Table tableOf(JNIEnv* env, jobject object) {
-  Table table{};
-  table.struct_size = sizeof table;
-  table.context = new GlobalReference(env, object);
-  table.destroy = destroyContext;
-  return table;
-}
-
-jobject objectOf(void* context) {
-  return static_cast<GlobalReference*>(context)->object();
-}
-
 struct FreeAnswer {
   void operator()(vellora_answer* answer) const { vellora_answer_free(answer); }
 };
@@ -73,13 +60,6 @@ void send(void* context, const vellora_request_info* info, vellora_request* requ
   clearException(env);
 }
 
-void give(JNIEnv* env, jbyteArray token, vellora_sink* sink) {
-  const auto bytes = bytesOf(env, token);
-  if (!bytes) return;
-  const vellora_text text{bytes->data(), bytes->size()};
-  vellora_give(sink, &text);
-}
-
 void token(void* context, const vellora_text* refused, vellora_sink* sink) {
   const AttachedThread thread;
   if (!thread) return;
@@ -88,11 +68,7 @@ void token(void* context, const vellora_text* refused, vellora_sink* sink) {
   if (clearException(env)) return;
   const auto given = static_cast<jbyteArray>(
       env->CallStaticObjectMethod(upcalls().upcalls, upcalls().token, objectOf(context), before));
-  if (clearException(env)) return;
-  try {
-    give(env, given, sink);
-  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): no token is given
-  }
+  if (!clearException(env)) give(env, given, sink);
 }
 
 void log(void* context, std::int32_t isError, const vellora_text* line) {
@@ -107,6 +83,16 @@ void log(void* context, std::int32_t isError, const vellora_text* line) {
 }
 
 }  // namespace
+
+void give(JNIEnv* env, jbyteArray bytes, vellora_sink* sink) {
+  try {
+    const auto copy = bytesOf(env, bytes);
+    if (!copy) return;
+    const vellora_text text{copy->data(), copy->size()};
+    vellora_give(sink, &text);
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): nothing is given
+  }
+}
 
 void destroyContext(void* context) {
   const std::unique_ptr<GlobalReference> dropped(static_cast<GlobalReference*>(context));

@@ -26,7 +26,8 @@ import java.util.function.Consumer;
  * close it.
  *
  * <p><b>Threads:</b> safe to use from several threads at once. Futures complete on a thread of the catalogue's, one at a
- * time, and so do the stages that are made of them without {@code Async}: what takes long belongs elsewhere.
+ * time, and so do the stages that are made of them without {@code Async}: what takes long belongs elsewhere. Waiting for
+ * another answer there throws an IllegalStateException.
  *
  * <p><b>Errors:</b> an IllegalArgumentException for null and for what the library refuses, an IllegalStateException once it
  * is closed, a {@link VelloraException} for what is none of these.
@@ -45,7 +46,7 @@ public final class Catalog implements AutoCloseable {
       Texts.zeroEnded(options.cacheOwner, "The owner of the cache"), Texts.zeroEnded(options.theme, "The theme")
     };
     lifetime = new Lifetime(Native.open(texts, Arguments.seconds(options.cacheTimeout), options.attempts,
-        options.allowsTokenOverPlainHttp, options.loadsLate, options.network, options.token, options.logger));
+        options.allowsTokenOverPlainHttp, options.loadsLate, options.network, options.token, options.cache, options.logger));
   }
 
   /** The version of the native library, such as "0.1.0". */
@@ -152,8 +153,8 @@ public final class Catalog implements AutoCloseable {
 
   /**
    * Gives all questions up: their futures are cancelled when it returns, and nothing is called any more. It waits for a
-   * call that runs, unless it is called from inside it. A second time does nothing. A host's function must not close the
-   * catalogue that calls it.
+   * call that runs, unless it is called from inside it. A second time does nothing. A host's function must not close a
+   * catalogue, and is refused.
    */
   @Override
   public void close() {

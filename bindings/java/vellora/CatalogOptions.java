@@ -17,6 +17,7 @@ public final class CatalogOptions {
   TokenSource token;
   String caFile;
   boolean allowsTokenOverPlainHttp;
+  Cache cache;
   String cacheFile;
   String cacheOwner;
   Logger logger;
@@ -51,6 +52,12 @@ public final class CatalogOptions {
 
   public CatalogOptions allowTokenOverPlainHttp() {
     allowsTokenOverPlainHttp = true;
+    return this;
+  }
+
+  /** A cache of your own, in place of the ready-made one, which the next two are for. */
+  public CatalogOptions cache(Cache cache) {
+    this.cache = cache;
     return this;
   }
 

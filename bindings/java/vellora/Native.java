@@ -12,7 +12,7 @@ final class Native {
 
   /** {@code texts} end with zeroes or are null: server, CA file, cache file, cache owner, theme. */
   static native long open(byte[][] texts, double cacheTimeout, int attempts, boolean allowsTokenOverPlainHttp,
-      boolean loadsLate, Network network, TokenSource token, Logger logger);
+      boolean loadsLate, Network network, TokenSource token, Cache cache, Logger logger);
 
   static native void close(long catalog);
 
@@ -28,6 +28,9 @@ final class Native {
 
   /** One of {@code body} and {@code error} is null; the latter ends with a zero. */
   static native void reply(long request, byte[] body, byte[] error, boolean mayRetry, double retryAfter);
+
+  /** Hands a row over, inside the call of {@link CacheCalls#rows} that the sink came with. The meta is names and values in turn. */
+  static native void giveRow(long sink, byte[][] meta, byte[] dataKey, byte[] data);
 
   /** Throws what stands for an error of C; the native functions call it. */
   static void raise(int code, byte[] text) {

@@ -7,38 +7,41 @@ final class Upcalls {
   private Upcalls() {}
 
   static void answered(Listener listener, byte[] document, byte[] error) {
-    try {
-      if (document != null) listener.answered(document);
-      else listener.failed(Texts.of(error));
-    } catch (Throwable thrown) {
-      tell(thrown);
-    }
+    Calls.answer(() -> {
+      try {
+        if (document != null) listener.answered(document);
+        else listener.failed(Texts.of(error));
+      } catch (Throwable thrown) {
+        tell(thrown);
+      }
+    });
   }
 
   static void send(Network network, byte[] url, double timeout, long request) {
     Reply reply = new Reply(request);
-    try {
-      network.send(new Request(Texts.of(url), Duration.ofMillis((long) (timeout * 1000)))).whenComplete(reply);
-    } catch (Throwable thrown) {
-      reply.accept(null, thrown);
-    }
+    Request asked = new Request(Texts.of(url), Duration.ofMillis((long) (timeout * 1000)));
+    Calls.host(null, () -> {
+      try {
+        network.send(asked).whenComplete(reply);
+      } catch (Throwable thrown) {
+        reply.accept(null, thrown);
+      }
+      return null;
+    });
   }
 
   static byte[] token(TokenSource source, byte[] refused) {
-    try {
+    return Calls.host(null, () -> {
       String token = source.token(Texts.of(refused));
       return token == null ? null : Texts.utf8(token, "The token");
-    } catch (Throwable thrown) {
-      return null;
-    }
+    });
   }
 
   static void log(Logger logger, boolean isError, byte[] line) {
-    try {
+    Calls.host(null, () -> {
       logger.log(isError, Texts.of(line));
-    } catch (Throwable thrown) {
-      // Whoever writes the log is nobody to be told.
-    }
+      return null;
+    });
   }
 
   /** Hands what a watcher has thrown to whom the app has named for that. */

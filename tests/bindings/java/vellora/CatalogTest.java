@@ -108,6 +108,38 @@ public final class CatalogTest {
   }
 
   @Test
+  public void aCompletionClosesTheCatalogueWhileAnotherThreadForgets() {
+    CompletableFuture<Void> entered = new CompletableFuture<>();
+    CompletableFuture<Void> goesOn = new CompletableFuture<>();
+    CompletableFuture<Void> closed = catalog.types(ACCOUNT).thenAccept(answer -> {
+      entered.complete(null);
+      goesOn.join();
+      catalog.close();
+    });
+    entered.join();
+    CompletableFuture<Void> forgotten = CompletableFuture.runAsync(() -> {
+      goesOn.complete(null);
+      catalog.forget();
+    });
+    closed.join();
+    forgotten.handle((nothing, refused) -> null).join();
+    assertThrows(IllegalStateException.class, catalog::readiness);
+  }
+
+  @Test
+  public void aCompletionThatWaitsForAnotherAnswerIsRefused() {
+    network.silence(ScriptedNetwork.COLUMNS_URL);
+    CompletableFuture<Throwable> told = catalog.types(ACCOUNT).thenApply(answer -> {
+      CompletableFuture<?> other = catalog.searchColumns(ACCOUNT);
+      Throwable refused = assertThrows(IllegalStateException.class, other::join);
+      assertThrows(IllegalStateException.class, other::get);
+      other.cancel(true);
+      return refused;
+    });
+    assertEquals("Waiting inside a call of the library's blocks what the answer needs.", told.join().getMessage());
+  }
+
+  @Test
   public void aWatcherMayEndItsWatchOrItsCatalogue() throws Exception {
     BlockingQueue<String> told = new LinkedBlockingQueue<>();
     CompletableFuture<Watch> watch = new CompletableFuture<>();

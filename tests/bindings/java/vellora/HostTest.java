@@ -94,25 +94,16 @@ public final class HostTest {
   }
 
   @Test
-  public void aNetworkMayCloseTheCatalogueOrIsToldThatItMayNot() throws Exception {
-    BlockingQueue<CompletableFuture<?>> under = new LinkedBlockingQueue<>();
+  public void aHostThatClosesTheCatalogueIsToldThatItMustNot() {
     CompletableFuture<Catalog> opened = new CompletableFuture<>();
-    CompletableFuture<String> ended = new CompletableFuture<>();
-    Network closing = request -> {
-      try {
-        opened.join().close();
-        ended.complete("closed");
-      } catch (IllegalStateException refused) {
-        ended.complete("refused");
-      }
-      return CompletableFuture.failedFuture(new NetworkException("shut down"));
-    };
-    Catalog catalog = new Catalog(new CatalogOptions().network(closing).loadLate().attempts(1));
-    opened.complete(catalog);
-    under.add(catalog.searchColumns(ACCOUNT));
-    assertTrue(ended.join(), List.of("closed", "refused").contains(ended.join()));
-    under.remove().handle((answer, error) -> null).join();
-    catalog.close();
+    opened.complete(new Catalog(new CatalogOptions().network(request -> {
+      opened.join().close();
+      return null;
+    }).loadLate().attempts(1)));
+    try (Catalog catalog = opened.join()) {
+      String trouble = catalog.searchColumns(ACCOUNT).join().getTrouble().orElseThrow().getText();
+      assertTrue(trouble, trouble.startsWith("java.lang.IllegalStateException: A host's function must not close a catalogue."));
+    }
   }
 
   @Test
