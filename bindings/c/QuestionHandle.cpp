@@ -102,7 +102,7 @@ void beginListening(const Calls& calls, vellora_question** handle, Begin begin) 
     *handle = made.get();
     open->hold(begin());
     static_cast<void>(made.release());
-  } catch (const std::bad_alloc&) {
+  } catch (...) {
     calls.listener->keep(false);
     if (handle != nullptr) *handle = before;
     throw;

@@ -30,7 +30,9 @@ CorvaneSDK::Meta metaOf(const vellora_pair* pairs, std::size_t count) {
 
 void give(vellora_sink* sink, const vellora_text* bytes) {
   checkSink(sink, false);
-  sink->bytes.emplace(viewOf(needed(bytes, "The bytes"), "The bytes"));
+  const auto given = viewOf(needed(bytes, "The bytes"), "The bytes");
+  sink->bytes.reset();
+  if (given.data() != nullptr) sink->bytes.emplace(given);
 }
 
 void giveRow(vellora_sink* sink, const vellora_row* row) {

@@ -204,7 +204,7 @@ typedef struct vellora_cache {
 } vellora_cache;
 
 /* Hands bytes over, inside the call that the sink came with; they are copied. A second time replaces the
- * first. Returns VELLORA_OK or what is wrong. */
+ * first; an absent text takes it back. Returns VELLORA_OK or what is wrong. */
 VELLORA_C_API int32_t vellora_give(vellora_sink* sink, const vellora_text* bytes);
 
 /* Hands a row over, inside `rows`; it is copied. Returns VELLORA_OK or what is wrong. */
@@ -288,7 +288,8 @@ typedef struct vellora_listener {
   size_t struct_size;
   void* context;
   /* Called once, when `answered` neither runs nor will: behind it, or on the thread that cancelled, closed or
-   * let go. May be NULL. */
+   * let go. A watch whose handle you keep lets go when you cancel or free that, be it after vellora_close.
+   * May be NULL. */
   void (*destroy)(void* context);
   /* `answer` is yours: free it, at any time. It is NULL when there was no memory for it. Comes on a thread of
    * the catalogue's, one call at a time for all of its questions, never inside a call of yours, possibly

@@ -43,13 +43,17 @@ static void print(const vellora_answer* answer) {
   vellora_summary summary = {.struct_size = sizeof summary};
   vellora_look look = {.struct_size = sizeof look};
   vellora_missing missing = {.struct_size = sizeof missing};
-  if (vellora_answer_summary(answer, &summary) != NULL) return;
-  for (size_t i = 0; i < summary.found && vellora_answer_look(answer, i, 0, &look) == NULL; ++i) {
-    printf("%.*s\n", (int)look.label.size, look.label.bytes);
+  vellora_error* error = vellora_answer_summary(answer, &summary);
+  for (size_t i = 0; error == NULL && i < summary.found; ++i) {
+    error = vellora_answer_look(answer, i, 0, &look);
+    if (error == NULL) printf("%.*s\n", (int)look.label.size, look.label.bytes);
   }
-  for (size_t i = 0; i < summary.missing && vellora_answer_missing(answer, i, &missing) == NULL; ++i) {
-    printf("%.*s: %.*s\n", (int)missing.key.size, missing.key.bytes, (int)missing.text.size, missing.text.bytes);
+  for (size_t i = 0; error == NULL && i < summary.missing; ++i) {
+    error = vellora_answer_missing(answer, i, &missing);
+    if (error == NULL) printf("%.*s: %.*s\n", (int)missing.key.size, missing.key.bytes, (int)missing.text.size, missing.text.bytes);
   }
+  if (error != NULL) fprintf(stderr, "%s\n", error->text.bytes);
+  vellora_error_free(error);
 }
 /* [print] */
 

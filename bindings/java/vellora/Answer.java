@@ -36,7 +36,10 @@ public final class Answer<T> {
     return found;
   }
 
-  /** The keys that have no answer, in the order asked. */
+  /**
+   * The keys that have no answer, in the order asked. All keys with half of a surrogate pair, which UTF-8 cannot say, stand
+   * here as one: U+FFFD in place of each such half.
+   */
   public Map<String, Missing> getMissing() {
     return missing;
   }

@@ -30,7 +30,8 @@ import java.util.function.Consumer;
  * another answer there throws an IllegalStateException.
  *
  * <p><b>Errors:</b> an IllegalArgumentException for null and for what the library refuses, an IllegalStateException once it
- * is closed, a {@link VelloraException} for what is none of these.
+ * is closed, a {@link VelloraException} for what is none of these, such as a native library that cannot be loaded: it is
+ * unpacked into the folder that {@code java.io.tmpdir} names, which must allow it to be executed.
  */
 public final class Catalog implements AutoCloseable {
   private final Set<CompletableFuture<?>> open = ConcurrentHashMap.newKeySet();
@@ -40,6 +41,7 @@ public final class Catalog implements AutoCloseable {
   /** Begins to load both lists, unless the options say otherwise. */
   public Catalog(CatalogOptions options) {
     Arguments.given(options, "The options");
+    NativeLibrary.load();
     byte[][] texts = {
       Texts.zeroEnded(options.server, "The server"), Texts.zeroEnded(options.caFile, "The file of authorities"),
       Texts.zeroEnded(options.cacheFile, "The cache file"),
@@ -51,6 +53,7 @@ public final class Catalog implements AutoCloseable {
 
   /** The version of the native library, such as "0.1.0". */
   public static String version() {
+    NativeLibrary.load();
     return Native.version();
   }
 

@@ -91,7 +91,7 @@ public final class CatalogOptions {
     return this;
   }
 
-  /** How often a request is sent at most that may be sent again: four times unless told. */
+  /** How often a request is sent at most that may be sent again: four times unless told, or for 0. */
   public CatalogOptions attempts(int attempts) {
     this.attempts = attempts;
     return this;

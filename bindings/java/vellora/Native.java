@@ -1,11 +1,7 @@
 package vellora;
 
-/** The functions of the native library. What C refuses, they throw. */
+/** The functions of the native library, once {@link NativeLibrary} has loaded it. What C refuses, they throw. */
 final class Native {
-  static {
-    NativeLibrary.load();
-  }
-
   private Native() {}
 
   static native String version();

@@ -6,23 +6,43 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Locale;
 
-/** Finds the native library: in the jar for this system and processor, else where the system keeps such libraries. */
+/**
+ * Finds the native library: in the jar for this system and processor, else where the system keeps such libraries.
+ *
+ * <p><b>Threads:</b> safe to use from several threads at once.
+ */
 final class NativeLibrary {
   // The second needs the first, and finds it beside itself.
   private static final String[] FILES = {"libvellora-c.so.1", "libvellora-java.so"};
 
+  private static final String FAILURE = failureOf(NativeLibrary::find);  // null: it is loaded
+
   private NativeLibrary() {}
 
+  /** Throws a VelloraException each time where there is none. */
   static void load() {
+    if (FAILURE != null) throw new VelloraException("The native library cannot be loaded: " + FAILURE);
+  }
+
+  private interface Finding {
+    void find() throws IOException;
+  }
+
+  private static String failureOf(Finding finding) {
+    try {
+      finding.find();
+      return null;
+    } catch (IOException | RuntimeException | LinkageError failure) {
+      return failure.toString();
+    }
+  }
+
+  private static void find() throws IOException {
     if (NativeLibrary.class.getResource(resource(FILES[1])) == null) {
       System.loadLibrary("vellora-java");
       return;
     }
-    try {
-      loadFromJar();
-    } catch (IOException failure) {
-      throw new VelloraException("The native library cannot be unpacked: " + failure.getMessage());
-    }
+    loadFromJar();
   }
 
   private static void loadFromJar() throws IOException {

@@ -2,10 +2,9 @@ package vellora;
 
 import java.util.Set;
 import java.util.concurrent.CompletableFuture;
-import java.util.concurrent.ExecutionException;
 
 /** A question that is on its way. Whatever completes it, such as {@code cancel}, ends it in the library as well. */
-final class Question<A> extends CompletableFuture<A> implements Listener {
+final class Question<A> extends AnswerStage<A> implements Listener {
   private final Kind<A> kind;
   private final Handle handle = new Handle();
 
@@ -38,27 +37,5 @@ final class Question<A> extends CompletableFuture<A> implements Listener {
   @Override
   public void failed(String reason) {
     completeExceptionally(new VelloraException(reason));
-  }
-
-  @Override
-  public A get() throws InterruptedException, ExecutionException {
-    refuseToWait();
-    return super.get();
-  }
-
-  @Override
-  public A join() {
-    refuseToWait();
-    return super.join();
-  }
-
-  private void refuseToWait() {
-    if (Calls.areOnThisThread() && !isDone())
-      throw new IllegalStateException("Waiting inside a call of the library's blocks what the answer needs.");
-  }
-
-  @Override
-  public <U> CompletableFuture<U> newIncompleteFuture() {
-    return new CompletableFuture<>();  // what is made of the answer is no question
   }
 }

@@ -37,7 +37,7 @@ final class Reply implements BiConsumer<byte[], Throwable> {
     try {
       String text = error instanceof NetworkException ? error.getMessage() : error.toString();
       return Texts.zeroEnded(text, "The error");
-    } catch (RuntimeException noText) {
+    } catch (Throwable noText) {
       return Texts.zeroEnded(error.getClass().getName(), "The error");
     }
   }

@@ -193,12 +193,13 @@ class CListener {
     return state_->documents.size();
   }
 
-  /// Waits until the context has been destroyed, and tells how often it was.
-  int awaitDestruction() {
+  /// Waits until so many contexts have been destroyed, and tells how many were.
+  int awaitDestructions(int count) {
     std::unique_lock lock(state_->mutex);
-    state_->changed.wait(lock, [&] { return state_->destroyed > 0; });
+    state_->changed.wait(lock, [&] { return state_->destroyed >= count; });
     return state_->destroyed;
   }
+  int awaitDestruction() { return awaitDestructions(1); }
 
  private:
   struct State {
@@ -275,8 +276,10 @@ class CCatalogFixture : public testing::Test {
     for (const auto& key : keys) texts.push_back(textOf(key));
     vellora_listener table{};
     if (listener != nullptr) table = listener->table();
+    auto how = sized<vellora_ask_options>();
+    how.deadline_seconds = 600;  // nothing times out by chance
     vellora_question* question = nullptr;
-    expectFine(vellora_ask(catalog.get(), kind, texts.data(), texts.size(), nullptr,
+    expectFine(vellora_ask(catalog.get(), kind, texts.data(), texts.size(), &how,
                            listener != nullptr ? &table : nullptr, &question));
     return OwnedQuestion(question);
   }

@@ -19,6 +19,12 @@ using testing::StartsWith;
 using CCatalogueTest = CCatalogFixture;
 
 constexpr const char* recordOfAccount = "001000000000009";
+constexpr const char* listViewUrl =
+    "/services/data/v50.0/query?q=SELECT%20Id,SobjectType%20FROM%20ListView%20WHERE%20Id%20%3D%20'00B1'";
+constexpr const char* nameFieldsUrl =
+    "/services/data/v53.0/query?q=SELECT%20EntityDefinition.QualifiedApiName,%20QualifiedApiName,"
+    "%20IsNameField%20FROM%20FieldDefinition%20WHERE%20EntityDefinition.QualifiedApiName%20IN%20('User')"
+    "%20AND%20IsNameField%20%3D%20true";
 
 TEST_F(CCatalogueTest, AnswersWhoWaits) {
   open();
@@ -69,22 +75,69 @@ TEST_F(CCatalogueTest, TellsTheSameToWhoDoesNotParse) {
   EXPECT_EQ(stringOf(missing.request), "(absent)");
 }
 
-TEST_F(CCatalogueTest, TellsOfColumnsAndFields) {
+TEST_F(CCatalogueTest, TellsOfColumns) {
   network.answer("/services/data/v50.0/search/layout?q=Account",
                  R"([{"objectType":"Account","searchColumns":[)"
-                 R"({"name":"Phone","label":"Call","format":"phone","field":"Phone"}]}])");
+                 R"({"name":"Phone","label":"Call","format":"phone","field":"Phone"},)"
+                 R"({"name":"Fax","label":"Fax","field":"Fax"}]}])");
   open();
   const auto columns = wait(ask(VELLORA_SEARCH_COLUMNS, {"Account"}));
   auto found = sized<vellora_found>();
   expectFine(vellora_answer_found(columns.get(), 0, &found));
-  EXPECT_EQ(found.columns, 1U);
+  EXPECT_EQ(found.columns, 2U);
+  EXPECT_EQ(found.fields, 0U);
   auto column = sized<vellora_column>();
   expectFine(vellora_answer_column(columns.get(), 0, 0, &column));
   EXPECT_EQ(stringOf(column.name) + stringOf(column.label) + stringOf(column.field) + stringOf(column.format),
             "PhoneCallPhonephone");
-  EXPECT_EQ(said(vellora_answer_column(columns.get(), 0, 1, &column)), "5: The answer has no such column.");
+  expectFine(vellora_answer_column(columns.get(), 0, 1, &column));
+  EXPECT_EQ(stringOf(column.format), "(absent)");
+  EXPECT_EQ(said(vellora_answer_column(columns.get(), 0, 2, &column)), "5: The answer has no such column.");
   auto look = sized<vellora_look>();
   EXPECT_EQ(said(vellora_answer_look(columns.get(), 0, 0, &look)), "5: The answer has no such look.");
+}
+
+TEST_F(CCatalogueTest, TellsOfFields) {
+  network.answer(
+      "/services/data/v53.0/compactLayouts?q=Account",
+      R"({"Account":{"objectType":"Account","fieldItems":[{"label":"Owner","layoutComponents":[{"value":"OwnerId",)"
+      R"("details":{"label":"Owner","type":"reference","referenceTo":["User"],"relationshipName":"Owner",)"
+      R"("htmlFormatted":false}}]}]}})");
+  network.answer(
+      nameFieldsUrl,
+      R"({"records":[{"EntityDefinition":{"QualifiedApiName":"User"},"QualifiedApiName":"Name"}]})");
+  open();
+  const auto headlines = wait(ask(VELLORA_HEADLINES, {"Account"}));
+  auto found = sized<vellora_found>();
+  expectFine(vellora_answer_found(headlines.get(), 0, &found));
+  EXPECT_EQ(found.fields, 1U);
+  auto field = sized<vellora_field>();
+  expectFine(vellora_answer_field(headlines.get(), 0, 0, &field));
+  EXPECT_EQ(stringOf(field.api_name), "Owner.Name");
+  EXPECT_EQ(stringOf(field.label), "Owner");
+  EXPECT_EQ(stringOf(field.field_type), "reference");
+  EXPECT_EQ(stringOf(field.reference_to), "User");
+  EXPECT_EQ(stringOf(field.relationship_name), "Owner");
+  EXPECT_EQ(field.is_html, 0);
+  EXPECT_EQ(field.parts, 0U);
+  EXPECT_EQ(said(vellora_answer_field(headlines.get(), 0, 1, &field)), "5: The answer has no such field.");
+}
+
+TEST_F(CCatalogueTest, TellsTheLookOfWhatAListViewLists) {
+  network.answer(
+      typesUrl,
+      R"({"sobjects":[{"name":"Account","keyPrefix":"001","label":"Account","labelPlural":"Accounts",)"
+      R"("createable":true},{"name":"ListView","keyPrefix":"00B","label":"List view",)"
+      R"("labelPlural":"List views","createable":false}]})");
+  network.answer(listViewUrl, R"({"count":1,"records":[{"Id":"00B1","SobjectType":"Account"}]})");
+  open();
+  const auto answer = wait(ask(VELLORA_RECORDS, {"00B1", recordOfAccount}));
+  auto look = sized<vellora_look>();
+  expectFine(vellora_answer_look(answer.get(), 0, 0, &look));
+  EXPECT_EQ(stringOf(look.label) + std::to_string(look.is_createable), "List view0");
+  expectFine(vellora_answer_look(answer.get(), 0, 1, &look));
+  EXPECT_EQ(stringOf(look.label), "Account");
+  EXPECT_EQ(said(vellora_answer_look(answer.get(), 1, 1, &look)), "5: The answer has no such look.");
 }
 
 TEST_F(CCatalogueTest, AnswersAListenerOnceAndThenDestroysItsContext) {
@@ -150,6 +203,36 @@ TEST_F(CCatalogueTest, ClosingGivesAllUpAndDestroysEachContextOnce) {
   EXPECT_EQ(listener.calls(), 0U);
   silent.replyToAll("too late");
   EXPECT_EQ(silent.awaitDestruction(), 1);
+}
+
+TEST_F(CCatalogueTest, AWatchWhoseHandleIsKeptLetsGoOfItsListenerWhenThatIsFreed) {
+  CListener listener;
+  open();
+  const auto name = textOf("Account");
+  const auto table = listener.table();
+  vellora_question* watch = nullptr;
+  expectFine(vellora_watch(catalog.get(), VELLORA_TYPES, &name, 1, nullptr, &table, &watch));
+  OwnedQuestion owned(watch);
+  listener.awaitDocuments(1);
+
+  catalog.reset();
+  owned.reset();
+
+  EXPECT_EQ(listener.awaitDestruction(), 1);
+  EXPECT_EQ(listener.calls(), 1U);
+}
+
+TEST_F(CCatalogueTest, AWatchWithoutAHandleEndsWithTheCatalogue) {
+  CListener listener;
+  open();
+  const auto name = textOf("Account");
+  const auto table = listener.table();
+  expectFine(vellora_watch(catalog.get(), VELLORA_TYPES, &name, 1, nullptr, &table, nullptr));
+  listener.awaitDocuments(1);
+
+  catalog.reset();
+
+  EXPECT_EQ(listener.awaitDestruction(), 1);
 }
 
 TEST_F(CCatalogueTest, IsClosedFromInsideACallback) {

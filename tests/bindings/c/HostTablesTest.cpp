@@ -202,6 +202,59 @@ TEST_F(CHostTablesTest, ATokenOfTheHostsGoesToTheServerAndIsRenewedWhenItIsRefus
   EXPECT_EQ(summaryOf(wait(ask(VELLORA_SEARCH_COLUMNS, {"A"}))).found, 1U);
 }
 
+TEST_F(CHostTablesTest, AnAbsentTextIsNoToken) {
+  ScriptedServer server;
+  server.replyBy([](const ScriptedServer::Request& request) {
+    EXPECT_EQ(request.text.find("Authorization"), std::string::npos);
+    return ScriptedServer::http("200 OK", R"([{"objectType":"A","searchColumns":[]}])");
+  });
+  auto token = sized<vellora_token_source>();
+  token.token = [](void*, const vellora_text*, vellora_sink* sink) {
+    const vellora_text first = textOf("first");
+    const vellora_text absent{nullptr, 0};
+    EXPECT_EQ(vellora_give(sink, &first), VELLORA_OK);
+    EXPECT_EQ(vellora_give(sink, &absent), VELLORA_OK) << "it takes the first one back";
+  };
+  auto how = sized<vellora_options>();
+  const std::string address = server.url();
+  how.server = address.c_str();
+  how.token = &token;
+  how.loads_late = 1;
+  open(how);
+  EXPECT_EQ(summaryOf(wait(ask(VELLORA_SEARCH_COLUMNS, {"A"}))).found, 1U);
+}
+
+TEST_F(CHostTablesTest, ANetworkThatWaitsForAnAnswerInsideItsCallIsToldSo) {
+  struct Waiting {
+    vellora_catalog* catalog;
+    std::string end;
+  } waiting{nullptr, ""};
+  auto table = sized<vellora_network>();
+  table.context = &waiting;
+  table.send = [](void* context, const vellora_request_info* info, vellora_request* request) {
+    auto& self = *static_cast<Waiting*>(context);
+    if (stringOf(info->url).ends_with("=A")) {
+      const vellora_text other = textOf("B");
+      vellora_question* question = nullptr;
+      vellora_answer* answer = nullptr;
+      expectFine(vellora_ask(self.catalog, VELLORA_SEARCH_COLUMNS, &other, 1, nullptr, nullptr, &question));
+      expectFine(vellora_wait(question, &answer));
+      self.end = std::to_string(summaryOf(OwnedAnswer(answer)).end);
+      vellora_question_free(question);
+    }
+    auto response = sized<vellora_response>();
+    response.error = "no signal";
+    EXPECT_EQ(vellora_reply(request, &response), VELLORA_OK);
+  };
+  auto how = options();
+  how.network = &table;
+  open(how);
+  waiting.catalog = catalog.get();
+  wait(ask(VELLORA_SEARCH_COLUMNS, {"A"}));
+  catalog.reset();
+  EXPECT_EQ(waiting.end, std::to_string(VELLORA_FAILED));
+}
+
 TEST_F(CHostTablesTest, AFailureThatMayPassIsTriedAgain) {
   auto how = options();
   how.attempts = 2;

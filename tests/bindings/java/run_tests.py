@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """Runs the tests of the library for Java in one virtual machine, beside a demo server, and fails also for a word of -Xcheck:jni.
+Before that it shows that it hears such a word.
 
 usage: run_tests.py JAVA CLASS_PATH RECORDS_SERVER NAME=VALUE… -- CLASS…
 
@@ -15,8 +16,8 @@ import sys
 import tempfile
 import time
 
-# What -Xcheck:jni says begins so.
-COMPLAINT = re.compile(r"^(WARNING|Warning|FATAL ERROR|ReleasePrimitiveArrayCritical|.*in native method)", re.MULTILINE)
+# What -Xcheck:jni says. It may stand behind the dots that JUnit writes without a line end.
+COMPLAINT = re.compile(r"WARNING: JNI|WARNING in native|FATAL ERROR|Warning: |ReleasePrimitiveArrayCritical|in native method")
 
 
 @contextlib.contextmanager
@@ -33,19 +34,30 @@ def demo_server(program):
             server.wait()
 
 
+def complaints(output):
+    return [line for line in output.splitlines() if COMPLAINT.search(line)]
+
+
 def main():
     java, class_path, records_server, *rest = sys.argv[1:]
     properties, classes = rest[:rest.index("--")], rest[rest.index("--") + 1:]
     if "VELLORA_TEST_LOOKUPS" in os.environ:
         properties.append(f"questions={os.environ['VELLORA_TEST_LOOKUPS']}")
+
+    def run(*program):
+        return subprocess.run([java, "-Xcheck:jni", "-Xmx256m", "-cp", class_path, *(f"-D{each}" for each in properties), *program],
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+
+    careless = run("vellora.CarelessProgram").stdout
+    if not complaints(careless):
+        sys.exit("the virtual machine does not complain of a leak of local references:\n" + careless)
     with demo_server(records_server) as address:
-        done = subprocess.run(
-            [java, "-Xcheck:jni", "-Xmx256m", "-cp", class_path, f"-Drecords.server={address}", *(f"-D{each}" for each in properties),
-             "org.junit.runner.JUnitCore", *classes], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        properties.append(f"records.server={address}")
+        done = run("org.junit.runner.JUnitCore", *classes)
     print(done.stdout)
-    complaints = [line for line in done.stdout.splitlines() if COMPLAINT.match(line)]
-    if complaints:
-        sys.exit("the virtual machine complains:\n" + "\n".join(complaints))
+    found = complaints(done.stdout)
+    if found:
+        sys.exit("the virtual machine complains:\n" + "\n".join(found))
     return done.returncode
 
 

@@ -51,8 +51,18 @@ public final class HostTest {
     assertEquals("There is no answer.", troubleWith(request -> CompletableFuture.completedFuture(null)));
     assertTrue(troubleWith(request -> null).startsWith("java.lang.NullPointerException"));
     assertEquals("There is no answer.", troubleWith(request -> CompletableFuture.failedFuture(new NetworkException(null))));
+    assertEquals(Unprintable.class.getName(), troubleWith(request -> CompletableFuture.failedFuture(new Unprintable())));
     assertEquals("vellora.NetworkException",
         troubleWith(request -> CompletableFuture.failedFuture(new NetworkException("half a text\0"))));
+  }
+
+  private static final class Unprintable extends RuntimeException {
+    private static final long serialVersionUID = 1;
+
+    @Override
+    public String toString() {
+      throw new StackOverflowError("too deep");
+    }
   }
 
   @Test

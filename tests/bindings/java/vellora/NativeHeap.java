@@ -16,6 +16,9 @@ final class NativeHeap {
   /** The bytes that malloc has given and that nobody has freed. */
   static native long bytesInUse();
 
+  /** Makes more references than a call may have. */
+  static native void leakLocalReferences();
+
   /** How many objects native code keeps alive. */
   static int globalReferences() throws Exception {
     ObjectName commands = new ObjectName("com.sun.management:type=DiagnosticCommand");

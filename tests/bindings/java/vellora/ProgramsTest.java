@@ -36,7 +36,9 @@ public final class ProgramsTest {
     compile(FOLDER.getRoot().toPath().resolve("Quickstart.java"));
 
     assertEquals("Account\n", output("Quickstart", SERVER));
-    assertTrue(output("Quickstart", "http://127.0.0.1:1").startsWith("001000000000009: could not be asked: "));
+    // On a very busy machine the deadline may come before the last attempt.
+    String told = output("Quickstart", "http://127.0.0.1:1");
+    assertTrue(told, told.matches("001000000000009: (could not be asked: .+|timed out)\n"));
   }
 
   @Test
