@@ -38,7 +38,7 @@ MAY_INCLUDE = {
     "apps/records-server": {PLATFORM, "apps/http"},
     "apps/vellora": LIBRARY | {"hostkit", "apps/http"},
     "tests/support": LIBRARY | {"hostkit", "testkit", "apps/records-server"},
-    "tests/bindings": LIBRARY | {"hostkit", "testkit", "bindings/c", "bindings/generate"},
+    "tests/bindings": LIBRARY | {"hostkit", "testkit", "bindings/c", "bindings/generate", "tests/support"},
     "bench": LIBRARY | {"hostkit", "testkit", "apps/records-server", "tests/support", "bindings/c"},
     "examples": LIBRARY | {"hostkit", "testkit", "conformance"},
     "fuzz": LIBRARY | {"hostkit", "testkit", "apps/records-server", "tests/support"},

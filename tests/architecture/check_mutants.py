@@ -11,10 +11,14 @@ import pathlib
 import re
 import sys
 
-ROW = re.compile(r"^\| `([\w/-]+\.(?:cpp|h))`: `(.*?)`.*?(?<!\\)\|(.*)\|(.*)\|$", re.MULTILINE)
+ROW = re.compile(r"^\| `([\w/-]+\.(?:cpp|h|java|py))`: `(.*?)`.*?(?<!\\)\|(.*)\|(.*)\|$", re.MULTILINE)
 CITED = re.compile(r"`(\w+)\.(\w+)`")
 TEST = re.compile(r"\bTEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)")
-SOURCES = ("vellora", "hostkit", "apps")
+JAVA_TEST = re.compile(r"@Test\n  public void (\w+)\(")
+PYTHON_CLASS = re.compile(r"^class (\w+)\(.*?(?=^\S|\Z)", re.MULTILINE | re.DOTALL)
+PYTHON_TEST = re.compile(r"^    (?:async )?def (test_\w+)\(", re.MULTILINE)
+SOURCES = ("vellora", "hostkit", "apps", "bindings")
+SUFFIXES = (".cpp", ".h", ".java", ".py")
 
 
 def flat(text):
@@ -26,9 +30,20 @@ def stands_in(code, text):
     return re.search(r".*?".join(pieces), flat(text)) is not None
 
 
+def known_tests(root):
+    """Each as the name of its class or group, and its own."""
+    for path in root.glob("tests/**/*.cpp"):
+        yield from TEST.findall(path.read_text())
+    for path in root.glob("tests/**/*.java"):
+        yield from ((path.stem, name) for name in JAVA_TEST.findall(path.read_text()))
+    for path in root.glob("tests/**/*.py"):
+        for group in PYTHON_CLASS.finditer(path.read_text()):
+            yield from ((group[1], name) for name in PYTHON_TEST.findall(group[0]))
+
+
 def problems(root):
-    sources = [path for folder in SOURCES for path in root.glob(f"{folder}/**/*") if path.suffix in (".cpp", ".h")]
-    tests = {found for path in root.glob("tests/**/*.cpp") for found in TEST.findall(path.read_text())}
+    sources = [path for folder in SOURCES for path in root.glob(f"{folder}/**/*") if path.suffix in SUFFIXES]
+    tests = set(known_tests(root))
     rows = ROW.findall((root / "docs/reliability.md").read_text())
     if not rows:
         yield "docs/reliability.md: has no list of mutants"

@@ -17,10 +17,16 @@ class CheckMutantsTest(unittest.TestCase):
             (root / "docs/reliability.md").write_text(row + "\n")
             (root / "vellora/A.cpp").write_text("if (a ||\n    b) run(1, 2);\n")
             (root / "tests/ATest.cpp").write_text("TEST_F(ATest, Runs) {}\n")
+            (root / "tests/JTest.java").write_text("final class JTest {\n  @Test\n  public void runs() {}\n}\n")
+            (root / "tests/p_test.py").write_text("class PTest(TestCase):\n    def test_runs(self):\n        pass\n")
             return list(check_mutants.problems(root))
 
     def test_a_line_and_a_test_that_are_there_are_fine(self):
         self.assertEqual(self.problems(r"| `A.cpp`: `if (a \|\| b) run(…)` | never runs | `ATest.Runs` |"), [])
+
+    def test_tests_in_java_and_python_are_known(self):
+        self.assertEqual(self.problems("| `A.cpp`: `run` | never runs | `JTest.runs`, `PTest.test_runs` |"), [])
+        self.assertEqual(len(self.problems("| `A.cpp`: `run` | never runs | `JTest.stops`, `PTest.test_stops` |")), 2)
 
     def test_a_line_that_is_no_more_is_found(self):
         self.assertEqual(
