@@ -35,6 +35,15 @@ CoalescingNetwork::Credential credentialOf(CurlNetwork::TokenProvider token) {
   return [token = std::move(token)] { return token().value_or(""); };
 }
 
+/// The secrets of a host with tokens; null without. The token of now is one before it is sent: what a cache
+/// still holds may tell it.
+std::shared_ptr<KnownSecrets> makeSecrets(const StandardPlatformAPI::Options& options) {
+  if (!options.token || options.network) return nullptr;
+  auto secrets = std::make_shared<KnownSecrets>();
+  secrets->note(options.token().value_or(""));
+  return secrets;
+}
+
 /// `logger` without the secrets in its lines, if there are any to come; one that drops every line if null.
 std::shared_ptr<CorvaneSDK::Logger> makeLogger(std::shared_ptr<CorvaneSDK::Logger> logger,
                                                std::shared_ptr<const KnownSecrets> secrets) {
@@ -63,8 +72,7 @@ Result<std::shared_ptr<CorvaneSDK::Network>> makeNetwork(StandardPlatformAPI::Op
 }  // namespace
 
 Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options options) {
-  const bool hasToken = options.token && !options.network;
-  const auto secrets = hasToken ? std::make_shared<KnownSecrets>() : nullptr;
+  const auto secrets = makeSecrets(options);
   // The network first: a mistyped address should leave no cache file behind.
   auto network = options.network ? Result(std::move(options.network)) : makeNetwork(options, secrets);
   if (!network) return network.error();

@@ -33,7 +33,8 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
     /// The records server's address, such as "https://records.example".
     std::string server;
     /// Gives the bearer token; see `CurlNetwork`. Asked for each request, to see whether it may share another
-    /// one: only if both go out with the same token. Asked again for each request that is sent.
+    /// one: only if both go out with the same token. Asked again for each request that is sent. `make` asks,
+    /// too, so that the log is clean of the token before anything is sent.
     CurlNetwork::TokenProvider token = {};
     /// Gives another token when the server has refused one; see `CurlNetwork`.
     CurlNetwork::TokenRenewal renewedToken = {};

@@ -132,7 +132,8 @@ typedef struct vellora_token_source {
   void* context;
   void (*destroy)(void* context); /* as that of vellora_network */
   /* Hands the token to vellora_give, or nothing to send none. `refused` is NULL, or the token that the server
-   * has just refused: give another one then, if there is one. Comes from several threads at once. */
+   * has just refused: give another one then, if there is one. Comes from several threads at once, and once
+   * from vellora_open, so that the log is clean of the token from the beginning. */
   void (*token)(void* context, const vellora_text* refused, vellora_sink* token);
 } vellora_token_source;
 

@@ -13,8 +13,9 @@ namespace vellora::hostkit {
 
 class SecretTraces;
 
-/// The tokens that were sent lately. Texts that may quote a server are cleaned of them before anybody reads
-/// them, since a server may send a token back: as the name of a type, as a host to go to, as a reason.
+/// The tokens that were sent lately, or are about to be. Texts that may quote a server are cleaned of them
+/// before anybody reads them, since a server may send a token back: as the name of a type, as a host to go
+/// to, as a reason.
 ///
 ///     options.secrets = std::make_shared<hostkit::KnownSecrets>();  // of a CurlNetwork
 ///     …
@@ -42,7 +43,7 @@ class VELLORA_EXPORT KnownSecrets {
   KnownSecrets(const KnownSecrets&) = delete;
   KnownSecrets& operator=(const KnownSecrets&) = delete;
 
-  /// Takes in a secret that is about to be sent. The `mostKept` latest ones are kept. An empty one is none.
+  /// Takes in a secret that is sent, or may be. The `mostKept` latest ones are kept. An empty one is none.
   void note(std::string_view secret);
 
   /// `text` with "[token]" for each part of it that tells one of the secrets.

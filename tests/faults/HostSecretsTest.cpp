@@ -21,6 +21,8 @@
 #include "tests/support/SlowBuild.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TokenCanary.h"
+#include "vellora/Catalog/Catalog.h"
+#include "vellora/DataServices/Source.h"
 #include "vellora/Platform/Json/Json.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
@@ -200,6 +202,40 @@ TEST_F(HostSecretsTest, WhateverNamesTheServerMakesOfIt) {
     });
     EXPECT_GT(cleaned, 3) << form;
     logger->clear();
+  }
+}
+
+TEST_F(HostSecretsTest, WhateverNamesTheCacheHoldsBeforeAnythingIsSent) {
+  tests::ScriptedServer echo;
+  const std::string token = canary.token();
+  for (const std::string& form : {token, std::string(token.rbegin(), token.rend()), canary.traces()[2]}) {
+    SCOPED_TRACE(form);
+    const std::string name(json::encode(form).value().view());
+    echo.replyAlways(tests::ScriptedServer::http(
+        "200 OK", R"({"sobjects":[{"keyPrefix":"001","createable":true,"labelPlural":"","name":)" + name +
+                      ",\"label\":" + name + R"(}],"themeItems":[{"colors":[],"icons":[],"name":)" + name +
+                      "}]}"));
+    const tests::TemporaryFolder warm;
+    const auto ask = [&](Source source) {
+      logger->clear();
+      const auto made =
+          hostkit::StandardPlatformAPI::make({.server = echo.url(),
+                                              .token = [&token] { return std::optional(token); },
+                                              .cacheFile = warm.file("cache.sqlite"),
+                                              .logger = logger})
+              .value();
+      const Catalog catalog(made, {.loadsAtOnce = false});
+      EXPECT_EQ(catalog.records({"001a"}, {.source = source}).get().found.size(), 1U);
+      expectNoTokenInTexts("", form);
+    };
+    ask(Source::cacheFirst);
+    const auto sent = echo.requests().size();
+    ask(Source::cacheOnly);
+    EXPECT_EQ(echo.requests().size(), sent);
+    const auto lines = logger->lines();
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const auto& line) {
+      return line.text == "sObjectForName(_:), name: [token]";
+    }));
   }
 }
 

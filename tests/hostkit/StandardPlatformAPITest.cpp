@@ -100,6 +100,30 @@ TEST(StandardPlatformAPITest, KeepsTheTokenOutOfTheLogOnceItHasBeenSent) {
   EXPECT_EQ(logger->lines()[0].text, "theme(for:), name: [token]");
 }
 
+TEST(StandardPlatformAPITest, KeepsTheTokenOutOfTheLogBeforeAnythingIsSent) {
+  const auto logger = std::make_shared<testkit::RecordingLogger>();
+  const auto api =
+      StandardPlatformAPI::make({.server = "https://records.example",
+                                 .token = [] { return std::optional<std::string>("abc-secret99"); },
+                                 .logger = logger})
+          .value();
+  api->logger()->log("sObjectForName(_:), name: abc-secret99", CorvaneSDK::LogLevel::info);
+  ASSERT_EQ(logger->lines().size(), 1U);
+  EXPECT_EQ(logger->lines()[0].text, "sObjectForName(_:), name: [token]");
+}
+
+TEST(StandardPlatformAPITest, IsMadeWithATokenThatIsNotThereYet) {
+  const auto logger = std::make_shared<testkit::RecordingLogger>();
+  const auto api =
+      StandardPlatformAPI::make({.server = "https://records.example",
+                                 .token = []() -> std::optional<std::string> { return std::nullopt; },
+                                 .logger = logger})
+          .value();
+  api->logger()->log("sObjectForName(_:), name: Account", CorvaneSDK::LogLevel::info);
+  ASSERT_EQ(logger->lines().size(), 1U);
+  EXPECT_EQ(logger->lines()[0].text, "sObjectForName(_:), name: Account");
+}
+
 TEST(StandardPlatformAPITest, NeedsNoMoreThanAServer) {
   StandardPlatformAPI::Options options;
   options.server = "https://records.example";

@@ -93,6 +93,7 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   if (const auto* problem = std::get_if<Problem>(&token)) return *problem;
 
   const auto secrets = std::make_shared<hostkit::KnownSecrets>();
+  secrets->note(std::get<0>(token).value_or(""));  // the cache may hold it, and maybe nothing is sent
   auto network = openNetwork(arguments, std::get<0>(token), secrets);
   if (const auto* problem = std::get_if<Problem>(&network)) return *problem;
 

@@ -31,7 +31,7 @@ class Session {
 
   [[nodiscard]] const RequiredAPI& api() const noexcept { return api_; }
 
-  /// What has been sent, and is shown to nobody.
+  /// The token, also before it is sent; it is shown to nobody.
   [[nodiscard]] const std::shared_ptr<const hostkit::KnownSecrets>& secrets() const noexcept {
     return secrets_;
   }

@@ -3,7 +3,8 @@ package vellora;
 /**
  * Gives the token that the ready-made network sends.
  *
- * <p><b>Threads:</b> called from several threads at once.
+ * <p><b>Threads:</b> called from several threads at once, and once while the catalogue is opened, so that the log is clean of
+ * the token from the beginning.
  *
  * <p><b>Errors:</b> an exception counts as no token.
  */

@@ -102,11 +102,11 @@ class Catalog:
 
         `network` is one of your own, in place of the ready-made one, which `server`, `token`, `ca_file` and
         `allow_token_over_plain_http` are for. `token` gives the token to send, or None; it is called with the one that the
-        server has just refused, or None. `cache` is one of your own. Without it `cache_file` is where the ready-made one is
-        kept, or else in memory; a file of another `cache_owner` is refused. `logger` is one of Python's, or is called with
-        whether it is an error, and a line. `theme` says whose colours are wanted: "light" unless told. `cache_timeout` is the
-        age at which what is cached is stale: an hour unless told. `attempts` says how often a request is sent at most: four
-        times unless told.
+        server has just refused, or None, and once at the beginning, to keep it out of the log. `cache` is one of your own.
+        Without it `cache_file` is where the ready-made one is kept, or else in memory; a file of another `cache_owner` is
+        refused. `logger` is one of Python's, or is called with whether it is an error, and a line. `theme` says whose colours
+        are wanted: "light" unless told. `cache_timeout` is the age at which what is cached is stale: an hour unless told.
+        `attempts` says how often a request is sent at most: four times unless told.
 
         Functions of the host are called from several threads at once, and must not close the catalogue.
         """

@@ -160,8 +160,8 @@ struct CLog {
   std::vector<std::string> others;
 };
 
-TEST_F(CHostTablesTest, ALoggerOfTheHostsGetsTheLines) {
-  const auto log = std::make_shared<CLog>();
+/// A table to open a catalogue with, whose lines go there.
+vellora_logger loggerTo(const std::shared_ptr<CLog>& log) {
   auto table = sized<vellora_logger>();
   table.context = new std::shared_ptr<CLog>(log);
   table.destroy = [](void* context) { delete static_cast<std::shared_ptr<CLog>*>(context); };
@@ -170,6 +170,36 @@ TEST_F(CHostTablesTest, ALoggerOfTheHostsGetsTheLines) {
     const std::lock_guard lock(to.mutex);
     (isError != 0 ? to.errors : to.others).push_back(stringOf(*line));
   };
+  return table;
+}
+
+TEST_F(CHostTablesTest, TheTokenIsInNoLineBeforeAnythingIsSent) {
+  const auto log = std::make_shared<CLog>();
+  const auto logger = loggerTo(log);
+  auto token = sized<vellora_token_source>();
+  token.token = [](void*, const vellora_text*, vellora_sink* sink) {
+    const vellora_text text = textOf("abc-secret99");
+    EXPECT_EQ(vellora_give(sink, &text), VELLORA_OK);
+  };
+  auto how = sized<vellora_options>();
+  how.server = "https://records.example";
+  how.token = &token;
+  how.logger = &logger;
+  how.loads_late = 1;
+  open(how);
+  auto offline = sized<vellora_ask_options>();
+  offline.source = VELLORA_CACHE_ONLY;
+  const vellora_text name = textOf("abc-secret99");
+  vellora_question* question = nullptr;
+  expectFine(vellora_ask(catalog.get(), VELLORA_TYPES, &name, 1, &offline, nullptr, &question));
+  wait(OwnedQuestion(question));
+  const std::lock_guard lock(log->mutex);
+  EXPECT_THAT(log->others, ElementsAre("sObjectForName(_:), name: [token]"));
+}
+
+TEST_F(CHostTablesTest, ALoggerOfTheHostsGetsTheLines) {
+  const auto log = std::make_shared<CLog>();
+  const auto table = loggerTo(log);
   network.answer(typesUrl, "no JSON");
   auto how = options();
   how.logger = &table;

@@ -6,7 +6,7 @@ import unittest
 from concurrent.futures import Future, ThreadPoolExecutor
 
 from scripted_network import COLUMNS, COLUMNS_URL, THEMES_URL, TYPES_URL, ScriptedNetwork
-from vellora import Catalog, End, NetworkError, VelloraError
+from vellora import Catalog, End, NetworkError, Source, VelloraError
 
 
 class Unprintable(Exception):
@@ -132,6 +132,13 @@ class HostTest(unittest.TestCase):
                 catalog.search_columns(["Account"]).result()
         self.assertIn("DEBUG:lines:sObjectForName(_:), name: Account", logs.output)
         self.assertIn("ERROR", {record.levelname for record in logs.records})
+
+    def test_the_token_is_in_no_line_before_anything_is_sent(self):
+        lines = []
+        with Catalog("https://records.example", token=lambda refused: "abc-secret99",
+                     logger=lambda is_error, line: lines.append(line), load_late=True) as catalog:
+            catalog.types(["abc-secret99"], source=Source.CACHE_ONLY).result()
+        self.assertEqual(lines[0], "sObjectForName(_:), name: [token]")
 
     def test_both_lists_are_asked_for_at_once_unless_that_is_to_be_late(self):
         asked = {TYPES_URL: threading.Event(), THEMES_URL: threading.Event()}

@@ -36,6 +36,17 @@ TEST_F(SessionTest, OpensAHostWhoseCacheHasNotFailed) {
   EXPECT_EQ(session->cacheFailure(), std::nullopt);
 }
 
+TEST_F(SessionTest, KnowsItsTokenBeforeAnythingIsSent) {
+  Arguments arguments;
+  arguments.server = server->url();
+  arguments.cacheFile = cacheFile;
+  arguments.tokenFile = folder.file("token");
+  writeFile(*arguments.tokenFile, "canary-7f3a91\n");
+  const auto session = std::get<0>(Session::open(arguments));
+  EXPECT_EQ(session->secrets()->cleaned("name: canary-7f3a91"), "name: [token]");
+  EXPECT_THAT(server->requests(), testing::IsEmpty());
+}
+
 TEST_F(SessionTest, ACacheThatIsGivenTakesThePlaceOfTheArgumentsOwn) {
   Arguments arguments;
   arguments.server = server->url();

@@ -131,6 +131,17 @@ public final class HostTest {
   }
 
   @Test
+  public void theTokenIsInNoLineBeforeAnythingIsSent() {
+    ConcurrentLinkedQueue<String> lines = new ConcurrentLinkedQueue<>();
+    CatalogOptions options = new CatalogOptions().server("https://records.example").token(refused -> "abc-secret99")
+        .logger((isError, line) -> lines.add(line)).loadLate();
+    try (Catalog catalog = new Catalog(options)) {
+      catalog.types(List.of("abc-secret99"), new QuestionOptions().source(Source.CACHE_ONLY)).join();
+    }
+    assertEquals("sObjectForName(_:), name: [token]", lines.peek());
+  }
+
+  @Test
   public void theReadyMadeNetworkSendsTheTokenAndAsksForANewOne() throws Exception {
     ConcurrentLinkedQueue<String> sent = new ConcurrentLinkedQueue<>();
     HttpServer server = HttpServer.create(new InetSocketAddress(InetAddress.getLoopbackAddress(), 0), 0);
