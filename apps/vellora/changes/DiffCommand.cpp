@@ -15,6 +15,7 @@
 #include "apps/vellora/command/CommandCatalog.h"
 #include "apps/vellora/command/Document.h"
 #include "apps/vellora/command/Output.h"
+#include "hostkit/secrets/UrlCredentials.h"
 #include "vellora/Platform/Json/Json.h"
 
 namespace vellora::command {
@@ -152,7 +153,8 @@ ExitCode print(const Comparison& comparison, const Arguments& arguments) {
 }
 
 ExitCode tell(const Compared& before, const Compared& after, const Arguments& arguments) {
-  const Comparison comparison{before.side().name, after.side().name,
+  const Comparison comparison{hostkit::withoutCredentials(before.side().name),
+                              hostkit::withoutCredentials(after.side().name),
                               differencesBetween(before.known, after.known)};
   const ExitCode printed = print(comparison, arguments);
   if (printed != ExitCode::answered) return printed;
