@@ -38,6 +38,7 @@ void setUpSignals() {
   struct sigaction ignore {};
   ignore.sa_handler = SIG_IGN;
   ::sigaction(SIGPIPE, &ignore, nullptr);  // a reader that left makes the write fail
+  ::sigaction(SIGXFSZ, &ignore, nullptr);  // so does a file that is as large as it may be
 }
 
 ExitCode runCommand(const Arguments& arguments) {

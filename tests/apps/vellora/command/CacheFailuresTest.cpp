@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "hostkit/cache/sqlite/SQLiteCacheFailure.h"
@@ -37,6 +38,16 @@ TEST(CacheFailuresTest, AReasonThatQuotesASecretIsCleaned) {
   EXPECT_EQ(failures.first(), "The cache file \"/c.db\" could not be read (no such table: [token]).");
 }
 
+class CacheFileSizeTest : public CommandFixture {};
+
+TEST_F(CacheFileSizeTest, ALimitOnTheSizeOfFilesIsToldLikeAFullDisk) {
+  std::vector<std::string> words{"-c", "ulimit -f 0; exec \"$@\"", "sh", VELLORA};
+  for (const auto& word : withServer({"names", "Account"})) words.push_back(word);
+  const auto ended = ChildProcess::run("/bin/sh", words, options);
+  EXPECT_EQ(ended.exitCode, 7);
+  EXPECT_THAT(ended.err, HasSubstr(cacheFile));
+}
+
 /// A cache file that another process keeps from being written.
 class LockedCacheTest : public CommandFixture {
  protected:
@@ -66,12 +77,11 @@ TEST_F(LockedCacheTest, AWaitThatRunsOutTellsTheCachesReasonToo) {
   server->setFault("/services/data/v50.0/query", Fault::never());
   RawDatabase other(cacheFile);
   other.run("BEGIN IMMEDIATE");
-  const auto ended = run({"--wait", "3", "ids", "00B000000000001"});
+  const std::string path = "/services/data/v50.0/query";
+  const auto [ended, wait] = runUntilAsked(path, {"ids", "00B000000000001"});
   EXPECT_EQ(ended.exitCode, 5);
-  EXPECT_EQ(
-      ended.err,
-      "vellora: no object type for 00B000000000001: no answer to /services/data/v50.0/query within 3 s; " +
-          reason() + "; give it longer with --wait SECONDS\n");
+  EXPECT_EQ(ended.err, "vellora: no object type for 00B000000000001: no answer to " + path + " within " +
+                           wait + " s; " + reason() + "; give it longer with --wait SECONDS\n");
 }
 
 TEST_F(LockedCacheTest, WhatIsAnsweredAllTheSameIsAnswered) {
