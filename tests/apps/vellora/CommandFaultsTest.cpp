@@ -20,9 +20,15 @@ class CommandFaultsTest : public CommandFixture {
   }
 
   [[nodiscard]] std::vector<std::string> withToken(std::vector<std::string> words) const {
-    words.insert(words.begin(), {"--token-file", tokenFile, "--log", "info", "--log-file", folder.file("log"),
-                                 "--wait", "0.5"});
+    words.insert(words.begin(),
+                 {"--token-file", tokenFile, "--log", "info", "--log-file", folder.file("log")});
     return withServer(words);
+  }
+
+  /// The same for a server at fault, which may never answer.
+  [[nodiscard]] std::vector<std::string> impatient(std::vector<std::string> words) const {
+    words.insert(words.begin(), {"--wait", "0.5"});
+    return withToken(std::move(words));
   }
 
   /// The command with a key, and such that it ends.
@@ -45,7 +51,9 @@ TEST_F(CommandFaultsTest, TheTokenStandsInNoOutputLogOrCacheWhateverTheServerDoe
         Fault::never(), Fault::garbage(), Fault::empty()}) {
     server->setFault(RecordsServer::everything, fault);
     for (const auto& command : commands) {
-      const auto ended = ChildProcess::run(VELLORA, withToken(wordsOf(command)), options);
+      const auto words = wordsOf(command);
+      const auto ended =
+          ChildProcess::run(VELLORA, fault == Fault() ? withToken(words) : impatient(words), options);
       const auto when = command + ", fault " + std::to_string(static_cast<int>(fault.kind));
       const bool answered = ended.exitCode == 0;
       EXPECT_TRUE(answered || fault != Fault()) << when << ": the server refuses whoever has no token";

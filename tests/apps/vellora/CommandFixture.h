@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -38,6 +39,37 @@ class CommandFixture : public testing::Test {
 
   ChildProcess::Ended run(const std::vector<std::string>& arguments) const {
     return ChildProcess::run(VELLORA, withServer(arguments), options);
+  }
+
+  /// How the command ended whose wait ran out, and that wait, as its texts have it.
+  struct Waited {
+    ChildProcess::Ended ended;
+    std::string wait;
+  };
+
+  /// Runs the command with a short wait, and with longer ones until `isEnough()`: a busy machine may not get
+  /// in a short one to what is tried.
+  template <class Condition>
+  Waited runUntil(Condition isEnough, std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), {"--wait", ""});
+    Waited waited;
+    for (const char* wait : {"0.5", "3", "30"}) {
+      arguments[1] = waited.wait = wait;
+      waited.ended = run(arguments);
+      if (isEnough(waited.ended)) break;
+    }
+    return waited;
+  }
+
+  /// The same until the server, which never answers it, has got a request for a path that begins so.
+  Waited runUntilAsked(const std::string& path, const std::vector<std::string>& arguments) const {
+    server->clearRequests();
+    const auto wasAsked = [&](const auto&) {
+      const auto requests = server->requests();
+      return std::any_of(requests.begin(), requests.end(),
+                         [&](const std::string& request) { return request.starts_with("GET " + path); });
+    };
+    return runUntil(wasAsked, arguments);
   }
 
   void writeFile(const std::string& file, const std::string& content) const {

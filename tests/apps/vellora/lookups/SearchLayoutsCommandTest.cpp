@@ -174,14 +174,12 @@ TEST_F(SearchLayoutsCommandTest, AConnectionThatBreaksIsExitCodeFive) {
 
 TEST_F(SearchLayoutsCommandTest, WhenTheWaitRunsOutItSaysSo) {
   server->setFault(endpoint, Fault::never());
-  const auto ended = run({"--json", "--wait", "0.3", "search-layouts", "Account"});
+  const auto [ended, wait] = runUntilAsked(endpoint, {"--json", "search-layouts", "Account"});
   EXPECT_EQ(ended.exitCode, 5);
   EXPECT_EQ(ended.out, "null\n");
-  // A busy machine may not have sent the request by then.
-  EXPECT_THAT(ended.err,
-              testing::MatchesRegex("vellora: no search layout for Account: no answer( to "
-                                    "/services/data/v50.0/search/layout)? within 0.3 s; give it longer with "
-                                    "--wait SECONDS\n"));
+  EXPECT_EQ(ended.err,
+            "vellora: no search layout for Account: no answer to /services/data/v50.0/search/layout within " +
+                wait + " s; give it longer with --wait SECONDS\n");
 }
 
 TEST_F(SearchLayoutsCommandTest, ControlCEndsItAtOnceWithExitCode130) {
