@@ -123,6 +123,13 @@ if(TARGET vellora_jar)
   install(FILES "${jar}" DESTINATION "${CMAKE_INSTALL_DATADIR}/java" COMPONENT java)
 endif()
 
+# Where Debian's packages for every Python 3 are. The library is not beside it, but that of the package for C.
+if(TARGET vellora_wheel)
+  get_target_property(package vellora_wheel PACKAGE_FOLDER)
+  install(DIRECTORY "${package}/" DESTINATION lib/python3/dist-packages COMPONENT python
+    FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "METADATA" PATTERN "__pycache__" EXCLUDE)
+endif()
+
 configure_package_config_file(cmake/VelloraConfig.cmake.in "${PROJECT_BINARY_DIR}/VelloraConfig.cmake"
   INSTALL_DESTINATION "${VELLORA_CMAKEDIR}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/VelloraConfigVersion.cmake"

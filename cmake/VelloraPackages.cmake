@@ -15,6 +15,9 @@ endif()
 if(TARGET vellora_jar)
   list(APPEND packages java)
 endif()
+if(TARGET vellora_wheel)
+  list(APPEND packages python)
+endif()
 set(CPACK_COMPONENTS_ALL ${packages})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -74,6 +77,17 @@ set(CPACK_DEBIAN_JAVA_PACKAGE_RECOMMENDS "default-jre-headless | java11-runtime-
 set(CPACK_DEBIAN_JAVA_DESCRIPTION "${PROJECT_DESCRIPTION}, for Java
  Vellora tells an app what the object types of a business-records server look
  like. This package holds vellora.jar, for programs in Java and Kotlin.")
+
+# One for every processor: the library that it loads is that of the package for C.
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-vellora)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), libvellora-c${VELLORA_C_ABI} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+  "${PROJECT_SOURCE_DIR}/packaging/python/postinst;${PROJECT_SOURCE_DIR}/packaging/python/prerm")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "${PROJECT_DESCRIPTION}, for Python
+ Vellora tells an app what the object types of a business-records server look
+ like. This package holds the module vellora for Python 3.")
 
 # Every package says under which terms it comes and what has changed; the compressed form without a time stamp.
 find_program(GZIP_PROGRAM gzip REQUIRED)

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Makes the Debian packages and looks into them. usage: debian_packages_test.py CPACK BUILD VERSION ABI [java]"""
+"""Makes the Debian packages and looks into them. usage: debian_packages_test.py CPACK BUILD VERSION ABI [java] [python]"""
 
 import gzip
+import os
 import pathlib
 import shutil
 import subprocess
@@ -12,6 +13,7 @@ import zipfile
 
 CPACK, BUILD, VERSION, ABI = sys.argv[1:5]
 HAS_JAVA = "java" in sys.argv[5:]
+HAS_PYTHON = "python" in sys.argv[5:]
 LIBRARY = f"libvellora{ABI}"
 
 
@@ -43,8 +45,9 @@ class DebianPackagesTest(unittest.TestCase):
         return found
 
     def test_there_are_the_library_what_builds_against_it_and_the_command(self):
-        java = {"libvellora-java"} if HAS_JAVA else set()
-        self.assertEqual(set(self.packages), {LIBRARY, "libvellora-dev", "vellora", "libvellora-c1", "libvellora-c-dev"} | java)
+        others = {"libvellora-java"} if HAS_JAVA else set()
+        others |= {"python3-vellora"} if HAS_PYTHON else set()
+        self.assertEqual(set(self.packages), {LIBRARY, "libvellora-dev", "vellora", "libvellora-c1", "libvellora-c-dev"} | others)
 
     def test_each_package_says_what_it_is(self):
         for package in self.packages:
@@ -102,6 +105,33 @@ class DebianPackagesTest(unittest.TestCase):
         for name in ("Catalog.class", "libvellora-java.so", "libvellora-c.so.1"):
             self.assertIn(name, names)
         self.assertIn(f"libvellora-c1 (= {VERSION})", self.field("libvellora-java", "Depends"))
+
+    @unittest.skipUnless(HAS_PYTHON, "the package for Python is not built")
+    def test_the_module_for_python_loads_the_library_of_the_package_for_c(self):
+        depends = self.field("python3-vellora", "Depends")
+        for needed in ("python3 (>= 3.11)", f"libvellora-c1 (= {VERSION})"):
+            self.assertIn(needed, depends)
+        self.assertEqual(self.field("python3-vellora", "Architecture"), "all")
+        modules = self.file("python3-vellora", "usr/lib/python3/dist-packages")
+        self.assertEqual(list(modules.rglob("*.so*")), [])
+        library = self.file("libvellora-c1", "usr/lib/libvellora-c.so.1")
+        program = "import importlib.metadata, vellora; print(vellora.version(), importlib.metadata.version('vellora'))"
+        told = subprocess.run([sys.executable, "-B", "-c", program], capture_output=True, text=True,
+                              env=os.environ | {"PYTHONPATH": str(modules), "LD_LIBRARY_PATH": str(library.parent)})
+        self.assertEqual((told.stdout, told.stderr), (f"{VERSION} {VERSION}\n", ""))
+
+    @unittest.skipUnless(HAS_PYTHON, "the package for Python is not built")
+    def test_the_module_for_python_is_compiled_where_it_is_installed(self):
+        control, tools = self.root / "python-control", self.root / "tools"
+        subprocess.run(["dpkg-deb", "-e", self.packages["python3-vellora"], control], check=True)
+        tools.mkdir()
+        for tool in ("py3compile", "py3clean"):
+            (tools / tool).write_text('#!/bin/sh\necho "$(basename "$0") $*"\n')
+            (tools / tool).chmod(0o755)
+        for script, argument, call in (("postinst", "configure", "py3compile -p python3-vellora\n"),
+                                       ("postinst", "abort-upgrade", ""), ("prerm", "remove", "py3clean -p python3-vellora\n")):
+            told = subprocess.run([control / script, argument], capture_output=True, text=True, env={"PATH": f"{tools}:/usr/bin:/bin"})
+            self.assertEqual((told.returncode, told.stdout, told.stderr), (0, call, ""))
 
     def test_the_command_comes_with_its_man_page_and_completions(self):
         program = self.file("vellora", "usr/bin/vellora")
