@@ -192,7 +192,7 @@ void CurlLoop::expireTransfers(CurlTransfer::Clock::time_point now) {
     expired.push_back(std::move(transfer));
   }
   for (const auto& transfer : expired) {
-    transfer->fail(Kind::timedOut);
+    transfer->expire();
     transfer->deliver();
   }
 }

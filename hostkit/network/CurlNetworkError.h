@@ -29,10 +29,11 @@ struct VELLORA_EXPORT CurlNetworkError {
     connectionLost,    ///< the connection ended before the answer did
     timedOut,          ///< the request's time ran out, or the time to connect
     tls,               ///< no trust in the server, or no common protocol with it
-    tooLarge,          ///< the body is larger than the cap, the head than 300 kB, or a line of it than 100 kB
+    tooLarge,          ///< the body is larger than the cap, the head than 300 kB, a line of it than 100 kB,
+                       ///< or one of the trailers than 4 kB
     tooManyValues,     ///< the body holds more JSON values than the cap
     refusedRedirect,   ///< the server sends the client elsewhere, or round in circles
-    errorStatus,       ///< the status of the answer is none from 200 to 299
+    errorStatus,       ///< the status of the answer is none from 200 to 299, whatever becomes of its body
     protocol,          ///< the answer is not HTTP, or is badly encoded
     tooManyRequests,   ///< too many requests wait already
     shutDown,          ///< the network was destroyed first

@@ -57,30 +57,43 @@ bool CurlTransfer::takeHeadLine(std::string_view line) {
 
 bool CurlTransfer::takeBody(std::string_view piece) {
   bodyFault_ = body_.take(piece, head_.value("content-encoding"), handle_->announcedLength());
-  return !bodyFault_;
+  if (bodyFault_) return false;
+  response_.statusCode = handle_->statusCode();
+  return body_.size() <= largestErrorBody || !isErrorStatus();
 }
 
 void CurlTransfer::finish(int curlCode) {
   if (handle_->connectionState() == Connections::State::spoilt) return sendOnFreshConnection();
-  if (const auto failure = failureOf(curlCode)) return settleWithError(*failure);
   response_.statusCode = handle_->statusCode();
+  const auto failure = failureOf(curlCode);
+  if (failure && !isErrorStatus()) return settleWithError(*failure);
   if (isForAnotherRequest()) return sendOnFreshConnection();
   if (isRedirect()) return followRedirect();
-  if (!body_.mayEnd()) return fail(Kind::protocol);
-  if (isSuccess()) return settleWithAnswer();
+  if (isSuccess()) return body_.mayEnd() ? settleWithAnswer() : fail(Kind::protocol);
   if (const auto token = renewedToken()) return sendWithToken(*token);
   settleWithStatus();
 }
 
+void CurlTransfer::expire() {
+  if (handle_) response_.statusCode = handle_->statusCode();
+  if (isErrorStatus()) return settleWithStatus();
+  fail(Kind::timedOut);
+}
+
 std::optional<CurlNetworkError> CurlTransfer::failureOf(int curlCode) const {
-  // curl 7.88.1 takes a line of more than 100 kB for a lack of memory.
-  const bool isLineTooLong = curlCode == CURLE_OUT_OF_MEMORY && handle_->wasSent() && !head_.isComplete();
-  if (isHeadTooLarge_ || isLineTooLong) return tooLargeHead(where());
+  if (isHeadTooLarge_ || isLineTooLong(curlCode)) return tooLargeHead(where());
   if (bodyFault_) return transferError(*bodyFault_, where());
   if (curlCode != CURLE_OK) return transferError(curlCode, handle_->reasonFor(curlCode), where());
   // When the connection ends within the head, curl reports success as if the head were whole.
   if (!head_.isComplete()) return transferError(Kind::connectionLost, where());
   return std::nullopt;
+}
+
+// curl 7.88.1 takes a line of the head of more than 100 kB for a lack of memory, and so one of the trailers
+// of more than 4 kB.
+bool CurlTransfer::isLineTooLong(int curlCode) const {
+  if (!head_.isComplete()) return curlCode == CURLE_OUT_OF_MEMORY && handle_->wasSent();
+  return curlCode == CURLE_RECV_ERROR && handle_->reasonFor(curlCode).starts_with("Out of memory in chunked");
 }
 
 bool CurlTransfer::isRedirect() const {
@@ -111,6 +124,8 @@ void CurlTransfer::followRedirect() {
 }
 
 void CurlTransfer::forgetAnswer() {
+  isHeadTooLarge_ = false;
+  bodyFault_.reset();
   body_.clear();
   response_ = {};
   head_ = {};
@@ -118,6 +133,13 @@ void CurlTransfer::forgetAnswer() {
 
 bool CurlTransfer::isSuccess() const {
   return response_.statusCode / 100 == 2;
+}
+
+// A status that tells of a failure counts however its body ends: that says less, and is not worth waiting
+// for.
+bool CurlTransfer::isErrorStatus() const {
+  constexpr int firstOfOthers = 300;  // below are interim answers and successes
+  return head_.isComplete() && response_.statusCode >= firstOfOthers && !isRedirect();
 }
 
 // Another token than the one that the server has refused, if there is one.

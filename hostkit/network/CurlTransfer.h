@@ -58,6 +58,9 @@ class CurlTransfer final : private CurlHandle::Receiver {
   /// connection was of no use, or there is another token in place of one that was refused.
   void finish(int curlCode);
 
+  /// Settles the request as failed because its time is up. A status that has come by then is what is told.
+  void expire();
+
   /// Settles the request as failed.
   void fail(CurlNetworkError::Kind kind);
 
@@ -69,12 +72,14 @@ class CurlTransfer final : private CurlHandle::Receiver {
   [[nodiscard]] bool takeBody(std::string_view piece) override;
 
   [[nodiscard]] std::optional<CurlNetworkError> failureOf(int curlCode) const;
+  [[nodiscard]] bool isLineTooLong(int curlCode) const;
   [[nodiscard]] bool isRedirect() const;
   [[nodiscard]] bool isForAnotherRequest() const;
   void followRedirect();
   void sendOnFreshConnection();
   void forgetAnswer();
   [[nodiscard]] bool isSuccess() const;
+  [[nodiscard]] bool isErrorStatus() const;
   [[nodiscard]] std::optional<std::string> renewedToken();
   void sendWithToken(const std::string& token);
   void settleWithStatus();

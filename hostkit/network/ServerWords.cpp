@@ -19,13 +19,11 @@ struct ServerError {
   static constexpr auto fields() { return std::tuple(json::field("message", &ServerError::message)); }
 };
 
-// An error body is short. One that isn't is not worth the memory.
-constexpr std::size_t largestBody = 65'536;
 // Enough for a text that is shortened, and little enough to be cleaned quickly.
 constexpr std::size_t mostWords = 4096;
 
 std::optional<std::string> messageIn(const Data& body) {
-  if (body.size() > largestBody) return std::nullopt;
+  if (body.size() > largestErrorBody) return std::nullopt;
   if (const auto list = json::decodeOnce<std::vector<ServerError>>(body)) {
     for (const ServerError& each : list.value()) {
       if (each.message) return each.message;

@@ -8,6 +8,9 @@
 
 namespace vellora::hostkit {
 
+/// An error body is short. One of more bytes is not worth the memory, and nothing is read from it.
+inline constexpr std::size_t largestErrorBody = 65'536;
+
 /// What a server says about an answer that is no success: the first "message" of its error body, which is an
 /// object or an array of such, else the reason phrase behind its status. As it was sent; it may be cut when
 /// it is very long.

@@ -195,6 +195,58 @@ TEST_F(CurlNetworkFailureTest, AHeadTooLargeSaysSo) {
   }
 }
 
+TEST_F(CurlNetworkFailureTest, ATrailerLineTooLongSaysSo) {
+  const std::string trailer = "X-Long: " + std::string(5000, 'x') + "\r\n\r\n";
+  server.reply({"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n" + trailer});
+  const NetworkAnswer answer = ask("/theme");
+  expectError(answer, Kind::tooLarge);
+  EXPECT_EQ(answer.error->localizedDescription(),
+            "too large a head from " + server.hostAndPort() + "/theme: check the server");
+  EXPECT_FALSE(answer.error->retryAdvice());
+}
+
+TEST_F(CurlNetworkFailureTest, AnErrorStatusIsToldThoughItsBodyIsOfNoUse) {
+  std::string commas(1'100'000, ',');
+  const std::string chunked = "\r\nTransfer-Encoding: chunked\r\n\r\n";
+  const auto half = packedLetters.substr(0, 20);
+  const std::vector<ScriptedServer::Reply> replies{
+      {"HTTP/1.1 503 Busy\r\nContent-Length: 100\r\n\r\n{\"messa", Then::close},
+      {"HTTP/1.1 503 Busy\r\nContent-Length: 100\r\n\r\n{\"messa", Then::reset},
+      {"HTTP/1.1 503 Busy" + chunked + "8\r\nhalf", Then::close},
+      {"HTTP/1.1 503 Busy" + chunked + "0\r\n", Then::flood, "X-Trailer: more\r\n"},
+      ScriptedServer::http("503 Busy", commas),
+      ScriptedServer::http("503 Busy", "gateway", {"Content-Encoding: br"}),
+      ScriptedServer::http("503 Busy", "not gzip", {"Content-Encoding: gzip"}),
+      ScriptedServer::http("503 Busy", half, {"Content-Encoding: gzip"})};
+  for (const auto& reply : replies) {
+    SCOPED_TRACE(reply.bytes.substr(0, 100));
+    server.reply(reply);
+    const NetworkAnswer answer = ask("/theme");
+    expectError(answer, Kind::errorStatus);
+    EXPECT_EQ(answer.error->localizedDescription(), "503 for /theme: Busy");
+    EXPECT_TRUE(answer.error->retryAdvice());
+  }
+}
+
+TEST_F(CurlNetworkFailureTest, AnErrorBodyWithoutEndIsGivenUp) {
+  remake({.server = server.url(), .maxBodyBytes = std::numeric_limits<std::size_t>::max()});
+  server.reply({"HTTP/1.1 500 Broken\r\n\r\n", Then::flood, std::string(1000, 'x')});
+  const NetworkAnswer answer = ask("/theme", 100'000);
+  expectError(answer, Kind::errorStatus);
+  EXPECT_EQ(answer.error->localizedDescription(), "500 for /theme: Broken");
+}
+
+TEST_F(CurlNetworkFailureTest, AnErrorStatusIsToldThoughItsBodyStalls) {
+  NetworkAnswer answer;
+  for (const double timeout : {0.2, 2.0, 20.0}) {  // a busy machine may not get to the head in a short time
+    server.reply({"HTTP/1.1 401 Unauthorized\r\nContent-Length: 10\r\n\r\nhalf"});
+    answer = ask("/theme", timeout);
+    if (answer.errorAs<CurlNetworkError>()->kind != Kind::timedOut) break;
+  }
+  expectError(answer, Kind::errorStatus);
+  EXPECT_EQ(answer.error->localizedDescription(), "401 for /theme: Unauthorized");
+}
+
 TEST_F(CurlNetworkFailureTest, ABodyOfTooManyValuesIsAnErrorUnlessTheyAreAllowed) {
   std::string zeros = "[0";
   for (int i = 0; i < 1'000'000; ++i) zeros += ",0";

@@ -122,6 +122,23 @@ TEST_F(CurlNetworkTokenTest, WithoutAnotherTokenA401IsTheAnswer) {
   EXPECT_EQ(server.requests().size(), 2U);
 }
 
+TEST_F(CurlNetworkTokenTest, ARefusedTokenIsRenewedThoughTheBodyOfTheRefusalIsOfNoUse) {
+  const std::vector<ScriptedServer::Reply> refusals{
+      {"HTTP/1.1 401 Unauthorized\r\nContent-Length: 100\r\n\r\nhalf", Then::close},
+      {"HTTP/1.1 401 Unauthorized\r\n\r\n", Then::flood, "[0,"},
+      ScriptedServer::http("401 Unauthorized", "gateway", {"Content-Encoding: br"})};
+  remake({.server = server.url(),
+          .token = [this] { return std::optional(canary); },
+          .renewedToken = [](const std::string&) { return std::optional<std::string>("renewed"); }});
+  for (const auto& refusal : refusals) {
+    SCOPED_TRACE(refusal.bytes);
+    server.reply(refusal);
+    server.reply(ScriptedServer::http("200 OK", "right"));
+    EXPECT_EQ(ask("/theme").body(), "right");
+    EXPECT_THAT(server.requests().back(), HasSubstr("Bearer renewed\r\n"));
+  }
+}
+
 TEST_F(CurlNetworkTokenTest, ARenewedTokenThatLeavesItsLineIsNotSent) {
   server.replyAlways(ScriptedServer::http("401 Unauthorized"));
   remake({.server = server.url(),
