@@ -61,6 +61,25 @@ Tricks slowAnswers() {
   };
 }
 
+/// A body packed so tightly that each of its bytes becomes 158: the beginning of one, up to the first of the
+/// "x" that all of it is. What follows are `moreOfThem`, again and again.
+std::string beginningOfABomb() {
+  const std::string head("\x1f\x8b\x08\0\0\0\0\0\0\x03", 10);
+  return head + "\xaa\x18\x05";
+}
+
+/// Eight repetitions of the last byte, 258 times each.
+std::string moreOfThem() {
+  return {"\xa3\x60\x14\x8c\x82\x51\x30\x0a\x46\xc1\x28\x18\x05", 13};
+}
+
+std::string manyValues() {
+  constexpr std::size_t count = 2048;
+  std::string values;
+  for (std::size_t i = 0; i < count; ++i) values += "0,";
+  return values;
+}
+
 Tricks largeAnswers(std::size_t largestBody) {
   const auto large = [](const char* name, std::string bytes, std::string flood) {
     return fixed(name, Promise::boundedMemory,
@@ -76,6 +95,12 @@ Tricks largeAnswers(std::size_t largestBody) {
       large("a head without end", okHead, "X-Line: some more of the head\r\n"),
       large("interim answers without end", "", "HTTP/1.1 103 Early Hints\r\nLink: </style.css>\r\n\r\n"),
       large("trailers without end", std::string(chunkedHead) + "0\r\n", "X-Trailer: some more of it\r\n"),
+      large("a line of the trailers without end",
+            std::string(chunkedHead) + "0\r\nX-Long: " + std::string(longLine, 'x'), ""),
+      large("a packed body without end",
+            std::string(okHead) + "Content-Encoding: gzip\r\n\r\n" + beginningOfABomb(), moreOfThem()),
+      large("values without end", std::string(chunkedHead) + "1\r\n[\r\n",
+            "1000\r\n" + manyValues() + "\r\n"),
   };
 }
 
@@ -92,6 +117,17 @@ Tricks wrongAnswers() {
        [packed](const Situation& it) { return packed(it.request.token() + "x", "gzip"); }},
       {"strange packing", Promise::wholeAnswer, false,
        [packed](const Situation& it) { return packed("x", "x-" + it.request.token()); }},
+      {"the token refused in its own words, half a body", Promise::wholeAnswer, false,
+       [](const Situation& it) {
+         return Reply{"HTTP/1.1 401 no " + it.request.token() + "\r\nContent-Length: 900\r\n\r\n" +
+                          R"({"message":"no )" + it.request.token(),
+                      Then::close};
+       }},
+      {"an error in the token's words, broken packing", Promise::wholeAnswer, false,
+       [](const Situation& it) {
+         return ScriptedServer::http("503 no " + it.request.token(), it.request.token(),
+                                     {"Content-Encoding: gzip"});
+       }},
   };
 }
 
