@@ -95,7 +95,7 @@ class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
     /// How long a connection may take to come about. The whole request, redirects included, has its own
     /// `timeoutInterval`: 60 seconds where that is no positive number, a day at most. That time begins when
     /// the request is sent. Until then it waits for as long as others are answered: it fails with `timedOut`
-    /// when none has been for that time.
+    /// when none has been for that time: eight that the server keeps waiting fail all others so, unsent.
     double connectTimeout = 15;
     Observer observer = {};
     /// How many requests may wait until they are sent. A further one fails with `tooManyRequests`.

@@ -46,14 +46,24 @@ Kind kindOf(CURLcode code) {
 struct Wording {
   std::string_view before;
   std::string_view advice;
+  std::string_view behind = {};
 };
+
+std::string textOf(const Wording& wording, const std::string& where, const std::string& reason) {
+  return std::string(wording.before)
+      .append(where)
+      .append(wording.behind)
+      .append(reason)
+      .append(": ")
+      .append(wording.advice);
+}
 
 Wording wordingOf(Kind kind) {
   switch (kind) {
     case Kind::unreachable:
       return {"no connection to ", "check the address, and that the server runs"};
     case Kind::connectionLost:
-      return {"the connection ended before the answer of ", "try again"};
+      return {"the connection ended before ", "try again", " had answered"};
     case Kind::timedOut:
       return {"no answer in time from ", "try again, or give the request more time"};
     case Kind::tls:
@@ -69,7 +79,7 @@ Wording wordingOf(Kind kind) {
     case Kind::tooManyRequests:
       return {"too many requests wait already to be sent to ", "wait for some of their answers first"};
     case Kind::shutDown:
-      return {"the network was shut down before the answer of ", "send it again on a new one"};
+      return {"the network was shut down before ", "send it again on a new one", " had answered"};
     default:
       return {"no means left to ask ", "free some memory, and try again"};
   }
@@ -78,8 +88,7 @@ Wording wordingOf(Kind kind) {
 }  // namespace
 
 CurlNetworkError transferError(Kind kind, const std::string& where) {
-  const Wording wording = wordingOf(kind);
-  return {kind, std::string(wording.before) + where + ": " + std::string(wording.advice)};
+  return {kind, textOf(wordingOf(kind), where, "")};
 }
 
 CurlNetworkError tooLargeHead(const std::string& where) {
@@ -93,8 +102,7 @@ CurlNetworkError statusError(int status, const std::string& path, const std::str
 
 CurlNetworkError transferError(int curlCode, const std::string& reason, const std::string& where) {
   const Kind kind = kindOf(static_cast<CURLcode>(curlCode));
-  const Wording wording = wordingOf(kind);
-  return {kind, std::string(wording.before) + where + " (" + reason + "): " + std::string(wording.advice)};
+  return {kind, textOf(wordingOf(kind), where, " (" + reason + ")")};
 }
 
 }  // namespace vellora::hostkit

@@ -13,7 +13,8 @@ namespace vellora::hostkit {
 ///
 /// A request's own time begins with the transfer. A transfer may wait here for as long as the queue gets on:
 /// it is given up when nothing has got on for as long as its request may take. So a slow server answers all,
-/// however many they are, and a dead one keeps none waiting for longer than its time.
+/// however many they are, and a dead one keeps none waiting for longer than its time. The price: when all
+/// that are under way stall, every other one with their time fails unsent at the same moment.
 ///
 /// The cost of a transfer does not grow with their number: all of them are looked at only when the time of
 /// one may be over.

@@ -83,7 +83,7 @@ TEST_F(CurlTransferTest, AnErrorThatQuotesTheTokenIsRedacted) {
   quoting.deliver();
   ASSERT_EQ(answers.size(), 1U);
   EXPECT_EQ(answers[0].error->localizedDescription(),
-            "the network was shut down before the answer of records.example:443/[token]/x: "
+            "the network was shut down before records.example:443/[token]/x had answered: "
             "send it again on a new one");
 }
 

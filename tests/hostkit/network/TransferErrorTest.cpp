@@ -15,7 +15,7 @@ TEST(TransferErrorTest, EveryKindHasWordsOfItsOwn) {
   EXPECT_EQ(textOf(Kind::unreachable),
             "no connection to records.example:443/theme: check the address, and that the server runs");
   EXPECT_EQ(textOf(Kind::connectionLost),
-            "the connection ended before the answer of records.example:443/theme: try again");
+            "the connection ended before records.example:443/theme had answered: try again");
   EXPECT_EQ(textOf(Kind::timedOut),
             "no answer in time from records.example:443/theme: try again, or give the request more time");
   EXPECT_EQ(textOf(Kind::tls),
@@ -33,7 +33,7 @@ TEST(TransferErrorTest, EveryKindHasWordsOfItsOwn) {
             "check that a records server is at that address");
   EXPECT_EQ(
       textOf(Kind::shutDown),
-      "the network was shut down before the answer of records.example:443/theme: send it again on a new one");
+      "the network was shut down before records.example:443/theme had answered: send it again on a new one");
   EXPECT_EQ(textOf(Kind::tooManyRequests),
             "too many requests wait already to be sent to records.example:443/theme: "
             "wait for some of their answers first");
