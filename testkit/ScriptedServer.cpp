@@ -25,14 +25,19 @@ void require(bool condition, const char* what) {
   if (!condition) throw std::runtime_error(what);
 }
 
-/// A listening socket on a free loopback port.
-int listenOnLoopback() {
-  const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  require(listener >= 0, "no socket");
+/// A socket that has a free loopback port.
+int boundToLoopback() {
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  require(socket >= 0, "no socket");
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  require(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, "cannot bind");
+  require(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, "cannot bind");
+  return socket;
+}
+
+int listenOnLoopback() {
+  const int listener = boundToLoopback();
   require(::listen(listener, 256) == 0, "cannot listen");
   return listener;
 }
@@ -272,11 +277,9 @@ void ScriptedServer::pushNow() {
   pushed_.notify_all();
 }
 
+// The socket stays open and never listens: a port that is free again may be anybody's the next moment.
 int closedPort() {
-  const int listener = listenOnLoopback();
-  const int port = portOf(listener);
-  ::close(listener);
-  return port;
+  return portOf(boundToLoopback());
 }
 
 }  // namespace vellora::testkit

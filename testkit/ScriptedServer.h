@@ -150,7 +150,7 @@ class VELLORA_EXPORT ScriptedServer {
   std::thread thread_;
 };
 
-/// A loopback port on which nothing listens: it was free a moment ago.
+/// A loopback port on which nothing listens. It is nobody else's as long as the process lives.
 [[nodiscard]] VELLORA_EXPORT int closedPort();
 
 }  // namespace vellora::testkit
