@@ -50,10 +50,11 @@ TEST_F(CommandCatalogTest, KnowsTheRequestThatAQuestionWaitedForWhenItEnded) {
 }
 
 TEST_F(CommandCatalogTest, ARequestThatWasAnsweredIsNotWaitedFor) {
-  network->answer("/services/data/v50.0/sobjects", StubNetwork::body(R"({"sobjects":[]})"));
+  network->answer("/services/data/v50.0/sobjects", StubNetwork::body(R"({"sobjects":[]})").held());
   network->answer("/services/data/v50.0/theme", StubNetwork::never());
   auto question = catalog->types({"Account"}, {.stop = stopped});
   ASSERT_TRUE(network->waitForRequests(2));
+  ASSERT_EQ(network->release("/services/data/v50.0/sobjects"), 1U);
   stop.request_stop();
   EXPECT_EQ(std::move(question).get().end, End::cancelled);
   EXPECT_EQ(catalog.unanswered(), "/services/data/v50.0/theme");
