@@ -38,6 +38,7 @@ struct Counting final : CatalogObserver {
   void requestEnded(const RequestReport&) override { note(); }
   void note() {
     ++calls;
+    calls.notify_all();
     if (isOver) ++late;
   }
   std::atomic<int> calls = 0;
@@ -133,6 +134,10 @@ TEST_F(CatalogRaceTest, AWatchMeetsRefreshesCancellationAndDestruction) {
 }
 
 TEST_F(CatalogRaceTest, NothingIsObservedOnceTheDestructorHasReturned) {
+  network->answer(typesUrl, types(0));
+  construct();
+  static_cast<void>(catalog->types({"Account"}).get());
+  observer->calls.wait(0);  // those of the rounds may go before anything is observed
   for (int round = 0; round < rounds; ++round) {
     network->answer(typesUrl, types(round));
     observer->isOver = false;

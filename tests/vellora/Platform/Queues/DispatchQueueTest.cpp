@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <future>
 #include <latch>
@@ -91,22 +90,31 @@ TEST(GlobalDispatchQueueTest, IsOneForTheProcessAndRunsWork) {
   EXPECT_NE(ran.get_future().get(), std::this_thread::get_id());
 }
 
+std::atomic<int> runs = 0;
+
+/// Waits until work has run on the pool `count` times more.
+void waitForRuns(int count) {
+  const int until = runs + count;
+  for (int now = runs; now < until; now = runs) runs.wait(now);
+}
+
 TEST(GlobalQueueDeathTest, TakesWorkWhileTheProcessEnds) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // the process is a fresh one
   const auto exitWhileBusy = [] {
     // At the end of the process this runs after the destructors of everything static that is made from here
     // on.
-    std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });
-    std::latch busy(1);
-    SerialDispatchQueue("busy").async([&busy] {
-      DispatchQueue::global(DispatchQoS::userInitiated)->async([] {});
-      busy.count_down();
+    std::atexit([] { waitForRuns(100); });
+    SerialDispatchQueue("busy").async([] {
       while (true) {
-        DispatchQueue::global(DispatchQoS::userInitiated)->async([] {});
-        std::this_thread::sleep_for(std::chrono::microseconds(100));
+        const int before = runs;
+        DispatchQueue::global(DispatchQoS::userInitiated)->async([] {
+          ++runs;
+          runs.notify_all();
+        });
+        runs.wait(before);
       }
     });
-    busy.wait();
+    waitForRuns(1);
     std::exit(0);
   };
   EXPECT_EXIT(exitWhileBusy(), testing::ExitedWithCode(0), "");
