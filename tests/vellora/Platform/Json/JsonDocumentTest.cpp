@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <atomic>
 #include <cstdlib>
 #include <iostream>
 #include <latch>
@@ -57,12 +57,14 @@ TEST(JsonDocumentTest, ReadsTextsBelowAndAboveTheSizeUpToWhichAParserIsKept) {
   }
 }
 
+std::atomic<bool> hasToldWhyNotRead = false;
+
 TEST(JsonDocumentDeathTest, IsReadOrRefusedWhileTheProcessEnds) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // the process is a fresh one
   const auto exitWhileReading = [] {
     // At the end of the process this runs after the destructors of everything static that is made from here
     // on.
-    std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });
+    std::atexit([] { hasToldWhyNotRead.wait(false); });
     std::latch reading(1);
     std::thread([&reading] {
       const Data text(std::string("[1]"));
@@ -71,6 +73,8 @@ TEST(JsonDocumentDeathTest, IsReadOrRefusedWhileTheProcessEnds) {
         if (!reading.try_wait()) reading.count_down();
       }
       std::cerr << Document().parse(text)->localizedDescription();
+      hasToldWhyNotRead = true;
+      hasToldWhyNotRead.notify_all();
     }).detach();
     reading.wait();
     std::exit(0);
