@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Shows that scripts/check finds the test programs of a change in what the build tool was told."""
+"""Shows that scripts/check finds the test programs of a change in what the build tool was told, and where scripts/lint begins afresh."""
 
 import importlib.machinery
 import importlib.util
@@ -7,10 +7,18 @@ import pathlib
 import threading
 import unittest
 
-SCRIPT = pathlib.Path(__file__).parents[2] / "scripts/check"
-LOADER = importlib.machinery.SourceFileLoader("quick_loop", str(SCRIPT))
-quick_loop = importlib.util.module_from_spec(importlib.util.spec_from_loader("quick_loop", LOADER))
-LOADER.exec_module(quick_loop)
+
+
+def script(name):
+    path = pathlib.Path(__file__).parents[2] / "scripts" / name
+    loader = importlib.machinery.SourceFileLoader(name, str(path))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader(name, loader))
+    loader.exec_module(module)
+    return module
+
+
+quick_loop = script("check")
+lint = script("lint")
 
 
 class QuickLoopTest(unittest.TestCase):
@@ -52,6 +60,16 @@ class QuickLoopTest(unittest.TestCase):
         quick_loop.build, quick_loop.passes = built, passes
         self.assertTrue(quick_loop.all_pass(["tests/a/ATests", "tests/hostkit/KitTests"]))
         self.assertEqual(events, ["tests/hostkit/KitTests", "built", "tests/a/ATests"])
+
+
+class LintTest(unittest.TestCase):
+    def test_a_build_folder_of_another_compiler_is_told(self):
+        presets = {"configurePresets": [{"name": "base"}, {"name": "quick", "cacheVariables": {"CMAKE_CXX_COMPILER": "clang++-14"}}]}
+        cache = "CMAKE_CXX_COMPILER_AR:FILEPATH=/usr/bin/x\nCMAKE_CXX_COMPILER:{}\nCMAKE_GENERATOR:INTERNAL=Ninja\n"
+        self.assertTrue(lint.is_of_another_compiler(cache.format("FILEPATH=/usr/bin/c++"), presets))
+        self.assertFalse(lint.is_of_another_compiler(cache.format("STRING=clang++-14"), presets))
+        self.assertFalse(lint.is_of_another_compiler(cache.format("STRING=/usr/bin/clang++-14"), presets))
+        self.assertFalse(lint.is_of_another_compiler("", presets))
 
 
 if __name__ == "__main__":
