@@ -124,6 +124,18 @@ class CacheTest(unittest.TestCase):
                         answer = self.ask(catalog, source=Source.CACHE_ONLY)[needs_it]
                         self.assertEqual(dict(answer.found), {})
 
+    def test_rows_that_are_not_all_given_are_not_taken(self):
+        def rows(table, query):
+            yield from DictCache.rows(cache, table, query)
+            raise OSError("the disk is gone")
+
+        cache = DictCache()
+        self.fill(cache)
+        cache.rows = rows
+        with self.assertLogs("vellora", "ERROR"), self.opened(cache) as catalog:
+            answer, _ = self.ask(catalog, source=Source.CACHE_ONLY)
+        self.assertEqual(dict(answer.found), {})
+
     def test_it_is_let_go_of_when_the_catalogue_is_closed(self):
         cache = DictCache()
         kept = weakref.ref(cache)
