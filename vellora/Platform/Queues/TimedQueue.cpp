@@ -26,9 +26,11 @@ class SystemTimedQueue final : public TimedQueue {
     const auto moment = Clock::now() + std::chrono::duration_cast<Clock::duration>(bounded(delay));
     const std::lock_guard lock(mutex_);
     if (!started_) start();
-    const auto next = alarms_.next();
     const Alarm alarm = alarms_.add(moment, std::move(work));
-    if (!next || moment < *next) earlier_.notify_one();
+    if (moment < wakesAt_) {
+      wakesAt_ = moment;
+      earlier_.notify_one();
+    }
     return alarm;
   }
 
@@ -65,8 +67,10 @@ class SystemTimedQueue final : public TimedQueue {
   Work waitForWork() {
     std::unique_lock lock(mutex_);
     while (true) {
+      wakesAt_ = isAwake;
       if (auto work = alarms_.takeDue(Clock::now())) return work;
       const auto next = alarms_.next();
+      wakesAt_ = next.value_or(Clock::time_point::max());
       if (next) {
         earlier_.wait_until(lock, *next);
       } else {
@@ -75,8 +79,13 @@ class SystemTimedQueue final : public TimedQueue {
     }
   }
 
+  static constexpr auto isAwake = Clock::time_point::min();
+
   std::atomic<std::thread::id> thread_;
   std::mutex mutex_;  // guards what follows
+  // Until when the thread sleeps. It sleeps on when that alarm is cancelled: most are, and each would cost a
+  // wake-up otherwise.
+  Clock::time_point wakesAt_ = isAwake;
   std::condition_variable earlier_;
   Alarms<Clock::time_point> alarms_;
   bool started_ = false;
