@@ -4,6 +4,8 @@
 
 #include "vellora/Catalog/Answer.h"
 #include "vellora/Catalog/Missing.h"
+#include "vellora/Models/ObjectCompactLayoutInfo.h"
+#include "vellora/Models/ObjectPresentationInfo.h"
 
 namespace vellora {
 
@@ -13,13 +15,25 @@ namespace vellora {
   return missing.why() == Why::unknown || missing.why() == Why::notAsked || missing.why() == Why::notCached;
 }
 
+/// Whether `now` says something else than `before` of the same key. Where `isTroubled`, what `now`
+/// lacks may be what could not be found out: colours and icons, or the name fields of other records. That is
+/// no change.
+template <class T>
+[[nodiscard]] bool isOther(const T& before, const T& now, bool /*isTroubled*/) {
+  return !(before == now);
+}
+[[nodiscard]] bool isOther(const ObjectPresentationInfo& before, const ObjectPresentationInfo& now,
+                           bool isTroubled);
+[[nodiscard]] bool isOther(const ObjectCompactLayoutInfo& before, const ObjectCompactLayoutInfo& now,
+                           bool isTroubled);
+
 /// Whether `now` knows something else than `before`. What could not be found out this time is no change, nor
 /// is another age.
 template <class T>
 [[nodiscard]] bool isChanged(const Answer<T>& before, const Answer<T>& now) {
   const bool foundOther = std::any_of(now.found.begin(), now.found.end(), [&](const auto& found) {
     const auto old = before.found.find(found.first);
-    return old == before.found.end() || !(old->second == found.second);
+    return old == before.found.end() || isOther(old->second, found.second, now.trouble.has_value());
   });
   if (foundOther) return true;
   const bool missesOther = std::any_of(now.missing.begin(), now.missing.end(), [&](const auto& missing) {

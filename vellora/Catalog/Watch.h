@@ -123,7 +123,8 @@ class Watch final : public WatchBase, public std::enable_shared_from_this<Watch<
     const auto last = last_.value();
     if (!last || isChanged(*last, answer)) {
       keep(answer);
-      callbacks_.run([&] { callback_(std::move(answer)); });
+      // The question may be another catalogue's: its gate says nothing of this one.
+      terms_.gate->run([&] { callbacks_.run([&] { callback_(std::move(answer)); }); });
     }
     mark(hasEnded_);
   }

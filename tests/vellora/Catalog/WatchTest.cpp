@@ -239,5 +239,43 @@ TEST_F(WatchTest, MayBeCancelledWhileItAsksWithoutMemory) {
   EXPECT_EQ(timer->pending(), 0U);
 }
 
+TEST_F(WatchTest, TellsNothingOfAnotherCataloguesAnswerOnceItsOwnIsDestroyed) {
+  Catalog other(std::make_shared<hostkit::StandardPlatformAPI>(network, cache, logger), catalogOptions);
+  const auto token =
+      catalog->watch([&] { return other.types({"Account"}); }, [this](const Found& answer) { note(answer); });
+  queues.runAll();
+  catalog.reset();
+  runAll();
+  EXPECT_THAT(told, IsEmpty());
+}
+
+TEST_F(WatchTest, NameFieldsThatCouldNotBeFetchedAnewAreNoChange) {
+  const auto headline = [](const std::string& label) {
+    return StubNetwork::body(
+        R"({"Account":{"objectType":"Account","fieldItems":[{"label":")" + label +
+        R"(","layoutComponents":[{"value":"OwnerId","details":{"label":"Owner","htmlFormatted":false,)"
+        R"("type":"reference","referenceTo":["User"],"relationshipName":"Owner"}}]}]}})");
+  };
+  network->answerPrefix("/services/data/v53.0/compactLayouts", headline("Owner"));
+  network->answerPrefix("/services/data/v53.0/query",
+                        StubNetwork::body(R"({"records":[{"EntityDefinition":{"QualifiedApiName":"User"},)"
+                                          R"("QualifiedApiName":"Name"}]})"));
+  std::vector<std::string> heads;
+  const auto token = catalog->watch([this] { return catalog->headlines({"Account"}); },
+                                    [&](const Answer<ObjectCompactLayoutInfo>& answer) {
+                                      const auto& field = *answer.found.at("Account").layoutFields.at(0);
+                                      heads.push_back(field.label + ": " + field.apiName);
+                                    });
+  runAll();
+  network->answerPrefix("/services/data/v53.0/query", down());
+  clock.advance(1);
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_THAT(heads, ElementsAre("Owner: Owner.Name"));
+  network->answerPrefix("/services/data/v53.0/compactLayouts", headline("Keeper"));
+  clock.advance(1);
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_THAT(heads, ElementsAre("Owner: Owner.Name", "Keeper: OwnerId")) << "another label is a change";
+}
+
 }  // namespace
 }  // namespace vellora
