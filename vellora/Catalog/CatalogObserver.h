@@ -22,7 +22,8 @@ namespace vellora {
 /// Threads: called one report at a time, in their order, on a serial queue of its own, behind what it tells
 /// of. It may call the catalogue, but for `get`, and may destroy it. Once the catalogue's destructor has
 /// returned, no call runs or will; it waits for one that runs, unless it is called from inside it. One that
-/// is slow delays no answer: up to 10,000 reports wait for it, and what is too much is dropped and counted.
+/// is slow takes one of the library's threads for callbacks, and delays no end and no `get`: up to 10,000
+/// reports wait for it, and what is too much is dropped and counted.
 ///
 /// Errors: what a call throws is dropped.
 class VELLORA_EXPORT CatalogObserver {

@@ -28,9 +28,16 @@ void Reporter::post(Telling telling) {
 
 void Reporter::deliver(const Telling& telling) {
   --waiting_;
+  // A visit to the gate for each call: the first may destroy the catalogue.
+  if (const auto count = dropped_.exchange(0)) {
+    pass([count](CatalogObserver& observer) { observer.reportsDropped(count); });
+  }
+  pass(telling);
+}
+
+void Reporter::pass(const Telling& telling) {
   gate_->run([&] {
     try {
-      if (const auto count = dropped_.exchange(0)) observer_->reportsDropped(count);
       telling(*observer_);
     } catch (...) {  // NOLINT(bugprone-empty-catch): an observer's trouble is its own
     }

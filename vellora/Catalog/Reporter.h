@@ -48,6 +48,7 @@ class Reporter : public std::enable_shared_from_this<Reporter> {
   void drop() noexcept;
   void post(Telling telling);
   void deliver(const Telling& telling);
+  void pass(const Telling& telling);
 
   // Constant after construction.
   const std::shared_ptr<CatalogObserver> observer_;

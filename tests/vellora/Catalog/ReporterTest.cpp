@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "tests/support/ManualQueues.h"
 
@@ -57,6 +58,30 @@ TEST_F(ReporterTest, NothingPassesAClosedGate) {
   gate->close();
   queues.runAll();
   EXPECT_EQ(observer->told, 0U);
+}
+
+/// Closes the gate, as the destructor of a catalogue does, when it is told that reports were dropped.
+class Closing final : public CatalogObserver {
+ public:
+  explicit Closing(std::shared_ptr<CallbackGate> gate) : gate_(std::move(gate)) {}
+  void questionEnded(const QuestionReport&) override { ++told; }
+  void reportsDropped(std::size_t) override { gate_->close(); }
+
+  int told = 0;
+
+ private:
+  const std::shared_ptr<CallbackGate> gate_;
+};
+
+TEST_F(ReporterTest, TellsNothingOnceTheCatalogueWasDestroyedWhereReportsWereDropped) {
+  const auto closing = std::make_shared<Closing>(gate);
+  const auto to = std::make_shared<Reporter>(closing, false, gate);
+  to->report<QuestionReport>(&CatalogObserver::questionEnded,
+                             []() -> QuestionReport { throw std::bad_alloc(); });
+  to->report<QuestionReport>(&CatalogObserver::questionEnded, [] { return QuestionReport(); });
+  queues.runAll();
+  EXPECT_TRUE(gate->isClosed());
+  EXPECT_EQ(closing->told, 0);
 }
 
 }  // namespace
