@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -33,6 +34,13 @@ template <class T, class Start>
   });
 }
 
+/// What is fetched under `key` for who may write what `fetching` may: where two that share the services write
+/// through gates of their own, the closing of one must not keep from the cache what the other waits for.
+[[nodiscard]] inline std::string keyOfFetch(std::string key, const Fetching& fetching) {
+  if (!fetching.requester) return key;
+  return std::move(key) + ' ' + std::to_string(std::hash<const void*>()(&fetching.requester->writes()));
+}
+
 /// Joins what is fetched under `key`, or starts it. All who share a fetch share its attempts: the requester
 /// of who came first decides on them. A fetch that nothing was heard of for as long as its lease lasts is not
 /// joined any more: the host may have dropped it.
@@ -44,7 +52,7 @@ template <class T, class Start>
   const auto begin = [own = Fetching{fetching.requester, fetching.attempt, lease}, start = std::move(start)] {
     return retried<T>(own, start);
   };
-  auto run = runs.joined(std::move(key), begin, lease);
+  auto run = runs.joined(keyOfFetch(std::move(key), fetching), begin, lease);
   if (!fetching.requester) return run;
   return run.map([requester = fetching.requester](T&& value) {
     requester->served();

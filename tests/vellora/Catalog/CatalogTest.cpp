@@ -224,6 +224,21 @@ TEST_F(CatalogBesideFacadeTest, WhicheverGoesLastPurgesOnce) {
   EXPECT_EQ(purges(), 4) << "one for each kind of rows";
 }
 
+TEST_F(CatalogBesideFacadeTest, WhatOneCatalogueForgetsFailsNoOthersQuestion) {
+  Catalog other(std::make_shared<hostkit::StandardPlatformAPI>(network, cache, logger), catalogOptions);
+  clock.advance(7200);
+  network->answer(typesUrl, StubNetwork::body(typesBody()).held());
+  const auto forgotten = ask(catalog->records({"001xx"}));
+  const auto waiting = ask(other.records({"001xx"}));
+  runAll();
+  catalog->forget();
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(forgotten->answer.end, End::cancelled);
+  EXPECT_EQ(waiting->answer.end, End::answered);
+  EXPECT_EQ(reasonsOf(waiting->answer), (std::map<std::string, std::string>()));
+}
+
 TEST_F(CatalogBesideFacadeTest, ForgettingPartsThem) {
   catalog->forget();
   facade.reset();

@@ -18,24 +18,25 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Waits one second before each of three attempts.
+/// Waits one second before each of three attempts. Writes through the gate that it is given.
 class Patient final : public Requester {
  public:
-  explicit Patient(std::shared_ptr<TimedQueue> timer) : timer_(std::move(timer)) {}
+  Patient(std::shared_ptr<TimedQueue> timer, std::shared_ptr<CallbackGate> writes)
+      : timer_(std::move(timer)), writes_(std::move(writes)) {}
 
   [[nodiscard]] Answered sending(const std::string&, int) override { return nullptr; }
   void served() override { ++servings; }
   [[nodiscard]] std::optional<TimedQueue::Delay> pauseAfter(int attempt, const Error&) override {
     return attempt < 3 ? std::optional<TimedQueue::Delay>(1s) : std::nullopt;
   }
-  [[nodiscard]] CallbackGate& writes() const override { return writes_; }
+  [[nodiscard]] CallbackGate& writes() const override { return *writes_; }
   [[nodiscard]] const std::shared_ptr<TimedQueue>& timer() const override { return timer_; }
 
   int servings = 0;
 
  private:
   const std::shared_ptr<TimedQueue> timer_;
-  mutable CallbackGate writes_;
+  const std::shared_ptr<CallbackGate> writes_;
 };
 
 class SharedFetchTest : public testing::Test {
@@ -59,8 +60,9 @@ class SharedFetchTest : public testing::Test {
 
   tests::ManualQueues queues;
   const std::shared_ptr<testkit::ManualTimer> timer = std::make_shared<testkit::ManualTimer>();
-  const std::shared_ptr<Patient> first = std::make_shared<Patient>(timer);
-  const std::shared_ptr<Patient> second = std::make_shared<Patient>(timer);
+  const std::shared_ptr<CallbackGate> gate = std::make_shared<CallbackGate>();
+  const std::shared_ptr<Patient> first = std::make_shared<Patient>(timer, gate);
+  const std::shared_ptr<Patient> second = std::make_shared<Patient>(timer, gate);
   SharedRuns<int> runs;
   std::vector<int> attempts;
   std::vector<int> values;
@@ -111,6 +113,15 @@ TEST_F(SharedFetchTest, APauseGoesOnForWhoIsLeftAndEndsWithTheLast) {
   other.cancel();
   EXPECT_EQ(timer->pending(), 0U);
   EXPECT_EQ(attempts.size(), 1U);
+}
+
+TEST_F(SharedFetchTest, WhoWritesThroughAnotherGateHasAFetchOfItsOwn) {
+  const auto stranger = std::make_shared<Patient>(timer, std::make_shared<CallbackGate>());
+  const auto token = fetch(1, {first});
+  const auto other = fetch(1, {stranger});
+  EXPECT_EQ(attempts, (std::vector<int>{1, 1}));
+  pass(1s);
+  EXPECT_EQ(values, (std::vector<int>{7, 7}));
 }
 
 }  // namespace
