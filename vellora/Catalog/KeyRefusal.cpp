@@ -1,7 +1,8 @@
 #include "vellora/Catalog/KeyRefusal.h"
 
-#include <cstddef>
+#include <algorithm>
 
+#include "vellora/DataServices/UrlLength.h"
 #include "vellora/Platform/Text/Utf8.h"
 
 namespace vellora {
@@ -10,21 +11,19 @@ namespace {
 
 using Case = QuestionError::Case;
 
-/// In bytes, each of which may take three in a URL.
-constexpr std::size_t longestKey = 2000;
-
-bool has(std::string_view key, std::string_view characters) {
-  return key.find_first_of(characters) != std::string_view::npos;
+bool hasQuote(std::string_view key) {
+  return std::any_of(key.begin(), key.end(), [](char c) { return c == '\'' || c == '"' || c == '\\'; });
 }
 
 }  // namespace
 
 std::optional<QuestionError> refusalOf(std::string_view key, KeyKind kind) {
   if (key.empty()) return QuestionError{Case::emptyKey};
-  if (key.size() > longestKey) return QuestionError{Case::tooLong};
+  if (key.size() > longestName) return QuestionError{Case::tooLong};
   if (!isUtf8(key)) return QuestionError{Case::notUtf8};
-  if (kind == KeyKind::id && has(key, "'\"\\")) return QuestionError{Case::quoteInId};
-  if (kind == KeyKind::listedName && has(key, ",")) return QuestionError{Case::commaInName};
+  if (kind == KeyKind::id && hasQuote(key)) return QuestionError{Case::quoteInId};
+  if (kind == KeyKind::listedName && key.find(',') != std::string_view::npos)
+    return QuestionError{Case::commaInName};
   return std::nullopt;
 }
 

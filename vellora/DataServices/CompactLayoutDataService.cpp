@@ -88,6 +88,19 @@ std::optional<NetRequest> nameFieldsRequest(const std::string& entities) {
       entities + ") AND IsNameField = true");
 }
 
+/// The types without those whose names no request can hold. A server that has such a type sends one anyway.
+std::vector<std::string> askable(std::vector<std::string> types) {
+  std::erase_if(types, [](const std::string& type) { return type.size() > longestName; });
+  return types;
+}
+
+/// What network or decoder said.
+const Error& reasonOf(const Error& failure) {
+  const auto* ofRequest = failure.as<SObjectsDataServiceError>();
+  const auto* request = ofRequest ? ofRequest->request() : nullptr;
+  return request && request->reason ? *request->reason : failure;
+}
+
 /// The name fields in all of `answers`.
 ObjectQualifiedApiNameInfo merged(std::vector<ObjectQualifiedApiNameInfo>&& answers) {
   ObjectQualifiedApiNameInfo all;
@@ -244,7 +257,8 @@ Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::sentForNameField
       .tryMap(decodedBody<ObjectQualifiedApiNameInfo, CompactLayoutDataServiceError::network>);
 }
 
-/// The same for a list of types, in as many requests as their names need, each of which may be sent again.
+/// The same for a list of types, in as many requests as their names need, each of which may be sent again. A
+/// failure tells the request that it came from.
 Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiNames(
     const std::vector<std::string>& types, const Fetching& fetching) {
   const Fetching first{fetching.requester, 1, fetching.lease};  // the attempts at these are counted anew
@@ -253,10 +267,15 @@ Publisher<ObjectQualifiedApiNameInfo> CompactLayoutDataService::qualifiedApiName
     return request ? request->base().url.absoluteString().size() : 0;
   });
   const auto nameFields = [weak = weak_from_this(), first](const std::vector<std::string>& some) {
-    return retried<ObjectQualifiedApiNameInfo>(
-        first, [weak, entities = quoted(some)](const Fetching& attempt) {
-          const auto self = weak.lock();
-          return self ? self->sentForNameFields(entities, attempt) : silence<ObjectQualifiedApiNameInfo>();
+    const auto request = nameFieldsRequest(quoted(some));
+    return retried<ObjectQualifiedApiNameInfo>(first,
+                                               [weak, entities = quoted(some)](const Fetching& attempt) {
+                                                 const auto self = weak.lock();
+                                                 return self ? self->sentForNameFields(entities, attempt)
+                                                             : silence<ObjectQualifiedApiNameInfo>();
+                                               })
+        .mapError([url = request ? request->base().url.absoluteString() : std::string()](const Error& error) {
+          return SObjectsDataServiceError::network().ofRequest(url, error);
         });
   };
   if (lists.size() < 2) return nameFields(types);
@@ -318,12 +337,12 @@ Publisher<CompactLayoutDataService::Downloaded> CompactLayoutDataService::resolv
   using Fetched = FetchedLayouts<ObjectCompactLayoutInfo>;
   const auto types = resolution->types();
   logger_->log(resolution->line("Getting", quoted(types)), LogLevel::info);
-  return qualifiedApiNames(types, fetching)
+  return qualifiedApiNames(askable(types), fetching)
       .results()
       .map([resolution, download, fetching](const Result<ObjectQualifiedApiNameInfo>& names) -> Downloaded {
         const Date asked = download.asked;
         if (!names) {
-          resolution->logFailure(names.error());
+          resolution->logFailure(reasonOf(names.error()));
           return std::make_shared<const Fetched>(Fetched{resolution->layouts(), asked, names.error()});
         }
         resolution->rewriteFields(names.value());

@@ -78,8 +78,9 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   /// under way are shared, and none is longer than 8 kB. A type that the server does not know has an absent
   /// value; a name whose request failed has the cached layout and the reason, or else the error. An expired
   /// layout is served only then, or with `cacheOnly`; none is dropped. A layout that was asked for before
-  /// `notBefore` is fetched again. What is downloaded is cached before it is yielded: who has it may let the
-  /// service go. Of two downloads of one layout the one that was asked for later stays in the cache.
+  /// `notBefore` is fetched again. What is downloaded is cached before it is yielded, or by a thread
+  /// that holds the service: who has it may let the service go. Of two downloads of one layout the one that
+  /// was asked for later stays in the cache.
   [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectLayoutInfo>>>> eachLayout(
       std::shared_ptr<const std::vector<std::string>> names, Source source,
       std::optional<Date> notBefore = std::nullopt, Fetching fetching = {});

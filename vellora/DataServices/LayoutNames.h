@@ -19,7 +19,7 @@ namespace vellora {
 /// Ownership: part of a layout service, which its callers keep alive; shares the cache.
 ///
 /// Threads: safe to use from several threads at once. Two processes that write at the same moment may lose a
-/// name.
+/// name; so may two catalogues on one cache that share no services.
 ///
 /// Errors: a blob that cannot be read names nothing, and is replaced.
 class LayoutNames {

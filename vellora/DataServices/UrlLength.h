@@ -11,6 +11,9 @@ namespace vellora {
 /// server's own address takes a part.
 inline constexpr std::size_t longestUrl = 8000;
 
+/// In bytes, each of which may take three in a URL: how long a name or an id may be that goes into one.
+inline constexpr std::size_t longestName = 2000;
+
 /// Divides `names`, in their order, into lists whose requests are not longer than `longest`; a name that is
 /// too long by itself has a list of its own. `lengthOf` tells how long the request for a list of names is;
 /// it must grow by the same number of bytes with a name, whatever others there are.

@@ -1,5 +1,6 @@
 #include "vellora/Platform/Text/Utf8.h"
 
+#include <algorithm>
 #include <array>
 
 namespace vellora {
@@ -47,7 +48,9 @@ Utf8Character firstCharacter(std::string_view text) {
 }
 
 bool isUtf8(std::string_view text) {
-  for (; !text.empty();) {
+  const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  if (std::all_of(text.begin(), text.end(), isAscii)) return true;
+  while (!text.empty()) {
     const auto character = firstCharacter(text);
     if (isNoCharacter(character)) return false;
     text.remove_prefix(character.length);
