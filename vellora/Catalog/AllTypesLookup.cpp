@@ -31,7 +31,7 @@ Infos infosOf(const AllTypesLookup& lookup, const Types& types, const Themes* th
 
 void answer(const AllTypesLookup& lookup, const PreparedLists& lists, const Both& both) {
   auto infos = infosOf(lookup, both.first, both.second ? &both.second.value() : nullptr);
-  lookup.question->complete([lists, infos = std::move(infos)](auto& sheet) mutable {
+  lookup.question->write([lists, infos = std::move(infos)](auto& sheet) mutable {
     sheet.setAge(lists.age());
     if (lists.typesFailure) sheet.trouble(Failure(*lists.typesFailure));
     if (lists.themesFailure) sheet.trouble(Failure(*lists.themesFailure));

@@ -16,10 +16,10 @@ namespace vellora {
 ///
 /// Ownership: a plain value, which each step of the pipeline holds.
 struct AllTypesLookup {
-  using Asked = detail::Asked<ObjectPresentationInfo>;
+  using AskedPtr = std::shared_ptr<detail::Asked<ObjectPresentationInfo>>;
 
   std::shared_ptr<const Session> session;
-  std::shared_ptr<Asked> question;
+  AskedPtr question;
   TypeFilter filter;
   std::string theme;
   Source source;

@@ -8,6 +8,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -70,7 +71,8 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
  public:
   /// Each of `keys` comes once.
   Asked(const std::vector<std::string>& keys, Terms terms)
-      : answersOn_(std::exchange(terms.answersOn, nullptr)),
+      : sentOn_(terms.answersOn),
+        answersOn_(std::exchange(terms.answersOn, nullptr)),
         terms_(std::move(terms)),
         keyCount_(keys.size()),
         sheet_(keys) {}
@@ -96,22 +98,22 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
 
   // For what works on the answer.
 
-  /// Calls `write(Sheet<T>&)`, unless the question has ended. When no key is open afterwards, it ends.
+  /// Calls `write(Sheet<T>&)`, unless the question has ended. When no key is open afterwards, it ends: one
+  /// that names no keys with the first that is written.
   template <class Write>
-  void write(Write write) {
+  void write(Write&& write) {
     const auto self = this->shared_from_this();
     try {
-      gate_.run([self, write = std::move(write)]() mutable { self->change(write); });
+      if (!gate_.tryRun([&] { change(write); })) {
+        gate_.enqueue([self, later = std::decay_t<Write>(std::forward<Write>(write))]() mutable {
+          self->change(later);
+        });
+        gate_.drain();
+      }
     } catch (const std::bad_alloc&) {
       fail(outOfMemory());
     }
     lookIfMarked();
-  }
-
-  /// The whole answer to a question that names no keys: calls `write(Sheet<T>&)`, then it ends.
-  template <class Write>
-  void complete(Write write) {
-    this->write(std::move(write));
   }
 
   /// Has `write(Sheet<T>&)` called before the question ends at its deadline, so that it answers what is still
@@ -270,7 +272,8 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
   }
 
   void post() {
-    const auto queue = answersOn_.exchange(nullptr);
+    auto queue = answersOn_.exchange(nullptr);
+    if (!queue) queue = sentOn_.lock();  // for who waits once more
     try {
       const auto self = this->shared_from_this();
       (queue ? queue : DispatchQueue::global(DispatchQoS::unspecified))->async([self] { self->callBack(); });
@@ -287,6 +290,8 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
       if (callback) terms_.gate->run(callback);
     });
   }
+
+  const std::weak_ptr<DispatchQueue> sentOn_;
 
   // Synchronise themselves.
   Guarded<std::shared_ptr<DispatchQueue>> answersOn_;  // until the callback is on its way there

@@ -49,8 +49,8 @@ namespace vellora {
 /// Threads: every member may be called from any thread, also from inside a callback.
 ///
 /// Errors: in the answers. A host that lacks a facility has every question fail. A call throws
-/// `std::bad_alloc`, also when the system has no thread for the deadlines; the question has not been asked
-/// then.
+/// `std::bad_alloc`, also when the system has no thread for the deadlines; nothing is asked then,
+/// though an observer may be told of a question that was cancelled.
 ///
 /// Units: seconds, as `std::chrono` spells them.
 class VELLORA_EXPORT Catalog {
@@ -97,8 +97,9 @@ class VELLORA_EXPORT Catalog {
   ///     watch_ = catalog.watch([&] { return catalog.types({"Account"}); }, [this](auto answer) {
   ///     show(answer); });
   ///
-  /// What a later answer could not find out, and another age, are no difference. `ask` is called within this
-  /// call, later on the queue of the catalogue's answers. Keep the token: it promises for both functions what
+  /// What a later answer could not find out, and another age, are no difference. `ask` asks this catalogue:
+  /// of another's question that one's end would be the watch's. It is called within this call, later on the
+  /// queue of the catalogue's answers. Keep the token: it promises for both functions what
   /// that of `Question::then` does. `detach` lets the watch last as long as the catalogue.
   template <class Ask>
   [[nodiscard]] QuestionToken watch(
@@ -112,8 +113,10 @@ class VELLORA_EXPORT Catalog {
   /// sign-out. Layouts that a façade has cached are deleted of the types that the cached list names. When it
   /// has returned, nothing that was asked before is written any more; a question that is asked meanwhile is
   /// cancelled. Afterwards the catalogue begins without anything. A layout that the cache does not delete
-  /// is deleted by the next call, also after a restart; it cannot tell whether the cache has obeyed. Throws
-  /// `std::bad_alloc` after it has deleted what it could; call it again then.
+  /// is deleted by the next call, also after a restart; it cannot tell whether the cache has obeyed. A call
+  /// waits for one on another thread, and for what is just being written: make it on no thread that the
+  /// host's cache needs. Throws `std::bad_alloc`, before it has done anything or after it has deleted what it
+  /// could; call it again then.
   void forget() const;
 
   /// Whether both lists are there.

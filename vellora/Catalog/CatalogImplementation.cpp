@@ -1,7 +1,11 @@
 #include "vellora/Catalog/CatalogImplementation.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <mutex>
 #include <new>
+#include <numeric>
 #include <type_traits>
 #include <utility>
 
@@ -59,10 +63,17 @@ std::shared_ptr<const Inquiry::Common> inquiriesWith(const CatalogOptions& optio
 }
 
 /// Each of them once, in order.
-std::vector<std::string> distinct(std::vector<std::string> keys) {
-  std::sort(keys.begin(), keys.end());
-  keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
-  return keys;
+std::vector<std::string> distinct(const std::vector<std::string>& keys) {
+  if (std::adjacent_find(keys.begin(), keys.end(), std::greater_equal<>()) == keys.end()) return keys;
+  std::vector<std::uint32_t> order(keys.size());  // what is moved while it is sorted is to be small
+  std::iota(order.begin(), order.end(), 0U);
+  std::sort(order.begin(), order.end(), [&](auto left, auto right) { return keys[left] < keys[right]; });
+  std::vector<std::string> sorted;
+  sorted.reserve(keys.size());
+  for (const auto position : order) {
+    if (sorted.empty() || sorted.back() != keys[position]) sorted.push_back(keys[position]);
+  }
+  return sorted;
 }
 
 /// Takes the keys that cannot be asked for out of `keys`, and says why not.
@@ -117,7 +128,7 @@ void Catalog::Implementation::prefetch() const {
   auto question = askAll<TypeChange>(
       QuestionKind::load, {.deadline = prefetchDeadline},
       [](const SessionPtr& session, const auto& asked, Source /*source*/) {
-        const auto loaded = [asked](const PreparedLists&) { asked->complete([](auto&) {}); };
+        const auto loaded = [asked](const PreparedLists&) { asked->write([](auto&) {}); };
         asked->keep(
             session->lists.prepared(Source::cacheFirst, asked->fetching()).sink(loaded, failing(asked)));
       });
@@ -188,6 +199,9 @@ Question<TypeChange> Catalog::Implementation::refresh(const RefreshOptions& opti
 
 void Catalog::Implementation::forget() const {
   if (!api_) return;
+  // One at a time: what the first has left must not be deleted once questions are asked again. Recursively,
+  // since a queue of the host's may forget where an answer is handed to it.
+  const std::lock_guard lock(forgetting_);
   const auto next = newSession();
   const auto session = session_.value();
   session->end();
@@ -195,6 +209,7 @@ void Catalog::Implementation::forget() const {
   // Questions that come before the next session is there belong to the one that has ended: they are
   // cancelled.
   const auto begin = [&] {
+    if (session_.value() != session) return;
     readiness_.set(Readiness::loading());
     session_.replace(session, next);
   };

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -111,6 +112,7 @@ class Catalog::Implementation {
   const std::shared_ptr<const Inquiry::Common> inquiries_;
 
   // Synchronise themselves.
+  mutable std::recursive_mutex forgetting_;
   const Published<Readiness> readiness_;
   mutable Guarded<SessionPtr> session_;
 };

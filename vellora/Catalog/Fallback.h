@@ -30,7 +30,7 @@ void writeFallback(Sheet<T>& sheet, const Answer<T>& cached, bool isOfAll) {
   const auto before = sheet.answer().found.size();
   if (isOfAll) sheet.setAge(cached.age);
   for (const auto& [key, value] : cached.found) {
-    isOfAll ? sheet.listed(key, value) : sheet.found(key, value, cached.ageOf(key));
+    isOfAll ? sheet.listed(key, value) : sheet.found(key, T(value), cached.ageOf(key));
   }
   for (const auto& [key, missing] : cached.missing) {
     if (missing.why() == Missing::Why::unknown) sheet.missed(key, missing);

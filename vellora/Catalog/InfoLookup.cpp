@@ -9,7 +9,7 @@
 
 namespace vellora {
 
-InfoLookup::InfoLookup(std::shared_ptr<const Session> session, std::shared_ptr<Asked> question, Wanted wanted)
+InfoLookup::InfoLookup(std::shared_ptr<const Session> session, AskedPtr question, Wanted wanted)
     : session_(std::move(session)), question_(std::move(question)), wanted_(std::move(wanted)) {}
 
 template <class Step>

@@ -32,7 +32,7 @@ namespace vellora {
 /// time.
 class InfoLookup : public std::enable_shared_from_this<InfoLookup> {
  public:
-  using Asked = detail::Asked<ObjectPresentationInfo>;
+  using AskedPtr = std::shared_ptr<detail::Asked<ObjectPresentationInfo>>;
 
   /// What is asked for.
   struct Wanted {
@@ -44,7 +44,7 @@ class InfoLookup : public std::enable_shared_from_this<InfoLookup> {
     Source source;
   };
 
-  InfoLookup(std::shared_ptr<const Session> session, std::shared_ptr<Asked> question, Wanted wanted);
+  InfoLookup(std::shared_ptr<const Session> session, AskedPtr question, Wanted wanted);
 
   void start();
 
@@ -74,7 +74,7 @@ class InfoLookup : public std::enable_shared_from_this<InfoLookup> {
 
   // Constant after construction.
   const std::shared_ptr<const Session> session_;
-  const std::shared_ptr<Asked> question_;
+  const AskedPtr question_;
   const Wanted wanted_;
 
   PreparedLists lists_;  // set once, before keys are asked for

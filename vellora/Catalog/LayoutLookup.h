@@ -22,7 +22,7 @@ template <class Layout, class Service>
 void lookUpLayouts(const std::shared_ptr<const Session>& session, const std::shared_ptr<Service>& service,
                    const std::shared_ptr<detail::Asked<Layout>>& question,
                    const std::shared_ptr<const std::vector<std::string>>& names, Source source) {
-  const auto onFound = [question, source](LayoutResult<Layout> found) {
+  const auto onFound = [question, source](LayoutResult<Layout>&& found) {
     question->write([found = std::move(found), source](auto& sheet) mutable {
       if (!found.value) return sheet.missed(found.key, missingFor(found.value.error(), source));
       auto& layout = found.value.value();

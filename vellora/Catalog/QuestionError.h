@@ -15,7 +15,7 @@ struct VELLORA_EXPORT QuestionError {
   enum class Case {
     wouldBlock,    ///< `get` was called on a thread that the answer, or its delivery, may need
     alreadyTaken,  ///< the question was waited for a second time, and its answer is gone
-    timedOut,      ///< the lists did not come in time
+    timedOut,      ///< the lists or layouts did not come in time
     emptyKey,      ///< the key has no characters
     notUtf8,       ///< the key is no text
     quoteInId,    ///< the id holds a quotation mark or a backslash, which would change the query that it goes

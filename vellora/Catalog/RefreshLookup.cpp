@@ -75,7 +75,7 @@ void answer(const Session& session, const AskedPtr& question, const PreparedList
   removeLayoutsOf(session.services, changes);
   if (!lists.typesFailure && !lists.themesFailure) session.services.sObjects->forgetListViews();
   const auto failure = lists.typesFailure ? lists.typesFailure : lists.themesFailure;
-  question->complete([age = lists.age(), changes, failure](auto& sheet) {
+  question->write([age = lists.age(), changes, failure](auto& sheet) {
     sheet.setAge(age);
     for (const auto& [name, change] : changes) sheet.listed(name, change);
     if (failure) sheet.fail(*failure);

@@ -1,14 +1,24 @@
 #include "vellora/Catalog/RetryOptions.h"
 
 #include <algorithm>
+#include <chrono>
 #include <random>
 
 namespace vellora {
 
 namespace {
 
+/// Of the clock where the system has no random number, as it may when it has no file handle left.
+unsigned seed() noexcept {
+  try {
+    return std::random_device()();
+  } catch (...) {
+    return static_cast<unsigned>(std::chrono::steady_clock::now().time_since_epoch().count());
+  }
+}
+
 double randomNumber() {
-  thread_local std::minstd_rand numbers{std::random_device()()};
+  thread_local std::minstd_rand numbers{seed()};
   return std::uniform_real_distribution<double>()(numbers);
 }
 

@@ -20,7 +20,8 @@ namespace vellora {
 
 /// What a catalogue works with from one `forget` to the next.
 ///
-/// Ownership: shared by the catalogue and the questions that are open.
+/// Ownership: shared by the catalogue and the questions that are open. Whoever lets go of it last lets go of
+/// the services, which then shorten the cache's tables: that may be the thread of the deadlines.
 ///
 /// Threads: safe to use from several threads at once.
 class Session {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <iterator>
 #include <map>
 #include <new>
 #include <string>
@@ -26,38 +28,37 @@ class Sheet {
   explicit Sheet(const std::vector<std::string>& keys) {
     const Missing open(Missing::Why::failed);
     for (const auto& key : keys) open_.emplace_hint(open_.end(), key, open);
+    next_ = open_.begin();
+    openCount_ = open_.size();
   }
+  Sheet(const Sheet&) = delete;  // `next_` refers to `open_`
+  Sheet& operator=(const Sheet&) = delete;
 
   /// Takes note of an open key. Of a key that is accounted for already, or was not asked for, nothing.
   void found(const std::string& key, T value) {
-    auto node = open_.extract(key);
-    if (!node) return;
-    try {
-      answer_.found.emplace(std::move(node.key()), std::move(value));
-    } catch (const std::bad_alloc&) {
-      open_.insert(std::move(node));
-      throw;
-    }
+    if (const auto open = openKey(key); open != open_.end()) find(open, std::move(value));
   }
   /// The same with an age of its own. That of the first is the common age, unless there is one, so that it
   /// need not be noted for each key that has come at the same time.
-  void found(const std::string& key, T value, const Age& age) {
-    if (!open_.contains(key)) return;
+  void found(const std::string& key, T&& value, const Age& age) {
+    const auto open = openKey(key);
+    if (open == open_.end()) return;
     if (!hasAge_ && answer_.found.empty()) setAge(age);
-    if (age == answer_.age) return found(key, std::move(value));
-    const auto noted = answer_.otherAges.emplace(key, age).first;
+    if (age == answer_.age) return find(open, std::move(value));
+    const auto noted = answer_.otherAges.emplace_hint(answer_.otherAges.end(), key, age);
     try {
-      found(key, std::move(value));
+      find(open, std::move(value));
     } catch (const std::bad_alloc&) {
       answer_.otherAges.erase(noted);
       throw;
     }
   }
   void missed(const std::string& key, Missing missing) {
-    auto node = open_.extract(key);
-    if (!node) return;
+    const auto open = openKey(key);
+    if (open == open_.end()) return;
+    auto node = open_.extract(accounted(open));
     node.mapped() = std::move(missing);
-    answer_.missing.insert(std::move(node));
+    answer_.missing.insert(answer_.missing.end(), std::move(node));
   }
 
   /// An answer for a key that nobody named.
@@ -75,14 +76,13 @@ class Sheet {
   }
 
   /// Whether a key is open.
-  [[nodiscard]] bool isOpen() const { return !open_.empty(); }
+  [[nodiscard]] bool isOpen() const { return openCount_ > 0; }
 
   /// Gives all open keys the reason `rest`, and the answer its end. An answer without anything found is
   /// `failed` when a key could not be asked; one that is `failed` says why in `trouble`. Takes no memory.
   void close(End end, const Missing& rest) noexcept {
     if (end == End::failed && rest.failure()) trouble(*rest.failure());
-    for (auto& [key, missing] : open_) missing = rest;
-    answer_.missing.merge(open_);
+    closeOpen(rest);
     for (const auto& [key, missing] : answer_.missing) {
       if (missing.why() != Missing::Why::failed) continue;
       if (missing.failure()) trouble(*missing.failure());
@@ -104,8 +104,46 @@ class Sheet {
   [[nodiscard]] Answer<T> take() { return std::move(answer_); }
 
  private:
-  std::map<std::string, Missing> open_;  // by the nodes that `missing` gets
+  using Open = std::map<std::string, Missing>;
+
+  /// The entry of `key` in `open_`, or its end.
+  [[nodiscard]] typename Open::iterator openKey(const std::string& key) {
+    const auto entry = next_ != open_.end() && next_->first == key ? next_ : open_.find(key);
+    return entry == open_.end() || isFound(entry->second) ? open_.end() : entry;
+  }
+
+  /// Of `next_` too, so that it is the one behind the key that was accounted for last.
+  typename Open::iterator accounted(typename Open::iterator open) {
+    next_ = std::next(open);
+    --openCount_;
+    return open;
+  }
+
+  void closeOpen(const Missing& rest) noexcept {
+    if (openCount_ == 0) return;
+    std::erase_if(open_, [](const auto& entry) { return isFound(entry.second); });
+    for (auto& [key, missing] : open_) missing = rest;
+    answer_.missing.merge(open_);
+    next_ = open_.end();
+    openCount_ = 0;
+  }
+
+  void find(typename Open::iterator open, T&& value) {
+    answer_.found.emplace_hint(answer_.found.end(), open->first, std::move(value));
+    accounted(open)->second = foundMark();
+  }
+
+  /// What stands in `open_` beside a key that is found. Its node stays where it is: taking each out for
+  /// itself costs more than all of them at the end.
+  [[nodiscard]] static Missing foundMark() { return Missing(Missing::Why::unknown); }
+  [[nodiscard]] static bool isFound(const Missing& entry) { return entry.why() == Missing::Why::unknown; }
+
+  // Most keys are accounted for in their order. Each is then the next one that is open, and belongs at the
+  // end of what is found: nothing is searched.
+  Open open_;                     // by the nodes that `missing` gets
+  typename Open::iterator next_;  // behind the one that was accounted for last
   Answer<T> answer_;
+  std::size_t openCount_ = 0;
   bool hasAge_ = false;
   bool hasFailed_ = false;
 };

@@ -89,12 +89,12 @@ class EachLayout {
                                            EachLayout how) {
     const auto lookup = std::make_shared<const EachLayout>(std::move(how));
     const auto needed = std::make_shared<Needed>();
-    // One by one: a list of what is known would hold each layout once more.
-    auto cached = generated<Known>(
-        [lookup, names, needed](const auto& yield) { lookup->readCache(*names, *needed, yield); });
     auto fetched = Publisher<Known>::deferred(
         [lookup, needed, &downloads] { return lookup->fetched(*needed, downloads); });
-    return joint({std::move(cached), std::move(fetched)});
+    // One by one: a list of what is known would hold each layout once more.
+    return generated<Known>(
+        [lookup, names, needed](const auto& yield) { lookup->readCache(*names, *needed, yield); },
+        std::move(fetched));
   }
 
  private:
@@ -120,7 +120,7 @@ class EachLayout {
       auto cached = steps_.cached(name);
       bool isWanted = true;
       if (cached && isServed(*cached)) {
-        isWanted = yield({name, std::optional(*std::move(cached))});
+        isWanted = yield({name, std::move(cached)});
       } else if (source_ == Source::cacheOnly) {
         isWanted = yield({name, Error(NotCached())});
       } else {
@@ -144,7 +144,8 @@ class EachLayout {
 
   [[nodiscard]] bool isServed(const DatedLayout<Layout>& cached) const {
     if (source_ != Source::cacheFirst) return source_ == Source::cacheOnly;
-    if (notBefore_ && cached.fetched < *notBefore_) return false;
+    // What is dated in the future was fetched before the clock was set back: it may be as old as anything.
+    if (notBefore_ && (cached.fetched < *notBefore_ || cached.fetched > now())) return false;
     return !cached.isExpired;
   }
 

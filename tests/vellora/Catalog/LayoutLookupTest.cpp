@@ -120,7 +120,9 @@ TEST_F(LayoutLookupTest, NameFieldsThatCannotBeFetchedAreTheTrouble) {
   const auto answer = answered(catalog->headlines({"Account"}));
   EXPECT_EQ(answer.found.at("Account").layoutFields.at(0)->apiName, "OwnerId");
   ASSERT_TRUE(answer.trouble);
-  EXPECT_THAT(answer.trouble->text(), testing::StartsWith("down"));
+  EXPECT_THAT(answer.trouble->text(), testing::StartsWith("down (/services/data/v53.0/query?q=SELECT"));
+  EXPECT_THAT(logger->texts(CorvaneSDK::LogLevel::error),
+              testing::Contains(testing::EndsWith("Qualified API Name network request failed: down")));
 }
 
 TEST_F(LayoutLookupTest, NameFieldsAreNotAskedForWhenNobodyWaitsAnyMore) {
@@ -282,6 +284,48 @@ TEST_F(LayoutLookupTest, ALayoutIsDatedWhenItIsAskedForThoughTheNetworkAnswersWi
   EXPECT_EQ(answered(catalog->searchColumns({"Account"})).ageOf("Account").fetched, asked);
   clock.set(asked);
   EXPECT_EQ(answered(catalog->headlines({"Account"})).ageOf("Account").fetched, asked);
+}
+
+TEST_F(LayoutLookupTest, AfterARefreshWhatIsDatedInTheFutureIsFetchedAnew) {
+  clock.advance(86'400);  // the clock is a day ahead, and is corrected afterwards
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  clock.advance(-86'400);
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  EXPECT_EQ(network->count(columnsUrl("Account")), 1U);
+  static_cast<void>(answered(catalog->refresh()));
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  EXPECT_EQ(network->count(columnsUrl("Account")), 2U);
+}
+
+TEST_F(LayoutLookupTest, NoNameThatTheServerSendsMakesARequestTooLong) {
+  const auto field = [](const std::string& type) {
+    return R"({"label":"L","layoutComponents":[{"value":"V","details":{"label":"F","htmlFormatted":false,)"
+           R"("type":"reference","referenceTo":[")" +
+           type + R"("],"relationshipName":"R"}}]})";
+  };
+  network->answerPrefix("/services/data/v53.0/compactLayouts",
+                        StubNetwork::body(R"({"Account":{"objectType":"Account","fieldItems":[)" +
+                                          field(std::string(9000, 'T')) + "," + field("User") + "]}}"));
+  const auto answer = answered(catalog->headlines({"Account"}));
+  const auto& fields = answer.found.at("Account").layoutFields;
+  EXPECT_EQ(fields.at(0)->apiName, "V");
+  EXPECT_EQ(fields.at(1)->apiName, "R.Name");
+  EXPECT_FALSE(answer.trouble);
+  for (const auto& url : network->urls()) EXPECT_LE(url.size(), 8192U);
+}
+
+TEST_F(LayoutLookupTest, KeysAreFoundWhateverTheirOrderAndHoweverOftenTheyCome) {
+  const auto layout = [](const std::string& type) {
+    return R"({"objectType":")" + type + R"(","searchColumns":[]})";
+  };
+  network->answerPrefix("/services/data/v50.0/search/layout",
+                        StubNetwork::body("[" + layout("C") + "," + layout("A") + "," + layout("B") + "]"));
+  static_cast<void>(answered(catalog->searchColumns({"B"})));
+  clock.advance(1);
+  const auto answer = answered(catalog->searchColumns({"C", "A", "", "B", "A", "D", "C"}));
+  EXPECT_THAT(keysOf(answer.found), ElementsAre("A", "B", "C"));
+  EXPECT_THAT(keysOf(answer.missing), ElementsAre("", "D"));
+  EXPECT_EQ(network->urls().back(), columnsUrl("D")) << "in their order, those that the cache lacks";
 }
 
 }  // namespace

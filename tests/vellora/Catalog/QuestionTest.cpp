@@ -390,5 +390,26 @@ TEST_F(QuestionTest, ADeadlineThatIsNoNumberIsAYear) {
   EXPECT_EQ(received->calls, 1);
 }
 
+TEST_F(QuestionTest, ACallbackBehindACoroutineComesOnTheQueueOfItsAnswersToo) {
+  auto question = catalog->types({"Account"});
+  Question<ObjectPresentationInfo>* const same = &question;
+  int calls = 0;
+  QuestionToken token;
+  const auto waitTwice = [&]() -> Coroutine {
+    EXPECT_EQ((co_await *same).found.size(), 1U);
+    token = std::move(*same).then([&](const auto& answer) {
+      EXPECT_EQ(answer.end, End::failed) << "the answer was taken already";
+      ++calls;
+    });
+  };
+  const auto coroutine = waitTwice();
+  queues.runAll();
+  queue->runNext();
+  queues.runAll();
+  EXPECT_EQ(calls, 0);
+  runAll();
+  EXPECT_EQ(calls, 1);
+}
+
 }  // namespace
 }  // namespace vellora

@@ -3,11 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
+#include <latch>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -212,6 +216,45 @@ TEST_F(SessionTest, ALayoutThatTheCacheDidNotDeleteIsFoundTheNextTime) {
   constructAndLoad();
   catalog->forget();
   expectNoLayouts();
+}
+
+TEST_F(SessionTest, ForgettingWhileItForgetsLeavesTheStateOfWhatCameSince) {
+  const auto listened = std::make_shared<ListenedCache>(cache);
+  constructOn(listened);
+  listened->onRemove = [&](const std::string&) {
+    listened->onRemove = nullptr;
+    catalog->forget();
+    EXPECT_EQ(answered(catalog->types({"Account"})).found.size(), 1U);
+    EXPECT_EQ(catalog->readiness().text(), "ready");
+  };
+  catalog->forget();
+  EXPECT_EQ(catalog->readiness().text(), "ready");
+}
+
+TEST_F(SessionTest, OfTwoThreadsThatForgetOneWaitsForTheOther) {
+  const auto listened = std::make_shared<ListenedCache>(cache);
+  constructOn(listened);
+  std::mutex mutex;
+  std::vector<std::thread::id> removers;
+  std::latch isForgetting(1);
+  std::latch mayGoOn(1);
+  listened->onRemove = [&](const std::string&) {
+    isForgetting.count_down(removers.empty() ? 1 : 0);
+    if (removers.empty()) mayGoOn.wait();
+    const std::lock_guard lock(mutex);
+    removers.push_back(std::this_thread::get_id());
+  };
+  std::thread first([&] { catalog->forget(); });
+  isForgetting.wait();
+  std::thread second([&] {
+    mayGoOn.count_down();
+    catalog->forget();
+  });
+  first.join();
+  second.join();
+  ASSERT_NE(removers.front(), removers.back());
+  const auto isOfFirst = [&](const std::thread::id& id) { return id == removers.front(); };
+  EXPECT_TRUE(std::is_partitioned(removers.begin(), removers.end(), isOfFirst));
 }
 
 }  // namespace

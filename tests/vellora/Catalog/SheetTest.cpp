@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "tests/support/TestError.h"
@@ -110,6 +111,25 @@ TEST(SheetTest, AKeysOwnAgeDoesNotBecomeThatOfThoseWithoutOne) {
   const auto answer = sheet.take();
   EXPECT_EQ(answer.ageOf("a"), Age());
   EXPECT_EQ(answer.ageOf("b"), own);
+}
+
+TEST(SheetTest, AccountsForKeysInAnyOrder) {
+  Sheet<int> sheet({"a", "b", "c", "d", "e"});
+  sheet.found("d", 4);
+  sheet.found("b", 2);
+  sheet.missed("c", unknown);
+  sheet.found("d", 5);
+  sheet.missed("b", unknown);
+  sheet.found("c", 3);
+  EXPECT_TRUE(sheet.isOpen());
+  sheet.found("a", 1);
+  sheet.close(End::timedOut, Missing(Why::timedOut));
+  EXPECT_FALSE(sheet.isOpen());
+  const auto answer = sheet.take();
+  EXPECT_EQ(answer.found, (std::map<std::string, int>{{"a", 1}, {"b", 2}, {"d", 4}}));
+  ASSERT_EQ(answer.missing.size(), 2U);
+  EXPECT_EQ(answer.missing.at("c").why(), Why::unknown);
+  EXPECT_EQ(answer.missing.at("e").why(), Why::timedOut);
 }
 
 }  // namespace

@@ -8,9 +8,9 @@
 
 namespace vellora {
 
-/// A producer of the values that `body(yield)` hands to `yield` one by one, on the subscribing thread; it
-/// ends when `body` returns. Unlike `Publisher::sequence` it has no list of them, and moves each. `yield`
-/// returns false when nobody listens any more:
+/// A producer of the values that `body(yield)` hands to `yield` one by one, on the subscribing thread, then
+/// of those of `rest`, which is started when `body` has returned. Unlike `Publisher::sequence` it has no list
+/// of them, and moves each. `yield` returns false when nobody listens any more:
 ///
 ///     generated<Theme>([names](const auto& yield) {
 ///       for (const auto& name : names) {
@@ -20,14 +20,15 @@ namespace vellora {
 ///
 /// `body` runs at each subscription. All subscriptions share it, so it must not change what it holds.
 template <class T, class Body>
-[[nodiscard]] Publisher<T> generated(Body body) {
-  return Publisher<T>(detail::source<T>(
-      [body = std::move(body)](const auto& to, const SubscriptionScope& scope, detail::Use) {
-        body([&](T value) {
+[[nodiscard]] Publisher<T> generated(Body body, Publisher<T> rest = Publisher<T>::sequence({})) {
+  return Publisher<T>(
+      detail::source<T>([body = std::move(body), rest = std::move(rest)](
+                            auto to, const SubscriptionScope& scope, detail::Use use) mutable {
+        std::as_const(body)([&](T value) {
           if (scope.isActive()) to->receive(std::move(value));
           return scope.isActive();
         });
-        if (scope.isActive()) to->complete({});
+        if (scope.isActive()) detail::start<T>(detail::taken(rest, use).takeSource(), std::move(to), scope);
       }));
 }
 

@@ -50,5 +50,38 @@ TEST(GeneratedTest, HandsOnTheVeryValueThatWasMade) {
   EXPECT_EQ(handles, 1);
 }
 
+TEST(GeneratedTest, YieldsWhatComesBehindOnceTheBodyHasReturned) {
+  bool hasReturned = false;
+  bool wasStartedBehind = false;
+  const auto rest = Publisher<int>::deferred([&] {
+    wasStartedBehind = hasReturned;
+    return Publisher<int>::sequence({2, 3});
+  });
+  const auto numbers = generated<int>(
+      [&](const auto& yield) {
+        yield(1);
+        hasReturned = true;
+      },
+      rest);
+  std::vector<int> received;
+  int ends = 0;
+  const auto token = numbers.sink([&](int value) { received.push_back(value); },
+                                  [&](const Completion& error) { ends += error ? 0 : 1; });
+  EXPECT_EQ(received, (std::vector{1, 2, 3}));
+  EXPECT_TRUE(wasStartedBehind);
+  EXPECT_EQ(ends, 1);
+}
+
+TEST(GeneratedTest, StartsNothingBehindOnceNobodyListens) {
+  int starts = 0;
+  const auto rest = Publisher<int>::deferred([&] {
+    ++starts;
+    return Publisher<int>::just(2);
+  });
+  const auto numbers = generated<int>([](const auto& yield) { yield(1); }, rest);
+  const auto token = numbers.first([](int) { return true; }).sink([](int) {});
+  EXPECT_EQ(starts, 0);
+}
+
 }  // namespace
 }  // namespace vellora
