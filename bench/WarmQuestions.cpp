@@ -17,6 +17,7 @@
 #include "bench/Samples.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/Catalog/Catalog.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
 
 // What a catalogue takes more than the façade for the same keys on the same host.
@@ -130,6 +131,25 @@ void askForLayouts(benchmark::State& state, Medium medium, std::size_t count) {
   }
 }
 
+/// The façade as who wants what a catalogue promises has to use it: asked on a queue, so that a cache that
+/// hangs does not hang who asks, and waited for. Names and answer belong to the work on the queue, which may
+/// outlast the wait.
+template <class Kind>
+void lookUpLayoutsWithHops(benchmark::State& state, Medium medium, std::size_t count) {
+  using Infos = decltype(Kind::ask(warmLayouts(medium).catalog, {}).get().found);
+  const WarmLayouts& warm = warmLayouts(medium);
+  const auto names = sampleTypeNames(count);
+  SerialDispatchQueue queue("façade");
+  for (auto _ : state) {
+    const auto answered = std::make_shared<std::promise<Infos>>();
+    queue.async([&service = *warm.service, names, answered] {
+      Kind::lookUp(service, names,
+                   [&](auto infos) { answered->set_value(infos ? *std::move(infos) : Infos()); });
+    });
+    if (answered->get_future().get().size() != count) return state.SkipWithError("a layout was not found");
+  }
+}
+
 /// The façade answers from the cache within the call.
 template <class Kind>
 void lookUpLayouts(benchmark::State& state, Medium medium, std::size_t count) {
@@ -148,14 +168,20 @@ void addLayouts(Suite& suite, Medium medium) {
     const std::string what = Kind::name + std::to_string(count) +
                              (count == 1 ? " cached type, " : " cached types, ") +
                              std::string(nameOf(medium));
-    suite.compare(what,
-                  suite.time(
-                      what, "a catalogue", [=](auto& state) { askForLayouts<Kind>(state, medium, count); },
-                      Suite::Clock::wall),
+    const auto ours = suite.time(
+        what, "a catalogue", [=](auto& state) { askForLayouts<Kind>(state, medium, count); },
+        Suite::Clock::wall);
+    suite.compare(
+        what, ours,
+        suite.time(
+            what, "the façade and its hops",
+            [=](auto& state) { lookUpLayoutsWithHops<Kind>(state, medium, count); }, Suite::Clock::wall),
+        Suite::atMost(mostTimesTheFacade));
+    suite.compare(what, ours,
                   suite.time(
                       what, "the façade", [=](auto& state) { lookUpLayouts<Kind>(state, medium, count); },
                       Suite::Clock::wall),
-                  Suite::atMost(mostTimesTheFacade));
+                  Suite::reported());
   }
 }
 
