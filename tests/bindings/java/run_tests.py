@@ -44,9 +44,11 @@ def main():
     if "VELLORA_TEST_LOOKUPS" in os.environ:
         properties.append(f"questions={os.environ['VELLORA_TEST_LOOKUPS']}")
 
+    counter = next(each.partition("=")[2] for each in properties if each.startswith("native.heap="))
+
     def run(*program):
         return subprocess.run([java, "-Xcheck:jni", "-Xmx256m", "-cp", class_path, *(f"-D{each}" for each in properties), *program],
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, env=os.environ | {"LD_PRELOAD": counter})
 
     careless = run("vellora.CarelessProgram").stdout
     if not complaints(careless):

@@ -13,8 +13,8 @@ final class NativeHeap {
 
   private NativeHeap() {}
 
-  /** The bytes that malloc has given and that nobody has freed. */
-  static native long bytesInUse();
+  /** How many blocks the native libraries have taken and not given back. */
+  static native long blocks();
 
   /** Makes more references than a call may have. */
   static native void leakLocalReferences();
