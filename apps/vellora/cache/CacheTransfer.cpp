@@ -56,14 +56,15 @@ std::variant<CacheArchive, Problem> readArchive(const std::string& file) {
   std::ifstream stream;
   if (file != "-") stream.open(file, std::ios::binary);
   std::istream& in = file == "-" ? std::cin : stream;
-  const Problem unreadable{ExitCode::usage, "cannot read " + file};
+  const std::string name = file == "-" ? "standard input" : file;
+  const Problem unreadable{ExitCode::usage, "cannot read " + name};
   if (!in) return unreadable;
   const std::string text = textIn(in);
   if (in.bad() || (file != "-" && text.empty())) return unreadable;  // a folder, for instance
   if (text.size() > largestArchive)
-    return Problem{ExitCode::usage, file + " is too large for an archive: of more than 256 MiB"};
+    return Problem{ExitCode::usage, name + " is too large for an archive: of more than 256 MiB"};
   auto archive = CacheArchive::decode(Data(text));
-  if (!archive) return Problem{ExitCode::usage, file + ": " + archive.error().localizedDescription()};
+  if (!archive) return Problem{ExitCode::usage, name + ": " + archive.error().localizedDescription()};
   return std::move(archive).value();
 }
 

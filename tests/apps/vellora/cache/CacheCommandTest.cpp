@@ -307,6 +307,13 @@ TEST_F(CacheCommandTest, AnArchiveWithoutEndIsRefusedEarly) {
   EXPECT_FALSE(std::filesystem::exists(other));
 }
 
+TEST_F(CacheCommandTest, AnArchiveThatIsReadFromStandardInputIsCalledSo) {
+  const std::vector<std::string> words{"--cache", folder.file("other.sqlite"), "cache", "import", "-"};
+  const auto ended = ChildProcess::run(VELLORA, words, {.input = "no archive"});
+  EXPECT_EQ(ended.exitCode, 2);
+  EXPECT_THAT(ended.err, testing::StartsWith("vellora: standard input: "));
+}
+
 TEST_F(CacheCommandTest, KeysThatAreNotUtf8AreListedShownAndCarried) {
   const std::string key = "host\xFF";
   {
