@@ -9,6 +9,7 @@
 #include "vellora/DataServices/ArrivedLayouts.h"
 #include "vellora/DataServices/CachedLayouts.h"
 #include "vellora/DataServices/CompactLayoutDataServiceError.h"
+#include "vellora/DataServices/CompactLayoutRequests.h"
 #include "vellora/DataServices/Download.h"
 #include "vellora/DataServices/DownloadOrder.h"
 #include "vellora/DataServices/EachLayout.h"
@@ -22,7 +23,6 @@
 #include "vellora/DataServices/ReferenceTypeFields.h"
 #include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/Sending.h"
-#include "vellora/DataServices/ServerRequest.h"
 #include "vellora/DataServices/SharedFetch.h"
 #include "vellora/DataServices/Silence.h"
 #include "vellora/DataServices/UrlLength.h"
@@ -33,7 +33,6 @@
 namespace vellora {
 
 using CorvaneSDK::LogLevel;
-using CorvaneSDK::NetRequest;
 
 namespace {
 
@@ -66,32 +65,6 @@ CachedLayouts<ObjectCompactLayoutInfo> divided(std::vector<Cached> entries, bool
     if (!entry.isExpired) cached.fresh.push_back(std::move(entry.layout));
   }
   return cached;
-}
-
-std::optional<NetRequest> requestFor(std::string_view endpoint, std::string queryText) {
-  const auto version = std::string(CompactLayoutDataService::Constants::queryApiVersion);
-  return serverRequest("/services/data/" + version + std::string(endpoint), std::move(queryText));
-}
-
-std::optional<NetRequest> requestToGetCompactLayout(const std::vector<std::string>& objectTypeNames) {
-  return requestFor("/compactLayouts", joined(objectTypeNames, ","));
-}
-
-std::optional<NetRequest> queryRequest(std::string queryText) {
-  return requestFor("/query", std::move(queryText));
-}
-
-std::optional<NetRequest> nameFieldsRequest(const std::string& entities) {
-  return queryRequest(
-      "SELECT EntityDefinition.QualifiedApiName, QualifiedApiName, IsNameField FROM FieldDefinition WHERE "
-      "EntityDefinition.QualifiedApiName IN (" +
-      entities + ") AND IsNameField = true");
-}
-
-/// The types without those whose names no request can hold. A server that has such a type sends one anyway.
-std::vector<std::string> askable(std::vector<std::string> types) {
-  std::erase_if(types, [](const std::string& type) { return type.size() > longestName; });
-  return types;
 }
 
 /// What network or decoder said.
