@@ -1,26 +1,19 @@
-# cmake -DFOLDER=… -DFILES=… -DOUTPUT=… -P EmbedPage.cmake: writes the C++ source that holds the page's files.
+# cmake -DFILES=…,… -DOUTPUT=… -P EmbedPage.cmake: writes the C++ source that holds the page's files.
 include("${CMAKE_CURRENT_LIST_DIR}/../../../cmake/RawString.cmake")
 set(type_of_html "text/html;charset=UTF-8")
 set(type_of_css "text/css;charset=UTF-8")
 set(type_of_js "text/javascript;charset=UTF-8")
 set(type_of_svg "image/svg+xml")
 
-# The page names its modules, so that the browser loads them all at once, not one after the other as they import.
-set(modules "${FILES}")
-list(FILTER modules INCLUDE REGEX "\\.js$")
-list(TRANSFORM modules REPLACE "(.+)" "<link rel=\"modulepreload\" href=\"/\\1\">")
-list(JOIN modules "\n  " modules)
-
+string(REPLACE "," ";" files "${FILES}")
 set(code "#include \"apps/vellora/explore/Page.h\"\n\nnamespace vellora::explore {\n\n")
 string(APPEND code "std::span<const PageFile> pageFiles() {\n  static constexpr PageFile files[] = {\n")
-foreach(file IN LISTS FILES)
-  raw_string(text "${FOLDER}/${file}")
-  if(file STREQUAL "index.html")
-    string(REPLACE "<script type=\"module\"" "${modules}\n  <script type=\"module\"" text "${text}")
-  endif()
+foreach(file IN LISTS files)
+  raw_string(text "${file}")
   cmake_path(GET file EXTENSION LAST_ONLY extension)
   string(SUBSTRING "${extension}" 1 -1 extension)
-  string(REGEX REPLACE "^index\\.html$" "" path "${file}")
+  cmake_path(GET file FILENAME path)
+  string(REGEX REPLACE "^index\\.html$" "" path "${path}")
   string(APPEND code "      {\"/${path}\", \"${type_of_${extension}}\", ${text}},\n")
 endforeach()
 string(APPEND code "  };\n  return files;\n}\n\n}  // namespace vellora::explore\n")

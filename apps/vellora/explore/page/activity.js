@@ -7,7 +7,12 @@ const log = byId("log"); // folded away until asked for
 const mostLines = 120;
 let groups = []; // newest first
 
-const times = new Intl.DateTimeFormat(undefined, { hour: "2-digit", minute: "2-digit", second: "2-digit", hour12: false });
+let times; // made with the first line that is shown: it takes as long as the whole page's start
+
+function timeOf({ at }) {
+  times ??= new Intl.DateTimeFormat(undefined, { hour: "2-digit", minute: "2-digit", second: "2-digit", hour12: false });
+  return times.format(new Date(at * 1000));
+}
 
 export function size(bytes) {
   if (bytes < 1000) return `${bytes} B`;
@@ -49,7 +54,7 @@ function line({ entry, count, bytes }) {
   return make(
     "li",
     { class: entry.source },
-    make("time", {}, times.format(new Date(entry.at * 1000))),
+    make("time", {}, timeOf(entry)),
     make("span", { class: `badge ${entry.source}` }, entry.source),
     foreign(entry.outcome, "span", { class: "outcome" }),
     make("span", { class: "numbers" }, numbers.join(" · ")),

@@ -7,8 +7,6 @@ const section = byId("changes");
 const mostNamed = 24;
 let shownNumber = 0;
 
-const moment = new Intl.DateTimeFormat(undefined, { dateStyle: "medium", timeStyle: "short" });
-
 function named(name, change) {
   const label = shownLabel(typeOf(name)?.label, name);
   const text = change === "removed" ? foreign(name) : make("a", { href: `#/${encodeURIComponent(name)}` }, foreign(label));
@@ -16,6 +14,7 @@ function named(name, change) {
 }
 
 function sentence({ by, since }, entries) {
+  const moment = new Intl.DateTimeFormat(undefined, { dateStyle: "medium", timeStyle: "short" });
   const before = `since ${moment.format(new Date(since * 1000))}`;
   const beginning = by === "refresh" ? "Refreshed from the server" : "The list was fetched anew";
   if (entries.length === 0) return `${beginning}: nothing has changed ${before}.`;

@@ -38,12 +38,12 @@ function selectBy(filters) {
     text: search.value,
     order: order.value,
     descending: isPressed(direction),
-    keeps: (type) => filters.every((filter) => keeping[filter](type)),
+    filters: filters.map((filter) => keeping[filter]),
   });
 }
 
 function number(count) {
-  return count.toLocaleString("en");
+  return count < 1000 ? String(count) : count.toLocaleString("en"); // what formats numbers takes long to load
 }
 
 function showCount(filters) {
@@ -55,7 +55,6 @@ function showCount(filters) {
   const parts = [all === 0 ? "None yet" : shown.length === 0 ? "Nothing matches" : text];
   if (failed > 0) parts.push(`${number(failed)} could not be looked up`);
   if (byId("count").textContent !== parts.join(" · ")) byId("count").textContent = parts.join(" · ");
-  byId("nothing").hidden = all === 0 || shown.length > 0;
 }
 
 // What the filters would keep if nothing lacked anything.
@@ -82,6 +81,7 @@ function showProgress(filters) {
 function update() {
   const filters = pressed();
   shown = selectBy(filters);
+  byId("nothing").hidden = countTypes() === 0 || shown.length > 0;
   grid.show(shown);
   showLetters(sorted(order.value), isPressed(direction), shown);
   showCount(filters);
@@ -119,9 +119,9 @@ function chooseView(view) {
 
 // After a choice of the user's.
 function chosen() {
+  grid.toTop(); // before anything is changed: what is scrolled has to be laid out
   wantSurveys();
   update();
-  grid.toTop();
 }
 
 // After a change of the types.

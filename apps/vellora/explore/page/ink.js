@@ -3,10 +3,11 @@ import { contrast, inkOn } from "./colour.js";
 
 const size = 24;
 const leastContrast = 3;
-const canvas = new OffscreenCanvas(size, size).getContext("2d", { willReadFrequently: true });
+let canvas; // made for the first icon, not while the page starts
 
 // The colours of an icon's opaque points, as red, green and blue.
 function pointsOf(image) {
+  canvas ??= new OffscreenCanvas(size, size).getContext("2d", { willReadFrequently: true });
   canvas.clearRect(0, 0, size, size);
   canvas.drawImage(image, 0, 0, size, size);
   const { data } = canvas.getImageData(0, 0, size, size);

@@ -23,6 +23,17 @@ function lettersOf(all) {
   return known.get(all);
 }
 
+function firstsOf(entries) {
+  const found = new Map();
+  let before;
+  for (let at = 0; at < entries.length; ++at) {
+    const { letter } = entries[at];
+    if (letter !== before && !found.has(letter)) found.set(letter, at);
+    before = letter;
+  }
+  return found;
+}
+
 // Shows the letters of all entries; those that no shown entry begins with lead nowhere.
 export function showLetters(all, descending, shown) {
   const letters = descending ? [...lettersOf(all)].reverse() : lettersOf(all);
@@ -30,8 +41,7 @@ export function showLetters(all, descending, shown) {
     strip.replaceChildren(...letters.map(makeButton));
     stopAt(strip.firstElementChild);
   }
-  firsts = new Map();
-  shown.forEach(({ letter }, at) => firsts.has(letter) || firsts.set(letter, at));
+  firsts = firstsOf(shown);
   for (const button of buttons()) {
     const leadsNowhere = String(!firsts.has(button.dataset.letter));
     if (button.getAttribute("aria-disabled") !== leadsNowhere) button.setAttribute("aria-disabled", leadsNowhere);

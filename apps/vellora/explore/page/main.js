@@ -28,6 +28,7 @@ let hasLoaded = false; // a load has gone well since the page was opened
 let hasFailed = false; // the last load has failed
 let polling; // the next poll's timer
 let shownPrefetch = "";
+let early; // the list that is asked for together with the first state
 
 const prefetchTexts = { isLoading: "Loading", loaded: "Loaded", failed: "Failed" };
 
@@ -64,13 +65,25 @@ function list(types) {
   showAll();
 }
 
+function askEarly() {
+  early = { asked: performance.now(), types: get("types").catch(() => undefined) };
+}
+
+// What was asked for early is good if it was fetched before that.
+async function typesOf(age, asked) {
+  const isGood = asked && age * 1000 > performance.now() - asked.asked;
+  return (isGood && (await asked.types)) || get("types");
+}
+
 async function showList(state) {
   const { ageSeconds } = state.sObjects;
+  const asked = early;
+  early = undefined;
   if (ageSeconds === undefined) return undefined;
   const fetched = Date.now() / 1000 - ageSeconds;
   if (fetchedAt !== undefined && Math.abs(fetched - fetchedAt) < 1 && changesAt === state.changes) return undefined;
   [fetchedAt, changesAt] = [fetched, state.changes];
-  const types = await get("types");
+  const types = await typesOf(ageSeconds, asked);
   if (types.length === 0) fetchedAt = undefined; // the time is written after the list, but read before it
   list(types);
   if (currentName() === null) openFromAddress(false);
@@ -235,3 +248,4 @@ byId("skip").addEventListener("click", (event) => {
 
 close();
 live();
+askEarly();

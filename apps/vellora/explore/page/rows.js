@@ -12,6 +12,8 @@ export class Rows {
   #height = 1;
   #heads = 0;
   #pinned = 0;
+  #from = 0; // the pixel of the rows that lies at the upper edge of what is seen
+  #seen = 0; // pixels that are seen
 
   // `fill(element, number)` puts into a row what belongs there, and leaves it as it is where it holds that already.
   constructor(scroller, body, fill) {
@@ -26,15 +28,23 @@ export class Rows {
 
   // The row that lies at the upper edge of what is seen.
   get first() {
-    return Math.max(0, Math.floor(this.#seenFrom() / this.#height));
+    return Math.max(0, Math.floor(this.#from / this.#height));
   }
 
   // How many rows are seen at a time.
   get page() {
-    return Math.max(1, Math.floor(this.#seenHeight() / this.#height));
+    return Math.max(1, Math.floor(this.#seen / this.#height));
   }
 
-  // So many rows of that height, in pixels, below `heads` rows of heads.
+  // Reads what is seen of the rows. The browser lays out what has been written before, so this is best read first.
+  measure() {
+    const head = this.#scroller.querySelector(".list-head")?.offsetHeight ?? 0; // stays there while the rows scroll
+    const [scroller, body] = [this.#scroller, this.#body].map((element) => element.getBoundingClientRect().top);
+    this.#from = scroller + head - body;
+    this.#seen = this.#scroller.clientHeight - head;
+  }
+
+  // So many rows of that height, in pixels, below `heads` rows of heads. Call `measure` before.
   set(count, height, heads) {
     this.#count = count;
     this.#height = height;
@@ -43,7 +53,8 @@ export class Rows {
     for (const [number, element] of this.#made) {
       if (number < count) this.#put(element, number);
     }
-    this.render();
+    this.#from = Math.min(this.#from, Math.max(0, count * height - this.#seen)); // as the browser will have it
+    this.#draw();
   }
 
   pin(number) {
@@ -52,20 +63,27 @@ export class Rows {
 
   // Scrolls as little as shows the row whole.
   reveal(number) {
+    this.measure();
     const top = number * this.#height;
-    const from = this.#seenFrom();
-    if (top < from) this.scrollTo(number);
-    else if (top + this.#height > from + this.#seenHeight()) this.#scroller.scrollTop += top + this.#height - from - this.#seenHeight();
+    const below = top + this.#height - this.#from - this.#seen;
+    if (top < this.#from) this.#scroller.scrollTop -= this.#from - top;
+    else if (below > 0) this.#scroller.scrollTop += below;
     this.render();
   }
 
   // Scrolls so that the row is the first one seen.
   scrollTo(number) {
-    this.#scroller.scrollTop += number * this.#height - this.#seenFrom();
+    this.measure();
+    this.#scroller.scrollTop += number * this.#height - this.#from;
     this.render();
   }
 
   render() {
+    this.measure();
+    this.#draw();
+  }
+
+  #draw() {
     const wanted = this.#wanted();
     for (const [number, element] of this.#made) {
       if (wanted.has(number)) continue;
@@ -80,25 +98,9 @@ export class Rows {
     }
   }
 
-  // What lies above the rows and stays there while they scroll.
-  #headHeight() {
-    return this.#scroller.querySelector(".list-head")?.offsetHeight ?? 0;
-  }
-
-  #seenFrom() {
-    const [scroller, body] = [this.#scroller, this.#body].map((element) => element.getBoundingClientRect().top);
-    return scroller + this.#headHeight() - body;
-  }
-
-  #seenHeight() {
-    return this.#scroller.clientHeight - this.#headHeight();
-  }
-
   #wanted() {
-    const from = this.#seenFrom() - beside;
-    const to = this.#seenFrom() + this.#seenHeight() + beside;
-    const first = Math.max(0, Math.floor(from / this.#height));
-    const end = Math.min(this.#count, Math.ceil(to / this.#height));
+    const first = Math.max(0, Math.floor((this.#from - beside) / this.#height));
+    const end = Math.min(this.#count, Math.ceil((this.#from + this.#seen + beside) / this.#height));
     const wanted = new Set();
     for (let number = first; number < end; ++number) wanted.add(number);
     if (this.#pinned < this.#count) wanted.add(this.#pinned);

@@ -13,7 +13,6 @@ const probe = byId("probe"); // as wide as the narrowest column and as high as a
 const contents = new WeakMap(); // what a row's element holds
 const rows = new Rows(scroller, body, fill);
 let shown = []; // entries in their order
-let positions = new Map(); // in `shown`, by API name
 let columns = 1;
 let active; // API name of the type that Tab leads to
 let current = null; // API name of the open type
@@ -41,8 +40,16 @@ function dress(name) {
   else link.removeAttribute("aria-current");
 }
 
+// The number of a type in `shown`; undefined where it isn't listed.
+function positionOf(name) {
+  for (let at = 0; at < shown.length; ++at) {
+    if (shown[at].type.name === name) return at;
+  }
+  return undefined;
+}
+
 function rowOf(name) {
-  return Math.floor((positions.get(name) ?? 0) / columns);
+  return Math.floor((positionOf(name) ?? 0) / columns);
 }
 
 function activate(name) {
@@ -56,12 +63,18 @@ function activate(name) {
 
 function seen() {
   rows.render();
+  noteSeen();
+}
+
+function noteSeen() {
   forgetCells();
   wantOnly([...body.querySelectorAll("[data-name]")].map(({ dataset }) => dataset.name), showPresentation, showFailure);
   noteFirst(rows.first * columns);
 }
 
+// Reads all that it has to know of the page before it writes: each reading after a writing costs a layout.
 function layOut() {
+  rows.measure();
   const { width, height } = probe.getBoundingClientRect();
   columns = isList() ? 1 : Math.max(1, Math.floor(body.clientWidth / width));
   grid.style.setProperty("--columns", columns);
@@ -70,11 +83,12 @@ function layOut() {
   grid.setAttribute("aria-rowcount", count + (isList() ? 1 : 0));
   rows.pin(rowOf(active));
   rows.set(count, height, isList() ? 1 : 0);
-  seen();
+  noteSeen();
 }
 
 // After a change of size or view: what was seen first stays so.
 function layOutAgain() {
+  rows.measure();
   const first = shown[rows.first * columns]?.type.name;
   layOut();
   if (first !== undefined && scroller.scrollTop > 0) rows.scrollTo(rowOf(first));
@@ -84,9 +98,8 @@ function layOutAgain() {
 export function show(entries) {
   const hadFocus = body.contains(document.activeElement);
   shown = entries;
-  positions = new Map();
-  for (let at = 0; at < entries.length; ++at) positions.set(entries[at].type.name, at);
-  if (!positions.has(active)) active = (positions.has(current) ? current : undefined) ?? entries[0]?.type.name;
+  if (entries.length === 0 && !body.hasChildNodes()) return; // while the page starts there is nothing to lay out
+  if (positionOf(active) === undefined) active = positionOf(current) === undefined ? entries[0]?.type.name : current;
   layOut();
   dress(active);
   if (hadFocus && !body.contains(document.activeElement)) linkOf(active)?.focus({ preventScroll: true });
@@ -106,12 +119,13 @@ export function forgetTypes() {
 
 export function showView(view) {
   if (grid.dataset.view === view) return;
+  const wasAtTop = shown.length === 0 || scroller.scrollTop === 0;
   const first = shown[rows.first * columns]?.type.name;
-  const wasAtTop = scroller.scrollTop === 0;
   grid.dataset.view = view;
   head.hidden = view !== "list";
   setAsList(view === "list");
   forgetContents();
+  if (shown.length === 0) return;
   layOut();
   if (first !== undefined && !wasAtTop) rows.scrollTo(rowOf(first));
 }
@@ -127,7 +141,7 @@ export function markCurrent(name) {
   current = name;
   dress(before);
   dress(name);
-  if (positions.has(name)) activate(name);
+  if (positionOf(name) !== undefined) activate(name);
 }
 
 function focusAt(at) {
@@ -139,7 +153,7 @@ function focusAt(at) {
 
 // The type's link gets the focus, or the one that Tab leads to where this type isn't listed.
 export function focusType(name) {
-  const at = positions.get(name) ?? positions.get(active);
+  const at = positionOf(name) ?? positionOf(active);
   if (at !== undefined) focusAt(at);
 }
 
@@ -171,7 +185,7 @@ export function onScroll(note) {
 grid.addEventListener("keydown", (event) => {
   const name = event.target.closest("[data-name]")?.dataset.name;
   if (name === undefined || event.altKey || event.ctrlKey || event.metaKey || event.shiftKey) return;
-  const to = target(event.key, positions.get(name), { count: shown.length, columns, page: rows.page });
+  const to = target(event.key, positionOf(name), { count: shown.length, columns, page: rows.page });
   if (to === undefined) return;
   event.preventDefault();
   if (to === "out") byId("search").focus();

@@ -5,7 +5,7 @@ const lists = new Map(); // by order: entries of all types, made when they are f
 
 const unseen = /^[\p{White_Space}\p{Cc}\p{Cf}]*$/u;
 const leadingSigns = /^[^\p{L}\p{N}]+/u;
-const collator = new Intl.Collator();
+let collator; // made for the first list, while the page waits for nothing
 
 // What stands for a type in a list; a label that nobody can see does not.
 export function shownLabel(label, name) {
@@ -35,6 +35,7 @@ function makeEntry(type, text) {
 
 // Types without a text to compare come last.
 function compare(left, right) {
+  collator ??= new Intl.Collator();
   if ((left.text === "") !== (right.text === "")) return left.text === "" ? 1 : -1;
   return collator.compare(left.text, right.text) || collator.compare(left.type.name, right.type.name);
 }
@@ -63,18 +64,20 @@ export function countTypes() {
   return types.size;
 }
 
-// Whether what a user typed means this type.
+// What tells whether what a user typed means a type; undefined where nothing is typed.
 function test(query) {
-  if (!query) return () => true;
+  if (!query) return undefined;
   const lower = query.toLowerCase();
   // A record's id, whole or begun: it begins with its type's prefix.
   const id = /^[0-9a-z]{3,}$/i.test(query) ? query : "";
   return ({ searched, type }) => searched.includes(lower) || (type.keyPrefix && id.startsWith(type.keyPrefix));
 }
 
-// The entries that match what was typed and that `keeps(type)` wants, in their order.
-export function select({ text, order, descending, keeps }) {
+// The entries that match what was typed and that each of `filters(type)` wants, in their order.
+export function select({ text, order, descending, filters }) {
+  let found = sorted(order);
   const matches = test(text.trim());
-  const found = sorted(order).filter((entry) => matches(entry) && keeps(entry.type));
-  return descending ? found.reverse() : found;
+  if (matches) found = found.filter(matches);
+  for (const keeps of filters) found = found.filter(({ type }) => keeps(type));
+  return descending ? [...found].reverse() : found;
 }

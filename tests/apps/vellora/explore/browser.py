@@ -8,7 +8,6 @@ import re
 import shutil
 import subprocess
 import tempfile
-import time
 
 ELEMENT = "element-6066-11e4-a52e-4f735466cecf"
 FLAGS = [
@@ -26,6 +25,24 @@ def chromedriver():
     return shutil.which("chromedriver") if shutil.which("chromium") else None
 
 
+# Calls a function again and again until what it returns, or promises, counts as true, and gives that to its last argument.
+UNTIL = """
+  const done = arguments[arguments.length - 1];
+  const values = [...arguments].slice(0, -1);
+  const attempt = async function () { %s };
+  const look = async () => {
+    try {
+      const value = await attempt(...values);
+      if (value) done({ value });
+      else setTimeout(look, 15);
+    } catch (error) {
+      done({ error: `${error}` });
+    }
+  };
+  look();
+"""
+
+
 class Browser:
     """One browser window with a profile of its own, which ends with the object's `with` block."""
 
@@ -41,7 +58,7 @@ class Browser:
                 break
         if port is None:
             raise RuntimeError("chromedriver did not start")
-        self.connection = http.client.HTTPConnection("127.0.0.1", port, timeout=60)
+        self.connection = http.client.HTTPConnection("127.0.0.1", port, timeout=90)
         options = {
             "binary": shutil.which("chromium"),
             "args": [*FLAGS, f"--user-data-dir={self.folder}", f"--window-size={width},{height}"],
@@ -84,13 +101,20 @@ class Browser:
         return self.call("POST", "/execute/async", {"script": script, "args": list(arguments)})
 
     def wait(self, script, *arguments, seconds=60):
-        """The first value of `script` that counts as true."""
-        end = time.monotonic() + seconds
-        while time.monotonic() < end:
-            if value := self.run(script, *arguments):
-                return value
-            time.sleep(0.03)
-        raise AssertionError(f"did not become true within {seconds} s: {script} {arguments}")
+        """The first value of `script` that counts as true. It is tried within the page, so that a page which is just
+        being left is not mistaken for the one that takes its place: leaving it ends the wait with an error."""
+        self.call("POST", "/timeouts", {"script": seconds * 1000})
+        try:
+            found = self.run_async(UNTIL % script, *arguments)
+        except RuntimeError as error:
+            raise AssertionError(f"{error}, of {seconds} s: {script} {arguments}") from None
+        if "error" in found:
+            raise RuntimeError(f"{found['error']}: {script} {arguments}")
+        return found["value"]
+
+    def reload(self):
+        """Loads the page anew, and waits until that is done."""
+        self.call("POST", "/refresh")
 
     def press(self, *names):
         """Presses keys one after the other, wherever the focus is."""

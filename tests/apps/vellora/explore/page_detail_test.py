@@ -112,10 +112,12 @@ class CopyTest(DetailTest):
     def test_copies_cpp_that_compiles(self):
         self.explore_with_token()
         texts = [self.copied("cpp")]
-        hostile = 'a"; \\ %s \u0001\n9 配?'
-        module = "const done = arguments[1]; import('/copytexts.js').then((m) => done(m.asCpp(arguments[0])))"
-        texts.append(self.browser.run_async(module, hostile))
+        self.explore(self.stopping(Server(plain_answer(['a"; \\ %s \u0001\n9 配?']))).url)
+        self.browser.wait("return document.querySelector('.tile .icon')")
+        self.open_type('a"; \\ %s \u0001\n9 配?')
+        texts.append(self.copied("cpp"))
         self.assertIn('catalog.types({"Account"})', texts[0])
+        self.assertIn("\\001\\0129", texts[1])
         for text in texts:
             include, _, code = text.partition("\n")
             program = f"{include}\nvoid ask(const vellora::Catalog& catalog) {{\n{code}\n}}\n"
@@ -177,8 +179,7 @@ class ComingBackTest(DetailTest):
         self.explore(server.url)
         self.browser.wait(TILES + ".length === 3")
         answer.set_types(["Account", "Contact", "Visit"], renamed=["Contact"])
-        self.browser.click("#again")
-        self.browser.wait("return document.querySelector('#prefetch').innerText.includes('Loaded')")
+        self.start_again()
         self.assertEqual(self.lists_asked_for(server), 2)
         self.assertFalse(self.browser.run("return document.querySelector('#changes').checkVisibility()"))
         self.browser.click("#refresh")

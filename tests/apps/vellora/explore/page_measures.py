@@ -1,58 +1,65 @@
 """Scripts that measure the page in the browser."""
 
-# Lists so many types, and one answer of them: what a keystroke and an opening change in the page, and how long each
-# takes with the layout that it causes. Both in turn, so that whatever slows the machine slows both.
-COMPARE = """
-  const done = arguments[0];
-  (async () => {
-    const [{ setTypes }, { showAll }, { forgetTypes, markCurrent }, { open }] = await Promise.all(
-      ["/types.js", "/finder.js", "/tiles.js", "/detail.js"].map((module) => import(module)));
-    const make = (count) => Array.from({ length: count }, (_, at) => {
-      const name = `Record${String(at + 2).padStart(5, "0")}`;
-      return { name, label: `${name} Label`, labelPlural: "", keyPrefix: "a00", createable: true };
-    });
-    const search = document.querySelector("#search");
-    const observer = new MutationObserver(() => {});
-    observer.observe(document.body, { subtree: true, childList: true, attributes: true, characterData: true });
-    const measure = (work) => {
-      observer.takeRecords();
-      const start = performance.now();
-      work();
-      document.querySelector("#rows").getBoundingClientRect();
-      const took = performance.now() - start;
-      const changes = observer.takeRecords().reduce((sum, { addedNodes, removedNodes }) => sum + 1 + addedNodes.length + removedNodes.length, 0);
-      return { took, changes };
-    };
-    const type = (text) => measure(() => {
-      search.value = text;
-      search.dispatchEvent(new Event("input"));
-    });
-    const sizes = [50, 5000];
-    const found = sizes.map(() => ({ keys: [], openings: [], elements: 0 }));
-    for (let round = 0; round < 15; ++round) {
-      for (const [at, count] of sizes.entries()) {
-        setTypes(make(count));
-        forgetTypes();
-        showAll();
-        for (const text of ["r", "re", "record0002", "record00020", ""]) found[at].keys.push(type(text));
-        found[at].openings.push(measure(() => {
-          open("Record00010");
-          markCurrent("Record00010");
-        }));
-        found[at].elements = document.querySelectorAll("*").length;
-        await new Promise((resolve) => setTimeout(resolve));
-      }
+# Begins to count what the page changes in its list and the open type, and how often it has the browser lay out what it has
+# changed: by asking where something is, or by scrolling.
+COUNT_CHANGES = """
+  const counted = (window.counted = { changes: 0, layouts: 0 });
+  const count = (records) => {
+    for (const { addedNodes, removedNodes } of records) counted.changes += 1 + addedNodes.length + removedNodes.length;
+    return records.length > 0;
+  };
+  const observer = new MutationObserver(count);
+  observer.observe(document.querySelector("main"), { subtree: true, childList: true, attributes: true, characterData: true });
+  window.note = () => count(observer.takeRecords());
+  const asksForLayout = (property) => function (...values) {
+    if (note()) ++counted.layouts;
+    return property.apply(this, values);
+  };
+  for (const [type, names] of [[Element, ["clientHeight", "clientWidth", "scrollTop", "scrollHeight", "getBoundingClientRect"]],
+                               [HTMLElement, ["offsetHeight", "offsetWidth", "offsetTop"]]]) {
+    for (const name of names) {
+      const property = Object.getOwnPropertyDescriptor(type.prototype, name);
+      for (const part of ["get", "set", "value"]) if (property[part]) property[part] = asksForLayout(property[part]);
+      Object.defineProperty(type.prototype, name, property);
     }
-    const middle = (values) => values.sort((a, b) => a - b)[values.length >> 1];
-    const sum = (list, what) => list.reduce((all, each) => all + each[what], 0);
-    done(found.map(({ keys, openings, elements }) => ({
-      elements,
-      keyChanges: sum(keys, "changes"),
-      openingChanges: sum(openings, "changes"),
-      key: middle(keys.map(({ took }) => took)),
-      opening: middle(openings.map(({ took }) => took)),
-    })));
-  })().catch((error) => done(`${error}`));
+  }
+"""
+
+# What typing these texts changes, and how long each takes with the layout that it causes, in milliseconds.
+TYPE = """
+  const search = document.querySelector("#search");
+  const rows = document.querySelector("#rows");
+  rows.getBoundingClientRect();
+  note();
+  Object.assign(counted, { changes: 0, layouts: 0 });
+  const times = arguments[0].map((text) => {
+    const start = performance.now();
+    search.value = text;
+    search.dispatchEvent(new Event("input"));
+    const { layouts } = counted;
+    rows.getBoundingClientRect();
+    counted.layouts = layouts;
+    return performance.now() - start;
+  });
+  return { ...counted, times };
+"""
+
+# Opens a type; what that changes until all of it is shown, and how long it takes, in milliseconds.
+OPEN = """
+  const [name, done] = arguments;
+  note();
+  Object.assign(counted, { changes: 0, layouts: 0 });
+  const start = performance.now();
+  const whole = () => document.querySelector("#detail .name")?.textContent === name && !document.querySelector("#detail [aria-busy]")
+    && document.querySelectorAll("#detail .theme").length === 2;
+  const look = new MutationObserver(() => {
+    if (!whole()) return;
+    look.disconnect();
+    note();
+    done({ ...counted, times: [performance.now() - start] });
+  });
+  look.observe(document.querySelector("#detail"), { subtree: true, childList: true, attributes: true });
+  location.hash = `#/${name}`;
 """
 
 # The contrast of each icon's strongest point with its ground, as the browser draws it.
