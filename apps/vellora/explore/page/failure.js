@@ -29,7 +29,7 @@ const kinds = {
     title: "The server's answer cannot be used",
     advice: "Is the address behind --server that of a records server? A page to sign in on may stand in its way.",
   },
-  takenAway: { title: "The server has been taken away", advice: "The switch “Server reachable” gives it back." },
+  takenAway: { title: "Offline", advice: "The switch “Server reachable” gives it back." },
   other: { title: "Something went wrong", advice: "Try again; the reason may tell more." },
 };
 

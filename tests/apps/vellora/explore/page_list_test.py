@@ -328,6 +328,14 @@ class PhoneTest(ListTest):
         self.assertEqual(self.browser.run("return location.hash"), "")
         self.assertEqual(self.text("#count"), "44")
 
+    def test_switch_and_buttons_share_a_line_of_a_phone(self):
+        self.explore_demo()
+        middles = """
+          return ["#reachable", "#refresh", "#again"].map((selector) => document.querySelector(selector).getBoundingClientRect())
+            .map(({ top, bottom }) => Math.round((top + bottom) / 2));
+        """
+        self.assertEqual(len(set(self.browser.run(middles))), 1)
+
     def test_nothing_is_wider_than_a_phone(self):
         self.explore_demo()
         width = "return document.querySelector(arguments[0]).scrollWidth"

@@ -317,7 +317,7 @@ class DemoPageTest(PageTest):
         self.open_type("Account")
         self.open_type("Contact")
         self.assertEqual(self.sources(), ["not available", "not available", "from the cache"])
-        self.assertIn("the server has been taken away", self.text("#detail"))
+        self.assertIn("Offline: the server has been taken away", self.text("#detail"))
         self.open_type("Account")
         self.assertEqual(self.sources(), ["from the cache"] * 3)
         self.assert_contrasts()
