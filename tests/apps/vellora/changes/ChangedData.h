@@ -18,6 +18,22 @@ inline std::string replaced(std::string text, const std::string& before, const s
   return at == std::string::npos ? text : text.replace(at, before.size(), after);
 }
 
+/// The data of the files, which are written to `folder`.
+inline recordsserver::DataSet dataOf(const recordsserver::DataFiles& files,
+                                     const std::filesystem::path& folder) {
+  std::filesystem::create_directory(folder);
+  const auto write = [&folder](const char* name, const std::string& text) {
+    std::ofstream(folder / name) << text;
+  };
+  write("objects.json", files.objects);
+  write("themes.json", files.themes);
+  write("list-views.json", files.listViews);
+  write("search-layouts.json", files.searchLayouts);
+  write("compact-layouts.json", files.compactLayouts);
+  write("fields.json", files.fields);
+  return recordsserver::DataSet::load(folder).value();
+}
+
 /// The demo data one release later, which is written to `folder`: accounts are called customers and are
 /// yellow, there are widgets and no audit entries, the city is a town among the columns of accounts, and
 /// contacts have no search layout any more.
@@ -31,17 +47,7 @@ inline recordsserver::DataSet changedData(const std::filesystem::path& folder) {
   files.searchLayouts = replaced(files.searchLayouts, R"("label": "City")", R"("label": "Town")");
   files.searchLayouts =
       replaced(files.searchLayouts, R"("objectType": "Contact")", R"("objectType": "Nobody")");
-  std::filesystem::create_directory(folder);
-  const auto write = [&folder](const char* name, const std::string& text) {
-    std::ofstream(folder / name) << text;
-  };
-  write("objects.json", files.objects);
-  write("themes.json", files.themes);
-  write("list-views.json", files.listViews);
-  write("search-layouts.json", files.searchLayouts);
-  write("compact-layouts.json", files.compactLayouts);
-  write("fields.json", files.fields);
-  return recordsserver::DataSet::load(folder).value();
+  return dataOf(files, folder);
 }
 
 }  // namespace vellora::command

@@ -186,6 +186,27 @@ TEST_F(DiffCommandTest, WhatCannotBeAskedIsNoDifference) {
   EXPECT_THAT(ended.out, AllOf(HasSubstr("Widget"), Not(HasSubstr("search layout"))));
 }
 
+TEST_F(DiffCommandTest, HeadlinesThatCannotBeAskedAreNoDifference) {
+  changed->setFault("/services/data/v53.0/compactLayouts", Fault::fail(500));
+  const auto ended = vellora({"diff", server->url(), changed->url()});
+  EXPECT_EQ(ended.exitCode, 5);
+  EXPECT_THAT(ended.err, StartsWith("vellora: " + changed->url() + ": no compact layout for "));
+  EXPECT_THAT(ended.out, AllOf(HasSubstr("Widget"), Not(HasSubstr("compact layout"))));
+}
+
+TEST_F(DiffCommandTest, ATokenForAnAddressGoesToNoNamedServer) {
+  const tests::TokenCanary canary;
+  const tests::TemporaryFolder secrets;
+  const auto closed =
+      RecordsServer::start(DataSet::builtIn(), {.token = canary.token(), .onRequest = {}}).value();
+  writeFile(secrets.file("token"), canary.token());
+  configure("[servers.open]\naddress = \"" + server->url() + "\"\n");
+  EXPECT_EQ(vellora({"--token-file", secrets.file("token"), "diff", "open", closed->url()}).exitCode, 0);
+  for (const auto& request : server->recordedRequests()) {
+    for (const auto& [name, value] : request.headers) EXPECT_FALSE(canary.isIn(value)) << name;
+  }
+}
+
 TEST_F(DiffCommandTest, WithoutTypesNothingIsCompared) {
   for (const char* const path : {"/services/data/v50.0/sobjects", "/services/data/v50.0/theme"}) {
     changed->setFault(path, Fault::fail(500));

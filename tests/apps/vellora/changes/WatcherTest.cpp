@@ -125,6 +125,16 @@ TEST_F(WatcherTest, WhatCouldNotBeAskedIsNoChange) {
   EXPECT_THAT(withoutLayouts.differences, IsEmpty());
 }
 
+TEST_F(WatcherTest, HeadlinesThatCouldNotBeAskedAreNoChange) {
+  network->answerPrefix(headlinesPath,
+                        StubNetwork::body(R"({"Account":{"objectType":"Account","layoutFields":[]}})"));
+  Watcher watcher(catalog, arguments, {"Account"});
+  ASSERT_EQ(watcher.begin(), Verdict());
+  ASSERT_EQ(watcher.known().compactLayouts.count("Account"), 1U);
+  network->answerPrefix(headlinesPath, StubNetwork::failure(tests::TestError{"no route"}));
+  EXPECT_THAT(watcher.refresh().differences, IsEmpty());
+}
+
 TEST_F(WatcherTest, WithoutTypesThereIsNothingToWatch) {
   network->answer(typesPath, StubNetwork::failure(tests::TestError{"no route"}));
   Watcher watcher(catalog, arguments, {});

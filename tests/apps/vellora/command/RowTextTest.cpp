@@ -31,6 +31,7 @@ TEST(RowTextTest, CsvHasAHeadingAndQuotesWhatNeedsIt) {
   EXPECT_EQ(scriptText(people, {0, 1, 2, 3}, Format::csv),
             "name,isTall,count,size\nAnn,true,3,0.5\nBob,false,,\n");
   EXPECT_EQ(scriptText(withText("a,\"b\""), {0, 1}, Format::csv), "a,b\n\"a,\"\"b\"\"\",x\n");
+  EXPECT_EQ(scriptText(withText("b\"c"), {0, 1}, Format::csv), "a,b\n\"b\"\"c\",x\n");
   EXPECT_EQ(scriptText(withText(" a"), {0, 1}, Format::csv), "a,b\n\" a\",x\n");
   EXPECT_EQ(scriptText(withText(""), {0, 1}, Format::csv), "a,b\n,x\n") << "an empty value has its comma";
 }

@@ -48,6 +48,12 @@ TEST(NearestTypesTest, OnlyWhatIsUnknownIsLookedForInTheCachedList) {
   EXPECT_THAT(nearest, ElementsAre(Pair("Contct", "Contact"), Pair("account", "Account")));
 }
 
+TEST(NearestTypesTest, NothingElseIsMeantByANameThatTheListHas) {
+  const auto cache = std::make_shared<hostkit::MemoryCache>();
+  SObjectsCache(cache, std::make_shared<testkit::SilentLogger>(), 60).save(someTypes);
+  EXPECT_THAT(nearestTypes({{"Account", Missing(Why::notCached)}}, *cache), IsEmpty());
+}
+
 TEST(NearestTypesTest, WithoutACachedListNothingIsNear) {
   hostkit::MemoryCache cache;
   EXPECT_THAT(nearestTypes({{"account", Missing(Why::unknown)}}, cache), IsEmpty());

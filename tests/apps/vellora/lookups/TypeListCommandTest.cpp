@@ -1,7 +1,11 @@
+#include <algorithm>
+#include <cstddef>
 #include <sstream>
 #include <string>
 
+#include "apps/records-server/DataFiles.h"
 #include "tests/apps/vellora/CommandFixture.h"
+#include "tests/apps/vellora/changes/ChangedData.h"
 
 namespace vellora::command {
 namespace {
@@ -34,6 +38,19 @@ TEST_F(TypeListCommandTest, ListsAllTypesByTheirLabelsInColumnsThatFitATerminal)
   for (const auto& line : lines) EXPECT_LE(line.size(), 80U) << line;
   EXPECT_THAT(server->requests(),
               UnorderedElementsAre("GET /services/data/v50.0/theme", "GET /services/data/v50.0/sobjects"));
+}
+
+TEST_F(TypeListCommandTest, CapitalLettersComeNotBeforeSmallOnes) {
+  auto files = recordsserver::builtInDataFiles();
+  files.objects = replaced(files.objects, R"("label": "Account")", R"("label": "bill")");
+  server = RecordsServer::start(dataOf(files, folder.path() / "data")).value();
+  const auto labels = linesOf(run({"-o", "tsv", "--columns", "label", "list"}).out);
+  const auto place = [&](const std::string& label) {
+    return std::find(labels.begin(), labels.end(), label) - labels.begin();
+  };
+  EXPECT_LT(place("Asset"), place("bill"));
+  EXPECT_LT(place("bill"), place("Contact"));
+  EXPECT_LT(static_cast<std::size_t>(place("Contact")), labels.size());
 }
 
 TEST_F(TypeListCommandTest, ATextFindsTypesByLabelPluralOrNameInAnyCase) {
