@@ -67,12 +67,13 @@ class SystemTimedQueue final : public TimedQueue {
   Work waitForWork() {
     std::unique_lock lock(mutex_);
     while (true) {
-      wakesAt_ = isAwake;
-      if (auto work = alarms_.takeDue(Clock::now())) return work;
-      const auto next = alarms_.next();
-      wakesAt_ = next.value_or(Clock::time_point::max());
-      if (next) {
-        earlier_.wait_until(lock, *next);
+      const auto expected = std::exchange(wakesAt_, isAwake);
+      const auto moment = Clock::now();
+      if (auto work = alarms_.takeDue(moment)) return work;
+      wakesAt_ = alarms_.next().value_or(Clock::time_point::max());
+      if (expected > moment) wakesAt_ = std::min(wakesAt_, expected);
+      if (const auto until = wakesAt_; until < Clock::time_point::max()) {
+        earlier_.wait_until(lock, until);
       } else {
         earlier_.wait(lock);
       }
@@ -83,8 +84,8 @@ class SystemTimedQueue final : public TimedQueue {
 
   std::atomic<std::thread::id> thread_;
   std::mutex mutex_;  // guards what follows
-  // Until when the thread sleeps. It sleeps on when that alarm is cancelled: most are, and each would cost a
-  // wake-up otherwise.
+  // Until when the thread sleeps. That stays so when the alarm is cancelled, as most are: the next one would
+  // have to wake it again.
   Clock::time_point wakesAt_ = isAwake;
   std::condition_variable earlier_;
   Alarms<Clock::time_point> alarms_;

@@ -2,18 +2,22 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/types.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
+#include <fstream>
 #include <future>
 #include <latch>
 #include <limits>
 #include <memory>
 #include <new>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -67,6 +71,27 @@ TEST(TimedQueueTest, ALaterMomentDoesNotKeepAnEarlierOneWaiting) {
   static_cast<void>(timer->after(0s, [&] { done.set_value(); }));
   done.get_future().wait();
   timer->cancel(late);
+}
+
+/// How often that thread of this process has gone to sleep.
+long sleepsOf(pid_t thread) {
+  std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
+  const std::string name = "voluntary_ctxt_switches:";
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(name)) return std::stol(line.substr(name.size()));
+  }
+  return -1;
+}
+
+TEST(TimedQueueTest, DeadlinesThatAreCancelledInTimeDoNotWakeItsThread) {
+  const auto& timer = TimedQueue::system();
+  std::promise<pid_t> thread;
+  static_cast<void>(timer->after(0s, [&] { thread.set_value(gettid()); }));
+  const pid_t id = thread.get_future().get();
+  const long before = sleepsOf(id);
+  ASSERT_GE(before, 0);
+  for (int i = 0; i < 2'000; ++i) timer->cancel(timer->after(1h, [] {}));
+  EXPECT_LT(sleepsOf(id) - before, 100);
 }
 
 TEST(TimedQueueTest, TenThousandDeadlinesTakeOneThread) {
