@@ -97,8 +97,11 @@ struct CCache {
     for (const auto& row : tables[name]) {
       if (isMeant(row, query)) meant.push_back(row);
     }
-    if (query.is_oldest_first != 0) EXPECT_LT(query.lower, query.upper) << "no position is meant";
-    if (query.is_oldest_first == 0) std::reverse(meant.begin(), meant.end());
+    if (query.is_oldest_first != 0) {
+      EXPECT_LT(query.lower, query.upper) << "no position is meant";
+    } else {
+      std::reverse(meant.begin(), meant.end());
+    }
     for (const auto& row : meant) {
       std::vector<vellora_pair> meta;
       for (const auto& [key, value] : row.meta) meta.push_back({textOf(key), textOf(value)});

@@ -309,7 +309,7 @@ TEST_F(CacheCommandTest, AnArchiveWithoutEndIsRefusedEarly) {
 
 TEST_F(CacheCommandTest, AnArchiveThatIsReadFromStandardInputIsCalledSo) {
   const std::vector<std::string> words{"--cache", folder.file("other.sqlite"), "cache", "import", "-"};
-  const auto ended = ChildProcess::run(VELLORA, words, {.input = "no archive"});
+  const auto ended = ChildProcess::run(VELLORA, words, {.input = "no archive", .environment = {}});
   EXPECT_EQ(ended.exitCode, 2);
   EXPECT_THAT(ended.err, testing::StartsWith("vellora: standard input: "));
 }
