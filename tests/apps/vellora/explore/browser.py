@@ -43,21 +43,29 @@ UNTIL = """
 """
 
 
+def started_driver():
+    """chromedriver and its port. It takes a free port of IPv6 and then wants the same of IPv4, which another program may
+    have: it ends then, about once in three hundred times, and is started again."""
+    for _ in range(20):
+        driver = subprocess.Popen(
+            [chromedriver(), "--port=0"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True
+        )
+        said = []
+        for line in driver.stdout:
+            if found := re.search(r"on port (\d+)\.", line):
+                return driver, int(found.group(1))
+            said.append(line)
+        driver.wait()
+        driver.stdout.close()
+    raise RuntimeError("chromedriver did not start: " + "".join(said))
+
+
 class Browser:
     """One browser window with a profile of its own, which ends with the object's `with` block."""
 
     def __init__(self, width=1280, height=900):
         self.folder = tempfile.mkdtemp(prefix="explorer-")
-        self.driver = subprocess.Popen(
-            [chromedriver(), "--port=0"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True
-        )
-        port = None
-        for line in self.driver.stdout:
-            if found := re.search(r"on port (\d+)\.", line):
-                port = int(found.group(1))
-                break
-        if port is None:
-            raise RuntimeError("chromedriver did not start")
+        self.driver, port = started_driver()
         self.connection = http.client.HTTPConnection("127.0.0.1", port, timeout=90)
         options = {
             "binary": shutil.which("chromium"),
