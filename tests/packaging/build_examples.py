@@ -4,7 +4,6 @@
 usage: build_examples.py CMake|PkgConfig Shared|Static PREFIX SOURCES COMPILER RECORDS_SERVER
 """
 
-import contextlib
 import os
 import pathlib
 import shlex
@@ -12,7 +11,9 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from demo_server import demo_server
 
 FLAGS = ["-std=c++20", "-Wall", "-Wextra", "-Werror"]
 
@@ -64,21 +65,6 @@ def build_with_pkg_config(form, prefix, sources, compiler, folder):
     return folder
 
 
-@contextlib.contextmanager
-def demo_server(program, folder, *options):
-    port_file = folder / "port"
-    server = subprocess.Popen([program, "--port-file", str(port_file), *options], stdout=subprocess.DEVNULL)
-    try:
-        for _ in range(600):
-            if port_file.exists() or server.poll() is not None:
-                break
-            time.sleep(0.05)
-        yield f"http://127.0.0.1:{port_file.read_text().strip()}"
-    finally:
-        server.terminate()
-        server.wait()
-
-
 def linked_libraries(program):
     return {line.split()[0] for line in run("ldd", program).splitlines()}
 
@@ -97,7 +83,7 @@ def main():
             is_shared = any(name.startswith("libvellora.so") for name in linked_libraries(program))
             if is_shared != (form == "Shared"):
                 sys.exit(f"{program.name} is linked in the other form than the {form} one")
-        with demo_server(records_server, folder) as url:
+        with demo_server(records_server) as url:
             told = run(built / "embed", url, "001000000000009", env=environment, cwd=folder)
         if told != "Account\n":
             sys.exit(f"embed says: {told}")

@@ -50,7 +50,7 @@ class ReadmeProgramTest(unittest.TestCase):
             work.mkdir()
             (work / self.file).write_text(self.program)
             (folder / "token").write_text(self.token)
-            with build_examples.demo_server(RECORDS_SERVER, folder, "--token-file", folder / "token") as url:
+            with build_examples.demo_server(RECORDS_SERVER, "--token-file", folder / "token") as url:
                 for command in (self.build_command, self.run_command.replace(PLACEHOLDER, url)):
                     done = subprocess.run(command, shell=True, cwd=work, env=environment, capture_output=True, text=True)
                     self.assertEqual(done.returncode, 0, f"{command}\n{done.stdout}{done.stderr}")

@@ -60,7 +60,7 @@ class SubprojectTest(unittest.TestCase):
 
     def check_that_it_shows_a_label(self):
         run("cmake", "--build", self.build, "--target", "app")
-        with build_examples.demo_server(RECORDS_SERVER, self.folder) as url:
+        with build_examples.demo_server(RECORDS_SERVER) as url:
             self.assertEqual(run(self.build / "app", url, "001000000000009", cwd=self.folder), "Account\n")
 
     def test_fetched_sources_become_a_part_of_the_app(self):

@@ -6,7 +6,6 @@ usage: quickstart_test.py FOLDER LIBRARY RECORDS_SERVER C_COMPILER LINKER [FLAG.
 Under sanitizers the linker is the compiler for C++: the library needs that part of their runtime.
 """
 
-import contextlib
 import json
 import os
 import pathlib
@@ -14,8 +13,10 @@ import re
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+from demo_server import demo_server
 
 FOLDER, LIBRARY, RECORDS_SERVER = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
 COMPILER, LINKER, FLAGS = sys.argv[4], sys.argv[5], sys.argv[6:]
@@ -23,19 +24,6 @@ README = (FOLDER / "README.md").read_text()
 (PROGRAM,) = re.findall(r"```c\n(.*?)^```$", README, re.MULTILINE | re.DOTALL)
 BODY = re.search(r"int main[^\n]*\n(.*)^}", PROGRAM, re.MULTILINE | re.DOTALL)[1]
 MOST_LINES = 10
-
-
-@contextlib.contextmanager
-def demo_server(folder):
-    port_file = folder / "port"
-    server = subprocess.Popen([RECORDS_SERVER, "--port-file", port_file], stdout=subprocess.DEVNULL)
-    try:
-        while not port_file.exists() and server.poll() is None:
-            time.sleep(0.05)
-        yield f"http://127.0.0.1:{port_file.read_text().strip()}"
-    finally:
-        server.terminate()
-        server.wait()
 
 
 class QuickstartTest(unittest.TestCase):
@@ -55,7 +43,7 @@ class QuickstartTest(unittest.TestCase):
             run = lambda address: subprocess.run(
                 [folder / "quickstart", address], capture_output=True, text=True, check=True,
                 env=os.environ | {"LD_LIBRARY_PATH": str(LIBRARY.parent)}).stdout
-            with demo_server(folder) as address:
+            with demo_server(RECORDS_SERVER) as address:
                 document = json.loads(run(address))
             self.assertEqual(document["question"], "records")
             self.assertEqual(document["found"][0]["record"]["typePresentationInfo"]["label"], "Account")

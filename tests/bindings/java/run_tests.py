@@ -7,31 +7,17 @@ usage: run_tests.py JAVA CLASS_PATH RECORDS_SERVER NAME=VALUE… -- CLASS…
 NAME=VALUE are properties of the virtual machine. VELLORA_TEST_LOOKUPS says how many questions are weighed.
 """
 
-import contextlib
 import os
 import pathlib
 import re
 import subprocess
 import sys
-import tempfile
-import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+from demo_server import demo_server
 
 # What -Xcheck:jni says. It may stand behind the dots that JUnit writes without a line end.
 COMPLAINT = re.compile(r"WARNING: JNI|WARNING in native|FATAL ERROR|Warning: |ReleasePrimitiveArrayCritical|in native method")
-
-
-@contextlib.contextmanager
-def demo_server(program):
-    with tempfile.TemporaryDirectory() as folder:
-        port_file = pathlib.Path(folder) / "port"
-        server = subprocess.Popen([program, "--port-file", port_file], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        try:
-            while not port_file.exists() and server.poll() is None:
-                time.sleep(0.05)
-            yield f"http://127.0.0.1:{port_file.read_text().strip()}"
-        finally:
-            server.terminate()
-            server.wait()
 
 
 def complaints(output):

@@ -5,7 +5,6 @@ usage: programs_test.py ROOT WHEEL RECORDS_SERVER
 """
 
 import base64
-import contextlib
 import csv
 import hashlib
 import os
@@ -14,32 +13,21 @@ import re
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 import zipfile
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+from demo_server import demo_server
+
 ROOT, WHEEL, RECORDS_SERVER = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
 MOST_LINES = 10
-
-
-@contextlib.contextmanager
-def demo_server(folder):
-    port_file = folder / "port"
-    server = subprocess.Popen([RECORDS_SERVER, "--port-file", port_file], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    try:
-        while not port_file.exists() and server.poll() is None:
-            time.sleep(0.05)
-        yield f"http://127.0.0.1:{port_file.read_text().strip()}"
-    finally:
-        server.terminate()
-        server.wait()
 
 
 class ProgramsTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
-        cls.server = cls.enterClassContext(demo_server(cls.folder))
+        cls.server = cls.enterClassContext(demo_server(RECORDS_SERVER))
         with zipfile.ZipFile(WHEEL) as wheel:
             wheel.extractall(cls.folder / "installed")
 
