@@ -59,12 +59,18 @@ inline std::string said(vellora_error* error) {
 
 /// The network of a C host: bodies by URL. What has none is kept until `replyToAll`.
 ///
-/// Ownership: what the library calls may outlive this.
+/// Ownership: what the library calls may outlive this. A request that comes later is told that it shut down.
 ///
 /// Threads: safe to use from several threads at once.
 class CNetwork {
  public:
-  ~CNetwork() { replyToAll("shut down"); }
+  ~CNetwork() {
+    {
+      const std::lock_guard lock(state_->mutex);
+      state_->isShutDown = true;
+    }
+    replyToAll(shutDown);
+  }
 
   /// A table to open a catalogue with, which then destroys its context.
   vellora_network table() {
@@ -130,13 +136,16 @@ class CNetwork {
         const std::string url = stringOf(info.url);
         requests.push_back(url);
         const auto found = bodies.find(url);
-        if (found == bodies.end()) {
+        if (isShutDown) {
+          response.error = shutDown;
+        } else if (found == bodies.end()) {
           waiting.emplace(url, request);
           return changed.notify_all();
+        } else {
+          body = found->second;
+          response.body = textOf(body);
         }
-        body = found->second;
       }
-      response.body = textOf(body);
       EXPECT_EQ(vellora_reply(request, &response), VELLORA_OK);
     }
 
@@ -152,8 +161,10 @@ class CNetwork {
     std::multimap<std::string, vellora_request*> waiting;
     std::vector<std::string> requests;
     int destroyed = 0;
+    bool isShutDown = false;
   };
 
+  static constexpr const char* shutDown = "shut down";
   const std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
