@@ -72,8 +72,11 @@ def main():
     listener = socket.create_server(("127.0.0.1", 0), backlog=64)
     print("port", listener.getsockname()[1], flush=True)
     while True:
-        raw, _ = listener.accept()
-        threading.Thread(target=serve, args=(raw, context, int(port)), daemon=True).start()
+        try:
+            raw, _ = listener.accept()
+            threading.Thread(target=serve, args=(raw, context, int(port)), daemon=True).start()
+        except (OSError, RuntimeError):  # who called has gone, or no thread can be had at the moment
+            time.sleep(0.01)
 
 
 if __name__ == "__main__":

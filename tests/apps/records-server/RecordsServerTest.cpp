@@ -251,11 +251,16 @@ TEST(RecordsServerTest, CannotListenOnAPortThatIsTaken) {
 }
 
 TEST(RecordsServerTest, ListensOnThePortThatItIsGiven) {
-  RecordsServer::Options options;
-  { options.port = started()->port(); }
-  const auto server = started(options);
-  EXPECT_EQ(server->port(), options.port);
-  EXPECT_EQ(httpGet(server->port(), themes).status, 200);
+  for (int attempt = 0; attempt < 20; ++attempt) {
+    RecordsServer::Options options;
+    { options.port = started()->port(); }
+    const auto server = RecordsServer::start(DataSet::builtIn(), options);
+    if (!server) continue;  // the port has become another program's
+    EXPECT_EQ(server.value()->port(), options.port);
+    EXPECT_EQ(httpGet(options.port, themes).status, 200);
+    return;
+  }
+  FAIL() << "no port stayed free";
 }
 
 }  // namespace

@@ -61,10 +61,12 @@ class CommandFixture : public testing::Test {
     return waited;
   }
 
-  /// The same until the server, which never answers it, has got a request for a path that begins so.
+  /// The same until the server, which never answers it, has got a request for a path that begins so, and the
+  /// command says that it waited for that one.
   Waited runUntilAsked(const std::string& path, const std::vector<std::string>& arguments) const {
     server->clearRequests();
-    const auto wasAsked = [&](const auto&) {
+    const auto wasAsked = [&](const auto& ended) {
+      if (ended.err.find("no answer to " + path) == std::string::npos) return false;
       const auto requests = server->requests();
       return std::any_of(requests.begin(), requests.end(),
                          [&](const std::string& request) { return request.starts_with("GET " + path); });

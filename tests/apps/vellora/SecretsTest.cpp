@@ -61,10 +61,9 @@ class SecretsTest : public testing::Test {
     return {std::istreambuf_iterator<char>(stream), {}};
   }
 
-  ChildProcess::Ended run(const std::string& address) const {
+  ChildProcess::Ended run(const std::vector<std::string>& words) const {
     return ChildProcess::run(
-        VELLORA, impatientArguments(address),
-        {.input = canary.token() + "\n", .environment = {{"HOME", folder.path().string()}}});
+        VELLORA, words, {.input = canary.token() + "\n", .environment = {{"HOME", folder.path().string()}}});
   }
 
   void expectNowhere(const ChildProcess::Ended& ended) const {
@@ -107,7 +106,7 @@ TEST_F(SecretsTest, TheTokenIsNowhereWhateverTheServerDoes) {
   for (const auto& [name, reply] : faults) {
     SCOPED_TRACE(name);
     server.replyAlways(reply);
-    const auto ended = run(server.url());
+    const auto ended = run(impatientArguments(server.url()));
     EXPECT_EQ(ended.exitCode, 5) << ended.err;
     expectNowhere(ended);
   }
@@ -173,7 +172,7 @@ TEST_F(SecretsTest, TheTokenIsNoArgumentOfTheRunningCommand) {
 }
 
 TEST_F(SecretsTest, ATokenForPlainHttpElsewhereIsRefusedWithAReason) {
-  const auto ended = run("http://0.0.0.0:" + std::to_string(server.port()));
+  const auto ended = run(arguments("http://0.0.0.0:" + std::to_string(server.port())));
   EXPECT_EQ(ended.exitCode, 5);
   EXPECT_THAT(ended.err, HasSubstr("over http everybody on the way could read the token: give the server's "
                                    "https address"));

@@ -48,6 +48,7 @@ typedef struct network {
   size_t silent_count;
   char* sent[MOST_SENT];
   size_t sent_count;
+  int is_shut_down; /* a request that comes later is answered, too */
   int is_destroyed;
 } network;
 
@@ -83,8 +84,9 @@ static void network_send(void* context, const vellora_request_info* info, vellor
   if (self->sent_count == MOST_SENT) die("too many requests");
   self->sent[self->sent_count++] = url;
   const reply* said = network_reply(self, url);
-  const char word = said != NULL ? said->word : 'r';
-  const char* words = said != NULL ? said->text : "not there";
+  const int is_known = said != NULL && !self->is_shut_down;
+  const char word = is_known ? said->word : 'r';
+  const char* words = is_known ? said->text : "not there";
   char* text = copy_of(words, strlen(words));
   if (word == 'l') {
     self->silent[self->silent_count++] = request;
@@ -131,6 +133,13 @@ static void network_end_silence(network* self) {
   self->silent_count = 0;
   pthread_mutex_unlock(&self->mutex);
   for (size_t i = 0; i < count; ++i) reply_with(silent[i], 'r', "too late");
+}
+
+static void network_shut_down(network* self) {
+  pthread_mutex_lock(&self->mutex);
+  self->is_shut_down = 1;
+  pthread_mutex_unlock(&self->mutex);
+  network_end_silence(self);
 }
 
 static int by_text(const void* left, const void* right) {
@@ -314,7 +323,7 @@ static void close_case(script_case* self) {
   if (self == NULL) return;
   vellora_question_free(self->watch);
   vellora_close(self->catalog);
-  network_end_silence(&self->net);
+  network_shut_down(&self->net);
   listener_free(self->watching);
   network* net = &self->net;
   pthread_mutex_lock(&net->mutex);

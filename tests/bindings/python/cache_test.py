@@ -145,9 +145,9 @@ class CacheTest(unittest.TestCase):
         self.assertIsNone(kept())
 
     def test_what_is_no_catalogue_leaves_it_to_the_host(self):
-        held = _contexts.held()
+        self.assertTrue(_contexts.wait_until_held(0, 600))  # the library lets go of an earlier test's a moment later
         self.assertRaises(Exception, Catalog, "no address", cache=DictCache())
-        self.assertEqual(_contexts.held(), held)
+        self.assertEqual(_contexts.held(), 0)
 
 
 class ConversionTest(unittest.TestCase):

@@ -66,15 +66,34 @@ class Browser:
     def __init__(self, width=1280, height=900):
         self.folder = tempfile.mkdtemp(prefix="explorer-")
         self.driver, port = started_driver()
-        self.connection = http.client.HTTPConnection("127.0.0.1", port, timeout=90)
+        self.connection = http.client.HTTPConnection("127.0.0.1", port, timeout=600)
         options = {
             "binary": shutil.which("chromium"),
             "args": [*FLAGS, f"--user-data-dir={self.folder}", f"--window-size={width},{height}"],
         }
         wanted = {"goog:chromeOptions": options, "goog:loggingPrefs": {"browser": "ALL"}}
         self.path = ""
-        session = self.call("POST", "/session", {"capabilities": {"alwaysMatch": wanted}})
-        self.path = f"/session/{session['sessionId']}"
+        try:
+            self.path = f"/session/{self.new_session(wanted)['sessionId']}"
+        except BaseException:
+            self.end_driver()
+            raise
+
+    def new_session(self, wanted):
+        """chromedriver gives Chromium a minute to start, which a busy machine may not."""
+        for attempt in range(3):
+            try:
+                return self.call("POST", "/session", {"capabilities": {"alwaysMatch": wanted}})
+            except RuntimeError:
+                if attempt == 2:
+                    raise
+
+    def end_driver(self):
+        self.driver.terminate()
+        self.driver.wait()
+        self.driver.stdout.close()
+        self.connection.close()
+        shutil.rmtree(self.folder, ignore_errors=True)
 
     def __enter__(self):
         return self
@@ -83,11 +102,7 @@ class Browser:
         try:
             self.call("DELETE", "")
         finally:
-            self.driver.terminate()
-            self.driver.wait()
-            self.driver.stdout.close()
-            self.connection.close()
-            shutil.rmtree(self.folder, ignore_errors=True)
+            self.end_driver()
 
     def call(self, method, path, body=None):
         text = None if method in ("GET", "DELETE") else json.dumps(body or {})

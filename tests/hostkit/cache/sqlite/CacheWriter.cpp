@@ -42,7 +42,8 @@ int main(int argc, char** argv) {
   std::thread killer(killAfter, std::atoi(argv[2]), std::chrono::microseconds(std::atoi(argv[3])));
   killer.detach();
 
-  const auto opened = SQLiteCache::open(argv[1]);
+  // Whoever reads meanwhile may hold the file for long on a busy machine.
+  const auto opened = SQLiteCache::open(argv[1], {.busyTimeout = std::chrono::seconds(60)});
   if (!opened) {
     std::cerr << opened.error().localizedDescription() << '\n';
     return 1;
