@@ -1,7 +1,8 @@
 # The one place that says how our own targets are compiled.
 
+# ccache keeps nothing of a source that reads a precompiled header, and takes a quarter of a second to find that out.
 find_program(VELLORA_CCACHE ccache)
-if(VELLORA_CCACHE AND PROJECT_IS_TOP_LEVEL)
+if(VELLORA_CCACHE AND PROJECT_IS_TOP_LEVEL AND NOT VELLORA_PRECOMPILE)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${VELLORA_CCACHE}")
 endif()
 
