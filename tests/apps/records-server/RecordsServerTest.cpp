@@ -251,16 +251,20 @@ TEST(RecordsServerTest, CannotListenOnAPortThatIsTaken) {
 }
 
 TEST(RecordsServerTest, ListensOnThePortThatItIsGiven) {
+  std::string problem;
   for (int attempt = 0; attempt < 20; ++attempt) {
     RecordsServer::Options options;
     { options.port = started()->port(); }
     const auto server = RecordsServer::start(DataSet::builtIn(), options);
-    if (!server) continue;  // the port has become another program's
+    if (!server) {  // the port may have become another program's
+      problem = server.error().localizedDescription();
+      continue;
+    }
     EXPECT_EQ(server.value()->port(), options.port);
     EXPECT_EQ(httpGet(options.port, themes).status, 200);
     return;
   }
-  FAIL() << "no port stayed free";
+  FAIL() << problem;
 }
 
 }  // namespace

@@ -145,7 +145,7 @@ class CacheTest(unittest.TestCase):
         self.assertIsNone(kept())
 
     def test_what_is_no_catalogue_leaves_it_to_the_host(self):
-        self.assertTrue(_contexts.wait_until_held(0, 600))  # the library lets go of an earlier test's a moment later
+        self.assertTrue(_contexts.wait_until_held(0, 600))  # the library may still let go of an earlier test's
         self.assertRaises(Exception, Catalog, "no address", cache=DictCache())
         self.assertEqual(_contexts.held(), 0)
 

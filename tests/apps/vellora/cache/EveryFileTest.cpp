@@ -42,7 +42,7 @@ TEST_F(EveryFileTest, LsAllListsEveryFileThatIsKept) {
   const auto ended = vellora({"cache", "ls", "--all"});
   EXPECT_EQ(ended.exitCode, 0) << ended.err;
   EXPECT_THAT(ended.out, AllOf(HasSubstr("layout/Account "), HasSubstr("layout/Contact "), HasSubstr(kept)));
-  const auto names = vellora({"cache", "ls", "--all", "--names"}).out;  // without ages, which go on
+  const auto names = vellora({"cache", "ls", "--all", "--names"}).out;  // their ages may differ
   EXPECT_THAT(names, AllOf(HasSubstr("layout/Account\n"), HasSubstr("layout/Contact\n")));
   EXPECT_EQ(vellora({"--server", server->url(), "cache", "ls", "--all", "--names"}).out, names);
   EXPECT_THAT(vellora({"--json", "cache", "ls", "--all"}).out,

@@ -64,8 +64,8 @@ class Browser:
     """One browser window with a profile of its own, which ends with the object's `with` block."""
 
     def __init__(self, width=1280, height=900):
-        self.folder = tempfile.mkdtemp(prefix="explorer-")
         self.driver, port = started_driver()
+        self.folder = tempfile.mkdtemp(prefix="explorer-")
         self.connection = http.client.HTTPConnection("127.0.0.1", port, timeout=600)
         options = {
             "binary": shutil.which("chromium"),

@@ -96,7 +96,7 @@ TEST_F(PresentationCommandTest, RepeatedKeysAreOneEntry) {
 }
 
 TEST_F(PresentationCommandTest, ThousandsOfIdsComeFromStandardInput) {
-  constexpr int count = vellora::tests::codeIsSlow ? 500 : 10'000;
+  constexpr int count = vellora::tests::codeIsSlow ? 2'000 : 10'000;
   for (int i = 0; i < count; ++i) options.input += "001" + std::to_string(i) + "\n";
   const auto ended = run({"--wait", "500", "--json", "ids", "-"});
   EXPECT_EQ(ended.exitCode, 0);

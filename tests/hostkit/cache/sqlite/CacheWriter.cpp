@@ -42,7 +42,7 @@ int main(int argc, char** argv) {
   std::thread killer(killAfter, std::atoi(argv[2]), std::chrono::microseconds(std::atoi(argv[3])));
   killer.detach();
 
-  // Whoever reads meanwhile may hold the file for long on a busy machine.
+  // On a busy machine a test that reads meanwhile may hold the file for long.
   const auto opened = SQLiteCache::open(argv[1], {.busyTimeout = std::chrono::seconds(60)});
   if (!opened) {
     std::cerr << opened.error().localizedDescription() << '\n';
