@@ -28,6 +28,8 @@ using Timer = asio::basic_waitable_timer<std::chrono::steady_clock,
 using Parser = beast::http::request_parser<beast::http::string_body>;
 using HttpError = beast::http::error;
 
+constexpr int notModified = 304;
+
 /// The status line and headers of `response`. Content-Length is always that of the whole body, even if less
 /// of the body is sent.
 std::string headOf(const Response& response, bool closes) {
@@ -36,7 +38,9 @@ std::string headOf(const Response& response, bool closes) {
   std::string head =
       "HTTP/1.1 " + std::to_string(status) + " " + std::string(reason.data(), reason.size()) + "\r\n";
   if (!response.contentType.empty()) head += "Content-Type: " + response.contentType + "\r\n";
-  head += "Content-Length: " + std::to_string(response.body.size()) + "\r\n";
+  // That of a 304 would be the length of the body that it stands for.
+  if (response.status != notModified)
+    head += "Content-Length: " + std::to_string(response.body.size()) + "\r\n";
   for (const auto& [name, value] : response.headers)
     head.append(name).append(": ").append(value).append("\r\n");
   return head + (closes ? "Connection: close\r\n\r\n" : "Connection: keep-alive\r\n\r\n");
@@ -51,7 +55,7 @@ Request received(Parser::value_type&& message) {
 
 class Connection : public std::enable_shared_from_this<Connection> {
  public:
-  Connection(ConnectionSocket socket, const ConnectionContext& context)
+  Connection(ConnectionSocket socket, ConnectionContext& context)
       : context_(context), stream_(std::move(socket)), timer_(stream_.get_executor()) {}
 
   void readRequest() {
@@ -127,6 +131,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     const auto bytes = std::min(whole, response_.truncatedTo.value_or(whole));
     const std::array<asio::const_buffer, 2> parts{asio::buffer(head_),
                                                   asio::buffer(response_.body.data(), bytes)};
+    context_.sent += head_.size() + bytes;
     stream_.expires_after(context_.options.clientTimeout);
     asio::async_write(stream_, parts, [self = shared_from_this()](beast::error_code error, std::size_t) {
       if (error || self->closes_) return self->close();
@@ -155,7 +160,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
                             });
   }
 
-  const ConnectionContext& context_;
+  ConnectionContext& context_;
   Stream stream_;
   Timer timer_;
   beast::flat_buffer buffer_;
@@ -169,7 +174,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
 }  // namespace
 
-void startConnection(ConnectionSocket socket, const ConnectionContext& context) {
+void startConnection(ConnectionSocket socket, ConnectionContext& context) {
   std::make_shared<Connection>(std::move(socket), context)->readRequest();
 }
 

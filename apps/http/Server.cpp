@@ -60,6 +60,7 @@ class Server::Implementation {
   }
 
   [[nodiscard]] std::uint16_t port() const { return port_; }
+  [[nodiscard]] std::uint64_t bytesSent() const { return context_.sent; }
 
  private:
   /// What runs on the server's thread. Its end closes the connections, which use the context.
@@ -128,6 +129,10 @@ Server::~Server() = default;
 
 std::uint16_t Server::port() const {
   return implementation_->port();
+}
+
+std::uint64_t Server::bytesSent() const {
+  return implementation_->bytesSent();
 }
 
 void Server::run(Handler handler) {

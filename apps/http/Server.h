@@ -42,6 +42,9 @@ class Server {
 
   [[nodiscard]] std::uint16_t port() const;
 
+  /// How many bytes of answers have been sent, or are being sent, heads included.
+  [[nodiscard]] std::uint64_t bytesSent() const;
+
   /// Hands requests to `handler` from now on. Call it once.
   void run(Handler handler);
 

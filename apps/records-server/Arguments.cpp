@@ -19,6 +19,7 @@ void addServingOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--log-file", arguments.logFile,
                  "Append the request lines to this file, not to standard error")
       ->option_text("FILE");
+  app.add_flag("--gzip", arguments.gzip, "Pack the bodies for who accepts them so");
   app.add_flag("--exit-with-stdin", arguments.exitWithStdin, "Stop when standard input is closed");
 }
 
@@ -52,9 +53,17 @@ void addFaultOptions(CLI::App& app, Arguments& arguments) {
   auto* garbage = app.add_flag("--garbage", arguments.garbage, "Answer with bytes that are not JSON")
                       ->option_text(" ")
                       ->group(group);
-  fail->excludes(truncate)->excludes(drop)->excludes(garbage);
-  truncate->excludes(drop)->excludes(garbage);
-  drop->excludes(garbage);
+  auto* wrongTags = app.add_option("--wrong-tags", arguments.wrongTags,
+                                   "Answer conditional requests wrongly: \"unasked\" says that nothing has\n"
+                                   "changed to everybody, \"other\" says so of another body, \"frozen\" has\n"
+                                   "one tag for whatever body")
+                        ->option_text("HOW")
+                        ->check(CLI::IsMember({"unasked", "other", "frozen"}))
+                        ->group(group);
+  fail->excludes(truncate)->excludes(drop)->excludes(garbage)->excludes(wrongTags);
+  truncate->excludes(drop)->excludes(garbage)->excludes(wrongTags);
+  drop->excludes(garbage)->excludes(wrongTags);
+  garbage->excludes(wrongTags);
 }
 
 }  // namespace

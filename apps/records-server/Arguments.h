@@ -22,6 +22,8 @@ struct Arguments {
   std::optional<std::size_t> truncateBytes;
   bool drop = false;
   bool garbage = false;
+  bool gzip = false;
+  std::string wrongTags;
 };
 
 /// The arguments, or the program's exit code when there is nothing left to do: 0 after help was printed, 2

@@ -34,6 +34,18 @@ Fault Fault::empty() {
   return {.kind = Kind::empty};
 }
 
+Fault Fault::unaskedNotModified() {
+  return {.kind = Kind::unasked};
+}
+
+Fault Fault::notModifiedForAnother() {
+  return {.kind = Kind::otherTag};
+}
+
+Fault Fault::frozenTag() {
+  return {.kind = Kind::frozenTag};
+}
+
 Fault Fault::after(std::chrono::milliseconds time) const {
   auto later = *this;
   later.wait = time;

@@ -7,7 +7,19 @@ namespace vellora::recordsserver {
 
 /// What goes wrong with an answer. A value; build one with the functions below.
 struct Fault {
-  enum class Kind { none, fail, errorBody, truncate, drop, never, garbage, empty };
+  enum class Kind {
+    none,
+    fail,
+    errorBody,
+    truncate,
+    drop,
+    never,
+    garbage,
+    empty,
+    unasked,
+    otherTag,
+    frozenTag,
+  };
 
   Kind kind = Kind::none;
   /// Time that passes before the answer, or what stands in its place, is sent. Zero for none.
@@ -34,6 +46,13 @@ struct Fault {
   [[nodiscard]] static Fault garbage();
   /// Status 200 and a body of no bytes.
   [[nodiscard]] static Fault empty();
+
+  /// Status 304, whether the request asks so or not.
+  [[nodiscard]] static Fault unaskedNotModified();
+  /// Status 304 about another body than the one that is asked about, by its tag.
+  [[nodiscard]] static Fault notModifiedForAnother();
+  /// The right answer with a tag that stays the same whatever the body is, and a 304 to who has that tag.
+  [[nodiscard]] static Fault frozenTag();
 
   /// The same fault, `time` late.
   [[nodiscard]] Fault after(std::chrono::milliseconds time) const;

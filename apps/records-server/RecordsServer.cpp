@@ -28,24 +28,31 @@ http::Server::Options serving(const ServerOptions& options) {
 class RecordsServer::Implementation {
  public:
   Implementation(const DataSet& data, Options options, std::unique_ptr<http::Server> server)
-      : state_{options.servesIcons ? data.withIconsAt(urlAt(server->port())) : data,
-               std::move(options),
-               {},
-               {}},
-        server_(std::move(server)) {
+      : server_(std::move(server)), state_{CurrentData(shown(data, options)), std::move(options)} {
     server_->run([this](const http::Request& request, const http::Exchange& exchange) {
       exchange.react(reactionTo(request, state_));
     });
   }
 
+  ~Implementation() { stop(); }
+  Implementation(const Implementation&) = delete;
+  Implementation& operator=(const Implementation&) = delete;
+
   void stop() { server_->stop(); }
+  void replaceData(const DataSet& data) { state_.data.replace(shown(data, state_.options)); }
+  [[nodiscard]] std::uint64_t bytesSent() const { return server_->bytesSent(); }
 
   ServerState& state() { return state_; }
   [[nodiscard]] std::uint16_t port() const { return server_->port(); }
 
  private:
+  /// `data` as this server shows it.
+  [[nodiscard]] DataSet shown(const DataSet& data, const Options& options) const {
+    return options.servesIcons ? data.withIconsAt(urlAt(port())) : data;
+  }
+
+  const std::unique_ptr<http::Server> server_;
   ServerState state_;
-  const std::unique_ptr<http::Server> server_;  // last, so that it ends first
 };
 
 Result<std::unique_ptr<RecordsServer>> RecordsServer::start(DataSet data, Options options) {
@@ -88,6 +95,14 @@ void RecordsServer::clearRequests() {
 
 bool RecordsServer::waitForRequests(std::size_t count, std::chrono::milliseconds atMost) const {
   return implementation_->state().log.waitFor(count, atMost);
+}
+
+void RecordsServer::replaceData(const DataSet& data) {
+  implementation_->replaceData(data);
+}
+
+std::uint64_t RecordsServer::bytesSent() const {
+  return implementation_->bytesSent();
 }
 
 void RecordsServer::setFault(const std::string& pattern, Fault fault, std::optional<std::size_t> count) {

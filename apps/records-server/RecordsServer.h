@@ -57,6 +57,12 @@ class RecordsServer {
   [[nodiscard]] bool waitForRequests(std::size_t count,
                                      std::chrono::milliseconds atMost = std::chrono::seconds(60)) const;
 
+  /// Answers from `data` from now on.
+  void replaceData(const DataSet& data);
+
+  /// How many bytes of answers have been sent, or are being sent, heads included.
+  [[nodiscard]] std::uint64_t bytesSent() const;
+
   /// Requests that match `pattern` get `fault`: the next `count` of them, or all when there is no count. A
   /// pattern without a `?` is compared with the target's path, one with it with the whole target; a `*` in it
   /// stands for any text. Setting the same pattern again replaces its fault; of several patterns that match,

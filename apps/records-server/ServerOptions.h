@@ -28,6 +28,8 @@ struct ServerOptions {
   /// Whether the icons' addresses in the theme answer lead to this server, which draws them. Without it they
   /// are sent as the data set has them.
   bool servesIcons = false;
+  /// Whether a body is packed for who accepts it so.
+  bool packsBodies = false;
 };
 
 }  // namespace vellora::recordsserver

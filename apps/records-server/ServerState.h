@@ -1,7 +1,8 @@
 #pragma once
 
-#include "apps/records-server/DataSet.h"
+#include "apps/records-server/CurrentData.h"
 #include "apps/records-server/FaultPlan.h"
+#include "apps/records-server/Representations.h"
 #include "apps/records-server/RequestLog.h"
 #include "apps/records-server/ServerOptions.h"
 
@@ -9,10 +10,11 @@ namespace vellora::recordsserver {
 
 /// What a server's connections share.
 struct ServerState {
-  const DataSet data;
+  CurrentData data;
   const ServerOptions options;
-  FaultPlan faults;
-  RequestLog log;
+  FaultPlan faults = {};
+  RequestLog log = {};
+  Representations representations = {};  // only on the server's thread
 };
 
 }  // namespace vellora::recordsserver

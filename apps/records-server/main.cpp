@@ -82,6 +82,9 @@ Fault faultOf(const Arguments& arguments) {
   if (arguments.truncateBytes) fault = Fault::truncate(*arguments.truncateBytes);
   if (arguments.drop) fault = Fault::drop();
   if (arguments.garbage) fault = Fault::garbage();
+  if (arguments.wrongTags == "unasked") fault = Fault::unaskedNotModified();
+  if (arguments.wrongTags == "other") fault = Fault::notModifiedForAnother();
+  if (arguments.wrongTags == "frozen") fault = Fault::frozenTag();
   return fault.after(std::chrono::milliseconds(arguments.delayMilliseconds));
 }
 
@@ -116,6 +119,7 @@ int serve(const Arguments& arguments) {
   options.token = token.value();
   options.keepsRequests = false;
   options.servesIcons = true;
+  options.packsBodies = arguments.gzip;
   auto& log = arguments.logFile.empty() ? std::cerr : logFile;
   options.onRequest = [&log](const RecordedRequest& request) { log << request.line() << '\n' << std::flush; };
   auto server = RecordsServer::start(data.value(), std::move(options));

@@ -218,12 +218,29 @@ TEST(ProgramTest, MisbehavesWhenTold) {
   EXPECT_TRUE(httpGet(Program({"--garbage"}).port(), themes).body.starts_with("{\"sobjects\": [\xff"));
 }
 
+TEST(ProgramTest, AnswersConditionalRequestsWronglyWhenTold) {
+  EXPECT_EQ(httpGet(Program({"--wrong-tags", "unasked"}).port(), themes).status, 304);
+  EXPECT_EQ(httpGet(Program({"--wrong-tags", "other"}).port(), themes).headers.at("etag"),
+            "\"of another body\"");
+  EXPECT_EQ(httpGet(Program({"--wrong-tags", "frozen"}).port(), themes).headers.at("etag"), "\"frozen\"");
+}
+
+TEST(ProgramTest, PacksBodiesWhenTold) {
+  const Program packing({"--gzip"});
+  EXPECT_EQ(httpGet(packing.port(), themes, "Accept-Encoding: gzip\r\n").headers.at("content-encoding"),
+            "gzip");
+  const Program plain({});
+  EXPECT_FALSE(
+      httpGet(plain.port(), themes, "Accept-Encoding: gzip\r\n").headers.contains("content-encoding"));
+}
+
 TEST(ProgramTest, ExplainsItself) {
   Program program({"--help"});
   const auto help = program.output.rest();
   EXPECT_EQ(program.exitCode(), 0);
-  for (const auto* option : {"--port", "--port-file", "--token-file", "--log-file", "--exit-with-stdin",
-                             "--data", "--types", "--delay", "--fail", "--truncate", "--drop", "--garbage"})
+  for (const auto* option :
+       {"--port", "--port-file", "--token-file", "--log-file", "--exit-with-stdin", "--data", "--types",
+        "--delay", "--fail", "--truncate", "--drop", "--garbage", "--gzip", "--wrong-tags"})
     EXPECT_NE(help.find(option), std::string::npos) << option;
   EXPECT_EQ(program.errors.rest(), "");
 }
@@ -235,6 +252,8 @@ TEST(ProgramTest, TellsOfWrongUsage) {
                                                                      {"--types", "3", "--data", "."},
                                                                      {"--fail", "200"},
                                                                      {"--drop", "--garbage"},
+                                                                     {"--wrong-tags", "unknown"},
+                                                                     {"--drop", "--wrong-tags", "frozen"},
                                                                      {"extra"}}) {
     Program program(arguments);
     EXPECT_EQ(program.exitCode(), 2) << arguments[0];
