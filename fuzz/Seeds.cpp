@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "apps/records-server/Endpoints.h"
+#include "hostkit/bodies/KeptBody.h"
 #include "vellora/Models/CompactLayoutCacheEntry.h"
 #include "vellora/Models/CompactLayoutResults.h"
 #include "vellora/Models/ObjectLayoutInfoCacheEntry.h"
@@ -121,6 +122,17 @@ void addTimeStamps(Seeds& seeds) {
   seeds["TimeStamp"].push_back("1234567");
 }
 
+void addKeptBodies(Seeds& seeds) {
+  const Data packed(std::string("\x1f\x8b\x08\0\0\0\0\0\x02\x03\x03\0\0\0\0\0\0\0\0\0", 20));
+  const hostkit::KeptBody bodies[] = {
+      {},
+      {{{"etag", "\"1\""}, {"content-type", "application/json"}}, Data(seeds["ThemeResponse"].front())},
+      {{{"etag", "W/\"1\""}, {"content-encoding", "gzip"}}, packed},
+      {{{"last-modified", "Sun, 06 Nov 1994 08:49:37 GMT"}}, Data(std::string("[]"))}};
+  for (const auto& body : bodies) seeds["KeptBody"].emplace_back(hostkit::storedForm(body, "request").view());
+  seeds["KeptBody"].emplace_back("vellora-body 1 4294967295 99 short");
+}
+
 /// A line of a script, see `FacadeTarget.h`.
 std::string line(std::string_view what, std::string_view rest) {
   return std::string(what).append(rest).append("\n");
@@ -157,6 +169,7 @@ Seeds seeds() {
   addQueries(all);
   addUrls(all);
   addTimeStamps(all);
+  addKeptBodies(all);
   addFacades(all);
   return all;
 }

@@ -1,4 +1,5 @@
 #include "fuzz/FacadeTarget.h"
+#include "fuzz/KeptBodyTarget.h"
 #include "fuzz/RecordTargets.h"
 #include "fuzz/Target.h"
 #include "fuzz/TimeStampTarget.h"
@@ -11,6 +12,7 @@ const std::vector<Target>& targets() {
     auto list = recordTargets();
     list.push_back({"TimeStamp", runTimeStamp});
     list.push_back({"Url", runUrl});
+    list.push_back({"KeptBody", runKeptBody});
     list.push_back({"Facade", runFacade});
     return list;
   }();

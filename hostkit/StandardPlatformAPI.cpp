@@ -6,6 +6,7 @@
 #include "hostkit/log/RedactingLogger.h"
 #include "hostkit/log/SpdlogLogger.h"
 #include "hostkit/network/CoalescingNetwork.h"
+#include "hostkit/network/ServerAddress.h"
 #include "hostkit/secrets/KnownSecrets.h"
 #include "vellora/Host/LogLevel.h"
 
@@ -52,9 +53,17 @@ std::shared_ptr<CorvaneSDK::Logger> makeLogger(std::shared_ptr<CorvaneSDK::Logge
   return std::make_shared<RedactingLogger>(std::move(secrets), std::move(logger));
 }
 
-/// The ready-made network, which notes its tokens in `secrets`.
+/// Why the ready-made network cannot use its server's address; absent when it can, or is not made.
+std::optional<Error> faultOfAddress(const StandardPlatformAPI::Options& options) {
+  if (options.network) return std::nullopt;
+  const auto parsed = ServerAddress::parse(options.server);
+  return parsed ? std::nullopt : std::optional(parsed.error());
+}
+
+/// The ready-made network, which notes its tokens in `secrets`, and keeps bodies in `cache`.
 Result<std::shared_ptr<CorvaneSDK::Network>> makeNetwork(StandardPlatformAPI::Options& options,
-                                                         std::shared_ptr<KnownSecrets> secrets) {
+                                                         std::shared_ptr<KnownSecrets> secrets,
+                                                         std::shared_ptr<CorvaneSDK::Cache> cache) {
   CurlNetwork::Options networkOptions;
   networkOptions.server = std::move(options.server);
   networkOptions.token = options.token;
@@ -63,8 +72,12 @@ Result<std::shared_ptr<CorvaneSDK::Network>> makeNetwork(StandardPlatformAPI::Op
   networkOptions.caFile = std::move(options.caFile);
   networkOptions.observer = std::move(options.observer);
   networkOptions.secrets = std::move(secrets);
+  if (options.asksConditionally) networkOptions.bodies = std::move(cache);
+  if (options.cacheFile && !options.cache) networkOptions.bodiesOf = std::move(options.cacheOwner);
+  networkOptions.pausesWhenRefused = options.pausesWhenRefused;
   auto network = CurlNetwork::make(std::move(networkOptions));
   if (!network) return network.error();
+  if (!options.sharesRequests) return std::shared_ptr<CorvaneSDK::Network>(std::move(network).value());
   return std::shared_ptr<CorvaneSDK::Network>(std::make_shared<CoalescingNetwork>(
       std::move(network).value(), credentialOf(std::move(options.token))));
 }
@@ -73,16 +86,18 @@ Result<std::shared_ptr<CorvaneSDK::Network>> makeNetwork(StandardPlatformAPI::Op
 
 Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options options) {
   const auto secrets = makeSecrets(options);
-  // The network first: a mistyped address should leave no cache file behind.
-  auto network = options.network ? Result(std::move(options.network)) : makeNetwork(options, secrets);
-  if (!network) return network.error();
+  // The address first: a mistyped one should leave no cache file behind.
+  if (auto fault = faultOfAddress(options)) return *std::move(fault);
   auto logger = makeLogger(std::move(options.logger), secrets);
   SQLiteCache::Options cacheOptions;
-  cacheOptions.owner = std::move(options.cacheOwner);
+  cacheOptions.owner = options.cacheOwner;
   cacheOptions.observer = reportingTo(logger, std::move(options.cacheObserver));
   auto cache = options.cache ? Result(std::move(options.cache))
                              : makeCache(options.cacheFile, std::move(cacheOptions));
   if (!cache) return cache.error();
+  auto network =
+      options.network ? Result(std::move(options.network)) : makeNetwork(options, secrets, cache.value());
+  if (!network) return network.error();
   return std::make_shared<StandardPlatformAPI>(std::move(network).value(), std::move(cache).value(),
                                                std::move(logger));
 }

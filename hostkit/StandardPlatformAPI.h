@@ -45,6 +45,16 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
     /// Told how each request has ended, also one that could not be sent. Requests that share one count as
     /// one. See `CurlNetwork`.
     CurlNetwork::Observer observer = {};
+    /// Whether equal requests under way at the same time share one of the ready-made network's: so there is
+    /// at most one for each list.
+    bool sharesRequests = true;
+    /// Whether the ready-made network asks for a body only if it has changed since it was kept in the cache;
+    /// see `CurlNetwork::Options::bodies`. The bodies are the cache owner's where `cacheOwner` names one,
+    /// else those of the token that they came with.
+    bool asksConditionally = true;
+    /// Whether the ready-made network leaves a server alone that says 429 or 503; see
+    /// `CurlNetwork::Options::pausesWhenRefused`.
+    bool pausesWhenRefused = true;
     /// Where a `SQLiteCache` is kept; absent: a `MemoryCache`, which forgets everything with the process.
     std::optional<std::string> cacheFile = {};
     /// Whose cache that file is; see `SQLiteCache::Options::owner`. Without it a file of any owner is opened.
@@ -55,14 +65,13 @@ class VELLORA_EXPORT StandardPlatformAPI final : public CorvaneSDK::PlatformAPI 
     /// tokens that a server sent back.
     std::shared_ptr<CorvaneSDK::Logger> logger = {};
     /// One of your own in place of the ready-made network; then `server` and what follows it, down to
-    /// `observer`, are not looked at.
+    /// `pausesWhenRefused`, are not looked at.
     std::shared_ptr<CorvaneSDK::Network> network = {};
     /// One of your own in place of the ready-made caches; then what begins with `cache` is not looked at.
     std::shared_ptr<CorvaneSDK::Cache> cache = {};
   };
 
-  /// A host of the ready-made facilities, but for those that the options have. Equal requests under way at
-  /// the same time share one of the ready-made network's.
+  /// A host of the ready-made facilities, but for those that the options have.
   [[nodiscard]] static Result<std::shared_ptr<StandardPlatformAPI>> make(Options options);
 
   /// A host of these facilities; any of them may be null.

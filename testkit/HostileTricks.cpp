@@ -149,6 +149,43 @@ Tricks redirects() {
   };
 }
 
+/// Tricks with the tags of bodies, for a client that keeps bodies and asks whether they have changed.
+Tricks conditionalAnswers() {
+  const std::string notModified = "HTTP/1.1 304 Not Modified\r\n";
+  const auto tagged = [](const char* name,
+                         const std::function<std::vector<std::string>(const Situation&)>& tags) {
+    return HostileTrick{name, Promise::ownAnswer, true, [tags](const Situation& it) {
+                          return ScriptedServer::http("200 OK", it.rightBody, tags(it));
+                        }};
+  };
+  const auto isAsked = [](const Situation& it) {
+    return it.request.text.find("If-None-Match:") != std::string::npos;
+  };
+  const auto saysOfAnother = [notModified, isAsked](const char* name, const std::string& behind) {
+    return HostileTrick{name, Promise::ownAnswer, true, [notModified, isAsked, behind](const Situation& it) {
+                          if (isAsked(it)) return Reply{notModified + "ETag: \"other\"\r\n" + behind};
+                          return ScriptedServer::http("200 OK", it.rightBody, {"ETag: \"one\""});
+                        }};
+  };
+  return {
+      {"says unasked that nothing has changed", Promise::wholeAnswer, false,
+       [notModified](const Situation& it) {
+         return Reply{notModified + "ETag: \"" + it.request.token() + "\"\r\n\r\n"};
+       }},
+      tagged("the token as a tag",
+             [](const auto& it) { return std::vector{"ETag: \"" + it.request.token() + '"'}; }),
+      tagged("two tags",
+             [](const auto&) {
+               return std::vector<std::string>{"ETag: \"a\"", "ETag: \"b\""};
+             }),
+      tagged("a tag that is none", [](const auto&) { return std::vector<std::string>{"ETag: a\"\x01 b"}; }),
+      tagged("a very long tag",
+             [](const auto&) { return std::vector{"ETag: \"" + std::string(50'000, 'x') + '"'}; }),
+      saysOfAnother("says that another body has not changed", "\r\n"),
+      saysOfAnother("says that another body has not changed, and sends it", "Content-Length: 5\r\n\r\nwrong"),
+  };
+}
+
 std::string strayAnswer() {
   return ScriptedServer::http("200 OK", "stray").bytes;
 }
@@ -206,8 +243,9 @@ Tricks lateStrayAnswers() {
 
 std::vector<HostileTrick> hostileTricks(std::size_t largestBody) {
   Tricks all;
-  for (Tricks& some : std::vector<Tricks>{brokenConnections(), slowAnswers(), largeAnswers(largestBody),
-                                          wrongAnswers(), redirects(), strayAnswers(), lateStrayAnswers()}) {
+  for (Tricks& some :
+       std::vector<Tricks>{brokenConnections(), slowAnswers(), largeAnswers(largestBody), wrongAnswers(),
+                           redirects(), conditionalAnswers(), strayAnswers(), lateStrayAnswers()}) {
     for (HostileTrick& trick : some) all.push_back(std::move(trick));
   }
   return all;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "hostkit/bodies/KeptBodies.h"
 #include "hostkit/cache/ArchiveReader.h"
 #include "hostkit/cache/ArchiveWriter.h"
 #include "hostkit/cache/rows/MetaCodec.h"
@@ -29,7 +30,7 @@ CacheArchive CacheArchive::of(const SQLiteCacheContents& contents) {
   for (const auto& table : contents.tables) {
     archive.tables.push_back({table.key, {}});
     for (const auto& [row, date, data, outdated] : table.rows) {
-      if (!data || outdated) continue;
+      if (!data || outdated || KeptBodies::isOwn(row.meta)) continue;
       const bool keyedByMeta = row.dataKey == derivedDataKey(row.meta);
       archive.tables.back().rows.push_back(
           {row.meta, keyedByMeta ? std::nullopt : std::optional(row.dataKey), *data});

@@ -60,7 +60,8 @@ struct VELLORA_EXPORT CacheArchive {
   std::vector<Blob> blobs;
   std::vector<Table> tables;
 
-  /// What `contents` holds that its cache would return: damaged and outdated entries are left out.
+  /// What `contents` holds that its cache would return: damaged and outdated entries are left out. So are the
+  /// bodies that a network has kept there, which are of use to one user alone.
   [[nodiscard]] static CacheArchive of(const SQLiteCacheContents& contents);
 
   /// Reads the text of an archive. Fails with a `DecodingError` for what is not JSON, else with a

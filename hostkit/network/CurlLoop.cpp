@@ -107,6 +107,7 @@ void CurlLoop::stop() {
 void CurlLoop::run() {
   blockBrokenPipeSignal();
   while (takeArrivals()) {
+    holdBackWaiting();
     beginWaiting();
     // Taken first: an answer that came in time counts, however long completions then take.
     const auto now = CurlTransfer::Clock::now();
@@ -134,6 +135,17 @@ bool CurlLoop::takeArrivals() {
     }
   }
   return true;
+}
+
+// What waits is told at once: it may know another way, or when to come back.
+void CurlLoop::holdBackWaiting() {
+  const auto refusal = pause_.refusalAt(CurlTransfer::Clock::now());
+  if (!refusal) return;
+  for (const auto& transfer : waiting_.takeAll()) {
+    --queued_;
+    transfer->holdBack(*refusal);
+    transfer->deliver();
+  }
 }
 
 void CurlLoop::beginWaiting() {
@@ -173,11 +185,16 @@ void CurlLoop::finishTransfers() {
     std::unique_ptr<CurlTransfer> transfer = release(handle);
     transfer->finish(code);
     if (transfer->isSettled()) {
+      noteAnswer(*transfer);
       transfer->deliver();
     } else {
       drive(std::move(transfer), handle);
     }
   }
+}
+
+void CurlLoop::noteAnswer(const CurlTransfer& transfer) {
+  if (setting_.pausesWhenRefused) transfer.report(pause_, CurlTransfer::Clock::now());
 }
 
 // curl's own time-out would not count the redirects before, and knows nothing of those that wait here.

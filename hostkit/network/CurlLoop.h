@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "hostkit/network/CurlTransfer.h"
+#include "hostkit/network/ServerPause.h"
 #include "hostkit/network/TransferSetting.h"
 #include "hostkit/network/WaitingTransfers.h"
 #include "vellora/Platform/Values/Result.h"
@@ -49,10 +50,12 @@ class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
   void queue(CurlTransfer& transfer);
   void run();
   [[nodiscard]] bool takeArrivals();
+  void holdBackWaiting();
   void beginWaiting();
   [[nodiscard]] bool mayBegin() const;
   void drive(std::unique_ptr<CurlTransfer> transfer, void* handle);
   void finishTransfers();
+  void noteAnswer(const CurlTransfer& transfer);
   void expireTransfers(CurlTransfer::Clock::time_point now);
   void failAll();
   [[nodiscard]] std::unique_ptr<CurlTransfer> release(void* handle);
@@ -70,6 +73,7 @@ class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
 
   // Only on the loop's thread.
   WaitingTransfers waiting_;
+  ServerPause pause_;
   std::map<void*, std::unique_ptr<CurlTransfer>> active_;  // by curl handle
 };
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "hostkit/bodies/KeptBodies.h"
 #include "hostkit/network/CurlLoop.h"
 #include "hostkit/network/CurlRequest.h"
 #include "hostkit/network/CurlTransfer.h"
@@ -9,6 +10,17 @@
 #include "hostkit/network/TransferSetting.h"
 
 namespace vellora::hostkit {
+
+namespace {
+
+std::shared_ptr<KeptBodies> bodiesOf(CurlNetwork::Options& options) {
+  if (!options.bodies) return nullptr;
+  return std::make_shared<KeptBodies>(
+      std::move(options.bodies),
+      KeptBodies::Options{.maxBytes = options.maxKeptBytes, .user = std::move(options.bodiesOf)});
+}
+
+}  // namespace
 
 struct CurlNetwork::Parts {
   const std::shared_ptr<CurlLoop> loop;
@@ -29,7 +41,9 @@ Result<std::shared_ptr<CurlNetwork>> CurlNetwork::make(Options options) {
                                  .renewal = std::move(options.renewedToken)},
                        .maxWaiting = options.maxWaiting,
                        .maxBodyValues = options.maxBodyValues,
-                       .secrets = std::move(options.secrets)});
+                       .secrets = std::move(options.secrets),
+                       .bodies = bodiesOf(options),
+                       .pausesWhenRefused = options.pausesWhenRefused});
   if (!loop) return loop.error();
   return std::shared_ptr<CurlNetwork>(new CurlNetwork(std::make_unique<Parts>(Parts{loop.value()})));
 }

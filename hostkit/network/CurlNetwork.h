@@ -9,6 +9,7 @@
 #include "hostkit/network/CurlNetworkError.h"
 #include "hostkit/network/RequestOutcome.h"
 #include "hostkit/secrets/KnownSecrets.h"
+#include "vellora/Host/Cache.h"
 #include "vellora/Host/Network.h"
 #include "vellora/Platform/Values/Export.h"
 #include "vellora/Platform/Values/Result.h"
@@ -103,6 +104,20 @@ class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
     /// Takes in each token and each `Authorization` header that is sent, so that the host can clean what else
     /// may quote the server; absent: the network's own. The texts of its errors are clean of them.
     std::shared_ptr<KnownSecrets> secrets = {};
+    /// Where bodies are kept that came with an `ETag` or a `Last-Modified`, so that the next request for such
+    /// a body asks for it only if it has changed. A 304 is answered with the body that was kept: to the
+    /// completion it is a 200 like any other. Nothing is kept as long as the library has not used this cache.
+    /// Absent: no request has a condition. See docs/guides/good-client.md.
+    std::shared_ptr<CorvaneSDK::Cache> bodies = {};
+    /// Whose bodies these are, whatever token is sent: a text that tells server and user. Absent: each token
+    /// has bodies of its own, and a renewed one begins without.
+    std::optional<std::string> bodiesOf = {};
+    /// How many bytes of bodies are kept at most. One of more than a quarter of that is not kept.
+    std::size_t maxKeptBytes = std::size_t{16} * 1024 * 1024;
+    /// Leaves a server alone that has answered 429 or 503: for as long as its `Retry-After` says, an hour at
+    /// most, else for a quarter of a second, and twice as long each time, up to five minutes. Until then each
+    /// request fails at once, unsent, with that status and what is left of the time as `retryAfter`.
+    bool pausesWhenRefused = false;
   };
 
   /// A network for that server. Fails when the address cannot be used, saying why, or when the machine gives

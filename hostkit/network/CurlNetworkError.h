@@ -49,11 +49,12 @@ struct VELLORA_EXPORT CurlNetworkError {
   /// in a row.
   std::string text;
 
-  /// With `errorStatus` the status of the answer; else 0.
+  /// With `errorStatus` the status of the answer; else 0. A request that is held back, because the server
+  /// wants to be left alone, has the status that the server gave the one before.
   int statusCode = 0;
 
   /// What the header `Retry-After` of such an answer says, be it in seconds or as a date; absent when there
-  /// is none that can be read.
+  /// is none that can be read. Of a request that is held back, for how long the others are, too.
   std::optional<std::chrono::duration<double>> retryAfter = {};
 
   /// Trying again may help where there was no connection, or none to the end, where the time ran out, and

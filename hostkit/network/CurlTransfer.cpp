@@ -11,6 +11,7 @@
 #include "hostkit/network/RetryAfter.h"
 #include "hostkit/network/ServerWords.h"
 #include "hostkit/network/TransferError.h"
+#include "hostkit/network/Validators.h"
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora::hostkit {
@@ -21,6 +22,15 @@ using Kind = CurlNetworkError::Kind;
 
 constexpr int mostRedirects = 5;
 constexpr std::size_t mostServerWords = 200;  // characters
+constexpr int notModified = 304;
+constexpr std::string_view unasked =
+    "the server answers that nothing has changed, which nobody has asked it: check it, and what stands "
+    "before it";
+
+std::string heldBack(ServerPause::Seconds left) {
+  const auto seconds = std::chrono::ceil<std::chrono::seconds>(left).count();
+  return "not sent, since the server wants to be left alone for another " + std::to_string(seconds) + " s";
+}
 
 }  // namespace
 
@@ -31,6 +41,7 @@ CurlTransfer::CurlTransfer(const TransferSetting& setting, Result<CurlRequest> r
       begun_(Clock::now()),
       completion_(std::move(completion)),
       request_(request ? request.value() : CurlRequest{}),
+      revalidation_(request ? setting.bodies : nullptr, setting.secrets),
       body_(setting.maxBodyBytes, setting.maxBodyValues) {
   if (!request) settleWithError(*request.error().as<CurlNetworkError>());
 }
@@ -45,7 +56,9 @@ void* CurlTransfer::prepareHandle(Connections& connections) {
   deadline_ = Clock::now() + timeout();
   request_.noteSecretsIn(*setting_.secrets);
   handle_ = std::make_unique<CurlHandle>();
-  if (handle_->prepare(request_, setting_, connections, *this)) return handle_->easy();
+  url_ = request_.url;
+  const CurlRequest sent = revalidation_.withCondition(request_, url_);
+  if (handle_->prepare(sent, setting_, connections, *this)) return handle_->easy();
   fail(Kind::unavailable);
   return nullptr;
 }
@@ -56,6 +69,7 @@ bool CurlTransfer::takeHeadLine(std::string_view line) {
 }
 
 bool CurlTransfer::takeBody(std::string_view piece) {
+  if (body_.received() == 0 && revalidation_.mayKeep(handle_->statusCode(), head_)) body_.keepPacked();
   bodyFault_ = body_.take(piece, head_.value("content-encoding"), handle_->announcedLength());
   if (bodyFault_) return false;
   response_.statusCode = handle_->statusCode();
@@ -70,13 +84,14 @@ void CurlTransfer::finish(int curlCode) {
   if (isForAnotherRequest()) return sendOnFreshConnection();
   if (isRedirect()) return followRedirect();
   if (isSuccess()) return body_.mayEnd() ? settleWithAnswer() : fail(Kind::protocol);
+  if (isUnchanged()) return settleUnchanged();
   if (const auto token = renewedToken()) return sendWithToken(*token);
   settleWithStatus();
 }
 
 void CurlTransfer::expire() {
   if (handle_) response_.statusCode = handle_->statusCode();
-  if (isErrorStatus()) return settleWithStatus();
+  if (isErrorStatus() && !isUnchanged()) return settleWithStatus();
   fail(Kind::timedOut);
 }
 
@@ -120,7 +135,9 @@ void CurlTransfer::followRedirect() {
   const Result<std::string> admitted = setting_.server.admitRedirect(handle_->redirectTarget());
   if (!admitted) return settleWithError(*admitted.error().as<CurlNetworkError>());
   forgetAnswer();
-  if (!handle_->redirectTo(admitted.value())) fail(Kind::unavailable);
+  url_ = admitted.value();
+  const CurlRequest sent = revalidation_.withCondition(request_, url_);
+  if (!handle_->redirectTo(url_) || !handle_->replaceHeaders(sent)) fail(Kind::unavailable);
 }
 
 void CurlTransfer::forgetAnswer() {
@@ -157,20 +174,57 @@ void CurlTransfer::sendWithToken(const std::string& token) {
   request_ = again.value();
   request_.noteSecretsIn(*setting_.secrets);
   forgetAnswer();
+  if (!handle_->replaceHeaders(revalidation_.withCondition(request_, url_))) fail(Kind::unavailable);
+}
+
+bool CurlTransfer::isUnchanged() const {
+  return response_.statusCode == notModified && revalidation_.hasAsked();
+}
+
+// A 304 about another body, or one that stands for a body that cannot be read, is of no use: the body is
+// asked for without a condition, once.
+void CurlTransfer::settleUnchanged() {
+  const KeptBody* kept = revalidation_.confirmedBy(head_);
+  if (kept != nullptr && takeKept(*kept)) return settleWithResponse();
+  revalidation_.giveUp();
+  forgetAnswer();
   if (!handle_->replaceHeaders(request_)) fail(Kind::unavailable);
 }
 
+bool CurlTransfer::takeKept(const KeptBody& kept) {
+  const auto packing = kept.headers.find("content-encoding");
+  const std::string* encoding = packing == kept.headers.end() ? nullptr : &packing->second;
+  body_.clear();
+  if (body_.take(kept.body.view(), encoding, kept.body.size()) || !body_.mayEnd()) return false;
+  answer_ = body_.release();
+  response_.headers = kept.headers;
+  response_.statusCode = 200;
+  return wasUnchanged_ = true;
+}
+
 void CurlTransfer::settleWithStatus() {
+  const bool isUnasked = response_.statusCode == notModified && !hasOwnCondition(request_.headerLines);
   const std::string words =
-      shortened(cleaned(serverWords(body_.release(), head_.reasonPhrase())), mostServerWords);
+      isUnasked ? std::string(unasked)
+                : shortened(cleaned(serverWords(body_.release(), head_.reasonPhrase())), mostServerWords);
   auto error = statusError(response_.statusCode, path_, words);
   if (const auto* header = head_.value("retry-after")) error.retryAfter = retryAfter(*header, now());
   settleWithError(std::move(error));
 }
 
 void CurlTransfer::settleWithAnswer() {
+  received_ = body_.received();
+  answer_ = body_.release();
+  revalidation_.note(response_.statusCode, head_, body_.releaseAsItCame(answer_));
+  settleWithResponse();
+}
+
+// To the completion a body that was kept is one like any other; what the server says of it now counts.
+void CurlTransfer::settleWithResponse() {
   response_.url = handle_->effectiveUrl();
-  response_.headers = head_.release();
+  ResponseHead::Headers told = head_.release();
+  told.merge(response_.headers);
+  response_.headers = std::move(told);
   settled_ = true;
 }
 
@@ -195,16 +249,30 @@ std::string CurlTransfer::where() const {
   return setting_.server.hostAndPort() + path_;
 }
 
+void CurlTransfer::holdBack(const ServerPause::Refusal& refusal) {
+  auto error = statusError(refusal.statusCode, path_, heldBack(refusal.left));
+  error.retryAfter = refusal.left;
+  settleWithError(std::move(error));
+}
+
+void CurlTransfer::report(ServerPause& pause, Clock::time_point now) const {
+  const auto told = error_ ? error_->retryAfter : std::nullopt;
+  pause.note(error_ ? error_->statusCode : response_.statusCode, told, deadline_ - timeout(), now);
+}
+
 void CurlTransfer::deliver() {
   handle_.reset();
-  const std::size_t bytes = error_ ? 0 : body_.size();
-  if (setting_.observer) {
-    const std::chrono::duration<double> taken = Clock::now() - begun_;
-    setting_.observer(
-        {path_, error_ ? error_->statusCode : response_.statusCode, error_, bytes, taken.count()});
-  }
+  if (setting_.observer) tellObserver();
   if (error_) return completion_(std::nullopt, Error(*error_), std::nullopt);
-  completion_(body_.release(), std::nullopt, std::move(response_));
+  completion_(std::move(answer_), std::nullopt, std::move(response_));
+  revalidation_.keepNoted();
+}
+
+void CurlTransfer::tellObserver() const {
+  const std::chrono::duration<double> taken = Clock::now() - begun_;
+  const int answered = wasUnchanged_ ? notModified : response_.statusCode;
+  setting_.observer({path_, error_ ? error_->statusCode : answered, error_, answer_.size(), taken.count(),
+                     error_ ? 0 : received_});
 }
 
 }  // namespace vellora::hostkit

@@ -12,8 +12,11 @@
 #include "hostkit/network/CurlRequest.h"
 #include "hostkit/network/ResponseBody.h"
 #include "hostkit/network/ResponseHead.h"
+#include "hostkit/network/Revalidation.h"
+#include "hostkit/network/ServerPause.h"
 #include "hostkit/network/TransferSetting.h"
 #include "vellora/Host/Network.h"
+#include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Web/URLResponse.h"
 
 namespace vellora::hostkit {
@@ -64,6 +67,12 @@ class CurlTransfer final : private CurlHandle::Receiver {
   /// Settles the request as failed.
   void fail(CurlNetworkError::Kind kind);
 
+  /// Settles the request as failed, unsent, since the server wants to be left alone.
+  void holdBack(const ServerPause::Refusal& refusal);
+
+  /// Tells `pause` how the server has answered, once the request is settled. `now` is the present.
+  void report(ServerPause& pause, Clock::time_point now) const;
+
   /// Tells the observer, then calls the completion. Call it once, when settled, with no lock held.
   void deliver();
 
@@ -82,8 +91,13 @@ class CurlTransfer final : private CurlHandle::Receiver {
   [[nodiscard]] bool isErrorStatus() const;
   [[nodiscard]] std::optional<std::string> renewedToken();
   void sendWithToken(const std::string& token);
+  [[nodiscard]] bool isUnchanged() const;
+  void settleUnchanged();
+  [[nodiscard]] bool takeKept(const KeptBody& kept);
   void settleWithStatus();
   void settleWithAnswer();
+  void settleWithResponse();
+  void tellObserver() const;
   void settleWithError(CurlNetworkError error);
   [[nodiscard]] std::string where() const;
   [[nodiscard]] std::string cleaned(std::string_view text) const;
@@ -96,6 +110,8 @@ class CurlTransfer final : private CurlHandle::Receiver {
 
   // Only on the driving thread.
   CurlRequest request_;
+  std::string url_;  // where it goes by now
+  Revalidation revalidation_;
   Clock::time_point deadline_;
   std::unique_ptr<CurlHandle> handle_;
   ResponseHead head_;
@@ -106,6 +122,9 @@ class CurlTransfer final : private CurlHandle::Receiver {
   bool wasSentAgain_ = false;
   bool wasTokenRenewed_ = false;
   bool settled_ = false;
+  bool wasUnchanged_ = false;
+  std::size_t received_ = 0;
+  Data answer_;
   std::optional<CurlNetworkError> error_;
   URLResponse response_;
 };

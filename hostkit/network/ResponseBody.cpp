@@ -44,6 +44,7 @@ std::optional<Kind> ResponseBody::takePlain(std::string_view piece, std::size_t 
 std::optional<Kind> ResponseBody::takePacked(std::string_view piece) {
   if (!decoder_) decoder_ = std::make_unique<GzipDecoder>();
   packed_ += piece.size();
+  if (keepsPacked_) packedBytes_.append(piece);
   switch (decoder_->append(piece, bytes_, unpackedLimit())) {
     case GzipDecoder::Fault::corrupt:
       return Kind::protocol;
@@ -68,8 +69,16 @@ void ResponseBody::reserve(std::size_t announced) {
   bytes_.reserve(std::min({announced, limit_, mostReserved}) + Data::padding);
 }
 
+std::optional<Data> ResponseBody::releaseAsItCame(const Data& unpacked) {
+  if (!decoder_) return unpacked;
+  if (!keepsPacked_) return std::nullopt;
+  return Data(std::move(packedBytes_));
+}
+
 void ResponseBody::clear() {
   bytes_.clear();
+  packedBytes_.clear();
+  keepsPacked_ = false;
   values_ = packed_ = 0;
   decoder_.reset();
 }

@@ -40,6 +40,16 @@ class ResponseBody {
                                                            const std::string* encoding,
                                                            std::size_t announced);
 
+  /// From now on what comes of a packed body is kept as it comes, too.
+  void keepPacked() { keepsPacked_ = true; }
+
+  /// The body as it came, given `unpacked`, which `release` gave. Absent for a packed one that was not kept.
+  /// Call it once.
+  [[nodiscard]] std::optional<Data> releaseAsItCame(const Data& unpacked);
+
+  /// How much has come over the wire.
+  [[nodiscard]] std::size_t received() const noexcept { return decoder_ ? packed_ : bytes_.size(); }
+
   /// True when the body may end here. A packed one may not within its packing.
   [[nodiscard]] bool mayEnd() const noexcept { return !decoder_ || decoder_->isComplete(); }
 
@@ -63,7 +73,9 @@ class ResponseBody {
   const std::size_t mostValues_;
   std::string bytes_;
   std::size_t values_ = 0;
-  std::size_t packed_ = 0;                // bytes of a packed body that have come
+  std::size_t packed_ = 0;  // bytes of a packed body that have come
+  bool keepsPacked_ = false;
+  std::string packedBytes_;
   std::unique_ptr<GzipDecoder> decoder_;  // of a packed body, once some of it has come
 };
 

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "hostkit/bodies/KeptBodies.h"
 #include "hostkit/network/CurlRequest.h"
 #include "hostkit/network/RequestOutcome.h"
 #include "hostkit/network/ServerAddress.h"
@@ -32,6 +33,8 @@ struct TransferSetting {
   std::size_t maxWaiting = 100'000;  ///< requests that may wait until they are sent
   std::size_t maxBodyValues = 1'000'000;
   std::shared_ptr<KnownSecrets> secrets = std::make_shared<KnownSecrets>();  ///< what was sent; never null
+  std::shared_ptr<KeptBodies> bodies = {};  ///< for conditional requests; null for none
+  bool pausesWhenRefused = false;           ///< leaves a server alone that says 429 or 503
 };
 
 /// `seconds` in the unit that curl takes; 1 at least, since 0 stands for "no limit" there.

@@ -163,6 +163,9 @@ TEST_F(HostSecretsTest, WhateverTheServerDoes) {
       {"drop", Fault::drop()},
       {"garbage", Fault::garbage()},
       {"empty", Fault::empty()},
+      {"say unasked that nothing has changed", Fault::unaskedNotModified()},
+      {"say so of another body", Fault::notModifiedForAnother()},
+      {"never change a tag", Fault::frozenTag()},
       {"never", Fault::never()},
   };
   for (const auto& [name, fault] : faults) {

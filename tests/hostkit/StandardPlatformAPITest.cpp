@@ -13,6 +13,7 @@
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/SilentLogger.h"
+#include "tests/hostkit/bodies/BodiesCache.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
@@ -188,6 +189,50 @@ TEST(StandardPlatformAPITest, EqualRequestsWithDifferentTokensAreNotShared) {
   ASSERT_TRUE(server.waitForRequests(2));
   api.reset();
   EXPECT_EQ(server.requests().size(), 2U);
+}
+
+TEST(StandardPlatformAPITest, EqualRequestsAreEachSentWhereSharingIsTurnedOff) {
+  vellora::tests::ScriptedServer server;
+  StandardPlatformAPI::Options options;
+  options.server = server.url();
+  options.sharesRequests = false;
+  auto api = StandardPlatformAPI::make(options).value();
+  for (int time = 0; time < 3; ++time) {
+    api->network()->sendRequest(vellora::tests::get("/theme"), [](auto, auto, auto) {});
+  }
+  EXPECT_TRUE(server.waitForRequests(3));
+}
+
+TEST(StandardPlatformAPITest, LeavesAServerAloneThatRefusesUnlessThatIsTurnedOff) {
+  for (const bool pauses : {true, false}) {
+    vellora::tests::ScriptedServer server;
+    server.replyAlways(vellora::tests::ScriptedServer::http("503 Busy", "", {"Retry-After: 1000"}));
+    StandardPlatformAPI::Options options;
+    options.server = server.url();
+    if (!pauses) options.pausesWhenRefused = false;
+    const auto api = StandardPlatformAPI::make(options).value();
+    for (const char* path : {"/theme", "/sobjects"}) {
+      const auto answer = vellora::tests::answerTo(*api->network(), vellora::tests::get(path));
+      EXPECT_EQ(answer.errorAs<CurlNetworkError>()->statusCode, 503);
+    }
+    EXPECT_EQ(server.requests().size(), pauses ? 1U : 2U);
+  }
+}
+
+TEST(StandardPlatformAPITest, AsksWithAConditionForWhatItsCacheKeepsUnlessThatIsTurnedOff) {
+  for (const bool asks : {true, false}) {
+    vellora::tests::ScriptedServer server;
+    server.replyAlways(vellora::tests::ScriptedServer::http("200 OK", "themes", {"ETag: \"1\""}));
+    StandardPlatformAPI::Options options;
+    options.server = server.url();
+    options.cache = BodiesCache().cache;
+    if (!asks) options.asksConditionally = false;
+    const auto api = StandardPlatformAPI::make(options).value();
+    for (int time = 0; time < 2; ++time) {
+      EXPECT_EQ(vellora::tests::answerTo(*api->network(), vellora::tests::get("/theme")).body(), "themes");
+    }
+    EXPECT_EQ(server.requests().at(1).find("If-None-Match: \"1\"") != std::string::npos, asks);
+  }
 }
 
 TEST(StandardPlatformAPITest, TellsAnAddressThatCannotBeUsedAndLeavesNoCacheBehind) {

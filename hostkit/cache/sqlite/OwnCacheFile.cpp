@@ -12,9 +12,9 @@
 #include <utility>
 
 #include "hostkit/cache/rows/HexDigits.h"
+#include "hostkit/cache/rows/KeyedDigest.h"
 #include "hostkit/cache/sqlite/CachePath.h"
 #include "hostkit/cache/sqlite/FileNaming.h"
-#include "hostkit/cache/sqlite/KeyedDigest.h"
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "hostkit/cache/sqlite/SQLiteResultCodes.h"
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "hostkit/cache/rows/Checksum.h"
-#include "hostkit/cache/sqlite/KeyedDigest.h"
+#include "hostkit/cache/rows/KeyedDigest.h"
 #include "hostkit/cache/sqlite/SQLiteTransaction.h"
 
 namespace vellora::hostkit::sqliteOwner {

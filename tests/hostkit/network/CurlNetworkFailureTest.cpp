@@ -45,7 +45,11 @@ TEST_F(CurlNetworkFailureTest, AStatusThatIsNoSuccessIsAnErrorWithTheServersOwnW
             "401 for " + path + ": A valid bearer token is required.");
   EXPECT_EQ(textFor("503 Service Unavailable", "<html>busy</html>"),
             "503 for " + path + ": Service Unavailable");
-  EXPECT_EQ(textFor("304 Not Modified", ""), "304 for " + path + ": Not Modified");
+  EXPECT_EQ(
+      textFor("304 Not Modified", ""),
+      "304 for " + path +
+          ": the server answers that nothing has changed, which nobody has asked it: check it, and what "
+          "stands before it");
   EXPECT_EQ(textFor("500 ", ""), "500 for " + path);
 }
 

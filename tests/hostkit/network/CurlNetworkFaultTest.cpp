@@ -16,6 +16,7 @@
 
 #include "hostkit/network/CurlNetwork.h"
 #include "testkit/HostileTricks.h"
+#include "tests/hostkit/bodies/BodiesCache.h"
 #include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
@@ -52,6 +53,7 @@ Kind kindOf(const HostileTrick& trick) {
       {"strange packing", Kind::protocol},
       {"no HTTP", Kind::protocol},
       {"the token refused in its own words, half a body", Kind::errorStatus},
+      {"says unasked that nothing has changed", Kind::errorStatus},
       {"an error in the token's words, broken packing", Kind::errorStatus}};
   if (const auto exception = exceptions.find(trick.name); exception != exceptions.end()) {
     return exception->second;
@@ -82,6 +84,7 @@ class CurlNetworkFaultTest : public testing::TestWithParam<bool> {
     CurlNetwork::Options options{.server = tls ? tls->url() : server.url()};
     options.token = [this] { return std::optional(canary.token()); };
     options.maxBodyBytes = maxBodyBytes;
+    options.bodies = host.cache;
     if (tls) options.caFile = tls->certificate();
     options.observer = [this](const RequestOutcome& outcome) {
       const std::lock_guard lock(mutex);
@@ -115,7 +118,9 @@ class CurlNetworkFaultTest : public testing::TestWithParam<bool> {
     const auto* error = answer.errorAs<CurlNetworkError>();
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(error->kind, kind) << error->text;
-    const char* about = kind == Kind::errorStatus ? " for /theme: no [token]" : "127.0.0.1:";
+    const char* about = error->statusCode == 304 ? " for /theme: the server answers that nothing has changed"
+                        : kind == Kind::errorStatus ? " for /theme: no [token]"
+                                                    : "127.0.0.1:";
     EXPECT_THAT(error->text, AllOf(HasSubstr(about), Not(HasSubstr("\n")), Not(HasSubstr("q=1"))));
     EXPECT_FALSE(canary.isIn(error->text)) << error->text;
   }
@@ -159,6 +164,7 @@ class CurlNetworkFaultTest : public testing::TestWithParam<bool> {
 
   std::mutex mutex;
   const TokenCanary canary;
+  const BodiesCache host;
   ScriptedServer server;
   ScriptedServer elsewhere;
   const std::vector<HostileTrick> tricks = hostileTricks(maxBodyBytes);

@@ -11,6 +11,7 @@
 #include "hostkit/network/CoalescingNetwork.h"
 #include "hostkit/network/CurlNetwork.h"
 #include "testkit/HostileServer.h"
+#include "tests/hostkit/bodies/BodiesCache.h"
 #include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
 #include "tests/support/TokenCanary.h"
@@ -34,6 +35,7 @@ class Round {
     CurlNetwork::Options options{.server = server_.url()};
     options.token = [this] { return std::optional(canary_.token()); };
     options.maxBodyBytes = largestBody;
+    options.bodies = host_.cache;
     network_ = std::make_shared<CoalescingNetwork>(CurlNetwork::make(std::move(options)).value());
   }
 
@@ -139,6 +141,7 @@ class Round {
   }
 
   const tests::TokenCanary canary_;
+  const BodiesCache host_;
   HostileServer server_;
   std::shared_ptr<CorvaneSDK::Network> network_;
   std::mutex mutex_;

@@ -127,5 +127,42 @@ TEST(ResponseBodyTest, AnotherAnswerBeginsFromNothing) {
   EXPECT_EQ(body.release().view(), "plain");
 }
 
+TEST(ResponseBodyTest, APackedBodyIsKeptAsItCameWhenThatIsAskedFor) {
+  ResponseBody body(10'000);
+  body.keepPacked();
+  ASSERT_FALSE(body.take(packedLetters.substr(0, 9), &gzip, 0));
+  ASSERT_FALSE(body.take(packedLetters.substr(9), &gzip, 0));
+  EXPECT_EQ(body.received(), packedLetters.size());
+  const Data unpacked = body.release();
+  EXPECT_EQ(unpacked.view(), unpackedLetters);
+  EXPECT_EQ(body.releaseAsItCame(unpacked), Data(packedLetters));
+}
+
+TEST(ResponseBodyTest, HowAPackedBodyCameIsNotKnownUnlessThatWasAskedFor) {
+  ResponseBody body(10'000);
+  ASSERT_FALSE(body.take(packedLetters, &gzip, 0));
+  EXPECT_EQ(body.releaseAsItCame(body.release()), std::nullopt);
+}
+
+TEST(ResponseBodyTest, APlainBodyCameAsItIs) {
+  ResponseBody body(10'000);
+  ASSERT_FALSE(body.take("plain", nullptr, 0));
+  EXPECT_EQ(body.received(), 5U);
+  const Data unpacked = body.release();
+  const auto came = body.releaseAsItCame(unpacked);
+  ASSERT_TRUE(came);
+  EXPECT_TRUE(came->sharesBufferWith(unpacked));
+}
+
+TEST(ResponseBodyTest, WhatIsClearedIsNotKeptAsItCame) {
+  ResponseBody body(10'000);
+  body.keepPacked();
+  ASSERT_FALSE(body.take(packedLetters, &gzip, 0));
+  body.clear();
+  EXPECT_EQ(body.received(), 0U);
+  ASSERT_FALSE(body.take(packedLetters, &gzip, 0));
+  EXPECT_EQ(body.releaseAsItCame(body.release()), std::nullopt);
+}
+
 }  // namespace
 }  // namespace vellora::hostkit

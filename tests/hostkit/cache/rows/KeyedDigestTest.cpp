@@ -1,4 +1,4 @@
-#include "hostkit/cache/sqlite/KeyedDigest.h"
+#include "hostkit/cache/rows/KeyedDigest.h"
 
 #include <gtest/gtest.h>
 

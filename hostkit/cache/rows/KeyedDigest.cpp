@@ -1,4 +1,4 @@
-#include "hostkit/cache/sqlite/KeyedDigest.h"
+#include "hostkit/cache/rows/KeyedDigest.h"
 
 #include <openssl/evp.h>
 #include <openssl/hmac.h>

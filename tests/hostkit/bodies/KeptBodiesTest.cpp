@@ -1,0 +1,192 @@
+#include "hostkit/bodies/KeptBodies.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hostkit/cache/memory/MemoryCache.h"
+#include "tests/hostkit/bodies/BodiesCache.h"
+#include "vellora/Host/Query.h"
+
+namespace vellora::hostkit {
+namespace {
+
+using CorvaneSDK::Query;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* url = "https://records.example:443/theme";
+const std::vector<std::string> withToken{"Accept-Encoding: gzip", "Authorization: Bearer secret-one"};
+const std::vector<std::string> withAnother{"Accept-Encoding: gzip", "Authorization: Bearer secret-two"};
+
+KeptBody body(const std::string& text) {
+  return {{{"etag", "\"1\""}}, Data(text)};
+}
+
+class KeptBodiesTest : public testing::Test {
+ protected:
+  KeptBodies::Place place(const std::vector<std::string>& lines = withToken) {
+    return bodies.placeOf(bodies.digestKey(), url, lines).value();
+  }
+
+  /// Keeps a body of a kilobyte for each number, one behind the other.
+  static void fill(KeptBodies& into, int count) {
+    for (int number = 0; number < count; ++number) {
+      ASSERT_TRUE(into.save(numbered(into, number), body(std::string(1024, 'x'))));
+    }
+  }
+
+  static KeptBodies::Place numbered(KeptBodies& into, int number) {
+    return into.placeOf(into.digestKey(), url + std::to_string(number), {}).value();
+  }
+
+  const BodiesCache host;
+  KeptBodies bodies{host.cache, {}};
+};
+
+TEST_F(KeptBodiesTest, GivesBackWhatWasKeptAlsoToAnotherThatUsesTheCache) {
+  EXPECT_TRUE(bodies.save(place(), body("themes")));
+  EXPECT_EQ(bodies.load(place()), body("themes"));
+  KeptBodies later(host.cache, {});
+  EXPECT_EQ(later.load(later.placeOf("", url, withToken).value()), body("themes"));
+}
+
+TEST_F(KeptBodiesTest, TheLaterBodyTakesTheEarliersPlace) {
+  bodies.save(place(), body("old"));
+  bodies.save(place(), body("new"));
+  EXPECT_EQ(bodies.load(place()), body("new"));
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 1U);
+}
+
+TEST_F(KeptBodiesTest, KeepsNothingBeforeTheLibraryHasUsedTheCache) {
+  const auto unused = std::make_shared<MemoryCache>();
+  KeptBodies none(unused, {});
+  EXPECT_EQ(none.digestKey(), "");
+  EXPECT_FALSE(none.placeOf("", url, withToken));
+  EXPECT_FALSE(none.save(place(), body("themes")));
+  EXPECT_EQ(unused->openTable(std::string(SObjectsCache::tableKey)), nullptr);
+}
+
+TEST_F(KeptBodiesTest, ABodyIsThatOfItsTokenItsAddressAndItsHeadersAlone) {
+  bodies.save(place(), body("themes"));
+  EXPECT_EQ(bodies.load(place(withAnother)), std::nullopt);
+  EXPECT_EQ(bodies.load(place({withToken[1]})), std::nullopt);
+  const auto elsewhere = bodies.placeOf(bodies.digestKey(), "https://records.example:443/themf", withToken);
+  EXPECT_EQ(bodies.load(elsewhere.value()), std::nullopt);
+}
+
+TEST_F(KeptBodiesTest, AUsersBodyStaysTheirsWhenTheTokenIsRenewed) {
+  KeptBodies ofOne(host.cache, {.user = "records.example one"});
+  KeptBodies ofOther(host.cache, {.user = "records.example other"});
+  ofOne.save(ofOne.placeOf("", url, withToken).value(), body("themes"));
+  EXPECT_EQ(ofOne.load(ofOne.placeOf("", url, withAnother).value()), body("themes"));
+  EXPECT_EQ(ofOther.load(ofOther.placeOf("", url, withToken).value()), std::nullopt);
+}
+
+TEST_F(KeptBodiesTest, ItsRowsTellNeitherTheTokenNorTheAddress) {
+  bodies.save(place(), body("themes"));
+  const auto rows = host.table->fetch(Query::oldest({}));
+  ASSERT_EQ(rows.size(), 2U);
+  for (const auto& row : rows) {
+    std::string all = row.dataKey;
+    for (const auto& [name, value] : row.meta) all += name + value;
+    EXPECT_THAT(all, Not(HasSubstr("secret")));
+    EXPECT_THAT(all, Not(HasSubstr("records.example")));
+  }
+  for (const auto& data : host.table->load(Query::oldest({}))) {
+    EXPECT_THAT(std::string(data.view()), Not(HasSubstr("secret")));
+    EXPECT_THAT(std::string(data.view()), Not(HasSubstr("records.example")));
+  }
+}
+
+TEST_F(KeptBodiesTest, ADamagedBodyIsNotThereAndIsDeleted) {
+  bodies.save(place(), body("themes"));
+  std::string damaged(storedForm(body("themes"), place().request).view());
+  damaged.back() = '?';
+  host.replaceStoredBody(Data(damaged), KeptBodies::bodyKind);
+  EXPECT_EQ(bodies.load(place()), std::nullopt);
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(KeptBodiesTest, ADeletedBodyIsNotThere) {
+  bodies.save(place(), body("themes"));
+  bodies.remove(place());
+  EXPECT_EQ(bodies.load(place()), std::nullopt);
+}
+
+TEST_F(KeptBodiesTest, KeepsNoMoreThanItMayAndTheOldestGoFirst) {
+  constexpr std::size_t room = 16 * 1024;  // ten bodies with what their rows cost
+  KeptBodies few(host.cache, {.maxBytes = room});
+  fill(few, 12);
+  EXPECT_LE(host.rowsOf(KeptBodies::bodyKind), 10U);
+  EXPECT_GE(host.rowsOf(KeptBodies::bodyKind), 7U);
+  EXPECT_EQ(few.load(numbered(few, 0)), std::nullopt);
+  EXPECT_TRUE(few.load(numbered(few, 11)));
+}
+
+TEST_F(KeptBodiesTest, WhatOthersHaveKeptCountsAsWell) {
+  constexpr std::size_t room = 16 * 1024;
+  KeptBodies earlier(host.cache, {.maxBytes = room});
+  fill(earlier, 9);
+  KeptBodies later(host.cache, {.maxBytes = room});
+  fill(later, 9);
+  for (int number = 20; number < 24; ++number)
+    later.save(numbered(later, number), body(std::string(1024, 'x')));
+  EXPECT_LE(host.rowsOf(KeptBodies::bodyKind), 10U);
+}
+
+TEST_F(KeptBodiesTest, ABodyThatIsTooLargeIsNotKeptAndTheEarlierOneGoes) {
+  KeptBodies few(host.cache, {.maxBytes = 16 * 1024});
+  const auto at = numbered(few, 1);
+  ASSERT_TRUE(few.save(at, body("small")));
+  EXPECT_FALSE(few.save(at, body(std::string(4 * 1024, 'x'))));
+  EXPECT_EQ(few.load(at), std::nullopt);
+}
+
+TEST_F(KeptBodiesTest, NothingIsLeftWhenTheLibraryForgets) {
+  bodies.save(place(), body("themes"));
+  host.forget();
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+  EXPECT_EQ(bodies.load(place()), std::nullopt);
+}
+
+TEST_F(KeptBodiesTest, WhatWasUnderWayWhenTheLibraryForgotIsNotKept) {
+  const auto before = place();
+  host.forget();
+  EXPECT_FALSE(bodies.save(before, body("themes")));
+  static_cast<void>(place());  // a later request has a key of its own
+  EXPECT_FALSE(bodies.save(before, body("themes")));
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(KeptBodiesTest, WhatWasAskedForBeforeTheLibraryForgotHasNoPlaceBehindIt) {
+  static_cast<void>(place());
+  const std::string asked = bodies.digestKey();
+  EXPECT_EQ(asked.size(), 32U);
+  host.forget();
+  EXPECT_FALSE(bodies.placeOf(asked, url, withToken));
+  static_cast<void>(place());
+  EXPECT_FALSE(bodies.placeOf(asked, url, withToken));
+}
+
+TEST_F(KeptBodiesTest, BodiesWhoseKeyIsLostAreDeletedWhenThereIsAnother) {
+  bodies.save(place(), body("themes"));
+  host.table->purge(BodiesCache::ofKind(KeptBodies::keyKind));
+  static_cast<void>(place());
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(KeptBodiesTest, KnowsItsOwnRows) {
+  EXPECT_TRUE(KeptBodies::isOwn({{"cacheEntryType", "keptBody"}, {"request", "x"}}));
+  EXPECT_TRUE(KeptBodies::isOwn({{"cacheEntryType", "keptBodyKey"}}));
+  EXPECT_FALSE(KeptBodies::isOwn({{"cacheEntryType", "sObjects"}}));
+  EXPECT_FALSE(KeptBodies::isOwn({}));
+}
+
+}  // namespace
+}  // namespace vellora::hostkit

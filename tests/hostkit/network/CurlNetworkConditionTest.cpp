@@ -1,0 +1,287 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hostkit/bodies/KeptBodies.h"
+#include "tests/hostkit/bodies/BodiesCache.h"
+#include "tests/hostkit/network/CurlNetworkFixture.h"
+#include "tests/hostkit/network/PackedLetters.h"
+
+namespace vellora::hostkit {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using tests::NetworkAnswer;
+using tests::ScriptedServer;
+
+/// A network that asks with conditions, and keeps bodies in a cache in memory.
+class CurlNetworkConditionTest : public CurlNetworkFixture {
+ protected:
+  CurlNetworkConditionTest() { remake(keeping()); }
+
+  [[nodiscard]] CurlNetwork::Options keeping() {
+    CurlNetwork::Options options{.server = server.url()};
+    options.token = [this] { return std::optional(token); };
+    options.bodies = host.cache;
+    options.observer = [this](const RequestOutcome& outcome) { outcomes.push_back(outcome); };
+    return options;
+  }
+
+  static ScriptedServer::Reply tagged(const std::string& body, const std::string& tag = "\"1\"") {
+    return ScriptedServer::http("200 OK", body, {"ETag: " + tag, "X-From: first"});
+  }
+
+  static ScriptedServer::Reply unchanged(const std::vector<std::string>& headers = {}) {
+    std::string head = "HTTP/1.1 304 Not Modified\r\n";
+    for (const auto& header : headers) head += header + "\r\n";
+    return {head + "\r\n"};
+  }
+
+  /// What the request of that number asks with; empty for none.
+  [[nodiscard]] std::string conditionOf(std::size_t number) const {
+    const std::string text = server.requests().at(number);
+    for (const char* name : {"If-None-Match: ", "If-Modified-Since: "}) {
+      const auto at = text.find(name);
+      if (at != std::string::npos) return text.substr(at, text.find('\r', at) - at);
+    }
+    return "";
+  }
+
+  const BodiesCache host;
+  std::string token = "secret-token-1";
+  std::vector<RequestOutcome> outcomes;  // on the network's thread, until it has answered
+};
+
+TEST_F(CurlNetworkConditionTest, WhatHasNotChangedIsAnsweredWithTheBodyThatWasKept) {
+  server.reply(tagged("themes"));
+  server.reply(unchanged({"ETag: \"1\"", "X-From: second"}));
+  EXPECT_EQ(ask("/theme").body(), "themes");
+  const NetworkAnswer again = ask("/theme");
+  EXPECT_EQ(again.body(), "themes");
+  EXPECT_EQ(again.status(), 200);
+  EXPECT_FALSE(again.error);
+  EXPECT_EQ(again.response->url, server.url() + "/theme");
+  EXPECT_EQ(again.response->headers.at("x-from"), "second");
+  EXPECT_EQ(conditionOf(0), "");
+  EXPECT_EQ(conditionOf(1), "If-None-Match: \"1\"");
+}
+
+TEST_F(CurlNetworkConditionTest, TheObserverIsToldThatNothingHasComeOverTheWire) {
+  server.reply(tagged("themes"));
+  server.reply(unchanged());
+  ask("/theme");
+  ask("/theme");
+  network.reset();
+  ASSERT_EQ(outcomes.size(), 2U);
+  EXPECT_EQ(outcomes[0].statusCode, 200);
+  EXPECT_EQ(outcomes[0].receivedBytes, 6U);
+  EXPECT_EQ(outcomes[1].statusCode, 304);
+  EXPECT_EQ(outcomes[1].receivedBytes, 0U);
+  EXPECT_EQ(outcomes[1].bytes, 6U);
+}
+
+TEST_F(CurlNetworkConditionTest, WhatHasChangedTakesThePlaceOfWhatWasKept) {
+  server.reply(tagged("old"));
+  server.reply(tagged("new", "\"2\""));
+  server.reply(unchanged());
+  ask("/theme");
+  EXPECT_EQ(ask("/theme").body(), "new");
+  EXPECT_EQ(ask("/theme").body(), "new");
+  EXPECT_EQ(conditionOf(2), "If-None-Match: \"2\"");
+}
+
+TEST_F(CurlNetworkConditionTest, APackedBodyIsKeptPackedAndAnsweredUnpacked) {
+  const std::string& packed = packedLetters;
+  server.reply(ScriptedServer::http("200 OK", packed, {"ETag: \"1\"", "Content-Encoding: gzip"}));
+  server.reply(unchanged());
+  EXPECT_EQ(ask("/theme").body(), unpackedLetters);
+  EXPECT_EQ(ask("/theme").body(), unpackedLetters);
+  network.reset();
+  EXPECT_EQ(outcomes.at(0).receivedBytes, packed.size());
+  const auto stored = host.table->load(CorvaneSDK::Query::exact(BodiesCache::ofKind(KeptBodies::bodyKind)));
+  ASSERT_EQ(stored.size(), 1U);
+  EXPECT_THAT(std::string(stored[0].view()), testing::EndsWith(packed));
+}
+
+TEST_F(CurlNetworkConditionTest, ADateServesWhereThereIsNoTag) {
+  const std::string date = "Sun, 06 Nov 1994 08:49:37 GMT";
+  server.reply(ScriptedServer::http("200 OK", "themes", {"Last-Modified: " + date}));
+  server.reply(unchanged());
+  ask("/theme");
+  EXPECT_EQ(ask("/theme").body(), "themes");
+  EXPECT_EQ(conditionOf(1), "If-Modified-Since: " + date);
+}
+
+TEST_F(CurlNetworkConditionTest, AKeptBodyServesTheNextNetworkOnThatCache) {
+  server.reply(tagged("themes"));
+  server.reply(unchanged());
+  ask("/theme");
+  remake(keeping());
+  EXPECT_EQ(ask("/theme").body(), "themes");
+}
+
+TEST_F(CurlNetworkConditionTest, OneTokensBodyNeverAnswersAnothers) {
+  server.reply(tagged("of the first"));
+  server.reply(tagged("of the second"));
+  server.reply(unchanged());
+  ask("/theme");
+  token = "secret-token-2";
+  EXPECT_EQ(ask("/theme").body(), "of the second");
+  EXPECT_EQ(conditionOf(1), "");
+  token = "secret-token-1";
+  EXPECT_EQ(ask("/theme").body(), "of the first");
+}
+
+TEST_F(CurlNetworkConditionTest, ATokenThatIsRenewedAsksForItsOwnBody) {
+  server.reply(tagged("of the first"));
+  server.reply(ScriptedServer::http("401 Unauthorized"));
+  server.reply(tagged("of the second"));
+  auto options = keeping();
+  options.renewedToken = [](const std::string&) { return "secret-token-2"; };
+  remake(options);
+  ask("/theme");
+  EXPECT_EQ(ask("/theme").body(), "of the second");
+  EXPECT_EQ(conditionOf(1), "If-None-Match: \"1\"");
+  EXPECT_EQ(conditionOf(2), "");
+}
+
+TEST_F(CurlNetworkConditionTest, AUsersBodyOutlivesTheToken) {
+  auto options = keeping();
+  options.bodiesOf = "records.example somebody";
+  remake(options);
+  server.reply(tagged("themes"));
+  server.reply(unchanged());
+  ask("/theme");
+  token = "secret-token-2";
+  EXPECT_EQ(ask("/theme").body(), "themes");
+}
+
+TEST_F(CurlNetworkConditionTest, ANotModifiedThatNobodyAskedForIsAClearError) {
+  server.reply(unchanged());
+  const NetworkAnswer answer = ask("/theme");
+  expectError(answer, Kind::errorStatus);
+  EXPECT_EQ(
+      answer.error->localizedDescription(),
+      "304 for /theme: the server answers that nothing has changed, which nobody has asked it: check it, "
+      "and what stands before it");
+  EXPECT_FALSE(answer.errorAs<CurlNetworkError>()->retryAdvice());
+}
+
+TEST_F(CurlNetworkConditionTest, ANotModifiedAboutAnotherBodyIsAskedAnewWithoutACondition) {
+  server.reply(tagged("themes"));
+  server.reply(unchanged({"ETag: \"of another\""}));
+  server.reply(tagged("changed", "\"2\""));
+  ask("/theme");
+  EXPECT_EQ(ask("/theme").body(), "changed");
+  EXPECT_EQ(conditionOf(1), "If-None-Match: \"1\"");
+  EXPECT_EQ(conditionOf(2), "");
+}
+
+TEST_F(CurlNetworkConditionTest, AServerThatInsistsOnAnotherBodyGetsAnError) {
+  server.reply(tagged("themes"));
+  server.replyAlways(unchanged({"ETag: \"of another\""}));
+  ask("/theme");
+  expectError(ask("/theme"), Kind::errorStatus);
+  EXPECT_EQ(server.requests().size(), 3U);
+}
+
+TEST_F(CurlNetworkConditionTest, ADamagedBodyIsAskedForWithoutACondition) {
+  server.reply(tagged("themes"));
+  server.reply(tagged("themes again"));
+  ask("/theme");
+  network.reset();  // what it keeps is kept by then
+  host.replaceStoredBody(Data(std::string("vellora-body 1 0 0 ")), KeptBodies::bodyKind);
+  remake(keeping());
+  EXPECT_EQ(ask("/theme").body(), "themes again");
+  EXPECT_EQ(conditionOf(1), "");
+}
+
+TEST_F(CurlNetworkConditionTest, AKeptBodyThatIsTooLargeByNowIsAskedForAnew) {
+  server.reply(tagged("all of the themes"));
+  server.reply(unchanged());
+  server.reply(tagged("fewer", "\"2\""));
+  ask("/theme");
+  auto options = keeping();
+  options.maxBodyBytes = 10;
+  remake(options);
+  EXPECT_EQ(ask("/theme").body(), "fewer");
+  EXPECT_EQ(conditionOf(2), "");
+}
+
+TEST_F(CurlNetworkConditionTest, NothingIsKeptOfHalfABodyOrAFailure) {
+  server.reply({"HTTP/1.1 200 OK\r\nETag: \"1\"\r\nContent-Length: 10\r\n\r\nhalf", Then::close});
+  server.reply(ScriptedServer::http("500 Broken", "broken", {"ETag: \"1\""}));
+  server.reply(ScriptedServer::http("200 OK", "not gzip", {"ETag: \"1\"", "Content-Encoding: gzip"}));
+  server.reply(tagged("themes"));
+  for (int time = 0; time < 3; ++time) EXPECT_TRUE(ask("/theme").error);
+  EXPECT_EQ(ask("/theme").body(), "themes");
+  for (std::size_t number = 0; number < 4; ++number) EXPECT_EQ(conditionOf(number), "");
+}
+
+TEST_F(CurlNetworkConditionTest, WhatMustNotBeStoredIsNotKept) {
+  server.reply(ScriptedServer::http("200 OK", "themes", {"ETag: \"1\"", "Cache-Control: no-store"}));
+  server.reply(ScriptedServer::http("200 OK", "themes", {"ETag: \"1\"", "Vary: *"}));
+  server.reply(tagged("themes"));
+  for (int time = 0; time < 3; ++time) ask("/theme");
+  EXPECT_EQ(conditionOf(1), "");
+  EXPECT_EQ(conditionOf(2), "");
+}
+
+TEST_F(CurlNetworkConditionTest, ARedirectIsFollowedWithTheConditionOfWhereItLeads) {
+  const auto moved = ScriptedServer::http("302 Found", "", {"Location: /there", "ETag: \"moved\""});
+  server.reply(moved);
+  server.reply(tagged("there"));
+  server.reply(moved);
+  server.reply(unchanged());
+  EXPECT_EQ(ask("/here").body(), "there");
+  EXPECT_EQ(ask("/here").body(), "there");
+  EXPECT_EQ(conditionOf(2), "");
+  EXPECT_EQ(conditionOf(3), "If-None-Match: \"1\"");
+}
+
+TEST_F(CurlNetworkConditionTest, ARequestOnAFreshConnectionKeepsItsCondition) {
+  server.reply(tagged("themes"));
+  server.reply({ScriptedServer::http("408 Request Timeout", "", {"Connection: close"}).bytes, Then::close});
+  server.reply(unchanged());
+  ask("/theme");
+  EXPECT_EQ(ask("/theme").body(), "themes");
+  EXPECT_EQ(conditionOf(2), "If-None-Match: \"1\"");
+}
+
+TEST_F(CurlNetworkConditionTest, ANotModifiedWithABodyIsAnsweredWithTheKeptOne) {
+  server.reply(tagged("themes"));
+  server.reply({"HTTP/1.1 304 Not Modified\r\nContent-Length: 5\r\n\r\nwrong"});
+  server.reply(tagged("right", "\"2\""));
+  ask("/theme");
+  EXPECT_EQ(ask("/theme").body(), "themes");
+  EXPECT_EQ(ask("/theme").body(), "right");
+}
+
+TEST_F(CurlNetworkConditionTest, NeitherRowsNorConditionsTellTheToken) {
+  server.reply(tagged("themes"));
+  server.reply(unchanged());
+  ask("/theme");
+  ask("/theme");
+  EXPECT_THAT(conditionOf(1), Not(HasSubstr("secret")));
+  for (const auto& row : host.table->fetch(CorvaneSDK::Query::oldest({}))) {
+    EXPECT_THAT(row.dataKey, AllOf(Not(HasSubstr("secret")), Not(HasSubstr("theme"))));
+  }
+}
+
+TEST_F(CurlNetworkConditionTest, WithoutACacheNoRequestHasACondition) {
+  remake({.server = server.url()});
+  server.replyAlways(tagged("themes"));
+  ask("/theme");
+  ask("/theme");
+  EXPECT_EQ(conditionOf(1), "");
+}
+
+}  // namespace
+}  // namespace vellora::hostkit

@@ -1,0 +1,136 @@
+#include "hostkit/network/Revalidation.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/hostkit/bodies/BodiesCache.h"
+
+namespace vellora::hostkit {
+namespace {
+
+constexpr const char* theme = "https://records.example:443/theme";
+
+class RevalidationTest : public testing::Test {
+ protected:
+  static ResponseHead head(const std::vector<std::string>& lines) {
+    ResponseHead made;
+    EXPECT_TRUE(made.takeLine("HTTP/1.1 200 OK\r\n"));
+    for (const auto& line : lines) EXPECT_TRUE(made.takeLine(line + "\r\n"));
+    EXPECT_TRUE(made.takeLine("\r\n"));
+    return made;
+  }
+
+  [[nodiscard]] static CurlRequest requestWith(const std::vector<std::string>& lines) {
+    return {.url = theme, .headerLines = lines, .timeout = 60, .token = ""};
+  }
+
+  /// The header lines that a new request goes out with.
+  [[nodiscard]] std::vector<std::string> sentLines(const std::vector<std::string>& own = {
+                                                       "Accept: */*"}) const {
+    return Revalidation(bodies, secrets).withCondition(requestWith(own), theme).headerLines;
+  }
+
+  void keep(const std::string& tag, const std::string& text) const {
+    Revalidation first(bodies, secrets);
+    static_cast<void>(first.withCondition(requestWith({"Accept: */*"}), theme));
+    first.note(200, head({"ETag: " + tag}), Data(text));
+    first.keepNoted();
+  }
+
+  const BodiesCache host;
+  const std::shared_ptr<KeptBodies> bodies = std::make_shared<KeptBodies>(host.cache, KeptBodies::Options());
+  const std::shared_ptr<KnownSecrets> secrets = std::make_shared<KnownSecrets>();
+};
+
+TEST_F(RevalidationTest, WithoutBodiesARequestStaysAsItIs) {
+  Revalidation none(nullptr, secrets);
+  EXPECT_EQ(none.withCondition(requestWith({"Accept: */*"}), theme).headerLines,
+            std::vector<std::string>{"Accept: */*"});
+  EXPECT_FALSE(none.hasAsked());
+  EXPECT_FALSE(none.mayKeep(200, head({"ETag: \"a\""})));
+}
+
+TEST_F(RevalidationTest, AsksForWhatWasKeptOnlyIfItHasChanged) {
+  EXPECT_EQ(sentLines(), std::vector<std::string>{"Accept: */*"});
+  keep("\"a\"", "themes");
+  EXPECT_EQ(sentLines(), (std::vector<std::string>{"Accept: */*", "If-None-Match: \"a\""}));
+}
+
+TEST_F(RevalidationTest, LeavesARequestAloneThatHasAConditionOfItsOwn) {
+  keep("\"a\"", "themes");
+  EXPECT_EQ(sentLines({"Accept: */*", "If-None-Match: \"b\""}),
+            (std::vector<std::string>{"Accept: */*", "If-None-Match: \"b\""}));
+}
+
+TEST_F(RevalidationTest, KeepsASuccessWithATagAlone) {
+  Revalidation asking(bodies, secrets);
+  static_cast<void>(asking.withCondition(requestWith({}), theme));
+  EXPECT_TRUE(asking.mayKeep(200, head({"ETag: \"a\""})));
+  for (const int status : {201, 204, 206, 304, 404, 503}) {
+    EXPECT_FALSE(asking.mayKeep(status, head({"ETag: \"a\""}))) << status;
+  }
+  EXPECT_FALSE(asking.mayKeep(200, head({})));
+}
+
+TEST_F(RevalidationTest, ATagThatTellsATokenIsNotKept) {
+  secrets->note("secret-token-1");
+  Revalidation asking(bodies, secrets);
+  static_cast<void>(asking.withCondition(requestWith({}), theme));
+  EXPECT_FALSE(asking.mayKeep(200, head({"ETag: \"secret-token-1\""})));
+  EXPECT_FALSE(asking.mayKeep(200, head({"ETag: \"a\"", "Content-Type: secret-token-1"})));
+  EXPECT_TRUE(asking.mayKeep(200, head({"ETag: \"a\""})));
+}
+
+TEST_F(RevalidationTest, ANotModifiedStandsForTheBodyThatWasAskedAbout) {
+  keep("\"a\"", "themes");
+  Revalidation asking(bodies, secrets);
+  static_cast<void>(asking.withCondition(requestWith({"Accept: */*"}), theme));
+  ASSERT_NE(asking.confirmedBy(head({})), nullptr);
+  EXPECT_EQ(asking.confirmedBy(head({}))->body.view(), "themes");
+  EXPECT_EQ(asking.confirmedBy(head({"ETag: \"b\""})), nullptr);
+}
+
+TEST_F(RevalidationTest, WhatWasOfNoUseIsNotAskedAboutAgain) {
+  keep("\"a\"", "themes");
+  Revalidation asking(bodies, secrets);
+  static_cast<void>(asking.withCondition(requestWith({"Accept: */*"}), theme));
+  asking.giveUp();
+  EXPECT_FALSE(asking.hasAsked());
+  EXPECT_EQ(sentLines(), std::vector<std::string>{"Accept: */*"});
+}
+
+TEST_F(RevalidationTest, AnAnswerWithoutATagTakesTheKeptOneAway) {
+  keep("\"a\"", "themes");
+  Revalidation asking(bodies, secrets);
+  static_cast<void>(asking.withCondition(requestWith({"Accept: */*"}), theme));
+  asking.note(200, head({}), Data(std::string("changed")));
+  asking.keepNoted();
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(RevalidationTest, ABodyOfWhichItIsNotKnownHowItCameIsNotKept) {
+  Revalidation asking(bodies, secrets);
+  static_cast<void>(asking.withCondition(requestWith({}), theme));
+  asking.note(200, head({"ETag: \"a\"", "Content-Encoding: gzip"}), std::nullopt);
+  asking.keepNoted();
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(RevalidationTest, WhatWasAskedForBeforeAForgetIsNotKept) {
+  keep("\"a\"", "themes");
+  Revalidation asked(bodies, secrets);
+  host.forget();
+  EXPECT_EQ(asked.withCondition(requestWith({"Accept: */*"}), theme).headerLines,
+            std::vector<std::string>{"Accept: */*"});
+  EXPECT_FALSE(asked.mayKeep(200, head({"ETag: \"a\""})));
+  asked.note(200, head({"ETag: \"a\""}), Data(std::string("themes")));
+  asked.keepNoted();
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+}  // namespace
+}  // namespace vellora::hostkit
