@@ -46,6 +46,9 @@ string(CONCAT CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
   "libvellora${VELLORA_ABI} (= ${PROJECT_VERSION}), "
   "libboost-json1.81-dev, libboost-url1.81-dev, libsimdjson-dev, "
   "libcurl4-openssl-dev, libssl-dev, libsqlite3-dev, zlib1g-dev, libspdlog-dev")
+if(TARGET vellora_redishost)
+  string(APPEND CPACK_DEBIAN_DEV_PACKAGE_DEPENDS ", libhiredis-dev")
+endif()
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "libgtest-dev")
 
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME vellora)

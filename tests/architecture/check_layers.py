@@ -48,7 +48,7 @@ MAY_INCLUDE = {
 APPS = {"apps/http", "apps/records-server", "apps/vellora"}
 
 # The rooms of a layer, as paths within it; "" is what stands in the layer's own folder.
-CACHE_ROWS, CACHE_MEMORY, CACHE_SQLITE = "cache/rows", "cache/memory", "cache/sqlite"
+CACHE_ROWS, CACHE_MEMORY, CACHE_SQLITE, CACHE_REDIS = "cache/rows", "cache/memory", "cache/sqlite", "cache/redis"
 ROOMS = {
     PLATFORM: {
         "Values": set(),
@@ -65,6 +65,7 @@ ROOMS = {
         CACHE_ROWS: set(),
         CACHE_MEMORY: {CACHE_ROWS},
         CACHE_SQLITE: {CACHE_ROWS},
+        CACHE_REDIS: {CACHE_ROWS},
         "cache": {CACHE_ROWS, CACHE_MEMORY, CACHE_SQLITE, "bodies"},
         "log": {"secrets"},
         "": {"secrets", "network", CACHE_MEMORY, CACHE_SQLITE, "log"},
@@ -85,7 +86,7 @@ ROOMS = {
 TESTS_OF_THE_WHOLE = {"architecture", "faults", "integration", "memory", "simulation", "stress", "support"}
 
 # Third-party headers stay out of ours, so that none of them reaches who includes us.
-THIRD_PARTY = re.compile(r"^(boost/|simdjson|rapidjson/|curl/|openssl/|sqlite3|spdlog/|CLI/|toml\+\+/|zlib)")
+THIRD_PARTY = re.compile(r"^(boost/|hiredis/|simdjson|rapidjson/|curl/|openssl/|sqlite3|spdlog/|CLI/|toml\+\+/|zlib)")
 
 # A class that is defined, or a function that is only declared, at the left margin: templates are made where they are
 # used, so what follows such a line is left out.

@@ -67,6 +67,13 @@ std::string ServerProcess::restOfLine(const std::string& mark) {
   }
 }
 
+void ServerProcess::waitUntilWritten(const std::string& text) {
+  std::unique_lock lock(mutex_);
+  const auto isWritten = [&] { return written_.find(text) != std::string::npos; };
+  changed_.wait(lock, [&] { return ended_ || isWritten(); });
+  if (!isWritten()) throw std::runtime_error("the server did not start");
+}
+
 std::string ServerProcess::stop() {
   if (process_ >= 0) {
     ::kill(process_, SIGKILL);

@@ -28,6 +28,9 @@ class ServerProcess {
   /// Waits for a line that begins with `mark`, and gives the rest of it.
   [[nodiscard]] std::string restOfLine(const std::string& mark);
 
+  /// Waits until it has written `text`, anywhere.
+  void waitUntilWritten(const std::string& text);
+
   /// Kills the process; gives all that it wrote.
   std::string stop();
 

@@ -1,0 +1,21 @@
+# Whether the cache in a Redis can be built: hiredis is there. Its own CMake file makes no target.
+find_path(VELLORA_HIREDIS_INCLUDE_DIR hiredis/hiredis.h)
+find_library(VELLORA_HIREDIS_LIBRARY hiredis)
+mark_as_advanced(VELLORA_HIREDIS_INCLUDE_DIR VELLORA_HIREDIS_LIBRARY)
+if(VELLORA_HIREDIS_INCLUDE_DIR AND VELLORA_HIREDIS_LIBRARY)
+  set(VELLORA_CAN_BUILD_REDIS ON)
+else()
+  set(VELLORA_CAN_BUILD_REDIS OFF)
+endif()
+option(VELLORA_BUILD_REDIS "Build the cache in a Redis (needs hiredis)" ${VELLORA_CAN_BUILD_REDIS})
+if(VELLORA_BUILD_REDIS)
+  if(NOT VELLORA_CAN_BUILD_REDIS)
+    message(FATAL_ERROR "VELLORA_BUILD_REDIS is set, but hiredis is not there")
+  endif()
+  add_library(Hiredis::Hiredis UNKNOWN IMPORTED)
+  set_target_properties(Hiredis::Hiredis PROPERTIES
+    IMPORTED_LOCATION "${VELLORA_HIREDIS_LIBRARY}" INTERFACE_INCLUDE_DIRECTORIES "${VELLORA_HIREDIS_INCLUDE_DIR}")
+endif()
+# The server that the tests start; without it they are left out.
+find_program(VELLORA_REDIS_SERVER redis-server)
+mark_as_advanced(VELLORA_REDIS_SERVER)

@@ -1,0 +1,114 @@
+#include "hostkit/cache/redis/RedisStore.h"
+
+#include <utility>
+#include <vector>
+
+#include "hostkit/cache/redis/RedisCacheError.h"
+#include "hostkit/cache/redis/RedisErrors.h"
+
+namespace vellora::hostkit {
+
+namespace {
+
+using std::chrono::steady_clock;
+using Reason = RedisCacheError::Reason;
+
+constexpr std::size_t longestDetail = 200;
+
+/// The error that `reply` tells, if it does.
+std::optional<RedisCacheError> errorIn(const RedisReply& reply, const std::string& server) {
+  if (reply.kind != RedisReply::Kind::error) return std::nullopt;
+  return RedisCacheError{redisErrors::reasonFor(reply.text), server, reply.text.substr(0, longestDetail)};
+}
+
+}  // namespace
+
+std::optional<RedisReply> RedisStore::ask(const RedisCommand& command, Access access) {
+  const Deadline deadline = steady_clock::now() + setting_.timeout;
+  Result<RedisReply> reply = Error(RedisCacheError{Reason::timedOut, setting_.address.text, ""});
+  if (takeTurn(deadline)) {
+    reply = askInTurn(command, deadline);
+    endTurn();
+  }
+  if (reply) return std::move(reply).value();
+  const auto* error = reply.error().as<RedisCacheError>();
+  if (error != nullptr && setting_.observer) setting_.observer({access, *error});
+  return std::nullopt;
+}
+
+bool RedisStore::takeTurn(Deadline deadline) {
+  std::unique_lock lock(mutex_);
+  if (!turnEnded_.wait_until(lock, deadline, [this] { return !isTaken_; })) return false;
+  isTaken_ = true;
+  return true;
+}
+
+void RedisStore::endTurn() {
+  {
+    const std::lock_guard lock(mutex_);
+    isTaken_ = false;
+  }
+  turnEnded_.notify_one();
+}
+
+Result<RedisReply> RedisStore::askInTurn(const RedisCommand& command, Deadline deadline) {
+  if (setting_.pause.lasts(steady_clock::now())) {
+    return Error(RedisCacheError{Reason::unreachable, setting_.address.text, "not tried again yet"});
+  }
+  auto reply = askOnce(command, deadline);
+  if (!reply) {
+    const auto* error = reply.error().as<RedisCacheError>();
+    const bool isOver = connection_ == nullptr;
+    if (error != nullptr && isOver) setting_.pause.noteFailure(steady_clock::now());
+  } else {
+    setting_.pause.noteSuccess();
+  }
+  return reply;
+}
+
+/// Without a connection behind it when that is of no use any more.
+Result<RedisReply> RedisStore::askOnce(const RedisCommand& command, Deadline deadline) {
+  const bool isKept = connection_ != nullptr;
+  if (!isKept) {
+    if (auto error = connect(deadline)) return *std::move(error);
+  }
+  const auto connection = connection_;
+  auto reply = connection->ask(command, deadline);
+  if (!reply) {
+    connection_.reset();
+    // A server closes connections that are idle, and all of them when it starts anew.
+    return isKept && connection->wasClosed() ? askOnce(command, deadline) : reply;
+  }
+  if (auto error = errorIn(reply.value(), setting_.address.text)) {
+    if (redisErrors::endsTheConnection(error->reason)) connection_.reset();
+    return Error(*std::move(error));
+  }
+  return reply;
+}
+
+std::optional<Error> RedisStore::connect(Deadline deadline) {
+  auto connection = RedisConnection::open(setting_.address, setting_.caFile, deadline);
+  if (!connection) return connection.error();
+  if (auto error = introduce(*connection.value(), deadline)) return error;
+  connection_ = std::move(connection).value();
+  return std::nullopt;
+}
+
+std::optional<Error> RedisStore::introduce(RedisConnection& connection, Deadline deadline) const {
+  std::vector<RedisCommand> commands;
+  if (!setting_.password.empty()) {
+    commands.push_back(setting_.user.empty() ? RedisCommand{"AUTH", setting_.password}
+                                             : RedisCommand{"AUTH", setting_.user, setting_.password});
+  }
+  if (setting_.address.database != 0) {
+    commands.push_back({"SELECT", std::to_string(setting_.address.database)});
+  }
+  for (const RedisCommand& command : commands) {
+    const auto reply = connection.ask(command, deadline);
+    if (!reply) return reply.error();
+    if (auto error = errorIn(reply.value(), setting_.address.text)) return *std::move(error);
+  }
+  return std::nullopt;
+}
+
+}  // namespace vellora::hostkit

@@ -1,0 +1,127 @@
+#include "hostkit/cache/redis/RedisConnection.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "hostkit/cache/redis/RedisCacheError.h"
+#include "testkit/ScriptedServer.h"
+#include "tests/hostkit/cache/redis/RedisFixture.h"
+#include "tests/hostkit/cache/redis/RedisServer.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using testkit::ScriptedServer;
+using Reason = RedisCacheError::Reason;
+using Kind = RedisReply::Kind;
+
+auto connect(const std::string& address, std::chrono::milliseconds timeout = longTimeout,
+             const std::optional<std::string>& caFile = std::nullopt) {
+  return RedisConnection::open(*RedisAddress::parsed(address), caFile, steady_clock::now() + timeout);
+}
+
+Reason reasonOf(const Error& error) {
+  return error.as<RedisCacheError>()->reason;
+}
+
+/// Asks something that ends with an empty line, which the scripted server answers.
+Result<RedisReply> askScripted(const ScriptedServer& server, milliseconds timeout = longTimeout) {
+  const auto connection = connect("redis://" + server.hostAndPort()).value();
+  return connection->ask({"ECHO", ""}, steady_clock::now() + timeout);
+}
+
+TEST(RedisConnectionTest, GivesEachKindOfReply) {
+  const RedisServer server;
+  const auto connection = connect(server.address()).value();
+  const auto reply = [&](const RedisCommand& command) {
+    return connection->ask(command, steady_clock::now() + longTimeout).value();
+  };
+  const std::string bytes("\0\r\n\xFF", 4);
+
+  EXPECT_EQ(reply({"ECHO", bytes}).text, bytes);
+  EXPECT_EQ(reply({"PING"}).kind, Kind::text);
+  EXPECT_EQ(reply({"DBSIZE"}).kind, Kind::number);
+  EXPECT_EQ(reply({"GET", "nothing"}).kind, Kind::nothing);
+  EXPECT_EQ(reply({"NO SUCH COMMAND"}).kind, Kind::error);
+  const auto list = reply({"EVAL", "return {1, {'two', false}, 'three'}", "0"});
+  ASSERT_EQ(list.items.size(), 3U);
+  EXPECT_EQ(list.items[0].number, 1);
+  EXPECT_EQ(list.items[1].items[0].text, "two");
+  EXPECT_EQ(list.items[1].items[1].kind, Kind::nothing);
+  EXPECT_EQ(list.items[2].text, "three");
+}
+
+TEST(RedisConnectionTest, CarriesMegabytesBothWays) {
+  const RedisServer server;
+  const auto connection = connect(server.address()).value();
+  const std::string large(std::size_t{20} << 20U, 'x');
+  EXPECT_EQ(connection->ask({"ECHO", large}, steady_clock::now() + longTimeout).value().text, large);
+}
+
+TEST(RedisConnectionTest, IsRefusedWhereNothingListens) {
+  const auto connection = connect("redis://127.0.0.1:" + std::to_string(testkit::closedPort()));
+  ASSERT_FALSE(connection);
+  EXPECT_EQ(reasonOf(connection.error()), Reason::unreachable);
+}
+
+TEST(RedisConnectionTest, AReplyThatNeverComesEndsAtTheDeadline) {
+  const ScriptedServer server;
+  const auto reply = askScripted(server, milliseconds(20));
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::timedOut);
+}
+
+TEST(RedisConnectionTest, AReplyThatComesByDropsEndsAtTheDeadline) {
+  ScriptedServer server;
+  server.reply({"$1000000\r\n", ScriptedServer::Then::trickle});
+  const auto reply = askScripted(server, milliseconds(60));
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::timedOut);
+}
+
+TEST(RedisConnectionTest, AnAnswerOfSomethingElseIsAFailure) {
+  ScriptedServer server;
+  server.reply(ScriptedServer::http("200 OK", "{}"));
+  const auto reply = askScripted(server);
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::failed);
+}
+
+TEST(RedisConnectionTest, AReplyThatIsCutShortIsAConnectionThatWasClosed) {
+  ScriptedServer server;
+  server.reply({"$100\r\nhalf", ScriptedServer::Then::close});
+  const auto connection = connect("redis://" + server.hostAndPort()).value();
+  const auto reply = connection->ask({"ECHO", ""}, steady_clock::now() + longTimeout);
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::unreachable);
+  EXPECT_TRUE(connection->wasClosed());
+}
+
+TEST(RedisConnectionTest, SpeaksTlsWithAServerThatItTrusts) {
+  const TlsRedisServer server;
+  const auto connection = connect(server.address(), longTimeout, server.certificate());
+  ASSERT_TRUE(connection) << connection.error().localizedDescription();
+  EXPECT_EQ(connection.value()->ask({"PING"}, steady_clock::now() + longTimeout).value().text, "PONG");
+}
+
+TEST(RedisConnectionTest, SendsNothingToAServerThatItDoesNotTrust) {
+  const TlsRedisServer server;
+  const auto connection = connect(server.address());
+  ASSERT_FALSE(connection);
+  EXPECT_EQ(reasonOf(connection.error()), Reason::unreachable);
+}
+
+TEST(RedisConnectionTest, ATlsHandshakeThatNeverEndsEndsAtTheDeadline) {
+  const ScriptedServer server;
+  const auto connection = connect("rediss://" + server.hostAndPort(), milliseconds(50));
+  ASSERT_FALSE(connection);
+  EXPECT_EQ(reasonOf(connection.error()), Reason::timedOut);
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests

@@ -1,0 +1,156 @@
+#include "hostkit/cache/redis/RedisStore.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/hostkit/cache/redis/RedisFixture.h"
+
+namespace vellora::hostkit::tests {
+namespace {
+
+using std::chrono::milliseconds;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using Access = RedisStore::Access;
+
+class RedisStoreTest : public RedisFixture {
+ protected:
+  static std::string pinged(RedisStore& store) {
+    const auto reply = store.ask({"PING"}, Access::reading);
+    return reply ? reply->text : "nothing";
+  }
+};
+
+TEST_F(RedisStoreTest, KeepsItsConnection) {
+  RedisStore store(setting());
+  const auto first = store.ask({"CLIENT", "ID"}, Access::reading);
+  const auto second = store.ask({"CLIENT", "ID"}, Access::reading);
+  EXPECT_EQ(first->number, second->number);
+}
+
+TEST_F(RedisStoreTest, AConnectionThatTheServerClosedIsMadeAnewUnnoticed) {
+  RedisStore store(setting());
+  ASSERT_EQ(pinged(store), "PONG");
+  (void)server.ask({"CLIENT", "KILL", "TYPE", "normal", "SKIPME", "yes"});
+  EXPECT_EQ(pinged(store), "PONG");
+  EXPECT_THAT(told.all(), IsEmpty());
+}
+
+TEST_F(RedisStoreTest, ARestartedServerIsUsedAtOnce) {
+  RedisStore store(setting());
+  ASSERT_EQ(pinged(store), "PONG");
+  server.kill();
+  server.start();
+  EXPECT_EQ(pinged(store), "PONG");
+  EXPECT_THAT(told.all(), IsEmpty());
+}
+
+TEST_F(RedisStoreTest, AServerThatIsGoneIsTriedAgain) {
+  RedisStore store(setting());
+  server.kill();
+  EXPECT_EQ(pinged(store), "nothing");
+  EXPECT_THAT(told.reasons(), ElementsAre(Reason::unreachable));
+  server.start();
+  EXPECT_EQ(pinged(store), "PONG");
+}
+
+TEST_F(RedisStoreTest, IsNotTriedWhileThePauseLasts) {
+  auto patient = setting();
+  patient.pause = ReconnectPause(std::chrono::hours(1), std::chrono::hours(1));
+  RedisStore store(std::move(patient));
+  server.kill();
+  EXPECT_EQ(pinged(store), "nothing");
+  server.start();
+  EXPECT_EQ(pinged(store), "nothing");
+  EXPECT_THAT(told.reasons(), ElementsAre(Reason::unreachable, Reason::unreachable));
+  EXPECT_EQ(told.all().back().error.detail, "not tried again yet");
+  EXPECT_EQ(server.callsOf("ping"), 0);
+}
+
+TEST_F(RedisStoreTest, NoCallWaitsForAServerThatStandsStill) {
+  auto hasty = setting();
+  hasty.timeout = milliseconds(30);
+  RedisStore store(std::move(hasty));
+  server.halt();
+  std::vector<std::thread> callers;
+  for (int i = 0; i < 4; ++i) callers.emplace_back([&store] { (void)store.ask({"PING"}, Access::reading); });
+  for (std::thread& caller : callers) caller.join();
+  server.goOn();
+  EXPECT_THAT(told.reasons(), SizeIs(4));
+  EXPECT_THAT(told.reasons(), Each(Reason::timedOut));
+}
+
+TEST_F(RedisStoreTest, AnAnswerThatCameTooLateIsNobodys) {
+  auto patient = setting();
+  RedisStore store(std::move(patient));
+  auto hasty = setting();
+  hasty.timeout = milliseconds(30);
+  RedisStore hastyStore(std::move(hasty));
+  server.halt();
+  EXPECT_FALSE(hastyStore.ask({"ECHO", "late"}, Access::reading));
+  server.goOn();
+  EXPECT_EQ(pinged(store), "PONG");
+  // Tried until the machine is quick enough: each answer is that to its own question.
+  for (int i = 0;; ++i) {
+    const auto reply = hastyStore.ask({"ECHO", std::to_string(i)}, Access::reading);
+    if (!reply) continue;
+    EXPECT_EQ(reply->text, std::to_string(i));
+    break;
+  }
+}
+
+TEST_F(RedisStoreTest, SignsInWithAPassword) {
+  (void)server.ask({"CONFIG", "SET", "requirepass", "open sesame"});
+  auto known = setting();
+  known.password = "open sesame";
+  RedisStore store(std::move(known));
+  EXPECT_EQ(pinged(store), "PONG");
+}
+
+TEST_F(RedisStoreTest, SignsInAsAUser) {
+  (void)server.ask({"ACL", "SETUSER", "reader", "on", ">open sesame", "+@all", "~*"});
+  (void)server.ask({"CONFIG", "SET", "requirepass", "another"});
+  auto known = setting();
+  known.user = "reader";
+  known.password = "open sesame";
+  RedisStore store(std::move(known));
+  EXPECT_EQ(store.ask({"ACL", "WHOAMI"}, Access::reading)->text, "reader");
+}
+
+TEST_F(RedisStoreTest, AWrongPasswordIsRefusedAndNotTold) {
+  (void)server.ask({"CONFIG", "SET", "requirepass", "open sesame"});
+  auto wrong = setting();
+  wrong.password = "close sesame";
+  RedisStore store(std::move(wrong));
+  EXPECT_EQ(pinged(store), "nothing");
+  ASSERT_THAT(told.reasons(), ElementsAre(Reason::refused));
+  EXPECT_THAT(told.all().front().error.localizedDescription(), Not(HasSubstr("sesame")));
+}
+
+TEST_F(RedisStoreTest, WithoutAPasswordItIsRefusedWhereOneIsWanted) {
+  (void)server.ask({"CONFIG", "SET", "requirepass", "open sesame"});
+  RedisStore store(setting());
+  EXPECT_EQ(pinged(store), "nothing");
+  EXPECT_THAT(told.reasons(), ElementsAre(Reason::refused));
+}
+
+TEST_F(RedisStoreTest, UsesTheDatabaseOfItsAddress) {
+  auto third = setting();
+  third.address.database = 3;
+  RedisStore store(std::move(third));
+  ASSERT_TRUE(store.ask({"SET", "a", "1"}, Access::writing));
+  EXPECT_THAT(server.keys(), IsEmpty());
+  EXPECT_THAT(server.ask({"INFO", "keyspace"}).text, HasSubstr("db3:keys=1"));
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests
