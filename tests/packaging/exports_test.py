@@ -30,6 +30,12 @@ class ExportsTest(unittest.TestCase):
         self.check("libvellora-hostkit.so", "vellora::hostkit::MemoryCache::load(std::__cxx11::basic_string<char, "
                    "std::char_traits<char>, std::allocator<char> > const&)")
 
+    @unittest.skipUnless((LIBRARIES / "libvellora-redishost.so").exists(), "the cache in a Redis is not built")
+    def test_the_redis_host_hides_what_it_is_built_on(self):
+        self.check("libvellora-redishost.so", "vellora::hostkit::RedisCache::clear()")
+        symbols = offered(LIBRARIES / "libvellora-redishost.so")
+        self.assertEqual([symbol for symbol in symbols if "RedisStore::" in symbol or "Checksum::" in symbol], [])
+
     def test_internal_classes_are_hidden(self):
         symbols = offered(LIBRARIES / "libvellora-hostkit.so")
         self.assertEqual([symbol for symbol in symbols if "SQLiteStatement::" in symbol], [])

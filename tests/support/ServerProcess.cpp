@@ -58,7 +58,7 @@ std::string ServerProcess::restOfLine(const std::string& mark) {
   std::size_t line = 0;
   while (true) {
     std::size_t end = std::string::npos;
-    changed_.wait(lock, [&] { return ended_ || (end = written_.find('\n', line)) != std::string::npos; });
+    changed_.wait(lock, [&] { return (end = written_.find('\n', line)) != std::string::npos || ended_; });
     if (end == std::string::npos) throw std::runtime_error("the server did not start");
     if (written_.compare(line, mark.size(), mark) == 0) {
       return written_.substr(line + mark.size(), end - line - mark.size());

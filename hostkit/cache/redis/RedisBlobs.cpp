@@ -18,20 +18,25 @@ std::string head(std::string_view key, std::string_view data) {
 
 }  // namespace
 
-std::optional<Data> read(RedisStore& store, const std::string& key) {
-  const auto reply = store.ask({"GET", store.keys().blob(key)}, Access::reading);
-  if (!reply || reply->kind != RedisReply::Kind::text) return std::nullopt;
-  const std::string_view stored = reply->text;
+std::string sealed(const std::string& key, const Data& data) {
+  return head(key, data.view()).append(data.view());
+}
+
+std::optional<Data> unsealed(const std::string& key, const std::string& stored) {
   const auto colon = stored.find(':');
-  if (colon == std::string_view::npos) return std::nullopt;
-  const std::string_view data = stored.substr(colon + 1);
-  if (stored.substr(0, colon + 1) != head(key, data)) return std::nullopt;
+  if (colon == std::string::npos) return std::nullopt;
+  const auto data = std::string_view(stored).substr(colon + 1);
+  if (!stored.starts_with(head(key, data))) return std::nullopt;
   return Data(data.data(), data.size());
 }
 
+std::optional<Data> read(RedisStore& store, const std::string& key) {
+  const auto reply = store.ask({"GET", store.keys().blob(key)}, Access::reading);
+  return reply && reply->kind == RedisReply::Kind::text ? unsealed(key, reply->text) : std::nullopt;
+}
+
 bool write(RedisStore& store, const std::string& key, const Data& data) {
-  const std::string stored = head(key, data.view()).append(data.view());
-  return store.ask({"SET", store.keys().blob(key), stored}, Access::writing).has_value();
+  return store.ask({"SET", store.keys().blob(key), sealed(key, data)}, Access::writing).has_value();
 }
 
 bool remove(RedisStore& store, const std::string& key) {

@@ -12,6 +12,12 @@ namespace vellora::hostkit {
 /// told the observer.
 namespace redisBlobs {
 
+/// `data` as it is stored under `key`: led by the checksum of both.
+[[nodiscard]] std::string sealed(const std::string& key, const Data& data);
+
+/// What was sealed for `key`; absent when `stored` is damaged, or was sealed for another.
+[[nodiscard]] std::optional<Data> unsealed(const std::string& key, const std::string& stored);
+
 /// The blob of that key; absent when there is none, it is damaged, or it cannot be read.
 [[nodiscard]] std::optional<Data> read(RedisStore& store, const std::string& key);
 

@@ -16,13 +16,16 @@ namespace vellora::hostkit {
 
 namespace {
 
+// Stands in every key; another form has another number.
+constexpr const char* form = "1:";
+
 /// Nothing when there is no memory for the digest. Its key is no secret: whoever reads the Redis may try
 /// guesses at an owner, not read one.
 std::optional<RedisKeys> keysOf(const RedisCache::Options& options) {
-  if (!options.owner) return RedisKeys{"{" + options.space + "}:"};
+  if (!options.owner) return RedisKeys{"{" + options.space + "}:" + form};
   const std::string digest = keyedDigest(options.space, *options.owner);
   if (digest.empty()) return std::nullopt;
-  return RedisKeys{"{" + options.space + ":" + hexDigits(digest) + "}:"};
+  return RedisKeys{"{" + options.space + ":" + hexDigits(digest) + "}:" + form};
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 
 namespace vellora::hostkit {
 
+class LeasingNetwork;
 class RedisStore;
 
 /// A `Cache` in a Redis, which several processes and machines share. The server must be of version 6.2 or
@@ -104,6 +105,8 @@ class VELLORA_EXPORT RedisCache final : public CorvaneSDK::Cache {
   bool clear();
 
  private:
+  friend class LeasingNetwork;  // shares the connection
+
   explicit RedisCache(std::shared_ptr<RedisStore> store);
 
   const std::shared_ptr<RedisStore> store_;

@@ -13,6 +13,12 @@ struct RedisKeys {
 
   [[nodiscard]] std::string blob(const std::string& key) const { return prefix + "blob:" + key; }
 
+  /// Who sends that request for all.
+  [[nodiscard]] std::string lease(const std::string& request) const { return prefix + "lease:" + request; }
+
+  /// What that request was answered with lately.
+  [[nodiscard]] std::string answer(const std::string& request) const { return prefix + "answer:" + request; }
+
   /// What tells that there is such a table.
   [[nodiscard]] std::string table(const std::string& tableKey) const { return prefix + "table:" + tableKey; }
 

@@ -24,6 +24,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
+using testing::StartsWith;
 
 class RedisCacheTest : public RedisFixture {
  protected:
@@ -64,6 +65,13 @@ TEST_F(RedisCacheTest, AnotherOwnerFindsNothing) {
     EXPECT_FALSE(other->load("key"));
     EXPECT_EQ(other->openTable("Rows"), nullptr);
   }
+}
+
+TEST_F(RedisCacheTest, EveryKeyBearsTheFormOfWhatIsStored) {
+  const auto cache = open();
+  ASSERT_TRUE(cache->save(blob("text"), "key"));
+  ASSERT_TRUE(emptyTable(*cache)->upsert(item("a", "1")));
+  EXPECT_THAT(server.keys(), Each(StartsWith("{vellora}:1:")));
 }
 
 TEST_F(RedisCacheTest, NoKeyNamesItsOwner) {

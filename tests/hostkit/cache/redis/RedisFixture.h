@@ -25,19 +25,19 @@ namespace vellora::hostkit::tests {
 /// Long enough for a machine that is busy with other things.
 constexpr std::chrono::minutes longTimeout{2};
 
-/// What a cache tells of its failures.
+/// What a cache tells of its failures. The observer may outlive this: a library's threads end late.
 class ToldFailures {
  public:
   [[nodiscard]] RedisCache::Observer observer() {
-    return [this](const RedisCacheFailure& failure) {
-      const std::lock_guard lock(mutex_);
-      failures_.push_back(failure);
+    return [state = state_](const RedisCacheFailure& failure) {
+      const std::lock_guard lock(state->mutex);
+      state->failures.push_back(failure);
     };
   }
 
   [[nodiscard]] std::vector<RedisCacheFailure> all() const {
-    const std::lock_guard lock(mutex_);
-    return failures_;
+    const std::lock_guard lock(state_->mutex);
+    return state_->failures;
   }
 
   [[nodiscard]] std::vector<RedisCacheError::Reason> reasons() const {
@@ -47,8 +47,12 @@ class ToldFailures {
   }
 
  private:
-  mutable std::mutex mutex_;
-  std::vector<RedisCacheFailure> failures_;
+  struct State {
+    std::mutex mutex;
+    std::vector<RedisCacheFailure> failures;
+  };
+
+  const std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 /// A test with a Redis of its own, whose cache's clock it sets.
