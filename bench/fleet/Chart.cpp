@@ -1,0 +1,158 @@
+#include "bench/fleet/Chart.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdio>
+#include <limits>
+
+#include "bench/fleet/Figure.h"
+
+namespace vellora::fleet {
+
+namespace {
+
+constexpr double width = 860;
+constexpr double height = 340;
+constexpr double left = 80;
+constexpr double right = 20;
+constexpr double top = 62;
+constexpr double bottom = 40;
+
+struct Look {
+  const char* colour;
+  const char* dashes;
+  double thickness;
+};
+
+/// From dark to light.
+constexpr std::array<Look, 4> looks{
+    {{"#111111", "none", 1.4}, {"#b03060", "7 3", 1.8}, {"#3f8fd0", "2 2", 1.8}, {"#e0b040", "none", 2.6}}};
+
+std::string number(double value) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.1f", value);
+  return text.data();
+}
+
+std::string text(double x, double y, const std::string& anchor, const std::string& words) {
+  return "<text x=\"" + number(x) + "\" y=\"" + number(y) + "\" text-anchor=\"" + anchor + "\">" + words +
+         "</text>\n";
+}
+
+std::string line(double x1, double y1, double x2, double y2) {
+  return "<line x1=\"" + number(x1) + "\" y1=\"" + number(y1) + "\" x2=\"" + number(x2) + "\" y2=\"" +
+         number(y2) + "\" stroke=\"#cccccc\"/>\n";
+}
+
+/// The least of 1, 2 and 5 times a power of ten that is no less than `value`.
+double roundedUp(double value) {
+  const double power = std::pow(10, std::floor(std::log10(std::max(value, 1e-9))));
+  for (const double step : {1.0, 2.0, 5.0})
+    if (step * power >= value * (1 - 1e-9)) return step * power;
+  return 10 * power;
+}
+
+/// Where values and hours stand in the picture.
+class Plane {
+ public:
+  explicit Plane(const Chart& chart) : chart_(chart) {
+    double most = 0;
+    double least = std::numeric_limits<double>::infinity();
+    for (const auto& curve : chart.curves) {
+      for (std::size_t minute = firstMinute(); minute < std::min(endMinute(), curve.minutes.size());
+           ++minute) {
+        most = std::max(most, curve.minutes[minute]);
+        if (curve.minutes[minute] > 0) least = std::min(least, curve.minutes[minute]);
+      }
+    }
+    const double steps = 5;
+    step_ = roundedUp(most / steps);
+    highest_ =
+        chart.isLogarithmic ? std::ceil(std::log10(std::max(most, 1e-9))) : step_ * std::ceil(most / step_);
+    lowest_ = chart.isLogarithmic ? std::floor(std::log10(std::min(least, std::max(most, 1e-9)))) : 0;
+    if (highest_ <= lowest_) highest_ = lowest_ + 1;
+  }
+
+  [[nodiscard]] std::size_t firstMinute() const { return static_cast<std::size_t>(chart_.fromHour * 60); }
+  [[nodiscard]] std::size_t endMinute() const { return static_cast<std::size_t>(chart_.toHour * 60); }
+
+  [[nodiscard]] double x(double hour) const {
+    return left + (hour - chart_.fromHour) / (chart_.toHour - chart_.fromHour) * (width - left - right);
+  }
+
+  [[nodiscard]] double y(double value) const {
+    const double at = chart_.isLogarithmic ? std::log10(std::max(value, 1e-12)) : value;
+    const double share = std::clamp((at - lowest_) / (highest_ - lowest_), 0.0, 1.0);
+    return height - bottom - share * (height - top - bottom);
+  }
+
+  [[nodiscard]] std::vector<double> levels() const {
+    std::vector<double> found;
+    const double by = chart_.isLogarithmic ? 1 : step_;
+    for (double at = lowest_; at <= highest_ + by / 2; at += by)
+      found.push_back(chart_.isLogarithmic ? std::pow(10, at) : at);
+    return found;
+  }
+
+ private:
+  const Chart& chart_;
+  double step_ = 1;
+  double lowest_ = 0;
+  double highest_ = 1;
+};
+
+std::string grid(const Chart& chart, const Plane& plane) {
+  std::string svg;
+  for (const double level : plane.levels())
+    svg += line(left, plane.y(level), width - right, plane.y(level)) +
+           text(left - 8, plane.y(level) + 4, "end", figure(level));
+  const double hours = chart.toHour - chart.fromHour;
+  const double by = hours > 12 ? 3 : hours > 4 ? 1 : 0.5;
+  for (double hour = chart.fromHour; hour <= chart.toHour; hour += by) {
+    std::array<char, 16> time{};
+    std::snprintf(time.data(), time.size(), "%d:%02d", static_cast<int>(hour),
+                  static_cast<int>(std::lround((hour - std::floor(hour)) * 60)));
+    svg += line(plane.x(hour), top, plane.x(hour), height - bottom) +
+           text(plane.x(hour), height - bottom + 18, "middle", time.data());
+  }
+  return svg;
+}
+
+std::string stroke(const Look& look) {
+  return std::string(" fill=\"none\" stroke=\"") + look.colour + "\" stroke-dasharray=\"" + look.dashes +
+         "\" stroke-width=\"" + number(look.thickness) + "\"/>\n";
+}
+
+std::string drawn(const Chart::Curve& curve, const Plane& plane, const Look& look) {
+  std::string points;
+  for (auto minute = plane.firstMinute(); minute < std::min(plane.endMinute(), curve.minutes.size());
+       ++minute)
+    points += number(plane.x((static_cast<double>(minute) + 0.5) / 60)) + "," +
+              number(plane.y(curve.minutes[minute])) + " ";
+  return "<polyline points=\"" + points + "\"" + stroke(look);
+}
+
+std::string legend(const Chart::Curve& curve, std::size_t place, const Look& look) {
+  const double x = left + static_cast<double>(place) * 190;
+  return "<path d=\"M" + number(x) + " 42h28\"" + stroke(look) + text(x + 34, 46, "start", curve.name);
+}
+
+}  // namespace
+
+std::string Chart::svg() const {
+  const Plane plane(*this);
+  std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + number(width) + " " +
+                    number(height) + "\" font-family=\"sans-serif\" font-size=\"12\" role=\"img\">\n<title>" +
+                    title + "</title>\n<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
+  svg += "<g fill=\"#222222\">\n" + text(left, 22, "start", title + ", " + unit) + grid(*this, plane);
+  for (std::size_t i = 0; i < std::min(curves.size(), looks.size()); ++i)
+    svg += legend(curves[i], i, looks.at(i));
+  svg += "</g>\n";
+  for (std::size_t i = 0; i < std::min(curves.size(), looks.size()); ++i)
+    svg += drawn(curves[i], plane, looks.at(i));
+  return svg + "</svg>\n";
+}
+
+}  // namespace vellora::fleet
