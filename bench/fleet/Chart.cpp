@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
-#include <limits>
 
 #include "bench/fleet/Figure.h"
 
@@ -19,6 +18,7 @@ constexpr double left = 80;
 constexpr double right = 20;
 constexpr double top = 62;
 constexpr double bottom = 40;
+constexpr double fewestLines = 3;
 
 struct Look {
   const char* colour;
@@ -48,7 +48,7 @@ std::string line(double x1, double y1, double x2, double y2) {
 
 /// The least of 1, 2 and 5 times a power of ten that is no less than `value`.
 double roundedUp(double value) {
-  const double power = std::pow(10, std::floor(std::log10(std::max(value, 1e-9))));
+  const double power = std::pow(10, std::floor(std::log10(value)));
   for (const double step : {1.0, 2.0, 5.0})
     if (step * power >= value * (1 - 1e-9)) return step * power;
   return 10 * power;
@@ -58,21 +58,16 @@ double roundedUp(double value) {
 class Plane {
  public:
   explicit Plane(const Chart& chart) : chart_(chart) {
-    double most = 0;
-    double least = std::numeric_limits<double>::infinity();
-    for (const auto& curve : chart.curves) {
-      for (std::size_t minute = firstMinute(); minute < std::min(endMinute(), curve.minutes.size());
-           ++minute) {
-        most = std::max(most, curve.minutes[minute]);
-        if (curve.minutes[minute] > 0) least = std::min(least, curve.minutes[minute]);
-      }
+    const auto values = shownValues();
+    const double most = values.empty() ? 1 : *std::max_element(values.begin(), values.end());
+    const double least = values.empty() ? 1 : *std::min_element(values.begin(), values.end());
+    if (chart.isLogarithmic) {
+      lowest_ = std::floor(std::log10(least));
+      highest_ = std::max(std::ceil(std::log10(most)), lowest_ + 1);
+    } else {
+      step_ = roundedUp(most / fewestLines);
+      highest_ = step_ * std::ceil(most / step_ * (1 - 1e-9));
     }
-    const double steps = 5;
-    step_ = roundedUp(most / steps);
-    highest_ =
-        chart.isLogarithmic ? std::ceil(std::log10(std::max(most, 1e-9))) : step_ * std::ceil(most / step_);
-    lowest_ = chart.isLogarithmic ? std::floor(std::log10(std::min(least, std::max(most, 1e-9)))) : 0;
-    if (highest_ <= lowest_) highest_ = lowest_ + 1;
   }
 
   [[nodiscard]] std::size_t firstMinute() const { return static_cast<std::size_t>(chart_.fromHour * 60); }
@@ -97,6 +92,16 @@ class Plane {
   }
 
  private:
+  /// Those of the hours that are shown, without zeros.
+  [[nodiscard]] std::vector<double> shownValues() const {
+    std::vector<double> values;
+    for (const auto& curve : chart_.curves) {
+      for (auto minute = firstMinute(); minute < std::min(endMinute(), curve.minutes.size()); ++minute)
+        if (curve.minutes[minute] > 0) values.push_back(curve.minutes[minute]);
+    }
+    return values;
+  }
+
   const Chart& chart_;
   double step_ = 1;
   double lowest_ = 0;
@@ -109,7 +114,7 @@ std::string grid(const Chart& chart, const Plane& plane) {
     svg += line(left, plane.y(level), width - right, plane.y(level)) +
            text(left - 8, plane.y(level) + 4, "end", figure(level));
   const double hours = chart.toHour - chart.fromHour;
-  const double by = hours > 12 ? 3 : hours > 4 ? 1 : 0.5;
+  const double by = hours > 12 ? 3 : hours > 4 ? 1 : hours > 1 ? 0.5 : 0.25;
   for (double hour = chart.fromHour; hour <= chart.toHour; hour += by) {
     std::array<char, 16> time{};
     std::snprintf(time.data(), time.size(), "%d:%02d", static_cast<int>(hour),

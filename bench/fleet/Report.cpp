@@ -34,17 +34,6 @@ std::string head(const std::vector<std::string>& cells) {
   return row(cells) + row(std::vector<std::string>(cells.size(), "---"));
 }
 
-std::string costTable(const Costs& costs) {
-  const auto cells = [](const std::string& name, const Cost& cost) {
-    return row(
-        {name, figure(cost.requestBytes), figure(cost.answerBytes), figure(cost.processor * 1e6) + " µs"});
-  };
-  return head({"a request that is answered with", "its bytes", "bytes of the answer", "processor time"}) +
-         cells("the object types", costs.lists[0]) + cells("the themes", costs.lists[1]) +
-         cells("that the object types have not changed", costs.unchanged[0]) +
-         cells("that the themes have not changed", costs.unchanged[1]) + cells("a refusal", costs.refused);
-}
-
 std::string sizeTable(Study& study) {
   std::string table = head({"apps", "day", "requests per second", "bytes per second", "processors"});
   for (const double apps : sizes) {
@@ -68,22 +57,6 @@ std::string mannersTable(Study& study) {
                       figure(outcome.mostBytes()), figure(outcome.mostProcessor()),
                       figure(outcome.allRequests), figure(outcome.allBytes)});
       }
-    }
-  }
-  return table;
-}
-
-/// Besides: how many processors the refusals would take if the server made them itself.
-std::string limitTable(Study& study) {
-  std::string table = head({"day", "manners", "requests per second", "refused of the day",
-                            "minutes until nobody is refused", "processors for the refusals"});
-  for (const auto course : {Course::release, Course::outage}) {
-    const double from = course == Course::release ? Study::releaseAt : Study::outage.to;
-    for (const auto& manners : Study::allManners()) {
-      const auto& outcome = study.outcome({.course = course, .manners = manners, .isLimited = true});
-      table += row({nameOf(course), manners, figure(outcome.mostRequests()), figure(outcome.allRefused),
-                    figure(outcome.minutesOfRefusalFrom(from)),
-                    figure(outcome.mostRefused() * study.costs().refused.processor)});
     }
   }
   return table;
@@ -179,15 +152,41 @@ Chart returnChart(Study& study) {
     return Chart::Curve{
         name, study.outcome({.course = Course::outage, .manners = manners, .isLimited = true}).refused};
   };
-  return {.title = "Refusals by a server with half as much again as a morning needs, after an outage",
+  return {.title = "Refusals by a server with half as much again as a morning needs, outage until 12:00",
           .unit = "per second",
-          .fromHour = 11,
-          .toHour = 14,
+          .fromHour = 11.75,
+          .toHour = 12.25,
           .curves = {curve("no manners", "none"), curve("Retry-After of 60 s", "Retry-After"),
                      curve("backing off", "backing off"), curve("all four", "all four")}};
 }
 
 }  // namespace
+
+std::string costTable(const Costs& costs) {
+  const auto cells = [](const std::string& name, const Cost& cost) {
+    return row(
+        {name, figure(cost.requestBytes), figure(cost.answerBytes), figure(cost.processor * 1e6) + " µs"});
+  };
+  return head({"a request that is answered with", "its bytes", "bytes of the answer", "processor time"}) +
+         cells("the object types", costs.lists[0]) + cells("the themes", costs.lists[1]) +
+         cells("that the object types have not changed", costs.unchanged[0]) +
+         cells("that the themes have not changed", costs.unchanged[1]) + cells("a refusal", costs.refused);
+}
+
+std::string limitTable(Study& study) {
+  std::string table = head({"day", "manners", "requests per second", "refused of the day",
+                            "minutes until nobody is refused", "processors for the refusals"});
+  for (const auto course : {Course::release, Course::outage}) {
+    const double from = course == Course::release ? Study::releaseAt : Study::outage.to;
+    for (const auto& manners : Study::allManners()) {
+      const auto& outcome = study.outcome({.course = course, .manners = manners, .isLimited = true});
+      table += row({nameOf(course), manners, figure(outcome.mostRequests()), figure(outcome.allRefused),
+                    figure(outcome.minutesOfRefusalFrom(from)),
+                    figure(outcome.mostRefused() * study.costs().refused.processor)});
+    }
+  }
+  return table;
+}
 
 std::string tables(Study& study) {
   return "### One request\n\n" + costTable(study.costs()) +

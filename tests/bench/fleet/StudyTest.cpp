@@ -9,8 +9,9 @@ namespace {
 
 using Course = Study::Course;
 
-constexpr Cost listCost{100, 1000, 0.01};
-const Costs studyCosts{{listCost, listCost}, {Cost{100, 10, 0.001}, Cost{100, 10, 0.001}}, {100, 20, 0.001}};
+constexpr Cost studyCost{100, 1000, 0.01};
+const Costs studyCosts{
+    {studyCost, studyCost}, {Cost{100, 10, 0.001}, Cost{100, 10, 0.001}}, {100, 20, 0.001}};
 
 TEST(StudyTest, SimulatesADayOnce) {
   std::ostringstream progress;
