@@ -6,6 +6,7 @@
 #include "hostkit/cache/redis/RedisBlobs.h"
 #include "hostkit/cache/redis/RedisCacheTable.h"
 #include "hostkit/cache/redis/RedisClearing.h"
+#include "hostkit/cache/redis/RedisInventory.h"
 #include "hostkit/cache/redis/RedisKeys.h"
 #include "hostkit/cache/redis/RedisStore.h"
 #include "hostkit/cache/redis/RedisTables.h"
@@ -81,6 +82,10 @@ std::shared_ptr<CorvaneSDK::CacheTable> RedisCache::createTable(const CorvaneSDK
 
 bool RedisCache::clear() {
   return redisClearing::clear(*store_);
+}
+
+std::optional<RedisCacheContents> RedisCache::contents() {
+  return redisInventory::read(*store_);
 }
 
 }  // namespace vellora::hostkit

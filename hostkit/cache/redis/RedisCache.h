@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "hostkit/cache/redis/RedisCacheContents.h"
 #include "hostkit/cache/redis/RedisCacheError.h"
 #include "hostkit/cache/redis/RedisCacheFailure.h"
 #include "vellora/Host/Cache.h"
@@ -103,6 +104,11 @@ class VELLORA_EXPORT RedisCache final : public CorvaneSDK::Cache {
   /// many calls as the Redis has keys by the thousand, those of others included. What another process writes
   /// meanwhile may stay.
   bool clear();
+
+  /// All that the owner's cache holds, also what is damaged or too old; no value when it cannot be read.
+  /// Takes a call for each blob, two for each table, and as many as `clear`. What is written meanwhile may be
+  /// in it or not.
+  [[nodiscard]] std::optional<RedisCacheContents> contents();
 
  private:
   friend class LeasingNetwork;  // shares the connection

@@ -104,6 +104,18 @@ std::optional<StoredRows> read(RedisStore& store, const std::string& tableKey, c
   return rows;
 }
 
+std::optional<std::vector<Found>> readAll(RedisStore& store, const std::string& tableKey) {
+  auto reply = store.ask(finding(redisScripts::read, store.keys(), tableKey, nullptr), Access::reading);
+  if (!reply) return std::nullopt;
+  std::vector<Found> rows;
+  for (RedisReply& row : reply->items) {
+    if (row.items.empty()) continue;
+    std::string dataKey = row.items[Part::dataKey].text;
+    rows.push_back({std::move(dataKey), verifiedRow(std::move(row), tableKey)});
+  }
+  return rows;
+}
+
 std::optional<std::vector<Head>> readHeads(RedisStore& store, const std::string& tableKey,
                                            const RowFilter& filter) {
   const auto reply =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,7 +31,16 @@ struct Head {
 [[nodiscard]] std::optional<StoredRows> read(RedisStore& store, const std::string& tableKey,
                                              const CorvaneSDK::RowFilter* filter);
 
-/// The heads of the same rows, and of those that expired or are damaged.
+/// A row, be it damaged.
+struct Found {
+  std::string dataKey;
+  std::shared_ptr<const StoredRow> stored;  ///< null when it is damaged
+};
+
+/// Every row, the one that was written first comes first. Absent when they cannot be read.
+[[nodiscard]] std::optional<std::vector<Found>> readAll(RedisStore& store, const std::string& tableKey);
+
+/// The heads of the rows that may match `filter`, and of those that expired or are damaged.
 [[nodiscard]] std::optional<std::vector<Head>> readHeads(RedisStore& store, const std::string& tableKey,
                                                          const CorvaneSDK::RowFilter& filter);
 

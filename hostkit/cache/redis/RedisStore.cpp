@@ -15,12 +15,6 @@ using Reason = RedisCacheError::Reason;
 
 constexpr std::size_t longestDetail = 200;
 
-/// The error that `reply` tells, if it does.
-std::optional<RedisCacheError> errorIn(const RedisReply& reply, const std::string& server) {
-  if (reply.kind != RedisReply::Kind::error) return std::nullopt;
-  return RedisCacheError{redisErrors::reasonFor(reply.text), server, reply.text.substr(0, longestDetail)};
-}
-
 }  // namespace
 
 std::optional<RedisReply> RedisStore::ask(const RedisCommand& command, Access access) {
@@ -79,7 +73,7 @@ Result<RedisReply> RedisStore::askOnce(const RedisCommand& command, Deadline dea
     // A server closes connections that are idle, and all of them when it starts anew.
     return isKept && connection->wasClosed() ? askOnce(command, deadline) : reply;
   }
-  if (auto error = errorIn(reply.value(), setting_.address.text)) {
+  if (auto error = errorIn(reply.value())) {
     if (redisErrors::endsTheConnection(error->reason)) connection_.reset();
     return Error(*std::move(error));
   }
@@ -94,6 +88,15 @@ std::optional<Error> RedisStore::connect(Deadline deadline) {
   return std::nullopt;
 }
 
+/// The error that `reply` tells, if it does. A server may repeat what it was sent: the password stays out.
+std::optional<RedisCacheError> RedisStore::errorIn(const RedisReply& reply) const {
+  if (reply.kind != RedisReply::Kind::error) return std::nullopt;
+  const std::string& password = setting_.password;
+  const bool repeatsPassword = !password.empty() && reply.text.find(password) != std::string::npos;
+  return RedisCacheError{redisErrors::reasonFor(reply.text), setting_.address.text,
+                         repeatsPassword ? std::string() : reply.text.substr(0, longestDetail)};
+}
+
 std::optional<Error> RedisStore::introduce(RedisConnection& connection, Deadline deadline) const {
   std::vector<RedisCommand> commands;
   if (!setting_.password.empty()) {
@@ -106,7 +109,7 @@ std::optional<Error> RedisStore::introduce(RedisConnection& connection, Deadline
   for (const RedisCommand& command : commands) {
     const auto reply = connection.ask(command, deadline);
     if (!reply) return reply.error();
-    if (auto error = errorIn(reply.value(), setting_.address.text)) return *std::move(error);
+    if (auto error = errorIn(reply.value())) return *std::move(error);
   }
   return std::nullopt;
 }

@@ -10,6 +10,7 @@
 
 #include "hostkit/cache/redis/ReconnectPause.h"
 #include "hostkit/cache/redis/RedisAddress.h"
+#include "hostkit/cache/redis/RedisCacheError.h"
 #include "hostkit/cache/redis/RedisCacheFailure.h"
 #include "hostkit/cache/redis/RedisConnection.h"
 #include "hostkit/cache/redis/RedisKeys.h"
@@ -65,6 +66,7 @@ class RedisStore {
   [[nodiscard]] Result<RedisReply> askInTurn(const RedisCommand& command, Deadline deadline);
   [[nodiscard]] Result<RedisReply> askOnce(const RedisCommand& command, Deadline deadline);
   [[nodiscard]] std::optional<Error> connect(Deadline deadline);
+  [[nodiscard]] std::optional<RedisCacheError> errorIn(const RedisReply& reply) const;
   [[nodiscard]] std::optional<Error> introduce(RedisConnection& connection, Deadline deadline) const;
 
   Setting setting_;                              // the pause in turn only; else constant

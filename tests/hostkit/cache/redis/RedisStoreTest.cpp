@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+#include "hostkit/cache/redis/RedisAddress.h"
+#include "testkit/ScriptedServer.h"
 #include "tests/hostkit/cache/redis/RedisFixture.h"
 
 namespace vellora::hostkit::tests {
@@ -134,6 +136,19 @@ TEST_F(RedisStoreTest, AWrongPasswordIsRefusedAndNotTold) {
   EXPECT_EQ(pinged(store), "nothing");
   ASSERT_THAT(told.reasons(), ElementsAre(Reason::refused));
   EXPECT_THAT(told.all().front().error.localizedDescription(), Not(HasSubstr("sesame")));
+}
+
+TEST_F(RedisStoreTest, APasswordThatTheServerRepeatsIsNotTold) {
+  testkit::ScriptedServer echoing;
+  echoing.reply({"-WRONGPASS nobody has open sesame\r\n"});
+  auto known = setting();
+  known.address = *RedisAddress::parsed("redis://" + echoing.hostAndPort());
+  known.user = "reader\r\n\r\n";  // the scripted server answers an empty line
+  known.password = "open sesame";
+  RedisStore store(std::move(known));
+  EXPECT_EQ(pinged(store), "nothing");
+  ASSERT_THAT(told.reasons(), ElementsAre(Reason::refused));
+  EXPECT_EQ(told.all().front().error.detail, "");
 }
 
 TEST_F(RedisStoreTest, WithoutAPasswordItIsRefusedWhereOneIsWanted) {
