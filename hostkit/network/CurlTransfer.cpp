@@ -215,7 +215,8 @@ void CurlTransfer::settleWithStatus() {
 void CurlTransfer::settleWithAnswer() {
   received_ = body_.received();
   answer_ = body_.release();
-  revalidation_.note(response_.statusCode, head_, body_.releaseAsItCame(answer_));
+  const bool isKept = revalidation_.mayKeep(response_.statusCode, head_) && isWhole(answer_, head_);
+  revalidation_.note(response_.statusCode, head_, isKept ? body_.releaseAsItCame(answer_) : std::nullopt);
   settleWithResponse();
 }
 

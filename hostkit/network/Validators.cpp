@@ -8,6 +8,8 @@
 #include <ctime>
 #include <string_view>
 
+#include "vellora/Platform/Json/Json.h"
+#include "vellora/Platform/Json/JsonDocument.h"
 #include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::hostkit {
@@ -86,6 +88,13 @@ bool isAbout(const Meta& validators, const ResponseHead& notModified) {
   if (tag != validators.end()) return !isOther(notModified.value(tagName), tag->second);
   const auto date = validators.find(dateName);
   return date != validators.end() && !isOther(notModified.value(dateName), date->second);
+}
+
+bool isWhole(const Data& body, const ResponseHead& head) {
+  if (!holdsWord(head.value("content-type"), "json")) return true;
+  const bool isJson = !json::Document().parse(body);
+  json::releaseParser();
+  return isJson;
 }
 
 bool hasOwnCondition(const std::vector<std::string>& headerLines) {

@@ -7,6 +7,7 @@
 
 #include "hostkit/network/ResponseHead.h"
 #include "vellora/Host/Row.h"
+#include "vellora/Platform/Values/Data.h"
 
 namespace vellora::hostkit {
 
@@ -27,6 +28,10 @@ inline constexpr std::size_t longestTag = 1024;  ///< bytes
 /// Whether the head of a 304 is about the body of these headers. One that names another tag, or another date,
 /// is not.
 [[nodiscard]] bool isAbout(const CorvaneSDK::Meta& validators, const ResponseHead& notModified);
+
+/// Whether `body`, unpacked, is all that the head says: JSON from its beginning to its end, where it says
+/// JSON. A body whose length nobody has announced may have been cut off.
+[[nodiscard]] bool isWhole(const Data& body, const ResponseHead& head);
 
 /// Whether the request asks with a condition of its own, for a part of the body, or past every cache.
 [[nodiscard]] bool hasOwnCondition(const std::vector<std::string>& headerLines);

@@ -67,12 +67,18 @@ class Round {
     int completions = 0;  // under mutex_
   };
 
-  // Every fourth request goes out twice, and may share the other one's answer.
+  /// What the request of that number asks for. Every fourth asks for what the one before does, and may share
+  /// its answer. Every fourth asks again for what was answered before, with a condition where that is kept.
+  static std::size_t targetOf(std::size_t number) {
+    if (number % underWay == 1) return number - 1;
+    return number % underWay == 2 ? number - number % (2 * underWay) + 2 : number;
+  }
+
   void sendShare(std::size_t thread, std::size_t count) {
     std::vector<std::shared_ptr<Sent>> pending;
     for (std::size_t number = 0; number < count; ++number) {
-      const std::size_t shared = number % underWay == 1 ? number - 1 : number;
-      pending.push_back(send("/services/" + std::to_string(thread) + "?n=" + std::to_string(shared)));
+      const std::string target = std::to_string(thread) + "?n=" + std::to_string(targetOf(number));
+      pending.push_back(send("/services/" + target));
       if (pending.size() < underWay) continue;
       for (const auto& each : pending) judge(*each);
       pending.clear();

@@ -93,6 +93,16 @@ TEST(ValidatorsTest, ANotModifiedIsAboutTheBodyUnlessItNamesAnother) {
   EXPECT_FALSE(isAbout({}, headOf({})));
 }
 
+TEST(ValidatorsTest, ABodyThatIsSaidToBeJsonIsWholeWhenItIs) {
+  const auto ofJson = headOf({"Content-Type: Application/JSON;charset=UTF-8"});
+  EXPECT_TRUE(isWhole(Data(std::string("{\"themeItems\":[]}")), ofJson));
+  for (const std::string cut : {"", "{\"themeItems\":[", "<html>"}) {
+    EXPECT_FALSE(isWhole(Data(cut), ofJson)) << cut;
+    EXPECT_TRUE(isWhole(Data(cut), headOf({"Content-Type: text/html"}))) << cut;
+    EXPECT_TRUE(isWhole(Data(cut), headOf({}))) << cut;
+  }
+}
+
 TEST(ValidatorsTest, KnowsARequestThatHasAConditionOfItsOwn) {
   for (const std::string& line : Lines{"If-None-Match: \"a\"", "if-modified-since: " + date, "IF-MATCH: *",
                                        "Range: bytes=0-1", "Cache-Control: no-cache", "Pragma;"}) {
