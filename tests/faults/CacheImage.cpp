@@ -17,7 +17,7 @@ class CacheImage::RecorderTable final : public testkit::ForwardingCacheTable {
       : ForwardingCacheTable(std::move(next)), written_(std::move(written)), key_(std::move(key)) {}
 
   bool upsert(const CacheEntry& entry) override {
-    written_->rowsByTable[key_].insert_or_assign(entry.meta, entry.data);
+    written_->rowsByTable[key_].insert_or_assign(entry.meta, entry);
     return next().upsert(entry);
   }
 
@@ -65,7 +65,7 @@ std::shared_ptr<CorvaneSDK::Cache> CacheImage::copy() const {
   for (const auto& [key, data] : written_->blobs) cache->save(data, key);
   for (const auto& [key, rows] : written_->rowsByTable) {
     const auto table = cache->createTable(Table::emptyWithKey(key, Table::MaxAge::sevenDays));
-    for (const auto& [meta, data] : rows) table->upsert({data, meta, std::nullopt});
+    for (const auto& [meta, entry] : rows) table->upsert(entry);
   }
   return cache;
 }
@@ -76,8 +76,8 @@ std::optional<Data> CacheImage::anothers(const testkit::HostCall& call) const {
     records = written_->blobs;
   } else {
     for (const auto& [key, rows] : written_->rowsByTable) {
-      for (const auto& [meta, data] : rows) {
-        records.insert_or_assign(testkit::HostCall{call.operation, key, meta}.target(), data);
+      for (const auto& [meta, entry] : rows) {
+        records.insert_or_assign(testkit::HostCall{call.operation, key, meta}.target(), entry.data);
       }
     }
   }

@@ -31,8 +31,8 @@ class CacheImage {
   class RecorderTable;
 
   struct Written {
-    std::map<std::string, Data> blobs;                                    // by key
-    std::map<std::string, std::map<CorvaneSDK::Meta, Data>> rowsByTable;  // by table's key
+    std::map<std::string, Data> blobs;                                                      // by key
+    std::map<std::string, std::map<CorvaneSDK::Meta, CorvaneSDK::CacheEntry>> rowsByTable;  // by table's key
   };
 
   std::shared_ptr<Written> written_ = std::make_shared<Written>();

@@ -42,6 +42,10 @@ constexpr Renaming renamings[] = {
     {.begin = "OPS_SObjectsCacheTable cacheEntryType=keyPrefix", .name = "prefix rows"},
     {.begin = "OPS_SObjectsCacheTable cacheEntryType=listView id=", .name = "list view ", .keepsRest = true},
     {.begin = "OPS_SObjectsCacheTable cacheEntryType=listView", .name = "list view rows"},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=keptBodyKey", .name = "key of bodies"},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=keptBody request=", .name = "kept body"},
+    {.begin = "OPS_SObjectsCacheTable bytes=", .name = "kept body"},
+    {.begin = "OPS_SObjectsCacheTable cacheEntryType=keptBody", .name = "kept bodies"},
     {.begin = "OPS_SObjectsCacheTable", .name = "type table"},
 };
 

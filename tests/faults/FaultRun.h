@@ -27,8 +27,9 @@ struct Operation {
   /// Makes the service on the host of the run, if there is none yet, and asks it; what it answers goes to the
   /// run's `deliver`.
   std::function<Service(FaultRun& run, const Service& service)> ask;
-  bool runsHostQueue = false;  ///< what runs there belongs to it: the prefetch, the answers of a catalogue
-  bool isQuestion = false;     ///< of a catalogue: it is answered once, whatever the host does
+  bool runsHostQueue = false;   ///< what runs there belongs to it: the prefetch, the answers of a catalogue
+  bool isQuestion = false;      ///< of a catalogue: it is answered once, whatever the host does
+  bool leavesToItself = false;  ///< leaves in a warm cache what no other operation does
 };
 
 /// One run of an operation on one thread, with a host of its own. Nothing happens but what it is told to do.

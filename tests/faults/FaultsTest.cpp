@@ -91,6 +91,7 @@ std::string rightAnswer(const std::string& operation, const std::string& state) 
       {"searchColumns", "Account = Account, Contact = Contact"},
       {"headlines", "Account = Account with Owner.Name, Contact = Contact with Owner.Name"},
       {"refresh", ""},
+      {"list on condition", "Account = Account, Contact = Contact, ListView = ListView"},
   };
   // The service alone does not load the types, by whose prefixes ids are known.
   return operation == "sObjectsForIds" && state == "cold" ? "" : answers.at(operation);

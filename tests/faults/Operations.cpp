@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tests/faults/CatalogOperations.h"
+#include "tests/faults/ConditionalOperation.h"
 #include "vellora/DataServices/CompactLayoutDataService.h"
 #include "vellora/DataServices/LayoutDataService.h"
 #include "vellora/DataServices/SObjectsDataService.h"
@@ -233,6 +234,7 @@ const std::vector<Operation>& operations() {
     auto every = facadeOperations();
     for (auto& operation : serviceOperations()) every.push_back(std::move(operation));
     for (auto& operation : catalogOperations()) every.push_back(std::move(operation));
+    every.push_back(conditionalOperation());
     return every;
   }();
   return all;

@@ -6,7 +6,8 @@
 
 namespace vellora::faults {
 
-/// Every lookup and load of the façade and the four data services, and every question of a catalogue. Those
+/// Every lookup and load of the façade and the four data services, every question of a catalogue, and a
+/// request of the ready-made network that keeps bodies. Those
 /// of the façade construct it; only `prefetch` and `ids` run its prefetch.
 [[nodiscard]] const std::vector<Operation>& operations();
 

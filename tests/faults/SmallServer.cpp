@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::array<std::string_view, 2> types = {"Account", "Contact"};
 
+constexpr const char* tag = "\"1\"";
+
 constexpr std::string_view sObjects =
     R"({"sobjects":[)"
     R"({"name":"Account","keyPrefix":"001","label":"Company","labelPlural":"Companies","createable":true},)"
@@ -79,7 +81,17 @@ bool SmallServer::answerNext() {
   if (waiting_.empty()) return false;
   const auto [request, completion] = std::move(waiting_.front());
   waiting_.pop_front();
-  completion(answerOf(request), std::nullopt, std::nullopt);
+  const auto body = answerOf(request);
+  if (!body) {
+    completion(std::nullopt, std::nullopt, std::nullopt);
+  } else if (request.base().headers.contains("If-None-Match")) {  // nothing ever changes here
+    completion(Data(), std::nullopt, URLResponse{request.base().url.absoluteString(), 304, {{"etag", tag}}});
+  } else {
+    completion(
+        body, std::nullopt,
+        URLResponse{
+            request.base().url.absoluteString(), 200, {{"etag", tag}, {"content-type", "application/json"}}});
+  }
   return true;
 }
 

@@ -26,7 +26,8 @@ const std::vector<std::string>& Trials::states() {
 }
 
 Trials::Trials(const Operation& operation, const std::string& state) : operation_(operation) {
-  const std::vector<std::string> everything = {"ids", "names", "search layouts", "compact layouts"};
+  std::vector<std::string> everything = {"ids", "names", "search layouts", "compact layouts"};
+  if (operation.leavesToItself) everything.push_back(operation.name);
   const auto fill = [&](CacheImage& image, const std::vector<std::string>& names) {
     const auto cache = image.recorder();
     for (const auto& name : names) FaultRun(queues_, cache).perform(operationNamed(name));
