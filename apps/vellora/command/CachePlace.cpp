@@ -9,19 +9,15 @@
 
 namespace vellora::command {
 
-namespace {
+bool isPlacedByToken(const Arguments& arguments) {
+  return arguments.account.empty();
+}
 
 std::string ownerOf(const Arguments& arguments, const std::optional<std::string>& token) {
   std::string server = arguments.server;
   while (server.ends_with('/')) server.pop_back();
   if (!isPlacedByToken(arguments)) return server + "\nname " + arguments.account;
   return server + (token ? "\ntoken " + *token : "\nno token");
-}
-
-}  // namespace
-
-bool isPlacedByToken(const Arguments& arguments) {
-  return arguments.account.empty();
 }
 
 std::variant<CachePlace, Problem> cachePlace(const Arguments& arguments,

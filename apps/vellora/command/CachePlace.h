@@ -20,6 +20,9 @@ struct CachePlace {
 /// is renewed, and its account stays the same: the cache is found without it.
 [[nodiscard]] bool isPlacedByToken(const Arguments& arguments);
 
+/// Tells whose a cache of those arguments and that token is; not to be shown or kept.
+[[nodiscard]] std::string ownerOf(const Arguments& arguments, const std::optional<std::string>& token);
+
 /// The cache of the arguments' server, and of that token or of their account: the file that the arguments
 /// name, else one of its own in the user's cache folder.
 [[nodiscard]] std::variant<CachePlace, Problem> cachePlace(const Arguments& arguments,

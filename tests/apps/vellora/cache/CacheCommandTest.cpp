@@ -134,6 +134,19 @@ TEST_F(CacheCommandTest, VerifyTellsADamagedEntryWhichPurgeThenDeletes) {
   EXPECT_EQ(cache({"verify"}).exitCode, 0);
 }
 
+TEST_F(CacheCommandTest, KeptBodiesAreListedAndPurgedAndNeverExported) {
+  const auto listed = cache({"ls"}).out;
+  EXPECT_THAT(listed, ContainsRegex("\nkept-body/[0-9a-f]{12} +[0-9.]+ kB +[0-9]+ s +kept\n"));
+  EXPECT_THAT(listed, ContainsRegex("\nkept-body-key +32 B +[0-9]+ s +kept\n"));
+  EXPECT_THAT(cache({"export"}).out, Not(HasSubstr("keptBody")));
+  EXPECT_EQ(cache({"purge", "kept-body-key"}).out, "deleted 1 entry\n");
+  const auto body = listed.substr(listed.find("kept-body/"), std::string("kept-body/0123456789ab").size());
+  EXPECT_THAT(cache({"show", body}).out, AllOf(HasSubstr("etag"), HasSubstr("\"name\":\"Account\"")));
+  EXPECT_EQ(cache({"purge", body}).out, "deleted 1 entry\n");
+  EXPECT_THAT(cache({"ls"}).out, AllOf(Not(HasSubstr(body)), Not(HasSubstr("kept-body-key"))));
+  EXPECT_EQ(cache({"verify"}).exitCode, 0);
+}
+
 TEST_F(CacheCommandTest, PurgeDeletesWhatItIsTold) {
   EXPECT_EQ(cache({"purge", "--expired"}).out, "deleted 0 entries\n");
   const auto some =

@@ -33,6 +33,16 @@ TEST(EntryNameTest, EachKindOfEntryHasANameThatAPersonCanType) {
   EXPECT_EQ(shortName("OPS_CompactLayoutNames"), "compact-layout-names");
 }
 
+TEST(EntryNameTest, AKeptBodyIsNamedByTheFirstDigitsOfItsRequest) {
+  EXPECT_EQ(shortName("OPS_SObjectsCacheTable/bytes=17,cacheEntryType=keptBody,request=0123456789abcdef0123"),
+            "kept-body/0123456789ab");
+  EXPECT_EQ(shortName("OPS_SObjectsCacheTable/cacheEntryType=keptBodyKey"), "kept-body-key");
+  for (const char* const other : {"OPS_ThemesCacheTable/bytes=17,cacheEntryType=keptBody,request=01",
+                                  "OPS_SObjectsCacheTable/bytes=17,cacheEntryType=mine,request=01"}) {
+    EXPECT_EQ(shortName(other), other);
+  }
+}
+
 TEST(EntryNameTest, WhatTheLibraryDidNotWriteKeepsItsName) {
   for (const char* const name : {"mine", "OPS_Layout_", "OPS_SObjectsCacheTable/1", ""})
     EXPECT_EQ(shortName(name), name);

@@ -74,6 +74,24 @@ TEST_F(WatchCommandTest, JsonIsALineForEachTypeOrLayout) {
           "\n"));
 }
 
+TEST_F(WatchCommandTest, ASecondRunTakesAHundredthOfTheBytesWhereNothingHasChanged) {
+  server = RecordsServer::start(DataSet::generated(2000)).value();
+  const auto bytesOfARun = [&] {
+    const auto before = server->bytesSent();
+    const auto ended = run({"watch", "--times", "1"});
+    EXPECT_EQ(ended.exitCode, 0) << ended.err;
+    EXPECT_EQ(ended.out, "");
+    return server->bytesSent() - before;
+  };
+  const auto first = bytesOfARun();
+  const auto second = bytesOfARun();
+  EXPECT_GT(first, 3'000'000U);
+  EXPECT_GT(second, 0U);
+  EXPECT_LT(second * 100, first) << second << " bytes of " << first;
+  RecordProperty("bytes_of_a_first_run", std::to_string(first));
+  RecordProperty("bytes_of_a_second_run", std::to_string(second));
+}
+
 TEST_F(WatchCommandTest, ItEndsAfterSoManyRefreshes) {
   const auto ended = run({"watch", "--times", "3", "--interval", "0"});
   EXPECT_EQ(ended.exitCode, 0) << ended.err;

@@ -6,9 +6,13 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "hostkit/cache/memory/MemoryCache.h"
+#include "testkit/ScriptedServer.h"
 #include "tests/apps/vellora/CommandFixture.h"
+#include "tests/support/NetworkAnswer.h"
+#include "tests/support/Requests.h"
 
 namespace vellora::command {
 namespace {
@@ -54,6 +58,39 @@ TEST_F(SessionTest, ACacheThatIsGivenTakesThePlaceOfTheArgumentsOwn) {
   const auto cache = std::make_shared<hostkit::MemoryCache>();
   EXPECT_EQ(std::get<0>(Session::open(arguments, cache))->api().cache, cache);
   EXPECT_FALSE(std::filesystem::exists(cacheFile));
+}
+
+TEST_F(SessionTest, AnAddressThatCannotBeUsedLeavesNoCacheBehind) {
+  Arguments arguments;
+  arguments.server = "ftp://records.example";
+  arguments.cacheFile = cacheFile;
+  EXPECT_EQ(std::get<1>(Session::open(arguments)).exit, ExitCode::usage);
+  EXPECT_FALSE(std::filesystem::exists(cacheFile));
+}
+
+TEST_F(SessionTest, ALookupAsksOnlyForWhatHasChangedSinceTheRunBefore) {
+  const auto bytesOf = [&](const std::vector<std::string>& arguments) {
+    const auto before = server->bytesSent();
+    EXPECT_EQ(run(arguments).exitCode, 0);
+    return server->bytesSent() - before;
+  };
+  const auto first = bytesOf({"names", "Account"});
+  const auto again = bytesOf({"--cache-timeout", "0", "names", "Account"});
+  EXPECT_GT(again, 0U);
+  EXPECT_LT(again * 10, first) << again << " bytes of " << first;
+  EXPECT_EQ(run({"--cache-timeout", "0", "names", "Account"}).out, run({"names", "Account"}).out);
+}
+
+TEST_F(SessionTest, AServerThatRefusesIsLeftAlone) {
+  testkit::ScriptedServer busy;
+  busy.replyAlways(testkit::ScriptedServer::http("503 Busy", "", {"Retry-After: 1000"}));
+  Arguments arguments;
+  arguments.server = busy.url();
+  arguments.cacheFile = cacheFile;
+  const auto session = std::get<0>(Session::open(arguments));
+  for (const char* path : {themePath, sObjectsPath})
+    EXPECT_TRUE(tests::answerTo(*session->api().network, tests::get(path)).error) << path;
+  EXPECT_EQ(busy.requests().size(), 1U);
 }
 
 TEST_F(SessionTest, TheListThatTheLibraryCannotReadIsBlamedThoughBothAreUnderWay) {
