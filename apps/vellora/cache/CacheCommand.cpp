@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "apps/vellora/cache/CacheListing.h"
+#include "apps/vellora/cache/CacheTarget.h"
 #include "apps/vellora/cache/CacheTransfer.h"
 #include "apps/vellora/cache/EntryName.h"
 #include "apps/vellora/cache/EntryText.h"
@@ -22,7 +23,6 @@
 #include "apps/vellora/command/NearestName.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/TextTable.h"
-#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
 #include "vellora/Platform/Json/Json.h"
 #include "vellora/Platform/Values/Date.h"
@@ -31,7 +31,6 @@ namespace vellora::command {
 
 namespace {
 
-using hostkit::SQLiteCache;
 using hostkit::SQLiteCacheContents;
 
 struct Soundness {
@@ -95,7 +94,7 @@ ExitCode show(const Arguments& arguments, const std::vector<CacheListing>& listi
   return printed != ExitCode::answered ? printed : judgeMissing(arguments.cache.entries, readable);
 }
 
-ExitCode verify(const Arguments& arguments, const SQLiteCacheContents& contents,
+ExitCode verify(const Arguments& arguments, const CacheTarget& target, const SQLiteCacheContents& contents,
                 const std::vector<CacheListing>& listings) {
   const bool sound = contents.findings.empty();
   std::string text;
@@ -109,16 +108,17 @@ ExitCode verify(const Arguments& arguments, const SQLiteCacheContents& contents,
       arguments.printsDocument() ? printJson(encode(Soundness{sound, findings})) : printText(text);
   if (printed != ExitCode::answered || sound) return printed;
   return complain({ExitCode::cacheUnusable,
-                   "the cache file " + arguments.cacheFile +
+                   target.name() +
                        " is damaged in places; damaged entries are fetched again when they are needed, and "
                        "vellora cache purge --expired deletes them"});
 }
 
-ExitCode purge(const Arguments& arguments, const std::vector<CacheListing>& listings) {
+ExitCode purge(const Arguments& arguments, const CacheTarget& target,
+               const std::vector<CacheListing>& listings) {
   const auto entries = doomed(listings, arguments.cache);
   const auto deleted = [&] {
     const Errand deleting(arguments, "deleting from " + arguments.cacheFile);
-    return purgeEntries(arguments.cacheFile, entries);
+    return purgeEntries(target, arguments.cacheFile, entries);
   }();
   if (const auto* problem = std::get_if<Problem>(&deleted)) return complain(*problem);
   Purged purged{static_cast<std::int64_t>(entries.size()), {}};
@@ -129,7 +129,8 @@ ExitCode purge(const Arguments& arguments, const std::vector<CacheListing>& list
 }
 
 /// Everything but importing, which begins without a cache, and deleting, which reads none.
-ExitCode runOn(const SQLiteCacheContents& contents, Date present, const Arguments& arguments) {
+ExitCode runOn(const CacheTarget& target, const SQLiteCacheContents& contents, Date present,
+               const Arguments& arguments) {
   using Action = CacheArguments::Action;
   const auto listings = listingsOf(contents, present, arguments.cacheTimeout);
   switch (arguments.cache.action) {
@@ -138,9 +139,9 @@ ExitCode runOn(const SQLiteCacheContents& contents, Date present, const Argument
     case Action::show:
       return show(arguments, listings);
     case Action::verify:
-      return verify(arguments, contents, listings);
+      return verify(arguments, target, contents, listings);
     case Action::purge:
-      return purge(arguments, listings);
+      return purge(arguments, target, listings);
     case Action::exportTo:
       return exportTo(arguments, contents);
     case Action::deleteFile:
@@ -150,26 +151,26 @@ ExitCode runOn(const SQLiteCacheContents& contents, Date present, const Argument
   return ExitCode::unexpected;
 }
 
-ExitCode deleteFile(const Arguments& arguments) {
-  const auto error = [&] {
+ExitCode deleteFile(const Arguments& arguments, const CacheTarget& target) {
+  const auto problem = [&] {
     const Errand deleting(arguments, "deleting " + arguments.cacheFile);
-    return SQLiteCache::destroy(arguments.cacheFile);
+    return target.destroy();
   }();
-  if (error) return complain(problemOf(*error));
+  if (problem) return complain(*problem);
   if (arguments.printsDocument()) return printJson(encode(DeletedFile{asText(arguments.cacheFile)}));
   return printText("deleted " + printable(arguments.cacheFile) + "\n");
 }
 
-ExitCode run(const Arguments& arguments) {
-  if (arguments.cache.action == CacheArguments::Action::importFrom) return importFrom(arguments);
-  if (arguments.cache.action == CacheArguments::Action::deleteFile) return deleteFile(arguments);
+ExitCode run(const Arguments& arguments, const CacheTarget& target) {
+  if (arguments.cache.action == CacheArguments::Action::importFrom) return importFrom(arguments, target);
+  if (arguments.cache.action == CacheArguments::Action::deleteFile) return deleteFile(arguments, target);
   const Date present = now();
   const auto contents = [&] {
     const Errand reading(arguments, "reading " + arguments.cacheFile);
-    return SQLiteCacheContents::read(arguments.cacheFile, present);
+    return target.read(present);
   }();
-  if (!contents) return complain({ExitCode::cacheUnusable, contents.error().localizedDescription()});
-  return runOn(contents.value(), present, arguments);
+  if (const auto* problem = std::get_if<Problem>(&contents)) return complain(*problem);
+  return runOn(target, std::get<0>(contents), present, arguments);
 }
 
 }  // namespace
@@ -180,7 +181,9 @@ ExitCode runCacheCommand(const Arguments& arguments) {
   if (const auto* problem = std::get_if<Problem>(&place)) return complain(*problem);
   Arguments placed = arguments;
   placed.cacheFile = std::get<0>(place).file;
-  return run(placed);
+  const auto target = cacheTarget(placed, std::get<0>(place).owner);
+  if (const auto* problem = std::get_if<Problem>(&target)) return complain(*problem);
+  return run(placed, *std::get<0>(target));
 }
 
 }  // namespace vellora::command

@@ -16,12 +16,10 @@
 #include <variant>
 
 #include "apps/vellora/cache/WholeFile.h"
-#include "apps/vellora/command/CachePlace.h"
 #include "apps/vellora/command/Errand.h"
 #include "apps/vellora/command/Output.h"
 #include "apps/vellora/command/Problem.h"
 #include "hostkit/cache/CacheArchive.h"
-#include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "vellora/Platform/Values/Data.h"
 #include "vellora/Platform/Values/Date.h"
 
@@ -30,7 +28,6 @@ namespace vellora::command {
 namespace {
 
 using hostkit::CacheArchive;
-using hostkit::SQLiteCache;
 
 constexpr std::size_t largestArchive = 256 * 1024 * 1024;  // bytes; no cache of ours comes near it
 
@@ -87,18 +84,20 @@ bool isPartOfCache(const std::string& file, const std::string& cacheFile) {
 }
 
 /// Stores the archive in the cache of the arguments; what stands against it.
-std::optional<Problem> store(const CacheArchive& archive, const Arguments& arguments) {
-  const auto opened = SQLiteCache::open(arguments.cacheFile);
-  if (!opened) return problemOf(opened.error());
-  auto& cache = *opened.value();
+std::optional<Problem> store(const CacheArchive& archive, const Arguments& arguments,
+                             const CacheTarget& target) {
+  const auto opened = target.open();
+  if (const auto* problem = std::get_if<Problem>(&opened)) return *problem;
+  auto& cache = *std::get<0>(opened);
   const auto found = archive.foundIn(cache);
   if (found && !arguments.cache.replace) {
     return Problem{ExitCode::usage, arguments.cacheFile + " holds " + *found +
                                         " already, and nothing was changed; write over it with --replace"};
   }
   if ((arguments.cache.fresh ? archive.fetchedAt(now()) : archive).restore(cache)) return std::nullopt;
-  return Problem{ExitCode::cacheUnusable, "not everything could be stored in " + arguments.cacheFile +
-                                              "; is its disk full, or another program writing to it?"};
+  return target.explained(
+      {ExitCode::cacheUnusable, "not everything could be stored in " + arguments.cacheFile +
+                                    "; is its disk full, or another program writing to it?"});
 }
 
 }  // namespace
@@ -119,7 +118,7 @@ ExitCode exportTo(const Arguments& arguments, const hostkit::SQLiteCacheContents
   return problem ? complain(*problem) : ExitCode::answered;
 }
 
-ExitCode importFrom(const Arguments& arguments) {
+ExitCode importFrom(const Arguments& arguments, const CacheTarget& target) {
   const auto read = [&] {
     const auto& file = arguments.cache.file;
     const Errand reading(arguments, "reading " + (file == "-" ? "standard input" : file));
@@ -128,7 +127,7 @@ ExitCode importFrom(const Arguments& arguments) {
   if (const auto* problem = std::get_if<Problem>(&read)) return complain(*problem);
   const auto problem = [&] {
     const Errand storing(arguments, "storing in " + arguments.cacheFile);
-    return store(std::get<0>(read), arguments);
+    return store(std::get<0>(read), arguments, target);
   }();
   return problem ? complain(*problem) : ExitCode::answered;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/vellora/cache/CacheTarget.h"
 #include "apps/vellora/command/Arguments.h"
 #include "apps/vellora/command/ExitCode.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
@@ -9,8 +10,8 @@ namespace vellora::command {
 /// `vellora cache export`: writes the entries of a cache as a text. A file gets its name when it is complete.
 [[nodiscard]] ExitCode exportTo(const Arguments& arguments, const hostkit::SQLiteCacheContents& contents);
 
-/// `vellora cache import`: stores the entries of such a text in the cache file, which is created when it is
-/// not there.
-[[nodiscard]] ExitCode importFrom(const Arguments& arguments);
+/// `vellora cache import`: stores the entries of such a text in the cache; a file is created when it is not
+/// there.
+[[nodiscard]] ExitCode importFrom(const Arguments& arguments, const CacheTarget& target);
 
 }  // namespace vellora::command

@@ -4,14 +4,14 @@
 #include <iterator>
 
 #include "apps/vellora/cache/EntryName.h"
-#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "vellora/Host/Cache.h"
 #include "vellora/Host/CacheTable.h"
+#include "vellora/Host/Query.h"
 
 namespace vellora::command {
 
 namespace {
 
-using hostkit::SQLiteCache;
 using State = CacheListing::State;
 
 bool isUseless(const CacheListing& listing) {
@@ -25,10 +25,10 @@ bool isIn(const std::vector<CacheListing>& listings, const CacheListing& one) {
   });
 }
 
-bool remove(SQLiteCache& cache, const CacheListing& listing) {
+bool remove(CorvaneSDK::Cache& cache, const CacheListing& listing) {
   if (listing.kind == CacheListing::Kind::blob) return cache.remove(listing.key);
   const auto table = cache.openTable(listing.tableKey);
-  return table && table->purge([&listing](const auto& row) { return row.dataKey == listing.key; });
+  return table && table->purge(CorvaneSDK::dataKeyEquals(listing.key));
 }
 
 }  // namespace
@@ -48,16 +48,21 @@ std::vector<CacheListing> doomed(const std::vector<CacheListing>& listings, cons
   return found;
 }
 
-std::variant<std::size_t, Problem> purgeEntries(const std::string& file,
+std::variant<std::size_t, Problem> purgeEntries(const CacheTarget& target, const std::string& name,
                                                 const std::vector<CacheListing>& entries) {
-  const auto cache = SQLiteCache::open(file);
-  if (!cache) return Problem{ExitCode::cacheUnusable, cache.error().localizedDescription()};
+  const auto cache = target.open();
+  if (const auto* problem = std::get_if<Problem>(&cache)) return *problem;
   for (const auto& entry : entries) {
-    if (remove(*cache.value(), entry)) continue;
-    return Problem{ExitCode::cacheUnusable, "cannot delete " + entry.entry + " from " + file +
-                                                "; is another program writing to it? Try again"};
+    if (remove(*std::get<0>(cache), entry)) continue;
+    return target.explained({ExitCode::cacheUnusable, "cannot delete " + entry.entry + " from " + name +
+                                                          "; is another program writing to it? Try again"});
   }
   return entries.size();
+}
+
+std::variant<std::size_t, Problem> purgeEntries(const std::string& file,
+                                                const std::vector<CacheListing>& entries) {
+  return purgeEntries(*cacheFileTarget(file), file, entries);
 }
 
 std::string deletedText(std::size_t count) {

@@ -11,6 +11,7 @@
 #include "apps/vellora/command/Errand.h"
 #include "apps/vellora/command/NamedServers.h"
 #include "apps/vellora/command/Output.h"
+#include "apps/vellora/command/SharedAddress.h"
 #include "hostkit/cache/CacheArchive.h"
 #include "hostkit/cache/memory/MemoryCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
@@ -34,7 +35,7 @@ std::optional<Problem> chooseServer(const std::string& text, Arguments& argument
     return Problem{ExitCode::usage, "diff compares two servers or cache files, and one has no name"};
   if (!mayBeAName(text)) return std::nullopt;
   arguments.tokenFile.reset();
-  return useNamedServer(arguments, {.theme = true, .token = false});
+  return useNamedServer(arguments, {.theme = true, .token = false, .cache = false, .cachePassword = false});
 }
 
 std::variant<Side, Problem> openServer(const std::string& text, Arguments arguments) {
@@ -83,8 +84,19 @@ std::variant<Side, Problem> openCache(const std::string& text, const std::string
               .compactLayouts = namesBehind("OPS_CompactLayout_", contents.value())};
 }
 
+/// Its entries would be read while others write: no moment at which both are as they are shown.
+Problem sharedSide() {
+  return {
+      ExitCode::usage,
+      "diff compares servers and cache files: vellora cache export writes what a Redis keeps, and vellora "
+      "cache import makes a file of it"};
+}
+
 std::variant<Side, Problem> openCacheOf(const std::string& text, Arguments arguments) {
+  arguments.cacheFile.clear();
   if (auto problem = chooseServer(text.substr(cacheOf.size()), arguments)) return *std::move(problem);
+  if (isShared(arguments.cacheFile)) return sharedSide();
+  if (!arguments.cacheFile.empty()) return openCache(text, arguments.cacheFile, arguments.server, arguments);
   const auto file = defaultCacheFile(arguments.server);
   if (!file) return noCacheFolder();
   arguments.cacheFile = *file;
@@ -98,6 +110,7 @@ std::variant<Side, Problem> openCacheOf(const std::string& text, Arguments argum
 
 std::variant<Side, Problem> openSide(const std::string& text, const Arguments& arguments) {
   if (text.starts_with(cacheOf)) return openCacheOf(text, arguments);
+  if (isShared(text)) return sharedSide();
   Arguments chosen = arguments;
   auto problem = chooseServer(text, chosen);
   const bool isServer = !problem && (text.find("://") != std::string::npos || mayBeAName(text));

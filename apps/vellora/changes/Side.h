@@ -29,8 +29,9 @@ struct Side {
 };
 
 /// Opens what `text` names: a server's address, its name in the configuration, a cache file, or "cache:" and
-/// a server, which is the file that is kept for it by default. A name that is both a server's and a file's is
-/// the server's. A named server has the token of the configuration, an address that of the arguments.
+/// a server, which is the file that the configuration names for it, else the one that is kept by default. A
+/// name that is both a server's and a file's is the server's. A named server has the token of the
+/// configuration, an address that of the arguments.
 [[nodiscard]] std::variant<Side, Problem> openSide(const std::string& text, const Arguments& arguments);
 
 }  // namespace vellora::command

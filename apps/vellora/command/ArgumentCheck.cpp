@@ -1,11 +1,16 @@
 #include "apps/vellora/command/ArgumentCheck.h"
 
+#include "apps/vellora/command/SharedAddress.h"
+
 namespace vellora::command {
 
 namespace {
 
 using Action = CacheArguments::Action;
 using Command = Arguments::Command;
+
+const char* const ofNobody =
+    "a Redis keeps a cache for each server and token: give --server URL to say which, also with --offline";
 
 std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
   if (arguments.cache.action == Action::list && arguments.cache.all && !arguments.cacheFile.empty())
@@ -15,10 +20,15 @@ std::optional<std::string> complaintAboutCache(const Arguments& arguments) {
            "cache it is, and leave out --all";
   }
   if (arguments.cache.everyFile) return std::nullopt;
+  if (needsServer(arguments) && isShared(arguments.cacheFile) && arguments.server.empty()) return ofNobody;
   if (arguments.cacheFile.empty() && arguments.server.empty()) {
     return "no cache file: give --cache FILE, or the --server URL whose default cache it is";
   }
   const auto& cache = arguments.cache;
+  if (cache.action == CacheArguments::Action::importFrom && cache.file == "-" &&
+      arguments.readsCachePassword()) {
+    return "standard input cannot give both the password and the entries: put the password into a file";
+  }
   const int ways = (cache.entries.empty() ? 0 : 1) + (cache.expired ? 1 : 0) + (cache.all ? 1 : 0);
   if (cache.action == CacheArguments::Action::purge && ways != 1) {
     return "say what to delete: entries, --expired or --all";
@@ -47,6 +57,7 @@ std::optional<std::string> complaintAboutPlace(const Arguments& arguments) {
   const bool isOfServers = arguments.command == Command::watch || arguments.command == Command::diff;
   if (isOfServers && isOffline(arguments)) return "this command asks servers: leave --offline out";
   if (!needsServer(arguments) || !arguments.server.empty()) return std::nullopt;
+  if (isOffline(arguments) && isShared(arguments.cacheFile)) return ofNobody;
   if (isOffline(arguments) && arguments.command != Command::explore)
     return "no cache file: give --cache FILE, or the --server URL whose default cache it is";
   return "no server: give --server URL or set VELLORA_SERVER";
@@ -55,6 +66,8 @@ std::optional<std::string> complaintAboutPlace(const Arguments& arguments) {
 std::optional<std::string> complaintAboutInput(const Arguments& arguments) {
   if (arguments.readsKeys() && arguments.tokenFile == "-")
     return "standard input cannot give both the token and the keys: put the token into a file";
+  if (arguments.readsCachePassword() && (arguments.readsKeys() || arguments.tokenFile == "-"))
+    return "standard input gives one thing only: put the password of the cache into a file";
   return std::nullopt;
 }
 
@@ -68,8 +81,9 @@ std::optional<std::string> complaintAboutNumbers(const Arguments& arguments) {
 }  // namespace
 
 bool needsServer(const Arguments& arguments) {
-  if (arguments.command == Command::cache) return arguments.cacheFile.empty() && !arguments.cache.everyFile;
-  const bool isInFile = isOffline(arguments) && arguments.server.empty() && !arguments.cacheFile.empty();
+  const bool hasFile = !arguments.cacheFile.empty() && !isShared(arguments.cacheFile);
+  if (arguments.command == Command::cache) return !hasFile && !arguments.cache.everyFile;
+  const bool isInFile = isOffline(arguments) && arguments.server.empty() && hasFile;
   if (isInFile && arguments.command != Command::explore) return false;
   return arguments.command != Command::diff && arguments.command != Command::completion;
 }

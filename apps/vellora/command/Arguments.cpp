@@ -146,7 +146,10 @@ std::variant<Arguments, HelpText, Problem> parseArguments(int argc, const char* 
   formatHelp(app);
   if (auto instead = parse(app, argc, argv)) return *std::move(instead);
   letOptionsCountMore(app, arguments);
-  return checked(std::move(arguments), {app.count("--theme") > 0, app.count("--token-file") > 0});
+  return checked(std::move(arguments), {.theme = app.count("--theme") > 0,
+                                        .token = app.count("--token-file") > 0,
+                                        .cache = app.count("--cache") > 0,
+                                        .cachePassword = app.count("--cache-password-file") > 0});
 }
 
 }  // namespace vellora::command

@@ -41,7 +41,11 @@ struct Arguments {
   std::string tokenPlace;  ///< where the configuration names either, as FILE:LINE; empty when an option does
   std::string account;     ///< the server's name in the configuration, where the token is the one named there
   std::string theme = "light";
-  std::string cacheFile;          ///< the one that was given, else the server's for those without a token
+  std::string cacheFile;  ///< the one that was given, else the server's for those without a token; may be the
+                          ///< address of a Redis
+  std::optional<std::string> cachePasswordFile;  ///< of that Redis; "-" is standard input
+  std::string
+      cachePasswordPlace;  ///< where the configuration names it, as FILE:LINE; empty when an option does
   bool usesDefaultCache = false;  ///< none was given, so that a token has one of its own
   double cacheTimeout = 3600;     ///< seconds
   double wait = 70;               ///< seconds
@@ -60,6 +64,9 @@ struct Arguments {
   [[nodiscard]] bool readsKeys() const {
     return command != Command::list && keys == std::vector<std::string>{"-"};
   }
+
+  /// True when the password of the cache is to be read from standard input.
+  [[nodiscard]] bool readsCachePassword() const { return cachePasswordFile == "-"; }
 
   /// Whether a command that has one document only is to print that.
   [[nodiscard]] bool printsDocument() const { return json || output.prints(Format::json); }

@@ -8,8 +8,12 @@ CacheFailures::CacheFailures(std::shared_ptr<const hostkit::KnownSecrets> secret
     : secrets_(std::move(secrets)) {}
 
 void CacheFailures::note(const hostkit::SQLiteCacheFailure& failure) {
+  note(failure.localizedDescription());
+}
+
+void CacheFailures::note(const std::string& failure) {
   const std::lock_guard lock(mutex_);
-  if (!first_) first_ = secrets_->cleaned(failure.localizedDescription());
+  if (!first_) first_ = secrets_->cleaned(failure);
 }
 
 std::optional<std::string> CacheFailures::first() const {

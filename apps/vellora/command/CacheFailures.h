@@ -19,6 +19,7 @@ class CacheFailures {
   explicit CacheFailures(std::shared_ptr<const hostkit::KnownSecrets> secrets);
 
   void note(const hostkit::SQLiteCacheFailure& failure);
+  void note(const std::string& failure);
 
   /// What failed first, and why; no value when nothing did.
   [[nodiscard]] std::optional<std::string> first() const;

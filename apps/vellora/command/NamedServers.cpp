@@ -36,11 +36,21 @@ Problem unknown(const std::string& name, const Configuration& configuration) {
   return usage(what + " in " + configuration.file + ", but " + namesIn(configuration));
 }
 
+/// A password is that of the cache beside which it stands.
+void useCache(const NamedServer& server, const Given& given, Arguments& arguments) {
+  if (given.cache || !server.cache) return;
+  arguments.cacheFile = *server.cache;
+  if (given.cachePassword) return;
+  arguments.cachePasswordFile = server.cachePasswordFile;
+  arguments.cachePasswordPlace = server.cachePasswordPlace;
+}
+
 std::optional<Problem> use(const Configuration& configuration, const std::string& name, const Given& given,
                            Arguments& arguments) {
   const NamedServer& server = configuration.servers.at(name);
   arguments.server = server.address;
   if (server.theme && !given.theme) arguments.theme = *server.theme;
+  useCache(server, given, arguments);
   if (given.token) return std::nullopt;
   if (!server.tokenCommand.empty() && configuration.otherWriter)
     return usage(warningOf(configuration, ", so the token command in it is not run"));

@@ -49,7 +49,11 @@ void addServerOptions(CLI::App& app, Arguments& arguments) {
 
 void addCacheOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--cache", arguments.cacheFile,
-                 "Cache file; by default one for each server and token in your cache folder")
+                 "Cache file; by default one for each server and token in your cache folder. Or a Redis that "
+                 "many machines share, such as redis://cache.example")
+      ->type_name("FILE");
+  app.add_option("--cache-password-file", arguments.cachePasswordFile,
+                 "File with the password of that Redis; - is standard input")
       ->type_name("FILE");
   addSeconds(app, "--cache-timeout", arguments.cacheTimeout, "Age at which cached data expires");
 }

@@ -7,6 +7,9 @@
 #include "apps/vellora/command/CacheFailures.h"
 #include "apps/vellora/command/CachePlace.h"
 #include "apps/vellora/command/NoNetwork.h"
+#include "apps/vellora/command/SharedAddress.h"
+#include "apps/vellora/command/SharedCache.h"
+#include "apps/vellora/command/SharedCacheOptions.h"
 #include "apps/vellora/command/Token.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheFailure.h"
@@ -47,27 +50,13 @@ std::variant<std::optional<std::string>, Problem> tokenIfNeeded(const Arguments&
   return tokenOf(arguments);
 }
 
-/// Why the server's address cannot be used. It is looked at before the cache is opened: a mistyped one should
-/// leave no cache behind.
-std::optional<Problem> problemOfAddress(const Arguments& arguments) {
-  if (arguments.server.empty()) return std::nullopt;                              // with --offline
-  const auto network = hostkit::CurlNetwork::make({.server = arguments.server});  // connects to nothing
-  if (network) return std::nullopt;
-  return Problem{ExitCode::usage, network.error().localizedDescription()};
-}
-
-/// The way to the server, which spares it: equal requests travel once, what the cache keeps the body of is
-/// asked for only if it has changed, and a server that refuses is left alone.
+/// The way to the server, on which equal requests travel once.
 std::variant<std::shared_ptr<CorvaneSDK::Network>, Problem> openNetwork(
-    const Arguments& arguments, const std::optional<std::string>& token, const Secrets& secrets,
-    std::shared_ptr<CorvaneSDK::Cache> cache) {
+    const Arguments& arguments, const std::optional<std::string>& token, const Secrets& secrets) {
   if (arguments.server.empty()) return std::make_shared<NoNetwork>();  // with --offline
   hostkit::CurlNetwork::Options options{.server = arguments.server};
   options.token = [token] { return token; };
   options.secrets = secrets;
-  options.bodies = std::move(cache);
-  options.bodiesOf = ownerOf(arguments, token);
-  options.pausesWhenRefused = true;
   auto network = hostkit::CurlNetwork::make(std::move(options));
   if (!network) return Problem{ExitCode::usage, network.error().localizedDescription()};
   return std::make_shared<hostkit::CoalescingNetwork>(std::move(network).value());
@@ -81,12 +70,30 @@ std::optional<Problem> problemOfOffline(const Arguments& arguments, const std::s
                  "there is no cache " + file + "; ask the server once, without --offline, to fill it"};
 }
 
+/// The cache in a Redis, of that owner. Its password is as secret as the token.
+std::variant<std::shared_ptr<CorvaneSDK::Cache>, Problem> openCacheOfMany(
+    const Arguments& arguments, const std::string& owner, const std::shared_ptr<CacheFailures>& failures,
+    const Log& log, const Secrets& secrets) {
+  auto options = sharedCacheOptions(arguments, owner);
+  if (auto* problem = std::get_if<Problem>(&options)) return std::move(*problem);
+  secrets->note(std::get<0>(options).password);
+  std::get<0>(options).told = [failures, log](const std::string& failure) {
+    log->log(failure, CorvaneSDK::LogLevel::error);
+    failures->note(failure);
+  };
+  auto cache = openSharedCache(std::get<0>(std::move(options)));
+  if (auto* problem = std::get_if<Problem>(&cache)) return std::move(*problem);
+  return std::get<0>(cache)->cache();
+}
+
 /// The cache of that server and token. Its failures are logged, and noted.
 std::variant<std::shared_ptr<CorvaneSDK::Cache>, Problem> openCache(
     const Arguments& arguments, const std::optional<std::string>& token,
-    const std::shared_ptr<CacheFailures>& failures, const std::shared_ptr<CorvaneSDK::Logger>& log) {
+    const std::shared_ptr<CacheFailures>& failures, const Log& log, const Secrets& secrets) {
   const auto place = cachePlace(arguments, token);
   if (const auto* problem = std::get_if<Problem>(&place)) return *problem;
+  if (isShared(arguments.cacheFile))
+    return openCacheOfMany(arguments, std::get<0>(place).owner, failures, log, secrets);
   if (const auto problem = problemOfOffline(arguments, std::get<0>(place).file)) return *problem;
   hostkit::SQLiteCache::Options options;
   if (!arguments.server.empty()) options.owner = std::get<0>(place).owner;
@@ -108,7 +115,8 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
 
   const auto secrets = std::make_shared<hostkit::KnownSecrets>();
   secrets->note(std::get<0>(token).value_or(""));  // the cache may hold it, and maybe nothing is sent
-  if (auto problem = problemOfAddress(arguments)) return *std::move(problem);
+  auto network = openNetwork(arguments, std::get<0>(token), secrets);
+  if (const auto* problem = std::get_if<Problem>(&network)) return *problem;
 
   auto log = openLog(arguments, secrets);
   if (!log) return Problem{ExitCode::usage, log.error().localizedDescription()};
@@ -116,11 +124,8 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   const auto cacheFailures = std::make_shared<CacheFailures>(secrets);
   std::variant<std::shared_ptr<CorvaneSDK::Cache>, Problem> cache = std::move(given);
   if (std::get<0>(cache) == nullptr)
-    cache = openCache(arguments, std::get<0>(token), cacheFailures, log.value());
+    cache = openCache(arguments, std::get<0>(token), cacheFailures, log.value(), secrets);
   if (const auto* problem = std::get_if<Problem>(&cache)) return *problem;
-
-  auto network = openNetwork(arguments, std::get<0>(token), secrets, std::get<0>(cache));
-  if (const auto* problem = std::get_if<Problem>(&network)) return *problem;
 
   return std::unique_ptr<Session>(
       new Session(secrets, cacheFailures, {std::get<0>(network), std::get<0>(cache), log.value()}));

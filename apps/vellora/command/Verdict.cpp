@@ -75,6 +75,7 @@ Reason reasonFor(const Missing& missing, const Lack& lack) {
     case Why::timedOut:
       return {ExitCode::requestFailed, runOut(lack)};
     case Why::notCached:
+      if (lack.isOffline && lack.cacheFailure) return {ExitCode::cacheUnusable, *lack.cacheFailure};
       if (lack.isOffline)
         return {ExitCode::someMissing, "not in the cache; leave --offline out to ask the server"};
       break;

@@ -2,6 +2,7 @@
 
 #include <toml++/toml.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <string_view>
@@ -56,14 +57,22 @@ std::vector<std::string> wordsOf(const toml::node& node) {
   return words;
 }
 
+/// "token_file" as the option that says the same.
+std::string optionFor(std::string_view key) {
+  std::string option = "--" + std::string(key);
+  std::replace(option.begin(), option.end(), '_', '-');
+  return option;
+}
+
 /// A path as the file means it: "~/" is the user's home, and what is not absolute starts at the file's
 /// folder.
-std::string pathOf(const toml::node& node, const std::string& file) {
-  std::string path = textOf(node, "token_file");
-  if (path == "-") refuse(node, "token_file must be a file; standard input is --token-file -");
+std::string pathOf(const toml::node& node, std::string_view key, const std::string& file) {
+  const std::string path = textOf(node, key);
+  if (path == "-")
+    refuse(node, std::string(key) + " must be a file; standard input is " + optionFor(key) + " -");
   if (path.starts_with("~/")) {
     const auto home = absoluteFolder("HOME");
-    if (!home) refuse(node, "token_file begins with ~, and HOME is not set");
+    if (!home) refuse(node, std::string(key) + " begins with ~, and HOME is not set");
     return *home + path.substr(1);
   }
   return path.starts_with('/') ? path : (std::filesystem::path(file).parent_path() / path).string();
@@ -79,8 +88,14 @@ void readToken(const toml::node& node, NamedServer& server, const std::string& f
   if (isCommand) {
     server.tokenCommand = wordsOf(node);
   } else {
-    server.tokenFile = pathOf(node, file);
+    server.tokenFile = pathOf(node, "token_file", file);
   }
+}
+
+/// A file's path, or the address of a Redis, as it stands there.
+std::string cacheOf(const toml::node& node, const std::string& file) {
+  const std::string text = textOf(node, "cache");
+  return text.find("://") == std::string::npos ? pathOf(node, "cache", file) : text;
 }
 
 NamedServer serverIn(const toml::node& node, const std::string& file) {
@@ -93,6 +108,11 @@ NamedServer serverIn(const toml::node& node, const std::string& file) {
       server.address = textOf(value, key);
     } else if (key == "theme") {
       server.theme = textOf(value, key);
+    } else if (key == "cache") {
+      server.cache = cacheOf(value, file);
+    } else if (key == "cache_password_file") {
+      server.cachePasswordFile = pathOf(value, key, file);
+      server.cachePasswordPlace = placeOf(value, file);
     } else if (key == "token_file" || key == "token_command") {
       readToken(value, server, file, key == "token_command");
     } else if (key == "token") {
@@ -100,7 +120,8 @@ NamedServer serverIn(const toml::node& node, const std::string& file) {
              "a token does not belong into this file: name a file that holds it (token_file) or a program "
              "that prints it (token_command)");
     } else {
-      refuse(value, "a server has no " + quoted(key) + ", but address, theme, token_file and token_command");
+      refuse(value, "a server has no " + quoted(key) +
+                        ", but address, theme, token_file, token_command, cache and cache_password_file");
     }
   }
   if (server.address.empty()) refuse(node, "this server has no address");

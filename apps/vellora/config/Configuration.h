@@ -15,9 +15,12 @@ struct NamedServer {
   std::vector<std::string>
       tokenCommand;  ///< a program and its arguments, which prints the token; may be empty
   std::optional<std::string> theme;
+  std::optional<std::string> cache;              ///< an absolute file, or the address of a Redis
+  std::optional<std::string> cachePasswordFile;  ///< absolute
 
   /// Where the file says whence the token comes, as "FILE:LINE"; empty when it does not.
   std::string tokenPlace;
+  std::string cachePasswordPlace;  ///< the same of the password
 
   friend bool operator==(const NamedServer&, const NamedServer&) = default;
 };

@@ -43,6 +43,34 @@ TEST_F(ArgumentCheckTest, OfflineNeedsNoServerButThenACacheFile) {
   EXPECT_EQ(complaintAbout(arguments), "no server: give --server URL or set VELLORA_SERVER");
 }
 
+TEST_F(ArgumentCheckTest, ACacheInARedisIsNotKnownWithoutItsServer) {
+  const std::string complaint =
+      "a Redis keeps a cache for each server and token: give --server URL to say which, also with --offline";
+  arguments.server.clear();
+  arguments.cacheFile = "redis://h";
+  arguments.source = Source::cacheOnly;
+  EXPECT_EQ(complaintAbout(arguments), complaint);
+  arguments.command = Command::cache;
+  EXPECT_EQ(complaintAbout(arguments), complaint);
+  arguments.server = "http://h";
+  EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+}
+
+TEST_F(ArgumentCheckTest, ThePasswordOfTheCacheHasStandardInputForItself) {
+  arguments.cachePasswordFile = "-";
+  EXPECT_EQ(complaintAbout(arguments), std::nullopt);
+  arguments.keys = {"-"};
+  EXPECT_THAT(complaintAbout(arguments), Optional(HasSubstr("standard input gives one thing only")));
+  arguments.keys = {"Account"};
+  arguments.tokenFile = "-";
+  EXPECT_THAT(complaintAbout(arguments), Optional(HasSubstr("standard input gives one thing only")));
+  arguments.tokenFile.reset();
+  arguments.command = Command::cache;
+  arguments.cache.action = CacheArguments::Action::importFrom;
+  EXPECT_THAT(complaintAbout(arguments),
+              Optional(HasSubstr("cannot give both the password and the entries")));
+}
+
 TEST_F(ArgumentCheckTest, WhatAsksServersIsNotOffline) {
   arguments.source = Source::cacheOnly;
   for (const auto command : {Command::watch, Command::diff}) {

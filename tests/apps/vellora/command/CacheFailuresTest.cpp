@@ -29,6 +29,13 @@ TEST(CacheFailuresTest, TheFirstOfSeveralStands) {
   EXPECT_EQ(failures.first(), "The cache file \"/c.db\" could not be written to (disk full).");
 }
 
+TEST(CacheFailuresTest, AFailureInWordsIsOneToo) {
+  CacheFailures failures(std::make_shared<hostkit::KnownSecrets>());
+  failures.note("gone");
+  failures.note("full");
+  EXPECT_EQ(failures.first(), "gone");
+}
+
 TEST(CacheFailuresTest, AReasonThatQuotesASecretIsCleaned) {
   const auto secrets = std::make_shared<hostkit::KnownSecrets>();
   secrets->note("abc-secret99");

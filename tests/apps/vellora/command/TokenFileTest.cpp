@@ -41,5 +41,21 @@ TEST_F(TokenFileTest, AFileWithoutATokenIsAProblem) {
   EXPECT_EQ(tokenIn("\n"), "a problem: there is no token in " + folder.file("token"));
 }
 
+TEST_F(TokenFileTest, APasswordIsReadLikeATokenAndSpokenOfAsOne) {
+  const std::string file = folder.file("password");
+  std::ofstream(file, std::ios::binary) << "open sesame\n";
+  EXPECT_EQ(std::get<0>(readPassword(file, "")), "open sesame");
+  EXPECT_EQ(std::get<0>(readPassword(std::nullopt, "")), std::nullopt);
+  std::ofstream(file, std::ios::binary) << "\n";
+  EXPECT_EQ(std::get<Problem>(readPassword(file, "")).message, "there is no password in " + file);
+  EXPECT_EQ(std::get<Problem>(readPassword(folder.file("absent"), "")).message,
+            "cannot read the password file " + folder.file("absent"));
+}
+
+TEST_F(TokenFileTest, APasswordFileOfTheConfigurationIsNamedByItsPlace) {
+  EXPECT_EQ(std::get<Problem>(readPassword(folder.file("absent"), "config.toml:7")).message,
+            "cannot read the password file that config.toml:7 names");
+}
+
 }  // namespace
 }  // namespace vellora::command

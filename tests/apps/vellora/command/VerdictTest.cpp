@@ -154,6 +154,14 @@ TEST_F(VerdictTest, OfflineAKeyThatIsNotCachedIsLikeOneThatIsUnknown) {
                      {"no object type for a, b: not in the cache; leave --offline out to ask the server"}}));
 }
 
+TEST_F(VerdictTest, OfflineACacheThatFailedIsNotSaidToLackTheKey) {
+  miss("a", Missing(Why::notCached));
+  lack.isOffline = true;
+  lack.cacheFailure = locked;
+  EXPECT_EQ(verdictOn(lack),
+            (Verdict{ExitCode::cacheUnusable, {"no object type for a: The cache file is locked."}}));
+}
+
 TEST_F(VerdictTest, AQuestionWithoutKeysThatFindsNothingTellsWhy) {
   EXPECT_EQ(verdictOnNothing(failed("no way to /a"), lack),
             (Verdict{ExitCode::requestFailed, {"no object types: no way to /a"}}));

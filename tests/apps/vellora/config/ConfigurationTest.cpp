@@ -74,6 +74,25 @@ token_file = "~/old.token"
   EXPECT_EQ(configuration.servers.at("old").tokenFile, "/home/somebody/old.token");
 }
 
+TEST_F(ConfigurationTest, ACacheIsAFileBesideItOrTheAddressOfARedisWithAPasswordFile) {
+  const auto configuration = read(R"([servers.file]
+address = "https://records.example"
+cache = "work.sqlite"
+
+[servers.many]
+address = "https://records.example"
+cache = "rediss://cache.example"
+cache_password_file = "cache.password"
+)");
+  const auto& inFile = configuration.servers.at("file");
+  EXPECT_EQ(inFile.cache, folder.file("work.sqlite"));
+  EXPECT_EQ(inFile.cachePasswordFile, std::nullopt);
+  const auto& inRedis = configuration.servers.at("many");
+  EXPECT_EQ(inRedis.cache, "rediss://cache.example");
+  EXPECT_EQ(inRedis.cachePasswordFile, folder.file("cache.password"));
+  EXPECT_EQ(inRedis.cachePasswordPlace, file + ":8");
+}
+
 TEST_F(ConfigurationTest, AFileThatIsNotThereSaysNothing) {
   const auto result = readConfiguration(folder.file("absent/config.toml"));
   const auto& configuration = std::get<Configuration>(result);
@@ -95,7 +114,8 @@ TEST_F(ConfigurationTest, AFileThatCannotBeReadIsTold) {
 TEST_F(ConfigurationTest, AMistakeIsToldWithItsLineAndColumn) {
   EXPECT_THAT(wrongIn("server = \"a\"\n\nservers = {\n"), StartsWith(":3:"));
   EXPECT_EQ(wrongIn("[servers.a]\naddress = \"http://a\"\ncolour = \"red\"\n"),
-            ":3:10: a server has no \"colour\", but address, theme, token_file and token_command");
+            ":3:10: a server has no \"colour\", but address, theme, token_file, token_command, cache and "
+            "cache_password_file");
   EXPECT_EQ(wrongIn("sever = \"a\"\n"), ":1:9: there is no \"sever\" here, but server and [servers.NAME]");
   EXPECT_EQ(wrongIn("[servers.a]\ntheme = \"dark\"\n"), ":1:1: this server has no address");
   EXPECT_EQ(wrongIn("[servers.a]\naddress = 7\n"), ":2:11: address must be a text in quotation marks");
@@ -103,6 +123,8 @@ TEST_F(ConfigurationTest, AMistakeIsToldWithItsLineAndColumn) {
   EXPECT_EQ(wrongIn("servers = 7\n"), ":1:11: servers are tables: [servers.NAME]");
   EXPECT_EQ(wrongIn("[servers.a]\naddress = \"http://a\"\ntoken_file = \"-\"\n"),
             ":3:14: token_file must be a file; standard input is --token-file -");
+  EXPECT_EQ(wrongIn("[servers.a]\naddress = \"http://a\"\ncache_password_file = \"-\"\n"),
+            ":3:23: cache_password_file must be a file; standard input is --cache-password-file -");
   EXPECT_EQ(wrongIn("[servers.a]\naddress = \"http://a\"\ntoken_file = \"t\"\ntoken_command = [\"c\"]\n"),
             ":3:14: give either token_file or token_command");
   EXPECT_THAT(wrongIn("[servers.\"http://a\"]\naddress = \"http://a\"\n"),
@@ -124,7 +146,8 @@ TEST_F(ConfigurationTest, NoMistakeRepeatsWhatMayBeAToken) {
         begin + "token = true" + secret, begin + "token_file = \"" + secret,
         begin + "token_command = \"" + secret + "\"\n", begin + "token_command = [" + secret + "]\n",
         begin + secret + secret + " = 1\n", secret, begin + "theme = 2026-01-01" + secret + "\n",
-        begin + "token_file = [\"" + secret + "\"]\n"}) {
+        begin + "token_file = [\"" + secret + "\"]\n", begin + "cache = [\"" + secret + "\"]\n",
+        begin + "cache_password = \"" + secret + "\"\n"}) {
     const auto wrong = wrongIn(text);
     EXPECT_NE(wrong, "nothing") << text;
     EXPECT_THAT(wrong, Not(HasSubstr(secret.substr(0, 6)))) << text;

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace vellora::command {
+
+/// Whether `cache` is the address of a Redis, which many machines may share, and not the name of a file.
+[[nodiscard]] bool isShared(const std::string& cache);
+
+}  // namespace vellora::command

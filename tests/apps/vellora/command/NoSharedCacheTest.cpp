@@ -1,0 +1,25 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <variant>
+
+#include "apps/vellora/command/SharedCache.h"
+
+namespace vellora::command {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+TEST(NoSharedCacheTest, SaysThatTheBuildLacksRedisAndWhatToDo) {
+  const auto opened =
+      openSharedCache({.address = "redis://:secret@h", .owner = "", .password = "", .told = {}});
+  const auto& problem = std::get<Problem>(opened);
+  EXPECT_EQ(problem.exit, ExitCode::usage);
+  EXPECT_THAT(problem.message, HasSubstr("built without Redis"));
+  EXPECT_THAT(problem.message, HasSubstr("give --cache FILE"));
+  EXPECT_THAT(problem.message, Not(HasSubstr("secret")));
+}
+
+}  // namespace
+}  // namespace vellora::command
