@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes the Debian packages and looks into them. usage: debian_packages_test.py CPACK BUILD VERSION ABI [java] [python]"""
+"""Makes the Debian packages and looks into them. usage: debian_packages_test.py CPACK BUILD VERSION ABI [java] [python] [redis]"""
 
 import gzip
 import os
@@ -14,6 +14,7 @@ import zipfile
 CPACK, BUILD, VERSION, ABI = sys.argv[1:5]
 HAS_JAVA = "java" in sys.argv[5:]
 HAS_PYTHON = "python" in sys.argv[5:]
+HAS_REDIS = "redis" in sys.argv[5:]
 LIBRARY = f"libvellora{ABI}"
 
 
@@ -74,7 +75,7 @@ class DebianPackagesTest(unittest.TestCase):
                 self.assertIn(library, depends, package)
 
     def test_the_library_is_stripped_and_the_linkers_cache_learns_of_it(self):
-        for name in ("libvellora", "libvellora-hostkit"):
+        for name in ("libvellora", "libvellora-hostkit", *(("libvellora-redishost",) if HAS_REDIS else ())):
             library = self.file(LIBRARY, f"usr/lib/{name}.so.{VERSION}")
             self.assertIn("no symbols", subprocess.run(["nm", library], capture_output=True, text=True).stderr)
             self.assertTrue((library.parent / f"{name}.so.{ABI}").is_symlink())
@@ -90,6 +91,21 @@ class DebianPackagesTest(unittest.TestCase):
         self.assertTrue((self.root / "root/libvellora-dev/usr/lib/libvellora.so").is_symlink())
         for package in (LIBRARY, "vellora"):
             self.assertEqual(list((self.root / "root" / package).glob("usr/include")), [])
+
+    @unittest.skipUnless(HAS_REDIS, "the cache in a Redis is not built")
+    def test_the_cache_in_a_redis_comes_with_hiredis(self):
+        for package in (LIBRARY, "vellora"):
+            self.assertIn("libhiredis0.14", self.field(package, "Depends"), package)
+        self.assertIn("libhiredis-dev", self.field("libvellora-dev", "Depends"))
+        for path in ("usr/lib/libvellora-redishost.a", "usr/lib/pkgconfig/vellora-redishost.pc",
+                     f"usr/include/vellora-{ABI}/hostkit/cache/redis/RedisCache.h"):
+            self.file("libvellora-dev", path)
+        self.assertEqual(list((self.root / "root/libvellora-dev").rglob("RedisStore.h")), [])
+        library = self.file(LIBRARY, f"usr/lib/libvellora-redishost.so.{VERSION}")
+        folder = {"LD_LIBRARY_PATH": str(library.parent)}
+        loaded = subprocess.run(["ldd", library], env=os.environ | folder, capture_output=True, text=True, check=True).stdout
+        self.assertNotIn("not found", loaded)
+        self.assertNotIn("libvellora-hostkit", loaded)
 
     def test_the_library_for_c_comes_with_its_header_and_needs_no_other_of_ours(self):
         self.file("libvellora-c1", f"usr/lib/libvellora-c.so.1.{VERSION}")

@@ -8,6 +8,7 @@ import tempfile
 import unittest
 
 PREFIX, COMPILER = sys.argv[1:3]
+HAS_REDIS = any(pathlib.Path(PREFIX).glob("lib*/**/libvellora-redishost.so"))
 
 
 class FindPackageTest(unittest.TestCase):
@@ -31,7 +32,7 @@ class FindPackageTest(unittest.TestCase):
             "find_package(Vellora REQUIRED COMPONENTS HostKitt)",
         )
         self.assertNotEqual(status, 0)
-        known = "Vellora, HostKit, TestKit, HostConformance."
+        known = "Vellora, HostKit, RedisHost, TestKit, HostConformance."
         self.assertIn(f'[0] Vellora has no component "HostKitt". There are: {known}', said)
         self.assertIn("[0] 0.", said)
         self.assertIn("CMake Error", said)
@@ -44,6 +45,20 @@ class FindPackageTest(unittest.TestCase):
             "if(NOT TARGET Vellora::HostKit OR NOT TARGET Vellora::TestKit)", 'message(FATAL_ERROR "none")', "endif()",
         )
         self.assertEqual(status, 0, said)
+
+    @unittest.skipUnless(HAS_REDIS, "the cache in a Redis is not built")
+    def test_the_cache_in_a_redis_is_a_component_in_both_forms_with_all_that_an_archive_needs(self):
+        for static in ("ON", "OFF"):
+            status, said = self.configured(
+                f"set(Vellora_USE_STATIC_LIBS {static})",
+                "find_package(Vellora REQUIRED COMPONENTS RedisHost)",
+                "if(NOT TARGET Vellora::RedisHost OR TARGET Vellora::HostKit)", 'message(FATAL_ERROR "none")', "endif()",
+                "get_target_property(needed Vellora::RedisHost INTERFACE_LINK_LIBRARIES)",
+                'message(STATUS "[${needed}]")',
+            )
+            self.assertEqual(status, 0, said)
+            self.assertIn("Vellora::Vellora", said)
+            self.assertEqual("Hiredis::Hiredis" in said, static == "ON", said)
 
 
 if __name__ == "__main__":

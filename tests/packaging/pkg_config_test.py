@@ -5,11 +5,23 @@ import os
 import pathlib
 import subprocess
 import sys
+import tempfile
 import unittest
 
 PREFIX, COMPILER = sys.argv[1:3]
 (CONFIGS,) = pathlib.Path(PREFIX).glob("lib*/**/pkgconfig")
 ENVIRONMENT = os.environ | {"PKG_CONFIG_PATH": str(CONFIGS)}
+
+REDIS_PROGRAM = """#include <iostream>
+#include "hostkit/cache/redis/RedisCache.h"
+int main() {
+  using namespace vellora::hostkit;
+  const auto cache = RedisCache::open("no address");
+  if (cache || !RedisCache::open("redis://cache.example")) return 1;
+  const bool isTold = cache.error().as<RedisCacheError>()->reason == RedisCacheError::Reason::invalidAddress;
+  std::cout << (isTold ? "no address" : "another error") << '\\n';
+}
+"""
 
 
 def flags(module):
@@ -24,8 +36,23 @@ def compiled(header, *options):
 
 class PkgConfigTest(unittest.TestCase):
     def test_every_module_says_the_standard(self):
+        modules = [file.stem for file in CONFIGS.glob("vellora*.pc") if file.stem != "vellora-c"]
         for module in ("vellora", "vellora-hostkit", "vellora-testkit", "vellora-conformance"):
+            self.assertIn(module, modules)
+        for module in modules:
             self.assertIn("-std=c++20", flags(module), module)
+
+    @unittest.skipUnless((CONFIGS / "vellora-redishost.pc").exists(), "the cache in a Redis is not built")
+    def test_a_program_with_the_cache_in_a_redis_builds_and_runs(self):
+        with tempfile.TemporaryDirectory() as folder:
+            program = pathlib.Path(folder) / "program"
+            link = subprocess.run(["pkg-config", "--libs", "vellora-redishost"], env=ENVIRONMENT, capture_output=True, text=True, check=True)
+            built = subprocess.run([COMPILER, *flags("vellora-redishost"), "-x", "c++", "-", "-x", "none", *link.stdout.split(), "-o", program],
+                                   input=REDIS_PROGRAM, capture_output=True, text=True)
+            self.assertEqual(built.returncode, 0, built.stderr)
+            libraries = next(word[2:] for word in link.stdout.split() if word.startswith("-L"))
+            told = subprocess.run([program], env=ENVIRONMENT | {"LD_LIBRARY_PATH": libraries}, capture_output=True, text=True)
+        self.assertEqual((told.returncode, told.stdout), (0, "no address\n"), told.stderr)
 
     def test_a_later_standard_may_stand_behind_it(self):
         done = compiled("vellora/Catalog/Catalog.h", "-std=c++2b")
