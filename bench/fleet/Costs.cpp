@@ -46,6 +46,7 @@ Result<Costs> Costs::read(const std::string& file) {
     const auto table = toml::parse_file(file);
     Reader reader(table, file);
     const Costs costs{{reader.cost("types"), reader.cost("themes")},
+                      {reader.cost("types_packed"), reader.cost("themes_packed")},
                       {reader.cost("types_unchanged"), reader.cost("themes_unchanged")},
                       reader.cost("refused")};
     if (reader.trouble()) return Error(*reader.trouble());

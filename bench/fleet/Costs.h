@@ -24,6 +24,7 @@ inline constexpr std::size_t listCount = 2;
 /// Ownership: a plain value.
 struct Costs {
   std::array<Cost, listCount> lists = {};      ///< the whole of a list: object types, themes
+  std::array<Cost, listCount> packed = {};     ///< the same from a server that packs it
   std::array<Cost, listCount> unchanged = {};  ///< that a list has not changed, in place of the list
   Cost refused = {};                           ///< a status of 503
 

@@ -34,13 +34,24 @@ std::string head(const std::vector<std::string>& cells) {
   return row(cells) + row(std::vector<std::string>(cells.size(), "---"));
 }
 
+/// A figure without manners, and the same with all of them.
+std::string fromTo(double without, double with) {
+  return figure(without) + " → " + figure(with);
+}
+
 std::string sizeTable(Study& study) {
-  std::string table = head({"apps", "day", "requests per second", "bytes per second", "processors"});
+  std::string table =
+      head({"apps", "time-out", "day", "requests per second", "bytes per second", "processors"});
   for (const double apps : sizes) {
-    for (const auto course : courses) {
-      const auto& outcome = study.outcome({.course = course, .apps = apps});
-      table += row({figure(apps), nameOf(course), figure(outcome.mostRequests()), figure(outcome.mostBytes()),
-                    figure(outcome.mostProcessor())});
+    for (const double timeout : timeouts) {
+      for (const auto course : courses) {
+        const auto& none = study.outcome({.course = course, .apps = apps, .timeout = timeout});
+        const auto& all =
+            study.outcome({.course = course, .apps = apps, .timeout = timeout, .manners = "all four"});
+        table += row(
+            {figure(apps), named(timeout), nameOf(course), fromTo(none.mostRequests(), all.mostRequests()),
+             fromTo(none.mostBytes(), all.mostBytes()), fromTo(none.mostProcessor(), all.mostProcessor())});
+      }
     }
   }
   return table;
@@ -169,8 +180,21 @@ std::string costTable(const Costs& costs) {
   };
   return head({"a request that is answered with", "its bytes", "bytes of the answer", "processor time"}) +
          cells("the object types", costs.lists[0]) + cells("the themes", costs.lists[1]) +
+         cells("the object types, packed", costs.packed[0]) + cells("the themes, packed", costs.packed[1]) +
          cells("that the object types have not changed", costs.unchanged[0]) +
          cells("that the themes have not changed", costs.unchanged[1]) + cells("a refusal", costs.refused);
+}
+
+std::string weekTable(Study& study) {
+  std::string table = head({"time-out", "day", "bytes per second", "processors", "bytes of the day"});
+  for (const double timeout : timeouts) {
+    for (const auto course : {Course::ordinary, Course::release, Course::weekLater}) {
+      const auto& outcome = study.outcome({.course = course, .timeout = timeout, .manners = "conditional"});
+      table += row({named(timeout), nameOf(course), figure(outcome.mostBytes()),
+                    figure(outcome.mostProcessor()), figure(outcome.allBytes)});
+    }
+  }
+  return table;
 }
 
 std::string limitTable(Study& study) {
@@ -190,8 +214,9 @@ std::string limitTable(Study& study) {
 
 std::string tables(Study& study) {
   return "### One request\n\n" + costTable(study.costs()) +
-         "\n### Busiest minute by size, time-out of an hour, no manners\n\n" + sizeTable(study) +
+         "\n### Busiest minute by size, without manners → with all four\n\n" + sizeTable(study) +
          "\n### Busiest minute and the whole day of ten million apps\n\n" + mannersTable(study) +
+         "\n### Kept bodies of ten million apps that ask on condition\n\n" + weekTable(study) +
          "\n### A server with half as much again as an ordinary day needs, ten million apps, time-out of an "
          "hour\n\n" +
          limitTable(study) + "\n### Ten thousand apps by agents of other weights, mean of five seeds\n\n" +

@@ -15,6 +15,10 @@ namespace vellora::fleet {
 /// What one request costs.
 [[nodiscard]] std::string costTable(const Costs& costs);
 
+/// What becomes of the bodies that are kept, for apps that ask on condition: the day of a release and the day
+/// a week later, on which all that came then is too old at once.
+[[nodiscard]] std::string weekTable(Study& study);
+
 /// What a server for half as much again as an ordinary day needs refuses on the other days; and how many
 /// processors the refusals would take if it made them itself.
 [[nodiscard]] std::string limitTable(Study& study);

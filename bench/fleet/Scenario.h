@@ -1,11 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <string>
 
 #include "bench/fleet/Usage.h"
+#include "vellora/Catalog/QuestionOptions.h"
+#include "vellora/Catalog/RetryOptions.h"
 
 namespace vellora::fleet {
 
@@ -17,12 +20,13 @@ struct Span {
   [[nodiscard]] bool contains(double time) const { return from <= time && time < to; }
 };
 
-/// What apps do to spare the server, beyond what the library does by itself.
+/// What the host does to spare the server, beyond what the library does by itself.
 struct Manners {
   bool conditional = false;  ///< a list that an app has is asked for on condition that it has changed
   bool spread = false;       ///< the time-out of each start is drawn from ±10 %
   bool backsOff = false;     ///< after a 503 nothing is sent for a while, longer each time
-  bool shares = false;       ///< the machines of one service share a cache
+  bool shares = false;       ///< the machines of one service share a cache, and fetch each list once
+  bool packed = false;       ///< the server packs the lists
 };
 
 /// What the server can do. What would have to wait for longer than it lets anybody wait is refused.
@@ -42,24 +46,25 @@ struct Capacity {
 struct Scenario {
   double apps = 10'000;           ///< the whole fleet, services' machines included
   double shareOfMachines = 0.02;  ///< those that belong to services, and always run
-  double machinesPerService = 8;
+  std::size_t machinesPerService = 8;
   double meanGapOfMachines = 5;  ///< between two questions of one machine
 
   /// How many agents stand for the fleet at most. Where it is larger, each agent weighs several apps.
-  double mostAgents = 50'000;
+  double mostAgents = 200'000;
 
   double timeout = 3600;
   Manners manners = {};
   Capacity capacity = {};
   Usage usage = {};
 
-  int attempts = 4;       ///< of one fetch
-  double patience = 10;   ///< the deadline of a question, behind which nothing is sent again
-  double retryAfter = 0;  ///< what a refusal asks for; 0 where it says nothing
+  RetryOptions retry = {};                               ///< its jitter is the simulation's
+  double patience = QuestionOptions().deadline.count();  ///< behind that nothing is sent again
+  double retryAfter = 0;                                 ///< what a refusal asks for; 0 where it says nothing
 
-  std::optional<double> release = {};  ///< when a new version comes out, which begins with an empty cache
-  double takingUp = 300;               ///< how long running apps take to restart with it
-  std::optional<Span> outage = {};     ///< all requests are refused then
+  /// When a new version comes out, which begins with an empty cache; it may be on one of the days before.
+  std::optional<double> release = {};
+  double takingUp = 300;            ///< how long running apps take to restart with it
+  std::optional<Span> outage = {};  ///< all requests are refused then
 
   int daysBefore = 1;        ///< that are simulated and not counted, so that the caches are as on any day
   bool beginsFilled = true;  ///< with caches of any age; false: without any

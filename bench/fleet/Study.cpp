@@ -11,16 +11,20 @@ namespace {
 
 constexpr double headroom = 1.5;
 constexpr double advisedWait = 60;
+constexpr double week = 7 * secondsOfDay;
 
-/// Each name with what it switches on; the last of them is no manner of the apps, but what the server says.
+/// Each name with what it switches on. The last is no manner of the apps, but what the server says.
 const std::vector<std::pair<std::string, Manners>>& named() {
-  static const std::vector<std::pair<std::string, Manners>> all{{"none", {}},
-                                                                {"conditional", {.conditional = true}},
-                                                                {"spread", {.spread = true}},
-                                                                {"backing off", {.backsOff = true}},
-                                                                {"shared cache", {.shares = true}},
-                                                                {"all four", {true, true, true, true}},
-                                                                {"Retry-After", {}}};
+  static const std::vector<std::pair<std::string, Manners>> all{
+      {"none", {}},
+      {"conditional", {.conditional = true}},
+      {"spread", {.spread = true}},
+      {"backing off", {.backsOff = true}},
+      {"shared cache", {.shares = true}},
+      {"all four", {true, true, true, true}},
+      {"packed", {.packed = true}},
+      {"all four, packed", {true, true, true, true, true}},
+      {"Retry-After", {}}};
   return all;
 }
 
@@ -34,6 +38,8 @@ std::string nameOf(Study::Course course) {
       return "release";
     case Study::Course::outage:
       return "outage";
+    case Study::Course::weekLater:
+      return "a week later";
   }
   return {};
 }
@@ -68,6 +74,10 @@ Scenario Study::scenario(const Variant& variant) {
   if (variant.manners == "Retry-After") scenario.retryAfter = advisedWait;
   if (variant.course == Course::release) scenario.release = releaseAt;
   if (variant.course == Course::outage) scenario.outage = outage;
+  if (variant.course == Course::weekLater) {
+    scenario.release = releaseAt - week;
+    scenario.daysBefore = 8;
+  }
   if (variant.isLimited) scenario.capacity = limit(variant.apps, variant.timeout);
   return scenario;
 }

@@ -21,8 +21,9 @@ namespace vellora::fleet {
 /// Threads: one at a time.
 class Study {
  public:
-  enum class Course { ordinary, release, outage };
+  enum class Course { ordinary, release, outage, weekLater };
 
+  /// On the day that is a week later, the release was at that hour of the day seven days before.
   static constexpr double releaseAt = 10 * secondsOfHour;
   static constexpr Span outage{11 * secondsOfHour, 12 * secondsOfHour};
 

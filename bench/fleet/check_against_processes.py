@@ -40,25 +40,26 @@ def at(moment):
 
 
 def costs_of(vellora, way, folder):
-    """What the command exchanges: the whole lists, then the lists again, and refusals. And whether it asks on condition."""
+    """Writes down what the command exchanges: the whole lists, then the lists unchanged, and refusals."""
     cache = folder / "costs-cache"
     whole = fetching.by_list(fetching.fetch(vellora, way, cache))
-    again = fetching.by_list(fetching.fetch(vellora, way, cache, "--cache-timeout", "0"))
+    again = measure_costs.conditional(vellora, way, cache)
     way.refuses = True
     refused = fetching.fetch(vellora, way, folder / "refused-cache")
     way.refuses = False
-    sections = {**whole, **{name + "_unchanged": request for name, request in again.items()}, "refused": refused[0]}
-    text = "".join(measure_costs.section(name, (len(request.head), request.answer_bytes, 0))
+    sections = {"refused": refused[0]}
+    for name in fetching.LISTS.values():
+        sections |= {name: whole[name], name + "_packed": whole[name], name + "_unchanged": again[name]}
+    text = "".join(measure_costs.section(name, (len(request.head), request.answer_bytes, 0), "this check")
                    for name, request in sections.items())
     (folder / "costs.toml").write_text(text)
-    return all(request.is_conditional for request in again.values())
 
 
-def simulated(fleet, folder, apps, is_conditional):
+def simulated(fleet, folder, apps):
     """The starts, in order, and the requests, the refused ones and the bytes of the day."""
     options = ["--costs", folder / "costs.toml", "--apps", str(apps), "--timeout", str(TIMEOUT), "--as-command",
-               "--release", str(RELEASE), "--outage", *map(str, OUTAGE), "--starts", folder / "starts"]
-    options += ["--conditional"] if is_conditional else []
+               "--conditional", "--backing-off", "--release", str(RELEASE), "--outage", *map(str, OUTAGE),
+               "--starts", folder / "starts"]
     ended = subprocess.run([fleet, "day", *map(str, options)], capture_output=True, text=True, check=True)
     seconds = list(csv.DictReader(io.StringIO(ended.stdout)))
     total = [sum(float(second[name]) for second in seconds) for name in ("requests", "refused", "bytes")]
@@ -94,8 +95,8 @@ def main():
     apps = int(sys.argv[4]) if len(sys.argv) > 4 else 50
     with tempfile.TemporaryDirectory() as name, measure_costs.demo_server(records_server) as (_, port):
         folder, way = pathlib.Path(name), relay.Relay(port)
-        is_conditional = costs_of(vellora, way, folder)
-        starts, told = simulated(fleet, folder, apps, is_conditional)
+        costs_of(vellora, way, folder)
+        starts, told = simulated(fleet, folder, apps)
         seen = lived(vellora, way, folder, starts)
     print(f"| runs of the command | {len(starts)} |")
     found = list(compared(("requests", "refused requests", "bytes"), told, seen))

@@ -21,4 +21,4 @@ def by_list(requests):
     if len(found) != len(LISTS) or len(requests) != len(LISTS):
         raise SystemExit(f"the command fetches other lists than {sorted(LISTS.values())}: "
                          f"{[request.path for request in requests]}")
-    return found
+    return {name: found[name] for name in LISTS.values()}

@@ -49,7 +49,7 @@ int study(const Given& given, const Costs& costs) {
 /// Each run of the command is an app that asks once, tries once, and waits for the answer.
 void makeCommand(Scenario& scenario) {
   scenario.shareOfMachines = 0;
-  scenario.attempts = 1;
+  scenario.retry.attempts = 1;
   scenario.daysBefore = 0;
   scenario.beginsFilled = false;
   scenario.usage.shortestRun = 20;
@@ -88,6 +88,7 @@ void addDayOptions(CLI::App& command, Given& given) {
   command.add_flag("--spread", scenario.manners.spread);
   command.add_flag("--backing-off", scenario.manners.backsOff);
   command.add_flag("--shared-cache", scenario.manners.shares);
+  command.add_flag("--packed", scenario.manners.packed, "The server packs its lists");
   command.add_flag("--as-command", given.isCommand, "Apps are runs of the command, without a cache at first");
   command.add_option("--starts", given.starts, "File for the moments and agents of all starts");
 }

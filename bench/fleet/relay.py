@@ -19,6 +19,10 @@ class Request:
         return self.head.split(b" ")[1].decode()
 
     @property
+    def status(self):
+        return int(self.answer.split(b" ")[1])
+
+    @property
     def is_conditional(self):
         return b"\r\nif-none-match:" in self.head.lower() or b"\r\nif-modified-since:" in self.head.lower()
 

@@ -16,6 +16,14 @@ const std::string wholeFile = R"(
 request_bytes = 1
 answer_bytes = 2
 processor_seconds = 0.5
+[types_packed]
+request_bytes = 1
+answer_bytes = 11
+processor_seconds = 3
+[themes_packed]
+request_bytes = 5
+answer_bytes = 12
+processor_seconds = 4
 [types_unchanged]
 request_bytes = 3
 answer_bytes = 4
@@ -51,6 +59,8 @@ TEST(CostsTest, AreReadFromAFile) {
   EXPECT_EQ(costs.value().lists[0].requestBytes, 1);
   EXPECT_EQ(costs.value().lists[0].processor, 0.5);
   EXPECT_EQ(costs.value().lists[1].answerBytes, 6);
+  EXPECT_EQ(costs.value().packed[0].answerBytes, 11);
+  EXPECT_EQ(costs.value().packed[1].processor, 4);
   EXPECT_EQ(costs.value().unchanged[0].answerBytes, 4);
   EXPECT_EQ(costs.value().unchanged[1].requestBytes, 7);
   EXPECT_EQ(costs.value().refused.processor, 2);
