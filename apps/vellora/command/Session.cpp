@@ -50,13 +50,27 @@ std::variant<std::optional<std::string>, Problem> tokenIfNeeded(const Arguments&
   return tokenOf(arguments);
 }
 
-/// The way to the server, on which equal requests travel once.
+/// Why the server's address cannot be used. It is looked at before the cache is opened: a mistyped one should
+/// leave no cache behind.
+std::optional<Problem> problemOfAddress(const Arguments& arguments) {
+  if (arguments.server.empty()) return std::nullopt;                              // with --offline
+  const auto network = hostkit::CurlNetwork::make({.server = arguments.server});  // connects to nothing
+  if (network) return std::nullopt;
+  return Problem{ExitCode::usage, network.error().localizedDescription()};
+}
+
+/// The way to the server, which spares it: equal requests travel once, what the cache keeps the body of is
+/// asked for only if it has changed, and a server that refuses is left alone.
 std::variant<std::shared_ptr<CorvaneSDK::Network>, Problem> openNetwork(
-    const Arguments& arguments, const std::optional<std::string>& token, const Secrets& secrets) {
+    const Arguments& arguments, const std::optional<std::string>& token, const Secrets& secrets,
+    std::shared_ptr<CorvaneSDK::Cache> cache) {
   if (arguments.server.empty()) return std::make_shared<NoNetwork>();  // with --offline
   hostkit::CurlNetwork::Options options{.server = arguments.server};
   options.token = [token] { return token; };
   options.secrets = secrets;
+  options.bodies = std::move(cache);
+  options.bodiesOf = ownerOf(arguments, token);
+  options.pausesWhenRefused = true;
   auto network = hostkit::CurlNetwork::make(std::move(options));
   if (!network) return Problem{ExitCode::usage, network.error().localizedDescription()};
   return std::make_shared<hostkit::CoalescingNetwork>(std::move(network).value());
@@ -115,8 +129,7 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
 
   const auto secrets = std::make_shared<hostkit::KnownSecrets>();
   secrets->note(std::get<0>(token).value_or(""));  // the cache may hold it, and maybe nothing is sent
-  auto network = openNetwork(arguments, std::get<0>(token), secrets);
-  if (const auto* problem = std::get_if<Problem>(&network)) return *problem;
+  if (auto problem = problemOfAddress(arguments)) return *std::move(problem);
 
   auto log = openLog(arguments, secrets);
   if (!log) return Problem{ExitCode::usage, log.error().localizedDescription()};
@@ -126,6 +139,9 @@ std::variant<std::unique_ptr<Session>, Problem> Session::open(const Arguments& a
   if (std::get<0>(cache) == nullptr)
     cache = openCache(arguments, std::get<0>(token), cacheFailures, log.value(), secrets);
   if (const auto* problem = std::get_if<Problem>(&cache)) return *problem;
+
+  auto network = openNetwork(arguments, std::get<0>(token), secrets, std::get<0>(cache));
+  if (const auto* problem = std::get_if<Problem>(&network)) return *problem;
 
   return std::unique_ptr<Session>(
       new Session(secrets, cacheFailures, {std::get<0>(network), std::get<0>(cache), log.value()}));
