@@ -84,6 +84,14 @@ TEST(RedisConnectionTest, AReplyThatComesByDropsEndsAtTheDeadline) {
   EXPECT_EQ(reasonOf(reply.error()), Reason::timedOut);
 }
 
+TEST(RedisConnectionTest, AReplyThatNeverPausesEndsAtTheDeadline) {
+  ScriptedServer server;
+  server.reply({"$500000000\r\n", ScriptedServer::Then::flood, std::string(65536, 'x')});
+  const auto reply = askScripted(server, milliseconds(60));
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::timedOut);
+}
+
 TEST(RedisConnectionTest, AnAnswerOfSomethingElseIsAFailure) {
   ScriptedServer server;
   server.reply(ScriptedServer::http("200 OK", "{}"));

@@ -106,6 +106,12 @@ TEST_F(RedisRowsTest, ARowThatTheServerDeletedIsNotThere) {
   EXPECT_THAT(texts(), ElementsAre("2"));
 }
 
+TEST_F(RedisRowsTest, ARowThatTheOrderNamesWithAnotherNumberIsNotThere) {
+  ASSERT_TRUE(write(item("a", "1", "key")));
+  (void)server.ask({"ZINCRBY", store.keys().order("Rows"), "1", "key"});
+  EXPECT_THAT(texts(), IsEmpty());
+}
+
 TEST_F(RedisRowsTest, TheNextWriteForgetsTheNamesOfRowsThatExpired) {
   ASSERT_TRUE(write(item("a", "1", "old")));
   (void)server.ask({"DEL", rowKey("old")});
