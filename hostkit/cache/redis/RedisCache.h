@@ -36,9 +36,9 @@ class RedisStore;
 /// Every blob and row bears a checksum: a damaged one is not there.
 ///
 /// A Redis that is slow, full, loading, restarted, failing over or gone is a miss: a call takes `timeout` at
-/// most, finds nothing or stores nothing, and the observer is told. After a failed attempt to reach it, calls
-/// fail at once for a while, so that nobody waits for each of them. The library goes on from the records
-/// server meanwhile.
+/// most, a purge twice that, finds nothing or stores nothing, and the observer is told. After a failed
+/// attempt to reach it, calls fail at once for a while, so that nobody waits for each of them. The library
+/// goes on from the records server meanwhile.
 ///
 /// A Redis that runs out of memory should evict what expires first (`volatile-ttl`), or nothing
 /// (`noeviction`): if it evicts any key, a purge may overlook rows.
