@@ -51,11 +51,11 @@ class CacheInRedis final : public SharedCache {
 }  // namespace
 
 OpenedSharedCache openSharedCache(SharedCache::Options options) {
-  RedisCache::Options own;
-  own.owner = std::move(options.owner);
-  own.password = std::move(options.password);
-  own.timeout = options.timeout;
-  own.firstPause = own.longestPause = pause;
+  RedisCache::Options own{.timeout = options.timeout,
+                          .firstPause = pause,
+                          .longestPause = pause,
+                          .password = std::move(options.password),
+                          .owner = std::move(options.owner)};
   own.observer = [told = std::move(options.told)](const hostkit::RedisCacheFailure& failure) {
     told(failure.error.localizedDescription());
   };
