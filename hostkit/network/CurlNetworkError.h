@@ -45,7 +45,8 @@ struct VELLORA_EXPORT CurlNetworkError {
   /// What went wrong, for people: one line with what to do and, where they are known, the server and the
   /// path, such as "no answer in time from records.example:443/theme: try again, or give the request more
   /// time". Of an error status it is status, path and the server's own words, 200 characters of them at most:
-  /// "401 for /theme: A valid bearer token is required." It holds neither the token nor six of its characters
+  /// "401 for /theme: A valid bearer token is required." Of a request that is held back it is why. It holds
+  /// neither the token nor six of its characters
   /// in a row.
   std::string text;
 

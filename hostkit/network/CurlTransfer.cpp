@@ -23,13 +23,15 @@ using Kind = CurlNetworkError::Kind;
 constexpr int mostRedirects = 5;
 constexpr std::size_t mostServerWords = 200;  // characters
 constexpr int notModified = 304;
-constexpr std::string_view unasked =
-    "the server answers that nothing has changed, which nobody has asked it: check it, and what stands "
-    "before it";
 
-std::string heldBack(ServerPause::Seconds left) {
-  const auto seconds = std::chrono::ceil<std::chrono::seconds>(left).count();
-  return "not sent, since the server wants to be left alone for another " + std::to_string(seconds) + " s";
+// Neither text has a colon in it: what stands behind one is the server's own words.
+constexpr std::string_view unasked =
+    ", that nothing has changed, which nobody has asked; check the server, and what stands before it";
+
+std::string heldBack(const std::string& path, const ServerPause::Refusal& refusal) {
+  const auto seconds = std::chrono::ceil<std::chrono::seconds>(refusal.left).count();
+  return path + " is not sent, since the server wants to be left alone for another " +
+         std::to_string(seconds) + " s (" + std::to_string(refusal.statusCode) + ")";
 }
 
 }  // namespace
@@ -204,10 +206,9 @@ bool CurlTransfer::takeKept(const KeptBody& kept) {
 
 void CurlTransfer::settleWithStatus() {
   const bool isUnasked = response_.statusCode == notModified && !hasOwnCondition(request_.headerLines);
-  const std::string words =
-      isUnasked ? std::string(unasked)
-                : shortened(cleaned(serverWords(body_.release(), head_.reasonPhrase())), mostServerWords);
-  auto error = statusError(response_.statusCode, path_, words);
+  const auto words = shortened(cleaned(serverWords(body_.release(), head_.reasonPhrase())), mostServerWords);
+  auto error = statusError(response_.statusCode, path_, isUnasked ? std::string() : words);
+  if (isUnasked) error.text += unasked;
   if (const auto* header = head_.value("retry-after")) error.retryAfter = retryAfter(*header, now());
   settleWithError(std::move(error));
 }
@@ -251,7 +252,8 @@ std::string CurlTransfer::where() const {
 }
 
 void CurlTransfer::holdBack(const ServerPause::Refusal& refusal) {
-  auto error = statusError(refusal.statusCode, path_, heldBack(refusal.left));
+  auto error = statusError(refusal.statusCode, path_, "");
+  error.text = heldBack(path_, refusal);
   error.retryAfter = refusal.left;
   settleWithError(std::move(error));
 }

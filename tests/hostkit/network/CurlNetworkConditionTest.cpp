@@ -169,8 +169,8 @@ TEST_F(CurlNetworkConditionTest, ANotModifiedThatNobodyAskedForIsAClearError) {
   expectError(answer, Kind::errorStatus);
   EXPECT_EQ(
       answer.error->localizedDescription(),
-      "304 for /theme: the server answers that nothing has changed, which nobody has asked it: check it, "
-      "and what stands before it");
+      "304 for /theme, that nothing has changed, which nobody has asked; check the server, and what stands "
+      "before it");
   EXPECT_FALSE(answer.errorAs<CurlNetworkError>()->retryAdvice());
 }
 

@@ -48,8 +48,7 @@ TEST_F(CurlNetworkFailureTest, AStatusThatIsNoSuccessIsAnErrorWithTheServersOwnW
   EXPECT_EQ(
       textFor("304 Not Modified", ""),
       "304 for " + path +
-          ": the server answers that nothing has changed, which nobody has asked it: check it, and what "
-          "stands before it");
+          ", that nothing has changed, which nobody has asked; check the server, and what stands before it");
   EXPECT_EQ(textFor("500 ", ""), "500 for " + path);
 }
 

@@ -118,7 +118,7 @@ class CurlNetworkFaultTest : public testing::TestWithParam<bool> {
     const auto* error = answer.errorAs<CurlNetworkError>();
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(error->kind, kind) << error->text;
-    const char* about = error->statusCode == 304 ? " for /theme: the server answers that nothing has changed"
+    const char* about = error->statusCode == 304    ? " for /theme, that nothing has changed"
                         : kind == Kind::errorStatus ? " for /theme: no [token]"
                                                     : "127.0.0.1:";
     EXPECT_THAT(error->text, AllOf(HasSubstr(about), Not(HasSubstr("\n")), Not(HasSubstr("q=1"))));

@@ -33,6 +33,9 @@ TEST(ShownFailureTest, TellsWhatTheServerSaidOfAStatus) {
   EXPECT_EQ(failure.text, "401 for /services/data/v50.0/theme: Bad token: sign in.");
   EXPECT_EQ(failure.words, "Bad token: sign in.");
   EXPECT_EQ(ofStatus(500, "500 for /a").words, "");
+  EXPECT_EQ(
+      ofStatus(503, "/a is not sent, since the server wants to be left alone for another 17 s (503)").words,
+      "");
 }
 
 TEST(ShownFailureTest, KnowsTheKindsThatThereIsAdviceFor) {

@@ -84,9 +84,9 @@ class FailurePageTest(TroubleTest):
             self.assertGreater(measured, 10)
 
     def test_another_attempt_leads_to_the_list_once_the_server_answers(self):
-        answer = Switchable(lambda _: refusal(503, "Closed for lunch."))
+        answer = Switchable(lambda _: refusal(500, "Closed for lunch."))  # a 503 would hold the next attempt back
         self.explore(self.serve(answer).url)
-        self.failure("trouble of its own: the server said “Closed for lunch.”", "503")
+        self.failure("trouble of its own: the server said “Closed for lunch.”", "500")
         answer.answer = lambda _: refusal(403, "Not for you.")
         self.browser.click("#retry")
         self.failure("does not allow it: the server said “Not for you.”", "403")
