@@ -19,6 +19,7 @@ constexpr double right = 20;
 constexpr double top = 62;
 constexpr double bottom = 40;
 constexpr double fewestLines = 3;
+constexpr double mostDecades = 4;
 
 struct Look {
   const char* colour;
@@ -28,7 +29,7 @@ struct Look {
 
 /// From dark to light.
 constexpr std::array<Look, 4> looks{
-    {{"#111111", "none", 1.4}, {"#b03060", "7 3", 1.8}, {"#3f8fd0", "2 2", 1.8}, {"#e0b040", "none", 2.6}}};
+    {{"#111111", "none", 1.4}, {"#b03060", "8 3", 1.9}, {"#4f9fe0", "2 2", 2.2}, {"#e8bc50", "none", 3}}};
 
 std::string number(double value) {
   std::array<char, 32> text{};
@@ -54,6 +55,25 @@ double roundedUp(double value) {
   return 10 * power;
 }
 
+struct Point {
+  double hour;
+  double value;
+};
+
+/// Those of the hours that the chart shows.
+std::vector<Point> pointsOf(const Chart::Curve& curve, const Chart& chart) {
+  std::vector<Point> points;
+  const auto by = static_cast<double>(chart.minutesOfPoint);
+  const auto end = std::min(static_cast<std::size_t>(chart.toHour * 60), curve.minutes.size());
+  for (auto first = static_cast<std::size_t>(chart.fromHour * 60); first + chart.minutesOfPoint <= end;
+       first += chart.minutesOfPoint) {
+    double sum = 0;
+    for (std::size_t i = 0; i < chart.minutesOfPoint; ++i) sum += curve.minutes[first + i];
+    points.push_back({(static_cast<double>(first) + by / 2) / 60, sum / by});
+  }
+  return points;
+}
+
 /// Where values and hours stand in the picture.
 class Plane {
  public:
@@ -62,16 +82,13 @@ class Plane {
     const double most = values.empty() ? 1 : *std::max_element(values.begin(), values.end());
     const double least = values.empty() ? 1 : *std::min_element(values.begin(), values.end());
     if (chart.isLogarithmic) {
-      lowest_ = std::floor(std::log10(least));
-      highest_ = std::max(std::ceil(std::log10(most)), lowest_ + 1);
+      highest_ = std::ceil(std::log10(most));
+      lowest_ = std::clamp(std::floor(std::log10(least)), highest_ - mostDecades, highest_ - 1);
     } else {
       step_ = roundedUp(most / fewestLines);
       highest_ = step_ * std::ceil(most / step_ * (1 - 1e-9));
     }
   }
-
-  [[nodiscard]] std::size_t firstMinute() const { return static_cast<std::size_t>(chart_.fromHour * 60); }
-  [[nodiscard]] std::size_t endMinute() const { return static_cast<std::size_t>(chart_.toHour * 60); }
 
   [[nodiscard]] double x(double hour) const {
     return left + (hour - chart_.fromHour) / (chart_.toHour - chart_.fromHour) * (width - left - right);
@@ -92,13 +109,12 @@ class Plane {
   }
 
  private:
-  /// Those of the hours that are shown, without zeros.
+  /// Without zeros.
   [[nodiscard]] std::vector<double> shownValues() const {
     std::vector<double> values;
-    for (const auto& curve : chart_.curves) {
-      for (auto minute = firstMinute(); minute < std::min(endMinute(), curve.minutes.size()); ++minute)
-        if (curve.minutes[minute] > 0) values.push_back(curve.minutes[minute]);
-    }
+    for (const auto& curve : chart_.curves)
+      for (const auto& point : pointsOf(curve, chart_))
+        if (point.value > 0) values.push_back(point.value);
     return values;
   }
 
@@ -130,12 +146,10 @@ std::string stroke(const Look& look) {
          "\" stroke-width=\"" + number(look.thickness) + "\"/>\n";
 }
 
-std::string drawn(const Chart::Curve& curve, const Plane& plane, const Look& look) {
+std::string drawn(const std::vector<Point>& curve, const Plane& plane, const Look& look) {
   std::string points;
-  for (auto minute = plane.firstMinute(); minute < std::min(plane.endMinute(), curve.minutes.size());
-       ++minute)
-    points += number(plane.x((static_cast<double>(minute) + 0.5) / 60)) + "," +
-              number(plane.y(curve.minutes[minute])) + " ";
+  for (const auto& point : curve)
+    points += number(plane.x(point.hour)) + "," + number(plane.y(point.value)) + " ";
   return "<polyline points=\"" + points + "\"" + stroke(look);
 }
 
@@ -156,7 +170,7 @@ std::string Chart::svg() const {
     svg += legend(curves[i], i, looks.at(i));
   svg += "</g>\n";
   for (std::size_t i = 0; i < std::min(curves.size(), looks.size()); ++i)
-    svg += drawn(curves[i], plane, looks.at(i));
+    svg += drawn(pointsOf(curves[i], *this), plane, looks.at(i));
   return svg + "</svg>\n";
 }
 

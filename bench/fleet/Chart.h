@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,10 @@ struct Chart {
   std::string unit;  ///< of the values
   double fromHour = 0;
   double toHour = 24;
-  bool isLogarithmic = false;  ///< each line of the grid stands for ten times the one below
+  std::size_t minutesOfPoint = 1;  ///< each point of a curve is the mean of so many minutes
+  /// Each line of the grid stands for ten times the one below, of four at most. What is less lies on the
+  /// lowest.
+  bool isLogarithmic = false;
   std::vector<Curve> curves;
 
   [[nodiscard]] std::string svg() const;

@@ -106,6 +106,7 @@ Chart::Curve requests(Study& study, const std::string& name, const Variant& vari
 Chart ordinaryChart(Study& study) {
   return {.title = "Requests of ten million apps on an ordinary day",
           .unit = "per second",
+          .minutesOfPoint = 5,
           .curves = {requests(study, "time-out of an hour", {}),
                      requests(study, "time-out of a day", {.timeout = secondsOfDay}),
                      requests(study, "an hour, shared cache", {.manners = "shared cache"})}};
@@ -115,22 +116,24 @@ Chart processorChart(Study& study) {
   const auto curve = [&](Course course) {
     return Chart::Curve{nameOf(course), study.outcome({.course = course}).processor};
   };
-  return {.title = "Processors that ten million apps keep busy, time-out of an hour",
+  return {.title = "Work of the server for ten million apps, time-out of an hour",
           .unit = "processors",
           .curves = {curve(Course::ordinary), curve(Course::release), curve(Course::outage)}};
 }
 
 Chart bytesChart(Study& study) {
-  const auto curve = [&](double timeout, const std::string& manners) {
+  const auto curve = [&](const std::string& name, double timeout, const std::string& manners) {
     return Chart::Curve{
-        named(timeout) + (manners == "none" ? "" : ", " + manners),
-        study.outcome({.course = Course::release, .timeout = timeout, .manners = manners}).bytes};
+        name, study.outcome({.course = Course::release, .timeout = timeout, .manners = manners}).bytes};
   };
   return {.title = "Bytes to and from ten million apps, release at 10:00",
           .unit = "per second",
+          .fromHour = 6,
+          .minutesOfPoint = 5,
           .isLogarithmic = true,
-          .curves = {curve(secondsOfHour, "none"), curve(secondsOfHour, "conditional"),
-                     curve(secondsOfDay, "none"), curve(secondsOfDay, "conditional")}};
+          .curves = {curve("an hour", secondsOfHour, "none"), curve("a day", secondsOfDay, "none"),
+                     curve("an hour, conditional", secondsOfHour, "conditional"),
+                     curve("an hour, all four, packed", secondsOfHour, "all four, packed")}};
 }
 
 Chart releaseChart(Study& study) {
@@ -167,6 +170,7 @@ Chart returnChart(Study& study) {
           .unit = "per second",
           .fromHour = 11.75,
           .toHour = 12.25,
+          .isLogarithmic = true,
           .curves = {curve("no manners", "none"), curve("Retry-After of 60 s", "Retry-After"),
                      curve("backing off", "backing off"), curve("all four", "all four")}};
 }

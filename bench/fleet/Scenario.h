@@ -50,7 +50,7 @@ struct Scenario {
   double meanGapOfMachines = 5;  ///< between two questions of one machine
 
   /// How many agents stand for the fleet at most. Where it is larger, each agent weighs several apps.
-  double mostAgents = 200'000;
+  double mostAgents = 100'000;
 
   double timeout = 3600;
   Manners manners = {};

@@ -47,6 +47,26 @@ TEST(ChartTest, GivesEachPowerOfTenALineWhereItIsLogarithmic) {
   EXPECT_THAT(svg, Not(HasSubstr(">100 k<")));
 }
 
+TEST(ChartTest, HasNoMoreThanFourPowersOfTen) {
+  std::vector<double> minutes(1440, 1e6);
+  minutes[70] = 1;
+  auto chart = chartOf(minutes);
+  chart.isLogarithmic = true;
+  EXPECT_THAT(chart.svg(), HasSubstr(">100<"));
+  EXPECT_THAT(chart.svg(), Not(HasSubstr(">10<")));
+}
+
+TEST(ChartTest, DrawsTheMeanOfSeveralMinutesWhereItIsToldSo) {
+  std::vector<double> minutes(1440);
+  minutes[60] = 20;  // the mean of ten minutes is 2
+  auto chart = chartOf(minutes);
+  chart.minutesOfPoint = 10;
+  const auto svg = chart.svg();
+  EXPECT_THAT(svg, HasSubstr(">2<"));
+  EXPECT_THAT(svg, Not(HasSubstr(">3<")));
+  EXPECT_THAT(svg, HasSubstr("<polyline points=\"143.3,62.0 "));  // five minutes behind the hour
+}
+
 TEST(ChartTest, DrawsCurvesThatAreNothing) {
   EXPECT_THAT(chartOf(std::vector<double>(1440, 0)).svg(), Not(HasSubstr("nan")));
 }
@@ -56,7 +76,7 @@ TEST(ChartTest, TellsItsCurvesApartByDashesOrThickness) {
   chart.curves = std::vector<Chart::Curve>(4, chart.curves[0]);
   const auto svg = chart.svg();
   for (const std::string look :
-       {"\"none\" stroke-width=\"1.4\"", "\"7 3\"", "\"2 2\"", "\"none\" stroke-width=\"2.6\""})
+       {"\"none\" stroke-width=\"1.4\"", "\"8 3\"", "\"2 2\"", "\"none\" stroke-width=\"3.0\""})
     EXPECT_THAT(svg, HasSubstr("stroke-dasharray=" + look));
 }
 
