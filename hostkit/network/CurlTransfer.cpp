@@ -263,12 +263,13 @@ void CurlTransfer::report(ServerPause& pause, Clock::time_point now) const {
   pause.note(error_ ? error_->statusCode : response_.statusCode, told, deadline_ - timeout(), now);
 }
 
+// The body is kept before its answer is out: a process may end as soon as it has that.
 void CurlTransfer::deliver() {
   handle_.reset();
   if (setting_.observer) tellObserver();
   if (error_) return completion_(std::nullopt, Error(*error_), std::nullopt);
-  completion_(std::move(answer_), std::nullopt, std::move(response_));
   revalidation_.keepNoted();
+  completion_(std::move(answer_), std::nullopt, std::move(response_));
 }
 
 void CurlTransfer::tellObserver() const {

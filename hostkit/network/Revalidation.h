@@ -47,7 +47,8 @@ class Revalidation {
   /// when that is not known.
   void note(int status, const ResponseHead& head, std::optional<Data> body);
 
-  /// Writes what was noted. Call it once the request's completion has been called, which needn't wait for it.
+  /// Writes what was noted. Call it before the request's completion: who has the answer may ask again at
+  /// once, or end the process.
   void keepNoted();
 
  private:

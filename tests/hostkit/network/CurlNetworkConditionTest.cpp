@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -95,6 +97,16 @@ TEST_F(CurlNetworkConditionTest, WhatHasChangedTakesThePlaceOfWhatWasKept) {
   EXPECT_EQ(ask("/theme").body(), "new");
   EXPECT_EQ(ask("/theme").body(), "new");
   EXPECT_EQ(conditionOf(2), "If-None-Match: \"2\"");
+}
+
+TEST_F(CurlNetworkConditionTest, ABodyIsKeptBeforeItsAnswerIsOut) {
+  server.reply(tagged("themes"));
+  std::promise<std::size_t> kept;
+  network->sendRequest(tests::get("/theme"), [&](auto, auto, auto) {
+    const auto rows = host.table->load(CorvaneSDK::Query::exact(BodiesCache::ofKind(KeptBodies::bodyKind)));
+    kept.set_value(rows.size());
+  });
+  EXPECT_EQ(kept.get_future().get(), 1U);
 }
 
 TEST_F(CurlNetworkConditionTest, APackedBodyIsKeptPackedAndAnsweredUnpacked) {
