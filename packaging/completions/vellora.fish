@@ -12,7 +12,7 @@ function __vellora_entries
     set -l line (commandline -opc)
     set -l given
     for i in (seq (count $line))
-        if contains -- $line[$i] --server --token-file --cache --cache-password-file; and test $i -lt (count $line)
+        if contains -- $line[$i] --server --token-file --cache --cache-user --cache-password-file --cache-ca-file; and test $i -lt (count $line)
             set -a given $line[$i] $line[(math $i + 1)]
         end
     end
@@ -30,6 +30,8 @@ complete -c vellora -l server -x -a '(__vellora_servers)' -d 'The records server
 complete -c vellora -l token-file -r -F -d 'File with the bearer token; - is standard input'
 complete -c vellora -l theme -x -a light -d 'Theme of colours and icons'
 complete -c vellora -l cache -r -F -d 'Cache file, or the address of a Redis'
+complete -c vellora -l cache-user -x -d 'User of that Redis'
+complete -c vellora -l cache-ca-file -r -F -d 'Authorities that it is trusted by'
 complete -c vellora -l cache-password-file -r -F -d 'File with the password of that Redis; - is standard input'
 complete -c vellora -l cache-timeout -x -d 'Age in seconds at which cached data expires'
 complete -c vellora -l offline -d 'Ask the cache alone'

@@ -53,6 +53,8 @@ std::optional<std::string> complaintAboutOutput(const Arguments& arguments) {
 }
 
 std::optional<std::string> complaintAboutPlace(const Arguments& arguments) {
+  if (isAddress(arguments.cacheFile) && !isShared(arguments.cacheFile))
+    return "--cache takes a file, or the address of a Redis: redis://, rediss:// or redis+unix://";
   if (arguments.command == Command::cache) return complaintAboutCache(arguments);
   const bool isOfServers = arguments.command == Command::watch || arguments.command == Command::diff;
   if (isOfServers && isOffline(arguments)) return "this command asks servers: leave --offline out";

@@ -43,6 +43,8 @@ struct Arguments {
   std::string theme = "light";
   std::string cacheFile;  ///< the one that was given, else the server's for those without a token; may be the
                           ///< address of a Redis
+  std::string cacheUser;  ///< of that Redis; empty for its default user
+  std::optional<std::string> cacheCaFile;        ///< the authorities to trust instead of the system's
   std::optional<std::string> cachePasswordFile;  ///< of that Redis; "-" is standard input
   std::string
       cachePasswordPlace;  ///< where the configuration names it, as FILE:LINE; empty when an option does

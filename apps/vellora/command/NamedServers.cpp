@@ -40,6 +40,8 @@ Problem unknown(const std::string& name, const Configuration& configuration) {
 void useCache(const NamedServer& server, const Given& given, Arguments& arguments) {
   if (given.cache || !server.cache) return;
   arguments.cacheFile = *server.cache;
+  if (arguments.cacheUser.empty()) arguments.cacheUser = server.cacheUser;
+  if (!arguments.cacheCaFile) arguments.cacheCaFile = server.cacheCaFile;
   if (given.cachePassword) return;
   arguments.cachePasswordFile = server.cachePasswordFile;
   arguments.cachePasswordPlace = server.cachePasswordPlace;

@@ -52,8 +52,13 @@ void addCacheOptions(CLI::App& app, Arguments& arguments) {
                  "Cache file; by default one for each server and token in your cache folder. Or a Redis that "
                  "many machines share, such as redis://cache.example")
       ->type_name("FILE");
+  app.add_option("--cache-user", arguments.cacheUser, "User of that Redis; by default its default user")
+      ->type_name("NAME");
   app.add_option("--cache-password-file", arguments.cachePasswordFile,
                  "File with the password of that Redis; - is standard input")
+      ->type_name("FILE");
+  app.add_option("--cache-ca-file", arguments.cacheCaFile,
+                 "PEM file of the authorities that a rediss:// is trusted by; by default the system's")
       ->type_name("FILE");
   addSeconds(app, "--cache-timeout", arguments.cacheTimeout, "Age at which cached data expires");
 }

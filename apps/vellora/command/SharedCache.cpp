@@ -54,7 +54,9 @@ OpenedSharedCache openSharedCache(SharedCache::Options options) {
   RedisCache::Options own{.timeout = options.timeout,
                           .firstPause = pause,
                           .longestPause = pause,
+                          .user = std::move(options.user),
                           .password = std::move(options.password),
+                          .caFile = std::move(options.caFile),
                           .owner = std::move(options.owner)};
   own.observer = [told = std::move(options.told)](const hostkit::RedisCacheFailure& failure) {
     told(failure.error.localizedDescription());

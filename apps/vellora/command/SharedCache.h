@@ -20,7 +20,9 @@ class SharedCache {
   struct Options {
     std::string address;
     std::string owner;
+    std::string user;                              ///< empty for the default user
     std::string password;                          ///< empty where none is given
+    std::optional<std::string> caFile;             ///< the authorities to trust; absent: the system's
     std::chrono::milliseconds timeout{};           ///< of a call
     std::function<void(const std::string&)> told;  ///< of each call that failed, in words for people
   };

@@ -28,7 +28,9 @@ std::variant<SharedCache::Options, Problem> sharedCacheOptions(const Arguments& 
   if (auto* problem = std::get_if<Problem>(&password)) return std::move(*problem);
   return SharedCache::Options{.address = arguments.cacheFile,
                               .owner = std::move(owner),
+                              .user = arguments.cacheUser,
                               .password = std::get<0>(std::move(password)).value_or(""),
+                              .caFile = arguments.cacheCaFile,
                               .timeout = timeoutOf(arguments),
                               .told = [](const std::string&) {}};
 }

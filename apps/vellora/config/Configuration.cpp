@@ -98,6 +98,23 @@ std::string cacheOf(const toml::node& node, const std::string& file) {
   return text.find("://") == std::string::npos ? pathOf(node, "cache", file) : text;
 }
 
+/// Whether `key` tells of the cache.
+bool readCache(std::string_view key, const toml::node& node, NamedServer& server, const std::string& file) {
+  if (key == "cache") {
+    server.cache = cacheOf(node, file);
+  } else if (key == "cache_user") {
+    server.cacheUser = textOf(node, key);
+  } else if (key == "cache_ca_file") {
+    server.cacheCaFile = pathOf(node, key, file);
+  } else if (key == "cache_password_file") {
+    server.cachePasswordFile = pathOf(node, key, file);
+    server.cachePasswordPlace = placeOf(node, file);
+  } else {
+    return false;
+  }
+  return true;
+}
+
 NamedServer serverIn(const toml::node& node, const std::string& file) {
   const auto* table = node.as_table();
   if (table == nullptr) refuse(node, "a server is a table: [servers.NAME]");
@@ -108,11 +125,8 @@ NamedServer serverIn(const toml::node& node, const std::string& file) {
       server.address = textOf(value, key);
     } else if (key == "theme") {
       server.theme = textOf(value, key);
-    } else if (key == "cache") {
-      server.cache = cacheOf(value, file);
-    } else if (key == "cache_password_file") {
-      server.cachePasswordFile = pathOf(value, key, file);
-      server.cachePasswordPlace = placeOf(value, file);
+    } else if (readCache(key, value, server, file)) {
+      continue;
     } else if (key == "token_file" || key == "token_command") {
       readToken(value, server, file, key == "token_command");
     } else if (key == "token") {
@@ -121,7 +135,8 @@ NamedServer serverIn(const toml::node& node, const std::string& file) {
              "that prints it (token_command)");
     } else {
       refuse(value, "a server has no " + quoted(key) +
-                        ", but address, theme, token_file, token_command, cache and cache_password_file");
+                        ", but address, theme, token_file, token_command, cache, cache_user, "
+                        "cache_password_file and cache_ca_file");
     }
   }
   if (server.address.empty()) refuse(node, "this server has no address");

@@ -16,7 +16,9 @@ struct NamedServer {
       tokenCommand;  ///< a program and its arguments, which prints the token; may be empty
   std::optional<std::string> theme;
   std::optional<std::string> cache;              ///< an absolute file, or the address of a Redis
+  std::string cacheUser;                         ///< may be empty
   std::optional<std::string> cachePasswordFile;  ///< absolute
+  std::optional<std::string> cacheCaFile;        ///< absolute
 
   /// Where the file says whence the token comes, as "FILE:LINE"; empty when it does not.
   std::string tokenPlace;

@@ -56,6 +56,12 @@ TEST_F(ArgumentCheckTest, ACacheInARedisIsNotKnownWithoutItsServer) {
   EXPECT_EQ(complaintAbout(arguments), std::nullopt);
 }
 
+TEST_F(ArgumentCheckTest, AnAddressOfSomethingElseIsNoCacheAndNotRepeated) {
+  arguments.cacheFile = "redis+tls://:secret@h";
+  EXPECT_EQ(complaintAbout(arguments),
+            "--cache takes a file, or the address of a Redis: redis://, rediss:// or redis+unix://");
+}
+
 TEST_F(ArgumentCheckTest, ThePasswordOfTheCacheHasStandardInputForItself) {
   arguments.cachePasswordFile = "-";
   EXPECT_EQ(complaintAbout(arguments), std::nullopt);

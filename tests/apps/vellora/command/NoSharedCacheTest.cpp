@@ -12,8 +12,9 @@ using testing::HasSubstr;
 using testing::Not;
 
 TEST(NoSharedCacheTest, SaysThatTheBuildLacksRedisAndWhatToDo) {
-  const auto opened =
-      openSharedCache({.address = "redis://:secret@h", .owner = "", .password = "", .told = {}});
+  SharedCache::Options options;
+  options.address = "redis://:secret@h";
+  const auto opened = openSharedCache(options);
   const auto& problem = std::get<Problem>(opened);
   EXPECT_EQ(problem.exit, ExitCode::usage);
   EXPECT_THAT(problem.message, HasSubstr("built without Redis"));

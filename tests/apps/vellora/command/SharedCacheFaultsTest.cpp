@@ -82,6 +82,14 @@ TEST_F(SharedCacheFaultsTest, ARedisThatHasBecomeAReplicaSaysSo) {
   EXPECT_THAT(ended.err, HasSubstr(name() + "cannot take part now"));
 }
 
+TEST_F(SharedCacheFaultsTest, ThePasswordIsThatOfTheUserWhoIsNamed) {
+  (void)redis.ask({"ACL", "SETUSER", "reader", "on", ">canary-of-the-reader", "+@all", "~*"});
+  (void)redis.ask({"CONFIG", "SET", "requirepass", "another"});
+  const auto words = withPassword("canary-of-the-reader", {"--cache-user", "reader", "cache", "ls"});
+  EXPECT_EQ(vellora(words).exitCode, 0);
+  EXPECT_EQ(vellora(withPassword("canary-of-the-reader", {"cache", "ls"})).exitCode, 7);
+}
+
 /// A Redis that wants a password that is looked for in all that the command writes.
 class SharedCachePasswordTest : public SharedCacheFixture {
  protected:
@@ -139,6 +147,17 @@ TEST_F(SharedCachePasswordTest, AFileWithoutOneIsToldBeforeAnythingIsAsked) {
 }
 
 class SharedCacheTlsTest : public CommandFixture {};
+
+TEST_F(SharedCacheTlsTest, ARedisWhoseAuthorityIsNamedIsFilledAndRead) {
+  const hostkit::tests::TlsRedisServer redis;
+  std::vector<std::string> words{"--server",       server->url(), "--cache",         redis.address(),
+                                 "--wait",         "1200",        "--cache-ca-file", redis.certificate(),
+                                 "search-layouts", "Account"};
+  const auto looked = ChildProcess::run(VELLORA, words, options);
+  EXPECT_EQ(looked.exitCode, 0) << looked.err;
+  words.insert(words.begin(), "--offline");
+  EXPECT_EQ(ChildProcess::run(VELLORA, words, options).out, looked.out);
+}
 
 TEST_F(SharedCacheTlsTest, ACertificateThatNobodyTrustsIsToldAndNothingIsSent) {
   const hostkit::tests::TlsRedisServer redis;

@@ -26,7 +26,11 @@ class SharedCacheOptionsTest : public testing::Test {
 TEST_F(SharedCacheOptionsTest, AreThoseOfTheArguments) {
   arguments.cachePasswordFile = folder.file("password");
   std::ofstream(*arguments.cachePasswordFile) << "open sesame\n";
+  arguments.cacheUser = "reader";
+  arguments.cacheCaFile = "authorities.pem";
   const auto options = read();
+  EXPECT_EQ(options.user, "reader");
+  EXPECT_EQ(options.caFile, "authorities.pem");
   EXPECT_EQ(options.address, "redis://h");
   EXPECT_EQ(options.owner, "owner");
   EXPECT_EQ(options.password, "open sesame");

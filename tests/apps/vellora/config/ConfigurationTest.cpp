@@ -83,6 +83,8 @@ cache = "work.sqlite"
 address = "https://records.example"
 cache = "rediss://cache.example"
 cache_password_file = "cache.password"
+cache_user = "reader"
+cache_ca_file = "authorities.pem"
 )");
   const auto& inFile = configuration.servers.at("file");
   EXPECT_EQ(inFile.cache, folder.file("work.sqlite"));
@@ -91,6 +93,8 @@ cache_password_file = "cache.password"
   EXPECT_EQ(inRedis.cache, "rediss://cache.example");
   EXPECT_EQ(inRedis.cachePasswordFile, folder.file("cache.password"));
   EXPECT_EQ(inRedis.cachePasswordPlace, file + ":8");
+  EXPECT_EQ(inRedis.cacheUser, "reader");
+  EXPECT_EQ(inRedis.cacheCaFile, folder.file("authorities.pem"));
 }
 
 TEST_F(ConfigurationTest, AFileThatIsNotThereSaysNothing) {
@@ -114,8 +118,8 @@ TEST_F(ConfigurationTest, AFileThatCannotBeReadIsTold) {
 TEST_F(ConfigurationTest, AMistakeIsToldWithItsLineAndColumn) {
   EXPECT_THAT(wrongIn("server = \"a\"\n\nservers = {\n"), StartsWith(":3:"));
   EXPECT_EQ(wrongIn("[servers.a]\naddress = \"http://a\"\ncolour = \"red\"\n"),
-            ":3:10: a server has no \"colour\", but address, theme, token_file, token_command, cache and "
-            "cache_password_file");
+            ":3:10: a server has no \"colour\", but address, theme, token_file, token_command, cache, "
+            "cache_user, cache_password_file and cache_ca_file");
   EXPECT_EQ(wrongIn("sever = \"a\"\n"), ":1:9: there is no \"sever\" here, but server and [servers.NAME]");
   EXPECT_EQ(wrongIn("[servers.a]\ntheme = \"dark\"\n"), ":1:1: this server has no address");
   EXPECT_EQ(wrongIn("[servers.a]\naddress = 7\n"), ":2:11: address must be a text in quotation marks");
