@@ -28,6 +28,30 @@ bool curlIsReady() {
   return initialised;
 }
 
+/// The most items of a list: many more than the rows of any table.
+constexpr std::size_t mostItems = std::size_t{1} << 20U;
+
+/// As hiredis does it, but for a list with more items. It would take room for all of them, and walk it when
+/// the list is given up, before any of them has come. Newer versions count in another type.
+template <class Count>
+void* createBoundedArray(const redisReadTask* task, Count count) {
+  if (static_cast<std::size_t>(count) > mostItems) return nullptr;
+  return static_cast<const redisReplyObjectFunctions*>(task->privdata)->createArray(task, count);
+}
+
+redisReader* createReader() {
+  redisReader* reader = redisReaderCreate();
+  if (reader == nullptr) return nullptr;
+  static redisReplyObjectFunctions bounded = [reader] {
+    redisReplyObjectFunctions functions = *reader->fn;
+    functions.createArray = createBoundedArray;
+    return functions;
+  }();
+  reader->privdata = reader->fn;
+  reader->fn = &bounded;
+  return reader;
+}
+
 milliseconds left(RedisConnection::Deadline deadline) {
   const auto rest = std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
   return std::max(rest, milliseconds(0));
@@ -51,6 +75,13 @@ RedisReply toReply(const redisReply& reply) {
   RedisReply list{.kind = Kind::list};
   for (std::size_t i = 0; i < reply.elements; ++i) list.items.push_back(toReply(*reply.element[i]));
   return list;
+}
+
+/// How many bytes its arguments have together. hiredis counts them in a type that may be too small.
+std::size_t sizeOf(const RedisCommand& command) {
+  std::size_t size = 0;
+  for (const std::string& argument : command) size += argument.size();
+  return size;
 }
 
 /// The bytes of `command`; nothing when there is no memory for them.
@@ -115,7 +146,7 @@ bool waitFor(CURL* easy, short events, RedisConnection::Deadline deadline) {
 
 struct RedisConnection::Wire {
   Easy easy{curlIsReady() ? curl_easy_init() : nullptr, curl_easy_cleanup};
-  Reader reader{redisReaderCreate(), redisReaderFree};
+  Reader reader{createReader(), redisReaderFree};
 };
 
 RedisConnection::RedisConnection(std::unique_ptr<Wire> wire, std::string server)
@@ -138,8 +169,8 @@ Result<std::shared_ptr<RedisConnection>> RedisConnection::open(const RedisAddres
   return std::shared_ptr<RedisConnection>(new RedisConnection(std::move(wire), address.text));
 }
 
-Result<RedisReply> RedisConnection::ask(const RedisCommand& command, Deadline deadline) {
-  if (auto error = send(command, deadline)) return *std::move(error);
+Result<RedisReply> RedisConnection::ask(const RedisCommand& command, Deadline deadline, std::size_t longest) {
+  if (auto error = send(command, deadline, longest)) return *std::move(error);
   while (true) {
     void* reply = nullptr;
     if (redisReaderGetReply(wire_->reader.get(), &reply) != REDIS_OK) {
@@ -149,12 +180,13 @@ Result<RedisReply> RedisConnection::ask(const RedisCommand& command, Deadline de
       const std::unique_ptr<void, decltype(&freeReplyObject)> owned(reply, freeReplyObject);
       return toReply(*static_cast<const redisReply*>(reply));
     }
-    if (auto error = receiveMore(deadline)) return *std::move(error);
+    if (auto error = receiveMore(deadline, longest)) return *std::move(error);
   }
 }
 
-std::optional<Error> RedisConnection::send(const RedisCommand& command, Deadline deadline) {
-  const auto bytes = formatted(command);
+std::optional<Error> RedisConnection::send(const RedisCommand& command, Deadline deadline,
+                                           std::size_t longest) {
+  const auto bytes = sizeOf(command) <= longest ? formatted(command) : std::nullopt;
   if (!bytes) return RedisCacheError{Reason::failed, server_, "the command is too long"};
   for (std::string_view rest = *bytes; !rest.empty();) {
     std::size_t sent = 0;
@@ -168,7 +200,7 @@ std::optional<Error> RedisConnection::send(const RedisCommand& command, Deadline
   return std::nullopt;
 }
 
-std::optional<Error> RedisConnection::receiveMore(Deadline deadline) {
+std::optional<Error> RedisConnection::receiveMore(Deadline deadline, std::size_t& rest) {
   std::array<char, 65536> bytes;  // NOLINT: filled by curl
   std::size_t count = 0;
   const CURLcode code = curl_easy_recv(wire_->easy.get(), bytes.data(), bytes.size(), &count);
@@ -178,6 +210,8 @@ std::optional<Error> RedisConnection::receiveMore(Deadline deadline) {
     return RedisCacheError{Reason::timedOut, server_, ""};
   }
   if (code != CURLE_OK || count == 0) return closed();
+  if (count > rest) return RedisCacheError{Reason::failed, server_, "the reply is too long"};
+  rest -= count;
   if (redisReaderFeed(wire_->reader.get(), bytes.data(), count) == REDIS_OK) return std::nullopt;
   return RedisCacheError{Reason::failed, server_, wire_->reader->errstr};
 }

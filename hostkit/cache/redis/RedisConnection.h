@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,8 +36,13 @@ class RedisConnection {
   RedisConnection(const RedisConnection&) = delete;
   RedisConnection& operator=(const RedisConnection&) = delete;
 
-  /// Sends `command` and waits for its reply. A reply that tells an error is a reply.
-  [[nodiscard]] Result<RedisReply> ask(const RedisCommand& command, Deadline deadline);
+  /// The most bytes of a command, and of a reply: what a Redis holds in one value.
+  static constexpr std::size_t longestText = std::size_t{512} << 20U;
+
+  /// Sends `command` and waits for its reply. A reply that tells an error is a reply. A command or reply of
+  /// more than `longest` bytes fails, and so does a list that has more items than any that a cache asks for.
+  [[nodiscard]] Result<RedisReply> ask(const RedisCommand& command, Deadline deadline,
+                                       std::size_t longest = longestText);
 
   /// Whether the last failure was that the other end had closed the connection, as it does with idle ones.
   [[nodiscard]] bool wasClosed() const noexcept { return wasClosed_; }
@@ -46,8 +52,9 @@ class RedisConnection {
 
   RedisConnection(std::unique_ptr<Wire> wire, std::string server);
 
-  [[nodiscard]] std::optional<Error> send(const RedisCommand& command, Deadline deadline);
-  [[nodiscard]] std::optional<Error> receiveMore(Deadline deadline);
+  [[nodiscard]] std::optional<Error> send(const RedisCommand& command, Deadline deadline,
+                                          std::size_t longest);
+  [[nodiscard]] std::optional<Error> receiveMore(Deadline deadline, std::size_t& rest);
   [[nodiscard]] std::optional<Error> closed();
 
   const std::unique_ptr<Wire> wire_;

@@ -1,5 +1,7 @@
 #include "hostkit/cache/redis/RedisNames.h"
 
+#include <cstdint>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -8,6 +10,8 @@
 namespace vellora::hostkit::redisNames {
 
 namespace {
+
+constexpr int mostAttempts = 10;
 
 /// A pattern that matches what begins with `prefix`, whatever characters stand in it.
 std::string patternFor(std::string_view prefix) {
@@ -25,19 +29,37 @@ std::vector<std::string> textsIn(RedisReply list) {
   return texts;
 }
 
-}  // namespace
+using Act = std::function<bool(std::vector<std::string>)>;
 
-bool each(RedisStore& store, RedisStore::Access access,
-          const std::function<bool(std::vector<std::string>)>& act) {
+enum class Outcome { whole, failed, interrupted };
+
+/// A cursor is of use to the process alone that gave it. Another connection may lead to another one, or to
+/// the same one with all that it had before.
+Outcome scan(RedisStore& store, RedisStore::Access access, const Act& act) {
   const std::string pattern = patternFor(store.keys().prefix);
+  std::optional<std::uint64_t> connection;
   std::string cursor = "0";
   do {
     auto page = store.ask({"SCAN", cursor, "MATCH", pattern, "COUNT", "1000"}, access);
-    if (!page || page->items.size() != 2) return false;
+    if (!page || page->items.size() != 2) return Outcome::failed;
+    if (page->connection != connection.value_or(page->connection)) return Outcome::interrupted;
+    connection = page->connection;
     cursor = page->items[0].text;
-    if (!act(textsIn(std::move(page->items[1])))) return false;
+    if (!act(textsIn(std::move(page->items[1])))) return Outcome::failed;
+    if (store.connections() != connection) return Outcome::interrupted;
   } while (cursor != "0");
-  return true;
+  return Outcome::whole;
+}
+
+}  // namespace
+
+bool each(RedisStore& store, RedisStore::Access access, const Act& act) {
+  for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    const Outcome outcome = scan(store, access, act);
+    if (outcome != Outcome::interrupted) return outcome == Outcome::whole;
+  }
+  store.fail(access, "the connection was lost again and again");
+  return false;
 }
 
 }  // namespace vellora::hostkit::redisNames

@@ -9,8 +9,9 @@
 namespace vellora::hostkit::redisNames {
 
 /// Hands `act` the names of all keys of the store's cache, and of no other, some at a time; a name may come
-/// twice, and one that is written meanwhile may not come. False when they cannot be read, or once `act` gives
-/// false.
+/// twice, and one that is written meanwhile may not come. Begins anew when the connection becomes another
+/// meanwhile, also by what `act` asks. False when the names cannot be read, when that never ends, or once
+/// `act` gives false.
 [[nodiscard]] bool each(RedisStore& store, RedisStore::Access access,
                         const std::function<bool(std::vector<std::string>)>& act);
 

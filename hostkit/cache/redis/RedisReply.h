@@ -19,6 +19,9 @@ struct RedisReply {
   std::string text = {};               ///< of a text or an error
   std::int64_t number = 0;             ///< of a number
   std::vector<RedisReply> items = {};  ///< of a list
+
+  /// Numbers the connection that it came on, from 1; what `RedisStore` gives.
+  std::uint64_t connection = 0;
 };
 
 }  // namespace vellora::hostkit

@@ -1,7 +1,6 @@
 #include "hostkit/cache/redis/RedisStore.h"
 
 #include <utility>
-#include <vector>
 
 #include "hostkit/cache/redis/RedisCacheError.h"
 #include "hostkit/cache/redis/RedisErrors.h"
@@ -17,17 +16,41 @@ constexpr std::size_t longestDetail = 200;
 
 }  // namespace
 
+/// Ends the turn, also where memory runs out in it. The answer may be half read then, so that the connection
+/// is of no use any more.
+class RedisStore::Turn {
+ public:
+  explicit Turn(RedisStore& store) : store_(store) {}
+  ~Turn() {
+    if (!isOver_) store_.connection_.reset();
+    store_.endTurn();
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+  void noteThatItIsOver() { isOver_ = true; }
+
+ private:
+  RedisStore& store_;
+  bool isOver_ = false;
+};
+
 std::optional<RedisReply> RedisStore::ask(const RedisCommand& command, Access access) {
   const Deadline deadline = steady_clock::now() + setting_.timeout;
   Result<RedisReply> reply = Error(RedisCacheError{Reason::timedOut, setting_.address.text, ""});
   if (takeTurn(deadline)) {
+    Turn turn(*this);
     reply = askInTurn(command, deadline);
-    endTurn();
+    turn.noteThatItIsOver();
   }
   if (reply) return std::move(reply).value();
   const auto* error = reply.error().as<RedisCacheError>();
   if (error != nullptr && setting_.observer) setting_.observer({access, *error});
   return std::nullopt;
+}
+
+void RedisStore::fail(Access access, const std::string& detail) const {
+  if (setting_.observer) setting_.observer({access, {Reason::failed, setting_.address.text, detail}});
 }
 
 bool RedisStore::takeTurn(Deadline deadline) {
@@ -77,7 +100,9 @@ Result<RedisReply> RedisStore::askOnce(const RedisCommand& command, Deadline dea
     if (redisErrors::endsTheConnection(error->reason)) connection_.reset();
     return Error(*std::move(error));
   }
-  return reply;
+  RedisReply numbered = std::move(reply).value();
+  numbered.connection = connections_;
+  return numbered;
 }
 
 std::optional<Error> RedisStore::connect(Deadline deadline) {
@@ -85,6 +110,7 @@ std::optional<Error> RedisStore::connect(Deadline deadline) {
   if (!connection) return connection.error();
   if (auto error = introduce(*connection.value(), deadline)) return error;
   connection_ = std::move(connection).value();
+  ++connections_;
   return std::nullopt;
 }
 
@@ -98,20 +124,26 @@ std::optional<RedisCacheError> RedisStore::errorIn(const RedisReply& reply) cons
 }
 
 std::optional<Error> RedisStore::introduce(RedisConnection& connection, Deadline deadline) const {
-  std::vector<RedisCommand> commands;
-  if (!setting_.password.empty()) {
-    commands.push_back(setting_.user.empty() ? RedisCommand{"AUTH", setting_.password}
-                                             : RedisCommand{"AUTH", setting_.user, setting_.password});
-  }
-  if (setting_.address.database != 0) {
-    commands.push_back({"SELECT", std::to_string(setting_.address.database)});
-  }
-  for (const RedisCommand& command : commands) {
-    const auto reply = connection.ask(command, deadline);
-    if (!reply) return reply.error();
-    if (auto error = errorIn(reply.value())) return *std::move(error);
-  }
+  if (auto error = signIn(connection, deadline)) return error;
+  if (setting_.address.database == 0) return std::nullopt;
+  const auto reply = connection.ask({"SELECT", std::to_string(setting_.address.database)}, deadline);
+  if (!reply) return reply.error();
+  if (auto error = errorIn(reply.value())) return *std::move(error);
   return std::nullopt;
+}
+
+/// A server may quote any part of what it was sent, so that the words of its error are not told.
+std::optional<Error> RedisStore::signIn(RedisConnection& connection, Deadline deadline) const {
+  if (setting_.password.empty()) return std::nullopt;
+  const auto reply =
+      connection.ask(setting_.user.empty() ? RedisCommand{"AUTH", setting_.password}
+                                           : RedisCommand{"AUTH", setting_.user, setting_.password},
+                     deadline);
+  if (!reply) return reply.error();
+  auto error = errorIn(reply.value());
+  if (!error) return std::nullopt;
+  error->detail.clear();
+  return *std::move(error);
 }
 
 }  // namespace vellora::hostkit

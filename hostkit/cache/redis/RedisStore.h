@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -53,11 +55,18 @@ class RedisStore {
 
   [[nodiscard]] const RedisKeys& keys() const { return setting_.keys; }
 
+  /// How many connections there have been so far, which is also the number of the last one.
+  [[nodiscard]] std::uint64_t connections() const { return connections_.load(); }
+
+  /// Tells the observer of a call that no single command failed.
+  void fail(Access access, const std::string& detail) const;
+
   /// The present; called while nobody has the turn.
   [[nodiscard]] Date date() const { return setting_.clock(); }
 
  private:
   using Deadline = RedisConnection::Deadline;
+  class Turn;
 
   [[nodiscard]] bool takeTurn(Deadline deadline);
   void endTurn();
@@ -68,9 +77,11 @@ class RedisStore {
   [[nodiscard]] std::optional<Error> connect(Deadline deadline);
   [[nodiscard]] std::optional<RedisCacheError> errorIn(const RedisReply& reply) const;
   [[nodiscard]] std::optional<Error> introduce(RedisConnection& connection, Deadline deadline) const;
+  [[nodiscard]] std::optional<Error> signIn(RedisConnection& connection, Deadline deadline) const;
 
   Setting setting_;                              // the pause in turn only; else constant
   std::shared_ptr<RedisConnection> connection_;  // in turn only; null while there is none
+  std::atomic<std::uint64_t> connections_ = 0;   // changed in turn only
 
   std::mutex mutex_;
   std::condition_variable turnEnded_;

@@ -92,6 +92,37 @@ TEST(RedisConnectionTest, AReplyThatNeverPausesEndsAtTheDeadline) {
   EXPECT_EQ(reasonOf(reply.error()), Reason::timedOut);
 }
 
+TEST(RedisConnectionTest, AListThatSaysToHaveMoreItemsThanAnyIsAFailure) {
+  for (const std::string list : {"*1048577\r\n", "*1\r\n*2147483647\r\n"}) {
+    ScriptedServer server;
+    server.reply({list});
+    const auto reply = askScripted(server);
+    ASSERT_FALSE(reply) << list;
+    EXPECT_EQ(reasonOf(reply.error()), Reason::failed) << list;
+  }
+}
+
+TEST(RedisConnectionTest, AReplyOfMoreBytesThanAllowedIsAFailure) {
+  const RedisServer server;
+  const auto connection = connect(server.address()).value();
+  const auto deadline = steady_clock::now() + longTimeout;
+  const RedisCommand command{"EVAL", "return string.rep('x', 100000)", "0"};
+  EXPECT_TRUE(connection->ask(command, deadline, 100'100));
+  const auto reply = connection->ask(command, deadline, 100'000);
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::failed);
+}
+
+TEST(RedisConnectionTest, ACommandOfMoreBytesThanAllowedIsNotSent) {
+  const RedisServer server;
+  const auto connection = connect(server.address()).value();
+  const auto deadline = steady_clock::now() + longTimeout;
+  const auto reply = connection->ask({"SET", "a", std::string(100, 'x')}, deadline, 103);
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::failed);
+  EXPECT_EQ(connection->ask({"EXISTS", "a"}, deadline).value().number, 0);
+}
+
 TEST(RedisConnectionTest, AnAnswerOfSomethingElseIsAFailure) {
   ScriptedServer server;
   server.reply(ScriptedServer::http("200 OK", "{}"));

@@ -26,6 +26,19 @@ class RedisNamesTest : public RedisFixture {
     }));
     return all;
   }
+
+  /// Puts 5000 keys of the cache there.
+  void fill(const std::string& name) const {
+    const std::string script = "for i = 1, 5000 do redis.call('SET', '{test}:" + name + "' .. i, '1') end";
+    (void)server.ask({"EVAL", script, "0"});
+  }
+
+  /// A server that has other keys now, in another order.
+  void restartFull() {
+    server.kill();
+    server.start();
+    fill("new");
+  }
 };
 
 TEST_F(RedisNamesTest, GivesTheNamesOfTheCacheAndOfNoOther) {
@@ -46,17 +59,56 @@ TEST_F(RedisNamesTest, APrefixIsNoPattern) {
 
 TEST_F(RedisNamesTest, ThousandsComeInSeveralParts) {
   RedisStore store(setting());
-  (void)server.ask({"EVAL", "for i = 1, 5000 do redis.call('SET', '{test}:' .. i, '1') end", "0"});
+  fill("");
   EXPECT_THAT(namesIn(store), SizeIs(5000));
   EXPECT_GT(server.callsOf("scan"), 1);
 }
 
 TEST_F(RedisNamesTest, EndsWithTheFirstPartThatIsRefused) {
   RedisStore store(setting());
-  (void)server.ask({"EVAL", "for i = 1, 5000 do redis.call('SET', '{test}:' .. i, '1') end", "0"});
+  fill("");
   server.forgetCalls();
   EXPECT_FALSE(redisNames::each(store, Access::reading, [](const auto&) { return false; }));
   EXPECT_EQ(server.callsOf("scan"), 1);
+}
+
+TEST_F(RedisNamesTest, ARestartBetweenTwoPartsHidesNoName) {
+  RedisStore store(setting());
+  fill("old");
+  std::set<std::string> all;
+  EXPECT_TRUE(redisNames::each(store, Access::reading, [&](const std::vector<std::string>& names) {
+    if (all.empty()) restartFull();
+    all.insert(names.begin(), names.end());
+    return true;
+  }));
+  std::erase_if(all, [](const std::string& name) { return !name.starts_with("{test}:new"); });
+  EXPECT_THAT(all, SizeIs(5000));
+}
+
+TEST_F(RedisNamesTest, ARestartAtTheLastPartHidesNoName) {
+  RedisStore store(setting());
+  (void)server.ask({"SET", "{test}:only", "1"});
+  std::set<std::string> all;
+  EXPECT_TRUE(redisNames::each(store, Access::reading, [&](const std::vector<std::string>& names) {
+    if (all.empty()) {
+      restartFull();
+      (void)store.ask({"PING"},
+                      Access::reading);  // on the new connection, as whatever is done with the names
+    }
+    all.insert(names.begin(), names.end());
+    return true;
+  }));
+  EXPECT_THAT(all, SizeIs(5001));
+}
+
+TEST_F(RedisNamesTest, AConnectionThatIsLostAgainAndAgainEndsIt) {
+  RedisStore store(setting());
+  fill("old");
+  EXPECT_FALSE(redisNames::each(store, Access::reading, [this](const auto&) {
+    (void)server.ask({"CLIENT", "KILL", "TYPE", "normal", "SKIPME", "yes"});
+    return true;
+  }));
+  EXPECT_THAT(told.reasons(), ElementsAre(Reason::failed));
 }
 
 TEST_F(RedisNamesTest, AServerThatIsGoneHasNone) {

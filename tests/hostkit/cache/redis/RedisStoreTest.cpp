@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -12,6 +14,7 @@
 #include "hostkit/cache/redis/RedisAddress.h"
 #include "testkit/ScriptedServer.h"
 #include "tests/hostkit/cache/redis/RedisFixture.h"
+#include "tests/support/AllocationCounter.h"
 
 namespace vellora::hostkit::tests {
 namespace {
@@ -23,6 +26,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
+using vellora::tests::AllocationFailure;
 using Access = RedisStore::Access;
 
 class RedisStoreTest : public RedisFixture {
@@ -64,6 +68,23 @@ TEST_F(RedisStoreTest, AServerThatIsGoneIsTriedAgain) {
   EXPECT_THAT(told.reasons(), ElementsAre(Reason::unreachable));
   server.start();
   EXPECT_EQ(pinged(store), "PONG");
+}
+
+TEST_F(RedisStoreTest, ACallThatMemoryRunsOutInKeepsNobodyFromTheNext) {
+  RedisStore store(setting());
+  const RedisCommand command{"ECHO", std::string(100, 'x')};
+  bool happened = true;
+  for (std::size_t number = 1; happened; ++number) {
+    {
+      const AllocationFailure failure(number);
+      try {
+        (void)store.ask(command, Access::reading);
+      } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): what comes next is looked at
+      }
+      happened = failure.happened();
+    }
+    ASSERT_EQ(pinged(store), "PONG") << "after allocation " << number;
+  }
 }
 
 TEST_F(RedisStoreTest, IsNotTriedWhileThePauseLasts) {
@@ -146,14 +167,26 @@ TEST_F(RedisStoreTest, AWrongPasswordIsRefusedAndNotTold) {
 
 TEST_F(RedisStoreTest, APasswordThatTheServerRepeatsIsNotTold) {
   testkit::ScriptedServer echoing;
-  echoing.reply({"-WRONGPASS nobody has open sesame\r\n"});
+  echoing.reply({"+OK\r\n"});
+  echoing.reply({"-NOPERM nobody has open sesame\r\n"});
   auto known = setting();
   known.address = *RedisAddress::parsed("redis://" + echoing.hostAndPort());
   known.user = "reader\r\n\r\n";  // the scripted server answers an empty line
   known.password = "open sesame";
   RedisStore store(std::move(known));
-  EXPECT_EQ(pinged(store), "nothing");
+  EXPECT_FALSE(store.ask({"ECHO", ""}, Access::reading));
   ASSERT_THAT(told.reasons(), ElementsAre(Reason::refused));
+  EXPECT_EQ(told.all().front().error.detail, "");
+}
+
+TEST_F(RedisStoreTest, NoPartOfALongPasswordIsToldWhereTheServerQuotesIt) {
+  const RedisServer strange({"--rename-command", "AUTH", ""});
+  auto known = setting();
+  known.address = *RedisAddress::parsed(strange.address());
+  known.password = std::string(300, 'p');
+  RedisStore store(std::move(known));
+  EXPECT_EQ(pinged(store), "nothing");
+  ASSERT_THAT(told.reasons(), ElementsAre(Reason::failed));
   EXPECT_EQ(told.all().front().error.detail, "");
 }
 
