@@ -11,6 +11,10 @@ namespace {
 
 using Access = RedisStore::Access;
 
+// Thirty days in seconds. Nobody can name the blobs of an owner that is no more, such as a token that was
+// renewed, to delete them. One that is missed is fetched again.
+constexpr const char* keptFor = "2592000";
+
 /// The checksum, and what parts it from the bytes.
 std::string head(std::string_view key, std::string_view data) {
   return std::to_string(Checksum().add("blob").add(key).add(data).value()) + ":";
@@ -36,7 +40,8 @@ std::optional<Data> read(RedisStore& store, const std::string& key) {
 }
 
 bool write(RedisStore& store, const std::string& key, const Data& data) {
-  return store.ask({"SET", store.keys().blob(key), sealed(key, data)}, Access::writing).has_value();
+  return store.ask({"SET", store.keys().blob(key), sealed(key, data), "EX", keptFor}, Access::writing)
+      .has_value();
 }
 
 bool remove(RedisStore& store, const std::string& key) {

@@ -74,7 +74,7 @@ eachPair(ARGV[6], function(set)
 end)
 redis.call('EXPIRE', KEYS[1], kept + 2)
 redis.call('EXPIRE', KEYS[2], kept + 2)
-redis.call('SET', KEYS[3], ARGV[9])
+redis.call('SET', KEYS[3], ARGV[9], 'EX', kept + 2)
 local oldest = string.format('%.0f', present - (kept + 1) * 1000000)
 for _, gone in ipairs(redis.call('ZRANGE', KEYS[1], '-inf', oldest, 'BYSCORE', 'LIMIT', 0, 100)) do
   forget(gone)

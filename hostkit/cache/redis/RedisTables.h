@@ -17,7 +17,7 @@ namespace redisTables {
 /// The table of that key; absent when there is none, or its record is damaged or cannot be read.
 [[nodiscard]] std::optional<CorvaneSDK::Table> find(RedisStore& store, const std::string& tableKey);
 
-/// Records that there is such a table.
+/// Records that there is such a table, for as long as it keeps rows that are written now.
 void write(RedisStore& store, const CorvaneSDK::Table& table);
 
 }  // namespace redisTables

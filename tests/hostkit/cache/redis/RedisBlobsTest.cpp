@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 
 #include "tests/hostkit/cache/redis/RedisFixture.h"
@@ -35,6 +36,14 @@ TEST_F(RedisBlobsTest, WhatIsNoBlobIsNotThere) {
   (void)server.ask({"DEL", key});
   (void)server.ask({"SADD", key, "a set"});
   EXPECT_FALSE(redisBlobs::read(store, "a"));
+}
+
+TEST_F(RedisBlobsTest, ABlobIsKeptForThirtyDays) {
+  constexpr std::int64_t thirtyDays = 30 * 86'400;
+  ASSERT_TRUE(redisBlobs::write(store, "a", Data("text")));
+  const std::int64_t left = server.ask({"TTL", key}).number;
+  EXPECT_GT(left, thirtyDays - 3'600);
+  EXPECT_LE(left, thirtyDays);
 }
 
 TEST_F(RedisBlobsTest, ARemovedBlobIsUnlinked) {

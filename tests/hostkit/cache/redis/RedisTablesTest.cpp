@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
 #include "tests/hostkit/cache/redis/RedisFixture.h"
 
 namespace vellora::hostkit::tests {
@@ -19,6 +21,13 @@ TEST_F(RedisTablesTest, ATableIsThereOnceItIsRecorded) {
   EXPECT_FALSE(redisTables::find(store, "Rows"));
   redisTables::write(store, table);
   EXPECT_EQ(redisTables::find(store, "Rows"), table);
+}
+
+TEST_F(RedisTablesTest, ATableIsRecordedForAsLongAsItKeepsRows) {
+  redisTables::write(store, table);
+  const std::int64_t left = server.ask({"TTL", store.keys().table("Rows")}).number;
+  EXPECT_GT(left, 7 * 86'400 - 3'600);
+  EXPECT_LE(left, 7 * 86'400 + 2);
 }
 
 TEST_F(RedisTablesTest, ATableWithADamagedRecordIsNotThere) {
