@@ -2,17 +2,20 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <iterator>
+#include <list>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
-#include <vector>
 
+#include "hostkit/cache/redis/LeaseWait.h"
 #include "hostkit/cache/redis/RedisLeases.h"
 #include "hostkit/cache/redis/RedisStore.h"
+#include "hostkit/cache/rows/HexDigits.h"
+#include "hostkit/cache/rows/KeyedDigest.h"
 
 namespace vellora::hostkit {
 
@@ -28,52 +31,77 @@ bool canBeShared(const NetRequest& request) {
   return request.base().httpMethod == "GET" && !request.base().body;
 }
 
-/// The request's name among all processes.
-const std::string& nameOf(const NetRequest& request) {
-  return request.base().url.absoluteString();
-}
-
 bool isGood(const std::optional<Data>& data, const std::optional<Error>& error,
             const std::optional<URLResponse>& response) {
   return data && !error && (!response || response->statusCode == 200 || response->statusCode == 0);
 }
 
-/// A request that has not been decided about.
-struct Waiting {
+/// From 0 to 1, and not the same in two processes.
+double randomShare() {
+  const std::string bytes = randomKey();
+  if (bytes.size() < 2) return 1;
+  const auto high = static_cast<unsigned char>(bytes[0]);
+  const auto low = static_cast<unsigned char>(bytes[1]);
+  return (high * 256 + low + 1) / 65536.0;
+}
+
+/// What the names of requests among all processes begin with; nothing when there is no memory for it.
+std::optional<std::string> namesFor(const std::optional<std::string>& owner) {
+  if (!owner) return "";
+  const std::string digest = keyedDigest("vellora", *owner);
+  return digest.empty() ? std::nullopt : std::optional(hexDigits(digest) + ":");
+}
+
+/// A request that waits, or that this process sends.
+struct Item {
   NetRequest request;
   Completion completion;
-  Moment since;
-  Moment next;  ///< when it is asked about
-
-  /// Whether half of its time is over.
-  [[nodiscard]] bool isOver(Moment present) const {
-    return present - since >= std::chrono::duration<double>(request.base().timeoutInterval / 2);
-  }
+  std::string name;  ///< among all processes
+  std::string token;
+  LeaseWait wait;
+  Moment next;              ///< when it is asked about; once it is sent, when its lease is renewed
+  URLResponse toldBy = {};  ///< what comes with another's answer
 
   /// The request with the time that is left to it.
-  [[nodiscard]] NetRequest rest(Moment present) const {
+  [[nodiscard]] NetRequest rest() const {
     auto base = request.base();
-    const double waited = std::chrono::duration<double>(present - since).count();
-    base.timeoutInterval = std::max(base.timeoutInterval - waited, base.timeoutInterval / 4);
+    const double left = base.timeoutInterval - wait.waited(steady_clock::now());
+    base.timeoutInterval = std::max(left, base.timeoutInterval / 4);
     return NetRequest(std::move(base));
   }
 };
+
+/// Goes from list to list, which takes no memory: where there is none, a request must not be lost.
+using Items = std::list<std::shared_ptr<Item>>;
+
+Items firstDue(Items& items, Moment present) {
+  Items due;
+  const auto first =
+      std::find_if(items.begin(), items.end(), [&](const auto& item) { return item->next <= present; });
+  if (first != items.end()) due.splice(due.end(), items, first);
+  return due;
+}
 
 }  // namespace
 
 /// What waits for the Redis, and the thread that asks it: neither a caller nor the other network waits.
 class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
  public:
-  Line(std::shared_ptr<CorvaneSDK::Network> next, std::shared_ptr<RedisStore> store, const Options& options)
+  Line(std::shared_ptr<CorvaneSDK::Network> next, std::shared_ptr<RedisStore> store, const Options& options,
+       std::string names)
       : next_(std::move(next)),
         leases_(std::move(store), {options.lease, options.answer}),
-        interval_(options.interval) {}
+        lease_(options.lease),
+        interval_(options.interval),
+        names_(std::move(names)) {}
 
-  /// Null when the system gives no thread.
+  /// Null when the system gives no thread, or no memory for the names.
   [[nodiscard]] static std::shared_ptr<Line> started(std::shared_ptr<CorvaneSDK::Network> next,
                                                      std::shared_ptr<RedisStore> store,
                                                      const Options& options) {
-    auto line = std::make_shared<Line>(std::move(next), std::move(store), options);
+    auto names = namesFor(options.owner);
+    if (!names) return nullptr;
+    auto line = std::make_shared<Line>(std::move(next), std::move(store), options, *std::move(names));
     try {
       line->thread_ = std::thread([line] { line->run(); });
     } catch (const std::system_error&) {
@@ -94,9 +122,20 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
     thread_.join();
   }
 
-  void add(Waiting waiting) {
+  void add(const NetRequest& request, Completion completion) {
+    const std::string& url = request.base().url.absoluteString();
+    const Moment present = steady_clock::now();
+    const LeaseWait wait(present, request.base().timeoutInterval, lease_, randomShare());
+    Items added;
+    added.push_back(std::make_shared<Item>(Item{request,
+                                                std::move(completion),
+                                                names_ + url,
+                                                RedisLeases::newToken(),
+                                                wait,
+                                                present,
+                                                {url, 200, {}}}));
     const std::lock_guard lock(mutex_);
-    waiting_.push_back(std::move(waiting));
+    waiting_.splice(waiting_.end(), added);
     changed_.notify_one();
   }
 
@@ -104,74 +143,139 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
   void run() {
     std::unique_lock lock(mutex_);
     while (!hasEnded_ || !waiting_.empty()) {
-      auto due = takeDue(steady_clock::now());
-      if (due.empty()) {
+      const Moment present = steady_clock::now();
+      if (auto sent = dueRenewal(present)) {
+        lock.unlock();
+        renew(std::move(sent));
+        lock.lock();
+      } else if (auto due = firstDue(waiting_, hasEnded_ ? Moment::max() : present); !due.empty()) {
+        const bool isLast = hasEnded_;
+        lock.unlock();
+        decide(std::move(due), isLast);
+        lock.lock();
+      } else {
         wait(lock);
-        continue;
       }
-      const bool isLast = hasEnded_;
-      lock.unlock();
-      for (Waiting& each : due) decide(std::move(each), isLast);
-      lock.lock();
     }
   }
 
-  /// Those that are asked about now; all at the end.
-  [[nodiscard]] std::vector<Waiting> takeDue(Moment present) {
-    const auto later = std::stable_partition(waiting_.begin(), waiting_.end(), [&](const Waiting& each) {
-      return !hasEnded_ && each.next > present;
-    });
-    std::vector<Waiting> due(std::make_move_iterator(later), std::make_move_iterator(waiting_.end()));
-    waiting_.erase(later, waiting_.end());
-    return due;
+  [[nodiscard]] std::shared_ptr<Item> dueRenewal(Moment present) {
+    for (const auto& item : sent_) {
+      if (item->next > present) continue;
+      item->next = present + lease_ / 3;
+      return item;
+    }
+    return nullptr;
+  }
+
+  /// Lets go of the item, whose completion may hold anything, while the mutex is free.
+  void renew(std::shared_ptr<Item> sent) {
+    const auto item = std::move(sent);
+    try {
+      leases_.renew(item->name, item->token);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the next one comes in time
+    }
   }
 
   void wait(std::unique_lock<std::mutex>& lock) {
-    if (waiting_.empty()) return changed_.wait(lock);
-    const auto first =
-        std::min_element(waiting_.begin(), waiting_.end(),
-                         [](const Waiting& one, const Waiting& other) { return one.next < other.next; });
-    changed_.wait_until(lock, Moment(first->next));
+    Moment first = Moment::max();
+    for (const Items* items : {&waiting_, &sent_}) {
+      for (const auto& item : *items) first = std::min(first, item->next);
+    }
+    if (first == Moment::max()) return changed_.wait(lock);
+    changed_.wait_until(lock, first);
   }
 
-  void decide(Waiting waiting, bool isLast) {
-    const Moment present = steady_clock::now();
-    if (isLast || waiting.isOver(present))
-      return next_->sendRequest(waiting.rest(present), waiting.completion);
-    const std::string& name = nameOf(waiting.request);
-    auto decision = leases_.ask(name);
-    if (decision.answer) {
-      waiting.completion(std::move(decision.answer), std::nullopt, URLResponse{name, 200, {}});
-    } else if (decision.maySend) {
-      send(std::move(waiting), std::move(decision.token));
-    } else {
-      waiting.next = present + interval_;
-      add(std::move(waiting));
+  /// Takes one item. It goes on waiting where nothing can be done with it.
+  void decide(Items due, bool isLast) {
+    Item& item = *due.front();
+    if (!isLast && !item.wait.isOver(steady_clock::now())) {
+      auto decision = asked(item);
+      if (decision.answer) return hand(item, *std::move(decision.answer));
+      if (!maySend(item, decision.turn)) return putBack(std::move(due));
+    }
+    const auto kept = due.front();
+    {
+      const std::lock_guard lock(mutex_);
+      kept->next = steady_clock::now() + lease_ / 3;
+      sent_.splice(sent_.end(), due);
+    }
+    if (!hasSent(kept)) putBack(taken(*kept));
+  }
+
+  [[nodiscard]] RedisLeases::Decision asked(const Item& item) {
+    try {
+      return leases_.ask(item.name, item.token);
+    } catch (const std::bad_alloc&) {
+      return {};
     }
   }
 
-  /// The lease is given back before the answer is handed on: a process may end as soon as it has that.
-  void send(Waiting waiting, std::string token) {
-    const auto rest = waiting.rest(steady_clock::now());
-    next_->sendRequest(rest,
-                       [self = shared_from_this(), name = nameOf(rest), token = std::move(token),
-                        completion = std::move(waiting.completion)](auto data, auto error, auto response) {
-                         const bool isShared = isGood(data, error, response);
-                         if (!token.empty())
-                           self->leases_.giveBack(name, token, isShared ? data : std::nullopt);
-                         completion(std::move(data), std::move(error), std::move(response));
-                       });
+  [[nodiscard]] static bool maySend(Item& item, RedisLeases::Turn turn) {
+    if (turn == RedisLeases::Turn::own) return true;
+    if (turn == RedisLeases::Turn::another) item.wait.noteHolder();
+    if (turn == RedisLeases::Turn::unknown) item.wait.noteFailure(steady_clock::now());
+    return item.wait.isOver(steady_clock::now());
+  }
+
+  static void hand(Item& item, Data answer) {
+    const auto completion = std::move(item.completion);
+    completion(std::move(answer), std::nullopt, std::move(item.toldBy));
+  }
+
+  /// False when there is no memory for it. The lease is given back before the answer is handed on: a process
+  /// may end as soon as it has that.
+  [[nodiscard]] bool hasSent(const std::shared_ptr<Item>& item) {
+    try {
+      next_->sendRequest(item->rest(),
+                         [self = shared_from_this(), item](auto data, auto error, auto response) {
+                           const bool isShared = isGood(data, error, response);
+                           self->giveBack(*item, isShared ? data : std::nullopt);
+                           const auto completion = std::move(item->completion);
+                           completion(std::move(data), std::move(error), std::move(response));
+                         });
+      return true;
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+  }
+
+  void giveBack(const Item& item, const std::optional<Data>& answer) {
+    const Items gone = taken(item);
+    try {
+      leases_.giveBack(item.name, item.token, answer);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): a courtesy to others
+    }
+  }
+
+  /// What was sent, no more to be renewed.
+  [[nodiscard]] Items taken(const Item& item) {
+    const std::lock_guard lock(mutex_);
+    Items found;
+    const auto place =
+        std::find_if(sent_.begin(), sent_.end(), [&](const auto& each) { return each.get() == &item; });
+    if (place != sent_.end()) found.splice(found.end(), sent_, place);
+    return found;
+  }
+
+  void putBack(Items items) {
+    const std::lock_guard lock(mutex_);
+    for (const auto& item : items) item->next = steady_clock::now() + interval_;
+    waiting_.splice(waiting_.end(), items);
   }
 
   const std::shared_ptr<CorvaneSDK::Network> next_;
   RedisLeases leases_;
+  const std::chrono::milliseconds lease_;
   const std::chrono::milliseconds interval_;
+  const std::string names_;
   std::thread thread_;
 
-  std::mutex mutex_;  // guards what follows
+  std::mutex mutex_;  // guards what follows, and when the items are due
   std::condition_variable changed_;
   bool hasEnded_ = false;
-  std::vector<Waiting> waiting_;
+  Items waiting_;
+  Items sent_;
 };
 
 LeasingNetwork::LeasingNetwork(std::shared_ptr<CorvaneSDK::Network> next, const RedisCache& cache,
@@ -187,8 +291,7 @@ LeasingNetwork::~LeasingNetwork() {
 
 void LeasingNetwork::sendRequest(const NetRequest& request, Completion completion) {
   if (!line_ || !canBeShared(request)) return next_->sendRequest(request, std::move(completion));
-  const Moment present = steady_clock::now();
-  line_->add({request, std::move(completion), present, present});
+  line_->add(request, std::move(completion));
 }
 
 }  // namespace vellora::hostkit

@@ -1,17 +1,22 @@
 #include "hostkit/cache/redis/LeasingNetwork.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
+#include <functional>
 #include <future>
 #include <memory>
 #include <optional>
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "testkit/StubNetwork.h"
 #include "tests/hostkit/cache/redis/RedisFixture.h"
+#include "tests/support/AllocationCounter.h"
 #include "tests/support/Requests.h"
 #include "vellora/Platform/Web/URLResponse.h"
 
@@ -19,7 +24,10 @@ namespace vellora::hostkit::tests {
 namespace {
 
 using CorvaneSDK::NetRequest;
+using testing::HasSubstr;
+using testing::Not;
 using testkit::StubNetwork;
+using vellora::tests::AllocationFailure;
 
 constexpr const char* theme = "/services/data/v50.0/theme";
 
@@ -36,6 +44,29 @@ struct Outcome {
   bool failed = false;
   std::optional<URLResponse> response;
 };
+
+/// Hands its caller's completion out.
+class OpenNetwork final : public CorvaneSDK::Network {
+ public:
+  void sendRequest(const NetRequest&, Completion completion) override {
+    asked_.set_value(std::move(completion));
+  }
+
+  [[nodiscard]] Completion completion() { return asked_.get_future().get(); }
+
+ private:
+  std::promise<Completion> asked_;
+};
+
+/// Looks until it is so; false when it is not after a long time.
+bool waitUntil(const std::function<bool()>& isSo) {
+  const auto end = std::chrono::steady_clock::now() + longTimeout;
+  while (!isSo()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
 
 std::future<Outcome> sent(CorvaneSDK::Network& network, const NetRequest& request = themeRequest()) {
   auto promise = std::make_shared<std::promise<Outcome>>();
@@ -56,6 +87,14 @@ class LeasingNetworkTest : public RedisFixture {
   static void waitUntilAsked(const StubNetwork& network) {
     while (network.count(theme) == 0) std::this_thread::yield();
   }
+
+  /// How long the lease lasts from now on, in milliseconds: -2 when it is gone.
+  [[nodiscard]] std::int64_t leaseLeft() const {
+    const auto names = server.keys("*lease*");
+    return names.empty() ? -2 : server.ask({"PTTL", names.front()}).number;
+  }
+
+  static constexpr std::int64_t withoutEnd = -1;
 
   // No machine is so slow that a lease or an answer ends before its test.
   LeasingNetwork::Options shares{std::chrono::hours(1), std::chrono::hours(1), std::chrono::milliseconds(1)};
@@ -118,10 +157,119 @@ TEST_F(LeasingNetworkTest, TheLeaseOfAProcessThatDiedRunsOut) {
   shares.lease = std::chrono::milliseconds(50);
   one->answer(theme, StubNetwork::never());
   other->answer(theme, StubNetwork::body("{}"));
+  auto first = process(one);
+  const auto firstOutcome = sent(*first);
+  waitUntilAsked(*one);
+  first.reset();  // renews nothing any more
+  const auto second = process(other);
+  auto outcome = sent(*second);
+  ASSERT_EQ(outcome.wait_for(longTimeout), std::future_status::ready);
+  EXPECT_EQ(outcome.get().data, Data("{}"));
+}
+
+TEST_F(LeasingNetworkTest, ALeaseIsRenewedAsLongAsItsRequestLasts) {
+  shares.lease = std::chrono::milliseconds(300);
+  one->answer(theme, StubNetwork::body("{}").held());
+  std::vector<std::unique_ptr<LeasingNetwork>> processes;
+  // A machine may be so slow that a lease has run out when it is looked at: then another one is.
+  while (leaseLeft() != withoutEnd) {
+    processes.push_back(process(one));
+    (void)sent(*processes.back());
+    ASSERT_TRUE(one->waitForRequests(processes.size()));
+    for (const std::string& lease : server.keys("*lease*")) (void)server.ask({"PERSIST", lease});
+  }
+  EXPECT_TRUE(waitUntil([this] { return leaseLeft() != withoutEnd; }))
+      << "has the end that its holder gave it";
+  EXPECT_EQ(one->releaseAll(), processes.size());
+}
+
+TEST_F(LeasingNetworkTest, AnAnswerThatOutlastedItsLeaseIsGivenToTheOthers) {
+  one->answer(theme, StubNetwork::body("{}").held());
+  const auto first = process(one);
+  auto firstOutcome = sent(*first);
+  waitUntilAsked(*one);
+  (void)server.ask({"SET", server.keys("*lease*").at(0), "another's"});
+  const auto second = process(other);
+  auto secondOutcome = sent(*second);
+  ASSERT_EQ(one->releaseAll(), 1U);
+  ASSERT_EQ(secondOutcome.wait_for(longTimeout), std::future_status::ready);
+  EXPECT_EQ(secondOutcome.get().data, Data("{}"));
+  EXPECT_EQ(other->count(theme), 0U);
+}
+
+TEST_F(LeasingNetworkTest, WhatWasSentAfterWaitingInVainIsGivenToTheOthersToo) {
+  one->answer(theme, StubNetwork::never());
+  other->answer(theme, StubNetwork::body("{}"));
   const auto first = process(one);
   const auto firstOutcome = sent(*first);
   waitUntilAsked(*one);
+  const auto second = process(other);
+  EXPECT_EQ(sent(*second, themeRequest(0.05)).get().data, Data("{}"));
+  const auto unused = std::make_shared<StubNetwork>();
+  const auto third = process(unused);
+  auto outcome = sent(*third);
+  ASSERT_EQ(outcome.wait_for(longTimeout), std::future_status::ready);
+  EXPECT_EQ(outcome.get().data, Data("{}"));
+  EXPECT_EQ(unused->count(), 0U);
+}
+
+TEST_F(LeasingNetworkTest, WhoeverWaitsWhenTheRedisGoesWaitsOn) {
+  shares.lease = std::chrono::hours(10'000);  // no share of it is short
+  one->answer(theme, StubNetwork::never());
+  other->answer(theme, StubNetwork::body("{}"));
+  const auto first = process(one);
+  const auto firstOutcome = sent(*first);
+  waitUntilAsked(*one);
+  server.forgetCalls();
+  const auto second = process(other);
+  auto outcome = sent(*second);
+  ASSERT_TRUE(waitUntil([this] { return server.callsOf("eval") > 1; })) << "it was told to wait";
+  server.kill();
+  EXPECT_TRUE(waitUntil([this] { return told.all().size() > 3; })) << "it goes on looking";
+  EXPECT_EQ(other->count(theme), 0U);
+  server.start();
+  ASSERT_EQ(outcome.wait_for(longTimeout), std::future_status::ready);
+  EXPECT_EQ(outcome.get().data, Data("{}"));
+}
+
+TEST_F(LeasingNetworkTest, WhatWasSentWithoutARedisIsGivenToTheOthersOnceItIsBack) {
+  one->answer(theme, StubNetwork::body("{}").held());
+  const auto first = process(one);
+  server.kill();
+  auto firstOutcome = sent(*first);
+  waitUntilAsked(*one);
+  server.start();
+  ASSERT_EQ(one->releaseAll(), 1U);
+  EXPECT_EQ(firstOutcome.get().data, Data("{}"));
   EXPECT_EQ(sent(*process(other)).get().data, Data("{}"));
+  EXPECT_EQ(other->count(theme), 0U);
+}
+
+TEST_F(LeasingNetworkTest, ProcessesOfTwoOwnersShareNothing) {
+  one->answer(theme, StubNetwork::body("{}"));
+  other->answer(theme, StubNetwork::body("[]"));
+  shares.owner = "https://records.example one";
+  EXPECT_EQ(sent(*process(one)).get().data, Data("{}"));
+  shares.owner = "https://records.example other";
+  EXPECT_EQ(sent(*process(other)).get().data, Data("[]"));
+  shares.owner = "https://records.example one";
+  EXPECT_EQ(sent(*process(other)).get().data, Data("{}"));
+  for (const std::string& name : server.keys()) EXPECT_THAT(name, Not(HasSubstr("records.example")));
+}
+
+TEST_F(LeasingNetworkTest, AnAnswerIsHandedOnThoughThereIsNoMemoryToShareIt) {
+  const auto network = std::make_shared<OpenNetwork>();
+  LeasingNetwork leasing(network, *open(), shares);
+  bool isHanded = false;
+  leasing.sendRequest(themeRequest(), [&isHanded](auto, auto, auto) { isHanded = true; });
+  const auto completion = network->completion();
+  std::optional<Data> data = Data("{}");
+  {
+    const AllocationFailure failure(1, AllocationFailure::Extent::allFromThereOn);
+    completion(std::move(data), std::nullopt, std::nullopt);
+    EXPECT_TRUE(failure.happened());
+  }
+  EXPECT_TRUE(isHanded);
 }
 
 TEST_F(LeasingNetworkTest, NobodyWaitsForMoreThanHalfOfTheTimeOut) {
@@ -158,13 +306,18 @@ TEST_F(LeasingNetworkTest, ACompletionMayLetGoOfTheNetwork) {
   one->answer(theme, StubNetwork::body("{}"));
   EXPECT_TRUE(sent(*process(one)).get().data);
   std::shared_ptr<LeasingNetwork> last = process(other);
-  std::promise<void> done;
-  auto& network = *last;
-  network.sendRequest(themeRequest(), [&done, held = std::exchange(last, nullptr)](auto, auto, auto) mutable {
-    held.reset();
-    done.set_value();
-  });
-  done.get_future().wait();
+  std::promise<void> letGo;
+  const auto done = std::make_shared<std::promise<void>>();
+  auto end = done->get_future();
+  last->sendRequest(themeRequest(),
+                    [done, held = last, mayEnd = letGo.get_future().share()](auto, auto, auto) mutable {
+                      mayEnd.wait();
+                      held.reset();
+                      done->set_value();
+                    });
+  last.reset();
+  letGo.set_value();
+  end.wait();
 }
 
 TEST_F(LeasingNetworkTest, OnlyPlainGetsAreShared) {

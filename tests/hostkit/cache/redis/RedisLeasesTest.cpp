@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "tests/hostkit/cache/redis/RedisFixture.h"
@@ -11,73 +13,110 @@
 namespace vellora::hostkit::tests {
 namespace {
 
+using Turn = RedisLeases::Turn;
+
 class RedisLeasesTest : public RedisFixture {
  protected:
   static constexpr std::chrono::hours long_{1};
 
+  [[nodiscard]] std::int64_t lifeOf(const std::string& key) const { return server.ask({"PTTL", key}).number; }
+
+  const std::string lease = "{test}:lease:/theme";
+  const std::string answer = "{test}:answer:/theme";
   RedisLeases leases{std::make_shared<RedisStore>(setting()), {.lease = long_, .answer = long_}};
 };
 
 TEST_F(RedisLeasesTest, TheFirstWhoAsksMaySend) {
-  const auto first = leases.ask("/theme");
-  EXPECT_TRUE(first.maySend);
-  EXPECT_NE(first.token, "");
-  const auto second = leases.ask("/theme");
-  EXPECT_FALSE(second.maySend);
+  EXPECT_EQ(leases.ask("/theme", "1").turn, Turn::own);
+  const auto second = leases.ask("/theme", "2");
+  EXPECT_EQ(second.turn, Turn::another);
   EXPECT_FALSE(second.answer);
-  EXPECT_TRUE(leases.ask("/sobjects").maySend);
+  EXPECT_EQ(leases.ask("/sobjects", "2").turn, Turn::own);
+}
+
+TEST_F(RedisLeasesTest, WhoeverAsksAgainUnderTheSameTokenStillMaySend) {
+  EXPECT_EQ(leases.ask("/theme", "1").turn, Turn::own);
+  EXPECT_EQ(leases.ask("/theme", "1").turn, Turn::own);
+}
+
+TEST_F(RedisLeasesTest, NoTwoTokensAreEqual) {
+  EXPECT_NE(RedisLeases::newToken(), "");
+  EXPECT_NE(RedisLeases::newToken(), RedisLeases::newToken());
 }
 
 TEST_F(RedisLeasesTest, TheOthersAreGivenTheAnswer) {
-  const auto first = leases.ask("/theme");
-  leases.giveBack("/theme", first.token, Data("{}"));
-  const auto second = leases.ask("/theme");
-  EXPECT_FALSE(second.maySend);
-  EXPECT_EQ(second.answer, Data("{}"));
+  (void)leases.ask("/theme", "1");
+  leases.giveBack("/theme", "1", Data("{}"));
+  EXPECT_EQ(leases.ask("/theme", "2").answer, Data("{}"));
 }
 
 TEST_F(RedisLeasesTest, WithoutAnAnswerTheNextOneMaySend) {
-  const auto first = leases.ask("/theme");
-  leases.giveBack("/theme", first.token, std::nullopt);
-  EXPECT_TRUE(leases.ask("/theme").maySend);
+  (void)leases.ask("/theme", "1");
+  leases.giveBack("/theme", "1", std::nullopt);
+  EXPECT_EQ(leases.ask("/theme", "2").turn, Turn::own);
 }
 
 TEST_F(RedisLeasesTest, LeaseAndAnswerExpire) {
-  const auto first = leases.ask("/theme");
-  const std::int64_t lease = server.ask({"PTTL", "{test}:lease:/theme"}).number;
-  EXPECT_GT(lease, 0);
-  EXPECT_LE(lease, std::chrono::milliseconds(long_).count());
-  leases.giveBack("/theme", first.token, Data("{}"));
-  const std::int64_t answer = server.ask({"PTTL", "{test}:answer:/theme"}).number;
-  EXPECT_GT(answer, 0);
-  EXPECT_LE(answer, std::chrono::milliseconds(long_).count());
+  (void)leases.ask("/theme", "1");
+  EXPECT_GT(lifeOf(lease), 0);
+  EXPECT_LE(lifeOf(lease), std::chrono::milliseconds(long_).count());
+  leases.giveBack("/theme", "1", Data("{}"));
+  EXPECT_GT(lifeOf(answer), 0);
+  EXPECT_LE(lifeOf(answer), std::chrono::milliseconds(long_).count());
+}
+
+TEST_F(RedisLeasesTest, ALeaseIsRenewedByItsHolderAlone) {
+  (void)leases.ask("/theme", "1");
+  constexpr std::int64_t half = std::chrono::milliseconds(long_).count() / 2;
+  (void)server.ask({"PEXPIRE", lease, std::to_string(half)});
+  leases.renew("/theme", "2");
+  EXPECT_LE(lifeOf(lease), half);
+  leases.renew("/theme", "1");
+  EXPECT_GT(lifeOf(lease), half);
+}
+
+TEST_F(RedisLeasesTest, ALeaseThatIsGoneIsNotRenewed) {
+  leases.renew("/theme", "1");
+  EXPECT_EQ(leases.ask("/theme", "2").turn, Turn::own);
 }
 
 TEST_F(RedisLeasesTest, ALeaseThatRanOutIsNotGivenBackForTheNextHolder) {
-  const auto first = leases.ask("/theme");
-  (void)server.ask({"DEL", "{test}:lease:/theme"});
-  const auto second = leases.ask("/theme");
-  ASSERT_TRUE(second.maySend);
-  leases.giveBack("/theme", first.token, Data("late"));
-  const auto third = leases.ask("/theme");
-  EXPECT_FALSE(third.maySend);
-  EXPECT_FALSE(third.answer);
+  (void)leases.ask("/theme", "1");
+  (void)server.ask({"DEL", lease});
+  ASSERT_EQ(leases.ask("/theme", "2").turn, Turn::own);
+  leases.giveBack("/theme", "1", std::nullopt);
+  EXPECT_EQ(leases.ask("/theme", "3").turn, Turn::another);
+}
+
+TEST_F(RedisLeasesTest, AnAnswerThatComesAfterItsLeaseRanOutIsForAll) {
+  (void)leases.ask("/theme", "1");
+  (void)server.ask({"DEL", lease});
+  ASSERT_EQ(leases.ask("/theme", "2").turn, Turn::own);
+  leases.giveBack("/theme", "1", Data("late"));
+  EXPECT_EQ(leases.ask("/theme", "3").answer, Data("late"));
+  EXPECT_EQ(server.ask({"GET", lease}).text, "2");
+}
+
+TEST_F(RedisLeasesTest, TheHoldersAnswerReplacesAnothers) {
+  (void)leases.ask("/theme", "2");
+  leases.giveBack("/theme", "1", Data("late"));
+  leases.giveBack("/theme", "2", Data("new"));
+  leases.giveBack("/theme", "1", Data("later"));
+  EXPECT_EQ(leases.ask("/theme", "3").answer, Data("new"));
 }
 
 TEST_F(RedisLeasesTest, ADamagedAnswerIsNone) {
-  const auto first = leases.ask("/theme");
-  leases.giveBack("/theme", first.token, Data("{}"));
-  (void)server.ask({"APPEND", "{test}:answer:/theme", "x"});
-  const auto second = leases.ask("/theme");
-  EXPECT_TRUE(second.maySend);
+  (void)leases.ask("/theme", "1");
+  leases.giveBack("/theme", "1", Data("{}"));
+  (void)server.ask({"APPEND", answer, "x"});
+  const auto second = leases.ask("/theme", "2");
+  EXPECT_EQ(second.turn, Turn::unknown);
   EXPECT_FALSE(second.answer);
 }
 
-TEST_F(RedisLeasesTest, WithoutARedisEverybodyMaySend) {
+TEST_F(RedisLeasesTest, WithoutARedisItIsNotKnownWhoSends) {
   server.kill();
-  const auto decision = leases.ask("/theme");
-  EXPECT_TRUE(decision.maySend);
-  EXPECT_EQ(decision.token, "");
+  EXPECT_EQ(leases.ask("/theme", "1").turn, Turn::unknown);
 }
 
 }  // namespace

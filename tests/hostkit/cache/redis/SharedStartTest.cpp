@@ -6,12 +6,14 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "apps/records-server/DataSet.h"
+#include "apps/records-server/Fault.h"
 #include "apps/records-server/RecordsServer.h"
 #include "hostkit/StandardPlatformAPI.h"
 #include "tests/hostkit/cache/redis/RedisFixture.h"
@@ -23,7 +25,9 @@ namespace vellora::hostkit::tests {
 namespace {
 
 using recordsserver::DataSet;
+using recordsserver::Fault;
 using recordsserver::RecordsServer;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
@@ -52,16 +56,20 @@ class StartingGate {
 
 class SharedStartTest : public RedisFixture {
  protected:
+  /// One whose leases last that long.
+  [[nodiscard]] std::unique_ptr<ServerProcess> process(const StartingGate& gate,
+                                                       std::chrono::milliseconds lease) const {
+    return std::make_unique<ServerProcess>(std::vector<std::string>{
+        SHARING_PROCESS, server.address(), records->url(), gate.path(), std::to_string(lease.count())});
+  }
+
   const std::unique_ptr<RecordsServer> records = RecordsServer::start(DataSet::builtIn()).value();
 };
 
 TEST_F(SharedStartTest, EightProcessesFetchEachListOnce) {
   const StartingGate gate;
   std::vector<std::unique_ptr<ServerProcess>> processes;
-  for (int i = 0; i < 8; ++i) {
-    processes.push_back(std::make_unique<ServerProcess>(
-        std::vector<std::string>{SHARING_PROCESS, server.address(), records->url(), gate.path()}));
-  }
+  for (int i = 0; i < 8; ++i) processes.push_back(process(gate, std::chrono::hours(1)));
   for (const auto& process : processes) (void)process->restOfLine("ready");
   gate.open();
 
@@ -70,6 +78,17 @@ TEST_F(SharedStartTest, EightProcessesFetchEachListOnce) {
   for (const auto& process : processes) EXPECT_EQ(process->restOfLine("types "), all);
   EXPECT_THAT(records->requests(),
               UnorderedElementsAre("GET /services/data/v50.0/sobjects", "GET /services/data/v50.0/theme"));
+}
+
+TEST_F(SharedStartTest, AProcessThatIsKilledWhileItFetchesKeepsNobodyFromIt) {
+  const StartingGate gate;
+  gate.open();
+  records->setFault(RecordsServer::everything, Fault::never());
+  const auto killed = process(gate, std::chrono::seconds(2));
+  ASSERT_TRUE(records->waitForRequests(1));
+  killed->stop();
+  records->clearFaults();
+  EXPECT_THAT(process(gate, std::chrono::seconds(2))->restOfLine("types "), EndsWith("missing 0"));
 }
 
 TEST_F(SharedStartTest, ALibraryWhoseRedisIsGoneGoesOnFromTheServer) {
