@@ -22,7 +22,9 @@ constexpr int unavailable = 503;
 constexpr int ok = 200;
 
 /// How long the answer that one machine got is given to the others that share a cache.
-constexpr double sharedFor = std::chrono::duration<double>(hostkit::LeasingNetwork::Options().answer).count();
+double sharedFor() {
+  return Seconds(hostkit::LeasingNetwork::Options().answer).count();
+}
 
 Moment momentOf(double time) {
   return Moment(std::chrono::round<Moment::duration>(Seconds(time)));
@@ -192,7 +194,7 @@ void Fleet::attempt(std::uint32_t number, std::uint8_t which, double time) {
   auto& list = agent.lists[which];
   ++list.attempt;
   if (!agent.runsAt(time)) return list.end();  // nobody is there to send it
-  if (!scenario_.manners.shares || time - list.fetched > sharedFor) return send(number, which, time);
+  if (!scenario_.manners.shares || time - list.fetched > sharedFor()) return send(number, which, time);
   list.end();  // another machine's answer is still there
   awaitQuestion(number, time);
 }
