@@ -87,19 +87,25 @@ std::shared_ptr<CacheTable> KeptBodies::table() const {
 
 std::string KeptBodies::digestKey() const {
   const auto rows = table();
-  return rows ? digestKeyIn(*rows) : std::string();
+  if (!rows) return {};
+  if (std::string key = digestKeyIn(*rows); !key.empty()) return key;
+  const std::lock_guard lock(making_);
+  std::string key = digestKeyIn(*rows);
+  return key.empty() ? beginAnew(*rows) : key;
+}
+
+std::size_t KeptBodies::mostOfOne() const noexcept {
+  const std::size_t most = options_.maxBytes / mostOfAll;
+  return most - std::min(most, costOfARow);
 }
 
 std::optional<KeptBodies::Place> KeptBodies::placeOf(const std::string& asked, const std::string& url,
                                                      const std::vector<std::string>& headerLines) {
   const auto rows = table();
-  if (!rows) return std::nullopt;
-  std::string key = digestKeyIn(*rows);
-  if (!asked.empty() && asked != key) return std::nullopt;
-  if (key.empty()) key = beginAnew(*rows);
-  const std::string digest = key.empty() ? key : keyedDigest(key, nameOf(url, headerLines));
+  if (!rows || asked.empty() || asked != digestKeyIn(*rows)) return std::nullopt;
+  const std::string digest = keyedDigest(asked, nameOf(url, headerLines));
   if (digest.empty()) return std::nullopt;
-  return Place{std::move(key), hexDigits(digest)};
+  return Place{asked, hexDigits(digest)};
 }
 
 std::string KeptBodies::nameOf(const std::string& url, const std::vector<std::string>& headerLines) const {
@@ -126,20 +132,19 @@ std::optional<KeptBody> KeptBodies::load(const Place& place) {
 }
 
 bool KeptBodies::save(const Place& place, const KeptBody& kept) {
-  const std::size_t cost = kept.body.size() + costOfARow;
+  const Data stored = kept.body.size() > mostOfOne() ? Data() : storedForm(kept, place.request);
+  const bool fits = !stored.empty() && stored.size() <= mostOfOne();
   const auto rows = table();
-  if (!rows || cost > options_.maxBytes / mostOfAll || digestKeyIn(*rows) != place.digestKey) {
+  if (!rows || !fits || digestKeyIn(*rows) != place.digestKey) {
     remove(place);
     return false;
   }
-  const Data stored = storedForm(kept, place.request);
-  if (!rows->upsert({stored, metaOf(place.request, kept.body.size()), dataKeyOf(place.request)}))
-    return false;
+  if (!rows->upsert({stored, metaOf(place.request, stored.size()), dataKeyOf(place.request)})) return false;
   if (digestKeyIn(*rows) != place.digestKey) {  // forgotten meanwhile
     remove(place);
     return false;
   }
-  kept_ += cost;
+  kept_ += stored.size() + costOfARow;
   if (kept_ > options_.maxBytes) trim(*rows, options_.maxBytes);
   return true;
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,10 +28,11 @@ namespace vellora::hostkit {
 ///
 /// Ownership: shares the cache.
 ///
-/// Threads: `digestKey` from any thread; the others one at a time. The cache may be in use meanwhile.
+/// Threads: `digestKey` and `mostOfOne` from any thread; the others one at a time. The cache may be in use
+/// meanwhile.
 ///
 /// Errors: what cannot be read, or does not fit its checksum, is not there; what cannot be written is not
-/// kept.
+/// kept. A cache that finds no memory throws `std::bad_alloc`.
 ///
 /// Units: bytes.
 class KeptBodies {
@@ -39,8 +41,9 @@ class KeptBodies {
   static constexpr std::string_view keyKind = "keptBodyKey";
 
   struct Options {
-    /// How much is kept at most. The bodies that were kept first go first. One that takes more than a quarter
-    /// is not kept.
+    /// How much is kept at most, with headers and rows, as far as one object knows: each counts what it keeps
+    /// itself, and all there is when that is too much. The bodies that were kept first go first. One that
+    /// takes more than a quarter is not kept.
     std::size_t maxBytes = std::size_t{16} * 1024 * 1024;
     /// Whose bodies these are, whatever token is sent. Absent: each token has bodies of its own.
     std::optional<std::string> user = {};
@@ -55,12 +58,19 @@ class KeptBodies {
   /// `cache` must not be null.
   KeptBodies(std::shared_ptr<CorvaneSDK::Cache> cache, Options options);
 
-  /// The digest's key as it is now; empty when there is none yet. A `forget` ends it.
+  /// The digest's key as it is now. A `forget` ends it. Where there is none it is made, so that what is asked
+  /// for now has one that can end. Two objects on one cache may make one each: then the later one stays.
+  /// Empty when nothing can be kept.
   [[nodiscard]] std::string digestKey() const;
+
+  /// How large a body may be to be kept.
+  [[nodiscard]] std::size_t mostOfOne() const noexcept;
 
   /// The place of the body that a GET of `url`, which is absolute, with these header lines is answered with.
   /// `asked` is the digest's key at the moment at which the request was asked for. Absent when that key has
-  /// ended since, or nothing can be kept.
+  /// ended since, or there was none.
+  ///
+  /// With `Options::user` an `Authorization` line is left out of the name: it must be the user's own.
   [[nodiscard]] std::optional<Place> placeOf(const std::string& asked, const std::string& url,
                                              const std::vector<std::string>& headerLines);
 
@@ -83,7 +93,8 @@ class KeptBodies {
 
   const std::shared_ptr<CorvaneSDK::Cache> cache_;
   const Options options_;
-  std::size_t kept_;  // at most so much is kept by now, as far as this object knows
+  mutable std::mutex making_;  // held while a key is made: two threads would make two
+  std::size_t kept_;           // at most so much is kept by now, as far as this object knows
 };
 
 }  // namespace vellora::hostkit

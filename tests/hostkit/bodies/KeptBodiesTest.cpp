@@ -3,8 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <future>
+#include <latch>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,7 +57,7 @@ TEST_F(KeptBodiesTest, GivesBackWhatWasKeptAlsoToAnotherThatUsesTheCache) {
   EXPECT_TRUE(bodies.save(place(), body("themes")));
   EXPECT_EQ(bodies.load(place()), body("themes"));
   KeptBodies later(host.cache, {});
-  EXPECT_EQ(later.load(later.placeOf("", url, withToken).value()), body("themes"));
+  EXPECT_EQ(later.load(later.placeOf(later.digestKey(), url, withToken).value()), body("themes"));
 }
 
 TEST_F(KeptBodiesTest, TheLaterBodyTakesTheEarliersPlace) {
@@ -83,9 +87,9 @@ TEST_F(KeptBodiesTest, ABodyIsThatOfItsTokenItsAddressAndItsHeadersAlone) {
 TEST_F(KeptBodiesTest, AUsersBodyStaysTheirsWhenTheTokenIsRenewed) {
   KeptBodies ofOne(host.cache, {.user = "records.example one"});
   KeptBodies ofOther(host.cache, {.user = "records.example other"});
-  ofOne.save(ofOne.placeOf("", url, withToken).value(), body("themes"));
-  EXPECT_EQ(ofOne.load(ofOne.placeOf("", url, withAnother).value()), body("themes"));
-  EXPECT_EQ(ofOther.load(ofOther.placeOf("", url, withToken).value()), std::nullopt);
+  ofOne.save(ofOne.placeOf(ofOne.digestKey(), url, withToken).value(), body("themes"));
+  EXPECT_EQ(ofOne.load(ofOne.placeOf(ofOne.digestKey(), url, withAnother).value()), body("themes"));
+  EXPECT_EQ(ofOther.load(ofOther.placeOf(ofOther.digestKey(), url, withToken).value()), std::nullopt);
 }
 
 TEST_F(KeptBodiesTest, ItsRowsTellNeitherTheTokenNorTheAddress) {
@@ -172,6 +176,62 @@ TEST_F(KeptBodiesTest, WhatWasAskedForBeforeTheLibraryForgotHasNoPlaceBehindIt) 
   EXPECT_FALSE(bodies.placeOf(asked, url, withToken));
   static_cast<void>(place());
   EXPECT_FALSE(bodies.placeOf(asked, url, withToken));
+}
+
+TEST_F(KeptBodiesTest, WhatWasAskedForFirstHasAKeyThatAForgetEnds) {
+  const std::string asked = bodies.digestKey();
+  EXPECT_EQ(asked.size(), 32U);
+  EXPECT_EQ(bodies.digestKey(), asked);
+  host.forget();
+  EXPECT_FALSE(bodies.placeOf(asked, url, withToken));
+}
+
+TEST_F(KeptBodiesTest, WhatWasAskedForWithoutAKeyHasNoPlace) {
+  EXPECT_FALSE(bodies.placeOf("", url, withToken));
+  static_cast<void>(place());
+  EXPECT_FALSE(bodies.placeOf("", url, withToken));
+}
+
+TEST_F(KeptBodiesTest, ThreadsThatBeginTogetherHaveOneKey) {
+  std::vector<std::future<std::string>> keys;
+  std::latch begun(8);
+  for (int thread = 0; thread < 8; ++thread) {
+    keys.push_back(std::async(std::launch::async, [&] {
+      begun.arrive_and_wait();
+      return bodies.digestKey();
+    }));
+  }
+  std::set<std::string> different;
+  for (auto& key : keys) different.insert(key.get());
+  EXPECT_EQ(different, std::set<std::string>{bodies.digestKey()});
+}
+
+TEST_F(KeptBodiesTest, HeadersCountInWhatIsKept) {
+  constexpr std::size_t room = 64 * 1024;
+  KeptBodies few(host.cache, {.maxBytes = room});
+  const KeptBody wordy{{{"etag", "\"1\""}, {"content-type", std::string(1000, 'x')}}, Data(std::string("b"))};
+  for (int number = 0; number < 100; ++number) ASSERT_TRUE(few.save(numbered(few, number), wordy));
+  std::size_t stored = 0;
+  for (const auto& data : host.table->load(Query::exact(BodiesCache::ofKind(KeptBodies::bodyKind)))) {
+    stored += data.size();
+  }
+  EXPECT_GT(stored, room / 4);
+  EXPECT_LE(stored, room);
+}
+
+TEST_F(KeptBodiesTest, ABodyWithTooLargeHeadersIsNotKept) {
+  KeptBodies few(host.cache, {.maxBytes = 16 * 1024});
+  const KeptBody large{{{"etag", "\"1\""}, {"content-type", std::string(8 * 1024, 'x')}}, Data()};
+  EXPECT_FALSE(few.save(numbered(few, 1), large));
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(KeptBodiesTest, SaysHowLargeABodyMayBe) {
+  KeptBodies few(host.cache, {.maxBytes = 16 * 1024});
+  EXPECT_LT(few.mostOfOne(), 4U * 1024);
+  EXPECT_TRUE(few.save(numbered(few, 1), body(std::string(few.mostOfOne() - 100, 'x'))));
+  EXPECT_FALSE(few.save(numbered(few, 1), body(std::string(few.mostOfOne(), 'x'))));
+  EXPECT_EQ(KeptBodies(host.cache, {.maxBytes = 100}).mostOfOne(), 0U);
 }
 
 TEST_F(KeptBodiesTest, BodiesWhoseKeyIsLostAreDeletedWhenThereIsAnother) {
