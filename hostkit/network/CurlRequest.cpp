@@ -82,6 +82,13 @@ Error badToken(const ServerAddress& server, const std::string& token) {
                        "has: check where it comes from");
 }
 
+constexpr std::string_view credentialsName = "authorization";
+
+bool holdsCredentials(std::string_view line) {
+  const bool isNamed = equalIgnoringAsciiCase(line.substr(0, credentialsName.size()), credentialsName);
+  return isNamed && line.substr(credentialsName.size()).find_first_of(":;") == 0;
+}
+
 std::string authorization(const std::string& token) {
   return "Authorization: Bearer " + token;
 }
@@ -126,12 +133,18 @@ Result<CurlRequest> CurlRequest::prepare(const CorvaneSDK::NetRequest& request, 
   return prepared;
 }
 
+bool CurlRequest::hasOwnCredentials() const {
+  const std::string ofTheToken = authorization(token);
+  return std::any_of(headerLines.begin(), headerLines.end(), [&](const std::string& line) {
+    return holdsCredentials(line) && (token.empty() || line != ofTheToken);
+  });
+}
+
 void CurlRequest::noteSecretsIn(KnownSecrets& secrets) const {
-  constexpr std::string_view name = "authorization:";
   secrets.note(token);
   for (const std::string& line : headerLines) {
-    if (!equalIgnoringAsciiCase(std::string_view(line).substr(0, name.size()), name)) continue;
-    secrets.note(lastWord(std::string_view(line).substr(name.size())));
+    if (holdsCredentials(line))
+      secrets.note(lastWord(std::string_view(line).substr(credentialsName.size() + 1)));
   }
 }
 

@@ -38,6 +38,10 @@ struct CurlRequest {
   /// The same request with `other` in place of its token. Fails as `prepare` does for a token that would not
   /// stay on its line.
   [[nodiscard]] Result<CurlRequest> withToken(const std::string& other, const ServerAddress& server) const;
+
+  /// Whether it has an `Authorization` header that is not the token's.
+  [[nodiscard]] bool hasOwnCredentials() const;
+
   /// Tells `secrets` what no text may repeat once the request has been sent: its token, and the credentials
   /// of its own `Authorization` header.
   void noteSecretsIn(KnownSecrets& secrets) const;

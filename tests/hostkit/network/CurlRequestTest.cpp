@@ -120,5 +120,20 @@ TEST(CurlRequestTest, KeepsToSensibleTimes) {
   }
 }
 
+TEST(CurlRequestTest, KnowsCredentialsThatAreNotTheTokens) {
+  const std::string own = "authorization: Basic x";
+  const std::string ofTheToken = "Authorization: Bearer t";
+  const auto request = [](std::vector<std::string> lines, const std::string& token) {
+    return CurlRequest{.url = "", .headerLines = std::move(lines), .timeout = 1, .token = token};
+  };
+  EXPECT_TRUE(request({"Accept: */*", own}, "").hasOwnCredentials());
+  EXPECT_TRUE(request({"Authorization;"}, "").hasOwnCredentials());
+  EXPECT_TRUE(request({ofTheToken}, "").hasOwnCredentials());
+  EXPECT_TRUE(request({ofTheToken, own}, "t").hasOwnCredentials());
+  EXPECT_FALSE(request({ofTheToken}, "t").hasOwnCredentials());
+  EXPECT_FALSE(
+      request({"Accept: */*", "X-Authorization: x", "Authorization-Info: x"}, "").hasOwnCredentials());
+}
+
 }  // namespace
 }  // namespace vellora::hostkit
