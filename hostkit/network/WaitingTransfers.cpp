@@ -7,7 +7,7 @@ namespace vellora::hostkit {
 
 void WaitingTransfers::add(std::unique_ptr<CurlTransfer> transfer, TimePoint now) {
   if (waiting_.empty()) soonest_ = TimePoint::max();
-  waiting_.push_back({std::move(transfer), now});
+  waiting_.push_back({std::move(transfer), now - postponed_});
   soonest_ = std::min(soonest_, expiryOf(waiting_.back()));
 }
 
@@ -19,6 +19,7 @@ std::unique_ptr<CurlTransfer> WaitingTransfers::takeFirst() {
 
 WaitingTransfers::Transfers WaitingTransfers::takeExpired(TimePoint now) {
   Transfers expired;
+  now -= postponed_;
   if (now < soonest_) return expired;
   soonest_ = TimePoint::max();
   for (Waiting& each : waiting_) {
@@ -40,7 +41,7 @@ WaitingTransfers::Transfers WaitingTransfers::takeAll() {
 }
 
 WaitingTransfers::TimePoint WaitingTransfers::soonestExpiry() const noexcept {
-  return waiting_.empty() ? TimePoint::max() : soonest_;
+  return waiting_.empty() ? TimePoint::max() : soonest_ + postponed_;
 }
 
 WaitingTransfers::TimePoint WaitingTransfers::expiryOf(const Waiting& waiting) const {

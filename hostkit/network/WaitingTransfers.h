@@ -35,7 +35,10 @@ class WaitingTransfers {
   [[nodiscard]] std::unique_ptr<CurlTransfer> takeFirst();
 
   /// Tells that the queue has got on: a transfer has ended, and not by its time.
-  void noteProgress(TimePoint now) noexcept { progress_ = now; }
+  void noteProgress(TimePoint now) noexcept { progress_ = now - postponed_; }
+
+  /// Puts off when the time of those is over that wait.
+  void postpone(CurlTransfer::Clock::duration by) noexcept { postponed_ += by; }
 
   /// Those whose time is over, in their order.
   [[nodiscard]] Transfers takeExpired(TimePoint now);
@@ -55,6 +58,8 @@ class WaitingTransfers {
   [[nodiscard]] TimePoint expiryOf(const Waiting& waiting) const;
 
   std::deque<Waiting> waiting_;
+  // All times below, and `since`, are without what was postponed.
+  CurlTransfer::Clock::duration postponed_{};
   TimePoint progress_ = TimePoint::min();
   TimePoint soonest_ = TimePoint::max();  // or earlier than that: progress puts expiries off
 };

@@ -90,5 +90,18 @@ TEST_F(WaitingTransfersTest, AllAreTakenInTheirOrder) {
   EXPECT_TRUE(waiting.empty());
 }
 
+TEST_F(WaitingTransfersTest, WhatIsPostponedExpiresLaterWhatComesLaterDoesNot) {
+  add("/a", 10, seconds(0));
+  waiting.postpone(seconds(100));
+  add("/b", 10, seconds(50));
+  EXPECT_EQ(waiting.soonestExpiry(), start + seconds(60));
+  EXPECT_EQ(expired(seconds(60)), Paths{"/b"});
+  EXPECT_EQ(waiting.soonestExpiry(), start + seconds(110));
+  EXPECT_EQ(expired(seconds(109)), Paths());
+  waiting.noteProgress(start + seconds(109));
+  EXPECT_EQ(expired(seconds(118)), Paths());
+  EXPECT_EQ(expired(seconds(119)), Paths{"/a"});
+}
+
 }  // namespace
 }  // namespace vellora::hostkit
