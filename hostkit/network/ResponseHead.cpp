@@ -41,6 +41,7 @@ bool ResponseHead::takeLine(std::string_view line) {
 void ResponseHead::begin(std::string_view statusLine) {
   headers_.clear();
   isComplete_ = false;
+  isFramed_ = !statusLine.starts_with("HTTP/1") && !statusLine.starts_with("HTTP/0");
   const std::string_view status = trimmed(behindBlank(statusLine));
   isInterim_ = status.starts_with('1');
   reasonPhrase_ = trimmed(behindBlank(status));
@@ -52,6 +53,12 @@ void ResponseHead::takeHeader(std::string_view line) {
   const std::string_view value = trimmed(line.substr(colon + 1));
   const auto [header, isNew] = headers_.try_emplace(asciiLowerCase(trimmed(line.substr(0, colon))), value);
   if (!isNew) header->second.append(", ").append(value);
+}
+
+bool ResponseHead::tellsEnd() const {
+  if (isFramed_ || value("content-length") != nullptr) return true;
+  const auto* coding = value("transfer-encoding");
+  return coding != nullptr && asciiLowerCase(*coding).ends_with("chunked");
 }
 
 const std::string* ResponseHead::value(const std::string& name) const {

@@ -33,6 +33,10 @@ class ResponseHead {
   /// True once the empty line behind the head has come, be it that of an interim answer.
   [[nodiscard]] bool isComplete() const noexcept { return isComplete_; }
 
+  /// True when the end of the body is told apart from that of the connection: by a length, by chunks, or by
+  /// frames, as HTTP/2 has them.
+  [[nodiscard]] bool tellsEnd() const;
+
   /// What stands behind the status, such as "Not Found"; empty when nothing does.
   [[nodiscard]] const std::string& reasonPhrase() const noexcept { return reasonPhrase_; }
 
@@ -53,6 +57,7 @@ class ResponseHead {
   std::string reasonPhrase_;
   std::size_t size_ = 0;
   bool isInterim_ = false;
+  bool isFramed_ = false;
   bool isComplete_ = false;
 };
 

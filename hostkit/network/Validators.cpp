@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <ctime>
 #include <string_view>
+#include <utility>
 
 #include "vellora/Platform/Json/Json.h"
 #include "vellora/Platform/Json/JsonDocument.h"
@@ -20,6 +21,8 @@ using CorvaneSDK::Meta;
 
 constexpr const char* tagName = "etag";
 constexpr const char* dateName = "last-modified";
+constexpr const char* packingName = "content-encoding";
+constexpr std::array<std::string_view, 4> keptNames{tagName, dateName, "content-type", packingName};
 
 std::string_view withoutWeakness(std::string_view tag) {
   return tag.starts_with("W/") ? tag.substr(2) : tag;
@@ -38,10 +41,20 @@ bool isTag(std::string_view text) {
   return std::all_of(inside.begin(), inside.end(), isTagCharacter);
 }
 
+bool isControl(char c) {
+  return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7f;
+}
+
+/// curl reads a date past characters that no date has, a line end for instance.
+bool isPrintable(char c) {
+  return c >= ' ' && c < 0x7f;
+}
+
 /// Seconds since 1970; absent for what is no date.
 std::optional<std::time_t> momentOf(const std::string* date) {
   constexpr std::size_t longestDate = 64;
   if (date == nullptr || date->size() > longestDate) return std::nullopt;
+  if (!std::all_of(date->begin(), date->end(), isPrintable)) return std::nullopt;
   const auto moment = curl_getdate(date->c_str(), nullptr);
   return moment < 0 ? std::nullopt : std::optional(moment);
 }
@@ -60,6 +73,22 @@ bool mayBeKept(const ResponseHead& head) {
   return !holdsWord(head.value("cache-control"), "no-store") && !holdsWord(head.value("vary"), "*");
 }
 
+const std::string* valueIn(const Meta& headers, const char* name) {
+  const auto found = headers.find(name);
+  return found == headers.end() ? nullptr : &found->second;
+}
+
+bool isKeptHeader(const Meta::value_type& header) {
+  const bool isKept = std::find(keptNames.begin(), keptNames.end(), header.first) != keptNames.end();
+  return isKept && header.second.size() <= longestTag &&
+         std::none_of(header.second.begin(), header.second.end(), isControl);
+}
+
+bool isPacked(const ResponseHead& head) {
+  const auto* packing = head.value(packingName);
+  return packing != nullptr && !packing->empty() && !equalIgnoringAsciiCase(*packing, "identity");
+}
+
 bool isOther(const std::string* told, const std::string& kept) {
   return told != nullptr && withoutWeakness(*told) != withoutWeakness(kept);
 }
@@ -67,31 +96,36 @@ bool isOther(const std::string* told, const std::string& kept) {
 }  // namespace
 
 std::optional<Meta> validatorsIn(const ResponseHead& head) {
-  const std::string* tag = head.value(tagName);
-  const bool canBeAskedFor = tag != nullptr ? isTag(*tag) : isOldDate(head);
-  if (!canBeAskedFor || !mayBeKept(head)) return std::nullopt;
+  if (!mayBeKept(head) || (head.value(tagName) == nullptr && !isOldDate(head))) return std::nullopt;
   Meta validators;
-  for (const char* name : {tagName, dateName, "content-type", "content-encoding"}) {
-    if (const auto* value = head.value(name)) validators.emplace(name, *value);
+  for (const std::string_view name : keptNames) {
+    if (const auto* value = head.value(std::string(name))) validators.emplace(name, *value);
   }
-  return validators;
+  return canBeAskedFor(validators) ? std::optional(std::move(validators)) : std::nullopt;
+}
+
+bool canBeAskedFor(const Meta& validators) {
+  const std::string* tag = valueIn(validators, tagName);
+  const bool hasCondition =
+      tag != nullptr ? isTag(*tag) : momentOf(valueIn(validators, dateName)).has_value();
+  return hasCondition && std::all_of(validators.begin(), validators.end(), isKeptHeader);
 }
 
 std::string conditionOn(const Meta& validators) {
-  const auto tag = validators.find(tagName);
-  if (tag != validators.end()) return "If-None-Match: " + tag->second;
-  return "If-Modified-Since: " + validators.at(dateName);
+  if (const auto* tag = valueIn(validators, tagName)) return "If-None-Match: " + *tag;
+  const auto* date = valueIn(validators, dateName);
+  return date == nullptr ? std::string() : "If-Modified-Since: " + *date;
 }
 
 bool isAbout(const Meta& validators, const ResponseHead& notModified) {
-  const auto tag = validators.find(tagName);
-  if (tag != validators.end()) return !isOther(notModified.value(tagName), tag->second);
-  const auto date = validators.find(dateName);
-  return date != validators.end() && !isOther(notModified.value(dateName), date->second);
+  if (const auto* tag = valueIn(validators, tagName)) return !isOther(notModified.value(tagName), *tag);
+  const auto* date = valueIn(validators, dateName);
+  return date != nullptr && !isOther(notModified.value(dateName), *date);
 }
 
 bool isWhole(const Data& body, const ResponseHead& head) {
-  if (!holdsWord(head.value("content-type"), "json")) return true;
+  const bool isEndKnown = isPacked(head) ? !body.empty() : head.tellsEnd();
+  if (!isEndKnown || !holdsWord(head.value("content-type"), "json")) return isEndKnown;
   const bool isJson = !json::Document().parse(body);
   json::releaseParser();
   return isJson;

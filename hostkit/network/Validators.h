@@ -17,20 +17,25 @@ namespace vellora::hostkit {
 ///
 /// A tag that is none in HTTP's form, or is longer than `longestTag`, counts as the server's mistake: then
 /// its date is not believed either. A date alone is believed only when it is older than the answer, since a
-/// body that changes twice in a second has one date.
+/// body that changes twice in a second has one date. None of the headers is longer than `longestTag`.
 [[nodiscard]] std::optional<CorvaneSDK::Meta> validatorsIn(const ResponseHead& head);
 
 inline constexpr std::size_t longestTag = 1024;  ///< bytes
 
-/// The header line that asks for a body only if it is another one than that of these headers.
+/// Whether `validators` may be what `validatorsIn` has given once. What was kept is judged so before it is
+/// sent: others may have written it.
+[[nodiscard]] bool canBeAskedFor(const CorvaneSDK::Meta& validators);
+
+/// The header line that asks for a body only if it is another one than that of these headers, which can be
+/// asked for.
 [[nodiscard]] std::string conditionOn(const CorvaneSDK::Meta& validators);
 
 /// Whether the head of a 304 is about the body of these headers. One that names another tag, or another date,
 /// is not.
 [[nodiscard]] bool isAbout(const CorvaneSDK::Meta& validators, const ResponseHead& notModified);
 
-/// Whether `body`, unpacked, is all that the head says: JSON from its beginning to its end, where it says
-/// JSON. A body whose length nobody has announced may have been cut off.
+/// Whether `body`, unpacked, is all that the server sends: HTTP or its packing tells where it ends, and it is
+/// JSON from its beginning to its end, where the head says JSON. Any other may have been cut off.
 [[nodiscard]] bool isWhole(const Data& body, const ResponseHead& head);
 
 /// Whether the request asks with a condition of its own, for a part of the body, or past every cache.

@@ -54,7 +54,7 @@ CorvaneSDK::NetRequest wireRequest(const CurlRequest& request) {
 
 hostkit::ResponseHead headOf(const URLResponse& response) {
   hostkit::ResponseHead head;
-  static_cast<void>(head.takeLine("HTTP/1.1 " + std::to_string(response.statusCode) + "\r\n"));
+  static_cast<void>(head.takeLine("HTTP/2 " + std::to_string(response.statusCode) + "\r\n"));
   for (const auto& [name, value] : response.headers)
     static_cast<void>(head.takeLine(name + ": " + value + "\r\n"));
   static_cast<void>(head.takeLine("\r\n"));

@@ -93,5 +93,13 @@ TEST(ResponseHeadTest, HeadsAndTrailersTogetherHaveOneLimit) {
   EXPECT_EQ(linesTaken(headOf({"HTTP/1.1 103 Early Hints\r\n", line, "\r\n", "HTTP/1.1 200 OK\r\n"})), 298);
 }
 
+TEST(ResponseHeadTest, KnowsWhetherTheEndOfTheBodyIsTold) {
+  EXPECT_TRUE(headOf({"HTTP/1.1 200 OK\r\n", "Content-Length: 1\r\n", "\r\n"}).tellsEnd());
+  EXPECT_TRUE(headOf({"HTTP/1.1 200 OK\r\n", "Transfer-Encoding: chunked\r\n", "\r\n"}).tellsEnd());
+  EXPECT_TRUE(headOf({"HTTP/2 200\r\n", "\r\n"}).tellsEnd());
+  EXPECT_FALSE(headOf({"HTTP/1.1 200 OK\r\n", "\r\n"}).tellsEnd());
+  EXPECT_FALSE(headOf({"HTTP/1.0 200 OK\r\n", "Transfer-Encoding: identity\r\n", "\r\n"}).tellsEnd());
+}
+
 }  // namespace
 }  // namespace vellora::hostkit

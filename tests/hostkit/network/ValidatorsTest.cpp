@@ -94,12 +94,12 @@ TEST(ValidatorsTest, ANotModifiedIsAboutTheBodyUnlessItNamesAnother) {
 }
 
 TEST(ValidatorsTest, ABodyThatIsSaidToBeJsonIsWholeWhenItIs) {
-  const auto ofJson = headOf({"Content-Type: Application/JSON;charset=UTF-8"});
+  const auto ofJson = headOf({"Content-Type: Application/JSON;charset=UTF-8", "Content-Length: 1"});
   EXPECT_TRUE(isWhole(Data(std::string("{\"themeItems\":[]}")), ofJson));
   for (const std::string cut : {"", "{\"themeItems\":[", "<html>"}) {
     EXPECT_FALSE(isWhole(Data(cut), ofJson)) << cut;
-    EXPECT_TRUE(isWhole(Data(cut), headOf({"Content-Type: text/html"}))) << cut;
-    EXPECT_TRUE(isWhole(Data(cut), headOf({}))) << cut;
+    EXPECT_TRUE(isWhole(Data(cut), headOf({"Content-Type: text/html", "Content-Length: 1"}))) << cut;
+    EXPECT_TRUE(isWhole(Data(cut), headOf({"Content-Length: 1"}))) << cut;
   }
 }
 
@@ -109,6 +109,48 @@ TEST(ValidatorsTest, KnowsARequestThatHasAConditionOfItsOwn) {
     EXPECT_TRUE(hasOwnCondition({"Accept: */*", line})) << line;
   }
   EXPECT_FALSE(hasOwnCondition({"Accept: */*", "X-If-None-Match: 1", "Authorization: Bearer range"}));
+}
+
+TEST(ValidatorsTest, ABodyWhoseEndNothingTellsMayBeCutOff) {
+  const Data body(std::string("half"));
+  EXPECT_FALSE(isWhole(body, headOf({})));
+  EXPECT_FALSE(isWhole(body, headOf({"Content-Type: text/plain", "Content-Encoding: identity"})));
+  EXPECT_TRUE(isWhole(body, headOf({"Content-Length: 4"})));
+  EXPECT_TRUE(isWhole(body, headOf({"Transfer-Encoding: Chunked"})));
+  EXPECT_TRUE(isWhole(body, headOf({"Content-Encoding: gzip"})));
+  EXPECT_FALSE(isWhole(Data(), headOf({"Content-Encoding: gzip", "Content-Length: 0"})));
+}
+
+TEST(ValidatorsTest, ADateWithAnotherCharacterThanADateHasIsNone) {
+  for (const char strange : {'\r', '\t', '\x7f', '\xe9'}) {
+    EXPECT_FALSE(validators({"Last-Modified: Sun, 06 Nov" + std::string(1, strange) + "1994 08:49:37 GMT"}));
+  }
+}
+
+TEST(ValidatorsTest, OfHeadersThatAreTooLongNothingIsKept) {
+  EXPECT_TRUE(validators({"ETag: \"a\"", "Content-Type: " + std::string(longestTag, 'x')}));
+  EXPECT_FALSE(validators({"ETag: \"a\"", "Content-Type: " + std::string(longestTag + 1, 'x')}));
+  EXPECT_FALSE(validators({"ETag: \"a\"", "Content-Encoding: " + std::string(longestTag + 1, 'x')}));
+  EXPECT_FALSE(validators({"ETag: \"a\"", "Last-Modified: " + std::string(longestTag + 1, 'x')}));
+}
+
+TEST(ValidatorsTest, WhatAServerMayHaveSentCanBeAskedFor) {
+  for (const Meta& sent : {Meta{{"etag", "\"a\""}}, Meta{{"last-modified", date}},
+                           Meta{{"etag", "W/\"a\""}, {"last-modified", "lately"}, {"content-type", "x"}}}) {
+    EXPECT_TRUE(canBeAskedFor(sent));
+  }
+}
+
+TEST(ValidatorsTest, WhatNoServerCanHaveSentCannotBeAskedFor) {
+  const std::string evil = "\r\nX-Evil: 1";
+  for (const Meta& stored :
+       {Meta{}, Meta{{"content-type", "x"}}, Meta{{"etag", "\"a\"" + evil}},
+        Meta{{"etag", "\"a" + evil + '"'}}, Meta{{"etag", ""}}, Meta{{"last-modified", date + evil}},
+        Meta{{"last-modified", "lately"}}, Meta{{"etag", "a"}, {"last-modified", date}},
+        Meta{{"etag", "\"a\""}, {"content-type", "x" + evil}}, Meta{{"etag", "\"a\""}, {"x-evil", "1"}},
+        Meta{{"etag", "\"a\""}, {"content-type", std::string(longestTag + 1, 'x')}}}) {
+    EXPECT_FALSE(canBeAskedFor(stored)) << testing::PrintToString(stored);
+  }
 }
 
 }  // namespace
