@@ -148,15 +148,19 @@ void CurlLoop::holdBackWaiting() {
   }
 }
 
+// With a cache one at a time: the others get on between two look-ups.
 void CurlLoop::beginWaiting() {
   while (mayBegin()) {
     std::unique_ptr<CurlTransfer> transfer = waiting_.takeFirst();
     --queued_;
-    if (void* handle = transfer->prepareHandle(multi_->connections)) {
+    void* handle = transfer->prepareHandle(multi_->connections);
+    putDeadlinesOff(transfer->takeTimeOfCache());
+    if (handle != nullptr) {
       drive(std::move(transfer), handle);
     } else {
       transfer->deliver();
     }
+    if (setting_.bodies) return;
   }
 }
 
@@ -186,11 +190,25 @@ void CurlLoop::finishTransfers() {
     transfer->finish(code);
     if (transfer->isSettled()) {
       noteAnswer(*transfer);
-      transfer->deliver();
+      deliver(*transfer);
     } else {
+      const auto timeOfCache = transfer->takeTimeOfCache();
+      putDeadlinesOff(timeOfCache);
+      transfer->postpone(timeOfCache);
       drive(std::move(transfer), handle);
     }
   }
+}
+
+void CurlLoop::deliver(CurlTransfer& transfer) {
+  transfer.deliver();
+  putDeadlinesOff(transfer.takeTimeOfCache());
+}
+
+// While the cache works for one request, none of the others gets on. That is not the server's doing.
+void CurlLoop::putDeadlinesOff(CurlTransfer::Clock::duration by) {
+  for (const auto& [handle, each] : active_) each->postpone(by);
+  waiting_.postpone(by);
 }
 
 void CurlLoop::noteAnswer(const CurlTransfer& transfer) {
@@ -210,6 +228,7 @@ void CurlLoop::expireTransfers(CurlTransfer::Clock::time_point now) {
   }
   for (const auto& transfer : expired) {
     transfer->expire();
+    noteAnswer(*transfer);
     transfer->deliver();
   }
 }

@@ -56,6 +56,8 @@ class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
   void drive(std::unique_ptr<CurlTransfer> transfer, void* handle);
   void finishTransfers();
   void noteAnswer(const CurlTransfer& transfer);
+  void deliver(CurlTransfer& transfer);
+  void putDeadlinesOff(CurlTransfer::Clock::duration by);
   void expireTransfers(CurlTransfer::Clock::time_point now);
   void failAll();
   [[nodiscard]] std::unique_ptr<CurlTransfer> release(void* handle);

@@ -49,8 +49,10 @@ namespace vellora::hostkit {
 ///
 /// Threads: `sendRequest` may be called from any thread, also from a completion. Completions, the observer
 /// and the token's renewal run on the network's own thread, one at a time and with no lock held; so a slow
-/// one delays the others. A request sent while the network is being destroyed completes inside `sendRequest`.
-/// The destructor waits for the completions: do not hold a lock there that one of them needs.
+/// one delays the others. So does a slow cache of `Options::bodies`, which is called there and by
+/// `sendRequest`; no request's time counts that. A request sent while the network is being destroyed
+/// completes inside `sendRequest`. The destructor waits for the completions: do not hold a lock there that
+/// one of them needs.
 ///
 /// Errors: `CurlNetworkError`. An error comes without a body; half a body is an error.
 ///

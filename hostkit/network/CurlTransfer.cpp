@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <new>
 #include <utility>
 
 #include "hostkit/network/Redaction.h"
@@ -54,12 +55,13 @@ CurlTransfer::Clock::duration CurlTransfer::timeout() const {
   return std::chrono::milliseconds(wholeMilliseconds(request_.timeout));
 }
 
+// A slow cache is not the server's doing: the request's time begins behind it.
 void* CurlTransfer::prepareHandle(Connections& connections) {
-  deadline_ = Clock::now() + timeout();
   request_.noteSecretsIn(*setting_.secrets);
   handle_ = std::make_unique<CurlHandle>();
   url_ = request_.url;
   const CurlRequest sent = revalidation_.withCondition(request_, url_);
+  deadline_ = Clock::now() + timeout();
   if (handle_->prepare(sent, setting_, connections, *this)) return handle_->easy();
   fail(Kind::unavailable);
   return nullptr;
@@ -71,14 +73,31 @@ bool CurlTransfer::takeHeadLine(std::string_view line) {
 }
 
 bool CurlTransfer::takeBody(std::string_view piece) {
-  if (body_.received() == 0 && revalidation_.mayKeep(handle_->statusCode(), head_)) body_.keepPacked();
+  if (body_.received() == 0 && revalidation_.mayKeep(handle_->statusCode(), head_)) {
+    body_.keepPacked(revalidation_.mostKept());
+  }
   bodyFault_ = body_.take(piece, head_.value("content-encoding"), handle_->announcedLength());
   if (bodyFault_) return false;
   response_.statusCode = handle_->statusCode();
   return body_.size() <= largestErrorBody || !isErrorStatus();
 }
 
+// Nothing above it could do anything about a lack of memory. What is large is freed first.
 void CurlTransfer::finish(int curlCode) {
+  try {
+    settleOrGoOn(curlCode);
+  } catch (const std::bad_alloc&) {
+    failWithoutMemory();
+  }
+}
+
+void CurlTransfer::failWithoutMemory() {
+  forgetAnswer();
+  answer_ = {};
+  fail(Kind::unavailable);
+}
+
+void CurlTransfer::settleOrGoOn(int curlCode) {
   if (handle_->connectionState() == Connections::State::spoilt) return sendOnFreshConnection();
   response_.statusCode = handle_->statusCode();
   const auto failure = failureOf(curlCode);
@@ -216,9 +235,21 @@ void CurlTransfer::settleWithStatus() {
 void CurlTransfer::settleWithAnswer() {
   received_ = body_.received();
   answer_ = body_.release();
-  const bool isKept = revalidation_.mayKeep(response_.statusCode, head_) && isWhole(answer_, head_);
-  revalidation_.note(response_.statusCode, head_, isKept ? body_.releaseAsItCame(answer_) : std::nullopt);
+  noteAnswer();
   settleWithResponse();
+}
+
+// The size is looked at before the body is read: reading takes many times its memory. An answer whose
+// keeping finds no memory is an answer all the same.
+void CurlTransfer::noteAnswer() {
+  std::optional<Data> came;
+  try {
+    if (revalidation_.mayKeep(response_.statusCode, head_)) came = body_.releaseAsItCame(answer_);
+    if (came && (came->size() > revalidation_.mostKept() || !isWhole(answer_, head_))) came.reset();
+    revalidation_.note(response_.statusCode, head_, std::move(came));
+  } catch (const std::bad_alloc&) {
+    revalidation_.note(response_.statusCode, head_, std::nullopt);
+  }
 }
 
 // To the completion a body that was kept is one like any other; what the server says of it now counts.

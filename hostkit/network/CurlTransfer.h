@@ -28,7 +28,8 @@ namespace vellora::hostkit {
 ///
 /// Threads: built on one thread, then driven by one thread, the handle's own.
 ///
-/// Errors: `CurlNetworkError`, redacted; the completion gets it.
+/// Errors: `CurlNetworkError`, redacted; the completion gets it. What finds no memory on its way is one as
+/// well.
 class CurlTransfer final : private CurlHandle::Receiver {
  public:
   using Clock = std::chrono::steady_clock;
@@ -52,6 +53,12 @@ class CurlTransfer final : private CurlHandle::Receiver {
 
   /// When the request's time is up. Call it once the handle is prepared: that time begins there.
   [[nodiscard]] Clock::time_point deadline() const noexcept { return deadline_; }
+
+  /// Puts the deadline off.
+  void postpone(Clock::duration by) noexcept { deadline_ += by; }
+
+  /// How long the cache of the bodies has taken since this was asked last. No request's time counts it.
+  [[nodiscard]] Clock::duration takeTimeOfCache() noexcept { return revalidation_.takeTimeOfCache(); }
 
   /// Makes the curl handle ready to be driven, and gives it; null when it could not, and it has failed.
   [[nodiscard]] void* prepareHandle(Connections& connections);
@@ -80,6 +87,8 @@ class CurlTransfer final : private CurlHandle::Receiver {
   [[nodiscard]] bool takeHeadLine(std::string_view line) override;
   [[nodiscard]] bool takeBody(std::string_view piece) override;
 
+  void settleOrGoOn(int curlCode);
+  void failWithoutMemory();
   [[nodiscard]] std::optional<CurlNetworkError> failureOf(int curlCode) const;
   [[nodiscard]] bool isLineTooLong(int curlCode) const;
   [[nodiscard]] bool isRedirect() const;
@@ -96,6 +105,7 @@ class CurlTransfer final : private CurlHandle::Receiver {
   [[nodiscard]] bool takeKept(const KeptBody& kept);
   void settleWithStatus();
   void settleWithAnswer();
+  void noteAnswer();
   void settleWithResponse();
   void tellObserver() const;
   void settleWithError(CurlNetworkError error);

@@ -44,7 +44,7 @@ std::optional<Kind> ResponseBody::takePlain(std::string_view piece, std::size_t 
 std::optional<Kind> ResponseBody::takePacked(std::string_view piece) {
   if (!decoder_) decoder_ = std::make_unique<GzipDecoder>();
   packed_ += piece.size();
-  if (keepsPacked_) packedBytes_.append(piece);
+  keepPiece(piece);
   switch (decoder_->append(piece, bytes_, unpackedLimit())) {
     case GzipDecoder::Fault::corrupt:
       return Kind::protocol;
@@ -54,6 +54,16 @@ std::optional<Kind> ResponseBody::takePacked(std::string_view piece) {
       break;
   }
   return std::nullopt;
+}
+
+void ResponseBody::keepPiece(std::string_view piece) {
+  if (!keepsPacked_) return;
+  keepsPacked_ = piece.size() <= mostPacked_ - packedBytes_.size();
+  if (keepsPacked_) {
+    packedBytes_.append(piece);
+  } else {
+    std::string().swap(packedBytes_);  // an assignment would not free them
+  }
 }
 
 std::size_t ResponseBody::unpackedLimit() const noexcept {

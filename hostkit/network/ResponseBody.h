@@ -40,12 +40,19 @@ class ResponseBody {
                                                            const std::string* encoding,
                                                            std::size_t announced);
 
-  /// From now on what comes of a packed body is kept as it comes, too.
-  void keepPacked() { keepsPacked_ = true; }
+  /// From now on what comes of a packed body is kept as it comes, too, as long as that is no more than
+  /// `most`. Of a longer one nothing is: a packed body may be endless, and unpack to nothing.
+  void keepPacked(std::size_t most) {
+    keepsPacked_ = true;
+    mostPacked_ = most;
+  }
 
-  /// The body as it came, given `unpacked`, which `release` gave. Absent for a packed one that was not kept.
-  /// Call it once.
+  /// The body as it came, given `unpacked`, which `release` gave. Absent for a packed one that was not
+  /// kept. Call it once.
   [[nodiscard]] std::optional<Data> releaseAsItCame(const Data& unpacked);
+
+  /// How much memory a packed body takes as it came.
+  [[nodiscard]] std::size_t keptAsItCame() const noexcept { return packedBytes_.capacity(); }
 
   /// How much has come over the wire.
   [[nodiscard]] std::size_t received() const noexcept { return decoder_ ? packed_ : bytes_.size(); }
@@ -66,6 +73,7 @@ class ResponseBody {
   [[nodiscard]] std::optional<CurlNetworkError::Kind> takePlain(std::string_view piece,
                                                                 std::size_t announced);
   [[nodiscard]] std::optional<CurlNetworkError::Kind> takePacked(std::string_view piece);
+  void keepPiece(std::string_view piece);
   [[nodiscard]] std::size_t unpackedLimit() const noexcept;
   void reserve(std::size_t announced);
 
@@ -75,6 +83,7 @@ class ResponseBody {
   std::size_t values_ = 0;
   std::size_t packed_ = 0;  // bytes of a packed body that have come
   bool keepsPacked_ = false;
+  std::size_t mostPacked_ = 0;  // how many bytes are kept as they came
   std::string packedBytes_;
   std::unique_ptr<GzipDecoder> decoder_;  // of a packed body, once some of it has come
 };

@@ -12,8 +12,25 @@ namespace {
 
 constexpr int ok = 200;
 
+/// Adds the time until it ends to a sum.
+class TimeInCache {
+ public:
+  explicit TimeInCache(Revalidation::Clock::duration& sum) : sum_(sum) {}
+  ~TimeInCache() { sum_ += Revalidation::Clock::now() - begun_; }
+  TimeInCache(const TimeInCache&) = delete;
+  TimeInCache& operator=(const TimeInCache&) = delete;
+
+ private:
+  Revalidation::Clock::duration& sum_;
+  const Revalidation::Clock::time_point begun_ = Revalidation::Clock::now();
+};
+
 std::string keyOf(const std::shared_ptr<KeptBodies>& bodies) {
-  return bodies ? bodies->digestKey() : std::string();
+  try {
+    return bodies ? bodies->digestKey() : std::string();
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
 }
 
 }  // namespace
@@ -26,25 +43,33 @@ CurlRequest Revalidation::withCondition(const CurlRequest& request, const std::s
   kept_.reset();
   noted_.reset();
   isOutdated_ = false;
-  if (!bodies_ || hasOwnCondition(request.headerLines)) return request;
-  lookUp(request, url);
-  CurlRequest conditional = request;
-  if (kept_) conditional.headerLines.push_back(conditionOn(kept_->headers));
-  return conditional;
+  CurlRequest sent = request;
+  if (!bodies_ || hasOwnCondition(request.headerLines) || request.hasOwnCredentials()) return sent;
+  try {
+    lookUp(request, url);
+    if (kept_) sent.headerLines.push_back(conditionOn(kept_->headers));
+  } catch (const std::bad_alloc&) {
+    place_.reset();
+    kept_.reset();
+  }
+  return sent;
 }
 
 void Revalidation::lookUp(const CurlRequest& request, const std::string& url) {
-  try {
-    place_ = bodies_->placeOf(asked_, url, request.headerLines);
-    if (place_) kept_ = bodies_->load(*place_);
-  } catch (const std::bad_alloc&) {
-    place_.reset();
-  }
+  const TimeInCache time(timeOfCache_);
+  place_ = bodies_->placeOf(asked_, url, request.headerLines);
+  if (place_) kept_ = bodies_->load(*place_);
+  if (kept_ && (!canBeAskedFor(kept_->headers) || tellsSecret(kept_->headers))) giveUp();
 }
 
 void Revalidation::giveUp() {
-  if (place_) bodies_->remove(*place_);
+  const TimeInCache time(timeOfCache_);
   kept_.reset();
+  try {
+    if (place_) bodies_->remove(*place_);
+  } catch (const std::bad_alloc&) {
+    place_.reset();
+  }
 }
 
 const KeptBody* Revalidation::confirmedBy(const ResponseHead& notModified) const {
@@ -58,10 +83,13 @@ bool Revalidation::mayKeep(int status, const ResponseHead& head) const {
 std::optional<CorvaneSDK::Meta> Revalidation::headersToKeep(int status, const ResponseHead& head) const {
   if (!place_ || status != ok) return std::nullopt;
   auto headers = validatorsIn(head);
-  const bool tells = headers && std::any_of(headers->begin(), headers->end(), [this](const auto& header) {
-                       return secrets_->cleaned(header.second) != header.second;
-                     });
-  return tells ? std::nullopt : std::move(headers);
+  return headers && tellsSecret(*headers) ? std::nullopt : std::move(headers);
+}
+
+bool Revalidation::tellsSecret(const CorvaneSDK::Meta& headers) const {
+  return std::any_of(headers.begin(), headers.end(), [this](const auto& header) {
+    return secrets_->cleaned(header.second) != header.second;
+  });
 }
 
 void Revalidation::note(int status, const ResponseHead& head, std::optional<Data> body) {
@@ -72,6 +100,7 @@ void Revalidation::note(int status, const ResponseHead& head, std::optional<Data
 }
 
 void Revalidation::keepNoted() {
+  const TimeInCache time(timeOfCache_);
   try {
     if (noted_) bodies_->save(*place_, *noted_);
     if (isOutdated_) bodies_->remove(*place_);

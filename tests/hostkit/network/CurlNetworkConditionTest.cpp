@@ -11,55 +11,18 @@
 
 #include "hostkit/bodies/KeptBodies.h"
 #include "tests/hostkit/bodies/BodiesCache.h"
-#include "tests/hostkit/network/CurlNetworkFixture.h"
+#include "tests/hostkit/network/CurlNetworkConditionFixture.h"
 #include "tests/hostkit/network/PackedLetters.h"
 
 namespace vellora::hostkit {
 namespace {
 
+using CurlNetworkConditionTest = CurlNetworkConditionFixture;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using tests::NetworkAnswer;
 using tests::ScriptedServer;
-
-/// A network that asks with conditions, and keeps bodies in a cache in memory.
-class CurlNetworkConditionTest : public CurlNetworkFixture {
- protected:
-  CurlNetworkConditionTest() { remake(keeping()); }
-
-  [[nodiscard]] CurlNetwork::Options keeping() {
-    CurlNetwork::Options options{.server = server.url()};
-    options.token = [this] { return std::optional(token); };
-    options.bodies = host.cache;
-    options.observer = [this](const RequestOutcome& outcome) { outcomes.push_back(outcome); };
-    return options;
-  }
-
-  static ScriptedServer::Reply tagged(const std::string& body, const std::string& tag = "\"1\"") {
-    return ScriptedServer::http("200 OK", body, {"ETag: " + tag, "X-From: first"});
-  }
-
-  static ScriptedServer::Reply unchanged(const std::vector<std::string>& headers = {}) {
-    std::string head = "HTTP/1.1 304 Not Modified\r\n";
-    for (const auto& header : headers) head += header + "\r\n";
-    return {head + "\r\n"};
-  }
-
-  /// What the request of that number asks with; empty for none.
-  [[nodiscard]] std::string conditionOf(std::size_t number) const {
-    const std::string text = server.requests().at(number);
-    for (const char* name : {"If-None-Match: ", "If-Modified-Since: "}) {
-      const auto at = text.find(name);
-      if (at != std::string::npos) return text.substr(at, text.find('\r', at) - at);
-    }
-    return "";
-  }
-
-  const BodiesCache host;
-  std::string token = "secret-token-1";
-  std::vector<RequestOutcome> outcomes;  // on the network's thread, until it has answered
-};
 
 TEST_F(CurlNetworkConditionTest, WhatHasNotChangedIsAnsweredWithTheBodyThatWasKept) {
   server.reply(tagged("themes"));
@@ -295,8 +258,14 @@ TEST_F(CurlNetworkConditionTest, NeitherRowsNorConditionsTellTheToken) {
   ask("/theme");
   ask("/theme");
   EXPECT_THAT(conditionOf(1), Not(HasSubstr("secret")));
-  for (const auto& row : host.table->fetch(CorvaneSDK::Query::oldest({}))) {
+  const auto rows = host.table->fetch(CorvaneSDK::Query::oldest({}));
+  ASSERT_EQ(rows.size(), 2U);  // the body and the digest's key
+  for (const auto& row : rows) {
     EXPECT_THAT(row.dataKey, AllOf(Not(HasSubstr("secret")), Not(HasSubstr("theme"))));
+    for (const auto& [name, value] : row.meta) EXPECT_THAT(value, Not(HasSubstr("secret"))) << name;
+  }
+  for (const auto& data : host.table->load(CorvaneSDK::Query::oldest({}))) {
+    EXPECT_THAT(std::string(data.view()), Not(HasSubstr("secret")));
   }
 }
 

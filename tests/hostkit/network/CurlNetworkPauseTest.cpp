@@ -79,5 +79,19 @@ TEST_F(CurlNetworkPauseTest, TurnedOffEachRequestIsSent) {
   EXPECT_EQ(ask("/theme").body(), "right");
 }
 
+// The head comes, its body does not. How soon the head comes is up to the machine: until it is in time.
+TEST_F(CurlNetworkPauseTest, ARefusalThatOnlyTheTimeEndsCountsAsWell) {
+  server.replyAlways({"HTTP/1.1 503 Busy\r\nRetry-After: 1000\r\nContent-Length: 10\r\n\r\nhalf"});
+  double timeout = 0.1;
+  NetworkAnswer answer = ask("/theme", timeout);
+  while (answer.errorAs<CurlNetworkError>()->kind == Kind::timedOut && timeout < 1000) {
+    answer = ask("/theme", timeout *= 2);
+  }
+  EXPECT_EQ(answer.errorAs<CurlNetworkError>()->statusCode, 503);
+  const auto sent = server.requests().size();
+  expectHeldBack(ask("/theme", 60), 503);
+  EXPECT_EQ(server.requests().size(), sent);
+}
+
 }  // namespace
 }  // namespace vellora::hostkit

@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
@@ -224,6 +226,16 @@ TEST_F(CurlNetworkTokenTest, DoesNotSendATokenThatIsLongerThanAnyServerTakes) {
   expectError(answer, Kind::badToken);
   EXPECT_THAT(answer.error->localizedDescription(), HasSubstr("the token is longer than any server takes"));
   EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST_F(CurlNetworkTokenTest, ARenewalThatFindsNoMemoryFailsItsRequestAlone) {
+  server.reply(ScriptedServer::http("401 Unauthorized"));
+  server.reply(ScriptedServer::http("200 OK", "right"));
+  CurlNetwork::Options options{.server = server.url(), .token = [this] { return std::optional(canary); }};
+  options.renewedToken = [](const std::string&) -> std::optional<std::string> { throw std::bad_alloc(); };
+  remake(std::move(options));
+  expectError(ask("/theme"), Kind::unavailable);
+  EXPECT_EQ(ask("/theme").body(), "right");
 }
 
 TEST(CurlNetworkProxyTest, NoErrorRepeatsTheUserAndPasswordOfAProxy) {

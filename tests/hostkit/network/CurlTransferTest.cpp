@@ -3,11 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "hostkit/bodies/KeptBodies.h"
+#include "testkit/ForwardingCache.h"
+#include "tests/hostkit/bodies/BodiesCache.h"
 #include "tests/support/NetworkAnswer.h"
 
 namespace vellora::hostkit {
@@ -85,6 +90,45 @@ TEST_F(CurlTransferTest, AnErrorThatQuotesTheTokenIsRedacted) {
   EXPECT_EQ(answers[0].error->localizedDescription(),
             "the network was shut down before records.example:443/[token]/x had answered: "
             "send it again on a new one");
+}
+
+/// A cache that tells when it was called last.
+class ClockedCache : public testkit::ForwardingCache {
+ public:
+  using ForwardingCache::ForwardingCache;
+
+  std::shared_ptr<CorvaneSDK::CacheTable> openTable(const std::string& tableKey) override {
+    auto table = ForwardingCache::openTable(tableKey);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    calledLast = CurlTransfer::Clock::now();
+    return table;
+  }
+
+  CurlTransfer::Clock::time_point calledLast;
+};
+
+TEST_F(CurlTransferTest, ItsTimeBeginsBehindTheLookUpInTheCache) {
+  const BodiesCache host;
+  const auto cache = std::make_shared<ClockedCache>(host.cache);
+  TransferSetting keeping = setting;
+  keeping.bodies = std::make_shared<KeptBodies>(cache, KeptBodies::Options());
+  CurlTransfer pending(keeping, request(), "/theme", [](auto, auto, auto) {});
+  cache->calledLast = {};
+  Connections connections;
+  ASSERT_NE(pending.prepareHandle(connections), nullptr);
+  ASSERT_NE(cache->calledLast, CurlTransfer::Clock::time_point());
+  EXPECT_GE(pending.deadline(), cache->calledLast + std::chrono::seconds(7));
+  EXPECT_GE(pending.takeTimeOfCache(), std::chrono::milliseconds(1));
+  EXPECT_EQ(pending.takeTimeOfCache(), CurlTransfer::Clock::duration());
+}
+
+TEST_F(CurlTransferTest, ItsTimeIsLongerWhenItIsPostponed) {
+  auto pending = transfer(request());
+  Connections connections;
+  ASSERT_NE(pending.prepareHandle(connections), nullptr);
+  const auto before = pending.deadline();
+  pending.postpone(std::chrono::seconds(3));
+  EXPECT_EQ(pending.deadline(), before + std::chrono::seconds(3));
 }
 
 }  // namespace

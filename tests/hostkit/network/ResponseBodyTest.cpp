@@ -7,6 +7,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "tests/hostkit/network/PackedLetters.h"
 
@@ -129,13 +130,36 @@ TEST(ResponseBodyTest, AnotherAnswerBeginsFromNothing) {
 
 TEST(ResponseBodyTest, APackedBodyIsKeptAsItCameWhenThatIsAskedFor) {
   ResponseBody body(10'000);
-  body.keepPacked();
+  body.keepPacked(10'000);
   ASSERT_FALSE(body.take(packedLetters.substr(0, 9), &gzip, 0));
   ASSERT_FALSE(body.take(packedLetters.substr(9), &gzip, 0));
   EXPECT_EQ(body.received(), packedLetters.size());
   const Data unpacked = body.release();
   EXPECT_EQ(unpacked.view(), unpackedLetters);
   EXPECT_EQ(body.releaseAsItCame(unpacked), Data(packedLetters));
+}
+
+TEST(ResponseBodyTest, NoMoreOfAPackedBodyIsKeptAsItCameThanItMay) {
+  for (const std::size_t less : {0U, 1U}) {
+    ResponseBody body(10'000);
+    body.keepPacked(packedLetters.size() - less);
+    for (const char byte : packedLetters) ASSERT_FALSE(body.take({&byte, 1}, &gzip, 0));
+    EXPECT_EQ(body.releaseAsItCame(body.release()).has_value(), less == 0);
+  }
+}
+
+// The name of a file within the packing unpacks to nothing, so no limit on what is unpacked ends it.
+TEST(ResponseBodyTest, WhatUnpacksToNothingIsNotKeptWithoutEnd) {
+  ResponseBody body(10'000);
+  body.keepPacked(100'000);
+  ASSERT_FALSE(body.take(std::string_view("\x1f\x8b\x08\x08\0\0\0\0\0\x03", 10), &gzip, 0));
+  const std::string name(1000, 'n');
+  for (int piece = 0; piece < 1000; ++piece) {
+    ASSERT_FALSE(body.take(name, &gzip, 0));
+    EXPECT_LE(body.keptAsItCame(), 200'000U);
+  }
+  EXPECT_EQ(body.received(), 1'000'010U);
+  EXPECT_EQ(body.keptAsItCame(), std::string().capacity());
 }
 
 TEST(ResponseBodyTest, HowAPackedBodyCameIsNotKnownUnlessThatWasAskedFor) {
@@ -156,7 +180,7 @@ TEST(ResponseBodyTest, APlainBodyCameAsItIs) {
 
 TEST(ResponseBodyTest, WhatIsClearedIsNotKeptAsItCame) {
   ResponseBody body(10'000);
-  body.keepPacked();
+  body.keepPacked(10'000);
   ASSERT_FALSE(body.take(packedLetters, &gzip, 0));
   body.clear();
   EXPECT_EQ(body.received(), 0U);

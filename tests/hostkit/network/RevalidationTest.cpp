@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "testkit/ForwardingCache.h"
 #include "tests/hostkit/bodies/BodiesCache.h"
 
 namespace vellora::hostkit {
@@ -130,6 +132,103 @@ TEST_F(RevalidationTest, WhatWasAskedForBeforeAForgetIsNotKept) {
   asked.note(200, head({"ETag: \"a\""}), Data(std::string("themes")));
   asked.keepNoted();
   EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(RevalidationTest, WhatWasAskedForFirstIsNotKeptBehindAForgetEither) {
+  Revalidation asked(bodies, secrets);  // no body has been kept yet
+  host.forget();
+  static_cast<void>(asked.withCondition(requestWith({"Accept: */*"}), theme));
+  EXPECT_FALSE(asked.mayKeep(200, head({"ETag: \"a\""})));
+  asked.note(200, head({"ETag: \"a\""}), Data(std::string("themes")));
+  asked.keepNoted();
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(RevalidationTest, WhatIsRedirectedBehindAForgetIsNotKept) {
+  Revalidation asked(bodies, secrets);
+  static_cast<void>(asked.withCondition(requestWith({"Accept: */*"}), theme));
+  host.forget();
+  static_cast<void>(asked.withCondition(requestWith({"Accept: */*"}), std::string(theme) + "/moved"));
+  EXPECT_FALSE(asked.mayKeep(200, head({"ETag: \"a\""})));
+  asked.note(200, head({"ETag: \"a\""}), Data(std::string("themes")));
+  asked.keepNoted();
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(RevalidationTest, WhatOthersHaveStoredIsNotSentUnlessAServerMayHaveSentIt) {
+  secrets->note("secret-token-1");
+  for (const CorvaneSDK::Meta& headers :
+       {CorvaneSDK::Meta(), CorvaneSDK::Meta{{"etag", "\"a\"\r\nX-Evil: 1"}},
+        CorvaneSDK::Meta{{"last-modified", "lately"}}, CorvaneSDK::Meta{{"etag", "\"secret-token-1\""}}}) {
+    const auto place = bodies->placeOf(bodies->digestKey(), theme, {"Accept: */*"}).value();
+    ASSERT_TRUE(bodies->save(place, {headers, Data(std::string("themes"))}));
+    Revalidation asking(bodies, secrets);
+    EXPECT_EQ(asking.withCondition(requestWith({"Accept: */*"}), theme).headerLines,
+              std::vector<std::string>{"Accept: */*"});
+    EXPECT_FALSE(asking.hasAsked());
+    EXPECT_TRUE(asking.mayKeep(200, head({"ETag: \"b\""})));
+    EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+  }
+}
+
+TEST_F(RevalidationTest, OneUsersCredentialsNeverAskAboutAnothersBody) {
+  const auto ofAHost = std::make_shared<KeptBodies>(host.cache, KeptBodies::Options{.user = "the host's"});
+  for (const auto& each : {ofAHost, bodies}) {
+    Revalidation first(each, secrets);
+    const std::vector<std::string> ofOne{"Authorization: Basic YWxpY2U6MQ=="};
+    EXPECT_EQ(first.withCondition(requestWith(ofOne), theme).headerLines, ofOne);
+    EXPECT_FALSE(first.mayKeep(200, head({"ETag: \"v5\""})));
+    first.note(200, head({"ETag: \"v5\""}), Data(std::string("hers")));
+    first.keepNoted();
+    EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+    Revalidation second(each, secrets);
+    const std::vector<std::string> ofOther{"authorization: Basic Ym9iOjE="};
+    EXPECT_EQ(second.withCondition(requestWith(ofOther), theme).headerLines, ofOther);
+    EXPECT_EQ(second.confirmedBy(head({"ETag: \"v5\""})), nullptr);
+  }
+}
+
+TEST_F(RevalidationTest, SaysHowLargeABodyMayBe) {
+  EXPECT_EQ(Revalidation(bodies, secrets).mostKept(), bodies->mostOfOne());
+  EXPECT_GT(bodies->mostOfOne(), 4'000'000U);
+  EXPECT_EQ(Revalidation(nullptr, secrets).mostKept(), 0U);
+}
+
+/// A cache that finds no memory at the call of that number.
+class MemorylessCache : public testkit::ForwardingCache {
+ public:
+  using ForwardingCache::ForwardingCache;
+
+  std::shared_ptr<CorvaneSDK::CacheTable> openTable(const std::string& tableKey) override {
+    if (calls++ == failing) throw std::bad_alloc();
+    return ForwardingCache::openTable(tableKey);
+  }
+
+  int calls = 0;
+  int failing = -1;
+};
+
+TEST_F(RevalidationTest, ACacheWithoutMemoryAtAnyOfItsCallsCostsTheConditionAlone) {
+  const auto cache = std::make_shared<MemorylessCache>(host.cache);
+  const auto beneath = std::make_shared<KeptBodies>(cache, KeptBodies::Options());
+  const auto ask = [&] {
+    cache->calls = 0;
+    Revalidation asking(beneath, secrets);
+    const auto sent = asking.withCondition(requestWith({"Accept: */*"}), theme);
+    EXPECT_EQ(sent.headerLines.size(), asking.hasAsked() ? 2U : 1U);
+    asking.note(200, head({"ETag: \"b\""}), Data(std::string("new")));
+    asking.keepNoted();
+    asking.giveUp();
+    EXPECT_FALSE(asking.hasAsked());
+  };
+  keep("\"a\"", "themes");
+  ask();
+  const int calls = cache->calls;
+  EXPECT_GE(calls, 5);
+  for (cache->failing = 0; cache->failing < calls; ++cache->failing) {
+    keep("\"a\"", "themes");
+    EXPECT_NO_THROW(ask()) << cache->failing;
+  }
 }
 
 }  // namespace

@@ -1,0 +1,149 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <memory>
+#include <new>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "hostkit/bodies/KeptBodies.h"
+#include "hostkit/bodies/KeptBody.h"
+#include "testkit/ForwardingCache.h"
+#include "tests/hostkit/network/CurlNetworkConditionFixture.h"
+#include "tests/hostkit/network/PackedLetters.h"
+
+namespace vellora::hostkit {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using tests::NetworkAnswer;
+using tests::ScriptedServer;
+
+/// What is kept between requests, and what must not be, whatever server and cache do.
+using CurlNetworkKeptBodiesTest = CurlNetworkConditionFixture;
+
+// Nobody can tell it from a whole one. Kept, it would be the answer until the tag changes.
+TEST_F(CurlNetworkKeptBodiesTest, ABodyWhoseEndNothingTellsIsNotKept) {
+  const std::string head = "HTTP/1.1 200 OK\r\nETag: \"1\"\r\nContent-Type: text/plain\r\n";
+  server.reply({head + "Connection: close\r\n\r\nhal", Then::close});
+  server.reply({head + "Transfer-Encoding: chunked\r\n\r\n4\r\nhalf\r\n0\r\n\r\n"});
+  server.reply(unchanged());
+  EXPECT_EQ(ask("/theme").body(), "hal");
+  EXPECT_EQ(ask("/theme").body(), "half");
+  EXPECT_EQ(ask("/theme").body(), "half");
+  EXPECT_EQ(conditionOf(1), "");
+  EXPECT_EQ(conditionOf(2), "If-None-Match: \"1\"");
+}
+
+TEST_F(CurlNetworkKeptBodiesTest, APackedBodyThatIsTooLargeAsItComesIsNotKept) {
+  auto options = keeping();
+  options.maxKeptBytes = 4 * (512 + packedLetters.size() - 1);
+  remake(options);
+  server.replyAlways(
+      ScriptedServer::http("200 OK", packedLetters, {"ETag: \"1\"", "Content-Encoding: gzip"}));
+  EXPECT_EQ(ask("/theme").body(), unpackedLetters);
+  EXPECT_EQ(ask("/theme").body(), unpackedLetters);
+  EXPECT_EQ(conditionOf(1), "");
+}
+
+TEST_F(CurlNetworkKeptBodiesTest, WhatNoServerCanHaveSentIsNotSentToOne) {
+  server.reply(tagged("themes"));
+  server.reply(tagged("themes again"));
+  ask("/theme");
+  const auto row =
+      host.table->fetch(CorvaneSDK::Query::exact(BodiesCache::ofKind(KeptBodies::bodyKind))).at(0);
+  const KeptBody evil{{{"etag", "\"1\"\r\nX-Evil: 1"}}, Data(std::string("evil"))};
+  host.replaceStoredBody(storedForm(evil, row.meta.at("request")), KeptBodies::bodyKind);
+  EXPECT_EQ(ask("/theme").body(), "themes again");
+  EXPECT_EQ(conditionOf(1), "");
+  EXPECT_THAT(server.requests().at(1), Not(HasSubstr("X-Evil")));
+}
+
+TEST_F(CurlNetworkKeptBodiesTest, AStoredBodyWithoutATagOrADateIsAskedForAnew) {
+  server.reply(tagged("themes"));
+  server.reply(tagged("themes again"));
+  ask("/theme");
+  const auto row =
+      host.table->fetch(CorvaneSDK::Query::exact(BodiesCache::ofKind(KeptBodies::bodyKind))).at(0);
+  host.replaceStoredBody(storedForm({{}, Data(std::string("x"))}, row.meta.at("request")),
+                         KeptBodies::bodyKind);
+  EXPECT_EQ(ask("/theme").body(), "themes again");
+}
+
+TEST_F(CurlNetworkKeptBodiesTest, WhatIsUnderWayInTheFirstSessionIsNotKeptBehindAForget) {
+  auto options = keeping();
+  options.renewedToken = [](const std::string&) { return "secret-token-2"; };
+  remake(options);
+  server.replyBy([this](const ScriptedServer::Request& request) {
+    if (request.token() == "secret-token-2") return tagged("themes");
+    host.forget();
+    return ScriptedServer::http("401 Unauthorized");
+  });
+  EXPECT_EQ(ask("/theme").body(), "themes");
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+/// A cache that stands in for one beneath kept bodies: it does something at each call on another thread than
+/// that which made it.
+class WatchedCache : public testkit::ForwardingCache {
+ public:
+  WatchedCache(std::shared_ptr<CorvaneSDK::Cache> next, std::function<void(int call)> watch)
+      : ForwardingCache(std::move(next)), watch_(std::move(watch)) {}
+
+  std::shared_ptr<CorvaneSDK::CacheTable> openTable(const std::string& tableKey) override {
+    if (std::this_thread::get_id() != maker_) watch_(++calls_);
+    return ForwardingCache::openTable(tableKey);
+  }
+
+ private:
+  const std::function<void(int call)> watch_;
+  const std::thread::id maker_ = std::this_thread::get_id();
+  int calls_ = 0;  // only on the network's thread
+};
+
+TEST_F(CurlNetworkKeptBodiesTest, ACacheWithoutMemoryCostsNoAnswer) {
+  auto options = keeping();
+  options.bodies = std::make_shared<WatchedCache>(host.cache, [](int) { throw std::bad_alloc(); });
+  remake(options);
+  server.replyAlways(tagged("themes"));
+  EXPECT_EQ(ask("/theme").body(), "themes");
+  EXPECT_EQ(ask("/theme").body(), "themes");
+  EXPECT_EQ(conditionOf(1), "");
+}
+
+// The first request stops the network's thread until two more wait. The cache's third look-up is let through
+// only when the second request has got as far as the server.
+TEST_F(CurlNetworkKeptBodiesTest, RequestsGetOnBetweenTheLookUpsOfOthers) {
+  constexpr int callsOfALookUp = 2;
+  constexpr auto aMinute = std::chrono::seconds(60);
+  std::promise<void> allAsked;
+  std::atomic<bool> gotOn = false;
+  auto options = keeping();
+  options.bodies = std::make_shared<WatchedCache>(host.cache, [&](int call) {
+    if (call == 1) allAsked.get_future().wait();
+    if (call != 2 * callsOfALookUp + 1) return;
+    const auto end = std::chrono::steady_clock::now() + aMinute;
+    while (server.connections() < 2 && std::chrono::steady_clock::now() < end) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    gotOn = server.connections() == 2;
+  });
+  remake(options);
+  std::vector<std::future<NetworkAnswer>> answers;
+  for (const char* path : {"/a", "/b", "/c"})
+    answers.push_back(tests::send(*network, tests::get(path, 1000)));
+  allAsked.set_value();
+  EXPECT_TRUE(server.waitForRequests(3));
+  EXPECT_TRUE(gotOn);
+  network.reset();
+}
+
+}  // namespace
+}  // namespace vellora::hostkit
