@@ -8,18 +8,20 @@
 
 namespace vellora::hostkit {
 
+using redisRows::Content;
+
 RedisCacheTable::RedisCacheTable(std::shared_ptr<RedisStore> store, CorvaneSDK::Table table)
     : store_(std::move(store)), table_(std::move(table)) {}
 
 std::vector<Data> RedisCacheTable::load(const CorvaneSDK::Query& query) {
   std::vector<Data> blobs;
-  for (const auto& stored : rowsFor(query)) blobs.push_back(stored->data);
+  for (const auto& stored : rowsFor(query, Content::whole)) blobs.push_back(stored->data);
   return blobs;
 }
 
 std::vector<CorvaneSDK::Row> RedisCacheTable::fetch(const CorvaneSDK::Query& query) {
   std::vector<CorvaneSDK::Row> rows;
-  for (const auto& stored : rowsFor(query)) rows.push_back(stored->row);
+  for (const auto& stored : rowsFor(query, Content::withoutData)) rows.push_back(stored->row);
   return rows;
 }
 
@@ -38,10 +40,10 @@ bool RedisCacheTable::upsert(const CorvaneSDK::CacheEntry& entry) {
   return redisRows::write(*store_, table_, entry, written);
 }
 
-StoredRows RedisCacheTable::rowsFor(const CorvaneSDK::Query& query) {
+StoredRows RedisCacheTable::rowsFor(const CorvaneSDK::Query& query, Content content) {
   if (selectsNothing(query)) return {};
   const LiveSpan live(store_->date(), table_.maxAge());
-  auto rows = redisRows::read(*store_, table_.key(), query.filter() ? &*query.filter() : nullptr);
+  auto rows = redisRows::read(*store_, table_.key(), query.filter() ? &*query.filter() : nullptr, content);
   if (!rows) return {};
   std::erase_if(*rows, [&live](const auto& stored) { return !live.contains(stored->written); });
   return selectedRows(*std::move(rows), query);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "hostkit/cache/redis/RedisRows.h"
 #include "hostkit/cache/redis/RedisStore.h"
 #include "hostkit/cache/rows/StoredRow.h"
 #include "vellora/Host/CacheTable.h"
@@ -25,7 +26,7 @@ class RedisCacheTable final : public CorvaneSDK::CacheTable {
   bool upsert(const CorvaneSDK::CacheEntry& entry) override;
 
  private:
-  [[nodiscard]] StoredRows rowsFor(const CorvaneSDK::Query& query);
+  [[nodiscard]] StoredRows rowsFor(const CorvaneSDK::Query& query, redisRows::Content content);
 
   const std::shared_ptr<RedisStore> store_;
   const CorvaneSDK::Table table_;

@@ -42,13 +42,15 @@ Checksum rowChecksum(std::string_view tableKey, std::string_view dataKey, std::s
   return Checksum().add("row").add(tableKey).add(dataKey).add(written).add(meta);
 }
 
-/// Null when the row is damaged.
-std::shared_ptr<const StoredRow> verifiedRow(RedisReply reply, std::string_view tableKey) {
+/// Null when the row is damaged. One without data has a checksum without it.
+std::shared_ptr<const StoredRow> verifiedRow(RedisReply reply, std::string_view tableKey,
+                                             Content content = Content::whole) {
   auto& parts = reply.items;
-  if (parts.size() != Part::count) return nullptr;
-  const auto checksum =
-      rowChecksum(tableKey, parts[Part::dataKey].text, parts[Part::written].text, parts[Part::meta].text)
-          .add(parts[Part::data].text);
+  const bool hasData = content == Content::whole;
+  if (parts.size() != (hasData ? Part::count : Part::data)) return nullptr;
+  auto checksum =
+      rowChecksum(tableKey, parts[Part::dataKey].text, parts[Part::written].text, parts[Part::meta].text);
+  if (hasData) checksum.add(parts[Part::data].text);
   auto meta = decodedMeta(parts[Part::meta].text);
   const auto written = integer(parts[Part::written].text);
   const auto number = integer(parts[Part::number].text);
@@ -56,7 +58,7 @@ std::shared_ptr<const StoredRow> verifiedRow(RedisReply reply, std::string_view 
   if (!isSound || !meta || !written || !number) return nullptr;
   auto stored = std::make_shared<StoredRow>();
   stored->row = {*std::move(meta), std::move(parts[Part::dataKey].text)};
-  stored->data = Data(std::move(parts[Part::data].text));
+  if (hasData) stored->data = Data(std::move(parts[Part::data].text));
   stored->written = Date::sinceReferenceDate(std::bit_cast<double>(*written));
   stored->sequence = *number;
   return stored;
@@ -94,12 +96,14 @@ RedisCommand finding(const std::string& script, const RedisKeys& keys, const std
 
 }  // namespace
 
-std::optional<StoredRows> read(RedisStore& store, const std::string& tableKey, const RowFilter* filter) {
-  auto reply = store.ask(finding(redisScripts::read, store.keys(), tableKey, filter), Access::reading);
+std::optional<StoredRows> read(RedisStore& store, const std::string& tableKey, const RowFilter* filter,
+                               Content content) {
+  const auto& script = content == Content::whole ? redisScripts::read : redisScripts::readWithoutData;
+  auto reply = store.ask(finding(script, store.keys(), tableKey, filter), Access::reading);
   if (!reply) return std::nullopt;
   StoredRows rows;
   for (RedisReply& row : reply->items) {
-    if (auto stored = verifiedRow(std::move(row), tableKey)) rows.push_back(std::move(stored));
+    if (auto stored = verifiedRow(std::move(row), tableKey, content)) rows.push_back(std::move(stored));
   }
   return rows;
 }
@@ -132,13 +136,15 @@ bool write(RedisStore& store, const CorvaneSDK::Table& table, const CorvaneSDK::
   const std::string dataKey = entry.dataKey ? *entry.dataKey : derivedDataKey(entry.meta);
   const std::string meta = encodedMeta(entry.meta);
   const std::string date = digits(written);
-  const auto checksum = rowChecksum(table.key(), dataKey, date, meta).add(entry.data.view()).value();
+  auto checksum = rowChecksum(table.key(), dataKey, date, meta);
+  const auto withoutData = std::to_string(checksum.value());
+  checksum.add(entry.data.view());
   const auto age = std::to_string(static_cast<std::int64_t>(seconds(table.maxAge())));
   RedisCommand write = command(redisScripts::write,
                                {keys.order(table.key()), keys.metas(table.key()), keys.table(table.key())});
-  write.insert(write.end(),
-               {keys.rows(table.key()), keys.pairs(table.key()), dataKey, date, std::to_string(checksum),
-                meta, std::string(entry.data.view()), age, redisTables::record(table)});
+  write.insert(write.end(), {keys.rows(table.key()), keys.pairs(table.key()), dataKey, date,
+                             std::to_string(checksum.value()), meta, std::string(entry.data.view()), age,
+                             redisTables::record(table), withoutData});
   return store.ask(write, Access::writing).has_value();
 }
 

@@ -25,11 +25,16 @@ struct Head {
   std::optional<CorvaneSDK::Row> row;  ///< absent when its meta cannot be read
 };
 
+/// What is read of rows.
+enum class Content { whole, withoutData };
+
 /// The rows that may match `filter`, all when that is null: undamaged, of any age, the one that was written
 /// first comes first. Pairs are looked up in their sets, a data key by itself; any other filter is for the
-/// caller to apply, who has every row. Absent when they cannot be read.
+/// caller to apply, who has every row. Without data, none of it travels, and a row whose data is damaged is
+/// not there either. Absent when they cannot be read.
 [[nodiscard]] std::optional<StoredRows> read(RedisStore& store, const std::string& tableKey,
-                                             const CorvaneSDK::RowFilter* filter);
+                                             const CorvaneSDK::RowFilter* filter,
+                                             Content content = Content::whole);
 
 /// A row, be it damaged.
 struct Found {

@@ -63,7 +63,8 @@ local present = time[1] * 1000000 + time[2]
 local last = redis.call('ZRANGE', KEYS[1], -1, -1, 'WITHSCORES')[2]
 local number = string.format('%.0f', math.max(present, (tonumber(last) or 0) + 1))
 local dataKey, row, kept = ARGV[3], ARGV[1] .. ARGV[3], tonumber(ARGV[8])
-redis.call('HSET', row, 'n', number, 'w', ARGV[4], 'c', ARGV[5], 'm', ARGV[6], 'd', ARGV[7])
+redis.call('HSET', row, 'n', number, 'w', ARGV[4], 'c', ARGV[5], 'm', ARGV[6], 'd', ARGV[7],
+  'h', ARGV[10], 's', redis.sha1hex(ARGV[7]))
 redis.call('EXPIRE', row, kept + 1)
 forgetPairs(dataKey)
 redis.call('HSET', KEYS[2], dataKey, ARGV[6])
@@ -87,6 +88,18 @@ local rows = {}
 for i = 1, #found, 2 do
   local row = redis.call('HMGET', ARGV[1] .. found[i], 'n', 'w', 'c', 'm', 'd')
   if row[1] == found[i + 1] then rows[#rows + 1] = {found[i], row[1], row[2], row[3], row[4], row[5]} end
+end
+return rows
+)";
+
+// The data may be megabytes: it is looked at here and stays here.
+const std::string readWithoutData = find + R"(
+local rows = {}
+for i = 1, #found, 2 do
+  local row = redis.call('HMGET', ARGV[1] .. found[i], 'n', 'w', 'h', 'm', 'd', 's')
+  if row[1] == found[i + 1] and row[5] and redis.sha1hex(row[5]) == row[6] then
+    rows[#rows + 1] = {found[i], row[1], row[2], row[3], row[4]}
+  end
 end
 return rows
 )";

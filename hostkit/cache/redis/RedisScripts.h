@@ -11,13 +11,18 @@ namespace vellora::hostkit::redisScripts {
 /// with the number that the row bears.
 
 /// Stores a row. KEYS: 3 the table's record. ARGV: 1 what rows' names begin with, 2 what pairs' names begin
-/// with, 3 data key, 4 date, 5 checksum, 6 meta, 7 data, 8 maximum age in seconds, 9 the record.
+/// with, 3 data key, 4 date, 5 checksum, 6 meta, 7 data, 8 maximum age in seconds, 9 the record, 10 checksum
+/// of the row without its data.
 extern const std::string write;
 
 /// Gives the rows, the one that was written first comes first: data key, number, date, checksum, meta and
 /// data of each. KEYS: 3 and on the sets that a row must be in. ARGV: 1 what rows' names begin with; 2 the
 /// data key of the only row that is wanted, else nothing.
 extern const std::string read;
+
+/// The same of rows whose data is as it was written: data key, number, date, checksum without the data, and
+/// meta of each.
+extern const std::string readWithoutData;
 
 /// Gives data key, number and meta of the rows, also of those that expired. KEYS and ARGV as for `read`.
 extern const std::string readHeads;

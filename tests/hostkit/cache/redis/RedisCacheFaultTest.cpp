@@ -89,6 +89,19 @@ TEST_F(RedisLargeValueTest, ALargeRowThatIsDamagedIsNotThere) {
   EXPECT_THAT(table->load(Query::oldest({})), IsEmpty());
 }
 
+TEST_F(RedisLargeValueTest, FetchingTheRowTransfersNoneOfIt) {
+  constexpr std::size_t size = std::size_t{1} << 20U;
+  const auto table = emptyTable(*open());
+  ASSERT_TRUE(table->upsert(item("a", std::string(size, 'x'))));
+  (void)server.ask({"CONFIG", "RESETSTAT"});
+  EXPECT_THAT(table->fetch(Query::oldest({})), SizeIs(1));
+  const std::string statistics = server.ask({"INFO", "stats"}).text;
+  const std::string mark = "total_net_output_bytes:";
+  const auto found = statistics.find(mark);
+  ASSERT_NE(found, std::string::npos);
+  EXPECT_LT(std::stoull(statistics.substr(found + mark.size())), size);
+}
+
 TEST_F(RedisLargeValueTest, APurgeReadsNoneOfIt) {
   const auto table = emptyTable(*open());
   ASSERT_TRUE(table->upsert(item("a", std::string(std::size_t{1} << 20U, 'x'))));

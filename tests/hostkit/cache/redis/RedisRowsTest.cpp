@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -27,6 +29,11 @@ constexpr std::int64_t sevenDaysInSeconds = 604'800;
 class RedisRowsTest : public RedisFixture {
  protected:
   bool write(const CacheEntry& entry) { return redisRows::write(store, table, entry, store.date()); }
+
+  /// How many there are, read without their data.
+  std::size_t count() {
+    return redisRows::read(store, "Rows", nullptr, redisRows::Content::withoutData).value().size();
+  }
 
   std::vector<std::string> texts(const RowFilter* filter = nullptr) {
     std::vector<std::string> all;
@@ -133,6 +140,18 @@ TEST_F(RedisRowsTest, ARowWithAnyOtherByteIsNotThere) {
     const std::string sound = server.ask({"HGET", rowKey("key"), part}).text;
     (void)server.ask({"HSET", rowKey("key"), part, sound + "0"});
     EXPECT_THAT(texts(), IsEmpty()) << part;
+  }
+}
+
+TEST_F(RedisRowsTest, ARowWithAnyOtherByteIsNotThereWithoutItsDataEither) {
+  for (const std::string part : {"w", "h", "m", "d", "s"}) {
+    ASSERT_TRUE(write(item("a", "1", "key")));
+    ASSERT_EQ(count(), 1U);
+    const std::string sound = server.ask({"HGET", rowKey("key"), part}).text;
+    (void)server.ask({"HSET", rowKey("key"), part, sound + "0"});
+    EXPECT_EQ(count(), 0U) << part;
+    (void)server.ask({"HDEL", rowKey("key"), part});
+    EXPECT_EQ(count(), 0U) << part;
   }
 }
 
