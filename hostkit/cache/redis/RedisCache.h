@@ -40,8 +40,11 @@ class RedisStore;
 /// attempt to reach it, calls fail at once for a while, so that nobody waits for each of them. The library
 /// goes on from the records server meanwhile.
 ///
-/// A Redis that runs out of memory should evict what expires first (`volatile-ttl`), or nothing
-/// (`noeviction`): if it evicts any key, a purge may overlook rows.
+/// Blobs are kept for thirty days: nobody can name those of an owner that is no more, to delete them.
+///
+/// A Redis that runs out of memory should evict what was not used for longest (`volatile-lru`), or nothing
+/// (`noeviction`). Under `volatile-ttl` the leases of `LeasingNetwork` go first, and requests are sent twice.
+/// If an index goes before its rows, a purge may overlook them.
 ///
 /// Ownership: tables keep the connection open for as long as anyone holds them, also without the cache.
 ///
@@ -101,8 +104,8 @@ class VELLORA_EXPORT RedisCache final : public CorvaneSDK::Cache {
   [[nodiscard]] std::shared_ptr<CorvaneSDK::CacheTable> createTable(const CorvaneSDK::Table& table) override;
 
   /// Deletes all that the owner's cache holds, such as at a sign-out. True when none of it is left. Takes as
-  /// many calls as the Redis has keys by the thousand, those of others included. What another process writes
-  /// meanwhile may stay.
+  /// many calls as the Redis has keys by the thousand, those of others included, and begins anew when the
+  /// connection is lost. What another process writes meanwhile may stay.
   bool clear();
 
   /// All that the owner's cache holds, also what is damaged or too old; no value when it cannot be read.
