@@ -35,6 +35,12 @@ using testing::ElementsAre;
 constexpr std::size_t manyTypes = 2000;
 constexpr QuestionOptions patiently{.deadline = 60s};  // longer than any answer takes
 
+/// How requests have ended. A network may be let go of by a thread of the library, behind the test's end.
+struct Seen {
+  std::mutex mutex;
+  std::vector<int> statuses;  // under mutex
+};
+
 class ConditionalRefreshTest : public testing::TestWithParam<bool> {
  protected:
   ConditionalRefreshTest() { options.cacheFile = folder.file("cache.sqlite"); }
@@ -42,9 +48,9 @@ class ConditionalRefreshTest : public testing::TestWithParam<bool> {
   void serve(std::size_t types) {
     server = RecordsServer::start(DataSet::generated(types), {.packsBodies = GetParam()}).value();
     options.server = server->url();
-    options.observer = [this](const hostkit::RequestOutcome& outcome) {
-      const std::lock_guard lock(mutex);
-      statuses.push_back(outcome.statusCode);
+    options.observer = [seen = seen](const hostkit::RequestOutcome& outcome) {
+      const std::lock_guard lock(seen->mutex);
+      seen->statuses.push_back(outcome.statusCode);
     };
     construct();
   }
@@ -74,8 +80,8 @@ class ConditionalRefreshTest : public testing::TestWithParam<bool> {
 
   /// How each request has ended since the last call.
   std::vector<int> takeStatuses() {
-    const std::lock_guard lock(mutex);
-    return std::exchange(statuses, {});
+    const std::lock_guard lock(seen->mutex);
+    return std::exchange(seen->statuses, {});
   }
 
   /// The rows of that kind in the cache file.
@@ -92,8 +98,7 @@ class ConditionalRefreshTest : public testing::TestWithParam<bool> {
 
   const tests::TemporaryFolder folder;
   hostkit::StandardPlatformAPI::Options options;
-  std::mutex mutex;
-  std::vector<int> statuses;  // under mutex
+  const std::shared_ptr<Seen> seen = std::make_shared<Seen>();
   std::unique_ptr<RecordsServer> server;
   std::shared_ptr<hostkit::StandardPlatformAPI> host;
   std::optional<Catalog> catalog;

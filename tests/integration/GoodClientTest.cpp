@@ -45,8 +45,8 @@ ScriptedServer::Reply refusalFor(const std::string& seconds) {
 /// Passes requests on, and fulfils a promise behind so many of them.
 class CountingNetwork final : public CorvaneSDK::Network {
  public:
-  CountingNetwork(std::shared_ptr<CorvaneSDK::Network> next, int count, std::promise<void>& passedOn)
-      : next_(std::move(next)), left_(count), passedOn_(passedOn) {}
+  CountingNetwork(std::shared_ptr<CorvaneSDK::Network> next, int count, std::promise<void> passedOn)
+      : next_(std::move(next)), left_(count), passedOn_(std::move(passedOn)) {}
 
   void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override {
     next_->sendRequest(request, std::move(completion));
@@ -56,7 +56,7 @@ class CountingNetwork final : public CorvaneSDK::Network {
  private:
   const std::shared_ptr<CorvaneSDK::Network> next_;
   std::atomic<int> left_;
-  std::promise<void>& passedOn_;
+  std::promise<void> passedOn_;
 };
 
 class GoodClientTest : public testing::Test {
@@ -80,7 +80,7 @@ class GoodClientTest : public testing::Test {
       return listFor(request);
     });
     host = hostkit::StandardPlatformAPI::make(options).value();
-    const auto counting = std::make_shared<CountingNetwork>(host->network(), 4, allAreAskedFor);
+    const auto counting = std::make_shared<CountingNetwork>(host->network(), 4, std::move(allAreAskedFor));
     host = std::make_shared<hostkit::StandardPlatformAPI>(counting, host->cache(), host->logger());
     const auto one = catalog(1);
     const auto other = catalog(1);
