@@ -103,8 +103,11 @@ class Plane {
   [[nodiscard]] std::vector<double> levels() const {
     std::vector<double> found;
     const double by = chart_.isLogarithmic ? 1 : step_;
-    for (double at = lowest_; at <= highest_ + by / 2; at += by)
+    const auto steps = std::lround((highest_ - lowest_) / by);
+    for (long i = 0; i <= steps; ++i) {
+      const double at = lowest_ + static_cast<double>(i) * by;
       found.push_back(chart_.isLogarithmic ? std::pow(10, at) : at);
+    }
     return found;
   }
 
@@ -131,7 +134,9 @@ std::string grid(const Chart& chart, const Plane& plane) {
            text(left - 8, plane.y(level) + 4, "end", figure(level));
   const double hours = chart.toHour - chart.fromHour;
   const double by = hours > 12 ? 3 : hours > 4 ? 1 : hours > 1 ? 0.5 : 0.25;
-  for (double hour = chart.fromHour; hour <= chart.toHour; hour += by) {
+  const auto steps = static_cast<long>(hours / by);
+  for (long i = 0; i <= steps; ++i) {
+    const double hour = chart.fromHour + static_cast<double>(i) * by;
     std::array<char, 16> time{};
     std::snprintf(time.data(), time.size(), "%d:%02d", static_cast<int>(hour),
                   static_cast<int>(std::lround((hour - std::floor(hour)) * 60)));
