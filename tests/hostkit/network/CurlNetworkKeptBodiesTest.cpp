@@ -7,6 +7,7 @@
 #include <future>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -143,6 +144,59 @@ TEST_F(CurlNetworkKeptBodiesTest, RequestsGetOnBetweenTheLookUpsOfOthers) {
   EXPECT_TRUE(server.waitForRequests(3));
   EXPECT_TRUE(gotOn);
   network.reset();
+}
+
+/// Two requests that are under way together. The cache takes long for the second one, unless the first has
+/// ended by then.
+class SlowLookUpOfASecond {
+ public:
+  using Clock = std::chrono::steady_clock;
+  static constexpr std::chrono::milliseconds timeOfCache{500};
+
+  SlowLookUpOfASecond(CurlNetwork::Options options, const std::shared_ptr<CorvaneSDK::Cache>& cache) {
+    options.bodies = std::make_shared<WatchedCache>(cache, [this](int call) { lookUp(call); });
+    network_ = CurlNetwork::make(std::move(options)).value();
+  }
+
+  /// How long the first request has taken, which has the time-out of that many seconds and gets no answer.
+  /// Absent when it ended before the cache was slow.
+  std::optional<Clock::duration> timeOfTheFirst(double timeout) {
+    std::promise<Clock::time_point> ended;
+    network_->sendRequest(tests::get("/first", timeout), [&](auto, auto, auto) {
+      hasEnded_ = true;
+      ended.set_value(Clock::now());
+    });
+    const auto second = tests::send(*network_, tests::get("/second", 1000));
+    const auto begun = Clock::now();
+    bothAsked_.set_value();
+    const auto taken = ended.get_future().get() - begun;
+    network_.reset();
+    return wasTooSoon_ ? std::nullopt : std::optional(taken);
+  }
+
+ private:
+  void lookUp(int call) {
+    if (call == 1) bothAsked_.get_future().wait();
+    if (call != 3) return;
+    wasTooSoon_ = hasEnded_;
+    std::this_thread::sleep_for(timeOfCache);
+  }
+
+  // Only on the network's thread until it has ended, but for the promise.
+  bool hasEnded_ = false;
+  bool wasTooSoon_ = true;
+  std::promise<void> bothAsked_;
+  std::shared_ptr<CurlNetwork> network_;
+};
+
+TEST_F(CurlNetworkKeptBodiesTest, TheTimeOfTheCacheIsNoneOfTheTimeOfOthers) {
+  std::optional<std::chrono::steady_clock::duration> taken;
+  for (double timeout = 0.5; !taken && timeout < 1000; timeout *= 2) {
+    taken = SlowLookUpOfASecond(keeping(), host.cache).timeOfTheFirst(timeout);
+    if (!taken) continue;
+    EXPECT_GE(*taken, std::chrono::duration<double>(timeout) + SlowLookUpOfASecond::timeOfCache);
+  }
+  EXPECT_TRUE(taken);
 }
 
 }  // namespace
