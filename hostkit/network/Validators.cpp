@@ -62,7 +62,7 @@ std::optional<std::time_t> momentOf(const std::string* date) {
 bool isOldDate(const ResponseHead& head) {
   const auto changed = momentOf(head.value(dateName));
   const auto answered = momentOf(head.value("date"));
-  return changed && (!answered || *changed < *answered);
+  return changed && *changed < answered.value_or(std::time(nullptr));
 }
 
 bool holdsWord(const std::string* value, std::string_view word) {

@@ -17,7 +17,8 @@ namespace vellora::hostkit {
 ///
 /// A tag that is none in HTTP's form, or is longer than `longestTag`, counts as the server's mistake: then
 /// its date is not believed either. A date alone is believed only when it is older than the answer, since a
-/// body that changes twice in a second has one date. None of the headers is longer than `longestTag`.
+/// body that changes twice in a second has one date. An answer without a date has that of this machine. None
+/// of the headers is longer than `longestTag`.
 [[nodiscard]] std::optional<CorvaneSDK::Meta> validatorsIn(const ResponseHead& head);
 
 inline constexpr std::size_t longestTag = 1024;  ///< bytes

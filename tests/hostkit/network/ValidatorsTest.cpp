@@ -64,6 +64,10 @@ TEST(ValidatorsTest, ADateThatIsAsOldAsTheAnswerIsNot) {
   EXPECT_FALSE(validators({dateLine, "Date: Sun, 06 Nov 1994 08:49:36 GMT"}));
 }
 
+TEST(ValidatorsTest, ADateThatIsStillToComeIsNotBelieved) {
+  EXPECT_FALSE(validators({"Last-Modified: Fri, 06 Nov 2150 08:49:37 GMT"}));
+}
+
 TEST(ValidatorsTest, WhatIsNoDateIsNot) {
   EXPECT_FALSE(validators({"Last-Modified: lately"}));
   EXPECT_FALSE(validators({dateLine + std::string(100, ' ') + "x"}));
