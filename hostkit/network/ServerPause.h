@@ -12,7 +12,9 @@ namespace vellora::hostkit {
 /// alone for a quarter of a second, and for twice as long after each further refusal in a row, up to five
 /// minutes. Refusals of requests that were under way together count as one. A success ends the row.
 ///
-/// These pauses are no longer than those of a `Catalog` between its attempts, so that they cost it none.
+/// These pauses are no longer than those of a `Catalog` between its attempts, so that they cost none to the
+/// first question about one list. What else is asked meanwhile is held back as well, and a `Catalog` counts
+/// that as an attempt.
 ///
 /// Threads: one at a time.
 class ServerPause {
