@@ -157,6 +157,8 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
         wait(lock);
       }
     }
+    lock.unlock();
+    next_.reset();  // it may hold completions that hold this object, and never call them
   }
 
   [[nodiscard]] std::shared_ptr<Item> dueRenewal(Moment present) {
@@ -264,7 +266,7 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
     waiting_.splice(waiting_.end(), items);
   }
 
-  const std::shared_ptr<CorvaneSDK::Network> next_;
+  std::shared_ptr<CorvaneSDK::Network> next_;  // on the thread only, which lets go of it at its end
   RedisLeases leases_;
   const std::chrono::milliseconds lease_;
   const std::chrono::milliseconds interval_;
