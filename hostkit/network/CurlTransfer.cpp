@@ -61,7 +61,8 @@ void* CurlTransfer::prepareHandle(Connections& connections) {
   handle_ = std::make_unique<CurlHandle>();
   url_ = request_.url;
   const CurlRequest sent = revalidation_.withCondition(request_, url_);
-  deadline_ = Clock::now() + timeout();
+  sent_ = Clock::now();
+  deadline_ = sent_ + timeout();
   if (handle_->prepare(sent, setting_, connections, *this)) return handle_->easy();
   fail(Kind::unavailable);
   return nullptr;
@@ -291,7 +292,7 @@ void CurlTransfer::holdBack(const ServerPause::Refusal& refusal) {
 
 void CurlTransfer::report(ServerPause& pause, Clock::time_point now) const {
   const auto told = error_ ? error_->retryAfter : std::nullopt;
-  pause.note(error_ ? error_->statusCode : response_.statusCode, told, deadline_ - timeout(), now);
+  pause.note(error_ ? error_->statusCode : response_.statusCode, told, sent_, now);
 }
 
 // The body is kept before its answer is out: a process may end as soon as it has that.

@@ -122,6 +122,7 @@ class CurlTransfer final : private CurlHandle::Receiver {
   CurlRequest request_;
   std::string url_;  // where it goes by now
   Revalidation revalidation_;
+  Clock::time_point sent_;
   Clock::time_point deadline_;
   std::unique_ptr<CurlHandle> handle_;
   ResponseHead head_;

@@ -131,5 +131,18 @@ TEST_F(CurlTransferTest, ItsTimeIsLongerWhenItIsPostponed) {
   EXPECT_EQ(pending.deadline(), before + std::chrono::seconds(3));
 }
 
+TEST_F(CurlTransferTest, ARefusalIsOfTheMomentOfItsRequestHoweverItWasPostponed) {
+  auto refused = transfer(Error(CurlNetworkError{Kind::errorStatus, "busy", 503}));
+  Connections connections;
+  ASSERT_NE(refused.prepareHandle(connections), nullptr);
+  refused.postpone(std::chrono::hours(1));
+  ServerPause pause;
+  const auto now = CurlTransfer::Clock::now();
+  pause.note(503, std::nullopt, now, now);  // of another that was under way together with it
+  refused.report(pause, now + std::chrono::milliseconds(1));
+  EXPECT_TRUE(pause.refusalAt(now + std::chrono::milliseconds(240)));
+  EXPECT_FALSE(pause.refusalAt(now + std::chrono::milliseconds(260)));
+}
+
 }  // namespace
 }  // namespace vellora::hostkit
