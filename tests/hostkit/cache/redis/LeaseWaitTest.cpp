@@ -38,8 +38,8 @@ TEST_F(LeaseWaitTest, WhoeverKnewOfAHolderWaitsForAShareOfTheLease) {
     each->noteFailure(start + seconds(6));
     EXPECT_FALSE(each->isOver(start + seconds(6)));
   }
-  EXPECT_TRUE(early.isOver(start + seconds(8)));
-  EXPECT_FALSE(late.isOver(start + seconds(8)));
+  EXPECT_TRUE(early.isOver(start + seconds(7)));
+  EXPECT_FALSE(late.isOver(start + seconds(7)));
   EXPECT_TRUE(late.isOver(start + seconds(15)));
 }
 

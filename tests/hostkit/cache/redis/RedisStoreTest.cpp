@@ -87,6 +87,29 @@ TEST_F(RedisStoreTest, ACallThatMemoryRunsOutInKeepsNobodyFromTheNext) {
   }
 }
 
+TEST_F(RedisStoreTest, AnAnswerThatMemoryRanOutInFrontOfIsNobodys) {
+  auto hasty = setting();
+  hasty.timeout = milliseconds(30);
+  RedisStore store(std::move(hasty));
+  bool happened = true;
+  for (std::size_t number = 1; happened; ++number) {
+    while (pinged(store) != "PONG") continue;
+    server.halt();
+    {
+      const AllocationFailure failure(number);
+      try {
+        (void)store.ask({"ECHO", "late"}, Access::reading);
+      } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): what comes next is looked at
+      }
+      happened = failure.happened();
+    }
+    server.goOn();
+    std::optional<RedisReply> reply;
+    while (!reply) reply = store.ask({"ECHO", "in time"}, Access::reading);
+    ASSERT_EQ(reply->text, "in time") << "after allocation " << number;
+  }
+}
+
 TEST_F(RedisStoreTest, IsNotTriedWhileThePauseLasts) {
   auto patient = setting();
   patient.pause = ReconnectPause(std::chrono::hours(1), std::chrono::hours(1));
