@@ -50,6 +50,11 @@ Tricks brokenConnections() {
   };
 }
 
+/// The beginning of a packed body whose file has a name. What follows is the name, up to a zero.
+std::string beginningOfAName() {
+  return {"\x1f\x8b\x08\x08\0\0\0\0\0\x03", 10};
+}
+
 Tricks slowAnswers() {
   const auto slow = [](const char* name, std::string bytes, Then then) {
     return fixed(name, Promise::inTime, {std::move(bytes), then});
@@ -58,6 +63,9 @@ Tricks slowAnswers() {
       slow("stops in the body", tenPromised, Then::keepOpen),
       slow("trickles", std::string(okHead) + "Content-Length: 900\r\n\r\n", Then::trickle),
       slow("says nothing", "", Then::keepOpen),
+      fixed("a packed body that unpacks to nothing, with a tag", Promise::inTime,
+            {std::string(okHead) + "ETag: \"one\"\r\nContent-Encoding: gzip\r\n\r\n" + beginningOfAName(),
+             Then::flood, std::string(0x1000, 'n')}),
   };
 }
 

@@ -67,6 +67,16 @@ TEST(HostileTricksTest, APackedBodyWithoutEndGrowsMoreThanAHundredTimes) {
   EXPECT_EQ(plain.find_first_not_of('x'), std::string::npos);
 }
 
+TEST(HostileTricksTest, APackedBodyMayUnpackToNothing) {
+  const auto reply = replyOf("a packed body that unpacks to nothing, with a tag");
+  const std::string packed = reply.bytes.substr(reply.bytes.find("\r\n\r\n") + 4) + reply.flood + reply.flood;
+  std::string plain;
+  hostkit::GzipDecoder decoder;
+  ASSERT_EQ(decoder.append(packed, plain, 1), hostkit::GzipDecoder::Fault::none);
+  EXPECT_EQ(plain, "");
+  EXPECT_FALSE(decoder.isComplete());
+}
+
 TEST(HostileTricksTest, TheTokenIsSentBack) {
   EXPECT_THAT(replyOf("the token refused in its own words, half a body").bytes,
               StartsWith("HTTP/1.1 401 no secret\r\n"));
