@@ -15,15 +15,23 @@ struct Word {
 };
 
 constexpr std::array words{
-    Word{"OOM", Reason::full},           Word{"MISCONF", Reason::full},
-    Word{"NOAUTH", Reason::refused},     Word{"WRONGPASS", Reason::refused},
-    Word{"NOPERM", Reason::refused},     Word{"LOADING", Reason::unready},
-    Word{"READONLY", Reason::unready},   Word{"MASTERDOWN", Reason::unready},
-    Word{"NOREPLICAS", Reason::unready}, Word{"CLUSTERDOWN", Reason::unready},
-    Word{"TRYAGAIN", Reason::unready},   Word{"BUSY", Reason::unready},
+    Word{"OOM", Reason::full},
+    Word{"MISCONF", Reason::full},
+    Word{"NOAUTH", Reason::refused},
+    Word{"WRONGPASS", Reason::refused},
+    Word{"NOPERM", Reason::refused},
+    Word{"LOADING", Reason::unready},
+    Word{"READONLY", Reason::unready},
+    Word{"MASTERDOWN", Reason::unready},
+    Word{"NOREPLICAS", Reason::unready},
+    Word{"CLUSTERDOWN", Reason::unready},
+    Word{"TRYAGAIN", Reason::unready},
+    Word{"BUSY", Reason::unready},
+    Word{"ERR max number of clients", Reason::unready},
 };
 
-/// The error's first word; behind a hyphen where an older server quotes what a script met with.
+/// The error's first word, or words where the first says too little; behind a hyphen where an older server
+/// quotes what a script met with.
 bool tells(std::string_view answer, std::string_view code) {
   const std::string word = std::string(code) + " ";
   return answer.starts_with(word) || answer.find("-" + word) != std::string_view::npos;

@@ -19,6 +19,7 @@ TEST(RedisErrorsTest, AnswersAreKnownByTheirFirstWord) {
   EXPECT_EQ(reasonFor("READONLY You can't write against a read only replica."), Reason::unready);
   EXPECT_EQ(reasonFor("MASTERDOWN Link with MASTER is down"), Reason::unready);
   EXPECT_EQ(reasonFor("BUSY Redis is busy running a script."), Reason::unready);
+  EXPECT_EQ(reasonFor("ERR max number of clients reached"), Reason::unready);
   EXPECT_EQ(reasonFor("ERR unknown command"), Reason::failed);
   EXPECT_EQ(reasonFor("OOMPH is no code"), Reason::failed);
 }
