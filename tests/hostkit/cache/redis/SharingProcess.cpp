@@ -50,7 +50,8 @@ int main(int, char** argv) {
       hostkit::CurlNetwork::make({.server = argv[2]}).value(), *cache,
       hostkit::LeasingNetwork::Options{std::chrono::milliseconds(std::atoi(argv[4])), longest,
                                        std::chrono::milliseconds(10)}));
-  const auto host = hostkit::StandardPlatformAPI::make({.network = network, .cache = cache}).value();
+  const auto host =
+      hostkit::StandardPlatformAPI::make({.server = {}, .network = network, .cache = cache}).value();
 
   const int lock = ::open(argv[3], O_RDONLY | O_CLOEXEC);
   std::cout << "ready" << std::endl;
