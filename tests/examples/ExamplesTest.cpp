@@ -59,6 +59,15 @@ class ExamplesTest : public testing::Test {
   std::unique_ptr<RecordsServer> server;
 };
 
+TEST_F(ExamplesTest, LabelShowsTheLabelOfARecordsTypeOrWhyItCannot) {
+  const auto ended = run(LABEL, {server->url(), record});
+  EXPECT_EQ(ended.exitCode, 0) << ended.err;
+  EXPECT_EQ(ended.out, "Account\n");
+  EXPECT_EQ(run(LABEL, {server->url(), "zzz"}).out, "zzz: unknown to the server\n");
+  EXPECT_EQ(run(LABEL, {"no address", record}).exitCode, 1);
+  EXPECT_EQ(run(LABEL, {}).exitCode, 2);
+}
+
 TEST_F(ExamplesTest, EmbedTellsTheTypeOfARecordOrWhyItCannot) {
   const auto ended = run(EMBED, {server->url(), record});
   EXPECT_EQ(ended.exitCode, 0) << ended.err;
