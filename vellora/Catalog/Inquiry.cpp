@@ -52,7 +52,7 @@ Requester::Answered Inquiry::sending(const std::string& url, int attempt) {
 }
 
 std::optional<TimedQueue::Delay> Inquiry::pauseAfter(int attempt, const Error& error) {
-  if (attempt >= common_->retry.attempts) return std::nullopt;
+  if (attempt >= std::min(common_->retry.attempts, RetryOptions::mostAttempts)) return std::nullopt;
   const auto advice = error.retryAdvice();
   if (!advice) return std::nullopt;
   const auto asked = std::max(advice->after.value_or(TimedQueue::Delay::zero()), TimedQueue::Delay::zero());

@@ -19,6 +19,9 @@ namespace vellora {
 ///
 /// Ownership: a plain value; owns its function.
 struct VELLORA_EXPORT RetryOptions {
+  /// What more attempts than this count as: each holds on to the ones before it until the last has ended.
+  static constexpr int mostAttempts = 100;
+
   /// How often one request is sent at most, the first time included.
   int attempts = 4;
 

@@ -76,6 +76,17 @@ TEST_F(CatalogRetryTest, GivesUpAfterFourAttemptsAndSaysWhy) {
             std::string("could not be asked: busy (") + typesUrl + ")");
 }
 
+TEST_F(CatalogRetryTest, GivesUpAfterAHundredAttemptsHoweverManyAreWanted) {
+  catalogOptions.retry.attempts = 1'000'000'000;
+  network->answer(typesUrl, busy());
+  constructAndLoad();
+  const auto received = ask(catalog->types({"Account"}, {.deadline = 24h}));
+  for (int i = 0; i < 2 * RetryOptions::mostAttempts; ++i) pass(catalogOptions.retry.longestPause);
+  EXPECT_EQ(network->count(typesUrl), 100U);
+  EXPECT_EQ(received->calls, 1);
+  EXPECT_EQ(received->answer.missing.count("Account"), 1U);
+}
+
 TEST_F(CatalogRetryTest, NeverSendsAgainWhatARetryCannotMend) {
   network->answer(typesUrl, down());
   network->answer(themesUrl, StubNetwork::body("no JSON"));
