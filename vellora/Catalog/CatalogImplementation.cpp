@@ -199,13 +199,12 @@ Question<TypeChange> Catalog::Implementation::refresh(const RefreshOptions& opti
 
 void Catalog::Implementation::forget() const {
   if (!api_) return;
-  // One at a time: what the first has left must not be deleted once questions are asked again. Recursively,
-  // since a queue of the host's may forget where an answer is handed to it.
+  // One call at a time: a second purge must not delete what the questions of the next session have cached.
+  // Recursive, because a host's queue may run a callback that calls `forget` at once, inside `async`.
   const std::lock_guard lock(forgetting_);
   const auto next = newSession();
   const auto session = session_.value();
   session->end();
-  watches_->forget();
   // Questions that come before the next session is there belong to the one that has ended: they are
   // cancelled.
   const auto begin = [&] {
@@ -215,6 +214,7 @@ void Catalog::Implementation::forget() const {
   };
   try {
     session->purge();
+    watches_->forget();
   } catch (const std::bad_alloc&) {
     begin();
     throw;

@@ -36,10 +36,10 @@ class VELLORA_EXPORT CatalogObserver {
   /// A request goes out to the host's network.
   virtual void requestSent(const RequestReport& /*report*/) {}
 
-  /// The host's network has answered it. That may be after the question has ended.
+  /// The host's network has answered it, the first time. That may be after the question has ended.
   virtual void requestEnded(const RequestReport& /*report*/) {}
 
-  /// So many reports were dropped since the last one.
+  /// So many reports were dropped since the last one. Told in front of the next one.
   virtual void reportsDropped(std::size_t /*count*/) {}
 
  protected:

@@ -1,6 +1,8 @@
 #include "vellora/Catalog/Inquiry.h"
 
 #include <algorithm>
+#include <atomic>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -37,7 +39,10 @@ Requester::Answered Inquiry::sending(const std::string& url, int attempt) {
   if (!reporter) return nullptr;
   reporter->report<RequestReport>(&CatalogObserver::requestSent, [&] { return requestReport(url, attempt); });
   try {
-    return [self = shared_from_this(), url, attempt, sent = timer()->time()](const NetworkAnswer& answer) {
+    const auto hasEnded = std::make_shared<std::atomic_flag>();
+    return [self = shared_from_this(), url, attempt, hasEnded,
+            sent = timer()->time()](const NetworkAnswer& answer) {
+      if (hasEnded->test_and_set()) return;  // a network that answers twice
       const auto& to = self->common_->reporter;
       to->report<RequestReport>(&CatalogObserver::requestEnded, [&] {
         auto report = self->requestReport(url, attempt);

@@ -13,7 +13,8 @@ namespace vellora {
 /// Sent again is only what may succeed then, as the error of the host's network says (`RetryAdvice`): no
 /// connection, no answer in time, a server that is down or has too much to do. A server that says how long it
 /// wants to be left alone is left alone for so long, and the pause comes after that. What would be sent
-/// behind the question's deadline is not waited for: the question fails at once, and says why.
+/// behind the question's deadline is not waited for: the question fails at once, and says why. Questions that
+/// share a request share its attempts, and the deadline of the one that asked first counts.
 ///
 ///     Catalog catalog(host, {.retry = {.attempts = 1}});  // nothing is sent again
 ///

@@ -121,7 +121,9 @@ class Watch final : public WatchBase, public std::enable_shared_from_this<Watch<
 
   void take(Answer<T> answer) {
     const auto last = last_.value();
-    if (!last || isChanged(*last, answer)) {
+    const bool isGivenUp = answer.end == End::cancelled && hasTold_;
+    if (!isGivenUp && (!last || isChanged(*last, answer))) {
+      hasTold_ = true;
       keep(answer);
       // The question may be another catalogue's: its gate says nothing of this one.
       terms_.gate->run([&] { callbacks_.run([&] { callback_(std::move(answer)); }); });
@@ -152,6 +154,7 @@ class Watch final : public WatchBase, public std::enable_shared_from_this<Watch<
   std::atomic<bool> isToAsk_ = false;
   std::atomic<bool> hasEnded_ = false;  // the question that is under way
   std::atomic<bool> isCancelled_ = false;
+  std::atomic<bool> hasTold_ = false;
 
   // Changed in the gate.
   QuestionToken token_;

@@ -143,6 +143,26 @@ TEST_F(CatalogObserverTest, ARequestThatNeverEndsIsToldOfWhenItIsSent) {
   EXPECT_THAT(observer->questions.back().missing, ElementsAre(Pair(Why::timedOut, 1U)));
 }
 
+TEST_F(CatalogObserverTest, ANetworkThatAnswersTwiceIsToldOfOnce) {
+  class AnsweringTwice final : public CorvaneSDK::Network {
+   public:
+    explicit AnsweringTwice(std::shared_ptr<CorvaneSDK::Network> next) : next_(std::move(next)) {}
+    void sendRequest(const CorvaneSDK::NetRequest& request, Completion completion) override {
+      next_->sendRequest(request, [completion](const auto&... answer) {
+        completion(answer...);
+        completion(answer...);
+      });
+    }
+
+   private:
+    const std::shared_ptr<CorvaneSDK::Network> next_;
+  };
+  const auto twice = std::make_shared<AnsweringTwice>(network);
+  catalog.emplace(std::make_shared<hostkit::StandardPlatformAPI>(twice, cache, logger), catalogOptions);
+  runAll();
+  EXPECT_THAT(pathsOf(observer->ended), UnorderedElementsAre(themesUrl, typesUrl));
+}
+
 TEST_F(CatalogObserverTest, IsToldNoKeyUnlessItIsAskedFor) {
   network->answer(listViewUrl("00Byy"), StubNetwork::failure(tests::TestError{"no list view 00Byy"}));
   constructAndLoad();

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -197,6 +198,41 @@ TEST_F(WatchTest, AfterForgettingTheNextRefreshIsToldInAnyCase) {
   EXPECT_THAT(told, ElementsAre("Account")) << "forgetting asks nothing";
   static_cast<void>(answered(catalog->refresh()));
   EXPECT_THAT(told, ElementsAre("Account", "Account"));
+}
+
+TEST_F(WatchTest, AQuestionThatForgettingGaveUpIsNotTold) {
+  const std::string url = "/services/data/v50.0/search/layout?q=Account";
+  network->answer(url, StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
+  std::vector<End> ends;
+  const auto token =
+      catalog->watch([this] { return catalog->searchColumns({"Account"}); },
+                     [&](const Answer<ObjectLayoutInfo>& answer) { ends.push_back(answer.end); });
+  runAll();
+  clock.advance(1);
+  network->answer(url, StubNetwork::never());
+  static_cast<void>(answered(catalog->refresh()));
+  EXPECT_EQ(network->count(url), 2U);
+  catalog->forget();
+  runAll();
+  EXPECT_THAT(ends, ElementsAre(End::answered));
+}
+
+TEST_F(WatchTest, ForgettingWithoutMemoryLeavesACatalogueThatAnswers) {
+  const auto token = watchAccount();
+  runAll();
+  bool hasFailed = true;
+  for (std::size_t number = 1; hasFailed; ++number) {
+    {
+      const tests::AllocationFailure failure(number);
+      try {
+        catalog->forget();
+      } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): what it leaves is looked at
+      }
+      hasFailed = failure.happened();
+    }
+    runAll();
+    EXPECT_EQ(answered(catalog->types({"Account"})).end, End::answered) << number;
+  }
 }
 
 TEST_F(WatchTest, ARefreshThatEndsWhileItAsksForTheFirstTimeDoesNotSilenceIt) {
