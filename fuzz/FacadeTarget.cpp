@@ -112,7 +112,8 @@ class Host {
     std::map<std::string, ObjectPresentationInfo> byId;
     std::map<std::string, ObjectPresentationInfo> byName;
     service_->objectPresentationInfoForIds({id}, [&](auto infos) { byId = std::move(infos); });
-    settle();  // by name the list is taken however old it is, so first that has to be the new one
+    settle();  // a lookup by names takes the cached list however old it is, so the new one has to be there
+               // first
     service_->objectPresentationInfoForApiNames({name}, [&](auto infos) { byName = std::move(infos); });
     settle();
     const auto shows = [&](const auto& infos, const std::string& key) {

@@ -36,8 +36,8 @@ CoalescingNetwork::Credential credentialOf(CurlNetwork::TokenProvider token) {
   return [token = std::move(token)] { return token().value_or(""); };
 }
 
-/// The secrets of a host with tokens; null without. The token of now is one before it is sent: what a cache
-/// still holds may tell it.
+/// The secrets of a host with tokens; null without. The present token is noted before it is sent: entries of
+/// an earlier start may hold it, and show in log lines.
 std::shared_ptr<KnownSecrets> makeSecrets(const StandardPlatformAPI::Options& options) {
   if (!options.token || options.network) return nullptr;
   auto secrets = std::make_shared<KnownSecrets>();

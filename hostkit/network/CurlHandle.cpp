@@ -92,8 +92,8 @@ int CurlHandle::admitConnection(void* self, char*, char*, int, int localPort) no
   return handle.state_ == Connections::State::spoilt ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
 }
 
-// Bytes behind an answer, in the same read: curl 7.88.1 tells of them by these words alone, drops them, and
-// keeps the connection, where what belongs to them may follow.
+// curl 7.88.1 tells only in its debug text that bytes followed an answer in the same read. It drops them and
+// keeps the connection, on which more may come. So the connection is not used again.
 int CurlHandle::noteLeftovers(CURL* easy, curl_infotype type, char* text, std::size_t size, void*) noexcept {
   const std::string_view line(text, size);
   const bool tells = line.starts_with("Leftovers after chunking") || line.starts_with("Excess found");

@@ -95,10 +95,10 @@ class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
     /// A body with more JSON values, counted as commas and opening brackets, fails with `tooManyValues`:
     /// reading one takes up to a hundred times the memory of its text.
     std::size_t maxBodyValues = 1'000'000;
-    /// How long a connection may take to come about. The whole request, redirects included, has its own
-    /// `timeoutInterval`: 60 seconds where that is no positive number, a day at most. That time begins when
-    /// the request is sent. Until then it waits for as long as others are answered: it fails with `timedOut`
-    /// when none has been for that time: eight that the server keeps waiting fail all others so, unsent.
+    /// How long connecting may take. The request as a whole, redirects included, may take its
+    /// `timeoutInterval`, counted from when it is sent: 60 seconds where that is no positive number, a day at
+    /// most. Eight are sent at a time. One that waits fails with `timedOut`, unsent, when no request has been
+    /// answered for as long as its own `timeoutInterval`.
     double connectTimeout = 15;
     Observer observer = {};
     /// How many requests may wait until they are sent. A further one fails with `tooManyRequests`.

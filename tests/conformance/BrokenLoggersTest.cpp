@@ -142,8 +142,8 @@ TEST(BrokenLoggersTest, CuttingLongMessagesIntoPiecesIsFound) {
 }
 
 TEST(BrokenLoggersTest, KeepingTheMessageItselfForLaterIsFound) {
-  // Only of messages of one length, which the caller changes and does not give back; the rest would be no
-  // text.
+  // Keeps only messages of one length: the caller overwrites their text but does not free it. Of others the
+  // text would be gone.
   class Broken final : public TextLogger {
    public:
     std::string text() override { return kept_.empty() ? text_ : std::string(kept_) + "\n"; }

@@ -89,8 +89,8 @@ Delivery keyed(const std::optional<Layouts>& layouts) {
   return layouts ? deliveryOf(*layouts) : Delivery{.entries = std::nullopt, .error = {}};
 }
 
-/// Each settled state that the prefetch comes to. Asked again, a façade loads again when it has to: that is
-/// what an id lookup begins with.
+/// Delivers each state that the prefetch ends in. A façade that is there already is made to prefetch again by
+/// a lookup of no ids.
 Service prefetch(FaultRun& run, const Service& service) {
   auto asked = onFacade(run, service, [&](VelloraService& facade) {
     if (service) facade.objectPresentationInfoForIds({}, nullptr);

@@ -58,8 +58,9 @@ class AskedBase {
 /// catalogue. Then the pipelines that work for it are cut, and the answer goes to who waits, or will.
 ///
 /// Ownership: shared by the question's handle, the pipelines that work for it, and the timer. The timer holds
-/// it until it ends, so a host that drops a completion does not drop the question. On its way to the queue of
-/// the answers it does not hold that queue, or a queue that runs no more would keep both for ever.
+/// it until it ends, so a host that drops a completion does not drop the question. While the
+/// answer waits in its queue, the question holds no handle to that queue: the waiting work holds the
+/// question, so a queue that has stopped running would keep itself and the question for ever.
 ///
 /// Threads: safe to use from several threads at once. What changes it passes through a gate, one action at a
 /// time, with no lock held.

@@ -97,10 +97,10 @@ class VELLORA_EXPORT Catalog {
   ///     watch_ = catalog.watch([&] { return catalog.types({"Account"}); }, [this](auto answer) {
   ///     show(answer); });
   ///
-  /// What a later answer could not find out, and another age, are no difference. `ask` asks this catalogue:
-  /// of another's question that one's end would be the watch's. It is called within this call, later on the
-  /// queue of the catalogue's answers. Keep the token: it promises for both functions what
-  /// that of `Question::then` does. `detach` lets the watch last as long as the catalogue.
+  /// What a later answer could not find out, and another age, are no difference. `ask` must ask this
+  /// catalogue: with a question of another one, the watch would end when that one does. It is called inside
+  /// this call the first time, and later on the queue of the answers. Keep the token: it promises for both
+  /// functions what that of `Question::then` does. `detach` lets the watch last as long as the catalogue.
   template <class Ask>
   [[nodiscard]] QuestionToken watch(
       Ask ask, std::function<void(Answer<typename std::invoke_result_t<Ask&>::Value>)> callback) const {

@@ -29,7 +29,8 @@ namespace {
 /// How long the first load may take: as long as its requests.
 constexpr TimedQueue::Delay prefetchDeadline = std::chrono::seconds(60);
 
-/// Whom the first load waits for least is the question that comes right behind it, and shares its requests.
+/// For how long a failed request of the first load is sent again: as long as a question waits by default,
+/// since a question that is asked right behind it shares these requests.
 constexpr TimedQueue::Delay prefetchPatience = QuestionOptions().deadline;
 
 /// The facilities of `host`; none when one is absent, or the host itself.

@@ -28,7 +28,8 @@ struct PreparedLists {
   /// The age of what is made of both lists: that of the older.
   [[nodiscard]] Age age() const;
 
-  /// Where the object types of a question that may look in `wanted` are to be looked for now.
+  /// The source in which a question with the source `wanted` looks for object types, now that the lists are
+  /// prepared.
   [[nodiscard]] Source typesSource(Source wanted) const;
   /// The same for themes.
   [[nodiscard]] Source themesSource(Source wanted) const;

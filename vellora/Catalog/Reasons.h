@@ -14,8 +14,9 @@
 
 namespace vellora {
 
-/// Why a key is missing whose lookup failed with `error`. That something is not cached is the reason only
-/// where nobody else was to be asked; else it is that of the fetch that should have brought it.
+/// Why a key is missing after its lookup failed with `error`. It is `notCached` only where `wanted` allows no
+/// request. Otherwise a missing cache entry means that the fetch has failed: then `fetchFailure` is the
+/// reason, if there is one.
 [[nodiscard]] inline Missing missingFor(const Error& error, Source wanted,
                                         const std::optional<Error>& fetchFailure = std::nullopt) {
   const bool isNotCached = error.as<NotCached>() != nullptr;

@@ -48,10 +48,11 @@ class Session {
   /// `std::bad_alloc`, after it has deleted what it could.
   void purge() const;
 
-  /// Layouts that are older count as missing; absent before the first refresh.
+  /// The moment of the last refresh: layouts that were fetched before it count as missing. Absent before the
+  /// first one, and when the clock was set back since.
   [[nodiscard]] std::optional<Date> refreshed() const {
     const double seconds = refreshed_;
-    // A clock that was set back since dates new layouts before the refresh; then none counts as older.
+    // With a clock that was set back, new layouts would be dated before it.
     if (std::isnan(seconds) || seconds > now().secondsSinceReferenceDate()) return std::nullopt;
     return Date::sinceReferenceDate(seconds);
   }

@@ -80,7 +80,7 @@ class VELLORA_EXPORT CompactLayoutDataService
   /// fields only the one sent last is waited for. Have one lookup at a time if every one must be answered.
   void compactLayoutForApiName(const std::vector<std::string>& names, Completion completion);
 
-  /// A lookup of the second kind, as `LayoutDataService::eachLayout` says. It asks for name fields in
+  /// A lookup by key, as `LayoutDataService::eachLayout` says. It asks for name fields in
   /// requests that no other lookup overtakes, and that are not longer than 8 kB.
   [[nodiscard]] Publisher<KeyResult<std::optional<DatedLayout<ObjectCompactLayoutInfo>>>> eachLayout(
       std::shared_ptr<const std::vector<std::string>> names, Source source,

@@ -73,7 +73,7 @@ class VELLORA_EXPORT LayoutDataService : public std::enable_shared_from_this<Lay
   /// the list.
   void layoutForApiName(const std::vector<std::string>& names, Completion completion);
 
-  /// A lookup of the second kind, as in `SObjectsDataService`: it yields what is known of each of `names`, in
+  /// A lookup by key, as in `SObjectsDataService`: it yields what is known of each of `names`, in
   /// any order. The work is done where it is subscribed to, or where the network calls back; equal requests
   /// under way are shared, and none is longer than 8 kB. A type that the server does not know has an absent
   /// value; a name whose request failed has the cached layout and the reason, or else the error. An expired

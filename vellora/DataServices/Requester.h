@@ -46,7 +46,8 @@ class VELLORA_EXPORT Requester {
   /// it is not.
   [[nodiscard]] virtual std::optional<TimedQueue::Delay> pauseAfter(int attempt, const Error& error) = 0;
 
-  /// Lets what was fetched for it into the cache, until all that it may know is to be forgotten.
+  /// The gate through which what was fetched for it is written into the cache. It is closed when all of that
+  /// is to be forgotten.
   [[nodiscard]] virtual CallbackGate& writes() const = 0;
 
   /// Where to wait.

@@ -133,11 +133,10 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   [[nodiscard]] Publisher<std::map<std::string, std::optional<SObject>>> sObjectsForNames(
       std::vector<std::string> names);
 
-  // A second kind of operations, for who must tell of each key what became of it. They take the same steps,
-  // and differ in four things. Their work is done where they are subscribed to, or where the network calls
-  // back. What equal requests bring is shared by all who wait for it at the same time; when nobody does any
-  // more, it is let go of. A failure is that of its key. And a list that is fetched has the rows purged that
-  // single lookups took from an older one.
+  // Lookups by key. They tell of each key what became of it, and take the same steps as the lookups above.
+  // They differ in four things. They work on the thread that subscribes, or on which the network calls back.
+  // Equal requests under way are shared, and dropped when nobody waits for them any more. A failure concerns
+  // its key only. And a fetched list purges the rows that single lookups took from an older list.
 
   using SObjects = std::shared_ptr<const NamedList<SObject>>;
 

@@ -88,7 +88,7 @@ Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(const std:
   });
 }
 
-/// The same for a lookup of the second kind, when the cache has no list.
+/// The same for a lookup by key, when the cache has no list.
 Publisher<std::optional<SObject>> SObjectsDataService::sObjectOnServer(const std::string& name,
                                                                        const Asking& asking) {
   const auto& fetched = asking.fetched;

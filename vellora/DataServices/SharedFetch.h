@@ -34,8 +34,9 @@ template <class T, class Start>
   });
 }
 
-/// What is fetched under `key` for who may write what `fetching` may: where two that share the services write
-/// through gates of their own, the closing of one must not keep from the cache what the other waits for.
+/// The key under which a fetch is shared: `key`, and the gate through which its requester writes into the
+/// cache. Catalogues with gates of their own share no fetch: when one closes its gate, the other's answer
+/// must still be cached.
 [[nodiscard]] inline std::string keyOfFetch(std::string key, const Fetching& fetching) {
   if (!fetching.requester) return key;
   return std::move(key) + ' ' + std::to_string(std::hash<const void*>()(&fetching.requester->writes()));

@@ -2,7 +2,7 @@
 
 namespace vellora {
 
-/// Where a lookup of the data services' second kind looks: those that tell of each key what became of it.
+/// Where a lookup by key looks, which tells of each key what became of it.
 enum class Source {
   cacheFirst,   ///< what the cache has, the rest from the server
   cacheOnly,    ///< no request is sent

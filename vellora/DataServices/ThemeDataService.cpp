@@ -143,7 +143,7 @@ Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& n
   });
 }
 
-/// The same for a lookup of the second kind, when the cache has no list.
+/// The same for a lookup by key, when the cache has no list.
 Publisher<std::optional<ThemeItem>> ThemeDataService::themeOnServer(const std::string& name,
                                                                     const Asking& asking) {
   using Answer = Publisher<std::optional<ThemeItem>>;

@@ -104,7 +104,7 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   /// itself.
   [[nodiscard]] Publisher<std::map<std::string, ThemeItem>> themes(std::vector<std::string> names);
 
-  // Operations of the second kind, as in `SObjectsDataService`: they tell of each key what became of it, work
+  // Lookups by key, as in `SObjectsDataService`: they tell of each key what became of it, work
   // where they are subscribed to, and share what equal requests bring.
 
   using Themes = std::shared_ptr<const NamedList<ThemeItem>>;

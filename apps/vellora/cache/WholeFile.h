@@ -8,12 +8,12 @@
 
 namespace vellora::command {
 
-/// Writes a file that is complete when it gets its name. Whatever has that name already stays, unless
-/// `replace` says otherwise; a plain file is then replaced by one of its mode, a link, a device or anything
-/// else never. The problem that stood in the way; no value when the file is written.
+/// Writes a file, and gives it its name once it is complete. A file that has the name stays, unless
+/// `replace`: then a plain file is replaced, with its mode kept; a link, a device or anything else never is.
+/// Returns the problem that stood in the way; no value when the file is written.
 ///
-/// A disk without hard links leaves a moment between looking and naming: there, what another process names so
-/// at that moment is replaced.
+/// On a disk without hard links, a file that another process makes between the check of the name and the
+/// renaming is replaced.
 [[nodiscard]] std::optional<Problem> writeWholeFile(const std::string& file, std::string_view content,
                                                     bool replace);
 

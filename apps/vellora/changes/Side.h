@@ -15,11 +15,12 @@ namespace vellora::command {
 /// One of the two that `vellora diff` compares: a server, asked anew, or what a cache file holds. Neither the
 /// file nor the default cache of the server is changed.
 struct Side {
-  std::string name;                  ///< as the arguments have it
-  Arguments arguments;               ///< those that are meant for it
-  std::unique_ptr<Session> session;  ///< with a cache in memory: of a file its copy, else empty
+  std::string name;                  ///< as the user typed it
+  Arguments arguments;               ///< the command's, with this side's server and token
+  std::unique_ptr<Session> session;  ///< its cache is in memory: a copy of the file, or empty for a server
   Source source = Source::cacheFirst;
-  std::string address;  ///< of the server that is, or was, asked; empty for a file of which that is not known
+  std::string
+      address;  ///< of the server that is asked, or that the file was filled from; empty where unknown
 
   // The types whose layouts a file holds.
   std::set<std::string> searchLayouts;

@@ -95,8 +95,8 @@ bool isFromVariable(const CLI::App& app, const std::string& option) {
   return value != nullptr && *value != '\0' && found->results() == std::vector<std::string>{value};
 }
 
-/// Leaves out what a variable says of the output where an option says otherwise, or where the command cannot
-/// do it: what a shell has exported is meant for the commands that can.
+/// An option overrides a variable about the output. A variable that this command cannot obey is ignored: it
+/// was exported for commands that can.
 void letOptionsCountMore(const CLI::App& app, Arguments& arguments) {
   auto& output = arguments.output;
   if (arguments.json && output.format) {

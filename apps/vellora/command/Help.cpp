@@ -2,13 +2,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "vellora/Platform/Text/AsciiCase.h"
 
 namespace vellora::command {
 
@@ -23,9 +24,8 @@ std::string variableOf(const CLI::App& app, const CLI::Option& option) {
   const bool isInfo = !isOfOneCommand && option.get_group() == "Options";  // such as --help
   if (isInfo || isForbidding || (isSwitch && isOfOneCommand) || option.get_lnames().empty()) return {};
   std::string name = "VELLORA_" + option.get_lnames().front();
-  std::transform(name.begin(), name.end(), name.begin(), [](unsigned char character) {
-    return character == '-' ? '_' : static_cast<char>(std::toupper(character));
-  });
+  std::transform(name.begin(), name.end(), name.begin(),
+                 [](char character) { return character == '-' ? '_' : asciiUpperCase(character); });
   return name;
 }
 

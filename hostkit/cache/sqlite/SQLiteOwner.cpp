@@ -25,8 +25,8 @@ std::int64_t checksum(std::string_view key, std::string_view digest) {
   return Checksum().add("owner").add(key).add(digest).value();
 }
 
-// The table is there only in files that have an owner, and its name is none of those that the layout is
-// judged by: so a file without an owner, and a program that knows of none, get on with the other kind.
+// Only files with an owner have this table, and the check of the layout does not look for its name. So a
+// program that knows no owners opens a file with one, and this one opens a file without.
 bool hasTable(SQLiteDatabase& database) {
   return database.statement("SELECT 1 FROM sqlite_schema WHERE name = 'owner'").step();
 }

@@ -75,7 +75,8 @@ class SharedRuns {
     const Promise<T> promise;
     const Publisher<T> result = Publisher<T>::ofPromise(promise);
     // Under the mutex of `Runs`.
-    // The one whose lease was over, as long as somebody waits for it: nobody else may hold it any more.
+    // The run that this one replaced because its lease was over. It is kept while somebody waits for it,
+    // since nothing else may hold it.
     std::shared_ptr<Run> before;
     std::size_t waiting = 0;
     AnyCancellable token;

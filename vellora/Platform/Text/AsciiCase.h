@@ -13,6 +13,11 @@ namespace vellora {
   return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
 }
 
+/// `character` in upper case when it is one of the letters a to z of ASCII, else as it is.
+[[nodiscard]] constexpr char asciiUpperCase(char character) noexcept {
+  return character >= 'a' && character <= 'z' ? static_cast<char>(character - 'a' + 'A') : character;
+}
+
 /// `text` with each of its ASCII letters in lower case; "Content-Type" becomes "content-type". All other
 /// bytes stay, those of characters outside ASCII included, so the length stays, too.
 [[nodiscard]] inline std::string asciiLowerCase(std::string_view text) {

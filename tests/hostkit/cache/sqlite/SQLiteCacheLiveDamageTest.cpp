@@ -78,7 +78,7 @@ class SQLiteCacheLiveDamageTest : public DamagedCacheTest {
       }
       if (writer) expectWhatWasWritten(*writer, orEarlier);
     }
-    // What is there is opened, or refused, by the next start; a log up to where it is whole.
+    // The next start opens the files or refuses them; a damaged log counts up to the damage.
     const auto next = open();
     if (next) expectWhatWasWritten(*next.value(), !suffix.empty());
     restore();

@@ -15,6 +15,14 @@ TEST(AsciiCaseTest, LettersBecomeSmallAndAllElseStays) {
   }
 }
 
+TEST(AsciiCaseTest, LettersBecomeCapitalsAndAllElseStays) {
+  for (int value = 0; value < 256; ++value) {
+    const char character = static_cast<char>(value);
+    const bool isSmall = value >= 97 && value <= 122;
+    EXPECT_EQ(asciiUpperCase(character), isSmall ? static_cast<char>(value - 32) : character) << value;
+  }
+}
+
 TEST(AsciiCaseTest, ATextKeepsItsLengthAndItsOtherBytes) {
   EXPECT_EQ(asciiLowerCase("X-Limit_42[Z]"), "x-limit_42[z]");
   EXPECT_EQ(asciiLowerCase(std::string("A\0B", 3)), std::string("a\0b", 3));
