@@ -7,7 +7,7 @@
 #include "hostkit/cache/rows/HexDigits.h"
 #include "hostkit/cache/rows/KeyedDigest.h"
 #include "vellora/DataServices/SObjectsCache.h"
-#include "vellora/DataServices/TimestampedTable.h"
+#include "vellora/DataServices/SObjectsDataService.h"
 #include "vellora/Host/CacheEntry.h"
 #include "vellora/Host/Query.h"
 #include "vellora/Platform/Text/AsciiCase.h"
@@ -28,7 +28,7 @@ constexpr std::size_t costOfARow = 512;  // bytes beside the body: meta, keys, t
 constexpr std::size_t mostOfAll = 4;     // a body may take the fourth part of what is kept
 
 Meta kindMeta(std::string_view kind) {
-  return TimestampedTable::kindMeta(kind);
+  return {{std::string(SObjectsDataService::Constants::cacheEntryType), std::string(kind)}};
 }
 
 Meta metaOf(const std::string& request, std::size_t bytes) {
@@ -154,7 +154,7 @@ void KeptBodies::remove(const Place& place) {
 }
 
 bool KeptBodies::isOwn(const Meta& meta) {
-  const auto kind = meta.find(std::string(TimestampedTable::cacheEntryType));
+  const auto kind = meta.find(std::string(SObjectsDataService::Constants::cacheEntryType));
   return kind != meta.end() && (kind->second == bodyKind || kind->second == keyKind);
 }
 
