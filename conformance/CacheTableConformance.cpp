@@ -15,7 +15,6 @@ namespace vellora::conformance {
 
 namespace {
 
-using CorvaneSDK::CacheTable;
 using CorvaneSDK::Meta;
 using CorvaneSDK::metaEquals;
 using CorvaneSDK::PositionRange;

@@ -20,6 +20,7 @@ inline std::optional<std::string> text(const std::optional<Data>& data) {
 
 inline std::vector<std::string> texts(const std::vector<Data>& blobs) {
   std::vector<std::string> all;
+  all.reserve(blobs.size());
   for (const Data& one : blobs) all.push_back(text(one));
   return all;
 }

@@ -55,7 +55,7 @@ class RecordsServer::Implementation {
   ServerState state_;
 };
 
-Result<std::unique_ptr<RecordsServer>> RecordsServer::start(DataSet data, Options options) {
+Result<std::unique_ptr<RecordsServer>> RecordsServer::start(const DataSet& data, Options options) {
   auto server = http::Server::listen(serving(options));
   if (!server) return server.error();
   return std::unique_ptr<RecordsServer>(new RecordsServer(

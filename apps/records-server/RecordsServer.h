@@ -33,7 +33,8 @@ class RecordsServer {
   static constexpr const char* everything = "*";
 
   /// Listens on 127.0.0.1; requests are answered from this moment on.
-  [[nodiscard]] static Result<std::unique_ptr<RecordsServer>> start(DataSet data, Options options = {});
+  [[nodiscard]] static Result<std::unique_ptr<RecordsServer>> start(const DataSet& data,
+                                                                    Options options = {});
 
   ~RecordsServer();
   RecordsServer(const RecordsServer&) = delete;

@@ -70,7 +70,7 @@ bool isPlain(const MemberType& type) {
 
 std::string argument(const Member& member) {
   const std::string required = "json[\"" + member.key + "\"]";
-  const std::string optional = "json.get(\"" + member.key + "\")";
+  std::string optional = "json.get(\"" + member.key + "\")";
   if (member.type.kind != Kind::optional) return converted(member.type, required);
   if (isPlain(*member.type.of)) return optional;
   return "None if " + optional + " is None else " + converted(*member.type.of, required);

@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
 
   std::promise<void> called;
   // [then]
-  QuestionToken pending = catalog.records(ids).then([&](Answer<ObjectPresentationInfo> answer) {
+  QuestionToken pending = catalog.records(ids).then([&](const Answer<ObjectPresentationInfo>& answer) {
     show(answer);  // on the main loop
     called.set_value();
   });
@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
   std::promise<void> told;
   // [watch]
   QuestionToken watching = catalog.watch([&] { return catalog.records(ids); },
-                                         [&](Answer<ObjectPresentationInfo> answer) {
+                                         [&](const Answer<ObjectPresentationInfo>& answer) {
                                            show(answer);  // now, and after each refresh that changed it
                                            told.set_value();
                                          });

@@ -60,6 +60,7 @@ struct DeletedFile {
 /// Which of the entries was probably meant, as a question behind a complaint.
 std::string meantBy(const std::string& name, const std::vector<CacheListing>& listings) {
   std::vector<std::string> names;
+  names.reserve(listings.size());
   for (const auto& listing : listings) names.push_back(shortName(listing.entry));
   const auto near = nearestName(name, names);
   return near ? "; did you mean " + keyText(*near) + "?" : "; vellora cache ls names what is";

@@ -29,7 +29,8 @@ namespace {
 
 using hostkit::CacheArchive;
 
-constexpr std::size_t largestArchive = 256 * 1024 * 1024;  // bytes; no cache of ours comes near it
+constexpr std::size_t largestArchive =
+    std::size_t{256} * 1024 * 1024;  // bytes; no cache of ours comes near it
 
 /// Whether `text` may be the beginning of an archive, which is a JSON object. What is none need not be read
 /// to its end.

@@ -150,11 +150,13 @@ ExitCode listEntries(const Arguments& arguments, const ListedFile& listed) {
 ExitCode listEntries(const Arguments& arguments, const std::vector<ListedFile>& all) {
   if (arguments.printsDocument()) {
     std::vector<WrittenContents> documents;
+    documents.reserve(all.size());
     for (const auto& listed : all) documents.push_back(written(listed));
     return printJson(encode(documents));
   }
   if (printsRows(arguments.output)) {
     std::vector<RowGroup> groups;
+    groups.reserve(all.size());
     for (const auto& listed : all) groups.push_back(rowsOf(listed));
     return printRows(arguments, std::move(groups));
   }

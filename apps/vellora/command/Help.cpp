@@ -107,8 +107,8 @@ class HelpFormatter final : public CLI::Formatter {
   std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
     if (isPositional) return option->get_name(true, false);
     std::string names;
-    for (const auto& name : option->get_snames()) names = joined(names, ", ", "-" + name);
-    for (const auto& name : option->get_lnames()) names = joined(names, ", ", "--" + name);
+    for (const auto& name : option->get_snames()) names = joined(names, ", ", std::string("-").append(name));
+    for (const auto& name : option->get_lnames()) names = joined(names, ", ", std::string("--").append(name));
     return names;
   }
 

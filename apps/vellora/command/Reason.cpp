@@ -5,7 +5,7 @@
 namespace vellora::command {
 
 std::string reasonOf(const Failure& failure) {
-  const std::string text = failure.error().localizedDescription();
+  std::string text = failure.error().localizedDescription();
   if (failure.error().as<DecodingError>() == nullptr) return text;
   const std::string url = failure.url();
   return "the answer of the server to " + url.substr(0, url.find('?')) + " cannot be used: " + text;

@@ -40,6 +40,7 @@ std::string_view withoutHyphens(std::string_view option) {
 /// The hyphens are right in every option, and so they bring none nearer.
 std::vector<std::string> withoutHyphens(const std::vector<std::string>& options) {
   std::vector<std::string> names;
+  names.reserve(options.size());
   for (const auto& option : options) names.emplace_back(withoutHyphens(option));
   return names;
 }

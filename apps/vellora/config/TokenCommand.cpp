@@ -14,7 +14,7 @@
 #include <cstring>
 #include <optional>
 
-extern char** environ;
+extern char** environ;  // NOLINT(readability-redundant-declaration): glibc alone declares it
 
 namespace vellora::command {
 
@@ -70,6 +70,7 @@ class Start {
   /// 0, or the `errno` of what went wrong.
   [[nodiscard]] int operator()(pid_t& process, std::vector<std::string> words) const {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (auto& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
     return ::posix_spawnp(&process, arguments[0], &files_, &attributes_, arguments.data(), environ);

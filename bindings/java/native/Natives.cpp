@@ -19,7 +19,7 @@ namespace {
 
 template <class T>
 T* handleOf(jlong handle) {
-  return reinterpret_cast<T*>(handle);
+  return reinterpret_cast<T*>(handle);  // NOLINT(performance-no-int-to-ptr): Java has no pointers
 }
 
 template <class T>
