@@ -1,5 +1,7 @@
 #include "hostkit/network/Revalidation.h"
 
+#include <openssl/crypto.h>
+
 #include <algorithm>
 #include <new>
 #include <utility>
@@ -58,6 +60,9 @@ CurlRequest Revalidation::withCondition(const CurlRequest& request, const std::s
 void Revalidation::lookUp(const CurlRequest& request, const std::string& url) {
   const TimeInCache time(timeOfCache_);
   place_ = bodies_->placeOf(asked_, url, request.headerLines);
+  // The digest leaves OpenSSL's errors of this thread behind. They would stay for ever where the process ends
+  // OpenSSL before the thread, as it may with a network that is let go of on its own thread.
+  OPENSSL_thread_stop();
   if (place_) kept_ = bodies_->load(*place_);
   if (kept_ && (!canBeAskedFor(kept_->headers) || tellsSecret(kept_->headers))) giveUp();
 }
