@@ -28,7 +28,7 @@ HostileServer::HostileServer(std::uint64_t seed, std::size_t largestBody)
 HostileServer::~HostileServer() = default;
 
 const HostileTrick& HostileServer::trickOn(std::string_view target) const {
-  return tricks_.at(hashOf(seed_, target) % tricks_.size());
+  return tricks_.at(static_cast<std::size_t>(hashOf(seed_, target) % tricks_.size()));
 }
 
 std::string HostileServer::rightBody(std::string_view target) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <limits>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -119,7 +120,8 @@ bool prepare(CURL* easy, const RedisAddress& address, const std::optional<std::s
   if (!address.socketPath.empty()) set(CURLOPT_UNIX_SOCKET_PATH, address.socketPath.c_str());
   if (caFile) set(CURLOPT_CAINFO, caFile->c_str());
   set(CURLOPT_CONNECT_ONLY, 1L);
-  set(CURLOPT_TIMEOUT_MS, std::max<long>(timeout.count(), 1));
+  set(CURLOPT_TIMEOUT_MS,
+      static_cast<long>(std::clamp<long long>(timeout.count(), 1, std::numeric_limits<long>::max())));
   set(CURLOPT_NOSIGNAL, 1L);
   set(CURLOPT_QUICK_EXIT, 1L);  // else a name that does not resolve is waited for beyond the time-out
   set(CURLOPT_NOPROXY, "*");

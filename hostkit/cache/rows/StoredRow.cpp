@@ -1,6 +1,8 @@
 #include "hostkit/cache/rows/StoredRow.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 namespace vellora::hostkit {
 
@@ -8,8 +10,8 @@ namespace {
 
 StoredRows slice(const StoredRows& rows, const CorvaneSDK::PositionRange& range) {
   const auto count = static_cast<std::int64_t>(rows.size());
-  const std::int64_t lower = std::clamp<std::int64_t>(range.lower, 0, count);
-  const std::int64_t upper = std::clamp<std::int64_t>(range.upper, lower, count);
+  const auto lower = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(range.lower, 0, count));
+  const auto upper = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(range.upper, lower, count));
   return {rows.begin() + lower, rows.begin() + upper};
 }
 

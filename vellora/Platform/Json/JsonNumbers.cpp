@@ -202,7 +202,8 @@ std::string withoutNumbers(std::string_view text) {
 
 void settleNumbers(simdjson::dom::document& tree, std::string_view text) {
   Word* const words = tree.tape.get();
-  const std::size_t end = words[0] & placeMask;  // the first word tells where the last one is
+  const auto end =
+      static_cast<std::size_t>(words[0] & placeMask);  // the first word tells where the last one is
   Numbers numbers(text);
   for (std::size_t at = 1; at < end; ++at) {
     if (isOfNumber(words[at])) put(numbers.next(), &words[at++]);

@@ -285,7 +285,7 @@ class RandomSheets {
   }
 
  private:
-  std::uint64_t upTo(std::uint64_t largest) { return random_() % (largest + 1); }
+  std::size_t upTo(std::size_t largest) { return static_cast<std::size_t>(random_() % (largest + 1)); }
   bool flip() { return upTo(1) == 1; }
   double number() { return std::ldexp(static_cast<double>(random_()), static_cast<int>(upTo(200)) - 100); }
   std::string text() {
