@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
+#include <span>
 
 namespace vellora::hostkit {
 
@@ -10,9 +10,11 @@ namespace {
 
 StoredRows slice(const StoredRows& rows, const CorvaneSDK::PositionRange& range) {
   const auto count = static_cast<std::int64_t>(rows.size());
-  const auto lower = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(range.lower, 0, count));
-  const auto upper = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(range.upper, lower, count));
-  return {rows.begin() + lower, rows.begin() + upper};
+  const std::int64_t lower = std::clamp<std::int64_t>(range.lower, 0, count);
+  const std::int64_t upper = std::clamp<std::int64_t>(range.upper, lower, count);
+  const auto selected =
+      std::span(rows).subspan(static_cast<std::size_t>(lower), static_cast<std::size_t>(upper - lower));
+  return {selected.begin(), selected.end()};
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ namespace vellora::hostkit {
 
 namespace {
 
-constexpr std::size_t pageSize = 4096;
+constexpr sqlite3_int64 pageSize = 4096;
 constexpr std::size_t applicationIdOffset = 68;
 constexpr std::size_t versionOffset = 60;
 
@@ -61,11 +61,10 @@ class SharedFile {
   SharedFile& operator=(const SharedFile&) = delete;
 
   /// `size` bytes from `offset` on, zeros behind the file's end; no value when it cannot be read.
-  [[nodiscard]] std::optional<std::string> read(std::size_t offset, std::size_t size) const {
+  [[nodiscard]] std::optional<std::string> read(sqlite3_int64 offset, sqlite3_int64 size) const {
     if (!opened_) return std::nullopt;
-    std::string bytes(size, '\0');
-    const int code = file_->pMethods->xRead(file_, bytes.data(), static_cast<int>(size),
-                                            static_cast<sqlite3_int64>(offset));
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    const int code = file_->pMethods->xRead(file_, bytes.data(), static_cast<int>(size), offset);
     return code == SQLITE_OK || code == SQLITE_IOERR_SHORT_READ ? std::optional(std::move(bytes))
                                                                 : std::nullopt;
   }
@@ -85,9 +84,9 @@ bool onlyZeros(std::string_view bytes) {
 }
 
 /// Reads no further than the first block with something else in it.
-SQLiteFileKind judgeBehindZeros(const SharedFile& file, std::size_t fileSize) {
-  constexpr std::size_t blockSize = 65536;
-  for (std::size_t offset = pageSize; offset < fileSize; offset += blockSize) {
+SQLiteFileKind judgeBehindZeros(const SharedFile& file, sqlite3_int64 fileSize) {
+  constexpr sqlite3_int64 blockSize = 65536;
+  for (sqlite3_int64 offset = pageSize; offset < fileSize; offset += blockSize) {
     const auto block = file.read(offset, std::min(fileSize - offset, blockSize));
     if (!block) return SQLiteFileKind::unreadable;
     if (!onlyZeros(*block)) return SQLiteFileKind::foreign;
@@ -104,7 +103,7 @@ SQLiteFileKind kindOfFile(const std::string& path) {
   }
   if (!S_ISREG(status.st_mode)) return SQLiteFileKind::foreign;
   errno = EACCES;  // what a failure below most likely means, should it not say so itself
-  const auto fileSize = static_cast<std::size_t>(status.st_size);
+  const sqlite3_int64 fileSize = status.st_size;
   const SharedFile file(path);
   const auto page = file.read(0, std::min(fileSize, pageSize));
   if (!page) return SQLiteFileKind::unreadable;

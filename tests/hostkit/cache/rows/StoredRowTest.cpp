@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -40,6 +42,14 @@ TEST(StoredRowTest, AnOldestQuerySlicesWhatItsFilterLeaves) {
   const auto notA = [](const Row& row) { return row.dataKey != "a"; };
   EXPECT_THAT(keys(selectedRows(threeRows(), Query::oldest({1, 2}, notA))), ElementsAre("c"));
   EXPECT_THAT(keys(selectedRows(threeRows(), Query::oldest({-1, 2}))), ElementsAre("a", "b"));
+}
+
+TEST(StoredRowTest, APositionHas64BitsOnEveryMachine) {
+  constexpr std::int64_t past32Bits = std::int64_t{1} << 32U;
+  constexpr auto first = std::numeric_limits<std::int64_t>::min();
+  EXPECT_THAT(keys(selectedRows(threeRows(), Query::oldest({past32Bits, past32Bits + 2}))), ElementsAre());
+  EXPECT_THAT(keys(selectedRows(threeRows(), Query::oldest({1, past32Bits}))), ElementsAre("b", "c"));
+  EXPECT_THAT(keys(selectedRows(threeRows(), Query::oldest({first, 3}))), ElementsAre("a", "b", "c"));
 }
 
 TEST(StoredRowTest, KnowsTheRangesThatHoldNoPosition) {
