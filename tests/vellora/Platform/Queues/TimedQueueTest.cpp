@@ -160,7 +160,8 @@ TEST(TimedQueueTest, KnowsItsThread) {
 void leaveNoRoomForAThread() {
   pthread_attr_t attributes;
   ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t(1) << 47), 0);
+  constexpr std::size_t nearlyAll = std::numeric_limits<std::size_t>::max() - (1 << 20);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, nearlyAll), 0);
   ASSERT_EQ(pthread_setattr_default_np(&attributes), 0);
 }
 
