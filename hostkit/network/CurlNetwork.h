@@ -95,7 +95,7 @@ class VELLORA_EXPORT CurlNetwork final : public CorvaneSDK::Network {
     /// A body with more JSON values, counted as commas and opening brackets, fails with `tooManyValues`:
     /// reading one takes up to a hundred times the memory of its text.
     std::size_t maxBodyValues = 1'000'000;
-    /// How long connecting may take. The request as a whole, redirects included, may take its
+    /// How long connecting may take, a day at most. The request as a whole, redirects included, may take its
     /// `timeoutInterval`, counted from when it is sent: 60 seconds where that is no positive number, a day at
     /// most. Eight are sent at a time. One that waits fails with `timedOut`, unsent, when no request has been
     /// answered for as long as its own `timeoutInterval`.

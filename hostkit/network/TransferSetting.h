@@ -37,9 +37,11 @@ struct TransferSetting {
   bool pausesWhenRefused = false;           ///< leaves a server alone that says 429 or 503
 };
 
-/// `seconds` in the unit that curl takes; 1 at least, since 0 stands for "no limit" there.
+/// `seconds` in the unit that curl takes: 1 at least, since 0 stands for "no limit" there, and a day at most,
+/// which every `long` holds.
 [[nodiscard]] inline long wholeMilliseconds(double seconds) {
-  return std::max(1L, static_cast<long>(seconds * 1000));
+  constexpr double longest = 24 * 60 * 60;
+  return std::max(1L, static_cast<long>(1000 * std::max(0.0, std::min(longest, seconds))));
 }
 
 }  // namespace vellora::hostkit
