@@ -76,11 +76,12 @@ class VELLORA_EXPORT Error {
   /// That trying again may help, and when; absent when it doesn't, and for types that don't tell.
   [[nodiscard]] std::optional<RetryAdvice> retryAdvice() const { return holder_->retryAdvice(); }
 
-  /// The concrete error when it is an `E`, else null; a base class of it is not found. Valid as long as this
-  /// handle or a copy lives.
+  /// The concrete error when it is an `E`, else null; a base class of it is not found, nor what a source
+  /// without run-time type information (`-fno-rtti`) made an `Error` of. Valid as long as this handle or a
+  /// copy lives.
   template <class E>
   [[nodiscard]] const E* as() const noexcept {
-    const auto* holder = dynamic_cast<const Holder<E>*>(holder_.get());
+    const auto* holder = holder_->tellsItsType() ? dynamic_cast<const Holder<E>*>(holder_.get()) : nullptr;
     return holder ? &holder->error : nullptr;
   }
 
@@ -90,6 +91,8 @@ class VELLORA_EXPORT Error {
     [[nodiscard]] virtual std::string localizedDescription() const = 0;
     [[nodiscard]] virtual std::string description() const = 0;
     [[nodiscard]] virtual std::optional<RetryAdvice> retryAdvice() const = 0;
+    /// A `dynamic_cast` of a holder that doesn't would read a type where there is none.
+    [[nodiscard]] virtual bool tellsItsType() const = 0;
   };
 
   template <class E>
@@ -109,6 +112,13 @@ class VELLORA_EXPORT Error {
       } else {
         return std::nullopt;
       }
+    }
+    [[nodiscard]] bool tellsItsType() const override {
+#ifdef __cpp_rtti
+      return true;
+#else
+      return false;
+#endif
     }
     E error;
   };
