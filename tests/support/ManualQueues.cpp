@@ -70,7 +70,7 @@ struct SerialDispatchQueue::Strand {
 };
 
 SerialDispatchQueue::SerialDispatchQueue(std::string label, DispatchQoS qos)
-    : label_(std::move(label)), qos_(qos), strand_(std::make_unique<Strand>()) {
+    : label_(std::move(label)), qos_(qos), strand_(std::make_shared<Strand>()) {
   madeQueues.push_back({label_, qos_});
 }
 

@@ -23,7 +23,8 @@ enum class DispatchQoS { unspecified, background, utility, standard, userInitiat
 ///
 /// Threads: `async` may be called from any thread, also from work running on the queue itself.
 ///
-/// Errors: `async` may throw `std::bad_alloc`; the work is then not submitted.
+/// Errors: `async` may throw `std::bad_alloc`, on the library's own queues also where the system has no
+/// thread at all; the work is then not submitted.
 class VELLORA_EXPORT DispatchQueue {
  public:
   /// One piece of work; not empty.

@@ -14,8 +14,9 @@ namespace vellora {
 ///     queue->async([] { loadSettings(); });
 ///     queue->async([] { showSettings(); });  // after it, and sees what it wrote
 ///
-/// Many may be made: a queue has no thread of its own. All share the pool's, one for each core and at least
-/// four, which last as long as the process. Work that blocks takes one of them away from all queues.
+/// Many may be made: a queue has no thread of its own. All share the pool's, at most one for each core or
+/// four. A thread begins when work needs it, and ends when it has had none for ten seconds. Work that blocks
+/// takes one of them away from all queues.
 ///
 /// Ownership: dropping the last handle does not wait; work that was submitted still runs.
 ///
@@ -43,7 +44,7 @@ class VELLORA_EXPORT SerialDispatchQueue final : public DispatchQueue {
 
   std::string label_;
   DispatchQoS qos_;
-  std::unique_ptr<Strand> strand_;
+  std::shared_ptr<Strand> strand_;
 };
 
 }  // namespace vellora

@@ -11,19 +11,20 @@
 #include <utility>
 
 #include "vellora/Platform/Queues/Alarms.h"
+#include "vellora/Platform/Queues/Sleep.h"
 
 namespace vellora {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Moment = Sleep::Moment;
 
 constexpr TimedQueue::Delay longest = std::chrono::hours(24 * 365);
 
 class SystemTimedQueue final : public TimedQueue {
  public:
   Alarm after(Delay delay, Work work) override {
-    const auto moment = Clock::now() + std::chrono::duration_cast<Clock::duration>(bounded(delay));
+    const auto moment = Sleep::now() + std::chrono::duration_cast<Sleep::Clock::duration>(bounded(delay));
     const std::lock_guard lock(mutex_);
     if (!started_) start();
     const Alarm alarm = alarms_.add(moment, std::move(work));
@@ -40,7 +41,7 @@ class SystemTimedQueue final : public TimedQueue {
     removed = alarms_.remove(alarm);
   }
 
-  [[nodiscard]] Delay time() const override { return Clock::now().time_since_epoch(); }
+  [[nodiscard]] Delay time() const override { return Sleep::now().time_since_epoch(); }
   [[nodiscard]] bool runsHere() const override { return thread_ == std::this_thread::get_id(); }
 
  private:
@@ -68,27 +69,23 @@ class SystemTimedQueue final : public TimedQueue {
     std::unique_lock lock(mutex_);
     while (true) {
       const auto expected = std::exchange(wakesAt_, isAwake);
-      const auto moment = Clock::now();
+      const auto moment = Sleep::now();
       if (auto work = alarms_.takeDue(moment)) return work;
-      wakesAt_ = alarms_.next().value_or(Clock::time_point::max());
+      wakesAt_ = alarms_.next().value_or(Sleep::never);
       if (expected > moment) wakesAt_ = std::min(wakesAt_, expected);
-      if (const auto until = wakesAt_; until < Clock::time_point::max()) {
-        earlier_.wait_until(lock, until);
-      } else {
-        earlier_.wait(lock);
-      }
+      Sleep::on(earlier_, lock, wakesAt_);
     }
   }
 
-  static constexpr auto isAwake = Clock::time_point::min();
+  static constexpr auto isAwake = Moment::min();
 
   std::atomic<std::thread::id> thread_;
   std::mutex mutex_;  // guards what follows
   // Until when the thread sleeps. That stays so when the alarm is cancelled, as most are: the next one would
   // have to wake it again.
-  Clock::time_point wakesAt_ = isAwake;
+  Moment wakesAt_ = isAwake;
   std::condition_variable earlier_;
-  Alarms<Clock::time_point> alarms_;
+  Alarms<Moment> alarms_;
   bool started_ = false;
 };
 

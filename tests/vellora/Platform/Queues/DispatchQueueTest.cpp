@@ -6,11 +6,14 @@
 #include <cstdlib>
 #include <future>
 #include <latch>
+#include <list>
 #include <memory>
+#include <new>
 #include <thread>
 #include <vector>
 
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/ThreadCount.h"
 
 namespace vellora {
 namespace {
@@ -80,6 +83,49 @@ TEST(SerialDispatchQueueTest, TwoQueuesDoNotWaitForEachOther) {
   });
   other.async([&] { fromOther.set_value(); });
   done.get_future().wait();
+}
+
+/// A queue whose work submits itself again until it is told to stop.
+class EndlessQueue {
+ public:
+  explicit EndlessQueue(const std::atomic<bool>& stop) : stop_(stop) { goOn(); }
+  void waitForEnd() { ended_.get_future().wait(); }
+
+ private:
+  void goOn() {
+    queue_.async([this] { stop_ ? ended_.set_value() : goOn(); });
+  }
+
+  const std::atomic<bool>& stop_;
+  std::promise<void> ended_;
+  SerialDispatchQueue queue_{"endless"};
+};
+
+TEST(SerialDispatchQueueTest, QueuesThatNeverRunEmptyLeaveOthersTheirTurn) {
+  std::atomic<bool> stop = false;
+  std::list<EndlessQueue> queues;
+  while (queues.size() < 2 * detail::threadCount()) queues.emplace_back(stop);
+  DispatchQueue::global(DispatchQoS::unspecified)->async([&] { stop = true; });
+  for (EndlessQueue& queue : queues) queue.waitForEnd();
+  EXPECT_TRUE(stop);
+}
+
+TEST(SerialDispatchQueueTest, WorkThatRunsOutOfMemoryKeepsNoneBehindItWaiting) {
+  SerialDispatchQueue queue("serial");
+  std::promise<void> done;
+  queue.async([] { throw std::bad_alloc(); });
+  queue.async([&] { done.set_value(); });
+  done.get_future().wait();
+  SUCCEED() << "the queue has gone on";
+}
+
+TEST(SerialDispatchQueueTest, WorkIsLetGoBeforeTheNextRuns) {
+  SerialDispatchQueue queue("serial");
+  std::promise<long> holders;
+  const auto captured = std::make_shared<int>();
+  queue.async([captured] {});
+  queue.async([&] { holders.set_value(captured.use_count()); });
+  EXPECT_EQ(holders.get_future().get(), 1);
 }
 
 TEST(GlobalDispatchQueueTest, IsOneForTheProcessAndRunsWork) {

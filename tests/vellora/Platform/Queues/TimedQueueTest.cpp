@@ -1,14 +1,12 @@
 #include "vellora/Platform/Queues/TimedQueue.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <cstddef>
 #include <cstdlib>
 #include <fstream>
 #include <future>
@@ -21,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/NoMoreThreads.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 
 namespace vellora {
@@ -156,17 +155,8 @@ TEST(TimedQueueTest, KnowsItsThread) {
   EXPECT_FALSE(timer->runsHere());
 }
 
-/// From here on no thread's stack fits into the address space.
-void leaveNoRoomForAThread() {
-  pthread_attr_t attributes;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  constexpr std::size_t nearlyAll = std::numeric_limits<std::size_t>::max() - (1 << 20);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, nearlyAll), 0);
-  ASSERT_EQ(pthread_setattr_default_np(&attributes), 0);
-}
-
 [[noreturn]] void setAnAlarmWithoutAThread() {
-  leaveNoRoomForAThread();
+  tests::leaveNoRoomForAThread();
   try {
     static_cast<void>(TimedQueue::system()->after(0s, [] {}));
   } catch (const std::bad_alloc&) {

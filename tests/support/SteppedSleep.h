@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace vellora::tests {
+
+/// The sleep of every thread of the library and of the ready-made host, in the program that links
+/// `vellora_stepped_sleep`. Their time stands still but for the steps that are made here.
+struct SteppedSleep {
+  /// Lets time pass, and wakes who waits for it. Gives back how many threads that were, once all of them are
+  /// awake. A thread that sleeps in a poll of its own cannot be woken so: it counts, and sleeps on.
+  static std::size_t pass(std::chrono::seconds time);
+
+  /// Returns once that many threads sleep, or more.
+  static void waitForSleepers(std::size_t count);
+
+  /// How many threads sleep that no time wakes.
+  [[nodiscard]] static std::size_t untimedSleepers();
+};
+
+}  // namespace vellora::tests
