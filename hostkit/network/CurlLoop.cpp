@@ -3,7 +3,6 @@
 #include <curl/curl.h>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <system_error>
@@ -110,12 +109,13 @@ void CurlLoop::run() {
     holdBackWaiting();
     beginWaiting();
     // Taken first: an answer that came in time counts, however long completions then take.
-    const auto now = CurlTransfer::Clock::now();
+    const auto now = Sleep::now();
     int running = 0;
     curl_multi_perform(multi_->handle.get(), &running);
     finishTransfers();
     expireTransfers(now);
-    curl_multi_poll(multi_->handle.get(), nullptr, 0, millisecondsToWait(), nullptr);
+    Sleep::in([this](int longest) { curl_multi_poll(multi_->handle.get(), nullptr, 0, longest, nullptr); },
+              wakesAt());
   }
   failAll();
 }
@@ -131,7 +131,7 @@ bool CurlLoop::takeArrivals() {
     if (transfer->isSettled()) {
       transfer->deliver();
     } else {
-      waiting_.add(std::move(transfer), CurlTransfer::Clock::now());
+      waiting_.add(std::move(transfer), Sleep::now());
     }
   }
   return true;
@@ -139,7 +139,7 @@ bool CurlLoop::takeArrivals() {
 
 // What waits is told at once: it may know another way, or when to come back.
 void CurlLoop::holdBackWaiting() {
-  const auto refusal = pause_.refusalAt(CurlTransfer::Clock::now());
+  const auto refusal = pause_.refusalAt(Sleep::now());
   if (!refusal) return;
   for (const auto& transfer : waiting_.takeAll()) {
     --queued_;
@@ -185,7 +185,7 @@ void CurlLoop::finishTransfers() {
     if (message->msg == CURLMSG_DONE) finished.emplace_back(message->easy_handle, message->data.result);
   }
   for (const auto& [handle, code] : finished) {
-    if (code != CURLE_OPERATION_TIMEDOUT) waiting_.noteProgress(CurlTransfer::Clock::now());
+    if (code != CURLE_OPERATION_TIMEDOUT) waiting_.noteProgress(Sleep::now());
     std::unique_ptr<CurlTransfer> transfer = release(handle);
     transfer->finish(code);
     if (transfer->isSettled()) {
@@ -212,7 +212,7 @@ void CurlLoop::putDeadlinesOff(CurlTransfer::Clock::duration by) {
 }
 
 void CurlLoop::noteAnswer(const CurlTransfer& transfer) {
-  if (setting_.pausesWhenRefused) transfer.report(pause_, CurlTransfer::Clock::now());
+  if (setting_.pausesWhenRefused) transfer.report(pause_, Sleep::now());
 }
 
 // curl's own time-out would not count the redirects before, and knows nothing of those that wait here.
@@ -252,13 +252,11 @@ std::unique_ptr<CurlTransfer> CurlLoop::release(void* handle) {
   return std::move(active_.extract(handle).mapped());
 }
 
-int CurlLoop::millisecondsToWait() const {
-  using std::chrono::milliseconds;
-  if (mayBegin()) return 0;
-  auto soonest = std::min(CurlTransfer::Clock::now() + std::chrono::minutes(1), waiting_.soonestExpiry());
+Sleep::Moment CurlLoop::wakesAt() const {
+  if (mayBegin()) return Sleep::now();
+  auto soonest = waiting_.soonestExpiry();
   for (const auto& [handle, transfer] : active_) soonest = std::min(soonest, transfer->deadline());
-  const auto wait = std::chrono::ceil<milliseconds>(soonest - CurlTransfer::Clock::now());
-  return static_cast<int>(std::max(wait, milliseconds(0)).count());
+  return soonest;
 }
 
 }  // namespace vellora::hostkit

@@ -11,6 +11,7 @@
 #include "hostkit/network/ServerPause.h"
 #include "hostkit/network/TransferSetting.h"
 #include "hostkit/network/WaitingTransfers.h"
+#include "vellora/Platform/Queues/Sleep.h"
 #include "vellora/Platform/Values/Result.h"
 
 namespace vellora::hostkit {
@@ -61,7 +62,7 @@ class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
   void expireTransfers(CurlTransfer::Clock::time_point now);
   void failAll();
   [[nodiscard]] std::unique_ptr<CurlTransfer> release(void* handle);
-  [[nodiscard]] int millisecondsToWait() const;
+  [[nodiscard]] Sleep::Moment wakesAt() const;
 
   // Constant after construction.
   const TransferSetting setting_;

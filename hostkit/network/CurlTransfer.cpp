@@ -13,6 +13,7 @@
 #include "hostkit/network/ServerWords.h"
 #include "hostkit/network/TransferError.h"
 #include "hostkit/network/Validators.h"
+#include "vellora/Platform/Queues/Sleep.h"
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora::hostkit {
@@ -41,7 +42,7 @@ CurlTransfer::CurlTransfer(const TransferSetting& setting, Result<CurlRequest> r
                            CorvaneSDK::Network::Completion completion)
     : setting_(setting),
       path_(std::move(path)),
-      begun_(Clock::now()),
+      begun_(Sleep::now()),
       completion_(std::move(completion)),
       request_(request ? request.value() : CurlRequest{}),
       revalidation_(request ? setting.bodies : nullptr, setting.secrets),
@@ -61,7 +62,7 @@ void* CurlTransfer::prepareHandle(Connections& connections) {
   handle_ = std::make_unique<CurlHandle>();
   url_ = request_.url;
   const CurlRequest sent = revalidation_.withCondition(request_, url_);
-  sent_ = Clock::now();
+  sent_ = Sleep::now();
   deadline_ = sent_ + timeout();
   if (handle_->prepare(sent, setting_, connections, *this)) return handle_->easy();
   fail(Kind::unavailable);
@@ -305,7 +306,7 @@ void CurlTransfer::deliver() {
 }
 
 void CurlTransfer::tellObserver() const {
-  const std::chrono::duration<double> taken = Clock::now() - begun_;
+  const std::chrono::duration<double> taken = Sleep::now() - begun_;
   const int answered = wasUnchanged_ ? notModified : response_.statusCode;
   setting_.observer({path_, error_ ? error_->statusCode : answered, error_, answer_.size(), taken.count(),
                      error_ ? 0 : received_});

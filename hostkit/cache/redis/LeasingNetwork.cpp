@@ -16,6 +16,7 @@
 #include "hostkit/cache/redis/RedisStore.h"
 #include "hostkit/cache/rows/HexDigits.h"
 #include "hostkit/cache/rows/KeyedDigest.h"
+#include "vellora/Platform/Queues/Sleep.h"
 
 namespace vellora::hostkit {
 
@@ -23,8 +24,7 @@ using CorvaneSDK::NetRequest;
 
 namespace {
 
-using std::chrono::steady_clock;
-using Moment = steady_clock::time_point;
+using Moment = Sleep::Moment;
 using Completion = CorvaneSDK::Network::Completion;
 
 bool canBeShared(const NetRequest& request) {
@@ -65,7 +65,7 @@ struct Item {
   /// The request with the time that is left to it.
   [[nodiscard]] NetRequest rest() const {
     auto base = request.base();
-    const double left = base.timeoutInterval - wait.waited(steady_clock::now());
+    const double left = base.timeoutInterval - wait.waited(Sleep::now());
     base.timeoutInterval = std::max(left, base.timeoutInterval / 4);
     return NetRequest(std::move(base));
   }
@@ -124,7 +124,7 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
 
   void add(const NetRequest& request, Completion completion) {
     const std::string& url = request.base().url.absoluteString();
-    const Moment present = steady_clock::now();
+    const Moment present = Sleep::now();
     const LeaseWait wait(present, request.base().timeoutInterval, lease_, randomShare());
     Items added;
     added.push_back(std::make_shared<Item>(Item{request,
@@ -143,7 +143,7 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
   void run() {
     std::unique_lock lock(mutex_);
     while (!hasEnded_ || !waiting_.empty()) {
-      const Moment present = steady_clock::now();
+      const Moment present = Sleep::now();
       if (auto sent = dueRenewal(present)) {
         lock.unlock();
         renew(std::move(sent));
@@ -180,18 +180,17 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
   }
 
   void wait(std::unique_lock<std::mutex>& lock) {
-    Moment first = Moment::max();
+    Moment first = Sleep::never;
     for (const Items* items : {&waiting_, &sent_}) {
       for (const auto& item : *items) first = std::min(first, item->next);
     }
-    if (first == Moment::max()) return changed_.wait(lock);
-    changed_.wait_until(lock, first);
+    Sleep::on(changed_, lock, first);
   }
 
   /// Takes one item. It goes on waiting where nothing can be done with it.
   void decide(Items due, bool isLast) {
     Item& item = *due.front();
-    if (!isLast && !item.wait.isOver(steady_clock::now())) {
+    if (!isLast && !item.wait.isOver(Sleep::now())) {
       auto decision = asked(item);
       if (decision.answer) return hand(item, *std::move(decision.answer));
       if (!maySend(item, decision.turn)) return putBack(std::move(due));
@@ -199,7 +198,7 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
     const auto kept = due.front();
     {
       const std::lock_guard lock(mutex_);
-      kept->next = steady_clock::now() + lease_ / 3;
+      kept->next = Sleep::now() + lease_ / 3;
       sent_.splice(sent_.end(), due);
     }
     if (!hasSent(kept)) putBack(taken(*kept));
@@ -216,8 +215,8 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
   [[nodiscard]] static bool maySend(Item& item, RedisLeases::Turn turn) {
     if (turn == RedisLeases::Turn::own) return true;
     if (turn == RedisLeases::Turn::another) item.wait.noteHolder();
-    if (turn == RedisLeases::Turn::unknown) item.wait.noteFailure(steady_clock::now());
-    return item.wait.isOver(steady_clock::now());
+    if (turn == RedisLeases::Turn::unknown) item.wait.noteFailure(Sleep::now());
+    return item.wait.isOver(Sleep::now());
   }
 
   static void hand(Item& item, Data answer) {
@@ -262,7 +261,7 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
 
   void putBack(Items items) {
     const std::lock_guard lock(mutex_);
-    for (const auto& item : items) item->next = steady_clock::now() + interval_;
+    for (const auto& item : items) item->next = Sleep::now() + interval_;
     waiting_.splice(waiting_.end(), items);
   }
 

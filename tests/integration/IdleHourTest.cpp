@@ -1,0 +1,133 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <filesystem>
+#include <future>
+#include <iterator>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "apps/records-server/RecordsServer.h"
+#include "hostkit/StandardPlatformAPI.h"
+#include "hostkit/log/SpdlogLogger.h"
+#include "tests/support/SteppedSleep.h"
+#include "tests/support/TemporaryFolder.h"
+#include "vellora/Catalog/Catalog.h"
+#include "vellora/Platform/Queues/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/Sleep.h"
+#include "vellora/Platform/Queues/ThreadPool.h"
+#include "vellora/Services/VelloraService.h"
+
+// What an app's process does while nobody asks anything: nothing. The time of the threads is stepped.
+
+namespace vellora {
+namespace {
+
+using namespace std::chrono_literals;
+using detail::ThreadPool;
+using recordsserver::DataSet;
+using recordsserver::RecordsServer;
+using tests::SteppedSleep;
+
+/// How often a thread wakes in an hour; `sleepers` of them sleep at its begin and after each minute.
+std::size_t wakeUpsOfAnHour(std::size_t sleepers) {
+  std::size_t wakeUps = 0;
+  for (int minute = 0; minute < 60; ++minute) {
+    SteppedSleep::waitForSleepers(sleepers);
+    wakeUps += SteppedSleep::pass(1min);
+  }
+  return wakeUps;
+}
+
+/// Sleeps for a minute at a time, until it is destroyed.
+class PollingThread {
+ public:
+  ~PollingThread() {
+    {
+      const std::lock_guard lock(mutex_);
+      isOver_ = true;
+    }
+    over_.notify_one();
+    thread_.join();
+  }
+
+ private:
+  void poll() {
+    std::unique_lock lock(mutex_);
+    while (!isOver_) Sleep::on(over_, lock, Sleep::now() + 1min);
+  }
+
+  std::mutex mutex_;
+  std::condition_variable over_;
+  bool isOver_ = false;
+  std::thread thread_{[this] { poll(); }};
+};
+
+TEST(IdleHourTest, AThreadThatPollsIsCounted) {
+  const PollingThread thread;
+  EXPECT_EQ(wakeUpsOfAnHour(1), 60U);
+}
+
+TEST(IdleHourTest, APollThatIsAskedForByTheMinuteIsCounted) {
+  std::size_t wakeUps = 0;
+  Sleep::in([&](int) { wakeUps = wakeUpsOfAnHour(1); }, Sleep::now() + 1min);
+  EXPECT_EQ(wakeUps, 60U);
+}
+
+std::ptrdiff_t threadsOfTheProcess() {
+  using Entry = std::filesystem::directory_iterator;
+  return std::distance(Entry("/proc/self/task"), Entry());
+}
+
+class IdleProcessTest : public testing::Test {
+ protected:
+  [[nodiscard]] std::shared_ptr<CorvaneSDK::PlatformAPI> host() const {
+    return hostkit::StandardPlatformAPI::make(
+               {.server = server_->url(),
+                .cacheFile = folder_.file("cache.sqlite"),
+                .logger =
+                    hostkit::SpdlogLogger::toFile(folder_.file("log"), hostkit::SpdlogLogger::Level::info)
+                        .value()})
+        .value();
+  }
+
+  /// Lets time pass until nothing is due any more, and no thread is left but `ours`, which sleep.
+  void comeToRest(std::size_t ours) const {
+    const auto isAtRest = [&] {
+      return SteppedSleep::untimedSleepers() == ours &&
+             threadsOfTheProcess() == threadsBefore_ + static_cast<std::ptrdiff_t>(ours);
+    };
+    while (!isAtRest()) SteppedSleep::pass(ThreadPool::patience);
+  }
+
+ private:
+  const tests::TemporaryFolder folder_;
+  const std::unique_ptr<RecordsServer> server_ = RecordsServer::start(DataSet::builtIn()).value();
+  const std::ptrdiff_t threadsBefore_ = threadsOfTheProcess();
+};
+
+TEST_F(IdleProcessTest, WakesNoThreadInAnHourThoughCatalogueWatchAndFacadeAreThere) {
+  const auto shared = host();
+  const Catalog catalog(shared, {.cacheTimeout = 24h});
+  const auto type = [&] { return catalog.types({"Account"}); };
+  std::promise<void> watched;
+  const auto watch = catalog.watch(type, [&](const auto&) { watched.set_value(); });
+  watched.get_future().wait();
+  VelloraService facade(shared, 3600, "light", std::make_shared<SerialDispatchQueue>("VelloraService.queue"));
+  std::promise<std::size_t> found;
+  facade.objectPresentationInfoForApiNames({"Account"},
+                                           [&](const auto& infos) { found.set_value(infos.size()); });
+  ASSERT_EQ(found.get_future().get(), 1U);
+
+  constexpr std::size_t ours = 2;  // the network's thread, and that of the deadlines
+  comeToRest(ours);
+  EXPECT_EQ(wakeUpsOfAnHour(ours), 0U);
+
+  EXPECT_EQ(type().get().end, End::answered) << "threads have come again";
+}
+
+}  // namespace
+}  // namespace vellora
