@@ -27,28 +27,39 @@ using Sleepers = std::list<Sleeper>;
 
 std::atomic<Sleep::Clock::duration> passed{std::chrono::hours(1)};
 
-std::mutex noting;  // guards what follows
-std::condition_variable noted;
-Sleepers sleeping;
-std::size_t lastNumber = 0;
+struct Bedroom {
+  std::mutex mutex;  // guards what follows
+  std::condition_variable changed;
+  Sleepers sleepers;
+  std::size_t lastNumber = 0;
+};
+
+Bedroom& bedroom() {
+  // Never destroyed: threads sleep, and wake, while the process ends.
+  static auto* const room = new Bedroom();  // NOLINT(cppcoreguidelines-owning-memory)
+  return *room;
+}
 
 Sleepers::iterator note(Sleeper sleeper) {
-  const std::lock_guard lock(noting);
-  sleeper.number = ++lastNumber;
-  noted.notify_all();
-  return sleeping.insert(sleeping.end(), sleeper);
+  Bedroom& room = bedroom();
+  const std::lock_guard lock(room.mutex);
+  sleeper.number = ++room.lastNumber;
+  room.changed.notify_all();
+  return room.sleepers.insert(room.sleepers.end(), sleeper);
 }
 
 void erase(Sleepers::iterator sleeper) {
-  const std::lock_guard lock(noting);
-  sleeping.erase(sleeper);
-  noted.notify_all();
+  Bedroom& room = bedroom();
+  const std::lock_guard lock(room.mutex);
+  room.sleepers.erase(sleeper);
+  room.changed.notify_all();
 }
 
 std::vector<Sleeper> sleepersUntil(Sleep::Moment moment) {
-  const std::lock_guard lock(noting);
+  Bedroom& room = bedroom();
+  const std::lock_guard lock(room.mutex);
   std::vector<Sleeper> found;
-  std::copy_if(sleeping.begin(), sleeping.end(), std::back_inserter(found),
+  std::copy_if(room.sleepers.begin(), room.sleepers.end(), std::back_inserter(found),
                [&](const Sleeper& sleeper) { return sleeper.until <= moment; });
   return found;
 }
@@ -58,9 +69,10 @@ void wake(const Sleeper& sleeper) {
     const std::lock_guard lock(*sleeper.mutex);  // it has it until it sleeps
     sleeper.condition->notify_all();
   }
-  std::unique_lock lock(noting);
-  noted.wait(lock, [&] {
-    return std::none_of(sleeping.begin(), sleeping.end(),
+  Bedroom& room = bedroom();
+  std::unique_lock lock(room.mutex);
+  room.changed.wait(lock, [&] {
+    return std::none_of(room.sleepers.begin(), room.sleepers.end(),
                         [&](const Sleeper& each) { return each.number == sleeper.number; });
   });
 }
@@ -95,14 +107,17 @@ std::size_t SteppedSleep::pass(std::chrono::seconds time) {
 }
 
 void SteppedSleep::waitForSleepers(std::size_t count) {
-  std::unique_lock lock(noting);
-  noted.wait(lock, [&] { return sleeping.size() >= count; });
+  Bedroom& room = bedroom();
+  std::unique_lock lock(room.mutex);
+  room.changed.wait(lock, [&] { return room.sleepers.size() >= count; });
 }
 
 std::size_t SteppedSleep::untimedSleepers() {
-  const std::lock_guard lock(noting);
-  return static_cast<std::size_t>(std::count_if(
-      sleeping.begin(), sleeping.end(), [](const Sleeper& each) { return each.until == Sleep::never; }));
+  Bedroom& room = bedroom();
+  const std::lock_guard lock(room.mutex);
+  return static_cast<std::size_t>(
+      std::count_if(room.sleepers.begin(), room.sleepers.end(),
+                    [](const Sleeper& each) { return each.until == Sleep::never; }));
 }
 
 }  // namespace tests
