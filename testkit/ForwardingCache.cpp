@@ -33,6 +33,10 @@ std::shared_ptr<CacheTable> ForwardingCache::createTable(const CorvaneSDK::Table
   return wrapTable(next().createTable(table), table.key());
 }
 
+void ForwardingCache::releaseMemory() {
+  next().releaseMemory();
+}
+
 std::shared_ptr<CacheTable> ForwardingCache::wrapTable(std::shared_ptr<CacheTable> table,
                                                        const std::string&) {
   return table;

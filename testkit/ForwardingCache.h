@@ -30,6 +30,7 @@ class VELLORA_EXPORT ForwardingCache : public CorvaneSDK::Cache {
   bool remove(const std::string& key) override;
   [[nodiscard]] std::shared_ptr<CorvaneSDK::CacheTable> openTable(const std::string& tableKey) override;
   [[nodiscard]] std::shared_ptr<CorvaneSDK::CacheTable> createTable(const CorvaneSDK::Table& table) override;
+  void releaseMemory() override;
 
  protected:
   /// The cache that the calls go to.

@@ -170,6 +170,10 @@ vellora_error* vellora_forget(vellora_catalog* catalog) {
   return atBorder([&] { needed(catalog, "The catalogue").catalog.forget(); });
 }
 
+vellora_error* vellora_release_memory(vellora_catalog* catalog) {
+  return atBorder([&] { needed(catalog, "The catalogue").catalog.releaseMemory(); });
+}
+
 void vellora_answer_free(vellora_answer* answer) {
   delete answer;
 }

@@ -352,6 +352,10 @@ VELLORA_C_API vellora_error* vellora_state(vellora_catalog* catalog, vellora_ans
  * sign-out. When it has returned, nothing is written any more for what was asked before. */
 VELLORA_C_API vellora_error* vellora_forget(vellora_catalog* catalog);
 
+/* Lets go of what is only remembered, as when the system is short of memory. Nothing is lost, and questions
+ * under way go on; the next one that needs a list decodes it once more. */
+VELLORA_C_API vellora_error* vellora_release_memory(vellora_catalog* catalog);
+
 /* ---- Answers: immutable, may be read from several threads at once ---- */
 
 /* Frees an answer; NULL is none. What was read from it goes with it. */

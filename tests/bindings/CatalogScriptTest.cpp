@@ -225,6 +225,7 @@ class ScriptCase {
       return prepare(word, rest);
     if (word == "sent") return static_cast<void>(kept = network_->sent());
     if (word == "forget") return catalog_->forget();
+    if (word == "release") return catalog_->releaseMemory();
     if (word == "state") return keep(readinessDocument(catalog_->readiness()));
     if (word == "again") return static_cast<void>(kept = watched_->awaitOne(++watchedSoFar_));
     if (word == "watch" && rest == "readiness") return watchReadiness();

@@ -40,6 +40,21 @@ TEST(ForwardingCacheTest, HandsOutTheTablesOfTheOtherCache) {
   EXPECT_EQ(cache.openTable("Themes"), created);
 }
 
+class CountingCache final : public ForwardingCache {
+ public:
+  using ForwardingCache::ForwardingCache;
+  void releaseMemory() override { ++releases; }
+
+  int releases = 0;
+};
+
+TEST(ForwardingCacheTest, HasTheOtherCacheReleaseItsMemory) {
+  const auto counting = std::make_shared<CountingCache>(std::make_shared<TinyCache>());
+  ForwardingCache cache(counting);
+  cache.releaseMemory();
+  EXPECT_EQ(counting->releases, 1);
+}
+
 class DeafTable : public ForwardingCacheTable {
  public:
   using ForwardingCacheTable::ForwardingCacheTable;

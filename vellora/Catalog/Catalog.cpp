@@ -56,6 +56,10 @@ void Catalog::forget() const {
   implementation_->forget();
 }
 
+void Catalog::releaseMemory() const {
+  implementation_->releaseMemory();
+}
+
 Readiness Catalog::readiness() const {
   return implementation_->readiness().value();
 }

@@ -119,6 +119,13 @@ class VELLORA_EXPORT Catalog {
   /// could; call it again then.
   void forget() const;
 
+  /// Lets go of all that is only remembered, as when the system is short of memory: lists in their decoded
+  /// form, what the host's cache keeps of its rows in memory, and the pool's threads that have no work, with
+  /// their parsers. Nothing is lost, and questions under way go on; the next one that needs a list decodes it
+  /// once more. What a thread is just working with goes when that is done. It may wait for what the host's
+  /// cache is just doing, and throws nothing.
+  void releaseMemory() const;
+
   /// Whether both lists are there.
   [[nodiscard]] Readiness readiness() const;
 

@@ -223,6 +223,10 @@ void Catalog::Implementation::forget() const {
   begin();
 }
 
+void Catalog::Implementation::releaseMemory() const {
+  if (const auto session = session_.value()) session->services.releaseMemory();
+}
+
 Publisher<Readiness> Catalog::Implementation::readinessStream() const {
   auto onValue = [gate = gate_](auto& to, Readiness&& value) {
     gate->run([&] { to.observer->receive(std::move(value)); });

@@ -59,6 +59,7 @@ class Catalog::Implementation {
     return token;
   }
   void forget() const;
+  void releaseMemory() const;
 
   [[nodiscard]] const Published<Readiness>& readiness() const noexcept { return readiness_; }
   [[nodiscard]] Publisher<Readiness> readinessStream() const;

@@ -21,12 +21,17 @@ struct MetadataServices {
       : themes(std::make_shared<ThemeDataService>(api, cacheTimeout)),
         sObjects(std::make_shared<SObjectsDataService>(api, cacheTimeout)),
         layouts(std::make_shared<LayoutDataService>(api, cacheTimeout)),
-        compactLayouts(std::make_shared<CompactLayoutDataService>(api, cacheTimeout)) {}
+        compactLayouts(std::make_shared<CompactLayoutDataService>(api, cacheTimeout)),
+        cache(api.cache) {}
+
+  /// Lets go of what services, host's cache and threads only remember, as `Catalog::releaseMemory` says.
+  void releaseMemory() const;
 
   const std::shared_ptr<ThemeDataService> themes;
   const std::shared_ptr<SObjectsDataService> sObjects;
   const std::shared_ptr<LayoutDataService> layouts;
   const std::shared_ptr<CompactLayoutDataService> compactLayouts;
+  const std::shared_ptr<CorvaneSDK::Cache> cache;  // that all four use
 };
 
 }  // namespace vellora

@@ -106,6 +106,10 @@ void SObjectsCache::dropListViews() const {
 
 void SObjectsCache::forget() const {
   table_.forget();
+  releaseMemory();
+}
+
+void SObjectsCache::releaseMemory() const {
   list_.forget();
   keyPrefixes_.forget();
 }

@@ -72,6 +72,9 @@ class SObjectsCache {
   /// Purges and removes everything, and what is kept of it in decoded form.
   void forget() const;
 
+  /// Lets go of what is kept in decoded form.
+  void releaseMemory() const;
+
  private:
   void saveKeyPrefixes(const std::vector<SObject>& sObjects) const;
 

@@ -126,6 +126,10 @@ void SObjectsDataService::forget() const {
   cache_->forget();
 }
 
+void SObjectsDataService::releaseMemory() const {
+  cache_->releaseMemory();
+}
+
 void SObjectsDataService::log(std::string_view text) const {
   logger_->log(text, LogLevel::info);
 }

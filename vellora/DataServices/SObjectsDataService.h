@@ -179,6 +179,9 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   /// Purges and removes all that the service wrote.
   void forget() const;
 
+  /// Lets go of what is kept in decoded form. The next lookup that needs it decodes it anew.
+  void releaseMemory() const;
+
  private:
   struct IdTuple;
   struct NameTuple;

@@ -264,6 +264,10 @@ Publisher<ThemeDataService::Themes> ThemeDataService::sharedThemes(const Fetchin
 
 void ThemeDataService::forget() const {
   table_->forget();
+  releaseMemory();
+}
+
+void ThemeDataService::releaseMemory() const {
   list_->forget();
 }
 

@@ -138,6 +138,9 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   /// Purges and removes all that the service wrote.
   void forget() const;
 
+  /// Lets go of what is kept in decoded form. The next lookup that needs it decodes it anew.
+  void releaseMemory() const;
+
  private:
   using ThemeTuple = std::pair<std::string, std::optional<ThemeItem>>;
 

@@ -51,6 +51,11 @@ class VELLORA_EXPORT Cache {
   /// cannot store rows returns a table that stays empty. Behind `CacheTable::create`.
   [[nodiscard]] virtual std::shared_ptr<CacheTable> createTable(const Table& table) = 0;
 
+  /// Lets go of what is kept in memory only so that it is found faster; nothing that was stored is lost.
+  /// Called when the host's program has asked for it, with `Catalog::releaseMemory`. A cache of yours that
+  /// keeps nothing so need not say so. It throws nothing.
+  virtual void releaseMemory() {}
+
  protected:
   Cache() = default;
   Cache(const Cache&) = default;

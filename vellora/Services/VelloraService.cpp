@@ -82,6 +82,10 @@ const MetadataServices& VelloraService::services() const {
   return implementation_->services();
 }
 
+void VelloraService::releaseMemory() const {
+  implementation_->services().releaseMemory();
+}
+
 // Each lookup keeps the implementation until it returns. The service may be destroyed earlier, by a
 // completion or by an observer of the state, on this thread or on another. A presentation lookup has to end
 // then, so it keeps no copy of the service's handle.

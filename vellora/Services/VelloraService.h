@@ -141,6 +141,10 @@ class VELLORA_EXPORT VelloraService final : public VelloraServicing {
   /// prefetch. It needs no request but for a list view whose type is not cached. Reads the host's cache.
   [[nodiscard]] bool primedAndCached() const;
 
+  /// Lets go of all that is only remembered, as `Catalog::releaseMemory` does: when the system is short of
+  /// memory.
+  void releaseMemory() const;
+
   void objectPresentationInfoForIds(const std::vector<std::string>& ids,
                                     PresentationCompletion completion) override;
   void objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,

@@ -166,6 +166,10 @@ void forget(JNIEnv* env, jclass /*natives*/, jlong catalog) {
   raise(env, vellora_forget(handleOf<vellora_catalog>(catalog)));
 }
 
+void releaseMemory(JNIEnv* env, jclass /*natives*/, jlong catalog) {
+  raise(env, vellora_release_memory(handleOf<vellora_catalog>(catalog)));
+}
+
 void reply(JNIEnv* env, jclass /*natives*/, jlong request, jbyteArray bodyBytes, jbyteArray errorBytes,
            jboolean mayRetry, jdouble retryAfter) {
   vellora_response response{};
@@ -224,6 +228,7 @@ bool registerNatives(JNIEnv* env) {
       method("free", "(J)V", freeQuestion),
       method("state", "(J)[B", state),
       method("forget", "(J)V", forget),
+      method("releaseMemory", "(J)V", releaseMemory),
       method("reply", "(J[B[BZD)V", reply),
       method("giveRow", "(J[[B[B[B)V", giveRow),
   };

@@ -155,6 +155,17 @@ public final class Catalog implements AutoCloseable {
   }
 
   /**
+   * Lets go of what is only remembered, as when the system is short of memory. Nothing is lost, and questions under way go
+   * on; the next one that needs a list decodes it once more.
+   */
+  public void releaseMemory() {
+    lifetime.use(catalog -> {
+      Native.releaseMemory(catalog);
+      return null;
+    });
+  }
+
+  /**
    * Gives all questions up: their futures are cancelled when it returns, and nothing is called any more. It waits for a
    * call that runs, unless it is called from inside it. A second time does nothing. A host's function must not close a
    * catalogue, and is refused.

@@ -22,6 +22,8 @@ final class Native {
 
   static native void forget(long catalog);
 
+  static native void releaseMemory(long catalog);
+
   /** One of {@code body} and {@code error} is null; the latter ends with a zero. */
   static native void reply(long request, byte[] body, byte[] error, boolean mayRetry, double retryAfter);
 

@@ -149,6 +149,7 @@ for _begin in ("vellora_ask", "vellora_watch"):
 _declare("vellora_question_free", None, c_void_p)
 _declare("vellora_state", c_void_p, c_void_p, POINTER(c_void_p))
 _declare("vellora_forget", c_void_p, c_void_p)
+_declare("vellora_release_memory", c_void_p, c_void_p)
 _declare("vellora_answer_document", c_void_p, c_void_p, POINTER(Text))
 _declare("vellora_answer_free", None, c_void_p)
 

@@ -194,6 +194,12 @@ class Catalog:
         with self._lifetime.use() as catalog:
             _native.check(_native.library.vellora_forget(catalog))
 
+    def release_memory(self) -> None:
+        """Lets go of what is only remembered, as when the system is short of memory. Nothing is lost, and questions under way
+        go on; the next one that needs a list decodes it once more."""
+        with self._lifetime.use() as catalog:
+            _native.check(_native.library.vellora_release_memory(catalog))
+
     def close(self) -> None:
         """Gives all questions up: they are cancelled when it returns, and watches end. It waits for a callback that runs,
         unless it is called from inside it. A second time does nothing."""

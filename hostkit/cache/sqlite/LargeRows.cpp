@@ -29,4 +29,9 @@ void LargeRows::forget(std::int64_t sequence) {
   rows_.erase(found);
 }
 
+void LargeRows::forgetAll() {
+  rows_ = {};
+  size_ = 0;
+}
+
 }  // namespace vellora::hostkit

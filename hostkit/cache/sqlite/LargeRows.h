@@ -48,6 +48,9 @@ class LargeRows {
   /// Lets go of a row that is deleted.
   void forget(std::int64_t sequence);
 
+  /// Lets go of all rows.
+  void forgetAll();
+
  private:
   struct Kept {
     Identity identity;

@@ -66,4 +66,8 @@ std::shared_ptr<CorvaneSDK::CacheTable> SQLiteCache::createTable(const CorvaneSD
   return SQLiteCacheTable::create(store_, table);
 }
 
+void SQLiteCache::releaseMemory() {
+  store_->releaseMemory();
+}
+
 }  // namespace vellora::hostkit

@@ -96,6 +96,9 @@ class VELLORA_EXPORT SQLiteCache final : public CorvaneSDK::Cache {
   [[nodiscard]] std::shared_ptr<CorvaneSDK::CacheTable> openTable(const std::string& tableKey) override;
   [[nodiscard]] std::shared_ptr<CorvaneSDK::CacheTable> createTable(const CorvaneSDK::Table& table) override;
 
+  /// Lets go of the large rows, and of SQLite's pages; waits for its turn.
+  void releaseMemory() override;
+
  private:
   explicit SQLiteCache(std::shared_ptr<SQLiteStore> store);
 

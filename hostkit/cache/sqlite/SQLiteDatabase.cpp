@@ -163,6 +163,11 @@ bool SQLiteDatabase::moved() const {
   return answer != 0;
 }
 
+void SQLiteDatabase::releaseMemory() {
+  largeRows_.forgetAll();
+  sqlite3_db_release_memory(handle_);
+}
+
 void SQLiteDatabase::leaveUntouchedOnClose() {
   sqlite3_db_config(handle_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }

@@ -75,6 +75,9 @@ class SQLiteDatabase {
   /// What is kept of the rows that were read from it.
   [[nodiscard]] LargeRows& largeRows() { return largeRows_; }
 
+  /// Lets go of the rows and pages that are kept in memory.
+  void releaseMemory();
+
   /// Lets closing leave the file and its log as they are.
   void leaveUntouchedOnClose();
 

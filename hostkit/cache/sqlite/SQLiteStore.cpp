@@ -49,6 +49,11 @@ bool SQLiteStore::perform(const Operation& operation, Access access) {
   return !failure;
 }
 
+void SQLiteStore::releaseMemory() {
+  const std::lock_guard lock(mutex_);
+  if (database_) database_->releaseMemory();
+}
+
 std::optional<Error> SQLiteStore::attempt(const Operation& operation) {
   const std::lock_guard lock(mutex_);
   std::optional<Error> failure;

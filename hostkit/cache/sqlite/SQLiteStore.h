@@ -41,6 +41,9 @@ class SQLiteStore {
   /// runs under the lock. True when it met with no failure. `access` is what the observer is told otherwise.
   bool perform(const Operation& operation, Access access = Access::writing);
 
+  /// Lets go of what the connection keeps in memory.
+  void releaseMemory();
+
   /// The present; called while no lock is held.
   [[nodiscard]] Date date() const { return clock_(); }
 

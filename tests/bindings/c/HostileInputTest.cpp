@@ -37,7 +37,7 @@ TEST_F(CHostileInputTest, NullIsAnErrorWhereSomethingIsNeeded) {
         vellora_ask(catalog.get(), VELLORA_ALL_TYPES, nullptr, 0, nullptr, nullptr, nullptr),
         vellora_watch(catalog.get(), VELLORA_ALL_TYPES, nullptr, 0, nullptr, nullptr, &question),
         vellora_wait(nullptr, &answer), vellora_state(nullptr, &answer),
-        vellora_state(catalog.get(), nullptr), vellora_forget(nullptr),
+        vellora_state(catalog.get(), nullptr), vellora_forget(nullptr), vellora_release_memory(nullptr),
         vellora_answer_document(nullptr, &document), vellora_answer_summary(nullptr, &summary)}) {
     const auto text = said(error);
     EXPECT_THAT(text, StartsWith("1: "));

@@ -414,6 +414,8 @@ static void run_line(script_case* self, const char* word, const char* rest) {
     keep(self, network_sent(&self->net));
   } else if (strcmp(word, "forget") == 0) {
     fine(vellora_forget(self->catalog));
+  } else if (strcmp(word, "release") == 0) {
+    fine(vellora_release_memory(self->catalog));
   } else if (strcmp(word, "state") == 0) {
     keep_state(self);
   } else if (strcmp(word, "again") == 0) {

@@ -166,8 +166,8 @@ class CatalogTest(unittest.TestCase):
         self.catalog.close()
         self.assertTrue(question.cancelled())
         self.catalog.close()
-        for use in (lambda: self.catalog.types(["Account"]), self.catalog.readiness, self.catalog.forget, self.catalog.refresh,
-                    self.catalog.watch_readiness):
+        for use in (lambda: self.catalog.types(["Account"]), self.catalog.readiness, self.catalog.forget,
+                    self.catalog.release_memory, self.catalog.refresh, self.catalog.watch_readiness):
             with self.assertRaisesRegex(VelloraError, "is closed"):
                 use()
 

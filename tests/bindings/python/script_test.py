@@ -130,6 +130,9 @@ class Script:
     def do_forget(self, _):
         self._catalog.forget()
 
+    def do_release(self, _):
+        self._catalog.release_memory()
+
     def do_sent(self, _):
         self._kept = " ".join(self._network.take_sent())
 

@@ -74,7 +74,8 @@ std::shared_ptr<ThreadPool::Turn> ThreadPool::waitForTurn(std::unique_lock<std::
   if (!first_) {
     const auto end = Sleep::now() + patience;
     ++idle_;
-    while (!first_ && Sleep::now() < end) Sleep::on(submitted_, lock, end);
+    const auto ends = ends_;
+    while (!first_ && ends == ends_ && Sleep::now() < end) Sleep::on(submitted_, lock, end);
     --idle_;
   }
   auto turn = std::move(first_);
@@ -83,6 +84,14 @@ std::shared_ptr<ThreadPool::Turn> ThreadPool::waitForTurn(std::unique_lock<std::
     --waiting_;
   }
   return turn;
+}
+
+void ThreadPool::endIdleThreads() {
+  {
+    const std::lock_guard lock(mutex_);
+    ++ends_;
+  }
+  submitted_.notify_all();
 }
 
 std::size_t ThreadPool::threads() const {

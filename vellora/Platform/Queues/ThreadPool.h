@@ -50,6 +50,9 @@ class ThreadPool {
   /// The same from inside its own `run`, at the end: its thread is free for it in a moment. Takes no memory.
   void submitAgain(std::shared_ptr<Turn> turn);
 
+  /// Has the threads that have no work end at once, with what each keeps. Does not wait for that.
+  void endIdleThreads();
+
   /// How many threads there are.
   [[nodiscard]] std::size_t threads() const;
 
@@ -65,6 +68,7 @@ class ThreadPool {
   std::size_t threads_ = 0;
   std::size_t idle_ = 0;     // of these
   std::size_t waiting_ = 0;  // turns
+  std::size_t ends_ = 0;     // calls of endIdleThreads
   std::shared_ptr<Turn> first_;
   Turn* last_ = nullptr;
 };

@@ -101,6 +101,7 @@ public final class CatalogTest {
     assertThrows(IllegalStateException.class, () -> catalog.watchTypes(ACCOUNT, answer -> {}));
     assertThrows(IllegalStateException.class, catalog::readiness);
     assertThrows(IllegalStateException.class, catalog::forget);
+    assertThrows(IllegalStateException.class, catalog::releaseMemory);
     assertEquals(0, catalog.underWay());
   }
 

@@ -104,6 +104,9 @@ public final class ScriptTest {
       case "forget":
         catalog.forget();
         break;
+      case "release":
+        catalog.releaseMemory();
+        break;
       case "sent":
         kept = String.join(" ", network.takeSent());
         break;

@@ -59,5 +59,17 @@ TEST(LargeRowsTest, ForgetsADeletedRowAndItsRoom) {
   EXPECT_NE(rows.find({2, 0, 0}), nullptr);
 }
 
+TEST(LargeRowsTest, ForgetsAllOfThemAndTheirRoom) {
+  LargeRows rows(30);
+  rows.keep({1, 0, 0}, rowOf(10));
+  rows.keep({2, 0, 0}, rowOf(20));
+  rows.forgetAll();
+  EXPECT_EQ(rows.find({1, 0, 0}), nullptr);
+  EXPECT_EQ(rows.find({2, 0, 0}), nullptr);
+  rows.keep({3, 0, 0}, rowOf(10));
+  rows.keep({4, 0, 0}, rowOf(20));
+  EXPECT_NE(rows.find({3, 0, 0}), nullptr);
+}
+
 }  // namespace
 }  // namespace vellora::hostkit

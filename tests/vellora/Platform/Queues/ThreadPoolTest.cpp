@@ -64,6 +64,22 @@ TEST_F(ThreadPoolTest, ItsThreadsEndWhenTheyHadNoWorkForTenSeconds) {
   EXPECT_EQ(SteppedSleep::pass(1h), 0U);
 }
 
+TEST_F(ThreadPoolTest, ThreadsWithoutWorkEndAtOnceWhenTheyAreToldTo) {
+  useAllThreads();
+  std::promise<void> begun;
+  std::promise<void> release;
+  runOnPool([&] {
+    begun.set_value();
+    release.get_future().wait();
+  });
+  begun.get_future().wait();
+  ThreadPool::shared().endIdleThreads();
+  while (ThreadPool::shared().threads() > 1) std::this_thread::yield();
+  release.set_value();
+  SteppedSleep::waitForSleepers(1);
+  EXPECT_EQ(ThreadPool::shared().threads(), 1U) << "the one that had work";
+}
+
 TEST_F(ThreadPoolTest, ThreadsComeAgainWithWork) {
   useAllThreads();
   SteppedSleep::pass(ThreadPool::patience);
