@@ -228,11 +228,14 @@ void Catalog::Implementation::releaseMemory() const {
 }
 
 Publisher<Readiness> Catalog::Implementation::readinessStream() const {
-  auto onValue = [gate = gate_](auto& to, Readiness&& value) {
-    gate->run([&] { to.observer->receive(std::move(value)); });
+  struct Gated {
+    decltype(gate_) gate;
+    void receive(const detail::Downstream<Readiness>& to, Readiness&& value) const {
+      gate->run([&] { to.receive(std::move(value)); });
+    }
   };
-  return Publisher<Readiness>(detail::behind<detail::Downstream<Readiness>>(
-      readiness_.stream().receive(options_.answersOn).source(), std::move(onValue), detail::PassEnd()));
+  return Publisher<Readiness>(detail::behind<Readiness, Readiness>(
+      readiness_.stream().receive(options_.answersOn).source(), Gated{gate_}));
 }
 
 template <class T, class Start>

@@ -23,12 +23,13 @@ template <class T, class Body>
 [[nodiscard]] Publisher<T> generated(Body body, Publisher<T> rest = Publisher<T>::sequence({})) {
   return Publisher<T>(
       detail::source<T>([body = std::move(body), rest = std::move(rest)](
-                            auto to, const SubscriptionScope& scope, detail::Use use) mutable {
+                            Observer<T> to, const SubscriptionScope& scope, detail::Use use) mutable {
         std::as_const(body)([&](T value) {
-          if (scope.isActive()) to->receive(std::move(value));
+          if (scope.isActive()) to.receive(std::move(value));
           return scope.isActive();
         });
-        if (scope.isActive()) detail::start<T>(detail::taken(rest, use).takeSource(), std::move(to), scope);
+        if (scope.isActive())
+          detail::start(detail::taken(rest, use).takeSource(), std::move(to).receiver(), scope);
       }));
 }
 

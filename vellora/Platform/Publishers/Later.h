@@ -21,11 +21,13 @@ namespace vellora {
 [[nodiscard]] inline Publisher<std::monostate> later(std::shared_ptr<TimedQueue> timer,
                                                      TimedQueue::Delay delay) {
   using Passed = std::monostate;
-  return Publisher<Passed>(detail::source<Passed>(
-      [timer = std::move(timer), delay](auto to, const SubscriptionScope& scope, detail::Use) {
-        const auto link = detail::Link<Passed>::make(std::move(to), scope);
+  return Publisher<Passed>(
+      detail::recipe([timer = std::move(timer), delay](detail::Handle<detail::Receiver> to,
+                                                       const SubscriptionScope& scope, detail::Use) {
+        const auto link = detail::Link::make(std::move(to), scope);
         const auto alarm = timer->after(delay, [link] {
-          link->receive({});
+          Passed passed;
+          link->receive(&passed);
           link->complete({});
         });
         scope.add([timer, alarm] { timer->cancel(alarm); });

@@ -1,16 +1,17 @@
 #pragma once
 
-#include <optional>
+#include <utility>
 
-#include "vellora/Platform/Values/Error.h"
+#include "vellora/Platform/Publishers/Completion.h"
+#include "vellora/Platform/Publishers/detail/Counted.h"
+#include "vellora/Platform/Publishers/detail/Receiver.h"
 
 namespace vellora {
 
-/// How a producer ended: with an error, or (no value) normally.
-using Completion = std::optional<Error>;
-
 /// Receives what a producer yields: any number of values, then at most one completion. A subscription that
 /// is cancelled has none.
+///
+/// Ownership: a handle. Copies share what stands behind it.
 ///
 /// Threads: called on whatever thread yields, one call at a time. The caller keeps the observer alive until
 /// its call returns.
@@ -19,18 +20,21 @@ using Completion = std::optional<Error>;
 template <class T>
 class Observer {
  public:
-  virtual ~Observer() = default;
+  /// `receiver` takes values of `T`.
+  explicit Observer(detail::Handle<detail::Receiver> receiver) : receiver_(std::move(receiver)) {}
 
-  /// Takes the next value. Not called after `complete`.
-  virtual void receive(T value) = 0;
+  /// Hands on the next value. Not called after `complete`.
+  void receive(T value) const { receiver_->receive(&value); }
 
-  /// Takes the end. It is the last call.
-  virtual void complete(Completion completion) = 0;
+  /// Hands on the end. It is the last call.
+  void complete(Completion completion) const { receiver_->complete(std::move(completion)); }
 
- protected:
-  Observer() = default;
-  Observer(const Observer&) = default;
-  Observer& operator=(const Observer&) = default;
+  /// What stands behind it. The second gives it away.
+  [[nodiscard]] const detail::Handle<detail::Receiver>& receiver() const& noexcept { return receiver_; }
+  [[nodiscard]] detail::Handle<detail::Receiver> receiver() && noexcept { return std::move(receiver_); }
+
+ private:
+  detail::Handle<detail::Receiver> receiver_;
 };
 
 }  // namespace vellora

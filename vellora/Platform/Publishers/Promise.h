@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
 #include <utility>
 
+#include "vellora/Platform/Publishers/detail/Counted.h"
 #include "vellora/Platform/Publishers/detail/PromiseSource.h"
 #include "vellora/Platform/Values/Error.h"
 #include "vellora/Platform/Values/Result.h"
@@ -25,7 +25,7 @@ namespace vellora {
 template <class T>
 class Promise {
  public:
-  Promise() : source_(std::make_shared<detail::PromiseSource<T>>()) {}
+  Promise() : source_(new detail::PromiseSource<T>()) {}
 
   /// Yields `value` to every subscriber, then ends.
   void succeed(T value) const { source_->resolve(std::move(value)); }
@@ -40,7 +40,7 @@ class Promise {
   template <class U>
   friend class Publisher;
 
-  std::shared_ptr<detail::PromiseSource<T>> source_;
+  detail::Handle<detail::PromiseSource<T>> source_;
 };
 
 }  // namespace vellora

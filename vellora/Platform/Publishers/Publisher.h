@@ -65,27 +65,28 @@ class Publisher {
 
   /// Yields `value` at once, on the subscribing thread, then ends.
   [[nodiscard]] static Publisher just(T value) {
-    return startedBy([value = std::move(value)](const auto& to, const auto& scope, Use use) mutable {
+    return startedBy([value = std::move(value)](const Observer<T>& to, const auto& scope, Use use) mutable {
       if (!scope.isActive()) return;
-      to->receive(detail::taken(value, use));
-      if (scope.isActive()) to->complete({});
+      to.receive(detail::taken(value, use));
+      if (scope.isActive()) to.complete({});
     });
   }
 
   /// Fails at once with `error`, on the subscribing thread.
   [[nodiscard]] static Publisher fail(Error error) {
-    return startedBy(
-        [error = std::move(error)](const auto& to, const auto& /*scope*/, Use) { to->complete(error); });
+    return startedBy([error = std::move(error)](const Observer<T>& to, const auto& /*scope*/, Use) {
+      to.complete(error);
+    });
   }
 
   /// Yields the elements of `values` at once, in their order, on the subscribing thread, then ends.
   [[nodiscard]] static Publisher sequence(std::vector<T> values) {
-    return startedBy([values = std::move(values)](const auto& to, const auto& scope, Use) {
+    return startedBy([values = std::move(values)](const Observer<T>& to, const auto& scope, Use) {
       for (const auto& value : values) {
         if (!scope.isActive()) return;
-        to->receive(value);
+        to.receive(value);
       }
-      if (scope.isActive()) to->complete({});
+      if (scope.isActive()) to.complete({});
     });
   }
 
@@ -114,8 +115,8 @@ class Publisher {
   template <class F>
   requires std::is_invocable_r_v<Publisher, F&>
   [[nodiscard]] static Publisher deferred(F body) {
-    return startedBy([body = std::move(body)](auto to, const auto& scope, Use) mutable {
-      detail::start<T>(Publisher(body()).takeSource(), std::move(to), scope);
+    return startedBy([body = std::move(body)](Observer<T> to, const auto& scope, Use) mutable {
+      detail::start(Publisher(body()).takeSource(), std::move(to).receiver(), scope);
     });
   }
 
@@ -126,11 +127,11 @@ class Publisher {
   template <class F>
   [[nodiscard]] auto map(F transform) const {
     using U = std::remove_cvref_t<std::invoke_result_t<F&, T>>;
-    auto onValue = [transform = std::move(transform)](auto& to, T&& value) mutable {
-      to.observer->receive(transform(std::move(value)));
+    struct Mapping {
+      F transform;
+      void receive(const detail::Downstream<U>& to, T&& value) { to.receive(transform(std::move(value))); }
     };
-    return Publisher<U>(
-        detail::behind<detail::Downstream<U>>(source_, std::move(onValue), detail::PassEnd()));
+    return Publisher<U>(detail::behind<T, U>(source_, Mapping{std::move(transform)}));
   }
 
   /// Passes each value through `transform`, which returns a `Result`. The first error among the results
@@ -140,22 +141,23 @@ class Publisher {
   template <class F>
   [[nodiscard]] auto tryMap(F transform) const {
     using U = typename std::remove_cvref_t<std::invoke_result_t<F&, T>>::Value;
-    struct State : detail::CuttingDownstream<U> {
-      using detail::CuttingDownstream<U>::CuttingDownstream;
+    struct Trying {
+      F transform;
       bool failed = false;
+
+      void receive(const detail::Downstream<U>& to, T&& value) {
+        if (failed) return;
+        Result<U> result = transform(std::move(value));
+        if (result) return to.receive(std::move(result).value());
+        failed = true;
+        to.scope().end();
+        to.complete(result.error());
+      }
+      void complete(const detail::Downstream<U>& to, Completion&& completion) const {
+        if (!failed) to.complete(std::move(completion));
+      }
     };
-    auto onValue = [transform = std::move(transform)](State& to, T&& value) mutable {
-      if (to.failed) return;
-      Result<U> result = transform(std::move(value));
-      if (result) return to.observer->receive(std::move(result).value());
-      to.failed = true;
-      to.scope.end();
-      to.observer->complete(result.error());
-    };
-    auto onEnd = [](State& to, Completion&& completion) {
-      if (!to.failed) to.observer->complete(std::move(completion));
-    };
-    return Publisher<U>(detail::behind<State>(source_, std::move(onValue), std::move(onEnd)));
+    return Publisher<U>(detail::behind<T, U, detail::StepLife::own>(source_, Trying{std::move(transform)}));
   }
 
   /// Passes on the first value that `admits`, then cancels upstream and ends. Of an upstream that ends
@@ -163,17 +165,20 @@ class Publisher {
   template <class P>
   requires std::predicate<P&, const T&>
   [[nodiscard]] Publisher first(P admits) const {
-    using State = detail::CuttingDownstream<T>;
-    auto onValue = [admits = std::move(admits)](State& to, T&& value) mutable {
-      if (!to.scope.isActive() || !admits(std::as_const(value))) return;
-      to.scope.end();
-      to.observer->receive(std::move(value));
-      if (to.outer.isActive()) to.observer->complete({});
+    struct Finding {
+      P admits;
+
+      void receive(const detail::Downstream<T>& to, T&& value) {
+        if (!to.scope().isActive() || !admits(std::as_const(value))) return;
+        to.scope().end();
+        to.receive(std::move(value));
+        if (to.outer().isActive()) to.complete({});
+      }
+      void complete(const detail::Downstream<T>& to, Completion&& completion) const {
+        if (to.scope().end()) to.complete(std::move(completion));
+      }
     };
-    auto onEnd = [](State& to, Completion&& completion) {
-      if (to.scope.end()) to.observer->complete(std::move(completion));
-    };
-    return Publisher(detail::behind<State>(source_, std::move(onValue), std::move(onEnd)));
+    return Publisher(detail::behind<T, T, detail::StepLife::own>(source_, Finding{std::move(admits)}));
   }
 
   /// Replaces the error of a failure by what `transform` makes of it. When there is no memory for that, the
@@ -181,32 +186,38 @@ class Publisher {
   template <class F>
   requires std::is_invocable_v<F&, Error>
   [[nodiscard]] Publisher mapError(F transform) const {
-    auto onValue = [](auto& to, T&& value) { to.observer->receive(std::move(value)); };
-    auto onEnd = [transform = std::move(transform)](auto& to, Completion&& completion) mutable {
-      try {
-        if (completion) completion = Error(transform(*completion));
-      } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the error goes on as it is
+    struct Mapping {
+      F transform;
+
+      void receive(const detail::Downstream<T>& to, T&& value) const { to.receive(std::move(value)); }
+      void complete(const detail::Downstream<T>& to, Completion&& completion) {
+        try {
+          if (completion) completion = Error(transform(*completion));
+        } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the error goes on as it is
+        }
+        to.complete(std::move(completion));
       }
-      to.observer->complete(std::move(completion));
     };
-    return Publisher(detail::behind<detail::Downstream<T>>(source_, std::move(onValue), std::move(onEnd)));
+    return Publisher(detail::behind<T, T>(source_, Mapping{std::move(transform)}));
   }
 
   /// Passes each value on as a success, and a failure as one more value before a normal end. For who starts
   /// several producers, none of which is to take the others with it when it fails.
   [[nodiscard]] Publisher<Result<T>> results() const {
-    auto onValue = [](auto& to, T&& value) { to.observer->receive(Result<T>(std::move(value))); };
-    auto onEnd = [](auto& to, Completion&& completion) {
-      try {
-        if (completion) to.observer->receive(Result<T>(*completion));
-        completion.reset();
-      } catch (const std::bad_alloc&) {
-        completion = outOfMemory();
+    using Downstream = detail::Downstream<Result<T>>;
+    struct Wrapping {
+      void receive(const Downstream& to, T&& value) const { to.receive(Result<T>(std::move(value))); }
+      void complete(const Downstream& to, Completion&& completion) const {
+        try {
+          if (completion) to.receive(Result<T>(*completion));
+          completion.reset();
+        } catch (const std::bad_alloc&) {
+          completion = outOfMemory();
+        }
+        if (to.scope().isActive()) to.complete(std::move(completion));
       }
-      if (to.scope.isActive()) to.observer->complete(std::move(completion));
     };
-    return Publisher<Result<T>>(
-        detail::behind<detail::Downstream<Result<T>>>(source_, std::move(onValue), std::move(onEnd)));
+    return Publisher<Result<T>>(detail::behind<T, Result<T>>(source_, Wrapping()));
   }
 
   /// Starts the producer that `transform` returns for each value, at once and without a limit to their
@@ -219,26 +230,37 @@ class Publisher {
   template <class F>
   [[nodiscard]] auto flatMap(F transform) const {
     using U = typename std::remove_cvref_t<std::invoke_result_t<F&, T>>::Value;
-    return Publisher<U>(detail::Joint<U>::merging(source_, std::move(transform)));
+    struct Merging {
+      F transform;
+
+      void receive(const detail::Downstream<U>& to, T&& value) {
+        if (!to.scope().isActive()) return;
+        static_cast<detail::Joint&>(*to.receiver()).begin();
+        detail::start(transform(std::move(value)).takeSource(), to.receiver(), to.scope());
+      }
+    };
+    return Publisher<U>(
+        detail::behind<T, U, detail::StepLife::joined>(source_, Merging{std::move(transform)}));
   }
 
   /// Waits for the end and yields all values as one list, in the order of their arrival. A failure is passed
   /// on alone.
   [[nodiscard]] Publisher<std::vector<T>> collect() const {
-    struct State : detail::Downstream<std::vector<T>> {
-      using detail::Downstream<std::vector<T>>::Downstream;
+    using Downstream = detail::Downstream<std::vector<T>>;
+    struct Collecting {
       std::vector<T> values;
-    };
-    auto onValue = [](State& to, T&& value) { to.values.push_back(std::move(value)); };
-    auto onEnd = [](State& to, Completion&& completion) {
-      try {
-        if (!completion) to.observer->receive(std::move(to.values));
-      } catch (const std::bad_alloc&) {
-        completion = outOfMemory();
+
+      void receive(const Downstream& /*to*/, T&& value) { values.push_back(std::move(value)); }
+      void complete(const Downstream& to, Completion&& completion) {
+        try {
+          if (!completion) to.receive(std::move(values));
+        } catch (const std::bad_alloc&) {
+          completion = outOfMemory();
+        }
+        if (to.scope().isActive()) to.complete(std::move(completion));
       }
-      if (to.scope.isActive()) to.observer->complete(std::move(completion));
     };
-    return Publisher<std::vector<T>>(detail::behind<State>(source_, std::move(onValue), std::move(onEnd)));
+    return Publisher<std::vector<T>>(detail::behind<T, std::vector<T>>(source_, Collecting()));
   }
 
   /// Starts both, this one first. Yields a pair once both have yielded a value, and another at each newer
@@ -252,13 +274,13 @@ class Publisher {
   /// Delivers on `queue`: one hop for each value, and a separate one for the end. The order holds on a
   /// concurrent queue, too. What is still on its way when the subscription is cancelled is not delivered.
   [[nodiscard]] Publisher receive(std::shared_ptr<DispatchQueue> queue) const {
-    return Publisher(detail::Hops<T>::behind(source_, std::move(queue)));
+    return Publisher(detail::Hops::behind(source_, std::move(queue), detail::boxed<T>));
   }
 
   /// Starts and cancels on `queue`. Values come on the thread on which upstream yields them. A `promise`
   /// upstream has run its body already, where it was built.
   [[nodiscard]] Publisher subscribe(std::shared_ptr<DispatchQueue> queue) const {
-    return Publisher(detail::QueuedStart<T>::of(source_, std::move(queue)));
+    return Publisher(detail::startedOn(source_, std::move(queue)));
   }
 
   /// Starts the pipeline. `onValue` gets every value, then `onCompletion` the end: an error, or no value for
@@ -288,9 +310,9 @@ class Publisher {
 
   /// For the library's own steps: the recipe behind this publisher. `takeSource` gives the handle away, so
   /// that a recipe that nobody else holds can give away what it consists of, rather than copies.
-  explicit Publisher(detail::SourcePtr<T> source) : source_(std::move(source)) {}
-  [[nodiscard]] const detail::SourcePtr<T>& source() const noexcept { return source_; }
-  [[nodiscard]] detail::SourcePtr<T> takeSource() && noexcept { return std::move(source_); }
+  explicit Publisher(detail::SourcePtr source) : source_(std::move(source)) {}
+  [[nodiscard]] const detail::SourcePtr& source() const noexcept { return source_; }
+  [[nodiscard]] detail::SourcePtr takeSource() && noexcept { return std::move(source_); }
 
  private:
   template <class U>
@@ -302,15 +324,20 @@ class Publisher {
   template <class V, class C>
   AnyCancellable startIn(const SubscriptionScope& scope, V onValue, C onCompletion) const {
     AnyCancellable token(scope);  // cancels what has begun when the rest gets no memory
-    auto observer = detail::step<T>(
-        SubscriptionScope(scope),
-        [onValue = std::move(onValue)](auto& subscription, T&& value) mutable {
-          if (subscription.isActive()) onValue(std::move(value));
-        },
-        [onCompletion = std::move(onCompletion)](auto& subscription, Completion&& completion) mutable {
-          if (subscription.end()) onCompletion(std::move(completion));
-        });
-    detail::start<T>(source_, std::move(observer), scope);
+    struct Handling {
+      V onValue;
+      C onCompletion;
+
+      void receive(const detail::Downstream<T>& to, T&& value) {
+        if (to.scope().isActive()) onValue(std::move(value));
+      }
+      void complete(const detail::Downstream<T>& to, Completion&& completion) {
+        if (to.scope().end()) onCompletion(std::move(completion));
+      }
+    };
+    auto handler =
+        detail::step<T, T>({{}, scope, scope}, Handling{std::move(onValue), std::move(onCompletion)});
+    detail::start(source_, std::move(handler), scope);
     return token;
   }
 
@@ -320,7 +347,7 @@ class Publisher {
     return Publisher(detail::source<T>(std::move(begin)));
   }
 
-  detail::SourcePtr<T> source_;
+  detail::SourcePtr source_;
 };
 
 }  // namespace vellora

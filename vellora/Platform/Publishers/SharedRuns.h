@@ -10,10 +10,11 @@
 
 #include "vellora/Platform/Publishers/AnyCancellable.h"
 #include "vellora/Platform/Publishers/Lease.h"
-#include "vellora/Platform/Publishers/Observer.h"
 #include "vellora/Platform/Publishers/Promise.h"
 #include "vellora/Platform/Publishers/Publisher.h"
 #include "vellora/Platform/Publishers/SubscriptionScope.h"
+#include "vellora/Platform/Publishers/detail/Counted.h"
+#include "vellora/Platform/Publishers/detail/Receiver.h"
 #include "vellora/Platform/Publishers/detail/Source.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
 #include "vellora/Platform/Values/Result.h"
@@ -51,9 +52,9 @@ class SharedRuns {
   template <class Start>
   [[nodiscard]] Publisher<T> joined(std::string key, Start start,
                                     std::shared_ptr<const Lease> lease = nullptr) const {
-    return Publisher<T>(
-        detail::source<T>([runs = runs_, key = std::move(key), start = std::move(start),
-                           lease = std::move(lease)](auto to, const SubscriptionScope& scope, detail::Use) {
+    return Publisher<T>(detail::recipe(
+        [runs = runs_, key = std::move(key), start = std::move(start), lease = std::move(lease)](
+            detail::Handle<detail::Receiver> to, const SubscriptionScope& scope, detail::Use) {
           const auto [run, isNew] = enter(*runs, key, lease);
           try {
             wait(runs, run, std::move(to), scope);
@@ -154,7 +155,7 @@ class SharedRuns {
   }
 
   /// Has `to` wait for `run` until `scope` ends.
-  static void wait(const RunsPtr& runs, const RunPtr& run, std::shared_ptr<Observer<T>> to,
+  static void wait(const RunsPtr& runs, const RunPtr& run, detail::Handle<detail::Receiver> to,
                    const SubscriptionScope& scope) {
     try {
       scope.add([weak = std::weak_ptr<Runs>(runs), run = std::weak_ptr<Run>(run)] {
@@ -166,7 +167,7 @@ class SharedRuns {
       runs->leave(*run);
       throw;
     }
-    detail::start<T>(run->result.source(), std::move(to), scope);
+    detail::start(run->result.source(), std::move(to), scope);
   }
 
   template <class Start>

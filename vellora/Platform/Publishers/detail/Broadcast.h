@@ -10,7 +10,10 @@
 #include <vector>
 
 #include "vellora/Platform/Publishers/SerialGate.h"
+#include "vellora/Platform/Publishers/SubscriptionScope.h"
+#include "vellora/Platform/Publishers/detail/Counted.h"
 #include "vellora/Platform/Publishers/detail/Link.h"
+#include "vellora/Platform/Publishers/detail/Receiver.h"
 #include "vellora/Platform/Publishers/detail/Source.h"
 
 namespace vellora::detail {
@@ -66,16 +69,16 @@ class Broadcast final : public std::enable_shared_from_this<Broadcast<T>> {
   }
 
   /// The source of a stream, which subscribes. Once the broadcast is gone, a subscriber hears nothing.
-  [[nodiscard]] SourcePtr<T> stream() {
-    return source<T>([weak = this->weak_from_this()](auto observer, const SubscriptionScope& scope, Use) {
-      if (const auto broadcast = weak.lock()) broadcast->subscribe(std::move(observer), scope);
+  [[nodiscard]] SourcePtr stream() {
+    return recipe([weak = this->weak_from_this()](Handle<Receiver> to, const SubscriptionScope& scope, Use) {
+      if (const auto broadcast = weak.lock()) broadcast->subscribe(std::move(to), scope);
     });
   }
 
  private:
-  /// Delivers the current value to `observer`, if there is one, and then each that is sent.
-  void subscribe(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope) {
-    const auto subscriber = std::make_shared<Subscriber>(Link<T>::make(std::move(observer), scope));
+  /// Delivers the current value to `receiver`, if there is one, and then each that is sent.
+  void subscribe(Handle<Receiver> receiver, const SubscriptionScope& scope) {
+    const auto subscriber = std::make_shared<Subscriber>(Link::make(std::move(receiver), scope));
     std::uint64_t id = 0;
     {
       const std::lock_guard lock(mutex_);
@@ -96,13 +99,13 @@ class Broadcast final : public std::enable_shared_from_this<Broadcast<T>> {
 
   /// One subscriber and the values that wait for it.
   struct Subscriber {
-    explicit Subscriber(std::shared_ptr<Link<T>> to) : link(std::move(to)) {}
+    explicit Subscriber(std::shared_ptr<Link> to) : link(std::move(to)) {}
 
     void enqueue(const T& value) {
-      gate.enqueue([to = link, value] { to->receive(value); });
+      gate.enqueue([to = link, copy = T(value)]() mutable { to->receive(&copy); });
     }
 
-    const std::shared_ptr<Link<T>> link;
+    const std::shared_ptr<Link> link;
     SerialGate gate;
   };
 

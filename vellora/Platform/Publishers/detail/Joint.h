@@ -1,15 +1,15 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <new>
 #include <utility>
 
-#include "vellora/Platform/Publishers/Observer.h"
 #include "vellora/Platform/Publishers/SerialGate.h"
 #include "vellora/Platform/Publishers/SubscriptionScope.h"
-#include "vellora/Platform/Publishers/detail/Source.h"
-#include "vellora/Platform/Publishers/detail/Step.h"
+#include "vellora/Platform/Publishers/detail/Box.h"
+#include "vellora/Platform/Publishers/detail/Counted.h"
+#include "vellora/Platform/Publishers/detail/Receiver.h"
+#include "vellora/Platform/Values/Export.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
 
 namespace vellora::detail {
@@ -17,8 +17,8 @@ namespace vellora::detail {
 /// Where several producers come together. Whatever threads they yield on, their events pass one at a time.
 /// The joint ends when all of them have ended, or with the first failure; then it passes nothing more on.
 ///
-/// It is the observer of every producer whose values pass as they are. A producer whose values don't has an
-/// observer of its own, which calls `run` and `yield`.
+/// It is the receiver of every producer whose values pass as they are. A producer whose values don't has a
+/// receiver of its own, which calls `run` and `yield`.
 ///
 /// Ownership: each producer owns the joint, and the joint owns what is downstream. A producer must hold it
 /// until its call returns, since a call also runs the events that other threads leave meanwhile.
@@ -27,81 +27,56 @@ namespace vellora::detail {
 /// one that is running others at that moment. Nobody waits, and no lock is held.
 ///
 /// Errors: an event that gets no memory fails the joint with `OutOfMemory`.
-template <class U>
-class Joint : public Observer<U> {
+class VELLORA_EXPORT Joint : public Receiver {
  public:
-  /// The source of `flatMap`: starts a producer for each value of `upstream`, the one that `transform`
-  /// returns, and joins them all. Upstream counts as one that is running, so that the joint does not end
-  /// before it.
-  template <class T, class F>
-  [[nodiscard]] static SourcePtr<U> merging(SourcePtr<T> upstream, F transform) {
-    return source<U>([upstream = std::move(upstream), transform = std::move(transform)](
-                         auto to, const SubscriptionScope& scope, Use use) mutable {
-      const auto joint = std::make_shared<Joint>(std::move(to), scope.child(), 1);
-      auto onValue = [transform = taken(transform, use)](const auto& merged, T&& value) mutable {
-        if (!merged->scope_.isActive()) return;
-        merged->run([all = merged.get()] { ++all->running_; });
-        start<U>(transform(std::move(value)).takeSource(), merged, merged->scope_);
-      };
-      auto onEnd = [](const auto& merged, Completion&& completion) {
-        merged->complete(std::move(completion));
-      };
-      start<T>(taken(upstream, use),
-               step<T>(std::shared_ptr<Joint>(joint), std::move(onValue), std::move(onEnd)), joint->scope_);
-    });
-  }
-
   /// The joint of `running` producers that are about to start. `scope` is the lifetime of all of them.
-  Joint(std::shared_ptr<Observer<U>> downstream, SubscriptionScope scope, std::size_t running)
-      : scope_(std::move(scope)), downstream_(std::move(downstream)), running_(running) {}
+  /// `boxing` keeps a value that another thread is to pass on.
+  Joint(Handle<Receiver> downstream, SubscriptionScope scope, std::size_t running, Boxing boxing);
 
   /// The lifetime of all producers in front. The end of the joint ends it, and so cancels those that still
   /// run.
   [[nodiscard]] const SubscriptionScope& scope() const { return scope_; }
 
+  /// Counts one more producer, which is about to start.
+  void begin();
+
   /// Passes a value on, behind the events before it.
-  void receive(U value) override {
-    run([this, value = std::move(value)]() mutable { yield(std::move(value)); });
-  }
+  void receive(void* value) override;
 
   /// Counts a producer as ended. The last end of all, or an error, is the end of the joint.
-  void complete(Completion completion) override {
-    run([this, completion = std::move(completion)]() mutable {
-      if (completion || --running_ == 0) finish(std::move(completion));
-    });
-  }
+  void complete(Completion&& completion) override;
 
   /// Runs `event` behind the events before it, or not at all when the joint has ended by then.
   template <class F>
   void run(F event) {
-    gate_.run([this, event = std::move(event)]() mutable {
-      if (ended_ || !scope_.isActive()) return;
-      try {
-        event();
-      } catch (const std::bad_alloc&) {
-        finish(outOfMemory());
-      }
-    });
+    gate_.run([this, event = std::move(event)]() mutable { admit(event); });
   }
 
   /// Passes a value on. Call it inside an event only.
-  void yield(U value) { downstream_->receive(std::move(value)); }
+  void yield(void* value) { downstream_->receive(value); }
+
+ protected:
+  ~Joint() override;
 
  private:
-  /// Ends the joint and everything in front of it, then passes the end on. Inside an event only.
-  void finish(Completion completion) {
-    if (ended_ || !scope_.isActive()) return;  // the consumer of the last value cancelled
-    ended_ = true;
-    scope_.end();
+  /// Runs `event`, which has its turn, unless the joint has ended.
+  template <class F>
+  void admit(F& event) {
+    if (ended_ || !scope_.isActive()) return;
     try {
-      downstream_->complete(std::move(completion));
-    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): nobody is left to be told
+      event();
+    } catch (const std::bad_alloc&) {
+      finish(outOfMemory());
     }
   }
 
+  /// Ends the joint and everything in front of it, then passes the end on. Inside an event only.
+  void finish(Completion&& completion);
+
   SerialGate gate_;
   const SubscriptionScope scope_;
-  const std::shared_ptr<Observer<U>> downstream_;
+  const Handle<Receiver> downstream_;
+  const Boxing boxing_;
   std::size_t running_;  // this and the next: inside events only
   bool ended_ = false;
 };

@@ -6,60 +6,64 @@
 #include <utility>
 #include <vector>
 
+#include "vellora/Platform/Publishers/SubscriptionScope.h"
+#include "vellora/Platform/Publishers/detail/Counted.h"
 #include "vellora/Platform/Publishers/detail/Link.h"
+#include "vellora/Platform/Publishers/detail/Receiver.h"
 #include "vellora/Platform/Publishers/detail/Source.h"
+#include "vellora/Platform/Values/Export.h"
 #include "vellora/Platform/Values/Result.h"
 
 namespace vellora::detail {
 
-/// The one result of a promise and those who wait for it.
+/// Those who wait for the one result of a promise, whatever its type.
 ///
 /// Ownership: it owns the way down to those who wait, through their links. The copies of the promise own it.
 ///
 /// Threads: safe to use from several threads at once. It delivers with no lock held: to those who wait on the
 /// thread that resolves, to one who comes later on its own.
+class VELLORA_EXPORT Waiting : public Source {
+ public:
+  /// Delivers the result, at once or when it comes.
+  void start(Handle<Receiver> receiver, const SubscriptionScope& scope, Use use) override;
+
+ protected:
+  ~Waiting() override;
+
+  /// Has `set(result)` keep the result under the lock, unless it was called before. Then delivers it.
+  void settle(void (*set)(Waiting& self, void* result), void* result);
+
+  /// Delivers the result, which is constant once it is there: hence no lock.
+  virtual void deliver(Link& link) const = 0;
+
+ private:
+  std::mutex mutex_;
+  bool isSettled_ = false;
+  std::vector<std::shared_ptr<Link>> waiting_;
+};
+
+/// The result and those who wait for it.
 template <class T>
-class PromiseSource final : public Source<T> {
+class PromiseSource final : public Waiting {
  public:
   /// Keeps the first result and delivers it to those who wait. Later ones are ignored.
   void resolve(Result<T> result) {
-    std::vector<std::shared_ptr<Link<T>>> waiting;
-    {
-      const std::lock_guard lock(mutex_);
-      if (result_) return;
-      result_.emplace(std::move(result));
-      waiting.swap(waiting_);
-    }
-    for (const auto& link : waiting) deliver(*link);
-  }
-
-  /// Delivers the result, at once or when it comes.
-  void start(std::shared_ptr<Observer<T>> observer, const SubscriptionScope& scope, Use) override {
-    const auto link = Link<T>::make(std::move(observer), scope);
-    {
-      const std::lock_guard lock(mutex_);
-      if (!result_) {
-        waiting_.push_back(link);
-        return;
-      }
-    }
-    deliver(*link);
+    settle(
+        [](Waiting& self, void* first) {
+          static_cast<PromiseSource&>(self).result_.emplace(std::move(*static_cast<Result<T>*>(first)));
+        },
+        &result);
   }
 
  private:
-  /// Delivers the result, which is constant once it is there: hence no lock.
-  void deliver(Link<T>& link) const {
-    if (result_->hasValue()) {
-      link.receive(result_->value());
-      link.complete({});
-    } else {
-      link.complete(result_->error());
-    }
+  void deliver(Link& link) const override {
+    if (!result_->hasValue()) return link.complete(result_->error());
+    T value = result_->value();
+    link.receive(&value);
+    link.complete({});
   }
 
-  std::mutex mutex_;
   std::optional<Result<T>> result_;
-  std::vector<std::shared_ptr<Link<T>>> waiting_;
 };
 
 }  // namespace vellora::detail

@@ -1,107 +1,142 @@
 #pragma once
 
-#include <memory>
+#include <cstddef>
 #include <utility>
 
 #include "vellora/Platform/Publishers/Observer.h"
 #include "vellora/Platform/Publishers/SubscriptionScope.h"
+#include "vellora/Platform/Publishers/detail/Box.h"
+#include "vellora/Platform/Publishers/detail/Counted.h"
+#include "vellora/Platform/Publishers/detail/Receiver.h"
 #include "vellora/Platform/Publishers/detail/Source.h"
+#include "vellora/Platform/Publishers/detail/WithClosure.h"
 #include "vellora/Platform/Values/Export.h"
 
 namespace vellora::detail {
 
-/// An observer that is two functions of what it keeps: `onValue(state, value)` and `onEnd(state,
-/// completion)`.
-///
-/// Ownership: it owns the state and the functions; they go with it, the functions first.
-///
-/// Threads: as `Observer`. So the functions may change the state without a lock.
-///
-/// Errors: what a function throws goes upstream, to the link through which the value came.
-template <class T, class State, class OnValue, class OnEnd>
-class Step final : public Observer<T> {
- public:
-  Step(State&& state, OnValue&& onValue, OnEnd&& onEnd)
-      : state_(std::move(state)), onValue_(std::move(onValue)), onEnd_(std::move(onEnd)) {}
-  void receive(T value) override { onValue_(state_, std::move(value)); }
-  void complete(Completion completion) override { onEnd_(state_, std::move(completion)); }
-
- private:
-  State state_;
-  OnValue onValue_;
-  OnEnd onEnd_;
-};
-
-/// Makes a `Step` of a state and two lambdas.
-template <class T, class State, class OnValue, class OnEnd>
-[[nodiscard]] std::shared_ptr<Observer<T>> step(State state, OnValue onValue, OnEnd onEnd) {
-  return std::make_shared<Step<T, State, OnValue, OnEnd>>(std::move(state), std::move(onValue),
-                                                          std::move(onEnd));
-}
-
-/// What a step keeps when it lives exactly as long as what is behind it.
-template <class U>
-struct Downstream {
-  using Value = U;
-
-  Downstream(std::shared_ptr<Observer<U>> to, SubscriptionScope lifetime)
-      : observer(std::move(to)), scope(std::move(lifetime)) {}
-
-  std::shared_ptr<Observer<U>> observer;
-  SubscriptionScope scope;  ///< of upstream, and here also of what is behind the step
-};
-
-/// What a step keeps when it may end before its upstream does. It ends `scope`, which cancels upstream, and
-/// `outer` tells whether anybody listens still.
-template <class U>
-struct CuttingDownstream : Downstream<U> {
-  CuttingDownstream(std::shared_ptr<Observer<U>> to, const SubscriptionScope& lifetime)
-      : Downstream<U>(std::move(to), lifetime.child()), outer(lifetime) {}
-
+/// What a step knows besides its closure.
+struct VELLORA_EXPORT StepState {
+  Handle<Receiver> to;      ///< who is downstream; none behind the last step, a sink
+  SubscriptionScope scope;  ///< of upstream
   SubscriptionScope outer;  ///< of what is behind the step
 };
 
-/// What most steps do with the end: they pass it on as it comes.
-struct VELLORA_EXPORT PassEnd {
-  template <class State>
-  void operator()(State& to, Completion&& completion) const {
-    to.observer->complete(std::move(completion));
-  }
-};
-
-/// The source that has a step behind its upstream. Each subscription has a `State` of its own, made of who is
-/// downstream and of the subscription's scope, and its own copies of the functions. Passing each
-/// value through `f` and the end as it is, for example:
-///
-///     behind<Downstream<U>>(
-///         upstream, [f](auto& to, T&& value) mutable { to.observer->receive(f(std::move(value))); },
-///         PassEnd());
-template <class T, class State, class OnValue, class OnEnd>
-class StepSource final : public Source<typename State::Value> {
+/// The same for a step that yields values of `U`, as its closure sees it. It lives as long as one call.
+template <class U>
+class Downstream {
  public:
-  StepSource(SourcePtr<T> upstream, OnValue&& onValue, OnEnd&& onEnd)
-      : upstream_(std::move(upstream)), onValue_(std::move(onValue)), onEnd_(std::move(onEnd)) {}
+  explicit Downstream(const StepState& state) : state_(state) {}
 
-  void start(std::shared_ptr<Observer<typename State::Value>> observer, const SubscriptionScope& outer,
-             Use use) override {
-    State state(std::move(observer), outer);
-    const SubscriptionScope scope = state.scope;
-    detail::start<T>(taken(upstream_, use),
-                     step<T>(std::move(state), taken(onValue_, use), taken(onEnd_, use)), scope);
-  }
+  void receive(U value) const { state_.to->receive(&value); }
+  void complete(Completion completion) const { state_.to->complete(std::move(completion)); }
+
+  [[nodiscard]] const Handle<Receiver>& receiver() const { return state_.to; }
+  [[nodiscard]] const SubscriptionScope& scope() const { return state_.scope; }
+  [[nodiscard]] const SubscriptionScope& outer() const { return state_.outer; }
 
  private:
-  SourcePtr<T> upstream_;
-  OnValue onValue_;
-  OnEnd onEnd_;
+  const StepState& state_;
 };
 
-/// Makes a `StepSource` of two lambdas.
-template <class State, class T, class OnValue, class OnEnd>
-[[nodiscard]] SourcePtr<typename State::Value> behind(const SourcePtr<T>& upstream, OnValue onValue,
-                                                      OnEnd onEnd) {
-  return std::make_shared<StepSource<T, State, OnValue, OnEnd>>(upstream, std::move(onValue),
-                                                                std::move(onEnd));
+/// How long a step lives: as long as what is behind it; or it may end before, which cancels its upstream
+/// alone; or it joins the producers that it starts (`Joint`), and lives as long as these.
+enum class StepLife { downstream, own, joined };
+
+/// What a step has to know of its closure.
+struct VELLORA_EXPORT StepType {
+  ClosureType closure;
+  void (*receive)(void* closure, const StepState& state, void* value);
+  void (*complete)(void* closure, const StepState& state, Completion&& completion);
+  StepLife life;
+  Boxing boxing;  ///< of the values that are joined
+};
+
+/// What most steps do with the end: they pass it on as it comes.
+VELLORA_EXPORT void passEnd(void* closure, const StepState& state, Completion&& completion);
+
+/// A receiver whose closure stands behind it.
+///
+/// Ownership: it owns the closure and what is downstream; they go with it, the closure first.
+///
+/// Threads: as `Receiver`. So the closure may change without a lock.
+///
+/// Errors: what the closure throws goes upstream, to the link through which the value came.
+class VELLORA_EXPORT Step final : public Receiver, public WithClosure<Step> {
+ public:
+  /// A step with what `taken` makes of `closure`.
+  [[nodiscard]] static Handle<Receiver> of(const StepType& type, StepState state, void* closure, Use use);
+
+  ~Step() override;
+  void receive(void* value) override;
+  void complete(Completion&& completion) override;
+
+ private:
+  Step(const StepType& type, StepState&& state, void* closure, Use use);
+
+  const StepType& type_;
+  const StepState state_;
+};
+
+/// The source that has a step behind its upstream. Each subscription has a step of its own, with its own copy
+/// of the closure.
+class VELLORA_EXPORT StepSource final : public Source, public WithClosure<StepSource> {
+ public:
+  /// A source that takes the closure away.
+  [[nodiscard]] static SourcePtr of(const StepType& type, SourcePtr upstream, void* closure);
+
+  ~StepSource() override;
+  void start(Handle<Receiver> receiver, const SubscriptionScope& outer, Use use) override;
+
+ private:
+  StepSource(const StepType& type, SourcePtr&& upstream, void* closure);
+
+  const StepType& type_;
+  SourcePtr upstream_;
+};
+
+/// Whether a closure does anything with the end but pass it on.
+template <class Closure, class U>
+concept TakesEnd = requires(Closure& closure, const Downstream<U>& to, Completion&& end) {
+  closure.complete(to, std::move(end));
+};
+
+template <class Closure, class T, class U>
+void receiveBy(void* closure, const StepState& state, void* value) {
+  static_cast<Closure*>(closure)->receive(Downstream<U>(state), std::move(*static_cast<T*>(value)));
+}
+
+template <class Closure, class U>
+void completeBy(void* closure, const StepState& state, Completion&& completion) {
+  if constexpr (TakesEnd<Closure, U>) {
+    static_cast<Closure*>(closure)->complete(Downstream<U>(state), std::move(completion));
+  }
+}
+
+template <class T, class U, StepLife life, class Closure>
+inline constexpr StepType stepType = {closureType<Closure>, receiveBy<Closure, T, U>,
+                                      TakesEnd<Closure, U> ? completeBy<Closure, U> : passEnd, life,
+                                      life == StepLife::joined ? boxed<U> : nullptr};
+
+/// Makes a step for values of `T`, which yields values of `U`.
+template <class T, class U, class Closure>
+[[nodiscard]] Handle<Receiver> step(StepState state, Closure closure) {
+  static_assert(alignof(Closure) <= alignof(std::max_align_t));
+  return Step::of(stepType<T, U, StepLife::downstream, Closure>, std::move(state), &closure, Use::last);
+}
+
+/// Makes the source that has such a step behind `upstream`. Of the closure `receive(downstream, value)` is
+/// called, and at the end `complete(downstream, completion)`; one without the latter passes the end on as it
+/// comes. Passing each value through `f`, for example:
+///
+///     struct Mapped {
+///       F f;
+///       void receive(const Downstream<U>& to, T&& value) { to.receive(f(std::move(value))); }
+///     };
+///     behind<T, U>(upstream, Mapped{f});
+template <class T, class U, StepLife life = StepLife::downstream, class Closure>
+[[nodiscard]] SourcePtr behind(SourcePtr upstream, Closure closure) {
+  static_assert(alignof(Closure) <= alignof(std::max_align_t));
+  return StepSource::of(stepType<T, U, life, Closure>, std::move(upstream), &closure);
 }
 
 }  // namespace vellora::detail
