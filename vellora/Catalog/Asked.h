@@ -6,7 +6,6 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <stop_token>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -16,6 +15,7 @@
 #include "vellora/Catalog/Inquiry.h"
 #include "vellora/Catalog/QuestionError.h"
 #include "vellora/Catalog/Sheet.h"
+#include "vellora/Catalog/StopToken.h"
 #include "vellora/DataServices/Requester.h"
 #include "vellora/Platform/Publishers/AnyCancellable.h"
 #include "vellora/Platform/Publishers/SerialGate.h"
@@ -80,7 +80,7 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
 
   /// Sets the deadline, and lets the catalogue and `stop` end the question. To be called once, before
   /// anything else. When it throws, nothing is left of it.
-  void begin(TimedQueue::Delay deadline, std::stop_token stop) {
+  void begin(TimedQueue::Delay deadline, StopToken stop) {
     const auto self = this->shared_from_this();
     const std::function<void()> cancelled = [weak = this->weak_from_this()] {
       if (const auto asked = weak.lock()) asked->end(End::cancelled, Missing(Missing::Why::cancelled));
@@ -318,7 +318,7 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
   Sheet<T> sheet_;                           // changed inside the gate
   std::function<void(Sheet<T>&)> fallback_;  // changed inside the gate
 
-  std::optional<std::stop_callback<std::function<void()>>> stop_;
+  std::optional<StopCallback> stop_;
 };
 
 }  // namespace vellora::detail

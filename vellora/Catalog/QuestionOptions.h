@@ -2,9 +2,9 @@
 
 #include <chrono>
 #include <memory>
-#include <stop_token>
 #include <string_view>
 
+#include "vellora/Catalog/StopToken.h"
 #include "vellora/DataServices/Source.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Values/Borrowed.h"
@@ -34,7 +34,7 @@ struct VELLORA_EXPORT QuestionOptions {
   Borrowed<std::shared_ptr<DispatchQueue>> answersOn = {};
 
   /// Ends the question as `cancelled` when a stop is requested. The answer still comes, to whoever waits.
-  Borrowed<std::stop_token> stop = {};
+  Borrowed<StopToken> stop = {};
 };
 
 }  // namespace vellora

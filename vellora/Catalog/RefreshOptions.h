@@ -2,9 +2,9 @@
 
 #include <chrono>
 #include <memory>
-#include <stop_token>
 
 #include "vellora/Catalog/QuestionOptions.h"
+#include "vellora/Catalog/StopToken.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Values/Borrowed.h"
 #include "vellora/Platform/Values/Export.h"
@@ -20,7 +20,7 @@ struct VELLORA_EXPORT RefreshOptions {
   /// As in `QuestionOptions`.
   std::chrono::duration<double> deadline = QuestionOptions().deadline;
   Borrowed<std::shared_ptr<DispatchQueue>> answersOn = {};
-  Borrowed<std::stop_token> stop = {};
+  Borrowed<StopToken> stop = {};
 };
 
 }  // namespace vellora
