@@ -32,16 +32,6 @@ using recordsserver::DataSet;
 using recordsserver::RecordsServer;
 using tests::SteppedSleep;
 
-/// How often a thread wakes in an hour; `sleepers` of them sleep at its begin and after each minute.
-std::size_t wakeUpsOfAnHour(std::size_t sleepers) {
-  std::size_t wakeUps = 0;
-  for (int minute = 0; minute < 60; ++minute) {
-    SteppedSleep::waitForSleepers(sleepers);
-    wakeUps += SteppedSleep::pass(1min);
-  }
-  return wakeUps;
-}
-
 /// Sleeps for a minute at a time, until it is destroyed.
 class PollingThread {
  public:
@@ -68,12 +58,12 @@ class PollingThread {
 
 TEST(IdleHourTest, AThreadThatPollsIsCounted) {
   const PollingThread thread;
-  EXPECT_EQ(wakeUpsOfAnHour(1), 60U);
+  EXPECT_EQ(SteppedSleep::wakeUpsOfAnHour(1), 60U);
 }
 
 TEST(IdleHourTest, APollThatIsAskedForByTheMinuteIsCounted) {
   std::size_t wakeUps = 0;
-  Sleep::in([&](int) { wakeUps = wakeUpsOfAnHour(1); }, Sleep::now() + 1min);
+  Sleep::in([&](int) { wakeUps = SteppedSleep::wakeUpsOfAnHour(1); }, Sleep::now() + 1min);
   EXPECT_EQ(wakeUps, 60U);
 }
 
@@ -124,7 +114,7 @@ TEST_F(IdleProcessTest, WakesNoThreadInAnHourThoughCatalogueWatchAndFacadeAreThe
 
   constexpr std::size_t ours = 2;  // the network's thread, and that of the deadlines
   comeToRest(ours);
-  EXPECT_EQ(wakeUpsOfAnHour(ours), 0U);
+  EXPECT_EQ(SteppedSleep::wakeUpsOfAnHour(ours), 0U);
 
   EXPECT_EQ(type().get().end, End::answered) << "threads have come again";
 }

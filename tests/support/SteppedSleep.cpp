@@ -106,6 +106,15 @@ std::size_t SteppedSleep::pass(std::chrono::seconds time) {
   return due.size();
 }
 
+std::size_t SteppedSleep::wakeUpsOfAnHour(std::size_t sleepers) {
+  std::size_t wakeUps = 0;
+  for (int minute = 0; minute < 60; ++minute) {
+    waitForSleepers(sleepers);
+    wakeUps += pass(std::chrono::minutes(1));
+  }
+  return wakeUps;
+}
+
 void SteppedSleep::waitForSleepers(std::size_t count) {
   Bedroom& room = bedroom();
   std::unique_lock lock(room.mutex);

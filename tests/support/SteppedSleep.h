@@ -12,6 +12,9 @@ struct SteppedSleep {
   /// awake. A thread that sleeps in a poll of its own cannot be woken so: it counts, and sleeps on.
   static std::size_t pass(std::chrono::seconds time);
 
+  /// How often a thread wakes in an hour. That many threads sleep at its begin, and after each minute.
+  static std::size_t wakeUpsOfAnHour(std::size_t sleepers);
+
   /// Returns once that many threads sleep, or more.
   static void waitForSleepers(std::size_t count);
 
