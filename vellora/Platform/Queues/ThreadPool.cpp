@@ -29,7 +29,7 @@ void ThreadPool::submit(std::shared_ptr<Turn> turn) {
     const std::lock_guard lock(mutex_);
     if (waiting_ >= idle_ && threads_ < most_) startThread();
     add(std::move(turn));
-    if (waiting_ > idle_) return;  // all are awake, or woken for the turns before
+    if (idle_ == 0) return;
   }
   submitted_.notify_one();
 }
