@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -18,22 +19,26 @@ namespace {
 
 using Kind = CurlNetworkError::Kind;
 
-/// A URL taken apart by the very parser that will send the request: no two readings of one address.
+/// A URL taken apart by the very parser that will send the request: no two readings of one address. Without
+/// memory for that it throws `std::bad_alloc`: a part that cannot be had must not pass for one that is not
+/// there.
 class ParsedUrl {
  public:
   explicit ParsedUrl(const std::string& text)
       : code_(curl_url_set(url_.get(), CURLUPART_URL, text.c_str(),
-                           CURLU_NON_SUPPORT_SCHEME | CURLU_PATH_AS_IS)) {}
+                           CURLU_NON_SUPPORT_SCHEME | CURLU_PATH_AS_IS)) {
+    if (!url_ || code_ == CURLUE_OUT_OF_MEMORY) throw std::bad_alloc();
+  }
 
   [[nodiscard]] CURLUcode code() const { return code_; }
 
   /// Nothing when the URL has no such part.
   [[nodiscard]] std::optional<std::string> part(CURLUPart which) const {
     char* text = nullptr;
-    if (curl_url_get(url_.get(), which, &text, which == CURLUPART_PORT ? CURLU_DEFAULT_PORT : 0U) !=
-        CURLUE_OK) {
-      return std::nullopt;
-    }
+    const CURLUcode code =
+        curl_url_get(url_.get(), which, &text, which == CURLUPART_PORT ? CURLU_DEFAULT_PORT : 0U);
+    if (code == CURLUE_OUT_OF_MEMORY) throw std::bad_alloc();
+    if (code != CURLUE_OK) return std::nullopt;
     const std::unique_ptr<char, decltype(&curl_free)> owned(text, curl_free);
     return std::string(text);
   }
