@@ -149,6 +149,13 @@ void SQLiteDatabase::rollBack() noexcept {
   sqlite3_exec(handle_, "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
+void SQLiteDatabase::startOver() {
+  clearFailure();
+  if (!inTransaction()) return;
+  rollBack();
+  if (inTransaction()) note(SQLITE_NOMEM);
+}
+
 void SQLiteDatabase::noteDamage() {
   note(SQLITE_CORRUPT_INDEX);
 }

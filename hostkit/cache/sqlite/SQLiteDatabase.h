@@ -66,6 +66,10 @@ class SQLiteDatabase {
   [[nodiscard]] int failure() const { return failure_.code(); }  ///< SQLite's result code, 0 for none
   void clearFailure() { failure_.clear(); }
 
+  /// Forgets the failure, and undoes the transaction that a lack of memory has kept from being undone. That
+  /// it still cannot be is the next failure.
+  void startOver();
+
   /// True inside a transaction.
   [[nodiscard]] bool inTransaction() const;
 

@@ -59,7 +59,7 @@ std::optional<Error> SQLiteStore::attempt(const Operation& operation) {
   std::optional<Error> failure;
   for (int round = 0; round < 2; ++round) {
     if (!database_ && (failure = openAgain())) return failure;
-    database_->clearFailure();
+    database_->startOver();
     operation(*database_);
     if (!database_->failed()) return std::nullopt;
     failure = errorForCode(path_, database_->failure());

@@ -80,6 +80,16 @@ TEST_F(SQLiteDatabaseTest, RemembersTheFirstFailureAndDoesNothingAfterIt) {
   EXPECT_EQ(count(), 0);
 }
 
+TEST_F(SQLiteDatabaseTest, StartsOverBehindATransactionThatWasNotUndone) {
+  database->run("BEGIN");
+  database->run("INSERT INTO item VALUES(1)");
+  database->noteDamage();
+  database->startOver();
+  EXPECT_FALSE(database->failed());
+  EXPECT_FALSE(database->inTransaction());
+  EXPECT_EQ(count(), 0);
+}
+
 TEST_F(SQLiteDatabaseTest, TellsALockFromDamage) {
   RawDatabase other(path);
   other.run("BEGIN IMMEDIATE");
