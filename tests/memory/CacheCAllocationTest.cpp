@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hostkit/cache/CacheArchive.h"
+#include "hostkit/cache/sqlite/SQLiteCache.h"
+#include "hostkit/cache/sqlite/SQLiteCacheContents.h"
+#include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "tests/hostkit/cache/ManualClock.h"
+#include "tests/hostkit/cache/sqlite/CacheLedger.h"
+#include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
+#include "tests/memory/EachCAllocation.h"
+#include "tests/support/CAllocationFailure.h"
+#include "tests/support/TemporaryFolder.h"
+#include "vellora/Host/CacheTable.h"
+#include "vellora/Host/Query.h"
+#include "vellora/Host/Table.h"
+#include "vellora/Platform/Values/Data.h"
+
+// Each allocation of SQLite fails in turn while a cache is used. What a write told is there, what it refused
+// has changed nothing, and with memory there again all goes on as before.
+
+namespace vellora::hostkit::tests {
+namespace {
+
+using vellora::tests::CAllocationFailure;
+using vellora::tests::failEachCAllocationOf;
+using vellora::tests::TemporaryFolder;
+using Extent = CAllocationFailure::Extent;
+
+constexpr double eightDays = 8 * 24 * 60 * 60;
+
+class CacheCAllocationTest : public testing::Test {
+ protected:
+  [[nodiscard]] Result<std::shared_ptr<SQLiteCache>> tryToOpen() const {
+    SQLiteCache::Options options;
+    options.clock = clock.function();
+    options.owner = "alice";
+    return SQLiteCache::open(path, std::move(options));
+  }
+
+  [[nodiscard]] std::shared_ptr<SQLiteCache> open() const {
+    const auto opened = tryToOpen();
+    EXPECT_TRUE(opened.hasValue()) << opened.error().localizedDescription();
+    return opened ? opened.value() : nullptr;
+  }
+
+  void beginWith(bool isFilled) {
+    for (const auto& name : fileNames(folder.path())) std::filesystem::remove(folder.path() / name);
+    ledger = {};
+    if (isFilled) ledger.fill(*open());
+  }
+
+  /// The cache is as it was told to be, and works.
+  void expectUsable(std::shared_ptr<SQLiteCache> cache) {
+    if (!cache) cache = open();
+    ASSERT_NE(cache, nullptr);
+    ledger.expectAllRight(*cache);
+    ledger.save(*cache, "kept", "afterwards");
+    EXPECT_EQ(CacheLedger::loadBlob(*cache, "kept"), "afterwards");
+    cache.reset();
+    cache = open();
+    ASSERT_NE(cache, nullptr);
+    ledger.expectAllRight(*cache);
+    EXPECT_EQ(CacheLedger::loadBlob(*cache, "kept"), "afterwards");
+    cache.reset();
+    EXPECT_EQ(CAllocationFailure::liveBlocks(), blocksAtFirst) << "blocks are leaked";
+    for (const auto& name : fileNames(folder.path())) EXPECT_EQ(name, "cache.db");
+  }
+
+  /// The cache; null, after a clear error, where there was no memory for it.
+  [[nodiscard]] std::shared_ptr<SQLiteCache> openOrNone() const {
+    const auto opened = tryToOpen();
+    if (opened) return opened.value();
+    EXPECT_NE(opened.error().as<SQLiteCacheError>(), nullptr) << opened.error().localizedDescription();
+    return nullptr;
+  }
+
+  /// Opens the cache and uses it in every way; every second time it is closed without memory as well.
+  bool useWith(std::size_t number, Extent extent, bool isFilled) {
+    beginWith(isFilled);
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent);
+    auto cache = openOrNone();
+    if (cache) ledger.use(*cache);
+    if (number % 2 == 0) cache.reset();
+    const bool happened = failure->happened();
+    failure.reset();
+    expectUsable(std::move(cache));
+    return happened;
+  }
+
+  TemporaryFolder folder;
+  const std::string path = folder.file("cache.db");
+  ManualClock clock;
+  CacheLedger ledger;
+  const std::size_t blocksAtFirst = CAllocationFailure::liveBlocks();
+};
+
+TEST_F(CacheCAllocationTest, NoneThatFailsSpoilsAFreshCache) {
+  failEachCAllocationOf(
+      "a fresh cache", [this](auto number, auto extent) { return useWith(number, extent, false); }, 29);
+}
+
+TEST_F(CacheCAllocationTest, NoneThatFailsLosesOrMixesAnythingInACacheThatIsThere) {
+  failEachCAllocationOf(
+      "a filled cache", [this](auto number, auto extent) { return useWith(number, extent, true); }, 29);
+}
+
+TEST_F(CacheCAllocationTest, NoneThatFailsWhileRowsThatAreTooOldGoLosesANewOne) {
+  using CorvaneSDK::Table;
+  const CorvaneSDK::Meta meta{{"name", "new"}};
+  const auto rows = [&meta](SQLiteCache& cache) {
+    const auto table = cache.createTable(Table::emptyWithKey("Rows", Table::MaxAge::sevenDays));
+    return table->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(meta)));
+  };
+  const auto trim = [&](std::size_t number, Extent extent) {
+    beginWith(true);
+    clock.advance(eightDays);
+    const auto cache = open();
+    const auto table = cache->createTable(Table::emptyWithKey("Rows", Table::MaxAge::sevenDays));
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent);
+    const bool isTold = table->upsert({Data("1"), meta, std::nullopt});
+    const bool happened = failure->happened();
+    failure.reset();
+    EXPECT_TRUE(happened || isTold);
+    EXPECT_EQ(rows(*cache).size(), isTold ? 1U : 0U);
+    EXPECT_TRUE(table->upsert({Data("2"), meta, std::nullopt}));
+    EXPECT_EQ(rows(*cache), std::vector<Data>{Data("2")});
+    EXPECT_EQ(table->fetch(CorvaneSDK::Query::oldest({0, 10})).size(), 1U);
+    return happened;
+  };
+  failEachCAllocationOf("a trim", trim, 3);
+}
+
+TEST_F(CacheCAllocationTest, AnExportIsWholeOrFails) {
+  beginWith(true);
+  const auto whole = CacheArchive::of(SQLiteCacheContents::read(path, clock.function()()).value());
+  const auto read = [&](std::size_t number, Extent extent) {
+    const CAllocationFailure failure(number, extent);
+    const auto contents = SQLiteCacheContents::read(path, clock.function()());
+    if (contents) {
+      EXPECT_EQ(contents.value().findings, std::vector<std::string>());
+      EXPECT_EQ(CacheArchive::of(contents.value()), whole);
+    }
+    return failure.happened();
+  };
+  failEachCAllocationOf("an export", read, 5);
+  expectUsable(nullptr);
+}
+
+TEST_F(CacheCAllocationTest, ARestoreThatIsToldIsThere) {
+  beginWith(true);
+  const auto archive = CacheArchive::of(SQLiteCacheContents::read(path, clock.function()()).value());
+  const auto restore = [&](std::size_t number, Extent extent) {
+    beginWith(false);
+    const auto cache = open();
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent);
+    const bool isTold = archive.restore(*cache);
+    const bool happened = failure->happened();
+    failure.reset();
+    EXPECT_TRUE(happened || isTold);
+    EXPECT_TRUE(isTold || archive.restore(*cache));
+    EXPECT_EQ(CacheArchive::of(SQLiteCacheContents::read(path, clock.function()()).value()), archive);
+    return happened;
+  };
+  failEachCAllocationOf("a restore", restore, 13);
+}
+
+TEST_F(CacheCAllocationTest, ADestroyedCacheIsGoneOrThere) {
+  const auto destroy = [&](std::size_t number, Extent extent) {
+    beginWith(true);
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent);
+    const auto refused = SQLiteCache::destroy(path);
+    const bool happened = failure->happened();
+    failure.reset();
+    if (refused) {
+      EXPECT_NE(refused->as<SQLiteCacheError>(), nullptr);
+      expectUsable(nullptr);
+    }
+    EXPECT_FALSE(SQLiteCache::destroy(path));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+    return happened;
+  };
+  failEachCAllocationOf("a deletion", destroy, 3);
+}
+
+}  // namespace
+}  // namespace vellora::hostkit::tests
