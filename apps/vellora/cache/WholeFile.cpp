@@ -66,6 +66,8 @@ std::optional<Problem> writeWholeFile(const std::string& file, std::string_view 
   if (descriptor < 0) return failed(errno);
   int number = writeAll(descriptor, content);
   if (number == 0 && ::fchmod(descriptor, mode) != 0) number = errno;
+  // Else a loss of power could leave a name that leads to nothing, in place of the file that had it.
+  if (number == 0 && ::fsync(descriptor) != 0) number = errno;
   if (::close(descriptor) != 0 && number == 0) number = errno;
   if (number == 0) number = replace ? replaceFile(made, file) : nameFile(made, file);
   ::unlink(made.c_str());
