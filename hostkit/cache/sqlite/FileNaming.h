@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,6 +27,14 @@ namespace vellora::hostkit {
   if (!noLinksHere) return errno;
   if (nameIsTaken(path)) return EEXIST;
   return std::rename(made.c_str(), path.c_str()) == 0 ? 0 : errno;
+}
+
+/// Makes durable which names there are in the folder at `path`, as far as the system does that for folders.
+inline void syncFolder(const std::string& path) {
+  const int descriptor = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return;
+  fsync(descriptor);
+  close(descriptor);
 }
 
 }  // namespace vellora::hostkit

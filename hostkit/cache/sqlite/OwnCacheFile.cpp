@@ -50,6 +50,8 @@ int makeKey(const std::string& file) {
   close(descriptor);
   if (number == 0) number = nameFile(made, file);
   unlink(made.c_str());
+  // Without the key nobody would find a cache whose name was made of it, and whose own name is durable.
+  if (number == 0) syncFolder(cachePath::folderOf(file));
   return number == EEXIST ? 0 : number;
 }
 

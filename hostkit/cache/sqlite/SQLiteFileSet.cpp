@@ -87,6 +87,7 @@ int setAside(const std::string& path) {
     const std::string from = companion(path, suffix);
     if (nameIsTaken(from) && std::rename(from.c_str(), companion(target, suffix).c_str()) != 0) return errno;
   }
+  syncFolder(cachePath::folderOf(path));
   return 0;
 }
 
@@ -101,6 +102,7 @@ int removeAll(const std::string& path) {
   for (const auto suffix : companions) doomed.push_back(companion(path, suffix));
   doomed.push_back(path);
   for (auto next = doomed.begin(); next != doomed.end() && number == 0; ++next) number = removeFile(*next);
+  syncFolder(cachePath::folderOf(path));
   return number;
 }
 

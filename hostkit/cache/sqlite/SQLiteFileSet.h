@@ -15,8 +15,9 @@ namespace sqliteFileSet {
 /// The path of the file, or of the companion, that belongs to another user; absent when none does.
 [[nodiscard]] std::optional<std::string> anotherUsersFile(const std::string& path);
 
-/// Renames the file, if there is one, and its companions to the next free NAME.damaged-N. 0, or the `errno`
-/// of what went wrong.
+/// Renames the file, if there is one, and its companions to the next free NAME.damaged-N, for good: a log
+/// whose new name a loss of power took away would be played into the file that is made next. 0, or the
+/// `errno` of what went wrong.
 [[nodiscard]] int setAside(const std::string& path);
 
 /// Removes the file and its companions, as far as they are there. The file goes last: when the process is
@@ -24,7 +25,7 @@ namespace sqliteFileSet {
 void remove(const std::string& path);
 
 /// Removes the file, if there is one, its companions, and every set of files that `setAside` made of it. The
-/// file goes last. 0, or the `errno` of what went wrong.
+/// file goes last. A loss of power brings none of them back. 0, or the `errno` of what went wrong.
 [[nodiscard]] int removeAll(const std::string& path);
 
 }  // namespace sqliteFileSet
