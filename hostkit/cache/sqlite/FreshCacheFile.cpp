@@ -5,7 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
+#include <fstream>
+#include <string_view>
 
 #include "hostkit/cache/sqlite/CachePath.h"
 #include "hostkit/cache/sqlite/FileNaming.h"
@@ -23,11 +26,26 @@ namespace {
 using Milliseconds = std::chrono::milliseconds;
 using Reason = SQLiteCacheError::Reason;
 
-/// Clears away what a process that was killed left at `made`; false when something stands there that never
-/// was a file of ours.
+/// Whether the file is one page with nothing in it but the beginning of SQLite's header, as a loss of power
+/// leaves the page that is written first. It ends before our mark in the header, and so does no database.
+bool isTornHeader(const std::string& path) {
+  std::string bytes(sqliteSchema::pageSize + 1, '\0');
+  std::ifstream file(path, std::ios::binary);
+  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (file.gcount() != static_cast<std::streamsize>(sqliteSchema::pageSize)) return false;
+  const std::string_view header = std::string_view(bytes).substr(0, bytes.find_last_not_of('\0') + 1);
+  const bool isMagic = header.starts_with(sqliteSchema::magic) || sqliteSchema::magic.starts_with(header);
+  return isMagic && header.size() < sqliteSchema::applicationIdOffset + sizeof sqliteSchema::applicationId;
+}
+
+/// Clears away what a process that was killed, or a loss of power, left at `made`; false when something
+/// stands there that never was a file of ours.
 bool removeUnfinished(const std::string& made) {
+  const std::string log = made + "-wal";
   switch (kindOfFile(made)) {
-    case SQLiteFileKind::absent:  // its companions are always removed before it
+    case SQLiteFileKind::absent:
+      // The log is never written to. It stays alone where a loss of power took the file and left the log.
+      if (kindOfFile(log) == SQLiteFileKind::empty) unlink(log.c_str());
       return !nameIsTaken(made) && !sqliteFileSet::hasCompanions(made);
     case SQLiteFileKind::empty:
     case SQLiteFileKind::ours:
@@ -35,6 +53,9 @@ bool removeUnfinished(const std::string& made) {
       sqliteFileSet::remove(made);
       return true;
     case SQLiteFileKind::foreign:
+      if (!isTornHeader(made)) return false;
+      sqliteFileSet::remove(made);
+      return true;
     case SQLiteFileKind::newer:
     case SQLiteFileKind::unreadable:
       break;
@@ -54,6 +75,8 @@ int createEmpty(const std::string& made) {
 int writeSchema(const std::string& path, Milliseconds busyTimeout) {
   const auto [database, code] = SQLiteDatabase::open(path, busyTimeout);
   if (database == nullptr) return code;
+  database->run(
+      "PRAGMA locking_mode = EXCLUSIVE");  // needs no index of the log, which a loss of power could leave
   sqliteSchema::create(*database);
   return database->failure();
 }

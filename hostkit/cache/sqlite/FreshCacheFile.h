@@ -12,8 +12,8 @@ namespace vellora::hostkit {
 /// holds the lock of the folder. Gives the error, or no value.
 ///
 /// The file is made under another name in the same folder, and gets its own when it is complete: no crash can
-/// leave half a file there. What a crash left under the first name is removed; what never was ours is left
-/// alone, and is an error.
+/// leave half a file there. What a crash or a loss of power left under the first name is removed; what never
+/// was ours is left alone, and is an error.
 [[nodiscard]] std::optional<Error> createFreshCacheFile(const std::string& path,
                                                         std::chrono::milliseconds busyTimeout);
 

@@ -20,8 +20,8 @@ namespace vellora::hostkit {
 
 namespace {
 
-constexpr sqlite3_int64 pageSize = 4096;
-constexpr std::size_t applicationIdOffset = 68;
+constexpr sqlite3_int64 pageSize = sqliteSchema::pageSize;
+
 constexpr std::size_t versionOffset = 60;
 
 /// A big-endian number of SQLite's header; 0 when the file ends before it.
@@ -35,7 +35,7 @@ std::uint32_t headerNumber(std::string_view page, std::size_t offset) {
 SQLiteFileKind judge(std::string_view page) {
   if (page.empty()) return SQLiteFileKind::empty;
   const bool hasMagic = page.starts_with(sqliteSchema::magic);
-  const bool hasId = headerNumber(page, applicationIdOffset) == sqliteSchema::applicationId;
+  const bool hasId = headerNumber(page, sqliteSchema::applicationIdOffset) == sqliteSchema::applicationId;
   const bool hasTable = page.find(sqliteSchema::firstTable) != std::string_view::npos;
   if (hasMagic + hasId + hasTable < 2) return SQLiteFileKind::foreign;
   if (!hasMagic || !hasId) return SQLiteFileKind::damaged;

@@ -72,9 +72,15 @@ void create(SQLiteDatabase& database) {
   // failures.
   database.run("PRAGMA journal_mode = MEMORY");
   {
+    // On the disk before all else is: whatever a loss of power then leaves of the file can be told to be
+    // ours.
     SQLiteTransaction transaction(database, SQLiteTransaction::Kind::writing);
     database.setHeaderNumber("application_id", applicationId);
     database.setHeaderNumber("user_version", version);
+    transaction.commit();
+  }
+  {
+    SQLiteTransaction transaction(database, SQLiteTransaction::Kind::writing);
     for (const auto& statement : statements) database.run(statement);
     transaction.commit();
   }

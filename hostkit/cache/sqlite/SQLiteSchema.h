@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -12,6 +13,8 @@ namespace sqliteSchema {
 
 inline constexpr std::string_view magic{"SQLite format 3\0", 16};  ///< how every SQLite file begins
 inline constexpr std::uint32_t applicationId = 0x564C5241;         ///< "VLRA", in SQLite's header
+inline constexpr std::size_t applicationIdOffset = 68;             ///< where that stands in the file
+inline constexpr std::size_t pageSize = 4096;                      ///< of every file of ours
 inline constexpr std::uint32_t version = 1;                        ///< the newest layout that we know
 inline constexpr std::string_view firstTable = "CREATE TABLE vellora_blob(";  ///< in the first page's text
 

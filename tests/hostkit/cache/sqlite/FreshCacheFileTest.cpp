@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 
@@ -47,6 +48,37 @@ TEST_F(FreshCacheFileTest, ClearsAwayWhatAKilledProcessLeftInTheMaking) {
     writeFile(unfinished + "-journal", left);
     makeCache();
     EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
+  }
+}
+
+TEST_F(FreshCacheFileTest, ClearsAwayAFirstPageThatALossOfPowerHasTorn) {
+  const std::string unfinished = folder.file(".vellora-making");
+  makeCache();
+  const std::string page = fileBytes(path).substr(0, 4096);
+  for (const std::size_t written : {1U, 15U, 16U, 71U, 72U, 100U}) {
+    std::filesystem::remove(path);
+    writeFile(unfinished, page.substr(0, written) + std::string(page.size() - written, '\0'));
+    makeCache();
+    EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db")) << written;
+  }
+}
+
+TEST_F(FreshCacheFileTest, ClearsAwayALogWithoutBytesThatALossOfPowerHasLeftAlone) {
+  writeFile(folder.file(".vellora-making-wal"), "");
+  makeCache();
+  EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
+}
+
+TEST_F(FreshCacheFileTest, LeavesAForeignPageInTheWayOfAFreshOne) {
+  const std::string foreign = folder.file(".vellora-making");
+  RawDatabase(folder.file("theirs.db")).run("PRAGMA user_version = 1");
+  const std::string theirs = fileBytes(folder.file("theirs.db"));
+  ASSERT_EQ(theirs.size(), 4096U);
+  for (const std::string& bytes :
+       {theirs, "SQLite" + std::string(100, '\0'), "XX" + std::string(4094, '\0')}) {
+    writeFile(foreign, bytes);
+    EXPECT_EQ(refusal(path).detail, "\"" + foreign + "\" is in the way, move it away");
+    EXPECT_TRUE(fileBytes(foreign) == bytes);
   }
 }
 
