@@ -147,15 +147,6 @@ std::optional<std::int64_t> integerIn(const Decimal& decimal) {
   return error == std::errc() ? std::optional(value) : std::nullopt;
 }
 
-double nearestDouble(std::string_view number, const Decimal& decimal) {
-  double value = 0;
-  const auto error = std::from_chars(number.data(), number.data() + number.size(), value).ec;
-  if (error == std::errc()) return value;
-  const bool isTiny = decimal.exponent + static_cast<std::int64_t>(decimal.digits.size()) < 0;
-  const double size = isTiny ? 0 : std::numeric_limits<double>::infinity();
-  return decimal.isNegative ? -size : size;
-}
-
 using Word = std::uint64_t;
 
 // A tree of simdjson is an array of words. The first byte of a word tells what it is of, the others a place
@@ -181,7 +172,8 @@ void put(std::string_view number, Word* place) {
     place[0] = wordOf(tape_type::INT64);
     std::memcpy(&place[1], &*integer, sizeof(Word));
   } else {
-    const double rounded = nearestDouble(number, decimal);
+    // Not `std::from_chars`, which LLVM's standard library lacks for doubles.
+    const double rounded = simdjson::internal::from_chars(number.data(), number.data() + number.size());
     place[0] = wordOf(tape_type::DOUBLE);
     std::memcpy(&place[1], &rounded, sizeof(Word));
   }

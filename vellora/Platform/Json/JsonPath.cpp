@@ -18,7 +18,7 @@ bool isIdentifierCharacter(char c) {
 bool isPlainIdentifier(std::string_view key) {
   const bool startsWithDigit = !key.empty() && key.front() >= '0' && key.front() <= '9';
   return !key.empty() && key.size() <= longestKey && !startsWithDigit &&
-         std::ranges::all_of(key, isIdentifierCharacter);
+         std::all_of(key.begin(), key.end(), isIdentifierCharacter);
 }
 
 void append(std::string& text, const std::variant<std::string, std::size_t>& step) {
