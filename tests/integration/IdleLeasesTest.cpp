@@ -12,31 +12,35 @@
 #include "testkit/StubNetwork.h"
 #include "tests/support/Requests.h"
 #include "tests/support/SteppedSleep.h"
+#include "vellora/Platform/Queues/ThreadPool.h"
 
 // The thread that asks a Redis for leases, while there is nothing to ask for.
 
 namespace vellora {
 namespace {
 
+using detail::ThreadPool;
 using testkit::StubNetwork;
 using tests::SteppedSleep;
 
 TEST(IdleLeasesTest, TheThreadOfTheLeasesWakesForNothingBeforeARequestAndAfterIt) {
+  while (ThreadPool::shared().threads() > 0) SteppedSleep::pass(ThreadPool::patience);  // of tests before
+  const std::size_t others = SteppedSleep::untimedSleepers();
   const auto network = std::make_shared<StubNetwork>();
   network->answer("/theme", StubNetwork::body("{}"));
   // Where there is no Redis each request is sent at once.
   const auto cache =
       hostkit::RedisCache::open("redis://127.0.0.1:" + std::to_string(testkit::closedPort())).value();
   hostkit::LeasingNetwork leasing(network, *cache);
-  EXPECT_EQ(SteppedSleep::wakeUpsOfAnHour(1), 0U);
+  EXPECT_EQ(SteppedSleep::wakeUpsOfAnHour(others + 1), 0U);
 
   std::promise<bool> answered;
   leasing.sendRequest(tests::get("/theme", 60), [&](const auto& data, const auto&, const auto&) {
     answered.set_value(data.has_value());
   });
   EXPECT_TRUE(answered.get_future().get());
-  while (SteppedSleep::untimedSleepers() < 1) std::this_thread::yield();
-  EXPECT_EQ(SteppedSleep::wakeUpsOfAnHour(1), 0U);
+  while (SteppedSleep::untimedSleepers() < others + 1) std::this_thread::yield();
+  EXPECT_EQ(SteppedSleep::wakeUpsOfAnHour(others + 1), 0U);
 }
 
 }  // namespace
