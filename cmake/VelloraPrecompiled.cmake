@@ -1,25 +1,30 @@
 # Headers that nearly every source reads, compiled once. What a file uses and does not include is found all the same: by
 # tests/architecture/check_includes.py.
 #
-# A precompiled header serves sources that are compiled with the same options, hence one for
-# libraries and one for tests.
+# A precompiled header serves sources that are compiled with the same options, hence one for libraries, one for those
+# that are compiled for size, and one for tests.
 
 set(VELLORA_STANDARD_HEADERS
   <algorithm> <atomic> <chrono> <cstdint> <functional> <map> <memory> <mutex> <optional> <sstream> <string> <string_view>
   <thread> <unordered_map> <utility> <vector>)
 
-# vellora_precompile(<target>): for a library of ours, or a program that is not a test.
+# vellora_precompile(<target> [COMPACT]): for a library of ours, or a program that is not a test.
 function(vellora_precompile target)
   if(NOT VELLORA_PRECOMPILE)
     return()
   endif()
-  if(NOT TARGET vellora_precompiled_standard)
-    file(WRITE "${PROJECT_BINARY_DIR}/precompiled/standard.cpp" "")
-    add_library(vellora_precompiled_standard OBJECT "${PROJECT_BINARY_DIR}/precompiled/standard.cpp")
-    target_link_libraries(vellora_precompiled_standard PRIVATE vellora_build_flags)
-    target_precompile_headers(vellora_precompiled_standard PRIVATE ${VELLORA_STANDARD_HEADERS})
+  set(precompiled vellora_precompiled_standard)
+  if("COMPACT" IN_LIST ARGN)
+    set(precompiled vellora_precompiled_compact)
   endif()
-  target_precompile_headers(${target} REUSE_FROM vellora_precompiled_standard)
+  if(NOT TARGET ${precompiled})
+    file(WRITE "${PROJECT_BINARY_DIR}/precompiled/standard.cpp" "")
+    add_library(${precompiled} OBJECT "${PROJECT_BINARY_DIR}/precompiled/standard.cpp")
+    target_link_libraries(${precompiled} PRIVATE vellora_build_flags)
+    vellora_optimise(${precompiled} ${ARGN})
+    target_precompile_headers(${precompiled} PRIVATE ${VELLORA_STANDARD_HEADERS})
+  endif()
+  target_precompile_headers(${target} REUSE_FROM ${precompiled})
 endfunction()
 
 # vellora_precompile_for_tests(<target>): for a program of tests.

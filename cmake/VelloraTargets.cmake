@@ -50,14 +50,33 @@ if(VELLORA_COVERAGE)
   target_link_options(vellora_build_flags INTERFACE -fprofile-instr-generate)
 endif()
 
-# vellora_library(<target>): one archive per folder, included from the root of the tree. What is installed is made of
-# these archives' objects: VelloraInstall.cmake.
+# vellora_optimise(<target> [COMPACT]): what is optimised is made so that the linker can leave out what nobody needs.
+# Where COMPACT says so, or VELLORA_SMALL for all, it is compiled for size (docs/adr/0016-size.md).
+function(vellora_optimise target)
+  target_compile_options(${target} PRIVATE "$<$<CONFIG:Release>:-ffunction-sections;-fdata-sections>")
+  if(VELLORA_SMALL OR "COMPACT" IN_LIST ARGN)
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Os>)
+  endif()
+endfunction()
+
+# vellora_link_compactly(<target>): how our shared libraries are linked.
+function(vellora_link_compactly target)
+  target_link_options(${target} PRIVATE $<$<CONFIG:Release>:LINKER:--gc-sections>)
+  if(VELLORA_SMALL)
+    # The table of places that the loader adjusts takes a bit for each, and a loader that knows that: glibc 2.36.
+    target_link_options(${target} PRIVATE LINKER:-z,pack-relative-relocs)
+  endif()
+endfunction()
+
+# vellora_library(<target> [COMPACT]): one archive per folder, included from the root of the tree. What is installed is
+# made of these archives' objects: VelloraInstall.cmake.
 function(vellora_library target)
   add_library(${target} STATIC)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>")
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:vellora_build_flags>)
-  vellora_precompile(${target})
+  vellora_optimise(${target} ${ARGN})
+  vellora_precompile(${target} ${ARGN})
 endfunction()
 
 # vellora_public_headers(<target> <header>…): what is installed; a header that is not named here is internal.
