@@ -1,0 +1,48 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <sstream>
+#include <string>
+
+#include "tests/interleaving/Explorer.h"
+#include "tests/support/LongForm.h"
+
+namespace vellora::tests::interleaving {
+
+/// A scenario of a few threads that must come to the same however they are interleaved.
+///
+/// The short form tries all runs of up to two pre-emptions, or what the scenario says, and one stale read.
+/// VELLORA_TEST_PREEMPTIONS says another number, and VELLORA_TEST_SCHEDULE the one schedule to run.
+class InterleavingTest : public testing::Test {
+ protected:
+  static constexpr int preemptionsOfTheShortForm = 2;
+
+  /// Tries `scenario` in each order.
+  static void tryEach(const std::function<void()>& scenario, int preemptions = preemptionsOfTheShortForm) {
+    const char* const schedule = std::getenv("VELLORA_TEST_SCHEDULE");
+    const auto explored =
+        schedule != nullptr ? replay(scenario, schedule) : explore(scenario, limits(preemptions));
+    if (explored.failure) ADD_FAILURE() << told(*explored.failure);
+    RecordProperty("interleavings", std::to_string(explored.runs));
+  }
+
+ private:
+  static Limits limits(int preemptions) {
+    return {longForm("VELLORA_TEST_PREEMPTIONS").value_or(preemptions), 1};
+  }
+
+  static std::string told(const Failure& failure) {
+    const auto& test = *testing::UnitTest::GetInstance()->current_test_info();
+    std::ostringstream text;
+    text << failure.what << "\nit comes again by\n  VELLORA_TEST_SCHEDULE='" << failure.schedule
+         << "' InterleavingTests --gtest_filter=" << test.test_suite_name() << '.' << test.name();
+    for (const auto& line : failure.trace) text << "\n  " << line;
+    return text.str();
+  }
+};
+
+}  // namespace vellora::tests::interleaving
