@@ -85,12 +85,14 @@ Types decodedByNlohmann(const Data& text) {
 }  // namespace
 
 void addDecodingOfTheObjectList(Suite& suite) {
-  addDecoding<Types>(suite, "decode the object list", sampleObjectList(),
-                     {.ours = decodedByOurs,
-                      .byHand = extractedTypes,
-                      .boostJson = decodedByBoost,
-                      .rapidJson = decodedByRapidJson,
-                      .nlohmann = decodedByNlohmann});
+  addDecoding<Types>(
+      suite, "decode the object list", sampleObjectList(),
+      {.ours = decodedByOurs,
+       .byHand = extractedTypes,
+       .boostJson = decodedByBoost,
+       .rapidJson = decodedByRapidJson,
+       .nlohmann = decodedByNlohmann},
+      {.boostJson = Suite::atLeast(3), .rapidJson = Suite::atLeast(3), .nlohmann = Suite::atLeast(20)});
 }
 
 }  // namespace vellora::bench

@@ -118,7 +118,8 @@ void addDecodingOfTheThemeList(Suite& suite) {
                        .byHand = extractedThemes,
                        .boostJson = decodedByBoost,
                        .rapidJson = decodedByRapidJson,
-                       .nlohmann = decodedByNlohmann});
+                       .nlohmann = decodedByNlohmann},
+                      {});
 }
 
 }  // namespace vellora::bench
