@@ -22,9 +22,7 @@ Meta metaOf(CacheEntryType type) {
 }
 
 Meta metaOf(CacheEntryType type, std::string_view key, const std::string& value) {
-  Meta meta = metaOf(type);
-  meta.emplace(key, value);
-  return meta;
+  return TimestampedTable::itemMeta(rawValue(type), key, value);
 }
 
 }  // namespace
@@ -42,7 +40,7 @@ std::shared_ptr<const NamedList<SObject>> SObjectsCache::cachedSObjects() const 
 std::optional<SObject> SObjectsCache::cachedSObject(const std::optional<std::string>& name) const {
   if (!name) return std::nullopt;
   return table_.read<SObject>(metaOf(CacheEntryType::sObject, Constants::name, *name), "cachedSObject(for:)",
-                              ", name: " + *name + ", was retrieved from cache");
+                              {", name: ", *name, ", was retrieved from cache"});
 }
 
 std::shared_ptr<const SObjectsCache::NamesByKeyPrefix> SObjectsCache::cachedKeyPrefixes() const {
@@ -53,12 +51,12 @@ std::shared_ptr<const SObjectsCache::NamesByKeyPrefix> SObjectsCache::cachedKeyP
 std::optional<std::string> SObjectsCache::cachedName(const std::string& keyPrefix) const {
   return table_.read<std::string>(metaOf(CacheEntryType::keyPrefix, Constants::keyPrefix, keyPrefix),
                                   "cachedName(for:)",
-                                  ", keyPrefix: " + keyPrefix + ", was retrieved from cache");
+                                  {", keyPrefix: ", keyPrefix, ", was retrieved from cache"});
 }
 
 std::optional<std::string> SObjectsCache::cachedListViewType(const std::string& id) const {
   return table_.read<std::string>(metaOf(CacheEntryType::listView, Constants::id, id),
-                                  "cachedListViewType(for:)", ", id: " + id + ", was retrieved from cache");
+                                  "cachedListViewType(for:)", {", id: ", id, ", was retrieved from cache"});
 }
 
 void SObjectsCache::save(const std::vector<SObject>& sObjects) const {
@@ -69,7 +67,7 @@ void SObjectsCache::save(const std::vector<SObject>& sObjects) const {
 
 void SObjectsCache::save(const SObject& sObject) const {
   table_.write(sObject, metaOf(CacheEntryType::sObject, Constants::name, sObject.name), "save(_:)",
-               ", sObject.name: " + sObject.name);
+               {", sObject.name: ", sObject.name});
 }
 
 void SObjectsCache::saveKeyPrefixes(const std::vector<SObject>& sObjects) const {
@@ -82,12 +80,12 @@ void SObjectsCache::saveKeyPrefixes(const std::vector<SObject>& sObjects) const 
 
 void SObjectsCache::saveKeyPrefix(const std::string& keyPrefix, const std::string& name) const {
   table_.write(name, metaOf(CacheEntryType::keyPrefix, Constants::keyPrefix, keyPrefix),
-               "saveKeyPrefix(_:for:)", ", saved name: " + name + " for keyPrefix: " + keyPrefix);
+               "saveKeyPrefix(_:for:)", {", saved name: ", name, " for keyPrefix: ", keyPrefix});
 }
 
 void SObjectsCache::save(const std::optional<std::string>& listViewType, const std::string& id) const {
   table_.write(listViewType, metaOf(CacheEntryType::listView, Constants::id, id), "save(_:for:)",
-               ", id: " + id + ", listViewType: " + listViewType.value_or("nil"));
+               {", id: ", id, ", listViewType: ", listViewType.value_or("nil")});
 }
 
 void SObjectsCache::enforceCacheCount() const {

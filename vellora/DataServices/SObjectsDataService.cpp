@@ -3,6 +3,8 @@
 #include <new>
 #include <utility>
 
+#include "vellora/DataServices/LogLine.h"
+#include "vellora/DataServices/Looked.h"
 #include "vellora/DataServices/Renewals.h"
 #include "vellora/DataServices/SObjectsCache.h"
 #include "vellora/DataServices/SObjectsTuples.h"
@@ -19,8 +21,8 @@ using CorvaneSDK::LogLevel;
 
 namespace {
 
-std::string nameOrNil(const std::optional<SObject>& sObject) {
-  return sObject ? sObject->name : "nil";
+std::string_view nameOrNil(const std::optional<SObject>& sObject) {
+  return sObject ? std::string_view(sObject->name) : "nil";
 }
 
 std::optional<std::string> optionalName(const std::optional<SObject>& sObject) {
@@ -76,8 +78,8 @@ Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsD
           found.insert_or_assign(std::move(id), TypeAndInstance{std::move(type), std::move(instance)});
       const TypeAndInstance& both = entry.first->second;
       if (const auto self = weak.lock()) {
-        self->log("sObjectsForIds(_:): id: " + entry.first->first + ", (type: " + nameOrNil(both.type) +
-                  ", instance: " + nameOrNil(both.instance) + ")");
+        self->log("sObjectsForIds(_:): id: ", {entry.first->first, ", (type: ", nameOrNil(both.type),
+                                               ", instance: ", nameOrNil(both.instance), ")"});
       }
     }
     return found;
@@ -92,8 +94,8 @@ Publisher<std::map<std::string, std::optional<SObject>>> SObjectsDataService::sO
     for (auto& [name, sObject] : all) {
       const auto entry = found.insert_or_assign(std::move(name), std::move(sObject));
       if (const auto self = weak.lock()) {
-        self->log("sObjectsForNames(_:): tuples for each id: " + entry.first->first + ", " +
-                  describe(optionalName(entry.first->second)) + ")");
+        self->log("sObjectsForNames(_:): tuples for each id: ",
+                  {entry.first->first, ", ", describe(optionalName(entry.first->second)), ")"});
       }
     }
     return found;
@@ -109,7 +111,7 @@ Publisher<std::vector<Tuple>> SObjectsDataService::collected(std::vector<std::st
       .receive(queue_)
       .flatMap([weak = weak_from_this(), lookUp](std::string key) {
         const auto self = weak.lock();
-        return self ? (*self.*lookUp)(std::move(key), {}) : silence<Tuple>();
+        return self ? (*self.*lookUp)(std::move(key), {}).publisher() : silence<Tuple>();
       })
       .collect();
 }
@@ -130,8 +132,8 @@ void SObjectsDataService::releaseMemory() const {
   cache_->releaseMemory();
 }
 
-void SObjectsDataService::log(std::string_view text) const {
-  logger_->log(text, LogLevel::info);
+void SObjectsDataService::log(std::string_view text, std::initializer_list<std::string_view> parts) const {
+  logLine(*logger_, LogLevel::info, text, parts);
 }
 
 SObjectsDataServiceError SObjectsDataService::mapped(const Error& error,

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -30,6 +31,8 @@ namespace vellora {
 
 template <class Record>
 class FetchedOnce;
+template <class T>
+class Looked;
 template <class Record>
 class NamedList;
 class Renewals;
@@ -196,7 +199,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   };
 
   template <class Tuple>
-  using LookUp = Publisher<Tuple> (SObjectsDataService::*)(std::string key, const Asking& asking);
+  using LookUp = Looked<Tuple> (SObjectsDataService::*)(std::string key, const Asking& asking);
 
   template <class Tuple>
   [[nodiscard]] Publisher<std::vector<Tuple>> collected(std::vector<std::string> keys, LookUp<Tuple> lookUp);
@@ -205,11 +208,11 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
                                              Asking asking, ValueOf valueOf);
 
   // These read the cache when they are called; requests are sent when what they return is subscribed to.
-  [[nodiscard]] Publisher<IdTuple> sObjectAsIdTuple(std::string id, const Asking& asking);
-  [[nodiscard]] Publisher<NameTuple> sObjectAsNameTuple(std::string name, const Asking& asking);
-  [[nodiscard]] Publisher<OptionalSObject> sObjectForId(const std::string& id, const Asking& asking);
-  [[nodiscard]] Publisher<OptionalSObject> sObjectForName(const std::optional<std::string>& name,
-                                                          const Asking& asking);
+  [[nodiscard]] Looked<IdTuple> sObjectAsIdTuple(std::string id, const Asking& asking);
+  [[nodiscard]] Looked<NameTuple> sObjectAsNameTuple(std::string name, const Asking& asking);
+  [[nodiscard]] Looked<OptionalSObject> sObjectForId(const std::string& id, const Asking& asking);
+  [[nodiscard]] Looked<OptionalSObject> sObjectForName(const std::optional<std::string>& name,
+                                                       const Asking& asking);
   [[nodiscard]] Publisher<OptionalSObject> sObjectOnServer(const std::string& name, const Asking& asking);
   [[nodiscard]] Publisher<OptionalSObject> listViewSObject(const std::string& id, const Asking& asking);
   [[nodiscard]] Publisher<std::optional<std::string>> listViewType(const std::string& id,
@@ -233,7 +236,7 @@ class VELLORA_EXPORT SObjectsDataService : public std::enable_shared_from_this<S
   void dropIfOlder(std::uint64_t drops, const Asking& asking) const;
   void dropOldSingles(const Fetching& fetching);
 
-  void log(std::string_view text) const;
+  void log(std::string_view text, std::initializer_list<std::string_view> parts = {}) const;
   static SObjectsDataServiceError mapped(const Error& error, const std::weak_ptr<SObjectsDataService>& weak);
 
   // Constant after construction.

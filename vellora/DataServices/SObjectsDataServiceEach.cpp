@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "vellora/DataServices/FetchedOnce.h"
+#include "vellora/DataServices/Looked.h"
 #include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/Requester.h"
 #include "vellora/DataServices/SObjectsCache.h"
@@ -11,7 +12,7 @@
 
 namespace vellora {
 
-/// Takes `lookUp` for each of `keys`, now; `valueOf` makes a `Result<T>` of what that gives.
+/// Takes `lookUp` for each of `keys`, now; `valueOf` makes a `T` of what that gives.
 template <class T, class Tuple, class ValueOf>
 Publisher<KeyResult<T>> SObjectsDataService::each(std::vector<std::string> keys, LookUp<Tuple> lookUp,
                                                   Asking asking, ValueOf valueOf) {
@@ -21,7 +22,10 @@ Publisher<KeyResult<T>> SObjectsDataService::each(std::vector<std::string> keys,
             const auto self = weak.lock();
             if (!self) return silence<KeyResult<T>>();
             self->dropOldSingles(asking.fetching);
-            return (*self.*lookUp)(key, asking).tryMap(valueOf).results().map([key](Result<T>&& value) {
+            auto looked = (*self.*lookUp)(key, asking);
+            if (Tuple* found = looked.value())
+              return Publisher<KeyResult<T>>::just({key, valueOf(std::move(*found))});
+            return std::move(looked).publisher().map(valueOf).results().map([key](Result<T>&& value) {
               return KeyResult<T>{key, std::move(value)};
             });
           });
@@ -30,11 +34,10 @@ Publisher<KeyResult<T>> SObjectsDataService::each(std::vector<std::string> keys,
 Publisher<KeyResult<SObjectsDataService::TypeAndInstance>> SObjectsDataService::eachOfIds(
     std::vector<std::string> ids, Source source, Fetching fetching, SObjects loaded) {
   const auto fetched = std::make_shared<FetchedOnce<SObject>>(std::move(loaded));
-  return each<TypeAndInstance>(
-      std::move(ids), &SObjectsDataService::sObjectAsIdTuple, {source, true, std::move(fetching), fetched},
-      [](IdTuple&& found) {
-        return Result<TypeAndInstance>(TypeAndInstance{std::move(found.type), std::move(found.instance)});
-      });
+  return each<TypeAndInstance>(std::move(ids), &SObjectsDataService::sObjectAsIdTuple,
+                               {source, true, std::move(fetching), fetched}, [](IdTuple&& found) {
+                                 return TypeAndInstance{std::move(found.type), std::move(found.instance)};
+                               });
 }
 
 Publisher<KeyResult<std::optional<SObject>>> SObjectsDataService::eachOfNames(std::vector<std::string> names,
@@ -43,9 +46,8 @@ Publisher<KeyResult<std::optional<SObject>>> SObjectsDataService::eachOfNames(st
                                                                               SObjects loaded) {
   const auto fetched = std::make_shared<FetchedOnce<SObject>>(std::move(loaded));
   return each<OptionalSObject>(std::move(names), &SObjectsDataService::sObjectAsNameTuple,
-                               {source, true, std::move(fetching), fetched}, [](NameTuple&& found) {
-                                 return Result<OptionalSObject>(std::move(found.sObject));
-                               });
+                               {source, true, std::move(fetching), fetched},
+                               [](NameTuple&& found) { return std::move(found.sObject); });
 }
 
 Publisher<SObjectsDataService::SObjects> SObjectsDataService::allSObjects(Source source, Fetching fetching,

@@ -69,7 +69,7 @@ Publisher<SObjectsResponse> SObjectsDataService::fetchedList(const Fetching& fet
 
 Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(
     const std::string& id, const Fetching& fetching, std::optional<std::uint64_t> renewal) {
-  log("fetchedListViewType(for:): id: " + id);
+  log("fetchedListViewType(for:): id: ", {id});
   const auto request =
       serverRequest(serverPath("query"), "SELECT Id,SobjectType FROM ListView WHERE Id = '" + id + "'");
   if (!request) return Publisher<std::optional<std::string>>::fail(SObjectsDataServiceError::invalidUrl());
@@ -82,7 +82,7 @@ Publisher<std::optional<std::string>> SObjectsDataService::fetchedListViewType(
           if (self && !isOld) self->cache_->save(type, id);
         });
         if (const auto self = weak.lock()) {
-          self->log("fetchedListViewType(for:), list view for id: " + id + ", was fetched then cached");
+          self->log("fetchedListViewType(for:), list view for id: ", {id, ", was fetched then cached"});
         }
         return type;
       });

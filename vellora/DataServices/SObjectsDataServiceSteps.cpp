@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "vellora/DataServices/FetchedOnce.h"
+#include "vellora/DataServices/Looked.h"
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/Requester.h"
@@ -34,50 +35,52 @@ std::optional<SObject> firstNamed(const std::vector<SObject>& sObjects,
 
 }  // namespace
 
-Publisher<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id,
-                                                                              const Asking& asking) {
-  const auto type = sObjectForId(id, asking);
+Looked<SObjectsDataService::IdTuple> SObjectsDataService::sObjectAsIdTuple(std::string id,
+                                                                           const Asking& asking) {
+  auto type = sObjectForId(id, asking);
   const auto typeName = name(id, asking);
   if (!typeName || typeName.value() != listViewName) {
-    return type.map([id = std::move(id)](OptionalSObject found) mutable {  // called once
+    return std::move(type).map([id = std::move(id)](OptionalSObject found) mutable {  // called once
       return IdTuple{std::move(id), std::move(found), std::nullopt};
     });
   }
-  return type.combineLatest(listViewSObject(id, asking))
+  return std::move(type)
+      .publisher()
+      .combineLatest(listViewSObject(id, asking))
       .map([id](std::pair<OptionalSObject, OptionalSObject> both) {
         return IdTuple{id, std::move(both.first), std::move(both.second)};
       });
 }
 
-Publisher<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(std::string name,
-                                                                                  const Asking& asking) {
-  const auto type = sObjectForName(name, asking);
-  return type.map([name = std::move(name)](OptionalSObject sObject) mutable {  // called once
+Looked<SObjectsDataService::NameTuple> SObjectsDataService::sObjectAsNameTuple(std::string name,
+                                                                               const Asking& asking) {
+  auto type = sObjectForName(name, asking);
+  return std::move(type).map([name = std::move(name)](OptionalSObject sObject) mutable {  // called once
     return NameTuple{std::move(name), std::move(sObject)};
   });
 }
 
-Publisher<std::optional<SObject>> SObjectsDataService::sObjectForId(const std::string& id,
-                                                                    const Asking& asking) {
+Looked<std::optional<SObject>> SObjectsDataService::sObjectForId(const std::string& id,
+                                                                 const Asking& asking) {
   const auto typeName = name(id, asking);
   if (!typeName) return Publisher<OptionalSObject>::fail(typeName.error());
-  if (!typeName.value()) return Publisher<OptionalSObject>::just(std::nullopt);
+  if (!typeName.value()) return OptionalSObject();
   return sObjectForName(typeName.value(), asking);
 }
 
-Publisher<std::optional<SObject>> SObjectsDataService::sObjectForName(const std::optional<std::string>& name,
-                                                                      const Asking& asking) {
-  log("sObjectForName(_:), name: " + name.value_or("null type"));
-  if (auto sObject = cache_->cachedSObject(name)) return Publisher<OptionalSObject>::just(std::move(sObject));
+Looked<std::optional<SObject>> SObjectsDataService::sObjectForName(const std::optional<std::string>& name,
+                                                                   const Asking& asking) {
+  log("sObjectForName(_:), name: ", {name ? std::string_view(*name) : "null type"});
+  if (auto sObject = cache_->cachedSObject(name)) return sObject;
   const auto drops = cache_->drops();
   if (const auto sObjects = cache_->cachedSObjects()) {
     const SObject* sObject = name ? sObjects->firstNamed(*name) : nullptr;
-    if (!sObject) return Publisher<OptionalSObject>::just(std::nullopt);
+    if (!sObject) return OptionalSObject();
     writeFor(asking.fetching, [&] {
       cache_->save(*sObject);
       dropIfOlder(drops, asking);
     });
-    return Publisher<OptionalSObject>::just(*sObject);
+    return OptionalSObject(*sObject);
   }
   if (asking.isShared) return sObjectOnServer(name.value_or(std::string()), asking);
   return fetchedSObjects().map([weak = weak_from_this(), name](const std::vector<SObject>& sObjects) {
@@ -105,14 +108,14 @@ Publisher<std::optional<SObject>> SObjectsDataService::listViewSObject(const std
                                                                        const Asking& asking) {
   if (asking.source != Source::serverFirst) {
     if (const auto type = cache_->cachedListViewType(id)) {
-      log("listViewSObject(for:), id: " + id + ", was retrieved from cache");
-      return sObjectForName(type, asking);
+      log("listViewSObject(for:), id: ", {id, ", was retrieved from cache"});
+      return sObjectForName(type, asking).publisher();
     }
   }
   return listViewType(id, asking)
       .flatMap([weak = weak_from_this(), asking](const std::optional<std::string>& type) {
         const auto self = weak.lock();
-        return self ? self->sObjectForName(type, asking) : silence<OptionalSObject>();
+        return self ? self->sObjectForName(type, asking).publisher() : silence<OptionalSObject>();
       });
 }
 

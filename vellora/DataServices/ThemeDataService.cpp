@@ -5,6 +5,8 @@
 
 #include "vellora/DataServices/FetchTime.h"
 #include "vellora/DataServices/FetchedOnce.h"
+#include "vellora/DataServices/LogLine.h"
+#include "vellora/DataServices/Looked.h"
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/DataServices/NotCached.h"
 #include "vellora/DataServices/Renewals.h"
@@ -31,9 +33,7 @@ constexpr std::string_view listWasFetched = "fetchedThemes(), themes was fetched
 static_assert(ThemeDataService::Constants::cacheEntryType == TimestampedTable::cacheEntryType);
 
 CorvaneSDK::Meta metaOfEntry(const std::string& name) {
-  auto meta = TimestampedTable::kindMeta(entryKind);
-  meta.emplace(ThemeDataService::Constants::name, name);
-  return meta;
+  return TimestampedTable::itemMeta(entryKind, ThemeDataService::Constants::name, name);
 }
 
 std::optional<ThemeItem> firstNamed(const std::string& name, const std::vector<ThemeItem>& themes) {
@@ -93,46 +93,48 @@ void ThemeDataService::loadThemes(LoadCompletion completion) {
 Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector<std::string> names) {
   return Publisher<std::string>::sequence(std::move(names))
       .receive(queue_)
-      .flatMap([self = shared_from_this()](std::string name) { return self->themeTuple(std::move(name)); })
+      .flatMap([self = shared_from_this()](std::string name) {
+        return self->themeTuple(std::move(name)).publisher();
+      })
       .collect()
       .map([weak = weak_from_this()](std::vector<ThemeTuple>&& tuples) {
         std::map<std::string, ThemeItem> found;
         for (auto& [name, theme] : tuples) {
-          const std::string line = "themes(for:): name: " + name;
+          if (const auto service = weak.lock()) service->log("themes(for:): name: ", {name});
           if (theme) {
             found.insert_or_assign(std::move(name), *std::move(theme));
           } else {
             found.erase(name);
           }
-          if (const auto service = weak.lock()) service->log(line);
         }
         return found;
       });
 }
 
-Publisher<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(std::string name) {
-  const auto entry = theme(name, {});
-  return entry.map([name = std::move(name)](std::optional<ThemeItem> theme) mutable {  // called once
-    return ThemeTuple(std::move(name), std::move(theme));
-  });
+Looked<ThemeDataService::ThemeTuple> ThemeDataService::themeTuple(std::string name) {
+  auto entry = theme(name, {});
+  return std::move(entry).map(
+      [name = std::move(name)](std::optional<ThemeItem> theme) mutable {  // called once
+        return ThemeTuple(std::move(name), std::move(theme));
+      });
 }
 
-Publisher<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& name, const Asking& asking) {
-  using Answer = Publisher<std::optional<ThemeItem>>;
-  if (auto entry = cachedTheme(name)) return Answer::just(std::move(entry));
+Looked<std::optional<ThemeItem>> ThemeDataService::theme(const std::string& name, const Asking& asking) {
+  using Entry = std::optional<ThemeItem>;
+  if (auto entry = cachedTheme(name)) return entry;
   const auto drops = table_->drops();
   if (const auto list = cachedThemes()) {
     const ThemeItem* entry = list->firstNamed(name);
     if (!entry) {
-      log("theme(for:), no theme was found for name: " + name);
-      return Answer::just(std::nullopt);
+      log("theme(for:), no theme was found for name: ", {name});
+      return Entry();
     }
     writeFor(asking.fetching, [&] {
       save(*entry);
       // A newer list may have come meanwhile, and its rows been dropped before this one came.
       if (asking.isShared && table_->drops() != drops) table_->drop(entryKind);
     });
-    return Answer::just(*entry);
+    return Entry(*entry);
   }
   if (asking.isShared) return themeOnServer(name, asking);
   return fetchedThemes().map([name, weak = weak_from_this()](const std::vector<ThemeItem>& list) {
@@ -195,7 +197,10 @@ Publisher<KeyResult<std::optional<ThemeItem>>> ThemeDataService::eachTheme(std::
         const auto self = weak.lock();
         if (!self) return silence<KeyResult<Entry>>();
         self->dropOldSingles(asking.fetching);
-        return self->theme(name, asking).results().map([name](Result<Entry>&& entry) {
+        auto looked = self->theme(name, asking);
+        if (Entry* entry = looked.value())
+          return Publisher<KeyResult<Entry>>::just({name, std::move(*entry)});
+        return std::move(looked).publisher().results().map([name](Result<Entry>&& entry) {
           return KeyResult<Entry>{name, std::move(entry)};
         });
       });
@@ -278,7 +283,7 @@ std::shared_ptr<const NamedList<ThemeItem>> ThemeDataService::cachedThemes() con
 
 std::optional<ThemeItem> ThemeDataService::cachedTheme(const std::string& name) const {
   return table_->read<ThemeItem>(metaOfEntry(name), "cachedTheme(for:)",
-                                 ", name: " + name + ", was retrieved from cache");
+                                 {", name: ", name, ", was retrieved from cache"});
 }
 
 void ThemeDataService::save(const std::vector<ThemeItem>& themes) const {
@@ -286,7 +291,7 @@ void ThemeDataService::save(const std::vector<ThemeItem>& themes) const {
 }
 
 void ThemeDataService::save(const ThemeItem& theme) const {
-  table_->write(theme, metaOfEntry(theme.name), "save(_:)", ", theme.name: " + theme.name);
+  table_->write(theme, metaOfEntry(theme.name), "save(_:)", {", theme.name: ", theme.name});
 }
 
 /// Drops what lookups took from the list before a lookup of the first kind fetched another.
@@ -294,8 +299,8 @@ void ThemeDataService::dropOldSingles(const Fetching& fetching) {
   if (areSinglesOld_.exchange(false)) writeFor(fetching, [&] { table_->drop(entryKind); });
 }
 
-void ThemeDataService::log(std::string_view message) const {
-  logger_->log(message, CorvaneSDK::LogLevel::info);
+void ThemeDataService::log(std::string_view message, std::initializer_list<std::string_view> parts) const {
+  logLine(*logger_, CorvaneSDK::LogLevel::info, message, parts);
 }
 
 ThemeDataServiceError ThemeDataService::mapped(const Error& error,

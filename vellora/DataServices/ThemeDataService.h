@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -31,6 +32,8 @@ template <class Record>
 class FetchedOnce;
 template <class Record>
 class NamedList;
+template <class T>
+class Looked;
 template <class T>
 class Remembered;
 class Renewals;
@@ -152,8 +155,8 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
     std::shared_ptr<FetchedOnce<ThemeItem>> fetched = nullptr;  ///< by this lookup; null where none is shared
   };
 
-  [[nodiscard]] Publisher<ThemeTuple> themeTuple(std::string name);
-  [[nodiscard]] Publisher<std::optional<ThemeItem>> theme(const std::string& name, const Asking& asking);
+  [[nodiscard]] Looked<ThemeTuple> themeTuple(std::string name);
+  [[nodiscard]] Looked<std::optional<ThemeItem>> theme(const std::string& name, const Asking& asking);
   [[nodiscard]] Publisher<std::optional<ThemeItem>> themeOnServer(const std::string& name,
                                                                   const Asking& asking);
   [[nodiscard]] Publisher<std::vector<ThemeItem>> fetchedThemes();
@@ -167,7 +170,7 @@ class VELLORA_EXPORT ThemeDataService : public std::enable_shared_from_this<Them
   void save(const ThemeItem& theme) const;
   void dropOldSingles(const Fetching& fetching);
 
-  void log(std::string_view message) const;
+  void log(std::string_view message, std::initializer_list<std::string_view> parts = {}) const;
   static ThemeDataServiceError mapped(const Error& error, const std::weak_ptr<ThemeDataService>& weak);
 
   // Constant after construction.

@@ -64,11 +64,11 @@ void TimestampedTable::saveFetchTimeStamp() const {
 
 void TimestampedTable::enforceCacheCount(std::string_view kind) const {
   const auto rows = cacheTable_->fetch(Query::oldest({}, metaEquals(kindMeta(kind))));
-  log("enforceCacheCount()", ", cacheEntryType: " + std::string(kind) + ", rows.count: " +
-                                 std::to_string(rows.size()) + ", maxCount: " + std::to_string(maxCount));
+  log("enforceCacheCount()", {", cacheEntryType: ", kind, ", rows.count: ", std::to_string(rows.size()),
+                              ", maxCount: ", std::to_string(maxCount)});
   for (std::size_t index = 0; index + maxCount < rows.size(); ++index) {
     const Row& surplus = rows[index];
-    log("enforceCacheCount(), purging row: ", describe(surplus.meta));
+    log("enforceCacheCount(), purging row: ", {describe(surplus.meta)});
     cacheTable_->purge(CorvaneSDK::dataKeyEquals(surplus.dataKey));
   }
 }
@@ -84,18 +84,24 @@ void TimestampedTable::forget() const {
 }
 
 Meta TimestampedTable::kindMeta(std::string_view kind) {
-  return {{std::string(cacheEntryType), std::string(kind)}};
+  Meta meta;
+  meta.emplace(cacheEntryType, kind);
+  return meta;
 }
 
-void TimestampedTable::log(std::string_view operation, std::string_view detail) const {
-  std::string text;
-  text.reserve(operation.size() + detail.size());
-  logger_->log(text.append(operation).append(detail), LogLevel::info);
+Meta TimestampedTable::itemMeta(std::string_view kind, std::string_view key, const std::string& value) {
+  Meta meta = kindMeta(kind);
+  meta.emplace(key, value);
+  return meta;
+}
+
+void TimestampedTable::log(std::string_view operation, LineParts detail) const {
+  logLine(*logger_, LogLevel::info, operation, detail);
 }
 
 void TimestampedTable::logError(std::string_view operation, std::string_view failure,
                                 const Error& error) const {
-  logger_->log(std::string(operation).append(failure).append(error.localizedDescription()), LogLevel::error);
+  logLine(*logger_, LogLevel::error, operation, {failure, error.localizedDescription()});
 }
 
 }  // namespace vellora

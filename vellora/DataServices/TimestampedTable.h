@@ -12,6 +12,7 @@
 
 #include "vellora/DataServices/CacheState.h"
 #include "vellora/DataServices/ListState.h"
+#include "vellora/DataServices/LogLine.h"
 #include "vellora/Host/Cache.h"
 #include "vellora/Host/CacheTable.h"
 #include "vellora/Host/Logger.h"
@@ -72,7 +73,7 @@ class TimestampedTable {
   /// such a row, before it is decoded.
   template <class T>
   [[nodiscard]] std::optional<T> read(CorvaneSDK::Meta meta, std::string_view operation,
-                                      std::string_view found = {}) const {
+                                      LineParts found = {}) const {
     return readWith(json::decode<T>, std::move(meta), operation, found);
   }
 
@@ -89,7 +90,7 @@ class TimestampedTable {
   /// has no JSON form. What the host makes of the row is not looked at.
   template <class T>
   bool write(const T& value, CorvaneSDK::Meta meta, std::string_view operation,
-             std::string_view written = {}) const {
+             LineParts written = {}) const {
     auto data = json::encode(value);
     if (!data) {
       logError(operation, ": Failed to encode: ", data.error());
@@ -114,13 +115,17 @@ class TimestampedTable {
   /// Purges every row, whatever its kind, and removes the moment of the fetch.
   void forget() const;
 
-  /// The meta that all rows of `kind` have; single items add their identifying pair.
+  /// The meta that all rows of `kind` have.
   [[nodiscard]] static CorvaneSDK::Meta kindMeta(std::string_view kind);
+
+  /// The meta of a single item, which has an identifying pair besides.
+  [[nodiscard]] static CorvaneSDK::Meta itemMeta(std::string_view kind, std::string_view key,
+                                                 const std::string& value);
 
  private:
   template <class Decode>
   [[nodiscard]] auto readWith(Decode decode, CorvaneSDK::Meta meta, std::string_view operation,
-                              std::string_view found) const {
+                              LineParts found) const {
     using T = typename std::invoke_result_t<Decode, const Data&>::Value;
     const auto rows = cacheTable_->load(CorvaneSDK::Query::exact(CorvaneSDK::metaEquals(std::move(meta))));
     if (rows.empty()) return std::optional<T>();
@@ -132,7 +137,7 @@ class TimestampedTable {
   }
 
   [[nodiscard]] bool isCacheEmpty() const;
-  void log(std::string_view operation, std::string_view detail) const;
+  void log(std::string_view operation, LineParts detail) const;
   void logError(std::string_view operation, std::string_view failure, const Error& error) const;
 
   // Constant after construction.

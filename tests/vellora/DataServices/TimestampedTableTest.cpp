@@ -180,9 +180,9 @@ TEST_F(TimestampedTableTest, ReadsTheStateAfreshEachTime) {
 
 TEST_F(TimestampedTableTest, ReadsWhatItWrote) {
   const auto table = make();
-  table.write(std::string("value"), item("one"), "save(_:)", ", name: one");
+  table.write(std::string("value"), item("one"), "save(_:)", {", name: one"});
 
-  EXPECT_EQ(table.read<std::string>(item("one"), "cached(for:)", ", name: one"), "value");
+  EXPECT_EQ(table.read<std::string>(item("one"), "cached(for:)", {", name: one"}), "value");
   EXPECT_THAT(logger->lines(), ElementsAre(RecordingLogger::Line{LogLevel::info, "save(_:), name: one"},
                                            RecordingLogger::Line{LogLevel::info, "cached(for:), name: one"}));
 }
@@ -201,7 +201,7 @@ TEST_F(TimestampedTableTest, LogsThatItFoundARowAlsoBeforeItFailsToDecodeIt) {
   table.write(std::map<std::string, std::string>{}, item("one"), "save(_:)");
   logger->clear();
 
-  EXPECT_EQ(table.read<std::string>(item("one"), "cached(for:)", ", name: one"), std::nullopt);
+  EXPECT_EQ(table.read<std::string>(item("one"), "cached(for:)", {", name: one"}), std::nullopt);
   EXPECT_THAT(logger->lines(),
               ElementsAre(RecordingLogger::Line{LogLevel::info, "cached(for:), name: one"},
                           RecordingLogger::Line{LogLevel::error,
@@ -222,7 +222,7 @@ TEST_F(TimestampedTableTest, WritesNoRowOfWhatHasNoJsonForm) {
   const auto table = make();
   cache->clearCalls();
 
-  EXPECT_FALSE(table.write(std::string("\xFF"), item("one"), "save(_:)", ", name: one"));
+  EXPECT_FALSE(table.write(std::string("\xFF"), item("one"), "save(_:)", {", name: one"}));
 
   EXPECT_THAT(cache->calls(), IsEmpty());
   EXPECT_THAT(logger->texts(LogLevel::info), IsEmpty());
