@@ -1,0 +1,32 @@
+#include "vellora/DataServices/LogLine.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace vellora {
+namespace {
+
+class LastLine final : public CorvaneSDK::Logger {
+ public:
+  void log(std::string_view message, CorvaneSDK::LogLevel) override { text = message; }
+  std::string text;
+};
+
+TEST(LogLineTest, PutsThePartsOneBehindTheOther) {
+  LastLine logger;
+  logLine(logger, CorvaneSDK::LogLevel::info, "load", {", name: ", "Account", ""});
+  EXPECT_EQ(logger.text, "load, name: Account");
+}
+
+TEST(LogLineTest, KeepsEveryByteOfALineOfAnyLength) {
+  LastLine logger;
+  for (const std::size_t size : {0U, 255U, 256U, 257U, 5000U}) {
+    const std::string name(size, 'n');
+    logLine(logger, CorvaneSDK::LogLevel::info, "", {name});
+    EXPECT_EQ(logger.text, name);
+  }
+}
+
+}  // namespace
+}  // namespace vellora
