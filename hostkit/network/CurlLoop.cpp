@@ -61,6 +61,8 @@ Result<std::shared_ptr<CurlLoop>> CurlLoop::start(TransferSetting setting) {
   if (!initialiseCurl()) return unavailable("curl");
   auto multi = std::make_unique<Multi>();
   if (!multi->handle) return unavailable("memory");
+  // Without descriptors curl makes a handle that nobody can wake: its thread would sleep through requests.
+  if (curl_multi_wakeup(multi->handle.get()) != CURLM_OK) return unavailable("descriptors");
   const std::shared_ptr<CurlLoop> loop(new CurlLoop(std::move(setting), std::move(multi)));
   try {
     loop->thread_ = std::thread([loop] { loop->run(); });

@@ -24,8 +24,8 @@ namespace vellora::hostkit {
 /// Threads: `submit` is safe from any thread; `stop` is called once. Transfers are delivered on the loop's
 /// thread, with no lock held.
 ///
-/// Errors: `start` fails with a `CurlNetworkError` of kind `unavailable` when the machine gives no thread or
-/// no memory.
+/// Errors: `start` fails with a `CurlNetworkError` of kind `unavailable` when the machine gives no thread, no
+/// descriptor or no memory.
 class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
  public:
   [[nodiscard]] static Result<std::shared_ptr<CurlLoop>> start(TransferSetting setting);

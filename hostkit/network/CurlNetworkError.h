@@ -37,7 +37,7 @@ struct VELLORA_EXPORT CurlNetworkError {
     protocol,          ///< the answer is not HTTP, or is badly encoded
     tooManyRequests,   ///< too many requests wait already
     shutDown,          ///< the network was destroyed first
-    unavailable,       ///< the machine gave no thread or no memory
+    unavailable,       ///< the machine gave no thread, descriptor or memory
   };
 
   Kind kind;

@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <chrono>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <future>
 #include <limits>
 #include <string>
@@ -270,6 +272,25 @@ TEST_F(CurlNetworkFailureTest, ABrokenPackedBodyIsAnError) {
   expectError(ask("/theme"), Kind::protocol);
   server.reply(ScriptedServer::http("200 OK", packedLetters.substr(0, 20), {"Content-Encoding: gzip"}));
   expectError(ask("/theme"), Kind::protocol);
+}
+
+/// What the network cannot start for, in a process that may open no further file.
+[[noreturn]] void makeANetworkWithoutDescriptors() {
+  const CurlNetwork::Options options{.server = "http://127.0.0.1:1"};
+  const auto before = CurlNetwork::make(options);  // what curl loads once is there now
+  const rlimit none{0, 0};
+  const bool isLimited = setrlimit(RLIMIT_NOFILE, &none) == 0;
+  const auto network = CurlNetwork::make(options);
+  const auto* error = network.hasValue() ? nullptr : network.error().as<CurlNetworkError>();
+  std::_Exit(before.hasValue() && isLimited && error && error->kind == CurlNetworkError::Kind::unavailable &&
+                     error->localizedDescription().find("descriptors") != std::string::npos
+                 ? 0
+                 : 1);
+}
+
+TEST(CurlNetworkDeathTest, IsNotMadeWhereItsThreadCouldNotBeWoken) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(makeANetworkWithoutDescriptors(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
