@@ -1,5 +1,7 @@
 #include "vellora/DataServices/MetadataServices.h"
 
+#include <new>
+
 #include "vellora/Platform/Json/Json.h"
 #include "vellora/Platform/Queues/ThreadPool.h"
 
@@ -10,7 +12,10 @@ void MetadataServices::releaseMemory() const {
   themes->releaseMemory();
   cache->releaseMemory();
   json::releaseParser();
-  detail::ThreadPool::shared().endIdleThreads();  // each may keep a parser, too
+  try {
+    detail::ThreadPool::shared().endIdleThreads();  // each may keep a parser, too
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): there was no pool yet, hence no threads
+  }
 }
 
 }  // namespace vellora
