@@ -48,7 +48,7 @@ class Hops::Transit {
     const std::lock_guard lock(mutex_);
     if (first_ == values_.size()) return {};
     Handle<Box> oldest = std::move(values_[first_++]);
-    // Room for what was delivered is given back, also when some values are always waiting.
+    // Room for what was delivered is used again, also when some values are always waiting.
     if (2 * first_ >= values_.size()) {
       values_.erase(values_.begin(), values_.begin() + static_cast<std::ptrdiff_t>(first_));
       first_ = 0;
