@@ -64,17 +64,21 @@ std::vector<Sleeper> sleepersUntil(Sleep::Moment moment) {
   return found;
 }
 
+bool isAsleep(const Bedroom& room, const Sleeper& sleeper) {
+  return std::any_of(room.sleepers.begin(), room.sleepers.end(),
+                     [&](const Sleeper& each) { return each.number == sleeper.number; });
+}
+
 void wake(const Sleeper& sleeper) {
+  Bedroom& room = bedroom();
   {
-    const std::lock_guard lock(*sleeper.mutex);  // it has it until it sleeps
+    const std::lock_guard itsOwn(*sleeper.mutex);  // it has it until it sleeps
+    const std::lock_guard lock(room.mutex);
+    if (!isAsleep(room, sleeper)) return;  // who woke it may have let its condition go
     sleeper.condition->notify_all();
   }
-  Bedroom& room = bedroom();
   std::unique_lock lock(room.mutex);
-  room.changed.wait(lock, [&] {
-    return std::none_of(room.sleepers.begin(), room.sleepers.end(),
-                        [&](const Sleeper& each) { return each.number == sleeper.number; });
-  });
+  room.changed.wait(lock, [&] { return !isAsleep(room, sleeper); });
 }
 
 }  // namespace

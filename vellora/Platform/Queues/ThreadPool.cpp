@@ -25,13 +25,9 @@ bool ThreadPool::runsHere() noexcept {
 }
 
 void ThreadPool::submit(std::shared_ptr<Turn> turn) {
-  {
-    const std::lock_guard lock(mutex_);
-    if (waiting_ >= idle_ && threads_ < most_) startThread();
-    add(std::move(turn));
-    if (idle_ == 0) return;
-  }
-  submitted_.notify_one();
+  const std::lock_guard lock(mutex_);
+  if (waiting_ >= coming_) sendThread();
+  add(std::move(turn));
 }
 
 void ThreadPool::submitAgain(std::shared_ptr<Turn> turn) {
@@ -46,11 +42,20 @@ void ThreadPool::add(std::shared_ptr<Turn> turn) {
   ++waiting_;
 }
 
+void ThreadPool::sendThread() {
+  if (idle_) {
+    wakeLast();
+  } else if (threads_ < most_) {
+    startThread();
+  }
+}
+
 // Where the system has none for it, those that there are take the turn in time.
 void ThreadPool::startThread() {
   try {
     std::thread([this] { work(); }).detach();
     ++threads_;
+    ++coming_;
   } catch (const std::system_error&) {
     if (threads_ == 0) throw std::bad_alloc();
   } catch (const std::bad_alloc&) {
@@ -58,9 +63,17 @@ void ThreadPool::startThread() {
   }
 }
 
+void ThreadPool::wakeLast() {
+  auto& woken = *std::exchange(idle_, idle_->below);
+  woken.isAwake = true;
+  ++coming_;
+  woken.call.notify_one();  // under the lock: the thread takes `woken` away when it has that
+}
+
 void ThreadPool::work() {
   isOfThePool = true;
   std::unique_lock lock(mutex_);
+  --coming_;
   while (auto turn = waitForTurn(lock)) {
     lock.unlock();
     turn->run();
@@ -70,13 +83,12 @@ void ThreadPool::work() {
   --threads_;
 }
 
+// A thread that is woken may find that another has taken the turn.
 std::shared_ptr<ThreadPool::Turn> ThreadPool::waitForTurn(std::unique_lock<std::mutex>& lock) {
   if (!first_) {
     const auto end = Sleep::now() + patience;
-    ++idle_;
     const auto ends = ends_;
-    while (!first_ && ends == ends_ && Sleep::now() < end) Sleep::on(submitted_, lock, end);
-    --idle_;
+    while (!first_ && ends == ends_ && Sleep::now() < end) sleep(lock, end);
   }
   auto turn = std::move(first_);
   if (turn) {
@@ -86,12 +98,27 @@ std::shared_ptr<ThreadPool::Turn> ThreadPool::waitForTurn(std::unique_lock<std::
   return turn;
 }
 
-void ThreadPool::endIdleThreads() {
-  {
-    const std::lock_guard lock(mutex_);
-    ++ends_;
+void ThreadPool::sleep(std::unique_lock<std::mutex>& lock, Sleep::Moment end) {
+  Idle idle{.below = idle_};
+  idle_ = &idle;
+  Sleep::on(idle.call, lock, end);
+  if (idle.isAwake) {
+    --coming_;
+  } else {
+    remove(idle);
   }
-  submitted_.notify_all();
+}
+
+void ThreadPool::remove(const Idle& idle) {
+  auto** place = &idle_;
+  while (*place != &idle) place = &(*place)->below;
+  *place = idle.below;
+}
+
+void ThreadPool::endIdleThreads() {
+  const std::lock_guard lock(mutex_);
+  ++ends_;
+  while (idle_) wakeLast();
 }
 
 std::size_t ThreadPool::threads() const {

@@ -38,6 +38,15 @@ void useAllThreads() {
   SteppedSleep::waitForSleepers(threadCount());
 }
 
+/// Which thread is woken for a piece of work while all of them sleep. Returns when it sleeps again.
+std::thread::id threadThatWorksWhileAllSleep() {
+  std::promise<std::thread::id> thread;
+  runOnPool([&] { thread.set_value(std::this_thread::get_id()); });
+  const auto id = thread.get_future().get();
+  SteppedSleep::waitForSleepers(threadCount());
+  return id;
+}
+
 /// Returns once all of them have ended, as they are about to.
 void waitForTheEndOfAllThreads() {
   while (ThreadPool::shared().threads() > 0) std::this_thread::yield();
@@ -62,6 +71,14 @@ TEST_F(ThreadPoolTest, ItsThreadsEndWhenTheyHadNoWorkForTenSeconds) {
   EXPECT_EQ(SteppedSleep::pass(1s), threadCount());
   waitForTheEndOfAllThreads();
   EXPECT_EQ(SteppedSleep::pass(1h), 0U);
+}
+
+TEST_F(ThreadPoolTest, LittleWorkKeepsNoMoreThanOneThreadFromEnding) {
+  useAllThreads();
+  EXPECT_EQ(SteppedSleep::pass(9s), 0U);
+  for (std::size_t i = 0; i < threadCount(); ++i) threadThatWorksWhileAllSleep();
+  EXPECT_EQ(SteppedSleep::pass(1s), threadCount() - 1);
+  while (ThreadPool::shared().threads() > 1) std::this_thread::yield();
 }
 
 TEST_F(ThreadPoolTest, ThreadsWithoutWorkEndAtOnceWhenTheyAreToldTo) {
@@ -96,6 +113,12 @@ TEST_F(ThreadPoolTest, WorkThatComesOneAfterTheOtherTakesOneThread) {
   runOnPool([&] { second.set_value(std::this_thread::get_id()); });
   EXPECT_EQ(first.get_future().get(), second.get_future().get());
   EXPECT_EQ(ThreadPool::shared().threads(), 1U);
+}
+
+TEST_F(ThreadPoolTest, WakesTheThreadThatFellAsleepLast) {
+  useAllThreads();
+  const auto last = threadThatWorksWhileAllSleep();
+  for (std::size_t i = 0; i < threadCount(); ++i) EXPECT_EQ(threadThatWorksWhileAllSleep(), last);
 }
 
 TEST_F(ThreadPoolTest, ASerialQueueTakesOneThreadHoweverMuchIsSubmittedFromItsWork) {
