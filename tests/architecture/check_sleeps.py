@@ -19,7 +19,7 @@ WAITS = re.compile(r"(?:\.|->)wait(?:_for|_until)?\(\w|\bsleep_(?:for|until)\b|\
 
 STARTING = {
     "vellora/Platform/Queues/ThreadPool.cpp": "the pool",
-    "vellora/Platform/Queues/TimedQueue.cpp": "the deadlines",
+    "vellora/Platform/Queues/SystemTimedQueue.cpp": "the deadlines",
     "hostkit/network/CurlLoop.cpp": "the network",
     "hostkit/cache/redis/LeasingNetwork.cpp": "the leases",
 }
