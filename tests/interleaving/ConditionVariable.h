@@ -4,11 +4,13 @@
 
 #include "tests/interleaving/Alive.h"
 #include "tests/interleaving/Mutex.h"
+#include "tests/interleaving/Run.h"
+#include "tests/interleaving/RunMark.h"
 #include "tests/interleaving/Waiter.h"
 
 namespace vellora::tests::interleaving {
 
-/// Stands for `std::condition_variable`. It has no time: who waits, waits for a notice.
+/// Stands for `std::condition_variable`.
 class ConditionVariable {
  public:
   ConditionVariable() = default;
@@ -25,8 +27,15 @@ class ConditionVariable {
     while (!holds()) wait(lock);
   }
 
+  /// Waits until `moment` at the latest, which comes when the run chooses. What waits until `Run::never` is
+  /// unwound at the end of the run.
+  void sleep(std::unique_lock<Mutex>& lock, Run::Moment moment);
+
  private:
+  Run* enter();
+
   Alive alive_;
+  RunMark mark_;
   Waiters waiters_;
 };
 

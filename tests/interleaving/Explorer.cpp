@@ -75,6 +75,10 @@ void atOnce(const std::vector<std::function<void()>>& works) {
   for (const std::size_t thread : threads) run.acquireEndOf(thread);
 }
 
+void awaitRest() {
+  Run::current()->passWhenOthersRest();
+}
+
 void expect(bool holds, const char* what) {
   if (!holds) Run::current()->fail(std::string("not so: ") + what);
 }

@@ -35,6 +35,9 @@ struct Explored {
 /// Runs each of `works` on a thread of its own, and waits for their ends.
 void atOnce(const std::vector<std::function<void()>>& works);
 
+/// Waits until no other thread can go on, unless time passes: what is to happen at once has happened then.
+void awaitRest();
+
 /// Fails the run unless `holds`. `what` says what ought to be.
 void expect(bool holds, const char* what);
 

@@ -305,6 +305,38 @@ TEST(ExplorerTest, FindsThatAThreadUnlocksWhatAnotherHolds) {
   EXPECT_EQ(failureOf(explored), "a thread unlocks what it does not hold");
 }
 
+TEST(ExplorerTest, ForgetsWhoHeldALockThatOutlivesAFailedRun) {
+  Mutex mutex;
+  EXPECT_EQ(failureOf(explore(
+                [&] {
+                  mutex.lock();
+                  expect(false, "this");
+                },
+                noLimits)),
+            "not so: this");
+  EXPECT_EQ(failureOf(explore([&] { const std::lock_guard lock(mutex); }, noLimits)), "none");
+}
+
+TEST(ExplorerTest, ForgetsWhatALockShowedInTheRunBefore) {
+  Mutex mutex;
+  const auto lockOften = [&] {
+    for (int times = 0; times < 10; ++times) const std::lock_guard lock(mutex);
+  };
+  EXPECT_EQ(failureOf(explore([&] { atOnce({lockOften, lockOften}); }, {0, 0})), "none");
+  EXPECT_EQ(
+      failureOf(explore(
+          [&] {
+            Plain<int> value(0);
+            atOnce({[&] { value.changed() = 1; },
+                    [&] {
+                      const std::lock_guard lock(mutex);  // which the other one has not held in this run
+                      static_cast<void>(value.get());
+                    }});
+          },
+          {0, 0})),
+      "data race: a thread reads what another has just written");
+}
+
 TEST(ExplorerTest, FindsAThreadThatNobodyJoins) {
   const auto explored = explore([] { const Thread thread([] {}); }, noLimits);
   EXPECT_EQ(failureOf(explored), "a thread is destroyed that nobody has joined");

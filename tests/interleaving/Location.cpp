@@ -34,8 +34,7 @@ void Location::show() const {
 }
 
 bool Location::renew(Run& run) {
-  if (run_ == run.number()) return false;
-  run_ = run.number();
+  if (!mark_.isNew(run)) return false;
   place_ = run.newPlace();
   shown_.assign(1, View());
   return true;

@@ -2,10 +2,10 @@
 
 #include <atomic>
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
 #include "tests/interleaving/Alive.h"
+#include "tests/interleaving/RunMark.h"
 #include "tests/interleaving/View.h"
 #include "tests/interleaving/Waiter.h"
 
@@ -47,7 +47,7 @@ class Location {
   void add(std::memory_order order, View shown);
 
   Alive alive_;
-  std::uint64_t run_ = 0;
+  RunMark mark_;
   std::size_t place_ = 0;
   std::vector<View> shown_ = std::vector<View>(1);  // by each store to who acquires it
 };

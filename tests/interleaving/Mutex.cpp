@@ -5,14 +5,25 @@
 namespace vellora::tests::interleaving {
 
 Mutex::~Mutex() {
-  Run* const run = Run::current();
+  Run* const run = enter();
   if (run && isHeld_) run->fail("a mutex is destroyed while it is held");
 }
 
-void Mutex::lock() {
+/// The run, or null outside of one.
+Run* Mutex::enter() {
   Run* const run = Run::current();
-  if (!run) return;
+  if (!run) return nullptr;
   alive_.check(*run);
+  if (mark_.isNew(*run)) {
+    isHeld_ = false;
+    shown_ = View();
+  }
+  return run;
+}
+
+void Mutex::lock() {
+  Run* const run = enter();
+  if (!run) return;
   run->passWhenGone(*this, "locks", this);
   alive_.check(*run);
   isHeld_ = true;
@@ -21,17 +32,22 @@ void Mutex::lock() {
 }
 
 void Mutex::unlock() {
-  Run* const run = Run::current();
+  Run* const run = enter();
   if (!run) return;
-  alive_.check(*run);
   if (!isHeld_ || holder_ != run->self()) run->fail("a thread unlocks what it does not hold");
   run->release(shown_);
   isHeld_ = false;
   run->pause("has unlocked", this);
 }
 
-void RecursiveMutex::lock() {
+Run* RecursiveMutex::enter() {
   Run* const run = Run::current();
+  if (run && mark_.isNew(*run)) depth_ = 0;
+  return run;
+}
+
+void RecursiveMutex::lock() {
+  Run* const run = enter();
   if (!run) return;
   if (depth_ == 0 || holder_ != run->self()) mutex_.lock();
   holder_ = run->self();
@@ -39,7 +55,7 @@ void RecursiveMutex::lock() {
 }
 
 void RecursiveMutex::unlock() {
-  if (Run::current() && --depth_ == 0) mutex_.unlock();
+  if (enter() && --depth_ == 0) mutex_.unlock();
 }
 
 }  // namespace vellora::tests::interleaving

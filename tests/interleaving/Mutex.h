@@ -5,6 +5,7 @@
 
 #include "tests/interleaving/Alive.h"
 #include "tests/interleaving/Obstacle.h"
+#include "tests/interleaving/RunMark.h"
 #include "tests/interleaving/View.h"
 
 namespace vellora::tests::interleaving {
@@ -24,7 +25,10 @@ class Mutex : private Obstacle {
   [[nodiscard]] bool isGone() const override { return !isHeld_; }
   [[nodiscard]] std::string_view name() const override { return "a mutex"; }
 
+  Run* enter();
+
   Alive alive_;
+  RunMark mark_;
   bool isHeld_ = false;
   std::size_t holder_ = 0;
   View shown_;  // by those who have held it
@@ -37,7 +41,10 @@ class RecursiveMutex {
   void unlock();
 
  private:
+  Run* enter();
+
   Mutex mutex_;
+  RunMark mark_;
   std::size_t depth_ = 0;
   std::size_t holder_ = 0;
 };

@@ -51,7 +51,10 @@ class Run::Worker {
 
   void workForEver() {
     while (true) {
-      work_();
+      try {
+        work_();
+      } catch (const IsOver&) {  // NOLINT(bugprone-empty-catch): that is how it ends
+      }
       work_ = nullptr;
       current()->end();
     }
@@ -67,7 +70,25 @@ struct Run::Thread {
   std::uint32_t progress = 1;
   Seen seen = {};
   const Obstacle* waitsFor = nullptr;
+  std::optional<Moment> sleepsUntil = std::nullopt;
+  bool isUnwound = false;
   bool hasEnded = false;
+};
+
+class Run::OthersAreAwake final : public Obstacle {
+ public:
+  explicit OthersAreAwake(const Run& run) : run_(run), self_(run.self()) {}
+  [[nodiscard]] bool isGone() const override {
+    for (std::size_t thread = 0; thread < run_.threads_.size(); ++thread) {
+      if (thread != self_ && canGoOn(*run_.threads_[thread])) return false;
+    }
+    return true;
+  }
+  [[nodiscard]] std::string_view name() const override { return "others that rest"; }
+
+ private:
+  const Run& run_;
+  const std::size_t self_;
 };
 
 Run::Run(Choices& choices, const Limits& limits)
@@ -117,6 +138,22 @@ void Run::passWhenGone(const Obstacle& obstacle, std::string_view what, const vo
   note(what, object);
 }
 
+Run::Wakes Run::sleep(const Obstacle& call, Moment until, const void* object) {
+  Thread& thread = *threads_[running_];
+  thread.sleepsUntil = until;
+  passWhenGone(call, "wakes from", object);
+  thread.sleepsUntil.reset();
+  if (thread.isUnwound) return Wakes::end;
+  if (call.isGone()) return Wakes::call;
+  now_ = std::max(now_, until);
+  return Wakes::time;
+}
+
+void Run::passWhenOthersRest() {
+  passWhenGone(OthersAreAwake(*this), "goes on beside others that rest", nullptr);
+  for (std::size_t thread = 0; thread < threads_.size(); ++thread) acquireEndOf(thread);
+}
+
 std::size_t Run::choose(std::size_t count) {
   const auto chosen = choices_.choose(count);
   if (!chosen) fail("the schedule is not one of this scenario");
@@ -164,24 +201,49 @@ bool Run::hasSeen(std::size_t thread, std::uint32_t progress) {
   return thread == running_ || seen().all.of(threads_[thread]->place) >= progress;
 }
 
-bool Run::canGoOn(const Thread& thread) const {
+bool Run::canGoOn(const Thread& thread) {
   return !thread.hasEnded && (!thread.waitsFor || thread.waitsFor->isGone());
 }
 
-/// Who goes on, of those who can: the running thread first. Others cost a pre-emption when that can.
+/// Who goes on, of those who can: the running thread first. Others cost a pre-emption when that can; those
+/// whose time is to come cost one when anybody can.
 std::size_t Run::chooseThread() {
   able_.clear();
+  addAble();
+  const std::size_t awake = able_.size();
+  const bool couldGoOn = awake > 0 && able_.front() == running_;
+  if (awake == 0 || preemptionsLeft_ > 0) addSleepers();
+  if (able_.empty()) return unwound();
+  const std::size_t chosen = choose(able_.size());
+  const bool isFree = couldGoOn ? chosen == 0 : chosen < awake || awake == 0;
+  if (!isFree) --preemptionsLeft_;
+  return able_[chosen];
+}
+
+void Run::addAble() {
   const bool couldGoOn = canGoOn(*threads_[running_]);
   if (couldGoOn) able_.push_back(running_);
-  if (!couldGoOn || preemptionsLeft_ > 0) {
-    for (std::size_t thread = 0; thread < threads_.size(); ++thread) {
-      if (thread != running_ && canGoOn(*threads_[thread])) able_.push_back(thread);
-    }
+  if (couldGoOn && preemptionsLeft_ == 0) return;
+  for (std::size_t thread = 0; thread < threads_.size(); ++thread) {
+    if (thread != running_ && canGoOn(*threads_[thread])) able_.push_back(thread);
   }
-  if (able_.empty()) fail(standstill());
-  const std::size_t chosen = able_[choose(able_.size())];
-  if (couldGoOn && chosen != running_) --preemptionsLeft_;
-  return chosen;
+}
+
+void Run::addSleepers() {
+  for (std::size_t thread = 0; thread < threads_.size(); ++thread) {
+    const auto& each = *threads_[thread];
+    if (each.sleepsUntil && *each.sleepsUntil != never && !canGoOn(each)) able_.push_back(thread);
+  }
+}
+
+/// The next to be unwound, of those who are left and sleep.
+std::size_t Run::unwound() {
+  const auto isLeft = [](const auto& thread) { return !thread->hasEnded; };
+  const auto sleeps = [](const auto& thread) { return thread->hasEnded || thread->sleepsUntil; };
+  if (!std::all_of(threads_.begin(), threads_.end(), sleeps)) fail(standstill());
+  const auto first = std::find_if(threads_.begin(), threads_.end(), isLeft);
+  (*first)->isUnwound = true;
+  return static_cast<std::size_t>(first - threads_.begin());
 }
 
 std::string Run::standstill() const {

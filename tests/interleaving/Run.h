@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -22,12 +23,19 @@ namespace vellora::tests::interleaving {
 /// A thread may make way for another at each operation on a lock, an atomic or another thread: before it, and
 /// behind one that lets others see something. Who goes on there, `Choices` says.
 ///
+/// It has a clock of its own, whose time passes when a thread that sleeps wakes because its moment has come.
+/// That may be at any time: while another could go on it counts as a pre-emption.
+///
 /// Ownership: shares nothing. What is under way on the stacks of a run that has failed is never destroyed.
 ///
 /// Threads: for one thread of the system. Its own threads are fibers.
 class Run {
  public:
   using Work = std::function<void()>;
+  using Moment = std::chrono::steady_clock::time_point;
+
+  /// Until then a thread sleeps that only a call wakes.
+  static constexpr Moment never = Moment::max();
 
   Run(Choices& choices, const Limits& limits);
   ~Run();
@@ -56,6 +64,22 @@ class Run {
 
   /// The same, and goes on once `obstacle` is gone.
   void passWhenGone(const Obstacle& obstacle, std::string_view what, const void* object);
+
+  /// What wakes a thread that sleeps.
+  enum class Wakes { call, time, end };
+
+  /// The same, but goes on at `moment` at the latest. A thread that still sleeps when all the others have
+  /// ended, and has no moment to wait for, wakes because that is the end of the run: it is to be unwound by
+  /// `IsOver`.
+  [[nodiscard]] Wakes sleep(const Obstacle& call, Moment until, const void* object);
+
+  /// What unwinds such a thread.
+  struct IsOver {};
+
+  /// Goes on once no other thread can, unless time passes, and sees all that they have done.
+  void passWhenOthersRest();
+
+  [[nodiscard]] Moment now() const { return now_; }
 
   /// Which of `count` alternatives comes to pass.
   [[nodiscard]] std::size_t choose(std::size_t count);
@@ -94,8 +118,13 @@ class Run {
   class Worker;
   struct Thread;
 
-  [[nodiscard]] bool canGoOn(const Thread& thread) const;
+  class OthersAreAwake;
+
+  [[nodiscard]] static bool canGoOn(const Thread& thread);
   [[nodiscard]] std::size_t chooseThread();
+  void addAble();
+  void addSleepers();
+  [[nodiscard]] std::size_t unwound();
   [[nodiscard]] std::string standstill() const;
   void note(std::string_view what, const void* object);
   void makeWay();
@@ -117,6 +146,7 @@ class Run {
   std::size_t ended_ = 0;
   std::size_t steps_ = 0;
   std::size_t places_ = 0;
+  Moment now_ = Moment(std::chrono::hours(1));
   View inOrder_;
   std::optional<std::string> failure_;
 };

@@ -25,6 +25,7 @@ class Waiter final : public Obstacle {
 class Waiters {
  public:
   void add(Waiter& waiter) { all_.push_back(&waiter); }
+  void remove(const Waiter& waiter) { std::erase(all_, &waiter); }
   [[nodiscard]] bool areNone() const { return all_.empty(); }
 
   /// Wakes one of them: which one is up to the run.

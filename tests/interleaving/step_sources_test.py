@@ -32,6 +32,10 @@ class StepSourcesTest(unittest.TestCase):
         self.assertEqual(step_sources.stepped("#include <map>\n#include <mutex>\n"),
                          '#include <map>\n#include "tests/interleaving/Standard.h"\n')
 
+    def test_puts_a_variable_of_the_tests_in_place_of_one_of_each_thread(self):
+        self.assertEqual(step_sources.stepped("thread_local bool isHere = false;"),
+                         "vellora::tests::interleaving::standard::thread_local_variable<bool> isHere = false;")
+
     def test_copies_the_sources_of_folders_and_single_files(self):
         self.write("a/One.h", "std::mutex")
         self.write("a/b/Two.cpp", "two")
@@ -52,8 +56,10 @@ class StepSourcesTest(unittest.TestCase):
 
     def test_refuses_primitives_that_the_tests_do_not_have(self):
         self.write("a/One.h", "std::shared_mutex mutex;")
+        self.write("a/Two.h", "thread_local std::map<int, int> numbers{};")
         self.assertEqual(list(step_sources.copy(self.root, self.target, ["a"])),
-                         ["a/One.h: the tests have nothing in place of std::shared_mutex"])
+                         ["a/One.h: the tests have nothing in place of std::shared_mutex",
+                          "a/Two.h: the tests have nothing in place of thread_local"])
 
 
 if __name__ == "__main__":
