@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <optional>
@@ -26,6 +27,19 @@ class FullQueue final : public DispatchQueue {
   void async(Work) override { throw std::bad_alloc(); }
 };
 
+/// A value of which one copy, counted from 1, gets no memory.
+class Scarce {
+ public:
+  explicit Scarce(int failing) : untilFailure_(std::make_shared<int>(failing)) {}
+  Scarce(const Scarce& other) : untilFailure_(other.untilFailure_) {
+    if (--*untilFailure_ == 0) throw std::bad_alloc();
+  }
+  Scarce(Scarce&&) noexcept = default;
+
+ private:
+  std::shared_ptr<int> untilFailure_;
+};
+
 bool isOutOfMemory(const Completion& completion) {
   return completion && completion->as<OutOfMemory>() != nullptr;
 }
@@ -45,6 +59,36 @@ TEST(OutOfMemoryTest, AStepWithoutMemoryFailsItsPipelineAndNotTheCallOfThePromis
   EXPECT_NO_THROW(promise->succeed(1));
   EXPECT_TRUE(isOutOfMemory(ended));
   EXPECT_EQ(values, 0);
+}
+
+TEST(OutOfMemoryTest, AWaitingSubscriberWithoutMemoryForItsCopyDoesNotHideAResultFromOthers) {
+  const Promise<Scarce> promise;
+  std::vector<int> values(3);
+  std::vector<Completion> failures(3);
+  std::vector<AnyCancellable> tokens;
+  for (std::size_t i = 0; i < 3; ++i) {
+    tokens.push_back(Publisher<Scarce>::ofPromise(promise).sink(
+        [&, i](const Scarce&) { ++values[i]; }, [&, i](const Completion& end) { failures[i] = end; }));
+  }
+  EXPECT_NO_THROW(promise.succeed(Scarce(2)));
+  EXPECT_EQ(values, (std::vector<int>{1, 0, 1}));
+  EXPECT_FALSE(failures[0]);
+  EXPECT_TRUE(isOutOfMemory(failures[1]));
+  EXPECT_FALSE(failures[2]);
+}
+
+TEST(OutOfMemoryTest, ALateSubscriberWithoutMemoryForItsCopyIsToldAtOnce) {
+  const Promise<Scarce> promise;
+  promise.succeed(Scarce(1));
+  int deliveries = 0;
+  const auto subscribe = [&] {
+    return Publisher<Scarce>::ofPromise(promise).sink([&](const Scarce&) { ++deliveries; },
+                                                      [&](const Completion&) { ++deliveries; });
+  };
+  EXPECT_THROW(static_cast<void>(subscribe()), std::bad_alloc);
+  EXPECT_EQ(deliveries, 0);
+  const auto token = subscribe();
+  EXPECT_EQ(deliveries, 2) << "the result is still there";
 }
 
 TEST(OutOfMemoryTest, OneOfSeveralProducersWithoutMemoryFailsAllOfThem) {

@@ -1,5 +1,9 @@
 #include "vellora/Platform/Publishers/detail/PromiseSource.h"
 
+#include <new>
+
+#include "vellora/Platform/Values/OutOfMemory.h"
+
 namespace vellora::detail {
 
 Waiting::~Waiting() = default;
@@ -25,7 +29,13 @@ void Waiting::settle(void (*set)(Waiting& self, void* result), void* result) {
     isSettled_ = true;
     waiting.swap(waiting_);
   }
-  for (const auto& link : waiting) deliver(*link);
+  for (const auto& link : waiting) {
+    try {
+      deliver(*link);
+    } catch (const std::bad_alloc&) {  // there is none for this one's copy
+      link->complete(outOfMemory());
+    }
+  }
 }
 
 }  // namespace vellora::detail

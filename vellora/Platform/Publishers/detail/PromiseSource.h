@@ -22,6 +22,9 @@ namespace vellora::detail {
 ///
 /// Threads: safe to use from several threads at once. It delivers with no lock held: to those who wait on the
 /// thread that resolves, to one who comes later on its own.
+///
+/// Errors: of those who wait each gets a copy of the result, or `OutOfMemory` where there is no memory for
+/// that. To one who comes later `std::bad_alloc` is thrown.
 class VELLORA_EXPORT Waiting : public Source {
  public:
   /// Delivers the result, at once or when it comes.
