@@ -69,7 +69,8 @@ inline constexpr RecipeType recipeType = {closureType<Begin>, beginBy<Begin>};
 /// Makes a source of the function `begin(receiver, scope, use)`.
 template <class Begin>
 [[nodiscard]] SourcePtr recipe(Begin begin) {
-  static_assert(alignof(Begin) <= alignof(std::max_align_t));
+  static_assert(alignof(Begin) <= alignof(std::max_align_t),
+                "keep what is aligned more strictly behind a pointer");
   return Recipe::of(recipeType<Begin>, &begin);
 }
 

@@ -120,7 +120,8 @@ inline constexpr StepType stepType = {closureType<Closure>, receiveBy<Closure, T
 /// Makes a step for values of `T`, which yields values of `U`.
 template <class T, class U, class Closure>
 [[nodiscard]] Handle<Receiver> step(StepState state, Closure closure) {
-  static_assert(alignof(Closure) <= alignof(std::max_align_t));
+  static_assert(alignof(Closure) <= alignof(std::max_align_t),
+                "keep what is aligned more strictly behind a pointer");
   return Step::of(stepType<T, U, StepLife::downstream, Closure>, std::move(state), &closure, Use::last);
 }
 
@@ -135,7 +136,8 @@ template <class T, class U, class Closure>
 ///     behind<T, U>(upstream, Mapped{f});
 template <class T, class U, StepLife life = StepLife::downstream, class Closure>
 [[nodiscard]] SourcePtr behind(SourcePtr upstream, Closure closure) {
-  static_assert(alignof(Closure) <= alignof(std::max_align_t));
+  static_assert(alignof(Closure) <= alignof(std::max_align_t),
+                "keep what is aligned more strictly behind a pointer");
   return StepSource::of(stepType<T, U, life, Closure>, std::move(upstream), &closure);
 }
 
