@@ -1,7 +1,6 @@
 #include "tests/interleaving/Deathbed.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <iostream>
 
 // Only a sanitizer has it.
@@ -12,7 +11,11 @@ namespace vellora::tests::interleaving {
 
 namespace {
 
+using Handler = void (*)(int);
+
 const Choices* underWay = nullptr;
+Handler beforeOnAbort = SIG_DFL;
+Handler beforeOnFault = SIG_DFL;
 
 void tell() {
   if (underWay) std::cerr << "by the schedule '" << underWay->text() << "'" << std::endl;
@@ -20,24 +23,27 @@ void tell() {
 
 void tellOfSignal(int signal) {
   tell();
-  std::signal(signal, SIG_DFL);
+  std::signal(signal, signal == SIGABRT ? beforeOnAbort : beforeOnFault);
   std::raise(signal);
 }
 
 }  // namespace
 
+// A sanitizer tells of a fault itself, but leaves it to others to say that the process aborts.
 Deathbed::Deathbed(const Choices& choices) {
   underWay = &choices;
+  beforeOnAbort = std::signal(SIGABRT, &tellOfSignal);
   if (__sanitizer_set_death_callback) {
     __sanitizer_set_death_callback(&tell);
   } else {
-    std::signal(SIGSEGV, &tellOfSignal);
-    std::signal(SIGABRT, &tellOfSignal);
+    beforeOnFault = std::signal(SIGSEGV, &tellOfSignal);
   }
 }
 
 Deathbed::~Deathbed() {
   underWay = nullptr;
+  std::signal(SIGABRT, beforeOnAbort);
+  if (!__sanitizer_set_death_callback) std::signal(SIGSEGV, beforeOnFault);
 }
 
 }  // namespace vellora::tests::interleaving

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -70,6 +72,18 @@ TEST(ExplorerTest, CountsPreemptionsByTheFormula) {
   EXPECT_EQ(runs(0), 2U);
   EXPECT_EQ(runs(1), 2 * pieces);
   EXPECT_EQ(runs(2), 2 * pieces + 2 * (pieces - 1) * (pieces - 1));
+}
+
+TEST(ExplorerDeathTest, SaysByWhichScheduleAProcessAborts) {
+  const auto scenario = [] {
+    Atomic<int> count = 0;
+    atOnce({[&] { ++count; },
+            [&] {
+              if (count.load() == 1) std::abort();
+            }});
+  };
+  EXPECT_EXIT(static_cast<void>(explore(scenario, noLimits)), testing::KilledBySignal(SIGABRT),
+              "by the schedule ''");
 }
 
 TEST(ExplorerTest, FindsALostUpdate) {
