@@ -49,7 +49,6 @@ TEST_F(PromisesTest, WhoSubscribesBesideTheResultGetsItOnce) {
   });
 }
 
-// An end that has come before the cancellation may still be on its way to its handler.
 TEST_F(PromisesTest, NoValueComesBehindACancellationThatMeetsTheResult) {
   tryEach([] {
     const auto held = std::make_shared<int>(0);
@@ -68,6 +67,23 @@ TEST_F(PromisesTest, NoValueComesBehindACancellationThatMeetsTheResult) {
     expect(ends <= 1, "it ends once at most");
     expect(held.use_count() == 1, "all is let go of");
   });
+}
+
+// No lock is held while a handler is called, so who cancels does not wait for an end that has begun.
+TEST_F(PromisesTest, AnEndThatHasBegunMayComeBehindTheCancellationThatMeetsIt) {
+  bool hasComeBehind = false;
+  tryEach([&hasComeBehind] {
+    const Promise<int> promise;
+    bool isCancelled = false;
+    const auto token = Publisher<int>::ofPromise(promise).sink(
+        [](int) {}, [&](const Completion&) { hasComeBehind = hasComeBehind || isCancelled; });
+    atOnce({[&] { promise.succeed(1); },
+            [&] {
+              token.cancel();
+              isCancelled = true;
+            }});
+  });
+  EXPECT_TRUE(hasComeBehind);
 }
 
 TEST_F(PromisesTest, ACancellationLeavesTheOtherSubscriberAlone) {

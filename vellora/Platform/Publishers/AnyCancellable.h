@@ -15,8 +15,9 @@ namespace vellora {
 /// Ownership: movable only. The token does not own the subscription, which lives with what it waits for. The
 /// token of a subscription that has ended holds one small block of memory and nothing of the pipeline.
 ///
-/// Threads: `cancel` may be called from any thread, also from inside the subscription's own handlers. A
-/// handler that is already running on another thread finishes. Move and destroy it on one thread at a time.
+/// Threads: `cancel` may be called from any thread, also from inside the subscription's own handlers. It
+/// waits for nobody: what another thread has begun to deliver still comes, and its handler may be running
+/// when `cancel` has returned, or only be about to. Move and destroy it on one thread at a time.
 class [[nodiscard]] AnyCancellable {
  public:
   /// A token without a subscription.
@@ -35,8 +36,8 @@ class [[nodiscard]] AnyCancellable {
 
   ~AnyCancellable() { cancel(); }
 
-  /// Cancels the subscription. Neither handler is called afterwards, not even for the end. Does nothing when
-  /// there is none, or when it has ended.
+  /// Cancels the subscription. Nothing is delivered afterwards that has not begun to be, not even the end.
+  /// Does nothing when there is no subscription, or when it has ended.
   void cancel() const {
     if (scope_) scope_->end();
   }

@@ -42,7 +42,8 @@ namespace vellora {
 ///    values to a queue, and only `subscribe` moves the start.
 /// 2. Number: a subscriber is called one call at a time: any number of values, then exactly one completion.
 /// 3. Cancelling: `sink` returns a token. Cancelling or dropping it, also from inside a handler, silences
-///    what has not begun. A handler that is already running on another thread finishes.
+///    what has not begun. What another thread has begun to deliver still comes: nobody waits for it, so its
+///    handler may run, or be about to, when the cancelling call has returned.
 /// 4. Release: after the end, the failure or the cancellation, a pipeline has let go of its closures and of
 ///    its upstream.
 /// 5. Memory: a step that gets no memory fails its pipeline with `OutOfMemory`, as far as there is memory to
@@ -320,7 +321,8 @@ class Publisher {
 
   using Use = detail::Use;
 
-  /// Starts the pipeline, whose lifetime is `scope`.
+  /// Starts the pipeline, whose lifetime is `scope`. An end has begun once it has ended that: a cancellation
+  /// comes too late for it.
   template <class V, class C>
   AnyCancellable startIn(const SubscriptionScope& scope, V onValue, C onCompletion) const {
     AnyCancellable token(scope);  // cancels what has begun when the rest gets no memory

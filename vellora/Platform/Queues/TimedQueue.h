@@ -43,7 +43,8 @@ class VELLORA_EXPORT TimedQueue {
   /// first runs first.
   [[nodiscard]] virtual Alarm after(Delay delay, Work work) = 0;
 
-  /// Drops work that has not begun. Does nothing for work that has, and does not wait for it.
+  /// Drops work that has not begun. Does nothing for work that has, and does not wait for it: at its moment
+  /// it may be about to run when this returns.
   virtual void cancel(Alarm alarm) = 0;
 
   /// How much time has passed on the queue's clock since some moment of its own. Only differences count.
