@@ -26,8 +26,9 @@ TEST_F(SharedValuesTest, WhatIsRememberedFollowsFromTheBytesThoughOthersTakeItsP
     const auto ask = [&](const Data& bytes) {
       const auto made = remembered.madeOf(
           bytes, [](const Data& from) { return Result<std::string>(std::string(from.view())); });
-      expect(*made.value() == bytes.view(), "what is made follows from the bytes");
+      expect(made.value() && *made.value() == bytes.view(), "what is made follows from the bytes");
     };
+    ask(one);
     atOnce({[&] { ask(one); }, [&] { ask(other); }, [&] { remembered.forget(); }});
   });
 }
