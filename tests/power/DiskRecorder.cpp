@@ -37,13 +37,13 @@ struct DiskRecorder::Recording {
     descriptors[descriptor] = image.names[*name];
   }
 
-  void wrote(int descriptor, const void* bytes, std::size_t count, off_t offset) {
+  void wrote(int descriptor, const void* bytes, std::size_t count, off64_t offset) {
     const auto found = descriptors.find(descriptor);
     if (found == descriptors.end()) return;
     journal.write(found->second, static_cast<std::size_t>(offset), {static_cast<const char*>(bytes), count});
   }
 
-  void resized(int descriptor, off_t size) {
+  void resized(int descriptor, off64_t size) {
     const auto found = descriptors.find(descriptor);
     if (found != descriptors.end()) journal.resize(found->second, static_cast<std::size_t>(size));
   }
@@ -124,6 +124,31 @@ auto* recording() {
   return RecordedCalls::recording;
 }
 
+/// What the calls without a 64 in their names take where the system has both: whatever off_t is here.
+using ShortOffset = long;
+
+/// The argument behind the flags. It is there only when a file may be made.
+mode_t modeIn(va_list arguments, int flags) {
+  const bool makesFile = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+  return makesFile ? va_arg(arguments, mode_t) : 0;
+}
+
+int noteOpened(int descriptor, const char* path) {
+  if (recording() != nullptr && descriptor >= 0) recording()->opened(descriptor, path);
+  return descriptor;
+}
+
+ssize_t noteWritten(ssize_t written, int descriptor, const void* bytes, off64_t offset) {
+  if (recording() != nullptr && written > 0)
+    recording()->wrote(descriptor, bytes, static_cast<std::size_t>(written), offset);
+  return written;
+}
+
+int noteResized(int result, int descriptor, off64_t size) {
+  if (recording() != nullptr && result == 0) recording()->resized(descriptor, size);
+  return result;
+}
+
 }  // namespace
 
 }  // namespace vellora::tests
@@ -133,7 +158,12 @@ auto* recording() {
 
 #define REPLACES(call) __asm__(#call) __attribute__((visibility("default")))
 
+using vellora::tests::modeIn;
+using vellora::tests::noteOpened;
+using vellora::tests::noteResized;
+using vellora::tests::noteWritten;
 using vellora::tests::recording;
+using vellora::tests::ShortOffset;
 using vellora::tests::systems;
 
 extern "C" {
@@ -141,12 +171,13 @@ extern "C" {
 int recordedOpen(const char* path, int flags, ...) REPLACES(open);
 int recordedOpen64(const char* path, int flags, ...) REPLACES(open64);
 int recordedMakeTemporary(char* pattern, int flags) REPLACES(mkostemp);
+int recordedMakeTemporary64(char* pattern, int flags) REPLACES(mkostemp64);
 int recordedClose(int descriptor) REPLACES(close);
 ssize_t recordedWrite(int descriptor, const void* bytes, size_t count) REPLACES(write);
-ssize_t recordedWriteAt(int descriptor, const void* bytes, size_t count, off_t offset) REPLACES(pwrite);
-ssize_t recordedWriteAt64(int descriptor, const void* bytes, size_t count, off_t offset) REPLACES(pwrite64);
-int recordedResize(int descriptor, off_t size) REPLACES(ftruncate);
-int recordedResize64(int descriptor, off_t size) REPLACES(ftruncate64);
+ssize_t recordedWriteAt(int descriptor, const void* bytes, size_t count, ShortOffset offset) REPLACES(pwrite);
+ssize_t recordedWriteAt64(int descriptor, const void* bytes, size_t count, off64_t offset) REPLACES(pwrite64);
+int recordedResize(int descriptor, ShortOffset size) REPLACES(ftruncate);
+int recordedResize64(int descriptor, off64_t size) REPLACES(ftruncate64);
 int recordedSync(int descriptor) REPLACES(fsync);
 int recordedDataSync(int descriptor) REPLACES(fdatasync);
 int recordedLink(const char* from, const char* to) REPLACES(link);
@@ -156,27 +187,29 @@ int recordedUnlink(const char* path) REPLACES(unlink);
 int recordedOpen(const char* path, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
-  const auto mode = va_arg(arguments, mode_t);
+  const auto mode = modeIn(arguments, flags);
   va_end(arguments);
   static auto* const open = systems<int(const char*, int, ...)>("open");
-  const int descriptor = open(path, flags, mode);
-  if (recording() != nullptr && descriptor >= 0) recording()->opened(descriptor, path);
-  return descriptor;
+  return noteOpened(open(path, flags, mode), path);
 }
 
 int recordedOpen64(const char* path, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
-  const auto mode = va_arg(arguments, mode_t);
+  const auto mode = modeIn(arguments, flags);
   va_end(arguments);
-  return recordedOpen(path, flags, mode);
+  static auto* const open = systems<int(const char*, int, ...)>("open64");
+  return noteOpened(open(path, flags, mode), path);
 }
 
 int recordedMakeTemporary(char* pattern, int flags) {
   static auto* const make = systems<int(char*, int)>("mkostemp");
-  const int descriptor = make(pattern, flags);
-  if (recording() != nullptr && descriptor >= 0) recording()->opened(descriptor, pattern);
-  return descriptor;
+  return noteOpened(make(pattern, flags), pattern);
+}
+
+int recordedMakeTemporary64(char* pattern, int flags) {
+  static auto* const make = systems<int(char*, int)>("mkostemp64");
+  return noteOpened(make(pattern, flags), pattern);
 }
 
 int recordedClose(int descriptor) {
@@ -189,33 +222,30 @@ ssize_t recordedWrite(int descriptor, const void* bytes, size_t count) {
   static auto* const write = systems<ssize_t(int, const void*, size_t)>("write");
   const ssize_t written = write(descriptor, bytes, count);
   if (recording() != nullptr && written > 0 && recording()->descriptors.contains(descriptor)) {
-    const off_t end = lseek(descriptor, 0, SEEK_CUR);
-    recording()->wrote(descriptor, bytes, static_cast<size_t>(written), end - written);
+    const off64_t end = lseek64(descriptor, 0, SEEK_CUR);
+    noteWritten(written, descriptor, bytes, end - written);
   }
   return written;
 }
 
-ssize_t recordedWriteAt(int descriptor, const void* bytes, size_t count, off_t offset) {
-  static auto* const write = systems<ssize_t(int, const void*, size_t, off_t)>("pwrite");
-  const ssize_t written = write(descriptor, bytes, count, offset);
-  if (recording() != nullptr && written > 0)
-    recording()->wrote(descriptor, bytes, static_cast<size_t>(written), offset);
-  return written;
+ssize_t recordedWriteAt(int descriptor, const void* bytes, size_t count, ShortOffset offset) {
+  static auto* const write = systems<ssize_t(int, const void*, size_t, ShortOffset)>("pwrite");
+  return noteWritten(write(descriptor, bytes, count, offset), descriptor, bytes, offset);
 }
 
-ssize_t recordedWriteAt64(int descriptor, const void* bytes, size_t count, off_t offset) {
-  return recordedWriteAt(descriptor, bytes, count, offset);
+ssize_t recordedWriteAt64(int descriptor, const void* bytes, size_t count, off64_t offset) {
+  static auto* const write = systems<ssize_t(int, const void*, size_t, off64_t)>("pwrite64");
+  return noteWritten(write(descriptor, bytes, count, offset), descriptor, bytes, offset);
 }
 
-int recordedResize(int descriptor, off_t size) {
-  static auto* const resize = systems<int(int, off_t)>("ftruncate");
-  const int result = resize(descriptor, size);
-  if (recording() != nullptr && result == 0) recording()->resized(descriptor, size);
-  return result;
+int recordedResize(int descriptor, ShortOffset size) {
+  static auto* const resize = systems<int(int, ShortOffset)>("ftruncate");
+  return noteResized(resize(descriptor, size), descriptor, size);
 }
 
-int recordedResize64(int descriptor, off_t size) {
-  return recordedResize(descriptor, size);
+int recordedResize64(int descriptor, off64_t size) {
+  static auto* const resize = systems<int(int, off64_t)>("ftruncate64");
+  return noteResized(resize(descriptor, size), descriptor, size);
 }
 
 // What is recorded needs no disk to keep it, so the system is not kept waiting.

@@ -4,9 +4,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <set>
@@ -64,6 +67,41 @@ TEST_F(DiskRecorderTest, TakesDownWhatSQLiteDoes) {
   const DiskImage onDisk = DiskImage::read(folder.path());
   ASSERT_THAT(image.names, ElementsAre(Pair("a.db", testing::_)));
   EXPECT_EQ(image.files.at(image.names.at("a.db")), onDisk.files.at(1));
+}
+
+TEST_F(DiskRecorderTest, TakesDownTheCallsForLargeFiles) {
+  const DiskRecorder recorder(folder.path());
+  std::string path = folder.file("aXXXXXX");
+  close(mkostemp64(path.data(), O_CLOEXEC));
+  const int descriptor = open64(path.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(pwrite64(descriptor, "three", 5, 1), 5);
+  ASSERT_EQ(ftruncate64(descriptor, 3), 0);
+  ASSERT_EQ(fsync(descriptor), 0);
+  close(descriptor);
+
+  DiskImage image = whole(recorder);
+  ASSERT_EQ(image.names.size(), 1U);
+  EXPECT_EQ(image.files[image.names.begin()->second], std::string("\0th", 3));
+}
+
+TEST_F(DiskRecorderTest, CallsForLargeFilesReachTheSystemWithTheirOffsetsWhole) {
+  constexpr off64_t far = off64_t(5) << 30;
+  const int descriptor = open64(folder.file("a").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  ASSERT_EQ(pwrite64(descriptor, "x", 1, far), 1);
+  EXPECT_EQ(lseek64(descriptor, 0, SEEK_END), far + 1);
+  ASSERT_EQ(ftruncate64(descriptor, far), 0);
+  EXPECT_EQ(lseek64(descriptor, 0, SEEK_END), far);
+  close(descriptor);
+}
+
+TEST_F(DiskRecorderTest, AFileWithoutANameGetsTheModeThatItWasGiven) {
+  const int descriptor = open(folder.path().c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, 0600);
+  if (descriptor < 0 && (errno == EOPNOTSUPP || errno == EISDIR)) GTEST_SKIP() << "no such files here";
+  ASSERT_GE(descriptor, 0);
+  struct stat status = {};
+  ASSERT_EQ(fstat(descriptor, &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  close(descriptor);
 }
 
 TEST_F(DiskRecorderTest, LeavesOtherFoldersAlone) {
