@@ -36,6 +36,12 @@ std::string heldBack(const std::string& path, const ServerPause::Refusal& refusa
          std::to_string(seconds) + " s (" + std::to_string(refusal.statusCode) + ")";
 }
 
+/// Why a request must not be sent. The checks give no other type; if one did, its text would count.
+CurlNetworkError refusal(const Error& error) {
+  const auto* known = error.as<CurlNetworkError>();
+  return known ? *known : CurlNetworkError{Kind::invalidRequest, error.localizedDescription()};
+}
+
 }  // namespace
 
 CurlTransfer::CurlTransfer(const TransferSetting& setting, Result<CurlRequest> request, std::string path,
@@ -47,7 +53,7 @@ CurlTransfer::CurlTransfer(const TransferSetting& setting, Result<CurlRequest> r
       request_(request ? request.value() : CurlRequest{}),
       revalidation_(request ? setting.bodies : nullptr, setting.secrets),
       body_(setting.maxBodyBytes, setting.maxBodyValues) {
-  if (!request) settleWithError(*request.error().as<CurlNetworkError>());
+  if (!request) settleWithError(refusal(request.error()));
 }
 
 CurlTransfer::~CurlTransfer() = default;
@@ -156,7 +162,7 @@ void CurlTransfer::sendOnFreshConnection() {
 void CurlTransfer::followRedirect() {
   if (++redirects_ > mostRedirects) return fail(Kind::refusedRedirect);
   const Result<std::string> admitted = setting_.server.admitRedirect(handle_->redirectTarget());
-  if (!admitted) return settleWithError(*admitted.error().as<CurlNetworkError>());
+  if (!admitted) return settleWithError(refusal(admitted.error()));
   forgetAnswer();
   url_ = admitted.value();
   const CurlRequest sent = revalidation_.withCondition(request_, url_);
@@ -193,7 +199,7 @@ std::optional<std::string> CurlTransfer::renewedToken() {
 
 void CurlTransfer::sendWithToken(const std::string& token) {
   const Result<CurlRequest> again = request_.withToken(token, setting_.server);
-  if (!again) return settleWithError(*again.error().as<CurlNetworkError>());
+  if (!again) return settleWithError(refusal(again.error()));
   request_ = again.value();
   request_.noteSecretsIn(*setting_.secrets);
   forgetAnswer();

@@ -14,6 +14,7 @@
 #include "testkit/ForwardingCache.h"
 #include "tests/hostkit/bodies/BodiesCache.h"
 #include "tests/support/NetworkAnswer.h"
+#include "tests/support/PassingError.h"
 
 namespace vellora::hostkit {
 namespace {
@@ -54,6 +55,14 @@ TEST_F(CurlTransferTest, ARequestThatMustNotBeSentHasFailedAlready) {
   EXPECT_FALSE(answers[0].data);
   ASSERT_NE(answers[0].errorAs<CurlNetworkError>(), nullptr);
   EXPECT_EQ(*answers[0].errorAs<CurlNetworkError>(), error);
+}
+
+TEST_F(CurlTransferTest, ARequestThatAnotherTypeOfErrorRefusesHasFailedWithItsText) {
+  auto failed = transfer(Error(tests::PassingError{"not today"}));
+  failed.deliver();
+  ASSERT_EQ(answers.size(), 1U);
+  ASSERT_NE(answers[0].errorAs<CurlNetworkError>(), nullptr);
+  EXPECT_EQ(*answers[0].errorAs<CurlNetworkError>(), (CurlNetworkError{Kind::invalidRequest, "not today"}));
 }
 
 TEST_F(CurlTransferTest, ItsTimeBeginsWhenItsHandleIsPrepared) {

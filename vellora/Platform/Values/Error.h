@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 #include "vellora/Platform/Values/Export.h"
@@ -76,23 +77,45 @@ class VELLORA_EXPORT Error {
   /// That trying again may help, and when; absent when it doesn't, and for types that don't tell.
   [[nodiscard]] std::optional<RetryAdvice> retryAdvice() const { return holder_->retryAdvice(); }
 
-  /// The concrete error when it is an `E`, else null; a base class of it is not found, nor what a source
-  /// without run-time type information (`-fno-rtti`) made an `Error` of. Valid as long as this handle or a
-  /// copy lives.
+  /// The concrete error when it is an `E`, else null; a base class of it is not found. Valid as long as this
+  /// handle or a copy lives.
   template <class E>
   [[nodiscard]] const E* as() const noexcept {
-    const auto* holder = holder_->tellsItsType() ? dynamic_cast<const Holder<E>*>(holder_.get()) : nullptr;
-    return holder ? &holder->error : nullptr;
+    return holder_->kind() == kindOf<E>() ? &static_cast<const Holder<E>&>(*holder_).error : nullptr;
   }
 
  private:
+  /// Tells a type from all others. The mark does so throughout what is linked together, whether or not its
+  /// sources have run-time type information, and whichever of their copies of a function the linker keeps.
+  /// The type does so between libraries that a program loads one by one, which may have a mark each.
+  struct Kind {
+    const void* mark;
+    const std::type_info* type;  // null in a source without run-time type information
+
+    friend bool operator==(const Kind& one, const Kind& other) noexcept {
+      return one.mark == other.mark || (one.type && other.type && *one.type == *other.type);
+    }
+  };
+
+  /// Of each type only the address counts. Not constant, since a linker may fold constants that are alike.
+  template <class E>
+  static inline char mark = 0;
+
+  template <class E>
+  [[nodiscard]] static Kind kindOf() noexcept {
+#ifdef __cpp_rtti
+    return {&mark<E>, &typeid(E)};
+#else
+    return {&mark<E>, nullptr};
+#endif
+  }
+
   struct Base {
     virtual ~Base() = default;
     [[nodiscard]] virtual std::string localizedDescription() const = 0;
     [[nodiscard]] virtual std::string description() const = 0;
     [[nodiscard]] virtual std::optional<RetryAdvice> retryAdvice() const = 0;
-    /// A `dynamic_cast` of a holder that doesn't would read a type where there is none.
-    [[nodiscard]] virtual bool tellsItsType() const = 0;
+    [[nodiscard]] virtual Kind kind() const noexcept = 0;
   };
 
   template <class E>
@@ -113,13 +136,7 @@ class VELLORA_EXPORT Error {
         return std::nullopt;
       }
     }
-    [[nodiscard]] bool tellsItsType() const override {
-#ifdef __cpp_rtti
-      return true;
-#else
-      return false;
-#endif
-    }
+    [[nodiscard]] Kind kind() const noexcept override { return kindOf<E>(); }
     E error;
   };
 

@@ -6,4 +6,8 @@ Error errorWithoutType() {
   return ErrorWithoutType();
 }
 
+bool isErrorWithoutType(const Error& error) {
+  return error.as<ErrorWithoutType>() != nullptr;
+}
+
 }  // namespace vellora::tests

@@ -10,7 +10,8 @@ struct ErrorWithoutType {
   [[nodiscard]] std::string localizedDescription() const { return "no type"; }
 };
 
-/// An `ErrorWithoutType`, made in a source that is compiled without run-time type information.
+// Both are compiled without run-time type information.
 [[nodiscard]] Error errorWithoutType();
+[[nodiscard]] bool isErrorWithoutType(const Error& error);
 
 }  // namespace vellora::tests
