@@ -80,7 +80,7 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
 
   /// Sets the deadline, and lets the catalogue and `stop` end the question. To be called once, before
   /// anything else. When it throws, nothing is left of it.
-  void begin(TimedQueue::Delay deadline, StopToken stop) {
+  void begin(TimedQueue::Delay deadline, const StopToken& stop) {
     const auto self = this->shared_from_this();
     const std::function<void()> cancelled = [weak = this->weak_from_this()] {
       if (const auto asked = weak.lock()) asked->end(End::cancelled, Missing(Missing::Why::cancelled));
@@ -89,7 +89,7 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
       alarm_ = terms_.timer->after(TimedQueue::bounded(deadline),
                                    [self] { self->end(End::timedOut, Missing(Missing::Why::timedOut)); });
       registration_ = terms_.catalog.add(cancelled);
-      stop_.emplace(std::move(stop), cancelled);
+      stop_ = stop.whenStopped(cancelled);
     } catch (const std::bad_alloc&) {
       letGo();
       throw;
@@ -318,7 +318,7 @@ class Asked final : public AskedBase, public std::enable_shared_from_this<Asked<
   Sheet<T> sheet_;                           // changed inside the gate
   std::function<void(Sheet<T>&)> fallback_;  // changed inside the gate
 
-  std::optional<StopCallback> stop_;
+  std::shared_ptr<void> stop_;  // watches for one
 };
 
 }  // namespace vellora::detail

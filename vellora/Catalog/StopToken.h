@@ -1,6 +1,8 @@
 #pragma once
 
 #include <functional>
+#include <memory>
+#include <utility>
 #include <version>
 #ifdef __cpp_lib_jthread
 #include <stop_token>
@@ -10,24 +12,54 @@
 
 namespace vellora {
 
+namespace detail {
+
+/// `Type` calls a function when a stop is requested through a `Token`, as long as it lives.
+template <class Token>
+struct StopCallback;
+
 #ifdef __cpp_lib_jthread
-
-/// Tells a question that it is to end: the token of a `std::stop_source`.
-using StopToken = std::stop_token;
-
-/// Calls a function when a stop is requested, as long as it lives.
-using StopCallback = std::stop_callback<std::function<void()>>;
-
-#else
-
-/// LLVM's standard library has had no stop tokens for long. Where there are none nobody requests a stop, and
-/// `Question::cancel` or its token is what ends a question early.
-struct VELLORA_EXPORT StopToken {};
-
-struct VELLORA_EXPORT StopCallback {
-  StopCallback(StopToken /*token*/, const std::function<void()>& /*callback*/) {}
+template <>
+struct StopCallback<std::stop_token> {
+  using Type = std::stop_callback<std::function<void()>>;
 };
-
 #endif
+
+}  // namespace detail
+
+/// Tells a question that it is to end: what a question sees of the token of a `std::stop_source`.
+///
+/// LLVM's standard library has had no stop tokens for long, and has them in some sources of a program only.
+/// So no more than the conversion below knows them. The library needs none, nor does a source that asks
+/// without one.
+///
+/// Ownership: refers to the token, which must outlive it.
+///
+/// Threads: as safe as the token.
+class VELLORA_EXPORT StopToken {
+ public:
+  /// Through which nobody requests a stop.
+  StopToken() = default;
+
+  template <class Token>
+  requires requires { typename detail::StopCallback<Token>::Type; }
+  StopToken(const Token& token)  // NOLINT: converts on purpose
+      : token_(&token), watch_([](const void* watched, std::function<void()>&& callback) {
+          using Callback = typename detail::StopCallback<Token>::Type;
+          return std::shared_ptr<void>(
+              std::make_shared<Callback>(*static_cast<const Token*>(watched), std::move(callback)));
+        }) {}
+
+  /// Has `callback` called when a stop is requested, on the thread that does; at once, if that has happened.
+  /// What this returns keeps watch: when it is gone, `callback` is not called any more. Throws
+  /// `std::bad_alloc`.
+  [[nodiscard]] std::shared_ptr<void> whenStopped(std::function<void()> callback) const {
+    return watch_ ? watch_(token_, std::move(callback)) : nullptr;
+  }
+
+ private:
+  const void* token_ = nullptr;
+  std::shared_ptr<void> (*watch_)(const void* watched, std::function<void()>&& callback) = nullptr;
+};
 
 }  // namespace vellora
