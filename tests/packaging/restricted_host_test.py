@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Fails when a host that is compiled with FLAG gets no answer, or gives errors that the library cannot take.
+"""Fails when a host that is compiled with FLAG does not compile with every header, when it gets no answer, or when its
+errors, its own or of the library's types, are not taken for what they are.
 
 usage: restricted_host_test.py PREFIX SOURCES RECORDS_SERVER COMPILER FLAG
 """
@@ -24,15 +25,28 @@ def run(*command, **options):
     return subprocess.run([str(word) for word in command], capture_output=True, text=True, **options)
 
 
-def build(program):
+def compile(source, *options):
     (configs,) = pathlib.Path(PREFIX).glob("lib*/**/pkgconfig")
     asked = run("pkg-config", "--cflags", "--libs", "vellora-hostkit", env=os.environ | {"PKG_CONFIG_PATH": str(configs)})
-    source = pathlib.Path(SOURCES) / "examples/own-host/main.cpp"
-    built = run(COMPILER, FLAG, source, "-o", program, *shlex.split(asked.stdout), f"-Wl,-rpath,{configs.parent}")
+    built = run(COMPILER, FLAG, source, *options, *shlex.split(asked.stdout), f"-Wl,-rpath,{configs.parent}")
     if built.returncode != 0:
         errors = [line for line in built.stderr.splitlines() if "error" in line]
         sys.exit(f"{COMPILER} {FLAG}: {(errors or built.stderr.splitlines())[0]}")
+
+
+def build(source, program):
+    compile(pathlib.Path(SOURCES) / source, "-o", program)
     return program
+
+
+def compile_every_header(folder):
+    (include,) = pathlib.Path(PREFIX).glob("include/vellora-*")
+    headers = [file.relative_to(include) for file in include.glob("**/*.h")]
+    if pathlib.Path("vellora/Catalog/Catalog.h") not in headers:
+        sys.exit(f"{include} does not hold the library's headers")
+    source = folder / "headers.cpp"
+    source.write_text("".join(f'#include "{header}"\n' for header in headers))
+    compile(source, "-fsyntax-only")
 
 
 def keep_answers(folder):
@@ -49,7 +63,11 @@ def main():
         folder = pathlib.Path(name)
         answers = folder / "answers"
         keep_answers(answers)
-        host = build(folder / "host")
+        compile_every_header(folder)
+        maker = run(build("tests/packaging/restricted/main.cpp", folder / "maker"))
+        if maker.returncode != 0:
+            sys.exit(f"{COMPILER} {FLAG}: with errors of its own it ends with {maker.returncode}: {maker.stderr}")
+        host = build("examples/own-host/main.cpp", folder / "host")
         answered = run(host, answers, RECORD)
         if (answered.returncode, answered.stdout) != (0, "Account\n"):
             sys.exit(f"{COMPILER} {FLAG}: it ends with {answered.returncode} and says {answered.stdout}{answered.stderr}")

@@ -2,7 +2,6 @@
 
 #include <concepts>
 #include <memory>
-#include <new>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -19,6 +18,7 @@
 #include "vellora/Platform/Publishers/detail/Source.h"
 #include "vellora/Platform/Publishers/detail/Step.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
+#include "vellora/Platform/Values/Attempt.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
 #include "vellora/Platform/Values/Result.h"
 
@@ -192,10 +192,7 @@ class Publisher {
 
       void receive(const detail::Downstream<T>& to, T&& value) const { to.receive(std::move(value)); }
       void complete(const detail::Downstream<T>& to, Completion&& completion) {
-        try {
-          if (completion) completion = Error(transform(*completion));
-        } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the error goes on as it is
-        }
+        if (completion) detail::hadMemoryFor([&] { completion = Error(transform(*completion)); });
         to.complete(std::move(completion));
       }
     };
@@ -209,12 +206,11 @@ class Publisher {
     struct Wrapping {
       void receive(const Downstream& to, T&& value) const { to.receive(Result<T>(std::move(value))); }
       void complete(const Downstream& to, Completion&& completion) const {
-        try {
+        const bool hadMemory = detail::hadMemoryFor([&] {
           if (completion) to.receive(Result<T>(*completion));
           completion.reset();
-        } catch (const std::bad_alloc&) {
-          completion = outOfMemory();
-        }
+        });
+        if (!hadMemory) completion = outOfMemory();
         if (to.scope().isActive()) to.complete(std::move(completion));
       }
     };
@@ -253,9 +249,7 @@ class Publisher {
 
       void receive(const Downstream& /*to*/, T&& value) { values.push_back(std::move(value)); }
       void complete(const Downstream& to, Completion&& completion) {
-        try {
-          if (!completion) to.receive(std::move(values));
-        } catch (const std::bad_alloc&) {
+        if (!completion && !detail::hadMemoryFor([&] { to.receive(std::move(values)); })) {
           completion = outOfMemory();
         }
         if (to.scope().isActive()) to.complete(std::move(completion));

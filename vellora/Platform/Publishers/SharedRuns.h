@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -16,6 +15,7 @@
 #include "vellora/Platform/Publishers/detail/Counted.h"
 #include "vellora/Platform/Publishers/detail/Receiver.h"
 #include "vellora/Platform/Publishers/detail/Source.h"
+#include "vellora/Platform/Values/Attempt.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
 #include "vellora/Platform/Values/Result.h"
 
@@ -55,13 +55,13 @@ class SharedRuns {
     return Publisher<T>(detail::recipe(
         [runs = runs_, key = std::move(key), start = std::move(start), lease = std::move(lease)](
             detail::Handle<detail::Receiver> to, const SubscriptionScope& scope, detail::Use) {
-          const auto [run, isNew] = enter(*runs, key, lease);
-          try {
-            wait(runs, run, std::move(to), scope);
-          } catch (const std::bad_alloc&) {
-            if (isNew) resolve(runs, run, outOfMemory());
-            throw;
-          }
+          const auto entered = enter(*runs, key, lease);
+          const RunPtr& run = entered.first;
+          const bool isNew = entered.second;
+          detail::runOrUndo([&] { wait(runs, run, std::move(to), scope); },
+                            [&] {
+                              if (isNew) resolve(runs, run, outOfMemory());
+                            });
           if (isNew && runs->isAwaited(*run)) begin(runs, run, start);
         }));
   }
@@ -157,16 +157,15 @@ class SharedRuns {
   /// Has `to` wait for `run` until `scope` ends.
   static void wait(const RunsPtr& runs, const RunPtr& run, detail::Handle<detail::Receiver> to,
                    const SubscriptionScope& scope) {
-    try {
-      scope.add([weak = std::weak_ptr<Runs>(runs), run = std::weak_ptr<Run>(run)] {
-        const auto left = run.lock();
-        const auto all = weak.lock();
-        if (left && all) all->leave(*left);
-      });
-    } catch (const std::bad_alloc&) {
-      runs->leave(*run);
-      throw;
-    }
+    detail::runOrUndo(
+        [&] {
+          scope.add([weak = std::weak_ptr<Runs>(runs), run = std::weak_ptr<Run>(run)] {
+            const auto left = run.lock();
+            const auto all = weak.lock();
+            if (left && all) all->leave(*left);
+          });
+        },
+        [&] { runs->leave(*run); });
     detail::start(run->result.source(), std::move(to), scope);
   }
 
@@ -175,20 +174,17 @@ class SharedRuns {
     const auto ended = [runs = std::weak_ptr<Runs>(runs), run](Result<T> result) {
       resolve(runs.lock(), run, std::move(result));
     };
-    try {
+    const bool hadMemory = detail::hadMemoryFor([&] {
       AnyCancellable token = start().results().sink(ended);
       runs->keep(*run, token);
-    } catch (const std::bad_alloc&) {
-      ended(outOfMemory());
-    }
+    });
+    if (!hadMemory) ended(outOfMemory());
   }
 
   /// Ends `run`, and those in whose place it has come.
   static void resolve(const RunsPtr& runs, const RunPtr& run, Result<T> result) {
     if (const auto before = runs ? runs->end(*run) : nullptr) {
-      try {
-        resolve(runs, before, result);
-      } catch (const std::bad_alloc&) {
+      if (!detail::hadMemoryFor([&] { resolve(runs, before, result); })) {
         resolve(runs, before, outOfMemory());
       }
     }

@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -15,6 +14,7 @@
 #include "vellora/Platform/Publishers/detail/Link.h"
 #include "vellora/Platform/Publishers/detail/Receiver.h"
 #include "vellora/Platform/Publishers/detail/Source.h"
+#include "vellora/Platform/Values/Attempt.h"
 
 namespace vellora::detail {
 
@@ -51,17 +51,10 @@ class Broadcast final : public std::enable_shared_from_this<Broadcast<T>> {
     {
       const std::lock_guard lock(mutex_);
       if (current_) current_ = value;
-      try {
-        subscribers.reserve(subscribers_.size());
-      } catch (const std::bad_alloc&) {
-        return;
-      }
-      for (const auto& [id, subscriber] : subscribers_) {
-        try {
-          subscriber->enqueue(value);
-          subscribers.push_back(subscriber);
-        } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the others get it all the same
-        }
+      if (!hadMemoryFor([&] { subscribers.reserve(subscribers_.size()); })) return;
+      for (const auto& entry : subscribers_) {
+        const auto& subscriber = entry.second;
+        if (hadMemoryFor([&] { subscriber->enqueue(value); })) subscribers.push_back(subscriber);
       }
     }
     // A subscriber may destroy this: from here on only `subscribers` is used.
@@ -86,14 +79,13 @@ class Broadcast final : public std::enable_shared_from_this<Broadcast<T>> {
       id = nextId_++;
       subscribers_.emplace(id, subscriber);
     }
-    try {
-      scope.add([weak = this->weak_from_this(), id] {
-        if (const auto broadcast = weak.lock()) broadcast->forget(id);
-      });
-    } catch (const std::bad_alloc&) {
-      forget(id);
-      throw;
-    }
+    runOrUndo(
+        [&] {
+          scope.add([weak = this->weak_from_this(), id] {
+            if (const auto broadcast = weak.lock()) broadcast->forget(id);
+          });
+        },
+        [&] { forget(id); });
     subscriber->gate.drain();
   }
 

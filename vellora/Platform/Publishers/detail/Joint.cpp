@@ -1,5 +1,7 @@
 #include "vellora/Platform/Publishers/detail/Joint.h"
 
+#include <new>
+
 namespace vellora::detail {
 
 Joint::Joint(Handle<Receiver> downstream, SubscriptionScope scope, std::size_t running, Boxing boxing)

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <new>
 #include <utility>
 
 #include "vellora/Platform/Publishers/SerialGate.h"
@@ -9,6 +8,7 @@
 #include "vellora/Platform/Publishers/detail/Box.h"
 #include "vellora/Platform/Publishers/detail/Counted.h"
 #include "vellora/Platform/Publishers/detail/Receiver.h"
+#include "vellora/Platform/Values/Attempt.h"
 #include "vellora/Platform/Values/Export.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
 
@@ -63,11 +63,7 @@ class VELLORA_EXPORT Joint : public Receiver {
   template <class F>
   void admit(F& event) {
     if (ended_ || !scope_.isActive()) return;
-    try {
-      event();
-    } catch (const std::bad_alloc&) {
-      finish(outOfMemory());
-    }
+    if (!hadMemoryFor(event)) finish(outOfMemory());
   }
 
   /// Ends the joint and everything in front of it, then passes the end on. Inside an event only.
