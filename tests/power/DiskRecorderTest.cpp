@@ -71,17 +71,19 @@ TEST_F(DiskRecorderTest, TakesDownWhatSQLiteDoes) {
 
 TEST_F(DiskRecorderTest, TakesDownTheCallsForLargeFiles) {
   const DiskRecorder recorder(folder.path());
-  std::string path = folder.file("aXXXXXX");
-  close(mkostemp64(path.data(), O_CLOEXEC));
-  const int descriptor = open64(path.c_str(), O_RDWR | O_CLOEXEC);
-  ASSERT_EQ(pwrite64(descriptor, "three", 5, 1), 5);
-  ASSERT_EQ(ftruncate64(descriptor, 3), 0);
-  ASSERT_EQ(fsync(descriptor), 0);
-  close(descriptor);
+  const int opened = open64(folder.file("opened").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  std::string path = folder.file("madeXXXXXX");
+  const int made = mkostemp64(path.data(), O_CLOEXEC);
+  for (const int descriptor : {opened, made}) {
+    ASSERT_EQ(pwrite64(descriptor, "three", 5, 1), 5);
+    ASSERT_EQ(ftruncate64(descriptor, 3), 0);
+    ASSERT_EQ(fsync(descriptor), 0);
+    close(descriptor);
+  }
 
   DiskImage image = whole(recorder);
-  ASSERT_EQ(image.names.size(), 1U);
-  EXPECT_EQ(image.files[image.names.begin()->second], std::string("\0th", 3));
+  ASSERT_EQ(image.names.size(), 2U);
+  for (const auto& [name, file] : image.names) EXPECT_EQ(image.files[file], std::string("\0th", 3)) << name;
 }
 
 TEST_F(DiskRecorderTest, CallsForLargeFilesReachTheSystemWithTheirOffsetsWhole) {
