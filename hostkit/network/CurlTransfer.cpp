@@ -108,6 +108,7 @@ void CurlTransfer::failWithoutMemory() {
 void CurlTransfer::settleOrGoOn(int curlCode) {
   if (handle_->connectionState() == Connections::State::spoilt) return sendOnFreshConnection();
   response_.statusCode = handle_->statusCode();
+  if (isConnectionUseless(curlCode)) return sendOnFreshConnection();
   const auto failure = failureOf(curlCode);
   if (failure && !isErrorStatus()) return settleWithError(*failure);
   if (isForAnotherRequest()) return sendOnFreshConnection();
@@ -150,6 +151,12 @@ bool CurlTransfer::isRedirect() const {
 bool CurlTransfer::isForAnotherRequest() const {
   constexpr int requestTimeout = 408;
   return response_.statusCode == requestTimeout && !wasSentAgain_ &&
+         handle_->connectionState() == Connections::State::kept;
+}
+
+// curl 7.88.1 keeps an HTTP/2 connection that ran out of memory, and notices only with the next request.
+bool CurlTransfer::isConnectionUseless(int curlCode) const {
+  return curlCode == CURLE_HTTP2 && response_.statusCode == 0 && !wasSentAgain_ &&
          handle_->connectionState() == Connections::State::kept;
 }
 

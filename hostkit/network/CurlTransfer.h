@@ -93,6 +93,7 @@ class CurlTransfer final : private CurlHandle::Receiver {
   [[nodiscard]] bool isLineTooLong(int curlCode) const;
   [[nodiscard]] bool isRedirect() const;
   [[nodiscard]] bool isForAnotherRequest() const;
+  [[nodiscard]] bool isConnectionUseless(int curlCode) const;
   void followRedirect();
   void sendOnFreshConnection();
   void forgetAnswer();

@@ -3,6 +3,7 @@
 #include <zlib.h>
 
 #include <array>
+#include <new>
 
 namespace vellora::hostkit {
 
@@ -11,10 +12,16 @@ namespace {
 constexpr int gzipOnly = 16 + MAX_WBITS;
 constexpr std::size_t pieceSize = 16384;  // bytes unpacked at a time
 
+/// zlib's code, unless that tells of a lack of memory, which is no fault of the body.
+int withMemory(int code) {
+  if (code == Z_MEM_ERROR) throw std::bad_alloc();
+  return code;
+}
+
 }  // namespace
 
 struct GzipDecoder::Stream {
-  Stream() : usable(inflateInit2(&z, gzipOnly) == Z_OK) {}
+  Stream() : usable(withMemory(inflateInit2(&z, gzipOnly)) == Z_OK) {}
   ~Stream() {
     if (usable) inflateEnd(&z);
   }
@@ -41,7 +48,7 @@ GzipDecoder::Fault GzipDecoder::append(std::string_view packed, std::string& bod
     if (complete_ && z.avail_in > 0) inflateReset(&z);
     z.next_out = reinterpret_cast<Bytef*>(unpacked.data());
     z.avail_out = static_cast<uInt>(unpacked.size());
-    const int code = inflate(&z, Z_NO_FLUSH);
+    const int code = withMemory(inflate(&z, Z_NO_FLUSH));
     if (code != Z_OK && code != Z_STREAM_END && code != Z_BUF_ERROR) return Fault::corrupt;
     complete_ = code == Z_STREAM_END;
     const std::size_t count = unpacked.size() - z.avail_out;

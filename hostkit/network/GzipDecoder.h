@@ -12,7 +12,7 @@ namespace vellora::hostkit {
 ///
 /// Threads: one at a time.
 ///
-/// Errors: a fault is final.
+/// Errors: a fault is final. `std::bad_alloc` where there is no memory to unpack by.
 ///
 /// Units: bytes.
 class GzipDecoder {

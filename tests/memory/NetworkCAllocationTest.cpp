@@ -1,37 +1,31 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <memory>
 #include <new>
-#include <optional>
 #include <string>
-#include <utility>
+#include <string_view>
 
 #include "hostkit/network/CurlNetwork.h"
 #include "hostkit/network/CurlNetworkError.h"
+#include "hostkit/network/GzipDecoder.h"
 #include "tests/hostkit/network/PackedLetters.h"
-#include "tests/memory/EachCAllocation.h"
+#include "tests/memory/NetworkCAllocationFixture.h"
 #include "tests/support/CAllocationFailure.h"
 #include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
 
-// Each allocation of libcurl fails in turn while a network starts, answers a request and goes. The request
-// has one answer, the right one or an error, and with memory there again the same network answers the next
-// one.
+// Each allocation of libcurl and zlib fails in turn while a network starts, answers a request and goes.
 
 namespace vellora::hostkit {
 namespace {
 
 using tests::CAllocationFailure;
-using tests::failEachCAllocationOf;
 using tests::get;
-using tests::NetworkAnswer;
 using tests::ScriptedServer;
-using Extent = CAllocationFailure::Extent;
 using Then = ScriptedServer::Then;
 
-class NetworkCAllocationTest : public testing::Test {
+class NetworkCAllocationTest : public NetworkCAllocationFixture {
  protected:
   NetworkCAllocationTest() {
     server.replyBy([](const ScriptedServer::Request& request) -> ScriptedServer::Reply {
@@ -46,89 +40,56 @@ class NetworkCAllocationTest : public testing::Test {
     });
   }
 
-  [[nodiscard]] Result<std::shared_ptr<CurlNetwork>> make() const {
-    return CurlNetwork::make(
-        {.server = server.url(), .token = [] { return std::optional<std::string>("token"); }});
-  }
-
-  /// The network; null where there was no memory for it.
-  [[nodiscard]] std::shared_ptr<CurlNetwork> makeOrNone() const {
-    try {
-      const auto made = make();
-      if (made) return made.value();
-      EXPECT_NE(made.error().as<CurlNetworkError>(), nullptr);
-    } catch (const std::bad_alloc&) {  // on the thread that called
-    }
-    return nullptr;
-  }
-
-  [[nodiscard]] static NetworkAnswer ask(CurlNetwork& network, const std::string& path, double timeout = 20) {
-    return tests::answerTo(network, get(path, timeout));
-  }
-
-  /// The right answer, or an error and nothing else.
-  static void expectRightOrError(const NetworkAnswer& answer, const std::string& body) {
-    if (answer.error) {
-      EXPECT_NE(answer.errorAs<CurlNetworkError>(), nullptr);
-      EXPECT_FALSE(answer.data || answer.response);
-    } else {
-      EXPECT_EQ(answer.body(), body);
-      EXPECT_EQ(answer.status(), 200);
-    }
-  }
-
-  /// Starts a network and asks it, with that allocation failing; every second time the network goes without
-  /// memory as well.
-  bool askWith(std::size_t number, Extent extent, const std::string& path, const std::string& body,
-               double timeout) {
-    const std::size_t blocksBefore = CAllocationFailure::liveBlocks();
-    std::optional<CAllocationFailure> failure(std::in_place, number, extent);
-    std::shared_ptr<CurlNetwork> network = makeOrNone();
-    if (network) expectRightOrError(ask(*network, path, timeout), body);
-    if (number % 2 != 0) network.reset();
-    const bool happened = failure->happened();
-    failure.reset();
-    if (network) {
-      EXPECT_EQ(ask(*network, "/plain").body(), "{}");
-    }
-    network.reset();
-    EXPECT_EQ(CAllocationFailure::liveBlocks(), blocksBefore) << "blocks are leaked";
-    return happened;
-  }
-
-  void failEachOf(const std::string& path, const std::string& body, double timeout = 20) {
-    static_cast<void>(ask(*make().value(), "/plain"));  // what curl keeps for ever, it has now
-    failEachCAllocationOf(
-        path.c_str(), [&](auto number, auto extent) { return askWith(number, extent, path, body, timeout); },
-        5);
-  }
+  [[nodiscard]] CurlNetwork::Options options() const override { return {.server = server.url()}; }
 
   ScriptedServer server;
 };
 
 TEST_F(NetworkCAllocationTest, APlainRequest) {
-  failEachOf("/plain", "{}");
+  failEachOf("a plain request", {"/plain", "{}"});
 }
 
 TEST_F(NetworkCAllocationTest, APackedBody) {
-  failEachOf("/packed", unpackedLetters);
+  failEachOf("a packed body", {"/packed", unpackedLetters});
 }
 
 TEST_F(NetworkCAllocationTest, ARedirect) {
-  failEachOf("/moved", "{}");
+  failEachOf("a redirect", {"/moved", "{}"});
 }
 
 TEST_F(NetworkCAllocationTest, ARefusedToken) {
-  failEachOf("/refused", "(an error)");
+  failEachOf("a refused token", {"/refused", "(an error)"});
 }
 
 TEST_F(NetworkCAllocationTest, HalfABody) {
-  failEachOf("/half", "(an error)");
+  failEachOf("half a body", {"/half", "(an error)"});
 }
 
 TEST_F(NetworkCAllocationTest, ATimeOut) {
   constexpr double soon = 0.02;  // seconds
-  failEachOf("/silent", "(an error)", soon);
+  failEachOf("a time-out", {"/silent", "(an error)", soon});
+}
+
+TEST_F(NetworkCAllocationTest, ALackOfMemoryToUnpackABodyIsNoFaultOfTheServers) {
+  const auto network = make().value();
+  {
+    const CAllocationFailure failure(1, Extent::one, Library::zlib);
+    const auto answer = ask(*network, "/packed");
+    EXPECT_TRUE(failure.happened());
+    ASSERT_NE(answer.errorAs<CurlNetworkError>(), nullptr);
+    EXPECT_EQ(answer.errorAs<CurlNetworkError>()->kind, CurlNetworkError::Kind::unavailable);
+  }
+  EXPECT_EQ(ask(*network, "/packed").body(), unpackedLetters);
+}
+
+// Between two pieces zlib keeps what it has unpacked last.
+TEST_F(NetworkCAllocationTest, NorIsALackOfMemoryBetweenTwoPiecesOfABody) {
+  GzipDecoder decoder;
+  std::string body;
+  const CAllocationFailure failure(1, Extent::one, Library::zlib);
+  const std::string_view piece = std::string_view(packedLetters).substr(0, 16);
+  EXPECT_THROW(static_cast<void>(decoder.append(piece, body, unpackedLetters.size())), std::bad_alloc);
+  EXPECT_TRUE(failure.happened());
 }
 
 TEST_F(NetworkCAllocationTest, AShutDownWithARequestUnderWayNeedsNoMemoryOfCurls) {

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "hostkit/network/CurlNetwork.h"
+#include "hostkit/network/CurlNetworkError.h"
+#include "tests/memory/EachCAllocation.h"
+#include "tests/support/CAllocationFailure.h"
+#include "tests/support/NetworkAnswer.h"
+#include "tests/support/Requests.h"
+
+namespace vellora::hostkit {
+
+/// Networks whose C libraries run out of memory while they start, answer a request and go. The request has
+/// one answer, the right one or an error, and with memory there again the same network answers the next one,
+/// to
+/// "/plain", with "{}".
+class NetworkCAllocationFixture : public testing::Test {
+ protected:
+  using Library = tests::CAllocationFailure::Library;
+  using Extent = tests::CAllocationFailure::Extent;
+
+  /// What the network asks, and trusts.
+  [[nodiscard]] virtual CurlNetwork::Options options() const = 0;
+
+  [[nodiscard]] Result<std::shared_ptr<CurlNetwork>> make() const {
+    auto given = options();
+    given.token = [] { return std::optional<std::string>("token"); };
+    return CurlNetwork::make(std::move(given));
+  }
+
+  /// The network; null where there was no memory for it.
+  [[nodiscard]] std::shared_ptr<CurlNetwork> makeOrNone() const {
+    try {
+      const auto made = make();
+      if (made) return made.value();
+      EXPECT_NE(made.error().as<CurlNetworkError>(), nullptr);
+    } catch (const std::bad_alloc&) {  // on the thread that called
+    }
+    return nullptr;
+  }
+
+  [[nodiscard]] static tests::NetworkAnswer ask(CurlNetwork& network, const std::string& path,
+                                                double timeout = 20) {
+    return tests::answerTo(network, tests::get(path, timeout));
+  }
+
+  /// The right answer, or an error and nothing else.
+  static void expectRightOrError(const tests::NetworkAnswer& answer, const std::string& body) {
+    if (answer.error) {
+      EXPECT_NE(answer.errorAs<CurlNetworkError>(), nullptr);
+      EXPECT_FALSE(answer.data || answer.response);
+    } else {
+      EXPECT_EQ(answer.body(), body);
+      EXPECT_EQ(answer.status(), 200);
+    }
+  }
+
+  /// A request to `path`, which is answered with `body`, if at all.
+  struct Asked {
+    std::string path;
+    std::string body;
+    double timeout = 20;
+    Library failing = Library::any;
+    int shortForm = 5;        ///< the step from one allocation that fails to the next
+    std::size_t mayLeak = 0;  ///< so many blocks that a library loses
+  };
+
+  /// Starts a network and asks it, with that allocation failing; every second time the network goes without
+  /// memory as well.
+  bool askWith(std::size_t number, Extent extent, const Asked& asked) {
+    using tests::CAllocationFailure;
+    const std::size_t blocksBefore = CAllocationFailure::liveBlocks();
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent, asked.failing);
+    std::shared_ptr<CurlNetwork> network = makeOrNone();
+    if (network) expectRightOrError(ask(*network, asked.path, asked.timeout), asked.body);
+    if (number % 2 != 0) network.reset();
+    const bool happened = failure->happened();
+    failure.reset();
+    if (network) {
+      EXPECT_EQ(ask(*network, "/plain").body(), "{}");
+    }
+    network.reset();
+    EXPECT_LE(CAllocationFailure::liveBlocks(), blocksBefore + asked.mayLeak) << "blocks are leaked";
+    return happened;
+  }
+
+  void failEachOf(const char* what, const Asked& asked) {
+    static_cast<void>(ask(*make().value(), "/plain"));  // what the libraries keep for ever, they have now
+    tests::failEachCAllocationOf(
+        what, [&](auto number, auto extent) { return askWith(number, extent, asked); }, asked.shortForm);
+  }
+};
+
+}  // namespace vellora::hostkit
