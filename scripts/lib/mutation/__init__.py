@@ -1,0 +1,1 @@
+"""The parts of scripts/mutants: small changes of sources, and which of them the tests notice."""
