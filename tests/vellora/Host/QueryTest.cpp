@@ -16,6 +16,18 @@ TEST(QueryTest, AMetaFilterAdmitsRowsThatHoldEveryPair) {
   EXPECT_TRUE(metaEquals({})({{}, "1"})) << "no pairs are held by every row";
 }
 
+TEST(QueryTest, ADataKeyFilterAdmitsTheRowOfThatKeyAlone) {
+  const auto filter = dataKeyEquals("1");
+  EXPECT_TRUE(filter({{}, "1"}));
+  EXPECT_FALSE(filter({{}, "2"}));
+}
+
+TEST(QueryTest, APredicateDecidesForItself) {
+  const RowFilter filter([](const Row& row) { return row.meta.contains("name"); });
+  EXPECT_TRUE(filter({{{"name", "Account"}}, "1"}));
+  EXPECT_FALSE(filter({{}, "1"}));
+}
+
 TEST(QueryTest, OnlyAMetaFilterTellsItsPairs) {
   const Meta pairs{{"kind", "theme"}};
   const auto byMeta = metaEquals(pairs);
