@@ -53,9 +53,10 @@ def run(program, tests, environment, limit, folder):
 
 def names_of(program, folder):
     """The tests of a program, as filters name them."""
-    listed = subprocess.run([program, "--gtest_list_tests"], cwd=folder, check=True, capture_output=True, text=True)
+    listed = subprocess.run([program, "--gtest_list_tests"], cwd=folder, check=True, capture_output=True)
     group = ""
-    for line in listed.stdout.splitlines():
+    # Values of parameters stand behind the names, some of them bytes that are no text.
+    for line in listed.stdout.decode(errors="replace").splitlines():
         name = line.partition("#")[0].rstrip()
         if not line.startswith(" "):
             group = name
