@@ -1,5 +1,6 @@
 """Builds test programs of mutated sources: the commands are those of another build, whose other objects they share."""
 
+import hashlib
 import json
 import os
 import pathlib
@@ -15,6 +16,8 @@ COMPLAINT = re.compile(r"^(\S+?):(\d+):(\d+): (?:fatal )?error: ", re.MULTILINE)
 ARCHIVE = re.compile(r"^build (\S+\.a): \w+ ([^|\n]*)", re.MULTILINE)
 # Numbers of mutants that a file has for itself, so that those of one file don't change with another.
 BLOCK = 2000
+# What is made of a source changes with these.
+RULES = "".join(path.read_text() for path in sorted(pathlib.Path(__file__).parent.glob("*.py")))
 
 
 def newer(path, than):
@@ -33,18 +36,18 @@ class Source:
 
     def prepare(self):
         text = self.path.read_bytes().decode("latin-1")
+        basis = {"text": text, "number": self.number, "rules": hashlib.sha256(RULES.encode()).hexdigest()}
         known = json.loads(self.notes.read_text()) if self.notes.exists() else {}
-        if known.get("text") == text and known.get("number") == self.number:
+        if known.get("basis") == basis and all(
+                newer(path, self.copy) and newer(path, pathlib.Path(entry["directory"]) / entry["output"])
+                for entry, path in zip(self.entries, self.objects.values())):
             self.mutants, self.refused = [Mutant(**mutant) for mutant in known["mutants"]], known["refused"]
-        else:
-            self.find()
-        if not all(newer(path, self.copy) and newer(path, pathlib.Path(entry["directory"]) / entry["output"])
-                   for entry, path in zip(self.entries, self.objects.values())):
-            self.compile(text)
-            self.notes.parent.mkdir(parents=True, exist_ok=True)
-            self.notes.write_text(json.dumps({
-                "text": text, "number": self.number, "refused": self.refused,
-                "mutants": [vars(mutant) for mutant in self.mutants]}))
+            return
+        self.find()
+        self.compile(text)
+        self.notes.parent.mkdir(parents=True, exist_ok=True)
+        self.notes.write_text(json.dumps({
+            "basis": basis, "refused": self.refused, "mutants": [vars(mutant) for mutant in self.mutants]}))
 
     def find(self):
         command = shlex.split(self.entries[0]["command"])
