@@ -83,6 +83,13 @@ TEST(DescriptionTest, ShowsADateInUniversalTime) {
   EXPECT_EQ(describe(Date::sinceReferenceDate(-1e300)), "-1e+300 seconds since 1970");
 }
 
+TEST(DescriptionTest, ShowsADateOutsideTheYearsOfFourDigitsAsSeconds) {
+  EXPECT_EQ(describe(Date::since1970(-62135596800.0)), "0001-01-01 00:00:00 +0000");
+  EXPECT_EQ(describe(Date::since1970(-62135596801.0)), "-62135596801 seconds since 1970");
+  EXPECT_EQ(describe(Date::since1970(253402300799.0)), "9999-12-31 23:59:59 +0000");
+  EXPECT_EQ(describe(Date::since1970(253402300800.0)), "253402300800 seconds since 1970");
+}
+
 TEST(DescriptionTest, ShowsMaps) {
   using Meta = std::map<std::string, std::string>;
   EXPECT_EQ(describe(Meta{{"k", "v"}}), R"(["k": "v"])");

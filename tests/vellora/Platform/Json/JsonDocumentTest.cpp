@@ -57,6 +57,17 @@ TEST(JsonDocumentTest, ReadsTextsBelowAndAboveTheSizeUpToWhichAParserIsKept) {
   }
 }
 
+TEST(JsonDocumentTest, SettlesTheNumbersOfEachTextThatItReads) {
+  const Data texts[] = {Data(std::string("1.0")), Data(std::string("2.0"))};
+  Document document;
+  for (const Data& text : texts) {
+    ASSERT_FALSE(document.parse(text).has_value());
+    EXPECT_TRUE(document.root().is_double());
+    document.settleNumbers();
+    EXPECT_TRUE(document.root().is_int64());
+  }
+}
+
 std::atomic<bool> hasToldWhyNotRead = false;
 
 TEST(JsonDocumentDeathTest, IsReadOrRefusedWhileTheProcessEnds) {

@@ -37,6 +37,7 @@ Number settled(std::string_view text) {
 TEST(JsonNumbersTest, BlanksNumbersAndLeavesEverythingElseInItsPlace) {
   EXPECT_EQ(withoutNumbers(R"({"a1":-12.5e+3,"b":[1,23],"c":"4\"56","d":true})"),
             R"({"a1":0       ,"b":[0,0 ],"c":"4\"56","d":true})");
+  EXPECT_EQ(withoutNumbers(R"(["",1.5,"\"",2.5])"), R"(["",0  ,"\"",0  ])");
   EXPECT_EQ(withoutNumbers("18446744073709551616"), "0                   ");
   EXPECT_EQ(withoutNumbers(R"(["\\",10])"), R"(["\\",0 ])");
 }

@@ -26,6 +26,10 @@ TEST(JsonPathTest, QuotesKeysThatAreNoPlainIdentifiers) {
     return path.text();
   };
   EXPECT_EQ(textOf("Id_2"), "$.Id_2");
+  EXPECT_EQ(textOf("_azAZ09"), "$._azAZ09");
+  EXPECT_EQ(textOf(std::string(80, 'k')), "$." + std::string(80, 'k'));
+  EXPECT_EQ(textOf("0th"), R"($["0th"])");
+  EXPECT_EQ(textOf("9th"), R"($["9th"])");
   EXPECT_EQ(textOf("a b"), R"($["a b"])");
   EXPECT_EQ(textOf("{a}"), R"($["{a}"])");
   EXPECT_EQ(textOf(""), R"($[""])");

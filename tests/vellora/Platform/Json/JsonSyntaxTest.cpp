@@ -17,8 +17,9 @@ std::string errorIn(std::string_view text, std::size_t firstByte = 0) {
 }
 
 TEST(JsonSyntaxTest, FindsNothingInAValidText) {
-  for (const std::string_view text : {"1", " null ", "{}", R"({"a":[1,2.5,"x",true]})", "\"\\u00e9\"",
-                                      "1e308", "1e999", "[1e99999999999999999999]", "18446744073709551616"}) {
+  for (const std::string_view text :
+       {"1", " null ", "{}", R"({"a":[1,2.5,"x",true]})", "\"\\u00e9\"", R"({"a\u0062c":[]})", "1e308",
+        "1e999", "[1e99999999999999999999]", "18446744073709551616"}) {
     EXPECT_EQ(errorIn(text), "none") << text;
   }
 }

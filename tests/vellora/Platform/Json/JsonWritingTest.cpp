@@ -265,6 +265,11 @@ TEST(JsonWritingTest, CountsListsAndMapsAsLevels) {
   EXPECT_EQ(failureOf(map), EncodingError::Kind::tooDeep);
 }
 
+TEST(JsonWritingTest, CountsNoLevelForWhatStandsSideBySide) {
+  const Tree flat{std::vector<Tree>(1000)};
+  EXPECT_EQ(failureOf(flat), std::nullopt);
+}
+
 // Round trips
 
 class RandomSheets {

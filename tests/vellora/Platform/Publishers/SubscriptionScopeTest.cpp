@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <memory>
 #include <vector>
 
 namespace vellora {
@@ -73,6 +75,25 @@ TEST(SubscriptionScopeTest, AChildThatIsGoneIsForgotten) {
     EXPECT_EQ(parent.size(), 2U);
   }
   EXPECT_EQ(parent.size(), 0U);
+}
+
+TEST(SubscriptionScopeTest, WhatARemovedTeardownHeldMayUseTheScopeAsItGoes) {
+  const SubscriptionScope scope;
+  std::size_t left = 1;
+  std::shared_ptr<void> held(nullptr, [&](void*) { left = scope.size(); });
+  const auto registration = scope.add([held] {});
+  held.reset();
+  scope.remove(registration);
+  EXPECT_EQ(left, 0U);
+}
+
+TEST(SubscriptionScopeTest, ATeardownIsRemovedOnceAndNoOtherWithIt) {
+  const SubscriptionScope scope;
+  const auto first = scope.add([] {});
+  scope.add([] {});
+  scope.remove(first);
+  scope.remove(first);
+  EXPECT_EQ(scope.size(), 1U);
 }
 
 TEST(SubscriptionScopeTest, ATeardownMayEndTheScopeAgain) {

@@ -52,6 +52,19 @@ TEST_F(BoundedQueueTest, RunsNoMoreThanItsBoundAtATimeAndTheRestBehindThemInOrde
   EXPECT_THAT(order, ElementsAre(2, 3, 4, 1));
 }
 
+TEST_F(BoundedQueueTest, LetsWorkWaitAnewAfterNoneWaited) {
+  BoundedQueue queue(threads, 1);
+  for (const int first : {1, 3}) {
+    queue.async([this, first] {
+      threads->runNext();
+      order.push_back(first);
+    });
+    queue.async([this, first] { order.push_back(first + 1); });
+    threads->runAll();
+  }
+  EXPECT_THAT(order, ElementsAre(1, 2, 3, 4));
+}
+
 TEST_F(BoundedQueueTest, WorkThatRunsOutOfMemoryKeepsNoneBehindItWaiting) {
   BoundedQueue queue(threads, 1);
   queue.async([&] {

@@ -49,6 +49,48 @@ TEST(CallbackGateTest, ACallbackThatClosesItDoesNotWaitForItself) {
   EXPECT_FALSE(gate.run([] {}));
 }
 
+TEST(CallbackGateTest, ACallbackThatIsRefusedChangesNothingAboutWhoIsInside) {
+  CallbackGate gate;
+  gate.run([&] {
+    gate.close();
+    EXPECT_FALSE(gate.run([] {}));
+    EXPECT_TRUE(gate.isInside());
+  });
+  EXPECT_FALSE(gate.run([] {}));
+  EXPECT_FALSE(gate.isInside());
+}
+
+TEST(CallbackGateTest, IsInsideTheOuterOfTwoCallbacksWhenTheInnerHasEnded) {
+  CallbackGate gate;
+  gate.run([&] {
+    gate.run([] {});
+    EXPECT_TRUE(gate.isInside());
+  });
+}
+
+TEST(CallbackGateTest, KnowsWhoIsInsideInWhateverOrderTheyLeave) {
+  CallbackGate gate;
+  std::latch entered(1);
+  std::latch mayEnd(1);
+  std::thread lasting;
+  gate.run([&] {
+    gate.run([&] {
+      lasting = std::thread([&] {
+        gate.run([&] {
+          entered.count_down();
+          mayEnd.wait();
+          EXPECT_TRUE(gate.isInside());
+        });
+      });
+      entered.wait();
+    });
+    EXPECT_TRUE(gate.isInside());
+  });
+  EXPECT_FALSE(gate.isInside());
+  mayEnd.count_down();
+  lasting.join();
+}
+
 TEST(CallbackGateTest, KnowsWhoIsInside) {
   CallbackGate gate;
   EXPECT_FALSE(gate.isInside());

@@ -12,6 +12,7 @@ TEST(EscapedTextTest, LeavesPlainTextAsItIs) {
   EXPECT_EQ(escapedText("save(_:), sObject.name: Account"), "save(_:), sObject.name: Account");
   EXPECT_EQ(escapedText("C:\\n \"quoted\""), "C:\\n \"quoted\"");
   EXPECT_EQ(escapedText("Käse, 日本, 🙂"), "Käse, 日本, 🙂");
+  EXPECT_EQ(escapedText("\ufffd"), "\ufffd");
 }
 
 TEST(EscapedTextTest, KeepsATextOnOneLine) {
