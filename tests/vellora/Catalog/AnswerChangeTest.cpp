@@ -44,6 +44,25 @@ TEST(AnswerChangeTest, AColourThatCouldNotBeFoundOutIsNoChange) {
   EXPECT_TRUE(isChanged(before, answer(shown("Firm", std::nullopt), "down")));
 }
 
+TEST(AnswerChangeTest, IconsThatCouldNotBeFoundOutAreNoChange) {
+  auto before = shown("Account", "FF0000");
+  before.typePresentationInfo.svgIconUrl = "/a.svg";
+  before.typePresentationInfo.smallIconUrl = "/a_16.png";
+  before.typePresentationInfo.largeIconUrl = "/a_32.png";
+  EXPECT_FALSE(isChanged(answer(before), answer(shown("Account", std::nullopt), "down")));
+  EXPECT_FALSE(isChanged(answer(before), answer(before, "down")));
+}
+
+TEST(AnswerChangeTest, OneIconIsALookOfItsOwn) {
+  const auto before = answer(shown("Account", "FF0000"));
+  for (const auto icon :
+       {&PresentationInfo::svgIconUrl, &PresentationInfo::smallIconUrl, &PresentationInfo::largeIconUrl}) {
+    auto now = shown("Account", std::nullopt);
+    now.typePresentationInfo.*icon = "/a";
+    EXPECT_TRUE(isChanged(before, answer(now, "down")));
+  }
+}
+
 TEST(AnswerChangeTest, AListedTypeWithoutItsColoursIsNoChange) {
   auto before = shown("List", "FF0000");
   before.instancePresentationInfo = shown("Contact", "0000FF").typePresentationInfo;
@@ -65,6 +84,25 @@ TEST(AnswerChangeTest, ANameFieldThatCouldNotBeFoundOutIsNoChange) {
 TEST(AnswerChangeTest, WhatCouldBeFoundOutAtLastIsAChange) {
   EXPECT_TRUE(isChanged(answer(shown("Account", std::nullopt), "down"), answer(shown("Account", "FF0000"))));
   EXPECT_TRUE(isChanged(answer(headed("Owner", "OwnerId"), "down"), answer(headed("Owner", "Owner.Name"))));
+}
+
+TEST(AnswerChangeTest, AFieldOfAnotherNameIsAChangeWhateverTheTrouble) {
+  EXPECT_TRUE(isChanged(answer(headed("Owner", "OwnerId")), answer(headed("Owner", "KeeperId"), "down")));
+}
+
+TEST(AnswerChangeTest, LayoutsOfAnotherTypeAreAChangeWhateverTheTrouble) {
+  auto now = headed("Owner", "OwnerId");
+  now.objectType = "Firm";
+  EXPECT_TRUE(isChanged(answer(headed("Owner", "OwnerId")), answer(now, "down")));
+}
+
+TEST(AnswerChangeTest, AFieldThatIsMissingIsOnlyLikeOneThatIsMissing) {
+  const auto whole = headed("Owner", "OwnerId");
+  auto holed = whole;
+  holed.layoutFields.front() = nullptr;
+  EXPECT_FALSE(isChanged(answer(holed), answer(holed, "down")));
+  EXPECT_TRUE(isChanged(answer(holed), answer(whole, "down")));
+  EXPECT_TRUE(isChanged(answer(whole), answer(holed, "down")));
 }
 
 TEST(AnswerChangeTest, AFieldMoreIsAChangeWhateverTheTrouble) {

@@ -1,5 +1,6 @@
 #include "vellora/Catalog/AnswerDocument.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -176,8 +177,17 @@ TEST(AnswerDocumentTest, IsUtf8WhateverAKeyOrAReasonHolds) {
             R"json("stale":false})json");
 }
 
+TEST(AnswerDocumentTest, TellsTheFirstAndTheLastMomentOfYearsWithFourDigits) {
+  Answer<TypeChange> answer;
+  answer.age.fetched = Date::since1970(-62135596800.0);
+  EXPECT_THAT(textOf(refreshDocument(answer)), testing::HasSubstr(R"("fetched":"0001-01-01T00:00:00Z")"));
+  answer.age.fetched = Date::since1970(253402300799.0);
+  EXPECT_THAT(textOf(refreshDocument(answer)), testing::HasSubstr(R"("fetched":"9999-12-31T23:59:59Z")"));
+}
+
 TEST(AnswerDocumentTest, LeavesAMomentOutThatHasNoCalendarForm) {
-  for (const double seconds : {1e300, -1e300, std::numeric_limits<double>::quiet_NaN()}) {
+  for (const double seconds :
+       {1e300, -1e300, std::numeric_limits<double>::quiet_NaN(), -62135596801.0, 253402300800.0}) {
     Answer<TypeChange> answer;
     answer.age = {Date::since1970(seconds), true};
     EXPECT_EQ(textOf(refreshDocument(answer)),

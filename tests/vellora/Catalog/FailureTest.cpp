@@ -35,6 +35,7 @@ TEST(FailureTest, AnyOtherErrorIsTakenAsItIs) {
   EXPECT_EQ(Failure(down).text(), "down");
   EXPECT_EQ(Failure(down).url(), "");
   EXPECT_EQ(Failure(SObjectsDataServiceError::other(down)).text(), "down");
+  EXPECT_EQ(Failure(ThemeDataServiceError::other(down)).text(), "down");
 }
 
 TEST(MissingTest, SaysWhyInWords) {

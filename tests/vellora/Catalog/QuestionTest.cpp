@@ -182,6 +182,26 @@ TEST_F(QuestionTest, DroppingTheTokenCancelsAndDetachingItDoesNot) {
   EXPECT_EQ(calls, 1);
 }
 
+TEST_F(QuestionTest, ATokenThatTakesAnothersPlaceGivesUpTheQuestionOfThatOne) {
+  int first = 0;
+  int second = 0;
+  QuestionToken token = catalog->types({"Account"}).then([&](const auto&) { ++first; });
+  token = catalog->types({"Account"}).then([&](const auto&) { ++second; });
+  runAll();
+  EXPECT_EQ(first, 0);
+  EXPECT_EQ(second, 1);
+}
+
+TEST_F(QuestionTest, AQuestionThatTakesAnothersPlaceGivesThatOneUp) {
+  auto question = hanging();
+  runAll();
+  EXPECT_GT(timer->pending(), 0U);
+  question = catalog->records({"001xx"});
+  runAll();
+  EXPECT_EQ(timer->pending(), 0U) << "nothing waits for the first one any more";
+  EXPECT_EQ(answered(std::move(question)).found.size(), 1U);
+}
+
 TEST_F(QuestionTest, CancellingFromInsideTheCallbackIsNoHarm) {
   QuestionToken token;
   int calls = 0;

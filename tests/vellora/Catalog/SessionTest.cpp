@@ -123,6 +123,15 @@ TEST_F(SessionTest, LayoutsAreForgottenWithoutTheListOfTypes) {
   expectNoLayouts();
 }
 
+TEST_F(SessionTest, LayoutsOfListedTypesAreForgottenWithoutTheirNotedNames) {
+  constructAndLoad();
+  askLayouts();
+  cache->remove("OPS_LayoutNames");
+  cache->remove("OPS_CompactLayoutNames");
+  catalog->forget();
+  expectNoLayouts();
+}
+
 TEST_F(SessionTest, LayoutsOfAnEarlierStartAreForgotten) {
   constructAndLoad();
   askLayouts();
