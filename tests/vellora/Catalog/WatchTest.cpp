@@ -72,6 +72,18 @@ TEST_F(WatchTest, AnswersAtOnceAndAfterEachRefreshThatChangedTheAnswer) {
   EXPECT_THAT(told, ElementsAre("Account", "Firm", "unknown to the server"));
 }
 
+TEST_F(WatchTest, OneThatIsGivenUpTakesNoOtherWithIt) {
+  const auto token = watchAccount();
+  {
+    auto other = catalog->watch([this] { return catalog->types({"Account"}); },
+                                [](const Found&) { FAIL() << "it was given up"; });
+    other.cancel();
+  }
+  runAll();
+  refreshWith(StubNetwork::body(account("Firm")));
+  EXPECT_THAT(told, ElementsAre("Account", "Firm"));
+}
+
 TEST_F(WatchTest, ARefreshThatFailsIsNoChange) {
   const auto token = watchAccount();
   runAll();
