@@ -97,6 +97,26 @@ TEST_F(ThreadPoolTest, ThreadsWithoutWorkEndAtOnceWhenTheyAreToldTo) {
   EXPECT_EQ(ThreadPool::shared().threads(), 1U) << "the one that had work";
 }
 
+TEST_F(ThreadPoolTest, ASerialQueueWithoutWorkLetsItsThreadSleep) {
+  SerialDispatchQueue queue("queue");
+  queue.async([] {});
+  SteppedSleep::waitForSleepers(1);
+  EXPECT_EQ(ThreadPool::shared().threads(), 1U);
+}
+
+TEST_F(ThreadPoolTest, ASerialQueueDoesNotRunWhereAnotherOneFollowsIt) {
+  SerialDispatchQueue first("first");
+  std::promise<bool> during;
+  first.async([&] { during.set_value(first.runsHere()); });
+  EXPECT_TRUE(during.get_future().get());
+  SteppedSleep::waitForSleepers(1);
+  SerialDispatchQueue second("second");
+  std::promise<bool> afterwards;
+  second.async([&] { afterwards.set_value(first.runsHere()); });
+  EXPECT_FALSE(afterwards.get_future().get());
+  EXPECT_EQ(ThreadPool::shared().threads(), 1U) << "the same thread ran both";
+}
+
 TEST_F(ThreadPoolTest, ThreadsComeAgainWithWork) {
   useAllThreads();
   SteppedSleep::pass(ThreadPool::patience);
