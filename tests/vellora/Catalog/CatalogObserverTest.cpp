@@ -87,6 +87,20 @@ TEST_F(CatalogObserverTest, TellsOfAQuestionWhatItCameTo) {
   EXPECT_EQ(observer->sent.size(), 2U) << "of the first load";
 }
 
+TEST_F(CatalogObserverTest, CountsAKeyOnceHoweverOftenItIsAskedFor) {
+  constructAndLoad();
+  static_cast<void>(answered(catalog->types({"Nope", "Account", "Nope"})));
+  EXPECT_EQ(observer->questions.back().keys, 2U);
+  EXPECT_THAT(observer->questions.back().missing, ElementsAre(Pair(Why::unknown, 1U)));
+}
+
+TEST_F(CatalogObserverTest, SaysThatNothingCameFromNowhere) {
+  constructAndLoad();
+  static_cast<void>(answered(catalog->types({"Nope"})));
+  EXPECT_EQ(observer->questions.back().found, 0U);
+  EXPECT_EQ(observer->questions.back().origin, Origin::nowhere);
+}
+
 TEST_F(CatalogObserverTest, SaysThatAnAnswerCameFromTheServerAlsoWhereAnotherQuestionAsked) {
   network->answer(typesUrl, StubNetwork::body(typesBody()).held());
   construct();

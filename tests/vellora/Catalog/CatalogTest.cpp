@@ -156,6 +156,14 @@ TEST_F(CatalogTest, AHostWithoutANetworkHasEveryQuestionFail) {
   catalog->forget();
 }
 
+TEST_F(CatalogTest, AHostWithoutACacheOrALoggerHasEveryQuestionFail) {
+  for (const auto& host : {std::make_shared<hostkit::StandardPlatformAPI>(network, nullptr, logger),
+                           std::make_shared<hostkit::StandardPlatformAPI>(network, cache, nullptr)}) {
+    catalog.emplace(host, CatalogOptions{.answersOn = queue, .timer = timer});
+    EXPECT_EQ(answered(catalog->records({"001xx"})).end, End::failed);
+  }
+}
+
 TEST_F(CatalogTest, ForgettingDeletesWhatWasWrittenAndGivesQuestionsUp) {
   network->answerPrefix("/services/data/v50.0/search/layout",
                         StubNetwork::body(R"([{"objectType":"Account","searchColumns":[]}])"));
