@@ -25,6 +25,9 @@ TEST(FetchTimeTest, ATimeStampIsTheLittleEndianBytesOfADouble) {
   const std::string one("\0\0\0\0\0\0\xF0\x3F", 8);
   EXPECT_EQ(fetchTimeStamp(1).view(), one);
   EXPECT_EQ(secondsInFetchTimeStamp(Data(one)), 1);
+  const std::string tenth("\x9A\x99\x99\x99\x99\x99\xB9\x3F", 8);
+  EXPECT_EQ(fetchTimeStamp(0.1).view(), tenth);
+  EXPECT_EQ(secondsInFetchTimeStamp(Data(tenth)), 0.1);
   EXPECT_EQ(secondsInFetchTimeStamp(Data()), 0);
   EXPECT_EQ(secondsInFetchTimeStamp(Data("1234567")), std::nullopt);
 }

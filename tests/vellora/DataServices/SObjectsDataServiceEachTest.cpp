@@ -13,7 +13,9 @@
 #include "tests/vellora/DataServices/SObjectsDataServiceFixture.h"
 #include "vellora/DataServices/NamedList.h"
 #include "vellora/DataServices/NotCached.h"
+#include "vellora/Host/CacheTable.h"
 #include "vellora/Host/Logger.h"
+#include "vellora/Host/Query.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Platform/Publishers/AnyCancellable.h"
 
@@ -57,6 +59,14 @@ TEST_F(SObjectsDataServiceEachTest, AListViewThatFailsTakesNoOtherIdWithIt) {
                    {"00B1", "The operation could not be completed. (SObjectsDataServiceError.other: down)"},
                    {"00B2", "ListView of Contact"},
                    {"9991", "nobody's"}}));
+}
+
+TEST_F(SObjectsDataServiceEachTest, WithoutTheRowOfAllPrefixesTheListTellsWhoseOneIs) {
+  cacheList();
+  CorvaneSDK::CacheTable::open(*host.cache, tableKey)
+      ->purge(CorvaneSDK::metaEquals({{"cacheEntryType", "keyPrefixes"}}));
+  EXPECT_EQ(eachId({"0011", "0031", "9991"}, Source::cacheFirst),
+            (Found{{"0011", "Account"}, {"0031", "Contact"}, {"9991", "nobody's"}}));
 }
 
 TEST_F(SObjectsDataServiceEachTest, TheErrorNamesItsRequestAndItsReason) {
