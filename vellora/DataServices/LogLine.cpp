@@ -9,6 +9,7 @@ namespace vellora {
 
 void logLine(CorvaneSDK::Logger& logger, CorvaneSDK::LogLevel level, std::string_view beginning,
              LineParts parts) {
+  if (parts.size() == 0) return logger.log(beginning, level);
   std::size_t size = beginning.size();
   for (const auto part : parts) size += part.size();
   std::array<char, 256> shortLine;

@@ -25,7 +25,7 @@ std::map<std::string, std::optional<ThemeItem>> lookedUp(std::map<std::string, T
 void VelloraService::Implementation::PresentationLookup::logStart(std::string_view counted,
                                                                   std::size_t count) const {
   if (const auto facade = facade_.lock())
-    facade->log(line({" ", counted, ".count: ", std::to_string(count)}));
+    facade->log(signature_, {" ", counted, ".count: ", std::to_string(count)});
 }
 
 void VelloraService::Implementation::PresentationLookup::logEnd() const {
@@ -53,13 +53,18 @@ VelloraService::Implementation::Infos VelloraService::Implementation::Presentati
     ThemeItems items) const {
   const Themes themes = lookedUp(std::move(items));
   Infos infos;
+  std::string line;  // one after the other, in the same memory
   for (const auto& [id, found] : types_) {
     const auto facade = facade_.lock();
     if (!facade) continue;
-    facade->log(
-        line({" typeSObject: ", describe(found.type), ", instanceSObject: ", describe(found.instance)}));
+    line.assign(signature_).append(" typeSObject: ");
+    describeTo(line, found.type);
+    line.append(", instanceSObject: ");
+    describeTo(line, found.instance);
+    facade->log(line);
     if (!found.type) continue;
-    infos.insert_or_assign(id, facade->createObjectPresentationInfo(*found.type, found.instance, themes));
+    infos.insert_or_assign(id,
+                           facade->createObjectPresentationInfo(*found.type, found.instance, themes, line));
   }
   return infos;
 }
@@ -67,25 +72,15 @@ VelloraService::Implementation::Infos VelloraService::Implementation::Presentati
 void VelloraService::Implementation::PresentationLookup::keepInfos(const SObjectsByName& sObjects,
                                                                    ThemeItems items) {
   const Themes themes = lookedUp(std::move(items));
+  std::string line;
   for (const auto& [name, sObject] : sObjects) {
     const auto facade = facade_.lock();
     if (sObject && facade) {
-      infos_.insert_or_assign(name, facade->createObjectPresentationInfo(*sObject, {}, themes));
+      infos_.insert_or_assign(name, facade->createObjectPresentationInfo(*sObject, {}, themes, line));
     } else {
       infos_.erase(name);
     }
   }
-}
-
-std::string VelloraService::Implementation::PresentationLookup::line(
-    std::initializer_list<std::string_view> parts) const {
-  std::size_t size = signature_.size();
-  for (const auto part : parts) size += part.size();
-  std::string text;
-  text.reserve(size);
-  text.append(signature_);
-  for (const auto part : parts) text.append(part);
-  return text;
 }
 
 }  // namespace vellora

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -54,9 +53,6 @@ class VelloraService::Implementation::PresentationLookup {
   [[nodiscard]] Infos takeInfos() { return std::move(infos_); }
 
  private:
-  /// The signature followed by `parts`.
-  [[nodiscard]] std::string line(std::initializer_list<std::string_view> parts) const;
-
   const std::weak_ptr<Implementation> facade_;
   const std::string signature_;
   SObjectsById types_;

@@ -53,8 +53,8 @@ std::shared_ptr<VelloraService::Implementation> VelloraService::Implementation::
   return {std::make_shared<Ending>(facade), facade.get()};
 }
 
-void VelloraService::Implementation::log(const std::string& text) const {
-  logger_->log(text, LogLevel::info);
+void VelloraService::Implementation::log(std::string_view text, LineParts parts) const {
+  logLine(*logger_, LogLevel::info, text, parts);
 }
 
 // Prefetch and readiness
@@ -209,7 +209,8 @@ void VelloraService::Implementation::objectPresentationInfoForApiNamesFetchIfNee
 }
 
 ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationInfo(
-    const SObject& sObject, const std::optional<SObject>& sObjectInstance, const Themes& themes) const {
+    const SObject& sObject, const std::optional<SObject>& sObjectInstance, const Themes& themes,
+    std::string& line) const {
   const std::optional<ThemeItem> none;
   const auto themeOf = [&](const SObject& type) -> const std::optional<ThemeItem>& {
     const auto found = themes.find(type.name);
@@ -217,8 +218,11 @@ ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationI
   };
   const auto& typeTheme = themeOf(sObject);
   const auto& instanceTheme = sObjectInstance ? themeOf(*sObjectInstance) : none;
-  log("createObjectPresentationInfo(for:sObjectInstance:themes:) typeTheme: " + describe(typeTheme) +
-      ", instanceTheme: " + describe(instanceTheme));
+  line = "createObjectPresentationInfo(for:sObjectInstance:themes:) typeTheme: ";
+  describeTo(line, typeTheme);
+  line.append(", instanceTheme: ");
+  describeTo(line, instanceTheme);
+  log(line);
   return ObjectPresentationInfo(typeTheme, sObject, theme_, instanceTheme, sObjectInstance);
 }
 

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "vellora/DataServices/LogLine.h"
 #include "vellora/DataServices/MetadataServices.h"
 #include "vellora/Host/RequiredAPI.h"
 #include "vellora/Platform/Publishers/Cancellables.h"
@@ -75,10 +76,12 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
                                               PresentationCompletion completion);
   void objectPresentationInfoForApiNamesFetchIfNeeded(const std::vector<std::string>& apiNames,
                                                       PresentationCompletion completion);
+  /// Its log line is written in the memory of `line`, which has no other use: a lookup of many takes it once.
   [[nodiscard]] ObjectPresentationInfo createObjectPresentationInfo(
-      const SObject& sObject, const std::optional<SObject>& sObjectInstance, const Themes& themes) const;
+      const SObject& sObject, const std::optional<SObject>& sObjectInstance, const Themes& themes,
+      std::string& line) const;
 
-  void log(const std::string& text) const;
+  void log(std::string_view text, LineParts parts = {}) const;
 
   // Constant after construction.
   const std::shared_ptr<CorvaneSDK::Logger> logger_;

@@ -9,8 +9,12 @@ namespace {
 
 class LastLine final : public CorvaneSDK::Logger {
  public:
-  void log(std::string_view message, CorvaneSDK::LogLevel) override { text = message; }
+  void log(std::string_view message, CorvaneSDK::LogLevel) override {
+    text = message;
+    place = message.data();
+  }
   std::string text;
+  const void* place = nullptr;
 };
 
 TEST(LogLineTest, PutsThePartsOneBehindTheOther) {
@@ -26,6 +30,14 @@ TEST(LogLineTest, KeepsEveryByteOfALineOfAnyLength) {
     logLine(logger, CorvaneSDK::LogLevel::info, "", {name});
     EXPECT_EQ(logger.text, name);
   }
+}
+
+TEST(LogLineTest, DoesNotCopyALineWithoutParts) {
+  LastLine logger;
+  const std::string line(5000, 'n');
+  logLine(logger, CorvaneSDK::LogLevel::info, line, {});
+  EXPECT_EQ(logger.text, line);
+  EXPECT_EQ(logger.place, line.data());
 }
 
 }  // namespace

@@ -195,7 +195,7 @@ TEST_F(LookupCostTest, AWarmIdAllocatesWithinItsCeilingHoweverManyAreAskedFor) {
   const double many = allocationsPerId(800);
   RecordProperty("allocationsPerWarmId", std::to_string(many));
 
-  EXPECT_LE(few, 90);
+  EXPECT_LE(few, 58);
   EXPECT_LE(many, few * 1.1);
 }
 
@@ -208,7 +208,7 @@ TEST_F(LookupCostTest, ANewNameIsFoundWithoutDecodingTheListAnew) {
 
   EXPECT_EQ(parsed.count(), 0U);
   // Decoding both lists takes some 8,000 allocations here.
-  EXPECT_LE(counter.allocations() / 100, 220U);
+  EXPECT_LE(counter.allocations() / 100, 115U);
 }
 
 TEST_F(LookupCostTest, ANewIdIsFoundWithoutDecodingTheListAnew) {
@@ -220,7 +220,7 @@ TEST_F(LookupCostTest, ANewIdIsFoundWithoutDecodingTheListAnew) {
 
   // Each new prefix gets a row, which is read again to see whether it is that of list views.
   EXPECT_LE(parsed.count() / 100, 30U);
-  EXPECT_LE(counter.allocations() / 100, 300U);
+  EXPECT_LE(counter.allocations() / 100, 140U);
 }
 
 }  // namespace

@@ -55,7 +55,7 @@ void appendDescription(std::string& out, Date value) {
 }
 
 void appendDescription(std::string& out, std::string_view value) {
-  out += quotedText(value);
+  appendQuotedText(out, value);
 }
 
 }  // namespace vellora::detail

@@ -155,6 +155,16 @@ requires(!std::convertible_to<const T&, std::string_view>) [[nodiscard]] std::st
   return text;
 }
 
+/// The same behind what `text` holds, for a line of several parts: it takes no memory of its own.
+///
+///     line.append("theme: ");
+///     describeTo(line, theme);
+template <class T>
+requires(!std::convertible_to<const T&, std::string_view>) void describeTo(std::string& text,
+                                                                           const T& value) {
+  detail::appendDescription(text, value);
+}
+
 /// A text by itself is its own textual form, without quotes and unescaped: it may hold line breaks.
 [[nodiscard]] inline std::string describe(std::string_view text) {
   return std::string(text);

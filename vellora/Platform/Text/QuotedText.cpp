@@ -47,25 +47,33 @@ std::size_t plainLength(std::string_view text) {
 }  // namespace
 
 std::string quotedText(std::string_view text, std::size_t limit) {
-  std::string quoted = "\"";
+  std::string quoted;
   quoted.reserve(std::min(text.size() + 2, limit));
+  appendQuotedText(quoted, text, limit);
+  return quoted;
+}
+
+void appendQuotedText(std::string& out, std::string_view text, std::size_t limit) {
+  const std::size_t before = out.size();
+  out += '"';
   while (!text.empty()) {
+    const std::size_t size = out.size() - before;
     const std::size_t plain = plainLength(text.substr(0, limit));
-    if (plain > 0 && quoted.size() + plain < limit) {
-      quoted += text.substr(0, plain);
+    if (plain > 0 && size + plain < limit) {
+      out += text.substr(0, plain);
       text.remove_prefix(plain);
       continue;
     }
     const Utf8Character character = firstCharacter(text);
     const std::string next = escaped(character, text.substr(0, character.length));
-    if (quoted.size() + next.size() + 1 > limit) {
-      quoted += "…";
+    if (size + next.size() + 1 > limit) {
+      out += "…";
       break;
     }
-    quoted += next;
+    out += next;
     text.remove_prefix(character.length);
   }
-  return quoted += '"';
+  out += '"';
 }
 
 }  // namespace vellora

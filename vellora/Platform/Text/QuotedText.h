@@ -13,4 +13,8 @@ namespace vellora {
 [[nodiscard]] std::string quotedText(std::string_view text,
                                      std::size_t limit = std::numeric_limits<std::size_t>::max());
 
+/// The same behind what `out` holds; the limit is for what is added.
+void appendQuotedText(std::string& out, std::string_view text,
+                      std::size_t limit = std::numeric_limits<std::size_t>::max());
+
 }  // namespace vellora

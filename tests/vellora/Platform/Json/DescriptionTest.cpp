@@ -124,6 +124,16 @@ TEST(DescriptionTest, ShowsATypeThatDescribesItself) {
   EXPECT_EQ(describe(std::optional<Error>(CustomError{})), "Optional(noData)");
 }
 
+TEST(DescriptionTest, IsAppendedToALine) {
+  std::string line = "typeSObject: ";
+  describeTo(line, std::optional(SObject{"Account", std::nullopt, true}));
+  line += ", instanceSObject: ";
+  describeTo(line, std::optional<SObject>());
+  EXPECT_EQ(line,
+            "typeSObject: Optional(SObject(name: \"Account\", keyPrefix: nil, createable: true)), "
+            "instanceSObject: nil");
+}
+
 TEST(DescriptionTest, StaysOnOneLine) {
   EXPECT_EQ(describe(std::optional<std::string>("a\r\nb\t\"c\"\\")), R"(Optional("a\r\nb\t\"c\"\\"))");
   EXPECT_EQ(describe(std::vector<std::string>{std::string("\0\x1B[31m", 6)}), R"(["\u0000\u001b[31m"])");

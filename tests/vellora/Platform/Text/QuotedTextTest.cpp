@@ -48,6 +48,21 @@ TEST(QuotedTextTest, CutsAfterAWholeCharacter) {
   EXPECT_EQ(quotedText("\n\n\n", 7), R"("\n\n…")");
 }
 
+TEST(QuotedTextTest, IsAppendedBehindWhatIsThere) {
+  std::string line = "name: ";
+  appendQuotedText(line, "a\"b");
+  EXPECT_EQ(line, R"(name: "a\"b")");
+}
+
+TEST(QuotedTextTest, CutsWhatItAppendsWhateverStandsBefore) {
+  for (const std::size_t before : {0U, 1U, 6U, 100U}) {
+    const std::string beginning(before, '-');
+    std::string line = beginning;
+    appendQuotedText(line, "abcdefg", 8);
+    EXPECT_EQ(line, beginning + R"("abcdef…")");
+  }
+}
+
 TEST(QuotedTextTest, IsOneLineOfUtf8WhateverTheBytes) {
   std::mt19937 random(20261120);
   for (int round = 0; round < 2000; ++round) {
