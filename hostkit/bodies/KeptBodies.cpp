@@ -68,6 +68,11 @@ bool isCredential(std::string_view line) {
   return equalIgnoringAsciiCase(line.substr(0, name.size()), name);
 }
 
+/// The rows of all bodies, those that were kept first at the front.
+std::vector<CorvaneSDK::Row> allBodies(CacheTable& table) {
+  return table.fetch(Query::oldest({}, metaEquals(kindMeta(KeptBodies::bodyKind))));
+}
+
 std::size_t costOf(const CorvaneSDK::Row& row) {
   std::size_t bytes = 0;
   if (const auto found = row.meta.find(bytesOf); found != row.meta.end()) {
@@ -76,10 +81,16 @@ std::size_t costOf(const CorvaneSDK::Row& row) {
   return bytes + costOfARow;
 }
 
+std::size_t costOfAll(const std::vector<CorvaneSDK::Row>& rows) {
+  std::size_t bytes = 0;
+  for (const auto& row : rows) bytes += costOf(row);
+  return bytes;
+}
+
 }  // namespace
 
 KeptBodies::KeptBodies(std::shared_ptr<CorvaneSDK::Cache> cache, Options options)
-    : cache_(std::move(cache)), options_(std::move(options)), kept_(options_.maxBytes) {}
+    : cache_(std::move(cache)), options_(std::move(options)) {}
 
 std::shared_ptr<CacheTable> KeptBodies::table() const {
   return CacheTable::open(*cache_, std::string(SObjectsCache::tableKey));
@@ -139,12 +150,14 @@ bool KeptBodies::save(const Place& place, const KeptBody& kept) {
     remove(place);
     return false;
   }
+  // Before this one is there: a cache may read the bodies themselves to give their rows.
+  if (!kept_) kept_ = costOfAll(allBodies(*rows));
   if (!rows->upsert({stored, metaOf(place.request, stored.size()), dataKeyOf(place.request)})) return false;
   if (digestKeyIn(*rows) != place.digestKey) {  // forgotten meanwhile
     remove(place);
     return false;
   }
-  kept_ += stored.size() + costOfARow;
+  *kept_ += stored.size() + costOfARow;
   if (kept_ > options_.maxBytes) trim(*rows, options_.maxBytes);
   return true;
 }
@@ -160,13 +173,12 @@ bool KeptBodies::isOwn(const Meta& meta) {
 
 // Leaves room for some more, so that not every further body makes all of them be counted.
 void KeptBodies::trim(CacheTable& table, std::size_t atMost) {
-  const auto rows = table.fetch(Query::oldest({}, metaEquals(kindMeta(bodyKind))));
-  kept_ = 0;
-  for (const auto& row : rows) kept_ += costOf(row);
-  if (kept_ <= atMost) return;
-  for (auto oldest = rows.begin(); oldest != rows.end() && kept_ > atMost - atMost / mostOfAll; ++oldest) {
+  const auto rows = allBodies(table);
+  kept_ = costOfAll(rows);
+  if (*kept_ <= atMost) return;
+  for (auto oldest = rows.begin(); oldest != rows.end() && *kept_ > atMost - atMost / mostOfAll; ++oldest) {
     if (!table.purge(dataKeyEquals(oldest->dataKey))) break;
-    kept_ -= costOf(*oldest);
+    *kept_ -= costOf(*oldest);
   }
 }
 

@@ -93,8 +93,8 @@ class KeptBodies {
 
   const std::shared_ptr<CorvaneSDK::Cache> cache_;
   const Options options_;
-  mutable std::mutex making_;  // held while a key is made: two threads would make two
-  std::size_t kept_;           // at most so much is kept by now, as far as this object knows
+  mutable std::mutex making_;        // held while a key is made: two threads would make two
+  std::optional<std::size_t> kept_;  // at most so much is kept by now, as far as this object has counted
 };
 
 }  // namespace vellora::hostkit

@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "hostkit/cache/memory/MemoryCache.h"
+#include "testkit/ForwardingCache.h"
+#include "testkit/ForwardingCacheTable.h"
 #include "tests/hostkit/bodies/BodiesCache.h"
 #include "vellora/Host/Query.h"
 
@@ -31,6 +33,36 @@ const std::vector<std::string> withAnother{"Accept-Encoding: gzip", "Authorizati
 KeptBody body(const std::string& text) {
   return {{{"etag", "\"1\""}}, Data(text)};
 }
+
+/// Counts the rows that are given out by `fetch`.
+class CountingTable final : public testkit::ForwardingCacheTable {
+ public:
+  CountingTable(std::shared_ptr<CorvaneSDK::CacheTable> next, std::size_t& rows)
+      : ForwardingCacheTable(std::move(next)), rows_(rows) {}
+  std::vector<CorvaneSDK::Row> fetch(const Query& query) override {
+    auto found = next().fetch(query);
+    rows_ += found.size();
+    return found;
+  }
+
+ private:
+  std::size_t& rows_;
+};
+
+class CountingCache final : public testkit::ForwardingCache {
+ public:
+  CountingCache(std::shared_ptr<CorvaneSDK::Cache> next, std::size_t& rows)
+      : ForwardingCache(std::move(next)), rows_(rows) {}
+
+ protected:
+  std::shared_ptr<CorvaneSDK::CacheTable> wrapTable(std::shared_ptr<CorvaneSDK::CacheTable> table,
+                                                    const std::string&) override {
+    return table ? std::make_shared<CountingTable>(std::move(table), rows_) : nullptr;
+  }
+
+ private:
+  std::size_t& rows_;
+};
 
 class KeptBodiesTest : public testing::Test {
  protected:
@@ -131,6 +163,13 @@ TEST_F(KeptBodiesTest, KeepsNoMoreThanItMayAndTheOldestGoFirst) {
   EXPECT_GE(host.rowsOf(KeptBodies::bodyKind), 7U);
   EXPECT_EQ(few.load(numbered(few, 0)), std::nullopt);
   EXPECT_TRUE(few.load(numbered(few, 11)));
+}
+
+TEST_F(KeptBodiesTest, TheFirstBodiesAreNotReadAgainToBeCounted) {
+  std::size_t fetched = 0;
+  KeptBodies counted(std::make_shared<CountingCache>(host.cache, fetched), {});
+  fill(counted, 3);
+  EXPECT_EQ(fetched, 0U);
 }
 
 TEST_F(KeptBodiesTest, WhatOthersHaveKeptCountsAsWell) {
