@@ -16,9 +16,11 @@ constexpr std::size_t mostReserved = std::size_t{256} * 1024 * 1024;
 // A packed body that becomes no longer than this may be packed as tightly as it likes.
 constexpr std::size_t freeUnpacked = std::size_t{1024} * 1024;
 
+// Looks at every byte that comes. Without a branch, so that the compiler makes it look at many at once.
 std::size_t valuesIn(std::string_view text) {
-  return static_cast<std::size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return c == ',' || c == '[' || c == '{'; }));
+  std::size_t values = 0;
+  for (const char c : text) values += static_cast<std::size_t>((c == ',') | (c == '[') | (c == '{'));
+  return values;
 }
 
 }  // namespace
