@@ -62,6 +62,15 @@ TEST_F(SQLiteCacheTest, IsOneFileOnceItIsClosed) {
   EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
 }
 
+TEST_F(SQLiteCacheTest, LeavesInTheLogWhatAFirstLoadWrites) {
+  const auto cache = open();
+  ASSERT_TRUE(cache->save(Data(std::string(6'000'000, 'a')), "a"));
+  EXPECT_LT(std::filesystem::file_size(path), 1'000'000U) << "it waited for the disk";
+
+  ASSERT_TRUE(cache->save(Data(std::string(6'000'000, 'b')), "b"));
+  EXPECT_GT(std::filesystem::file_size(path), 12'000'000U) << "the log grows on";
+}
+
 TEST_F(SQLiteCacheTest, FileAndLogAreForTheOwnerAlone) {
   const mode_t before = umask(0);
   const auto cache = open();
