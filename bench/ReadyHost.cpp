@@ -10,8 +10,10 @@
 namespace vellora::bench {
 
 std::shared_ptr<hostkit::StandardPlatformAPI> readyHost(const std::string& server,
-                                                        const std::optional<std::string>& cacheFile) {
-  auto made = hostkit::StandardPlatformAPI::make({.server = server, .cacheFile = cacheFile});
+                                                        const std::optional<std::string>& cacheFile,
+                                                        Bodies bodies) {
+  auto made = hostkit::StandardPlatformAPI::make(
+      {.server = server, .asksConditionally = bodies == Bodies::kept, .cacheFile = cacheFile});
   if (made) return std::move(made).value();
   std::cerr << made.error().localizedDescription() << '\n';
   std::exit(1);

@@ -52,7 +52,7 @@ class Suite {
   void compare(std::string what, Timing ours, Timing other, Goal goal, double unitsOfOurs = 1,
                double unitsOfOther = 1);
 
-  /// A line whose value is not a time: `count` makes it after all timings have run.
+  /// A line that repeating a timing does not give: `count` makes it after all timings have run.
   void count(std::function<Table::Line()> count);
 
   /// Runs everything that the flags of Google Benchmark select, and returns the table. A line is left out
