@@ -36,6 +36,13 @@ TEST_F(CatalogTest, LoadsBothListsAtOnceAndSaysWhenTheyAreThere) {
   EXPECT_EQ(timer->pending(), 0U) << "nothing is left of the load";
 }
 
+TEST_F(CatalogTest, LogsThatBothListsWereFetched) {
+  constructAndLoad();
+  EXPECT_THAT(logger->texts(CorvaneSDK::LogLevel::info),
+              testing::IsSupersetOf({"fetchedSObjects(), sObjects was fetched then cached",
+                                     "fetchedThemes(), themes was fetched then cached"}));
+}
+
 TEST_F(CatalogTest, LoadsNothingBeforeAQuestionNeedsItWhenToldSo) {
   const std::string columnsUrl = "/services/data/v50.0/search/layout?q=Account";
   network->answer(columnsUrl, StubNetwork::body("[]"));

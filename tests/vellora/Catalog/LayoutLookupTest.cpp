@@ -8,10 +8,12 @@
 #include <vector>
 
 #include "tests/vellora/Catalog/CatalogFixture.h"
+#include "vellora/Host/Logger.h"
 
 namespace vellora {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testkit::StubNetwork;
 using Reasons = std::map<std::string, std::string>;
@@ -63,6 +65,25 @@ TEST_F(LayoutLookupTest, FindsColumnsAndTellsWhatTheServerDoesNotKnow) {
 TEST_F(LayoutLookupTest, FindsHeadlinesWithTheNameFieldsOfOtherRecords) {
   const auto answer = answered(catalog->headlines({"Account"}));
   EXPECT_EQ(answer.found.at("Account").layoutFields.at(0)->apiName, "Owner.Name");
+}
+
+TEST_F(LayoutLookupTest, LogsForWhichLayoutsItAsksForNameFields) {
+  logger->clear();
+  static_cast<void>(answered(catalog->headlines({"Account"})));
+  EXPECT_THAT(
+      logger->texts(CorvaneSDK::LogLevel::info),
+      Contains("getCompactLayoutFromNetwork(_:completion:): Getting qualified API names for reference "
+               "type fields contained in the Account compactLayout(s) - 'User'"));
+}
+
+TEST_F(LayoutLookupTest, LogsWhyThereAreNoNameFields) {
+  network->answerPrefix("/services/data/v53.0/query", down());
+  logger->clear();
+  const auto answer = answered(catalog->headlines({"Account"}));
+  EXPECT_EQ(answer.found.at("Account").layoutFields.at(0)->apiName, "OwnerId");
+  EXPECT_THAT(logger->texts(CorvaneSDK::LogLevel::error),
+              ElementsAre("getCompactLayoutFromNetwork(_:completion:): Qualified API Name network request "
+                          "failed: down"));
 }
 
 TEST_F(LayoutLookupTest, AnswersFromTheCacheWhatIsFresh) {
