@@ -17,7 +17,7 @@ ARCHIVE = re.compile(r"^build (\S+\.a): \w+ ([^|\n]*)", re.MULTILINE)
 # Numbers of mutants that a file has for itself, so that those of one file don't change with another.
 BLOCK = 2000
 # What is made of a source changes with these.
-RULES = "".join(path.read_text() for path in sorted(pathlib.Path(__file__).parent.glob("*.py")))
+RULES = "".join((pathlib.Path(__file__).parent / name).read_text() for name in ("places.py", "rewriting.py", "tokens.py"))
 
 
 def newer(path, than):
@@ -123,7 +123,7 @@ class Build:
                 path = archives[archive] = self.out / "programs" / archive
                 path.parent.mkdir(parents=True, exist_ok=True)
                 path.unlink(missing_ok=True)
-                self.run(["ar", "qcsT", path, *(mutated.get(name, name) for name in objects.split())])
+                self.run(["ar", "qcsT", path, *(mutated.get(name, self.base / name) for name in objects.split())])
         chooser = self.out / "Active.o"
         self.run(["clang++-14", "-std=c++20", "-O1", "-I", self.root, "-c", self.root / "tests/mutants/Active.cpp", "-o", chooser])
         return {program: self.linked(program, archives, chooser) for program in programs}
