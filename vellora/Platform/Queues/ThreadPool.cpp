@@ -88,7 +88,7 @@ std::shared_ptr<ThreadPool::Turn> ThreadPool::waitForTurn(std::unique_lock<std::
   if (!first_) {
     const auto end = Sleep::now() + patience;
     const auto ends = ends_;
-    while (!first_ && ends == ends_ && Sleep::now() < end) sleep(lock, end);
+    while (!first_ && ends == ends_ && Sleep::now() < end) idleUntil(end, lock);
   }
   auto turn = std::move(first_);
   if (turn) {
@@ -98,7 +98,7 @@ std::shared_ptr<ThreadPool::Turn> ThreadPool::waitForTurn(std::unique_lock<std::
   return turn;
 }
 
-void ThreadPool::sleep(std::unique_lock<std::mutex>& lock, Sleep::Moment end) {
+void ThreadPool::idleUntil(Sleep::Moment end, std::unique_lock<std::mutex>& lock) {
   Idle idle{.below = idle_};
   idle_ = &idle;
   Sleep::on(idle.call, lock, end);

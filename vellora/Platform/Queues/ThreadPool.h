@@ -73,7 +73,7 @@ class ThreadPool {
   void add(std::shared_ptr<Turn> turn);
   void work();
   [[nodiscard]] std::shared_ptr<Turn> waitForTurn(std::unique_lock<std::mutex>& lock);
-  void sleep(std::unique_lock<std::mutex>& lock, Sleep::Moment end);
+  void idleUntil(Sleep::Moment end, std::unique_lock<std::mutex>& lock);
   void remove(const Idle& idle);
 
   const std::size_t most_ = threadCount();  // to find that out takes reading a file
