@@ -3,9 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <filesystem>
 #include <future>
-#include <iterator>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -56,20 +54,34 @@ class PollingThread {
   std::thread thread_{[this] { poll(); }};
 };
 
-TEST(IdleHourTest, AThreadThatPollsIsCounted) {
+/// Lets time pass until the pool has no thread any more.
+void letThePoolEnd() {
+  while (ThreadPool::shared().threads() > 0) SteppedSleep::pass(ThreadPool::patience);
+}
+
+class IdleHourTest : public testing::Test {
+ protected:
+  /// How often a thread wakes in an hour besides those that tests before have left asleep.
+  std::size_t wakeUpsOfOneMoreSleeper() const { return SteppedSleep::wakeUpsOfAnHour(others_ + 1); }
+
+ private:
+  void SetUp() override {
+    letThePoolEnd();
+    others_ = SteppedSleep::untimedSleepers();
+  }
+
+  std::size_t others_ = 0;
+};
+
+TEST_F(IdleHourTest, AThreadThatPollsIsCounted) {
   const PollingThread thread;
-  EXPECT_EQ(SteppedSleep::wakeUpsOfAnHour(1), 60U);
+  EXPECT_EQ(wakeUpsOfOneMoreSleeper(), 60U);
 }
 
-TEST(IdleHourTest, APollThatIsAskedForByTheMinuteIsCounted) {
+TEST_F(IdleHourTest, APollThatIsAskedForByTheMinuteIsCounted) {
   std::size_t wakeUps = 0;
-  Sleep::in([&](int) { wakeUps = SteppedSleep::wakeUpsOfAnHour(1); }, Sleep::now() + 1min);
+  Sleep::in([&](int) { wakeUps = wakeUpsOfOneMoreSleeper(); }, Sleep::now() + 1min);
   EXPECT_EQ(wakeUps, 60U);
-}
-
-std::ptrdiff_t threadsOfTheProcess() {
-  using Entry = std::filesystem::directory_iterator;
-  return std::distance(Entry("/proc/self/task"), Entry());
 }
 
 class IdleProcessTest : public testing::Test {
@@ -84,11 +96,10 @@ class IdleProcessTest : public testing::Test {
         .value();
   }
 
-  /// Lets time pass until nothing is due any more, and no thread is left but `ours`, which sleep.
-  void comeToRest(std::size_t ours) const {
+  /// Lets time pass until the pool has no thread any more, and `ours` sleep.
+  static void comeToRest(std::size_t ours) {
     const auto isAtRest = [&] {
-      return SteppedSleep::untimedSleepers() == ours &&
-             threadsOfTheProcess() == threadsBefore_ + static_cast<std::ptrdiff_t>(ours);
+      return SteppedSleep::untimedSleepers() == ours && ThreadPool::shared().threads() == 0;
     };
     while (!isAtRest()) SteppedSleep::pass(ThreadPool::patience);
   }
@@ -96,7 +107,6 @@ class IdleProcessTest : public testing::Test {
  private:
   const tests::TemporaryFolder folder_;
   const std::unique_ptr<RecordsServer> server_ = RecordsServer::start(DataSet::builtIn()).value();
-  const std::ptrdiff_t threadsBefore_ = threadsOfTheProcess();
 };
 
 TEST_F(IdleProcessTest, WakesNoThreadInAnHourThoughCatalogueWatchAndFacadeAreThere) {
