@@ -1,6 +1,7 @@
 #include "vellora/Platform/Json/JsonDocument.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <mutex>
 #include <new>
@@ -59,6 +60,10 @@ class ParserMaking {
   bool ended_ = false;
 };
 
+// simdjson 3.0 reads the digits behind a point eight at a time, and mistakes them where the highest byte of a
+// number stands first.
+constexpr bool readsFractions = std::endian::native == std::endian::little;
+
 simdjson::error_code parseWith(simdjson::dom::parser& parser, std::size_t depth, std::string_view text,
                                simdjson::dom::element& root) {
   // A parser takes its new memory before it gives back what has become too small. Putting a fresh one in its
@@ -92,7 +97,10 @@ std::optional<DecodingError> Document::parse(const Data& text) {
   const std::size_t skipped = text_.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
   text_.remove_prefix(skipped);
   const auto error = parseWith(*parser_, maximumDepth, text_, root_);
-  if (!error) return std::nullopt;
+  if (!error) {
+    if constexpr (!readsFractions) settleNumbers();
+    return std::nullopt;
+  }
   if (error == simdjson::MEMALLOC) throw std::bad_alloc();
   if (error == simdjson::UNINITIALIZED) {
     return DecodingError::invalidJson("it is not read, since the process is ending");
