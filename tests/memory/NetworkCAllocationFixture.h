@@ -19,13 +19,12 @@
 namespace vellora::hostkit {
 
 /// Networks whose C libraries run out of memory while they start, answer a request and go. The request has
-/// one answer, the right one or an error, and with memory there again the same network answers the next one,
-/// to
+/// one answer, the right one or an error. With memory there again, the same network answers the next one, to
 /// "/plain", with "{}".
 class NetworkCAllocationFixture : public testing::Test {
  protected:
-  using Library = tests::CAllocationFailure::Library;
-  using Extent = tests::CAllocationFailure::Extent;
+  using Library = vellora::tests::CAllocationFailure::Library;
+  using Extent = vellora::tests::CAllocationFailure::Extent;
 
   /// What the network asks, and trusts.
   [[nodiscard]] virtual CurlNetwork::Options options() const = 0;
@@ -47,13 +46,13 @@ class NetworkCAllocationFixture : public testing::Test {
     return nullptr;
   }
 
-  [[nodiscard]] static tests::NetworkAnswer ask(CurlNetwork& network, const std::string& path,
-                                                double timeout = 20) {
-    return tests::answerTo(network, tests::get(path, timeout));
+  [[nodiscard]] static vellora::tests::NetworkAnswer ask(CurlNetwork& network, const std::string& path,
+                                                         double timeout = 20) {
+    return vellora::tests::answerTo(network, vellora::tests::get(path, timeout));
   }
 
   /// The right answer, or an error and nothing else.
-  static void expectRightOrError(const tests::NetworkAnswer& answer, const std::string& body) {
+  static void expectRightOrError(const vellora::tests::NetworkAnswer& answer, const std::string& body) {
     if (answer.error) {
       EXPECT_NE(answer.errorAs<CurlNetworkError>(), nullptr);
       EXPECT_FALSE(answer.data || answer.response);
@@ -76,7 +75,7 @@ class NetworkCAllocationFixture : public testing::Test {
   /// Starts a network and asks it, with that allocation failing; every second time the network goes without
   /// memory as well.
   bool askWith(std::size_t number, Extent extent, const Asked& asked) {
-    using tests::CAllocationFailure;
+    using vellora::tests::CAllocationFailure;
     const std::size_t blocksBefore = CAllocationFailure::liveBlocks();
     std::optional<CAllocationFailure> failure(std::in_place, number, extent, asked.failing);
     std::shared_ptr<CurlNetwork> network = makeOrNone();
@@ -94,7 +93,7 @@ class NetworkCAllocationFixture : public testing::Test {
 
   void failEachOf(const char* what, const Asked& asked) {
     static_cast<void>(ask(*make().value(), "/plain"));  // what the libraries keep for ever, they have now
-    tests::failEachCAllocationOf(
+    vellora::tests::failEachCAllocationOf(
         what, [&](auto number, auto extent) { return askWith(number, extent, asked); }, asked.shortForm);
   }
 };

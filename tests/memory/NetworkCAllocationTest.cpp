@@ -20,9 +20,9 @@
 namespace vellora::hostkit {
 namespace {
 
-using tests::CAllocationFailure;
-using tests::get;
-using tests::ScriptedServer;
+using vellora::tests::CAllocationFailure;
+using vellora::tests::get;
+using vellora::tests::ScriptedServer;
 using Then = ScriptedServer::Then;
 
 class NetworkCAllocationTest : public NetworkCAllocationFixture {
@@ -97,7 +97,7 @@ TEST_F(NetworkCAllocationTest, AShutDownWithARequestUnderWayNeedsNoMemoryOfCurls
   const std::size_t blocksBefore = CAllocationFailure::liveBlocks();
   auto made = make();
   const auto asked = server.requests().size();
-  auto answer = tests::send(*made.value(), get("/silent"));
+  auto answer = vellora::tests::send(*made.value(), get("/silent"));
   ASSERT_TRUE(server.waitForRequests(asked + 1));
   const CAllocationFailure failure(1, Extent::allFromThereOn);
   made = Error(CurlNetworkError{});

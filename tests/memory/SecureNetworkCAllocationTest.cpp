@@ -22,12 +22,12 @@
 namespace vellora::hostkit {
 namespace {
 
-using tests::CAllocationFailure;
-using tests::failEachCAllocationOf;
-using tests::Http2Server;
-using tests::ScriptedServer;
-using tests::TestCertificate;
-using tests::TlsServer;
+using vellora::tests::CAllocationFailure;
+using vellora::tests::failEachCAllocationOf;
+using vellora::tests::Http2Server;
+using vellora::tests::ScriptedServer;
+using vellora::tests::TestCertificate;
+using vellora::tests::TlsServer;
 
 class TlsCAllocationTest : public NetworkCAllocationFixture {
  protected:
