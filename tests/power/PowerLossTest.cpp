@@ -111,10 +111,11 @@ const Stage stages[] = {
     {"WritingMoreThanALogHolds", fill,
      [](CacheLife& life) {
        life.open();
-       for (int i = 0; i < 11; ++i) {
-         life.set("blob added", std::string(400'000, static_cast<char>('a' + i)));
+       for (int i = 0; i < 27; ++i) {
+         life.set("blob added", std::string(400'000, static_cast<char>('a' + i % 26)));
          life.set("added", std::to_string(i));
        }
+       EXPECT_GT(std::filesystem::file_size(life.path()), 400'000U) << "the log has not been full";
        life.close();
      },
      false, plainPath, 5},

@@ -39,7 +39,8 @@ class SQLiteStore;
 /// While a cache is open, NAME-shm is mapped into memory: whoever cuts that file short ends the process
 /// (SIGBUS).
 ///
-/// A loss of power may lose the last writes, never mix them. What is deleted is overwritten in the file.
+/// A loss of power may lose the last writes, never mix them. What is deleted is overwritten in the file,
+/// when the cache is closed at the latest.
 ///
 /// A cache knows whose it is when it is told so by `Options::owner`: it is then refused to every other owner.
 /// `destroy` deletes a cache with everything that belongs to it, such as at a sign-out.

@@ -155,7 +155,7 @@ requires(!std::convertible_to<const T&, std::string_view>) [[nodiscard]] std::st
   return text;
 }
 
-/// The same behind what `text` holds, for a line of several parts: it takes no memory of its own.
+/// The same behind what `text` holds, for a line of several parts: it makes no text of its own.
 ///
 ///     line.append("theme: ");
 ///     describeTo(line, theme);
