@@ -196,10 +196,11 @@ class SampleTest(unittest.TestCase):
 
     def test_a_test_that_hangs_or_crashes_has_noticed(self):
         script = pathlib.Path(self.folder.name) / "script"
-        for body, end in (("sleep 100", "hung"), ("kill -SEGV $$", "signal 11"), ("exit 1", "failed"), ("exit 0", "passed")):
+        for body, limit, end in (("sleep 100", 1, "hung"), ("kill -SEGV $$", 60, "signal 11"), ("exit 1", 60, "failed"),
+                                 ("exit 0", 60, "passed")):
             script.write_text(f"#!/bin/sh\n{body}\n")
             script.chmod(0o755)
-            self.assertEqual(running.run(script, [], {}, 1, "/"), end)
+            self.assertEqual(running.run(script, [], {}, limit, "/"), end)
 
     def test_the_notes_of_what_is_reached_serve_until_the_program_changes(self):
         class NoPool:
