@@ -36,6 +36,7 @@ struct Explored {
 void atOnce(const std::vector<std::function<void()>>& works);
 
 /// Waits until no other thread can go on, unless time passes: what is to happen at once has happened then.
+/// By one thread at a time.
 void awaitRest();
 
 /// Fails the run unless `holds`. `what` says what ought to be.

@@ -248,6 +248,10 @@ def main():
     if wrong or arguments.check:
         print("\n".join(wrong) if wrong else "every fault can be planted")
         return 1 if wrong else 0
+    pieces = [fault.piece for fault in FAULTS]
+    for piece in arguments.piece:
+        if piece not in pieces:
+            parser.error(f"there is no piece {piece!r}; there are {', '.join(pieces)}")
     missed = 0
     for fault in FAULTS:
         if arguments.piece and fault.piece not in arguments.piece:
