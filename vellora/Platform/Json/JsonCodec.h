@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -23,15 +22,13 @@
 #include <vector>
 
 #include "vellora/Platform/Json/Json.h"
-#include "vellora/Platform/Json/JsonDocument.h"
 #include "vellora/Platform/Json/JsonDuplicateKeys.h"
+#include "vellora/Platform/Json/JsonForms.h"
 #include "vellora/Platform/Json/JsonReader.h"
 #include "vellora/Platform/Json/JsonWriter.h"
 #include "vellora/Platform/Values/Date.h"
 
 namespace vellora::json {
-
-using Element = simdjson::dom::element;
 
 /// A record whose JSON form is not that of its fields.
 template <class T>
@@ -54,72 +51,78 @@ template <class T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 
 // Of each codec, `decode` and `encode` return whether they succeeded, and leave the reason with the `failure`
-// or the `writer` that they were given.
+// or the `writer` that they were given. Lists and records, of which a text has thousands, are read by code
+// for their types. All else is read and written by the functions of `JsonForms.h`, which are compiled once.
+
+/// The forms of the values of type `T`.
+template <class T>
+constexpr DecodingForm makeDecodingForm() {
+  DecodingForm form{.decode = [](Element value, void* out, DecodingFailure& failure) {
+    return Codec<T>::decode(value, *static_cast<T*>(out), failure);
+  }};
+  if constexpr (isOptional<T>) form.makeAbsent = [](void* out) { static_cast<T*>(out)->reset(); };
+  return form;
+}
+template <class T>
+inline constexpr DecodingForm decodingOf = makeDecodingForm<T>();
+
+template <class T>
+constexpr EncodingForm makeEncodingForm() {
+  EncodingForm form{.encode = [](const void* value, Writer& writer) {
+    return Codec<T>::encode(*static_cast<const T*>(value), writer);
+  }};
+  if constexpr (isOptional<T>)
+    form.isAbsent = [](const void* value) { return !*static_cast<const T*>(value); };
+  return form;
+}
+template <class T>
+inline constexpr EncodingForm encodingOf = makeEncodingForm<T>();
+
+/// One row of a record's table without its types.
+template <class Record, class Member>
+constexpr EncodedField encoded(const Field<Record, Member>& field) {
+  return {field.key, &encodingOf<std::remove_cvref_t<std::invoke_result_t<Member Record::*, const Record&>>>};
+}
 
 template <>
-struct Codec<std::string> {
-  static bool decode(Element value, std::string& out, DecodingFailure& failure) {
-    std::string_view text;
-    if (value.get(text)) return failure.typeMismatch("a string");
-    out = text;
-    return true;
-  }
-  static bool encode(const std::string& value, Writer& writer) { return writer.text(value); }
+struct VELLORA_EXPORT Codec<std::string> {
+  static bool decode(Element value, std::string& out, DecodingFailure& failure);
+  static bool encode(const std::string& value, Writer& writer);
 };
 
 template <>
-struct Codec<bool> {
-  static bool decode(Element value, bool& out, DecodingFailure& failure) {
-    return !value.get(out) || failure.typeMismatch("a boolean");
-  }
-  static bool encode(bool value, Writer& writer) { return writer.boolean(value); }
+struct VELLORA_EXPORT Codec<bool> {
+  static bool decode(Element value, bool& out, DecodingFailure& failure);
+  static bool encode(bool value, Writer& writer);
 };
 
 template <>
-struct Codec<std::int64_t> {
-  static bool decode(Element value, std::int64_t& out, DecodingFailure& failure) {
-    return !value.get(out) || settled(value, out, failure) || failure.typeMismatch("an integer");
-  }
-  static bool encode(std::int64_t value, Writer& writer) { return writer.integer(value); }
-
- private:
-  // The parser rounds what is written with a fraction or an exponent. Its digits tell whether it is whole.
-  static bool settled(Element value, std::int64_t& out, const DecodingFailure& failure) {
-    if (!value.is_double()) return false;
-    failure.document().settleNumbers();
-    return !value.get(out);
-  }
+struct VELLORA_EXPORT Codec<std::int64_t> {
+  static bool decode(Element value, std::int64_t& out, DecodingFailure& failure);
+  static bool encode(std::int64_t value, Writer& writer);
 };
 
 template <>
-struct Codec<double> {
-  static bool decode(Element value, double& out, DecodingFailure& failure) {
-    if (value.get(out)) return failure.typeMismatch("a number");
-    return std::isfinite(out) || failure.typeMismatch("a number within the range of a double");
-  }
-  static bool encode(double value, Writer& writer) { return writer.number(value); }
+struct VELLORA_EXPORT Codec<double> {
+  static bool decode(Element value, double& out, DecodingFailure& failure);
+  static bool encode(double value, Writer& writer);
 };
 
 template <>
-struct Codec<Date> {
-  static bool decode(Element value, Date& out, DecodingFailure& failure) {
-    double seconds = 0;
-    if (!Codec<double>::decode(value, seconds, failure)) return false;
-    out = Date::sinceReferenceDate(seconds);
-    return true;
-  }
-  static bool encode(Date value, Writer& writer) { return writer.number(value.secondsSinceReferenceDate()); }
+struct VELLORA_EXPORT Codec<Date> {
+  static bool decode(Element value, Date& out, DecodingFailure& failure);
+  static bool encode(Date value, Writer& writer);
 };
 
 template <class T>
 struct Codec<std::optional<T>> {
   static bool decode(Element value, std::optional<T>& out, DecodingFailure& failure) {
-    if (!value.is_null()) return Codec<T>::decode(value, out.emplace(), failure);
+    if (!value.is_null()) return decodingOf<T>.decode(value, &out.emplace(), failure);
     out.reset();
     return true;
   }
   static bool encode(const std::optional<T>& value, Writer& writer) {
-    return value ? Codec<T>::encode(*value, writer) : writer.null();
+    return value ? encodingOf<T>.encode(&*value, writer) : writer.null();
   }
 };
 
@@ -152,25 +155,23 @@ struct Codec<std::vector<T>> {
 template <class T>
 struct Codec<std::map<std::string, T>> {
   static bool decode(Element value, std::map<std::string, T>& out, DecodingFailure& failure) {
-    simdjson::dom::object members;
-    if (value.get(members)) return failure.typeMismatch("an object");
+    static constexpr DecodedMap form{&add, &decodingOf<T>};
     out.clear();
-    const auto find = [&](std::string_view key, auto offer) {
-      const auto [entry, isFree] = out.try_emplace(std::string(key));
-      return offer(entry, isFree);
-    };
-    const auto decodeMember = [&](auto entry, std::string_view key, Element member) {
-      return Codec<T>::decode(member, entry->second, failure) || failure.under(key);
-    };
-    return forEachFirstMember(members, find, decodeMember);
+    return decodeMap(value, form, &out, failure);
   }
   static bool encode(const std::map<std::string, T>& values, Writer& writer) {
     if (!writer.beginObject()) return false;
     for (const auto& [key, value] : values) {
       if (!writer.key(key)) return false;
-      if (!Codec<T>::encode(value, writer)) return writer.under(key);
+      if (!encodingOf<T>.encode(&value, writer)) return writer.under(key);
     }
     return writer.endObject();
+  }
+
+ private:
+  static void* add(void* map, std::string_view key) {
+    const auto [entry, isNew] = static_cast<std::map<std::string, T>*>(map)->try_emplace(std::string(key));
+    return isNew ? &entry->second : nullptr;
   }
 };
 
@@ -178,16 +179,17 @@ template <class T>
 struct Codec<std::shared_ptr<T>> {
   static bool decode(Element value, std::shared_ptr<T>& out, DecodingFailure& failure) {
     out = std::make_shared<T>();
-    return Codec<T>::decode(value, *out, failure);
+    return decodingOf<T>.decode(value, out.get(), failure);
   }
   static bool encode(const std::shared_ptr<T>& value, Writer& writer) {
-    return value ? Codec<T>::encode(*value, writer) : writer.fail(EncodingError::Kind::noValue);
+    return value ? encodingOf<T>.encode(value.get(), writer) : writer.fail(EncodingError::Kind::noValue);
   }
 };
 
 template <Record T>
 struct Codec<T> {
-  static bool decode(Element value, T& out, DecodingFailure& failure) {
+  // Called, not repeated, by whatever has such records in it: as a member, in lists, in dictionaries.
+  [[gnu::noinline]] static bool decode(Element value, T& out, DecodingFailure& failure) {
     if constexpr (HasOwnForm<T>) {
       return OwnForm<T>::decode(Reader(value, failure), out);
     } else {
@@ -270,22 +272,12 @@ struct Codec<T> {
 
 template <class T>
 bool Reader::read(T& out) const {
-  return Codec<T>::decode(value_, out, *failure_);
+  return decodingOf<T>.decode(value_, &out, *failure_);
 }
 
 template <class T>
 bool Reader::member(std::string_view key, T& out) const {
-  simdjson::dom::object members;
-  if (value_.get(members)) return failure_->typeMismatch("an object");
-  if (const auto found = firstMember(members, key)) {
-    return Codec<T>::decode(*found, out, *failure_) || failure_->under(key);
-  }
-  if constexpr (isOptional<T>) {
-    out.reset();
-    return true;
-  } else {
-    return failure_->missingKey(key);
-  }
+  return decodeMember(value_, {key, &decodingOf<T>}, &out, *failure_);
 }
 
 template <class T>
@@ -316,43 +308,42 @@ bool Reader::forEachMember(Visit visit) const {
 
 template <class T>
 bool Writer::member(std::string_view key, const T& value) {
-  if constexpr (isOptional<T>) {
-    if (!value) return true;
-  }
-  if (!this->key(key)) return false;
-  return Codec<T>::encode(value, *this) || under(key);
+  const EncodedField field{key, &encodingOf<T>};
+  const void* const address = &value;
+  return encodeFields({&field, 1}, &address, *this);
 }
 
 template <Record T>
 bool Writer::members(const T& record) {
-  const auto writeField = [&](const auto& field) {
-    return member(field.key, std::invoke(field.member, record));
+  static constexpr auto fields = T::fields();
+  const auto write = [&]<std::size_t... I>(std::index_sequence<I...>) {
+    static constexpr std::array rows{encoded(std::get<I>(fields))...};
+    const std::array<const void*, sizeof...(I)> values{&std::invoke(std::get<I>(fields).member, record)...};
+    return encodeFields(rows, values.data(), *this);
   };
-  return std::apply([&](const auto&... field) { return (writeField(field) && ...); }, T::fields());
+  return write(std::make_index_sequence<std::tuple_size_v<decltype(T::fields())>>());
 }
 
 template <class T>
 bool Writer::write(const T& value) {
-  return Codec<T>::encode(value, *this);
+  return encodingOf<T>.encode(&value, *this);
 }
 
 template <class T>
 Result<T> decode(const Data& text) {
   Result<T> result{T{}};  // decoded into where the caller has it
-  Document document;
-  if (auto error = document.parse(text)) {
-    result = Error(*std::move(error));
-  } else if (DecodingFailure failure(document); !Codec<T>::decode(document.root(), result.value(), failure)) {
-    result = Error(failure.error());
+  if (auto error = decodeText(text, decodingOf<T>, &result.value())) {
+    // Anew, and not assigned: an assignment is more code for each type.
+    static_assert(std::is_nothrow_move_constructible_v<Error>);  // so there is a result in any case
+    std::destroy_at(&result);
+    std::construct_at(&result, *std::move(error));
   }
   return result;
 }
 
 template <class T>
 Result<Data> encode(const T& value) {
-  Writer writer;
-  if (!Codec<T>::encode(value, writer)) return Error(writer.error());
-  return writer.data();
+  return encodeText(encodingOf<T>, &value);
 }
 
 }  // namespace vellora::json

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "vellora/Platform/Json/JsonCodec.h"
+#include "vellora/Platform/Json/JsonDocument.h"
 
 namespace vellora {
 namespace {
