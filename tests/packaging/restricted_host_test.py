@@ -40,10 +40,12 @@ def build(source, program):
 
 
 def compile_every_header(folder):
-    (include,) = pathlib.Path(PREFIX).glob("include/vellora-*")
+    known = "vellora/Catalog/Catalog.h"  # C's headers stand in a folder beside
+    folders = {file.parents[2] for file in pathlib.Path(PREFIX).glob(f"include/*/{known}")}
+    if len(folders) != 1:
+        sys.exit(f"{PREFIX}/include has {known} in {len(folders)} folders")
+    (include,) = folders
     headers = [file.relative_to(include) for file in include.glob("**/*.h")]
-    if pathlib.Path("vellora/Catalog/Catalog.h") not in headers:
-        sys.exit(f"{include} does not hold the library's headers")
     source = folder / "headers.cpp"
     source.write_text("".join(f'#include "{header}"\n' for header in headers))
     compile(source, "-fsyntax-only")
