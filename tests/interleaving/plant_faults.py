@@ -19,7 +19,7 @@ import subprocess
 import sys
 import tempfile
 
-LONGEST = 300  # seconds for one run of the other tests: what waits for ever is found, too
+LONGEST = 300  # seconds for one run of the scenarios of a piece, or of other tests: what waits for ever is found, too
 
 
 @dataclasses.dataclass(frozen=True)
@@ -201,15 +201,22 @@ def build(folder, targets):
 
 
 def found_by_scenarios(folder, scenarios):
-    """The fewest orders after which a scenario fails. None when each goes well."""
+    """Which scenario fails after the fewest orders, and in how many; or that one hangs or crashes. None when each goes well."""
+    program = folder / "tests/interleaving/InterleavingTests"
     with tempfile.NamedTemporaryFile(suffix=".json") as report:
-        program = folder / "tests/interleaving/InterleavingTests"
-        subprocess.run([program, f"--gtest_filter={scenarios}", f"--gtest_output=json:{report.name}", "--gtest_brief=1"],
-                       stdout=sys.stderr, check=False)
-        suites = json.loads(pathlib.Path(report.name).read_text())["testsuites"]
-    failed = [(int(test["interleavings"]), f"{test['classname']}.{test['name']}")
-              for suite in suites for test in suite["testsuite"] if "failures" in test]
-    return min(failed, default=None)
+        try:
+            ended = subprocess.run([program, f"--gtest_filter={scenarios}", f"--gtest_output=json:{report.name}", "--gtest_brief=1"],
+                                   stdout=sys.stderr, timeout=LONGEST, check=False)
+        except subprocess.TimeoutExpired:
+            return "a scenario that hangs"
+        text = pathlib.Path(report.name).read_text()
+    if ended.returncode == 0:
+        return None
+    if not text:  # it is written at the end
+        return "a scenario that crashes"
+    orders, name = min((int(test["interleavings"]), f"{test['classname']}.{test['name']}")
+                       for suite in json.loads(text)["testsuites"] for test in suite["testsuite"] if "failures" in test)
+    return f"`{name}`, order {orders:,}"
 
 
 def fails(command):
@@ -232,8 +239,7 @@ def tried(source, folder, fault, times):
         build(folder, ["InterleavingTests", *(target for (target, _), _ in fault.others)])
         found = found_by_scenarios(folder, fault.scenarios)
         runs = found_by_others(folder, fault.others, times)
-    by_scenarios = f"`{found[1]}`, order {found[0]:,}" if found else "no scenario"
-    return f"| {fault.piece}: {fault.what} | {by_scenarios}; {runs} of {times} runs of other tests |", found is not None
+    return f"| {fault.piece}: {fault.what} | {found or 'no scenario'}; {runs} of {times} runs of other tests |", found is not None
 
 
 def main():
