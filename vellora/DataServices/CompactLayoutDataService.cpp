@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <iterator>
 #include <new>
 #include <utility>
 
@@ -80,7 +79,6 @@ ObjectQualifiedApiNameInfo merged(std::vector<ObjectQualifiedApiNameInfo>&& answ
   for (auto& answer : answers) {
     for (auto& [type, field] : answer.entityApiNames)
       all.entityApiNames.insert_or_assign(type, std::move(field));
-    std::move(answer.records.begin(), answer.records.end(), std::back_inserter(all.records));
   }
   return all;
 }
