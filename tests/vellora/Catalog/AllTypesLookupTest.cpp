@@ -53,5 +53,16 @@ TEST_F(AllTypesLookupTest, ListsTypesWithoutColoursWhenThereAreNoThemes) {
   EXPECT_EQ(answer.trouble->url(), themesUrl);
 }
 
+TEST_F(AllTypesLookupTest, ListsOlderTypesWhenTheServerFailsAndSaysSo) {
+  constructAndLoad();
+  clock.advance(7200);
+  network->answer(typesUrl, down());
+  const auto answer = answered(catalog->allTypes());
+  EXPECT_EQ(answer.end, End::answered);
+  EXPECT_EQ(answer.found.size(), 3U);
+  ASSERT_TRUE(answer.trouble);
+  EXPECT_EQ(answer.trouble->url(), typesUrl);
+}
+
 }  // namespace
 }  // namespace vellora

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -99,6 +100,7 @@ TEST_F(CatalogObserverTest, SaysThatNothingCameFromNowhere) {
   static_cast<void>(answered(catalog->types({"Nope"})));
   EXPECT_EQ(observer->questions.back().found, 0U);
   EXPECT_EQ(observer->questions.back().origin, Origin::nowhere);
+  EXPECT_EQ(observer->questions.back().age, std::nullopt) << "nothing is as old as the lists";
 }
 
 TEST_F(CatalogObserverTest, SaysThatAnAnswerCameFromTheServerAlsoWhereAnotherQuestionAsked) {
@@ -129,6 +131,29 @@ TEST_F(CatalogObserverTest, SaysThatAStaleAnswerCameFromTheCacheWhenTheServerIsD
   EXPECT_EQ(report.age, 2h);
   EXPECT_EQ(observer->ended.back().outcome, Outcome::error);
   EXPECT_FALSE(observer->ended.back().isPassing);
+}
+
+TEST_F(CatalogObserverTest, SaysNoAgeOfWhatAListViewLists) {
+  constructAndLoad();
+  static_cast<void>(answered(catalog->records({"00Bxx"})));
+  EXPECT_EQ(observer->questions.back().found, 1U);
+  EXPECT_EQ(observer->questions.back().age, std::nullopt);
+}
+
+TEST_F(CatalogObserverTest, AnAnswerIsAsStaleAndOldAsTheOldestInIt) {
+  const auto columns = [this](const std::string& type, auto&& answer) {
+    network->answer("/services/data/v50.0/search/layout?q=" + type, answer);
+  };
+  for (const std::string type : {"Account", "Contact"})
+    columns(type, StubNetwork::body(R"([{"objectType":")" + type + R"(","searchColumns":[]}])"));
+  constructAndLoad();
+  static_cast<void>(answered(catalog->searchColumns({"Account"})));
+  clock.advance(7200);
+  static_cast<void>(answered(catalog->searchColumns({"Contact"})));
+  columns("Account", down());
+  EXPECT_EQ(answered(catalog->searchColumns({"Account", "Contact"})).found.size(), 2U);
+  EXPECT_TRUE(observer->questions.back().isStale);
+  EXPECT_EQ(observer->questions.back().age, 2h);
 }
 
 TEST_F(CatalogObserverTest, EachAttemptIsToldWithItsNumber) {

@@ -117,7 +117,7 @@ TEST_F(CatalogRetryTest, LeavesAServerAloneForAsLongAsItWants) {
 
 TEST_F(CatalogRetryTest, FailsAtOnceWithTheReasonWhereTheDeadlineWouldComeFirst) {
   constructAndLoad();
-  network->answer(typesUrl, busy(5s));
+  network->answer(typesUrl, busy(4500ms));  // and half a second of the first pause
   const auto answer = answered(catalog->refresh({.deadline = 5s}));
   EXPECT_EQ(answer.end, End::failed);
   EXPECT_EQ(answer.trouble.value().text(), std::string("busy (") + typesUrl + ")");

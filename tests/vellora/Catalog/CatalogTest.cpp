@@ -224,6 +224,11 @@ TEST_F(CatalogBesideFacadeTest, TheSecondOfThemLoadsNothing) {
   EXPECT_EQ(answered(catalog->types({"Account"})).found.size(), 1U);
 }
 
+TEST_F(CatalogBesideFacadeTest, WithoutAHostItAnswersNothingOutOfTheServicesThatItWouldShare) {
+  const Catalog hostless(nullptr, catalogOptions);
+  EXPECT_EQ(answered(hostless.types({"Account"})).end, End::failed);
+}
+
 TEST_F(CatalogBesideFacadeTest, WhicheverGoesLastPurgesOnce) {
   const auto purges = [this] {
     const auto lines = logger->texts(CorvaneSDK::LogLevel::info);

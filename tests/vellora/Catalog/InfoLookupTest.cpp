@@ -3,10 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "tests/vellora/Catalog/CatalogFixture.h"
 #include "vellora/Host/CacheTable.h"
@@ -157,6 +159,7 @@ TEST_F(InfoLookupTest, CacheOnlySendsNothing) {
   const auto answer = answered(catalog->records({"001xx", "00Bxx"}, {.source = Source::cacheOnly}));
   EXPECT_THAT(keysOf(answer.found), ElementsAre("001xx"));
   EXPECT_EQ(reasonsOf(answer), (Reasons{{"00Bxx", "not in the cache"}}));
+  EXPECT_FALSE(answer.trouble);
   EXPECT_EQ(network->count(), 2U) << "the lists of the first load";
 }
 
@@ -293,6 +296,59 @@ TEST_F(InfoLookupTest, WhatHasJustComeIsNotStaleHoweverShortTheTimeOut) {
   network->answerWhen(takeTime, down());
   construct();
   EXPECT_FALSE(answered(catalog->types({"Account"})).ageOf("Account").isStale);
+}
+
+TEST_F(InfoLookupTest, AnExpiredListThatCannotBeFetchedIsStaleThoughTheOtherHasJustCome) {
+  constructAndLoad();
+  for (const auto* failing : {typesUrl, themesUrl}) {
+    clock.advance(7200);
+    network->answer(typesUrl, StubNetwork::body(typesBody()));
+    network->answer(themesUrl, StubNetwork::body(themesBody()));
+    network->answer(failing, down());
+    EXPECT_TRUE(answered(catalog->types({"Account"})).ageOf("Account").isStale) << failing;
+  }
+}
+
+TEST_F(InfoLookupTest, AListThatExpiresWhileTheOtherIsFetchedIsStale) {
+  constructAndLoad();
+  using Fetched = std::pair<const char*, const char*>;
+  for (const auto& [url, timeStamp] :
+       {Fetched{typesUrl, "ops.sobject.fetch.timestamp"}, Fetched{themesUrl, "ops.theme.fetch.timestamp"}}) {
+    static_cast<void>(answered(catalog->refresh()));
+    cache->save(Data(), timeStamp);
+    network->answer(url, StubNetwork::body(url == typesUrl ? typesBody() : themesBody()).held());
+    const auto received = ask(catalog->types({"Account"}));
+    runAll();
+    clock.advance(7200);
+    network->releaseAll();
+    runAll();
+    EXPECT_EQ(received->calls, 1);
+    EXPECT_TRUE(received->answer.ageOf("Account").isStale) << url;
+    network->answer(url, StubNetwork::body(url == typesUrl ? typesBody() : themesBody()));
+  }
+}
+
+TEST_F(InfoLookupTest, LooksUpThemesOnceTheCacheHasAnsweredForAllTypes) {
+  constructAndLoad();
+  logger->clear();
+  static_cast<void>(answered(catalog->types({"Account", "Nonesuch"})));
+  const auto lines = logger->texts(CorvaneSDK::LogLevel::info);
+  const auto ofThemes = std::find(lines.begin(), lines.end(), "cachedThemes()");
+  ASSERT_NE(ofThemes, lines.end());
+  EXPECT_EQ(std::count(lines.begin(), ofThemes, "sObjectForName(_:), name: Account"), 1);
+  EXPECT_EQ(std::count(lines.begin(), ofThemes, "sObjectForName(_:), name: Nonesuch"), 1);
+}
+
+TEST_F(InfoLookupTest, AThemeThatIsKnownIsNotLookedUpAgainForAListViewThatComesLater) {
+  network->answer(listViewUrl("00Bxx"), listViewAnswer("Account").held());
+  constructAndLoad();
+  const auto received = ask(catalog->records({"001xx", "00Bxx"}));
+  runAll();
+  network->releaseAll();
+  runAll();
+  EXPECT_EQ(received->answer.found.size(), 2U);
+  EXPECT_THAT(logger->texts(CorvaneSDK::LogLevel::info),
+              testing::Not(testing::Contains("cachedTheme(for:), name: Account, was retrieved from cache")));
 }
 
 }  // namespace

@@ -37,5 +37,11 @@ TEST(KeyRefusalTest, RefusesACommaWhereNamesAreListed) {
   EXPECT_EQ(refused("A,B", KeyKind::name), std::nullopt);
 }
 
+TEST(KeyRefusalTest, SaysOfAKeyThatItIsTooLong) {
+  const auto refusal = refusalOf(std::string(2001, 'A'), KeyKind::id);
+  ASSERT_TRUE(refusal);
+  EXPECT_EQ(refusal->localizedDescription(), "The key is too long.");
+}
+
 }  // namespace
 }  // namespace vellora

@@ -119,8 +119,10 @@ TEST_F(QuestionTest, EndsAtItsDeadlineThoughNoWorkHasBegun) {
   queue->runAll();
   EXPECT_EQ(received->answer.end, End::timedOut);
   EXPECT_EQ(received->answer.missing.at("Account").text(), "timed out");
+  cache->clearCalls();
   runAll();
   EXPECT_EQ(received->calls, 1);
+  EXPECT_TRUE(cache->callTexts().empty()) << "nobody waits for it any more";
 }
 
 TEST_F(QuestionTest, EndsAtItsDeadlineThoughTheHostDropsTheCompletion) {

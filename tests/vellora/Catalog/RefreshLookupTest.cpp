@@ -32,6 +32,7 @@ TEST_F(RefreshLookupTest, EndsWithWhatHasChanged) {
   EXPECT_EQ(answer.found, (Changes{{"Contact", TypeChange::changed},
                                    {"ListView", TypeChange::removed},
                                    {"Order", TypeChange::added}}));
+  EXPECT_EQ(answer.ageOf("Order"), (Age{clock.date(), false}));
   EXPECT_EQ(answered(catalog->types({"Contact"})).found.at("Contact").typePresentationInfo.label, "Person");
 }
 
@@ -75,12 +76,17 @@ TEST_F(RefreshLookupTest, FailsWithTheReasonWhenAListCannotBeFetched) {
   EXPECT_EQ(catalog->readiness().readinessCase(), Readiness::Case::failed);
 }
 
-TEST_F(RefreshLookupTest, ListViewsStayWhenTheListsCannotBeFetched) {
+TEST_F(RefreshLookupTest, ListViewsStayWhenAListCannotBeFetched) {
   constructAndLoad();
   static_cast<void>(answered(catalog->records({"00Bxx"})));
-  network->answerWhen([](const auto&) { return true; }, down());
-  EXPECT_EQ(answered(catalog->refresh()).end, End::failed);
-  EXPECT_EQ(answered(catalog->records({"00Bxx"})).found.size(), 1U);
+  network->answer(listViewUrl("00Bxx"), down());
+  for (const auto* failing : {typesUrl, themesUrl}) {
+    network->answer(typesUrl, StubNetwork::body(typesBody()));
+    network->answer(themesUrl, StubNetwork::body(themesBody()));
+    network->answer(failing, down());
+    EXPECT_EQ(answered(catalog->refresh()).end, End::failed);
+    EXPECT_EQ(answered(catalog->records({"00Bxx"})).found.size(), 1U) << failing;
+  }
 }
 
 TEST_F(RefreshLookupTest, FindsWhatIsThereWhenItIsAskedThoughALoadIsUnderWay) {

@@ -212,6 +212,32 @@ TEST_F(SObjectsDataServiceEachTest, ARowFromAnOlderListDoesNotOutliveTheNewerOne
   EXPECT_EQ(labels.back(), "Client");
 }
 
+TEST_F(SObjectsDataServiceEachTest, APrefixFromAnOlderListDoesNotOutliveTheNewerOne) {
+  cacheList();
+  host.network->answer(
+      listUrl,
+      StubNetwork::body(
+          R"({"sobjects":[{"name":"Client","keyPrefix":"001","label":"C","labelPlural":"Cs","createable":true}]})"));
+  AnyCancellable renewal;
+  bool isRenewed = false;
+  const auto logger = std::make_shared<ListeningLogger>();
+  const auto other =
+      std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
+  logger->onLine = [&](std::string_view line) {
+    if (isRenewed || line != "cachedKeyPrefixes()") return;
+    isRenewed = true;  // now that the old prefixes have been read
+    renewal = other->renewedSObjects().sink([](const auto&) {});
+  };
+  std::string found;
+  for (int i = 0; i < 2; ++i) {
+    token = other->eachOfIds({"0011"}, Source::cacheFirst).sink([&](const auto& each) {
+      found = text(each.value.value());
+    });
+  }
+  EXPECT_TRUE(isRenewed);
+  EXPECT_EQ(found, "Client");
+}
+
 TEST_F(SObjectsDataServiceEachTest, ACacheThatKeepsNothingCostsOneFetchForAllNames) {
   host.cache->fail(testkit::FailingCache::Operation::tableUpsert);
   host.network->answer(listUrl, StubNetwork::body(listBody));
@@ -305,6 +331,28 @@ TEST_F(SObjectsDataServiceEachTest, RowsOfAnOlderListThanTheFacadesDoNotCount) {
   service->loadSObjects(nullptr);
   queues.runAll();
   EXPECT_EQ(labelOfAccount(), "Client");
+}
+
+TEST_F(SObjectsDataServiceEachTest, WhatWasLookedUpHasRowsUntilTheFacadeFetchesTheListAnew) {
+  cacheList();
+  const auto changesMade = [this] {
+    host.cache->clearCalls();
+    token = service->eachOfIds({"0011"}, Source::cacheFirst).sink([](const auto&) {});
+    std::string changes;
+    for (const auto& call : host.cache->callTexts()) {
+      if (call.starts_with("tablePurge")) changes += 'p';
+      if (call.starts_with("tableUpsert")) changes += 'w';
+    }
+    return changes;
+  };
+  EXPECT_EQ(changesMade(), "ppww") << "of the type and of the prefix";
+  EXPECT_EQ(changesMade(), "");
+  clock.advance(301);
+  host.network->answer(listUrl, StubNetwork::body(listBody));
+  service->loadSObjects(nullptr);
+  queues.runAll();
+  EXPECT_EQ(changesMade(), "ppww");
+  EXPECT_EQ(changesMade(), "");
 }
 
 TEST_F(SObjectsDataServiceEachTest, RowsGoBeforeANewListIsThereAndBehindIt) {

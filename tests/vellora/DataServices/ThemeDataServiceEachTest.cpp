@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/support/TestError.h"
@@ -136,6 +138,74 @@ TEST_F(ThemeDataServiceEachTest, EntriesOfAnOlderListThanTheFacadesDoNotCount) {
     found = theme.value.value();
   });
   EXPECT_EQ(found, entry("Account", "new"));
+}
+
+TEST_F(ThemeDataServiceEachTest, RowsGoBeforeANewListIsThereAndBehindIt) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account")})));
+  static_cast<void>(each({"Account"}, Source::cacheFirst));
+  cache->clearCalls();
+  token = service->renewedThemes().sink([](const auto&) {});
+  std::string order;
+  for (const auto& call : cache->callTexts()) {
+    if (call.starts_with("tablePurge")) order += 'p';
+    if (call.starts_with("tableUpsert")) order += 'w';
+  }
+  EXPECT_EQ(order, "pwp") << "a process that ends between two of them leaves no row older than the list";
+}
+
+TEST_F(ThemeDataServiceEachTest, AnEntryThatWasLookedUpHasARowUntilTheFacadeFetchesTheListAnew) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account")})));
+  const auto changesMade = [this] {
+    cache->clearCalls();
+    static_cast<void>(each({"Account"}, Source::cacheFirst));
+    std::string changes;
+    for (const auto& call : cache->callTexts()) {
+      if (call.starts_with("tablePurge")) changes += 'p';
+      if (call.starts_with("tableUpsert")) changes += 'w';
+    }
+    return changes;
+  };
+  EXPECT_FALSE(load(service));
+  EXPECT_EQ(changesMade(), "pw");
+  EXPECT_EQ(changesMade(), "") << "it has a row";
+  clock.advance(cacheTimeout + 1);
+  EXPECT_FALSE(load(service));
+  EXPECT_EQ(changesMade(), "pw");
+  EXPECT_EQ(changesMade(), "");
+}
+
+/// Tells a test of each line.
+class ListeningLogger final : public CorvaneSDK::Logger {
+ public:
+  void log(std::string_view message, CorvaneSDK::LogLevel /*level*/) override {
+    if (onLine) onLine(message);
+  }
+
+  std::function<void(std::string_view line)> onLine;
+};
+
+TEST_F(ThemeDataServiceEachTest, ARowFromAnOlderListDoesNotOutliveTheNewerOne) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account", "old")})));
+  static_cast<void>(load(service));
+  network->answer(url, StubNetwork::body(response({entryJson("Account", "new")})));
+  AnyCancellable renewal;
+  bool isRenewed = false;
+  const auto listening = std::make_shared<ListeningLogger>();
+  const auto other = std::make_shared<ThemeDataService>(RequiredAPI(network, cache, listening), cacheTimeout);
+  listening->onLine = [&](std::string_view line) {
+    if (isRenewed || line != "cachedThemes()") return;
+    isRenewed = true;  // now that the old list has been read
+    renewal = other->renewedThemes().sink([](const auto&) {});
+  };
+  std::vector<std::optional<ThemeItem>> found;
+  for (int i = 0; i < 2; ++i) {
+    token = other->eachTheme({"Account"}, Source::cacheFirst).sink([&](const auto& theme) {
+      found.push_back(theme.value.value());
+    });
+  }
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_TRUE(isRenewed);
+  EXPECT_EQ(found.back(), entry("Account", "new"));
 }
 
 }  // namespace
