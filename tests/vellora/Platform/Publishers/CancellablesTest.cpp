@@ -47,6 +47,12 @@ TEST(CancellablesTest, HoldsNothingOfASubscriptionThatHasEnded) {
   EXPECT_EQ(owner.size(), 0U);
 }
 
+TEST(CancellablesTest, ATokenWithoutASubscriptionAddsNothing) {
+  Cancellables owner;
+  owner.insert(AnyCancellable());
+  EXPECT_EQ(owner.size(), 0U);
+}
+
 TEST(CancellablesTest, HoldsNothingOfASubscriptionWhosePromiseWasDropped) {
   Cancellables owner;
   std::optional<Promise<int>> promise;
