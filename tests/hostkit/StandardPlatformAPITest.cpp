@@ -13,6 +13,7 @@
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "testkit/RecordingLogger.h"
 #include "testkit/SilentLogger.h"
+#include "testkit/StubNetwork.h"
 #include "tests/hostkit/bodies/BodiesCache.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/NetworkAnswer.h"
@@ -111,6 +112,31 @@ TEST(StandardPlatformAPITest, KeepsTheTokenOutOfTheLogBeforeAnythingIsSent) {
   api->logger()->log("sObjectForName(_:), name: abc-secret99", CorvaneSDK::LogLevel::info);
   ASSERT_EQ(logger->lines().size(), 1U);
   EXPECT_EQ(logger->lines()[0].text, "sObjectForName(_:), name: [token]");
+}
+
+TEST(StandardPlatformAPITest, KeepsATokenOutOfTheLogThatIsThereOnlyOnceSomethingIsSent) {
+  vellora::tests::ScriptedServer server;
+  server.reply(vellora::tests::ScriptedServer::http("200 OK", "{}"));
+  const auto logger = std::make_shared<testkit::RecordingLogger>();
+  std::optional<std::string> token;
+  const auto api =
+      StandardPlatformAPI::make({.server = server.url(), .token = [&] { return token; }, .logger = logger})
+          .value();
+  token = "abc-secret99";
+  EXPECT_EQ(vellora::tests::answerTo(*api->network(), vellora::tests::get("/theme")).body(), "{}");
+  api->logger()->log("theme(for:), name: abc-secret99", CorvaneSDK::LogLevel::info);
+  ASSERT_EQ(logger->lines().size(), 1U);
+  EXPECT_EQ(logger->lines()[0].text, "theme(for:), name: [token]");
+}
+
+TEST(StandardPlatformAPITest, LeavesTheLogAsItIsWhereANetworkOfOnesOwnHasTheTokens) {
+  const auto logger = std::make_shared<testkit::RecordingLogger>();
+  const auto api =
+      StandardPlatformAPI::make({.token = [] { return std::optional<std::string>("abc-secret99"); },
+                                 .logger = logger,
+                                 .network = std::make_shared<testkit::StubNetwork>()})
+          .value();
+  EXPECT_EQ(api->logger(), logger);
 }
 
 TEST(StandardPlatformAPITest, IsMadeWithATokenThatIsNotThereYet) {

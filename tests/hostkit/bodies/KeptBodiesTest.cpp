@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <future>
 #include <latch>
@@ -10,10 +11,12 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "hostkit/cache/memory/MemoryCache.h"
+#include "testkit/FailingCache.h"
 #include "testkit/ForwardingCache.h"
 #include "testkit/ForwardingCacheTable.h"
 #include "tests/hostkit/bodies/BodiesCache.h"
@@ -64,6 +67,34 @@ class CountingCache final : public testkit::ForwardingCache {
   std::size_t& rows_;
 };
 
+/// Has the library forget everything just before a body is written.
+class ForgettingTable final : public testkit::ForwardingCacheTable {
+ public:
+  using ForwardingCacheTable::ForwardingCacheTable;
+  bool upsert(const CorvaneSDK::CacheEntry& entry) override {
+    if (entry.dataKey && entry.dataKey->starts_with(KeptBodies::bodyKind))
+      next().purge(CorvaneSDK::metaEquals({}));
+    return next().upsert(entry);
+  }
+};
+
+class ForgettingCache final : public testkit::ForwardingCache {
+ public:
+  using ForwardingCache::ForwardingCache;
+
+ protected:
+  std::shared_ptr<CorvaneSDK::CacheTable> wrapTable(std::shared_ptr<CorvaneSDK::CacheTable> table,
+                                                    const std::string&) override {
+    return std::make_shared<ForgettingTable>(std::move(table));
+  }
+};
+
+/// How many calls of that name a cache has had.
+std::ptrdiff_t callsOf(const testkit::FailingCache& cache, std::string_view name) {
+  const auto calls = cache.callTexts();
+  return std::count_if(calls.begin(), calls.end(), [&](const auto& call) { return call.starts_with(name); });
+}
+
 class KeptBodiesTest : public testing::Test {
  protected:
   KeptBodies::Place place(const std::vector<std::string>& lines = withToken) {
@@ -74,6 +105,15 @@ class KeptBodiesTest : public testing::Test {
   static void fill(KeptBodies& into, int count) {
     for (int number = 0; number < count; ++number) {
       ASSERT_TRUE(into.save(numbered(into, number), body(std::string(1024, 'x'))));
+    }
+  }
+
+  /// A body whose stored form has that very size: its checksum may have more digits or fewer.
+  static KeptBody ofStoredSize(std::size_t size, const std::string& request) {
+    for (int number = 0;; ++number) {
+      std::string text = std::to_string(number);
+      text.append(size - storedForm(body(text), request).size(), 'x');
+      if (storedForm(body(text), request).size() == size) return body(text);
     }
   }
 
@@ -104,6 +144,7 @@ TEST_F(KeptBodiesTest, KeepsNothingBeforeTheLibraryHasUsedTheCache) {
   KeptBodies none(unused, {});
   EXPECT_EQ(none.digestKey(), "");
   EXPECT_FALSE(none.placeOf("", url, withToken));
+  EXPECT_FALSE(none.placeOf(bodies.digestKey(), url, withToken));
   EXPECT_FALSE(none.save(place(), body("themes")));
   EXPECT_EQ(unused->openTable(std::string(SObjectsCache::tableKey)), nullptr);
 }
@@ -122,6 +163,34 @@ TEST_F(KeptBodiesTest, AUsersBodyStaysTheirsWhenTheTokenIsRenewed) {
   ofOne.save(ofOne.placeOf(ofOne.digestKey(), url, withToken).value(), body("themes"));
   EXPECT_EQ(ofOne.load(ofOne.placeOf(ofOne.digestKey(), url, withAnother).value()), body("themes"));
   EXPECT_EQ(ofOther.load(ofOther.placeOf(ofOther.digestKey(), url, withToken).value()), std::nullopt);
+  const std::vector<std::string> otherHeaders{"Accept-Encoding: br", withToken[1]};
+  EXPECT_EQ(ofOne.load(ofOne.placeOf(ofOne.digestKey(), url, otherHeaders).value()), std::nullopt);
+}
+
+TEST_F(KeptBodiesTest, AUserWithoutANameIsNotNobody) {
+  KeptBodies ofNameless(host.cache, {.user = ""});
+  const auto key = bodies.digestKey();
+  EXPECT_NE(ofNameless.placeOf(key, url, {})->request, bodies.placeOf(key, url, {})->request);
+}
+
+TEST_F(KeptBodiesTest, AKeyOfAnotherSizeIsNone) {
+  bodies.save(place(), body("themes"));
+  host.replaceStoredBody(Data(std::string("short")), KeptBodies::keyKind);
+  EXPECT_EQ(bodies.digestKey().size(), 32U);
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(KeptBodiesTest, ThereIsNoKeyWhereTheCacheKeepsNone) {
+  const auto full = std::make_shared<testkit::FailingCache>(host.cache);
+  full->fail(testkit::FailingCache::Operation::tableUpsert);
+  EXPECT_EQ(KeptBodies(full, {}).digestKey(), "");
+}
+
+TEST_F(KeptBodiesTest, SaysThatABodyIsNotKeptWhereTheCacheRefusesIt) {
+  const auto at = place();
+  const auto full = std::make_shared<testkit::FailingCache>(host.cache);
+  full->fail(testkit::FailingCache::Operation::tableUpsert);
+  EXPECT_FALSE(KeptBodies(full, {}).save(at, body("themes")));
 }
 
 TEST_F(KeptBodiesTest, ItsRowsTellNeitherTheTokenNorTheAddress) {
@@ -165,6 +234,30 @@ TEST_F(KeptBodiesTest, KeepsNoMoreThanItMayAndTheOldestGoFirst) {
   EXPECT_TRUE(few.load(numbered(few, 11)));
 }
 
+TEST_F(KeptBodiesTest, ThereIsRoomForFourOfTheLargestBodiesAndAFifthTakesThatOfTwo) {
+  KeptBodies few(host.cache, {.maxBytes = 16 * 1024});
+  const auto keep = [&](int number) {
+    const auto at = numbered(few, number);
+    return few.save(at, ofStoredSize(few.mostOfOne(), at.request));
+  };
+  for (int number = 0; number < 4; ++number) EXPECT_TRUE(keep(number));
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 4U);
+  EXPECT_TRUE(keep(3));
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 4U) << "kept once more, it takes no other's room";
+  EXPECT_TRUE(keep(4));
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 3U) << "there is room for the next one, too";
+}
+
+TEST_F(KeptBodiesTest, DeletesNoMoreWhereTheCacheDeletesNothing) {
+  const auto stuck = std::make_shared<testkit::FailingCache>(host.cache);
+  KeptBodies few(stuck, {.maxBytes = 16 * 1024});
+  fill(few, 10);
+  stuck->fail(testkit::FailingCache::Operation::tablePurge);
+  stuck->clearCalls();
+  fill(few, 12);
+  EXPECT_EQ(callsOf(*stuck, "tablePurge"), 2) << "once for each body that is too many";
+}
+
 TEST_F(KeptBodiesTest, TheFirstBodiesAreNotReadAgainToBeCounted) {
   std::size_t fetched = 0;
   KeptBodies counted(std::make_shared<CountingCache>(host.cache, fetched), {});
@@ -204,6 +297,21 @@ TEST_F(KeptBodiesTest, WhatWasUnderWayWhenTheLibraryForgotIsNotKept) {
   EXPECT_FALSE(bodies.save(before, body("themes")));
   static_cast<void>(place());  // a later request has a key of its own
   EXPECT_FALSE(bodies.save(before, body("themes")));
+  EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
+}
+
+TEST_F(KeptBodiesTest, WhatTheLibraryHasForgottenIsNotEvenWrittenForAMoment) {
+  const auto before = place();
+  host.forget();
+  static_cast<void>(place());
+  const auto recording = std::make_shared<testkit::FailingCache>(host.cache);
+  EXPECT_FALSE(KeptBodies(recording, {}).save(before, body("themes")));
+  EXPECT_EQ(callsOf(*recording, "tableUpsert"), 0);
+}
+
+TEST_F(KeptBodiesTest, ABodyThatIsWrittenWhileTheLibraryForgetsIsDeleted) {
+  KeptBodies meanwhile(std::make_shared<ForgettingCache>(host.cache), {});
+  EXPECT_FALSE(meanwhile.save(place(), body("themes")));
   EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
 }
 

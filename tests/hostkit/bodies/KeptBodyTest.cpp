@@ -46,5 +46,18 @@ TEST(KeptBodyTest, IsNotReadInPartNorWithMoreBehindIt) {
   EXPECT_EQ(keptBodyIn(Data(form + "x"), "request"), std::nullopt);
 }
 
+TEST(KeptBodyTest, IsNotReadWithItsNumbersWrittenOtherwise) {
+  EXPECT_TRUE(keptBodyIn(Data(std::string("vellora-body 1 2213884784 11 4:etag3:\"1\"body")), "r"));
+  EXPECT_FALSE(keptBodyIn(Data(std::string("vellora-body 1 02213884784 11 4:etag3:\"1\"body")), "r"));
+  EXPECT_FALSE(keptBodyIn(Data(std::string("vellora-body 1 2213884784 011 4:etag3:\"1\"body")), "r"));
+}
+
+TEST(KeptBodyTest, IsNotReadWithHeadersThatWouldReachBeyondItsEnd) {
+  std::string form(storedForm({{{"etag", "\"1\""}}, Data()}, "r").view());
+  ASSERT_TRUE(form.ends_with(" 11 4:etag3:\"1\""));
+  form[form.rfind(" 11 ") + 2] = '2';
+  EXPECT_FALSE(keptBodyIn(Data(form), "r"));
+}
+
 }  // namespace
 }  // namespace vellora::hostkit
