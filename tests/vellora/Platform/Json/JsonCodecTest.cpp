@@ -57,6 +57,15 @@ struct Derived {
   static constexpr bool hasOwnJsonForm = true;
 };
 
+// Has a title before it is read.
+struct Titled {
+  std::optional<std::string> title = "untitled";
+
+  static constexpr std::string_view recordName = "Titled";
+  static constexpr auto fields() { return std::tuple(json::field("title", &Titled::title)); }
+  static constexpr bool hasOwnJsonForm = true;
+};
+
 // Has a text that holds another document, so that decoding it begins a decoding within a decoding.
 struct Wrapped {
   Flat inner;
@@ -104,6 +113,11 @@ struct json::OwnForm<Derived> {
   static bool encode(const Derived& value, Writer& writer) {
     return writer.member("words", value.words) && writer.member("title", value.title);
   }
+};
+
+template <>
+struct json::OwnForm<Titled> {
+  static bool decode(const Reader& reader, Titled& out) { return reader.member("title", out.title); }
 };
 
 template <>
@@ -223,6 +237,11 @@ TEST(JsonCodecTest, KeepsAPathOnOneLineOfBoundedLength) {
   const std::string key(10'000, 'k');
   const auto text = failureTextOf<Collected>(R"({")" + key + R"(\r\n":1})");
   EXPECT_EQ(text, "expected an object at $[\"" + std::string(78, 'k') + "…\"]");
+}
+
+TEST(JsonCodecTest, AMemberThatIsNotThereHasNoValueWhateverItHadBefore) {
+  EXPECT_EQ(read<Titled>(R"({"title":"A"})").value().title, "A");
+  EXPECT_EQ(read<Titled>("{}").value().title, std::nullopt);
 }
 
 }  // namespace
