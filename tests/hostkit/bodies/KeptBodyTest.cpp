@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <string>
 
+#include "hostkit/cache/rows/Checksum.h"
+
 namespace vellora::hostkit {
 namespace {
 
@@ -57,6 +59,16 @@ TEST(KeptBodyTest, IsNotReadWithHeadersThatWouldReachBeyondItsEnd) {
   ASSERT_TRUE(form.ends_with(" 11 4:etag3:\"1\""));
   form[form.rfind(" 11 ") + 2] = '2';
   EXPECT_FALSE(keptBodyIn(Data(form), "r"));
+}
+
+TEST(KeptBodyTest, IsNotReadWithItsHeadersInAnotherOrder) {
+  const auto formOf = [](const std::string& headers) {
+    const auto sum = Checksum().add("kept body").add("r").add(headers).add("").value();
+    return Data("vellora-body 1 " + std::to_string(sum) + ' ' + std::to_string(headers.size()) + ' ' +
+                headers);
+  };
+  EXPECT_TRUE(keptBodyIn(formOf("4:date1:a4:etag1:b"), "r"));
+  EXPECT_FALSE(keptBodyIn(formOf("4:etag1:b4:date1:a"), "r"));
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/TemporaryFolder.h"
+#include "vellora/Platform/Text/EscapedText.h"
 
 namespace vellora::hostkit::tests {
 namespace {
@@ -84,6 +85,21 @@ TEST_F(SpdlogLoggerTest, CutsAMessageThatIsLongerThanAnybodyReads) {
   EXPECT_THAT(lines()[1], testing::EndsWith(" info " + longest.substr(1) + "… (10065537 bytes in all)"));
 }
 
+TEST_F(SpdlogLoggerTest, CutsAMessageInFrontOfACharacterOfFourBytes) {
+  const std::string longest(SpdlogLogger::longestMessage, 'k');
+  open(Level::info)->log(longest.substr(3) + "\xF0\x9F\x8C\x8D", LogLevel::info);
+  ASSERT_EQ(lines().size(), 1U);
+  EXPECT_THAT(lines()[0], testing::EndsWith(" info " + longest.substr(3) + "… (65537 bytes in all)"));
+}
+
+TEST_F(SpdlogLoggerTest, CutsAMessageThatIsNoTextThreeBytesEarlierAtMost) {
+  const std::string bytes(SpdlogLogger::longestMessage + 1, '\x80');
+  open(Level::info)->log(bytes, LogLevel::info);
+  ASSERT_EQ(lines().size(), 1U);
+  const auto cut = escapedText(bytes.substr(0, SpdlogLogger::longestMessage - 3));
+  EXPECT_TRUE(lines()[0].ends_with(" info " + cut + "… (65537 bytes in all)"));
+}
+
 TEST_F(SpdlogLoggerTest, TakesBracesForText) {
   open(Level::info)->log("{} {0} %v", LogLevel::info);
   EXPECT_THAT(lines(), ElementsAre(testing::EndsWith(" info {} {0} %v")));
@@ -98,6 +114,17 @@ TEST_F(SpdlogLoggerTest, AppendsToAFileThatIsThere) {
 TEST_F(SpdlogLoggerTest, CreatesTheFileForItsOwnerAlone) {
   open(Level::info)->log("first", LogLevel::info);
   EXPECT_EQ(modeOf(path), 0600U);
+}
+
+TEST_F(SpdlogLoggerTest, ClosesItsFile) {
+  const auto nextDescriptor = [] {
+    const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ::close(next);
+    return next;
+  };
+  const int before = nextDescriptor();
+  static_cast<void>(open(Level::info));
+  EXPECT_EQ(nextDescriptor(), before);
 }
 
 TEST_F(SpdlogLoggerTest, TellsAFileThatCannotBeWritten) {

@@ -40,5 +40,30 @@ TEST(MemoryCacheTableTest, LoadedDataSharesTheBytesThatWereWritten) {
   EXPECT_TRUE(blobs[0].sharesBufferWith(written));
 }
 
+constexpr double sevenDays = 7 * 24 * 60 * 60;
+
+TEST(MemoryCacheTableTest, ARowOfJustSevenDaysStaysWhenAnotherIsWritten) {
+  tests::ManualClock clock;
+  MemoryCacheTable table(CorvaneSDK::Table::MaxAge::sevenDays, clock.function());
+  table.upsert({Data(std::string("old")), {{"name", "a"}}, std::nullopt});
+  clock.advance(sevenDays);
+  table.upsert({Data(std::string("new")), {{"name", "b"}}, std::nullopt});
+  EXPECT_EQ(table.fetch(Query::exact(metaEquals({{"name", "a"}}))).size(), 1U);
+  clock.advance(-2 * sevenDays);
+  table.upsert({Data(std::string("earlier")), {{"name", "c"}}, std::nullopt});
+  EXPECT_EQ(table.fetch(Query::exact(metaEquals({{"name", "a"}}))).size(), 1U)
+      << "and so in the other direction";
+}
+
+TEST(MemoryCacheTableTest, ARowOfTheFarFutureIsGoneOnceAnotherIsWritten) {
+  tests::ManualClock clock;
+  MemoryCacheTable table(CorvaneSDK::Table::MaxAge::sevenDays, clock.function());
+  table.upsert({Data(std::string("future")), {{"name", "a"}}, std::nullopt});
+  clock.advance(-2 * sevenDays);
+  table.upsert({Data(std::string("now")), {{"name", "b"}}, std::nullopt});
+  clock.advance(2 * sevenDays);
+  EXPECT_TRUE(table.fetch(Query::exact(metaEquals({{"name", "a"}}))).empty());
+}
+
 }  // namespace
 }  // namespace vellora::hostkit

@@ -28,6 +28,7 @@ TEST(MetaCodecTest, RefusesOtherBytes) {
   EXPECT_EQ(decodedMeta(":a1:b"), std::nullopt);
   EXPECT_EQ(decodedMeta("1"), std::nullopt);
   EXPECT_EQ(decodedMeta("1a1:b"), std::nullopt);
+  EXPECT_EQ(decodedMeta("1xa1:b"), std::nullopt);
   EXPECT_EQ(decodedMeta("-1:a1:b"), std::nullopt);
   EXPECT_EQ(decodedMeta("99999999999999999999999:a1:b"), std::nullopt);
   EXPECT_EQ(decodedMeta("18446744073709551615:a1:b"), std::nullopt);
