@@ -6,6 +6,7 @@ usage: mutants_test.py ROOT
 
 import concurrent.futures
 import pathlib
+import select
 import subprocess
 import sys
 import tempfile
@@ -201,6 +202,15 @@ class SampleTest(unittest.TestCase):
             script.write_text(f"#!/bin/sh\n{body}\n")
             script.chmod(0o755)
             self.assertEqual(running.run(script, [], {}, limit, "/"), end)
+
+    def test_a_test_ends_with_who_runs_it(self):
+        runner = ("import subprocess, sys; sys.path.insert(0, sys.argv[1]); from mutation import running;"
+                  "subprocess.run(['sh', '-c', 'echo begun; exec sleep 1000'], preexec_fn=running.prepare_process)")
+        with subprocess.Popen([sys.executable, "-B", "-c", runner, ROOT / "scripts/lib"], stdout=subprocess.PIPE) as process:
+            self.assertEqual(process.stdout.readline(), b"begun\n")
+            process.kill()
+            closed, _, _ = select.select([process.stdout], [], [], 60)  # by all who could write to it
+            self.assertTrue(closed)
 
     def test_the_notes_of_what_is_reached_serve_until_the_program_changes(self):
         class NoPool:

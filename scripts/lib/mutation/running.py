@@ -1,5 +1,6 @@
 """Runs tests: each once to see which mutants it reaches, then for each mutant those that do."""
 
+import ctypes
 import dataclasses
 import hashlib
 import json
@@ -19,6 +20,8 @@ MEMORY = 16 << 30
 MOST = 20
 # The seconds of the tests that are run in one process, the first time; each time it is twice as much.
 BATCH = 0.3
+LIBC = ctypes.CDLL(None)
+PR_SET_PDEATHSIG = 1
 
 
 @dataclasses.dataclass(frozen=True)
@@ -29,15 +32,20 @@ class Test:
     reached: frozenset
 
 
+def prepare_process():
+    """Ends a test with who runs it, which may be stopped, and bounds its memory."""
+    LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
 def run(program, tests, environment, limit, folder):
     """How a program's tests end: "passed", "failed", a signal or "hung"."""
     with tempfile.TemporaryDirectory(prefix="vellora-mutants-") as temporary:
         process = subprocess.Popen(
             [program, "--gtest_filter=" + ":".join(tests), "--gtest_fail_fast", "--gtest_brief=1"], cwd=folder,
             env={**os.environ, "TMPDIR": temporary, **environment}, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL, start_new_session=True,
-            preexec_fn=lambda: (resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY)),
-                                resource.setrlimit(resource.RLIMIT_CORE, (0, 0))))
+            stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=prepare_process)
         try:
             code = process.wait(limit)
         except subprocess.TimeoutExpired:
