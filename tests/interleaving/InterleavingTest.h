@@ -23,14 +23,21 @@ class InterleavingTest : public testing::Test {
 
   /// Tries `scenario` in each order.
   static void tryEach(const std::function<void()>& scenario, int preemptions = preemptionsOfTheShortForm) {
-    const char* const schedule = std::getenv("VELLORA_TEST_SCHEDULE");
-    const auto explored =
-        schedule != nullptr ? replay(scenario, schedule) : explore(scenario, limits(preemptions));
+    const char* const one = schedule();
+    const auto explored = one != nullptr ? replay(scenario, one) : explore(scenario, limits(preemptions));
     if (explored.failure) ADD_FAILURE() << told(*explored.failure);
     RecordProperty("interleavings", std::to_string(explored.runs));
   }
 
+  /// Whether `tryEach` tries every order with that many pre-emptions. What shows in one of them need not show
+  /// where fewer are asked for, or a single schedule.
+  static bool isEachTriedOf(int preemptions) {
+    return schedule() == nullptr && limits(preemptionsOfTheShortForm).preemptions >= preemptions;
+  }
+
  private:
+  static const char* schedule() { return std::getenv("VELLORA_TEST_SCHEDULE"); }
+
   static Limits limits(int preemptions) {
     return {longForm("VELLORA_TEST_PREEMPTIONS").value_or(preemptions), 1};
   }
