@@ -11,12 +11,12 @@
 #include "apps/records-server/RecordsServer.h"
 #include "hostkit/StandardPlatformAPI.h"
 #include "hostkit/log/SpdlogLogger.h"
+#include "tests/integration/Rest.h"
 #include "tests/support/SteppedSleep.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/Catalog/Catalog.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Platform/Queues/Sleep.h"
-#include "vellora/Platform/Queues/ThreadPool.h"
 #include "vellora/Services/VelloraService.h"
 
 // What an app's process does while nobody asks anything: nothing. The time of the threads is stepped.
@@ -25,7 +25,6 @@ namespace vellora {
 namespace {
 
 using namespace std::chrono_literals;
-using detail::ThreadPool;
 using recordsserver::DataSet;
 using recordsserver::RecordsServer;
 using tests::SteppedSleep;
@@ -54,23 +53,13 @@ class PollingThread {
   std::thread thread_{[this] { poll(); }};
 };
 
-/// Lets time pass until the pool has no thread any more.
-void letThePoolEnd() {
-  while (ThreadPool::shared().threads() > 0) SteppedSleep::pass(ThreadPool::patience);
-}
-
 class IdleHourTest : public testing::Test {
  protected:
-  /// How often a thread wakes in an hour besides those that tests before have left asleep.
+  /// How often a thread wakes in an hour besides those that the process has anyway.
   std::size_t wakeUpsOfOneMoreSleeper() const { return SteppedSleep::wakeUpsOfAnHour(others_ + 1); }
 
  private:
-  void SetUp() override {
-    letThePoolEnd();
-    others_ = SteppedSleep::untimedSleepers();
-  }
-
-  std::size_t others_ = 0;
+  const std::size_t others_ = tests::comeToRestAtFirst();
 };
 
 TEST_F(IdleHourTest, AThreadThatPollsIsCounted) {
@@ -96,14 +85,6 @@ class IdleProcessTest : public testing::Test {
         .value();
   }
 
-  /// Lets time pass until the pool has no thread any more, and `ours` sleep.
-  static void comeToRest(std::size_t ours) {
-    const auto isAtRest = [&] {
-      return SteppedSleep::untimedSleepers() == ours && ThreadPool::shared().threads() == 0;
-    };
-    while (!isAtRest()) SteppedSleep::pass(ThreadPool::patience);
-  }
-
  private:
   const tests::TemporaryFolder folder_;
   const std::unique_ptr<RecordsServer> server_ = RecordsServer::start(DataSet::builtIn()).value();
@@ -123,7 +104,7 @@ TEST_F(IdleProcessTest, WakesNoThreadInAnHourThoughCatalogueWatchAndFacadeAreThe
   ASSERT_EQ(found.get_future().get(), 1U);
 
   constexpr std::size_t ours = 2;  // the network's thread, and that of the deadlines
-  comeToRest(ours);
+  tests::comeToRest(ours);
   EXPECT_EQ(SteppedSleep::wakeUpsOfAnHour(ours), 0U);
 
   EXPECT_EQ(type().get().end, End::answered) << "threads have come again";

@@ -10,22 +10,20 @@
 #include "hostkit/cache/redis/RedisCache.h"
 #include "testkit/ScriptedServer.h"
 #include "testkit/StubNetwork.h"
+#include "tests/integration/Rest.h"
 #include "tests/support/Requests.h"
 #include "tests/support/SteppedSleep.h"
-#include "vellora/Platform/Queues/ThreadPool.h"
 
 // The thread that asks a Redis for leases, while there is nothing to ask for.
 
 namespace vellora {
 namespace {
 
-using detail::ThreadPool;
 using testkit::StubNetwork;
 using tests::SteppedSleep;
 
 TEST(IdleLeasesTest, TheThreadOfTheLeasesWakesForNothingBeforeARequestAndAfterIt) {
-  while (ThreadPool::shared().threads() > 0) SteppedSleep::pass(ThreadPool::patience);  // of tests before
-  const std::size_t others = SteppedSleep::untimedSleepers();
+  const std::size_t others = tests::comeToRestAtFirst();
   const auto network = std::make_shared<StubNetwork>();
   network->answer("/theme", StubNetwork::body("{}"));
   // Where there is no Redis each request is sent at once.
