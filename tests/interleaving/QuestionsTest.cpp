@@ -1,6 +1,5 @@
 #include <chrono>
 #include <memory>
-#include <stop_token>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "tests/interleaving/Tally.h"
 #include "tests/interleaving/ThreadEachQueue.h"
 #include "vellora/Catalog/Asked.h"
+#include "vellora/Catalog/StopToken.h"
 
 namespace vellora::tests::interleaving {
 namespace {
@@ -24,7 +24,7 @@ class QuestionsTest : public InterleavingTest {
   /// A question for two keys, of which one is found already.
   struct Question {
     Question() {
-      asked->begin(5s, std::stop_token());
+      asked->begin(5s, StopToken());
       asked->write([](auto& sheet) { sheet.found("a", 1); });
     }
 
@@ -142,7 +142,7 @@ TEST_F(QuestionsTest, AQuestionThatIsAskedWhileTheCatalogueEndsIsGivenUp) {
     const auto question = std::make_shared<Asked>(
         std::vector<std::string>{"a"},
         detail::Terms{std::make_shared<ThreadEachQueue>(), timer, gate, catalog, inquiry(timer)});
-    atOnce({[&] { question->begin(5s, std::stop_token()); }, [&] { catalog.end(); }});
+    atOnce({[&] { question->begin(5s, StopToken()); }, [&] { catalog.end(); }});
     expect(question->hasEnded(), "it has ended");
     expect(timer->pending() == 0, "no deadline is left");
   });

@@ -47,7 +47,7 @@ class AskedAllocationTest : public testing::Test {
 
   [[nodiscard]] std::shared_ptr<Asked> asked() const {
     auto question = made();
-    question->begin(5s, stop.get_token());
+    question->begin(5s, token);
     return question;
   }
 
@@ -70,7 +70,8 @@ class AskedAllocationTest : public testing::Test {
   const std::shared_ptr<testkit::ManualTimer> timer = std::make_shared<testkit::ManualTimer>();
   const std::shared_ptr<CallbackGate> gate = std::make_shared<CallbackGate>();
   const SubscriptionScope catalog;
-  mutable std::stop_source stop;
+  std::stop_source stop;
+  const std::stop_token token = stop.get_token();
   const std::shared_ptr<Inquiry::Common> common = std::make_shared<Inquiry::Common>();
 };
 
@@ -114,7 +115,7 @@ TEST_F(AskedAllocationTest, AQuestionThatCouldNotBeAskedLeavesNothing) {
     {
       const AllocationFailure failure(number);
       try {
-        question->begin(5s, stop.get_token());
+        question->begin(5s, token);
       } catch (const std::bad_alloc&) {
         isThrown = true;
       }

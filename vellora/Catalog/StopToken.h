@@ -33,7 +33,8 @@ struct StopCallback<std::stop_token> {
 /// So no more than the conversion below knows them. The library needs none, nor does a source that asks
 /// without one.
 ///
-/// Ownership: refers to the token, which must outlive it.
+/// Ownership: refers to the token, which must outlive it. A token that nobody keeps is refused by the
+/// compiler.
 ///
 /// Threads: as safe as the token.
 class VELLORA_EXPORT StopToken {
@@ -49,6 +50,9 @@ class VELLORA_EXPORT StopToken {
           return std::shared_ptr<void>(
               std::make_shared<Callback>(*static_cast<const Token*>(watched), std::move(callback)));
         }) {}
+  template <class Token>
+  requires requires { typename detail::StopCallback<Token>::Type; }
+  StopToken(const Token&& token) = delete;
 
   /// Has `callback` called when a stop is requested, on the thread that does; at once, if that has happened.
   /// What this returns keeps watch: when it is gone, `callback` is not called any more. Throws

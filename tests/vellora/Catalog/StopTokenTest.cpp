@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <stop_token>
+#include <type_traits>
 
 #include "tests/vellora/Catalog/WithoutStopTokens.h"
 #include "vellora/Catalog/QuestionOptions.h"
@@ -45,6 +46,12 @@ TEST_F(StopTokenTest, NobodyRequestsAStopThroughOneThatWasMadeOfNothing) {
   EXPECT_EQ(StopToken().whenStopped(counting()), nullptr);
   EXPECT_EQ(QuestionOptions().stop.value().whenStopped(counting()), nullptr);
   EXPECT_EQ(calls, 0);
+}
+
+TEST_F(StopTokenTest, RefusesATokenThatNobodyKeeps) {
+  EXPECT_TRUE((std::is_constructible_v<StopToken, const std::stop_token&>));
+  EXPECT_FALSE((std::is_constructible_v<StopToken, std::stop_token>));
+  EXPECT_FALSE((std::is_constructible_v<StopToken, const std::stop_token>));
 }
 
 // A program's sources may differ in whether they see the standard library's tokens.

@@ -18,11 +18,13 @@ template <class T>
 class Borrowed {
  public:
   constexpr Borrowed() noexcept = default;
-  template <std::convertible_to<T> U>
+  template <class U>
+  requires std::convertible_to<const U&, T>
   constexpr Borrowed(const U& value) noexcept  // NOLINT: converts on purpose
       : lent_(&value), read_([](const void* lent) -> T { return *static_cast<const U*>(lent); }) {}
-  template <std::convertible_to<T> U>
-  Borrowed(const U&& value) = delete;
+  template <class U>
+  requires std::convertible_to<const U&, T> Borrowed(const U&& value)
+  = delete;
 
   /// The value; `T()` where none is lent.
   [[nodiscard]] T value() const { return lent_ ? read_(lent_) : T(); }
