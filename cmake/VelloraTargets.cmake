@@ -6,6 +6,12 @@ if(VELLORA_CCACHE AND PROJECT_IS_TOP_LEVEL AND NOT VELLORA_PRECOMPILE)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${VELLORA_CCACHE}")
 endif()
 
+# What the code is made for, as uname calls it. CMake asks the kernel, which may have 64 bits under a system of 32.
+set(VELLORA_PROCESSOR "${CMAKE_SYSTEM_PROCESSOR}")
+if(VELLORA_PROCESSOR STREQUAL "x86_64" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  set(VELLORA_PROCESSOR i686)
+endif()
+
 # Flags for our own code only; nothing here reaches a consumer of the package.
 add_library(vellora_build_flags INTERFACE)
 # Among sources that are compiled together a local name may be one that another source declares.

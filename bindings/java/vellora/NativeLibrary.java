@@ -61,7 +61,7 @@ final class NativeLibrary {
   }
 
   private static String resource(String file) {
-    String processor = System.getProperty("os.arch").replace("amd64", "x86_64");
+    String processor = System.getProperty("os.arch").replace("amd64", "x86_64").replace("i386", "i686");
     return "native/" + System.getProperty("os.name").toLowerCase(Locale.ROOT) + "-" + processor + "/" + file;
   }
 }

@@ -9,7 +9,9 @@ import csv
 import hashlib
 import os
 import pathlib
+import platform
 import re
+import struct
 import subprocess
 import sys
 import tempfile
@@ -21,6 +23,8 @@ from demo_server import demo_server
 
 ROOT, WHEEL, RECORDS_SERVER = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
 MOST_LINES = 10
+# What an ELF file calls a processor, and what a wheel's name does.
+PROCESSORS = {3: "i686", 22: "s390x", 62: "x86_64", 183: "aarch64"}
 
 
 class ProgramsTest(unittest.TestCase):
@@ -60,6 +64,13 @@ class ProgramsTest(unittest.TestCase):
         for name in ("vellora/__init__.py", "vellora/records.py", "vellora/py.typed", "vellora/libvellora-c.so.1"):
             self.assertIn(name, names)
         self.assertEqual([name for name in names if "__pycache__" in name], [])
+
+    def test_the_wheel_names_the_processor_that_its_library_is_made_for(self):
+        with zipfile.ZipFile(WHEEL) as wheel:
+            head = wheel.read("vellora/libvellora-c.so.1")[:20]
+        begins_with_highest_byte = head[5] == 2
+        machine, = struct.unpack_from(">H" if begins_with_highest_byte else "<H", head, 18)
+        self.assertTrue(WHEEL.name.endswith(f"_{PROCESSORS.get(machine, platform.machine())}.whl"), (WHEEL.name, machine))
 
     def test_the_wheel_records_each_file_as_it_is(self):
         with zipfile.ZipFile(WHEEL) as wheel:
