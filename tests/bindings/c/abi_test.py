@@ -10,6 +10,7 @@ that line alone is written anew; what it was before stands in bindings/c/Structs
 
 import pathlib
 import re
+import struct
 import subprocess
 import sys
 import tempfile
@@ -34,22 +35,39 @@ def run(*command, **options):
     return subprocess.run([str(word) for word in command], capture_output=True, text=True, **options)
 
 
-def layout():
-    """A line for each struct, member and constant, as the compiler sees them."""
-    lines = ["#include <stdio.h>", "#include <vellora.h>", "int main(void) {"]
-    for name, members in STRUCTS.items():
-        lines.append(f'printf("{name}: %zu bytes\\n", sizeof({name}));')
-        lines += [f'printf("{name}.{member}: %zu at %zu\\n", sizeof((({name}*)0)->{member}), offsetof({name}, {member}));'
-                  for member in members]
-    lines += [f'printf("{name} = %d\\n", {name});' for name in CONSTANTS]
-    lines += ["return 0;", "}"]
+def numbers(expressions, options):
+    """What C's constant expressions come to where these options of the compiler say what it makes code for. Nothing is run, and
+    nothing of the system is read, so that it may be another machine than this one."""
     with tempfile.TemporaryDirectory() as folder:
-        source = pathlib.Path(folder) / "layout.c"
-        source.write_text("\n".join(lines) + "\n")
-        built = run(COMPILER, "-std=c99", *WARNINGS, "-I", HEADER.parent, source, "-o", f"{folder}/layout")
+        source, made, found = (pathlib.Path(folder) / name for name in ("layout.c", "layout.o", "numbers"))
+        source.write_text("#include <vellora.h>\n__attribute__((section(\".numbers\"))) const uint32_t numbers[] = {\n" +
+                          "".join(f"(uint32_t)({expression}),\n" for expression in expressions) + "};\n")
+        built = run(COMPILER, *options, "-std=c99", "-ffreestanding", *WARNINGS, "-I", HEADER.parent, "-c", source, "-o", made)
         if built.returncode != 0:
             sys.exit(built.stderr)
-        return run(f"{folder}/layout", check=True).stdout
+        run("objcopy", "-O", "binary", "-j", ".numbers", made, found, check=True)
+        return [number for number, in struct.iter_unpack("=I", found.read_bytes())]
+
+
+def layout(*options):
+    """A line for each struct, member and constant, as the compiler sees them."""
+    lines, expressions = [], []
+    for name, members in STRUCTS.items():
+        lines.append(f"{name}: {{}} bytes\n")
+        expressions.append(f"sizeof({name})")
+        for member in members:
+            lines.append(f"{name}.{member}: {{}} at {{}}\n")
+            expressions += [f"sizeof((({name}*)0)->{member})", f"offsetof({name}, {member})"]
+    lines += [f"{name} = {{}}\n" for name in CONSTANTS]
+    expressions += CONSTANTS
+    return "".join(lines).format(*numbers(expressions, options))
+
+
+def layouts():
+    """What has been recorded of a machine with pointers of 64 bits, and of i386. A compiler for either knows the other, too."""
+    if re.search("__(x86_64|i386)__", run(COMPILER, "-dM", "-E", "-", input="").stdout):
+        return {"layout.txt": layout("-m64"), "layout-i386.txt": layout("-m32")}
+    return {"layout.txt": layout()}
 
 
 def symbols():
@@ -58,7 +76,8 @@ def symbols():
     return "".join(f"{name}\n" for name in sorted(names))
 
 
-FOUND = {"layout.txt": layout(), "symbols.txt": symbols()}
+LAYOUTS = layouts()
+FOUND = LAYOUTS | {"symbols.txt": symbols()}
 
 
 def lost(before, after):
@@ -78,7 +97,8 @@ class AbiTest(unittest.TestCase):
                 self.assertEqual(members[0], "struct_size", name)
 
     def test_layouts_and_constants_are_those_that_were_recorded(self):
-        self.assertEqual(FOUND["layout.txt"], (RECORDS / "layout.txt").read_text())
+        for file, text in LAYOUTS.items():
+            self.assertEqual(text, (RECORDS / file).read_text(), file)
 
     def test_symbols_and_their_versions_are_those_that_were_recorded(self):
         self.assertEqual(FOUND["symbols.txt"], (RECORDS / "symbols.txt").read_text())
