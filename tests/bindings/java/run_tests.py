@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Runs the tests of the library for Java in one virtual machine, beside a demo server, and fails also for a word of -Xcheck:jni.
-Before that it shows that it hears such a word.
+Before that it shows that it hears such words.
 
 usage: run_tests.py JAVA CLASS_PATH RECORDS_SERVER NAME=VALUE… -- CLASS…
 
@@ -18,6 +18,8 @@ from demo_server import demo_server
 
 # What -Xcheck:jni says. It may stand behind the dots that JUnit writes without a line end.
 COMPLAINT = re.compile(r"WARNING: JNI|WARNING in native|FATAL ERROR|Warning: |ReleasePrimitiveArrayCritical|in native method")
+# What must be heard of the careless program. A virtual machine of 32 bits does not count local references.
+CARELESS = ["JNI call made with exception pending"] + (["JNI local refs"] if sys.maxsize > 2**32 else [])
 
 
 def complaints(output):
@@ -37,8 +39,9 @@ def main():
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, env=os.environ | {"LD_PRELOAD": counter})
 
     careless = run("vellora.CarelessProgram").stdout
-    if not complaints(careless):
-        sys.exit("the virtual machine does not complain of a leak of local references:\n" + careless)
+    unheard = [fault for fault in CARELESS if not any(fault in line for line in complaints(careless))]
+    if unheard:
+        sys.exit(f"the virtual machine does not complain of {unheard}:\n{careless}")
     with demo_server(records_server) as address:
         properties.append(f"records.server={address}")
         done = run("org.junit.runner.JUnitCore", *classes)

@@ -1,6 +1,6 @@
 package vellora;
 
-/** What the check of the virtual machine must complain of, behind a dot as JUnit writes one for each test. */
+/** Does what the check of the virtual machine must complain of, behind a dot as JUnit writes one for each test. */
 public final class CarelessProgram {
   private CarelessProgram() {}
 
@@ -8,5 +8,10 @@ public final class CarelessProgram {
     System.out.print(".");
     System.out.flush();
     NativeHeap.leakLocalReferences();
+    try {
+      NativeHeap.callWithAnExceptionPending();
+    } catch (IllegalStateException pending) {
+      // it was thrown for that call alone
+    }
   }
 }

@@ -19,6 +19,9 @@ final class NativeHeap {
   /** Makes more references than a call may have. */
   static native void leakLocalReferences();
 
+  /** Throws an IllegalStateException, and calls the virtual machine once more before it returns. */
+  static native void callWithAnExceptionPending();
+
   /** How many objects native code keeps alive. */
   static int globalReferences() throws Exception {
     ObjectName commands = new ObjectName("com.sun.management:type=DiagnosticCommand");
