@@ -10,23 +10,21 @@ namespace vellora::releases {
 Stage::Stage(Case tried, bool isTraced)
     : tried_(std::move(tried)),
       isTraced_(isTraced),
-      network_(std::make_shared<HeldNetwork>(tried_.wire,
-                                             [this](const std::string& call) {
-                                               note(call);
-                                               moment();
-                                             })),
-      cache_(makeToldCache([this](const std::string& call) {
-        note(call);
-        moment();
-      })),
-      logger_(makeToldLogger([this](const std::string& call) {
-        note(call);
-        moment();
-      })),
+      network_(std::make_shared<HeldNetwork>(tried_.wire, teller())),
+      cache_(makeToldCache(teller())),
+      logger_(makeToldLogger(teller())),
       host_(std::make_shared<hostkit::StandardPlatformAPI>(network_, cache_, logger_)),
       wire_(network_),
       facilities_{{"network", network_}, {"cache", cache_},         {"logger", logger_},
                   {"host", host_},       {"answersOn", answersOn_}, {"timer", timer_}} {}
+
+OnCall Stage::teller() {
+  return [this, there = std::weak_ptr(isThere_)](const std::string& call) {
+    if (there.expired()) return;  // a faulty library may keep what the host lent it
+    note(call);
+    moment();
+  };
+}
 
 void Stage::answered(const std::string& what) {
   ++answers_;

@@ -70,8 +70,12 @@ class Stage {
   bool answerOne();
   void finishStep();
 
+  /// Notes a call of the host, and that it is a moment.
+  [[nodiscard]] OnCall teller();
+
   const Case tried_;
   const bool isTraced_;
+  const std::shared_ptr<const bool> isThere_ = std::make_shared<const bool>(true);
   tests::ManualQueues queues_;
 
   // The host's own handles; what the library still needs outlives them.
