@@ -74,11 +74,12 @@ Publisher<std::map<std::string, SObjectsDataService::TypeAndInstance>> SObjectsD
   return tuples.map([weak = weak_from_this()](std::vector<IdTuple>&& all) {
     std::map<std::string, TypeAndInstance> found;
     for (auto& [id, type, instance] : all) {
-      const auto entry =
-          found.insert_or_assign(std::move(id), TypeAndInstance{std::move(type), std::move(instance)});
-      const TypeAndInstance& both = entry.first->second;
+      // Ids often come in order, and then belong at the end.
+      const auto entry = found.insert_or_assign(found.end(), std::move(id),
+                                                TypeAndInstance{std::move(type), std::move(instance)});
+      const TypeAndInstance& both = entry->second;
       if (const auto self = weak.lock()) {
-        self->log("sObjectsForIds(_:): id: ", {entry.first->first, ", (type: ", nameOrNil(both.type),
+        self->log("sObjectsForIds(_:): id: ", {entry->first, ", (type: ", nameOrNil(both.type),
                                                ", instance: ", nameOrNil(both.instance), ")"});
       }
     }
@@ -92,10 +93,10 @@ Publisher<std::map<std::string, std::optional<SObject>>> SObjectsDataService::sO
   return tuples.map([weak = weak_from_this()](std::vector<NameTuple>&& all) {
     std::map<std::string, std::optional<SObject>> found;
     for (auto& [name, sObject] : all) {
-      const auto entry = found.insert_or_assign(std::move(name), std::move(sObject));
+      const auto entry = found.insert_or_assign(found.end(), std::move(name), std::move(sObject));
       if (const auto self = weak.lock()) {
         self->log("sObjectsForNames(_:): tuples for each id: ",
-                  {entry.first->first, ", ", describe(optionalName(entry.first->second)), ")"});
+                  {entry->first, ", ", describe(optionalName(entry->second)), ")"});
       }
     }
     return found;

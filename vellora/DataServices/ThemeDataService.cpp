@@ -102,7 +102,7 @@ Publisher<std::map<std::string, ThemeItem>> ThemeDataService::themes(std::vector
         for (auto& [name, theme] : tuples) {
           if (const auto service = weak.lock()) service->log("themes(for:): name: ", {name});
           if (theme) {
-            found.insert_or_assign(std::move(name), *std::move(theme));
+            found.insert_or_assign(found.end(), std::move(name), *std::move(theme));
           } else {
             found.erase(name);
           }

@@ -37,7 +37,7 @@ std::vector<std::string> VelloraService::Implementation::PresentationLookup::kee
   types_ = std::move(sObjects);
   std::set<std::string> names;
   for (const auto& [id, found] : types_) {
-    if (found.type) names.insert(found.type->name);
+    if (found.type) names.insert(names.end(), found.type->name);  // ids in order often have types in order
     if (found.instance) names.insert(found.instance->name);
   }
   return {names.begin(), names.end()};
@@ -63,7 +63,7 @@ VelloraService::Implementation::Infos VelloraService::Implementation::Presentati
     describeTo(line, found.instance);
     facade->log(line);
     if (!found.type) continue;
-    infos.insert_or_assign(id,
+    infos.insert_or_assign(infos.end(), id,
                            facade->createObjectPresentationInfo(*found.type, found.instance, themes, line));
   }
   return infos;
