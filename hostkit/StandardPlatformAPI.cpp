@@ -73,7 +73,7 @@ Result<std::shared_ptr<CorvaneSDK::Network>> makeNetwork(StandardPlatformAPI::Op
   networkOptions.observer = std::move(options.observer);
   networkOptions.secrets = std::move(secrets);
   if (options.asksConditionally) networkOptions.bodies = std::move(cache);
-  if (options.cacheFile && !options.cache) networkOptions.bodiesOf = std::move(options.cacheOwner);
+  if (options.cacheFile) networkOptions.bodiesOf = std::move(options.cacheOwner);
   networkOptions.pausesWhenRefused = options.pausesWhenRefused;
   auto network = CurlNetwork::make(std::move(networkOptions));
   if (!network) return network.error();
@@ -88,6 +88,7 @@ Result<std::shared_ptr<StandardPlatformAPI>> StandardPlatformAPI::make(Options o
   const auto secrets = makeSecrets(options);
   // The address first: a mistyped one should leave no cache file behind.
   if (auto fault = faultOfAddress(options)) return *std::move(fault);
+  if (options.cache) options.cacheOwner.reset();  // it is the owner of a file that is not opened
   auto logger = makeLogger(std::move(options.logger), secrets);
   SQLiteCache::Options cacheOptions;
   cacheOptions.owner = options.cacheOwner;

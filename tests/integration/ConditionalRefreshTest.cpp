@@ -13,6 +13,7 @@
 #include "apps/records-server/RecordsServer.h"
 #include "hostkit/StandardPlatformAPI.h"
 #include "hostkit/cache/CacheArchive.h"
+#include "hostkit/cache/memory/MemoryCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
 #include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
@@ -198,6 +199,19 @@ TEST_P(ConditionalRefreshTest, TheOwnerOfTheCacheKeepsTheBodiesWhenTheTokenIsRen
   token = "token-of-the-evening";
   refresh();
   EXPECT_THAT(takeStatuses(), ElementsAre(200, 200, 304, 304));
+}
+
+// The owner is that of the file, which is not opened then.
+TEST_P(ConditionalRefreshTest, InACacheOfYourOwnBodiesAreTheirTokensThoughAnOwnerIsNamed) {
+  std::string token = "token-of-the-first";
+  options.token = [&token] { return std::optional(token); };
+  options.cacheOwner = "records.example somebody";
+  options.cache = std::make_shared<hostkit::MemoryCache>();
+  serve(3);
+  refresh();
+  token = "token-of-the-second";
+  refresh();
+  EXPECT_THAT(takeStatuses(), ElementsAre(200, 200, 200, 200));
 }
 
 TEST_P(ConditionalRefreshTest, AServerThatSaysSoUnaskedFailsTheRefreshWithItsReason) {
