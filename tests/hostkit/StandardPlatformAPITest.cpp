@@ -131,11 +131,11 @@ TEST(StandardPlatformAPITest, KeepsATokenOutOfTheLogThatIsThereOnlyOnceSomething
 
 TEST(StandardPlatformAPITest, LeavesTheLogAsItIsWhereANetworkOfOnesOwnHasTheTokens) {
   const auto logger = std::make_shared<testkit::RecordingLogger>();
-  const auto api =
-      StandardPlatformAPI::make({.token = [] { return std::optional<std::string>("abc-secret99"); },
-                                 .logger = logger,
-                                 .network = std::make_shared<testkit::StubNetwork>()})
-          .value();
+  StandardPlatformAPI::Options options;
+  options.token = [] { return std::optional<std::string>("abc-secret99"); };
+  options.logger = logger;
+  options.network = std::make_shared<testkit::StubNetwork>();
+  const auto api = StandardPlatformAPI::make(std::move(options)).value();
   EXPECT_EQ(api->logger(), logger);
 }
 
