@@ -23,6 +23,7 @@ struct Download {
     curl_easy_setopt(easy.get(), CURLOPT_URL, url.c_str());
     curl_easy_setopt(easy.get(), CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy.get(), CURLOPT_PROXY, "");
+    curl_easy_setopt(easy.get(), CURLOPT_ACCEPT_ENCODING, "gzip");
     curl_easy_setopt(easy.get(), CURLOPT_WRITEFUNCTION, &append);
     curl_easy_setopt(easy.get(), CURLOPT_WRITEDATA, &body);
   }

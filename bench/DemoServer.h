@@ -11,4 +11,7 @@ namespace vellora::bench {
 /// program when it cannot be started.
 [[nodiscard]] recordsserver::RecordsServer& demoServer();
 
+/// The same, which packs its bodies for who accepts them so, as servers do that are reached from afar.
+[[nodiscard]] recordsserver::RecordsServer& packingServer();
+
 }  // namespace vellora::bench
