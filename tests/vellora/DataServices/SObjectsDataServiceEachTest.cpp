@@ -186,51 +186,50 @@ class ListeningLogger final : public CorvaneSDK::Logger {
   std::function<void(std::string_view line)> onLine;
 };
 
-TEST_F(SObjectsDataServiceEachTest, ARowFromAnOlderListDoesNotOutliveTheNewerOne) {
-  cacheList();
-  host.network->answer(
-      listUrl,
-      StubNetwork::body(
-          R"({"sobjects":[{"name":"Account","label":"Client","labelPlural":"Clients","createable":true}]})"));
-  AnyCancellable renewal;
+/// A newer list comes while a lookup has the older one in its hands.
+class NewerListTest : public SObjectsDataServiceEachTest {
+ protected:
+  /// A service with the usual list in the cache. When it has logged `line`, it fetches a list of `type`
+  /// alone.
+  std::shared_ptr<SObjectsDataService> renewingAt(std::string_view line, const std::string& type) {
+    cacheList();
+    host.network->answer(listUrl, StubNetwork::body(R"({"sobjects":[)" + type + "]}"));
+    const auto logger = std::make_shared<ListeningLogger>();
+    auto renewing =
+        std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
+    logger->onLine = [this, line, &service = *renewing](std::string_view logged) {
+      if (isRenewed || logged != line) return;
+      isRenewed = true;
+      renewal = service.renewedSObjects().sink([](const auto&) {});
+    };
+    return renewing;
+  }
+
   bool isRenewed = false;
-  const auto logger = std::make_shared<ListeningLogger>();
-  const auto other =
-      std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
-  logger->onLine = [&](std::string_view line) {
-    if (isRenewed || line != "cachedSObjects()") return;
-    isRenewed = true;  // now that the old list has been read
-    renewal = other->renewedSObjects().sink([](const auto&) {});
-  };
+  AnyCancellable renewal;
+};
+
+TEST_F(NewerListTest, ARowOfTheOlderListDoesNotOutliveIt) {
+  const auto renewing = renewingAt(
+      "cachedSObjects()", R"({"name":"Account","label":"Client","labelPlural":"Clients","createable":true})");
   std::vector<std::string> labels;
   for (int i = 0; i < 2; ++i) {
-    token = other->eachOfNames({"Account"}, Source::cacheFirst).sink([&](const auto& each) {
+    token = renewing->eachOfNames({"Account"}, Source::cacheFirst).sink([&](const auto& each) {
       labels.push_back(each.value.value()->label);
     });
   }
+  EXPECT_TRUE(isRenewed);
   EXPECT_EQ(labels.size(), 2U);
   EXPECT_EQ(labels.back(), "Client");
 }
 
-TEST_F(SObjectsDataServiceEachTest, APrefixFromAnOlderListDoesNotOutliveTheNewerOne) {
-  cacheList();
-  host.network->answer(
-      listUrl,
-      StubNetwork::body(
-          R"({"sobjects":[{"name":"Client","keyPrefix":"001","label":"C","labelPlural":"Cs","createable":true}]})"));
-  AnyCancellable renewal;
-  bool isRenewed = false;
-  const auto logger = std::make_shared<ListeningLogger>();
-  const auto other =
-      std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
-  logger->onLine = [&](std::string_view line) {
-    if (isRenewed || line != "cachedKeyPrefixes()") return;
-    isRenewed = true;  // now that the old prefixes have been read
-    renewal = other->renewedSObjects().sink([](const auto&) {});
-  };
+TEST_F(NewerListTest, APrefixOfTheOlderListDoesNotOutliveIt) {
+  const auto renewing =
+      renewingAt("cachedKeyPrefixes()",
+                 R"({"name":"Client","keyPrefix":"001","label":"C","labelPlural":"Cs","createable":true})");
   std::string found;
   for (int i = 0; i < 2; ++i) {
-    token = other->eachOfIds({"0011"}, Source::cacheFirst).sink([&](const auto& each) {
+    token = renewing->eachOfIds({"0011"}, Source::cacheFirst).sink([&](const auto& each) {
       found = text(each.value.value());
     });
   }
