@@ -65,8 +65,8 @@ function(vellora_optimise target)
   endif()
 endfunction()
 
-# vellora_run_fast(<source>…): sources of a COMPACT library that are compiled for speed all the same, but with
-# VELLORA_SMALL.
+# vellora_run_fast(<source>…): sources of a COMPACT library that are compiled for speed all the same. With
+# VELLORA_SMALL they are not.
 function(vellora_run_fast)
   if(NOT VELLORA_SMALL)
     set_source_files_properties(${ARGN} PROPERTIES

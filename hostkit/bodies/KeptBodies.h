@@ -41,9 +41,9 @@ class KeptBodies {
   static constexpr std::string_view keyKind = "keptBodyKey";
 
   struct Options {
-    /// How much is kept at most, with headers and rows, as far as one object knows: each counts all
-    /// there is at first, what it keeps itself, and all there is when that is too much. The bodies that were
-    /// kept first go first. One that takes more than a quarter is not kept.
+    /// How much is kept at most, with headers and rows, as far as one object knows. Before it keeps its first
+    /// body, it counts all there are. Then it adds what it keeps itself, and counts all anew when that is too
+    /// much. The bodies that were kept first go first. One that takes more than a quarter is not kept.
     std::size_t maxBytes = std::size_t{16} * 1024 * 1024;
     /// Whose bodies these are, whatever token is sent. Absent: each token has bodies of its own.
     std::optional<std::string> user = {};

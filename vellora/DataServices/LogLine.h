@@ -12,7 +12,7 @@ namespace vellora {
 using LineParts = std::initializer_list<std::string_view>;
 
 /// Logs `beginning` and `parts`, one behind the other, as one line. A line of up to 256 bytes takes no
-/// memory, as most lines of a lookup do, and neither does one without parts, however long it is.
+/// memory; most lines of a lookup are shorter. A line without parts takes none, however long it is.
 ///
 ///     logLine(logger, LogLevel::info, "cachedName(for:)", {", keyPrefix: ", prefix});
 void logLine(CorvaneSDK::Logger& logger, CorvaneSDK::LogLevel level, std::string_view beginning,
