@@ -24,7 +24,7 @@ std::optional<Release> readRelease(const std::string& word) {
   const auto at = word.find('@');
   const auto thing = valueOf<Thing>(word.substr(0, at));
   if (at == std::string::npos || !thing) return std::nullopt;
-  return Release{*thing, std::strtoull(word.c_str() + at + 1, nullptr, 10)};
+  return Release{*thing, std::strtoul(word.c_str() + at + 1, nullptr, 10)};
 }
 
 }  // namespace
