@@ -1,6 +1,6 @@
 #include "vellora/Services/PresentationLookup.h"
 
-#include <set>
+#include <algorithm>
 
 #include "vellora/DataServices/Silence.h"
 #include "vellora/DataServices/ThemeDataService.h"
@@ -35,12 +35,13 @@ void VelloraService::Implementation::PresentationLookup::logEnd() const {
 std::vector<std::string> VelloraService::Implementation::PresentationLookup::keepTypes(
     SObjectsById sObjects) {
   types_ = std::move(sObjects);
-  std::set<std::string> names;
+  std::vector<std::string_view> names;
   for (const auto& [id, found] : types_) {
-    if (found.type) names.insert(names.end(), found.type->name);  // ids in order often have types in order
-    if (found.instance) names.insert(found.instance->name);
+    if (found.type) names.push_back(found.type->name);
+    if (found.instance) names.push_back(found.instance->name);
   }
-  return {names.begin(), names.end()};
+  std::sort(names.begin(), names.end());
+  return {names.begin(), std::unique(names.begin(), names.end())};
 }
 
 Publisher<std::map<std::string, ThemeItem>> VelloraService::Implementation::PresentationLookup::themesOf(
@@ -50,11 +51,13 @@ Publisher<std::map<std::string, ThemeItem>> VelloraService::Implementation::Pres
 }
 
 VelloraService::Implementation::Infos VelloraService::Implementation::PresentationLookup::infosOfRecords(
-    ThemeItems items) const {
+    ThemeItems items) {
   const Themes themes = lookedUp(std::move(items));
   Infos infos;
   std::string line;  // one after the other, in the same memory
-  for (const auto& [id, found] : types_) {
+  while (!types_.empty()) {
+    auto record = types_.extract(types_.begin());  // let go of at once: its memory serves the next
+    const auto& found = record.mapped();
     const auto facade = facade_.lock();
     if (!facade) continue;
     line.assign(signature_).append(" typeSObject: ");
@@ -63,8 +66,8 @@ VelloraService::Implementation::Infos VelloraService::Implementation::Presentati
     describeTo(line, found.instance);
     facade->log(line);
     if (!found.type) continue;
-    infos.insert_or_assign(infos.end(), id,
-                           facade->createObjectPresentationInfo(*found.type, found.instance, themes, line));
+    infos.emplace_hint(infos.end(), std::move(record.key()),
+                       facade->createObjectPresentationInfo(*found.type, found.instance, themes, line));
   }
   return infos;
 }

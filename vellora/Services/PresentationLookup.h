@@ -45,8 +45,8 @@ class VelloraService::Implementation::PresentationLookup {
   [[nodiscard]] std::vector<std::string> keepTypes(SObjectsById found);
   /// The theme entries of these types. Without the façade it never ends: nobody is to be answered.
   [[nodiscard]] Publisher<ThemeItems> themesOf(std::vector<std::string> names) const;
-  /// What the kept types look like, by id.
-  [[nodiscard]] Infos infosOfRecords(ThemeItems items) const;
+  /// What the kept types look like, by id. Lets go of the types.
+  [[nodiscard]] Infos infosOfRecords(ThemeItems items);
 
   /// Keeps what these types look like, by name, in place of what was kept of them before.
   void keepInfos(const SObjectsByName& sObjects, ThemeItems items);
