@@ -35,8 +35,10 @@ struct Download {
 }  // namespace
 
 struct BareClient::State {
-  State(const std::string& server, const std::string& file)
-      : types(server + "/services/data/v50.0/sobjects"), themes(server + "/services/data/v50.0/theme") {
+  State(const std::string& server, const std::string& file, Bodies kept)
+      : bodies(kept),
+        types(server + "/services/data/v50.0/sobjects"),
+        themes(server + "/services/data/v50.0/theme") {
     sqlite3* opened = nullptr;
     sqlite3_open(file.c_str(), &opened);
     database.reset(opened);
@@ -71,12 +73,15 @@ struct BareClient::State {
     auto document = parser.parse(download.body);
     if (document.error()) return false;
     const bool isTypes = &download == &types;
+    if (bodies == Bodies::kept && !save(isTypes ? "body of types" : "body of themes", download.body))
+      return false;
     const auto text = isTypes ? writtenTypes(typeList = extractedTypes(document.value()))
                               : writtenThemes(themeList = extractedThemes(document.value()));
     return save(isTypes ? "types" : "themes", {text.GetString(), text.GetSize()});
   }
 
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi{curl_multi_init(), curl_multi_cleanup};
+  const Bodies bodies;
   Download types;
   Download themes;
   std::unique_ptr<sqlite3, decltype(&sqlite3_close)> database{nullptr, sqlite3_close};
@@ -85,8 +90,8 @@ struct BareClient::State {
   std::vector<ThemeItem> themeList;
 };
 
-BareClient::BareClient(const std::string& server, const std::string& file)
-    : state_(std::make_unique<State>(server, file)) {}
+BareClient::BareClient(const std::string& server, const std::string& file, Bodies bodies)
+    : state_(std::make_unique<State>(server, file, bodies)) {}
 
 BareClient::~BareClient() = default;
 

@@ -2,8 +2,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "bench/Table.h"
@@ -24,8 +27,9 @@ class Suite {
   };
 
   enum class Clock {
-    cpu,   ///< of the timed thread: for work on one thread
-    wall,  ///< for work that waits, or has several threads
+    cpu,     ///< of the timed thread: for work on one thread
+    wall,    ///< for work that waits, or has several threads
+    rested,  ///< as `runRested` takes it: for work that wakes threads, as an app's questions do
   };
 
   struct Goal {
@@ -36,9 +40,12 @@ class Suite {
     };
     Kind kind;
     double bound = 0;
+    std::optional<double> accepted = {};  ///< see `Table::Line`
   };
 
-  [[nodiscard]] static Goal atMost(double bound) { return {Goal::Kind::atMost, bound}; }
+  [[nodiscard]] static Goal atMost(double bound, std::optional<double> accepted = {}) {
+    return {Goal::Kind::atMost, bound, accepted};
+  }
   [[nodiscard]] static Goal atLeast(double bound) { return {Goal::Kind::atLeast, bound}; }
   [[nodiscard]] static Goal reported() { return {Goal::Kind::reported}; }
 
@@ -72,5 +79,18 @@ class Suite {
   std::vector<Comparison> comparisons_;
   std::vector<std::function<Table::Line()>> counts_;
 };
+
+/// Runs `once` for each iteration of a timing by `Clock::rested`, each time after a pause in which all
+/// threads fall asleep, and times only `once`. Without the pause, which of them is still awake decides what a
+/// hop takes.
+template <class Once>
+void runRested(benchmark::State& state, Once once) {
+  for (auto _ : state) {
+    std::this_thread::sleep_for(std::chrono::microseconds(500));
+    const auto begun = std::chrono::steady_clock::now();
+    once();
+    state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count());
+  }
+}
 
 }  // namespace vellora::bench

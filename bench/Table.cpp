@@ -21,18 +21,32 @@ std::string threeDigits(double number) {
   return rounded(number, number < 10 ? 2 : number < 100 ? 1 : 0);
 }
 
+bool isWithin(const Table::Line& line, double bound) {
+  return line.ratio && (line.isLowerBound ? *line.ratio >= bound : *line.ratio <= bound);
+}
+
+bool isMet(const Table::Line& line) {
+  return !line.bound || isWithin(line, *line.bound);
+}
+
 bool isKept(const Table::Line& line) {
-  if (!line.bound) return true;
-  if (!line.ratio) return false;
-  return line.isLowerBound ? *line.ratio >= *line.bound : *line.ratio <= *line.bound;
+  return isMet(line) || (line.accepted && isWithin(line, *line.accepted));
+}
+
+std::string goalOf(const Table::Line& line) {
+  if (!line.bound) return "reported";
+  const std::string goal = (line.isLowerBound ? "≥ " : "≤ ") + threeDigits(*line.bound);
+  return line.accepted ? goal + " (" + threeDigits(*line.accepted) + ")" : goal;
+}
+
+std::string outcomeOf(const Table::Line& line) {
+  if (!line.bound) return "";
+  return isMet(line) ? "met" : isKept(line) ? "missed" : "MISSED";
 }
 
 Cells cellsOf(const Table::Line& line) {
-  const auto goal =
-      line.bound ? (line.isLowerBound ? "≥ " : "≤ ") + threeDigits(*line.bound) : std::string("reported");
-  return {line.what,    line.ours,
-          line.against, line.ratio ? threeDigits(*line.ratio) : "",
-          goal,         !line.bound ? "" : isKept(line) ? "met" : "MISSED"};
+  return {line.what,    line.ours,      line.against, line.ratio ? threeDigits(*line.ratio) : "",
+          goalOf(line), outcomeOf(line)};
 }
 
 // In characters: counts the bytes of UTF-8 that are not continuations, one for each character.
@@ -50,8 +64,9 @@ void printRow(std::ostream& out, const Cells& cells, const std::array<std::size_
 
 }  // namespace
 
-bool Table::isMet() const {
-  return !failed_ && std::all_of(lines_.begin(), lines_.end(), isKept);
+bool Table::isKept() const {
+  return !failed_ &&
+         std::all_of(lines_.begin(), lines_.end(), [](const Line& line) { return bench::isKept(line); });
 }
 
 void Table::print(std::ostream& out) const {

@@ -18,18 +18,21 @@ class Table {
     std::optional<double> ratio = {};
     std::optional<double> bound = {};  ///< absent: nothing is asked
     bool isLowerBound = false;         ///< the ratio is to be at least the bound, not at most
+    /// What a goal that is known to be missed is held to, as far on the same side; docs/performance.md says
+    /// why it is missed.
+    std::optional<double> accepted = {};
     std::vector<std::string> details = {};
   };
 
   void add(Line line) { lines_.push_back(std::move(line)); }
 
-  /// Notes that something could not be measured: from then on no goal counts as met.
+  /// Notes that something could not be measured: from then on nothing counts as kept.
   void noteFailure() { failed_ = true; }
 
   [[nodiscard]] bool isMeasured() const { return !failed_; }
 
-  /// Whether everything was measured and every goal is met.
-  [[nodiscard]] bool isMet() const;
+  /// Whether everything was measured, and every goal is met or missed by no more than is accepted.
+  [[nodiscard]] bool isKept() const;
 
   /// Prints aligned text that is also a Markdown table, and the details below it as a list.
   void print(std::ostream& out) const;
