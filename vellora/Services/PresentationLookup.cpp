@@ -78,11 +78,8 @@ void VelloraService::Implementation::PresentationLookup::keepInfos(const SObject
   std::string line;
   for (const auto& [name, sObject] : sObjects) {
     const auto facade = facade_.lock();
-    if (sObject && facade) {
-      infos_.insert_or_assign(name, facade->createObjectPresentationInfo(*sObject, {}, themes, line));
-    } else {
-      infos_.erase(name);
-    }
+    if (!sObject || !facade) continue;
+    infos_.insert_or_assign(name, facade->createObjectPresentationInfo(*sObject, {}, themes, line));
   }
 }
 

@@ -20,7 +20,7 @@ namespace vellora {
 /// One presentation lookup: its steps, and what they have found so far.
 ///
 /// A lookup by ids takes `keepTypes`, `themesOf` and `infosOfRecords`, one after the other. A lookup by
-/// API names calls `keepInfos` for each pair of object types and themes, and `takeInfos` at the end.
+/// API names calls `keepInfos` with object types and themes, when both are there, and `takeInfos` at the end.
 ///
 /// Ownership: shared by the steps of a pipeline; holds the façade weakly. Once that is gone, the steps log
 /// nothing and find nothing more.
@@ -48,7 +48,7 @@ class VelloraService::Implementation::PresentationLookup {
   /// What the kept types look like, by id. Lets go of the types.
   [[nodiscard]] Infos infosOfRecords(ThemeItems items);
 
-  /// Keeps what these types look like, by name, in place of what was kept of them before.
+  /// Keeps what these types look like, by name.
   void keepInfos(const SObjectsByName& sObjects, ThemeItems items);
   [[nodiscard]] Infos takeInfos() { return std::move(infos_); }
 

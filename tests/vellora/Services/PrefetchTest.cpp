@@ -1,4 +1,8 @@
+#include <new>
+
+#include "tests/support/RefusingQueue.h"
 #include "tests/vellora/Services/ServiceFixture.h"
+#include "vellora/Platform/Values/OutOfMemory.h"
 
 namespace vellora {
 namespace {
@@ -213,6 +217,20 @@ TEST_F(PrefetchTest, AWaiterAfterAFailureRunsThePrefetchAgain) {
   EXPECT_EQ(network->count(sObjectsUrl), 1U) << "that list is fresh";
   EXPECT_THAT(infosOf("waitForPrefetch"),
               ElementsAre(waiting + "failed(other(line down))", waiting + "isLoading", waiting + "loaded"));
+}
+
+TEST_F(PrefetchTest, FailsWhenTheHostsQueueHasNoMemoryForItsLoads) {
+  const auto refusing = std::make_shared<tests::RefusingQueue>();
+  service.emplace(api(), timeout, "light", refusing);
+  refusing->runAll();
+  queues.runAll();
+  ASSERT_EQ(service->primerState(), State::loaded());
+  clock.advance(timeout + 1);
+  refusing->refuseNext();
+  Received answer;
+  EXPECT_THROW(service->objectPresentationInfoForIds({"001"}, into(answer)), std::bad_alloc);
+  ASSERT_NE(service->primerState().error(), nullptr) << "at isLoading every later lookup would wait for ever";
+  EXPECT_NE(service->primerState().error()->as<OutOfMemory>(), nullptr);
 }
 
 TEST_F(PrefetchTest, AWaiterAfterExpiryRunsThePrefetchAgain) {
