@@ -17,6 +17,7 @@
 #include "vellora/Catalog/Catalog.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Platform/Queues/Sleep.h"
+#include "vellora/Platform/Queues/ThreadPool.h"
 #include "vellora/Services/VelloraService.h"
 
 // What an app's process does while nobody asks anything: nothing. The time of the threads is stepped.
@@ -108,6 +109,16 @@ TEST_F(IdleProcessTest, WakesNoThreadInAnHourThoughCatalogueWatchAndFacadeAreThe
   EXPECT_EQ(SteppedSleep::wakeUpsOfAnHour(ours), 0U);
 
   EXPECT_EQ(type().get().end, End::answered) << "threads have come again";
+}
+
+TEST_F(IdleProcessTest, EndsItsThreadsWithoutWorkWhenMemoryIsReleased) {
+  const Catalog catalog(host(), {});
+  ASSERT_EQ(catalog.types({"Account"}).get().end, End::answered);
+  // One that still works has to find out first that it has none.
+  do {
+    catalog.releaseMemory();
+    std::this_thread::yield();
+  } while (detail::ThreadPool::shared().threads() > 0);
 }
 
 }  // namespace

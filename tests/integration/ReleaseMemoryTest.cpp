@@ -132,6 +132,14 @@ TEST_F(ReleaseMemoryTest, AFacadeLetsGoOfTheSame) {
   EXPECT_GT(bytesFreedBy([&] { facade.releaseMemory(); }), leastRemembered);
 }
 
+TEST_F(ReleaseMemoryTest, LetsGoOfTheParserThatTheThreadKeeps) {
+  const Catalog catalog(host_, {.answersOn = answers_, .timer = timer_});
+  settle();
+  catalog.releaseMemory();
+  ASSERT_TRUE(json::decode<std::vector<std::string>>(Data(std::string(megabyte, ' ') + "[]")));
+  EXPECT_GT(bytesFreedBy([&] { catalog.releaseMemory(); }), megabyte);
+}
+
 TEST_F(ReleaseMemoryTest, ACatalogueWithoutAHostHasNothingToLetGoOf) {
   const Catalog catalog(nullptr, {.answersOn = answers_, .timer = timer_});
   EXPECT_EQ(bytesFreedBy([&] { catalog.releaseMemory(); }), 0U);

@@ -244,6 +244,28 @@ TEST_F(CompactLayoutDataServiceReleaseTest, ReleasingTheServiceLetsGoOfAllThatTh
   EXPECT_EQ(network->held(), 1U);
 }
 
+TEST_F(CompactLayoutDataServiceReleaseTest,
+       ReleasedAtTheLineAboutTheNamesWhatEachLayoutDownloadsIsNotCached) {
+  serve(accountLayout.held(), userNames.held());
+  before = false;
+  const auto names = std::make_shared<const std::vector<std::string>>(1, "Account");
+  // Load, request, line, request, line, names.
+  for (int call = 4; call <= 5; ++call) {
+    cache->remove("OPS_CompactLayout_Account");
+    const RequiredAPI api{std::make_shared<CountedNetwork>(network, calls, before),
+                          std::make_shared<CountedCache>(cache, calls, before),
+                          std::make_shared<CountedLogger>(logger, calls, before)};
+    service = std::make_shared<CompactLayoutDataService>(api, timeout);
+    calls.runAt(call, [this] { service.reset(); });
+    const auto token = service->eachLayout(names, Source::cacheFirst).sink([](const auto&) {});
+    while (network->releaseOne()) {
+    }
+    EXPECT_EQ(service, nullptr) << call;
+    EXPECT_EQ(calls.count(), call);
+    EXPECT_FALSE(isCached("Account")) << call;
+  }
+}
+
 TEST_F(CompactLayoutDataServiceReleaseTest, AnAnsweredLookupLeavesNothingOfTheCallersBehind) {
   serve(accountLayout, userNames);
   auto held = std::make_shared<int>(7);

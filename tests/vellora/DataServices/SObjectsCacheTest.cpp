@@ -191,6 +191,21 @@ TEST_F(SObjectsCacheTest, DecodesTheListOnceWhileItsRowHoldsTheSameBytes) {
                           "save(_:)", "saveKeyPrefixes(_:)", "cachedSObjects()", "cachedKeyPrefixes()"));
 }
 
+TEST_F(SObjectsCacheTest, LetsGoOfTheListAndOfTheKeyPrefixesWhenMemoryIsReleasedOrAllIsForgotten) {
+  for (const bool isToForget : {false, true}) {
+    cache.save(std::vector{account});
+    const std::weak_ptr list = cache.cachedSObjects();
+    const std::weak_ptr names = cache.cachedKeyPrefixes();
+    ASSERT_FALSE(list.expired() || names.expired());
+
+    isToForget ? cache.forget() : cache.releaseMemory();
+
+    EXPECT_TRUE(list.expired()) << isToForget;
+    EXPECT_TRUE(names.expired()) << isToForget;
+    EXPECT_EQ(cachedList().has_value(), !isToForget);
+  }
+}
+
 TEST_F(SObjectsCacheTest, GivesNoRememberedListForARowThatCannotBeDecoded) {
   cache.save(std::vector{account});
   EXPECT_EQ(cachedList(), std::vector{account});

@@ -237,6 +237,20 @@ TEST_F(NewerListTest, APrefixOfTheOlderListDoesNotOutliveIt) {
   EXPECT_EQ(found, "Client");
 }
 
+TEST_F(NewerListTest, ARowThatTheFacadesLookupTookFromTheOlderListStays) {
+  const auto renewing =
+      renewingAt("cachedKeyPrefixes()",
+                 R"({"name":"Client","keyPrefix":"001","label":"C","labelPlural":"Cs","createable":true})");
+  Received<ById> received;
+  watch(renewing->sObjectsForIds({"0011"}), received);
+  queues.runAll();
+  EXPECT_TRUE(isRenewed);
+  const auto rows = host.cache->openTable(tableKey)->load(CorvaneSDK::Query::exact(
+      CorvaneSDK::metaEquals({{"cacheEntryType", "keyPrefix"}, {"keyPrefix", "001"}})));
+  ASSERT_EQ(rows.size(), 1U);
+  EXPECT_EQ(rows.front().view(), "\"Account\"");
+}
+
 TEST_F(SObjectsDataServiceEachTest, ACacheThatKeepsNothingCostsOneFetchForAllNames) {
   host.cache->fail(testkit::FailingCache::Operation::tableUpsert);
   host.network->answer(listUrl, StubNetwork::body(listBody));
@@ -310,6 +324,24 @@ TEST_F(SObjectsDataServiceEachTest, OfTwoListsThatComeAtTheSameMomentTheLaterOne
     found.emplace(each.key, text(each.value.value()));
   });
   EXPECT_EQ(found, (Found{{"0011", "nobody's"}, {"0021", "Account"}}));
+}
+
+TEST_F(SObjectsDataServiceEachTest, AServiceThatIsReleasedWhileAListIsSavedDoesNotSaveTheNext) {
+  const auto logger = std::make_shared<ListeningLogger>();
+  auto other = std::make_shared<SObjectsDataService>(RequiredAPI(host.network, host.cache, logger), 3600);
+  host.network->answer(listUrl, StubNetwork::body(listBody).held());
+  const auto first = other->sObjectsFromNowOn().sink([](const auto&) {});
+  const auto second = other->sObjectsFromNowOn().sink([](const auto&) {});
+  std::size_t saved = 0;
+  logger->onLine = [&](std::string_view line) {
+    if (line != "save(_:)") return;
+    ++saved;
+    host.network->releaseOne();  // the second has come, and waits for the first
+    other.reset();
+  };
+  host.network->releaseOne();
+  EXPECT_EQ(saved, 1U);
+  EXPECT_EQ(host.network->held(), 0U);
 }
 
 TEST_F(SObjectsDataServiceEachTest, RowsOfAnOlderListThanTheFacadesDoNotCount) {

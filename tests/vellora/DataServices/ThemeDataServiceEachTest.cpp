@@ -208,5 +208,52 @@ TEST_F(ThemeDataServiceEachTest, ARowFromAnOlderListDoesNotOutliveTheNewerOne) {
   EXPECT_EQ(found.back(), entry("Account", "new"));
 }
 
+TEST_F(ThemeDataServiceEachTest, ARowThatTheFacadesLookupTookFromTheOlderListStays) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account", "old")})));
+  static_cast<void>(load(service));
+  network->answer(url, StubNetwork::body(response({entryJson("Account", "new")})));
+  AnyCancellable renewal;
+  bool isRenewed = false;
+  const auto listening = std::make_shared<ListeningLogger>();
+  const auto other = std::make_shared<ThemeDataService>(RequiredAPI(network, cache, listening), cacheTimeout);
+  listening->onLine = [&](std::string_view line) {
+    if (isRenewed || line != "cachedThemes()") return;
+    isRenewed = true;
+    renewal = other->renewedThemes().sink([](const auto&) {});
+  };
+  ASSERT_TRUE(tests::Answer(other->themes({"Account"})).wait());
+  EXPECT_TRUE(isRenewed);
+  EXPECT_EQ(rowData({{"cacheEntryType", "theme"}, {"name", "Account"}}), entryJson("Account", "old"));
+}
+
+TEST_F(ThemeDataServiceEachTest, AServiceThatIsReleasedWhileAListIsSavedDoesNotSaveTheNext) {
+  const auto listening = std::make_shared<ListeningLogger>();
+  auto other = std::make_shared<ThemeDataService>(RequiredAPI(network, cache, listening), cacheTimeout);
+  network->answer(url, StubNetwork::body(response({entryJson("Account")})).held());
+  const auto first = other->themesFromNowOn().sink([](const auto&) {});
+  const auto second = other->themesFromNowOn().sink([](const auto&) {});
+  std::size_t saved = 0;
+  listening->onLine = [&](std::string_view line) {
+    if (line != "save(_:)") return;
+    ++saved;
+    network->releaseOne();  // the second has come, and waits for the first
+    other.reset();
+  };
+  network->releaseOne();
+  EXPECT_EQ(saved, 1U);
+  EXPECT_EQ(network->held(), 0U);
+}
+
+TEST_F(ThemeDataServiceEachTest, ForgettingLetsGoOfTheListInMemory) {
+  network->answer(url, StubNetwork::body(response({entryJson("Account")})));
+  static_cast<void>(load(service));
+  std::weak_ptr<const NamedList<ThemeItem>> list;
+  token = service->allThemes(Source::cacheOnly).sink([&](const auto& cached) { list = cached; });
+  token.cancel();
+  EXPECT_FALSE(list.expired());
+  service->forget();
+  EXPECT_TRUE(list.expired());
+}
+
 }  // namespace
 }  // namespace vellora
