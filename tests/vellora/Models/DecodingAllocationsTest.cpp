@@ -77,6 +77,22 @@ TEST(DecodingAllocationsTest, AListThatIsReadOnceLeavesNoParserBehind) {
   EXPECT_EQ(tests::LiveMemory::now().bytes, before);
 }
 
+TEST(DecodingAllocationsTest, AThreadKeepsAParserForFourMegabytesAndNotForMore) {
+  constexpr std::size_t most = std::size_t{4} << 20U;
+  const auto textOf = [](std::size_t size) {
+    const std::string list = R"({"sobjects":[]})";
+    return Data(std::string(size - list.size(), ' ') + list);
+  };
+  const auto bytesKeptFor = [](const Data& text) {
+    json::releaseParser();
+    const auto before = tests::LiveMemory::now().bytes;
+    EXPECT_TRUE(json::decode<SObjectsResponse>(text));
+    return tests::LiveMemory::now().bytes - before;
+  };
+  EXPECT_GT(bytesKeptFor(textOf(most)), most);
+  EXPECT_EQ(bytesKeptFor(textOf(most + 1)), 0U);
+}
+
 TEST(DecodingAllocationsTest, WritingTakesMemoryForTheWriterItsGrowingTextAndItsBytes) {
   const auto types = json::decode<SObjectsResponse>(objectList("Account")).value().sObjects;
   const AllocationCounter counter;

@@ -216,6 +216,17 @@ TEST(JsonWritingTest, EscapesWhatJsonDemandsWhereverItStands) {
   }
 }
 
+struct Misnamed {
+  bool isOpen = false;
+
+  static constexpr std::string_view recordName = "Misnamed";
+  static constexpr auto fields() { return std::tuple(json::field("\xFF", &Misnamed::isOpen)); }
+};
+
+TEST(JsonWritingTest, RefusesARecordWhoseKeyIsNotUtf8) {
+  EXPECT_EQ(failureOf(Misnamed()), EncodingError::Kind::keyNotUtf8);
+}
+
 TEST(JsonWritingTest, RefusesTextThatIsNotUtf8) {
   for (const char* text : {"\xFF", "\xC0\xAF", "\xED\xA0\x80", "\xE2\x82", "a\x80", "\xF4\x90\x80\x80"}) {
     EXPECT_EQ(failureOf(std::string(text)), EncodingError::Kind::textNotUtf8);

@@ -13,6 +13,7 @@
 #include <thread>
 #include <utility>
 
+#include "tests/support/AllocationCounter.h"
 #include "tests/support/NoMoreThreads.h"
 #include "tests/support/SteppedSleep.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
@@ -51,6 +52,11 @@ std::thread::id threadThatWorksWhileAllSleep() {
 void waitForTheEndOfAllThreads() {
   while (ThreadPool::shared().threads() > 0) std::this_thread::yield();
 }
+
+class Idling final : public ThreadPool::Turn {
+ public:
+  void run() override {}
+};
 
 class ThreadPoolTest : public testing::Test {
  protected:
@@ -95,6 +101,36 @@ TEST_F(ThreadPoolTest, ThreadsWithoutWorkEndAtOnceWhenTheyAreToldTo) {
   release.set_value();
   SteppedSleep::waitForSleepers(1);
   EXPECT_EQ(ThreadPool::shared().threads(), 1U) << "the one that had work";
+}
+
+TEST_F(ThreadPoolTest, WorkThatGetsNoMemoryForTheFirstThreadIsNotTaken) {
+  const auto turn = std::make_shared<Idling>();
+  {
+    const tests::AllocationFailure failure(1);
+    EXPECT_THROW(ThreadPool::shared().submit(turn), std::bad_alloc);
+    EXPECT_TRUE(failure.happened());
+  }
+  EXPECT_EQ(turn.use_count(), 1);
+}
+
+/// Uses the pool when it goes.
+class UsingAtItsEnd final : public ThreadPool::Turn {
+ public:
+  explicit UsingAtItsEnd(std::promise<std::size_t>& threads) : threads_(threads) {}
+  ~UsingAtItsEnd() override { threads_.set_value(ThreadPool::shared().threads()); }
+  UsingAtItsEnd(const UsingAtItsEnd&) = delete;
+  UsingAtItsEnd& operator=(const UsingAtItsEnd&) = delete;
+  void run() override {}
+
+ private:
+  std::promise<std::size_t>& threads_;
+};
+
+TEST_F(ThreadPoolTest, WhatHasRunMayUseThePoolWhenItGoes) {
+  std::promise<std::size_t> threads;
+  ThreadPool::shared().submit(std::make_shared<UsingAtItsEnd>(threads));
+  EXPECT_EQ(threads.get_future().get(), 1U);
+  SteppedSleep::waitForSleepers(1);
 }
 
 TEST_F(ThreadPoolTest, ASerialQueueWithoutWorkLetsItsThreadSleep) {

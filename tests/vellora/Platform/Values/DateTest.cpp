@@ -24,6 +24,10 @@ TEST(DateTest, TellsTheSecondsFromAnEarlierPoint) {
   EXPECT_EQ(earlier.secondsSince(later), -2.5);
 }
 
+TEST(DateTest, NowIsBehindTheReferenceDate) {
+  EXPECT_GT(now(), Date());
+}
+
 TEST(DateTest, OrdersByTime) {
   EXPECT_LT(Date::since1970(1), Date::since1970(2));
   EXPECT_EQ(Date::since1970(1), Date::since1970(1));

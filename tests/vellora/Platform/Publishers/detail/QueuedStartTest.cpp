@@ -14,6 +14,18 @@
 namespace vellora::detail {
 namespace {
 
+/// Counts the ends that it is told of.
+class Ends final : public Receiver {
+ public:
+  void receive(void* /*value*/) override { ADD_FAILURE(); }
+  void complete(Completion&& /*completion*/) override { ++count_; }
+
+  [[nodiscard]] int count() const { return count_; }
+
+ private:
+  int count_ = 0;
+};
+
 TEST(QueuedStartTest, AStartThatGetsNoMemoryFailsTheSubscription) {
   const auto queue = std::make_shared<tests::RefusingQueue>();
   std::vector<Completion> ends;
@@ -24,6 +36,21 @@ TEST(QueuedStartTest, AStartThatGetsNoMemoryFailsTheSubscription) {
   queue->runAll();
   ASSERT_EQ(ends.size(), 1U);
   EXPECT_TRUE(ends.front() && ends.front()->as<OutOfMemory>());
+}
+
+TEST(QueuedStartTest, AStartThatGetsNoMemoryEndsWhatItHasBegun) {
+  const auto queue = std::make_shared<tests::RefusingQueue>();
+  bool hasEnded = false;
+  const auto upstream =
+      recipe([&hasEnded](const Handle<Receiver>& /*to*/, const SubscriptionScope& scope, Use /*use*/) {
+        scope.add([&hasEnded] { hasEnded = true; });
+        throw std::bad_alloc();
+      });
+  const Handle<Ends> ends(new Ends);
+  start(startedOn(upstream, queue), ends, SubscriptionScope());
+  queue->runAll();
+  EXPECT_TRUE(hasEnded);
+  EXPECT_EQ(ends->count(), 1);
 }
 
 TEST(QueuedStartTest, WhatIsCancelledEndsHereWhereItsQueueTakesNoWork) {
