@@ -20,7 +20,10 @@
 #include "tests/support/Requests.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TlsServer.h"
+#include "vellora/DataServices/SObjectsCache.h"
 #include "vellora/Host/LogLevel.h"
+#include "vellora/Host/Table.h"
 #include "vellora/Platform/Values/Data.h"
 
 namespace vellora::hostkit {
@@ -259,6 +262,46 @@ TEST(StandardPlatformAPITest, AsksWithAConditionForWhatItsCacheKeepsUnlessThatIs
     }
     EXPECT_EQ(server.requests().at(1).find("If-None-Match: \"1\"") != std::string::npos, asks);
   }
+}
+
+/// Whether what was kept under one token is asked for with a condition under another.
+bool asksWithAConditionUnderAnotherToken(StandardPlatformAPI::Options options) {
+  vellora::tests::ScriptedServer server;
+  server.replyAlways(vellora::tests::ScriptedServer::http("200 OK", "themes", {"ETag: \"1\""}));
+  std::string token;
+  options.server = server.url();
+  options.token = [&token] { return std::optional(token); };
+  const auto api = StandardPlatformAPI::make(std::move(options)).value();
+  using CorvaneSDK::Table;
+  const auto table = api->cache()->createTable(
+      Table::emptyWithKey(std::string(SObjectsCache::tableKey), Table::MaxAge::sevenDays));
+  for (const char* next : {"first-token", "second-token"}) {
+    token = next;
+    EXPECT_EQ(vellora::tests::answerTo(*api->network(), vellora::tests::get("/theme")).body(), "themes");
+  }
+  return server.requests().at(1).find("If-None-Match: \"1\"") != std::string::npos;
+}
+
+TEST(StandardPlatformAPITest, KeepsBodiesForTheOwnerOfItsCacheFileElseForTheToken) {
+  const vellora::tests::TemporaryFolder folder;
+  StandardPlatformAPI::Options options;
+  options.cacheOwner = "alice";
+  EXPECT_FALSE(asksWithAConditionUnderAnotherToken(options)) << "there is no file";
+  options.cacheFile = folder.file("cache.db");
+  EXPECT_TRUE(asksWithAConditionUnderAnotherToken(options));
+  options.cache = std::make_shared<MemoryCache>();
+  EXPECT_FALSE(asksWithAConditionUnderAnotherToken(options)) << "the file is not opened";
+}
+
+TEST(StandardPlatformAPITest, TrustsTheAuthoritiesInTheFileThatIsNamed) {
+  vellora::tests::ScriptedServer plain;
+  plain.reply(vellora::tests::ScriptedServer::http("200 OK", "over TLS"));
+  vellora::tests::TlsServer server(plain.port());
+  StandardPlatformAPI::Options options;
+  options.server = server.url();
+  options.caFile = server.certificate();
+  const auto api = StandardPlatformAPI::make(options).value();
+  EXPECT_EQ(vellora::tests::answerTo(*api->network(), vellora::tests::get("/theme")).body(), "over TLS");
 }
 
 TEST(StandardPlatformAPITest, TellsAnAddressThatCannotBeUsedAndLeavesNoCacheBehind) {
