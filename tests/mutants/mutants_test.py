@@ -144,6 +144,13 @@ class ListingTest(unittest.TestCase):
     def test_one_of_a_file_that_nobody_looked_at_is_not(self):
         self.assertEqual(listing.stale(list(listing.entries(self.entry)), [], {"vellora/B.cpp"}), [])
 
+    def test_an_entry_is_told_when_tests_notice_all_its_mutants(self):
+        listed = list(listing.entries(self.entry))
+        mutant = listed[0]
+        self.assertEqual(listing.noticed(listed, [(mutant, True)]), listed)
+        self.assertEqual(listing.noticed(listed, [(mutant, True), (mutant, False)]), [])
+        self.assertEqual(listing.noticed(listed, []), [])
+
     def test_the_entries_of_the_list_stand_in_their_sources(self):
         for entry in listing.entries((ROOT / "tests/mutants/equal.txt").read_text()):
             around = entry.place.replace("«", "").replace("»", "").replace(" ", "")

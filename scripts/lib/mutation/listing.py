@@ -36,3 +36,9 @@ def stale(listed, mutants, files):
     """The entries for looked-at files that are no mutant any more."""
     names = {mutant.name for mutant in mutants}
     return [entry for entry in listed if entry.file in files and entry.name not in names]
+
+
+def noticed(listed, outcomes):
+    """The entries all of whose mutants tests notice; `outcomes` are pairs of a mutant and whether a test does."""
+    names = {mutant.name for mutant, _ in outcomes} - {mutant.name for mutant, is_noticed in outcomes if not is_noticed}
+    return [entry for entry in listed if entry.name in names]
