@@ -7,6 +7,7 @@
 namespace vellora::hostkit::tests {
 namespace {
 
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 class LeaseWaitTest : public testing::Test {
@@ -30,7 +31,7 @@ TEST_F(LeaseWaitTest, EndsAtOnceWhenNothingWasEverKnown) {
 }
 
 TEST_F(LeaseWaitTest, WhoeverKnewOfAHolderWaitsForAShareOfTheLease) {
-  auto early = wait(0.2);
+  auto early = wait(0.25);
   auto late = wait(0.9);
   for (LeaseWait* each : {&early, &late}) {
     each->noteHolder();
@@ -38,8 +39,9 @@ TEST_F(LeaseWaitTest, WhoeverKnewOfAHolderWaitsForAShareOfTheLease) {
     each->noteFailure(start + seconds(6));
     EXPECT_FALSE(each->isOver(start + seconds(6)));
   }
-  EXPECT_TRUE(early.isOver(start + seconds(7)));
-  EXPECT_FALSE(late.isOver(start + seconds(7)));
+  EXPECT_FALSE(early.isOver(start + milliseconds(7499)));
+  EXPECT_TRUE(early.isOver(start + milliseconds(7500)));
+  EXPECT_FALSE(late.isOver(start + milliseconds(7500)));
   EXPECT_TRUE(late.isOver(start + seconds(15)));
 }
 
