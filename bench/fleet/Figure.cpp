@@ -14,8 +14,10 @@ constexpr std::array<const char*, 5> units{"", " k", " M", " G", " T"};
 /// 999.6 is written as 1 k: what counts is the number once it is rounded.
 double toThreeDigits(double value) {
   if (value <= 0) return 0;
-  const double power = std::pow(10, 2 - std::floor(std::log10(value)));
-  return std::round(value * power) / power;
+  const double exponent = std::floor(std::log10(value)) - 2;
+  // Powers of ten that are no fractions: with a tenth, 1,000 comes out below itself where an x87 divides.
+  const double power = std::pow(10, std::abs(exponent));
+  return exponent < 0 ? std::round(value * power) / power : std::round(value / power) * power;
 }
 
 }  // namespace

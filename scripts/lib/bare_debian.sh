@@ -2,7 +2,8 @@
 # of the tree. They need root and debootstrap.
 #
 #   make_system FOLDER ARCHITECTURE       makes one, unless the folder holds one that is complete
-#   in_system FOLDER COMMAND              runs a command there, with this tree, which it can only read, at /vellora
+#   in_system FOLDER COMMAND              runs a command there, with this tree at /vellora. What it writes to /vellora/build ends
+#                                         with it; the rest it can only read
 #   in_emulated_system FOLDER MACHINE COMMAND
 #                                         the same, where programs for MACHINE, aarch64 or s390x, are started as well: by
 #                                         qemu-user, which has to be installed in FOLDER
@@ -51,6 +52,7 @@ readonly enter_emulated='
 readonly mount_and_enter='
   mount --bind . "$1/vellora"
   mount -o remount,bind,ro "$1/vellora"
+  mount -t tmpfs tmpfs "$1/vellora/build"
   mount --bind "${1%/*}/exchange" "$1/exchange"
   mount --rbind /dev "$1/dev"
   mount --rbind /proc "$1/proc"
