@@ -25,7 +25,7 @@
 
 // Each allocation of SQLite and OpenSSL, which digests its owner, fails in turn while a cache is used. What a
 // write told is there, what it refused has changed nothing, and with memory there again all goes on as
-// before.
+// before. What has memory from the beginning to the end is not refused.
 
 namespace vellora::hostkit::tests {
 namespace {
@@ -93,13 +93,19 @@ class CacheCAllocationTest : public testing::Test {
   bool useWith(std::size_t number, Extent extent, bool isFilled) {
     beginWith(isFilled);
     std::optional<CAllocationFailure> failure(std::in_place, number, extent);
-    auto cache = openOrNone();
-    if (cache) ledger.use(*cache);
+    auto cache = openAndUse(*failure);
     if (number % 2 == 0) cache.reset();
     const bool happened = failure->happened();
     failure.reset();
     expectUsable(std::move(cache));
     return happened;
+  }
+
+  [[nodiscard]] std::shared_ptr<SQLiteCache> openAndUse(const CAllocationFailure& failure) {
+    auto cache = openOrNone();
+    if (cache) ledger.use(*cache);
+    EXPECT_TRUE((cache && ledger.refusals() == 0) || failure.happened());
+    return cache;
   }
 
   TemporaryFolder folder;
@@ -151,6 +157,7 @@ TEST_F(CacheCAllocationTest, AnExportIsWholeOrFails) {
   const auto read = [&](std::size_t number, Extent extent) {
     const CAllocationFailure failure(number, extent);
     const auto contents = SQLiteCacheContents::read(path, clock.function()());
+    EXPECT_TRUE(contents || failure.happened());
     if (contents) {
       EXPECT_EQ(contents.value().findings, std::vector<std::string>());
       EXPECT_EQ(CacheArchive::of(contents.value()), whole);
@@ -186,6 +193,7 @@ TEST_F(CacheCAllocationTest, ADestroyedCacheIsGoneOrThere) {
     const auto refused = SQLiteCache::destroy(path);
     const bool happened = failure->happened();
     failure.reset();
+    EXPECT_TRUE(!refused || happened);
     if (refused) {
       EXPECT_NE(refused->as<SQLiteCacheError>(), nullptr);
       expectUsable(nullptr);

@@ -19,8 +19,8 @@
 namespace vellora::hostkit {
 
 /// Networks whose C libraries run out of memory while they start, answer a request and go. The request has
-/// one answer, the right one or an error. With memory there again, the same network answers the next one, to
-/// "/plain", with "{}".
+/// one answer: the right one or, where memory was short until then, an error. With memory there again, the
+/// same network answers the next ones, the first of them to "/plain", with "{}".
 class NetworkCAllocationFixture : public testing::Test {
  protected:
   using Library = vellora::tests::CAllocationFailure::Library;
@@ -51,26 +51,32 @@ class NetworkCAllocationFixture : public testing::Test {
     return vellora::tests::answerTo(network, vellora::tests::get(path, timeout));
   }
 
-  /// The right answer, or an error and nothing else.
-  static void expectRightOrError(const vellora::tests::NetworkAnswer& answer, const std::string& body) {
-    if (answer.error) {
-      EXPECT_NE(answer.errorAs<CurlNetworkError>(), nullptr);
-      EXPECT_FALSE(answer.data || answer.response);
-    } else {
-      EXPECT_EQ(answer.body(), body);
-      EXPECT_EQ(answer.status(), 200);
-    }
-  }
-
-  /// A request to `path`, which is answered with `body`, if at all.
+  /// A request to `path`, which is answered with `body`, or with that error.
   struct Asked {
     std::string path;
     std::string body;
+    std::optional<CurlNetworkError::Kind> error = std::nullopt;  ///< in place of a body
     double timeout = 20;
     Library failing = Library::any;
     int shortForm = 5;        ///< the step from one allocation that fails to the next
     std::size_t mayLeak = 0;  ///< so many blocks that a library loses
   };
+
+  static void expectRight(const vellora::tests::NetworkAnswer& answer, const Asked& asked) {
+    if (asked.error) return expectError(answer, asked.error);
+    EXPECT_EQ(answer.body(), asked.body);
+    EXPECT_EQ(answer.status(), 200);
+    EXPECT_FALSE(answer.error);
+  }
+
+  /// An error of that kind, or of any, and nothing else.
+  static void expectError(const vellora::tests::NetworkAnswer& answer,
+                          std::optional<CurlNetworkError::Kind> kind = std::nullopt) {
+    const auto* const error = answer.errorAs<CurlNetworkError>();
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->kind, kind.value_or(error->kind)) << error->text;
+    EXPECT_FALSE(answer.data || answer.response);
+  }
 
   /// Starts a network and asks it, with that allocation failing; every second time the network goes without
   /// memory as well.
@@ -79,12 +85,20 @@ class NetworkCAllocationFixture : public testing::Test {
     const std::size_t blocksBefore = CAllocationFailure::liveBlocks();
     std::optional<CAllocationFailure> failure(std::in_place, number, extent, asked.failing);
     std::shared_ptr<CurlNetwork> network = makeOrNone();
-    if (network) expectRightOrError(ask(*network, asked.path, asked.timeout), asked.body);
+    const auto answer = network ? std::optional(ask(*network, asked.path, asked.timeout)) : std::nullopt;
+    const bool wasShort = failure->happened();
     if (number % 2 != 0) network.reset();
     const bool happened = failure->happened();
     failure.reset();
+    EXPECT_TRUE(answer || wasShort);
+    if (answer && wasShort && answer->error) {
+      expectError(*answer);
+    } else if (answer) {
+      expectRight(*answer, asked);
+    }
     if (network) {
       EXPECT_EQ(ask(*network, "/plain").body(), "{}");
+      if (!asked.error) expectRight(ask(*network, asked.path), asked);
     }
     network.reset();
     EXPECT_LE(CAllocationFailure::liveBlocks(), blocksBefore + asked.mayLeak) << "blocks are leaked";

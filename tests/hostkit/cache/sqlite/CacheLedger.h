@@ -72,6 +72,9 @@ class CacheLedger {
     }
   }
 
+  /// How many writes were refused.
+  [[nodiscard]] int refusals() const { return refusals_; }
+
   [[nodiscard]] static Value loadBlob(CorvaneSDK::Cache& cache, const std::string& name) {
     const auto blob = cache.load(name);
     return blob ? Value(blob->view()) : std::nullopt;
@@ -96,7 +99,11 @@ class CacheLedger {
   }
 
   void wrote(const std::string& item, const Value& value, bool told) {
-    if (told) values_[item] = value;
+    if (told) {
+      values_[item] = value;
+    } else {
+      ++refusals_;
+    }
   }
   [[nodiscard]] Value at(const std::string& item) const {
     const auto found = values_.find(item);
@@ -110,6 +117,7 @@ class CacheLedger {
   }
 
   std::map<std::string, Value> values_;  // by item: what its last write told
+  int refusals_ = 0;
 };
 
 }  // namespace vellora::hostkit::tests
