@@ -79,6 +79,13 @@ void awaitRest() {
   Run::current()->passWhenOthersRest();
 }
 
+void inOneOrder(const std::function<void()>& work) {
+  Run::current()->takeTheFirst(true);
+  work();
+  awaitRest();
+  Run::current()->takeTheFirst(false);
+}
+
 void expect(bool holds, const char* what) {
   if (!holds) Run::current()->fail(std::string("not so: ") + what);
 }

@@ -39,6 +39,10 @@ void atOnce(const std::vector<std::function<void()>>& works);
 /// By one thread at a time.
 void awaitRest();
 
+/// Runs `work` and waits until no other thread can go on, all of it in one order: what a scenario begins
+/// with.
+void inOneOrder(const std::function<void()>& work);
+
 /// Fails the run unless `holds`. `what` says what ought to be.
 void expect(bool holds, const char* what);
 

@@ -60,6 +60,17 @@ TEST(ExplorerTest, RunsTwoThreadsInEachOrderOfTheirPieces) {
   }
 }
 
+TEST(ExplorerTest, RunsWhatAScenarioBeginsWithInOneOrder) {
+  const auto scenario = loads(2, 3);
+  const auto behindOthers = explore(
+      [&] {
+        inOneOrder(loads(2, 3));
+        scenario();
+      },
+      noLimits);
+  EXPECT_EQ(behindOthers.runs, explore(scenario, noLimits).runs);
+}
+
 TEST(ExplorerTest, RunsThreeThreadsInEachOrderOfTheirPieces) {
   EXPECT_EQ(explore(loads(3, 0), noLimits).runs, 6U);
   EXPECT_EQ(explore(loads(3, 1), noLimits).runs, 90U);    // 6! / 2!³

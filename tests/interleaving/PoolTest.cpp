@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tests/interleaving/InterleavingTest.h"
+#include "tests/interleaving/NewPool.h"
 #include "tests/interleaving/Plain.h"
 #include "vellora/Platform/Queues/BoundedQueue.h"
 #include "vellora/Platform/Queues/DispatchQueue.h"
@@ -18,13 +19,6 @@ using detail::ThreadPool;
 /// moment.
 class PoolTest : public InterleavingTest {
  protected:
-  /// The pool, as at the begin of a process.
-  static ThreadPool& newPool() {
-    ThreadPool& pool = ThreadPool::shared();
-    std::destroy_at(&pool);
-    return *std::construct_at(&pool);
-  }
-
   /// Counts how often it runs. That is done on one thread at a time.
   class Turn : public ThreadPool::Turn {
    public:

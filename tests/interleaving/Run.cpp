@@ -155,6 +155,7 @@ void Run::passWhenOthersRest() {
 }
 
 std::size_t Run::choose(std::size_t count) {
+  if (takesTheFirst_) return 0;
   const auto chosen = choices_.choose(count);
   if (!chosen) fail("the schedule is not one of this scenario");
   return *chosen;

@@ -84,6 +84,9 @@ class Run {
   /// Which of `count` alternatives comes to pass.
   [[nodiscard]] std::size_t choose(std::size_t count);
 
+  /// Whether it is always the first one, from now on.
+  void takeTheFirst(bool always) { takesTheFirst_ = always; }
+
   /// Which of the `count` newest stores is read: 0 for the newest.
   [[nodiscard]] std::size_t chooseStore(std::size_t count);
 
@@ -137,6 +140,7 @@ class Run {
   const std::uint64_t number_;
   int preemptionsLeft_;
   int staleReadsLeft_;
+  bool takesTheFirst_ = false;
   bool keepsTrace_ = false;
   std::vector<std::string> trace_;
   std::vector<const void*> objects_;  // in the order of their first use, for the trace

@@ -36,6 +36,7 @@ PLATFORM = ("PlatformTests", "tests/vellora/Platform")
 POOL = ("SteppedPlatformTests", "tests/vellora/Platform")
 NETWORK = ("HostKitNetworkTests", "tests/hostkit")
 CATALOG = ("CatalogTests", "tests/vellora/Catalog")
+SERVICES = ("ServicesTests", "tests/vellora/Services")
 STEPPED = ("SteppedCatalogTests", "tests/vellora/Catalog")
 
 FAULTS = (
@@ -170,6 +171,12 @@ FAULTS = (
       isMarked_ = false;
 """),),
           "QuestionsTest.*", ((CATALOG, "QuestionThreads*:CatalogRace*"), (STEPPED, "Question*:Session*"))),
+    Fault("the façade", "it cancels its lookups only when nobody holds it any more",
+          "vellora/Services/VelloraServiceImplementation.cpp",
+          (("""  ~Ending() { facade_->subscriptions_.close(); }
+""", """  ~Ending() = default;
+"""),),
+          "FacadeTest.*", ((SERVICES, "*"),)),
 )
 
 
