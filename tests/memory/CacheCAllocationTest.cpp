@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "hostkit/cache/CacheArchive.h"
+#include "hostkit/cache/sqlite/OwnCacheFile.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "hostkit/cache/sqlite/SQLiteCacheContents.h"
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
@@ -39,10 +40,10 @@ constexpr double eightDays = 8 * 24 * 60 * 60;
 
 class CacheCAllocationTest : public testing::Test {
  protected:
-  [[nodiscard]] Result<std::shared_ptr<SQLiteCache>> tryToOpen() const {
+  [[nodiscard]] Result<std::shared_ptr<SQLiteCache>> tryToOpen(const char* owner = "alice") const {
     SQLiteCache::Options options;
     options.clock = clock.function();
-    options.owner = "alice";
+    options.owner = owner;
     return SQLiteCache::open(path, std::move(options));
   }
 
@@ -56,6 +57,23 @@ class CacheCAllocationTest : public testing::Test {
     for (const auto& name : fileNames(folder.path())) std::filesystem::remove(folder.path() / name);
     ledger = {};
     if (isFilled) ledger.fill(*open());
+  }
+
+  /// A filled cache, closed, whose file is damaged where it has that text: at the beginning of the page.
+  void damage(const std::string& text) {
+    constexpr std::size_t pageSize = 4096;
+    beginWith(true);
+    std::string bytes = fileBytes(path);
+    const std::size_t found = bytes.find(text);
+    ASSERT_NE(found, std::string::npos);
+    writeFile(path, bytes.replace(found / pageSize * pageSize, 16, std::string(16, '\xff')));
+  }
+
+  /// It was set aside once. Deletes it.
+  void expectSetAside() {
+    EXPECT_TRUE(std::filesystem::remove(path + ".damaged-1"));
+    for (const char* suffix : {"-wal", "-shm"}) std::filesystem::remove(path + ".damaged-1" + suffix);
+    EXPECT_FALSE(std::filesystem::exists(path + ".damaged-2"));
   }
 
   /// How many blocks there are once the libraries have what they keep for ever.
@@ -123,6 +141,71 @@ TEST_F(CacheCAllocationTest, NoneThatFailsSpoilsAFreshCache) {
 TEST_F(CacheCAllocationTest, NoneThatFailsLosesOrMixesAnythingInACacheThatIsThere) {
   failEachCAllocationOf(
       "a filled cache", [this](auto number, auto extent) { return useWith(number, extent, true); }, 29);
+}
+
+TEST_F(CacheCAllocationTest, NoneThatFailsWhileADamagedFileIsReplacedSpoilsTheFreshOne) {
+  const auto replace = [this](std::size_t number, Extent extent) {
+    damage("SQLite");
+    ledger = {};  // nothing of it can be read any more
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent);
+    auto cache = openAndUse(*failure);
+    const bool happened = failure->happened();
+    failure.reset();
+    if (!cache) cache = open();
+    expectSetAside();
+    expectUsable(std::move(cache));
+    return happened;
+  };
+  failEachCAllocationOf("a damaged file at its opening", replace, 29);
+}
+
+TEST_F(CacheCAllocationTest, NoneThatFailsWhileDamageIsMetLaterGivesAWrongAnswer) {
+  const auto meet = [this](std::size_t number, Extent extent) {
+    damage("old kept");
+    const auto cache = open();
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent);
+    ledger.expectNothingWrong(*cache);
+    const bool happened = failure->happened();
+    EXPECT_TRUE(std::filesystem::exists(path + ".damaged-1") || happened);
+    failure.reset();
+    ledger.expectNothingWrong(*cache);  // now it is met at the latest
+    expectSetAside();
+    ledger = {};
+    return happened;
+  };
+  failEachCAllocationOf("damage that is met later", meet, 29);
+}
+
+TEST_F(CacheCAllocationTest, AnotherOwnerIsRefusedWhateverFails) {
+  beginWith(true);
+  const auto refuse = [this](std::size_t number, Extent extent) {
+    const CAllocationFailure failure(number, extent);
+    const auto opened = tryToOpen("bob");
+    EXPECT_FALSE(opened);
+    const auto* const error = opened ? nullptr : opened.error().as<SQLiteCacheError>();
+    EXPECT_NE(error, nullptr);
+    EXPECT_TRUE((error && error->reason == SQLiteCacheError::Reason::otherOwner) || failure.happened());
+    return failure.happened();
+  };
+  failEachCAllocationOf("a refused owner", refuse, 3);
+  expectUsable(nullptr);
+}
+
+TEST_F(CacheCAllocationTest, TheNameOfAnOwnersFileIsTheRightOneOrAnError) {
+  const auto name = [this] { return ownCacheFile(folder.path(), "records.example", "alice"); };
+  const std::string right = name().value();
+  const auto ask = [&](std::size_t number, Extent extent) {
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent);
+    const auto given = name();
+    const bool happened = failure->happened();
+    failure.reset();
+    EXPECT_TRUE(given || happened);
+    EXPECT_TRUE(given ? given.value() == right : given.error().as<SQLiteCacheError>() != nullptr);
+    EXPECT_EQ(name().value(), right);
+    EXPECT_EQ(CAllocationFailure::liveBlocks(), blocksAtFirst) << "blocks are leaked";
+    return happened;
+  };
+  failEachCAllocationOf("the name of an owner's file", ask, 1);
 }
 
 TEST_F(CacheCAllocationTest, NoneThatFailsWhileRowsThatAreTooOldGoLosesANewOne) {

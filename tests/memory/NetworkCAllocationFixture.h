@@ -78,10 +78,14 @@ class NetworkCAllocationFixture : public testing::Test {
     EXPECT_FALSE(answer.data || answer.response);
   }
 
+  /// Brings what a request finds into the state in which each finds it.
+  virtual void prepare() {}
+
   /// Starts a network and asks it, with that allocation failing; every second time the network goes without
   /// memory as well.
   bool askWith(std::size_t number, Extent extent, const Asked& asked) {
     using vellora::tests::CAllocationFailure;
+    prepare();
     const std::size_t blocksBefore = CAllocationFailure::liveBlocks();
     std::optional<CAllocationFailure> failure(std::in_place, number, extent, asked.failing);
     std::shared_ptr<CurlNetwork> network = makeOrNone();

@@ -1,13 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstddef>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
 #include "hostkit/network/CurlNetworkError.h"
 #include "hostkit/network/GzipDecoder.h"
+#include "tests/hostkit/bodies/BodiesCache.h"
 #include "tests/hostkit/network/PackedLetters.h"
 #include "tests/memory/NetworkCAllocationFixture.h"
 #include "tests/support/CAllocationFailure.h"
@@ -28,9 +32,10 @@ using Then = ScriptedServer::Then;
 class NetworkCAllocationTest : public NetworkCAllocationFixture {
  protected:
   NetworkCAllocationTest() {
-    server.replyBy([](const ScriptedServer::Request& request) -> ScriptedServer::Reply {
+    server.replyBy([this](const ScriptedServer::Request& request) -> ScriptedServer::Reply {
       if (request.target() == "/packed")
         return ScriptedServer::http("200 OK", packedLetters, {"Content-Encoding: gzip"});
+      if (const auto kept = keptReply(request)) return *kept;
       if (request.target() == "/moved") return ScriptedServer::http("302 Found", "", {"Location: /plain"});
       if (request.target() == "/half")
         return {"HTTP/1.1 200 OK\r\nContent-Length: 99\r\n\r\nhalf", Then::close};
@@ -42,7 +47,47 @@ class NetworkCAllocationTest : public NetworkCAllocationFixture {
 
   [[nodiscard]] CurlNetwork::Options options() const override { return {.server = server.url()}; }
 
+  /// The reply of a body that never changes, and may be kept.
+  [[nodiscard]] std::optional<ScriptedServer::Reply> keptReply(const ScriptedServer::Request& request) {
+    const bool isPacked = request.target() == "/kept-packed";
+    if (!isPacked && request.target() != "/kept") return std::nullopt;
+    if (request.text.find("If-None-Match: \"1\"") != std::string::npos) {
+      ++confirmed;
+      return ScriptedServer::Reply{"HTTP/1.1 304 Not Modified\r\nETag: \"1\"\r\n\r\n"};
+    }
+    std::vector<std::string> headers{"ETag: \"1\""};
+    if (isPacked) headers.emplace_back("Content-Encoding: gzip");
+    return ScriptedServer::http("200 OK", isPacked ? packedLetters : "kept", headers);
+  }
+
+  std::atomic<int> confirmed = 0;  // how many 304s there were
   ScriptedServer server;
+};
+
+/// One that asks for a body only if it has changed since it was kept.
+class ConditionalCAllocationTest : public NetworkCAllocationTest {
+ protected:
+  [[nodiscard]] CurlNetwork::Options options() const override {
+    auto options = NetworkCAllocationTest::options();
+    options.bodies = bodies->cache;
+    return options;
+  }
+
+  void prepare() override {
+    bodies.emplace();
+    const auto network = make().value();
+    for (const char* const path : {"/kept", "/kept-packed"}) static_cast<void>(ask(*network, path));
+  }
+
+  void failEachOfConfirmed(const char* what, const Asked& asked) {
+    failEachOf(what, asked);
+    prepare();
+    const int before = confirmed;
+    expectRight(ask(*make().value(), asked.path), asked);
+    EXPECT_EQ(confirmed, before + 1) << "it is a 304";
+  }
+
+  std::optional<BodiesCache> bodies = BodiesCache();
 };
 
 TEST_F(NetworkCAllocationTest, APlainRequest) {
@@ -68,6 +113,14 @@ TEST_F(NetworkCAllocationTest, HalfABody) {
 TEST_F(NetworkCAllocationTest, ATimeOut) {
   constexpr double soon = 0.02;  // seconds
   failEachOf("a time-out", {"/silent", "", CurlNetworkError::Kind::timedOut, soon});
+}
+
+TEST_F(ConditionalCAllocationTest, ABodyThatHasNotChanged) {
+  failEachOfConfirmed("a 304", {"/kept", "kept"});
+}
+
+TEST_F(ConditionalCAllocationTest, APackedBodyThatHasNotChanged) {
+  failEachOfConfirmed("a 304 about a packed body", {"/kept-packed", unpackedLetters});
 }
 
 TEST_F(NetworkCAllocationTest, ALackOfMemoryToUnpackABodyIsNoFaultOfTheServers) {
