@@ -50,6 +50,7 @@ TYPED_TEST(ReadyCacheTablesTest, AFilterOnTheDataKeyAdmitsThatRowAlone) {
   EXPECT_THAT(names(table->fetch(Query::oldest({}))), ElementsAre("a", "b", "c"));
   EXPECT_TRUE(table->purge(dataKeyEquals("key of c")));
   EXPECT_THAT(names(table->fetch(Query::oldest({}))), ElementsAre("a", "b"));
+  EXPECT_THAT(table->load(Query::exact(dataKeyEquals("key of c"))), IsEmpty());
 }
 
 TYPED_TEST(ReadyCacheTablesTest, NewestIsTheLastWrittenEvenWhenTheClockWasSetBack) {

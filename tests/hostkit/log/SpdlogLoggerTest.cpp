@@ -3,10 +3,15 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
+#include <csignal>
 #include <cstddef>
+#include <future>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -27,6 +32,8 @@ using CorvaneSDK::LogLevel;
 using Level = SpdlogLogger::Level;
 using testing::ElementsAre;
 using testing::MatchesRegex;
+
+const std::string time = "[0-9]+-[0-9]+-[0-9]+T[0-9]+:[0-9]+:[0-9]+.[0-9]+Z ";
 
 class SpdlogLoggerTest : public testing::Test {
  protected:
@@ -50,7 +57,6 @@ TEST_F(SpdlogLoggerTest, WritesTimeLevelAndMessage) {
   logger->log("cachedThemes(), hit", LogLevel::info);
   logger->log("no data", LogLevel::error);
 
-  const std::string time = "[0-9]+-[0-9]+-[0-9]+T[0-9]+:[0-9]+:[0-9]+.[0-9]+Z ";
   EXPECT_THAT(lines(), ElementsAre(MatchesRegex(time + "info cachedThemes\\(\\), hit"),
                                    MatchesRegex(time + "error no data")));
 }
@@ -146,18 +152,104 @@ TEST_F(SpdlogLoggerTest, TellsAPipeThatNobodyReads) {
               testing::HasSubstr("(it is a pipe that nobody reads from, or a socket)"));
 }
 
+/// Reads a pipe, which it makes.
+class PipeReader {
+ public:
+  explicit PipeReader(const std::string& path) {
+    if (::mkfifo(path.c_str(), 0600) == 0)
+      descriptor_ = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  }
+  ~PipeReader() { ::close(descriptor_); }
+  PipeReader(const PipeReader&) = delete;
+  PipeReader& operator=(const PipeReader&) = delete;
+
+  /// What is there, up to so many bytes.
+  [[nodiscard]] std::string read(std::size_t most) const {
+    std::string bytes(most, '\0');
+    const auto count = ::read(descriptor_, bytes.data(), bytes.size());
+    bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
+    return bytes;
+  }
+
+  /// Makes room for so many bytes alone, and gives back how many it has become.
+  [[nodiscard]] std::size_t narrow(int bytes) const {
+    return static_cast<std::size_t>(::fcntl(descriptor_, F_SETPIPE_SZ, bytes));
+  }
+
+ private:
+  int descriptor_ = -1;
+};
+
 TEST_F(SpdlogLoggerTest, WritesToAPipeThatSomebodyReads) {
-  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-  const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  ASSERT_GE(reader, 0);
+  const PipeReader reader(path);
   const auto logger = open(Level::info);
+  errno = EINTR;  // of a call before
   logger->log("first", LogLevel::info);
-  std::string line(100, '\0');
-  const auto count = ::read(reader, line.data(), line.size());
-  ::close(reader);
-  ASSERT_GT(count, 0);
-  line.resize(static_cast<std::size_t>(count));
-  EXPECT_THAT(line, testing::EndsWith(" info first\n"));
+  EXPECT_THAT(reader.read(1000), MatchesRegex(time + "info first\n"));
+}
+
+std::atomic<int> signalsTaken = 0;
+
+/// Has a signal end what a thread waits within, and returns when the thread has taken it.
+void interrupt(std::thread& thread, pid_t id) {
+  const auto isAsleep = [&] {
+    const auto stat = fileBytes("/proc/self/task/" + std::to_string(id) + "/stat");
+    return stat.find(") S ") != std::string::npos;
+  };
+  while (!isAsleep()) std::this_thread::yield();
+  const int taken = signalsTaken;
+  ::pthread_kill(thread.native_handle(), SIGUSR1);
+  while (signalsTaken == taken) std::this_thread::yield();
+}
+
+TEST_F(SpdlogLoggerTest, GoesOnWithALineThatSignalsInterrupt) {
+  struct sigaction action = {};
+  action.sa_handler = [](int) { ++signalsTaken; };  // without SA_RESTART: a call that waits ends
+  struct sigaction before = {};
+  ASSERT_EQ(::sigaction(SIGUSR1, &action, &before), 0);
+  const PipeReader reader(path);
+  const auto logger = open(Level::info);
+  const std::string message(2 * reader.narrow(4096), 'x');
+  std::promise<pid_t> id;
+  std::atomic<bool> isWritten = false;
+  std::thread thread([&] {
+    id.set_value(::gettid());
+    logger->log(message, LogLevel::info);
+    isWritten = true;
+  });
+  const pid_t writer = id.get_future().get();
+  for (int signal = 0; signal < 5; ++signal) interrupt(thread, writer);  // nobody reads: it waits each time
+  std::string line;
+  while (!isWritten) line += reader.read(message.size());
+  thread.join();
+  line += reader.read(message.size());
+  ::sigaction(SIGUSR1, &before, nullptr);
+  EXPECT_THAT(line, testing::EndsWith(" info " + message + "\n"));
+}
+
+/// Has no standard input while it lives.
+class WithoutStandardInput {
+ public:
+  WithoutStandardInput() : kept_(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)) { ::close(STDIN_FILENO); }
+  ~WithoutStandardInput() {
+    ::close(STDIN_FILENO);
+    ::dup2(kept_, STDIN_FILENO);
+    ::close(kept_);
+  }
+  WithoutStandardInput(const WithoutStandardInput&) = delete;
+  WithoutStandardInput& operator=(const WithoutStandardInput&) = delete;
+
+ private:
+  const int kept_;
+};
+
+TEST_F(SpdlogLoggerTest, WritesWhereItsFileHasTheNumberOfStandardInput) {
+  const PipeReader reader(path);
+  const WithoutStandardInput closed;
+  const auto logger = open(Level::info);
+  ASSERT_EQ(::fcntl(STDIN_FILENO, F_GETFL) & (O_ACCMODE | O_NONBLOCK), O_WRONLY);
+  logger->log("first", LogLevel::info);
+  EXPECT_THAT(reader.read(1000), MatchesRegex(time + "info first\n"));
 }
 
 TEST_F(SpdlogLoggerTest, DropsALineThatCannotBeWritten) {

@@ -39,6 +39,20 @@ TEST(KnownSecretsTest, KeepsTheLatestOnes) {
   EXPECT_EQ(secrets.cleaned("first-111111 second-22222 latest-55555"), "[token] second-22222 [token]");
 }
 
+TEST(KnownSecretsTest, NeitherNoSecretNorOneThatIsKnownTakesAnothersPlace) {
+  KnownSecrets secrets;
+  secrets.note("first-111111");
+  for (std::size_t other = 1; other < KnownSecrets::mostKept; ++other) {
+    secrets.note(std::string(12, static_cast<char>('a' + other)));
+  }
+  EXPECT_EQ(secrets.cleaned("first-111111"), "[token]") << "there is room for so many";
+  for (std::size_t time = 0; time < KnownSecrets::mostKept; ++time) {
+    secrets.note("");
+    secrets.note("bbbbbbbbbbbb");
+  }
+  EXPECT_EQ(secrets.cleaned("first-111111"), "[token]");
+}
+
 TEST(KnownSecretsTest, FindsATokenInEveryFormThatASearchForItTries) {
   const TokenCanary canary;
   KnownSecrets secrets;
