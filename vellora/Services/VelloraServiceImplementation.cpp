@@ -1,6 +1,5 @@
 #include "vellora/Services/VelloraServiceImplementation.h"
 
-#include <atomic>
 #include <new>
 #include <utility>
 
@@ -88,16 +87,15 @@ void VelloraService::Implementation::loadSObjects(const DispatchGroup& group) {
   });
 }
 
-/// Ends one load of a prefetch, once: when its service completes, or when there is no memory to ask the
-/// service.
+/// Ends one load of a prefetch: when its service completes, or when there is no memory to ask the service. It
+/// does not complete then.
 class VelloraService::Implementation::LoadEnd {
  public:
   LoadEnd(std::weak_ptr<Implementation> facade, DispatchGroup group, std::string_view loading)
       : facade_(std::move(facade)), group_(std::move(group)), loading_(loading) {}
 
   template <class E>
-  void operator()(const std::optional<E>& error) {
-    if (ended_.exchange(true)) return;
+  void operator()(const std::optional<E>& error) const {
     if (const auto facade = facade_.lock(); facade && error) facade->noteFailure(*error, loading_);
     group_.leave();
   }
@@ -106,13 +104,12 @@ class VelloraService::Implementation::LoadEnd {
   const std::weak_ptr<Implementation> facade_;
   const DispatchGroup group_;
   const std::string_view loading_;
-  std::atomic<bool> ended_ = false;
 };
 
 template <class Load>
 void VelloraService::Implementation::startLoad(const DispatchGroup& group, std::string_view loading,
                                                Load load) {
-  const auto ended = std::make_shared<LoadEnd>(weak_from_this(), group, loading);
+  const auto ended = std::make_shared<const LoadEnd>(weak_from_this(), group, loading);
   group.enter();
   group.async(queue_, [weak = weak_from_this(), ended, load] {
     const auto self = weak.lock();
