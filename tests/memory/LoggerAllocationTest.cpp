@@ -32,7 +32,9 @@ TEST(LoggerAllocationTest, ALineForWhichThereIsNoMemoryIsDroppedAndNobodyHearsOf
   for (CorvaneSDK::Logger* const logger :
        {static_cast<CorvaneSDK::Logger*>(file.get()), static_cast<CorvaneSDK::Logger*>(&redacting)}) {
     std::size_t number = 0;
+    testing::internal::CaptureStderr();
     EXPECT_NO_THROW(while (failOnce(*logger, ++number)) continue);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_GT(number, 1U);
   }
 }
