@@ -96,10 +96,10 @@ class ScatteredRuns {
     span_.end = place + 1;
   }
 
-  /// Ends the run, if there is one.
+  /// Ends the run, if there is one: none at all is too short to tell.
   void end() {
     const std::size_t run = std::exchange(run_, 0);
-    if (run > 0 && run + GramTable::gramLength - 1 >= scattered.telling) spans_.push_back(span_);
+    if (run + GramTable::gramLength - 1 >= scattered.telling) spans_.push_back(span_);
   }
 
  private:

@@ -36,7 +36,7 @@ std::string withoutCredentials(std::string_view text) {
     const auto wordEnd = std::min(text.find_first_of(blanks, at), text.size());
     at = text.substr(0, wordEnd).rfind('@');
     const auto begin = beginOfCredentials(text.substr(0, at));
-    const bool has = begin != std::string_view::npos && begin < at;
+    const bool has = begin < at;  // npos is beyond it
     clean.append(text.substr(0, has ? begin : at)).append(has ? "[credentials]@" : "@");
     text.remove_prefix(at + 1);
   }

@@ -50,6 +50,18 @@ TEST(SecretTracesTest, TenLettersAndDigitsTellWhateverStandsBetween) {
   EXPECT_THAT(found("abc-Secret99", "a b c s e c r e t"), IsEmpty());
 }
 
+TEST(SecretTracesTest, EveryOtherCharacterMayStandBetween) {
+  for (const char between : {'/', ':', '@', '`', '{', '~', '\x7f', '\x80', '\0'}) {
+    std::string text;
+    for (const char c : std::string("abc0123456789")) (text += c) += between;
+    EXPECT_THAT(found("abc-0123456789", text), ElementsAre(text.substr(0, text.size() - 1))) << between;
+  }
+}
+
+TEST(SecretTracesTest, ASecretOfSixCharactersTellsBackToFrontToo) {
+  EXPECT_THAT(found("s3cr3t", "<T3RC3S> <t3rc3>"), ElementsAre("T3RC3S"));
+}
+
 TEST(SecretTracesTest, AShortSecretTellsWhereItStandsWhole) {
   EXPECT_THAT(found("t0k", "T0K, t0, k0t"), ElementsAre("T0K"));
   EXPECT_THAT(found("", "anything"), IsEmpty());

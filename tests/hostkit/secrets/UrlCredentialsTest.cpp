@@ -14,6 +14,7 @@ TEST(UrlCredentialsTest, HidesWhatStandsBeforeTheHost) {
             "'https://[credentials]@records.example/x'");
   EXPECT_EQ(withoutCredentials("not expected: me:pass@records.example"),
             "not expected: [credentials]@records.example");
+  EXPECT_EQ(withoutCredentials("me:pass@records.example"), "[credentials]@records.example");
 }
 
 TEST(UrlCredentialsTest, HidesAPasswordWithTheCharactersThatItMayNotHave) {
@@ -26,7 +27,8 @@ TEST(UrlCredentialsTest, HidesAPasswordWithTheCharactersThatItMayNotHave) {
 TEST(UrlCredentialsTest, LeavesEveryOtherText) {
   for (const std::string text :
        {"", "@", "someone@records.example", "a @ b", "no connection to records.example:443/theme: check it",
-        "https://records.example/x", "see https://records.example/ and ask someone@example"}) {
+        "https://records.example/x", "https://@records.example",
+        "see https://records.example/ and ask someone@example"}) {
     EXPECT_EQ(withoutCredentials(text), text);
   }
 }
