@@ -25,6 +25,7 @@ std::vector<std::string> found(const std::string& secret, const std::string& tex
 TEST(SecretTracesTest, SixCharactersTellInTheirOrderOrBackToFront) {
   EXPECT_THAT(found("abc-Secret99", "<SECRET>"), ElementsAre("SECRET"));
   EXPECT_THAT(found("abc-Secret99", "<99terc>"), ElementsAre("99terc"));
+  EXPECT_THAT(found("abc-Secret99", "<bc-Sec>"), ElementsAre("bc-Sec"));
   EXPECT_THAT(found("abc-Secret99", "<secre> <9terc>"), IsEmpty());
 }
 
@@ -53,8 +54,8 @@ TEST(SecretTracesTest, TenLettersAndDigitsTellWhateverStandsBetween) {
 TEST(SecretTracesTest, EveryOtherCharacterMayStandBetween) {
   for (const char between : {'/', ':', '@', '`', '{', '~', '\x7f', '\x80', '\0'}) {
     std::string text;
-    for (const char c : std::string("abc0123456789")) (text += c) += between;
-    EXPECT_THAT(found("abc-0123456789", text), ElementsAre(text.substr(0, text.size() - 1))) << between;
+    for (const char c : std::string("abz0123456789")) (text += c) += between;
+    EXPECT_THAT(found("abz-0123456789", text), ElementsAre(text.substr(0, text.size() - 1))) << between;
   }
 }
 
