@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 
 #include "tests/hostkit/cache/SampleArchive.h"
@@ -31,6 +32,21 @@ TEST(ArchiveWriterTest, AKeyThatIsNoTextIsWrittenInDigitsUnderTheSecondVersion) 
   const auto text = writtenArchive({.blobs = {{.key = "\xFF", .data = Data("1")}}, .tables = {}}).value();
   EXPECT_THAT(std::string(text.view()), testing::StartsWith(R"({"format":"vellora-cache","version":2,)"));
   EXPECT_THAT(std::string(text.view()), HasSubstr(R"({"key":"","keyHex":"ff","data":{"text":"1"}})"));
+}
+
+TEST(ArchiveWriterTest, WhateverIsNoTextTakesTheSecondVersion) {
+  using Archive = CacheArchive;
+  const std::string bytes = "\xFF";
+  const Archive::Row plain{{{"kind", "one"}}, "own key", Data("1")};
+  const Archive::Row withMeta{{{"kind", bytes}}, std::nullopt, Data("1")};
+  const Archive::Row withKey{{{"kind", "one"}}, bytes, Data("1")};
+  for (const Archive::Table& table :
+       {Archive::Table{bytes, {plain}}, Archive::Table{"Rows", {plain, withMeta}},
+        Archive::Table{"Rows", {withKey, plain}}}) {
+    const auto text =
+        writtenArchive({.blobs = {}, .tables = {{.key = "Plain", .rows = {plain}}, table}}).value();
+    EXPECT_THAT(std::string(text.view()), testing::StartsWith(R"({"format":"vellora-cache","version":2,)"));
+  }
 }
 
 }  // namespace

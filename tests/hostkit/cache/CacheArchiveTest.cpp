@@ -9,6 +9,7 @@
 #include "hostkit/cache/memory/MemoryCache.h"
 #include "hostkit/cache/sqlite/SQLiteCache.h"
 #include "testkit/FailingCache.h"
+#include "testkit/ForwardingCache.h"
 #include "tests/hostkit/cache/ManualClock.h"
 #include "tests/hostkit/cache/SampleArchive.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
@@ -58,6 +59,42 @@ TEST(CacheArchiveTest, ARefusedWriteIsTold) {
     cache.fail(operation);
     EXPECT_FALSE(sampleArchive().restore(cache));
   }
+}
+
+TEST(CacheArchiveTest, ARefusedWriteIsToldThoughThoseBehindItAreNotRefused) {
+  testkit::FailingCache cache(std::make_shared<MemoryCache>());
+  cache.fail(testkit::FailingCache::Operation::tableUpsert, "Rows");
+  auto archive = sampleArchive();
+  archive.tables.push_back(archive.tables[1]);
+  archive.tables.back().key = "Later";
+  EXPECT_FALSE(archive.restore(cache));
+  EXPECT_EQ(cache.openTable("Later")->load(Query::oldest({})).size(), 2U);
+}
+
+/// A host's cache that breaks its promise to have tables.
+class WithoutTables final : public testkit::ForwardingCache {
+ public:
+  using ForwardingCache::ForwardingCache;
+  std::shared_ptr<CorvaneSDK::CacheTable> openTable(const std::string&) override { return nullptr; }
+  std::shared_ptr<CorvaneSDK::CacheTable> createTable(const Table&) override { return nullptr; }
+};
+
+TEST(CacheArchiveTest, ACacheWithoutTablesIsToldAndGetsTheRest) {
+  WithoutTables cache(std::make_shared<MemoryCache>());
+  EXPECT_FALSE(sampleArchive().restore(cache));
+  EXPECT_EQ(cache.load("text"), sampleArchive().blobs[1].data);
+}
+
+TEST(CacheArchiveTest, LeavesOutTheBodiesThatANetworkKeeps) {
+  const CorvaneSDK::Row body{{{"cacheEntryType", "keptBody"}}, "body"};
+  const CorvaneSDK::Row other{{{"cacheEntryType", "sObject"}}, "other"};
+  SQLiteCacheContents contents;
+  contents.tables.push_back({.key = "Rows",
+                             .rows = {{.row = body, .written = {}, .data = Data("1")},
+                                      {.row = other, .written = {}, .data = Data("2")}}});
+  const auto archive = CacheArchive::of(contents);
+  ASSERT_EQ(archive.tables.at(0).rows.size(), 1U);
+  EXPECT_EQ(archive.tables[0].rows[0].dataKey, "other");
 }
 
 TEST(CacheArchiveTest, CanCountAsFetchedAtAnotherTime) {
