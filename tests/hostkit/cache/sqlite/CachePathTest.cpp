@@ -85,6 +85,14 @@ TEST(CachePathTest, ARelativePathNeedsAWorkingFolder) {
   EXPECT_EQ(absolute.value(), folder.file("cache.db"));
 }
 
+TEST(CachePathTest, NeitherNothingNorATextWithANulIsAPath) {
+  for (const std::string& path : {std::string(), std::string("a\0b", 3)}) {
+    const auto error = cachePath::resolved(path).error();
+    ASSERT_NE(error.as<SQLiteCacheError>(), nullptr);
+    EXPECT_EQ(error.as<SQLiteCacheError>()->detail, "Invalid argument");
+  }
+}
+
 TEST(CachePathTest, FollowsLinksAndLeavesWhatIsNotThere) {
   const TemporaryFolder folder;
   std::filesystem::create_directory(folder.file("real"));

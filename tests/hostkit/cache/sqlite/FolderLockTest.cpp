@@ -43,5 +43,16 @@ TEST(FolderLockTest, IsNotHeldOfWhatIsNoFolder) {
                               "the folder \"" + folder.file("missing") + "\": No such file or directory"}));
 }
 
+TEST(FolderLockTest, IsGivenUpWhereSomebodyElseKeepsTheFolder) {
+  const TemporaryFolder folder;
+  const FolderLock first(folder.path());
+  ASSERT_TRUE(first.held());
+  const FolderLock second(folder.path());
+  EXPECT_FALSE(second.held());
+  const std::string path = folder.file("cache.db");
+  EXPECT_EQ(*second.error(path).as<SQLiteCacheError>(),
+            (SQLiteCacheError{SQLiteCacheError::Reason::locked, path, "its folder is in use"}));
+}
+
 }  // namespace
 }  // namespace vellora::hostkit::tests

@@ -45,6 +45,14 @@ TEST(LargeRowsTest, KeepsNoRowThatIsLargerThanAllItMayHold) {
   EXPECT_EQ(rows.find({1, 0, 0}), nullptr);
 }
 
+TEST(LargeRowsTest, WhatIsWrittenOverARowTakesItsPlace) {
+  LargeRows rows(30);
+  rows.keep({1, 0, 0}, rowOf(10));
+  rows.keep({1, 0, 1}, rowOf(10));
+  EXPECT_EQ(rows.find({1, 0, 0}), nullptr);
+  EXPECT_NE(rows.find({1, 0, 1}), nullptr);
+}
+
 TEST(LargeRowsTest, ForgetsADeletedRowAndItsRoom) {
   LargeRows rows(30);
   rows.keep({1, 0, 0}, rowOf(20));

@@ -27,6 +27,12 @@ TEST(SQLiteCacheErrorTest, SaysWhatIsWrongWhereAndWhatToDo) {
   EXPECT_EQ(text(Reason::locked),
             "The cache file \"/tmp/cache.db\" is locked by another process. "
             "Try again when that process is done, or choose another path.");
+  EXPECT_EQ(text(Reason::absent),
+            "The cache file \"/tmp/cache.db\" does not exist. "
+            "Choose the path of a cache that has been used.");
+  EXPECT_EQ(text(Reason::damaged),
+            "The cache file \"/tmp/cache.db\" is damaged. "
+            "The next program that uses it sets it aside and begins a new one.");
   EXPECT_EQ(text(Reason::otherOwner),
             "The cache file \"/tmp/cache.db\" was filled for another user or another server. "
             "Choose another path, or delete that cache.");
