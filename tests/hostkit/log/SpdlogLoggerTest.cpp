@@ -21,6 +21,7 @@
 
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/WithoutStandardInput.h"
 #include "vellora/Platform/Text/EscapedText.h"
 
 namespace vellora::hostkit::tests {
@@ -123,11 +124,6 @@ TEST_F(SpdlogLoggerTest, CreatesTheFileForItsOwnerAlone) {
 }
 
 TEST_F(SpdlogLoggerTest, ClosesItsFile) {
-  const auto nextDescriptor = [] {
-    const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    ::close(next);
-    return next;
-  };
   const int before = nextDescriptor();
   static_cast<void>(open(Level::info));
   EXPECT_EQ(nextDescriptor(), before);
@@ -227,25 +223,9 @@ TEST_F(SpdlogLoggerTest, GoesOnWithALineThatSignalsInterrupt) {
   EXPECT_THAT(line, testing::EndsWith(" info " + message + "\n"));
 }
 
-/// Has no standard input while it lives.
-class WithoutStandardInput {
- public:
-  WithoutStandardInput() : kept_(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)) { ::close(STDIN_FILENO); }
-  ~WithoutStandardInput() {
-    ::close(STDIN_FILENO);
-    ::dup2(kept_, STDIN_FILENO);
-    ::close(kept_);
-  }
-  WithoutStandardInput(const WithoutStandardInput&) = delete;
-  WithoutStandardInput& operator=(const WithoutStandardInput&) = delete;
-
- private:
-  const int kept_;
-};
-
 TEST_F(SpdlogLoggerTest, WritesWhereItsFileHasTheNumberOfStandardInput) {
   const PipeReader reader(path);
-  const WithoutStandardInput closed;
+  const vellora::tests::WithoutStandardInput closed;
   const auto logger = open(Level::info);
   ASSERT_EQ(::fcntl(STDIN_FILENO, F_GETFL) & (O_ACCMODE | O_NONBLOCK), O_WRONLY);
   logger->log("first", LogLevel::info);

@@ -8,7 +8,9 @@
 #include <string>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
+#include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/WithoutStandardInput.h"
 
 namespace vellora::hostkit::tests {
 namespace {
@@ -41,6 +43,19 @@ TEST(FolderLockTest, IsNotHeldOfWhatIsNoFolder) {
   EXPECT_EQ(*lock.error(path).as<SQLiteCacheError>(),
             (SQLiteCacheError{SQLiteCacheError::Reason::unwritable, path,
                               "the folder \"" + folder.file("missing") + "\": No such file or directory"}));
+}
+
+TEST(FolderLockTest, IsHeldAlsoUnderTheNumberOfStandardInput) {
+  const TemporaryFolder folder;
+  {
+    const vellora::tests::WithoutStandardInput closed;
+    {
+      const FolderLock lock(folder.path());
+      EXPECT_TRUE(lock.held());
+    }
+    EXPECT_EQ(nextDescriptor(), STDIN_FILENO) << "it was left open";
+  }
+  EXPECT_TRUE(isFree(folder.path()));
 }
 
 TEST(FolderLockTest, IsGivenUpWhereSomebodyElseKeepsTheFolder) {

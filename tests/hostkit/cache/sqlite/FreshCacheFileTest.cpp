@@ -138,6 +138,12 @@ TEST_F(FreshCacheFileTest, ReplacesNothingButAFileWithoutBytes) {
   EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
 }
 
+TEST_F(FreshCacheFileTest, LeavesNoFileOpen) {
+  const int before = nextDescriptor();
+  EXPECT_FALSE(createFreshCacheFile(path, std::chrono::milliseconds(1)));
+  EXPECT_EQ(nextDescriptor(), before);
+}
+
 TEST_F(FreshCacheFileTest, IsForItsOwnerAlone) {
   EXPECT_FALSE(createFreshCacheFile(path, std::chrono::milliseconds(1)));
   EXPECT_EQ(modeOf(path), 0600U);

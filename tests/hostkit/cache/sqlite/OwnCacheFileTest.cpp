@@ -45,6 +45,13 @@ TEST_F(OwnCacheFileTest, TheKeyIsItsOwnersAlone) {
   EXPECT_NE(fileOf("alice"), file) << "under another key";
 }
 
+TEST_F(OwnCacheFileTest, LeavesNoFileOpen) {
+  const int before = nextDescriptor();
+  static_cast<void>(fileOf("alice"));
+  static_cast<void>(fileOf("alice"));
+  EXPECT_EQ(nextDescriptor(), before);
+}
+
 TEST_F(OwnCacheFileTest, WhatIsNoKeyIsToldAndStays) {
   std::filesystem::create_directories(caches);
   for (const std::string& other : {std::string("short"), std::string(33, 'x')}) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -28,6 +30,13 @@ inline std::vector<std::string> fileNames(const std::filesystem::path& folder) {
     names.push_back(entry.path().filename());
   std::sort(names.begin(), names.end());
   return names;
+}
+
+/// The number that the next file gets which is opened: a higher one when a file was left open.
+inline int nextDescriptor() {
+  const int next = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  close(next);
+  return next;
 }
 
 inline unsigned modeOf(const std::string& path) {
