@@ -82,8 +82,8 @@ class Plane {
     const double most = values.empty() ? 1 : *std::max_element(values.begin(), values.end());
     const double least = values.empty() ? 1 : *std::min_element(values.begin(), values.end());
     if (chart.isLogarithmic) {
-      highest_ = std::ceil(std::log10(most));
-      lowest_ = std::clamp(std::floor(std::log10(least)), highest_ - mostDecades, highest_ - 1);
+      highest_ = std::ceil(std::log10(most) - 1e-9);  // an x87 may give a power of ten a little more
+      lowest_ = std::clamp(std::floor(std::log10(least) + 1e-9), highest_ - mostDecades, highest_ - 1);
     } else {
       step_ = roundedUp(most / fewestLines);
       highest_ = step_ * std::ceil(most / step_ * (1 - 1e-9));
