@@ -154,9 +154,12 @@ bool CurlTransfer::isForAnotherRequest() const {
          handle_->connectionState() == Connections::State::kept;
 }
 
-// curl 7.88.1 keeps an HTTP/2 connection that ran out of memory, and notices only with the next request.
+// curl 7.88.1 keeps an HTTP/2 connection that ran out of memory, and notices only with the next request. One
+// that ends in place of an answer it takes for a part of that, and doesn't send again as it does over
+// HTTP/1.1.
 bool CurlTransfer::isConnectionUseless(int curlCode) const {
-  return curlCode == CURLE_HTTP2 && response_.statusCode == 0 && !wasSentAgain_ &&
+  const bool hasEnded = curlCode == CURLE_HTTP2 || curlCode == CURLE_PARTIAL_FILE;
+  return hasEnded && response_.statusCode == 0 && !wasSentAgain_ &&
          handle_->connectionState() == Connections::State::kept;
 }
 

@@ -101,7 +101,8 @@ class NetworkCAllocationFixture : public testing::Test {
       expectRight(*answer, asked);
     }
     if (network) {
-      EXPECT_EQ(ask(*network, "/plain").body(), "{}");
+      const auto next = ask(*network, "/plain");
+      EXPECT_EQ(next.body(), "{}") << (next.error ? next.error->description() : "");
       if (!asked.error) expectRight(ask(*network, asked.path), asked);
     }
     network.reset();

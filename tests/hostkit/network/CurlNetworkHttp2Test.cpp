@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
+#include "tests/support/ClosingHttp2Server.h"
 #include "tests/support/Http2Server.h"
 #include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
@@ -16,8 +17,10 @@ namespace vellora::hostkit {
 namespace {
 
 using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
+using tests::ClosingHttp2Server;
 using tests::get;
 using tests::Http2Server;
 using tests::NetworkAnswer;
@@ -82,6 +85,41 @@ TEST_F(CurlNetworkHttp2Test, AServerThatDiesIsAnErrorForEachRequest) {
     EXPECT_THAT(error->kind, testing::AnyOf(Kind::unreachable, Kind::connectionLost));
     EXPECT_THAT(error->text, Not(HasSubstr("token-of-http2")));
   }
+}
+
+class CurlNetworkHttp2EndTest : public testing::Test {
+ protected:
+  static std::shared_ptr<CurlNetwork> networkTo(const ClosingHttp2Server& server) {
+    return CurlNetwork::make({.server = server.url(), .caFile = server.certificate()}).value();
+  }
+
+  static void expectLost(const NetworkAnswer& answer) {
+    ASSERT_NE(answer.errorAs<CurlNetworkError>(), nullptr);
+    EXPECT_EQ(answer.errorAs<CurlNetworkError>()->kind, CurlNetworkError::Kind::connectionLost);
+  }
+};
+
+TEST_F(CurlNetworkHttp2EndTest, ARequestWhoseKeptConnectionEndsIsSentOnAFreshOne) {
+  ClosingHttp2Server server({"1"});
+  const auto network = networkTo(server);
+  EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
+  EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
+  EXPECT_THAT(server.stop(), EndsWith("\nasked 1.\nasked 1.\nasked 2.\n"));
+}
+
+TEST_F(CurlNetworkHttp2EndTest, ARequestIsSentAgainOnlyOnce) {
+  ClosingHttp2Server server({"1", "0"});
+  const auto network = networkTo(server);
+  EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
+  expectLost(tests::answerTo(*network, get("/theme")));
+  EXPECT_THAT(server.stop(), EndsWith("\nasked 1.\nasked 1.\nasked 2.\n"));
+}
+
+TEST_F(CurlNetworkHttp2EndTest, ARequestWhoseConnectionWasNewIsNotSentAgain) {
+  ClosingHttp2Server server({"0"});
+  const auto network = networkTo(server);
+  expectLost(tests::answerTo(*network, get("/theme")));
+  EXPECT_THAT(server.stop(), EndsWith("\nasked 1.\n"));
 }
 
 }  // namespace
