@@ -73,7 +73,8 @@ Table::Line coldStart(const std::string& what, const std::string& server, Bodies
                      std::string(bodiesOfBare == Bodies::kept ? "bodies kept, " : "") +
                      Table::time(other.value_or(0)),
           .ratio = own && other ? std::optional(*own / *other) : std::nullopt,
-          .bound = bodies == bodiesOfBare ? std::optional(1.2) : std::nullopt};
+          .bound = bodies == bodiesOfBare ? std::optional(1.2) : std::nullopt,
+          .accepted = bodiesOfBare == Bodies::kept ? std::optional(1.4) : std::nullopt};
 }
 
 }  // namespace

@@ -179,7 +179,7 @@ void addLayouts(Suite& suite, Medium medium) {
         suite.time(
             what, "the façade and its hops",
             [=](auto& state) { lookUpLayoutsWithHops<Kind>(state, medium, count); }, Suite::Clock::rested),
-        Suite::atMost(mostTimesTheFacade));
+        Suite::atMost(mostTimesTheFacade, count < 100 ? 2 : 1.5));
     suite.compare(what, ours,
                   suite.time(
                       what, "the façade", [=](auto& state) { lookUpLayouts<Kind>(state, medium, count); },
