@@ -79,7 +79,7 @@ SQLiteDatabase::Opened SQLiteDatabase::openForReading(const std::string& path,
   std::error_code tooLong;  // no file has such a name, so there is no log
   const bool hasLog = std::filesystem::exists(path + "-wal", tooLong);
   auto opened = open(path, busyTimeout);
-  if (opened.database == nullptr && opened.code == SQLITE_READONLY && !hasLog) opened = openUnchanging(path);
+  if (opened.code == SQLITE_READONLY && !hasLog) opened = openUnchanging(path);
   if (opened.database == nullptr) return opened;
   opened.database->run("PRAGMA query_only = ON");
   // Closing would move what stands in the log into the file. Without a log it only tidies up.

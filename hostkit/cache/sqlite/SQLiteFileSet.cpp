@@ -43,7 +43,7 @@ std::vector<std::string> allSetAside(const std::string& path, int& number) {
   std::vector<std::string> found;
   std::error_code failure;
   std::filesystem::directory_iterator next(file.parent_path(), failure);
-  for (; !failure && next != std::filesystem::directory_iterator(); next.increment(failure)) {
+  for (; next != std::filesystem::directory_iterator(); next.increment(failure)) {
     if (wasSetAside(next->path().filename().string(), file.filename().string()))
       found.push_back(next->path().string());
   }
