@@ -5,6 +5,8 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -163,6 +165,32 @@ TEST_F(CacheFileDeletionTest, DeletesTheCacheBehindALink) {
 TEST_F(CacheFileDeletionTest, WhatIsNotThereNeedsNoDeletion) {
   EXPECT_EQ(deletion(), std::nullopt);
   EXPECT_FALSE(SQLiteCache::destroy(folder.file("absent/cache.db")));
+}
+
+TEST_F(CacheFileDeletionTest, WhatIsThereIsDeletedWhateverWasNotThereBefore) {
+  makeCache();
+  errno = ENOENT;
+  EXPECT_FALSE(deleteCacheFile(path, std::chrono::milliseconds(1)));
+  EXPECT_THAT(fileNames(folder.path()), IsEmpty());
+}
+
+TEST_F(CacheFileDeletionTest, TellsAPathThatCannotBe) {
+  const auto error = SQLiteCache::destroy("");
+  ASSERT_TRUE(error);
+  EXPECT_EQ(*error->as<SQLiteCacheError>(), (SQLiteCacheError{Reason::unwritable, "", "Invalid argument"}));
+}
+
+TEST_F(CacheFileDeletionTest, TellsAFolderThatMayNotBeEntered) {
+  const std::string locked = folder.file("locked");
+  std::filesystem::create_directories(locked + "/sub");
+  const vellora::tests::OrdinaryUser user(folder.path());
+  chmod(locked.c_str(), 0000);
+  const auto error = SQLiteCache::destroy(locked + "/sub/cache.db");
+  chmod(locked.c_str(), 0700);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(*error->as<SQLiteCacheError>(),
+            (SQLiteCacheError{Reason::unwritable, locked + "/sub/cache.db",
+                              "the folder \"" + locked + "/sub\": Permission denied"}));
 }
 
 TEST_F(CacheFileDeletionTest, RefusesWhatIsNoCache) {

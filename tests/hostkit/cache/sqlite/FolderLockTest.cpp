@@ -5,6 +5,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
@@ -62,6 +63,8 @@ TEST(FolderLockTest, IsGivenUpWhereSomebodyElseKeepsTheFolder) {
   const TemporaryFolder folder;
   const FolderLock first(folder.path());
   ASSERT_TRUE(first.held());
+  const vellora::tests::WithoutStandardInput closed;  // so that it has the number 0
+  errno = EIO;
   const FolderLock second(folder.path());
   EXPECT_FALSE(second.held());
   const std::string path = folder.file("cache.db");

@@ -12,8 +12,10 @@
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "tests/hostkit/cache/sqlite/CacheFileFixture.h"
+#include "tests/hostkit/cache/sqlite/FaultyFiles.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/OrdinaryUser.h"
+#include "tests/support/WithoutStandardInput.h"
 
 namespace vellora::hostkit::tests {
 namespace {
@@ -75,7 +77,8 @@ TEST_F(FreshCacheFileTest, LeavesAForeignPageInTheWayOfAFreshOne) {
   const std::string theirs = fileBytes(folder.file("theirs.db"));
   ASSERT_EQ(theirs.size(), 4096U);
   for (const std::string& bytes :
-       {theirs, "SQLite" + std::string(100, '\0'), "XX" + std::string(4094, '\0')}) {
+       {theirs, theirs.substr(0, 16) + std::string(55, '\0') + "X" + std::string(4024, '\0'),
+        "SQLite" + std::string(100, '\0'), "XX" + std::string(4094, '\0')}) {
     writeFile(foreign, bytes);
     EXPECT_EQ(refusal(path).detail, "\"" + foreign + "\" is in the way, move it away");
     EXPECT_TRUE(fileBytes(foreign) == bytes);
@@ -99,6 +102,23 @@ TEST_F(FreshCacheFileTest, LeavesAForeignFileThatBeginsWithZerosInTheWayOfAFresh
   writeFile(foreign, bytes);
   EXPECT_EQ(refusal(path).detail, "\"" + foreign + "\" is in the way, move it away");
   EXPECT_TRUE(fileBytes(foreign) == bytes);
+}
+
+TEST_F(FreshCacheFileTest, LeavesALinkThatLeadsNowhereInTheWayOfAFreshOne) {
+  const std::string foreign = folder.file(".vellora-making");
+  std::filesystem::create_symlink("absent", foreign);
+  EXPECT_EQ(refusal(path).detail, "\"" + foreign + "\" is in the way, move it away");
+  EXPECT_TRUE(std::filesystem::is_symlink(foreign));
+}
+
+TEST_F(FreshCacheFileTest, LeavesANewerVersionsFileInTheWayOfAFreshOne) {
+  const std::string newer = folder.file(".vellora-making");
+  makeCache();
+  RawDatabase(path).run("PRAGMA user_version = 2");
+  std::filesystem::rename(path, newer);
+  const std::string bytes = fileBytes(newer);
+  EXPECT_EQ(refusal(path).detail, "\"" + newer + "\" is in the way, move it away");
+  EXPECT_TRUE(fileBytes(newer) == bytes);
 }
 
 TEST_F(FreshCacheFileTest, TellsWhenWhatAnotherUserMadeIsInTheWay) {
@@ -127,6 +147,7 @@ TEST_F(FreshCacheFileTest, TakesAnEmptyFileForAFreshOnesPlace) {
   makeCache();
   EXPECT_EQ(modeOf(path), 0600U);
   EXPECT_EQ(open()->load("a"), Data(std::string("1")));
+  EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
 }
 
 TEST_F(FreshCacheFileTest, ReplacesNothingButAFileWithoutBytes) {
@@ -135,6 +156,29 @@ TEST_F(FreshCacheFileTest, ReplacesNothingButAFileWithoutBytes) {
   ASSERT_TRUE(error);
   EXPECT_EQ(*error->as<SQLiteCacheError>(), (SQLiteCacheError{Reason::unwritable, path, "File exists"}));
   EXPECT_EQ(fileBytes(path), "mine");
+  EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
+}
+
+TEST_F(FreshCacheFileTest, TellsWhenItCannotBeOpened) {
+  FaultyFiles files;
+  files.failAt(1, FaultyFiles::Fault::error, FaultyFiles::Lasting::once);
+  const auto error = createFreshCacheFile(path, std::chrono::milliseconds(1));
+  ASSERT_TRUE(error);
+  EXPECT_EQ(*error->as<SQLiteCacheError>(),
+            (SQLiteCacheError{Reason::unwritable, path, "unable to open database file"}));
+  EXPECT_THAT(fileNames(folder.path()), testing::IsEmpty());
+}
+
+TEST_F(FreshCacheFileTest, NeedsNeitherAJournalNorAnIndexOfItsLogInTheMaking) {
+  const std::string made = folder.file(".vellora-making");
+  writeFile(made, "");
+  for (const char* const suffix : {"-journal", "-shm"}) std::filesystem::create_directory(made + suffix);
+  EXPECT_FALSE(createFreshCacheFile(path, std::chrono::milliseconds(1)));
+}
+
+TEST_F(FreshCacheFileTest, IsMadeAlsoUnderTheNumberOfStandardInput) {
+  const vellora::tests::WithoutStandardInput closed;
+  EXPECT_FALSE(createFreshCacheFile(path, std::chrono::milliseconds(1)));
   EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
 }
 

@@ -2,9 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <string>
 
@@ -12,11 +15,32 @@
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/WithoutStandardInput.h"
 
 namespace vellora::hostkit::tests {
 namespace {
 
 using testing::MatchesRegex;
+
+/// While it lives, this process can write no bytes to a file.
+class FullDisk {
+ public:
+  FullDisk() : previous_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &limit_);
+    const rlimit none{0, limit_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &none);
+  }
+  ~FullDisk() {
+    setrlimit(RLIMIT_FSIZE, &limit_);
+    std::signal(SIGXFSZ, previous_);
+  }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  void (*const previous_)(int);
+  rlimit limit_{};
+};
 
 class OwnCacheFileTest : public testing::Test {
  protected:
@@ -35,6 +59,12 @@ TEST_F(OwnCacheFileTest, IsTheSameAtEachCallAndAnotherOneForEachOwner) {
   EXPECT_NE(fileOf("alice"), fileOf("bob"));
 }
 
+TEST_F(OwnCacheFileTest, ItsNameIsMadeOfTheBeginningOfTheOwnersDigest) {
+  std::filesystem::create_directories(caches);
+  writeFile(key, std::string(32, 'k'));
+  EXPECT_EQ(fileOf("alice"), caches + "/records.example-6664a42048c6d6d7fe3657e39b14155c.sqlite");
+}
+
 TEST_F(OwnCacheFileTest, TheKeyIsItsOwnersAlone) {
   const std::string file = fileOf("alice");
   EXPECT_EQ(modeOf(key), 0600U);
@@ -50,6 +80,26 @@ TEST_F(OwnCacheFileTest, LeavesNoFileOpen) {
   static_cast<void>(fileOf("alice"));
   static_cast<void>(fileOf("alice"));
   EXPECT_EQ(nextDescriptor(), before);
+}
+
+TEST_F(OwnCacheFileTest, IsFoundAlsoUnderTheNumberOfStandardInput) {
+  const vellora::tests::WithoutStandardInput closed;
+  errno = EIO;
+  const std::string made = fileOf("alice");
+  errno = EIO;
+  EXPECT_EQ(fileOf("alice"), made);
+  EXPECT_EQ(nextDescriptor(), STDIN_FILENO) << "it was left open";
+}
+
+TEST_F(OwnCacheFileTest, AKeyThatCannotBeWrittenIsNotKept) {
+  std::filesystem::create_directories(caches);
+  const auto refused = [&] {
+    const FullDisk disk;
+    return ownCacheFile(caches, "records.example", "alice");
+  }();
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error().as<SQLiteCacheError>()->detail, "File too large");
+  EXPECT_THAT(fileNames(caches), testing::IsEmpty());
 }
 
 TEST_F(OwnCacheFileTest, WhatIsNoKeyIsToldAndStays) {
@@ -76,6 +126,17 @@ TEST_F(OwnCacheFileTest, AKeyOfAnotherUserIsRefusedAlsoToASuperuser) {
   const auto refused = ownCacheFile(caches, "records.example", "alice");
   ASSERT_FALSE(refused);
   EXPECT_EQ(refused.error().as<SQLiteCacheError>()->detail, "it belongs to another user");
+}
+
+TEST_F(OwnCacheFileTest, AFolderThatMayHaveNoKeyIsTold) {
+  std::filesystem::create_directories(caches);
+  const vellora::tests::OrdinaryUser user(folder.path());
+  chmod(caches.c_str(), 0500);
+  const auto refused = ownCacheFile(caches, "records.example", "alice");
+  chmod(caches.c_str(), 0700);
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(*refused.error().as<SQLiteCacheError>(),
+            (SQLiteCacheError{SQLiteCacheError::Reason::unwritable, key, "Permission denied"}));
 }
 
 TEST_F(OwnCacheFileTest, AFolderThatMayNotBeWrittenToIsNamed) {

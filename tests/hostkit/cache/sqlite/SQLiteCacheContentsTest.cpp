@@ -49,13 +49,15 @@ class SQLiteCacheContentsTest : public testing::Test {
     return SQLiteCacheContents::read(path, clock.function()());
   }
 
-  [[nodiscard]] Reason reasonOfRefusal() const {
+  [[nodiscard]] SQLiteCacheError refusal() const {
     const auto contents = read();
     if (contents) throw std::logic_error("it was read");
     const auto* error = contents.error().as<SQLiteCacheError>();
     if (error == nullptr) throw std::logic_error(contents.error().localizedDescription());
-    return error->reason;
+    return *error;
   }
+
+  [[nodiscard]] Reason reasonOfRefusal() const { return refusal().reason; }
 
   vellora::tests::TemporaryFolder folder;
   const std::string path = folder.file("cache.db");
@@ -190,11 +192,30 @@ TEST_F(SQLiteCacheContentsTest, RefusesWhatIsNoSoundCacheAndLeavesItAsItIs) {
   RawDatabase(path).run("DROP INDEX vellora_row_age");
   EXPECT_EQ(reasonOfRefusal(), Reason::damaged);
   writeFile(path, std::string(16, 'x') + sound.substr(16));
-  EXPECT_EQ(reasonOfRefusal(), Reason::damaged);
+  EXPECT_EQ(refusal(), (SQLiteCacheError{Reason::damaged, path, ""}));
+  writeFile(path, sound);
+  RawDatabase(path).run("PRAGMA application_id = 7; PRAGMA user_version = 99");
+  EXPECT_EQ(refusal(), (SQLiteCacheError{Reason::damaged, path, ""}));
   writeFile(path, sound);
   RawDatabase(path).run("PRAGMA user_version = 99");
   EXPECT_EQ(reasonOfRefusal(), Reason::newerVersion);
   EXPECT_THAT(fileNames(folder.path()), ElementsAre("cache.db"));
+}
+
+TEST_F(SQLiteCacheContentsTest, RefusesANewerVersionWhateverElseIsInIt) {
+  fillAndClose();
+  RawDatabase(path).run("PRAGMA user_version = 2");
+  std::string newer = fileBytes(path);
+  newer.at(19) = 9;  // what a program has to know in order to read it
+  writeFile(path, newer);
+  EXPECT_EQ(refusal(), (SQLiteCacheError{Reason::newerVersion, path, ""}));
+}
+
+TEST_F(SQLiteCacheContentsTest, RefusesAFileThatMayNotBeRead) {
+  fillAndClose();
+  ::chmod(path.c_str(), 0200);
+  const OrdinaryUser user(folder.path());
+  EXPECT_EQ(refusal(), (SQLiteCacheError{Reason::unwritable, path, "Permission denied"}));
 }
 
 }  // namespace

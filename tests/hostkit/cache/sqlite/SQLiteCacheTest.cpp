@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -69,6 +70,16 @@ TEST_F(SQLiteCacheTest, LeavesInTheLogWhatAFirstLoadWrites) {
 
   ASSERT_TRUE(cache->save(Data(std::string(6'000'000, 'b')), "b"));
   EXPECT_GT(std::filesystem::file_size(path), 12'000'000U) << "the log grows on";
+}
+
+TEST_F(SQLiteCacheTest, LetsGoOfALargeRowThatItKeeps) {
+  const auto cache = open();
+  const auto table = cache->createTable(rowsTable());
+  ASSERT_TRUE(table->upsert({Data(std::string(100'000, 'a')), {{"name", "list"}}, std::nullopt}));
+  const Data kept = table->load(Query::oldest({})).at(0);
+  ASSERT_TRUE(table->load(Query::oldest({})).at(0).sharesBufferWith(kept));
+  cache->releaseMemory();
+  EXPECT_FALSE(table->load(Query::oldest({})).at(0).sharesBufferWith(kept));
 }
 
 TEST_F(SQLiteCacheTest, FileAndLogAreForTheOwnerAlone) {

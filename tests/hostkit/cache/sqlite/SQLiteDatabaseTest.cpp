@@ -9,8 +9,11 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "hostkit/cache/sqlite/SQLiteResultCodes.h"
+#include "tests/hostkit/cache/sqlite/FaultyFiles.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/TemporaryFolder.h"
@@ -61,6 +64,52 @@ TEST_F(SQLiteDatabaseTest, ReadsAFileThatNobodyMayWriteToThroughAPathWithTwoSlas
   const auto opened = SQLiteDatabase::openForReading("/" + path, std::chrono::milliseconds(1));
   ASSERT_NE(opened.database, nullptr) << opened.code;
   EXPECT_EQ(countIn(*opened.database), 0);
+}
+
+TEST_F(SQLiteDatabaseTest, ReadsAFileThatNobodyMayWriteToByANameOfAnyCharacters) {
+  const std::string strange = folder.file("%41 ?b #c");
+  std::filesystem::copy_file(path, strange);
+  chmod(strange.c_str(), 0400);
+  const vellora::tests::OrdinaryUser user(folder.path());
+  const auto opened = SQLiteDatabase::openForReading(strange, std::chrono::milliseconds(1));
+  ASSERT_NE(opened.database, nullptr) << opened.code;
+  EXPECT_EQ(countIn(*opened.database), 0);
+}
+
+TEST_F(SQLiteDatabaseTest, DistrustsAlsoAFileThatNobodyMayWriteTo) {
+  database.reset();
+  chmod(path.c_str(), 0400);
+  const vellora::tests::OrdinaryUser user(folder.path());
+  const auto opened = SQLiteDatabase::openForReading(path, std::chrono::milliseconds(1));
+  ASSERT_NE(opened.database, nullptr) << opened.code;
+  opened.database->run("SELECT zeroblob(300000000)");
+  EXPECT_EQ(opened.database->failure(), SQLITE_TOOBIG);
+}
+
+TEST_F(SQLiteDatabaseTest, DoesNotReadAFileThatNobodyMayWriteToWithoutItsLog) {
+  database.reset();
+  writeFile(path + "-wal", "");
+  chmod(path.c_str(), 0400);
+  const vellora::tests::OrdinaryUser user(folder.path());
+  const auto opened = SQLiteDatabase::openForReading(path, std::chrono::milliseconds(1));
+  EXPECT_EQ(opened.database, nullptr);
+  EXPECT_EQ(opened.code, SQLITE_READONLY);
+}
+
+TEST_F(SQLiteDatabaseTest, DoesNotReadAFileThatCannotBeOpened) {
+  FaultyFiles files;
+  files.failAt(1, FaultyFiles::Fault::error, FaultyFiles::Lasting::once);
+  const auto opened = SQLiteDatabase::openForReading(path, std::chrono::milliseconds(1));
+  EXPECT_EQ(opened.database, nullptr);
+  EXPECT_EQ(opened.code & 0xff, SQLITE_CANTOPEN);
+}
+
+TEST_F(SQLiteDatabaseTest, WritesNothingWhereItIsOpenForReading) {
+  const auto opened = SQLiteDatabase::openForReading(path, std::chrono::milliseconds(1));
+  ASSERT_NE(opened.database, nullptr) << opened.code;
+  opened.database->run("INSERT INTO item VALUES(1)");
+  EXPECT_EQ(opened.database->failure(), SQLITE_READONLY);
+  EXPECT_EQ(count(), 0);
 }
 
 TEST_F(SQLiteDatabaseTest, RunsAStatementMoreThanOnce) {
@@ -124,6 +173,57 @@ TEST_F(SQLiteDatabaseTest, KnowsWhetherItsFileIsStillThere) {
 TEST_F(SQLiteDatabaseTest, RefusesAValueThatNoFileOfOursHolds) {
   database->run("SELECT zeroblob(300000000)");
   EXPECT_EQ(database->failure(), SQLITE_TOOBIG);
+}
+
+TEST_F(SQLiteDatabaseTest, WaitsForALockAsLongAsItWasTold) {
+  const auto waiting = SQLiteDatabase::open(path, std::chrono::milliseconds(1234)).database;
+  SQLiteStatement setting = waiting->statement("PRAGMA busy_timeout");
+  ASSERT_TRUE(setting.step());
+  EXPECT_EQ(setting.integer(SQLiteStatement::onlyColumn), 1234);
+}
+
+TEST_F(SQLiteDatabaseTest, HasTheSettingsOfAConnectionThatDistrustsItsFile) {
+  const std::pair<std::string_view, std::int64_t> settings[] = {
+      {"PRAGMA trusted_schema", 0},        {"PRAGMA mmap_size", 0},
+      {"PRAGMA cell_size_check", 1},       {"PRAGMA temp_store", 2},
+      {"PRAGMA cache_size", -384},         {"PRAGMA synchronous", 1},
+      {"PRAGMA secure_delete", 1},         {"PRAGMA journal_size_limit", 4194304},
+      {"PRAGMA wal_autocheckpoint", 2500},
+  };
+  for (const auto& [pragma, value] : settings) {
+    SQLiteStatement setting = database->statement(pragma);
+    ASSERT_TRUE(setting.step()) << pragma;
+    EXPECT_EQ(setting.integer(SQLiteStatement::onlyColumn), value) << pragma;
+  }
+}
+
+TEST_F(SQLiteDatabaseTest, DoesNotLetItsSchemaBeRewrittenInPlace) {
+  database->run("PRAGMA writable_schema = ON");
+  database->run("UPDATE sqlite_schema SET sql = 'CREATE TABLE item(other)'");
+  EXPECT_EQ(database->failure(), SQLITE_ERROR);
+}
+
+TEST_F(SQLiteDatabaseTest, DoesNotLookIntoTheFilesOwnViews) {
+  RawDatabase(path).run("CREATE VIEW items AS SELECT * FROM item");
+  database->run("SELECT * FROM items");
+  EXPECT_EQ(database->failure(), SQLITE_ERROR);
+}
+
+TEST_F(SQLiteDatabaseTest, TakesNoNameThatIsUnknownForAText) {
+  database->run("SELECT \"unknown\" FROM item");
+  EXPECT_EQ(database->failure(), SQLITE_ERROR);
+}
+
+TEST_F(SQLiteDatabaseTest, LetsGoOfRowsAndPages) {
+  const LargeRows::Identity identity{1, 2, 3};
+  database->largeRows().keep(identity, std::make_shared<StoredRow>());
+  database->run("INSERT INTO item VALUES(zeroblob(300000))");
+  EXPECT_EQ(count(), 1);
+  const std::int64_t before = sqlite3_memory_used();
+  database->releaseMemory();
+  EXPECT_LT(sqlite3_memory_used(), before - 100000);
+  EXPECT_EQ(database->largeRows().find(identity), nullptr);
+  EXPECT_EQ(count(), 1);
 }
 
 TEST_F(SQLiteDatabaseTest, DoesNotRunTheFilesOwnTriggers) {

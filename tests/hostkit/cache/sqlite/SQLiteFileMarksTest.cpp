@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +10,7 @@
 #include <string>
 
 #include "hostkit/cache/sqlite/SQLiteCacheFile.h"
+#include "tests/hostkit/cache/sqlite/FaultyFiles.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -51,6 +53,7 @@ TEST_F(SQLiteFileMarksTest, TwoMarksOfThreeMakeADamagedFileOfOurs) {
   EXPECT_EQ(kindOf(without(ours, magic)), SQLiteFileKind::damaged);
   EXPECT_EQ(kindOf(without(ours, id)), SQLiteFileKind::damaged);
   EXPECT_EQ(kindOf(without(ours, table)), SQLiteFileKind::damaged);
+  EXPECT_EQ(kindOf(ours.substr(0, 72)), SQLiteFileKind::damaged);
 }
 
 TEST_F(SQLiteFileMarksTest, OneMarkMakesNoFileOfOurs) {
@@ -58,7 +61,8 @@ TEST_F(SQLiteFileMarksTest, OneMarkMakesNoFileOfOurs) {
   EXPECT_EQ(kindOf(without(without(ours, magic), id)), SQLiteFileKind::foreign);
   EXPECT_EQ(kindOf(without(without(ours, magic), table)), SQLiteFileKind::foreign);
   EXPECT_EQ(kindOf(without(without(ours, id), table)), SQLiteFileKind::foreign);
-  EXPECT_EQ(kindOf(ours.substr(0, 60)), SQLiteFileKind::foreign);
+  for (const std::size_t size : {60U, 64U, 66U, 68U, 71U})
+    EXPECT_EQ(kindOf(ours.substr(0, size)), SQLiteFileKind::foreign) << size;
   EXPECT_EQ(kindOf("S"), SQLiteFileKind::foreign);
 }
 
@@ -87,6 +91,24 @@ TEST_F(SQLiteFileMarksTest, TellsANewerVersionByItsNumber) {
   std::string newer = ours;
   newer.at(63) = 2;
   EXPECT_EQ(kindOf(newer), SQLiteFileKind::newer);
+}
+
+TEST_F(SQLiteFileMarksTest, AFileThatFailsToBeReadIsUnreadableAndSaysWhy) {
+  writeFile(path, std::string(300000, '\0'));
+  FaultyFiles files;
+  for (const int call : {1, 2, 3}) {  // to open it, to read its first page, and to read behind that
+    files.failAt(call, FaultyFiles::Fault::error, FaultyFiles::Lasting::once);
+    errno = 0;
+    EXPECT_EQ(kindOfFile(path), SQLiteFileKind::unreadable) << call;
+    EXPECT_EQ(errno, EACCES) << call;
+    EXPECT_TRUE(files.hasFailed()) << call;
+  }
+}
+
+TEST_F(SQLiteFileMarksTest, LeavesNoFileOpen) {
+  const int before = nextDescriptor();
+  EXPECT_EQ(kindOf(ours), SQLiteFileKind::ours);
+  EXPECT_EQ(nextDescriptor(), before);
 }
 
 TEST_F(SQLiteFileMarksTest, TellsAbsentFromEmpty) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -29,6 +30,28 @@ TEST_F(SQLiteFileSetTest, LeavesADamagedFileWhereItMayNotBeSetAside) {
   chmod(folder.path().c_str(), 0500);
   EXPECT_EQ(refusal(path).reason, Reason::unwritable);
   chmod(folder.path().c_str(), 0700);
+}
+
+TEST_F(SQLiteFileSetTest, TellsWhyNothingMayBeSetAside) {
+  const OrdinaryUser user(folder.path());
+  for (const char* const suffix : {"", "-wal"}) {
+    writeFile(path + suffix, "kept");
+    chmod(folder.path().c_str(), 0500);
+    EXPECT_EQ(sqliteFileSet::setAside(path), EACCES) << suffix;
+    chmod(folder.path().c_str(), 0700);
+    EXPECT_EQ(fileBytes(path + suffix), "kept");
+    std::filesystem::remove(path + suffix);
+  }
+}
+
+TEST_F(SQLiteFileSetTest, RemovesNothingWhereItCannotTellWhatWasSetAside) {
+  writeFile(path, "kept");
+  const OrdinaryUser user(folder.path());
+  chmod(folder.path().c_str(), 0300);
+  const int number = sqliteFileSet::removeAll(path);
+  chmod(folder.path().c_str(), 0700);
+  EXPECT_EQ(number, EACCES);
+  EXPECT_EQ(fileBytes(path), "kept");
 }
 
 TEST_F(SQLiteFileSetTest, DoesNotPlayALogIntoAFreshFile) {

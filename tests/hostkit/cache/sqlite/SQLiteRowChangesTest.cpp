@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <memory>
 #include <string>
 
+#include "hostkit/cache/sqlite/SQLiteResultCodes.h"
 #include "tests/hostkit/cache/sqlite/SQLiteRowsFixture.h"
 
 namespace vellora::hostkit::tests {
@@ -32,6 +35,35 @@ TEST_F(SQLiteRowChangesTest, ARemovedRowLeavesNothingInTheIndex) {
   SQLiteStatement count = database->statement("SELECT count(*) FROM vellora_meta");
   ASSERT_TRUE(count.step());
   EXPECT_EQ(count.integer(SQLiteStatement::onlyColumn), 0);
+}
+
+TEST_F(SQLiteRowChangesTest, ARemovedRowIsNotKeptInMemory) {
+  write("1", {});
+  const std::int64_t sequence = everyHeader().at(0).sequence;
+  database->largeRows().keep({sequence, 2, 3}, std::make_shared<StoredRow>());
+  sqliteRows::remove(*database, sequence);
+  EXPECT_EQ(database->largeRows().find({sequence, 2, 3}), nullptr);
+}
+
+TEST_F(SQLiteRowChangesTest, ARowThatIsNotThereWhenItWasWrittenIsDamage) {
+  database->run("DROP TABLE vellora_row");
+  database->run(
+      "CREATE TABLE vellora_row(sequence INTEGER PRIMARY KEY AUTOINCREMENT, table_name UNIQUE ON CONFLICT "
+      "IGNORE, data_key, written, checksum, meta, data)");
+  write("1", {});
+  EXPECT_FALSE(database->failed());
+  write("2", {});
+  EXPECT_TRUE(meansDamage(database->failure()));
+}
+
+TEST_F(SQLiteRowChangesTest, APairThatIsNotThereWhenItWasWrittenIsDamage) {
+  database->run("DROP TABLE vellora_meta");
+  database->run("CREATE TABLE vellora_meta(sequence, name, value, table_name UNIQUE ON CONFLICT REPLACE)");
+  database->run("CREATE INDEX vellora_meta_pair ON vellora_meta(table_name, name, value)");
+  write("1", {{"kind", "item"}});
+  EXPECT_FALSE(database->failed());
+  write("2", {{"kind", "item"}, {"name", "b"}});
+  EXPECT_TRUE(meansDamage(database->failure()));
 }
 
 TEST_F(SQLiteRowChangesTest, ARowIsWrittenInPlaceOfTheOneWithItsDataKey) {

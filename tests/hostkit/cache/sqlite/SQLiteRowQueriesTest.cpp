@@ -38,6 +38,15 @@ TEST_F(SQLiteRowQueriesTest, ReadsTheRowsThatHoldThePairsOldestFirst) {
   EXPECT_FALSE(database->failed());
 }
 
+TEST_F(SQLiteRowQueriesTest, ARowHoldsEachOfThePairs) {
+  write("1", {{"kind", "item"}, {"name", "a"}});
+  write("2", {{"kind", "item"}, {"name", "b"}});
+  write("3", {{"kind", "list"}, {"name", "a"}});
+  write("4", {{"kind", "list"}, {"name", "b"}});
+  const Meta pairs{{"kind", "list"}, {"name", "a"}};
+  EXPECT_THAT(keys(&pairs), ElementsAre("3"));
+}
+
 TEST_F(SQLiteRowQueriesTest, ARowOfAnySizeIsVerified) {
   const auto size = static_cast<int>(LargeRows::smallestSize);
   for (const int length : {0, 1, size - 1, size, size + 1, 300'000}) {

@@ -58,6 +58,11 @@ TEST_F(SQLiteStatementTest, DoesNothingWhenItCouldNotBePrepared) {
   EXPECT_TRUE(database->failed());
 }
 
+TEST_F(SQLiteStatementTest, ATextOfNoStatementHasNoRowsAndIsNoFailure) {
+  EXPECT_FALSE(database->statement("").step());
+  EXPECT_FALSE(database->failed());
+}
+
 TEST_F(SQLiteStatementTest, StartsOverWithoutBindings) {
   EXPECT_TRUE(database->statement("SELECT ? IS NULL").bind("x").step());
   SQLiteStatement again = database->statement("SELECT ? IS NULL");

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
@@ -88,6 +89,30 @@ TEST_F(SQLiteStoreTest, LeavesANewerVersionsFileThatTookThePlaceOfADamagedOne) {
 
   EXPECT_FALSE(std::filesystem::exists(path + ".damaged-1"));
   EXPECT_FALSE(store.perform([](SQLiteDatabase&) {}));
+  store.releaseMemory();  // of no connection
+}
+
+TEST_F(SQLiteStoreTest, TellsWhyTheSecondFileThatWasDamagedCannotBeReplaced) {
+  std::optional<SQLiteCacheFailure> told;
+  SQLiteStore telling(sqliteCacheFile::open(path, timeout).value(), path, timeout, clock.function(),
+                      std::nullopt, [&told](const SQLiteCacheFailure& failure) { told = failure; });
+  int runs = 0;
+  EXPECT_FALSE(telling.perform([&](SQLiteDatabase& database) {
+    database.noteDamage();
+    if (++runs == 2) RawDatabase(path).run("PRAGMA user_version = 2");
+  }));
+  EXPECT_EQ(runs, 2);
+  ASSERT_TRUE(told);
+  EXPECT_EQ(told->error, (SQLiteCacheError{SQLiteCacheError::Reason::newerVersion, path, ""}));
+}
+
+TEST_F(SQLiteStoreTest, LetsGoOfWhatItsConnectionKeeps) {
+  const LargeRows::Identity identity{1, 2, 3};
+  store.perform(
+      [&](SQLiteDatabase& database) { database.largeRows().keep(identity, std::make_shared<StoredRow>()); });
+  store.releaseMemory();
+  EXPECT_TRUE(store.perform(
+      [&](SQLiteDatabase& database) { EXPECT_EQ(database.largeRows().find(identity), nullptr); }));
 }
 
 TEST_F(SQLiteStoreTest, AFreshFileInPlaceOfADamagedOneBelongsToTheSameOwner) {
@@ -124,6 +149,40 @@ TEST_F(SQLiteStoreTest, AFileOfAnotherOwnerThatTookThePlaceOfADamagedOneIsNotUse
   }));
   EXPECT_EQ(runs, 1) << "on the file that was damaged";
   EXPECT_TRUE(bobs.perform([](SQLiteDatabase&) {}));
+}
+
+TEST_F(SQLiteStoreTest, AFileThatCannotBeClaimedInPlaceOfADamagedOneIsNotUsed) {
+  SQLiteStore alices(sqliteCacheFile::open(path, timeout).value(), path, timeout, clock.function(), "alice");
+  std::filesystem::rename(path, path + ".away");
+  ASSERT_TRUE(sqliteCacheFile::open(path, timeout));
+  RawDatabase other(path);
+  other.run("BEGIN IMMEDIATE");
+
+  int runs = 0;
+  EXPECT_FALSE(alices.perform([&runs](SQLiteDatabase& database) {
+    ++runs;
+    database.noteDamage();
+  }));
+  EXPECT_EQ(runs, 1) << "on the file that was damaged";
+}
+
+TEST_F(SQLiteStoreTest, AFileOfAnotherOwnerStaysAsItIsWithItsLog) {
+  const std::string owned = folder.file("owned.db");
+  {
+    SQLiteStore alices(sqliteCacheFile::open(path, timeout).value(), path, timeout, clock.function(),
+                       "alice");
+    ASSERT_FALSE(alices.claim());
+    for (const char* const suffix : {"", "-wal"}) std::filesystem::copy_file(path + suffix, owned + suffix);
+  }
+  const std::string file = fileBytes(owned);
+  const std::string log = fileBytes(owned + "-wal");
+  ASSERT_NE(log, "");
+  {
+    SQLiteStore bobs(sqliteCacheFile::open(owned, timeout).value(), owned, timeout, clock.function(), "bob");
+    EXPECT_TRUE(bobs.claim());
+  }
+  EXPECT_TRUE(fileBytes(owned) == file);
+  EXPECT_TRUE(fileBytes(owned + "-wal") == log);
 }
 
 TEST_F(SQLiteStoreTest, TellsTheTimeOfItsClock) {
