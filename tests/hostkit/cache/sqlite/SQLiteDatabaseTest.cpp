@@ -139,6 +139,34 @@ TEST_F(SQLiteDatabaseTest, StartsOverBehindATransactionThatWasNotUndone) {
   EXPECT_EQ(count(), 0);
 }
 
+/// Keeps connections that open while it lives from undoing what they do, as a lack of memory would.
+class NoRollbacks {
+ public:
+  NoRollbacks() { sqlite3_auto_extension(reinterpret_cast<void (*)()>(&install)); }
+  ~NoRollbacks() { sqlite3_cancel_auto_extension(reinterpret_cast<void (*)()>(&install)); }
+  NoRollbacks(const NoRollbacks&) = delete;
+  NoRollbacks& operator=(const NoRollbacks&) = delete;
+
+ private:
+  static int install(sqlite3* handle, char**, const void*) {
+    return sqlite3_set_authorizer(handle, &judge, nullptr);
+  }
+  static int judge(void*, int action, const char* operation, const char*, const char*, const char*) {
+    return action == SQLITE_TRANSACTION && std::string_view(operation) == "ROLLBACK" ? SQLITE_DENY
+                                                                                     : SQLITE_OK;
+  }
+};
+
+TEST_F(SQLiteDatabaseTest, FailsBehindATransactionThatStillCannotBeUndone) {
+  const NoRollbacks none;
+  database = SQLiteDatabase::open(path, std::chrono::milliseconds(1)).database;
+  database->run("BEGIN");
+  database->run("INSERT INTO item VALUES(1)");
+  database->startOver();
+  EXPECT_TRUE(database->inTransaction());
+  EXPECT_EQ(database->failure(), SQLITE_NOMEM);
+}
+
 TEST_F(SQLiteDatabaseTest, TellsALockFromDamage) {
   RawDatabase other(path);
   other.run("BEGIN IMMEDIATE");

@@ -1,6 +1,8 @@
 #include "hostkit/cache/sqlite/SQLiteOwner.h"
 
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <sqlite3.h>
 
 #include <chrono>
 #include <memory>
@@ -16,6 +18,15 @@ namespace vellora::hostkit::tests {
 namespace {
 
 using sqliteOwner::Claim;
+
+/// While it lives, there are no digests: they are asked of a provider that is not there.
+class NoDigests {
+ public:
+  NoDigests() { EVP_set_default_properties(nullptr, "provider=none"); }
+  ~NoDigests() { EVP_set_default_properties(nullptr, ""); }
+  NoDigests(const NoDigests&) = delete;
+  NoDigests& operator=(const NoDigests&) = delete;
+};
 
 class SQLiteOwnerTest : public testing::Test {
  protected:
@@ -60,6 +71,27 @@ TEST_F(SQLiteOwnerTest, ADamagedMarkIsDamageAndNobodys) {
   RawDatabase(path).run("UPDATE owner SET digest = zeroblob(32)");
   EXPECT_EQ(claim("server one"), Claim::failed);
   EXPECT_TRUE(meansDamage(database->failure()));
+}
+
+TEST_F(SQLiteOwnerTest, AnOwnerWithoutADigestIsNotRefusedForAnother) {
+  ASSERT_EQ(claim("server one"), Claim::granted);
+  {
+    const NoDigests none;
+    EXPECT_EQ(claim("server one"), Claim::failed);
+  }
+  EXPECT_EQ(database->failure(), SQLITE_NOMEM);
+  database->clearFailure();
+  EXPECT_EQ(claim("server one"), Claim::granted);
+}
+
+TEST_F(SQLiteOwnerTest, AFileIsNobodysWithoutADigest) {
+  {
+    const NoDigests none;
+    EXPECT_EQ(claim("server one"), Claim::failed);
+  }
+  EXPECT_EQ(database->failure(), SQLITE_NOMEM);
+  database->clearFailure();
+  EXPECT_EQ(claim("server two"), Claim::granted);
 }
 
 TEST_F(SQLiteOwnerTest, AFileThatCannotBeWrittenIsNobodys) {
