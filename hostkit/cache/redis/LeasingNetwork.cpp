@@ -31,9 +31,8 @@ bool canBeShared(const NetRequest& request) {
   return request.base().httpMethod == "GET" && !request.base().body;
 }
 
-bool isGood(const std::optional<Data>& data, const std::optional<Error>& error,
-            const std::optional<URLResponse>& response) {
-  return data && !error && (!response || response->statusCode == 200 || response->statusCode == 0);
+bool isGood(const std::optional<Error>& error, const std::optional<URLResponse>& response) {
+  return !error && (!response || response->statusCode == 200 || response->statusCode == 0);
 }
 
 /// From 0 to 1, and not the same in two processes.
@@ -230,7 +229,7 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
     try {
       next_->sendRequest(item->rest(),
                          [self = shared_from_this(), item](auto data, auto error, auto response) {
-                           const bool isShared = isGood(data, error, response);
+                           const bool isShared = isGood(error, response);
                            self->giveBack(*item, isShared ? data : std::nullopt);
                            const auto completion = std::move(item->completion);
                            completion(std::move(data), std::move(error), std::move(response));

@@ -38,7 +38,7 @@ std::optional<int> number(std::string_view digits) {
 
 /// The number of the database that stands in the path: "/3". None stands for the first one.
 std::optional<int> databaseIn(std::string_view path) {
-  if (path.empty() || path == "/") return 0;
+  if (path == "/") return 0;
   return number(path.substr(1));
 }
 
@@ -62,7 +62,7 @@ std::optional<RedisAddress> hostAddress(const Url& url, const std::string& text)
   address.usesTls = scheme == "rediss";
   address.host = part(url, CURLUPART_HOST).value_or("");
   const auto port = number(part(url, CURLUPART_PORT).value_or("6379"));
-  const auto database = databaseIn(part(url, CURLUPART_PATH).value_or(""));
+  const auto database = databaseIn(part(url, CURLUPART_PATH).value_or("/"));
   if (address.host.empty() || !port || *port == 0 || !database) return std::nullopt;
   address.port = *port;
   address.database = *database;

@@ -36,7 +36,7 @@ std::optional<Data> unsealed(const std::string& key, const std::string& stored) 
 
 std::optional<Data> read(RedisStore& store, const std::string& key) {
   const auto reply = store.ask({"GET", store.keys().blob(key)}, Access::reading);
-  return reply && reply->kind == RedisReply::Kind::text ? unsealed(key, reply->text) : std::nullopt;
+  return reply ? unsealed(key, reply->text) : std::nullopt;
 }
 
 bool write(RedisStore& store, const std::string& key, const Data& data) {
