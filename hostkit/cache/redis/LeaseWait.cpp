@@ -4,6 +4,13 @@ namespace vellora::hostkit {
 
 using Seconds = std::chrono::duration<double>;
 
+double LeaseWait::shareOf(std::string_view bytes) {
+  if (bytes.size() < 2) return 1;
+  const auto high = static_cast<unsigned char>(bytes[0]);
+  const auto low = static_cast<unsigned char>(bytes[1]);
+  return (high * 256 + low + 1) / 65536.0;
+}
+
 bool LeaseWait::isOver(Moment present) const {
   if (waited(present) >= longest_) return true;
   if (!failedSince_) return false;

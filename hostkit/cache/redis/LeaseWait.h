@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <optional>
+#include <string_view>
 
 namespace vellora::hostkit {
 
@@ -22,6 +23,9 @@ class LeaseWait {
   /// is waited for, and `share` is from 0 to 1.
   LeaseWait(Moment since, double timeout, std::chrono::milliseconds lease, double share)
       : since_(since), longest_(timeout * (0.5 - share / 10)), lease_(lease), share_(share) {}
+
+  /// The share that random bytes come to: more than 0, and 1 at most. 1 where there are none.
+  [[nodiscard]] static double shareOf(std::string_view bytes);
 
   /// Whether the request is to be sent by itself.
   [[nodiscard]] bool isOver(Moment present) const;

@@ -35,15 +35,6 @@ bool isGood(const std::optional<Error>& error, const std::optional<URLResponse>&
   return !error && (!response || response->statusCode == 200 || response->statusCode == 0);
 }
 
-/// From 0 to 1, and not the same in two processes.
-double randomShare() {
-  const std::string bytes = randomKey();
-  if (bytes.size() < 2) return 1;
-  const auto high = static_cast<unsigned char>(bytes[0]);
-  const auto low = static_cast<unsigned char>(bytes[1]);
-  return (high * 256 + low + 1) / 65536.0;
-}
-
 /// What the names of requests among all processes begin with; nothing when there is no memory for it.
 std::optional<std::string> namesFor(const std::optional<std::string>& owner) {
   if (!owner) return "";
@@ -124,7 +115,7 @@ class LeasingNetwork::Line : public std::enable_shared_from_this<Line> {
   void add(const NetRequest& request, Completion completion) {
     const std::string& url = request.base().url.absoluteString();
     const Moment present = Sleep::now();
-    const LeaseWait wait(present, request.base().timeoutInterval, lease_, randomShare());
+    const LeaseWait wait(present, request.base().timeoutInterval, lease_, LeaseWait::shareOf(randomKey()));
     Items added;
     added.push_back(std::make_shared<Item>(Item{request,
                                                 std::move(completion),

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <string_view>
 
 namespace vellora::hostkit::tests {
 namespace {
@@ -16,6 +17,17 @@ class LeaseWaitTest : public testing::Test {
 
   static constexpr LeaseWait::Moment start{};
 };
+
+TEST_F(LeaseWaitTest, RandomBytesMakeAShareOfOneAtMost) {
+  EXPECT_EQ(LeaseWait::shareOf(std::string_view("\0\0", 2)), 1 / 65536.0);
+  EXPECT_EQ(LeaseWait::shareOf("\x40\x7F of many"), 0.251953125);
+  EXPECT_EQ(LeaseWait::shareOf("\xFF\xFF"), 1);
+}
+
+TEST_F(LeaseWaitTest, WithoutRandomBytesTheShareIsWhole) {
+  EXPECT_EQ(LeaseWait::shareOf(""), 1);
+  EXPECT_EQ(LeaseWait::shareOf("a"), 1);
+}
 
 TEST_F(LeaseWaitTest, EndsAtHalfOfTheTimeOutOrAFifthOfThatEarlier) {
   EXPECT_FALSE(wait(0).isOver(start + seconds(29)));
