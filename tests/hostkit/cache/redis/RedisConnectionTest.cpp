@@ -1,5 +1,6 @@
 #include "hostkit/cache/redis/RedisConnection.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -10,13 +11,18 @@
 #include "testkit/ScriptedServer.h"
 #include "tests/hostkit/cache/redis/RedisFixture.h"
 #include "tests/hostkit/cache/redis/RedisServer.h"
+#include "tests/support/Http2Server.h"
+#include "tests/support/ScopedEnvironment.h"
 
 namespace vellora::hostkit::tests {
 namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+using testing::HasSubstr;
 using testkit::ScriptedServer;
+using vellora::tests::Http2Server;
+using vellora::tests::ScopedEnvironment;
 using Reason = RedisCacheError::Reason;
 using Kind = RedisReply::Kind;
 
@@ -67,6 +73,14 @@ TEST(RedisConnectionTest, IsRefusedWhereNothingListens) {
   const auto connection = connect("redis://127.0.0.1:" + std::to_string(testkit::closedPort()));
   ASSERT_FALSE(connection);
   EXPECT_EQ(reasonOf(connection.error()), Reason::unreachable);
+  EXPECT_THAT(connection.error().as<RedisCacheError>()->detail, HasSubstr("127.0.0.1"));
+}
+
+TEST(RedisConnectionTest, GoesPastTheProxiesOfTheEnvironment) {
+  ScriptedServer server;
+  server.reply({"+OK\r\n"});
+  const ScopedEnvironment proxy("http_proxy", "http://127.0.0.1:" + std::to_string(testkit::closedPort()));
+  EXPECT_EQ(askScripted(server).value().text, "OK");
 }
 
 TEST(RedisConnectionTest, AReplyThatNeverComesEndsAtTheDeadline) {
@@ -92,6 +106,36 @@ TEST(RedisConnectionTest, AReplyThatNeverPausesEndsAtTheDeadline) {
   EXPECT_EQ(reasonOf(reply.error()), Reason::timedOut);
 }
 
+TEST(RedisConnectionTest, AReplyThatCameEarlyIsTooLateBehindTheDeadline) {
+  ScriptedServer server;
+  server.reply({"+first\r\n"});
+  const auto connection = connect("redis://" + server.hostAndPort()).value();
+  ASSERT_TRUE(connection->ask({"ECHO", ""}, steady_clock::now() + longTimeout));
+  server.push("+second\r\n");
+  const auto reply = connection->ask({"ECHO", ""}, steady_clock::now() - milliseconds(1));
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::timedOut);
+}
+
+TEST(RedisConnectionTest, ACommandThatNobodyTakesEndsAtTheDeadline) {
+  const RedisServer server;
+  const auto connection = connect(server.address()).value();
+  server.halt();
+  const std::string large(std::size_t{20} << 20U, 'x');
+  const auto reply = connection->ask({"ECHO", large}, steady_clock::now() + milliseconds(50));
+  server.goOn();
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::timedOut);
+}
+
+TEST(RedisConnectionTest, AListMayHaveAsManyItemsAsAnyHas) {
+  ScriptedServer server;
+  server.reply({"*1048576\r\n:1\r\n", ScriptedServer::Then::close});
+  const auto reply = askScripted(server);
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::unreachable) << "it was waited for";
+}
+
 TEST(RedisConnectionTest, AListThatSaysToHaveMoreItemsThanAnyIsAFailure) {
   for (const std::string list : {"*1048577\r\n", "*1\r\n*2147483647\r\n"}) {
     ScriptedServer server;
@@ -107,8 +151,8 @@ TEST(RedisConnectionTest, AReplyOfMoreBytesThanAllowedIsAFailure) {
   const auto connection = connect(server.address()).value();
   const auto deadline = steady_clock::now() + longTimeout;
   const RedisCommand command{"EVAL", "return string.rep('x', 100000)", "0"};
-  EXPECT_TRUE(connection->ask(command, deadline, 100'100));
-  const auto reply = connection->ask(command, deadline, 100'000);
+  EXPECT_TRUE(connection->ask(command, deadline, 100'011));  // with its size in front and two line ends
+  const auto reply = connection->ask(command, deadline, 100'010);
   ASSERT_FALSE(reply);
   EXPECT_EQ(reasonOf(reply.error()), Reason::failed);
 }
@@ -121,6 +165,7 @@ TEST(RedisConnectionTest, ACommandOfMoreBytesThanAllowedIsNotSent) {
   ASSERT_FALSE(reply);
   EXPECT_EQ(reasonOf(reply.error()), Reason::failed);
   EXPECT_EQ(connection->ask({"EXISTS", "a"}, deadline).value().number, 0);
+  EXPECT_TRUE(connection->ask({"SET", "a", std::string(100, 'x')}, deadline, 104));
 }
 
 TEST(RedisConnectionTest, AnAnswerOfSomethingElseIsAFailure) {
@@ -141,6 +186,20 @@ TEST(RedisConnectionTest, AReplyThatIsCutShortIsAConnectionThatWasClosed) {
   EXPECT_TRUE(connection->wasClosed());
 }
 
+TEST(RedisConnectionTest, AServerThatIsGoneIsNoticedInSpiteOfWhatItSaidBefore) {
+  RedisServer server;
+  const auto connection = connect(server.address()).value();
+  const auto deadline = steady_clock::now() + longTimeout;
+  ASSERT_TRUE(connection->ask({"SUBSCRIBE", "news"}, deadline));
+  ASSERT_EQ(server.ask({"PUBLISH", "news", "late"}).number, 1);
+  (void)server.ask({"PING"});  // by then it has sent the news
+  server.kill();
+  const auto reply = connection->ask({"PING"}, deadline);
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::unreachable);
+  EXPECT_TRUE(connection->wasClosed());
+}
+
 TEST(RedisConnectionTest, SpeaksTlsWithAServerThatItTrusts) {
   const TlsRedisServer server;
   const auto connection = connect(server.address(), longTimeout, server.certificate());
@@ -153,6 +212,15 @@ TEST(RedisConnectionTest, SendsNothingToAServerThatItDoesNotTrust) {
   const auto connection = connect(server.address());
   ASSERT_FALSE(connection);
   EXPECT_EQ(reasonOf(connection.error()), Reason::unreachable);
+}
+
+TEST(RedisConnectionTest, OffersNoProtocolOfTheWeb) {
+  Http2Server server;
+  const auto connection =
+      connect("rediss" + server.url().substr(5), longTimeout, server.certificate()).value();
+  const auto reply = connection->ask({"PING"}, steady_clock::now() + longTimeout);
+  ASSERT_FALSE(reply);
+  EXPECT_EQ(reasonOf(reply.error()), Reason::unreachable) << "it speaks HTTP/2 to whoever offers that";
 }
 
 TEST(RedisConnectionTest, ATlsHandshakeThatNeverEndsEndsAtTheDeadline) {

@@ -35,6 +35,11 @@ class RedisStoreTest : public RedisFixture {
     const auto reply = store.ask({"PING"}, Access::reading);
     return reply ? reply->text : "nothing";
   }
+
+  /// A command that is answered with that error.
+  static RedisCommand failing(const std::string& words) {
+    return {"EVAL", "return redis.error_reply(ARGV[1])", "0", words};
+  }
 };
 
 TEST_F(RedisStoreTest, KeepsItsConnection) {
@@ -68,6 +73,15 @@ TEST_F(RedisStoreTest, AServerThatIsGoneIsTriedAgain) {
   EXPECT_THAT(told.reasons(), ElementsAre(Reason::unreachable));
   server.start();
   EXPECT_EQ(pinged(store), "PONG");
+}
+
+TEST_F(RedisStoreTest, NobodyNeedsToObserveIt) {
+  auto unobserved = setting();
+  unobserved.observer = nullptr;
+  RedisStore store(std::move(unobserved));
+  server.kill();
+  EXPECT_EQ(pinged(store), "nothing");
+  store.fail(Access::reading, "gone");
 }
 
 TEST_F(RedisStoreTest, ACallThatMemoryRunsOutInKeepsNobodyFromTheNext) {
@@ -121,6 +135,72 @@ TEST_F(RedisStoreTest, IsNotTriedWhileThePauseLasts) {
   EXPECT_THAT(told.reasons(), ElementsAre(Reason::unreachable, Reason::unreachable));
   EXPECT_EQ(told.all().back().error.detail, "not tried again yet");
   EXPECT_EQ(server.callsOf("ping"), 0);
+}
+
+TEST_F(RedisStoreTest, AConnectionThatEndsWhileItSignsInIsNone) {
+  testkit::ScriptedServer closing;
+  closing.replyAlways({"", testkit::ScriptedServer::Then::close});
+  auto known = setting();
+  known.address = *RedisAddress::parsed("redis://" + closing.hostAndPort());
+  known.password = "open\r\n\r\nsesame";  // the scripted server answers an empty line
+  RedisStore store(std::move(known));
+  EXPECT_EQ(pinged(store), "nothing");
+  EXPECT_THAT(told.reasons(), ElementsAre(Reason::unreachable));
+  EXPECT_EQ(store.connections(), 0U);
+}
+
+TEST_F(RedisStoreTest, AConnectionThatEndsBeforeItsDatabaseIsChosenIsNone) {
+  testkit::ScriptedServer closing;
+  closing.replyAlways({"+OK\r\n", testkit::ScriptedServer::Then::close});
+  auto known = setting();
+  known.address = *RedisAddress::parsed("redis://" + closing.hostAndPort() + "/3");
+  known.password = "open\r\n\r\nsesame";
+  RedisStore store(std::move(known));
+  EXPECT_EQ(pinged(store), "nothing");
+  EXPECT_THAT(told.reasons(), ElementsAre(Reason::unreachable));
+  EXPECT_EQ(store.connections(), 0U);
+}
+
+TEST_F(RedisStoreTest, AnErrorOfOneCommandMakesNoPause) {
+  auto patient = setting();
+  patient.pause = ReconnectPause(std::chrono::hours(1), std::chrono::hours(1));
+  RedisStore store(std::move(patient));
+  EXPECT_FALSE(store.ask(failing("ERR no"), Access::reading));
+  EXPECT_EQ(pinged(store), "PONG");
+}
+
+TEST_F(RedisStoreTest, PausesGrowNoMoreOnceItWasReached) {
+  auto patient = setting();
+  patient.pause = ReconnectPause(milliseconds(1), std::chrono::hours(10'000));
+  RedisStore store(std::move(patient));
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_FALSE(store.ask(failing("LOADING not yet"), Access::reading));
+    while (pinged(store) != "PONG") continue;
+  }
+}
+
+TEST_F(RedisStoreTest, AServerThatClosesEachConnectionIsAskedOnce) {
+  testkit::ScriptedServer closing;
+  closing.replyAlways({"", testkit::ScriptedServer::Then::close});
+  auto other = setting();
+  other.address = *RedisAddress::parsed("redis://" + closing.hostAndPort());
+  RedisStore store(std::move(other));
+  EXPECT_FALSE(store.ask({"ECHO", ""}, Access::reading));
+  EXPECT_THAT(told.reasons(), ElementsAre(Reason::unreachable));
+  EXPECT_EQ(closing.connections(), 1U);
+}
+
+TEST_F(RedisStoreTest, ACommandWhoseReplyIsNoneIsNotSentAgain) {
+  testkit::ScriptedServer strange;
+  strange.reply({"+OK\r\n"});
+  strange.replyAlways({"HTTP/1.1 200 OK\r\n\r\n"});
+  auto other = setting();
+  other.address = *RedisAddress::parsed("redis://" + strange.hostAndPort());
+  RedisStore store(std::move(other));
+  ASSERT_TRUE(store.ask({"ECHO", ""}, Access::reading));
+  EXPECT_FALSE(store.ask({"ECHO", ""}, Access::reading));
+  EXPECT_THAT(told.reasons(), ElementsAre(Reason::failed));
+  EXPECT_EQ(strange.connections(), 1U);
 }
 
 TEST_F(RedisStoreTest, NoCallWaitsForAServerThatStandsStill) {
@@ -178,6 +258,23 @@ TEST_F(RedisStoreTest, SignsInAsAUser) {
   EXPECT_EQ(store.ask({"ACL", "WHOAMI"}, Access::reading)->text, "reader");
 }
 
+TEST_F(RedisStoreTest, TellsTheBeginningOfWhatTheServerSaid) {
+  RedisStore store(setting());
+  EXPECT_FALSE(store.ask(failing("ERR " + std::string(300, 'x')), Access::reading));
+  ASSERT_THAT(told.all(), SizeIs(1));
+  EXPECT_EQ(told.all().front().error.detail, "ERR " + std::string(196, 'x'));
+}
+
+TEST_F(RedisStoreTest, TellsWhatTheServerSaidOfSomethingElseThanThePassword) {
+  (void)server.ask({"CONFIG", "SET", "requirepass", "open sesame"});
+  auto known = setting();
+  known.password = "open sesame";
+  RedisStore store(std::move(known));
+  EXPECT_FALSE(store.ask(failing("ERR no"), Access::reading));
+  ASSERT_THAT(told.all(), SizeIs(1));
+  EXPECT_EQ(told.all().front().error.detail, "ERR no");
+}
+
 TEST_F(RedisStoreTest, AWrongPasswordIsRefusedAndNotTold) {
   (void)server.ask({"CONFIG", "SET", "requirepass", "open sesame"});
   auto wrong = setting();
@@ -227,6 +324,15 @@ TEST_F(RedisStoreTest, UsesTheDatabaseOfItsAddress) {
   ASSERT_TRUE(store.ask({"SET", "a", "1"}, Access::writing));
   EXPECT_THAT(server.keys(), IsEmpty());
   EXPECT_THAT(server.ask({"INFO", "keyspace"}).text, HasSubstr("db3:keys=1"));
+}
+
+TEST_F(RedisStoreTest, UsesNoOtherDatabaseWhereTheServerHasNoneOfThatNumber) {
+  auto beyond = setting();
+  beyond.address.database = 99;
+  RedisStore store(std::move(beyond));
+  EXPECT_FALSE(store.ask({"SET", "a", "1"}, Access::writing));
+  EXPECT_THAT(told.reasons(), ElementsAre(Reason::failed));
+  EXPECT_THAT(server.keys(), IsEmpty());
 }
 
 }  // namespace
