@@ -5,9 +5,11 @@
 
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <future>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -17,6 +19,7 @@
 #include "testkit/StubNetwork.h"
 #include "tests/hostkit/cache/redis/RedisFixture.h"
 #include "tests/support/AllocationCounter.h"
+#include "tests/support/NoMoreThreads.h"
 #include "tests/support/Requests.h"
 #include "vellora/Platform/Web/URLResponse.h"
 
@@ -28,8 +31,10 @@ using testing::HasSubstr;
 using testing::Not;
 using testkit::StubNetwork;
 using vellora::tests::AllocationFailure;
+using vellora::tests::LiveMemory;
 
 constexpr const char* theme = "/services/data/v50.0/theme";
+constexpr const char* sObjects = "/services/data/v50.0/sobjects";
 
 struct Unreachable {
   static std::string localizedDescription() { return "unreachable"; }
@@ -58,6 +63,48 @@ class OpenNetwork final : public CorvaneSDK::Network {
   std::promise<Completion> asked_;
 };
 
+/// Answers what it still owes when it goes.
+class LateNetwork final : public CorvaneSDK::Network {
+ public:
+  LateNetwork() = default;
+  ~LateNetwork() override {
+    if (owed_) owed_(Data("late"), std::nullopt, std::nullopt);
+  }
+  LateNetwork(const LateNetwork&) = delete;
+  LateNetwork& operator=(const LateNetwork&) = delete;
+
+  void sendRequest(const NetRequest&, Completion completion) override {
+    owed_ = std::move(completion);
+    wasAsked_.set_value();
+  }
+
+  void waitUntilAsked() { wasAsked_.get_future().wait(); }
+
+ private:
+  Completion owed_;
+  std::promise<void> wasAsked_;
+};
+
+/// Answers at once, and keeps nothing.
+class QuickNetwork final : public CorvaneSDK::Network {
+ public:
+  void sendRequest(const NetRequest&, Completion completion) override {
+    completion(Data("{}"), std::nullopt, std::nullopt);
+  }
+};
+
+/// Has no memory for its first request, and answers each other.
+class ShortOfMemoryNetwork final : public CorvaneSDK::Network {
+ public:
+  void sendRequest(const NetRequest&, Completion completion) override {
+    if (++requests_ == 1) throw std::bad_alloc();
+    completion(Data("{}"), std::nullopt, std::nullopt);
+  }
+
+ private:
+  int requests_ = 0;
+};
+
 /// Looks until it is so; false when it is not after a long time.
 bool waitUntil(const std::function<bool()>& isSo) {
   const auto end = std::chrono::steady_clock::now() + longTimeout;
@@ -81,6 +128,17 @@ class LeasingNetworkTest : public RedisFixture {
   /// One process: its own network and its own connection to the Redis.
   [[nodiscard]] std::unique_ptr<LeasingNetwork> process(const std::shared_ptr<StubNetwork>& network) {
     return std::make_unique<LeasingNetwork>(network, *open(), shares);
+  }
+
+  /// Whether another process would be given that answer.
+  [[nodiscard]] bool isShared(const std::optional<Error>& error, const std::optional<URLResponse>& response) {
+    (void)server.ask({"FLUSHALL"});
+    const auto network = std::make_shared<OpenNetwork>();
+    LeasingNetwork leasing(network, *open(), shares);
+    auto outcome = sent(leasing);
+    network->completion()(Data("{}"), error, response);
+    outcome.wait();
+    return !server.keys("*:answer:*").empty();
   }
 
   /// Waits until that network was asked something.
@@ -153,6 +211,15 @@ TEST_F(LeasingNetworkTest, AnAnswerOfAnotherStatusIsNotShared) {
   EXPECT_EQ(sent(*process(other)).get().data, Data("{}"));
 }
 
+TEST_F(LeasingNetworkTest, AnAnswerIsSharedThatIsGoodOrOfNoStatus) {
+  EXPECT_TRUE(isShared(std::nullopt, std::nullopt));
+  EXPECT_TRUE(isShared(std::nullopt, URLResponse{theme, 200, {}}));
+  EXPECT_TRUE(isShared(std::nullopt, URLResponse{theme, 0, {}}));
+  EXPECT_FALSE(isShared(std::nullopt, URLResponse{theme, 206, {}}));
+  EXPECT_FALSE(isShared(Error(Unreachable{}), std::nullopt));
+  EXPECT_FALSE(isShared(Error(Unreachable{}), URLResponse{theme, 200, {}}));
+}
+
 TEST_F(LeasingNetworkTest, TheLeaseOfAProcessThatDiedRunsOut) {
   shares.lease = std::chrono::milliseconds(50);
   one->answer(theme, StubNetwork::never());
@@ -180,6 +247,10 @@ TEST_F(LeasingNetworkTest, ALeaseIsRenewedAsLongAsItsRequestLasts) {
   }
   EXPECT_TRUE(waitUntil([this] { return leaseLeft() != withoutEnd; }))
       << "has the end that its holder gave it";
+  one->answer(sObjects, StubNetwork::body("[]"));
+  for (const auto& process : processes) {
+    EXPECT_EQ(sent(*process, vellora::tests::get(sObjects)).get().data, Data("[]")) << "the thread goes on";
+  }
   EXPECT_EQ(one->releaseAll(), processes.size());
 }
 
@@ -272,6 +343,11 @@ TEST_F(LeasingNetworkTest, AnAnswerIsHandedOnThoughThereIsNoMemoryToShareIt) {
   EXPECT_TRUE(isHanded);
 }
 
+TEST_F(LeasingNetworkTest, WhatTheOtherNetworkHasNoMemoryForIsSentOnceMore) {
+  LeasingNetwork leasing(std::make_shared<ShortOfMemoryNetwork>(), *open(), shares);
+  EXPECT_EQ(sent(leasing).get().data, Data("{}"));
+}
+
 TEST_F(LeasingNetworkTest, NobodyWaitsForMoreThanHalfOfTheTimeOut) {
   one->answer(theme, StubNetwork::never());
   other->answer(theme, StubNetwork::body("{}"));
@@ -281,6 +357,81 @@ TEST_F(LeasingNetworkTest, NobodyWaitsForMoreThanHalfOfTheTimeOut) {
   EXPECT_EQ(sent(*process(other), themeRequest(0.05)).get().data, Data("{}"));
 }
 
+TEST_F(LeasingNetworkTest, WhoeverWaitedSendsWithTheTimeThatIsLeft) {
+  constexpr double timeout = 0.05;
+  one->answer(theme, StubNetwork::never());
+  other->answer(theme, StubNetwork::body("{}"));
+  const auto first = process(one);
+  const auto firstOutcome = sent(*first);
+  waitUntilAsked(*one);
+  EXPECT_TRUE(sent(*process(other), themeRequest(timeout)).get().data);
+  const double left = other->requests().at(0).request.base().timeoutInterval;
+  EXPECT_LE(left, timeout * 0.6 + 1e-9) << "it waited for two fifths at least";
+  EXPECT_GE(left, timeout / 4);
+}
+
+TEST_F(LeasingNetworkTest, WhoeverHasNoTimeLeftIsGivenAQuarterOfIt) {
+  constexpr double timeout = 1e-9;
+  one->answer(theme, StubNetwork::body("{}"));
+  const auto first = process(one);
+  double left = timeout;
+  while (left == timeout) {  // a clock may stand still that long
+    EXPECT_TRUE(sent(*first, themeRequest(timeout)).get().data);
+    left = one->requests().back().request.base().timeoutInterval;
+  }
+  EXPECT_DOUBLE_EQ(left, timeout / 4);
+}
+
+TEST_F(LeasingNetworkTest, WhoeverHasNoTimeToWaitAsksNobody) {
+  one->answer(theme, StubNetwork::body("{}").held());
+  const auto first = process(one);
+  server.forgetCalls();
+  auto outcome = sent(*first, themeRequest(0));
+  waitUntilAsked(*one);
+  EXPECT_EQ(server.callsOf("eval"), 0);
+  EXPECT_EQ(one->releaseAll(), 1U);
+  EXPECT_TRUE(outcome.get().data);
+}
+
+TEST_F(LeasingNetworkTest, ARequestThatIsUnderWayKeepsNoOtherBack) {
+  one->answer(theme, StubNetwork::never());
+  one->answer(sObjects, StubNetwork::body("[]"));
+  const auto first = process(one);
+  server.forgetCalls();
+  const auto themeOutcome = sent(*first);
+  waitUntilAsked(*one);
+  EXPECT_EQ(sent(*first, vellora::tests::get(sObjects)).get().data, Data("[]"));
+  EXPECT_EQ(server.callsOf("eval"), 3) << "each asked once, one has given back, and nothing is renewed yet";
+}
+
+TEST_F(LeasingNetworkTest, WhoeverWaitsLooksAgainAfterTheIntervalAndNoSooner) {
+  shares.interval = std::chrono::hours(1);
+  one->answer(theme, StubNetwork::never());
+  other->answer(theme, StubNetwork::body("{}"));
+  other->answer(sObjects, StubNetwork::body("[]"));
+  const auto first = process(one);
+  const auto firstOutcome = sent(*first);
+  waitUntilAsked(*one);
+  const auto second = process(other);
+  server.forgetCalls();
+  const auto waiting = sent(*second);
+  for (int i = 0; i < 2; ++i) (void)sent(*second, vellora::tests::get(sObjects)).get();
+  EXPECT_EQ(server.callsOf("eval"), 4) << "three have asked, and one has given back";
+}
+
+TEST_F(LeasingNetworkTest, NothingIsKeptOfWhatWasAnswered) {
+  LeasingNetwork leasing(std::make_shared<QuickNetwork>(), *open(), shares);
+  const auto sendOneHundred = [&leasing](const std::string& name) {
+    for (int i = 0; i < 100; ++i) {
+      (void)sent(leasing, vellora::tests::get("/" + name + std::to_string(i))).get();
+    }
+  };
+  sendOneHundred("first");
+  const auto before = LiveMemory::now().blocks;
+  sendOneHundred("second");
+  EXPECT_LT(LiveMemory::now().blocks, before + 100);
+}
+
 TEST_F(LeasingNetworkTest, WithoutARedisEverybodySends) {
   other->answer(theme, StubNetwork::body("{}"));
   const auto second = process(other);
@@ -288,7 +439,8 @@ TEST_F(LeasingNetworkTest, WithoutARedisEverybodySends) {
   EXPECT_EQ(sent(*second).get().data, Data("{}"));
 }
 
-TEST_F(LeasingNetworkTest, WhatWaitsAtTheEndIsSent) {
+TEST_F(LeasingNetworkTest, WhatWaitsAtTheEndIsSentAtOnce) {
+  shares.interval = std::chrono::hours(1);
   one->answer(theme, StubNetwork::never());
   other->answer(theme, StubNetwork::body("{}"));
   const auto first = process(one);
@@ -297,7 +449,9 @@ TEST_F(LeasingNetworkTest, WhatWaitsAtTheEndIsSent) {
   std::future<Outcome> waiting;
   {
     const auto second = process(other);
+    server.forgetCalls();
     waiting = sent(*second);
+    ASSERT_TRUE(waitUntil([this] { return server.callsOf("eval") > 0; })) << "it was told to wait";
   }
   EXPECT_EQ(waiting.get().data, Data("{}"));
 }
@@ -320,6 +474,39 @@ TEST_F(LeasingNetworkTest, ACompletionMayLetGoOfTheNetwork) {
   end.wait();
 }
 
+TEST_F(LeasingNetworkTest, TheOtherNetworkGoesAlongWithWhatItOwes) {
+  auto network = std::make_shared<StubNetwork>();
+  const std::weak_ptr<StubNetwork> left = network;
+  network->answer(theme, StubNetwork::body("{}").held());
+  {
+    const auto first = process(network);
+    const auto outcome = sent(*first);
+    waitUntilAsked(*network);
+    network.reset();
+  }
+  EXPECT_TRUE(left.expired());
+}
+
+TEST_F(LeasingNetworkTest, WhatTheOtherNetworkAnswersAsItGoesIsHandedOn) {
+  one->answer(theme, StubNetwork::body("{}"));
+  EXPECT_TRUE(sent(*process(one)).get().data);  // for all others
+  auto late = std::make_shared<LateNetwork>();
+  auto last = std::make_shared<LeasingNetwork>(late, *open(), shares);
+  auto owed = sent(*last, vellora::tests::get(sObjects));
+  late->waitUntilAsked();
+  late.reset();
+  // The last handle goes on the network's own thread, which lets go of the other network then.
+  std::promise<void> letGo;
+  last->sendRequest(themeRequest(),
+                    [held = last, mayEnd = letGo.get_future().share()](auto, auto, auto) mutable {
+                      mayEnd.wait();
+                      held.reset();
+                    });
+  last.reset();
+  letGo.set_value();
+  EXPECT_EQ(owed.get().data, Data("late"));
+}
+
 TEST_F(LeasingNetworkTest, OnlyPlainGetsAreShared) {
   one->answer(theme, StubNetwork::body("{}"));
   const auto first = process(one);
@@ -328,6 +515,24 @@ TEST_F(LeasingNetworkTest, OnlyPlainGetsAreShared) {
   post.httpMethod = "POST";
   EXPECT_TRUE(sent(*first, NetRequest(post)).get().data);
   EXPECT_EQ(one->count(theme), 2U);
+  auto withBody = themeRequest().base();
+  withBody.body = Data("a body");
+  EXPECT_TRUE(sent(*first, NetRequest(withBody)).get().data);
+  EXPECT_EQ(one->count(theme), 3U);
+}
+
+[[noreturn]] void sendWithoutAThread() {
+  const auto cache = RedisCache::open("redis://127.0.0.1:1").value();
+  vellora::tests::leaveNoRoomForAThread();
+  LeasingNetwork leasing(std::make_shared<QuickNetwork>(), *cache);
+  bool isAnswered = false;
+  leasing.sendRequest(themeRequest(), [&isAnswered](auto, auto, auto) { isAnswered = true; });
+  std::_Exit(isAnswered ? 0 : 1);
+}
+
+TEST(LeasingNetworkDeathTest, PassesEverythingOnWhereTheSystemHasNoThread) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(sendWithoutAThread(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
