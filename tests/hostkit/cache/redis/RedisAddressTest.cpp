@@ -15,6 +15,7 @@ TEST(RedisAddressTest, HasThePortAndTheDatabaseThatEveryRedisBeginsWith) {
   EXPECT_EQ(address->database, 0);
   EXPECT_FALSE(address->usesTls);
   EXPECT_EQ(address->socketPath, "");
+  EXPECT_EQ(address->text, "redis://cache.example");
 }
 
 TEST(RedisAddressTest, NamesPortDatabaseAndTls) {
@@ -23,6 +24,12 @@ TEST(RedisAddressTest, NamesPortDatabaseAndTls) {
   EXPECT_EQ(address->port, 6390);
   EXPECT_EQ(address->database, 3);
   EXPECT_TRUE(address->usesTls);
+}
+
+TEST(RedisAddressTest, MayNameTheFirstDatabase) {
+  const auto address = RedisAddress::parsed("redis://cache.example/0");
+  ASSERT_TRUE(address);
+  EXPECT_EQ(address->database, 0);
 }
 
 TEST(RedisAddressTest, KeepsTheBracketsOfAnAddressOfVersionSix) {
@@ -42,9 +49,14 @@ TEST(RedisAddressTest, RefusesWhatIsNone) {
   for (const std::string text :
        {"", "cache.example", "http://cache.example", "redis://", "redis://cache.example:0",
         "redis://cache.example:70000", "redis://cache.example/one", "redis://cache.example/1/2",
-        "redis://cache.example/-1", "redis+unix://", "redis+unix://host/path"}) {
+        "redis://cache.example/-1", "redis://cache.example/99999999999", "redis+unix://",
+        "redis+unix://host/path"}) {
     EXPECT_FALSE(RedisAddress::parsed(text)) << text;
   }
+}
+
+TEST(RedisAddressTest, RefusesASocketWhosePathTheSystemWouldCutShort) {
+  EXPECT_FALSE(RedisAddress::parsed(std::string("redis+unix:///run/redis\0.sock", 29)));
 }
 
 TEST(RedisAddressTest, RefusesAPasswordSinceAddressesAreShown) {

@@ -57,6 +57,13 @@ TEST_F(RedisCacheTableTest, AFilterOnTheDataKeyAdmitsThatRowAlone) {
   EXPECT_THAT(names(table->fetch(Query::oldest({}))), ElementsAre("a", "b"));
 }
 
+TEST_F(RedisCacheTableTest, APurgeThatFindsNothingDeletesNothing) {
+  addItems(*table, {"a"});
+  server.forgetCalls();
+  EXPECT_TRUE(table->purge(dataKeyEquals("no such key")));
+  EXPECT_EQ(server.callsOf("eval"), 1) << "the rows are looked for";
+}
+
 TEST_F(RedisCacheTableTest, NewestIsTheLastWrittenEvenWhenTheClockWasSetBack) {
   table->upsert(item("a", "1", "first key"));
   clock.advance(-3600);

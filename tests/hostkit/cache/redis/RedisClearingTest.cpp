@@ -39,6 +39,12 @@ TEST_F(RedisClearingTest, APrefixIsNoPattern) {
   EXPECT_THAT(server.keys(), ElementsAre("{test}:blob:a"));
 }
 
+TEST_F(RedisClearingTest, ClearingNothingIsDone) {
+  RedisStore store(setting());
+  EXPECT_TRUE(redisClearing::clear(store));
+  EXPECT_EQ(server.callsOf("unlink"), 0);
+}
+
 TEST_F(RedisClearingTest, TellsThatNothingWasDeleted) {
   RedisStore store(setting());
   server.kill();

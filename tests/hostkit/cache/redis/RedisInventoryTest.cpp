@@ -6,7 +6,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "testkit/ScriptedServer.h"
 #include "tests/hostkit/cache/redis/RedisFixture.h"
 #include "vellora/Host/CacheTable.h"
 
@@ -86,6 +88,14 @@ TEST_F(RedisInventoryTest, ATableWithoutItsRecordIsFound) {
   EXPECT_THAT(contents.findings, SizeIs(1));
 }
 
+TEST_F(RedisInventoryTest, ATableWithoutRowsIsATable) {
+  ASSERT_NE(emptyTable(*cache), nullptr);
+  const auto contents = cache->contents().value();
+  ASSERT_THAT(contents.tables, SizeIs(1));
+  EXPECT_THAT(contents.tables[0].rows, IsEmpty());
+  EXPECT_THAT(contents.findings, IsEmpty());
+}
+
 TEST_F(RedisInventoryTest, ARowThatIsTooOldIsOutdated) {
   ASSERT_TRUE(emptyTable(*cache)->upsert(item("a", "1")));
   clock.advance(eightDaysInSeconds);
@@ -103,6 +113,70 @@ TEST_F(RedisInventoryTest, IsAbsentWhereTheServerIsGone) {
   server.kill();
   EXPECT_FALSE(cache->contents());
   EXPECT_THAT(told.reasons(), ElementsAre(Reason::unreachable));
+}
+
+/// A server that answers what it is told to. Each name holds the end of what it takes for a request, so that
+/// it gives one answer for each name in a command.
+class ScriptedInventoryTest : public RedisFixture {
+ protected:
+  ScriptedInventoryTest() {
+    auto own = options();
+    own.space = "a\r\n\r\nb";
+    cache = RedisCache::open("redis://" + scripted.hostAndPort(), std::move(own)).value();
+  }
+
+  static std::string bulk(const std::string& text) {
+    return "$" + std::to_string(text.size()) + "\r\n" + text + "\r\n";
+  }
+
+  /// Holds what one name says, without its prefix.
+  void hold(const std::string& name) {
+    scripted.reply({"*2\r\n" + bulk("0") + "*1\r\n" + bulk("{a\r\n\r\nb}:1:" + name)});
+  }
+
+  void answerRows(const std::string& bytes) {
+    for (const std::string& part : {bytes, std::string(), std::string()}) scripted.reply({part});
+  }
+
+  testkit::ScriptedServer scripted;
+  std::shared_ptr<RedisCache> cache;
+};
+
+TEST_F(ScriptedInventoryTest, IsAbsentWhereABlobCannotBeRead) {
+  hold("blob:key");
+  scripted.reply({"-ERR no\r\n"});
+  EXPECT_FALSE(cache->contents());
+}
+
+TEST_F(ScriptedInventoryTest, LeavesABlobOutThatIsDeletedMeanwhile) {
+  hold("blob:key");
+  scripted.reply({"$-1\r\n"});
+  const auto contents = cache->contents().value();
+  EXPECT_THAT(contents.blobs, IsEmpty());
+  EXPECT_THAT(contents.findings, IsEmpty());
+}
+
+TEST_F(ScriptedInventoryTest, IsAbsentWhereRowsCannotBeRead) {
+  hold("table:Rows");
+  answerRows("-ERR no\r\n");
+  scripted.reply({"$-1\r\n"});
+  EXPECT_FALSE(cache->contents());
+}
+
+TEST_F(ScriptedInventoryTest, IsAbsentWhereTheRecordOfATableCannotBeRead) {
+  hold("table:Rows");
+  answerRows("*0\r\n");
+  scripted.reply({"-ERR no\r\n"});
+  EXPECT_FALSE(cache->contents());
+}
+
+TEST_F(ScriptedInventoryTest, LeavesOutARowOfNothing) {
+  hold("table:Rows");
+  answerRows("*1\r\n*0\r\n");
+  scripted.reply({"$-1\r\n"});
+  const auto contents = cache->contents().value();
+  ASSERT_THAT(contents.tables, SizeIs(1));
+  EXPECT_THAT(contents.tables[0].rows, IsEmpty());
 }
 
 }  // namespace

@@ -104,10 +104,13 @@ TEST_F(RedisNamesTest, ARestartAtTheLastPartHidesNoName) {
 TEST_F(RedisNamesTest, AConnectionThatIsLostAgainAndAgainEndsIt) {
   RedisStore store(setting());
   fill("old");
-  EXPECT_FALSE(redisNames::each(store, Access::reading, [this](const auto&) {
+  int attempts = 0;
+  EXPECT_FALSE(redisNames::each(store, Access::reading, [&](const auto&) {
+    ++attempts;
     (void)server.ask({"CLIENT", "KILL", "TYPE", "normal", "SKIPME", "yes"});
     return true;
   }));
+  EXPECT_EQ(attempts, 10);
   EXPECT_THAT(told.reasons(), ElementsAre(Reason::failed));
 }
 

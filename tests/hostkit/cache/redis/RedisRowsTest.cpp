@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "hostkit/cache/rows/Checksum.h"
 #include "hostkit/cache/rows/MetaCodec.h"
 #include "tests/hostkit/cache/redis/RedisFixture.h"
 
@@ -40,6 +41,13 @@ class RedisRowsTest : public RedisFixture {
     const auto rows = redisRows::read(store, "Rows", filter);
     for (const auto& row : rows.value()) all.emplace_back(row->data.view());
     return all;
+  }
+
+  /// As another program may write it: with the checksum of what it says, whatever that is.
+  void writeOver(const std::string& dataKey, const std::string& date, const std::string& meta) const {
+    const auto checksum = Checksum().add("row").add("Rows").add(dataKey).add(date).add(meta).add("1").value();
+    (void)server.ask(
+        {"HSET", rowKey(dataKey), "w", date, "c", std::to_string(checksum), "m", meta, "d", "1"});
   }
 
   [[nodiscard]] std::string rowKey(const std::string& dataKey) const {
@@ -153,6 +161,33 @@ TEST_F(RedisRowsTest, ARowWithAnyOtherByteIsNotThereWithoutItsDataEither) {
     (void)server.ask({"HDEL", rowKey("key"), part});
     EXPECT_EQ(count(), 0U) << part;
   }
+}
+
+TEST_F(RedisRowsTest, ARowOfTheRightChecksumThatIsNoneIsNotThere) {
+  const std::string meta = encodedMeta({{"name", "a"}});
+  ASSERT_TRUE(write(item("a", "1", "key")));
+  writeOver("key", "0", meta);
+  ASSERT_THAT(texts(), ElementsAre("1"));
+  for (const std::string date : {"", "1x", "99999999999999999999"}) {
+    writeOver("key", date, meta);
+    EXPECT_THAT(texts(), IsEmpty()) << date;
+  }
+  writeOver("key", "0", "no meta");
+  EXPECT_THAT(texts(), IsEmpty());
+}
+
+TEST_F(RedisRowsTest, ARowWhoseNumberIsNotWholeIsNotThere) {
+  ASSERT_TRUE(write(item("a", "1", "key")));
+  (void)server.ask({"ZADD", store.keys().order("Rows"), "1.5", "key"});
+  (void)server.ask({"HSET", rowKey("key"), "n", "1.5"});
+  EXPECT_THAT(texts(), IsEmpty());
+}
+
+TEST_F(RedisRowsTest, ARowBearsTheNumberThatItsPlaceInTheOrderFollowsFrom) {
+  ASSERT_TRUE(write(item("a", "1", "key")));
+  const auto rows = redisRows::read(store, "Rows", nullptr).value();
+  ASSERT_EQ(rows.size(), 1U);
+  EXPECT_EQ(std::to_string(rows[0]->sequence), server.ask({"HGET", rowKey("key"), "n"}).text);
 }
 
 TEST_F(RedisRowsTest, ARowOfAnotherTableIsNotThere) {
