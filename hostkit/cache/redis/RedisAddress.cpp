@@ -46,9 +46,7 @@ std::optional<RedisAddress> socketAddress(const std::string& text) {
   RedisAddress address;
   address.text = text;
   address.socketPath = text.substr(socketScheme.size());
-  const bool isPath =
-      address.socketPath.starts_with('/') && address.socketPath.find('\0') == std::string::npos;
-  return isPath ? std::optional(address) : std::nullopt;
+  return address.socketPath.starts_with('/') ? std::optional(address) : std::nullopt;
 }
 
 std::optional<RedisAddress> hostAddress(const Url& url, const std::string& text) {
@@ -72,6 +70,7 @@ std::optional<RedisAddress> hostAddress(const Url& url, const std::string& text)
 }  // namespace
 
 std::optional<RedisAddress> RedisAddress::parsed(const std::string& text) {
+  if (text.find('\0') != std::string::npos) return std::nullopt;  // what reads it would stop there
   if (text.starts_with(socketScheme)) return socketAddress(text);
   const Url url(curl_url(), curl_url_cleanup);
   const bool isUrl =

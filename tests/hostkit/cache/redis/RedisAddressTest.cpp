@@ -55,8 +55,9 @@ TEST(RedisAddressTest, RefusesWhatIsNone) {
   }
 }
 
-TEST(RedisAddressTest, RefusesASocketWhosePathTheSystemWouldCutShort) {
+TEST(RedisAddressTest, RefusesWhatWouldBeCutShort) {
   EXPECT_FALSE(RedisAddress::parsed(std::string("redis+unix:///run/redis\0.sock", 29)));
+  EXPECT_FALSE(RedisAddress::parsed(std::string("redis://host\0.example", 21)));
 }
 
 TEST(RedisAddressTest, RefusesAPasswordSinceAddressesAreShown) {
