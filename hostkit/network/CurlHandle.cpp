@@ -52,7 +52,7 @@ Connections::Protocol protocolOver(const curl_tlssessioninfo* tls) {
   const unsigned char* name = nullptr;
   unsigned length = 0;
   SSL_get0_alpn_selected(session, &name, &length);
-  const bool isHttp2 = length == 2 && name[0] == 'h' && name[1] == '2';
+  const bool isHttp2 = std::string_view(reinterpret_cast<const char*>(name), length) == "h2";
   return isHttp2 ? Connections::Protocol::http2 : Connections::Protocol::http1;
 }
 
