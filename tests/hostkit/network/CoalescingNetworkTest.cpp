@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -111,6 +112,33 @@ TEST_F(CoalescingNetworkTest, ARequestWithAnotherCredentialIsNotJoinedToAnOlderO
   EXPECT_EQ(wire->count(), 2U);
   wire->releaseAll();
   EXPECT_EQ(bodies, (Texts{"for the old one", "for the old one", "for the new one", "for the new one"}));
+}
+
+/// Keeps each completion until the test calls it.
+class KeepingNetwork final : public CorvaneSDK::Network {
+ public:
+  void sendRequest(const NetRequest&, Completion completion) override {
+    kept.push_back(std::move(completion));
+  }
+
+  std::vector<Completion> kept;
+};
+
+TEST_F(CoalescingNetworkTest, AnAnswerEndsNoOtherRequestForItsUrl) {
+  const Texts tokens{"first", "second"};
+  for (const std::size_t answered : {0U, 1U}) {
+    std::string token;
+    const auto keeping = std::make_shared<KeepingNetwork>();
+    CoalescingNetwork coalescing(keeping, [&] { return token; });
+    for (const std::string& each : tokens) {
+      token = each;
+      coalescing.sendRequest(get("/theme"), [](auto, auto, auto) {});
+    }
+    keeping->kept.at(answered)(Data(), std::nullopt, std::nullopt);
+    token = tokens[1 - answered];
+    coalescing.sendRequest(get("/theme"), [](auto, auto, auto) {});
+    EXPECT_EQ(keeping->kept.size(), 2U) << "the other one is under way";
+  }
 }
 
 TEST_F(CoalescingNetworkTest, WhatIsNoPlainGetIsNotShared) {

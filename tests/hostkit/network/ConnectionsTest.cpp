@@ -1,13 +1,16 @@
 #include "hostkit/network/Connections.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <cstdint>
 
 #include "tests/support/ScriptedServer.h"
+#include "tests/support/WithoutStandardInput.h"
 
 namespace vellora::hostkit {
 namespace {
@@ -73,6 +76,37 @@ TEST_F(ConnectionsTest, OneThatHasEndedIsSpoilt) {
   ::shutdown(socket, SHUT_RDWR);
   EXPECT_EQ(connections.use(portOf(socket), Protocol::http1), State::spoilt);
   connections.close(socket);
+}
+
+// What has never been connected can be read from as little as what has been reset.
+TEST_F(ConnectionsTest, OneThatCannotBeReadFromIsSpoilt) {
+  const int socket = connections.open(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in any{};
+  any.sin_family = AF_INET;
+  ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&any), sizeof any), 0);
+  EXPECT_EQ(connections.use(portOf(socket), Protocol::http1), State::fresh);
+  EXPECT_EQ(connections.use(portOf(socket), Protocol::http1), State::spoilt);
+  connections.close(socket);
+}
+
+TEST_F(ConnectionsTest, ASocketMayHaveTheNumberOfStandardInput) {
+  const tests::WithoutStandardInput closed;
+  const int socket = connections.open(AF_INET, SOCK_STREAM, 0);
+  EXPECT_EQ(socket, 0);
+  connections.close(socket);
+}
+
+TEST_F(ConnectionsTest, ClosesTheSocketThatItIsTold) {
+  const int socket = connections.open(AF_INET, SOCK_STREAM, 0);
+  EXPECT_NE(::fcntl(socket, F_GETFD), -1);
+  connections.close(socket);
+  EXPECT_EQ(::fcntl(socket, F_GETFD), -1);
+}
+
+TEST_F(ConnectionsTest, WhatIsNoSocketAnyMoreHasNoPort) {
+  const int socket = connections.open(AF_INET, SOCK_STREAM, 0);
+  ::close(socket);
+  for (int time = 0; time < 2; ++time) EXPECT_EQ(connections.use(1, Protocol::http1), State::fresh);
 }
 
 TEST_F(ConnectionsTest, AnUnknownPortIsFresh) {

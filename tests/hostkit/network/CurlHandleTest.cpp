@@ -2,11 +2,14 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 
+#include <cstddef>
 #include <new>
 #include <string>
 #include <string_view>
 
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/ScriptedServer.h"
 
 namespace vellora::hostkit {
@@ -15,7 +18,14 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
+using tests::ScopedEnvironment;
 using tests::ScriptedServer;
+
+bool ignoresBrokenPipes() {
+  struct sigaction action {};
+  ::sigaction(SIGPIPE, nullptr, &action);
+  return action.sa_handler == SIG_IGN;
+}
 
 /// Keeps what comes, and takes no body when it is told so.
 class KeepingReceiver final : public CurlHandle::Receiver {
@@ -26,6 +36,7 @@ class KeepingReceiver final : public CurlHandle::Receiver {
   }
   bool takeBody(std::string_view piece) override {
     if (!hasMemory) throw std::bad_alloc();
+    ignoredBrokenPipes = ignoresBrokenPipes();
     body += piece;
     return takesBodies;
   }
@@ -35,6 +46,7 @@ class KeepingReceiver final : public CurlHandle::Receiver {
   bool takesHeads = true;
   bool takesBodies = true;
   bool hasMemory = true;
+  bool ignoredBrokenPipes = false;
 };
 
 /// A handle that this thread drives to the end, and a server that it asks for "/theme".
@@ -42,14 +54,21 @@ class CurlHandleTest : public testing::Test {
  protected:
   CURLcode perform() { return curl_easy_perform(handle.easy()); }
 
+  [[nodiscard]] static TransferSetting settingFor(const std::string& address) {
+    return {.server = ServerAddress::parse(address).value(),
+            .caFile = {},
+            .maxBodyBytes = 100,
+            .connectTimeout = 15,
+            .observer = {}};
+  }
+
+  [[nodiscard]] static CurlRequest requestFor(const std::string& url) {
+    return {.url = url, .headerLines = {"X-One: 1", "X-Empty;"}, .timeout = 60, .token = {}};
+  }
+
   ScriptedServer server;
-  const TransferSetting setting{.server = ServerAddress::parse(server.url()).value(),
-                                .caFile = {},
-                                .maxBodyBytes = 100,
-                                .connectTimeout = 15,
-                                .observer = {}};
-  const CurlRequest request{
-      .url = server.url() + "/theme", .headerLines = {"X-One: 1", "X-Empty;"}, .timeout = 60, .token = {}};
+  const TransferSetting setting = settingFor(server.url());
+  const CurlRequest request = requestFor(server.url() + "/theme");
   Connections connections;
   KeepingReceiver receiver;
   CurlHandle handle;
@@ -115,8 +134,18 @@ TEST_F(CurlHandleTest, NothingIsSentOnAConnectionOnWhichSomethingWaits) {
   EXPECT_EQ(server.requests().size(), 2U);
 
   ASSERT_TRUE(handle.useFreshConnection());
+  EXPECT_EQ(handle.connectionState(), Connections::State::fresh);
   EXPECT_EQ(perform(), CURLE_OK);
   EXPECT_EQ(handle.connectionState(), Connections::State::fresh);
+  EXPECT_EQ(server.connections(), 2U);
+}
+
+TEST_F(CurlHandleTest, ATransferHasAConnectionOfItsOwnWhenThatIsAskedFor) {
+  server.replyAlways(ScriptedServer::http("200 OK", "{}"));
+  ASSERT_TRUE(handle.prepare(request, setting, connections, receiver));
+  EXPECT_EQ(perform(), CURLE_OK);
+  ASSERT_TRUE(handle.useFreshConnection());
+  EXPECT_EQ(perform(), CURLE_OK);
   EXPECT_EQ(server.connections(), 2U);
 }
 
@@ -140,6 +169,81 @@ TEST_F(CurlHandleTest, TellsWhyItFailed) {
   EXPECT_EQ(perform(), CURLE_GOT_NOTHING);
   EXPECT_EQ(handle.reasonFor(CURLE_GOT_NOTHING), "Empty reply from server");
   EXPECT_EQ(CurlHandle().reasonFor(CURLE_COULDNT_CONNECT), curl_easy_strerror(CURLE_COULDNT_CONNECT));
+}
+
+TEST_F(CurlHandleTest, TellsTheLengthThatIsAnnouncedIfOneIs) {
+  server.reply(ScriptedServer::http("200 OK", "x"));
+  ASSERT_TRUE(handle.prepare(request, setting, connections, receiver));
+  EXPECT_EQ(perform(), CURLE_OK);
+  EXPECT_EQ(handle.announcedLength(), 1U);
+  server.reply({"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n1\r\nx\r\n0\r\n\r\n"});
+  EXPECT_EQ(perform(), CURLE_OK);
+  EXPECT_EQ(handle.announcedLength(), 0U);
+}
+
+TEST_F(CurlHandleTest, WhatAnAnswerSaysOfLeftoversCostsNoConnection) {
+  server.replyAlways(ScriptedServer::http("200 OK", "Excess found", {"Leftovers after chunking: 1"}));
+  ASSERT_TRUE(handle.prepare(request, setting, connections, receiver));
+  EXPECT_EQ(perform(), CURLE_OK);
+  EXPECT_EQ(perform(), CURLE_OK);
+  EXPECT_EQ(handle.connectionState(), Connections::State::kept);
+}
+
+TEST_F(CurlHandleTest, LeavesTheSignalsOfTheProcessAlone) {
+  ASSERT_FALSE(ignoresBrokenPipes());
+  server.reply(ScriptedServer::http("200 OK", "{}"));
+  ASSERT_TRUE(handle.prepare(request, setting, connections, receiver));
+  EXPECT_EQ(perform(), CURLE_OK);
+  EXPECT_FALSE(receiver.ignoredBrokenPipes);
+}
+
+TEST_F(CurlHandleTest, SpeaksTheProtocolOfTheServerOnly) {
+  const auto elsewhere = requestFor("ftp://" + server.hostAndPort() + "/theme");
+  ASSERT_TRUE(handle.prepare(elsewhere, setting, connections, receiver));
+  EXPECT_EQ(perform(), CURLE_UNSUPPORTED_PROTOCOL);
+  EXPECT_EQ(server.connections(), 0U);
+}
+
+TEST_F(CurlHandleTest, WhatCannotBeSetIsOfNoUseFromThenOn) {
+  const std::string tooLong = server.url() + '/' + std::string(std::size_t{8} * 1024 * 1024, 'x');
+  EXPECT_FALSE(handle.prepare(requestFor(tooLong), setting, connections, receiver));
+  EXPECT_FALSE(handle.prepare(request, setting, connections, receiver));
+  EXPECT_FALSE(handle.useFreshConnection());
+  EXPECT_FALSE(handle.replaceHeaders(request));
+  EXPECT_FALSE(handle.redirectTo(request.url));
+}
+
+TEST_F(CurlHandleTest, NoProxyIsAskedForThisMachineOverTls) {
+  const ScopedEnvironment proxy("https_proxy", server.url());
+  const ScopedEnvironment noException("no_proxy", "");
+  const std::string here = "https://127.0.0.1:" + std::to_string(tests::closedPort());
+  const auto toHere = settingFor(here);
+  ASSERT_TRUE(handle.prepare(requestFor(here + "/theme"), toHere, connections, receiver));
+  EXPECT_EQ(perform(), CURLE_COULDNT_CONNECT);
+  EXPECT_EQ(server.connections(), 0U);
+}
+
+TEST_F(CurlHandleTest, WhatAProxySaysIsNoAnswerOfTheServer) {
+  const ScopedEnvironment proxy("https_proxy", server.url());
+  const ScopedEnvironment noException("no_proxy", "");
+  const auto elsewhere = settingFor("https://records.example");
+  server.reply({"HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\n\r\n", ScriptedServer::Then::close});
+  ASSERT_TRUE(handle.prepare(requestFor("https://records.example/theme"), elsewhere, connections, receiver));
+  EXPECT_NE(perform(), CURLE_OK);
+  EXPECT_THAT(server.requests(), testing::ElementsAre(StartsWith("CONNECT records.example:443 ")));
+  EXPECT_EQ(receiver.head, "");
+}
+
+// A name of that length is none that anybody could be asked for.
+TEST_F(CurlHandleTest, TellsCurlsWordsAboutAProxyThatRepeatNoAddress) {
+  const std::string name(64, 'x');
+  const ScopedEnvironment proxy("https_proxy", "http://edith:s3cret@" + name + ":1");
+  const ScopedEnvironment noException("no_proxy", "");
+  const auto elsewhere = settingFor("https://records.example");
+  ASSERT_TRUE(handle.prepare(requestFor("https://records.example/theme"), elsewhere, connections, receiver));
+  const CURLcode code = perform();
+  EXPECT_EQ(code, CURLE_COULDNT_RESOLVE_PROXY);
+  EXPECT_EQ(handle.reasonFor(code), "Could not resolve proxy: " + name);
 }
 
 }  // namespace

@@ -111,6 +111,25 @@ TEST(CurlRequestTest, SaysWhyItRefuses) {
             "character");
 }
 
+TEST(CurlRequestTest, NotesNothingOfAnEmptyAuthorization) {
+  KnownSecrets secrets;
+  URLRequest base = get("/x").base();
+  base.headers = {{"Authorization", ""}};
+  prepared(NetRequest(base)).noteSecretsIn(secrets);
+  EXPECT_EQ(secrets.cleaned("Authorization;"), "Authorization;");
+}
+
+TEST(CurlRequestTest, AControlCharacterInAHeaderIsRefusedAndAnyOtherIsNot) {
+  const auto isRefused = [](const std::string& value) {
+    URLRequest base = get("/x").base();
+    base.headers = {{"X-A", value}};
+    return !CurlRequest::prepare(NetRequest(base), server, {});
+  };
+  for (const char control : {'\x01', '\x1f', '\x7f'}) EXPECT_TRUE(isRefused({'a', control, 'b'}));
+  for (const char allowed : {'\t', ' ', '!', '~', '\x80', '\xff'})
+    EXPECT_FALSE(isRefused({'a', allowed, 'b'}));
+}
+
 TEST(CurlRequestTest, KeepsToSensibleTimes) {
   EXPECT_EQ(prepared(get("/x", 0.25)).timeout, 0.25);
   EXPECT_EQ(prepared(get("/x", 1e300)).timeout, 86'400.0);
@@ -129,6 +148,7 @@ TEST(CurlRequestTest, KnowsCredentialsThatAreNotTheTokens) {
   EXPECT_TRUE(request({"Accept: */*", own}, "").hasOwnCredentials());
   EXPECT_TRUE(request({"Authorization;"}, "").hasOwnCredentials());
   EXPECT_TRUE(request({ofTheToken}, "").hasOwnCredentials());
+  EXPECT_TRUE(request({"Authorization: Bearer "}, "").hasOwnCredentials());
   EXPECT_TRUE(request({ofTheToken, own}, "t").hasOwnCredentials());
   EXPECT_FALSE(request({ofTheToken}, "t").hasOwnCredentials());
   EXPECT_FALSE(
