@@ -98,7 +98,6 @@ bool Revalidation::tellsSecret(const CorvaneSDK::Meta& headers) const {
 }
 
 void Revalidation::note(int status, const ResponseHead& head, std::optional<Data> body) {
-  if (!place_) return;
   auto headers = body ? headersToKeep(status, head) : std::nullopt;
   isOutdated_ = kept_ && !headers;
   if (headers) noted_ = KeptBody{*std::move(headers), *std::move(body)};
@@ -110,7 +109,7 @@ void Revalidation::keepNoted() {
     if (noted_) bodies_->save(*place_, *noted_);
     if (isOutdated_) bodies_->remove(*place_);
   } catch (const std::bad_alloc&) {
-    isOutdated_ = false;  // the next request asks for the body as if none were kept
+    // the next request asks for the body as if none were kept
   }
 }
 
