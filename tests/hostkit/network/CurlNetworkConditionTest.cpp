@@ -38,6 +38,24 @@ TEST_F(CurlNetworkConditionTest, WhatHasNotChangedIsAnsweredWithTheBodyThatWasKe
   EXPECT_EQ(conditionOf(1), "If-None-Match: \"1\"");
 }
 
+TEST_F(CurlNetworkConditionTest, HeadersThatANotModifiedLeavesOutAreThoseThatWereKept) {
+  server.reply(ScriptedServer::http("200 OK", "themes", {"ETag: \"1\"", "Content-Type: text/plain"}));
+  server.reply(unchanged());
+  ask("/theme");
+  const NetworkAnswer again = ask("/theme");
+  ASSERT_TRUE(again.response);
+  EXPECT_EQ(again.response->headers, (CorvaneSDK::Meta{{"content-type", "text/plain"}, {"etag", "\"1\""}}));
+}
+
+TEST_F(CurlNetworkConditionTest, ANotModifiedThatTheCallerAskedForIsAnOrdinaryErrorStatus) {
+  URLRequest request = tests::get("/theme").base();
+  request.headers = {{"If-None-Match", "\"1\""}};
+  server.reply(unchanged());
+  const NetworkAnswer answer = tests::answerTo(*network, CorvaneSDK::NetRequest(request));
+  expectError(answer, Kind::errorStatus);
+  EXPECT_EQ(answer.error->localizedDescription(), "304 for /theme: Not Modified");
+}
+
 TEST_F(CurlNetworkConditionTest, TheObserverIsToldThatNothingHasComeOverTheWire) {
   server.reply(tagged("themes"));
   server.reply(unchanged());

@@ -87,8 +87,37 @@ TEST_F(CurlNetworkFailureTest, OneRequestTooManyForTheQueueFails) {
   EXPECT_EQ(waiting.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
 }
 
+TEST_F(CurlNetworkFailureTest, APlaceInTheQueueIsFreeAgainWhateverBecomesOfTheRequest) {
+  remake({.server = server.url(), .maxWaiting = 1});
+  for (int time = 0; time < 2; ++time) expectError(ask("theme"), Kind::invalidRequest);
+  std::vector<std::future<NetworkAnswer>> underWay;  // as many as the network has under way at once
+  for (int i = 0; i < 8; ++i) {
+    underWay.push_back(send(*network, get("/silent")));
+    ASSERT_TRUE(server.waitForRequests(underWay.size()));
+  }
+  for (int time = 0; time < 2; ++time) expectError(ask("/late", 0.05), Kind::timedOut);
+  auto waiting = send(*network, get("/silent"));
+  for (int time = 0; time < 2; ++time) expectError(ask("/more"), Kind::tooManyRequests);
+  const auto answer = ScriptedServer::http("200 OK", "x");
+  server.replyAlways(answer);
+  server.push(answer.bytes);
+  EXPECT_EQ(waiting.get().body(), "x");
+  for (int time = 0; time < 3; ++time) EXPECT_EQ(ask("/next").body(), "x");
+}
+
+TEST_F(CurlNetworkFailureTest, AUrlThatCurlDoesNotTakeIsAnErrorOfItsRequestAlone) {
+  const NetworkAnswer answer = ask("/theme?q=" + std::string(std::size_t{8} * 1024 * 1024, 'x'));
+  expectError(answer, Kind::unavailable);
+  EXPECT_EQ(answer.error->localizedDescription(),
+            "no means left to ask " + server.hostAndPort() + "/theme: free some memory, and try again");
+  server.reply(ScriptedServer::http("200 OK", "right"));
+  EXPECT_EQ(ask("/theme").body(), "right");
+}
+
 TEST_F(CurlNetworkFailureTest, HalfAHeadIsAnError) {
   server.reply({"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nX-Ha", Then::close});
+  expectError(ask("/theme"), Kind::connectionLost);
+  server.reply({"HTTP/1.1 503 Busy\r\nX-Ha", Then::close});
   expectError(ask("/theme"), Kind::connectionLost);
   server.reply({"HTTP/1.1 200 OK\n\nlines of other systems", Then::close});
   EXPECT_EQ(ask("/theme").body(), "lines of other systems");
@@ -232,6 +261,19 @@ TEST_F(CurlNetworkFailureTest, AnErrorStatusIsToldThoughItsBodyIsOfNoUse) {
     EXPECT_EQ(answer.error->localizedDescription(), "503 for /theme: Busy");
     EXPECT_TRUE(answer.error->retryAdvice());
   }
+}
+
+TEST_F(CurlNetworkFailureTest, TheLowestErrorStatusIsToldThoughItsBodyIsCutOff) {
+  server.reply({"HTTP/1.1 300 Multiple Choices\r\nContent-Length: 100\r\n\r\nhalf", Then::close});
+  EXPECT_EQ(ask("/theme").error->localizedDescription(), "300 for /theme: Multiple Choices");
+}
+
+TEST_F(CurlNetworkFailureTest, AnErrorBodyThatIsReadCostsNoConnectionHoweverLargeItIs) {
+  server.reply(ScriptedServer::http("500 Broken", std::string(65'536, 'x')));
+  server.reply(ScriptedServer::http("200 OK", "right"));
+  expectError(ask("/theme"), Kind::errorStatus);
+  EXPECT_EQ(ask("/theme").body(), "right");
+  EXPECT_EQ(server.connections(), 1U);
 }
 
 TEST_F(CurlNetworkFailureTest, AnErrorBodyWithoutEndIsGivenUp) {

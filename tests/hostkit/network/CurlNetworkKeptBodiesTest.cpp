@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <future>
 #include <memory>
@@ -52,6 +53,33 @@ TEST_F(CurlNetworkKeptBodiesTest, APackedBodyThatIsTooLargeAsItComesIsNotKept) {
   EXPECT_EQ(ask("/theme").body(), unpackedLetters);
   EXPECT_EQ(ask("/theme").body(), unpackedLetters);
   EXPECT_EQ(conditionOf(1), "");
+}
+
+// Curl hands over no more than 16 KiB at a time.
+TEST_F(CurlNetworkKeptBodiesTest, TheRestOfAPackedBodyThatIsTooLargeIsNotKeptEither) {
+  auto options = keeping();
+  options.maxKeptBytes = std::size_t{4} * (512 + 20'000);
+  remake(options);
+  std::string packed;
+  while (packed.size() < 40'000) packed += packedLetters;
+  server.replyAlways(ScriptedServer::http("200 OK", packed, {"ETag: \"1\"", "Content-Encoding: gzip"}));
+  EXPECT_EQ(ask("/theme").body().size(), packed.size() / packedLetters.size() * unpackedLetters.size());
+  ask("/theme");
+  EXPECT_EQ(conditionOf(1), "");
+}
+
+TEST_F(CurlNetworkKeptBodiesTest, HalfAPackedBodyThatOthersHaveStoredIsAskedForAnew) {
+  server.reply(tagged("themes"));
+  server.reply(unchanged());
+  server.reply(tagged("themes again"));
+  ask("/theme");
+  const auto row =
+      host.table->fetch(CorvaneSDK::Query::exact(BodiesCache::ofKind(KeptBodies::bodyKind))).at(0);
+  const KeptBody half{{{"etag", "\"1\""}, {"content-encoding", "gzip"}}, Data(packedLetters.substr(0, 20))};
+  host.replaceStoredBody(storedForm(half, row.meta.at("request")), KeptBodies::bodyKind);
+  EXPECT_EQ(ask("/theme").body(), "themes again");
+  EXPECT_EQ(conditionOf(1), "If-None-Match: \"1\"");
+  EXPECT_EQ(conditionOf(2), "");
 }
 
 TEST_F(CurlNetworkKeptBodiesTest, WhatNoServerCanHaveSentIsNotSentToOne) {

@@ -71,6 +71,13 @@ TEST_F(CurlNetworkPauseTest, WhatWaitsToBeSentIsHeldBackAsWell) {
   EXPECT_EQ(server.requests().size(), 8U);
 }
 
+TEST_F(CurlNetworkPauseTest, WhatIsHeldBackTakesNoPlaceAmongThoseThatWait) {
+  remake({.server = server.url(), .maxWaiting = 1, .pausesWhenRefused = true});
+  server.reply(refusal("503 Busy"));
+  expectError(ask("/theme"), Kind::errorStatus);
+  for (int time = 0; time < 3; ++time) expectHeldBack(ask("/theme"), 503);
+}
+
 TEST_F(CurlNetworkPauseTest, TurnedOffEachRequestIsSent) {
   remake({.server = server.url()});
   server.reply(refusal("503 Busy"));

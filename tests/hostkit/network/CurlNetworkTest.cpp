@@ -205,6 +205,23 @@ TEST_F(CurlNetworkTest, ReusesItsConnection) {
   EXPECT_EQ(server.connections(), 1U);
 }
 
+TEST_F(CurlNetworkTest, KeepsAsManyConnectionsAsItMayHaveRequestsUnderWay) {
+  const auto answer = ScriptedServer::http("200 OK", "x");
+  const auto askForEight = [&] {
+    const std::size_t before = server.requests().size();
+    std::vector<std::future<NetworkAnswer>> answers;
+    for (int i = 0; i < 8; ++i) answers.push_back(tests::send(*network, get("/theme")));
+    ASSERT_TRUE(server.waitForRequests(before + 8));
+    server.push(answer.bytes);
+    for (auto& each : answers) EXPECT_EQ(each.get().body(), "x");
+  };
+  askForEight();
+  server.reply(answer);
+  EXPECT_EQ(ask("/alone").body(), "x");
+  askForEight();
+  EXPECT_EQ(server.connections(), 8U);
+}
+
 TEST_F(CurlNetworkTest, DoesNotSendAHeaderThatLeavesItsLine) {
   for (const auto& [name, value] : std::map<std::string, std::string>{
            {"X-A", "a\r\nX-Evil: 1"}, {"X-B", "a\nb"}, {"X-C\r\nX-Evil", "1"}, {"X-D: 1", "1"}, {"", "1"}}) {

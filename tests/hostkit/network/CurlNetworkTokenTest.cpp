@@ -141,6 +141,20 @@ TEST_F(CurlNetworkTokenTest, ARefusedTokenIsRenewedThoughTheBodyOfTheRefusalIsOf
   }
 }
 
+TEST_F(CurlNetworkTokenTest, WhatWasWrongWithARefusalIsNotWrongWithTheNextAnswer) {
+  remake({.server = server.url(),
+          .token = [this] { return std::optional(canary); },
+          .renewedToken = [](const std::string&) { return std::optional<std::string>("renewed"); }});
+  const std::string chunked = "HTTP/1.1 401 Unauthorized\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n";
+  for (const auto& refusal : {ScriptedServer::http("401 Unauthorized", "gateway", {"Content-Encoding: br"}),
+                              ScriptedServer::Reply{chunked, Then::flood, "X-Trailer: more\r\n"}}) {
+    SCOPED_TRACE(refusal.bytes);
+    server.reply(refusal);
+    server.reply({"", Then::close});
+    expectError(ask("/theme"), Kind::connectionLost);
+  }
+}
+
 TEST_F(CurlNetworkTokenTest, ARenewedTokenThatLeavesItsLineIsNotSent) {
   server.replyAlways(ScriptedServer::http("401 Unauthorized"));
   remake({.server = server.url(),
@@ -214,6 +228,18 @@ TEST_F(CurlNetworkTokenTest, TellsTheHostsSecretsWhatItSends) {
   EXPECT_EQ(secrets->cleaned("name: " + canary), "name: " + canary);
   ask("/theme");
   EXPECT_EQ(secrets->cleaned("name: " + canary), "name: [token]");
+}
+
+TEST_F(CurlNetworkTokenTest, TellsTheHostsSecretsARenewedTokenAsWell) {
+  server.reply(ScriptedServer::http("401 Unauthorized"));
+  server.reply(ScriptedServer::http("200 OK", "welcome"));
+  const auto secrets = std::make_shared<KnownSecrets>();
+  remake({.server = server.url(),
+          .token = [this] { return std::optional(canary); },
+          .renewedToken = [](const std::string&) { return std::optional<std::string>("BBBB-newer"); },
+          .secrets = secrets});
+  EXPECT_EQ(ask("/theme").body(), "welcome");
+  EXPECT_EQ(secrets->cleaned("name: BBBB-newer"), "name: [token]");
 }
 
 TEST_F(CurlNetworkTokenTest, DoesNotSendATokenThatIsLongerThanAnyServerTakes) {

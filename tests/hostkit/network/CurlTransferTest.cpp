@@ -84,6 +84,7 @@ TEST_F(CurlTransferTest, TheObserverIsToldOfAFailureByItsPath) {
   EXPECT_EQ(outcomes[0].path, "/theme");
   EXPECT_EQ(outcomes[0].statusCode, 0);
   EXPECT_EQ(outcomes[0].bytes, 0U);
+  EXPECT_EQ(outcomes[0].receivedBytes, 0U);
   ASSERT_TRUE(outcomes[0].error);
   EXPECT_EQ(outcomes[0].error->text,
             "no answer in time from records.example:443/theme: try again, or give the request more time");

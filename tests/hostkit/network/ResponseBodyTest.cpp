@@ -185,7 +185,26 @@ TEST(ResponseBodyTest, WhatIsClearedIsNotKeptAsItCame) {
   body.clear();
   EXPECT_EQ(body.received(), 0U);
   ASSERT_FALSE(body.take(packedLetters, &gzip, 0));
+  EXPECT_EQ(body.received(), packedLetters.size());
   EXPECT_EQ(body.releaseAsItCame(body.release()), std::nullopt);
+}
+
+TEST(ResponseBodyTest, NothingOfWhatIsClearedIsInWhatIsKeptNext) {
+  ResponseBody body(10'000);
+  for (int time = 0; time < 2; ++time) {
+    body.clear();
+    body.keepPacked(10'000);
+    ASSERT_FALSE(body.take(packedLetters, &gzip, 0));
+  }
+  EXPECT_EQ(body.releaseAsItCame(body.release()), Data(packedLetters));
+}
+
+TEST(ResponseBodyTest, TheValuesOfWhatIsClearedDoNotCount) {
+  ResponseBody body(1000, 3);
+  for (int time = 0; time < 3; ++time) {
+    EXPECT_EQ(body.take(",,,", nullptr, 0), std::nullopt);
+    body.clear();
+  }
 }
 
 }  // namespace

@@ -34,6 +34,10 @@ TEST(ResponseHeadTest, TheReasonPhraseStandsBehindTheStatus) {
   EXPECT_EQ(headOf({"HTTP/1.1 103 Early Hints\r\n", "\r\n", "HTTP/1.1 200 OK\r\n"}).reasonPhrase(), "OK");
 }
 
+TEST(ResponseHeadTest, ALineWithoutAColonIsNoHeader) {
+  EXPECT_EQ(headOf({"HTTP/1.1 200 OK\r\n", "nonsense\r\n", "\r\n"}).headers(), Headers());
+}
+
 TEST(ResponseHeadTest, AValueMayHoldColons) {
   EXPECT_EQ(headOf({"Location: http://a.example:80/\r\n"}).headers(),
             (Headers{{"location", "http://a.example:80/"}}));
@@ -99,6 +103,7 @@ TEST(ResponseHeadTest, KnowsWhetherTheEndOfTheBodyIsTold) {
   EXPECT_TRUE(headOf({"HTTP/2 200\r\n", "\r\n"}).tellsEnd());
   EXPECT_FALSE(headOf({"HTTP/1.1 200 OK\r\n", "\r\n"}).tellsEnd());
   EXPECT_FALSE(headOf({"HTTP/1.0 200 OK\r\n", "Transfer-Encoding: identity\r\n", "\r\n"}).tellsEnd());
+  EXPECT_FALSE(headOf({"HTTP/0.9 200 OK\r\n", "\r\n"}).tellsEnd());
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "testkit/ForwardingCache.h"
@@ -155,6 +156,40 @@ TEST_F(RevalidationTest, WhatIsRedirectedBehindAForgetIsNotKept) {
   EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
 }
 
+TEST_F(RevalidationTest, WhatIsRedirectedBehindAForgetAsksAboutNothingEither) {
+  keep("\"a\"", "themes");
+  Revalidation asked(bodies, secrets);
+  static_cast<void>(asked.withCondition(requestWith({"Accept: */*"}), theme));
+  EXPECT_TRUE(asked.hasAsked());
+  host.forget();
+  EXPECT_EQ(asked.withCondition(requestWith({"Accept: */*"}), theme).headerLines,
+            std::vector<std::string>{"Accept: */*"});
+  EXPECT_FALSE(asked.hasAsked());
+}
+
+TEST_F(RevalidationTest, WhatWasFoundOutForAnotherRequestIsForgotten) {
+  keep("\"a\"", "themes");
+  Revalidation asking(bodies, secrets);
+  static_cast<void>(asking.withCondition(requestWith({"Accept: */*"}), theme));
+  EXPECT_TRUE(asking.hasAsked());
+  EXPECT_TRUE(asking.mayKeep(200, head({"ETag: \"b\""})));
+  static_cast<void>(asking.withCondition(requestWith({"Authorization: Basic YWxpY2U6MQ=="}), theme));
+  EXPECT_FALSE(asking.hasAsked());
+  EXPECT_FALSE(asking.mayKeep(200, head({"ETag: \"b\""})));
+}
+
+TEST_F(RevalidationTest, WhatWasNotedOfAnotherAnswerIsForgotten) {
+  keep("\"a\"", "themes");
+  for (const std::string headerLine : {"ETag: \"b\"", "X-No-Tag: 1"}) {
+    Revalidation asking(bodies, secrets);
+    static_cast<void>(asking.withCondition(requestWith({"Accept: */*"}), theme));
+    asking.note(200, head({headerLine}), Data(std::string("changed")));
+    static_cast<void>(asking.withCondition(requestWith({"Accept: */*"}), theme));
+    asking.keepNoted();
+    EXPECT_EQ(sentLines(), (std::vector<std::string>{"Accept: */*", "If-None-Match: \"a\""})) << headerLine;
+  }
+}
+
 TEST_F(RevalidationTest, WhatOthersHaveStoredIsNotSentUnlessAServerMayHaveSentIt) {
   secrets->note("secret-token-1");
   for (const CorvaneSDK::Meta& headers :
@@ -207,6 +242,27 @@ class MemorylessCache : public testkit::ForwardingCache {
   int calls = 0;
   int failing = -1;
 };
+
+TEST_F(RevalidationTest, WhatACacheWithoutMemoryCouldNotLookUpOrDeleteIsNotKept) {
+  const auto cache = std::make_shared<MemorylessCache>(host.cache);
+  const auto beneath = std::make_shared<KeptBodies>(cache, KeptBodies::Options());
+  keep("\"a\"", "themes");
+  Revalidation asking(beneath, secrets);
+  cache->calls = 0;
+  static_cast<void>(asking.withCondition(requestWith({"Accept: */*"}), theme));
+  const int calls = std::exchange(cache->calls, 0);
+  EXPECT_TRUE(asking.mayKeep(200, head({"ETag: \"b\""})));
+  cache->failing = 0;
+  asking.giveUp();
+  EXPECT_FALSE(asking.mayKeep(200, head({"ETag: \"b\""})));
+
+  for (cache->failing = 0; cache->failing < calls; ++cache->failing) {
+    cache->calls = 0;
+    static_cast<void>(asking.withCondition(requestWith({"Accept: */*"}), theme));
+    EXPECT_FALSE(asking.hasAsked()) << cache->failing;
+    EXPECT_FALSE(asking.mayKeep(200, head({"ETag: \"b\""}))) << cache->failing;
+  }
+}
 
 TEST_F(RevalidationTest, ACacheWithoutMemoryAtAnyOfItsCallsCostsTheConditionAlone) {
   const auto cache = std::make_shared<MemorylessCache>(host.cache);

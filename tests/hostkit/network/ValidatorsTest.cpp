@@ -46,6 +46,7 @@ TEST(ValidatorsTest, ATagThatIsNoneIsNotAskedForNorIsItsDate) {
        {"a1", "\"a", "a\"", "\"", "", "\"a b\"", "\"a\"b\"", "W/", "w/\"a\"", "\"\x7f\"", "\"a\", \"b\""}) {
     EXPECT_EQ(validators({"ETag: " + tag, dateLine}), std::nullopt) << tag;
   }
+  EXPECT_TRUE(validators({"ETag: \"\""}));
   EXPECT_TRUE(validators({"ETag: \"" + std::string(longestTag - 2, 'x') + "\""}));
   EXPECT_FALSE(validators({"ETag: \"" + std::string(longestTag - 1, 'x') + "\""}));
 }
@@ -121,6 +122,8 @@ TEST(ValidatorsTest, ABodyWhoseEndNothingTellsMayBeCutOff) {
   EXPECT_FALSE(isWhole(body, headOf({"Content-Type: text/plain", "Content-Encoding: identity"})));
   EXPECT_TRUE(isWhole(body, headOf({"Content-Length: 4"})));
   EXPECT_TRUE(isWhole(body, headOf({"Transfer-Encoding: Chunked"})));
+  EXPECT_FALSE(isWhole(body, headOf({"Content-Encoding:"})));
+  EXPECT_FALSE(isWhole(Data(std::string("{}")), headOf({"Content-Type: application/json"})));
   EXPECT_TRUE(isWhole(body, headOf({"Content-Encoding: gzip"})));
   EXPECT_FALSE(isWhole(Data(), headOf({"Content-Encoding: gzip", "Content-Length: 0"})));
 }
@@ -140,8 +143,11 @@ TEST(ValidatorsTest, OfHeadersThatAreTooLongNothingIsKept) {
 
 TEST(ValidatorsTest, WhatAServerMayHaveSentCanBeAskedFor) {
   for (const Meta& sent : {Meta{{"etag", "\"a\""}}, Meta{{"last-modified", date}},
-                           Meta{{"etag", "W/\"a\""}, {"last-modified", "lately"}, {"content-type", "x"}}}) {
-    EXPECT_TRUE(canBeAskedFor(sent));
+                           Meta{{"etag", "W/\"a\""}, {"last-modified", "lately"}, {"content-type", "x"}},
+                           Meta{{"etag", "\"a\""}, {"content-type", "text/plain;\tx y~"}},
+                           Meta{{"last-modified", "Thu, 01 Jan 1970 00:00:00 GMT"}},
+                           Meta{{"last-modified", date + std::string(64 - date.size(), ' ')}}}) {
+    EXPECT_TRUE(canBeAskedFor(sent)) << testing::PrintToString(sent);
   }
 }
 
@@ -151,6 +157,9 @@ TEST(ValidatorsTest, WhatNoServerCanHaveSentCannotBeAskedFor) {
        {Meta{}, Meta{{"content-type", "x"}}, Meta{{"etag", "\"a\"" + evil}},
         Meta{{"etag", "\"a" + evil + '"'}}, Meta{{"etag", ""}}, Meta{{"last-modified", date + evil}},
         Meta{{"last-modified", "lately"}}, Meta{{"etag", "a"}, {"last-modified", date}},
+        Meta{{"last-modified", date + std::string(65 - date.size(), ' ')}},
+        Meta{{"etag", "\"a\""}, {"content-type", "x\x7f"}},
+        Meta{{"etag", "\"a\""}, {"content-type", "x\x1f"}},
         Meta{{"etag", "\"a\""}, {"content-type", "x" + evil}}, Meta{{"etag", "\"a\""}, {"x-evil", "1"}},
         Meta{{"etag", "\"a\""}, {"content-type", std::string(longestTag + 1, 'x')}}}) {
     EXPECT_FALSE(canBeAskedFor(stored)) << testing::PrintToString(stored);
