@@ -89,6 +89,20 @@ TEST_F(ConnectionsTest, OneThatCannotBeReadFromIsSpoilt) {
   connections.close(socket);
 }
 
+TEST_F(ConnectionsTest, OneOfIPv6IsKnownByItsPortAsWell) {
+  const int socket = connections.open(AF_INET6, SOCK_STREAM, 0);
+  if (socket < 0) GTEST_SKIP() << "there is no IPv6 here";
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  socklen_t size = sizeof address;
+  ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), size), 0);
+  ASSERT_EQ(::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size), 0);
+  const int port = ntohs(address.sin6_port);
+  EXPECT_EQ(connections.use(port, Protocol::http2), State::fresh);
+  EXPECT_EQ(connections.use(port, Protocol::http2), State::kept);
+  connections.close(socket);
+}
+
 TEST_F(ConnectionsTest, ASocketMayHaveTheNumberOfStandardInput) {
   const tests::WithoutStandardInput closed;
   const int socket = connections.open(AF_INET, SOCK_STREAM, 0);
