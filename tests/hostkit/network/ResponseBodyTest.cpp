@@ -99,6 +99,21 @@ TEST(ResponseBodyTest, APackedBodyOfMoreThanAMebibyteMayUnpackToAHundredTimesIts
   EXPECT_EQ(body.size(), varied.size());
 }
 
+// The name of a file within the packing makes it as long as it has to be.
+TEST(ResponseBodyTest, APackedBodyMayUnpackToAHundredTimesItsLengthToTheByte) {
+  constexpr std::size_t packedSize = 20'000;
+  constexpr std::size_t limit = 100 * packedSize + 99;
+  const auto faultOf = [&](std::size_t unpackedSize) {
+    std::string packed = gzipOf(std::string(unpackedSize, 'x'));
+    packed[3] = '\x08';
+    packed.insert(10, std::string(packedSize - packed.size() - 1, 'n') + '\0');
+    EXPECT_EQ(packed.size(), packedSize);
+    return ResponseBody(limit).take(packed, &gzip, 0);
+  };
+  EXPECT_EQ(faultOf(100 * packedSize), std::nullopt);
+  EXPECT_EQ(faultOf(100 * packedSize + 1), CurlNetworkError::Kind::tooLarge);
+}
+
 TEST(ResponseBodyTest, HalfAPackedBodyMayNotEnd) {
   ResponseBody body(1000);
   EXPECT_EQ(body.take(packedLetters.substr(0, 20), &gzip, 0), std::nullopt);

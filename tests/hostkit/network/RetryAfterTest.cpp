@@ -26,6 +26,7 @@ TEST(RetryAfterTest, TakesDatesInTheThreeFormsOfHttp) {
 
 TEST(RetryAfterTest, ADateThatIsPastAsksForNoWait) {
   EXPECT_EQ(retryAfter("Sun, 06 Nov 1994 08:49:07 GMT", now), 0s);
+  EXPECT_EQ(retryAfter("Thu, 01 Jan 1970 00:00:00 GMT", now), 0s);
 }
 
 TEST(RetryAfterTest, WhatIsNeitherSaysNothing) {

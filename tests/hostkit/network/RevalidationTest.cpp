@@ -69,6 +69,12 @@ TEST_F(RevalidationTest, LeavesARequestAloneThatHasAConditionOfItsOwn) {
             (std::vector<std::string>{"Accept: */*", "If-None-Match: \"b\""}));
 }
 
+TEST_F(RevalidationTest, KeepsNoAnswerToAConditionOfTheRequestsOwn) {
+  Revalidation asking(bodies, secrets);
+  static_cast<void>(asking.withCondition(requestWith({"If-None-Match: \"b\""}), theme));
+  EXPECT_FALSE(asking.mayKeep(200, head({"ETag: \"a\""})));
+}
+
 TEST_F(RevalidationTest, KeepsASuccessWithATagAlone) {
   Revalidation asking(bodies, secrets);
   static_cast<void>(asking.withCondition(requestWith({}), theme));

@@ -92,7 +92,7 @@ TEST(ServerAddressTest, AdmitsRedirectsToItselfOnly) {
   EXPECT_TRUE(admits(address, "https://records.example/x?q"));
   EXPECT_TRUE(admits(address, "https://RECORDS.example:443/x"));
   for (const std::string target :
-       {"http://records.example/x", "https://records.example:444/x", "",
+       {"http://records.example/x", "http://records.example:443/x", "https://records.example:444/x", "",
         "https://records.example.evil.example/", "https://other.example/",
         "https://records.example@other.example/", "https://a:b@records.example/",
         "https://a@records.example/", "https://:b@records.example/", "ftp://records.example/",

@@ -45,7 +45,7 @@ TEST_F(ServerPauseTest, ObeysTheTimeThatTheServerAsksFor) {
   pass(16.5s);
   EXPECT_EQ(left(), 0.5);
   pass(0.5s);
-  EXPECT_EQ(left(), 0);
+  EXPECT_FALSE(pause.refusalAt(now));
 }
 
 TEST_F(ServerPauseTest, TooManyRequestsAreARefusalToo) {
@@ -102,6 +102,11 @@ TEST_F(ServerPauseTest, RefusalsOfWhatWasUnderWayTogetherCountAsOne) {
   const auto sent = now;
   pass(1s);
   for (int request = 0; request < 8; ++request) pause.note(503, std::nullopt, sent, now);
+  EXPECT_EQ(left(), 0.25);
+}
+
+TEST_F(ServerPauseTest, RefusalsOfOneMomentCountAsOne) {
+  for (int request = 0; request < 8; ++request) answer(503);
   EXPECT_EQ(left(), 0.25);
 }
 

@@ -134,6 +134,12 @@ TEST(ValidatorsTest, ADateWithAnotherCharacterThanADateHasIsNone) {
   }
 }
 
+TEST(ValidatorsTest, AnAnswerWhoseDateIsNoneIsOfNow) {
+  for (const char strange : {'\x1f', '\x7f', '\xe9'}) {
+    EXPECT_TRUE(validators({dateLine, "Date: Sun, 06 Nov" + std::string(1, strange) + "1994 08:49:36 GMT"}));
+  }
+}
+
 TEST(ValidatorsTest, OfHeadersThatAreTooLongNothingIsKept) {
   EXPECT_TRUE(validators({"ETag: \"a\"", "Content-Type: " + std::string(longestTag, 'x')}));
   EXPECT_FALSE(validators({"ETag: \"a\"", "Content-Type: " + std::string(longestTag + 1, 'x')}));

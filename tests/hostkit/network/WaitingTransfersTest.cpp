@@ -83,6 +83,13 @@ TEST_F(WaitingTransfersTest, SoonestExpiryIsNeverTooLate) {
   EXPECT_EQ(waiting.soonestExpiry(), start + seconds(13));
 }
 
+TEST_F(WaitingTransfersTest, OneThatHasGoneExpiresNoMore) {
+  add("/a", 10, seconds(0));
+  EXPECT_EQ(waiting.takeFirst()->path(), "/a");
+  add("/b", 60, seconds(0));
+  EXPECT_EQ(waiting.soonestExpiry(), start + seconds(60));
+}
+
 TEST_F(WaitingTransfersTest, AllAreTakenInTheirOrder) {
   add("/a", 60, seconds(0));
   add("/b", 60, seconds(0));
