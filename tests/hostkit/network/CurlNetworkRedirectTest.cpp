@@ -34,6 +34,20 @@ TEST_F(CurlNetworkRedirectTest, FollowsARedirectWithinTheServerWithItsToken) {
   EXPECT_THAT(requests[2], AllOf(StartsWith("GET /here HTTP/1.1\r\n"), HasSubstr(canary)));
 }
 
+TEST_F(CurlNetworkRedirectTest, FollowsEachStatusThatMovesAGetAndNoOther) {
+  for (const int status : {301, 302, 303, 307, 308}) {
+    server.reply(ScriptedServer::http(std::to_string(status) + " Moved", "", {"Location: /there"}));
+    server.reply(ScriptedServer::http("200 OK", "there"));
+    EXPECT_EQ(ask("/here").body(), "there") << status;
+  }
+  const auto sent = server.requests().size();
+  server.reply(ScriptedServer::http("201 Created", "here", {"Location: /there"}));
+  server.reply(ScriptedServer::http("300 Multiple Choices", "", {"Location: /there"}));
+  EXPECT_EQ(ask("/here").body(), "here");
+  expectError(ask("/here"), Kind::errorStatus);
+  EXPECT_EQ(server.requests().size(), sent + 2);
+}
+
 TEST_F(CurlNetworkRedirectTest, FollowsNoRedirectElsewhere) {
   ScriptedServer evil;
   evil.replyAlways(ScriptedServer::http("200 OK", "evil"));

@@ -147,7 +147,7 @@ TEST_F(CurlNetworkTest, KeepsNoConnectionBehindAnAnswerThatIsLongerThanItSays) {
 }
 
 TEST_F(CurlNetworkTest, A408OnAKeptConnectionIsAskedOnceMoreAndOneOnAFreshConnectionIsAnAnswer) {
-  const auto timeout = ScriptedServer::http("408 Request Timeout", "", {"Connection: close"});
+  const auto timeout = ScriptedServer::http("408 Request Timeout", "too late", {"Connection: close"});
   server.reply(ScriptedServer::http("200 OK", "first"));
   server.reply(timeout);
   server.reply(ScriptedServer::http("200 OK", "second"));
@@ -159,6 +159,13 @@ TEST_F(CurlNetworkTest, A408OnAKeptConnectionIsAskedOnceMoreAndOneOnAFreshConnec
   server.reply(timeout);
   expectError(ask("/three"), Kind::errorStatus);
   EXPECT_EQ(server.connections(), 3U);
+}
+
+TEST_F(CurlNetworkTest, A408OnTheFirstConnectionIsAnAnswer) {
+  server.reply(ScriptedServer::http("408 Request Timeout", "", {"Connection: close"}));
+  server.reply(ScriptedServer::http("200 OK", "late"));
+  expectError(ask("/one"), Kind::errorStatus);
+  EXPECT_EQ(server.requests().size(), 1U);
 }
 
 TEST_F(CurlNetworkTest, AnAnswerWithoutABodyHasAnEmptyOne) {
