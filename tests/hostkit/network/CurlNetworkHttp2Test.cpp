@@ -64,20 +64,6 @@ TEST_F(CurlNetworkHttp2Test, UsesItsConnectionAgain) {
   EXPECT_THAT(server.stop(), AllOf(HasSubstr("[id=1]"), Not(HasSubstr("[id=2]"))));
 }
 
-// Those that a completion sends begin together, when their connection is free.
-TEST_F(CurlNetworkHttp2Test, AConnectionHasOneRequestAtATime) {
-  server.serve("/theme", "x");
-  std::promise<void> completed;
-  std::vector<std::future<NetworkAnswer>> answers;
-  network->sendRequest(get("/theme"), [&](auto, auto, auto) {
-    for (int i = 0; i < 2; ++i) answers.push_back(send("/theme"));
-    completed.set_value();
-  });
-  completed.get_future().wait();
-  for (auto& answer : answers) EXPECT_EQ(answer.get().body(), "x");
-  EXPECT_THAT(server.stop(), AllOf(HasSubstr("[id=2]"), Not(HasSubstr("[id=3]"))));
-}
-
 TEST_F(CurlNetworkHttp2Test, AnswersManyRequestsThatAreUnderWayAtOnce) {
   const std::string large(300'000, 'x');
   server.serve("/large", large);
