@@ -84,6 +84,12 @@ TEST_F(CurlNetworkRedirectTest, ALocationBehindTheBodyRedirectsNobody) {
   EXPECT_EQ(server.requests().size(), 1U);
 }
 
+TEST_F(CurlNetworkRedirectTest, ARedirectThatIsCutOffIsNotFollowed) {
+  server.reply({"HTTP/1.1 302 Found\r\nLocation: /there\r\nContent-Length: 10\r\n\r\nhalf", Then::close});
+  expectError(ask("/here"), Kind::connectionLost);
+  EXPECT_EQ(server.requests().size(), 1U);
+}
+
 TEST_F(CurlNetworkRedirectTest, ARedirectStatusThatLeadsNowhereIsAnErrorStatus) {
   server.reply(ScriptedServer::http("302 Found", "no location"));
   EXPECT_EQ(ask("/theme").error->localizedDescription(), "302 for /theme: Found");
