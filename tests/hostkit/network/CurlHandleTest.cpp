@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <signal.h>
+#include <sys/socket.h>
 
 #include <cstddef>
 #include <new>
@@ -147,6 +149,28 @@ TEST_F(CurlHandleTest, ATransferHasAConnectionOfItsOwnWhenThatIsAskedFor) {
   ASSERT_TRUE(handle.useFreshConnection());
   EXPECT_EQ(perform(), CURLE_OK);
   EXPECT_EQ(server.connections(), 2U);
+}
+
+TEST_F(CurlHandleTest, LeavesNoConnectionOpenBehindIt) {
+  const auto openConnections = [this] {
+    int count = 0;
+    for (int socket = 0; socket < 1024; ++socket) {
+      sockaddr_in peer{};
+      socklen_t size = sizeof peer;
+      const bool isOurs = ::getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+                          peer.sin_family == AF_INET && ntohs(peer.sin_port) == server.port();
+      if (isOurs) ++count;
+    }
+    return count;
+  };
+  server.reply(ScriptedServer::http("200 OK", "{}"));
+  {
+    CurlHandle passing;
+    ASSERT_TRUE(passing.prepare(request, setting, connections, receiver));
+    EXPECT_EQ(curl_easy_perform(passing.easy()), CURLE_OK);
+    EXPECT_EQ(openConnections(), 1);
+  }
+  EXPECT_EQ(openConnections(), 0);
 }
 
 TEST_F(CurlHandleTest, FollowsNoRedirectByItselfButWhereItIsAimed) {

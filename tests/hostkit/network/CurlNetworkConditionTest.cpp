@@ -120,6 +120,16 @@ TEST_F(CurlNetworkConditionTest, AKeptBodyServesTheNextNetworkOnThatCache) {
   EXPECT_EQ(ask("/theme").body(), "themes");
 }
 
+TEST_F(CurlNetworkConditionTest, OnePathsBodyNeverAnswersAnothers) {
+  server.reply(tagged("themes"));
+  server.reply(tagged("types"));
+  server.reply(unchanged());
+  ask("/theme");
+  EXPECT_EQ(ask("/sobjects").body(), "types");
+  EXPECT_EQ(conditionOf(1), "");
+  EXPECT_EQ(ask("/theme").body(), "themes");
+}
+
 TEST_F(CurlNetworkConditionTest, OneTokensBodyNeverAnswersAnothers) {
   server.reply(tagged("of the first"));
   server.reply(tagged("of the second"));
