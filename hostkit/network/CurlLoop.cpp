@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "hostkit/libraries/CLibraries.h"
 #include "hostkit/network/Connections.h"
 
 namespace vellora::hostkit {
@@ -19,12 +20,6 @@ using Kind = CurlNetworkError::Kind;
 // The rest waits here rather than in curl, whose own limit on connections leaves a request waiting for many
 // seconds now and then although a connection is free (7.88.1).
 constexpr std::size_t mostActive = 8;
-
-// Once per process and never undone: whether another part of the process still uses curl cannot be known.
-bool initialiseCurl() {
-  static const bool initialised = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
-  return initialised;
-}
 
 // Where curl lets OpenSSL write to sockets in the plain way, which 7.88.1 doesn't, a connection that the
 // server has closed is then an error here, not the end of the host's process.
@@ -58,7 +53,7 @@ CurlLoop::CurlLoop(TransferSetting setting, std::unique_ptr<Multi> multi)
 CurlLoop::~CurlLoop() = default;
 
 Result<std::shared_ptr<CurlLoop>> CurlLoop::start(TransferSetting setting) {
-  if (!initialiseCurl()) return unavailable("curl");
+  if (!isCurlReady()) return unavailable("curl");
   auto multi = std::make_unique<Multi>();
   if (!multi->handle) return unavailable("memory");
   // Without descriptors curl makes a handle that nobody can wake: its thread would sleep through requests.

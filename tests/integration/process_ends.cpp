@@ -1,7 +1,7 @@
 // Ends a process, in the way that is named, while a catalogue and a façade in static storage wait for a
 // server that has taken a request and does not answer. Whoever runs it must see it end, with 0, within a
 // minute.
-//   process-ends exit|exit-in-answer|exit-on-network|quick-exit|quick-exit-in-answer|fork
+//   process-ends exit|exit-then-ask|exit-in-answer|exit-on-network|quick-exit|quick-exit-in-answer|fork
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -11,10 +11,15 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <thread>
 
 #include "hostkit/StandardPlatformAPI.h"
+#include "tests/support/Requests.h"
 #include "vellora/Catalog/Catalog.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Services/VelloraService.h"
@@ -45,14 +50,28 @@ class SilentServer {
   [[nodiscard]] const std::string& address() const { return address_; }
 
   /// Waits for a request, and gives its connection.
-  [[nodiscard]] int takeRequest() const {
-    const int connection = ::accept(listening_, nullptr, nullptr);
-    std::array<char, 64> begin{};
-    if (::read(connection, begin.data(), begin.size()) <= 0) giveUp();
-    return connection;
+  [[nodiscard]] int takeRequest() const { return take().connection; }
+
+  /// Waits for the request of `path`.
+  void takeRequestOf(std::string_view path) const {
+    while (take().line.find(path) == std::string::npos) {
+    }
   }
 
  private:
+  struct Request {
+    int connection;
+    std::string line;  ///< its beginning
+  };
+
+  [[nodiscard]] Request take() const {
+    const int connection = ::accept(listening_, nullptr, nullptr);
+    std::array<char, 64> begin{};
+    const auto size = ::read(connection, begin.data(), begin.size());
+    if (size <= 0) giveUp();
+    return {connection, std::string(begin.data(), static_cast<std::size_t>(size))};
+  }
+
   const int listening_;
   std::string address_;
 };
@@ -84,6 +103,48 @@ struct App {
   while (true) ::close(server.takeRequest());
 }
 
+/// A request that is sent when all else has been cleaned up in the process, as by a thread that nobody waits
+/// for.
+struct LastRequest {
+  SilentServer server;
+  std::shared_ptr<CorvaneSDK::Network> network;
+};
+
+/// Is not destroyed itself.
+std::unique_ptr<LastRequest>& lastRequest() {
+  static auto* const kept = new std::unique_ptr<LastRequest>();
+  return *kept;
+}
+
+/// What is registered first is called last: so before anything else is made.
+void registerLastRequest() {
+  static_cast<void>(lastRequest());
+  const int failed = std::atexit([] {
+    if (!lastRequest()) return;
+    lastRequest()->network->sendRequest(tests::get("/last"), [](auto, auto, auto) {});
+    lastRequest()->server.takeRequestOf("/last");
+  });
+  if (failed != 0) giveUp();
+}
+
+/// Whether all threads but this one sleep, none of them in the middle of anything.
+bool isAtRest() {
+  const std::string own = std::to_string(::getpid());
+  for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::ifstream file(thread.path() / "stat");
+    std::string text;
+    std::getline(file, text);
+    const std::size_t state = text.rfind(')') + 2;
+    if (thread.path().filename() != own && text.size() > state && text[state] != 'S') return false;
+  }
+  return true;
+}
+
+/// Threads that have slept for so many looks sleep until somebody asks: the server doesn't answer.
+void waitUntilAtRest() {
+  for (int looks = 0; looks < 100; looks = isAtRest() ? looks + 1 : 0) std::this_thread::sleep_for(1ms);
+}
+
 /// Whether a child of fork, which has none of the library's threads, can end.
 int endOfChild() {
   const pid_t child = ::fork();
@@ -102,14 +163,22 @@ int main(int count, char** arguments) {
   if (count != 2) return 2;
   ::alarm(60);  // ends a process that hangs
   const std::string way = arguments[1];
+  registerLastRequest();
   const SilentServer server;
   static const App app(server.address());
   const int connection = server.takeRequest();
   if (way == "exit") return 0;
+  if (way == "exit-then-ask") {
+    lastRequest() = std::make_unique<LastRequest>(server, app.host->network());
+    return 0;
+  }
   if (way == "exit-in-answer") endInAnswer(app, std::exit);
   if (way == "exit-on-network") exitOnNetwork(app, server, connection);
   if (way == "quick-exit") std::quick_exit(0);
   if (way == "quick-exit-in-answer") endInAnswer(app, std::quick_exit);
-  if (way == "fork") return endOfChild();
+  if (way == "fork") {
+    waitUntilAtRest();
+    return endOfChild();
+  }
   return 2;
 }

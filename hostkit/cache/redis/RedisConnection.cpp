@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "hostkit/cache/redis/RedisCacheError.h"
+#include "hostkit/libraries/CLibraries.h"
 
 namespace vellora::hostkit {
 
@@ -23,11 +24,6 @@ using Reason = RedisCacheError::Reason;
 
 using Easy = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using Reader = std::unique_ptr<redisReader, decltype(&redisReaderFree)>;
-
-bool curlIsReady() {
-  static const bool initialised = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
-  return initialised;
-}
 
 /// The most items of a list: many more than the rows of any table.
 constexpr std::size_t mostItems = std::size_t{1} << 20U;
@@ -147,7 +143,7 @@ bool waitFor(CURL* easy, short events, RedisConnection::Deadline deadline) {
 }  // namespace
 
 struct RedisConnection::Wire {
-  Easy easy{curlIsReady() ? curl_easy_init() : nullptr, curl_easy_cleanup};
+  Easy easy{isCurlReady() ? curl_easy_init() : nullptr, curl_easy_cleanup};
   Reader reader{createReader(), redisReaderFree};
 };
 

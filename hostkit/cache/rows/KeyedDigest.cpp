@@ -6,6 +6,8 @@
 
 #include <array>
 
+#include "hostkit/libraries/CLibraries.h"
+
 namespace vellora::hostkit {
 
 std::string randomKey() {
@@ -14,6 +16,7 @@ std::string randomKey() {
 }
 
 std::string keyedDigest(std::string_view key, std::string_view text) {
+  keepOpenSslToTheEnd();
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned length = 0;
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
