@@ -151,6 +151,11 @@ class ListingTest(unittest.TestCase):
         self.assertEqual(listing.noticed(listed, [(mutant, True), (mutant, False)]), [])
         self.assertEqual(listing.noticed(listed, []), [])
 
+    def test_an_entry_whose_mutant_is_undefined_may_be_noticed_by_chance(self):
+        listed = list(listing.entries(self.entry + "  It reads what is gone, on which no test may count.\n"))
+        self.assertEqual(len(listed), 1)
+        self.assertEqual(listing.noticed(listed, [(listed[0], True)]), [])
+
     def test_the_entries_of_the_list_stand_in_their_sources(self):
         for entry in listing.entries((ROOT / "tests/mutants/equal.txt").read_text()):
             around = entry.place.replace("«", "").replace("»", "").replace(" ", "")
