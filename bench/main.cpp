@@ -22,7 +22,7 @@ int main(int argc, char** argv) {
     return measureColdStart(given[1], given[2], given[3]);
   }
   const bool isSmoke = std::erase(given, "--smoke") > 0;
-  // The user's flags come after these, and so override them.
+  // The user's flags come after these, and so override them. Timings with pauses have a least time of their own.
   std::vector<std::string> flags{argv[0], "--benchmark_enable_random_interleaving=true",
                                  isSmoke ? "--benchmark_repetitions=1" : "--benchmark_repetitions=15",
                                  isSmoke ? "--benchmark_min_time=0.001" : "--benchmark_min_time=0.05"};

@@ -6,7 +6,7 @@
 
 namespace vellora::tests::interleaving {
 
-/// The pool, as at the begin of a process.
+/// The pool, as at the beginning of a process.
 inline detail::ThreadPool& newPool() {
   auto& pool = detail::ThreadPool::shared();
   std::destroy_at(&pool);

@@ -24,7 +24,7 @@ TEST(DateTest, TellsTheSecondsFromAnEarlierPoint) {
   EXPECT_EQ(earlier.secondsSince(later), -2.5);
 }
 
-TEST(DateTest, NowIsBehindTheReferenceDate) {
+TEST(DateTest, NowIsAfterTheReferenceDate) {
   EXPECT_GT(now(), Date());
 }
 
