@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
@@ -21,10 +22,12 @@ class InterleavingTest : public testing::Test {
  protected:
   static constexpr int preemptionsOfTheShortForm = 2;
 
-  /// Tries `scenario` in each order.
-  static void tryEach(const std::function<void()>& scenario, int preemptions = preemptionsOfTheShortForm) {
+  /// Tries `scenario` in each order. One with very many of them says with how many pre-emptions `atMost`.
+  static void tryEach(const std::function<void()>& scenario, int preemptions = preemptionsOfTheShortForm,
+                      int atMost = Limits::none) {
     const char* const one = schedule();
-    const auto explored = one != nullptr ? replay(scenario, one) : explore(scenario, limits(preemptions));
+    const auto explored =
+        one != nullptr ? replay(scenario, one) : explore(scenario, limits(preemptions, atMost));
     if (explored.failure) ADD_FAILURE() << told(*explored.failure);
     RecordProperty("interleavings", std::to_string(explored.runs));
   }
@@ -38,8 +41,8 @@ class InterleavingTest : public testing::Test {
  private:
   static const char* schedule() { return std::getenv("VELLORA_TEST_SCHEDULE"); }
 
-  static Limits limits(int preemptions) {
-    return {longForm("VELLORA_TEST_PREEMPTIONS").value_or(preemptions), 1};
+  static Limits limits(int preemptions, int atMost = Limits::none) {
+    return {std::min(longForm("VELLORA_TEST_PREEMPTIONS").value_or(preemptions), atMost), 1};
   }
 
   static std::string told(const Failure& failure) {

@@ -171,10 +171,14 @@ FAULTS = (
       isMarked_ = false;
 """),),
           "QuestionsTest.*", ((CATALOG, "QuestionThreads*:CatalogRace*"), (STEPPED, "Question*:Session*"))),
-    Fault("the façade", "it cancels its lookups only when nobody holds it any more",
+    Fault("the façade", "a lookup counts among those that the end cancels only when it has started",
           "vellora/Services/VelloraServiceImplementation.cpp",
-          (("""  ~Ending() { facade_->subscriptions_.close(); }
-""", """  ~Ending() = default;
+          (("""  services_.sObjects->sObjectsForNames(apiNames)
+      .combineLatest(services_.themes->themes(apiNames))
+      .sink(subscriptions_, std::move(keepInfos), std::move(answer));
+""", """  subscriptions_.insert(services_.sObjects->sObjectsForNames(apiNames)
+                            .combineLatest(services_.themes->themes(apiNames))
+                            .sink(std::move(keepInfos), std::move(answer)));
 """),),
           "FacadeTest.*", ((SERVICES, "*"),)),
 )
