@@ -9,6 +9,7 @@
 #include <future>
 #include <new>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "vellora/Platform/Publishers/Publisher.h"
@@ -63,6 +64,7 @@ TEST(JointTest, AValueIsPassedOnThoughTheThreadThatWasToDoSoLeftMeanwhile) {
   };
   int value = 2;
   joint->receive(&value);
+  beforeItIsBoxed = nullptr;  // it refers to what is here
   EXPECT_THAT(receiver->values(), testing::ElementsAre(1, 2));
 }
 
