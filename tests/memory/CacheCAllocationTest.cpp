@@ -162,13 +162,15 @@ TEST_F(CacheCAllocationTest, NoneThatFailsWhileADamagedFileIsReplacedSpoilsTheFr
 TEST_F(CacheCAllocationTest, NoneThatFailsWhileDamageIsMetLaterGivesAWrongAnswer) {
   const auto meet = [this](std::size_t number, Extent extent) {
     damage("old kept");
-    const auto cache = open();
+    auto cache = open();
     std::optional<CAllocationFailure> failure(std::in_place, number, extent);
     ledger.expectNothingWrong(*cache);
     const bool happened = failure->happened();
     EXPECT_TRUE(std::filesystem::exists(path + ".damaged-1") || happened);
     failure.reset();
     ledger.expectNothingWrong(*cache);  // now it is met at the latest
+    cache.reset();
+    EXPECT_EQ(CAllocationFailure::liveBlocks(), blocksAtFirst) << "blocks are leaked";
     expectSetAside();
     ledger = {};
     return happened;
@@ -179,13 +181,16 @@ TEST_F(CacheCAllocationTest, NoneThatFailsWhileDamageIsMetLaterGivesAWrongAnswer
 TEST_F(CacheCAllocationTest, AnotherOwnerIsRefusedWhateverFails) {
   beginWith(true);
   const auto refuse = [this](std::size_t number, Extent extent) {
-    const CAllocationFailure failure(number, extent);
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent);
     const auto opened = tryToOpen("bob");
+    const bool happened = failure->happened();
+    failure.reset();
     EXPECT_FALSE(opened);
     const auto* const error = opened ? nullptr : opened.error().as<SQLiteCacheError>();
     EXPECT_NE(error, nullptr);
-    EXPECT_TRUE((error && error->reason == SQLiteCacheError::Reason::otherOwner) || failure.happened());
-    return failure.happened();
+    EXPECT_TRUE((error && error->reason == SQLiteCacheError::Reason::otherOwner) || happened);
+    EXPECT_EQ(CAllocationFailure::liveBlocks(), blocksAtFirst) << "blocks are leaked";
+    return happened;
   };
   failEachCAllocationOf("a refused owner", refuse, 3);
   expectUsable(nullptr);
