@@ -81,6 +81,9 @@ class NetworkCAllocationFixture : public testing::Test {
   /// Brings what a request finds into the state in which each finds it.
   virtual void prepare() {}
 
+  /// What more is to be seen where the request found memory for everything.
+  virtual void expectAsked() const {}
+
   /// Starts a network and asks it, with that allocation failing; every second time the network goes without
   /// memory as well.
   bool askWith(std::size_t number, Extent extent, const Asked& asked) {
@@ -95,6 +98,7 @@ class NetworkCAllocationFixture : public testing::Test {
     const bool happened = failure->happened();
     failure.reset();
     EXPECT_TRUE(answer || wasShort);
+    if (!wasShort) expectAsked();
     if (answer && wasShort && answer->error) {
       expectError(*answer);
     } else if (answer) {
