@@ -40,6 +40,8 @@ class NetworkCAllocationTest : public NetworkCAllocationFixture {
       if (request.target() == "/half")
         return {"HTTP/1.1 200 OK\r\nContent-Length: 99\r\n\r\nhalf", Then::close};
       if (request.target() == "/refused") return ScriptedServer::http("401 Unauthorized", "no");
+      if (request.target() == "/renewed" && request.text.find("Bearer token") != std::string::npos)
+        return ScriptedServer::http("401 Unauthorized", "no");
       if (request.target() == "/silent") return {"", Then::keepOpen};
       return ScriptedServer::http("200 OK", "{}", {"X-Long: " + std::string(3000, 'x')});
     });
@@ -86,6 +88,25 @@ class ConditionalCAllocationTest : public NetworkCAllocationTest {
   int confirmedBefore = 0;
 };
 
+/// One that has another token when the server refuses the first.
+class RenewalCAllocationTest : public NetworkCAllocationTest {
+ protected:
+  [[nodiscard]] CurlNetwork::Options options() const override {
+    auto options = NetworkCAllocationTest::options();
+    options.renewedToken = [this](const std::string& /*refused*/) {
+      ++renewals;
+      return std::optional<std::string>("another");
+    };
+    return options;
+  }
+
+  void prepare() override { renewalsBefore = renewals; }
+  void expectAsked() const override { EXPECT_EQ(renewals, renewalsBefore + 1) << "it was renewed"; }
+
+  mutable std::atomic<int> renewals = 0;
+  int renewalsBefore = 0;
+};
+
 TEST_F(NetworkCAllocationTest, APlainRequest) {
   failEachOf("a plain request", {"/plain", "{}"});
 }
@@ -100,6 +121,10 @@ TEST_F(NetworkCAllocationTest, ARedirect) {
 
 TEST_F(NetworkCAllocationTest, ARefusedToken) {
   failEachOf("a refused token", {"/refused", "", CurlNetworkError::Kind::errorStatus});
+}
+
+TEST_F(RenewalCAllocationTest, ARefusedTokenAndTheRequestWithAnotherOne) {
+  failEachOf("a renewed token", {"/renewed", "{}"});
 }
 
 TEST_F(NetworkCAllocationTest, HalfABody) {

@@ -12,6 +12,7 @@
 #include "tests/memory/EachCAllocation.h"
 #include "tests/memory/NetworkCAllocationFixture.h"
 #include "tests/support/CAllocationFailure.h"
+#include "tests/support/ClosingHttp2Server.h"
 #include "tests/support/Http2Server.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TestCertificate.h"
@@ -23,6 +24,7 @@ namespace vellora::hostkit {
 namespace {
 
 using vellora::tests::CAllocationFailure;
+using vellora::tests::ClosingHttp2Server;
 using vellora::tests::failEachCAllocationOf;
 using vellora::tests::Http2Server;
 using vellora::tests::ScriptedServer;
@@ -104,6 +106,41 @@ TEST_F(Http2CAllocationTest, NoneOfCurlsThatFailsSpoilsAnAnswer) {
 TEST_F(Http2CAllocationTest, NoneOfOpenSslsThatFailsSpoilsAnAnswer) {
   failEachOf("OpenSSL, an answer over HTTP/2",
              {.path = "/plain", .body = "{}", .failing = Library::openSsl, .shortForm = 97});
+}
+
+/// Whose server ends each connection in place of the second answer on it.
+class ClosedHttp2CAllocationTest : public NetworkCAllocationFixture {
+ protected:
+  [[nodiscard]] CurlNetwork::Options options() const override {
+    return {.server = server.url(), .caFile = server.certificate()};
+  }
+
+  ClosingHttp2Server server{{"1"}};
+};
+
+TEST_F(ClosedHttp2CAllocationTest, NoneOfCurlsThatFailsSpoilsARequestThatIsSentAgain) {
+  const auto askAgain = [&](std::size_t number, Extent extent) {
+    const std::size_t blocksBefore = CAllocationFailure::liveBlocks();
+    auto network = make().value();
+    EXPECT_EQ(ask(*network, "/plain").body(), "{}");
+    std::optional<CAllocationFailure> failure(std::in_place, number, extent, Library::curl);
+    const auto answer = ask(*network, "/plain");
+    const bool happened = failure->happened();
+    failure.reset();
+    if (happened && answer.error) {
+      expectError(answer);
+    } else {
+      EXPECT_EQ(answer.body(), "{}") << (answer.error ? answer.error->description() : "");
+    }
+    EXPECT_EQ(ask(*network, "/plain").body(), "{}");
+    network.reset();
+    EXPECT_LE(CAllocationFailure::liveBlocks(), blocksBefore) << "blocks are leaked";
+    return happened;
+  };
+  static_cast<void>(ask(*make().value(), "/plain"));  // what the libraries keep for ever, they have now
+  EXPECT_FALSE(askAgain(1'000'000, Extent::one));
+  failEachCAllocationOf("libcurl, a request that is sent again over HTTP/2", askAgain, 5);
+  EXPECT_THAT(server.stop(), testing::HasSubstr("\nasked 2.\nasked 2.\nasked 3.\nasked 3.\nasked 4.\n"));
 }
 
 #ifdef VELLORA_HAS_NGHTTP2
