@@ -169,7 +169,7 @@ int main(int count, char** arguments) {
   const int connection = server.takeRequest();
   if (way == "exit") return 0;
   if (way == "exit-then-ask") {
-    lastRequest() = std::make_unique<LastRequest>(server, app.host->network());
+    lastRequest().reset(new LastRequest{server, app.host->network()});
     return 0;
   }
   if (way == "exit-in-answer") endInAnswer(app, std::exit);
