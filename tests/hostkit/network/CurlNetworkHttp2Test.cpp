@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
-#include "tests/support/ClosingHttp2Server.h"
 #include "tests/support/Http2Server.h"
 #include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
+#include "tests/support/ScriptedHttp2Server.h"
 
 namespace vellora::hostkit {
 namespace {
@@ -20,10 +20,10 @@ using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
-using tests::ClosingHttp2Server;
 using tests::get;
 using tests::Http2Server;
 using tests::NetworkAnswer;
+using tests::ScriptedHttp2Server;
 
 /// A network and a server that have nothing but HTTP/2 in common.
 class CurlNetworkHttp2Test : public testing::Test {
@@ -87,38 +87,40 @@ TEST_F(CurlNetworkHttp2Test, AServerThatDiesIsAnErrorForEachRequest) {
   }
 }
 
-class CurlNetworkHttp2EndTest : public testing::Test {
+class CurlNetworkHttp2ScriptTest : public testing::Test {
  protected:
-  static std::shared_ptr<CurlNetwork> networkTo(const ClosingHttp2Server& server) {
+  using Kind = CurlNetworkError::Kind;
+
+  static std::shared_ptr<CurlNetwork> networkTo(const ScriptedHttp2Server& server) {
     return CurlNetwork::make({.server = server.url(), .caFile = server.certificate()}).value();
   }
 
-  static void expectLost(const NetworkAnswer& answer) {
+  static void expectError(const NetworkAnswer& answer, Kind kind) {
     ASSERT_NE(answer.errorAs<CurlNetworkError>(), nullptr);
-    EXPECT_EQ(answer.errorAs<CurlNetworkError>()->kind, CurlNetworkError::Kind::connectionLost);
+    EXPECT_EQ(answer.errorAs<CurlNetworkError>()->kind, kind);
   }
 };
 
-TEST_F(CurlNetworkHttp2EndTest, ARequestWhoseKeptConnectionEndsIsSentOnAFreshOne) {
-  ClosingHttp2Server server({"1"});
+TEST_F(CurlNetworkHttp2ScriptTest, ARequestWhoseKeptConnectionEndsIsSentOnAFreshOne) {
+  ScriptedHttp2Server server({"answer"});
   const auto network = networkTo(server);
   EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
   EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
   EXPECT_THAT(server.stop(), EndsWith("\nasked 1.\nasked 1.\nasked 2.\n"));
 }
 
-TEST_F(CurlNetworkHttp2EndTest, ARequestIsSentAgainOnlyOnce) {
-  ClosingHttp2Server server({"1", "0"});
+TEST_F(CurlNetworkHttp2ScriptTest, ARequestIsSentAgainOnlyOnce) {
+  ScriptedHttp2Server server({"answer", ""});
   const auto network = networkTo(server);
   EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
-  expectLost(tests::answerTo(*network, get("/theme")));
+  expectError(tests::answerTo(*network, get("/theme")), Kind::connectionLost);
   EXPECT_THAT(server.stop(), EndsWith("\nasked 1.\nasked 1.\nasked 2.\n"));
 }
 
-TEST_F(CurlNetworkHttp2EndTest, ARequestWhoseConnectionWasNewIsNotSentAgain) {
-  ClosingHttp2Server server({"0"});
+TEST_F(CurlNetworkHttp2ScriptTest, ARequestWhoseConnectionWasNewIsNotSentAgain) {
+  ScriptedHttp2Server server({""});
   const auto network = networkTo(server);
-  expectLost(tests::answerTo(*network, get("/theme")));
+  expectError(tests::answerTo(*network, get("/theme")), Kind::connectionLost);
   EXPECT_THAT(server.stop(), EndsWith("\nasked 1.\n"));
 }
 

@@ -8,17 +8,17 @@
 
 namespace vellora::tests {
 
-/// A server that speaks HTTP/2 over TLS on an ephemeral loopback port, and ends its connections in place of
-/// an answer. Each answer is "{}".
+/// A server that speaks HTTP/2 over TLS on an ephemeral loopback port, and answers as it was told to.
 ///
 /// Ownership: owns its process and its certificate.
 ///
 /// Errors: `std::runtime_error` when it does not start.
-class ClosingHttp2Server {
+class ScriptedHttp2Server {
  public:
-  /// The first connection gives the first number of answers, the second one the second, and so on; the last
-  /// number is that of all further ones.
-  explicit ClosingHttp2Server(const std::vector<std::string>& answers);
+  /// The first connection gives the first answers, the second one the second, and so on; the last are those
+  /// of all further ones. Answers are words with blanks between them; scripted_http2_server.py says which
+  /// there are. In place of one more answer the connection ends.
+  explicit ScriptedHttp2Server(const std::vector<std::string>& answers);
 
   /// Such as "https://127.0.0.1:40123".
   [[nodiscard]] const std::string& url() const noexcept { return url_; }

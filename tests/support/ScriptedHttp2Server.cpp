@@ -1,4 +1,4 @@
-#include "tests/support/ClosingHttp2Server.h"
+#include "tests/support/ScriptedHttp2Server.h"
 
 namespace vellora::tests {
 
@@ -6,14 +6,14 @@ namespace {
 
 std::vector<std::string> commandWith(const TestCertificate& certificate,
                                      const std::vector<std::string>& answers) {
-  std::vector<std::string> words{"python3", CLOSING_HTTP2_SERVER, certificate.file(), certificate.keyFile()};
+  std::vector<std::string> words{"python3", SCRIPTED_HTTP2_SERVER, certificate.file(), certificate.keyFile()};
   words.insert(words.end(), answers.begin(), answers.end());
   return words;
 }
 
 }  // namespace
 
-ClosingHttp2Server::ClosingHttp2Server(const std::vector<std::string>& answers)
+ScriptedHttp2Server::ScriptedHttp2Server(const std::vector<std::string>& answers)
     : certificate_("IP:127.0.0.1"),
       process_(commandWith(certificate_, answers)),
       url_("https://127.0.0.1:" + process_.restOfLine("port ")) {}
