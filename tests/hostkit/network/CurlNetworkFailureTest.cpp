@@ -168,6 +168,15 @@ TEST_F(CurlNetworkFailureTest, HalfABodyIsAnError) {
   expectError(ask("/theme"), Kind::connectionLost);
 }
 
+TEST_F(CurlNetworkFailureTest, ARequestThatGotHalfABodyOnAKeptConnectionIsNotSentAgain) {
+  server.reply(ScriptedServer::http("200 OK", "{}"));
+  EXPECT_EQ(ask("/theme").body(), "{}");
+  server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf", Then::close});
+  server.reply(ScriptedServer::http("200 OK", "{}"));
+  expectError(ask("/theme"), Kind::connectionLost);
+  EXPECT_EQ(server.connections(), 1U);
+}
+
 TEST_F(CurlNetworkFailureTest, WhatIsNotHttpIsAProtocolError) {
   server.reply({"SSH-2.0-OpenSSH_9.2\r\n", Then::close});
   expectError(ask("/theme"), Kind::protocol);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
+#include "tests/hostkit/bodies/BodiesCache.h"
 #include "tests/support/Http2Server.h"
 #include "tests/support/NetworkAnswer.h"
 #include "tests/support/Requests.h"
@@ -122,6 +123,26 @@ TEST_F(CurlNetworkHttp2ScriptTest, ARequestWhoseConnectionWasNewIsNotSentAgain) 
   const auto network = networkTo(server);
   expectError(tests::answerTo(*network, get("/theme")), Kind::connectionLost);
   EXPECT_THAT(server.stop(), EndsWith("\nasked 1.\n"));
+}
+
+// Over HTTP/1.1 what waits before a request was not asked for, and the connection is not used again.
+TEST_F(CurlNetworkHttp2ScriptTest, AConnectionIsUsedAgainThoughHalfOfAFrameWaitsWithinTls) {
+  ScriptedHttp2Server server({"cut answer"});
+  const auto network = networkTo(server);
+  EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
+  EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
+  EXPECT_THAT(server.stop(), EndsWith("\nasked 1.\nasked 1.\n"));
+}
+
+// Over HTTP/1.1 a 304 ends with its head.
+TEST_F(CurlNetworkHttp2ScriptTest, ANotModifiedThatStallsHasNotComeInTime) {
+  const BodiesCache host;
+  ScriptedHttp2Server server({"answer unchanged"});
+  const auto network =
+      CurlNetwork::make({.server = server.url(), .caFile = server.certificate(), .bodies = host.cache})
+          .value();
+  EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
+  expectError(tests::answerTo(*network, get("/theme", 0.5)), Kind::timedOut);
 }
 
 }  // namespace

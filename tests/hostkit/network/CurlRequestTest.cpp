@@ -1,5 +1,6 @@
 #include "hostkit/network/CurlRequest.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -15,6 +16,7 @@ namespace vellora::hostkit {
 namespace {
 
 using CorvaneSDK::NetRequest;
+using testing::StartsWith;
 using tests::get;
 using Lines = std::vector<std::string>;
 
@@ -43,6 +45,29 @@ TEST(CurlRequestTest, AddsTheToken) {
       CurlRequest::prepare(get("/x"), server, {[] { return std::optional<std::string>("t0k.-_~+/="); }});
   EXPECT_EQ(request.value().headerLines.back(), "Authorization: Bearer t0k.-_~+/=");
   EXPECT_EQ(request.value().token, "t0k.-_~+/=");
+}
+
+TEST(CurlRequestTest, AnotherTokenTakesThePlaceOfItsOwn) {
+  const auto request =
+      CurlRequest::prepare(get("/x"), server, {[] { return std::optional<std::string>("older"); }});
+  const CurlRequest again = request.value().withToken("newer", server).value();
+  EXPECT_EQ(again.headerLines.back(), "Authorization: Bearer newer");
+  EXPECT_EQ(again.token, "newer");
+  EXPECT_FALSE(again.hasOwnCredentials());
+}
+
+TEST(CurlRequestTest, TellsATokenThatIsTooLongFromOneWithABlank) {
+  const auto faultOf = [](const std::string& token) {
+    return CurlRequest::prepare(get("/x"), server, {[&] { return std::optional(token); }})
+        .error()
+        .localizedDescription();
+  };
+  const std::string start = "a request to records.example:443 was not sent: the token ";
+  std::string token(KnownSecrets::longest, 't');
+  token.front() = ' ';
+  EXPECT_THAT(faultOf(token), StartsWith(start + "is empty or holds a blank"));
+  token += 't';
+  EXPECT_THAT(faultOf(token), StartsWith(start + "is longer than any server takes"));
 }
 
 TEST(CurlRequestTest, KeepsTheTokenFromNetworksWhereItCouldBeRead) {
