@@ -141,7 +141,6 @@ bool CurlRequest::hasOwnCredentials() const {
 }
 
 void CurlRequest::noteSecretsIn(KnownSecrets& secrets) const {
-  secrets.note(token);
   for (const std::string& line : headerLines) {
     if (holdsCredentials(line))
       secrets.note(lastWord(std::string_view(line).substr(credentialsName.size() + 1)));

@@ -42,8 +42,8 @@ struct CurlRequest {
   /// Whether it has an `Authorization` header that is not the token's.
   [[nodiscard]] bool hasOwnCredentials() const;
 
-  /// Tells `secrets` what no text may repeat once the request has been sent: its token, and the credentials
-  /// of its own `Authorization` header.
+  /// Tells `secrets` what no text may repeat once the request has been sent: the credentials of its
+  /// `Authorization` header, be they its token or its own.
   void noteSecretsIn(KnownSecrets& secrets) const;
 };
 
