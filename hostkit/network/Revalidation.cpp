@@ -78,7 +78,7 @@ void Revalidation::giveUp() {
 }
 
 const KeptBody* Revalidation::confirmedBy(const ResponseHead& notModified) const {
-  return kept_ && isAbout(kept_->headers, notModified) ? &*kept_ : nullptr;
+  return isAbout(kept_->headers, notModified) ? &*kept_ : nullptr;
 }
 
 bool Revalidation::mayKeep(int status, const ResponseHead& head) const {

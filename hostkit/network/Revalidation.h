@@ -44,7 +44,7 @@ class Revalidation {
   /// Whether the request went out with a condition about a body that is kept.
   [[nodiscard]] bool hasAsked() const noexcept { return kept_.has_value(); }
 
-  /// What a 304 of that head stands for; null when it is about another body.
+  /// What a 304 of that head stands for; null when it is about another body. Call it only if `hasAsked()`.
   [[nodiscard]] const KeptBody* confirmedBy(const ResponseHead& notModified) const;
 
   /// Whether the answer of that head to the request may be kept, if its body is no larger than `mostKept`.
