@@ -182,6 +182,15 @@ TEST_F(CurlNetworkFailureTest, WhatIsNotHttpIsAProtocolError) {
   expectError(ask("/theme"), Kind::protocol);
 }
 
+TEST_F(CurlNetworkFailureTest, ARequestThatGotNoHttpOnAKeptConnectionIsNotSentAgain) {
+  server.reply(ScriptedServer::http("200 OK", "{}"));
+  EXPECT_EQ(ask("/theme").body(), "{}");
+  server.reply({"SSH-2.0-OpenSSH_9.2\r\n", Then::close});
+  server.reply(ScriptedServer::http("200 OK", "{}"));
+  expectError(ask("/theme"), Kind::protocol);
+  EXPECT_EQ(server.connections(), 1U);
+}
+
 TEST_F(CurlNetworkFailureTest, TheRequestsTimeCoversWaitingForTheAnswer) {
   expectError(ask("/silent", 0.2), Kind::timedOut);
 }
