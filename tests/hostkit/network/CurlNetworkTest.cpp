@@ -161,15 +161,6 @@ TEST_F(CurlNetworkTest, A408OnAKeptConnectionIsAskedOnceMoreAndOneOnAFreshConnec
   EXPECT_EQ(server.connections(), 3U);
 }
 
-TEST_F(CurlNetworkTest, AnAnswerThatIsCutOnAKeptConnectionIsNotAskedForAgain) {
-  server.reply(ScriptedServer::http("200 OK", "first"));
-  server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf", ScriptedServer::Then::close});
-  EXPECT_EQ(ask("/one").body(), "first");
-  expectError(ask("/two"), Kind::connectionLost);
-  EXPECT_EQ(server.requests().size(), 2U);
-  EXPECT_EQ(server.connections(), 1U);
-}
-
 TEST_F(CurlNetworkTest, A408OnTheFirstConnectionIsAnAnswer) {
   server.reply(ScriptedServer::http("408 Request Timeout", "", {"Connection: close"}));
   server.reply(ScriptedServer::http("200 OK", "late"));
