@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "hostkit/network/Validators.h"
+#include "vellora/Platform/Queues/Sleep.h"
 
 namespace vellora::hostkit {
 
@@ -18,13 +19,13 @@ constexpr int ok = 200;
 class TimeInCache {
  public:
   explicit TimeInCache(Revalidation::Clock::duration& sum) : sum_(sum) {}
-  ~TimeInCache() { sum_ += Revalidation::Clock::now() - begun_; }
+  ~TimeInCache() { sum_ += Sleep::now() - begun_; }
   TimeInCache(const TimeInCache&) = delete;
   TimeInCache& operator=(const TimeInCache&) = delete;
 
  private:
   Revalidation::Clock::duration& sum_;
-  const Revalidation::Clock::time_point begun_ = Revalidation::Clock::now();
+  const Revalidation::Clock::time_point begun_ = Sleep::now();
 };
 
 std::string keyOf(const std::shared_ptr<KeptBodies>& bodies) {
