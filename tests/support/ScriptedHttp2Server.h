@@ -26,6 +26,9 @@ class ScriptedHttp2Server {
   /// The certificate's file.
   [[nodiscard]] std::string certificate() const { return certificate_.file(); }
 
+  /// Waits until it has written that, anywhere.
+  void waitUntilWritten(const std::string& text) { process_.waitUntilWritten(text); }
+
   /// Ends it, and gives all that it wrote: behind its port a line for each request, such as "asked 2." on the
   /// second connection.
   [[nodiscard]] std::string stop() { return process_.stop(); }

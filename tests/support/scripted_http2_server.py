@@ -10,6 +10,7 @@ request. In place of one more answer the connection ends.
   answer     "{}", with a tag
   cut        the same, and at once half of a frame that belongs to no request; the rest comes before the next answer
   unchanged  the head of a 304, the end of which never comes
+  silent     nothing
 
 "asked N." says that a request has come in on the Nth connection.
 """
@@ -95,6 +96,8 @@ def serve(connection, number, answers):
                 connection.end()
                 return
             word = answers.pop(0)
+            if word == "silent":
+                continue
             answer = rest + connection.sealed(answer_to(stream, word))
             unasked = connection.sealed(frame(PING, 0, 0, b"a number")) if word == "cut" else b""
             half = len(unasked) // 2

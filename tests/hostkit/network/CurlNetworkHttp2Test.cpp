@@ -20,6 +20,7 @@ namespace {
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::Not;
 using tests::get;
 using tests::Http2Server;
@@ -143,6 +144,16 @@ TEST_F(CurlNetworkHttp2ScriptTest, ANotModifiedThatStallsHasNotComeInTime) {
           .value();
   EXPECT_EQ(tests::answerTo(*network, get("/theme")).body(), "{}");
   expectError(tests::answerTo(*network, get("/theme", 0.5)), Kind::timedOut);
+}
+
+TEST_F(CurlNetworkHttp2ScriptTest, AConnectionHasOneRequestAtATime) {
+  ScriptedHttp2Server server({"silent"});
+  const auto network = networkTo(server);
+  const auto first = tests::send(*network, get("/theme"));
+  server.waitUntilWritten("asked 1.");
+  const auto second = tests::send(*network, get("/theme"));
+  server.waitUntilWritten("asked 2.\n");
+  EXPECT_THAT(server.stop(), MatchesRegex("port [0-9]+\nasked 1.\nasked 2.\n"));
 }
 
 }  // namespace
