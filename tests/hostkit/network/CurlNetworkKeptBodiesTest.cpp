@@ -4,7 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <functional>
 #include <future>
 #include <memory>
 #include <new>
@@ -16,9 +15,9 @@
 
 #include "hostkit/bodies/KeptBodies.h"
 #include "hostkit/bodies/KeptBody.h"
-#include "testkit/ForwardingCache.h"
 #include "tests/hostkit/network/CurlNetworkConditionFixture.h"
 #include "tests/hostkit/network/PackedLetters.h"
+#include "tests/hostkit/network/WatchedCache.h"
 
 namespace vellora::hostkit {
 namespace {
@@ -119,24 +118,6 @@ TEST_F(CurlNetworkKeptBodiesTest, WhatIsUnderWayInTheFirstSessionIsNotKeptBehind
   EXPECT_EQ(ask("/theme").body(), "themes");
   EXPECT_EQ(host.rowsOf(KeptBodies::bodyKind), 0U);
 }
-
-/// A cache that stands in for one beneath kept bodies: it does something at each call on another thread than
-/// that which made it.
-class WatchedCache : public testkit::ForwardingCache {
- public:
-  WatchedCache(std::shared_ptr<CorvaneSDK::Cache> next, std::function<void(int call)> watch)
-      : ForwardingCache(std::move(next)), watch_(std::move(watch)) {}
-
-  std::shared_ptr<CorvaneSDK::CacheTable> openTable(const std::string& tableKey) override {
-    if (std::this_thread::get_id() != maker_) watch_(++calls_);
-    return ForwardingCache::openTable(tableKey);
-  }
-
- private:
-  const std::function<void(int call)> watch_;
-  const std::thread::id maker_ = std::this_thread::get_id();
-  int calls_ = 0;  // only on the network's thread
-};
 
 TEST_F(CurlNetworkKeptBodiesTest, ACacheWithoutMemoryCostsNoAnswer) {
   auto options = keeping();
