@@ -119,6 +119,12 @@ std::size_t SteppedSleep::wakeUpsOfAnHour(std::size_t sleepers) {
   return wakeUps;
 }
 
+std::size_t SteppedSleep::sleeps() {
+  Bedroom& room = bedroom();
+  const std::lock_guard lock(room.mutex);
+  return room.lastNumber;
+}
+
 void SteppedSleep::waitForSleepers(std::size_t count) {
   Bedroom& room = bedroom();
   std::unique_lock lock(room.mutex);

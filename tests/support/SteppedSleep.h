@@ -15,6 +15,9 @@ struct SteppedSleep {
   /// How often a thread wakes in an hour. That many threads sleep at its begin, and after each minute.
   static std::size_t wakeUpsOfAnHour(std::size_t sleepers);
 
+  /// How often a thread has gone to sleep so far.
+  [[nodiscard]] static std::size_t sleeps();
+
   /// Returns once that many threads sleep, or more.
   static void waitForSleepers(std::size_t count);
 
