@@ -89,6 +89,13 @@ TEST_F(CurlLoopTest, SleepsUntilARequestComes) {
   EXPECT_LE(sleeps, requests + 2);
 }
 
+TEST_F(CurlLoopTest, WakesByItselfAsLongAsARequestIsUnderWay) {
+  const auto underWay = sendUnanswered(1);
+  letARoundPass();
+  SteppedSleep::waitForSleepers(1);
+  EXPECT_EQ(SteppedSleep::untimedSleepers(), 0U);
+}
+
 TEST_F(CurlLoopTest, WhatWaitsIsGivenUpWhenNothingHasGotOnForItsTime) {
   const auto underWay = sendUnanswered(mostActive);
   auto waiting = send("/waits", tenSeconds);
