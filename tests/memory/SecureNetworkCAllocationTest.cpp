@@ -12,8 +12,8 @@
 #include "tests/memory/EachCAllocation.h"
 #include "tests/memory/NetworkCAllocationFixture.h"
 #include "tests/support/CAllocationFailure.h"
-#include "tests/support/ClosingHttp2Server.h"
 #include "tests/support/Http2Server.h"
+#include "tests/support/ScriptedHttp2Server.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TestCertificate.h"
 #include "tests/support/TlsServer.h"
@@ -24,9 +24,9 @@ namespace vellora::hostkit {
 namespace {
 
 using vellora::tests::CAllocationFailure;
-using vellora::tests::ClosingHttp2Server;
 using vellora::tests::failEachCAllocationOf;
 using vellora::tests::Http2Server;
+using vellora::tests::ScriptedHttp2Server;
 using vellora::tests::ScriptedServer;
 using vellora::tests::TestCertificate;
 using vellora::tests::TlsServer;
@@ -115,7 +115,7 @@ class ClosedHttp2CAllocationTest : public NetworkCAllocationFixture {
     return {.server = server.url(), .caFile = server.certificate()};
   }
 
-  ClosingHttp2Server server{{"1"}};
+  ScriptedHttp2Server server{{"answer"}};
 };
 
 TEST_F(ClosedHttp2CAllocationTest, NoneOfCurlsThatFailsSpoilsARequestThatIsSentAgain) {
