@@ -92,7 +92,7 @@ void addDecodingOfTheObjectList(Suite& suite) {
        .boostJson = decodedByBoost,
        .rapidJson = decodedByRapidJson,
        .nlohmann = decodedByNlohmann},
-      {.boostJson = Suite::atLeast(3), .rapidJson = Suite::atLeast(3), .nlohmann = Suite::atLeast(20)});
+      {.boostJson = Suite::atLeast(3), .rapidJson = Suite::atLeast(3), .nlohmann = Suite::atLeast(20, 18)});
 }
 
 }  // namespace vellora::bench

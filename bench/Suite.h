@@ -46,7 +46,9 @@ class Suite {
   [[nodiscard]] static Goal atMost(double bound, std::optional<double> accepted = {}) {
     return {Goal::Kind::atMost, bound, accepted};
   }
-  [[nodiscard]] static Goal atLeast(double bound) { return {Goal::Kind::atLeast, bound}; }
+  [[nodiscard]] static Goal atLeast(double bound, std::optional<double> accepted = {}) {
+    return {Goal::Kind::atLeast, bound, accepted};
+  }
   [[nodiscard]] static Goal reported() { return {Goal::Kind::reported}; }
 
   /// Times `run`, the body of a Google benchmark, which does `what` as `who` does it. Each pair of `what` and
