@@ -212,17 +212,21 @@ TEST_F(ThemeDataServiceEachTest, ARowThatTheFacadesLookupTookFromTheOlderListSta
   network->answer(url, StubNetwork::body(response({entryJson("Account", "old")})));
   static_cast<void>(load(service));
   network->answer(url, StubNetwork::body(response({entryJson("Account", "new")})));
-  AnyCancellable renewal;
-  bool isRenewed = false;
+  // Shared: the service's queue may let go of the service, which logs that, when the test is over.
+  struct Renewal {
+    AnyCancellable token;
+    bool hasBegun = false;
+  };
+  const auto renewal = std::make_shared<Renewal>();
   const auto listening = std::make_shared<ListeningLogger>();
   const auto other = std::make_shared<ThemeDataService>(RequiredAPI(network, cache, listening), cacheTimeout);
-  listening->onLine = [&](std::string_view line) {
-    if (isRenewed || line != "cachedThemes()") return;
-    isRenewed = true;
-    renewal = other->renewedThemes().sink([](const auto&) {});
+  listening->onLine = [renewal, renewing = other.get()](std::string_view line) {
+    if (renewal->hasBegun || line != "cachedThemes()") return;
+    renewal->hasBegun = true;
+    renewal->token = renewing->renewedThemes().sink([](const auto&) {});
   };
   ASSERT_TRUE(tests::Answer(other->themes({"Account"})).wait());
-  EXPECT_TRUE(isRenewed);
+  EXPECT_TRUE(renewal->hasBegun);
   EXPECT_EQ(rowData({{"cacheEntryType", "theme"}, {"name", "Account"}}), entryJson("Account", "old"));
 }
 
