@@ -6,7 +6,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <future>
+#include <optional>
 #include <string>
+#include <thread>
 
 #include "hostkit/cache/sqlite/SQLiteCacheError.h"
 #include "tests/hostkit/cache/sqlite/SQLiteFiles.h"
@@ -70,6 +74,22 @@ TEST(FolderLockTest, IsGivenUpWhereSomebodyElseKeepsTheFolder) {
   const std::string path = folder.file("cache.db");
   EXPECT_EQ(*second.error(path).as<SQLiteCacheError>(),
             (SQLiteCacheError{SQLiteCacheError::Reason::locked, path, "its folder is in use"}));
+}
+
+TEST(FolderLockTest, WaitsForWhoLetsGoOfTheFolderSoon) {
+  const TemporaryFolder folder;
+  std::optional<FolderLock> first(folder.path());
+  ASSERT_TRUE(first->held());
+  std::promise<void> isWaiting;
+  std::thread owner([&] {
+    isWaiting.get_future().wait();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    first.reset();
+  });
+  isWaiting.set_value();
+  const FolderLock second(folder.path());
+  owner.join();
+  EXPECT_TRUE(second.held());
 }
 
 }  // namespace
