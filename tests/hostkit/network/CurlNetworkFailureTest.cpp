@@ -9,6 +9,7 @@
 #include <future>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "hostkit/network/CurlNetwork.h"
@@ -33,7 +34,18 @@ using tests::NetworkAnswer;
 using tests::ScriptedServer;
 using tests::send;
 
-using CurlNetworkFailureTest = CurlNetworkFixture;
+class CurlNetworkFailureTest : public CurlNetworkFixture {
+ protected:
+  /// Expects `reply`, on a connection that has given an answer before, to be the end of its request.
+  void expectNotSentAgain(ScriptedServer::Reply reply, Kind kind) {
+    server.reply(ScriptedServer::http("200 OK", "{}"));
+    EXPECT_EQ(ask("/theme").body(), "{}");
+    server.reply(std::move(reply));
+    server.reply(ScriptedServer::http("200 OK", "{}"));
+    expectError(ask("/theme"), kind);
+    EXPECT_EQ(server.connections(), 1U);
+  }
+};
 
 TEST_F(CurlNetworkFailureTest, AStatusThatIsNoSuccessIsAnErrorWithTheServersOwnWords) {
   const auto textFor = [this](const std::string& status, const std::string& body) {
@@ -169,12 +181,8 @@ TEST_F(CurlNetworkFailureTest, HalfABodyIsAnError) {
 }
 
 TEST_F(CurlNetworkFailureTest, ARequestThatGotHalfABodyOnAKeptConnectionIsNotSentAgain) {
-  server.reply(ScriptedServer::http("200 OK", "{}"));
-  EXPECT_EQ(ask("/theme").body(), "{}");
-  server.reply({"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf", Then::close});
-  server.reply(ScriptedServer::http("200 OK", "{}"));
-  expectError(ask("/theme"), Kind::connectionLost);
-  EXPECT_EQ(server.connections(), 1U);
+  expectNotSentAgain({"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf", Then::close},
+                     Kind::connectionLost);
 }
 
 TEST_F(CurlNetworkFailureTest, WhatIsNotHttpIsAProtocolError) {
@@ -183,12 +191,7 @@ TEST_F(CurlNetworkFailureTest, WhatIsNotHttpIsAProtocolError) {
 }
 
 TEST_F(CurlNetworkFailureTest, ARequestThatGotNoHttpOnAKeptConnectionIsNotSentAgain) {
-  server.reply(ScriptedServer::http("200 OK", "{}"));
-  EXPECT_EQ(ask("/theme").body(), "{}");
-  server.reply({"SSH-2.0-OpenSSH_9.2\r\n", Then::close});
-  server.reply(ScriptedServer::http("200 OK", "{}"));
-  expectError(ask("/theme"), Kind::protocol);
-  EXPECT_EQ(server.connections(), 1U);
+  expectNotSentAgain({"SSH-2.0-OpenSSH_9.2\r\n", Then::close}, Kind::protocol);
 }
 
 TEST_F(CurlNetworkFailureTest, TheRequestsTimeCoversWaitingForTheAnswer) {

@@ -212,7 +212,7 @@ TEST_F(ThemeDataServiceEachTest, ARowThatTheFacadesLookupTookFromTheOlderListSta
   network->answer(url, StubNetwork::body(response({entryJson("Account", "old")})));
   static_cast<void>(load(service));
   network->answer(url, StubNetwork::body(response({entryJson("Account", "new")})));
-  // Shared: the service's queue may let go of the service, which logs that, when the test is over.
+  // On the heap: the service still logs when its queue lets go of it, which may be behind the test's end.
   struct Renewal {
     AnyCancellable token;
     bool hasBegun = false;

@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <future>
 #include <optional>
 #include <string>
 #include <thread>
@@ -80,13 +79,10 @@ TEST(FolderLockTest, WaitsForWhoLetsGoOfTheFolderSoon) {
   const TemporaryFolder folder;
   std::optional<FolderLock> first(folder.path());
   ASSERT_TRUE(first->held());
-  std::promise<void> isWaiting;
   std::thread owner([&] {
-    isWaiting.get_future().wait();
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     first.reset();
   });
-  isWaiting.set_value();
   const FolderLock second(folder.path());
   owner.join();
   EXPECT_TRUE(second.held());
