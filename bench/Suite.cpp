@@ -1,9 +1,11 @@
 #include "bench/Suite.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iostream>
 #include <map>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 namespace vellora::bench {
@@ -35,6 +37,17 @@ class FastestOfEach final : public benchmark::ConsoleReporter {
   bool failed_ = false;
 };
 
+/// A regular expression that matches just this text.
+std::string asPattern(std::string_view text) {
+  constexpr std::string_view special = R"(.[]{}()\*+?|^$)";
+  std::string pattern;
+  for (const char c : text) {
+    if (special.find(c) != special.npos) pattern += '\\';
+    pattern += c;
+  }
+  return pattern;
+}
+
 }  // namespace
 
 Suite::Timing Suite::time(const std::string& what, const std::string& who,
@@ -57,32 +70,55 @@ void Suite::count(std::function<Table::Line()> count) {
   counts_.push_back(std::move(count));
 }
 
-Table Suite::run() {
-  std::map<std::string, double> nanoseconds;
-  FastestOfEach reporter(nanoseconds);
-  reporter.SetOutputStream(&std::cerr);
-  reporter.SetErrorStream(&std::cerr);
-  benchmark::RunSpecifiedBenchmarks(&reporter);
+std::optional<Table::Line> Suite::line(const Comparison& comparison, const Nanoseconds& nanoseconds) {
+  const auto ours = nanoseconds.find(comparison.ours.name);
+  const auto other = nanoseconds.find(comparison.other.name);
+  if (ours == nanoseconds.end() || other == nanoseconds.end()) return std::nullopt;
+  const double left = ours->second / comparison.unitsOfOurs;
+  const double right = other->second / comparison.unitsOfOther;
+  using Kind = Goal::Kind;
+  const bool isSpeed = comparison.goal.kind == Kind::atLeast;
+  return Table::Line{
+      .what = comparison.what,
+      .ours = Table::time(left),
+      .against = comparison.other.who + ", " + Table::time(right),
+      .ratio = isSpeed ? right / left : left / right,
+      .bound = comparison.goal.kind == Kind::reported ? std::nullopt : std::optional(comparison.goal.bound),
+      .isLowerBound = isSpeed,
+      .accepted = comparison.goal.accepted};
+}
+
+Table Suite::run(int furtherRounds) {
+  std::vector<std::optional<Table::Line>> lines(comparisons_.size());
   Table table;
-  for (const auto& comparison : comparisons_) {
-    const auto ours = nanoseconds.find(comparison.ours.name);
-    const auto other = nanoseconds.find(comparison.other.name);
-    if (ours == nanoseconds.end() || other == nanoseconds.end()) continue;
-    const double left = ours->second / comparison.unitsOfOurs;
-    const double right = other->second / comparison.unitsOfOther;
-    using Kind = Goal::Kind;
-    const bool isSpeed = comparison.goal.kind == Kind::atLeast;
-    table.add({.what = comparison.what,
-               .ours = Table::time(left),
-               .against = comparison.other.who + ", " + Table::time(right),
-               .ratio = isSpeed ? right / left : left / right,
-               .bound = comparison.goal.kind == Kind::reported ? std::nullopt
-                                                               : std::optional(comparison.goal.bound),
-               .isLowerBound = isSpeed,
-               .accepted = comparison.goal.accepted});
+  std::string filter;
+  for (int round = 0; round <= furtherRounds; ++round) {
+    Nanoseconds nanoseconds;
+    FastestOfEach reporter(nanoseconds);
+    reporter.SetOutputStream(&std::cerr);
+    reporter.SetErrorStream(&std::cerr);
+    if (round == 0) {
+      benchmark::RunSpecifiedBenchmarks(&reporter);
+    } else {
+      benchmark::RunSpecifiedBenchmarks(&reporter, filter);
+    }
+    if (reporter.failed()) table.noteFailure();
+    std::string missed;
+    for (std::size_t at = 0; at < lines.size(); ++at) {
+      if (lines[at] && lines[at]->isKept()) continue;
+      lines[at] = line(comparisons_[at], nanoseconds);
+      if (!lines[at] || lines[at]->isKept()) continue;
+      for (const auto& timing : {comparisons_[at].ours, comparisons_[at].other}) {
+        missed.append(missed.empty() ? "" : "|").append(asPattern(timing.name));
+      }
+    }
+    if (missed.empty()) break;
+    filter = "^(" + missed + ")(/|$)";
+  }
+  for (auto& measured : lines) {
+    if (measured) table.add(*std::move(measured));
   }
   for (const auto& count : counts_) table.add(count());
-  if (reporter.failed()) table.noteFailure();
   return table;
 }
 

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <thread>
@@ -18,6 +19,10 @@ namespace vellora::bench {
 /// Every timing is repeated. The repetitions of all timings are shuffled, so that other work on the machine
 /// slows both sides of a ratio alike. The fastest repetition counts, because other work can only make one
 /// slower.
+///
+/// A line that misses what it is held to is measured anew, its two sides without the others. Between all
+/// others, minutes lie between the repetitions of one side, and a machine's fast moments may come to the
+/// other side alone.
 class Suite {
  public:
   /// A timing; from `time`.
@@ -64,9 +69,10 @@ class Suite {
   /// A line that repeating a timing does not give: `count` makes it after all timings have run.
   void count(std::function<Table::Line()> count);
 
-  /// Runs everything that the flags of Google Benchmark select, and returns the table. A line is left out
-  /// when one of its two timings was not selected.
-  [[nodiscard]] Table run();
+  /// Runs everything that the flags of Google Benchmark select, then up to `furtherRounds` times what misses,
+  /// and returns the table. A line is of the last round that it was measured in. It is left out when one of
+  /// its two timings was not selected.
+  [[nodiscard]] Table run(int furtherRounds);
 
  private:
   struct Comparison {
@@ -77,6 +83,12 @@ class Suite {
     double unitsOfOurs;
     double unitsOfOther;
   };
+
+  /// Of each timing, by its name, the fastest repetition.
+  using Nanoseconds = std::map<std::string, double>;
+
+  [[nodiscard]] static std::optional<Table::Line> line(const Comparison& comparison,
+                                                       const Nanoseconds& nanoseconds);
 
   std::vector<Comparison> comparisons_;
   std::vector<std::function<Table::Line()>> counts_;

@@ -29,10 +29,6 @@ bool isMet(const Table::Line& line) {
   return !line.bound || isWithin(line, *line.bound);
 }
 
-bool isKept(const Table::Line& line) {
-  return isMet(line) || (line.accepted && isWithin(line, *line.accepted));
-}
-
 std::string goalOf(const Table::Line& line) {
   if (!line.bound) return "reported";
   const std::string goal = (line.isLowerBound ? "≥ " : "≤ ") + threeDigits(*line.bound);
@@ -41,7 +37,7 @@ std::string goalOf(const Table::Line& line) {
 
 std::string outcomeOf(const Table::Line& line) {
   if (!line.bound) return "";
-  return isMet(line) ? "met" : isKept(line) ? "missed" : "MISSED";
+  return isMet(line) ? "met" : line.isKept() ? "missed" : "MISSED";
 }
 
 Cells cellsOf(const Table::Line& line) {
@@ -64,9 +60,18 @@ void printRow(std::ostream& out, const Cells& cells, const std::array<std::size_
 
 }  // namespace
 
+bool Table::Line::isKept() const {
+  return isMet(*this) || (accepted && isWithin(*this, *accepted));
+}
+
+void Table::add(Line line) {
+  if (line.ours.empty()) noteFailure();
+  lines_.push_back(std::move(line));
+}
+
 bool Table::isKept() const {
   return !failed_ &&
-         std::all_of(lines_.begin(), lines_.end(), [](const Line& line) { return bench::isKept(line); });
+         std::all_of(lines_.begin(), lines_.end(), [](const Line& line) { return line.isKept(); });
 }
 
 void Table::print(std::ostream& out) const {

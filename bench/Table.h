@@ -13,7 +13,7 @@ class Table {
  public:
   struct Line {
     std::string what;
-    std::string ours;     ///< as it is shown, with its unit
+    std::string ours;     ///< as it is shown, with its unit; empty when it could not be measured
     std::string against;  ///< what ours is compared with, and its value
     std::optional<double> ratio = {};
     std::optional<double> bound = {};  ///< absent: nothing is asked
@@ -22,9 +22,12 @@ class Table {
     /// why it is missed.
     std::optional<double> accepted = {};
     std::vector<std::string> details = {};
+
+    /// Whether the goal is met or missed by no more than is accepted.
+    [[nodiscard]] bool isKept() const;
   };
 
-  void add(Line line) { lines_.push_back(std::move(line)); }
+  void add(Line line);
 
   /// Notes that something could not be measured: from then on nothing counts as kept.
   void noteFailure() { failed_ = true; }

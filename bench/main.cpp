@@ -49,7 +49,7 @@ int main(int argc, char** argv) {
   addManyRequests(suite);
   addTableSizes(suite);
 
-  const Table table = suite.run();
+  const Table table = suite.run(isSmoke ? 0 : 3);
   table.print(std::cout);
   return isSmoke ? (table.isMeasured() ? 0 : 1) : (table.isKept() ? 0 : 1);
 }
