@@ -11,7 +11,6 @@ void addDecodingOfTheThemeList(Suite& suite);
 void addEncoding(Suite& suite);
 void addColdStart(Suite& suite);
 void addCachedLayouts(Suite& suite);
-void addColdStartMemory(Suite& suite);
 void addLibrarySize(Suite& suite);
 void addWarmLookups(Suite& suite);
 void addWarmQuestions(Suite& suite);

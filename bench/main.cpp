@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bench/ColdStartMemory.h"
+#include "bench/ColdStartProcess.h"
 #include "bench/Rows.h"
 #include "bench/Suite.h"
 
@@ -18,11 +18,13 @@
 int main(int argc, char** argv) {
   using namespace vellora::bench;
   std::vector<std::string> given(argv + 1, argv + argc);
-  if (given.size() == 4 && given[0] == measureColdStartFlag) {
-    return measureColdStart(given[1], given[2], given[3]);
+  if (!given.empty() && given[0] == measureColdStartFlag) {
+    given.erase(given.begin());
+    return measureColdStart(given);
   }
   const bool isSmoke = std::erase(given, "--smoke") > 0;
-  // The user's flags come after these, and so override them. Timings with pauses have a least time of their own.
+  // The user's flags come after these, and so override them. Timings with pauses have a least time of their
+  // own.
   std::vector<std::string> flags{argv[0], "--benchmark_enable_random_interleaving=true",
                                  isSmoke ? "--benchmark_repetitions=1" : "--benchmark_repetitions=15",
                                  isSmoke ? "--benchmark_min_time=0.001" : "--benchmark_min_time=0.05"};
@@ -40,7 +42,6 @@ int main(int argc, char** argv) {
   addEncoding(suite);
   addColdStart(suite);
   addCachedLayouts(suite);
-  addColdStartMemory(suite);
   addLibrarySize(suite);
   addWarmLookups(suite);
   addWarmQuestions(suite);
