@@ -65,11 +65,12 @@ function(vellora_optimise target)
   endif()
 endfunction()
 
-# vellora_run_fast(<source>…): sources of a COMPACT library that are compiled for speed all the same. With
-# VELLORA_SMALL they are not.
+# vellora_run_fast([EVEN_SMALL] <source>…): sources that are compiled for speed, in a library that may be compiled for
+# size. With VELLORA_SMALL they are not, unless EVEN_SMALL says so. What is precompiled fits one optimisation only.
 function(vellora_run_fast)
-  if(NOT VELLORA_SMALL)
-    set_source_files_properties(${ARGN} PROPERTIES
+  cmake_parse_arguments(PARSE_ARGV 0 arg "EVEN_SMALL" "" "")
+  if(arg_EVEN_SMALL OR NOT VELLORA_SMALL)
+    set_source_files_properties(${arg_UNPARSED_ARGUMENTS} PROPERTIES
       COMPILE_OPTIONS $<$<CONFIG:Release>:-O3> SKIP_PRECOMPILE_HEADERS ON)
   endif()
 endfunction()
