@@ -17,8 +17,10 @@ void Sleep::on(std::condition_variable& condition, std::unique_lock<std::mutex>&
 void Sleep::in(const std::function<void(int milliseconds)>& poll, Moment until) {
   using std::chrono::milliseconds;
   constexpr milliseconds longest(std::numeric_limits<int>::max());
-  const auto left = std::chrono::ceil<milliseconds>(until - now());
-  poll(static_cast<int>(std::clamp(left, milliseconds(0), longest).count()));
+  const Moment from = now();
+  // What is long over may lie further back than a difference can say.
+  const auto left = until > from ? std::chrono::ceil<milliseconds>(until - from) : milliseconds(0);
+  poll(static_cast<int>(std::min(left, longest).count()));
 }
 
 }  // namespace vellora

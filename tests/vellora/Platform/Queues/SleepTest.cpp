@@ -22,7 +22,7 @@ int longestPoll(Sleep::Moment until) {
 
 TEST(SleepTest, APollHasNoTimeForAMomentThatIsOver) {
   EXPECT_EQ(longestPoll(Sleep::now()), 0);
-  EXPECT_EQ(longestPoll(Sleep::Moment::min() + 24h), 0);
+  EXPECT_EQ(longestPoll(Sleep::Moment::min()), 0);
 }
 
 TEST(SleepTest, APollHasTheTimeUpToItsMoment) {
