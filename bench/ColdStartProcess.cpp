@@ -87,8 +87,10 @@ int measureColdStart(const std::vector<std::string>& arguments) {
   };
   if (!start(arguments[2])) return 1;
   malloc_trim(0);
-  std::ofstream("/proc/self/clear_refs") << "5";  // the peak begins anew at what is resident now
+  // The peak begins anew at what is resident now.
+  if (!(std::ofstream("/proc/self/clear_refs") << "5" << std::flush)) return 1;
   const std::size_t before = memoryFigure("VmHWM");
+  if (before == 0) return 1;
   const Taken taken = start(arguments[3]);
   if (!taken) return 1;
   std::cout.precision(std::numeric_limits<double>::max_digits10);

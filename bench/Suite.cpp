@@ -39,7 +39,7 @@ class FastestOfEach final : public benchmark::ConsoleReporter {
 
 /// A regular expression that matches just this text.
 std::string asPattern(std::string_view text) {
-  constexpr std::string_view special = R"(.[]{}()\*+?|^$)";
+  constexpr std::string_view special = R"(.[{()\*+?|^$)";
   std::string pattern;
   for (const char c : text) {
     if (special.find(c) != special.npos) pattern += '\\';
@@ -106,7 +106,7 @@ Table Suite::run(int furtherRounds) {
     std::string missed;
     for (std::size_t at = 0; at < lines.size(); ++at) {
       if (lines[at] && lines[at]->isKept()) continue;
-      lines[at] = line(comparisons_[at], nanoseconds);
+      if (auto measured = line(comparisons_[at], nanoseconds)) lines[at] = std::move(measured);
       if (!lines[at] || lines[at]->isKept()) continue;
       for (const auto& timing : {comparisons_[at].ours, comparisons_[at].other}) {
         missed.append(missed.empty() ? "" : "|").append(asPattern(timing.name));

@@ -20,9 +20,9 @@ namespace vellora::bench {
 /// slows both sides of a ratio alike. The fastest repetition counts, because other work can only make one
 /// slower.
 ///
-/// A line that misses what it is held to is measured anew, its two sides without the others. Between all
-/// others, minutes lie between the repetitions of one side, and a machine's fast moments may come to the
-/// other side alone.
+/// Lines that compare two timings and miss what they are held to are measured anew, without the others.
+/// Between all others, minutes lie between the repetitions of one side, and a machine's fast moments may
+/// come to the other side alone.
 class Suite {
  public:
   /// A timing; from `time`.
