@@ -66,7 +66,7 @@ function(vellora_optimise target)
 endfunction()
 
 # vellora_run_fast([EVEN_SMALL] <source>…): sources that are compiled for speed, in a library that may be compiled for
-# size. With VELLORA_SMALL they are not, unless EVEN_SMALL says so. What is precompiled fits one optimisation only.
+# size. With VELLORA_SMALL they are not, unless EVEN_SMALL says so. What is precompiled fits one of the two only.
 function(vellora_run_fast)
   cmake_parse_arguments(PARSE_ARGV 0 arg "EVEN_SMALL" "" "")
   if(arg_EVEN_SMALL OR NOT VELLORA_SMALL)

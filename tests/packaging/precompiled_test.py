@@ -35,15 +35,15 @@ class PrecompiledTest(unittest.TestCase):
 
     def check_that_each_source_aims_at_what_its_precompiled_header_does(self, commands):
         headers = {}
-        users = {}
+        users = []
         for entry in commands:
             if header := HEADER.search(entry["command"]):
                 if entry["file"].endswith("/cmake_pch.hxx.cxx"):
                     headers[header[1]] = is_for_size(entry["command"])
                 else:
-                    users[entry["file"]] = (header[1], is_for_size(entry["command"]))
+                    users.append((entry["file"], header[1], is_for_size(entry["command"])))
         self.assertTrue(users)
-        self.assertEqual([source for source, (header, is_small) in users.items() if is_small != headers[header]], [])
+        self.assertEqual([source for source, header, is_small in users if is_small != headers[header]], [])
 
     def test_each_source_of_a_release_aims_at_size_or_speed_as_its_precompiled_header_does(self):
         self.check_that_each_source_aims_at_what_its_precompiled_header_does(self.commands())
