@@ -31,20 +31,6 @@ std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
   return serverRequest("/services/data/" + version + "/search/layout", joined(objectTypeNames, ","));
 }
 
-/// What becomes of an expired layout.
-enum class Expired { isRemoved, stays };
-
-/// The cached layout of that type. The façade's lookup serves an expired one once more, and removes it so
-/// that the next lookup fetches it.
-std::optional<DatedLayout<ObjectLayoutInfo>> load(LayoutCache& cache, const std::string& objectType,
-                                                  const Expiry& expiry, Expired expired) {
-  auto entry = cache.load<ObjectLayoutInfoCacheEntry>(objectType);
-  if (!entry) return std::nullopt;
-  const bool isPast = expiry.isPast(entry->downloadedTime);
-  if (isPast && expired == Expired::isRemoved) cache.remove(objectType);
-  return DatedLayout<ObjectLayoutInfo>{std::move(entry->objectLayoutInfo), entry->downloadedTime, isPast};
-}
-
 }  // namespace
 
 LayoutDataService::LayoutDataService(const RequiredAPI& api, double cacheTimeout)
@@ -62,8 +48,11 @@ void LayoutDataService::layoutForApiName(const std::vector<std::string>& names, 
   LayoutCache cache(*cache_, *logger_, Constants::keyPrefix);
   const Expiry expiry(cacheTimeout_);
   for (const auto& name : names) {
-    if (auto found = load(cache, name, expiry, Expired::isRemoved))
-      cached.push_back(std::move(found->layout));
+    auto entry = cache.load<ObjectLayoutInfoCacheEntry>(name);
+    if (!entry) continue;
+    // An expired one is served once more, and removed so that the next lookup fetches it.
+    if (expiry.isPast(entry->downloadedTime)) cache.remove(name);
+    cached.push_back(std::move(entry->objectLayoutInfo));
   }
   if (cached.size() == names.size()) {
     if (completion) completion(std::move(cached), std::nullopt);
@@ -85,7 +74,11 @@ Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(
     if (!self) return silence<Known>();
     auto cached = [self, cache = LayoutCache(*self->cache_, *self->logger_, Constants::keyPrefix),
                    expiry = Expiry(self->cacheTimeout_)](const std::string& name) mutable {
-      return load(cache, name, expiry, Expired::stays);
+      using Dated = DatedLayout<ObjectLayoutInfo>;
+      auto entry = cache.load<ObjectLayoutInfoCacheEntry>(name);
+      if (!entry) return std::optional<Dated>();
+      const bool isPast = expiry.isPast(entry->downloadedTime);
+      return std::optional(Dated{std::move(entry->objectLayoutInfo), entry->downloadedTime, isPast});
     };
     auto downloaded = [weak](const auto& some, const Fetching& attempt) {
       const auto service = weak.lock();
