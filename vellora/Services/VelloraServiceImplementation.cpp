@@ -5,7 +5,6 @@
 
 #include "vellora/Platform/Json/Description.h"
 #include "vellora/Platform/Values/OutOfMemory.h"
-#include "vellora/Services/LayoutAnswer.h"
 #include "vellora/Services/PresentationLookup.h"
 
 namespace vellora {
@@ -224,25 +223,5 @@ ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationI
 }
 
 // Layout lookups
-
-void VelloraService::Implementation::objectLayoutInfoForApiNames(std::shared_ptr<Implementation> facade,
-                                                                 const std::vector<std::string>& apiNames,
-                                                                 LayoutCompletion completion) {
-  services_.layouts->layoutForApiName(
-      apiNames,
-      [facade = std::move(facade), completion = std::move(completion)](auto infos, const auto& error) {
-        completion(layoutAnswer(std::move(infos), error, *facade->logger_));
-      });
-}
-
-void VelloraService::Implementation::objectCompactLayoutInfoForApiNames(
-    std::shared_ptr<Implementation> facade, const std::vector<std::string>& apiNames,
-    CompactLayoutCompletion completion) {
-  services_.compactLayouts->compactLayoutForApiName(
-      apiNames,
-      [facade = std::move(facade), completion = std::move(completion)](auto infos, const auto& error) {
-        completion(layoutAnswer(std::move(infos), error, *facade->logger_));
-      });
-}
 
 }  // namespace vellora

@@ -31,7 +31,7 @@ FAULTS = (
           "group.async(queue_, [weak = weak_from_this(),",
           "group.async(queue_, [held = {fault} ? shared_from_this() : nullptr, weak = weak_from_this(),",
           "facade", "after its release: "),
-    Fault("a layout lookup is dropped with its façade", "vellora/Services/VelloraServiceImplementation.cpp",
+    Fault("a layout lookup is dropped with its façade", "vellora/Services/LayoutLookups.cpp",
           "completion(layoutAnswer(",
           "if ({fault} && facade.use_count() == 1) return; completion(layoutAnswer(",
           "facade", "it is not answered"),
