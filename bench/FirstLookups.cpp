@@ -55,7 +55,7 @@ void addFirstLookups(Suite& suite) {
   for (const auto medium : {Medium::memory, Medium::sqlite}) {
     const std::string suffix = ", " + std::string(nameOf(medium));
     std::map<std::size_t, Suite::Timing> ours;
-    for (const std::size_t count : {10, 100, 1'000}) {
+    for (const std::size_t count : {10U, 100U, 1'000U}) {
       ours[count] = suite.time(
           std::to_string(count) + " new names of 5,000" + suffix, "ours",
           [=](auto& state) { lookUpNewNames(state, medium, count); }, Suite::Clock::wall);
