@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compiles, one by one, what a build has left: sources that Ninja keeps for after a program that cannot be linked.
+"""Compiles, one by one, the sources that Ninja did not reach, because a program before them cannot be linked.
 
 usage: compile_left.py BUILD      BUILD has a compile_commands.json
 
