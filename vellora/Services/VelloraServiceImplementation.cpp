@@ -222,6 +222,4 @@ ObjectPresentationInfo VelloraService::Implementation::createObjectPresentationI
   return ObjectPresentationInfo(typeTheme, sObject, theme_, instanceTheme, sObjectInstance);
 }
 
-// Layout lookups
-
 }  // namespace vellora
