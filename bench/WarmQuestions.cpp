@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <future>
 #include <iterator>
+#include <latch>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +20,7 @@
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/Catalog/Catalog.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
+#include "vellora/Platform/Queues/ThreadCount.h"
 #include "vellora/Services/VelloraService.h"
 
 // What a catalogue takes more than the façade for the same keys on the same host.
@@ -205,8 +207,19 @@ class HangingNetwork final : public CorvaneSDK::Network {
   void sendRequest(const CorvaneSDK::NetRequest&, Completion) override {}
 };
 
+/// Has every thread of the library's pool begin. How many a hundred questions need is luck.
+void fillThreadPool() {
+  const auto threads = static_cast<std::ptrdiff_t>(detail::threadCount());
+  const auto all = std::make_shared<std::latch>(threads + 1);
+  for (std::ptrdiff_t begun = 0; begun < threads; ++begun) {
+    SerialDispatchQueue("fills the pool").async([all] { all->arrive_and_wait(); });
+  }
+  all->arrive_and_wait();
+}
+
 /// The threads that 10,000 questions in flight take, beside those that a hundred take: none.
 Table::Line threadsOfManyQuestions() {
+  fillThreadPool();
   const tests::TemporaryFolder folder;
   const Catalog catalog(std::make_shared<hostkit::StandardPlatformAPI>(std::make_shared<HangingNetwork>(),
                                                                        freshCache(Medium::memory, folder),
