@@ -37,11 +37,15 @@ std::string escaped(const Utf8Character& character, std::string_view bytes) {
 }
 
 // How many bytes at the front of `text` need no escaping. That is nearly all of most texts, so they are
-// copied at once.
+// copied at once. Log lines are full of them, and compiled for size an algorithm would call its predicate for
+// each byte; so this is a loop.
 std::size_t plainLength(std::string_view text) {
-  const auto special = std::find_if(text.begin(), text.end(),
-                                    [](char c) { return c < ' ' || c > '~' || c == '"' || c == '\\'; });
-  return static_cast<std::size_t>(special - text.begin());
+  std::size_t length = 0;
+  for (const char c : text) {
+    if (c < ' ' || c > '~' || c == '"' || c == '\\') return length;
+    ++length;
+  }
+  return length;
 }
 
 }  // namespace
