@@ -116,7 +116,7 @@ void addCachedLayouts(Suite& suite) {
     static const Warm warm(false);
     return warm;
   };
-  addLayouts<SearchLayouts>(suite, inMemory, "memory", Suite::atMost(1.3, 1.75));
+  addLayouts<SearchLayouts>(suite, inMemory, "memory", Suite::atMost(1.3, 1.65));
   addLayouts<SearchLayouts>(suite, onSQLite, "SQLite", Suite::atMost(1.3));
   addLayouts<CompactLayouts>(suite, inMemory, "memory", Suite::atMost(1.3, 1.5));
   addLayouts<CompactLayouts>(suite, onSQLite, "SQLite", Suite::atMost(1.3));

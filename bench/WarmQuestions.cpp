@@ -19,6 +19,7 @@
 #include "bench/Samples.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vellora/Catalog/Catalog.h"
+#include "vellora/Platform/Queues/DispatchQueue.h"
 #include "vellora/Platform/Queues/SerialDispatchQueue.h"
 #include "vellora/Platform/Queues/ThreadCount.h"
 #include "vellora/Services/VelloraService.h"
@@ -207,13 +208,12 @@ class HangingNetwork final : public CorvaneSDK::Network {
   void sendRequest(const CorvaneSDK::NetRequest&, Completion) override {}
 };
 
-/// Has every thread of the library's pool begin. How many a hundred questions need is luck.
+/// Starts every thread of the library's pool. How many of them a hundred questions start is luck.
 void fillThreadPool() {
-  const auto threads = static_cast<std::ptrdiff_t>(detail::threadCount());
-  const auto all = std::make_shared<std::latch>(threads + 1);
-  for (std::ptrdiff_t begun = 0; begun < threads; ++begun) {
-    SerialDispatchQueue("fills the pool").async([all] { all->arrive_and_wait(); });
-  }
+  const auto most = static_cast<std::ptrdiff_t>(detail::threadCount());
+  const auto all = std::make_shared<std::latch>(most + 1);
+  const auto pool = DispatchQueue::global(DispatchQoS::unspecified);
+  for (std::ptrdiff_t asked = 0; asked < most; ++asked) pool->async([all] { all->arrive_and_wait(); });
   all->arrive_and_wait();
 }
 
