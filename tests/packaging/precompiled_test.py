@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Configures a release, and one that is small throughout.
 
-Where it compiles for size, g++ takes no precompiled header that was compiled for speed, nor the other way round.
+g++ takes a precompiled header only where it optimises for the same: for size, for speed, or for nothing.
 
 usage: precompiled_test.py SOURCES COMPILER
 """

@@ -31,6 +31,14 @@ std::optional<CorvaneSDK::NetRequest> requestToGetSearchLayout(
   return serverRequest("/services/data/" + version + "/search/layout", joined(objectTypeNames, ","));
 }
 
+std::optional<DatedLayout<ObjectLayoutInfo>> dated(LayoutCache& cache, const std::string& name,
+                                                   const Expiry& expiry) {
+  auto entry = cache.load<ObjectLayoutInfoCacheEntry>(name);
+  if (!entry) return std::nullopt;
+  const bool isExpired = expiry.isPast(entry->downloadedTime);
+  return DatedLayout<ObjectLayoutInfo>{std::move(entry->objectLayoutInfo), entry->downloadedTime, isExpired};
+}
+
 }  // namespace
 
 LayoutDataService::LayoutDataService(const RequiredAPI& api, double cacheTimeout)
@@ -74,11 +82,7 @@ Publisher<LayoutResult<ObjectLayoutInfo>> LayoutDataService::eachLayout(
     if (!self) return silence<Known>();
     auto cached = [self, cache = LayoutCache(*self->cache_, *self->logger_, Constants::keyPrefix),
                    expiry = Expiry(self->cacheTimeout_)](const std::string& name) mutable {
-      using Dated = DatedLayout<ObjectLayoutInfo>;
-      auto entry = cache.load<ObjectLayoutInfoCacheEntry>(name);
-      if (!entry) return std::optional<Dated>();
-      const bool isPast = expiry.isPast(entry->downloadedTime);
-      return std::optional(Dated{std::move(entry->objectLayoutInfo), entry->downloadedTime, isPast});
+      return dated(cache, name, expiry);
     };
     auto downloaded = [weak](const auto& some, const Fetching& attempt) {
       const auto service = weak.lock();

@@ -1,5 +1,5 @@
-// The lookups of layouts, which are compiled for speed: a layout is decoded in so little time that what is
-// done around it weighs, too.
+// The façade's lookups of layouts, in a source of their own that is compiled for speed: a layout is decoded
+// in so little time that what is done around it weighs, too.
 
 #include <utility>
 

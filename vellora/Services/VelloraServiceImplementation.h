@@ -45,7 +45,8 @@ class VelloraService::Implementation : public std::enable_shared_from_this<Imple
   void objectPresentationInfoForApiNames(const std::vector<std::string>& apiNames,
                                          PresentationCompletion completion);
 
-  /// A pending layout lookup keeps `facade`, a handle to this object, until it has answered.
+  /// A pending layout lookup keeps `facade`, a handle to this object, until it has answered. The two stand in
+  /// LayoutLookups.cpp, which is compiled for speed.
   void objectLayoutInfoForApiNames(std::shared_ptr<Implementation> facade,
                                    const std::vector<std::string>& apiNames, LayoutCompletion completion);
   void objectCompactLayoutInfoForApiNames(std::shared_ptr<Implementation> facade,

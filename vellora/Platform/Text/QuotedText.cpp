@@ -37,8 +37,8 @@ std::string escaped(const Utf8Character& character, std::string_view bytes) {
 }
 
 // How many bytes at the front of `text` need no escaping. That is nearly all of most texts, so they are
-// copied at once. Log lines are full of them, and compiled for size an algorithm would call its predicate for
-// each byte; so this is a loop.
+// copied at once. This is a loop, since log lines are full of such texts: compiled for size, an algorithm of
+// the standard library calls its predicate for each byte.
 std::size_t plainLength(std::string_view text) {
   std::size_t length = 0;
   for (const char c : text) {
