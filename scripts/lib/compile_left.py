@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Compiles, one by one, the sources that Ninja did not reach, because a program before them cannot be linked.
+"""Compiles, each by itself, the sources that have no object file yet: Ninja did not reach some of them, because a
+program before them cannot be linked, and failed with the others.
 
 usage: compile_left.py BUILD      BUILD has a compile_commands.json
 
